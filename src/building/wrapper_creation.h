@@ -1,0 +1,193 @@
+// building/wrapper_creation.h: from a port description to a wrapper that starts.
+//
+// One object serves one installation after the other; `host().creation` lets only one run in the whole application.
+// Stages run on the creation's worker thread, block it, and tell the user of their failures themselves; a false result
+// stops the pipeline. A cancellation unwinds them as `Cancelled`, which only the entry operations catch.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "foundation/download.h"
+#include "platform/result.h"
+#include "ports/port_data.h"
+#include "wrapper/port_manager.h"
+
+namespace morvane {
+
+enum class Trust { no, yes };
+
+/// What the blank-port panel holds (class `NSCustomPortView`).
+struct NSCustomPortView {
+    std::string engine;
+    unsigned DRMs = 0;  ///< bits of `drm`
+    MacDriver macDriver = MacDriver::no;
+};
+
+enum class ExtractedEngine { failure = 0, installed = 1, alreadyThere = 2 };
+
+class WrapperCreation : public Download {
+  public:
+    /// Called on the creation's thread: whether it failed, and the wrapper's path.
+    using CompletionHandler = std::function<void(bool failed, const std::string& wrapper)>;
+
+    /// Asks the site for the newest master wrapper (at most once per process), so not on the main thread.
+    explicit WrapperCreation(std::shared_ptr<NSProgressView> progressWindow);
+
+    // Entry (entry.cpp, agreement.cpp)
+    /// `createPortFromCKIFile:withCompletionHandler:`. Any thread; asks, then goes on in the background.
+    void createPortFromCKIFile(const std::string& file, CompletionHandler handler);
+    /// `installCKI:atPath:trust:`. 0 for success, -1 for failure.
+    int installCKI(const std::string& file, const std::string& wrapper, Trust trust);
+    /// `shouldInstallPortData:withTrust:`.
+    [[nodiscard]] bool shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust);
+    /// `requirementsListForPortData:`. Lines, or empty when there is nothing to ask.
+    [[nodiscard]] static std::string requirementsListForPortData(const NSPortData& port);
+    /// `createBlankPortWithCompletionHandler:`.
+    void createBlankPortWithCompletionHandler(CompletionHandler handler);
+    /// `createBlankWrapperAtPath:withDetailsOfCustomPortView:`.
+    int createBlankWrapperAtPath(const std::string& wrapper, const NSCustomPortView& view);
+    /// `doYouAgreeWithTheLicenseAgreement`. Any thread; asked every time.
+    [[nodiscard]] static bool doYouAgreeWithTheLicenseAgreement();
+    /// `agreement`. Main thread.
+    [[nodiscard]] static bool agreement();
+    /// `cancelWrapperCreation:`. Main thread: asks, then requests the cancellation. False when the user went on.
+    bool cancelWrapperCreation();
+    /// The same without the question; any thread, never blocks.
+    void requestCancellation();
+    /// `errorWithMessage:`. Ends the creation; false.
+    bool errorWithMessage(const std::optional<std::string>& message);
+
+    // Master wrapper (master_wrapper.cpp)
+    std::optional<std::string> newestCaskery;
+    std::optional<std::string> currentCaskery;
+    /// How often `updateCaskery` downloads and unpacks before it gives up on an archive that never yields its wrapper.
+    static constexpr int masterWrapperPasses = 3;
+    /// `getNewestCaskeryVersion`. Blocks on the network until an answer is known.
+    [[nodiscard]] static std::optional<std::string> getNewestCaskeryVersion();
+    /// `getCurrentCaskeryVersion`.
+    [[nodiscard]] static std::optional<std::string> getCurrentCaskeryVersion();
+    /// `updateCaskery`. True when the current master wrapper is on disk afterwards.
+    bool updateCaskery();
+    /// `copyingMasterWrapperToPath:`.
+    bool copyingMasterWrapperToPath(const std::string& wrapper);
+    /// `downloadFile:toPath:ofType:`. With the progress line "Downloading %@...".
+    bool downloadFileToPath(const std::string& url, const std::string& path, const std::string& type);
+
+    // Engine (engine_preparation.cpp)
+    /// `prepareEngine:usingCustomEngineLink:`.
+    bool prepareEngine(const std::string& engine, std::optional<std::string> customLink);
+    /// `localPathForOfficialEngine:`.
+    [[nodiscard]] static std::string localPathForOfficialEngine(const std::string& engine);
+    /// `downloadOfficialEngine:`.
+    bool downloadOfficialEngine(const std::string& engine);
+    /// `getLocalCustomEngine:`. True always.
+    bool getLocalCustomEngine(const std::string& engine);
+    /// `extractEngine:toWrapper:`.
+    ExtractedEngine extractEngine(const std::string& engine, const std::string& wrapper);
+    /// `getCaskeryWrapperEngineFromPath:`.
+    [[nodiscard]] static std::optional<std::string> getCaskeryWrapperEngineFromPath(const std::string& wrapper);
+
+    // Creation (creation.cpp)
+    /// `buildPortAt:withPortData:`.
+    bool buildPortAt(const std::string& wrapper, const NSPortData& port);
+    /// `createWrapperAt:withEngine:`.
+    bool createWrapperAt(const std::string& wrapper, const std::string& engine);
+    /// Where the wrapper lies while its prefix is created; nothing when it stays in its place.
+    [[nodiscard]] static std::string temporaryPathFor(const std::string& wrapper);
+
+    // Configuration (configuration.cpp, settings_writers.cpp, registry_writers.cpp)
+    /// `configureWrapperAt:withPortData:`. True.
+    bool configureWrapperAt(const std::string& wrapper, const NSPortData& port);
+    /// `saveCloseSafely:atFile:`.
+    bool saveCloseSafely(bool closeSafely, const std::string& wrapper);
+    /// `saveCompany:atFile:`.
+    bool saveCompany(const std::optional<std::string>& company, const std::string& wrapper);
+    /// `saveMacDriver:atFile:`, `saveDirect3DBoost:atFile:`, `saveDecorateWindow:atFile:`.
+    bool saveMacDriver(bool use, const std::string& wrapper);
+    bool saveDirect3DBoost(bool use, const std::string& wrapper);
+    bool saveDecorateWindow(bool decorate, const std::string& wrapper);
+    /// `saveDrives:atFile:`. An empty list keeps the default links.
+    bool saveDrives(const std::optional<std::vector<DriveEntry>>& drives, const std::string& wrapper);
+    /// `saveExtensions:atPort:`.
+    bool saveExtensions(const std::optional<std::vector<ExtensionEntry>>& extensions, NSPortManager& port);
+    /// `saveOverridesForPortData:atPort:`.
+    bool saveOverridesForPortData(const NSPortData& data, NSPortManager& port);
+    /// `settingVideoCardMemorySizeAtPort:`. False when the size is not known.
+    bool settingVideoCardMemorySizeAtPort(const NSPortManager& port);
+    /// `removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile:`.
+    bool removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(const std::string& wrapper);
+    /// `addHollinBannerAtFile:`.
+    static bool addHollinBannerAtFile(const std::string& wrapper);
+
+    // Installer (installation.cpp)
+    /// `installApp:fromSource:atPort:`. True.
+    bool installApp(const std::optional<std::string>& installerName, const std::optional<std::string>& source,
+                    const NSPortManager& port);
+    /// `runInstaller:withFlags:atPort:`. True.
+    bool runInstaller(const std::string& installer, const std::string& flags, const NSPortManager& port);
+    /// `keepWindowInFrontForAppOfTimer:`. Main thread.
+    static void keepWindowInFrontForAppOfTimer(const std::string& wrapper);
+    /// `desktopFolderBeforeExtraction`.
+    [[nodiscard]] static std::vector<std::string> desktopFolderBeforeExtraction();
+    /// `removeAllFromDesktopFolderAfterExtractionExcept:`. Of the new entries, the shortcuts only.
+    static void removeAllFromDesktopFolderAfterExtractionExcept(const std::vector<std::string>& names);
+    /// `removeUselessDesktopFilesCreatedOnBlock:`.
+    static void removeUselessDesktopFilesCreatedOnBlock(const std::function<void()>& work);
+    /// `relativePathsAreInExes:`.
+    [[nodiscard]] static bool relativePathsAreInExes(const std::vector<ExeEntry>& exes);
+
+    // Main program and archives (main_program.cpp, archives.cpp)
+    /// `confirmMainExePathForPort:ofSource:`.
+    std::optional<std::string> confirmMainExePathForPort(NSPortManager& port, const std::optional<std::string>& source);
+    /// `mainExePathFromPort:`.
+    [[nodiscard]] static std::optional<std::string> mainExePathFromPort(const NSPortManager& port);
+    /// `alternateMainExePathForPort:`, `alternateMainExePathForGOGPort:`. Store what they find.
+    static std::optional<std::string> alternateMainExePathForPort(NSPortManager& port);
+    static std::optional<std::string> alternateMainExePathForGOGPort(NSPortManager& port);
+    /// `completeWindowsPath:fromWrapper:`.
+    [[nodiscard]] static std::optional<std::string> completeWindowsPath(const std::string& windowsPath,
+                                                                        const std::string& wrapper);
+    /// `extractFile:toFolder:`, `extractFile:`. The entries that were not there before; the archive itself when its
+    /// kind is not known.
+    static std::vector<std::string> extractFileToFolder(const std::string& archive,
+                                                        const std::optional<std::string>& folder);
+    static std::vector<std::string> extractFile(const std::string& archive);
+    /// The archive extensions of both tools, for file panels.
+    [[nodiscard]] static std::vector<std::string> archiveExtensions();
+
+    // Launch targets and menu (launch_targets.cpp, wrapper_menu.cpp)
+    /// `saveEXEs:atPort:`. True.
+    bool saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port);
+    /// `setMainExeDataAtPort:forExe:`. The wrapper is the one that holds the target's programs.
+    void setMainExeDataAtPort(NSPortManager& target, const ExeEntry& exe, const std::string& wrapper);
+    /// `setScreenOptionsAtPort:forExe:`.
+    static void setScreenOptionsAtPort(NSPortManager& target, const ExeEntry& exe);
+    /// `createAliasToCustomEXE:atFile:`.
+    static void createAliasToCustomEXE(const std::string& application, const std::string& wrapper);
+    /// `saveCaskeryWrapperMenuForPort:atPort:`. True.
+    bool saveCaskeryWrapperMenuForPort(const NSPortData& data, const std::string& wrapper);
+
+  private:
+    /// What is true for an installation and a blank wrapper alike: one at a time, the panel, the failure ending, the
+    /// cancellation.
+    int runCreation(const std::string& wrapper, const std::function<bool()>& work);
+    void setMessage(const std::string& message) const;
+    void setSubtitle(const std::string& subtitle) const;
+};
+
+/// The menu list of a port: an entry of the same title is replaced, the new one comes last.
+/// `addMenuItemDictionaryOfMenu:withName:andCommand:`.
+void addMenuItemDictionaryOfMenu(std::vector<MenuEntry>& menu, const std::string& type, const std::string& name,
+                                 const std::string& command);
+/// `addAppMenuItemDictionaryWithName:andCommand:`.
+void addAppMenuItemDictionaryWithName(std::vector<MenuEntry>& menu, const std::string& name,
+                                      const std::string& command);
+/// `addHelpMenuItemDictionaryWithName:andCommand:`.
+void addHelpMenuItemDictionaryWithName(std::vector<MenuEntry>& menu, const std::string& name,
+                                       const std::string& command);
+
+}  // namespace morvane

@@ -1,0 +1,45 @@
+// engines/caskery_engine.h: engine names, their order and the catalogue.
+//
+// Name operations are stateless (any thread). The catalogue is kept in the host and guarded there; its operations
+// block on the network and belong on workers.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace morvane {
+
+/// One engine name: "CK", a generation digit, "Wine", a version.
+class NSCaskeryEngine {
+  public:
+    /// `engineWithName:`.
+    explicit NSCaskeryEngine(std::string name) : engine(std::move(name)) {}
+
+    std::string engine;
+
+    /// `getListOfAvailableEnginesOnline`. Empty when the site cannot be reached and nothing is known yet.
+    [[nodiscard]] static std::vector<std::string> getListOfAvailableEnginesOnline();
+    /// `getListOfAvailableEngines`. The online list and the local engines, in engine order (newest first).
+    [[nodiscard]] static std::vector<std::string> getListOfAvailableEngines();
+    /// `versioningOrderOfFirstString:andSecondString:`. -1, 0 or 1; newer first.
+    [[nodiscard]] static int versioningOrderOfFirstString(std::string_view first, std::string_view second);
+    /// `alphabeticalOrderOfFirstString:andSecondString:`. -1, 0 or 1; by character codes.
+    [[nodiscard]] static int alphabeticalOrderOfFirstString(std::string_view first, std::string_view second);
+    /// The order of engine lists: -1, 0 or 1; newest first, other names last.
+    [[nodiscard]] static int engineOrder(std::string_view first, std::string_view second);
+    /// `isEngineVcrun2012Compatible:`.
+    [[nodiscard]] static bool isEngineVcrun2012Compatible(std::string_view name);
+    /// `localPathForEngine:`. The archive in the engine folder, by the first known extension that exists there.
+    [[nodiscard]] static std::optional<std::string> localPathForEngine(const std::string& name);
+
+    /// `getCaskeryMostRecentGenerationOfEngine`. 8 or 9.
+    [[nodiscard]] int getCaskeryMostRecentGenerationOfEngine() const;
+    /// `updateToMostRecentVersionForPortType:`. Rewrites the name; returns the object.
+    NSCaskeryEngine& updateToMostRecentVersionForPortType(std::string_view portType);
+    /// `getMiddleWord:`.
+    [[nodiscard]] static std::string getMiddleWord(std::string_view text);
+};
+
+}  // namespace morvane

@@ -1,0 +1,51 @@
+// foundation/alerts.h: the dialogs through which the whole application talks to the user.
+//
+// On the main thread a dialog is shown at once; on any other it is posted there and waited for. On the thread of the
+// running creation, a cancellation requested meanwhile throws `Cancelled` after the answer. A closed main queue
+// answers with the default (or "Cancel").
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "platform/user_interface.h"
+
+namespace morvane::MVAlert {
+
+/// `showAlertMessage:withTitle:`. One button "OK"; the title "Warning" gives the critical style, "Error" the stop icon.
+void showAlertMessage(const std::string& message, const std::string& title);
+/// `showAlertErrorMessage:`. The same with the title "Error".
+void showAlertErrorMessage(const std::string& message);
+/// `showAlertMessageWithException:`.
+void showAlertMessageWithException(const std::string& name, const std::string& reason);
+
+/// `showBooleanAlertMessage:withTitle:withDefault:`. The default answer is the first button. Without a title nothing
+/// is shown and the answer is the opposite of the default.
+[[nodiscard]] bool showBooleanAlertMessage(const std::string& message, const std::optional<std::string>& title,
+                                           bool defaultAnswer);
+/// `showBooleanAlertMessage:withTitle:withDefault:withSettings:`. The settings change the dialog before it is shown.
+[[nodiscard]] bool showBooleanAlertMessageWithSettings(const std::string& message,
+                                                       const std::optional<std::string>& title, bool defaultAnswer,
+                                                       const std::function<void(Dialog&)>& settings);
+/// `showBooleanAlertMessage:withTitle:withIconNamed:withDefault:`. "Critical", "Fatal", a resource's name or a path.
+[[nodiscard]] bool showBooleanAlertMessageWithIconNamed(const std::string& message,
+                                                        const std::optional<std::string>& title,
+                                                        const std::optional<std::string>& iconName,
+                                                        bool defaultAnswer);
+/// `showBooleanAlertMessage:withTitle:withImageNamed:withDefault:`. The image is shown under the text.
+[[nodiscard]] bool showBooleanAlertMessageWithImageNamed(const std::string& message,
+                                                         const std::optional<std::string>& title,
+                                                         const std::optional<std::string>& imageName,
+                                                         bool defaultAnswer);
+/// `inputDialogWithMessage:withDefaultValue:`. The text, or nothing for "Cancel".
+[[nodiscard]] std::optional<std::string> inputDialogWithMessage(const std::string& message,
+                                                                const std::string& defaultValue);
+
+/// Any dialog that is none of the above: built here, shown and answered on the main thread.
+[[nodiscard]] DialogAnswer showDialog(const Dialog& dialog);
+/// File panels, shown and answered on the main thread in the same way.
+[[nodiscard]] std::vector<std::string> chooseFiles(const OpenPanel& panel);
+[[nodiscard]] std::optional<std::string> chooseSavePath(const SavePanel& panel);
+
+}  // namespace morvane::MVAlert

@@ -1,0 +1,46 @@
+// foundation/progress_view.h: the progress panel. Any thread; effects reach the front end through the main queue.
+#pragma once
+
+#include <string>
+
+#include "platform/annotations.h"
+#include "platform/user_interface.h"
+
+namespace morvane {
+
+/// Whether the caller is the port-building pipeline. While a wrapper is created, calls of others do nothing.
+enum class CreatingPort { no, yes };
+
+class NSProgressView {
+  public:
+    NSProgressView();
+
+    /// `showCreatingPort:`. Clears the subtitle, makes the bar indeterminate, 111 points high.
+    bool showCreatingPort(CreatingPort creatingPort);
+    /// `setMessage:creatingPort:`.
+    bool setMessage(const std::string& message, CreatingPort creatingPort);
+    /// `setSubtitle:creatingPort:`.
+    bool setSubtitle(const std::string& subtitle, CreatingPort creatingPort);
+    /// `closeCreatingPort:`. Collapses the panel unless a wrapper is being created.
+    bool closeCreatingPort(CreatingPort creatingPort);
+    /// `setCurrentValue:`. 0 to 1000; makes the bar determinate.
+    void setCurrentValue(int value);
+    /// `setIndeterminate:`.
+    void setIndeterminate(bool indeterminate);
+    /// `setHeight:`. Points.
+    void setHeight(int height);
+
+    void setIsCreatingWrapper(bool creating);
+    [[nodiscard]] bool isCreatingWrapper() const;
+
+  private:
+    [[nodiscard]] bool disturbs(CreatingPort creatingPort) const;
+    /// Changes the state and has the front end show it, in order, on the main thread.
+    template <class Change>
+    void change(Change change);
+
+    mutable Mutex mutex_;
+    ProgressState state_ MV_GUARDED_BY(mutex_);
+};
+
+}  // namespace morvane

@@ -1,0 +1,85 @@
+// platform/files.h: file-system actions that report the system's own description of an error. Any thread.
+//
+// Paths are absolute texts, used as they are. A path that holds a NUL is refused as invalid.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/result.h"
+
+namespace morvane::files {
+
+/// The system's description of an error ("No such file or directory"), or nothing on success.
+using Error = std::optional<std::string>;
+
+enum class Kind { none, file, folder, link, other };
+/// What lies at the path itself (a link is a link).
+[[nodiscard]] Kind kindOf(const std::string& path);
+/// What lies at the path, links followed; `none` for a dangling link, never `link`.
+[[nodiscard]] Kind kindBehind(const std::string& path);
+[[nodiscard]] bool isExecutable(const std::string& path);
+[[nodiscard]] bool isWritable(const std::string& path);
+
+[[nodiscard]] Error createSymbolicLink(const std::string& path, const std::string& destination);
+[[nodiscard]] Result<std::string> destinationOfLink(const std::string& path);
+/// With parents: an existing folder is a success; without: an error.
+[[nodiscard]] Error createFolder(const std::string& path, bool withParents);
+/// A rename, or a copy followed by a removal between file systems; the destination must not exist.
+[[nodiscard]] Error move(const std::string& source, const std::string& destination);
+/// Copies a file, a link (as a link) or a folder whole, with permissions and times; the destination must not exist.
+/// Shares storage where the file system can. `goOn` is asked between entries; false ends with an error.
+[[nodiscard]] Error copy(const std::string& source, const std::string& destination,
+                         const std::function<bool()>& goOn = {});
+/// Removes a file, a link (never what it points at) or a folder with everything inside.
+[[nodiscard]] Error remove(const std::string& path);
+/// The names of the entries, hidden ones included, sorted by character code so that results do not depend on the
+/// file system.
+[[nodiscard]] Result<std::vector<std::string>> list(const std::string& folder);
+/// Every path below the folder at any depth, relative to it; links are listed, not followed.
+[[nodiscard]] Result<std::vector<std::string>> listBelow(const std::string& folder);
+/// The size attribute of the item itself, in bytes; nothing when it cannot be read.
+[[nodiscard]] std::optional<std::uint64_t> size(const std::string& path);
+/// Bytes free for this user on the file system that holds the path.
+[[nodiscard]] std::optional<std::uint64_t> freeSpace(const std::string& path);
+[[nodiscard]] Error setPermissions(const std::string& path, unsigned mode);
+
+/// The whole file, byte by byte.
+[[nodiscard]] Result<std::string> read(const std::string& path);
+enum class Atomically { no, yes };
+/// Creates or replaces the file. Atomically: written beside it, flushed, and renamed into place, with the old file's
+/// permissions kept; a link at the path is replaced by the file.
+[[nodiscard]] Error write(const std::string& path, std::string_view bytes, Atomically atomically);
+
+/// The path with every link and ".." resolved, as far as it exists; nothing when a link cannot be read.
+[[nodiscard]] std::optional<std::string> resolved(const std::string& path);
+
+/// A fresh folder inside the given one, named `<prefix>XXXXXX`.
+[[nodiscard]] Result<std::string> createTemporaryFolder(const std::string& parent, const std::string& prefix);
+
+/// An exclusive lock of the file (made when missing) that ends with the object, also when the process dies.
+class Lock {
+  public:
+    /// Nothing when another process or object holds it.
+    [[nodiscard]] static std::optional<Lock> tryLock(const std::string& path);
+    Lock(Lock&& other) noexcept;
+    Lock& operator=(Lock&& other) noexcept;
+    ~Lock();
+
+  private:
+    explicit Lock(int descriptor) : descriptor_(descriptor) {}
+    int descriptor_ = -1;
+};
+
+/// Text operations on paths, without touching the disk.
+[[nodiscard]] std::string lastComponent(std::string_view path);      ///< "b.app" of "/a/b.app/"; "" of "/"
+[[nodiscard]] std::string parent(std::string_view path);             ///< "/a" of "/a/b.app"; "/" of "/a"
+[[nodiscard]] std::string extension(std::string_view path);          ///< "7z" of "/a/b.tar.7z"; "" without or ".x"
+[[nodiscard]] std::string withoutExtension(std::string_view path);   ///< "/a/b.tar" of "/a/b.tar.7z"
+[[nodiscard]] std::string join(std::string_view folder, std::string_view name);  ///< one "/" between
+
+}  // namespace morvane::files

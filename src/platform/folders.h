@@ -1,0 +1,30 @@
+// platform/folders.h: where things lie on this machine. All are absolute paths without a final "/".
+#pragma once
+
+#include <string>
+
+namespace morvane {
+
+struct Folders {
+    std::string home;          ///< `$MORVANE_HOME`, else `$HOME`; the fixed `Library/...` tails lie below it
+    std::string applications;  ///< `/Applications` where it exists, else `Applications` in the home folder
+    std::string volumes;       ///< `/Volumes` where it exists, else the user's folder of the media mounts
+    std::string temporary;     ///< "/tmp"
+    std::string resources;     ///< the application's resources: `$MORVANE_RESOURCES`, else `../share/morvane`
+    std::string programs;      ///< `programs` in the resources: put at the end of the search path
+    std::string desktop;       ///< `Desktop` in the home folder
+    std::string downloads;     ///< `Downloads` in the home folder
+    std::string systemRoot;    ///< "" on a real machine; where `/System/...` files are looked for
+
+    /// The folders of this process's environment.
+    [[nodiscard]] static Folders fromEnvironment();
+};
+
+/// The country code of the user's locale (`LC_ALL`, `LC_MESSAGES`, `LANG`), as "DE"; empty when it has none.
+[[nodiscard]] std::string localeCountryCode();
+/// The value of an environment variable; empty when unset.
+[[nodiscard]] std::string environmentVariable(const char* name);
+/// The current year of the user's calendar day.
+[[nodiscard]] int currentYear();
+
+}  // namespace morvane

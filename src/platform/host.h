@@ -1,0 +1,84 @@
+// platform/host.h: the machine as one object: its services, and every process-wide cache and lock.
+//
+// `main` builds one before anything else, each test builds its own; it is the only mutable global. The thread that
+// builds it is the main thread.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/annotations.h"
+#include "platform/cancellation.h"
+#include "platform/defaults_store.h"
+#include "platform/folders.h"
+#include "platform/main_queue.h"
+#include "platform/user_interface.h"
+#include "platform/value.h"
+#include "platform/work_queues.h"
+
+namespace morvane {
+
+/// Base addresses, each ending in "/". Set before work starts.
+struct Sites {
+    std::string caskery;    ///< the wrapper technology's download site
+    std::string catalogue;  ///< the catalogue server
+};
+
+/// A cache with its lock. `mutex` is held while `value` is read, or filled.
+template <class T>
+struct Cache {
+    Mutex mutex;
+    T value MV_GUARDED_BY(mutex){};
+};
+
+/// The hardware values, each computed once.
+struct HardwareValues {
+    std::optional<Dictionary> graphicCard;
+    std::optional<std::string> graphicCardType;
+    bool graphicCardTypeKnown = false;
+    std::optional<std::string> macOsVersion;
+};
+
+class Host {
+  public:
+    struct Options {
+        Folders folders;
+        Sites sites;
+        std::string searchPath;  ///< `PATH`; the programs folder is added at its end
+        /// Stands in for `isHostReachable` where set.
+        std::function<bool(const std::string& host)> reachability;
+    };
+
+    Host(Options options, UserInterface& userInterface);
+    ~Host();
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    const Folders folders;
+    Sites sites;
+    const std::string searchPath;
+    UserInterface& userInterface;
+    MainQueue mainQueue;
+    WorkQueues workQueues;
+    Cancellation creation;
+    DefaultsStore defaults;
+
+    [[nodiscard]] bool isReachable(const std::string& hostName) const;
+
+    Cache<std::map<std::string, std::string>> programPaths;
+    Cache<std::vector<std::string>> engineCatalogue;
+    Cache<std::optional<std::string>> newestMasterWrapper;
+    Cache<HardwareValues> hardware;
+
+  private:
+    std::function<bool(const std::string&)> reachability_;
+    Host* previous_;
+};
+
+/// The machine of this process.
+[[nodiscard]] Host& host();
+
+}  // namespace morvane

@@ -1,0 +1,74 @@
+// platform/http.h: HTTP (http, https, ftp).
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace morvane {
+
+class Cancellation;
+class MainQueue;
+
+struct HttpRequest {
+    std::string url;
+    std::optional<std::string> body;   ///< a POST with this body when present, else a GET
+    std::vector<std::string> headers;  ///< "Name: value" each
+    /// Ends the transfer when nothing arrived for this long.
+    std::chrono::seconds idleTimeout{60};
+};
+
+struct HttpResponse {
+    int status = 0;  ///< 0 when there was no response
+    std::string body;
+    std::string error;  ///< the transport error's description; empty when there was none
+};
+
+struct UrlParts {
+    std::string scheme, host, path;
+};
+/// The parts of an absolute address; nothing without a scheme and a host. The path may be empty.
+[[nodiscard]] std::optional<UrlParts> parseUrl(std::string_view url);
+
+namespace http {
+
+/// Blocks until the whole response is there; follows redirections; never uses a cache. With a cancellation, a request
+/// to it ends the transfer and throws `Cancelled`.
+[[nodiscard]] HttpResponse fetch(const HttpRequest& request, Cancellation* cancellation = nullptr);
+
+/// The events of a transfer, all on the main thread. Exactly one of `failed` and `ended` comes, last.
+struct TransferHandlers {
+    std::function<void(std::optional<std::uint64_t> announcedLength)> response;
+    std::function<void(std::string_view chunk)> data;
+    std::function<void(const std::string& description)> failed;
+    std::function<void()> ended;
+};
+
+/// A running GET. Destroying or cancelling it stops the transfer; no handler is called afterwards.
+class Transfer {
+  public:
+    /// Starts at once, on a thread of its own that the destructor joins. To be destroyed on the main thread.
+    Transfer(MainQueue& queue, const HttpRequest& request, TransferHandlers handlers);
+    ~Transfer();
+    Transfer(const Transfer&) = delete;
+    Transfer& operator=(const Transfer&) = delete;
+    /// Main thread: no handler is called after it.
+    void cancel();
+
+  private:
+    struct State;
+    std::shared_ptr<State> state_;
+};
+
+}  // namespace http
+
+/// Whether the host can be reached: its name resolves and there is a route to an address of it; no connection is
+/// opened. Answers within two seconds, "no" when resolving takes longer. Any thread.
+[[nodiscard]] bool isHostReachable(const std::string& host);
+
+}  // namespace morvane

@@ -1,0 +1,43 @@
+// platform/pictures.h: pictures: decoding what users have, Lanczos scaling, encoding. Any thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace morvane {
+
+/// Unpremultiplied RGBA, 8 bits a channel, rows from the top without padding.
+struct Picture {
+    int width = 0;   ///< pixels
+    int height = 0;  ///< pixels
+    std::vector<std::uint8_t> rgba;
+};
+
+namespace pictures {
+
+inline constexpr int longestEdge = 16384;  ///< larger pictures are refused, whatever they claim to hold
+
+/// "PNG", "JPEG", "TIFF", "GIF", "BMP", "ICNS", "ICO" or "WebP" by the first bytes; empty for anything else.
+[[nodiscard]] std::string_view kindOf(std::string_view bytes);
+struct Size {
+    int width = 0, height = 0;
+};
+/// The size in pixels without decoding the whole; nothing when it is no picture that we read.
+[[nodiscard]] std::optional<Size> sizeOf(std::string_view bytes);
+/// PNG, JPEG, TIFF, GIF (first frame), BMP, ICNS and ICO (largest), WebP. Nothing for anything else, for truncated
+/// pictures without a complete header, and for pictures with an edge of 0 or beyond `longestEdge`.
+[[nodiscard]] std::optional<Picture> decode(std::string_view bytes);
+[[nodiscard]] std::string encodePng(const Picture& picture);
+[[nodiscard]] std::string encodeJpeg(const Picture& picture, int quality = 90);
+/// A baseline, uncompressed TIFF file of one image.
+[[nodiscard]] std::string encodeTiff(const Picture& picture);
+
+/// Scales both edges by the factor width / picture.width with a Lanczos filter of three lobes, on premultiplied
+/// colour; edges are at least one pixel. The ratio of the edges is kept.
+[[nodiscard]] Picture scaledToWidth(const Picture& picture, int width);
+
+}  // namespace pictures
+}  // namespace morvane

@@ -1,0 +1,117 @@
+// platform/user_interface.h: what the core asks of a front end. Every call comes on the main thread.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "platform/value.h"
+
+namespace morvane {
+
+struct TextField {
+    std::string text;           ///< what it holds at first
+    double width = 260, height = 24;  ///< points
+};
+struct ImageAccessory {
+    std::string path;  ///< shown at its own size divided by the screen's scale
+};
+struct LongText {
+    std::string text;  ///< shown scrollable
+};
+/// One control of a panel's accessory. A change made by the user calls `changed` with the new choice, which may in
+/// turn alter the other fields of the same form.
+struct FormField {
+    enum class Kind { choice, checkBox };
+    Kind kind = Kind::choice;
+    std::string label;
+    std::vector<std::string> options;  ///< of a choice
+    std::size_t chosen = 0;            ///< index of the choice; 0 or 1 of a check box
+    std::function<void(std::size_t)> changed;
+};
+struct Form {
+    std::vector<FormField> fields;
+};
+
+struct Dialog {
+    enum class Style { informational, critical };
+    enum class Icon { application, stop, picture };
+    std::string title;                 ///< the heading
+    std::string text;                  ///< the body, shown literally
+    std::vector<std::string> buttons;  ///< in order
+    std::size_t defaultButton = 0;
+    Style style = Style::informational;
+    Icon icon = Icon::application;
+    std::string iconPath;  ///< of `Icon::picture`
+    std::variant<std::monostate, TextField, ImageAccessory, LongText> accessory;
+};
+struct DialogAnswer {
+    std::size_t button = 0;  ///< index of the button pressed
+    std::string text;        ///< of the text field
+};
+
+/// A choice of existing files or folders.
+struct OpenPanel {
+    std::string title;
+    std::string startFolder;         ///< empty: the front end's own choice
+    std::vector<std::string> types;  ///< extensions without dot, compared as given; empty: everything
+    bool files = true;
+    bool folders = false;
+    bool packagesAsFolders = false;  ///< `.app` bundles can be entered
+    bool multiple = false;
+    /// Whether a path can be chosen, beyond the types; absent: yes.
+    std::function<bool(const std::string& path)> shouldEnable;
+};
+/// A choice of a place for something new. The front end adds the first type as an extension when the name has none of
+/// them, and asks before it gives back a place where something exists.
+struct SavePanel {
+    std::string title;
+    std::string startFolder;
+    std::string proposedName;
+    std::vector<std::string> types;
+    Form* accessory = nullptr;
+};
+
+struct ProgressState {
+    std::string status;
+    std::string subtitle;
+    bool indeterminate = true;
+    int value = 0;   ///< 0 to 1000
+    int height = 0;  ///< points; 0: not shown
+    bool creatingWrapper = false;
+};
+
+struct Notification {
+    std::string title;
+    std::string message;
+    std::string info;         ///< carried for the action
+    std::string actionTitle;  ///< "Play"
+    std::optional<ImageData> image;
+};
+
+class UserInterface {
+  public:
+    virtual ~UserInterface() = default;
+
+    /// Blocks until answered. Throws nothing; a front end that cannot answer (no terminal) ends the command itself.
+    virtual DialogAnswer showDialog(const Dialog& dialog) = 0;
+    /// The chosen paths; empty when cancelled.
+    virtual std::vector<std::string> chooseFiles(const OpenPanel& panel) = 0;
+    virtual std::optional<std::string> chooseSavePath(const SavePanel& panel) = 0;
+    virtual void showProgress(const ProgressState& state) = 0;
+    virtual void notify(const Notification& notification) = 0;
+
+    // Workspace services; failures are silent.
+    virtual void openLink(const std::string& url) = 0;
+    virtual void openPath(const std::string& path) = 0;
+    virtual void revealPath(const std::string& path) = 0;
+    virtual void launchBundle(const std::string& path) = 0;
+    /// Brings the windows of every process whose executable lies below the path to the front.
+    virtual void bringToFront(const std::string& pathPrefix) = 0;
+};
+
+}  // namespace morvane

@@ -1,0 +1,107 @@
+// ports/port_data.h: a port description, read from a CKI file. Any thread; never changed after it was made.
+//
+// A key whose value has the wrong type reads as missing, for all keys alike, elements of lists and entries included.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/result.h"
+#include "platform/value.h"
+
+namespace morvane {
+
+struct ExeEntry {
+    std::string name;
+    bool isMain = false;  ///< "main" is "X"
+    std::string path;     ///< Windows path, with flags
+    std::int64_t automatic = 0;
+    bool fullscreen = false;
+    std::int64_t virtualdesktop = 0;
+    std::string resolution;
+    std::string colours;
+    std::string compatibility;
+    std::optional<std::string> version;
+    std::optional<ImageData> icon;
+};
+struct DriveEntry {
+    std::string name, place, typeName;
+};
+struct ExtensionEntry {
+    std::string app, func;
+};
+struct MenuEntry {
+    std::string name, type, desc;
+    bool operator==(const MenuEntry&) const = default;
+};
+struct ExtraFileEntry {
+    std::optional<std::string> origin, destiny;
+    bool autorun = false;
+};
+
+namespace drm {
+inline constexpr unsigned steam = 1, origin = 2, uplay = 4;
+}
+
+enum class MacDriver { no, yes };
+
+class NSPortData {
+  public:
+    /// `initWithCkiAtPath:`. The port data, or the loader's message.
+    [[nodiscard]] static Result<NSPortData> initWithCkiAtPath(const std::string& path);
+    /// `initWithDictionary:ofCkiAtPath:`. The path may be absent.
+    [[nodiscard]] static NSPortData initWithDictionary(const Dictionary& dictionary,
+                                                       const std::optional<std::string>& path);
+    /// `customPortAtPath:withEngine:installingDRMs:withMacDriver:`. A blank port, or nothing without a name or engine.
+    [[nodiscard]] static std::optional<NSPortData> customPortAtPath(const std::string& wrapper,
+                                                                    const std::string& engine, unsigned drms,
+                                                                    MacDriver macDriver);
+    /// The dictionary of that blank port.
+    [[nodiscard]] static std::optional<Dictionary> customPortDictionary(const std::string& wrapper,
+                                                                        const std::string& engine, unsigned drms,
+                                                                        MacDriver macDriver);
+    /// `winetricksWithObject:`.
+    [[nodiscard]] static std::vector<std::string> winetricksWithObject(const Value* object);
+    /// `overridesFromCKI:`.
+    [[nodiscard]] static Array overridesFromCKI(const Dictionary& cki);
+    /// `checkIfCKI:atPath:isForDRM:`.
+    [[nodiscard]] static bool checkIfCKI(const Dictionary& cki, const std::optional<std::string>& path,
+                                         std::string_view drmName);
+    /// `ckiVersionIsAtLeast:`.
+    [[nodiscard]] bool ckiVersionIsAtLeast(std::string_view version) const;
+
+    std::optional<std::string> ckiVersion, creator, creatorMail, source, portType, engine, engineCustomLink, company;
+    std::optional<std::vector<MenuEntry>> portMenu;
+    std::optional<std::vector<DriveEntry>> drives;
+    std::optional<std::vector<ExtensionEntry>> supportedExtensions;
+    bool useMacDriver = false, decorateWindows = false, useDirect3DBoost = false;
+    std::vector<std::string> winetricks;
+    std::vector<ExeEntry> exes;
+    std::vector<ExtraFileEntry> extraFilesBeforeInstaller, extraFilesAfterInstaller;
+    bool originalInstallerNeeded = false;
+    std::optional<std::string> originalInstallerName;
+    bool emulateThreeButtonsMouse = false, optionKeyWorksAsAlt = false, closePortNicely = false,
+         singleCpuMode = false, decorateWindowWithQuartz = false, useXQuartz = false, maxFiles10240 = false;
+    Array overrides;
+    bool isSteam = false, isOrigin = false, isUplay = false, isGogGalaxy = false, fnToggleDefaultValue = false;
+};
+
+/// `ckiVersion:isAtLeast:`. Component by component as numbers; a missing version has no components.
+[[nodiscard]] bool ckiVersion(const std::optional<std::string>& version, std::string_view least);
+
+/// A number other than 0, true, or a text that reads as true.
+[[nodiscard]] bool booleanReading(const Value* value);
+
+namespace NSUtilities {
+
+/// `loadArchivedObjectFromFile:ofType:`. The root object, or a message; the type label is "CKI" or "CKII".
+[[nodiscard]] Result<Value> loadArchivedObjectFromFile(const std::string& path, const std::string& type);
+/// `safeUnarchiveObjectWithData:`.
+[[nodiscard]] std::optional<Value> safeUnarchiveObjectWithData(std::string_view bytes);
+
+}  // namespace NSUtilities
+}  // namespace morvane

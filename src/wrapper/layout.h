@@ -1,0 +1,48 @@
+// wrapper/layout.h: where everything lies in a wrapper and in the shared support folder. Any thread; texts only.
+#pragma once
+
+#include <string>
+
+namespace morvane {
+
+namespace MVString {
+
+/// `pathByAppendingCaskeryFrameworkBinToPortPath`: "/Contents/Frameworks/bin/Caskery". The wrapper path must not end
+/// with "/", here and below.
+[[nodiscard]] std::string pathByAppendingCaskeryFrameworkBinToPortPath(const std::string& wrapper);
+/// `pathByAppendingCaskeryAppBinaryToPortPath`: "/Caskery.app/Contents/MacOS/Caskery".
+[[nodiscard]] std::string pathByAppendingCaskeryAppBinaryToPortPath(const std::string& wrapper);
+/// `pathByAppendingCaskeryLauncherBinToPortPath`: "/Contents/MacOS/CaskeryLauncher".
+[[nodiscard]] std::string pathByAppendingCaskeryLauncherBinToPortPath(const std::string& wrapper);
+
+}  // namespace MVString
+
+namespace layout {
+
+// Below a wrapper.
+inline constexpr const char* infoPlist = "/Contents/Info.plist";
+inline constexpr const char* customExePlist = "/Contents/Info.plist.cexe";
+inline constexpr const char* x11Plist = "/Contents/Resources/CKX11Prefs.plist";
+inline constexpr const char* resources = "/Contents/Resources";
+inline constexpr const char* driveC = "/Contents/Resources/drive_c";
+inline constexpr const char* dosdevices = "/Contents/Resources/dosdevices";
+inline constexpr const char* menuScripts = "/Contents/Resources/CaskeryMenuScripts";
+inline constexpr const char* quitScript = "/Contents/Resources/CaskeryMenuScripts/CaskeryQuitScript";
+inline constexpr const char* infoStrings = "/Contents/Resources/English.lproj/InfoPlist.strings";
+inline constexpr const char* engine = "/Contents/Frameworks/ckwine.bundle";
+inline constexpr const char* engineVersion = "/Contents/Frameworks/ckwine.bundle/version";
+inline constexpr const char* systemRegistry = "/Contents/Resources/system.reg";
+inline constexpr const char* settingsToolResources = "/Caskery.app/Contents/Resources";
+inline constexpr const char* customExeTemplate = "/Caskery.app/Contents/Resources/CustomEXE.app";
+inline constexpr const char* customExeMark = "/Contents/MacOS/CustomEXE";
+inline constexpr const char* backupCki = "/mv_backup.cki";
+inline constexpr const char* descriptionCkii = "/mv_desc.ckii";
+
+// The shared support folder of the wrapper technology, in the home folder of `host()`.
+[[nodiscard]] std::string supportFolder();         ///< `Library/Application Support/Caskery`
+[[nodiscard]] std::string masterFolder();          ///< its `Wrapper`
+[[nodiscard]] std::string enginesFolder();         ///< its `Engines`
+[[nodiscard]] std::string applicationSupportFolder();  ///< `Library/Application Support/Morvane`
+
+}  // namespace layout
+}  // namespace morvane

@@ -1,0 +1,73 @@
+// wrapper/port_manager.h: the settings of one wrapper, read once and written whole. One thread at a time, no lock.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/pictures.h"
+#include "platform/value.h"
+
+namespace morvane {
+
+/// The settings store of a wrapper or of a Custom EXE application. A settings file that is missing or no property list
+/// gives a store without that dictionary: reads give nothing, writes do nothing.
+class NSPortManager {
+  public:
+    /// `managerWithPath:`.
+    [[nodiscard]] static NSPortManager managerWithPath(const std::string& wrapper);
+    /// `managerWithCustomExePath:`.
+    [[nodiscard]] static NSPortManager managerWithCustomExePath(const std::string& application);
+
+    std::string path;
+    bool isCustomEXE = false;
+    std::optional<Dictionary> plist;
+    std::optional<Dictionary> x11Plist;
+
+    /// `plistObjectForKey:`.
+    [[nodiscard]] const Value* plistObjectForKey(std::string_view key) const;
+    /// The value when it is text.
+    [[nodiscard]] std::optional<std::string> plistTextForKey(std::string_view key) const;
+    /// `setPlistObject:forKey:`. Removes the key without a value.
+    void setPlistObject(const std::optional<Value>& value, const std::string& key);
+    /// `synchronizePlist`. Writes the file whole, atomically; false when that failed, true also without a dictionary.
+    bool synchronizePlist() const;
+    /// `x11PlistObjectForKey:`.
+    [[nodiscard]] const Value* x11PlistObjectForKey(std::string_view key) const;
+    /// `setX11PlistObject:forKey:`. Removes the key without a value.
+    void setX11PlistObject(const std::optional<Value>& value, const std::string& key);
+    /// `synchronizeX11Plist`.
+    bool synchronizeX11Plist() const;
+
+    /// `runWithArguments:`. Runs the command tool and waits; true always.
+    bool runWithArguments(const std::vector<std::string>& arguments) const;
+    /// `installWinetrick:`.
+    bool installWinetrick(const std::string& winetrick) const;
+    /// `runEXE:withFlags:`. Runs a program of the wrapper, by its Mac path, through a batch file; true always.
+    bool runEXE(const std::string& program, const std::string& flags) const;
+
+    /// `savePngImage:withSize:atPath:`. Scaled to that width in pixels; failures are not reported.
+    void savePngImage(const Picture& picture, int size, const std::string& path) const;
+    /// `saveIconsetImage:withSize:atFolder:`. The size and its "@2x".
+    void saveIconsetImage(const Picture& picture, int size, const std::string& folder) const;
+    /// `setIconWithImage:`. Replaces the icon file; nothing happens without a picture that can be decoded or without
+    /// "CFBundleIconFile".
+    void setIconWithImage(const std::optional<ImageData>& image) const;
+};
+
+/// Flags are booleans or integers in settings files; anything else, and nothing, is false.
+[[nodiscard]] bool isFlagSet(const Value* value);
+
+namespace NSUtilities {
+
+/// `getPlistItem:fromPlist:fromWrapper:`. The relative path begins with "/".
+[[nodiscard]] std::optional<Value> getPlistItem(const std::string& key, const std::string& plist,
+                                                const std::string& wrapper);
+/// `getPlistItem:fromWrapper:`. From "/Game Info.plist" for a ".boxer" bundle, else from "/Contents/Info.plist".
+[[nodiscard]] std::optional<Value> getPlistItem(const std::string& key, const std::string& wrapper);
+/// The file name of a wrapper's icon, ".icns" included; nothing without "CFBundleIconFile".
+[[nodiscard]] std::optional<std::string> iconFileName(const Value* iconSetting);
+
+}  // namespace NSUtilities
+}  // namespace morvane

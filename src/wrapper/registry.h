@@ -1,0 +1,51 @@
+// wrapper/registry.h: Wine's text registry files, edited block by block while the wrapper does not run.
+//
+// Any thread, but one at a time for a wrapper. Key headers are named with doubled backslashes, as in the files:
+// R"([Software\\Wine\\DllOverrides])". File names are "system" and "user". The format is that of Wine's registry files
+// ("WINE REGISTRY Version 2").
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/value.h"
+
+namespace morvane::NSUtilities {
+
+/// `getPathForRegistryFile:fromWrapper:`.
+[[nodiscard]] std::string getPathForRegistryFile(const std::string& name, const std::string& wrapper);
+/// `getRegistry:fromReg:fromWrapper:`. The key's value lines, joined by line feeds; empty when it has none.
+[[nodiscard]] std::string getRegistry(const std::string& header, const std::string& name, const std::string& wrapper);
+/// `getRegistriesWithGramar:fromReg:fromWrapper:`. Whole blocks whose header matches the pattern with one "*".
+[[nodiscard]] std::vector<std::string> getRegistriesWithGramar(const std::string& pattern, const std::string& name,
+                                                               const std::string& wrapper);
+/// `addRegistry:fromReg:fromWrapper:`. Appends the block.
+void addRegistry(const std::string& block, const std::string& name, const std::string& wrapper);
+/// `deleteRegistry:fromReg:fromWrapper:`. Removes the key's block.
+void deleteRegistry(const std::string& header, const std::string& name, const std::string& wrapper);
+/// `getValueForKey:fromRegistry:`. The data as written, or empty.
+[[nodiscard]] std::string getValueForKey(std::string_view valueName, std::string_view lines);
+/// `getStringValueForKey:fromRegistry:`. Between the quotes, still escaped, or empty.
+[[nodiscard]] std::string getStringValueForKey(std::string_view valueName, std::string_view lines);
+/// `setOnRegistry:value:forKey:`. The changed lines; without data the value is removed.
+[[nodiscard]] std::string setOnRegistry(const std::string& lines, const std::optional<std::string>& data,
+                                        const std::string& valueName);
+/// `setOnRegistry:stringValue:forKey:`. The text is put in quotes and not escaped.
+[[nodiscard]] std::string setOnRegistryStringValue(const std::string& lines, const std::string& text,
+                                                   const std::string& valueName);
+
+struct RegistryString {
+    std::string name;
+    std::string text;
+};
+/// The five-step replacement of string values of one key: read, delete, change (in the order given), append.
+void replaceRegistryStrings(const std::string& header, const std::vector<RegistryString>& values,
+                            const std::string& name, const std::string& wrapper);
+
+/// `saveUserOverrides:atFile:`. Replaces the key of each fragment in the "user" file; elements that are no text are
+/// skipped. True always.
+bool saveUserOverrides(const Array& fragments, const std::string& wrapper);
+
+}  // namespace morvane::NSUtilities
