@@ -1,4 +1,5 @@
-// foundation/progress_view.h: the progress panel. Any thread; effects reach the front end through the main queue.
+// foundation/progress_view.h: the progress panel. Any thread; effects reach the front end through the main
+// queue.
 #pragma once
 
 #include <string>

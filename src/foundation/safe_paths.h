@@ -13,10 +13,11 @@ enum class Levels { one, many };
 
 /// The path of `text` inside `folder`, or a refusal that names `what` ("the program's name") and the text.
 ///
-/// Refused: an empty text, NUL and other control characters (line breaks among them), "." and ".." as a level, "/"
-/// with `Levels::one` ("\" is an ordinary character; callers turn Windows separators first), a level of more than 255
-/// bytes, and a level on the way (the last one included) that is a link leading out of the folder. With `Levels::many` empty levels
-/// (leading, doubled and final "/") are dropped. Nothing is created. The folder itself is trusted.
+/// Refused: an empty text, NUL and other control characters (line breaks among them), "." and ".." as a
+/// level, "/" with `Levels::one` ("\" is an ordinary character; callers turn Windows separators first), a
+/// level of more than 255 bytes, and a level on the way (the last one included) that is a link leading out of
+/// the folder. With `Levels::many` empty levels (leading, doubled and final "/") are dropped. Nothing is
+/// created. The folder itself is trusted.
 [[nodiscard]] Result<std::string> pathInside(const std::string& folder, std::string_view text, Levels levels,
                                              std::string_view what);
 
