@@ -22,16 +22,19 @@ namespace NSExeSelection {
 /// `getLNKFlagsFromFileContents:forPath:`.
 [[nodiscard]] std::string getLNKFlagsFromFileContents(std::string_view contents, std::string_view path);
 /// `getLNKFlagsFromString:forPath:`.
-[[nodiscard]] std::optional<std::string> getLNKFlagsFromString(std::string_view text, std::string_view folder);
+[[nodiscard]] std::optional<std::string> getLNKFlagsFromString(std::string_view text,
+                                                               std::string_view folder);
 /// `getLNKFlagsFromRareString:forPath:`.
-[[nodiscard]] std::optional<std::string> getLNKFlagsFromRareString(std::string_view text, std::string_view path);
+[[nodiscard]] std::optional<std::string> getLNKFlagsFromRareString(std::string_view text,
+                                                                   std::string_view path);
 /// `getLNKFileFromDESKTOPFileContents:forPort:`.
 [[nodiscard]] std::optional<std::string> getLNKFileFromDESKTOPFileContents(std::string_view contents,
                                                                            const std::string& wrapper);
 /// `getEXEFileFromDESKTOPFileContents:`.
 [[nodiscard]] std::string getEXEFileFromDESKTOPFileContents(std::string_view contents);
 /// `getDESKTOPPathFromFileContents:forPort:`.
-[[nodiscard]] std::string getDESKTOPPathFromFileContents(std::string_view contents, const std::string& wrapper);
+[[nodiscard]] std::string getDESKTOPPathFromFileContents(std::string_view contents,
+                                                         const std::string& wrapper);
 /// `getDESKTOPFlagsFromFileContents:forPath:forPort:`.
 [[nodiscard]] std::string getDESKTOPFlagsFromFileContents(std::string_view contents, std::string_view path,
                                                           const std::string& wrapper);
@@ -44,8 +47,8 @@ namespace NSExeSelection {
 /// `pathByUpdatingPath:forPort:`.
 [[nodiscard]] std::string pathByUpdatingPath(const std::string& path, const std::string& wrapper);
 
-/// The program that an autorun file starts, looked for beside it whatever the case: the installer search's reading of
-/// the file (`getAutorunPathFromFile:` of the creation). Nothing when it names none that exists.
+/// The program that an autorun file starts, looked for beside it whatever the case: the installer search's
+/// reading of the file (`getAutorunPathFromFile:` of the creation). Nothing when it names none that exists.
 [[nodiscard]] std::optional<std::string> autorunProgram(const std::string& file);
 
 }  // namespace NSExeSelection

@@ -1,6 +1,7 @@
 // ports/port_data.h: a port description, read from a CKI file. Any thread; never changed after it was made.
 //
-// A key whose value has the wrong type reads as missing, for all keys alike, elements of lists and entries included.
+// A key whose value has the wrong type reads as missing, for all keys alike, elements of lists and entries
+// included.
 #pragma once
 
 #include <cstdint>
@@ -56,14 +57,15 @@ class NSPortData {
     /// `initWithDictionary:ofCkiAtPath:`. The path may be absent.
     [[nodiscard]] static NSPortData initWithDictionary(const Dictionary& dictionary,
                                                        const std::optional<std::string>& path);
-    /// `customPortAtPath:withEngine:installingDRMs:withMacDriver:`. A blank port, or nothing without a name or engine.
+    /// `customPortAtPath:withEngine:installingDRMs:withMacDriver:`. A blank port, or nothing without a name
+    /// or engine.
     [[nodiscard]] static std::optional<NSPortData> customPortAtPath(const std::string& wrapper,
                                                                     const std::string& engine, unsigned drms,
                                                                     MacDriver macDriver);
     /// The dictionary of that blank port.
     [[nodiscard]] static std::optional<Dictionary> customPortDictionary(const std::string& wrapper,
-                                                                        const std::string& engine, unsigned drms,
-                                                                        MacDriver macDriver);
+                                                                        const std::string& engine,
+                                                                        unsigned drms, MacDriver macDriver);
     /// `winetricksWithObject:`.
     [[nodiscard]] static std::vector<std::string> winetricksWithObject(const Value* object);
     /// `overridesFromCKI:`.
@@ -74,7 +76,8 @@ class NSPortData {
     /// `ckiVersionIsAtLeast:`.
     [[nodiscard]] bool ckiVersionIsAtLeast(std::string_view version) const;
 
-    std::optional<std::string> ckiVersion, creator, creatorMail, source, portType, engine, engineCustomLink, company;
+    std::optional<std::string> ckiVersion, creator, creatorMail, source, portType, engine, engineCustomLink,
+        company;
     std::optional<std::vector<MenuEntry>> portMenu;
     std::optional<std::vector<DriveEntry>> drives;
     std::optional<std::vector<ExtensionEntry>> supportedExtensions;
@@ -87,7 +90,8 @@ class NSPortData {
     bool emulateThreeButtonsMouse = false, optionKeyWorksAsAlt = false, closePortNicely = false,
          singleCpuMode = false, decorateWindowWithQuartz = false, useXQuartz = false, maxFiles10240 = false;
     Array overrides;
-    bool isSteam = false, isOrigin = false, isUplay = false, isGogGalaxy = false, fnToggleDefaultValue = false;
+    bool isSteam = false, isOrigin = false, isUplay = false, isGogGalaxy = false,
+         fnToggleDefaultValue = false;
 };
 
 /// `ckiVersion:isAtLeast:`. Component by component as numbers; a missing version has no components.
