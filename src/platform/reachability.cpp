@@ -94,11 +94,8 @@ std::string printedAddresses(const std::string& host) {
     if (!ownRun.begin()) return {};
     const Deadline deadline(ownRun, resolvingLimit);
     try {
-        const auto result = processes::run({.program = "/usr/bin/getent",
-                                            .arguments = {"ahosts", host},
-                                            .runFolder = {},
-                                            .environment = {},
-                                            .cancellation = &ownRun});
+        const auto result = processes::run(
+            {.program = "/usr/bin/getent", .arguments = {"ahosts", host}, .cancellation = &ownRun});
         return result ? result->output : std::string();
     } catch (const Cancelled&) {
         return {};
