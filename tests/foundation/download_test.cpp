@@ -79,7 +79,7 @@ TEST_F(Downloads, AShortBodyIsSavedOnlyWhenTheUserSaysSo) {
 
 TEST_F(Downloads, NothingReceivedAsksForAnotherLink) {
     site.answer("/empty", {});
-    site.answer("/dropped", {.drop = true});
+    site.answer("/dropped", {.body = "", .drop = true});
     site.answer("/good", {.body = "good"});
     ui.expect(notAvailable).titleIs("Error").defaultIs("Yes").answer("Yes");
     ui.expectInput("Inform the updated link:").type(link("dropped"));
@@ -215,7 +215,7 @@ TEST_F(Downloads, ShowHowFarTheyAre) {
 }
 
 TEST_F(Downloads, AStalledTransferIsReplacedByTheLinkThatTheUserGives) {
-    site.answer("/stalled", {.announcedLength = 100, .stall = true});
+    site.answer("/stalled", {.body = "", .announcedLength = 100, .stall = true});
     site.answer("/good", {.body = "good"});
     once([&] { return requested(); },
          [&] {
@@ -246,7 +246,7 @@ TEST_F(Downloads, ACancellationThrowsAndWritesNothing) {
 }
 
 TEST_F(Downloads, TheEndOfTheApplicationReleasesTheCaller) {
-    site.answer("/stalled", {.stall = true});
+    site.answer("/stalled", {.body = "", .stall = true});
     once([&] { return requested(); }, [&] { machine->mainQueue.close(); });
     EXPECT_FALSE(run(link("stalled"), Silence::yes));
     EXPECT_FALSE(fileExists());

@@ -35,10 +35,10 @@ TEST_F(FileActions, ReportFailuresAndGoOn) {
 }
 
 TEST_F(FileActions, WorkOnFoldersAndLinks) {
-    const std::string folder = home + "/a/b";
-    EXPECT_TRUE(MVFileManager::createDirectoryAtPath(folder, IntermediateFolders::yes));
-    EXPECT_TRUE(MVFileManager::createDirectoryAtPath(folder, IntermediateFolders::yes));
-    put(folder + "/.hidden", "1234");
+    const std::string inner = home + "/a/b";
+    EXPECT_TRUE(MVFileManager::createDirectoryAtPath(inner, IntermediateFolders::yes));
+    EXPECT_TRUE(MVFileManager::createDirectoryAtPath(inner, IntermediateFolders::yes));
+    put(inner + "/.hidden", "1234");
     EXPECT_TRUE(MVFileManager::createSymbolicLinkAtPath(home + "/a/link", "b"));
     EXPECT_EQ(MVFileManager::destinationOfSymbolicLinkAtPath(home + "/a/link"), "b");
     EXPECT_TRUE(MVFileManager::directoryExistsAtPath(home + "/a/link"));

@@ -133,7 +133,7 @@ TEST_F(Machine, FormsArePostedAndAnswered) {
     site.answer("/empty", {});
     site.answer("/binary", {.body = "\xFF"});
     site.answer("/wrong", {.status = 500, .body = "no"});
-    site.answer("/gone", {.drop = true});
+    site.answer("/gone", {.body = "", .drop = true});
     EXPECT_EQ(NSUtilities::launchURLWithPostValues(address + "ok", {{"b", "1 & 2?"}, {"a", "é"}}), "réponse");
     EXPECT_EQ(NSUtilities::launchURL(address + "created", "é=日"), "yes");
     EXPECT_EQ(site.requests(),
