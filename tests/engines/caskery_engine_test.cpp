@@ -132,14 +132,14 @@ TEST_F(EngineCatalogue, IsDownloadedOnceInTheOrderOfTheFile) {
     EXPECT_EQ(online(), (Names{"CK8Wine1.7", "CK9Wine2.0"}));
     std::vector<std::thread> callers;
     for (int caller = 0; caller < 4; ++caller)
-        callers.emplace_back([] { NSCaskeryEngine::getListOfAvailableEngines().size(); });
+        callers.emplace_back([] { EXPECT_EQ(NSCaskeryEngine::getListOfAvailableEngines().size(), 2U); });
     for (std::thread& caller : callers) caller.join();
     ASSERT_EQ(site.requests().size(), 1U);
     EXPECT_EQ(site.requests()[0].rfind("GET /Engines/EngineList.txt?", 0), 0U);
 }
 
 TEST_F(EngineCatalogue, IsAskedForAgainAfterAFailure) {
-    site.answerInTurn(list, {{.drop = true},
+    site.answerInTurn(list, {{.body = "", .drop = true},
                              {.status = 404, .body = "<html>404</html>\n"},
                              {.body = "\r\n <!DOCTYPE html>\nCK9Wine1.0"},
                              {.body = ""},

@@ -128,8 +128,7 @@ TEST_F(RunEXE, KeepsAFileThatHasTheBatchFilesName) {
 }
 
 TEST_F(RunEXE, RefusesNamesThatWouldAddCommands) {
-    for (const char* program : {"/Games/a\ndel.exe", "/Games/a\" & del \".exe", "/x\r/a.exe", "/..bat"}) {
-        if (std::string(program) == "/..bat") continue;
+    for (const char* program : {"/Games/a\ndel.exe", "/Games/a\" & del \".exe", "/x\r/a.exe"}) {
         ui.expectError("");
         EXPECT_EQ(run(driveC + program, ""), "not run") << program;
     }
