@@ -202,6 +202,10 @@ TEST_F(Icon, StaysWhenNoNewOneComesOut) {
         EXPECT_EQ(get(resources + "/game.icns"), "old") << failing;
         EXPECT_EQ(left(), std::vector<std::string>{"game.icns"});
     }
+    std::filesystem::rename(resources + "/game.icns",
+                            resources + "/game.icns.previous");  // as a kill leaves it
+    setIcon("game.icns", picture(2, 2));
+    EXPECT_EQ(get(resources + "/game.icns"), "old");
 }
 
 TEST_F(Icon, IsNotTouchedWithoutAPictureOrAName) {

@@ -4,6 +4,7 @@
 
 #include "foundation/file_manager.h"
 #include "foundation/tasks.h"
+#include "foundation/text.h"
 #include "platform/own_process.h"
 #include "support/test_machine.h"
 
@@ -67,9 +68,7 @@ TEST_F(Termination, FollowsTheWholeOrder) {
         "-\t0\tother.app\n"
         "12\t0\tcom.My game.app\n"
         "-\tMy game.app\n");
-    std::string lockName = wrapper;
-    for (std::size_t at = 0; (at = lockName.find('/', at)) != std::string::npos;)
-        lockName.replace(at, 1, "xCKx");
+    const std::string lockName = MVString::replacedAll(wrapper, "/", "xCKx");
     const std::string lock = folder.path + "/tmp/" + lockName;
     put(lock + "/lockfile", "");
 
@@ -112,9 +111,7 @@ TEST_F(Termination, RefusesPathsThatAreEverybodys) {
 }
 
 TEST_F(Termination, ALinkInThePlaceOfTheLockIsNotFollowed) {
-    std::string lockName = wrapper;
-    for (std::size_t at = 0; (at = lockName.find('/', at)) != std::string::npos;)
-        lockName.replace(at, 1, "xCKx");
+    const std::string lockName = MVString::replacedAll(wrapper, "/", "xCKx");
     put(home + "/foreign/lockfile", "kept");
     std::filesystem::create_symlink(home + "/foreign", folder.path + "/tmp/" + lockName);
     terminate(wrapper);
