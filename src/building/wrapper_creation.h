@@ -1,8 +1,9 @@
 // building/wrapper_creation.h: from a port description to a wrapper that starts.
 //
-// One object serves one installation after the other; `host().creation` lets only one run in the whole application.
-// Stages run on the creation's worker thread, block it, and tell the user of their failures themselves; a false result
-// stops the pipeline. A cancellation unwinds them as `Cancelled`, which only the entry operations catch.
+// One object serves one installation after the other; `host().creation` lets only one run in the whole
+// application. Stages run on the creation's worker thread, block it, and tell the user of their failures
+// themselves; a false result stops the pipeline. A cancellation unwinds them as `Cancelled`, which only the
+// entry operations catch.
 #pragma once
 
 #include <functional>
@@ -54,7 +55,8 @@ class WrapperCreation : public Download {
     [[nodiscard]] static bool doYouAgreeWithTheLicenseAgreement();
     /// `agreement`. Main thread.
     [[nodiscard]] static bool agreement();
-    /// `cancelWrapperCreation:`. Main thread: asks, then requests the cancellation. False when the user went on.
+    /// `cancelWrapperCreation:`. Main thread: asks, then requests the cancellation. False when the user went
+    /// on.
     bool cancelWrapperCreation();
     /// The same without the question; any thread, never blocks.
     void requestCancellation();
@@ -64,7 +66,8 @@ class WrapperCreation : public Download {
     // Master wrapper (master_wrapper.cpp)
     std::optional<std::string> newestCaskery;
     std::optional<std::string> currentCaskery;
-    /// How often `updateCaskery` downloads and unpacks before it gives up on an archive that never yields its wrapper.
+    /// How often `updateCaskery` downloads and unpacks before it gives up on an archive that never yields its
+    /// wrapper.
     static constexpr int masterWrapperPasses = 3;
     /// `getNewestCaskeryVersion`. Blocks on the network until an answer is known.
     [[nodiscard]] static std::optional<std::string> getNewestCaskeryVersion();
@@ -89,7 +92,8 @@ class WrapperCreation : public Download {
     /// `extractEngine:toWrapper:`.
     ExtractedEngine extractEngine(const std::string& engine, const std::string& wrapper);
     /// `getCaskeryWrapperEngineFromPath:`.
-    [[nodiscard]] static std::optional<std::string> getCaskeryWrapperEngineFromPath(const std::string& wrapper);
+    [[nodiscard]] static std::optional<std::string> getCaskeryWrapperEngineFromPath(
+        const std::string& wrapper);
 
     // Creation (creation.cpp)
     /// `buildPortAt:withPortData:`.
@@ -142,7 +146,8 @@ class WrapperCreation : public Download {
 
     // Main program and archives (main_program.cpp, archives.cpp)
     /// `confirmMainExePathForPort:ofSource:`.
-    std::optional<std::string> confirmMainExePathForPort(NSPortManager& port, const std::optional<std::string>& source);
+    std::optional<std::string> confirmMainExePathForPort(NSPortManager& port,
+                                                         const std::optional<std::string>& source);
     /// `mainExePathFromPort:`.
     [[nodiscard]] static std::optional<std::string> mainExePathFromPort(const NSPortManager& port);
     /// `alternateMainExePathForPort:`, `alternateMainExePathForGOGPort:`. Store what they find.
@@ -151,8 +156,8 @@ class WrapperCreation : public Download {
     /// `completeWindowsPath:fromWrapper:`.
     [[nodiscard]] static std::optional<std::string> completeWindowsPath(const std::string& windowsPath,
                                                                         const std::string& wrapper);
-    /// `extractFile:toFolder:`, `extractFile:`. The entries that were not there before; the archive itself when its
-    /// kind is not known.
+    /// `extractFile:toFolder:`, `extractFile:`. The entries that were not there before; the archive itself
+    /// when its kind is not known.
     static std::vector<std::string> extractFileToFolder(const std::string& archive,
                                                         const std::optional<std::string>& folder);
     static std::vector<std::string> extractFile(const std::string& archive);
@@ -172,8 +177,8 @@ class WrapperCreation : public Download {
     bool saveCaskeryWrapperMenuForPort(const NSPortData& data, const std::string& wrapper);
 
   private:
-    /// What is true for an installation and a blank wrapper alike: one at a time, the panel, the failure ending, the
-    /// cancellation.
+    /// What is true for an installation and a blank wrapper alike: one at a time, the panel, the failure
+    /// ending, the cancellation.
     int runCreation(const std::string& wrapper, const std::function<bool()>& work);
     void setMessage(const std::string& message) const;
     void setSubtitle(const std::string& subtitle) const;
@@ -181,8 +186,8 @@ class WrapperCreation : public Download {
 
 /// The menu list of a port: an entry of the same title is replaced, the new one comes last.
 /// `addMenuItemDictionaryOfMenu:withName:andCommand:`.
-void addMenuItemDictionaryOfMenu(std::vector<MenuEntry>& menu, const std::string& type, const std::string& name,
-                                 const std::string& command);
+void addMenuItemDictionaryOfMenu(std::vector<MenuEntry>& menu, const std::string& type,
+                                 const std::string& name, const std::string& command);
 /// `addAppMenuItemDictionaryWithName:andCommand:`.
 void addAppMenuItemDictionaryWithName(std::vector<MenuEntry>& menu, const std::string& name,
                                       const std::string& command);

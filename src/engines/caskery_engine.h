@@ -1,7 +1,7 @@
 // engines/caskery_engine.h: engine names, their order and the catalogue.
 //
-// Name operations are stateless (any thread). The catalogue is kept in the host and guarded there; its operations
-// block on the network and belong on workers.
+// Name operations are stateless (any thread). The catalogue is kept in the host and guarded there; its
+// operations block on the network and belong on workers.
 #pragma once
 
 #include <optional>
@@ -31,7 +31,8 @@ class NSCaskeryEngine {
     [[nodiscard]] static int engineOrder(std::string_view first, std::string_view second);
     /// `isEngineVcrun2012Compatible:`.
     [[nodiscard]] static bool isEngineVcrun2012Compatible(std::string_view name);
-    /// `localPathForEngine:`. The archive in the engine folder, by the first known extension that exists there.
+    /// `localPathForEngine:`. The archive in the engine folder, by the first known extension that exists
+    /// there.
     [[nodiscard]] static std::optional<std::string> localPathForEngine(const std::string& name);
 
     /// `getCaskeryMostRecentGenerationOfEngine`. 8 or 9.

@@ -1,8 +1,8 @@
 // foundation/alerts.h: the dialogs through which the whole application talks to the user.
 //
-// On the main thread a dialog is shown at once; on any other it is posted there and waited for. On the thread of the
-// running creation, a cancellation requested meanwhile throws `Cancelled` after the answer. A closed main queue
-// answers with the default (or "Cancel").
+// On the main thread a dialog is shown at once; on any other it is posted there and waited for. On the thread
+// of the running creation, a cancellation requested meanwhile throws `Cancelled` after the answer. A closed
+// main queue answers with the default (or "Cancel").
 #pragma once
 
 #include <functional>
@@ -13,22 +13,26 @@
 
 namespace morvane::MVAlert {
 
-/// `showAlertMessage:withTitle:`. One button "OK"; the title "Warning" gives the critical style, "Error" the stop icon.
+/// `showAlertMessage:withTitle:`. One button "OK"; the title "Warning" gives the critical style, "Error" the
+/// stop icon.
 void showAlertMessage(const std::string& message, const std::string& title);
 /// `showAlertErrorMessage:`. The same with the title "Error".
 void showAlertErrorMessage(const std::string& message);
 /// `showAlertMessageWithException:`.
 void showAlertMessageWithException(const std::string& name, const std::string& reason);
 
-/// `showBooleanAlertMessage:withTitle:withDefault:`. The default answer is the first button. Without a title nothing
-/// is shown and the answer is the opposite of the default.
-[[nodiscard]] bool showBooleanAlertMessage(const std::string& message, const std::optional<std::string>& title,
-                                           bool defaultAnswer);
-/// `showBooleanAlertMessage:withTitle:withDefault:withSettings:`. The settings change the dialog before it is shown.
+/// `showBooleanAlertMessage:withTitle:withDefault:`. The default answer is the first button. Without a title
+/// nothing is shown and the answer is the opposite of the default.
+[[nodiscard]] bool showBooleanAlertMessage(const std::string& message,
+                                           const std::optional<std::string>& title, bool defaultAnswer);
+/// `showBooleanAlertMessage:withTitle:withDefault:withSettings:`. The settings change the dialog before it is
+/// shown.
 [[nodiscard]] bool showBooleanAlertMessageWithSettings(const std::string& message,
-                                                       const std::optional<std::string>& title, bool defaultAnswer,
+                                                       const std::optional<std::string>& title,
+                                                       bool defaultAnswer,
                                                        const std::function<void(Dialog&)>& settings);
-/// `showBooleanAlertMessage:withTitle:withIconNamed:withDefault:`. "Critical", "Fatal", a resource's name or a path.
+/// `showBooleanAlertMessage:withTitle:withIconNamed:withDefault:`. "Critical", "Fatal", a resource's name or
+/// a path.
 [[nodiscard]] bool showBooleanAlertMessageWithIconNamed(const std::string& message,
                                                         const std::optional<std::string>& title,
                                                         const std::optional<std::string>& iconName,

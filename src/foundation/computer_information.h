@@ -1,4 +1,5 @@
-// foundation/computer_information.h: the graphics card and the system version, computed once per run. Any thread.
+// foundation/computer_information.h: the graphics card and the system version, computed once per run. Any
+// thread.
 #pragma once
 
 #include <optional>
@@ -9,8 +10,8 @@
 
 namespace morvane::NSComputerInformation {
 
-/// `graphicCardDictionary`. The properties of the adapter with the highest bus rank; empty when there is none.
-/// Of several with the same rank the first listed is taken.
+/// `graphicCardDictionary`. The properties of the adapter with the highest bus rank; empty when there is
+/// none. Of several with the same rank the first listed is taken.
 [[nodiscard]] Dictionary graphicCardDictionary();
 /// `graphicCardModel`.
 [[nodiscard]] std::optional<std::string> graphicCardModel();

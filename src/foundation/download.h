@@ -1,7 +1,8 @@
 // foundation/download.h: one blocking download into memory, with progress and the questions around it.
 //
-// `downloadFile` blocks and is called on a worker thread; events, timer and questions run on the main thread. On the
-// thread of the running creation, a cancellation throws `Cancelled`. One instance runs one transfer at a time.
+// `downloadFile` blocks and is called on a worker thread; events, timer and questions run on the main thread.
+// On the thread of the running creation, a cancellation throws `Cancelled`. One instance runs one transfer at
+// a time.
 #pragma once
 
 #include <chrono>
@@ -21,8 +22,9 @@ enum class Silence { no, yes };
 
 class Download {
   public:
-    /// How often a silent download of a failed or short transfer starts again before it gives up: with a file server
-    /// that is really broken, more tries only keep the user waiting. Then nothing is written and the result is true.
+    /// How often a silent download of a failed or short transfer starts again before it gives up: with a file
+    /// server that is really broken, more tries only keep the user waiting. Then nothing is written and the
+    /// result is true.
     static constexpr int silentRetries = 3;
 
     explicit Download(std::shared_ptr<NSProgressView> progressWindow);
@@ -30,10 +32,13 @@ class Download {
     Download(const Download&) = delete;
     Download& operator=(const Download&) = delete;
 
-    /// `downloadFile:to:inSilence:`. False when it was called off before any transfer; true does not promise a file.
+    /// `downloadFile:to:inSilence:`. False when it was called off before any transfer; true does not promise
+    /// a file.
     bool downloadFile(const std::string& url, const std::string& path, Silence silence);
-    /// `shouldCancelDownloadOfFile:to:inSilence:`. Asks the user where it has to; true to call the download off.
-    [[nodiscard]] bool shouldCancelDownloadOfFile(const std::string& url, const std::string& path, Silence silence);
+    /// `shouldCancelDownloadOfFile:to:inSilence:`. Asks the user where it has to; true to call the download
+    /// off.
+    [[nodiscard]] bool shouldCancelDownloadOfFile(const std::string& url, const std::string& path,
+                                                  Silence silence);
     /// `finishDownload`. Any thread: ends the transfer in progress, if any, and wakes its caller.
     void finishDownload();
     /// `timerFireMethod:`. Main thread: one tick of the one-second timer.

@@ -1,5 +1,5 @@
-// foundation/file_manager.h: file-system actions that tell the user of their failures. Any thread; a failure on a
-// worker waits for the user's dismissal.
+// foundation/file_manager.h: file-system actions that tell the user of their failures. Any thread; a failure
+// on a worker waits for the user's dismissal.
 #pragma once
 
 #include <cstdint>

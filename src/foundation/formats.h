@@ -12,7 +12,8 @@ enum class DecimalMeasureSystem { no, yes };
 
 namespace NSUtilities {
 
-/// `getFragmentAfter:andBefore:fromString:`. From the start without a start marker; empty when it does not occur.
+/// `getFragmentAfter:andBefore:fromString:`. From the start without a start marker; empty when it does not
+/// occur.
 [[nodiscard]] std::string getFragmentAfter(const std::optional<std::string_view>& start,
                                            const std::optional<std::string_view>& end, std::string_view text);
 /// `timeNeededToDownload:withSpeed:`. Bytes left and bytes per second: "Time out: 1h 2m 5s", or " ∞" below 1.

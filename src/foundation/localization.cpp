@@ -4,7 +4,9 @@
 
 namespace morvane {
 
-std::string localized(std::string_view key) { return std::string(key); }
+std::string localized(std::string_view key) {
+    return std::string(key);
+}
 
 std::string filled(std::string_view format, std::initializer_list<std::string_view> arguments) {
     static constexpr std::array<std::string_view, 6> places{"%@", "%d", "%s", "%ld", "%lu", "%lld"};

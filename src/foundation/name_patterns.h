@@ -1,4 +1,5 @@
-// foundation/name_patterns.h: file names by pattern, "*" for any run of characters, whatever the case. Any thread.
+// foundation/name_patterns.h: file names by pattern, "*" for any run of characters, whatever the case. Any
+// thread.
 #pragma once
 
 #include <string>
@@ -14,8 +15,8 @@ class NSValidInstallerDelegate {
     explicit NSValidInstallerDelegate(std::string originalInstallerName)
         : originalInstallerName_(std::move(originalInstallerName)) {}
 
-    /// `isPath:compatibleWithStruct:`. The matcher takes the first place where a piece fits and never backs up:
-    /// "a*b*c" does not match "abcbc". Port authors' patterns rely on it.
+    /// `isPath:compatibleWithStruct:`. The matcher takes the first place where a piece fits and never backs
+    /// up: "a*b*c" does not match "abcbc". Port authors' patterns rely on it.
     [[nodiscard]] static bool isPath(std::string_view fileName, std::string_view pattern);
 
     /// `panel:shouldEnableURL:`. Folders, and matching files that end in ".exe", ".bat" or ".msi".
@@ -29,9 +30,9 @@ class NSValidInstallerDelegate {
 
 namespace MVFileManager {
 
-/// `filesCompatibleWithStructure:insideFolder:`. Full paths of the entries that match, each level of the pattern
-/// against one level of the folder, in listing order; empty when the folder does not exist. A level "." or ".."
-/// matches nothing, and no link out of the folder is followed.
+/// `filesCompatibleWithStructure:insideFolder:`. Full paths of the entries that match, each level of the
+/// pattern against one level of the folder, in listing order; empty when the folder does not exist. A level
+/// "." or ".." matches nothing, and no link out of the folder is followed.
 [[nodiscard]] std::vector<std::string> filesCompatibleWithStructure(const std::string& structure,
                                                                     const std::string& folder);
 

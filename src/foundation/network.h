@@ -20,8 +20,8 @@ namespace morvane::NSUtilities {
 [[nodiscard]] bool isWebsiteAvailable(const std::string& host);
 /// The same for the host of an address; false when it has none.
 [[nodiscard]] bool isWebsiteOfUrlAvailable(const std::string& url);
-/// `launchURL:withPostString:`. The answer of a status from 200 to 299 when it is UTF-8 and not empty; otherwise the
-/// transport error's description when there was one, else nothing.
+/// `launchURL:withPostString:`. The answer of a status from 200 to 299 when it is UTF-8 and not empty;
+/// otherwise the transport error's description when there was one, else nothing.
 [[nodiscard]] std::optional<std::string> launchURL(const std::string& url, const std::string& postString);
 /// `launchURL:withPostValues:`. The pairs joined as a form, values escaped, in order.
 [[nodiscard]] std::optional<std::string> launchURLWithPostValues(
@@ -31,7 +31,8 @@ void showNotificationMessage(const std::string& message, const std::string& titl
                              const std::optional<ImageData>& icon);
 /// `getFileSHA1CheckSum:`. Lower-case hexadecimal; what the tool printed last, or empty, when it failed.
 [[nodiscard]] std::string getFileSHA1CheckSum(const std::string& path);
-/// The text at an address (a GET), or nothing when the transfer failed or it is not UTF-8. The status is not looked at.
+/// The text at an address (a GET), or nothing when the transfer failed or it is not UTF-8. The status is not
+/// looked at.
 [[nodiscard]] std::optional<std::string> stringWithContentsOfURL(const std::string& url);
 
 }  // namespace morvane::NSUtilities

@@ -37,7 +37,8 @@ namespace MVString {
                                                         const std::optional<std::string_view>& end);
 /// `initialIntValue`. The leading decimal digits as a number (the largest when they do not fit), else 0.
 [[nodiscard]] std::int64_t initialIntValue(std::string_view text);
-/// `stringToWebStructure`. Escaped for use inside a web address; "&" and "?" are escaped, other separators stay.
+/// `stringToWebStructure`. Escaped for use inside a web address; "&" and "?" are escaped, other separators
+/// stay.
 [[nodiscard]] std::string stringToWebStructure(std::string_view text);
 /// `stringWithHexString:`. The characters with the given white-space separated hexadecimal codes.
 [[nodiscard]] std::string stringWithHexString(std::string_view hexCodes);

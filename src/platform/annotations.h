@@ -27,7 +27,9 @@ class MV_ATTRIBUTE(capability("mutex")) Mutex {
 
 class MV_ATTRIBUTE(scoped_lockable) MutexLock {
   public:
-    explicit MutexLock(Mutex& mutex) MV_ATTRIBUTE(acquire_capability(mutex)) : mutex_(mutex) { mutex_.lock(); }
+    explicit MutexLock(Mutex& mutex) MV_ATTRIBUTE(acquire_capability(mutex)) : mutex_(mutex) {
+        mutex_.lock();
+    }
     ~MutexLock() MV_ATTRIBUTE(release_capability()) { mutex_.unlock(); }
     MutexLock(const MutexLock&) = delete;
     MutexLock& operator=(const MutexLock&) = delete;

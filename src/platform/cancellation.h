@@ -31,7 +31,8 @@ class Cancellation {
     /// Any thread: asks the running creation to stop and calls the interrupters. No effect when none runs.
     void request();
     [[nodiscard]] bool requested() const;
-    /// Throws `Cancelled` on the creation's own thread once a request was made; does nothing on other threads.
+    /// Throws `Cancelled` on the creation's own thread once a request was made; does nothing on other
+    /// threads.
     void throwIfRequested() const;
 
     /// While it lives, a request calls the function (on the requesting thread), at once when one is pending.

@@ -10,8 +10,8 @@
 
 namespace morvane {
 
-/// Every change is on disk when the call returns. Several processes may hold the same store: a change takes the
-/// store's lock, reads the file again, changes one key and replaces the file.
+/// Every change is on disk when the call returns. Several processes may hold the same store: a change takes
+/// the store's lock, reads the file again, changes one key and replaces the file.
 class DefaultsStore {
   public:
     /// The store in that file, which need not exist. A file that is no property list is kept aside as
@@ -22,7 +22,8 @@ class DefaultsStore {
     /// Sets the key, or removes it when there is no value. False when the file could not be written.
     bool set(const std::string& key, const std::optional<Value>& value);
 
-    /// The reading of the platform: a number other than 0, true, or a text that begins like one or with Y or T.
+    /// The reading of the platform: a number other than 0, true, or a text that begins like one or with Y or
+    /// T.
     [[nodiscard]] bool getBool(std::string_view key, bool whenAbsent) const;
 
     [[nodiscard]] const std::string& path() const { return path_; }

@@ -31,14 +31,15 @@ enum class Kind { none, file, folder, link, other };
 [[nodiscard]] Error createFolder(const std::string& path, bool withParents);
 /// A rename, or a copy followed by a removal between file systems; the destination must not exist.
 [[nodiscard]] Error move(const std::string& source, const std::string& destination);
-/// Copies a file, a link (as a link) or a folder whole, with permissions and times; the destination must not exist.
-/// Shares storage where the file system can. `goOn` is asked between entries; false ends with an error.
+/// Copies a file, a link (as a link) or a folder whole, with permissions and times; the destination must not
+/// exist. Shares storage where the file system can. `goOn` is asked between entries; false ends with an
+/// error.
 [[nodiscard]] Error copy(const std::string& source, const std::string& destination,
                          const std::function<bool()>& goOn = {});
 /// Removes a file, a link (never what it points at) or a folder with everything inside.
 [[nodiscard]] Error remove(const std::string& path);
-/// The names of the entries, hidden ones included, sorted by character code so that results do not depend on the
-/// file system.
+/// The names of the entries, hidden ones included, sorted by character code so that results do not depend on
+/// the file system.
 [[nodiscard]] Result<std::vector<std::string>> list(const std::string& folder);
 /// Every path below the folder at any depth, relative to it; links are listed, not followed.
 [[nodiscard]] Result<std::vector<std::string>> listBelow(const std::string& folder);
@@ -51,8 +52,8 @@ enum class Kind { none, file, folder, link, other };
 /// The whole file, byte by byte.
 [[nodiscard]] Result<std::string> read(const std::string& path);
 enum class Atomically { no, yes };
-/// Creates or replaces the file. Atomically: written beside it, flushed, and renamed into place, with the old file's
-/// permissions kept; a link at the path is replaced by the file.
+/// Creates or replaces the file. Atomically: written beside it, flushed, and renamed into place, with the old
+/// file's permissions kept; a link at the path is replaced by the file.
 [[nodiscard]] Error write(const std::string& path, std::string_view bytes, Atomically atomically);
 
 /// The path with every link and ".." resolved, as far as it exists; nothing when a link cannot be read.
@@ -76,10 +77,10 @@ class Lock {
 };
 
 /// Text operations on paths, without touching the disk.
-[[nodiscard]] std::string lastComponent(std::string_view path);      ///< "b.app" of "/a/b.app/"; "" of "/"
-[[nodiscard]] std::string parent(std::string_view path);             ///< "/a" of "/a/b.app"; "/" of "/a"
-[[nodiscard]] std::string extension(std::string_view path);          ///< "7z" of "/a/b.tar.7z"; "" without or ".x"
-[[nodiscard]] std::string withoutExtension(std::string_view path);   ///< "/a/b.tar" of "/a/b.tar.7z"
+[[nodiscard]] std::string lastComponent(std::string_view path);  ///< "b.app" of "/a/b.app/"; "" of "/"
+[[nodiscard]] std::string parent(std::string_view path);         ///< "/a" of "/a/b.app"; "/" of "/a"
+[[nodiscard]] std::string extension(std::string_view path);  ///< "7z" of "/a/b.tar.7z"; "" without or ".x"
+[[nodiscard]] std::string withoutExtension(std::string_view path);  ///< "/a/b.tar" of "/a/b.tar.7z"
 [[nodiscard]] std::string join(std::string_view folder, std::string_view name);  ///< one "/" between
 
 }  // namespace morvane::files

@@ -1,7 +1,7 @@
 // platform/host.h: the machine as one object: its services, and every process-wide cache and lock.
 //
-// `main` builds one before anything else, each test builds its own; it is the only mutable global. The thread that
-// builds it is the main thread.
+// `main` builds one before anything else, each test builds its own; it is the only mutable global. The thread
+// that builds it is the main thread.
 #pragma once
 
 #include <functional>

@@ -37,8 +37,8 @@ struct UrlParts {
 
 namespace http {
 
-/// Blocks until the whole response is there; follows redirections; never uses a cache. With a cancellation, a request
-/// to it ends the transfer and throws `Cancelled`.
+/// Blocks until the whole response is there; follows redirections; never uses a cache. With a cancellation, a
+/// request to it ends the transfer and throws `Cancelled`.
 [[nodiscard]] HttpResponse fetch(const HttpRequest& request, Cancellation* cancellation = nullptr);
 
 /// The events of a transfer, all on the main thread. Exactly one of `failed` and `ended` comes, last.
@@ -67,8 +67,8 @@ class Transfer {
 
 }  // namespace http
 
-/// Whether the host can be reached: its name resolves and there is a route to an address of it; no connection is
-/// opened. Answers within two seconds, "no" when resolving takes longer. Any thread.
+/// Whether the host can be reached: its name resolves and there is a route to an address of it; no connection
+/// is opened. Answers within two seconds, "no" when resolving takes longer. Any thread.
 [[nodiscard]] bool isHostReachable(const std::string& host);
 
 }  // namespace morvane

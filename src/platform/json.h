@@ -9,8 +9,9 @@ namespace morvane {
 
 enum class JsonLayout { oneLine, indented };
 
-/// Dates become ISO 8601 texts, data base64 texts, pictures objects with "kind", "width", "height" and "bytes" (their
-/// number), styled texts objects with "text" and "runs". Bytes that are not UTF-8 are replaced by U+FFFD.
+/// Dates become ISO 8601 texts, data base64 texts, pictures objects with "kind", "width", "height" and
+/// "bytes" (their number), styled texts objects with "text" and "runs". Bytes that are not UTF-8 are replaced
+/// by U+FFFD.
 [[nodiscard]] std::string jsonText(const Value& value, JsonLayout layout = JsonLayout::oneLine);
 
 }  // namespace morvane

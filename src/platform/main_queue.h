@@ -1,8 +1,8 @@
 // platform/main_queue.h: the queue of the main thread.
 //
-// The thread that makes the queue is the main thread. Work runs one piece at a time, in the order posted. The main
-// thread runs it with `run` or `runUntil`; a front end with its own event loop sets a waker and calls `drain`.
-// All operations but `run`, `runUntil` and `drain` may be called from any thread.
+// The thread that makes the queue is the main thread. Work runs one piece at a time, in the order posted. The
+// main thread runs it with `run` or `runUntil`; a front end with its own event loop sets a waker and calls
+// `drain`. All operations but `run`, `runUntil` and `drain` may be called from any thread.
 #pragma once
 
 #include <chrono>
@@ -39,7 +39,8 @@ class MainQueue {
 
     [[nodiscard]] bool isMainThread() const { return std::this_thread::get_id() == mainThread_; }
 
-    /// Main thread only: run work and timers until the predicate holds (tested after each piece) or the queue closes.
+    /// Main thread only: run work and timers until the predicate holds (tested after each piece) or the queue
+    /// closes.
     void runUntil(const std::function<bool()>& predicate);
     /// Main thread only: run everything that is due now, without waiting; for foreign event loops.
     /// Returns how long until the next timer, if any.

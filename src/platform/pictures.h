@@ -27,16 +27,16 @@ struct Size {
 };
 /// The size in pixels without decoding the whole; nothing when it is no picture that we read.
 [[nodiscard]] std::optional<Size> sizeOf(std::string_view bytes);
-/// PNG, JPEG, TIFF, GIF (first frame), BMP, ICNS and ICO (largest), WebP. Nothing for anything else, for truncated
-/// pictures without a complete header, and for pictures with an edge of 0 or beyond `longestEdge`.
+/// PNG, JPEG, TIFF, GIF (first frame), BMP, ICNS and ICO (largest), WebP. Nothing for anything else, for
+/// truncated pictures without a complete header, and for pictures with an edge of 0 or beyond `longestEdge`.
 [[nodiscard]] std::optional<Picture> decode(std::string_view bytes);
 [[nodiscard]] std::string encodePng(const Picture& picture);
 [[nodiscard]] std::string encodeJpeg(const Picture& picture, int quality = 90);
 /// A baseline, uncompressed TIFF file of one image.
 [[nodiscard]] std::string encodeTiff(const Picture& picture);
 
-/// Scales both edges by the factor width / picture.width with a Lanczos filter of three lobes, on premultiplied
-/// colour; edges are at least one pixel. The ratio of the edges is kept.
+/// Scales both edges by the factor width / picture.width with a Lanczos filter of three lobes, on
+/// premultiplied colour; edges are at least one pixel. The ratio of the edges is kept.
 [[nodiscard]] Picture scaledToWidth(const Picture& picture, int width);
 
 }  // namespace pictures

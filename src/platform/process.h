@@ -25,7 +25,8 @@ struct ProcessRequest {
 
 struct ProcessResult {
     std::string output;  ///< the bytes of standard output, to its end of file
-    int exitStatus = 0;  ///< 0 to 255; 128 plus the signal's number after a signal; meaningless without the wait
+    int exitStatus =
+        0;  ///< 0 to 255; 128 plus the signal's number after a signal; meaningless without the wait
 };
 
 namespace processes {
@@ -35,8 +36,8 @@ namespace processes {
 /// Nothing when it could not be started.
 [[nodiscard]] std::optional<ProcessResult> run(const ProcessRequest& request);
 
-/// Starts the program in a session of its own, without arguments or pipes (all three streams on the null device),
-/// and returns at once. False when it could not be started.
+/// Starts the program in a session of its own, without arguments or pipes (all three streams on the null
+/// device), and returns at once. False when it could not be started.
 bool launch(const std::string& program, const std::vector<std::string>& arguments = {});
 
 /// Every executable regular file of that name in the folders of the list (`a:b:c`), in order.

@@ -10,8 +10,8 @@
 
 namespace morvane::property_lists {
 
-/// Reads XML and binary property lists; the order of keys is kept. Nothing for anything else, also for an empty text
-/// and for nesting beyond 512 levels.
+/// Reads XML and binary property lists; the order of keys is kept. Nothing for anything else, also for an
+/// empty text and for nesting beyond 512 levels.
 [[nodiscard]] std::optional<Value> parse(std::string_view bytes);
 /// The file's value; nothing when there is no readable property list.
 [[nodiscard]] std::optional<Value> read(const std::string& path);

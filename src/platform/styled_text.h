@@ -8,9 +8,9 @@
 
 namespace morvane {
 
-/// Bold and italic per character, links, entities, and line breaks of `<br>`, `<p>`, `<div>` and list items; scripts,
-/// styles and everything else that is not text is dropped. White space folds as in HTML. Never fails: bad markup
-/// gives the text that a browser would show.
+/// Bold and italic per character, links, entities, and line breaks of `<br>`, `<p>`, `<div>` and list items;
+/// scripts, styles and everything else that is not text is dropped. White space folds as in HTML. Never
+/// fails: bad markup gives the text that a browser would show.
 [[nodiscard]] StyledText styledTextFromHtml(std::string_view html);
 
 }  // namespace morvane

@@ -14,7 +14,7 @@
 namespace morvane {
 
 struct TextField {
-    std::string text;           ///< what it holds at first
+    std::string text;                 ///< what it holds at first
     double width = 260, height = 24;  ///< points
 };
 struct ImageAccessory {
@@ -23,8 +23,8 @@ struct ImageAccessory {
 struct LongText {
     std::string text;  ///< shown scrollable
 };
-/// One control of a panel's accessory. A change made by the user calls `changed` with the new choice, which may in
-/// turn alter the other fields of the same form.
+/// One control of a panel's accessory. A change made by the user calls `changed` with the new choice, which
+/// may in turn alter the other fields of the same form.
 struct FormField {
     enum class Kind { choice, checkBox };
     Kind kind = Kind::choice;
@@ -66,8 +66,8 @@ struct OpenPanel {
     /// Whether a path can be chosen, beyond the types; absent: yes.
     std::function<bool(const std::string& path)> shouldEnable;
 };
-/// A choice of a place for something new. The front end adds the first type as an extension when the name has none of
-/// them, and asks before it gives back a place where something exists.
+/// A choice of a place for something new. The front end adds the first type as an extension when the name has
+/// none of them, and asks before it gives back a place where something exists.
 struct SavePanel {
     std::string title;
     std::string startFolder;
@@ -97,7 +97,8 @@ class UserInterface {
   public:
     virtual ~UserInterface() = default;
 
-    /// Blocks until answered. Throws nothing; a front end that cannot answer (no terminal) ends the command itself.
+    /// Blocks until answered. Throws nothing; a front end that cannot answer (no terminal) ends the command
+    /// itself.
     virtual DialogAnswer showDialog(const Dialog& dialog) = 0;
     /// The chosen paths; empty when cancelled.
     virtual std::vector<std::string> chooseFiles(const OpenPanel& panel) = 0;

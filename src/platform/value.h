@@ -1,7 +1,7 @@
 // platform/value.h: the one value type of property lists, archives and the defaults store.
 //
-// A plain tree of values, copied by value; any thread, no sharing. Readers bound the nesting, so the recursive
-// operations here need not.
+// A plain tree of values, copied by value; any thread, no sharing. Readers bound the nesting, so the
+// recursive operations here need not.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +29,8 @@ struct Date {
     bool operator==(const Date&) const = default;
 };
 
-/// An encoded picture (TIFF, PNG, JPEG, ICNS...), kept as it came, with its size in points (0 when not known).
+/// An encoded picture (TIFF, PNG, JPEG, ICNS...), kept as it came, with its size in points (0 when not
+/// known).
 struct ImageData {
     std::string bytes;
     double width = 0;
@@ -48,7 +49,8 @@ struct StyledRun {
     bool operator==(const StyledRun&) const = default;
 };
 
-/// Text with formatting; the runs' lengths sum to the text's length in UTF-16 units (no run for an empty text).
+/// Text with formatting; the runs' lengths sum to the text's length in UTF-16 units (no run for an empty
+/// text).
 struct StyledText {
     std::string text;
     std::vector<StyledRun> runs;
@@ -120,9 +122,13 @@ class Value {
     Value(StyledText text) : variant_(std::move(text)) {}
 
     template <class T>
-    [[nodiscard]] const T* as() const { return std::get_if<T>(&variant_); }
+    [[nodiscard]] const T* as() const {
+        return std::get_if<T>(&variant_);
+    }
     template <class T>
-    [[nodiscard]] T* as() { return std::get_if<T>(&variant_); }
+    [[nodiscard]] T* as() {
+        return std::get_if<T>(&variant_);
+    }
     [[nodiscard]] bool isNull() const { return std::holds_alternative<std::monostate>(variant_); }
     [[nodiscard]] const Variant& variant() const { return variant_; }
 

@@ -1,4 +1,5 @@
-// wrapper/layout.h: where everything lies in a wrapper and in the shared support folder. Any thread; texts only.
+// wrapper/layout.h: where everything lies in a wrapper and in the shared support folder. Any thread; texts
+// only.
 #pragma once
 
 #include <string>
@@ -7,8 +8,8 @@ namespace morvane {
 
 namespace MVString {
 
-/// `pathByAppendingCaskeryFrameworkBinToPortPath`: "/Contents/Frameworks/bin/Caskery". The wrapper path must not end
-/// with "/", here and below.
+/// `pathByAppendingCaskeryFrameworkBinToPortPath`: "/Contents/Frameworks/bin/Caskery". The wrapper path must
+/// not end with "/", here and below.
 [[nodiscard]] std::string pathByAppendingCaskeryFrameworkBinToPortPath(const std::string& wrapper);
 /// `pathByAppendingCaskeryAppBinaryToPortPath`: "/Caskery.app/Contents/MacOS/Caskery".
 [[nodiscard]] std::string pathByAppendingCaskeryAppBinaryToPortPath(const std::string& wrapper);
@@ -39,9 +40,9 @@ inline constexpr const char* backupCki = "/mv_backup.cki";
 inline constexpr const char* descriptionCkii = "/mv_desc.ckii";
 
 // The shared support folder of the wrapper technology, in the home folder of `host()`.
-[[nodiscard]] std::string supportFolder();         ///< `Library/Application Support/Caskery`
-[[nodiscard]] std::string masterFolder();          ///< its `Wrapper`
-[[nodiscard]] std::string enginesFolder();         ///< its `Engines`
+[[nodiscard]] std::string supportFolder();             ///< `Library/Application Support/Caskery`
+[[nodiscard]] std::string masterFolder();              ///< its `Wrapper`
+[[nodiscard]] std::string enginesFolder();             ///< its `Engines`
 [[nodiscard]] std::string applicationSupportFolder();  ///< `Library/Application Support/Morvane`
 
 }  // namespace layout

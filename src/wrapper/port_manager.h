@@ -1,4 +1,5 @@
-// wrapper/port_manager.h: the settings of one wrapper, read once and written whole. One thread at a time, no lock.
+// wrapper/port_manager.h: the settings of one wrapper, read once and written whole. One thread at a time, no
+// lock.
 #pragma once
 
 #include <optional>
@@ -11,8 +12,8 @@
 
 namespace morvane {
 
-/// The settings store of a wrapper or of a Custom EXE application. A settings file that is missing or no property list
-/// gives a store without that dictionary: reads give nothing, writes do nothing.
+/// The settings store of a wrapper or of a Custom EXE application. A settings file that is missing or no
+/// property list gives a store without that dictionary: reads give nothing, writes do nothing.
 class NSPortManager {
   public:
     /// `managerWithPath:`.
@@ -31,7 +32,8 @@ class NSPortManager {
     [[nodiscard]] std::optional<std::string> plistTextForKey(std::string_view key) const;
     /// `setPlistObject:forKey:`. Removes the key without a value.
     void setPlistObject(const std::optional<Value>& value, const std::string& key);
-    /// `synchronizePlist`. Writes the file whole, atomically; false when that failed, true also without a dictionary.
+    /// `synchronizePlist`. Writes the file whole, atomically; false when that failed, true also without a
+    /// dictionary.
     bool synchronizePlist() const;
     /// `x11PlistObjectForKey:`.
     [[nodiscard]] const Value* x11PlistObjectForKey(std::string_view key) const;
@@ -44,15 +46,16 @@ class NSPortManager {
     bool runWithArguments(const std::vector<std::string>& arguments) const;
     /// `installWinetrick:`.
     bool installWinetrick(const std::string& winetrick) const;
-    /// `runEXE:withFlags:`. Runs a program of the wrapper, by its Mac path, through a batch file; true always.
+    /// `runEXE:withFlags:`. Runs a program of the wrapper, by its Mac path, through a batch file; true
+    /// always.
     bool runEXE(const std::string& program, const std::string& flags) const;
 
     /// `savePngImage:withSize:atPath:`. Scaled to that width in pixels; failures are not reported.
     void savePngImage(const Picture& picture, int size, const std::string& path) const;
     /// `saveIconsetImage:withSize:atFolder:`. The size and its "@2x".
     void saveIconsetImage(const Picture& picture, int size, const std::string& folder) const;
-    /// `setIconWithImage:`. Replaces the icon file; nothing happens without a picture that can be decoded or without
-    /// "CFBundleIconFile".
+    /// `setIconWithImage:`. Replaces the icon file; nothing happens without a picture that can be decoded or
+    /// without "CFBundleIconFile".
     void setIconWithImage(const std::optional<ImageData>& image) const;
 };
 
@@ -64,7 +67,8 @@ namespace NSUtilities {
 /// `getPlistItem:fromPlist:fromWrapper:`. The relative path begins with "/".
 [[nodiscard]] std::optional<Value> getPlistItem(const std::string& key, const std::string& plist,
                                                 const std::string& wrapper);
-/// `getPlistItem:fromWrapper:`. From "/Game Info.plist" for a ".boxer" bundle, else from "/Contents/Info.plist".
+/// `getPlistItem:fromWrapper:`. From "/Game Info.plist" for a ".boxer" bundle, else from
+/// "/Contents/Info.plist".
 [[nodiscard]] std::optional<Value> getPlistItem(const std::string& key, const std::string& wrapper);
 /// The file name of a wrapper's icon, ".icns" included; nothing without "CFBundleIconFile".
 [[nodiscard]] std::optional<std::string> iconFileName(const Value* iconSetting);

@@ -1,7 +1,8 @@
 // wrapper/registry.h: Wine's text registry files, edited block by block while the wrapper does not run.
 //
-// Any thread, but one at a time for a wrapper. Key headers are named with doubled backslashes, as in the files:
-// R"([Software\\Wine\\DllOverrides])". File names are "system" and "user". The format is that of Wine's registry files
+// Any thread, but one at a time for a wrapper. Key headers are named with doubled backslashes, as in the
+// files: R"([Software\\Wine\\DllOverrides])". File names are "system" and "user". The format is that of
+// Wine's registry files
 // ("WINE REGISTRY Version 2").
 #pragma once
 
@@ -17,9 +18,12 @@ namespace morvane::NSUtilities {
 /// `getPathForRegistryFile:fromWrapper:`.
 [[nodiscard]] std::string getPathForRegistryFile(const std::string& name, const std::string& wrapper);
 /// `getRegistry:fromReg:fromWrapper:`. The key's value lines, joined by line feeds; empty when it has none.
-[[nodiscard]] std::string getRegistry(const std::string& header, const std::string& name, const std::string& wrapper);
-/// `getRegistriesWithGramar:fromReg:fromWrapper:`. Whole blocks whose header matches the pattern with one "*".
-[[nodiscard]] std::vector<std::string> getRegistriesWithGramar(const std::string& pattern, const std::string& name,
+[[nodiscard]] std::string getRegistry(const std::string& header, const std::string& name,
+                                      const std::string& wrapper);
+/// `getRegistriesWithGramar:fromReg:fromWrapper:`. Whole blocks whose header matches the pattern with one
+/// "*".
+[[nodiscard]] std::vector<std::string> getRegistriesWithGramar(const std::string& pattern,
+                                                               const std::string& name,
                                                                const std::string& wrapper);
 /// `addRegistry:fromReg:fromWrapper:`. Appends the block.
 void addRegistry(const std::string& block, const std::string& name, const std::string& wrapper);
@@ -44,8 +48,8 @@ struct RegistryString {
 void replaceRegistryStrings(const std::string& header, const std::vector<RegistryString>& values,
                             const std::string& name, const std::string& wrapper);
 
-/// `saveUserOverrides:atFile:`. Replaces the key of each fragment in the "user" file; elements that are no text are
-/// skipped. True always.
+/// `saveUserOverrides:atFile:`. Replaces the key of each fragment in the "user" file; elements that are no
+/// text are skipped. True always.
 bool saveUserOverrides(const Array& fragments, const std::string& wrapper);
 
 }  // namespace morvane::NSUtilities

@@ -1,4 +1,5 @@
-// wrapper/windows_paths.h: Windows paths of a wrapper and the host's paths. Any thread; reads drive links only.
+// wrapper/windows_paths.h: Windows paths of a wrapper and the host's paths. Any thread; reads drive links
+// only.
 #pragma once
 
 #include <optional>
@@ -15,7 +16,8 @@ namespace NSUtilities {
 /// Nothing when the path is shorter than two characters, or when its drive has no link (which is reported).
 [[nodiscard]] std::optional<std::string> getMacPathForWindowsPath(std::string_view windowsPath,
                                                                   const std::string& wrapper);
-/// `getWindowsPathForMacPath:ofWrapper:`. With "/" separators, by the first drive letter that leads there, else Z.
+/// `getWindowsPathForMacPath:ofWrapper:`. With "/" separators, by the first drive letter that leads there,
+/// else Z.
 [[nodiscard]] std::string getWindowsPathForMacPath(const std::string& macPath, const std::string& wrapper);
 /// `getFileNameOfWindowsPath:`. The program of a command line, with "/" separators.
 [[nodiscard]] std::string getFileNameOfWindowsPath(std::string_view commandLine);

@@ -1,9 +1,11 @@
-// tests/support/loopback_site.h: a real HTTP server on a free loopback port, answering what the test puts there.
+// tests/support/loopback_site.h: a real HTTP server on a free loopback port, answering what the test puts
+// there.
 #pragma once
 
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,7 +15,8 @@ struct SiteAnswer {
     int status = 200;
     std::string body;
     std::string contentType = "application/octet-stream";
-    /// When not negative, the length that is announced whatever the body's is; the connection closes after the body.
+    /// When not negative, the length that is announced whatever the body's is; the connection closes after
+    /// the body.
     long long announcedLength = -1;
     bool withoutLength = false;  ///< no length announced
     bool stall = false;          ///< sends the head and the body, then nothing more until the server stops

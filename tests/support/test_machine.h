@@ -1,7 +1,8 @@
-// tests/support/test_machine.h: the machine of one test: a temporary home, a scripted user, scripted programs.
+// tests/support/test_machine.h: the machine of one test: a temporary home, a scripted user, scripted
+// programs.
 //
-// The fixture's thread is the main thread. `onWorker` runs work as the application does, on a queue of its own, while
-// the main thread serves dialogs; it fails the test when the work does not end.
+// The fixture's thread is the main thread. `onWorker` runs work as the application does, on a queue of its
+// own, while the main thread serves dialogs; it fails the test when the work does not end.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,7 +11,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,8 +20,9 @@
 
 namespace morvane::testing {
 
-/// Answers with a script: a queue of expected questions and answers, in order. A question that is not the next one
-/// expected fails the test at once (and is answered with its default); one never asked fails it at the end.
+/// Answers with a script: a queue of expected questions and answers, in order. A question that is not the
+/// next one expected fails the test at once (and is answered with its default); one never asked fails it at
+/// the end.
 class ScriptedUserInterface : public UserInterface {
   public:
     ~ScriptedUserInterface() override;
@@ -42,7 +44,7 @@ class ScriptedUserInterface : public UserInterface {
         std::string text, button = "OK", typed;
         std::string expectedDefault, expectedTitle;
         std::vector<std::string> paths;
-        std::function<void()> before;
+        std::function<void(Form&)> form;
     };
     Expectation& expect(const std::string& text);
     Expectation& expectInput(const std::string& title) { return expect(title); }
@@ -64,17 +66,18 @@ class ScriptedUserInterface : public UserInterface {
     void launchBundle(const std::string& path) override { opened.push_back(path); }
     void bringToFront(const std::string& pathPrefix) override { broughtToFront.push_back(pathPrefix); }
 
-    std::vector<Dialog> dialogs;       ///< every dialog shown
-    std::vector<OpenPanel> openPanels; ///< every file panel shown
+    std::vector<Dialog> dialogs;        ///< every dialog shown
+    std::vector<OpenPanel> openPanels;  ///< every file panel shown
     std::vector<SavePanel> savePanels;
-    std::vector<ProgressState> progress;  ///< every state shown
+    std::vector<ProgressState> progress;                         ///< every state shown
     [[nodiscard]] std::vector<std::string> statusLines() const;  ///< of `progress`, without repeats in a row
     std::vector<Notification> notifications;
     std::vector<std::string> opened, broughtToFront;
 
   private:
+    [[nodiscard]] std::unique_ptr<Expectation> next(Expectation::Kind kind, const std::string& shown);
+
     std::deque<std::unique_ptr<Expectation>> script_;
-    std::deque<std::function<void(Form&)>> forms_;
 };
 
 /// A folder that is removed at the end.
@@ -92,16 +95,18 @@ class TestMachine : public ::testing::Test {
     TestMachine();
     ~TestMachine() override;
 
-    TemporaryFolder folder;             ///< holds everything below
-    const std::string home;             ///< `<folder>/home`
-    const std::string programsFolder;   ///< scripted programs win over the machine's
+    TemporaryFolder folder;            ///< holds everything below
+    const std::string home;            ///< `<folder>/home`
+    const std::string programsFolder;  ///< scripted programs win over the machine's
     ScriptedUserInterface ui;
-    std::unique_ptr<Host> machine;      ///< sites point at "offline.invalid"; hosts are reachable by `reachable`
+    std::unique_ptr<Host> machine;  ///< sites point at "offline.invalid"; hosts are reachable by `reachable`
     std::function<bool(const std::string& host)> reachable;  ///< at first: everything but "offline.invalid"
 
-    /// Runs the work on a worker thread and the main queue here until it has ended. Exceptions reach the caller.
+    /// Runs the work on a worker thread and the main queue here until it has ended. Exceptions reach the
+    /// caller.
     void onWorker(const std::function<void()>& work, std::chrono::seconds limit = std::chrono::seconds(60));
-    /// A shell script of that name, found before every other program of the name. "$0.log" is free for its use.
+    /// A shell script of that name, found before every other program of the name. "$0.log" is free for its
+    /// use.
     void scriptProgram(const std::string& name, const std::string& script);
 
     /// Writes a file with its folders. `executable` sets the run bits.

@@ -1,0 +1,94 @@
+#include "platform/folders.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+
+namespace morvane {
+
+namespace {
+
+std::string withoutFinalSlash(std::string path) {
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+}
+
+bool isFolder(const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored);
+}
+
+std::string homeFolder() {
+    for (const char* name : {"MORVANE_HOME", "HOME"}) {
+        std::string value = environmentVariable(name);
+        if (value.starts_with("/")) return withoutFinalSlash(std::move(value));
+    }
+    const passwd* user = getpwuid(getuid());
+    return user != nullptr ? withoutFinalSlash(user->pw_dir) : "/";
+}
+
+std::string resourcesFolder() {
+    std::string configured = environmentVariable("MORVANE_RESOURCES");
+    if (!configured.empty()) return withoutFinalSlash(std::move(configured));
+    std::error_code failed;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", failed);
+    return (program.parent_path().parent_path() / "share/morvane").string();
+}
+
+std::string volumesFolder() {
+    if (isFolder("/Volumes")) return "/Volumes";
+    const passwd* user = getpwuid(getuid());
+    const std::string name = user != nullptr ? user->pw_name : environmentVariable("USER");
+    for (const std::string& parent : {std::string("/run/media/"), std::string("/media/")}) {
+        if (isFolder(parent + name)) return parent + name;
+    }
+    return "/media";
+}
+
+}  // namespace
+
+Folders Folders::fromEnvironment() {
+    Folders folders;
+    folders.home = homeFolder();
+    // A home of its own is a world of its own: nothing of the machine's shared folders is touched then.
+    const bool ownWorld = !environmentVariable("MORVANE_HOME").empty();
+    folders.applications =
+        !ownWorld && isFolder("/Applications") ? "/Applications" : folders.home + "/Applications";
+    folders.volumes =
+        ownWorld && isFolder(folders.home + "/Volumes") ? folders.home + "/Volumes" : volumesFolder();
+    folders.temporary = "/tmp";
+    folders.resources = resourcesFolder();
+    folders.programs = folders.resources + "/programs";
+    folders.desktop = folders.home + "/Desktop";
+    folders.downloads = folders.home + "/Downloads";
+    return folders;
+}
+
+std::string localeCountryCode() {
+    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const std::string value = environmentVariable(name);
+        if (value.empty()) continue;
+        // language[_COUNTRY][.encoding][@variant]
+        const std::string locale = value.substr(0, value.find_first_of(".@"));
+        const auto underscore = locale.find('_');
+        return underscore == std::string::npos ? "" : locale.substr(underscore + 1);
+    }
+    return "";
+}
+
+std::string environmentVariable(const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+int currentYear() {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    return local.tm_year + 1900;
+}
+
+}  // namespace morvane

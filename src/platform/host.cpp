@@ -1,0 +1,41 @@
+#include "platform/host.h"
+
+#include <cassert>
+#include <utility>
+
+#include "platform/http.h"
+
+namespace morvane {
+
+namespace {
+
+Host* currentHost = nullptr;
+
+}  // namespace
+
+Host::Host(Options options, UserInterface& ui)
+    : folders(std::move(options.folders)),
+      sites(std::move(options.sites)),
+      searchPath(options.searchPath + (options.searchPath.empty() ? "" : ":") + folders.programs),
+      userInterface(ui),
+      defaults(folders.home + "/Library/Preferences/app.morvane.plist"),
+      reachability_(std::move(options.reachability)),
+      previous_(std::exchange(currentHost, this)) {}
+
+Host::~Host() {
+    // Whoever waits for the main thread must go on before the queues can be joined.
+    mainQueue.close();
+    workQueues.joinAll();
+    currentHost = previous_;
+}
+
+bool Host::isReachable(const std::string& hostName) const {
+    return reachability_ ? reachability_(hostName) : isHostReachable(hostName);
+}
+
+Host& host() {
+    assert(currentHost != nullptr);
+    return *currentHost;
+}
+
+}  // namespace morvane
