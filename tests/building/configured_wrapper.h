@@ -9,6 +9,7 @@
 #include "foundation/progress_view.h"
 #include "platform/files.h"
 #include "platform/property_list.h"
+#include "support/fake_wrapper.h"
 #include "support/test_machine.h"
 #include "wrapper/layout.h"
 #include "wrapper/registry.h"
@@ -18,26 +19,11 @@ namespace morvane::testing {
 class ConfiguredWrapper : public TestMachine {
   public:
     ConfiguredWrapper() {
-        const std::string resources = wrapper + layout::resources;
-        putPlist(wrapper + layout::infoPlist,
-                 Dictionary{{"CFBundleIconFile", "Icon"}, {"CFBundleExecutable", "CaskeryLauncher"}});
-        putPlist(wrapper + layout::x11Plist, Dictionary{{"kept", "as it is"}});
-        put(wrapper + layout::systemRegistry,
-            "WINE REGISTRY Version 2\n\n[Software\\\\Classes\\\\.txt] 1\n@=\"txtfile\"\n");
-        put(resources + "/user.reg", "WINE REGISTRY Version 2\n\n[Environment] 1\n\"TEMP\"=\"C:\\\\temp\"\n");
-        put(resources + "/drive_c/windows/win.ini", "");
-        put(resources + "/dosdevices/.keep", "");
-        link("../drive_c", resources + "/dosdevices/c:");
-        link("/", resources + "/dosdevices/z:");
-        put(wrapper + layout::quitScript, "#!/bin/sh\ncaskeryAppChoice=0 # quit\n");
+        FakeWrapper fake;
+        fake.onInstaller = "[ -e \"$wrapper/do.sh\" ] && . \"$wrapper/do.sh\"";
+        makeFakeWrapperAt(wrapper, "CK9Wine8.0", fake);
+        put(wrapper + layout::quitScript, "#!/bin/sh\ncaskeryAppChoice=0\n", true);
         put(wrapper + layout::infoStrings, "old");
-        const std::string custom = wrapper + layout::customExeTemplate;
-        putPlist(custom + layout::customExePlist, Dictionary{{"CFBundleIconFile", "Icon"}});
-        put(custom + layout::customExeMark, "", true);
-        // The command tool: notes what it was asked for, then does what the test put beside it.
-        put(wrapper + "/Contents/Frameworks/bin/Caskery",
-            "#!/bin/sh\nprintf '%s\\n' \"$*\" >> \"$0.log\"\n[ -e \"$0.do\" ] && . \"$0.do\"\nexit 0\n",
-            true);
         scriptProgram("system_profiler", "");
         onWorker(
             [this] { creation = std::make_unique<WrapperCreation>(std::make_shared<NSProgressView>()); });
@@ -46,12 +32,8 @@ class ConfiguredWrapper : public TestMachine {
     const std::string wrapper = home + "/Applications/Game.app";
     const std::string driveC = wrapper + layout::driveC;
     const std::string dosdevices = wrapper + layout::dosdevices;
-    const std::string commandTool = wrapper + "/Contents/Frameworks/bin/Caskery";
     std::unique_ptr<WrapperCreation> creation;
 
-    static void putPlist(const std::string& path, const Dictionary& values) {
-        put(path, property_lists::xml(values));
-    }
     static void link(const std::string& destination, const std::string& path) {
         ASSERT_EQ(files::createSymbolicLink(path, destination), std::nullopt);
     }
@@ -87,9 +69,10 @@ class ConfiguredWrapper : public TestMachine {
     }
     /// What the command tool was asked for, one line a call.
     [[nodiscard]] std::string asked() const {
-        return exists(commandTool + ".log") ? get(commandTool + ".log") : "";
+        return exists(commandLog(wrapper)) ? get(commandLog(wrapper)) : "";
     }
-    void whenAsked(const std::string& script) { put(commandTool + ".do", script); }
+    /// Shell lines that run for every installer; "$1" is the installer, "$wrapper" the wrapper.
+    void whenInstalling(const std::string& script) { put(wrapper + "/do.sh", script); }
 };
 
 }  // namespace morvane::testing
