@@ -41,7 +41,7 @@ TEST_F(DefaultsStoreTest, StoresOfSeveralProcessesLoseNothing) {
     EXPECT_EQ(first.get("b"), Value(2)) << "a reading sees the changes of others";
 
     const auto fill = [](DefaultsStore& store, const std::string& prefix) {
-        for (int i = 0; i < 25; ++i) EXPECT_TRUE(store.set(prefix + std::to_string(i), i));
+        for (int i = 0; i < 10; ++i) EXPECT_TRUE(store.set(prefix + std::to_string(i), i));
     };
     std::thread one(fill, std::ref(first), "one");
     std::thread two(fill, std::ref(second), "two");
@@ -49,7 +49,7 @@ TEST_F(DefaultsStoreTest, StoresOfSeveralProcessesLoseNothing) {
     one.join();
     two.join();
     three.join();
-    EXPECT_EQ(property_lists::read(path)->as<Dictionary>()->size(), 77U);
+    EXPECT_EQ(property_lists::read(path)->as<Dictionary>()->size(), 32U);
 }
 
 TEST_F(DefaultsStoreTest, ADamagedFileIsKeptAside) {

@@ -36,7 +36,11 @@ TEST(JsonText, WritesEveryKind) {
 TEST(JsonText, IndentsAndHoldsTheDeepestValues) {
     EXPECT_EQ(jsonText(Dictionary{{"a", Array{1}}}, JsonLayout::indented), "{\n  \"a\": [\n    1\n  ]\n}");
     Value deep = 1;
-    for (int i = 0; i < 512; ++i) deep = Array{deep};
+    for (int i = 0; i < 512; ++i) {
+        Array list(1);
+        list.front() = std::move(deep);
+        deep = std::move(list);
+    }
     EXPECT_EQ(jsonText(deep), std::string(512, '[') + "1" + std::string(512, ']'));
 }
 

@@ -80,7 +80,7 @@ TEST(StyledTextFromHtml, BearsHostilePages) {
         for (int i = 0; i < times; ++i) text += part;
         return text;
     };
-    EXPECT_EQ(textOf(repeated("<div><b>", 60000) + "x" + repeated("</i></b>", 60000) + "y"), "xy");
+    EXPECT_EQ(textOf(repeated("<div><b>", 20000) + "x" + repeated("</i></b>", 20000) + "y"), "xy");
     EXPECT_EQ(textOf(repeated("<", 1000)), std::string(1000, '<'));
     EXPECT_EQ(textOf(repeated("<a <!--", 100000)), "");
     EXPECT_EQ(textOf("a<b " + repeated("x=\"", 100000)), "a");
