@@ -382,7 +382,7 @@ TEST(ChangedArchives, AreReadOrRefused) {
     const std::string whole = archived(richValue());
     std::mt19937 random(20240229);
     int read = 0;
-    for (int round = 0; round < 3'000; ++round) {
+    for (int round = 0; round < 2'000; ++round) {
         std::string changed = whole;
         for (std::uint32_t changes = 1 + random() % 3; changes > 0; --changes) {
             char& byte = changed[random() % changed.size()];
