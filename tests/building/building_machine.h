@@ -38,6 +38,8 @@ class BuildingMachine : public TestMachine {
         for (const char* name : {"killall", "kill", "ps", "launchctl"}) {
             scriptProgram(name, "echo \"" + std::string(name) + " $*\" >> '" + folder.path + "/stops'");
         }
+        scriptProgram("system_profiler", "");
+        scriptProgram("defaults", "");
         progress = std::make_shared<NSProgressView>();
     }
 

@@ -60,6 +60,9 @@ TEST_F(EnginePreparation, DownloadsTheOfficialArchive) {
     EXPECT_EQ(namesIn(engines), (Names{"CK9Wine2.0.tar.7z", "CK9Wine3.0.tar.7z"}));
     EXPECT_EQ(building::engineForWrapper("CK8Wine2.0", wrapper), "CK9Wine2.0");
     EXPECT_EQ(building::engineForWrapper("CK9Wine3.0", wrapper), "CK9Wine3.0");
+    // It is in the store now, and needs no network any more.
+    offline();
+    expectPrepared(true, "CK8Wine2.0");
     testing::makeFakeWrapperAt(wrapper, "CK8Wine2.0");
     EXPECT_EQ(building::engineForWrapper("CK8Wine2.0", wrapper), "CK8Wine2.0") << "an engine that is in use";
 }
@@ -269,6 +272,19 @@ TEST_F(EnginePreparation, ReportsAStoreThatHoldsNothingUsable) {
     put(engines + "/CK9Wine3.0.tgz", get(packing.path + "/engine.tgz"));
     expectExtracted(ExtractedEngine::installed);
     EXPECT_EQ(installed(), "CK9Wine3.0");
+}
+
+TEST_F(EnginePreparation, AnArchiveOfOddThingsEndsAsAnyOther) {
+    const testing::TemporaryFolder packing;
+    testing::runTool(packing.path,
+                     {"/bin/sh", "-c",
+                      "mkfifo a.zip && mkdir b.zip && ln -s /dev/zero c.zip && ln -s a.zip d.tgz && "
+                      "tar -cf out.tar a.zip b.zip c.zip d.tgz"});
+    put(engines + "/CK9Wine3.0.tar", get(packing.path + "/out.tar"));
+    std::filesystem::create_directories(wrapper + "/Contents/Frameworks");
+    ui.expectError(corrupted());
+    expectExtracted(ExtractedEngine::failure);
+    EXPECT_EQ(namesIn(engines), Names{"CK9Wine3.0.tar"});
 }
 
 TEST_F(EnginePreparation, AnArchiveCannotReachWhatLiesBesideItInTheStore) {

@@ -255,11 +255,12 @@ TEST_F(Entry, ACancellationStopsEveryStageAndRemovesTheWrapper) {
                  true);
          },
          hasStarted},
-        {"making the engine runnable",
-         [&] { scriptProgram("chmod", "case $1 in 777) ;; *) exec /bin/chmod \"$@\";; esac\n" + blocking); },
-         hasStarted},
+        {"making the engine runnable", [&] { put(folder.path + "/chmod blocks", ""); }, hasStarted},
         {"prefix", [&] { publish({.onPrefixCreate = blocking}); }, hasStarted},
     };
+    // Where a program lies is looked up once, so the script is there from the beginning.
+    scriptProgram("chmod", "[ $1 = 777 ] && [ -e '" + folder.path +
+                               "/chmod blocks' ] || exec /bin/chmod \"$@\"\n" + blocking);
     const std::string file = cki(game());
     put(temporary + "/Other.app/Contents/mine", "mine");
     for (const Stage& stage : stages) {
@@ -267,7 +268,7 @@ TEST_F(Entry, ACancellationStopsEveryStageAndRemovesTheWrapper) {
         std::filesystem::remove(started);
         std::filesystem::remove(folder.path + "/stops");
         std::filesystem::remove_all(masters);
-        std::filesystem::remove(programsFolder + "/chmod");
+        std::filesystem::remove(folder.path + "/chmod blocks");
         put(resources + "/7za", realTool, true);
         publish();
         stage.block();
