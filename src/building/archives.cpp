@@ -4,6 +4,7 @@
 #include <array>
 #include <set>
 
+#include "building/tools.h"
 #include "building/wrapper_creation.h"
 #include "foundation/file_manager.h"
 #include "foundation/tasks.h"
@@ -56,7 +57,9 @@ std::vector<std::string> WrapperCreation::extractFileToFolder(const std::string&
     const std::set<std::string> before(listing.begin(), listing.end());
     const ArchiveKind* kind = kindOfArchive(archive);
     if (kind == nullptr) return {archive};
-    MVTask::runProgram(std::string(kind->tool), *folder,
+    const std::string tool(kind->tool);
+    if (!building::archiveToolWorks(tool)) return {};
+    MVTask::runProgram(building::archiveTool(tool), *folder,
                        std::vector<std::string>{"x", "-y", asArgument(files::lastComponent(archive))},
                        Wait::no);
     std::vector<std::string> added;

@@ -20,6 +20,9 @@ constexpr const char* unknownProgram = "C:/nothing.exe";
 /// The wrapper's own settings tool, beside which the launcher applications lie.
 constexpr std::string_view settingsTool = "Caskery";
 
+constexpr std::string_view nameText = "the name of a program (EXEs, name)";
+constexpr std::string_view pathText = "the path of a program (EXEs, path)";
+
 struct CommandLine {
     std::string program, flags;
 };
@@ -32,13 +35,13 @@ CommandLine commandLineOf(const ExeEntry& exe) {
 /// Whether the entry's texts can be used; a refusal is told to the user.
 bool isUsable(const ExeEntry& exe) {
     if (exe.name.empty() || port_texts::hasControlCharacters(exe.name)) {
-        port_texts::refuse("EXEs: name", exe.name);
+        port_texts::refuse(exe.name, nameText);
         return false;
     }
     const CommandLine command = commandLineOf(exe);
     if (port_texts::leavesItsFolder(command.program) ||
         port_texts::hasControlCharacters(command.program + command.flags)) {
-        port_texts::refuse("EXEs: path", exe.path);
+        port_texts::refuse(exe.path, pathText);
         return false;
     }
     return true;
@@ -47,10 +50,10 @@ bool isUsable(const ExeEntry& exe) {
 /// The launcher application's place in the wrapper, or nothing after a reported refusal.
 std::optional<std::string> applicationFor(const ExeEntry& exe, const std::string& wrapper) {
     if (exe.name == settingsTool) {
-        port_texts::refuse("EXEs: name", exe.name);
+        port_texts::refuse(exe.name, nameText);
         return std::nullopt;
     }
-    return port_texts::gatedPath(wrapper, exe.name + ".app", Levels::one, "EXEs: name");
+    return port_texts::gatedPath(wrapper, exe.name + ".app", Levels::one, nameText);
 }
 
 std::string chosenProgram(const ExeEntry& exe, const std::string& wrapper) {
@@ -86,7 +89,7 @@ void writeProgramOnOtherDrive(NSPortManager& target, const CommandLine& command,
     const auto driveC = NSUtilities::getMacPathForWindowsPath("C:/", wrapper);
     if (!driveC) return;
     const std::string batch = "exec" + name + ".bat";
-    const auto path = port_texts::gatedPath(*driveC, batch, Levels::one, "EXEs: name");
+    const auto path = port_texts::gatedPath(*driveC, batch, Levels::one, nameText);
     if (!path) return;
     MVString::writeToFile("\"" + command.program + "\" " + command.flags, *path, files::Atomically::no,
                           Encoding::ascii);
@@ -105,10 +108,8 @@ void writeWindowsVersion(const std::string& program, const ExeEntry& exe, const 
     const std::string name = MVString::split(program, "/").back();
     if (name.empty()) return;
     const auto keyName = port_texts::inRegistryKey(name);
-    if (!keyName) {
-        port_texts::refuse("EXEs: path", program);
-        return;
-    }
+    // A picked file's name need not be UTF-8; no key can hold such a name.
+    if (!keyName) return;
     const std::string header = "[Software\\\\Wine\\\\AppDefaults\\\\" + *keyName + "]";
     NSUtilities::deleteRegistry(header, "user", wrapper);
     const auto version = windowsVersionFor(name, exe);

@@ -20,11 +20,18 @@ bool isAscii(char character) {
     return static_cast<unsigned char>(character) < 0x80;
 }
 
-/// A control character in a dialog could write anything into a terminal.
+/// A control character in a dialog could write anything into a terminal, and a long text would hide the
+/// buttons.
 std::string shown(std::string_view text) {
-    std::string visible(text);
+    static constexpr std::size_t longest = 200;
+    std::string visible(text.substr(0, longest));
     std::replace_if(visible.begin(), visible.end(), isControl, '?');
-    return visible;
+    return text.size() > longest ? visible + "…" : visible;
+}
+
+void tellLeftOut(const std::string& reason) {
+    MVAlert::showAlertErrorMessage(reason + " " +
+                                   localized("That entry of the port description is left out."));
 }
 
 /// The code of the character that begins at the position of a valid UTF-8 text, and the position behind it.
@@ -68,17 +75,15 @@ std::optional<std::string> escaped(std::string_view text, std::string_view marks
 
 }  // namespace
 
-void refuse(std::string_view key, std::string_view text) {
-    MVAlert::showAlertErrorMessage(localized(
-        "The port description holds a text that can't be used, so its entry was left out. %@: \"%@\"",
-        {key, shown(text)}));
+void refuse(std::string_view text, std::string_view what) {
+    tellLeftOut(localized("\"%@\" can't be used as %@.", {shown(text), what}));
 }
 
 std::optional<std::string> gatedPath(const std::string& folder, std::string_view text, Levels levels,
-                                     std::string_view key) {
-    auto path = pathInside(folder, text, levels, key);
+                                     std::string_view what) {
+    auto path = pathInside(folder, text, levels, what);
     if (auto* inside = std::get_if<std::string>(&path)) return std::move(*inside);
-    refuse(key, text);
+    tellLeftOut(std::get<Failure>(path).message);
     return std::nullopt;
 }
 

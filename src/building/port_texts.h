@@ -13,12 +13,12 @@
 
 namespace morvane::port_texts {
 
-/// Tells the user that an entry is left out. The key is where the text stands in the description: "Drives:
-/// place".
-void refuse(std::string_view key, std::string_view text);
-/// `pathInside`; a refusal is told to the user.
+/// Tells the user that an entry of the description is left out. `what` says in words what the text should
+/// have been, and its key: "a drive letter (Drives)".
+void refuse(std::string_view text, std::string_view what);
+/// `pathInside`; a refusal is told to the user in the same way.
 [[nodiscard]] std::optional<std::string> gatedPath(const std::string& folder, std::string_view text,
-                                                   Levels levels, std::string_view key);
+                                                   Levels levels, std::string_view what);
 /// Line breaks, tabs and NUL among them.
 [[nodiscard]] bool hasControlCharacters(std::string_view text);
 /// Whether a level of the path (with "/" or "\" separators) is "..".

@@ -27,6 +27,9 @@ constexpr const char* autoRunKey = R"([Software\\Microsoft\\Windows\\CurrentVers
 
 // Drives
 
+constexpr std::string_view letterText = "a drive letter (Drives, name)";
+constexpr std::string_view placeText = "the place of a drive (Drives, place)";
+
 /// What is made of one drive entry after its texts have passed.
 struct Drive {
     std::string letter;  ///< lower case, without its colon
@@ -43,20 +46,19 @@ std::optional<Drive> checkedDrive(const DriveEntry& entry, const std::string& wr
     Drive drive{MVString::lowercased(entry.name), entry.place, std::nullopt, ""};
     const bool isLetter = drive.letter.size() == 1 && drive.letter[0] >= 'a' && drive.letter[0] <= 'z';
     if (!isLetter) {
-        refuse("Drives: name", entry.name);
+        refuse(entry.name, letterText);
         return std::nullopt;
     }
     const bool absolute = entry.place.starts_with("/");
     // Drive C is where everything of the port is written, so it stays in the wrapper.
     if (port_texts::hasControlCharacters(entry.place) || (absolute && drive.letter == "c") ||
         (!absolute && !entry.place.starts_with("../"))) {
-        refuse("Drives: place", entry.place);
+        refuse(entry.place, placeText);
         return std::nullopt;
     }
     if (!absolute) {
         drive.insidePlace = entry.place.substr(2);
-        if (!port_texts::gatedPath(wrapper + layout::resources, *drive.insidePlace, Levels::many,
-                                   "Drives: place"))
+        if (!port_texts::gatedPath(wrapper + layout::resources, *drive.insidePlace, Levels::many, placeText))
             return std::nullopt;
     }
     if (entry.typeName != "auto") {
@@ -66,7 +68,7 @@ std::optional<Drive> checkedDrive(const DriveEntry& entry, const std::string& wr
                        (std::isalnum(character) != 0 || character == '-' || character == '_');
             });
         if (!isWord) {
-            refuse("Drives: typeName", entry.typeName);
+            refuse(entry.typeName, "the type of a drive (Drives, typeName)");
             return std::nullopt;
         }
         drive.typeName = entry.typeName;
@@ -116,12 +118,12 @@ void restoreDefaultDrives(const std::string& wrapper) {
 /// The keys of one extension, or nothing after a reported refusal.
 bool saveExtension(const ExtensionEntry& entry, const std::string& wrapper) {
     if (!port_texts::canBeExtension(entry.app)) {
-        port_texts::refuse("Extensions: app", entry.app);
+        port_texts::refuse(entry.app, "a file extension (Extensions, app)");
         return false;
     }
     const auto command = port_texts::inRegistryString(MVString::replacedAll(entry.func, "/", "\\"));
     if (!command) {
-        port_texts::refuse("Extensions: func", entry.func);
+        port_texts::refuse(entry.func, "the command of a file extension (Extensions, func)");
         return false;
     }
     const std::string typeKey = "[Software\\\\Classes\\\\." + entry.app + "]";
@@ -199,7 +201,7 @@ bool WrapperCreation::saveDrives(const std::optional<std::vector<DriveEntry>>& d
         const auto drive = checkedDrive(entry, wrapper);
         if (!drive) continue;
         if (!letters.insert(drive->letter).second) {
-            port_texts::refuse("Drives: name", entry.name);
+            port_texts::refuse(entry.name, letterText);
             continue;
         }
         makeDrive(*drive, wrapper);
@@ -233,7 +235,7 @@ bool WrapperCreation::saveOverridesForPortData(const NSPortData& data, NSPortMan
         if (namesItsKey(*fragment))
             overrides.push_back(element);
         else
-            port_texts::refuse("Overrides", *fragment);
+            port_texts::refuse(*fragment, "the registry lines of a key (Overrides)");
     }
     NSUtilities::saveUserOverrides(overrides, port.path);
     setMessage(localized("Setting video memory size manually..."));

@@ -79,7 +79,7 @@ void removeOldScripts(const std::string& folder) {
 /// False when the entry was refused.
 bool writeScript(const MenuEntry& entry, const std::string& prefix, int number, const std::string& folder) {
     const auto script = port_texts::gatedPath(folder, prefix + std::to_string(number) + "--" + entry.name,
-                                              Levels::one, "WrapperMenu: name");
+                                              Levels::one, "the title of a menu entry (WrapperMenu, name)");
     if (!script) return false;
     if (MVString::writeToFile(scriptHeader + entry.desc, *script, files::Atomically::no, Encoding::ascii))
         MVTask::runProgram(std::string("chmod"), "/", std::vector<std::string>{"755", *script}, Wait::no);

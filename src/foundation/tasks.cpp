@@ -72,10 +72,6 @@ std::optional<std::string> runTerminalCommand(const std::string& command,
 }
 
 std::optional<std::string> getPathOfProgram(const std::string& name) {
-    if (name.empty()) return std::nullopt;
-    if (MVString::contains(name, "/")) {
-        return name.starts_with('/') && isRunnable(name) ? std::optional(name) : std::nullopt;
-    }
     auto& cache = host().programPaths;
     {
         MutexLock lock(cache.mutex);

@@ -8,6 +8,8 @@
 #include <limits>
 #include <utility>
 
+#include "platform/utf8.h"
+
 namespace morvane::MVString {
 
 namespace {
@@ -19,20 +21,10 @@ struct Character {
 };
 
 Character characterAt(std::string_view text, std::size_t at) {
-    const auto byte = [&](std::size_t offset) { return static_cast<unsigned char>(text[at + offset]); };
-    const unsigned char lead = byte(0);
-    if (lead < 0x80) return {lead, 1, true};
-    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || text.size() - at < length) return {lead, 1, false};
-    char32_t code = lead & (0xFFU >> (length + 1));
-    for (std::size_t offset = 1; offset < length; ++offset) {
-        if ((byte(offset) & 0xC0) != 0x80) return {lead, 1, false};
-        code = code << 6 | (byte(offset) & 0x3FU);
-    }
-    static constexpr std::array<char32_t, 5> smallest{0, 0, 0x80, 0x800, 0x10000};
-    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    if (code < smallest[length] || code > 0x10FFFF || surrogate) return {lead, 1, false};
-    return {code, length, true};
+    std::size_t next = at;
+    const char32_t code = utf8::next(text, next);
+    // U+FFFD itself takes three bytes.
+    return {code, next - at, code != utf8::replacement || next - at > 1};
 }
 
 std::vector<std::string_view> charactersOf(std::string_view text) {
@@ -49,32 +41,12 @@ std::string_view firstCharacter(std::string_view text) {
     return text.empty() ? text : text.substr(0, characterAt(text, 0).length);
 }
 
-void appendCharacter(std::string& text, char32_t code) {
-    const auto continuation = [&](unsigned shift) {
-        text += static_cast<char>(0x80 | (code >> shift & 0x3F));
-    };
-    if (code < 0x80) {
-        text += static_cast<char>(code);
-    } else if (code < 0x800) {
-        text += static_cast<char>(0xC0 | code >> 6);
-        continuation(0);
-    } else if (code < 0x10000) {
-        text += static_cast<char>(0xE0 | code >> 12);
-        continuation(6);
-        continuation(0);
-    } else {
-        text += static_cast<char>(0xF0 | code >> 18);
-        continuation(12);
-        continuation(6);
-        continuation(0);
-    }
-}
-
 /// Unicode's own case rules, whatever the process's locale: results must not depend on who started the
-/// program.
+/// program. Where a system has no such locale, only ASCII letters have a case.
 locale_t unicodeLocale() {
-    static const locale_t locale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    return locale;
+    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    static const locale_t plain = newlocale(LC_CTYPE_MASK, "C", nullptr);
+    return unicode != nullptr ? unicode : plain;
 }
 
 bool isLetter(char32_t code) {
@@ -220,7 +192,7 @@ std::string stringWithHexString(std::string_view hexCodes) {
             code = code << 4 | static_cast<char32_t>(decimal ? character - '0' : letter - 'a' + 10);
             if (code > 0x10FFFF) return text;
         }
-        appendCharacter(text, code);
+        utf8::append(text, code);
     }
     return text;
 }
@@ -244,10 +216,10 @@ std::string lowercased(std::string_view text) {
         } else if (character.code == capitalDottedI) {
             lower += "i\u0307";
         } else if (character.code == capitalSigma && letterBefore && !letterAt(text, next)) {
-            appendCharacter(lower, finalSigma);
+            utf8::append(lower, finalSigma);
         } else {
-            appendCharacter(lower, static_cast<char32_t>(
-                                       towlower_l(static_cast<wint_t>(character.code), unicodeLocale())));
+            utf8::append(lower, static_cast<char32_t>(
+                                    towlower_l(static_cast<wint_t>(character.code), unicodeLocale())));
         }
         letterBefore = character.valid && isLetter(character.code);
         at = next;
@@ -265,8 +237,8 @@ std::string uppercased(std::string_view text) {
         } else if (character.code == sharpS) {
             upper += "SS";
         } else {
-            appendCharacter(upper, static_cast<char32_t>(
-                                       towupper_l(static_cast<wint_t>(character.code), unicodeLocale())));
+            utf8::append(upper, static_cast<char32_t>(
+                                    towupper_l(static_cast<wint_t>(character.code), unicodeLocale())));
         }
         at += character.length;
     }

@@ -17,8 +17,8 @@ class MainQueue;
 
 struct HttpRequest {
     std::string url;
-    std::optional<std::string> body;   ///< a POST with this body when present, else a GET
-    std::vector<std::string> headers;  ///< "Name: value" each
+    std::optional<std::string> body = {};   ///< a POST with this body when present, else a GET
+    std::vector<std::string> headers = {};  ///< "Name: value" each
     /// Ends the transfer when nothing arrived for this long.
     std::chrono::seconds idleTimeout{60};
 };

@@ -12,11 +12,11 @@ namespace morvane {
 class Cancellation;
 
 struct ProcessRequest {
-    std::string program;                   ///< absolute path
-    std::vector<std::string> arguments;    ///< one argument each; no shell ever sees them
-    std::optional<std::string> runFolder;  ///< existing working folder; absent: inherited
+    std::string program;                        ///< absolute path
+    std::vector<std::string> arguments = {};    ///< one argument each; no shell ever sees them
+    std::optional<std::string> runFolder = {};  ///< existing working folder; absent: inherited
     /// The program's whole environment; absent: inherited.
-    std::optional<std::map<std::string, std::string>> environment;
+    std::optional<std::map<std::string, std::string>> environment = {};
     bool waitForExit = true;
     /// A request to it stops the program and what it started in its process group, and makes `run` throw
     /// `Cancelled`. Null for a program that a cancellation does not concern.

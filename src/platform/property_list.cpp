@@ -121,6 +121,8 @@ class XmlReader {
         handler.reference = [](void* self, const xmlChar*) { static_cast<XmlReader*>(self)->stop(); };
         handler.serror = [](void*, xmlErrorPtr) {};
 
+        // Faults of the encoding are told to this thread's handler, not to the parser's.
+        xmlSetStructuredErrorFunc(nullptr, [](void*, xmlErrorPtr) {});
         parser_ = xmlCreateMemoryParserCtxt(bytes.data(), static_cast<int>(bytes.size()));
         if (parser_ == nullptr) return std::nullopt;
         xmlCtxtUseOptions(parser_, XML_PARSE_NONET | XML_PARSE_HUGE);
@@ -143,6 +145,7 @@ class XmlReader {
 
     void stop() {
         failed_ = true;
+        result_.reset();
         xmlStopParser(parser_);
     }
 
@@ -394,7 +397,7 @@ class BinaryReader {
         return result;
     }
 
-    static constexpr std::size_t mostValues = 2'000'000;
+    static constexpr std::size_t mostValues = 500'000;
     static constexpr std::uint64_t mostSharedBytes = std::uint64_t{64} << 20U;
 
     std::string_view bytes_;

@@ -39,19 +39,18 @@ bool holdsFile(const std::string& path) {
 /// a wrapper is not left without an icon.
 void replaceIconFile(const IconPaths& paths) {
     const std::string previous = paths.icon + ".previous";
-    const bool hadIcon = files::kindOf(paths.icon) != files::Kind::none;
-    if (hadIcon) {
+    if (files::kindOf(paths.icon) != files::Kind::none) {
         MVFileManager::removeItemAtPath(previous);
         if (!MVFileManager::moveItemAtPath(paths.icon, previous)) return;
     }
     MVTask::runProgram("iconutil", std::nullopt, MVTask::Arguments({"-c", "icns", paths.iconSet}), Wait::yes);
-    if (!hadIcon) return;
     if (holdsFile(paths.icon)) {
         MVFileManager::removeItemAtPath(previous);
         return;
     }
     MVFileManager::removeItemAtPath(paths.icon);
-    MVFileManager::moveItemAtPath(previous, paths.icon);
+    // Also when a run that was killed left it there.
+    if (files::kindOf(previous) != files::Kind::none) MVFileManager::moveItemAtPath(previous, paths.icon);
 }
 
 }  // namespace
