@@ -40,7 +40,8 @@ class Pipeline : public ::testing::Test {
         EXPECT_EQ(processesBelow(folder.path), std::vector<std::string>());
     }
 
-    [[nodiscard]] std::vector<std::string> installing(const std::string& cki, const std::string& app) const {
+    [[nodiscard]] std::vector<std::string> installing(const std::string& cki,
+                                                      const std::string& wrapper) const {
         return {"install",  cki,
                 "--to",     app,
                 "--answer", "License Agreement=I Agree",
@@ -48,8 +49,8 @@ class Pipeline : public ::testing::Test {
                 "--answer", "Warning=Yes"};
     }
 
-    static std::string registry(const std::string& app, const char* name) {
-        return TestMachine::get(app + "/Contents/Resources/" + name + ".reg");
+    static std::string registry(const std::string& wrapper, const char* name) {
+        return TestMachine::get(wrapper + "/Contents/Resources/" + name + ".reg");
     }
 
     static Dictionary settings(const std::string& path) {
