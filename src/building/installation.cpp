@@ -91,7 +91,7 @@ std::optional<std::string> installerByChoice(const std::string& expectedName) {
                           "port probably won't work. If you don't have an installer yet, check the port "
                           "sources list. "
                           "Are you sure that you want to continue without selecting the installer?"),
-                localized("Warning"), false))
+                "Warning", false))
             return std::nullopt;
     }
 }

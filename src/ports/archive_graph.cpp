@@ -194,7 +194,7 @@ class Reader {
     /// The index of what a reference names, in a table of that size.
     std::size_t reference(std::size_t tableSize) {
         const std::int64_t stored = integer();
-        if (stored < firstReference || stored - firstReference >= static_cast<std::int64_t>(tableSize)) {
+        if (stored < firstReference || stored >= static_cast<std::int64_t>(tableSize) + firstReference) {
             fail("a reference is out of range");
             return 0;
         }

@@ -9,16 +9,25 @@
 namespace morvane::typed_stream {
 namespace {
 
+/// An initializer list would copy whole subtrees at every level.
+Dictionary dictionaryOf(const char* firstKey, Value first, const char* secondKey, Value second) {
+    Dictionary result;
+    result.set(firstKey, std::move(first));
+    result.set(secondKey, std::move(second));
+    return result;
+}
+
 class Describer {
   public:
     Describer(const Graph& graph, std::size_t archiveLength)
         : graph_(graph), bytesLeft_(32 * archiveLength + 65536) {}
 
     Result<Value> whole() {
-        Dictionary result{{"byteOrder", graph_.order == ByteOrder::little ? "little" : "big"},
-                          {"streamerVersion", 4},
-                          {"systemVersion", 1000},
-                          {"groups", groups(graph_.groups)}};
+        Dictionary result;
+        result.set("byteOrder", graph_.order == ByteOrder::little ? "little" : "big");
+        result.set("streamerVersion", 4);
+        result.set("systemVersion", 1000);
+        result.set("groups", groups(graph_.groups));
         if (!good_) return Failure{localized("The archive holds too much to be shown.")};
         return Value(std::move(result));
     }
@@ -48,7 +57,7 @@ class Describer {
             for (++i; good_ && i < items.size() && !std::holds_alternative<GroupStart>(items[i]); ++i) {
                 values.push_back(value(items[i]));
             }
-            result.push_back(Dictionary{{"type", std::move(type)}, {"values", std::move(values)}});
+            result.push_back(dictionaryOf("type", std::move(type), "values", std::move(values)));
         }
         return result;
     }
@@ -57,7 +66,7 @@ class Describer {
         Array result;
         for (std::optional<std::size_t> at = first; good_ && at; at = graph_.classes[*at].superclass) {
             const Class& described = graph_.classes[*at];
-            result.push_back(Dictionary{{"name", text(described.name)}, {"version", described.version}});
+            result.push_back(dictionaryOf("name", text(described.name), "version", described.version));
         }
         return result;
     }
@@ -67,9 +76,9 @@ class Describer {
         const auto number = static_cast<std::int64_t>(described.number);
         if (!shown_.insert(&described).second) return Dictionary{{"reference", number}};
         // The nesting is the stream's, which is bounded: an object is shown where its fields lie.
-        return Dictionary{{"object", number},
-                          {"class", classes(described.classIndex)},
-                          {"fields", groups(described.fields)}};
+        Dictionary result = dictionaryOf("object", number, "class", classes(described.classIndex));
+        result.set("fields", groups(described.fields));
+        return result;
     }
 
     Value value(const Item& item) {
