@@ -101,7 +101,7 @@ class WrapperCreation : public Download {
     /// `createWrapperAt:withEngine:`.
     bool createWrapperAt(const std::string& wrapper, const std::string& engine);
     /// Where the wrapper lies while its prefix is created; nothing when it stays in its place.
-    [[nodiscard]] static std::string temporaryPathFor(const std::string& wrapper);
+    [[nodiscard]] static std::optional<std::string> temporaryPathFor(const std::string& wrapper);
 
     // Configuration (configuration.cpp, settings_writers.cpp, registry_writers.cpp)
     /// `configureWrapperAt:withPortData:`. True.
@@ -177,11 +177,24 @@ class WrapperCreation : public Download {
     bool saveCaskeryWrapperMenuForPort(const NSPortData& data, const std::string& wrapper);
 
   private:
-    /// What is true for an installation and a blank wrapper alike: one at a time, the panel, the failure
-    /// ending, the cancellation.
-    int runCreation(const std::string& wrapper, const std::function<bool()>& work);
+    /// What an installation and a blank wrapper have in common: one at a time, the panel, the build, the
+    /// failure ending, the cancellation. `portData` gives nothing after it has ended the creation with an
+    /// error; `finish` runs after a successful build of a wrapper that was not there before.
+    int runCreation(const std::string& wrapper, const std::function<std::optional<NSPortData>()>& portData,
+                    const std::function<void()>& finish);
+    /// After a cancellation: stops what runs in the wrapper, and removes it unless it was there before.
+    void stopAndRemove(const std::string& wrapper, bool existedBefore) const;
+    enum class UnpackedMasterWrapper { failed, broken, done };
+    /// One unpacking of the archive in the master folder; broken when the user wants it downloaded again.
+    UnpackedMasterWrapper unpackMasterWrapper(const std::string& version);
+    /// The step of `createWrapperAt` that runs the wrapper's own tool, at the temporary path where there is
+    /// one.
+    bool createPrefixOf(const std::string& wrapper, bool existedBefore);
     void setMessage(const std::string& message) const;
     void setSubtitle(const std::string& subtitle) const;
+
+    /// The temporary path, from the moment at which this run has moved its wrapper there.
+    std::optional<std::string> usedTemporaryPath_;
 };
 
 /// The menu list of a port: an entry of the same title is replaced, the new one comes last.

@@ -138,13 +138,9 @@ int runCommandLine(int argc, char** argv) {
     app.fallthrough();
     app.add_option("--answer", parsed.answers,
                    "TITLE=BUTTON or TITLE=BUTTON:TEXT: answers a question of that title")
-        ->take_all()
-        ->expected(1)
-        ->trigger_on_parse();
+        ->allow_extra_args(false);
     app.add_option("--choose", parsed.choices, "TITLE=PATH: answers a file panel of that title")
-        ->take_all()
-        ->expected(1)
-        ->trigger_on_parse();
+        ->allow_extra_args(false);
     app.add_flag("--defaults", parsed.defaults, "take each remaining question's default");
     app.add_flag("--json", parsed.json, "JSON output");
     addPortCommands(app, parsed);

@@ -53,8 +53,8 @@ int addSystemEngine(Session& session, EngineKind kind) {
         const std::string store = layout::enginesFolder();
         if (!MVFileManager::createDirectoryAtPath(store, IntermediateFolders::yes))
             return static_cast<int>(failed);
-        const auto archive =
-            packSystemEngine(store, kind == EngineKind::full ? SystemEngine::full : SystemEngine::thin);
+        const auto archive = runtime::packSystemEngine(
+            store, kind == EngineKind::full ? runtime::SystemEngine::full : runtime::SystemEngine::thin);
         if (const Failure* failure = failureOf(archive)) return session.fail(failure->message);
         session.console().print(std::get<std::string>(archive));
         return static_cast<int>(done);

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "building/wrapper_creation.h"
-#include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "runtime/system_engine.h"
 #include "server/site_server.h"
@@ -53,7 +52,6 @@ Session::Session(Output output, Answers answers)
 Session::~Session() {
     host_->workQueues.joinAll();
     site_.reset();
-    if (!packedEngines_.empty()) MVFileManager::removeItemAtPath(packedEngines_);
     ending_ = true;
     pthread_kill(signalWatcher_.native_handle(), SIGHUP);
     signalWatcher_.join();
@@ -72,7 +70,6 @@ void Session::watchSignals() {
 void Session::handleSignal(int signal) {
     if (!host_->creation.running() && !console_.interrupt()) {
         // Nothing is being made, so that there is nothing to unwind.
-        if (!packedEngines_.empty()) (void)files::remove(packedEngines_);
         std::_Exit(cancelled);
     }
     // A question that is open has the person's attention already; so has somebody who presses it a second
@@ -93,16 +90,9 @@ void Session::provideSite() {
     if (!host_->sites.caskery.empty()) return;
     SiteServer::Content content;
     content.siteFolder = host_->folders.resources + "/site";
-    content.engineNames = [] {
-        const auto name = systemEngineName();
-        const auto* known = std::get_if<std::string>(&name);
-        return known != nullptr ? std::vector<std::string>{*known} : std::vector<std::string>{};
-    };
-    auto folder = files::createTemporaryFolder(host_->folders.temporary, "morvane-site-");
-    if (const auto* path = std::get_if<std::string>(&folder)) packedEngines_ = *path;
-    content.engineArchive = [folder = packedEngines_](const std::string&) {
-        return packSystemEngine(folder, SystemEngine::thin);
-    };
+    engines_ = std::make_unique<runtime::SystemEngineStore>();
+    content.engineNames = [this] { return engines_->names(); };
+    content.engineArchive = [this](const std::string& name) { return engines_->archive(name); };
     site_ = std::make_unique<SiteServer>(std::move(content));
     host_->sites.caskery = site_->baseAddress();
     if (host_->sites.catalogue.empty()) host_->sites.catalogue = site_->baseAddress();

@@ -17,6 +17,9 @@ namespace morvane {
 class SiteServer;
 class WrapperCreation;
 }  // namespace morvane
+namespace morvane::runtime {
+class SystemEngineStore;
+}  // namespace morvane::runtime
 
 namespace morvane::cli {
 
@@ -53,8 +56,8 @@ class Session {
     TerminalInterface interface_;
     std::unique_ptr<Host> host_;
     std::shared_ptr<NSProgressView> progress_;
+    std::unique_ptr<runtime::SystemEngineStore> engines_;  // what the embedded site offers
     std::unique_ptr<SiteServer> site_;
-    std::string packedEngines_;  // a temporary folder of the embedded site
     std::atomic<WrapperCreation*> creation_ = nullptr;
     std::atomic<bool> cancelled_ = false;
     std::atomic<bool> ending_ = false;

@@ -3,6 +3,9 @@
 // `downloadFile` blocks and is called on a worker thread; events, timer and questions run on the main thread.
 // On the thread of the running creation, a cancellation throws `Cancelled`. One instance runs one transfer at
 // a time.
+//
+// The HTTP status is not looked at: an error page is a body like any other. The body is held in memory and
+// written in one piece, so that a kill at any moment leaves the old file or the new one.
 #pragma once
 
 #include <chrono>
@@ -32,16 +35,18 @@ class Download {
     Download(const Download&) = delete;
     Download& operator=(const Download&) = delete;
 
-    /// `downloadFile:to:inSilence:`. False when it was called off before any transfer; true does not promise
-    /// a file.
+    /// `downloadFile:to:inSilence:`. False when it was called off before any transfer (also by the end of the
+    /// application); true does not promise a file.
     bool downloadFile(const std::string& url, const std::string& path, Silence silence);
     /// `shouldCancelDownloadOfFile:to:inSilence:`. Asks the user where it has to; true to call the download
     /// off.
     [[nodiscard]] bool shouldCancelDownloadOfFile(const std::string& url, const std::string& path,
                                                   Silence silence);
-    /// `finishDownload`. Any thread: ends the transfer in progress, if any, and wakes its caller.
+    /// `finishDownload`. Any thread: ends the transfer in progress, if any, and wakes its caller, which goes
+    /// on with what has arrived.
     void finishDownload();
-    /// `timerFireMethod:`. Main thread: one tick of the one-second timer.
+    /// `timerFireMethod:`. Main thread: one tick of the one-second timer. May ask for an updated link; the
+    /// caller of the transfer then starts again with that link.
     void timerFireMethod();
     /// Whether a transfer is in progress.
     [[nodiscard]] bool isDownloading() const;
@@ -49,10 +54,28 @@ class Download {
     const std::shared_ptr<NSProgressView> progressWindow;
 
   private:
-    // The rest of the state is declared by the implementation of this class.
-    struct Transfer;
-    std::shared_ptr<Transfer> transfer_;
+    class Transfer;
+    /// What a transfer left behind.
+    struct Received {
+        std::string body;
+        std::optional<std::string> error;
+        std::uint64_t fullSize = 0;
+        std::optional<std::string> updatedLink;  ///< the user's answer to the question of a stalled transfer
+
+        /// Something has arrived, without an error, and not less than was announced.
+        [[nodiscard]] bool isWhole() const;
+    };
+
+    /// Blocks until the transfer has ended; nothing when the application ends first.
+    std::optional<Received> receive(const std::string& url, Silence silence);
+    /// `saveDownloadedFile:atPath:`. The address to start again with, or nothing when the download is done.
+    static std::optional<std::string> saveDownloadedFile(const Received& received, const std::string& url,
+                                                         const std::string& path, Silence silence);
+    void setCurrent(std::shared_ptr<Transfer> transfer);
+    [[nodiscard]] std::shared_ptr<Transfer> current() const;
+
     mutable Mutex mutex_;
+    std::shared_ptr<Transfer> transfer_ MV_GUARDED_BY(mutex_);
 };
 
 }  // namespace morvane

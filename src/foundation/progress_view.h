@@ -35,10 +35,11 @@ class NSProgressView {
     [[nodiscard]] bool isCreatingWrapper() const;
 
   private:
-    [[nodiscard]] bool disturbs(CreatingPort creatingPort) const;
-    /// Changes the state and has the front end show it, in order, on the main thread.
+    [[nodiscard]] bool disturbs(CreatingPort creatingPort) const MV_REQUIRES(mutex_);
+    /// Changes the state and has the front end show it, in order, on the main thread; false when the call
+    /// disturbs.
     template <class Change>
-    void change(Change change);
+    bool change(CreatingPort creatingPort, Change change);
 
     mutable Mutex mutex_;
     ProgressState state_ MV_GUARDED_BY(mutex_);

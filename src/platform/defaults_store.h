@@ -1,6 +1,7 @@
 // platform/defaults_store.h: the user's settings of the application, one property list. Any thread.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,11 +12,15 @@
 namespace morvane {
 
 /// Every change is on disk when the call returns. Several processes may hold the same store: a change takes
-/// the store's lock, reads the file again, changes one key and replaces the file.
+/// the store's lock (`<file>.lock`), reads the file again, changes one key and replaces the file; a reading
+/// sees what others have changed.
+///
+/// A file that is no property list of keys is kept aside as `<file>.damaged` (`.damaged2`, `.damaged3`...: an
+/// earlier one is never replaced); found at the start, the store begins empty, found at a change, it goes on
+/// with the values that it has. A file that cannot be read at all is left as it is, and no change succeeds.
 class DefaultsStore {
   public:
-    /// The store in that file, which need not exist. A file that is no property list is kept aside as
-    /// `<file>.damaged` and the store starts empty.
+    /// The store in that file, which need not exist; neither need its folder.
     explicit DefaultsStore(std::string path);
 
     [[nodiscard]] std::optional<Value> get(std::string_view key) const;
@@ -29,11 +34,28 @@ class DefaultsStore {
     [[nodiscard]] const std::string& path() const { return path_; }
 
   private:
+    /// Tells one state of the file from another.
+    struct Stamp {
+        std::uint64_t file = 0;
+        std::int64_t size = -1;
+        std::int64_t seconds = 0;
+        std::int64_t nanoseconds = 0;
+        bool operator==(const Stamp&) const = default;
+    };
+    enum class State { unknown, readable, unreadable, damaged };
+
+    [[nodiscard]] Stamp stampOfFile() const;
+    /// Takes in what the file holds when it has changed; keeps the values when it cannot be read.
     void reload() const MV_REQUIRES(mutex_);
+    /// Reloads and puts a damaged file aside, under the store's lock. False when the file must not be
+    /// replaced.
+    [[nodiscard]] bool makeReadable() const MV_REQUIRES(mutex_);
 
     std::string path_;
     mutable Mutex mutex_;
     mutable Dictionary values_ MV_GUARDED_BY(mutex_);
+    mutable Stamp stamp_ MV_GUARDED_BY(mutex_);
+    mutable State state_ MV_GUARDED_BY(mutex_) = State::unknown;
 };
 
 }  // namespace morvane

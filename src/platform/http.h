@@ -17,8 +17,8 @@ class MainQueue;
 
 struct HttpRequest {
     std::string url;
-    std::optional<std::string> body;   ///< a POST with this body when present, else a GET
-    std::vector<std::string> headers;  ///< "Name: value" each
+    std::optional<std::string> body = {};   ///< a POST with this body when present, else a GET
+    std::vector<std::string> headers = {};  ///< "Name: value" each
     /// Ends the transfer when nothing arrived for this long.
     std::chrono::seconds idleTimeout{60};
 };
@@ -49,7 +49,8 @@ struct TransferHandlers {
     std::function<void()> ended;
 };
 
-/// A running GET. Destroying or cancelling it stops the transfer; no handler is called afterwards.
+/// A running GET. A body that ends before the announced length has `ended`: the receiver compares. Destroying
+/// or cancelling it stops the transfer; no handler is called afterwards.
 class Transfer {
   public:
     /// Starts at once, on a thread of its own that the destructor joins. To be destroyed on the main thread.

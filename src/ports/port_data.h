@@ -1,7 +1,9 @@
 // ports/port_data.h: a port description, read from a CKI file. Any thread; never changed after it was made.
 //
-// A key whose value has the wrong type reads as missing, for all keys alike, elements of lists and entries
-// included.
+// A key whose value has the wrong type reads as missing, for all keys alike: an element of a list that is no
+// text (or no entry) is dropped, an entry with a key of the wrong type keeps the rest. A boolean reads
+// numbers and texts
+// (`booleanReading`), an integer reads numbers and booleans, a text reads texts only.
 #pragma once
 
 #include <cstdint>
@@ -62,7 +64,7 @@ class NSPortData {
     [[nodiscard]] static std::optional<NSPortData> customPortAtPath(const std::string& wrapper,
                                                                     const std::string& engine, unsigned drms,
                                                                     MacDriver macDriver);
-    /// The dictionary of that blank port.
+    /// The dictionary of that blank port. Without the application's picture of a blank port there is no icon.
     [[nodiscard]] static std::optional<Dictionary> customPortDictionary(const std::string& wrapper,
                                                                         const std::string& engine,
                                                                         unsigned drms, MacDriver macDriver);
@@ -102,9 +104,10 @@ class NSPortData {
 
 namespace NSUtilities {
 
-/// `loadArchivedObjectFromFile:ofType:`. The root object, or a message; the type label is "CKI" or "CKII".
+/// `loadArchivedObjectFromFile:ofType:`. The root object, always a dictionary, or a message; the type label
+/// is "CKI" or "CKII". A root of any other kind is an invalid format.
 [[nodiscard]] Result<Value> loadArchivedObjectFromFile(const std::string& path, const std::string& type);
-/// `safeUnarchiveObjectWithData:`.
+/// `safeUnarchiveObjectWithData:`. Nothing for damaged archives.
 [[nodiscard]] std::optional<Value> safeUnarchiveObjectWithData(std::string_view bytes);
 
 }  // namespace NSUtilities

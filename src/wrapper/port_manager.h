@@ -46,16 +46,18 @@ class NSPortManager {
     bool runWithArguments(const std::vector<std::string>& arguments) const;
     /// `installWinetrick:`.
     bool installWinetrick(const std::string& winetrick) const;
-    /// `runEXE:withFlags:`. Runs a program of the wrapper, by its Mac path, through a batch file; true
-    /// always.
+    /// `runEXE:withFlags:`. Runs a program of the wrapper, by its Mac path, through a batch file in the root
+    /// of drive C that is gone afterwards; true always. The batch file takes the program's name, with a
+    /// number when the game has a file of that name. A path with a quote or a line break, which could smuggle
+    /// in a command, is reported and not run.
     bool runEXE(const std::string& program, const std::string& flags) const;
 
     /// `savePngImage:withSize:atPath:`. Scaled to that width in pixels; failures are not reported.
     void savePngImage(const Picture& picture, int size, const std::string& path) const;
     /// `saveIconsetImage:withSize:atFolder:`. The size and its "@2x".
     void saveIconsetImage(const Picture& picture, int size, const std::string& folder) const;
-    /// `setIconWithImage:`. Replaces the icon file; nothing happens without a picture that can be decoded or
-    /// without "CFBundleIconFile".
+    /// `setIconWithImage:`. Replaces the icon file, which stays when no new one could be made. Nothing
+    /// happens without a picture that can be decoded or without "CFBundleIconFile".
     void setIconWithImage(const std::optional<ImageData>& image) const;
 };
 

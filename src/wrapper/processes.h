@@ -1,4 +1,8 @@
 // wrapper/processes.h: stopping what runs in a wrapper, from outside. Any thread.
+//
+// What the stopping programs answer is not looked at. The calling program, its ancestors and process 1 are
+// never stopped. A path that cannot be a wrapper's (not absolute, with "." or ".." in it, the home folder or
+// a folder above it, also through links) is refused: nothing is stopped and nothing removed.
 #pragma once
 
 #include <optional>

@@ -2,8 +2,10 @@
 //
 // Any thread, but one at a time for a wrapper. Key headers are named with doubled backslashes, as in the
 // files: R"([Software\\Wine\\DllOverrides])". File names are "system" and "user". The format is that of
-// Wine's registry files
-// ("WINE REGISTRY Version 2").
+// Wine's registry files ("WINE REGISTRY Version 2"): 7-bit text, what lies beyond is escaped in it.
+//
+// An edit replaces the file atomically. A file that is there but cannot be read is reported and never
+// written; a missing one counts as empty.
 #pragma once
 
 #include <optional>
@@ -27,7 +29,8 @@ namespace morvane::NSUtilities {
                                                                const std::string& wrapper);
 /// `addRegistry:fromReg:fromWrapper:`. Appends the block.
 void addRegistry(const std::string& block, const std::string& name, const std::string& wrapper);
-/// `deleteRegistry:fromReg:fromWrapper:`. Removes the key's block.
+/// `deleteRegistry:fromReg:fromWrapper:`. Removes every block of the key and shortens gaps to one empty line.
+/// Makes no file where there is none.
 void deleteRegistry(const std::string& header, const std::string& name, const std::string& wrapper);
 /// `getValueForKey:fromRegistry:`. The data as written, or empty.
 [[nodiscard]] std::string getValueForKey(std::string_view valueName, std::string_view lines);
@@ -44,7 +47,8 @@ struct RegistryString {
     std::string name;
     std::string text;
 };
-/// The five-step replacement of string values of one key: read, delete, change (in the order given), append.
+/// Sets string values of one key: its lines are read, changed in the order given, and written back as the
+/// last block of the file, without a timestamp. One write: the key is never missing from the file.
 void replaceRegistryStrings(const std::string& header, const std::vector<RegistryString>& values,
                             const std::string& name, const std::string& wrapper);
 

@@ -1,0 +1,32 @@
+#include "building/wrapper_creation.h"
+#include "foundation/alerts.h"
+#include "foundation/localization.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace morvane {
+
+bool WrapperCreation::doYouAgreeWithTheLicenseAgreement() {
+    bool agreed = false;
+    // A queue that is closed meanwhile leaves the agreement unanswered, which is no agreement.
+    static_cast<void>(host().mainQueue.callAndWait([&] { agreed = agreement(); }));
+    return agreed;
+}
+
+bool WrapperCreation::agreement() {
+    const std::string path = files::join(host().folders.resources, "agreement.txt");
+    auto text = files::read(path);
+    if (const Failure* failure = failureOf(text)) {
+        // Nobody can agree to what can't be read.
+        MVAlert::showAlertErrorMessage(localized("Error while reading file: %@", {failure->message}));
+        return false;
+    }
+    Dialog dialog;
+    dialog.title = localized("License Agreement");
+    dialog.text = localized("Read the license agreement before installing:");
+    dialog.buttons = {localized("I Agree"), localized("I Disagree")};
+    dialog.accessory = LongText{std::get<std::string>(std::move(text))};
+    return MVAlert::showDialog(dialog).button == 0;
+}
+
+}  // namespace morvane

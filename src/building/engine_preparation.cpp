@@ -1,0 +1,327 @@
+// An engine on its way from the download site, a link or the user's disk into a wrapper.
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <string_view>
+
+#include "building/engine_store.h"
+#include "building/tools.h"
+#include "building/wrapper_creation.h"
+#include "engines/caskery_engine.h"
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/safe_paths.h"
+#include "foundation/text.h"
+#include "foundation/text_files.h"
+#include "foundation/threads.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/http.h"
+#include "wrapper/layout.h"
+
+namespace morvane {
+
+namespace {
+
+constexpr const char* bundleName = "ckwine.bundle";
+constexpr const char* oldBundleName = "CaskeryEngine.bundle";
+
+/// Kinds that engines come in beside those that every stage unpacks. "gz" is also what a link without any
+/// extension is stored as.
+constexpr std::array<std::string_view, 6> furtherKinds{"gz", "bz2", "tgz", "tbz", "tbz2", "txz"};
+
+/// How many archives may lie in one another: deeper than any engine is packed.
+constexpr int deepestNesting = 8;
+
+bool isFurtherKind(std::string_view extension) {
+    return std::ranges::find(furtherKinds, extension) != furtherKinds.end();
+}
+
+std::vector<std::string> archiveKinds() {
+    std::vector<std::string> kinds = WrapperCreation::archiveExtensions();
+    kinds.insert(kinds.end(), furtherKinds.begin(), furtherKinds.end());
+    return kinds;
+}
+
+/// "CK9Wine3.0.zip" and "CK9Wine3.0.tar.xz" are archives of CK9Wine3.0; "CK9Wine3.0.1.zip" is another
+/// engine's.
+bool isArchiveOf(const std::string& entry, const std::string& engine) {
+    if (!entry.starts_with(engine + ".")) return false;
+    std::string kind = MVString::lowercased(std::string_view(entry).substr(engine.size() + 1));
+    if (kind.starts_with("tar.")) kind.erase(0, 4);
+    const std::vector<std::string> kinds = archiveKinds();
+    return std::ranges::find(kinds, kind) != kinds.end();
+}
+
+std::vector<std::string> storedArchivesOf(const std::string& engine) {
+    std::vector<std::string> archives;
+    if (!MVFileManager::directoryExistsAtPath(layout::enginesFolder())) return archives;
+    for (const std::string& entry : MVFileManager::contentsOfDirectoryAtPath(layout::enginesFolder())) {
+        const std::string path = files::join(layout::enginesFolder(), entry);
+        if (isArchiveOf(entry, engine) && MVFileManager::regularFileExistsAtPath(path))
+            archives.push_back(path);
+    }
+    return archives;
+}
+
+/// The place of the engine in the store, without an extension. Names come from ports: one that leads out of
+/// the store is reported and gives nothing.
+std::optional<std::string> placeInStore(const std::string& engine) {
+    auto place = pathInside(layout::enginesFolder(), engine, Levels::one, localized("the engine's name"));
+    if (const Failure* failure = failureOf(place)) {
+        MVAlert::showAlertErrorMessage(failure->message);
+        return std::nullopt;
+    }
+    return std::get<std::string>(std::move(place));
+}
+
+/// What the user answered to the search for an engine: a link, a file that is in the store now, or nothing at
+/// all.
+struct EngineAnswer {
+    enum class Kind { link, file, givenUp } kind;
+    std::string link = {};
+};
+
+EngineAnswer askForFile(WrapperCreation& creation, const std::string& engine, std::string_view question) {
+    if (MVAlert::showBooleanAlertMessage(localized(question, {engine}), "Warning", true)) {
+        creation.getLocalCustomEngine(engine);
+        return {EngineAnswer::Kind::file};
+    }
+    MVAlert::showAlertErrorMessage(localized("Port creation will fail! The engine isn't available!"));
+    return {EngineAnswer::Kind::givenUp};
+}
+
+EngineAnswer askForEngine(WrapperCreation& creation, const std::string& engine) {
+    for (;;) {
+        if (!building::siteIsReachable()) {
+            return askForFile(creation, engine,
+                              "Caskery website seems to be offline. Do you have the port engine (%@) in your "
+                              "computer?");
+        }
+        if (!MVAlert::showBooleanAlertMessage(
+                localized(
+                    "Your port engine (%@) seems to be unavailable at the Caskery download source and don't "
+                    "contains a custom link. Do you have the custom engine download link?",
+                    {engine}),
+                "Warning", true)) {
+            return askForFile(creation, engine, "Do you have the port engine (%@) in your computer?");
+        }
+        const auto link =
+            MVAlert::inputDialogWithMessage(localized("Paste here the engine download link"), "");
+        if (link && (link->starts_with("http") || link->starts_with("ftp"))) {
+            return {EngineAnswer::Kind::link, *link};
+        }
+    }
+}
+
+/// The extension of the link's last path component; "tar.gz" where it has none.
+std::string extensionOfLink(const std::string& link) {
+    const auto parts = parseUrl(link);
+    const std::string path = parts ? parts->path : link;
+    const std::string extension =
+        files::extension(files::lastComponent(path.substr(0, path.find_first_of("?#"))));
+    return extension.empty() ? "tar.gz" : extension;
+}
+
+/// Whatever it is called: an xz file unpacks into a name without an extension.
+bool isTar(const std::string& path) {
+    constexpr std::streamoff magicAt = 257;
+    std::array<char, 5> magic{};
+    std::ifstream file(path, std::ios::binary);
+    file.seekg(magicAt);
+    file.read(magic.data(), magic.size());
+    return file && std::string_view(magic.data(), magic.size()) == "ustar";
+}
+
+/// What unpacking one file of a level gives; the file itself when it is no archive.
+std::vector<std::string> unpackedOnce(const std::string& file) {
+    // Anything but a file could block whoever opens it.
+    if (files::kindBehind(file) != files::Kind::file) return {file};
+    const bool tar = isTar(file);
+    if (!tar && !isFurtherKind(MVString::lowercased(files::extension(file)))) {
+        return WrapperCreation::extractFile(file);
+    }
+    const std::string folder = files::parent(file);
+    const auto before = MVFileManager::contentsOfDirectoryAtPath(folder);
+    // The tar program keeps links and run bits, without which an engine does not start.
+    if (tar) {
+        if (!building::unpackTar(file, folder)) return {};
+    } else if (!building::endedWell(building::archiveTool("7z"), folder, {"x", "-y", file})) {
+        return {};
+    }
+    std::vector<std::string> added;
+    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(folder)) {
+        if (std::ranges::find(before, name) == before.end()) added.push_back(files::join(folder, name));
+    }
+    return added;
+}
+
+/// Unpacks the archive into the folder, and what comes out of it, until the engine is there.
+void unpackInLevels(const std::string& archive, const std::string& folder) {
+    const std::string link = files::join(folder, files::lastComponent(archive));
+    if (!MVFileManager::createSymbolicLinkAtPath(link, archive)) return;
+    const std::string bundle = files::join(folder, bundleName);
+    std::vector<std::string> level{link};
+    for (int depth = 0; depth < deepestNesting; ++depth) {
+        host().creation.throwIfRequested();
+        std::vector<std::string> next;
+        for (const std::string& file : level) {
+            auto files = unpackedOnce(file);
+            next.insert(next.end(), files.begin(), files.end());
+        }
+        if (next == level || std::ranges::find(next, bundle) != next.end()) return;
+        level = std::move(next);
+    }
+}
+
+bool unpackOfficialArchive(const std::string& archive, const std::string& engine, const std::string& folder) {
+    const std::string tar = files::join(folder, engine + ".tar");
+    if (!building::endedWell(building::archiveTool("7za"), folder, {"x", archive}) ||
+        files::kindOf(tar) != files::Kind::file) {
+        return false;
+    }
+    static_cast<void>(building::unpackTar(tar, folder));
+    MVFileManager::removeItemAtPath(tar);
+    return true;
+}
+
+void reportCorruptedEngine(const std::string& place) {
+    MVAlert::showAlertErrorMessage(
+        localized("The engine %@ is corrupted! Remove it and then try again!", {place}));
+}
+
+/// Puts the bundle into the wrapper. The old engine goes only when the new one lies beside it, complete: the
+/// move may be a copy between disks, which may fail.
+bool replaceEngine(const std::string& bundle, const std::string& wrapper) {
+    const std::string target = wrapper + layout::engine;
+    const std::string arriving = target + ".new";
+    if (!MVFileManager::removeItemAtPath(arriving) || !MVFileManager::moveItemAtPath(bundle, arriving))
+        return false;
+    return MVFileManager::removeItemAtPath(target) && MVFileManager::moveItemAtPath(arriving, target);
+}
+
+}  // namespace
+
+std::optional<std::string> building::storedEngineArchive(const std::string& engine) {
+    if (auto known = NSCaskeryEngine::localPathForEngine(engine)) return known;
+    const auto archives = storedArchivesOf(engine);
+    return archives.empty() ? std::nullopt : std::optional(archives.front());
+}
+
+std::string building::engineForWrapper(const std::string& engine, const std::string& wrapper) {
+    if (storedEngineArchive(engine) || WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper) == engine) {
+        return engine;
+    }
+    const std::string recent = NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine;
+    return storedEngineArchive(recent) ? recent : engine;
+}
+
+bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std::string> customLink) {
+    setMessage(localized("Preparing Engine..."));
+    if (!placeInStore(engine)) return false;
+    if (!MVFileManager::directoryExistsAtPath(layout::enginesFolder()) &&
+        !MVFileManager::createDirectoryAtPath(layout::enginesFolder(), IntermediateFolders::yes)) {
+        return false;
+    }
+    if (building::storedEngineArchive(engine)) return true;
+    if (downloadOfficialEngine(engine)) return true;
+    const std::string recent = NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine;
+    if (building::storedEngineArchive(recent) || downloadOfficialEngine(recent)) return true;
+
+    if (!customLink) {
+        const EngineAnswer answer = askForEngine(*this, engine);
+        if (answer.kind != EngineAnswer::Kind::link) return answer.kind == EngineAnswer::Kind::file;
+        customLink = answer.link;
+    }
+    if (customLink->empty()) return true;
+    const auto destination = placeInStore(engine + "." + extensionOfLink(*customLink));
+    return destination && downloadFileToPath(*customLink, *destination, localized("engine %@", {engine}));
+}
+
+std::string WrapperCreation::localPathForOfficialEngine(const std::string& engine) {
+    return files::join(layout::enginesFolder(), engine + ".tar.7z");
+}
+
+bool WrapperCreation::downloadOfficialEngine(const std::string& engine) {
+    const auto official = NSCaskeryEngine::getListOfAvailableEnginesOnline();
+    if (std::ranges::find(official, engine) == official.end() || !building::siteIsReachable()) return false;
+    // The catalogue comes from outside as well, and the name becomes that of a file.
+    if (!placeInStore(engine)) return false;
+    return downloadFileToPath(host().sites.caskery + "Engines/" + MVString::stringToWebStructure(engine) +
+                                  ".tar.7z" + building::cacheBuster(),
+                              localPathForOfficialEngine(engine), localized("engine %@", {engine}));
+}
+
+bool WrapperCreation::getLocalCustomEngine(const std::string& engine) {
+    OpenPanel panel;
+    panel.title = localized("Select the engine %@", {engine});
+    panel.types = archiveKinds();
+    panel.packagesAsFolders = true;
+    const std::vector<std::string> chosen = MVAlert::chooseFiles(panel);
+    if (chosen.empty()) return true;
+    if (const auto destination = placeInStore(engine + "." + files::extension(chosen.front()))) {
+        MVFileManager::copyItemAtPath(chosen.front(), *destination);
+    }
+    return true;
+}
+
+ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const std::string& wrapper) {
+    if (getCaskeryWrapperEngineFromPath(wrapper) == engine) return ExtractedEngine::alreadyThere;
+    const auto place = placeInStore(engine);
+    if (!place) return ExtractedEngine::failure;
+    const std::string official = localPathForOfficialEngine(engine);
+    const bool isOfficial = MVFileManager::regularFileExistsAtPath(official);
+    // Left by other tools that unpack in the store itself. Without the official archive beside it, the tar
+    // file is the user's own engine.
+    if (isOfficial) MVFileManager::removeItemAtPath(*place + ".tar");
+    MVFileManager::removeItemAtPath(files::join(layout::enginesFolder(), bundleName));
+
+    setMessage(localized("Extracting Engine %@...", {engine}));
+    if (!building::archiveToolWorks("7za")) return ExtractedEngine::failure;
+    std::optional<building::UnpackingFolder> unpacking;
+    const auto freshFolder = [&] { return !unpacking.emplace().path.empty(); };
+    std::string bundle;
+    const auto found = [&] {
+        // A link instead of the folder would make the wrapper run what lies elsewhere.
+        bundle = files::join(unpacking->path, bundleName);
+        return files::kindOf(bundle) == files::Kind::folder;
+    };
+    if (isOfficial) {
+        if (!freshFolder()) return ExtractedEngine::failure;
+        if (!unpackOfficialArchive(official, engine, unpacking->path)) {
+            reportCorruptedEngine(*place);
+            MVThread::dispatchBlockInMainQueue(
+                [] { host().userInterface.openPath(layout::enginesFolder()); });
+            return ExtractedEngine::failure;
+        }
+    }
+    for (const std::string& archive : isOfficial ? std::vector<std::string>() : storedArchivesOf(engine)) {
+        if (!freshFolder()) return ExtractedEngine::failure;
+        unpackInLevels(archive, unpacking->path);
+        if (found()) break;
+    }
+    if (!unpacking || !found()) {
+        if (unpacking && files::kindOf(files::join(unpacking->path, oldBundleName)) == files::Kind::folder) {
+            MVAlert::showAlertErrorMessage(localized(
+                "The engine %@ is of an old generation and has to be converted before it can be used.",
+                {engine}));
+        } else {
+            reportCorruptedEngine(*place);
+        }
+        return ExtractedEngine::failure;
+    }
+    return replaceEngine(bundle, wrapper) ? ExtractedEngine::installed : ExtractedEngine::failure;
+}
+
+std::optional<std::string> WrapperCreation::getCaskeryWrapperEngineFromPath(const std::string& wrapper) {
+    // Byte by byte: a name outside ASCII is compared as it is and is no reason to trouble the user.
+    const auto text = MVString::stringWithContentsOfFile(wrapper + layout::engineVersion, Encoding::eightBit);
+    if (!text) return std::nullopt;
+    std::string line = text->substr(0, text->find('\n'));
+    if (line.ends_with('\r')) line.pop_back();
+    return line;
+}
+
+}  // namespace morvane

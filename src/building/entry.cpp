@@ -1,0 +1,331 @@
+// The front door of port building: requests, checks, one creation at a time, its end and its cancellation.
+
+#include <algorithm>
+#include <string_view>
+
+#include "building/tools.h"
+#include "building/wrapper_creation.h"
+#include "engines/caskery_engine.h"
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/settings_keys.h"
+#include "foundation/text.h"
+#include "foundation/threads.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "wrapper/layout.h"
+#include "wrapper/processes.h"
+
+namespace morvane {
+
+namespace {
+
+constexpr std::string_view oldestCki = "1.5.4";
+
+/// The first of the user's apps folders. An older form of the setting is a single text.
+std::string folderForNewPorts() {
+    const auto setting = host().defaults.get(settings::mainFolder);
+    if (!setting) return host().folders.applications;
+    const Value* first = &*setting;
+    if (const Array* folders = setting->as<Array>()) first = folders->empty() ? nullptr : &folders->front();
+    const auto* folder = first != nullptr ? first->as<std::string>() : nullptr;
+    return folder != nullptr && !folder->empty() ? *folder : host().folders.applications;
+}
+
+std::optional<std::string> askWhereToSave(const std::string& proposedName, Form* accessory) {
+    SavePanel panel;
+    panel.title = localized("Create Port at...");
+    panel.startFolder = folderForNewPorts();
+    panel.proposedName = proposedName;
+    panel.types = {"app"};
+    panel.accessory = accessory;
+    return MVAlert::chooseSavePath(panel);
+}
+
+bool userTrustsForeignPort() {
+    constexpr std::size_t install = 1;
+    Dialog dialog;
+    dialog.title = localized("Warning");
+    dialog.text = localized(
+        "That port wasn't downloaded directly from our server. It might contain download links to malicious "
+        "software "
+        "which can damage your computer and steal personal data. There is also no warranty that this port is "
+        "going to "
+        "work properly.");
+    dialog.buttons = {localized("Cancel"), localized("Install it anyway")};
+    dialog.style = Dialog::Style::critical;
+    return MVAlert::showDialog(dialog).button == install;
+}
+
+void tellOfRunningCreation() {
+    MVAlert::showAlertErrorMessage(localized("You can't install two wrappers at the same time!"));
+}
+
+/// Why no wrapper can be made there, before anything is downloaded for it.
+std::optional<std::string> flawOfPlace(const std::string& wrapper) {
+    const auto levels = MVString::split(wrapper, "/");
+    const bool plain =
+        std::ranges::none_of(levels, [](const auto& level) { return level == "." || level == ".."; });
+    if (!wrapper.starts_with('/') || !wrapper.ends_with(".app") || wrapper.ends_with("/.app") || !plain) {
+        return localized(
+            "The wrapper can't be created at \"%@\": a full path that ends in \".app\" is needed.",
+            {wrapper});
+    }
+    const std::string folder = files::parent(wrapper);
+    if (!MVFileManager::directoryExistsAtPath(folder)) {
+        return localized("The wrapper can't be created at \"%@\": that folder doesn't exist.", {folder});
+    }
+    if (!files::isWritable(folder)) {
+        return localized("The wrapper can't be created at \"%@\": you may not write to that folder.",
+                         {folder});
+    }
+    if (files::kindOf(wrapper) != files::Kind::none && !MVFileManager::directoryExistsAtPath(wrapper)) {
+        return localized("The wrapper can't be created at \"%@\": there is something else already.",
+                         {wrapper});
+    }
+    return std::nullopt;
+}
+
+void addFilesToSupply(std::vector<std::string>& lines, const std::vector<ExtraFileEntry>& entries) {
+    for (const ExtraFileEntry& entry : entries) {
+        if (!entry.origin || entry.origin->starts_with("http") || entry.origin->starts_with("ftp")) continue;
+        lines.push_back(localized("- The %@ file", {*entry.origin}));
+    }
+}
+
+/// The blank-port panel. The fields keep their places; the choices are read from them by these.
+enum BlankPortField : std::size_t { engineField, driverField, steamField, originField, uplayField };
+
+FormField checkBox(const char* label) {
+    return {.kind = FormField::Kind::checkBox, .label = label, .options = {}, .chosen = 0, .changed = {}};
+}
+
+Form blankPortPanel() {
+    FormField engine{.kind = FormField::Kind::choice,
+                     .label = localized("Engine"),
+                     .options = NSCaskeryEngine::getListOfAvailableEngines(),
+                     .chosen = 0,
+                     .changed = {}};
+    FormField driver{.kind = FormField::Kind::choice,
+                     .label = localized("Graphics driver"),
+                     .options = {localized("X11"), localized("Mac driver")},
+                     .chosen = 0,
+                     .changed = {}};
+    FormField origin = checkBox("Origin");
+    origin.changed = [](std::size_t ticked) {
+        if (ticked == 0) return;
+        MVAlert::showAlertMessage(
+            localized(
+                "In order to work, Origin needs two patches in the engine that you are going to use. Only "
+                "install it in an engine with these patches."),
+            "Warning");
+    };
+    return {.fields = {std::move(engine), std::move(driver), checkBox("Steam"), std::move(origin),
+                       checkBox("Uplay")}};
+}
+
+NSCustomPortView choicesOf(const Form& panel) {
+    NSCustomPortView view;
+    const FormField& engine = panel.fields[engineField];
+    if (engine.chosen < engine.options.size()) view.engine = engine.options[engine.chosen];
+    if (panel.fields[driverField].chosen == 1) view.macDriver = MacDriver::yes;
+    if (panel.fields[steamField].chosen != 0) view.DRMs |= drm::steam;
+    if (panel.fields[originField].chosen != 0) view.DRMs |= drm::origin;
+    if (panel.fields[uplayField].chosen != 0) view.DRMs |= drm::uplay;
+    return view;
+}
+
+}  // namespace
+
+void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionHandler handler) {
+    if (!doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort()) return;
+    const auto wrapper = askWhereToSave(files::withoutExtension(files::lastComponent(file)), nullptr);
+    if (!wrapper) return;
+    MVThread::dispatchQueueWithName("app.morvane.wrapperCreationInstallCki", Priority::normal, Concurrent::no,
+                                    [this, file, wrapper = *wrapper, handler = std::move(handler)] {
+                                        const bool failed = installCKI(file, wrapper, Trust::no) != 0;
+                                        if (handler) handler(failed, wrapper);
+                                    });
+}
+
+int WrapperCreation::installCKI(const std::string& file, const std::string& wrapper, Trust trust) {
+    const auto portData = [&]() -> std::optional<NSPortData> {
+        auto port = NSPortData::initWithCkiAtPath(file);
+        if (!shouldInstallPortData(port, trust)) return std::nullopt;
+        return std::get<NSPortData>(std::move(port));
+    };
+    const auto backUp = [&] { MVFileManager::copyItemAtPath(file, wrapper + layout::backupCki); };
+    return runCreation(wrapper, portData, backUp);
+}
+
+int WrapperCreation::runCreation(const std::string& wrapper,
+                                 const std::function<std::optional<NSPortData>()>& portData,
+                                 const std::function<void()>& finish) {
+    if (!host().creation.begin()) {
+        tellOfRunningCreation();
+        return -1;
+    }
+    // Held to the end of the clean-up, when the token is free already.
+    const auto lock = building::lockSupportFolder();
+    if (!lock) {
+        host().creation.end();
+        tellOfRunningCreation();
+        return -1;
+    }
+    usedTemporaryPath_.reset();
+    const bool existedBefore = files::kindOf(wrapper) != files::Kind::none;
+    try {
+        const auto port = portData();
+        if (!port) return -1;
+        if (const auto flaw = flawOfPlace(wrapper)) {
+            errorWithMessage(flaw);
+            return -1;
+        }
+        progressWindow->setIsCreatingWrapper(true);
+        setMessage(localized("Checking Caskery..."));
+        progressWindow->showCreatingPort(CreatingPort::yes);
+        const bool built = buildPortAt(wrapper, *port);
+        host().creation.throwIfRequested();
+        if (built && !existedBefore) finish();
+        errorWithMessage(std::nullopt);
+        return built ? 0 : -1;
+    } catch (const Cancelled& cancelled) {
+        // First: the report and the clean-up are not to be cancelled as well.
+        host().creation.end();
+        errorWithMessage(localized("%@: %@", {localized(cancelled.what()),
+                                              localized("User requested wrapper creation termination")}));
+        stopAndRemove(wrapper, existedBefore);
+        return -1;
+    } catch (...) {
+        errorWithMessage(std::nullopt);
+        throw;
+    }
+}
+
+void WrapperCreation::stopAndRemove(const std::string& wrapper, bool existedBefore) const {
+    const bool inPlace = files::kindOf(wrapper) != files::Kind::none;
+    // The programs keep the path under which they were started, also after the move back. Only a wrapper of
+    // this run is ever at the temporary path.
+    if (usedTemporaryPath_) {
+        NSUtilities::terminateAllCaskeryProcessesForWrapperNow(
+            *usedTemporaryPath_, inPlace ? RemovingWrapper::no : RemovingWrapper::yes);
+    }
+    if (inPlace) {
+        NSUtilities::terminateAllCaskeryProcessesForWrapperNow(
+            wrapper, existedBefore ? RemovingWrapper::no : RemovingWrapper::yes);
+    }
+}
+
+bool WrapperCreation::shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust) {
+    if (!port) {
+        return errorWithMessage(localized("An unknown error happened. Please contact the developer."));
+    }
+    if (const Failure* failure = failureOf(*port)) return errorWithMessage(failure->message);
+    const NSPortData& data = std::get<NSPortData>(*port);
+    if (!data.ckiVersionIsAtLeast(oldestCki)) {
+        return errorWithMessage(localized("That CKI file version is incompatible!"));
+    }
+    const bool isSigned = data.creator && data.creatorMail;
+    if (trust == Trust::yes && !isSigned &&
+        !MVAlert::showBooleanAlertMessage(
+            localized(
+                "That CKI file doesn't have a valid signature, but it seems to have been downloaded from our "
+                "server. Please, send us an email about that. Do you want to install it anyway? We don't "
+                "recommend that."),
+            "Error", false)) {
+        return errorWithMessage(localized("The Port creation was canceled!"));
+    }
+    const std::string requirements = requirementsListForPortData(data);
+    if (!requirements.empty() &&
+        !MVAlert::showBooleanAlertMessage(
+            localized("That port has some requirements that must be met in order to install that application "
+                      "correctly. Do you have all the items from that list?\n\n%@",
+                      {requirements}),
+            "Warning", true)) {
+        return errorWithMessage(localized("Get all the items from the list before installing that port!"));
+    }
+    return true;
+}
+
+std::string WrapperCreation::requirementsListForPortData(const NSPortData& port) {
+    std::vector<std::string> lines;
+    addFilesToSupply(lines, port.extraFilesBeforeInstaller);
+    addFilesToSupply(lines, port.extraFilesAfterInstaller);
+    if (port.originalInstallerNeeded) {
+        const std::string source = port.source.value_or("");
+        std::string line = localized(
+            "- The original application installer for Windows (%@ setup file from %@)",
+            {MVString::uppercased(files::extension(port.originalInstallerName.value_or(""))), source});
+        if (source == "GOG") {
+            line += localized(" (GOG games might also have BIN files, which are required as well)");
+        }
+        lines.push_back(std::move(line));
+    }
+    const std::string engine = port.engine.value_or("");
+    if (!NSCaskeryEngine::localPathForEngine(engine)) {
+        lines.push_back(localized("- Internet connection to download the port engine (%@)", {engine}));
+    }
+    return MVString::joined(lines, "\n");
+}
+
+void WrapperCreation::createBlankPortWithCompletionHandler(CompletionHandler handler) {
+    if (!doYouAgreeWithTheLicenseAgreement()) return;
+    Form panel = blankPortPanel();
+    const auto wrapper = askWhereToSave("", &panel);
+    if (!wrapper) return;
+    MVThread::dispatchQueueWithName(
+        "app.morvane.wrapperCreationInstallBlankWrapper", Priority::normal, Concurrent::no,
+        [this, wrapper = *wrapper, view = choicesOf(panel), handler = std::move(handler)] {
+            const bool failed = createBlankWrapperAtPath(wrapper, view) != 0;
+            if (handler) handler(failed, wrapper);
+        });
+}
+
+int WrapperCreation::createBlankWrapperAtPath(const std::string& wrapper, const NSCustomPortView& view) {
+    const auto portData = [&] {
+        auto port = NSPortData::customPortAtPath(wrapper, view.engine, view.DRMs, view.macDriver);
+        if (!port) {
+            errorWithMessage(
+                localized("An unknown error while creating that custom port! The custom port creation is "
+                          "going to be aborted."));
+        }
+        return port;
+    };
+    return runCreation(wrapper, portData, [] {});
+}
+
+bool WrapperCreation::cancelWrapperCreation() {
+    if (!MVAlert::showBooleanAlertMessage(localized("Cancelling will stop the wrapper creation and remove "
+                                                    "what was created until now. Are you sure "
+                                                    "that you want to terminate the wrapper creation?"),
+                                          "Warning", false)) {
+        return false;
+    }
+    requestCancellation();
+    return true;
+}
+
+void WrapperCreation::requestCancellation() {
+    // The request comes first: a download that is ended without one asks the user what to do about it.
+    host().creation.request();
+    if (isDownloading()) finishDownload();
+}
+
+bool WrapperCreation::errorWithMessage(const std::optional<std::string>& message) {
+    progressWindow->setIsCreatingWrapper(false);
+    progressWindow->closeCreatingPort(CreatingPort::yes);
+    if (message) MVAlert::showAlertErrorMessage(*message);
+    host().creation.end();
+    return false;
+}
+
+void WrapperCreation::setMessage(const std::string& message) const {
+    progressWindow->setMessage(message, CreatingPort::yes);
+}
+
+void WrapperCreation::setSubtitle(const std::string& subtitle) const {
+    progressWindow->setSubtitle(subtitle, CreatingPort::yes);
+}
+
+}  // namespace morvane

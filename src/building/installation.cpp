@@ -1,0 +1,190 @@
+// The stage that finds the game's own installer and runs it inside the wrapper.
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <set>
+
+#include "building/entry_removal.h"
+#include "building/wrapper_creation.h"
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/name_patterns.h"
+#include "foundation/text.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "ports/exe_selection.h"
+#include "wrapper/windows_paths.h"
+
+namespace morvane {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::array<std::string_view, 3> shortcutEndings{".desktop", ".lnk", ".appref-ms"};
+
+bool isShortcut(std::string_view name) {
+    return std::any_of(shortcutEndings.begin(), shortcutEndings.end(),
+                       [name](std::string_view ending) { return name.ends_with(ending); });
+}
+
+bool isStartUpDisk(const std::string& volume) {
+    if (files::kindOf(volume) != files::Kind::link) return false;
+    const auto destination = files::destinationOfLink(volume);
+    const auto* text = std::get_if<std::string>(&destination);
+    return text != nullptr && *text == "/";
+}
+
+/// The folders in which an installer of that source is looked for. The folder of the mounted volumes need not
+/// exist.
+std::vector<std::string> placesToSearch(const std::optional<std::string>& source) {
+    if (source != "CD") return {host().folders.downloads};
+    std::vector<std::string> places;
+    const std::string& volumes = host().folders.volumes;
+    if (!MVFileManager::directoryExistsAtPath(volumes)) return places;
+    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(volumes)) {
+        const std::string volume = files::join(volumes, name);
+        if (!isStartUpDisk(volume)) places.push_back(volume);
+    }
+    return places;
+}
+
+std::optional<std::string> installerByName(const std::string& name, const std::vector<std::string>& places) {
+    for (const std::string& place : places) {
+        const auto found = MVFileManager::filesCompatibleWithStructure(name, place);
+        if (!found.empty() && MVFileManager::regularFileExistsAtPath(found.front())) return found.front();
+    }
+    return std::nullopt;
+}
+
+/// The program that the first disc with a working autorun file starts.
+std::optional<std::string> installerByAutorun(const std::vector<std::string>& places) {
+    for (const std::string& place : places) {
+        if (!MVFileManager::directoryExistsAtPath(place)) continue;
+        std::string autorun;
+        for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(place)) {
+            if (name == "AUTORUN.INF" || (name == "autorun.inf" && autorun.empty())) autorun = name;
+        }
+        if (autorun.empty()) continue;
+        const std::string file = files::join(place, autorun);
+        if (!MVFileManager::regularFileExistsAtPath(file)) continue;
+        const auto program = NSExeSelection::autorunProgram(file);
+        if (program && MVFileManager::regularFileExistsAtPath(*program)) return program;
+    }
+    return std::nullopt;
+}
+
+/// The installer that the user picks; nothing when the user goes on without one.
+std::optional<std::string> installerByChoice(const std::string& expectedName) {
+    const NSValidInstallerDelegate valid(expectedName);
+    OpenPanel panel;
+    panel.title = localized("Select the installer");
+    panel.types = {"exe", "EXE", "bat", "BAT", "msi", "MSI"};
+    panel.shouldEnable = [&valid](const std::string& path) { return valid.shouldEnable(path); };
+    for (;;) {
+        const auto chosen = MVAlert::chooseFiles(panel);
+        if (!chosen.empty()) return chosen.front();
+        if (MVAlert::showBooleanAlertMessage(
+                localized("That port requires an installer in order to work. If you don't provide an "
+                          "installer, that "
+                          "port probably won't work. If you don't have an installer yet, check the port "
+                          "sources list. "
+                          "Are you sure that you want to continue without selecting the installer?"),
+                "Warning", false))
+            return std::nullopt;
+        // A closed main queue answers every question with its default: the application is ending, and nobody
+        // will choose.
+        if (!host().mainQueue.callAndWait([] {})) return std::nullopt;
+    }
+}
+
+std::optional<std::string> findInstaller(const std::optional<std::string>& name,
+                                         const std::optional<std::string>& source) {
+    // An empty name is no name: as a pattern it would run whatever lies first in the folder of downloads.
+    if (!name || name->empty()) return installerByChoice("");
+    const auto places = placesToSearch(source);
+    auto installer = installerByName(*name, places);
+    if (!installer && source == "CD") installer = installerByAutorun(places);
+    return installer ? installer : installerByChoice(MVString::split(*name, "/").back());
+}
+
+/// Calls the work every three seconds on the main thread while it lives: a worker has no event loop of its
+/// own.
+class RepeatingTimer {
+  public:
+    explicit RepeatingTimer(MainQueue::Work work) : timer_(host().mainQueue.every(3s, std::move(work))) {}
+    ~RepeatingTimer() { host().mainQueue.cancelTimer(timer_); }
+    RepeatingTimer(const RepeatingTimer&) = delete;
+    RepeatingTimer& operator=(const RepeatingTimer&) = delete;
+
+  private:
+    MainQueue::TimerId timer_;
+};
+
+}  // namespace
+
+bool WrapperCreation::installApp(const std::optional<std::string>& installerName,
+                                 const std::optional<std::string>& source, const NSPortManager& port) {
+    const auto installer = findInstaller(installerName, source);
+    if (!installer) return true;
+    setMessage(localized("Running %@...", {*installer}));
+    const std::string note = localized("IMPORTANT NOTE: Don’t launch the app after the installation.");
+    if (source == "GOG") {
+        setSubtitle(filled(
+            "%@ %@", {note, localized("GOG games might prompt some errors in the end, but that's normal.")}));
+    } else {
+        setSubtitle(note);
+    }
+    removeUselessDesktopFilesCreatedOnBlock([&port, &installer] {
+        port.runWithArguments({"CKS-installer", *installer});
+    });
+    return true;
+}
+
+bool WrapperCreation::runInstaller(const std::string& installer, const std::string& flags,
+                                   const NSPortManager& port) {
+    const RepeatingTimer timer([wrapper = port.path] { keepWindowInFrontForAppOfTimer(wrapper); });
+    removeUselessDesktopFilesCreatedOnBlock([&] { port.runEXE(installer, flags); });
+    return true;
+}
+
+void WrapperCreation::keepWindowInFrontForAppOfTimer(const std::string& wrapper) {
+    host().userInterface.bringToFront(wrapper);
+}
+
+std::vector<std::string> WrapperCreation::desktopFolderBeforeExtraction() {
+    const std::string& desktop = host().folders.desktop;
+    if (!MVFileManager::directoryExistsAtPath(desktop)) return {};
+    return MVFileManager::contentsOfDirectoryAtPath(desktop);
+}
+
+void WrapperCreation::removeAllFromDesktopFolderAfterExtractionExcept(const std::vector<std::string>& names) {
+    const std::set<std::string> before(names.begin(), names.end());
+    for (const std::string& name : desktopFolderBeforeExtraction()) {
+        if (before.contains(name) || !isShortcut(name)) continue;
+        // A folder of such a name stays: no installer leaves one as a shortcut.
+        removeFileOrLink(files::join(host().folders.desktop, name));
+    }
+}
+
+void WrapperCreation::removeUselessDesktopFilesCreatedOnBlock(const std::function<void()>& work) {
+    const auto before = desktopFolderBeforeExtraction();
+    try {
+        work();
+    } catch (...) {
+        // A cancelled installer has left its shortcuts as well.
+        removeAllFromDesktopFolderAfterExtractionExcept(before);
+        throw;
+    }
+    removeAllFromDesktopFolderAfterExtractionExcept(before);
+}
+
+bool WrapperCreation::relativePathsAreInExes(const std::vector<ExeEntry>& exes) {
+    return std::any_of(exes.begin(), exes.end(), [](const ExeEntry& exe) {
+        const std::string program = NSUtilities::getFileNameOfWindowsPath(exe.path);
+        return MVString::contains(program, "*") || program == "C:/nothing.exe";
+    });
+}
+
+}  // namespace morvane

@@ -1,0 +1,206 @@
+// The programs of a port: the wrapper's own launch target, and small launcher applications for the others.
+
+#include "building/entry_removal.h"
+#include "building/port_texts.h"
+#include "building/wrapper_creation.h"
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/text.h"
+#include "foundation/text_files.h"
+#include "platform/files.h"
+#include "wrapper/layout.h"
+#include "wrapper/registry.h"
+#include "wrapper/windows_paths.h"
+
+namespace morvane {
+namespace {
+
+constexpr const char* unknownProgram = "C:/nothing.exe";
+/// The wrapper's own settings tool, beside which the launcher applications lie.
+constexpr std::string_view settingsTool = "Caskery";
+
+constexpr std::string_view nameText = "the name of a program (EXEs, name)";
+constexpr std::string_view pathText = "the path of a program (EXEs, path)";
+
+struct CommandLine {
+    std::string program, flags;
+};
+
+CommandLine commandLineOf(const ExeEntry& exe) {
+    // A line break of Windows is one newline of two characters.
+    const std::string path = MVString::replacedAll(MVString::replacedAll(exe.path, "\n", ""), "\r", "");
+    return {NSUtilities::getFileNameOfWindowsPath(path), NSUtilities::getFlagsOfWindowsPath(path)};
+}
+
+/// Whether the entry's texts can be used; a refusal is told to the user.
+bool isUsable(const ExeEntry& exe) {
+    // The wrapper's own program can do without a name; a launcher's file name can't.
+    if ((exe.name.empty() && !exe.isMain) || port_texts::hasControlCharacters(exe.name)) {
+        port_texts::refuse(exe.name, nameText);
+        return false;
+    }
+    const CommandLine command = commandLineOf(exe);
+    if (port_texts::leavesItsFolder(command.program) ||
+        port_texts::hasControlCharacters(command.program + command.flags)) {
+        port_texts::refuse(exe.path, pathText);
+        return false;
+    }
+    return true;
+}
+
+/// The launcher application's place in the wrapper, or nothing after a reported refusal.
+std::optional<std::string> applicationFor(const ExeEntry& exe, const std::string& wrapper) {
+    if (exe.name == settingsTool) {
+        port_texts::refuse(exe.name, nameText);
+        return std::nullopt;
+    }
+    return port_texts::gatedPath(wrapper, exe.name + ".app", Levels::one, nameText);
+}
+
+std::string chosenProgram(const ExeEntry& exe, const std::string& wrapper) {
+    OpenPanel panel;
+    panel.title = localized("Select the EXE of %@", {exe.name});
+    panel.startFolder = NSUtilities::getMacPathForWindowsPath("C:/", wrapper).value_or("");
+    panel.types = {"exe", "EXE", "bat", "BAT", "msi", "MSI"};
+    panel.packagesAsFolders = true;
+    const auto chosen = MVAlert::chooseFiles(panel);
+    return chosen.empty() ? unknownProgram : NSUtilities::getWindowsPathForMacPath(chosen.front(), wrapper);
+}
+
+/// Steam's own browser and its drawing of texts fail under Wine without these flags.
+void addSteamFlags(CommandLine& command) {
+    if (!MVString::lowercased(command.program).ends_with("/steam/steam.exe")) return;
+    for (const std::string flag : {"-no-cef-sandbox", "-no-dwrite"}) {
+        if (!MVString::contains(MVString::lowercased(command.flags), flag))
+            command.flags = flag + " " + command.flags;
+    }
+}
+
+void writeProgramOnDriveC(NSPortManager& target, const CommandLine& command) {
+    const bool isExe = MVString::lowercased(command.program).ends_with(".exe");
+    target.setPlistObject(Value(command.program.substr(command.program.find(':') + 1)),
+                          "Program Name and Path");
+    target.setPlistObject(Value(isExe ? 0 : 1), "use start.exe");
+    target.setPlistObject(Value(command.flags), "Program Flags");
+}
+
+/// The setting holds a path on drive C only, so a program elsewhere is started by a batch file there.
+void writeProgramOnOtherDrive(NSPortManager& target, const CommandLine& command, const std::string& name,
+                              const std::string& wrapper) {
+    const auto driveC = NSUtilities::getMacPathForWindowsPath("C:/", wrapper);
+    if (!driveC) return;
+    const std::string batch = "exec" + name + ".bat";
+    const auto path = port_texts::gatedPath(*driveC, batch, Levels::one, nameText);
+    if (!path) return;
+    MVString::writeToFile("\"" + command.program + "\" " + command.flags, *path, files::Atomically::no,
+                          Encoding::ascii);
+    target.setPlistObject(Value(1), "use start.exe");
+    target.setPlistObject(Value("/" + batch), "Program Name and Path");
+}
+
+std::optional<std::string> windowsVersionFor(const std::string& programName, const ExeEntry& exe) {
+    const std::string name = MVString::lowercased(programName);
+    if (name == "origin.exe") return "win7";
+    if (name == "uplay.exe") return "vista";
+    return NSUtilities::windowsSystemCodeFromSystemName(exe.compatibility);
+}
+
+void writeWindowsVersion(const std::string& program, const ExeEntry& exe, const std::string& wrapper) {
+    const std::string name = MVString::split(program, "/").back();
+    if (name.empty()) return;
+    const auto keyName = port_texts::inRegistryKey(name);
+    // A picked file's name need not be UTF-8; no key can hold such a name.
+    if (!keyName) return;
+    const std::string header = "[Software\\\\Wine\\\\AppDefaults\\\\" + *keyName + "]";
+    NSUtilities::deleteRegistry(header, "user", wrapper);
+    const auto version = windowsVersionFor(name, exe);
+    NSUtilities::addRegistry(version ? header + "\n\"Version\"=\"" + *version + "\"" : header, "user",
+                             wrapper);
+}
+
+std::string colourDepth(const std::string& colours) {
+    if (colours == "256 colors") return "8";
+    if (colours == "16 bits") return "15";  // not 16: the setting has the depths 8, 15 and 24 only
+    return "24";
+}
+
+}  // namespace
+
+bool WrapperCreation::saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port) {
+    const std::string& wrapper = port.path;
+    for (const ExeEntry& exe : exes) {
+        if (!isUsable(exe)) continue;
+        if (exe.isMain) {
+            port.setPlistObject(exe.version, "CFBundleShortVersionString");
+            port.setIconWithImage(exe.icon);
+            setMainExeDataAtPort(port, exe, wrapper);
+            setScreenOptionsAtPort(port, exe);
+            const std::string name =
+                exe.name.empty() ? files::withoutExtension(files::lastComponent(wrapper)) : exe.name;
+            port.setPlistObject(Value(name), "CFBundleName");
+            port.setPlistObject(Value(name + ".Caskery.prefs"), "CFBundleIdentifier");
+            port.synchronizePlist();
+            continue;
+        }
+        const auto application = applicationFor(exe, wrapper);
+        if (!application) continue;
+        MVFileManager::copyItemAtPath(wrapper + layout::customExeTemplate, *application);
+        NSPortManager target = NSPortManager::managerWithCustomExePath(*application);
+        target.setPlistObject(exe.version, "CFBundleShortVersionString");
+        target.setIconWithImage(exe.icon);
+        setMainExeDataAtPort(target, exe, wrapper);
+        setScreenOptionsAtPort(target, exe);
+        createAliasToCustomEXE(*application, wrapper);
+        target.synchronizePlist();
+    }
+    return true;
+}
+
+void WrapperCreation::setMainExeDataAtPort(NSPortManager& target, const ExeEntry& exe,
+                                           const std::string& wrapper) {
+    CommandLine command = commandLineOf(exe);
+    if (command.program == unknownProgram) command.program = chosenProgram(exe, wrapper);
+    addSteamFlags(command);
+    if (MVString::contains(command.program, "*"))
+        command.program = completeWindowsPath(command.program, wrapper).value_or(command.program);
+    if (MVString::lowercased(MVString::split(command.program, ":").front()) == "c")
+        writeProgramOnDriveC(target, command);
+    else
+        writeProgramOnOtherDrive(target, command, exe.name, wrapper);
+    writeWindowsVersion(command.program, exe, wrapper);
+}
+
+void WrapperCreation::setScreenOptionsAtPort(NSPortManager& target, const ExeEntry& exe) {
+    const std::string withoutDesktop = "novdx" + colourDepth(exe.colours) + "sleep0";
+    const bool automatic = exe.automatic != 0;
+    target.setPlistObject(Value(automatic ? 1 : 0), "Use RandR");
+    target.setPlistObject(automatic ? Value(0) : Value(exe.fullscreen), "Fullscreen");
+    target.setPlistObject(Value(!automatic && exe.virtualdesktop != 0
+                                    ? exe.resolution + "x" + colourDepth(exe.colours) + "sleep0"
+                                    : withoutDesktop),
+                          "Resolution");
+}
+
+void WrapperCreation::createAliasToCustomEXE(const std::string& application, const std::string& wrapper) {
+    const std::string name = files::lastComponent(application);
+    const std::string link = files::join(files::parent(wrapper), name);
+    const std::string destination = files::lastComponent(wrapper) + "/" + name;
+    if (link == wrapper) return;
+    switch (files::kindOf(link)) {
+        case files::Kind::none:
+            break;
+        case files::Kind::link: {
+            const auto current = files::destinationOfLink(link);
+            const auto* text = std::get_if<std::string>(&current);
+            if (text != nullptr && *text == destination) return;
+            if (!removeFileOrLink(link)) return;
+            break;
+        }
+        default:
+            return;
+    }
+    MVFileManager::createSymbolicLinkAtPath(link, destination);
+}
+
+}  // namespace morvane

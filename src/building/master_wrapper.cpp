@@ -1,0 +1,225 @@
+#include <string_view>
+
+#include "building/tools.h"
+#include "building/wrapper_creation.h"
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "foundation/safe_paths.h"
+#include "foundation/tasks.h"
+#include "foundation/text.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "wrapper/layout.h"
+
+namespace morvane {
+
+namespace {
+
+constexpr std::string_view technology = "Caskery";
+constexpr std::size_t shortestVersion = 9;
+
+std::string masterWrapper(const std::string& version) {
+    return files::join(layout::masterFolder(), version + ".app");
+}
+
+std::string masterArchive(const std::string& version) {
+    return files::join(layout::masterFolder(), version + ".tar.7z");
+}
+
+bool isOnDisk(const std::optional<std::string>& version) {
+    return version && MVFileManager::directoryExistsAtPath(masterWrapper(*version));
+}
+
+/// The version in the master folder; the newest one where several lie there, which an update leaves when it
+/// is killed between the new wrapper's arrival and the old one's removal.
+std::optional<std::string> versionOnDisk(const std::optional<std::string>& newest) {
+    return isOnDisk(newest) ? newest : WrapperCreation::getCurrentCaskeryVersion();
+}
+
+/// Master wrappers and their archives; the folder is shared with other tools and may hold a user's own files.
+bool isOfMasterWrapper(const std::string& name) {
+    const bool archive = name.ends_with(".tar") || name.ends_with(".7z");
+    if (!archive && !name.ends_with(".app")) return false;
+    if (name.starts_with(technology)) return true;
+    const std::string path = files::join(layout::masterFolder(), name);
+    return !archive && MVFileManager::regularFileExistsAtPath(
+                           MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path));
+}
+
+void removeMasterWrappersExcept(const std::string& version) {
+    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(layout::masterFolder())) {
+        if (name == version + ".app" || !isOfMasterWrapper(name)) continue;
+        MVFileManager::removeItemAtPath(files::join(layout::masterFolder(), name));
+    }
+}
+
+/// Unpacks the archive's outer layer; the tar file, or nothing when the archive is not whole.
+std::optional<std::string> unpackedTar(const std::string& version, const std::string& folder) {
+    if (!building::endedWell(building::archiveTool("7za"), folder, {"x", masterArchive(version)})) return {};
+    for (const char* ending : {".tar", ".app.tar"}) {
+        std::string tar = files::join(folder, version + ending);
+        if (files::kindOf(tar) == files::Kind::file) return tar;
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+WrapperCreation::WrapperCreation(std::shared_ptr<NSProgressView> progress)
+    : Download(std::move(progress)),
+      newestCaskery(getNewestCaskeryVersion()),
+      currentCaskery(versionOnDisk(newestCaskery)) {}
+
+std::optional<std::string> WrapperCreation::getNewestCaskeryVersion() {
+    auto& cache = host().newestMasterWrapper;
+    const MutexLock lock(cache.mutex);
+    if (cache.value || !building::siteIsReachable()) return cache.value;
+    const auto text = NSUtilities::stringWithContentsOfURL(
+        host().sites.caskery + "Wrapper/NewestVersion.txt" + building::cacheBuster());
+    if (!text) return std::nullopt;
+    const std::string version = MVString::replacedAll(MVString::replacedAll(*text, "\n", ""), "\r", "");
+    if (version.size() < shortestVersion || !version.starts_with(technology)) return std::nullopt;
+    // The version becomes a file name: an answer that leads elsewhere is as good as none.
+    if (failureOf(pathInside(layout::masterFolder(), version + ".tar.7z", Levels::one, version))) return {};
+    cache.value = version;
+    return version;
+}
+
+std::optional<std::string> WrapperCreation::getCurrentCaskeryVersion() {
+    const std::string folder = layout::masterFolder();
+    if (!MVFileManager::directoryExistsAtPath(folder)) return std::nullopt;
+    std::optional<std::string> wrapper, archive;
+    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(folder)) {
+        if (!isOfMasterWrapper(name)) continue;
+        std::string version = name;
+        for (const char* ending : {".app", ".tar", ".7z"})
+            version = MVString::replacedAll(version, ending, "");
+        (isOnDisk(version) ? wrapper : archive) = version;
+    }
+    // A finished wrapper is worth more than an archive that a download has left, which may be broken.
+    return wrapper ? wrapper : archive;
+}
+
+bool WrapperCreation::updateCaskery() {
+    const auto failed = [this](const std::optional<std::string>& message) {
+        if (message) MVAlert::showAlertErrorMessage(*message);
+        currentCaskery = versionOnDisk(newestCaskery);
+        return false;
+    };
+    if (!MVFileManager::directoryExistsAtPath(layout::masterFolder()) &&
+        !MVFileManager::createDirectoryAtPath(layout::masterFolder(), IntermediateFolders::yes)) {
+        return failed(std::nullopt);
+    }
+    bool unpacked = false;
+    for (int pass = 0;; ++pass) {
+        host().creation.throwIfRequested();
+        currentCaskery = versionOnDisk(newestCaskery);
+        if (unpacked && (!newestCaskery || isOnDisk(newestCaskery))) break;
+        if (pass == masterWrapperPasses)
+            return failed(localized("Caskery Master Wrapper extraction failed!"));
+
+        if (newestCaskery && building::siteIsReachable()) {
+            if (isOnDisk(newestCaskery)) return true;
+            setMessage(localized("Updating Caskery Master Wrapper..."));
+            const std::string archive = masterArchive(*newestCaskery);
+            downloadFile(host().sites.caskery + "Wrapper/" + MVString::stringToWebStructure(*newestCaskery) +
+                             ".app.tar.7z" + building::cacheBuster(),
+                         archive, Silence::no);
+            // The old master wrapper stays until the new one has been unpacked: the archive may be broken,
+            // and then the user would be left without any.
+            if (MVFileManager::regularFileExistsAtPath(archive)) currentCaskery = newestCaskery;
+        } else if (isOnDisk(currentCaskery)) {
+            return true;
+        }
+        if (!currentCaskery || !MVFileManager::regularFileExistsAtPath(masterArchive(*currentCaskery))) {
+            return failed(localized("Caskery Master Wrapper download failed!"));
+        }
+        switch (unpackMasterWrapper(*currentCaskery)) {
+            case UnpackedMasterWrapper::failed:
+                return failed(std::nullopt);
+            case UnpackedMasterWrapper::broken:
+                break;
+            case UnpackedMasterWrapper::done:
+                unpacked = true;
+        }
+        MVFileManager::removeItemAtPath(masterArchive(*currentCaskery));
+    }
+    if (!isOnDisk(currentCaskery)) return failed(localized("Caskery Master Wrapper extraction failed!"));
+    if (isOnDisk(newestCaskery)) removeMasterWrappersExcept(*newestCaskery);
+    return true;
+}
+
+WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(const std::string& version) {
+    setMessage(localized("Extracting Wrapper %@...", {version}));
+    if (!building::archiveToolWorks("7za")) return UnpackedMasterWrapper::failed;
+    const building::UnpackingFolder unpacking;
+    if (unpacking.path.empty()) return UnpackedMasterWrapper::failed;
+
+    const auto tar = unpackedTar(version, unpacking.path);
+    if (!tar) {
+        const bool replace = MVAlert::showBooleanAlertMessage(
+            localized(
+                "Your master wrapper is corrupted. %@ needs to redownload it in order to create the wrapper. "
+                "Can the actual master wrapper be replaced? Pressing No will cancel the game installation.",
+                {"Morvane"}),
+            "Warning", true);
+        if (replace) return UnpackedMasterWrapper::broken;
+        MVAlert::showAlertErrorMessage(
+            localized("Your Caskery Master Wrapper is corrupted! The wrapper creation failed!"));
+        return UnpackedMasterWrapper::failed;
+    }
+    const bool whole = building::unpackTar(*tar, unpacking.path);
+    setMessage(localized("Creating Wrapper %@...", {version}));
+    const std::string unpackedWrapper = files::join(unpacking.path, version + ".app");
+    // A link would make every new wrapper one and the same.
+    if (!whole || files::kindOf(unpackedWrapper) != files::Kind::folder) return UnpackedMasterWrapper::done;
+    if (!MVFileManager::moveItemAtPath(unpackedWrapper, masterWrapper(version))) {
+        return UnpackedMasterWrapper::failed;
+    }
+    return UnpackedMasterWrapper::done;
+}
+
+bool WrapperCreation::copyingMasterWrapperToPath(const std::string& wrapper) {
+    if (MVFileManager::fileExistsAtPath(wrapper)) return true;
+    if (!isOnDisk(currentCaskery)) {
+        MVAlert::showAlertErrorMessage(localized(
+            "Something strange happened. The master wrapper was there a second ago, but now it's gone! "
+            "Download Caskery Forge and press the Update button."));
+        return false;
+    }
+    const bool nothingThere = files::kindOf(wrapper) == files::Kind::none;
+    const std::string source = masterWrapper(*currentCaskery);
+    if (!MVFileManager::copyItemAtPath(files::resolved(source).value_or(source), wrapper)) {
+        // Half a copy would pass for an existing wrapper the next time.
+        if (nothingThere && files::kindOf(wrapper) != files::Kind::none) {
+            static_cast<void>(files::remove(wrapper));
+        }
+        return false;
+    }
+    MVTask::runProgram(
+        "chmod", "/",
+        std::vector<std::string>{"+x", MVString::pathByAppendingCaskeryAppBinaryToPortPath(wrapper)},
+        Wait::yes);
+    if (MVFileManager::fileExistsAtPath(wrapper)) return true;
+    if (wrapper.starts_with(host().folders.home + "/Desktop/")) {
+        MVAlert::showAlertErrorMessage(localized(
+            "The master wrapper couldn't be copied to the specified destination! Probably your master "
+            "wrapper is corrupted. Remove all the files from that folder and try again:\n%@",
+            {layout::masterFolder()}));
+    } else {
+        MVAlert::showAlertErrorMessage(localized(
+            "The master wrapper couldn't be copied to the specified destination! Try to create it in a "
+            "different folder, like your Desktop."));
+    }
+    return false;
+}
+
+bool WrapperCreation::downloadFileToPath(const std::string& url, const std::string& path,
+                                         const std::string& type) {
+    setMessage(localized("Downloading %@...", {type}));
+    return downloadFile(url, path, Silence::no);
+}
+
+}  // namespace morvane

@@ -1,0 +1,74 @@
+// The writers of a wrapper's plain files.
+
+#include "building/wrapper_creation.h"
+#include "foundation/file_manager.h"
+#include "foundation/text.h"
+#include "foundation/text_files.h"
+#include "platform/host.h"
+#include "wrapper/layout.h"
+
+namespace morvane {
+namespace {
+
+/// A strings file reads backslashes, quotes and line breaks inside its quotes only when they are escaped.
+std::string inStringsFile(std::string_view text) {
+    std::string escaped;
+    for (const char character : text) {
+        switch (character) {
+            case '\\':
+                escaped += "\\\\";
+                break;
+            case '"':
+                escaped += "\\\"";
+                break;
+            case '\n':
+                escaped += "\\n";
+                break;
+            case '\r':
+                escaped += "\\r";
+                break;
+            case '\0':
+                break;
+            default:
+                escaped += character;
+        }
+    }
+    return escaped;
+}
+
+}  // namespace
+
+bool WrapperCreation::saveCloseSafely(bool closeSafely, const std::string& wrapper) {
+    static constexpr std::string_view choice = "caskeryAppChoice=";
+    const std::string path = wrapper + layout::quitScript;
+    auto script = MVString::stringWithContentsOfFile(path, Encoding::ascii);
+    if (!script) return true;
+    const std::size_t found = script->find(choice);
+    if (found == std::string::npos || found + choice.size() == script->size()) return true;
+    (*script)[found + choice.size()] = closeSafely ? '2' : '1';
+    MVString::writeToFile(*script, path, files::Atomically::yes, Encoding::ascii);
+    return true;
+}
+
+bool WrapperCreation::saveCompany(const std::optional<std::string>& company, const std::string& wrapper) {
+    const std::string path = wrapper + layout::infoStrings;
+    if (!company || company->empty()) {
+        MVFileManager::removeItemAtPath(path);
+        return true;
+    }
+    MVString::writeToFile("NSHumanReadableCopyright=\"" + inStringsFile(*company) + "\";", path,
+                          files::Atomically::yes, Encoding::utf8);
+    return true;
+}
+
+bool WrapperCreation::addHollinBannerAtFile(const std::string& wrapper) {
+    static constexpr const char* name = "CaskeryBanner.jpg";
+    const std::string banner = files::join(host().folders.resources, name);
+    if (!MVFileManager::regularFileExistsAtPath(banner)) return true;
+    const std::string place = wrapper + layout::settingsToolResources + "/" + name;
+    MVFileManager::removeItemAtPath(place);
+    MVFileManager::copyItemAtPath(banner, place);
+    return true;
+}
+
+}  // namespace morvane

@@ -1,0 +1,128 @@
+#include "foundation/alerts.h"
+
+#include <string_view>
+
+#include "foundation/localization.h"
+#include "foundation/text.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace morvane::MVAlert {
+
+namespace {
+
+/// Runs it on the main thread. What it leaves undone when the queue is closed stays as the caller prepared
+/// it.
+void onMainThread(const MainQueue::Work& work) {
+    (void)host().mainQueue.callAndWait(work);
+    host().creation.throwIfRequested();
+}
+
+Dialog dialogWith(const std::string& title, const std::string& text,
+                  const std::vector<const char*>& buttons) {
+    Dialog dialog;
+    dialog.title = title;
+    dialog.text = text;
+    for (const char* button : buttons) dialog.buttons.push_back(localized(button));
+    return dialog;
+}
+
+void styleByTitle(Dialog& dialog, std::string_view title) {
+    if (title == "Warning") {
+        dialog.style = Dialog::Style::critical;
+    } else if (title == "Error") {
+        dialog.icon = Dialog::Icon::stop;
+    }
+}
+
+std::string pathOfImage(const std::string& name) {
+    return files::join(host().folders.resources, name + ".png");
+}
+
+void applyIcon(Dialog& dialog, const std::string& name) {
+    if (name == "Critical") {
+        dialog.style = Dialog::Style::critical;
+    } else if (name == "Fatal") {
+        dialog.icon = Dialog::Icon::stop;
+    } else {
+        dialog.icon = Dialog::Icon::picture;
+        dialog.iconPath = MVString::contains(name, "/") ? name : pathOfImage(name);
+    }
+}
+
+}  // namespace
+
+DialogAnswer showDialog(const Dialog& dialog) {
+    DialogAnswer answer{.button = dialog.defaultButton, .text = ""};
+    onMainThread([&] { answer = host().userInterface.showDialog(dialog); });
+    return answer;
+}
+
+std::vector<std::string> chooseFiles(const OpenPanel& panel) {
+    std::vector<std::string> paths;
+    onMainThread([&] { paths = host().userInterface.chooseFiles(panel); });
+    return paths;
+}
+
+std::optional<std::string> chooseSavePath(const SavePanel& panel) {
+    std::optional<std::string> path;
+    onMainThread([&] { path = host().userInterface.chooseSavePath(panel); });
+    return path;
+}
+
+void showAlertMessage(const std::string& message, const std::string& title) {
+    Dialog dialog = dialogWith(localized(title), message, {"OK"});
+    styleByTitle(dialog, title);
+    (void)showDialog(dialog);
+}
+
+void showAlertErrorMessage(const std::string& message) {
+    showAlertMessage(message, "Error");
+}
+
+void showAlertMessageWithException(const std::string& name, const std::string& reason) {
+    showAlertErrorMessage(filled("%@: %@", {name, reason}));
+}
+
+bool showBooleanAlertMessageWithSettings(const std::string& message, const std::optional<std::string>& title,
+                                         bool defaultAnswer, const std::function<void(Dialog&)>& settings) {
+    if (!title) return !defaultAnswer;
+    const auto buttons = defaultAnswer ? std::vector{"Yes", "No"} : std::vector{"No", "Yes"};
+    Dialog dialog = dialogWith(localized(*title), message, buttons);
+    if (settings) settings(dialog);
+    return showDialog(dialog).button == 0 ? defaultAnswer : !defaultAnswer;
+}
+
+bool showBooleanAlertMessage(const std::string& message, const std::optional<std::string>& title,
+                             bool defaultAnswer) {
+    return showBooleanAlertMessageWithSettings(message, title, defaultAnswer,
+                                               [&](Dialog& dialog) { styleByTitle(dialog, *title); });
+}
+
+bool showBooleanAlertMessageWithIconNamed(const std::string& message, const std::optional<std::string>& title,
+                                          const std::optional<std::string>& iconName, bool defaultAnswer) {
+    return showBooleanAlertMessageWithSettings(message, title, defaultAnswer, [&](Dialog& dialog) {
+        if (iconName) applyIcon(dialog, *iconName);
+    });
+}
+
+bool showBooleanAlertMessageWithImageNamed(const std::string& message,
+                                           const std::optional<std::string>& title,
+                                           const std::optional<std::string>& imageName, bool defaultAnswer) {
+    return showBooleanAlertMessageWithSettings(message, title, defaultAnswer, [&](Dialog& dialog) {
+        if (imageName) dialog.accessory = ImageAccessory{pathOfImage(*imageName)};
+    });
+}
+
+std::optional<std::string> inputDialogWithMessage(const std::string& message,
+                                                  const std::string& defaultValue) {
+    constexpr std::size_t cancel = 1;
+    Dialog dialog = dialogWith(message, "", {"OK", "Cancel"});
+    dialog.accessory = TextField{.text = defaultValue};
+    DialogAnswer answer{.button = cancel, .text = ""};
+    onMainThread([&] { answer = host().userInterface.showDialog(dialog); });
+    if (answer.button == cancel) return std::nullopt;
+    return answer.text;
+}
+
+}  // namespace morvane::MVAlert

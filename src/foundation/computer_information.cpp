@@ -1,0 +1,125 @@
+#include "foundation/computer_information.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "foundation/tasks.h"
+#include "foundation/text.h"
+#include "platform/host.h"
+#include "platform/property_list.h"
+
+namespace morvane::NSComputerInformation {
+
+namespace {
+
+/// The adapters of the report: their headings stand at 4 spaces, their properties at 6, displays deeper.
+std::vector<Dictionary> adaptersOf(const std::string& report) {
+    std::vector<Dictionary> adapters;
+    for (const std::string& line : MVString::split(report, "\n")) {
+        const std::size_t spaces = line.find_first_not_of(' ');
+        if (spaces == 4) adapters.emplace_back();
+        if (spaces != 6 || adapters.empty()) continue;
+        const std::vector<std::string> parts = MVString::split(line.substr(spaces), ": ");
+        if (parts.size() >= 2) adapters.back().set(parts[0], parts[1]);
+    }
+    return adapters;
+}
+
+int busRank(const Dictionary& adapter) {
+    const std::string* bus = adapter.get<std::string>("Bus");
+    if (bus != nullptr && *bus == "Built-In") return 0;
+    if (bus != nullptr && *bus == "PCI") return 1;
+    return 2;
+}
+
+Dictionary readGraphicCard() {
+    const auto report =
+        MVTask::runTerminalCommand("system_profiler SPDisplaysDataType", std::nullopt, Wait::yes);
+    const std::vector<Dictionary> adapters = adaptersOf(report.value_or(""));
+    const auto best = std::max_element(
+        adapters.begin(), adapters.end(),
+        [](const Dictionary& one, const Dictionary& other) { return busRank(one) < busRank(other); });
+    return best == adapters.end() ? Dictionary() : *best;
+}
+
+std::optional<std::string> typeOfModel(const std::optional<std::string>& model) {
+    if (!model) return std::nullopt;
+    std::string type = MVString::uppercased(*model);
+    if (MVString::contains(type, "AMD") || MVString::contains(type, "ATI")) type = "ATi/AMD";
+    for (const char* family : {"Intel Iris", "Intel HD", "NVIDIA"}) {
+        if (MVString::contains(type, MVString::uppercased(family))) type = family;
+    }
+    return type;
+}
+
+std::string readSystemVersion() {
+    const auto properties =
+        property_lists::read(host().folders.systemRoot + "/System/Library/CoreServices/SystemVersion.plist");
+    const Dictionary* dictionary = properties ? properties->as<Dictionary>() : nullptr;
+    const std::string* version =
+        dictionary != nullptr ? dictionary->get<std::string>("ProductVersion") : nullptr;
+    return version != nullptr ? *version : "";
+}
+
+std::optional<std::string> property(std::string_view key) {
+    const Dictionary card = graphicCardDictionary();
+    const std::string* value = card.get<std::string>(key);
+    return value != nullptr ? std::optional(*value) : std::nullopt;
+}
+
+}  // namespace
+
+Dictionary graphicCardDictionary() {
+    auto& cache = host().hardware;
+    {
+        MutexLock lock(cache.mutex);
+        if (cache.value.graphicCard) return *cache.value.graphicCard;
+    }
+    // Read without the lock: a missing report program is told in a dialog, and the main thread, which shows
+    // it, may itself ask for the card. Whoever stores first decides for all.
+    Dictionary card = readGraphicCard();
+    MutexLock lock(cache.mutex);
+    if (!cache.value.graphicCard) cache.value.graphicCard = std::move(card);
+    return *cache.value.graphicCard;
+}
+
+std::optional<std::string> graphicCardModel() {
+    return property("Chipset Model");
+}
+
+std::optional<std::string> graphicCardType() {
+    const std::optional<std::string> model = graphicCardModel();
+    auto& cache = host().hardware;
+    MutexLock lock(cache.mutex);
+    if (!cache.value.graphicCardTypeKnown) {
+        cache.value.graphicCardType = typeOfModel(model);
+        cache.value.graphicCardTypeKnown = true;
+    }
+    return cache.value.graphicCardType;
+}
+
+std::optional<std::string> graphicCardMemorySize() {
+    auto size = property("VRAM (Total)");
+    return size ? size : property("VRAM (Dynamic, Max)");
+}
+
+std::string macOsVersion() {
+    auto& cache = host().hardware;
+    MutexLock lock(cache.mutex);
+    if (!cache.value.macOsVersion) cache.value.macOsVersion = readSystemVersion();
+    return *cache.value.macOsVersion;
+}
+
+bool isSystemMacOsEqualOrSuperiorTo(std::string_view version) {
+    const std::vector<std::string> ours = MVString::split(macOsVersion(), ".");
+    const std::vector<std::string> wanted = MVString::split(version, ".");
+    for (std::size_t index = 0; index < std::min(ours.size(), wanted.size()); ++index) {
+        const auto our = MVString::initialIntValue(ours[index]);
+        const auto want = MVString::initialIntValue(wanted[index]);
+        if (our != want) return our > want;
+    }
+    return ours.size() >= wanted.size();
+}
+
+}  // namespace morvane::NSComputerInformation

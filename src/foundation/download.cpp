@@ -1,0 +1,428 @@
+#include "foundation/download.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/formats.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace morvane {
+
+namespace {
+
+constexpr const char* product = "Morvane";
+/// The stall question comes when the count of ticks without a byte, which starts at 1, is a multiple of this.
+constexpr int ticksToAQuestion = 11;
+
+using Clock = std::chrono::steady_clock;
+
+bool asks(std::string_view question, const char* title, bool defaultAnswer) {
+    return MVAlert::showBooleanAlertMessage(localized(question), title, defaultAnswer);
+}
+
+bool asksAboutFile(std::string_view question, const std::string& path) {
+    return MVAlert::showBooleanAlertMessage(localized(question, {files::lastComponent(path)}), "Warning",
+                                            true);
+}
+
+/// What the user types is a link as it stands; an empty one meets the rules for invalid links.
+std::string askedLink() {
+    return MVAlert::inputDialogWithMessage(localized("Inform the updated link:"), "").value_or("");
+}
+
+std::string readableSize(std::uint64_t bytes) {
+    return NSUtilities::humanReadableSizeForBytes(static_cast<std::int64_t>(bytes), DecimalMeasureSystem::no);
+}
+
+/// True to call the download off. Asks until the place is free, or the user takes what lies there.
+bool shouldCancelForExistingFile(const std::string& path, Silence silence) {
+    while (MVFileManager::regularFileExistsAtPath(path)) {
+        if (silence == Silence::yes) {
+            // A file that cannot be removed would be in the way for ever.
+            if (files::remove(path)) return true;
+            continue;
+        }
+        if (asksAboutFile("There is already a file called \"%@\" in the specified folder. "
+                          "Do you want to use it instead?",
+                          path)) {
+            return true;
+        }
+        if (asks("Do you want to override it?", "Warning", false)) {
+            MVFileManager::removeItemAtPath(path);
+        } else {
+            MVAlert::showAlertMessage(localized("Move that file to a different folder and then press Ok."),
+                                      "Warning");
+        }
+    }
+    return false;
+}
+
+bool shouldCancelWhenUnreachable(const std::string& path, Silence silence) {
+    const bool exists = MVFileManager::regularFileExistsAtPath(path);
+    if (silence == Silence::yes) return !exists;
+    if (exists) {
+        return !asksAboutFile(
+            "You aren't connected to the internet, but there is already a file called \"%@\" in "
+            "the specified folder. Do you want to use it instead?",
+            path);
+    }
+    MVAlert::showAlertErrorMessage(localized("The website seems to be offline."));
+    return true;
+}
+
+bool shouldCancelForInvalidLink(const std::string& path, Silence silence) {
+    const bool exists = MVFileManager::regularFileExistsAtPath(path);
+    if (silence == Silence::yes) return !exists;
+    if (exists) {
+        return !asksAboutFile(
+            "The link seems to be invalid, but there is already a file called \"%@\" in the "
+            "specified folder. Do you want to use it instead?",
+            path);
+    }
+    MVAlert::showAlertMessage(localized("The download link seems to be invalid."), "Error");
+    return true;
+}
+
+}  // namespace
+
+/// One transfer. Its events and ticks come on the main thread and alone touch what it has received, until
+/// `stop`; from then on that belongs to the waiting caller. The mutex guards the hand-over, and is never held
+/// while something is posted to the main queue.
+class Download::Transfer : public std::enable_shared_from_this<Transfer> {
+  public:
+    Transfer(std::shared_ptr<NSProgressView> progressWindow, Silence silence)
+        : progressWindow_(std::move(progressWindow)), silent_(silence == Silence::yes) {}
+
+    /// Main thread.
+    void start(const std::string& url);
+    /// The main thread, or any once the main queue is closed. Also ends the transfer when nothing else did.
+    void stop();
+    /// Any thread: true when the transfer has ended, false when the wait was broken off.
+    bool wait();
+    /// Any thread: breaks the wait off.
+    void release();
+    /// Any thread.
+    void finish();
+    [[nodiscard]] bool isFinished();
+    /// Main thread.
+    void tick();
+
+    Received received;
+
+  private:
+    /// Breaks the wait off when the main queue drops it: a closed queue brings no event any more.
+    struct Releaser {
+        explicit Releaser(std::weak_ptr<Transfer> waited) : transfer(std::move(waited)) {}
+        Releaser(const Releaser&) = delete;
+        Releaser& operator=(const Releaser&) = delete;
+        const std::weak_ptr<Transfer> transfer;
+        ~Releaser() {
+            if (const auto held = transfer.lock()) held->release();
+        }
+    };
+
+    void startChronometer();
+    void didReceiveData(std::string_view chunk);
+    void didFinishLoading();
+    void updateUI();
+    void askForUpdatedLink();
+    [[nodiscard]] bool isEnding();
+    void setAsking(bool asking);
+
+    const std::shared_ptr<NSProgressView> progressWindow_;
+    const bool silent_;
+
+    std::unique_ptr<http::Transfer> connection_;
+    std::uint64_t percentage_ = 0;
+    std::uint64_t downloadedAtSecond_ = 0;
+    Clock::time_point downloadStartMoment_;
+    int errorTimer_ = 1;
+
+    Mutex mutex_;
+    Condition changed_;
+    std::optional<MainQueue::TimerId> monitorTimer_ MV_GUARDED_BY(mutex_);
+    std::optional<MainQueue::TimerId> releaserTimer_ MV_GUARDED_BY(mutex_);
+    bool ending_ MV_GUARDED_BY(mutex_) = false;
+    bool finished_ MV_GUARDED_BY(mutex_) = false;
+    bool released_ MV_GUARDED_BY(mutex_) = false;
+    /// The user is asked for another link: the caller waits for the answer, unless the whole file arrives
+    /// meanwhile.
+    bool asking_ MV_GUARDED_BY(mutex_) = false;
+};
+
+void Download::Transfer::start(const std::string& url) {
+    if (isEnding()) return;
+    downloadStartMoment_ = Clock::now();
+    // A timer with nothing to do: what counts is that the queue destroys it when it is closed.
+    auto releaser = std::make_shared<Releaser>(weak_from_this());
+    const auto releaserTimer = host().mainQueue.every(std::chrono::hours(1), [releaser] {});
+    releaser.reset();
+    {
+        MutexLock lock(mutex_);
+        releaserTimer_ = releaserTimer;
+    }
+    if (!silent_) startChronometer();
+
+    HttpRequest request;
+    request.url = url;
+    http::TransferHandlers handlers;
+    const auto self = shared_from_this();
+    handlers.response = [self](std::optional<std::uint64_t> announcedLength) {
+        if (!self->isEnding()) self->received.fullSize = announcedLength.value_or(0);
+    };
+    handlers.data = [self](std::string_view chunk) { self->didReceiveData(chunk); };
+    handlers.failed = [self](const std::string& description) {
+        if (self->isEnding()) return;
+        self->received.error = description;
+        self->finish();
+    };
+    handlers.ended = [self] { self->didFinishLoading(); };
+    connection_ = std::make_unique<http::Transfer>(host().mainQueue, request, std::move(handlers));
+}
+
+void Download::Transfer::startChronometer() {
+    errorTimer_ = 1;
+    const auto timer = host().mainQueue.every(std::chrono::seconds(1), [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) self->tick();
+    });
+    MutexLock lock(mutex_);
+    monitorTimer_ = timer;
+}
+
+void Download::Transfer::stop() {
+    finish();
+    connection_.reset();
+    std::optional<MainQueue::TimerId> monitor, releaser;
+    {
+        MutexLock lock(mutex_);
+        monitor = monitorTimer_;
+        releaser = releaserTimer_;
+    }
+    for (const auto& timer : {monitor, releaser}) {
+        if (timer) host().mainQueue.cancelTimer(*timer);
+    }
+}
+
+bool Download::Transfer::wait() {
+    MutexLock lock(mutex_);
+    while (!released_ && (!finished_ || asking_)) changed_.wait(mutex_);
+    return !released_;
+}
+
+void Download::Transfer::release() {
+    MutexLock lock(mutex_);
+    released_ = true;
+    changed_.notify_all();
+}
+
+void Download::Transfer::finish() {
+    std::optional<MainQueue::TimerId> timer;
+    {
+        MutexLock lock(mutex_);
+        if (ending_) return;
+        ending_ = true;
+        timer = monitorTimer_;
+    }
+    // Before the caller is woken: it may start the next transfer, whose display comes after this one's.
+    if (!silent_) {
+        progressWindow_->setIndeterminate(true);
+        progressWindow_->setSubtitle("", CreatingPort::yes);
+        if (timer) host().mainQueue.cancelTimer(*timer);
+    }
+    MutexLock lock(mutex_);
+    finished_ = true;
+    changed_.notify_all();
+}
+
+bool Download::Transfer::isEnding() {
+    MutexLock lock(mutex_);
+    return ending_;
+}
+
+bool Download::Transfer::isFinished() {
+    MutexLock lock(mutex_);
+    return finished_;
+}
+
+void Download::Transfer::setAsking(bool asking) {
+    MutexLock lock(mutex_);
+    asking_ = asking;
+    changed_.notify_all();
+}
+
+void Download::Transfer::didReceiveData(std::string_view chunk) {
+    if (isEnding()) return;
+    if (chunk.empty()) {
+        MVAlert::showAlertErrorMessage(localized("An unknown error happened during the download."));
+        finish();
+        return;
+    }
+    received.body += chunk;
+    if (silent_) return;
+    downloadedAtSecond_ += chunk.size();
+    if (received.fullSize == 0) return;
+    const std::uint64_t progress = received.body.size() * 1000 / received.fullSize;
+    if (progress == percentage_) return;
+    percentage_ = progress;
+    progressWindow_->setCurrentValue(static_cast<int>(std::min<std::uint64_t>(progress, 1000)));
+}
+
+void Download::Transfer::didFinishLoading() {
+    if (isEnding()) return;
+    if (received.isWhole()) setAsking(false);
+    finish();
+}
+
+void Download::Transfer::tick() {
+    if (silent_ || isEnding()) return;
+    updateUI();
+    errorTimer_ = received.body.empty() ? errorTimer_ + 1 : 1;
+    downloadedAtSecond_ = 0;
+    if (errorTimer_ % ticksToAQuestion == 0) askForUpdatedLink();
+}
+
+void Download::Transfer::updateUI() {
+    const std::uint64_t done = received.body.size();
+    const std::string speed = readableSize(downloadedAtSecond_);
+    std::string subtitle;
+    if (received.fullSize == 0) {
+        subtitle = localized("%@ (%@/s)", {readableSize(done), speed});
+    } else if (received.fullSize != done) {
+        const double elapsed = std::chrono::duration<double>(Clock::now() - downloadStartMoment_).count();
+        const auto average = elapsed > 0 ? static_cast<std::int64_t>(static_cast<double>(done) / elapsed) : 0;
+        const auto bytesLeft = static_cast<std::int64_t>(received.fullSize - done);
+        subtitle =
+            localized("%@ of %@ (%@/s) - %@", {readableSize(done), readableSize(received.fullSize), speed,
+                                               NSUtilities::timeNeededToDownload(bytesLeft, average)});
+    } else {
+        return;
+    }
+    progressWindow_->setSubtitle(subtitle, CreatingPort::yes);
+}
+
+void Download::Transfer::askForUpdatedLink() {
+    // The dialogs below let other events through: a transfer that fails meanwhile must not ask a second
+    // question on top of this one, and the answer must not come too late.
+    setAsking(true);
+    const bool wanted =
+        MVAlert::showBooleanAlertMessage(localized("The informed file seems not to be available. %@ may "
+                                                   "force the download. Do you want to inform an "
+                                                   "updated link?",
+                                                   {product}),
+                                         "Error", true);
+    if (wanted) {
+        const std::string link = askedLink();
+        MutexLock lock(mutex_);
+        // Without a caller that waits for the answer, the received data is not ours any more.
+        if (asking_ && !released_) received.updatedLink = link;
+    }
+    if (wanted) finish();
+    setAsking(false);
+}
+
+Download::Download(std::shared_ptr<NSProgressView> window) : progressWindow(std::move(window)) {}
+
+Download::~Download() = default;
+
+bool Download::Received::isWhole() const {
+    return !body.empty() && !error && body.size() >= fullSize;
+}
+
+bool Download::downloadFile(const std::string& url, const std::string& path, Silence silence) {
+    std::string link = url;
+    for (int retries = 0; silence == Silence::no || retries <= silentRetries; ++retries) {
+        if (shouldCancelDownloadOfFile(link, path, silence)) return false;
+        if (silence == Silence::no) progressWindow->setCurrentValue(0);
+        const std::optional<Received> received = receive(link, silence);
+        if (!received) return false;
+        // A stalled transfer with a new link is not saved: what the new link gives is the outcome.
+        const std::optional<std::string> next = received->updatedLink
+                                                    ? received->updatedLink
+                                                    : saveDownloadedFile(*received, link, path, silence);
+        if (!next) return true;
+        link = *next;
+    }
+    return true;
+}
+
+bool Download::shouldCancelDownloadOfFile(const std::string& url, const std::string& path, Silence silence) {
+    const std::optional<UrlParts> parts = parseUrl(url);
+    if (!parts) return shouldCancelForInvalidLink(path, silence);
+    if (!NSUtilities::isWebsiteAvailable(parts->host)) return shouldCancelWhenUnreachable(path, silence);
+    return shouldCancelForExistingFile(path, silence);
+}
+
+std::optional<Download::Received> Download::receive(const std::string& url, Silence silence) {
+    host().creation.throwIfRequested();
+    const auto transfer = std::make_shared<Transfer>(progressWindow, silence);
+    setCurrent(transfer);
+    bool ended = false;
+    {
+        std::optional<Cancellation::Interrupter> interrupter;
+        if (host().creation.runsHere()) {
+            interrupter.emplace(host().creation, [transfer] { transfer->release(); });
+        }
+        ended = host().mainQueue.callAndWait([&] { transfer->start(url); }) && transfer->wait();
+    }
+    if (!host().mainQueue.callAndWait([&] { transfer->stop(); })) transfer->stop();
+    setCurrent(nullptr);
+    host().creation.throwIfRequested();
+    if (!ended) return std::nullopt;
+    return std::move(transfer->received);
+}
+
+std::optional<std::string> Download::saveDownloadedFile(const Received& received, const std::string& url,
+                                                        const std::string& path, Silence silence) {
+    if (received.body.empty()) {
+        if (silence == Silence::yes) return std::nullopt;
+        if (!asks("The informed file isn't available. Do you want to inform an updated link?", "Error",
+                  true)) {
+            return std::nullopt;
+        }
+        return askedLink();
+    }
+    if (!received.isWhole()) {
+        if (silence == Silence::yes) return url;
+        const std::string reason =
+            received.error.value_or(localized("The download seems to have been corrupted"));
+        if (MVAlert::showBooleanAlertMessage(localized("%@. Do you want to try again?", {reason}), "Error",
+                                             true)) {
+            return url;
+        }
+    }
+    const files::Error error = files::write(path, received.body, files::Atomically::yes);
+    if (error && silence == Silence::no) {
+        MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {*error}));
+    }
+    return std::nullopt;
+}
+
+void Download::finishDownload() {
+    if (const auto transfer = current()) transfer->finish();
+}
+
+void Download::timerFireMethod() {
+    if (const auto transfer = current()) transfer->tick();
+}
+
+bool Download::isDownloading() const {
+    const auto transfer = current();
+    return transfer && !transfer->isFinished();
+}
+
+void Download::setCurrent(std::shared_ptr<Transfer> transfer) {
+    MutexLock lock(mutex_);
+    transfer_ = std::move(transfer);
+}
+
+std::shared_ptr<Download::Transfer> Download::current() const {
+    MutexLock lock(mutex_);
+    return transfer_;
+}
+
+}  // namespace morvane

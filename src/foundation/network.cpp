@@ -1,0 +1,108 @@
+#include "foundation/network.h"
+
+#include "foundation/computer_information.h"
+#include "foundation/formats.h"
+#include "foundation/localization.h"
+#include "foundation/settings_keys.h"
+#include "foundation/tasks.h"
+#include "foundation/text.h"
+#include "platform/folders.h"
+#include "platform/host.h"
+#include "platform/http.h"
+
+namespace morvane::NSUtilities {
+
+namespace {
+
+HttpResponse fetch(const std::string& url, const std::optional<std::string>& body) {
+    HttpRequest request;
+    request.url = url;
+    request.body = body;
+    return http::fetch(request, host().creation.runsHere() ? &host().creation : nullptr);
+}
+
+/// Each character outside ASCII becomes one "?".
+std::string lossyAscii(std::string_view text) {
+    std::string ascii;
+    for (char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        const bool continuesCharacter = (byte & 0xC0) == 0x80;
+        if (!continuesCharacter) ascii += byte < 0x80 ? character : '?';
+    }
+    return ascii;
+}
+
+}  // namespace
+
+std::string getCountryCode() {
+    const std::string code = localeCountryCode();
+    return code.empty() ? "--" : code;
+}
+
+bool isUsingClassicLibraryLayout() {
+    return host().defaults.getBool(settings::useOldLibrary, false);
+}
+
+bool isUsingFnKeysFunctions() {
+    return booleanValue(MVTask::runTerminalCommand("defaults read -g com.apple.keyboard.fnState -bool",
+                                                   std::nullopt, Wait::yes)
+                            .value_or(""));
+}
+
+bool isWebsiteAvailable(const std::string& hostName) {
+    return host().isReachable(hostName);
+}
+
+bool isWebsiteOfUrlAvailable(const std::string& url) {
+    const auto parts = parseUrl(url);
+    return parts && isWebsiteAvailable(parts->host);
+}
+
+std::optional<std::string> launchURL(const std::string& url, const std::string& postString) {
+    const HttpResponse response = fetch(url, lossyAscii(postString));
+    if (response.status >= 200 && response.status <= 299) {
+        if (response.body.empty() || !MVString::isValidUtf8(response.body)) return std::nullopt;
+        return response.body;
+    }
+    if (response.error.empty()) return std::nullopt;
+    return response.error;
+}
+
+std::optional<std::string> launchURLWithPostValues(
+    const std::string& url, const std::vector<std::pair<std::string, std::string>>& postValues) {
+    std::vector<std::string> pairs;
+    for (const auto& [key, value] : postValues) {
+        pairs.push_back(key + "=" + MVString::stringToWebStructure(value));
+    }
+    return launchURL(url, MVString::joined(pairs, "&"));
+}
+
+void showNotificationMessage(const std::string& message, const std::string& title, const std::string& info,
+                             const std::optional<ImageData>& icon) {
+    Notification notification{.title = title,
+                              .message = message,
+                              .info = info,
+                              .actionTitle = localized("Play"),
+                              .image = std::nullopt};
+    // Only the systems before 10.9 cannot show a picture; one without such a version can.
+    const bool showsPictures = NSComputerInformation::macOsVersion().empty() ||
+                               NSComputerInformation::isSystemMacOsEqualOrSuperiorTo("10.9");
+    if (showsPictures) notification.image = icon;
+    host().mainQueue.post([notification] { host().userInterface.notify(notification); });
+}
+
+std::string getFileSHA1CheckSum(const std::string& path) {
+    // "SHA1(path)= digest" and a line break; paths may hold spaces, the digest never does.
+    const std::string output = MVTask::runProgram("openssl", "/", {{"sha1", path}}, Wait::yes).value_or("");
+    const std::size_t space = output.rfind(' ');
+    if (space == std::string::npos) return "";
+    return getFragmentAfter(std::nullopt, "\n", std::string_view(output).substr(space + 1));
+}
+
+std::optional<std::string> stringWithContentsOfURL(const std::string& url) {
+    const HttpResponse response = fetch(url, std::nullopt);
+    if (!response.error.empty() || !MVString::isValidUtf8(response.body)) return std::nullopt;
+    return response.body;
+}
+
+}  // namespace morvane::NSUtilities

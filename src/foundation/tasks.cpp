@@ -1,0 +1,91 @@
+#include "foundation/tasks.h"
+
+#include <utility>
+
+#include "foundation/alerts.h"
+#include "foundation/localization.h"
+#include "foundation/text.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/process.h"
+
+namespace morvane::MVTask {
+
+namespace {
+
+std::optional<std::string> reported(const std::string& message) {
+    MVAlert::showAlertErrorMessage(message);
+    return "";
+}
+
+bool isRunnable(const std::string& path) {
+    return files::kindBehind(path) != files::Kind::folder && files::isExecutable(path);
+}
+
+}  // namespace
+
+std::optional<std::string> runProgram(const std::optional<std::string>& program,
+                                      const std::optional<std::string>& runPath,
+                                      const Environment& environment, const Arguments& flags, Wait wait) {
+    host().creation.throwIfRequested();
+    std::optional<std::string> path = program;
+    if (path && !path->starts_with('/')) path = getPathOfProgram(*path);
+    if (!path) return reported(localized("Program couldn't be found."));
+    if (files::kindBehind(*path) == files::Kind::none)
+        return reported(localized("File %@ not found.", {*path}));
+    if (!isRunnable(*path)) return reported(localized("File %@ not runnable.", {*path}));
+
+    ProcessRequest request{.program = *path,
+                           .arguments = flags.value_or(std::vector<std::string>{}),
+                           .runFolder = std::nullopt,
+                           .environment = environment,
+                           .waitForExit = wait == Wait::yes};
+    // Literally, without a home folder's "~": a folder that does not exist leaves the program in ours.
+    if (runPath && files::kindBehind(*runPath) == files::Kind::folder) request.runFolder = runPath;
+    if (host().creation.runsHere()) request.cancellation = &host().creation;
+    std::optional<ProcessResult> result = processes::run(request);
+    if (!result || wait == Wait::no) return "";
+    if (!MVString::isValidUtf8(result->output)) return std::nullopt;
+    return std::move(result->output);
+}
+
+std::optional<std::string> runProgram(const std::optional<std::string>& program,
+                                      const std::optional<std::string>& runPath, const Arguments& flags,
+                                      Wait wait) {
+    return runProgram(program, runPath, std::nullopt, flags, wait);
+}
+
+std::optional<std::string> runProgram(const std::optional<std::string>& program,
+                                      const Environment& environment, const Arguments& flags) {
+    return runProgram(program, "/", environment, flags, Wait::yes);
+}
+
+std::optional<std::string> runTerminalCommand(const std::string& command,
+                                              const std::optional<std::string>& path, Wait wait) {
+    // An escaped space travels through the split as a line feed.
+    std::vector<std::string> pieces = MVString::split(MVString::replacedAll(command, "\\ ", "\n"), " ");
+    const std::string name = pieces.front();
+    pieces.erase(pieces.begin());
+    for (std::string& piece : pieces) piece = MVString::replacedAll(piece, "\n", " ");
+    const Arguments flags = pieces.empty() ? Arguments() : Arguments(std::move(pieces));
+    return runProgram(getPathOfProgram(name), path, flags, wait);
+}
+
+std::optional<std::string> getPathOfProgram(const std::string& name) {
+    auto& cache = host().programPaths;
+    {
+        MutexLock lock(cache.mutex);
+        if (const auto known = cache.value.find(name); known != cache.value.end()) return known->second;
+    }
+    const std::vector<std::string> matches = processes::search(name, host().searchPath);
+    if (matches.empty()) return std::nullopt;
+    MutexLock lock(cache.mutex);
+    cache.value[name] = matches.back();
+    return matches.back();
+}
+
+void runProgramAtPath(const std::string& path) {
+    processes::launch(path);
+}
+
+}  // namespace morvane::MVTask

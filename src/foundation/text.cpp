@@ -1,0 +1,287 @@
+#include "foundation/text.h"
+
+#include <clocale>
+#include <cwctype>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <utility>
+
+#include "platform/utf8.h"
+
+namespace morvane::MVString {
+
+namespace {
+
+struct Character {
+    char32_t code = 0;
+    std::size_t length = 1;
+    bool valid = false;  ///< a byte that begins no UTF-8 sequence is a character of its own
+};
+
+Character characterAt(std::string_view text, std::size_t at) {
+    std::size_t next = at;
+    const char32_t code = utf8::next(text, next);
+    // U+FFFD itself takes three bytes.
+    return {code, next - at, code != utf8::replacement || next - at > 1};
+}
+
+std::vector<std::string_view> charactersOf(std::string_view text) {
+    std::vector<std::string_view> characters;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = characterAt(text, at).length;
+        characters.push_back(text.substr(at, length));
+        at += length;
+    }
+    return characters;
+}
+
+std::string_view firstCharacter(std::string_view text) {
+    return text.empty() ? text : text.substr(0, characterAt(text, 0).length);
+}
+
+/// Unicode's own case rules, whatever the process's locale: results must not depend on who started the
+/// program. Where a system has no such locale, only ASCII letters have a case.
+locale_t unicodeLocale() {
+    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    static const locale_t plain = newlocale(LC_CTYPE_MASK, "C", nullptr);
+    return unicode != nullptr ? unicode : plain;
+}
+
+bool isLetter(char32_t code) {
+    return iswalpha_l(static_cast<wint_t>(code), unicodeLocale()) != 0;
+}
+
+constexpr char32_t capitalSigma = 0x3A3, finalSigma = 0x3C2, capitalDottedI = 0x130, sharpS = 0xDF;
+
+bool letterAt(std::string_view text, std::size_t at) {
+    return at < text.size() && characterAt(text, at).valid && isLetter(characterAt(text, at).code);
+}
+
+std::vector<std::string_view> splitAtAny(std::string_view text, std::string_view separators) {
+    std::vector<std::string_view> pieces;
+    for (std::size_t start = 0;;) {
+        const std::size_t end = text.find_first_of(separators, start);
+        pieces.push_back(text.substr(start, end == std::string_view::npos ? end : end - start));
+        if (end == std::string_view::npos) return pieces;
+        start = end + 1;
+    }
+}
+
+constexpr std::string_view searchSeparators = " :-*?!.,";
+constexpr std::string_view wordSeparators = " :-,";
+constexpr std::array<std::string_view, 4> ignoredSearchWords{"of", "the", "in", "to"};
+
+constexpr std::array<std::pair<std::string_view, std::string_view>, 21> synonyms{{
+    {"&", "and"},   {"vs", "versus"}, {"i", "1"},     {"ii", "2"},   {"iii", "3"}, {"iv", "4"},
+    {"v", "5"},     {"vi", "6"},      {"vii", "7"},   {"viii", "8"}, {"ix", "9"},  {"x", "10"},
+    {"xi", "11"},   {"xii", "12"},    {"xiii", "13"}, {"xiv", "14"}, {"xv", "15"}, {"xvi", "16"},
+    {"xvii", "17"}, {"xviii", "18"},  {"xix", "19"},
+}};
+
+bool matchesTerm(std::string_view name, std::string_view lowerName, std::string_view term) {
+    if (contains(lowerName, term) || containsAbbreviation(name, term)) return true;
+    for (const auto& [first, second] : synonyms) {
+        if (term != first && term != second) continue;
+        if (containsOneOfSynonyms(lowerName, {std::string(first), std::string(second)})) return true;
+    }
+    return false;
+}
+
+/// What may stand in an address as it is. "#", "[" and "]" have fixed places in it and would break it
+/// elsewhere.
+constexpr std::string_view plainInAddresses =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~!*'();:@=+$,/";
+
+}  // namespace
+
+bool contains(std::string_view text, std::string_view part) {
+    return !part.empty() && text.find(part) != std::string_view::npos;
+}
+
+bool containsWord(std::string_view text, std::string_view word) {
+    const std::string lower = lowercased(text);
+    const auto pieces = splitAtAny(lower, wordSeparators);
+    return std::find(pieces.begin(), pieces.end(), word) != pieces.end();
+}
+
+bool containsOneOfSynonyms(std::string_view text, const std::vector<std::string>& words) {
+    return std::any_of(words.begin(), words.end(),
+                       [&](const std::string& word) { return containsWord(text, word); });
+}
+
+bool containsAbbreviation(std::string_view text, std::string_view abbreviation) {
+    const std::string lowerAbbreviation = lowercased(abbreviation);
+    const auto letters = charactersOf(lowerAbbreviation);
+    const std::vector<std::string> words = split(lowercased(text), " ");
+    if (letters.size() < 2 || words.size() < letters.size()) return false;
+    for (std::size_t start = 0; start + letters.size() <= words.size(); ++start) {
+        if (std::equal(letters.begin(), letters.end(), words.begin() + static_cast<std::ptrdiff_t>(start),
+                       [](std::string_view letter, std::string_view word) {
+                           return firstCharacter(word) == letter;
+                       })) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool matchesWithSearchTerms(std::string_view name, std::string_view searchText) {
+    std::string plainName;
+    std::copy_if(name.begin(), name.end(), std::back_inserter(plainName),
+                 [](char character) { return character != '\'' && character != '.'; });
+    const std::string lowerName = lowercased(plainName);
+    const std::string lowerSearch = lowercased(searchText);
+    const auto pieces = splitAtAny(lowerSearch, searchSeparators);
+    return std::all_of(pieces.begin(), pieces.end(), [&](std::string_view piece) {
+        const bool ignored = piece.empty() || std::find(ignoredSearchWords.begin(), ignoredSearchWords.end(),
+                                                        piece) != ignoredSearchWords.end();
+        return ignored || matchesTerm(plainName, lowerName, piece);
+    });
+}
+
+std::optional<TextRange> rangeAfterString(std::string_view text, const std::optional<std::string_view>& start,
+                                          const std::optional<std::string_view>& end) {
+    std::size_t from = 0;
+    if (start) {
+        if (!contains(text, *start)) return std::nullopt;
+        from = text.find(*start) + start->size();
+    }
+    std::size_t to = text.size();
+    if (end && !end->empty()) to = std::min(to, text.find(*end, from));
+    return TextRange{from, to - from};
+}
+
+std::int64_t initialIntValue(std::string_view text) {
+    constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
+    std::int64_t value = 0;
+    for (char character : text) {
+        if (character < '0' || character > '9') break;
+        const int digit = character - '0';
+        if (value > (largest - digit) / 10) return largest;
+        value = value * 10 + digit;
+    }
+    return value;
+}
+
+std::string stringToWebStructure(std::string_view text) {
+    static constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string escaped;
+    for (char character : text) {
+        if (plainInAddresses.find(character) != std::string_view::npos) {
+            escaped += character;
+        } else {
+            const auto byte = static_cast<unsigned char>(character);
+            escaped += {'%', digits[byte >> 4], digits[byte & 0xF]};
+        }
+    }
+    return escaped;
+}
+
+std::string stringWithHexString(std::string_view hexCodes) {
+    std::string text;
+    for (std::string_view piece : splitAtAny(hexCodes, " \t\r\n")) {
+        if (piece.empty()) continue;
+        char32_t code = 0;
+        for (char character : piece) {
+            const bool decimal = character >= '0' && character <= '9';
+            const char letter = static_cast<char>(character | 0x20);
+            // What is no hexadecimal number ends the list.
+            if (!decimal && (letter < 'a' || letter > 'f')) return text;
+            code = code << 4 | static_cast<char32_t>(decimal ? character - '0' : letter - 'a' + 10);
+            if (code > 0x10FFFF) return text;
+        }
+        utf8::append(text, code);
+    }
+    return text;
+}
+
+std::string stringByRemovingEvenCharsFromString(std::string_view text) {
+    std::string kept;
+    kept.reserve((text.size() + 1) / 2);
+    for (std::size_t at = 0; at < text.size(); at += 2) kept += text[at];
+    return kept;
+}
+
+std::string lowercased(std::string_view text) {
+    std::string lower;
+    lower.reserve(text.size());
+    bool letterBefore = false;
+    for (std::size_t at = 0; at < text.size();) {
+        const Character character = characterAt(text, at);
+        const std::size_t next = at + character.length;
+        if (!character.valid) {
+            lower += text[at];
+        } else if (character.code == capitalDottedI) {
+            lower += "i\u0307";
+        } else if (character.code == capitalSigma && letterBefore && !letterAt(text, next)) {
+            utf8::append(lower, finalSigma);
+        } else {
+            utf8::append(lower, static_cast<char32_t>(
+                                    towlower_l(static_cast<wint_t>(character.code), unicodeLocale())));
+        }
+        letterBefore = character.valid && isLetter(character.code);
+        at = next;
+    }
+    return lower;
+}
+
+std::string uppercased(std::string_view text) {
+    std::string upper;
+    upper.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const Character character = characterAt(text, at);
+        if (!character.valid) {
+            upper += text[at];
+        } else if (character.code == sharpS) {
+            upper += "SS";
+        } else {
+            utf8::append(upper, static_cast<char32_t>(
+                                    towupper_l(static_cast<wint_t>(character.code), unicodeLocale())));
+        }
+        at += character.length;
+    }
+    return upper;
+}
+
+std::vector<std::string> split(std::string_view text, std::string_view separator) {
+    std::vector<std::string> pieces;
+    for (std::size_t start = 0;;) {
+        const std::size_t end = separator.empty() ? std::string_view::npos : text.find(separator, start);
+        pieces.emplace_back(text.substr(start, end == std::string_view::npos ? end : end - start));
+        if (end == std::string_view::npos) return pieces;
+        start = end + separator.size();
+    }
+}
+
+std::string joined(const std::vector<std::string>& pieces, std::string_view separator) {
+    std::string text;
+    for (std::size_t at = 0; at < pieces.size(); ++at) {
+        if (at > 0) text += separator;
+        text += pieces[at];
+    }
+    return text;
+}
+
+std::string replacedAll(std::string_view text, std::string_view what, std::string_view with) {
+    return joined(split(text, what), with);
+}
+
+std::string trimmed(std::string_view text) {
+    static constexpr std::string_view blanks = " \t\n\v\f\r";
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos) return "";
+    return std::string(text.substr(first, text.find_last_not_of(blanks) - first + 1));
+}
+
+bool isValidUtf8(std::string_view text) {
+    for (std::size_t at = 0; at < text.size();) {
+        const Character character = characterAt(text, at);
+        if (!character.valid) return false;
+        at += character.length;
+    }
+    return true;
+}
+
+}  // namespace morvane::MVString

@@ -1,0 +1,650 @@
+#include "platform/files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <deque>
+#include <memory>
+#include <system_error>
+
+#include "platform/descriptor.h"
+
+namespace morvane::files {
+namespace {
+
+/// Between two questions whether to go on, a copy moves this much.
+constexpr std::int64_t copyChunk = 16 << 20;
+
+std::string describe(int number) {
+    return std::generic_category().message(number);
+}
+Error lastError() {
+    return describe(errno);
+}
+Failure lastFailure() {
+    return Failure{describe(errno)};
+}
+
+/// Sets `errno` and answers false for what the system would silently cut off at the NUL.
+bool usable(std::string_view path) {
+    if (path.find('\0') == std::string_view::npos) return true;
+    errno = EINVAL;
+    return false;
+}
+
+std::string_view withoutFinalSlashes(std::string_view path) {
+    while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+    return path;
+}
+
+Kind kindOfMode(mode_t mode) {
+    if (S_ISREG(mode)) return Kind::file;
+    if (S_ISDIR(mode)) return Kind::folder;
+    if (S_ISLNK(mode)) return Kind::link;
+    return Kind::other;
+}
+
+struct CloseFolder {
+    void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+/// The sorted names in an open folder; nothing, with `errno` set, when it cannot be read.
+std::optional<std::vector<std::string>> entriesOf(int folder) {
+    // A descriptor of its own: the stream owns what it is given, and a shared one would share the reading
+    // position.
+    const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (own < 0) return std::nullopt;
+    const std::unique_ptr<DIR, CloseFolder> stream(::fdopendir(own));
+    if (!stream) {
+        const int number = errno;
+        ::close(own);
+        errno = number;
+        return std::nullopt;
+    }
+    std::vector<std::string> names;
+    for (;;) {
+        errno = 0;
+        const dirent* entry = ::readdir(stream.get());
+        if (entry == nullptr) break;
+        std::string name = entry->d_name;
+        if (name != "." && name != "..") names.push_back(std::move(name));
+    }
+    if (errno != 0) return std::nullopt;
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+bool writeAll(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return false;
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+/// An unlikely name that is short enough beside a name of the full length.
+std::string temporaryName() {
+    std::array<unsigned char, 8> random{};
+    if (::getrandom(random.data(), random.size(), 0) < 0) random[0] = static_cast<unsigned char>(::getpid());
+    std::string name = ".morvane-";
+    for (const unsigned char byte : random) {
+        name += "0123456789abcdef"[byte >> 4];
+        name += "0123456789abcdef"[byte & 15];
+    }
+    return name;
+}
+
+// ---- Removal
+// -------------------------------------------------------------------------------------------------------
+
+/// Opens a folder, never through a link, so that it can be listed and emptied. Folders of the same user that
+/// deny that are granted the rights first: Windows programs leave read-only folders behind.
+Descriptor openToEmpty(int parent, const std::string& name) {
+    Descriptor place(::openat(parent, name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!place.valid()) return {};
+    struct statx status {};
+    if (::statx(place.get(), "", AT_EMPTY_PATH, STATX_MODE | STATX_UID, &status) != 0) return {};
+    if ((status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
+        // Another file system is mounted here; what it holds belongs to somebody else.
+        errno = EBUSY;
+        return {};
+    }
+    if ((status.stx_mode & S_IRWXU) != S_IRWXU && status.stx_uid == ::geteuid()) {
+        // Through the open folder and not through its name, which could be a link by now.
+        ::chmod(("/proc/self/fd/" + std::to_string(place.get())).c_str(),
+                (status.stx_mode | S_IRWXU) & 07777u);
+    }
+    return Descriptor(::openat(place.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+/// One folder on the way down. The way back up is ".." with the identity checked, so that a tree of any depth
+/// takes one descriptor, and a folder that somebody moves meanwhile cannot lead the removal astray.
+struct Level {
+    std::string name;
+    dev_t device;
+    ino_t inode;
+    std::vector<std::string> left;  // names still to be removed, last first
+};
+
+bool enter(Descriptor& current, const std::string& name, std::vector<Level>& levels) {
+    Descriptor folder = openToEmpty(current.get(), name);
+    struct stat status {};
+    if (!folder.valid() || ::fstat(folder.get(), &status) != 0) return false;
+    auto names = entriesOf(folder.get());
+    if (!names) return false;
+    std::reverse(names->begin(), names->end());
+    levels.push_back({name, status.st_dev, status.st_ino, std::move(*names)});
+    current = std::move(folder);
+    return true;
+}
+
+bool leave(Descriptor& current, const std::vector<Level>& levels, int top) {
+    if (levels.empty()) {
+        current = Descriptor(::fcntl(top, F_DUPFD_CLOEXEC, 0));
+        return current.valid();
+    }
+    Descriptor above(::openat(current.get(), "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    struct stat status {};
+    if (!above.valid() || ::fstat(above.get(), &status) != 0) return false;
+    if (status.st_dev != levels.back().device || status.st_ino != levels.back().inode) {
+        errno = ESTALE;
+        return false;
+    }
+    current = std::move(above);
+    return true;
+}
+
+bool removeTree(int top, const std::string& name) {
+    Descriptor current(::fcntl(top, F_DUPFD_CLOEXEC, 0));
+    std::vector<Level> levels;
+    if (!current.valid() || !enter(current, name, levels)) return false;
+    while (!levels.empty()) {
+        if (levels.back().left.empty()) {
+            const std::string done = levels.back().name;
+            levels.pop_back();
+            if (!leave(current, levels, top)) return false;
+            if (::unlinkat(current.get(), done.c_str(), AT_REMOVEDIR) != 0 && errno != ENOENT) return false;
+            continue;
+        }
+        const std::string entry = std::move(levels.back().left.back());
+        levels.back().left.pop_back();
+        if (::unlinkat(current.get(), entry.c_str(), 0) == 0 || errno == ENOENT) continue;
+        if (errno != EISDIR) return false;
+        if (!enter(current, entry, levels)) return false;
+    }
+    return true;
+}
+
+// ---- Copying
+// -------------------------------------------------------------------------------------------------------
+
+using GoOn = std::function<bool()>;
+
+bool mayGoOn(const GoOn& goOn) {
+    if (!goOn || goOn()) return true;
+    errno = ECANCELED;
+    return false;
+}
+
+/// Moves the bytes of one stretch with the system's own copy where it can.
+bool copyStretch(int in, int out, std::int64_t from, std::int64_t to, const GoOn& goOn) {
+    bool inKernel = true;
+    std::vector<char> buffer;
+    for (std::int64_t at = from; at < to;) {
+        if (!mayGoOn(goOn)) return false;
+        const auto wanted = static_cast<std::size_t>(std::min(copyChunk, to - at));
+        if (inKernel) {
+            off64_t inAt = at, outAt = at;
+            const ssize_t count = ::copy_file_range(in, &inAt, out, &outAt, wanted, 0);
+            if (count > 0) {
+                at += count;
+                continue;
+            }
+            if (count < 0 && errno == EINTR) continue;
+            if (count < 0 && (errno == ENOSPC || errno == EDQUOT || errno == EIO || errno == EFBIG))
+                return false;
+            inKernel = false;
+        }
+        buffer.resize(std::min<std::size_t>(wanted, 1 << 20));
+        const ssize_t count = ::pread(in, buffer.data(), buffer.size(), at);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return false;
+        if (count == 0) return true;  // the file has become shorter
+        for (ssize_t done = 0; done < count;) {
+            const ssize_t written =
+                ::pwrite(out, buffer.data() + done, static_cast<std::size_t>(count - done), at + done);
+            if (written < 0 && errno == EINTR) continue;
+            if (written < 0) return false;
+            done += written;
+        }
+        at += count;
+    }
+    return true;
+}
+
+bool copyBytes(int in, int out, std::int64_t size, const GoOn& goOn) {
+    if (::ioctl(out, FICLONE, in) == 0) return true;
+    for (std::int64_t at = 0; at < size;) {
+        std::int64_t data = ::lseek(in, at, SEEK_DATA);
+        if (data < 0 && errno == ENXIO) break;  // only a hole is left
+        if (data < 0) data = at;
+        std::int64_t hole = ::lseek(in, data, SEEK_HOLE);
+        if (hole <= data) hole = size;
+        if (!copyStretch(in, out, data, std::min(hole, size), goOn)) return false;
+        at = hole;
+    }
+    return ::ftruncate(out, size) == 0;
+}
+
+bool keepModeAndTimes(int descriptor, const struct stat& status) {
+    const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
+    return ::fchmod(descriptor, status.st_mode & 07777u) == 0 && ::futimens(descriptor, times.data()) == 0;
+}
+
+bool copyFile(int from, const std::string& name, int to, const std::string& newName, const GoOn& goOn) {
+    // Without blocking, should the file have become a pipe since it was looked at.
+    const Descriptor in(::openat(from, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat status {};
+    if (!in.valid() || ::fstat(in.get(), &status) != 0) return false;
+    Descriptor out(::openat(to, newName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!out.valid()) return false;
+    if (!copyBytes(in.get(), out.get(), status.st_size, goOn)) return false;
+    if (!keepModeAndTimes(out.get(), status)) return false;
+    return ::close(out.release()) == 0;  // some file systems tell of a full disk only now
+}
+
+bool copyLink(int from, const std::string& name, int to, const std::string& newName,
+              const struct stat& status) {
+    std::vector<char> target(4096 + 1);
+    const ssize_t length = ::readlinkat(from, name.c_str(), target.data(), target.size() - 1);
+    if (length < 0) return false;
+    target[static_cast<std::size_t>(length)] = '\0';
+    if (::symlinkat(target.data(), to, newName.c_str()) != 0) return false;
+    const std::array<timespec, 2> times{status.st_atim, status.st_mtim};
+    ::utimensat(to, newName.c_str(), times.data(), AT_SYMLINK_NOFOLLOW);  // not every file system keeps them
+    return true;
+}
+
+bool copyEntry(int from, const std::string& name, int to, const std::string& newName, const GoOn& goOn);
+
+bool copyFolder(int from, const std::string& name, int to, const std::string& newName, const GoOn& goOn) {
+    constexpr int asFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    const Descriptor in(::openat(from, name.c_str(), asFolder));
+    struct stat status {};
+    if (!in.valid() || ::fstat(in.get(), &status) != 0) return false;
+    if (::mkdirat(to, newName.c_str(), 0700) != 0) return false;
+    const Descriptor out(::openat(to, newName.c_str(), asFolder));
+    if (!out.valid()) return false;
+    const auto names = entriesOf(in.get());
+    if (!names) return false;
+    for (const std::string& entry : *names) {
+        if (!copyEntry(in.get(), entry, out.get(), entry, goOn)) return false;
+    }
+    return keepModeAndTimes(out.get(), status);
+}
+
+bool copyEntry(int from, const std::string& name, int to, const std::string& newName, const GoOn& goOn) {
+    if (!mayGoOn(goOn)) return false;
+    struct stat status {};
+    if (::fstatat(from, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
+    switch (kindOfMode(status.st_mode)) {
+        case Kind::folder:
+            return copyFolder(from, name, to, newName, goOn);
+        case Kind::file:
+            return copyFile(from, name, to, newName, goOn);
+        case Kind::link:
+            return copyLink(from, name, to, newName, status);
+        default:
+            return ::mknodat(to, newName.c_str(), status.st_mode, status.st_rdev) == 0;
+    }
+}
+
+/// True when the path lies inside the folder, links resolved.
+bool liesInside(const std::string& path, const std::string& folder) {
+    const auto real = resolved(path);
+    const auto realFolder = resolved(folder);
+    return real && realFolder && real->starts_with(*realFolder + "/");
+}
+
+// ---- Moving
+// --------------------------------------------------------------------------------------------------------
+
+/// A rename that never replaces anything.
+bool renameOnly(const std::string& source, const std::string& destination) {
+    if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, destination.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno != EINVAL && errno != ENOSYS) return false;
+    // A file system without that flag.
+    if (kindOf(destination) != Kind::none) {
+        errno = EEXIST;
+        return false;
+    }
+    return ::rename(source.c_str(), destination.c_str()) == 0;
+}
+
+/// Copies under a passing name, so that the destination appears whole or not at all; the source goes last.
+Error moveBetweenFileSystems(const std::string& source, const std::string& destination) {
+    const std::string passing = join(parent(destination), temporaryName());
+    Error error = copy(source, passing);
+    if (!error) {
+        const Descriptor folder(::open(parent(destination).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        // The only copy is about to go: it has to be on the disk, and late write errors have to show.
+        if (folder.valid() && ::syncfs(folder.get()) != 0) error = lastError();
+        if (!error && !renameOnly(passing, destination)) error = lastError();
+    }
+    if (error) {
+        if (kindOf(passing) != Kind::none) static_cast<void>(remove(passing));
+        return error;
+    }
+    return remove(source);
+}
+
+Error writeInPlace(const std::string& path, std::string_view bytes) {
+    Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (!file.valid() || !writeAll(file.get(), bytes) || ::close(file.release()) != 0) return lastError();
+    return std::nullopt;
+}
+
+bool fillAndReplace(int folder, const std::string& passing, const std::string& name, std::string_view bytes) {
+    struct stat old {};
+    const bool keepsMode =
+        ::fstatat(folder, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(old.st_mode);
+    Descriptor file(
+        ::openat(folder, passing.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, keepsMode ? 0600 : 0666));
+    if (!file.valid()) return false;
+    const bool done = writeAll(file.get(), bytes) &&
+                      (!keepsMode || ::fchmod(file.get(), old.st_mode & 07777u) == 0) &&
+                      ::fsync(file.get()) == 0 && ::close(file.release()) == 0 &&
+                      ::renameat(folder, passing.c_str(), folder, name.c_str()) == 0;
+    if (!done) {
+        const int number = errno;
+        ::unlinkat(folder, passing.c_str(), 0);
+        errno = number;
+    }
+    return done;
+}
+
+Error writeAtomically(const std::string& path, std::string_view bytes) {
+    const std::string name = lastComponent(path);
+    const Descriptor folder(::open(parent(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.valid() || !fillAndReplace(folder.get(), temporaryName(), name, bytes)) return lastError();
+    ::fsync(folder.get());  // the file is in place already; a file system that cannot do this loses nothing
+    return std::nullopt;
+}
+
+bool listInto(int folder, const std::string& prefix, std::vector<std::string>& paths) {
+    const auto names = entriesOf(folder);
+    if (!names) return false;
+    for (const std::string& name : *names) {
+        paths.push_back(prefix + name);
+        const Descriptor inner(::openat(folder, name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (inner.valid()) listInto(inner.get(), paths.back() + "/", paths);
+    }
+    return true;
+}
+
+}  // namespace
+
+Kind kindOf(const std::string& path) {
+    struct stat status {};
+    if (!usable(path) || ::lstat(path.c_str(), &status) != 0) return Kind::none;
+    return kindOfMode(status.st_mode);
+}
+
+Kind kindBehind(const std::string& path) {
+    struct stat status {};
+    if (!usable(path) || ::stat(path.c_str(), &status) != 0) return Kind::none;
+    return kindOfMode(status.st_mode);
+}
+
+bool isExecutable(const std::string& path) {
+    return kindBehind(path) != Kind::folder && usable(path) && ::access(path.c_str(), X_OK) == 0;
+}
+
+bool isWritable(const std::string& path) {
+    return usable(path) && ::access(path.c_str(), W_OK) == 0;
+}
+
+Error createSymbolicLink(const std::string& path, const std::string& destination) {
+    if (!usable(path) || !usable(destination)) return lastError();
+    if (::symlink(destination.c_str(), path.c_str()) != 0) return lastError();
+    return std::nullopt;
+}
+
+Result<std::string> destinationOfLink(const std::string& path) {
+    std::string destination(256, '\0');
+    for (;;) {
+        if (!usable(path)) return lastFailure();
+        const ssize_t length = ::readlink(path.c_str(), destination.data(), destination.size());
+        if (length < 0) return lastFailure();
+        if (static_cast<std::size_t>(length) < destination.size()) {
+            destination.resize(static_cast<std::size_t>(length));
+            return destination;
+        }
+        destination.resize(destination.size() * 2);
+    }
+}
+
+Error createFolder(const std::string& path, bool withParents) {
+    if (!usable(path)) return lastError();
+    if (::mkdir(path.c_str(), 0777) == 0) return std::nullopt;
+    if (!withParents) return lastError();
+    if (errno == EEXIST) {
+        if (kindBehind(path) == Kind::folder) return std::nullopt;
+        return describe(EEXIST);
+    }
+    const std::string above = parent(path);
+    if (errno != ENOENT || above.empty() || above == path) return lastError();
+    if (Error error = createFolder(above, true)) return error;
+    if (::mkdir(path.c_str(), 0777) == 0) return std::nullopt;
+    const int number = errno;
+    if (number == EEXIST && kindBehind(path) == Kind::folder)
+        return std::nullopt;  // somebody else was faster
+    return describe(number);
+}
+
+Error move(const std::string& source, const std::string& destination) {
+    if (!usable(source) || !usable(destination)) return lastError();
+    const std::string from(withoutFinalSlashes(source));
+    const std::string to(withoutFinalSlashes(destination));
+    if (renameOnly(from, to)) return std::nullopt;
+    if (errno != EXDEV) return lastError();
+    if (kindOf(to) != Kind::none) return describe(EEXIST);
+    return moveBetweenFileSystems(from, to);
+}
+
+Error copy(const std::string& source, const std::string& destination, const std::function<bool()>& goOn) {
+    if (!usable(source) || !usable(destination)) return lastError();
+    const std::string from(withoutFinalSlashes(source));
+    const std::string to(withoutFinalSlashes(destination));
+    // A folder copied into itself would never end.
+    if (kindOf(from) == Kind::folder && liesInside(to, from)) return describe(EINVAL);
+    if (!copyEntry(AT_FDCWD, from, AT_FDCWD, to, goOn)) return lastError();
+    return std::nullopt;
+}
+
+Error remove(const std::string& path) {
+    if (!usable(path)) return lastError();
+    const std::string name = lastComponent(path);
+    if (name.empty() || name == "." || name == "..") return describe(EBUSY);
+    const std::string above = parent(path);
+    const Descriptor folder(::open(above.empty() ? "." : above.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!folder.valid()) return lastError();
+    if (::unlinkat(folder.get(), name.c_str(), 0) == 0) return std::nullopt;
+    if (errno != EISDIR) return lastError();
+    if (!removeTree(folder.get(), name)) return lastError();
+    return std::nullopt;
+}
+
+Result<std::vector<std::string>> list(const std::string& folder) {
+    if (!usable(folder)) return lastFailure();
+    const Descriptor open(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!open.valid()) return lastFailure();
+    auto names = entriesOf(open.get());
+    if (!names) return lastFailure();
+    return std::move(*names);
+}
+
+Result<std::vector<std::string>> listBelow(const std::string& folder) {
+    if (!usable(folder)) return lastFailure();
+    const Descriptor open(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    std::vector<std::string> paths;
+    if (!open.valid() || !listInto(open.get(), "", paths)) return lastFailure();
+    return paths;
+}
+
+std::optional<std::uint64_t> size(const std::string& path) {
+    struct stat status {};
+    if (!usable(path) || ::lstat(path.c_str(), &status) != 0) return std::nullopt;
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+std::optional<std::uint64_t> freeSpace(const std::string& path) {
+    struct statvfs status {};
+    if (!usable(path) || ::statvfs(path.c_str(), &status) != 0) return std::nullopt;
+    return static_cast<std::uint64_t>(status.f_bavail) * status.f_frsize;
+}
+
+Error setPermissions(const std::string& path, unsigned mode) {
+    if (!usable(path) || ::chmod(path.c_str(), mode & 07777u) != 0) return lastError();
+    return std::nullopt;
+}
+
+Result<std::string> read(const std::string& path) {
+    if (!usable(path)) return lastFailure();
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat status {};
+    if (!file.valid() || ::fstat(file.get(), &status) != 0) return lastFailure();
+    std::string bytes;
+    std::size_t filled = 0;
+    // One byte more than the size, so that the end is seen without growing; /proc's files have the size 0.
+    bytes.resize(static_cast<std::size_t>(std::max<off_t>(status.st_size, 0)) + 1);
+    for (;;) {
+        const ssize_t count = ::read(file.get(), bytes.data() + filled, bytes.size() - filled);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return lastFailure();
+        if (count == 0) break;
+        filled += static_cast<std::size_t>(count);
+        if (filled == bytes.size()) bytes.resize(bytes.size() * 2 + 4096);
+    }
+    bytes.resize(filled);
+    return bytes;
+}
+
+Error write(const std::string& path, std::string_view bytes, Atomically atomically) {
+    if (!usable(path)) return lastError();
+    return atomically == Atomically::yes ? writeAtomically(path, bytes) : writeInPlace(path, bytes);
+}
+
+std::optional<std::string> resolved(const std::string& path) {
+    if (!usable(path) || !path.starts_with('/')) return std::nullopt;
+    std::deque<std::string> left;
+    const auto putInFront = [&left](std::string_view text) {
+        std::vector<std::string> parts;
+        while (!text.empty()) {
+            const std::size_t end = std::min(text.find('/'), text.size());
+            if (end > 0 && text.substr(0, end) != ".") parts.emplace_back(text.substr(0, end));
+            text.remove_prefix(std::min(end + 1, text.size()));
+        }
+        left.insert(left.begin(), parts.begin(), parts.end());
+    };
+    putInFront(path);
+    std::string real;  // without a final "/"; "" is the root
+    constexpr int mostLinks = 40;
+    for (int links = 0; !left.empty();) {
+        const std::string part = std::move(left.front());
+        left.pop_front();
+        if (part == "..") {
+            real.resize(real.empty() ? 0 : real.rfind('/'));
+            continue;
+        }
+        const std::string next = real + "/" + part;
+        struct stat status {};
+        if (::lstat(next.c_str(), &status) != 0 && errno != ENOENT && errno != ENOTDIR) return std::nullopt;
+        if (!S_ISLNK(status.st_mode)) {
+            real = next;
+            continue;
+        }
+        const auto destination = destinationOfLink(next);
+        if (failureOf(destination) != nullptr || ++links > mostLinks) return std::nullopt;
+        const auto& text = std::get<std::string>(destination);
+        if (text.starts_with('/')) real.clear();
+        putInFront(text);
+    }
+    return real.empty() ? "/" : real;
+}
+
+Result<std::string> createTemporaryFolder(const std::string& parentFolder, const std::string& prefix) {
+    std::string path = join(parentFolder, prefix + "XXXXXX");
+    if (!usable(path) || ::mkdtemp(path.data()) == nullptr) return lastFailure();
+    return path;
+}
+
+std::optional<Lock> Lock::tryLock(const std::string& path) {
+    if (!usable(path)) return std::nullopt;
+    Descriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!file.valid() || ::flock(file.get(), LOCK_EX | LOCK_NB) != 0) return std::nullopt;
+    return Lock(file.release());
+}
+
+Lock::Lock(Lock&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+
+Lock& Lock::operator=(Lock&& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+}
+
+Lock::~Lock() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+std::string lastComponent(std::string_view path) {
+    path = withoutFinalSlashes(path);
+    if (path == "/") return {};
+    return std::string(path.substr(path.rfind('/') + 1));
+}
+
+std::string parent(std::string_view path) {
+    path = withoutFinalSlashes(path);
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string_view::npos) return {};
+    return std::string(slash == 0 ? path.substr(0, 1) : withoutFinalSlashes(path.substr(0, slash)));
+}
+
+std::string extension(std::string_view path) {
+    const std::string name = lastComponent(path);
+    const std::size_t dot = name.rfind('.');
+    if (dot == std::string::npos || dot == 0) return {};
+    return name.substr(dot + 1);
+}
+
+std::string withoutExtension(std::string_view path) {
+    path = withoutFinalSlashes(path);
+    const std::string suffix = extension(path);
+    if (suffix.empty()) return std::string(path);
+    return std::string(path.substr(0, path.size() - suffix.size() - 1));
+}
+
+std::string join(std::string_view folder, std::string_view name) {
+    while (name.starts_with('/')) name.remove_prefix(1);
+    if (folder.empty()) return std::string(name);
+    std::string path(withoutFinalSlashes(folder));
+    if (name.empty()) return path;
+    if (path.back() != '/') path += '/';
+    path += name;
+    return path;
+}
+
+}  // namespace morvane::files

@@ -1,0 +1,376 @@
+#include "platform/http.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cctype>
+#include <cstdlib>
+#include <thread>
+#include <utility>
+
+#include "platform/annotations.h"
+#include "platform/cancellation.h"
+#include "platform/main_queue.h"
+
+namespace morvane {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* protocols = "http,https,ftp";
+constexpr long mostRedirections = 10;
+/// So much may wait for the main thread before a transfer pauses.
+constexpr std::size_t mostInFlight = 8 << 20;
+
+struct Wording {
+    CURLcode code;
+    const char* text;
+};
+/// They stand before a full stop of the caller's.
+constexpr std::array wordings{
+    Wording{CURLE_URL_MALFORMAT, "The address is not valid"},
+    Wording{CURLE_UNSUPPORTED_PROTOCOL, "Addresses of this kind are not supported"},
+    Wording{CURLE_COULDNT_RESOLVE_HOST, "The server's name could not be found"},
+    Wording{CURLE_COULDNT_RESOLVE_PROXY, "The proxy's name could not be found"},
+    Wording{CURLE_COULDNT_CONNECT, "The server could not be reached"},
+    Wording{CURLE_OPERATION_TIMEDOUT, "The server did not answer in time"},
+    Wording{CURLE_GOT_NOTHING, "The server closed the connection without an answer"},
+    Wording{CURLE_PARTIAL_FILE, "The connection was lost"},
+    Wording{CURLE_RECV_ERROR, "The connection was lost"},
+    Wording{CURLE_SEND_ERROR, "The connection was lost"},
+    Wording{CURLE_TOO_MANY_REDIRECTS, "The server redirects without end"},
+    Wording{CURLE_REMOTE_FILE_NOT_FOUND, "The file is not on the server"},
+    Wording{CURLE_REMOTE_ACCESS_DENIED, "The server denies access to the file"},
+    Wording{CURLE_SSL_CONNECT_ERROR, "No secure connection to the server could be made"},
+    Wording{CURLE_PEER_FAILED_VERIFICATION, "The server's identity could not be verified"},
+};
+
+std::string describe(CURLcode code) {
+    const auto* found = std::find_if(wordings.begin(), wordings.end(),
+                                     [&](const Wording& wording) { return wording.code == code; });
+    return found != wordings.end() ? found->text : curl_easy_strerror(code);
+}
+
+/// What a connection hands on, on the thread that runs it.
+struct Events {
+    std::function<void(std::optional<std::uint64_t> announcedLength)> response;
+    std::function<void(std::string_view bytes)> data;
+};
+
+/// One request, run by `run` on one thread and stopped by `stop` from any.
+class Connection {
+  public:
+    explicit Connection(HttpRequest request) : request_(std::move(request)) {}
+    ~Connection() {
+        curl_easy_cleanup(easy_);
+        curl_multi_cleanup(multi_);
+        curl_slist_free_all(headers_);
+    }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    /// Whether a body that ends before the announced length counts as an end like any other: a receiver that
+    /// is told the length judges by itself.
+    enum class ShortBody { isError, isEnd };
+
+    /// The description of the error; empty after success, and after `stop`.
+    std::string run(Events events, ShortBody shortBody) {
+        events_ = std::move(events);
+        if (!parseUrl(request_.url)) return describe(CURLE_URL_MALFORMAT);
+        if (!prepare()) return describe(CURLE_OUT_OF_MEMORY);
+        curl_multi_add_handle(multi_, easy_);
+        CURLcode code = follow();
+        if (code == CURLE_PARTIAL_FILE && shortBody == ShortBody::isEnd) code = CURLE_OK;
+        curl_multi_remove_handle(multi_, easy_);
+        if (stopped_) return {};
+        if (code == CURLE_OK) announce();
+        return code == CURLE_OK ? std::string() : describe(code);
+    }
+
+    void stop() {
+        stopped_ = true;
+        curl_multi_wakeup(multi_);
+    }
+    [[nodiscard]] bool stopped() const { return stopped_; }
+
+    [[nodiscard]] int status() const {
+        long status = 0;
+        curl_easy_getinfo(easy_, CURLINFO_RESPONSE_CODE, &status);
+        return static_cast<int>(status);
+    }
+
+  private:
+    bool prepare() {
+        if (easy_ == nullptr || multi_ == nullptr) return false;
+        set(CURLOPT_URL, request_.url.c_str());
+        set(CURLOPT_PROTOCOLS_STR, protocols);
+        set(CURLOPT_REDIR_PROTOCOLS_STR, protocols);
+        set(CURLOPT_FOLLOWLOCATION, 1L);
+        set(CURLOPT_MAXREDIRS, mostRedirections);
+        set(CURLOPT_USERAGENT, "Morvane");
+        set(CURLOPT_BUFFERSIZE, 256L << 10);
+        set(CURLOPT_NOSIGNAL, 1L);
+        // Stopping never waits for a name server.
+        set(CURLOPT_QUICK_EXIT, 1L);
+        set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+        set(CURLOPT_NOPROXY, hostsWithoutProxy().c_str());
+        if (request_.body) {
+            set(CURLOPT_POST, 1L);
+            set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body->size()));
+            set(CURLOPT_POSTFIELDS, request_.body->data());
+            addHeader("Expect:");  // no question first: servers that ignore it cost a second
+        }
+        for (const std::string& header : request_.headers) addHeader(header);
+        set(CURLOPT_HTTPHEADER, headers_);
+        set(CURLOPT_HEADERFUNCTION, &Connection::onHeader);
+        set(CURLOPT_HEADERDATA, this);
+        set(CURLOPT_WRITEFUNCTION, &Connection::onData);
+        set(CURLOPT_WRITEDATA, this);
+        set(CURLOPT_NOPROGRESS, 0L);
+        set(CURLOPT_XFERINFOFUNCTION, &Connection::onProgress);
+        set(CURLOPT_XFERINFODATA, this);
+        return true;
+    }
+
+    template <class T>
+    void set(CURLoption option, T value) {
+        curl_easy_setopt(easy_, option, value);
+    }
+
+    void addHeader(const std::string& header) { headers_ = curl_slist_append(headers_, header.c_str()); }
+
+    /// This machine's own servers are never asked for through a proxy.
+    static std::string hostsWithoutProxy() {
+        std::string hosts = "localhost,127.0.0.1,::1";
+        for (const char* name : {"no_proxy", "NO_PROXY"}) {
+            if (const char* value = std::getenv(name)) return hosts + "," + value;
+        }
+        return hosts;
+    }
+
+    CURLcode follow() {
+        lastSign_ = Clock::now();
+        for (int running = 1; running != 0;) {
+            if (curl_multi_perform(multi_, &running) != CURLM_OK) return CURLE_RECV_ERROR;
+            if (stopped_) return CURLE_ABORTED_BY_CALLBACK;
+            if (headEnded_) announce();
+            if (running == 0) break;
+            const auto left =
+                std::chrono::ceil<std::chrono::milliseconds>(lastSign_ + request_.idleTimeout - Clock::now());
+            if (left.count() <= 0) return CURLE_OPERATION_TIMEDOUT;
+            constexpr std::int64_t longest = 60'000;
+            curl_multi_poll(multi_, nullptr, 0,
+                            static_cast<int>(std::min<std::int64_t>(left.count(), longest)), nullptr);
+            if (stopped_) return CURLE_ABORTED_BY_CALLBACK;
+        }
+        int left = 0;
+        while (const CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+            if (message->msg == CURLMSG_DONE) return message->data.result;
+        }
+        return CURLE_RECV_ERROR;
+    }
+
+    void announce() {
+        if (std::exchange(announced_, true)) return;
+        curl_off_t length = -1;
+        curl_easy_getinfo(easy_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+        if (!events_.response) return;
+        events_.response(length < 0 ? std::nullopt : std::optional(static_cast<std::uint64_t>(length)));
+    }
+
+    static std::size_t onHeader(char* bytes, std::size_t, std::size_t count, void* self) {
+        auto& connection = *static_cast<Connection*>(self);
+        connection.lastSign_ = Clock::now();
+        std::string line(bytes, count);
+        for (char& c : line) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        if (line.starts_with("http/")) connection.redirects_ = false;
+        if (line.starts_with("location:")) connection.redirects_ = true;
+        if (line == "\r\n" || line == "\n") {
+            const int status = connection.status();
+            const bool passing = status < 200 || (status < 400 && status >= 300 && connection.redirects_);
+            connection.headEnded_ = !passing;
+        }
+        return count;
+    }
+
+    static std::size_t onData(char* bytes, std::size_t, std::size_t count, void* self) {
+        auto& connection = *static_cast<Connection*>(self);
+        connection.announce();
+        if (connection.events_.data) connection.events_.data({bytes, count});
+        // Afterwards: while the receiver held this thread up, the server was not silent.
+        connection.lastSign_ = Clock::now();
+        return connection.stopped_ ? 0 : count;
+    }
+
+    static int onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t uploaded) {
+        auto& connection = *static_cast<Connection*>(self);
+        if (uploaded != connection.uploaded_) connection.lastSign_ = Clock::now();
+        connection.uploaded_ = uploaded;
+        return connection.stopped_ ? 1 : 0;
+    }
+
+    const HttpRequest request_;
+    Events events_;
+    CURL* const easy_ = curl_easy_init();
+    CURLM* const multi_ = curl_multi_init();
+    curl_slist* headers_ = nullptr;
+    std::atomic<bool> stopped_ = false;
+    Clock::time_point lastSign_;  // when anything last moved
+    curl_off_t uploaded_ = 0;
+    bool redirects_ = false, headEnded_ = false, announced_ = false;
+};
+
+bool isSchemeCharacter(unsigned char c) {
+    return std::isalnum(c) != 0 || c == '+' || c == '-' || c == '.';
+}
+
+/// The host of "user:password@host:port"; nothing when that is malformed.
+std::optional<std::string> hostOf(std::string_view authority) {
+    if (const std::size_t at = authority.rfind('@'); at != std::string_view::npos)
+        authority.remove_prefix(at + 1);
+    std::string_view host, port;
+    if (authority.starts_with('[')) {
+        const std::size_t end = authority.find(']');
+        if (end == std::string_view::npos) return std::nullopt;
+        host = authority.substr(1, end - 1);
+        port = authority.substr(end + 1);
+    } else {
+        host = authority.substr(0, authority.find(':'));
+        port = authority.substr(host.size());
+        if (host.find_first_of("[]<>\"\\^`{|}") != std::string_view::npos) return std::nullopt;
+    }
+    if (port.starts_with(':')) {
+        port.remove_prefix(1);
+    } else if (!port.empty()) {
+        return std::nullopt;
+    }
+    const bool digits =
+        std::all_of(port.begin(), port.end(), [](unsigned char c) { return std::isdigit(c) != 0; });
+    if (host.empty() || !digits || port.size() > 5) return std::nullopt;
+    return std::string(host);
+}
+
+}  // namespace
+
+std::optional<UrlParts> parseUrl(std::string_view url) {
+    const auto refused = [](unsigned char c) { return c <= ' ' || c == 0x7f; };
+    if (std::any_of(url.begin(), url.end(), refused)) return std::nullopt;
+    const std::size_t colon = url.find("://");
+    if (colon == std::string_view::npos || colon == 0) return std::nullopt;
+    const std::string_view scheme = url.substr(0, colon);
+    if (std::isalpha(static_cast<unsigned char>(scheme.front())) == 0 ||
+        !std::all_of(scheme.begin(), scheme.end(), isSchemeCharacter)) {
+        return std::nullopt;
+    }
+    std::string_view rest = url.substr(colon + 3);
+    rest = rest.substr(0, rest.find_first_of("?#"));
+    const std::size_t slash = std::min(rest.find('/'), rest.size());
+    const auto host = hostOf(rest.substr(0, slash));
+    if (!host) return std::nullopt;
+    return UrlParts{std::string(scheme), *host, std::string(rest.substr(slash))};
+}
+
+namespace http {
+
+HttpResponse fetch(const HttpRequest& request, Cancellation* cancellation) {
+    Connection connection(request);
+    HttpResponse response;
+    std::optional<Cancellation::Interrupter> interrupter;
+    if (cancellation != nullptr) interrupter.emplace(*cancellation, [&connection] { connection.stop(); });
+    response.error = connection.run(
+        {.response = {}, .data = [&response](std::string_view bytes) { response.body += bytes; }},
+        Connection::ShortBody::isError);
+    if (connection.stopped()) throw Cancelled();
+    response.status = connection.status();
+    return response;
+}
+
+struct Transfer::State {
+    State(MainQueue& mainQueue, const HttpRequest& request, TransferHandlers transferHandlers)
+        : queue(mainQueue), handlers(std::move(transferHandlers)), connection(request) {}
+
+    MainQueue& queue;
+    const TransferHandlers handlers;
+    Connection connection;
+    bool over = false;  // main thread only
+    std::thread thread;
+
+    Mutex mutex;
+    Condition changed;
+    std::size_t inFlight MV_GUARDED_BY(mutex) = 0;
+
+    void add(std::size_t bytes) {
+        MutexLock lock(mutex);
+        while (inFlight > mostInFlight && !connection.stopped()) changed.wait(mutex);
+        inFlight += bytes;
+    }
+    void release(std::size_t bytes) {
+        MutexLock lock(mutex);
+        inFlight -= bytes;
+        changed.notify_all();
+    }
+    void stop() {
+        MutexLock lock(mutex);
+        connection.stop();
+        changed.notify_all();
+    }
+
+    /// On its way to the main thread. Handed over or dropped there, it makes room for the next.
+    struct Chunk {
+        Chunk(std::shared_ptr<State> owner, std::string_view text) : state(std::move(owner)), bytes(text) {
+            state->add(bytes.size());
+        }
+        ~Chunk() { state->release(bytes.size()); }
+        Chunk(const Chunk&) = delete;
+        Chunk& operator=(const Chunk&) = delete;
+        const std::shared_ptr<State> state;
+        const std::string bytes;
+    };
+
+    /// `self` keeps the handlers alive while one of them destroys the transfer.
+    static void follow(const std::shared_ptr<State>& self) {
+        Events events;
+        events.response = [&self](std::optional<std::uint64_t> length) {
+            self->queue.post([self, length] {
+                if (!self->over && self->handlers.response) self->handlers.response(length);
+            });
+        };
+        events.data = [&self](std::string_view bytes) {
+            auto chunk = std::make_shared<const Chunk>(self, bytes);
+            self->queue.post([chunk = std::move(chunk)] {
+                State& state = *chunk->state;
+                if (!state.over && state.handlers.data) state.handlers.data(chunk->bytes);
+            });
+        };
+        const std::string error = self->connection.run(std::move(events), Connection::ShortBody::isEnd);
+        self->queue.post([self, error] {
+            if (std::exchange(self->over, true)) return;
+            if (error.empty()) {
+                if (self->handlers.ended) self->handlers.ended();
+            } else if (self->handlers.failed) {
+                self->handlers.failed(error);
+            }
+        });
+    }
+};
+
+Transfer::Transfer(MainQueue& queue, const HttpRequest& request, TransferHandlers handlers)
+    : state_(std::make_shared<State>(queue, request, std::move(handlers))) {
+    // The thread does not own the state: it must not be the one that ends it.
+    state_->thread = std::thread([this] { State::follow(state_); });
+}
+
+Transfer::~Transfer() {
+    cancel();
+    state_->thread.join();
+}
+
+void Transfer::cancel() {
+    state_->over = true;
+    state_->stop();
+}
+
+}  // namespace http
+}  // namespace morvane

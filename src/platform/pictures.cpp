@@ -1,0 +1,457 @@
+#include "platform/pictures.h"
+
+#include <QtCore/QBuffer>
+#include <QtCore/QByteArray>
+#include <QtGui/QImage>
+#include <QtGui/QImageReader>
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <numbers>
+#include <span>
+
+namespace morvane::pictures {
+
+namespace {
+
+// --- Containers of several pictures
+// ----------------------------------------------------------------------------------
+
+/// One picture inside an ICO or ICNS file; `file` is a whole file of its own that holds nothing else.
+struct Member {
+    Size size;
+    int depth = 0;
+    std::string file;
+};
+
+std::uint32_t bigEndian32(std::string_view bytes, std::size_t position) {
+    std::uint32_t number = 0;
+    for (std::size_t i = 0; i < 4; ++i) {
+        number = (number << 8U) | static_cast<unsigned char>(bytes[position + i]);
+    }
+    return number;
+}
+
+void appendBigEndian32(std::string& bytes, std::uint32_t number) {
+    for (const unsigned shift : {24U, 16U, 8U, 0U}) bytes += static_cast<char>((number >> shift) & 0xFFU);
+}
+
+std::uint32_t littleEndian(std::string_view bytes, std::size_t position, std::size_t size) {
+    std::uint32_t number = 0;
+    for (std::size_t i = size; i > 0; --i) {
+        number = (number << 8U) | static_cast<unsigned char>(bytes[position + i - 1]);
+    }
+    return number;
+}
+
+struct IcnsType {
+    std::string_view type;
+    int edge;
+    int depth;
+    std::string_view mask;  ///< the type of the entry that holds its transparency
+};
+
+constexpr std::array icnsTypes = {
+    IcnsType{"ic10", 1024, 32, {}},    IcnsType{"ic14", 512, 32, {}},    IcnsType{"ic09", 512, 32, {}},
+    IcnsType{"ic13", 256, 32, {}},     IcnsType{"ic08", 256, 32, {}},    IcnsType{"ic07", 128, 32, {}},
+    IcnsType{"it32", 128, 24, "t8mk"}, IcnsType{"icp6", 64, 32, {}},     IcnsType{"ic12", 64, 32, {}},
+    IcnsType{"ih32", 48, 24, "h8mk"},  IcnsType{"ich8", 48, 8, "h8mk"},  IcnsType{"icp5", 32, 32, {}},
+    IcnsType{"ic11", 32, 32, {}},      IcnsType{"il32", 32, 24, "l8mk"}, IcnsType{"icl8", 32, 8, "l8mk"},
+    IcnsType{"icp4", 16, 32, {}},      IcnsType{"is32", 16, 24, "s8mk"}, IcnsType{"ics8", 16, 8, "s8mk"},
+};
+
+/// The members of an ICNS file, each with its mask. Their sizes follow from their types.
+std::vector<Member> icnsMembers(std::string_view bytes) {
+    struct Entry {
+        std::string_view type, whole;
+    };
+    constexpr std::size_t header = 8;
+    constexpr std::string_view jpeg2000("\0\0\0\x0CjP", 6);
+    std::vector<Entry> entries;
+    for (std::size_t position = header; position + header <= bytes.size();) {
+        const std::size_t length = bigEndian32(bytes, position + 4);
+        if (length < header || length > bytes.size() - position) break;
+        entries.push_back({bytes.substr(position, 4), bytes.substr(position, length)});
+        position += length;
+    }
+    const auto find = [&](std::string_view type) {
+        return std::find_if(entries.begin(), entries.end(), [&](const Entry& e) { return e.type == type; });
+    };
+    std::vector<Member> members;
+    for (const IcnsType& type : icnsTypes) {
+        const auto entry = find(type.type);
+        if (entry == entries.end() || entry->whole.substr(header).starts_with(jpeg2000)) continue;
+        std::string body(entry->whole);
+        if (const auto mask = find(type.mask); mask != entries.end()) body += mask->whole;
+        std::string file = "icns";
+        appendBigEndian32(file, static_cast<std::uint32_t>(header + body.size()));
+        members.push_back({{type.edge, type.edge}, type.depth, file + body});
+    }
+    return members;
+}
+
+std::vector<Member> icoMembers(std::string_view bytes) {
+    constexpr std::size_t header = 6;
+    constexpr std::size_t entrySize = 16;
+    std::vector<Member> members;
+    const std::size_t count = bytes.size() < header ? 0 : littleEndian(bytes, 4, 2);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t entry = header + i * entrySize;
+        if (entry + entrySize > bytes.size()) break;
+        const std::size_t length = littleEndian(bytes, entry + 8, 4);
+        const std::size_t offset = littleEndian(bytes, entry + 12, 4);
+        if (offset > bytes.size() || length > bytes.size() - offset) continue;
+        const auto edge = [&](std::size_t position) {
+            const auto value = static_cast<int>(littleEndian(bytes, position, 1));
+            return value == 0 ? 256 : value;
+        };
+        std::string file("\0\0\1\0\1\0", header);
+        file += bytes.substr(entry, 12);
+        file += std::string("\x16\0\0\0", 4);  // behind the header and this one entry
+        file += bytes.substr(offset, length);
+        members.push_back({{edge(entry), edge(entry + 1)},
+                           static_cast<int>(littleEndian(bytes, entry + 6, 2)),
+                           std::move(file)});
+    }
+    return members;
+}
+
+/// Best first: by size, then by depth.
+std::vector<Member> membersOf(std::string_view kind, std::string_view bytes) {
+    std::vector<Member> members = kind == "ICNS" ? icnsMembers(bytes) : icoMembers(bytes);
+    std::stable_sort(members.begin(), members.end(), [](const Member& a, const Member& b) {
+        const int areaOfA = a.size.width * a.size.height;
+        const int areaOfB = b.size.width * b.size.height;
+        return areaOfA != areaOfB ? areaOfA > areaOfB : a.depth > b.depth;
+    });
+    return members;
+}
+
+bool hasMembers(std::string_view kind) {
+    return kind == "ICNS" || kind == "ICO";
+}
+
+// --- Decoding
+// --------------------------------------------------------------------------------------------------------
+
+bool isAcceptable(QSize size) {
+    return size.width() > 0 && size.height() > 0 && size.width() <= longestEdge &&
+           size.height() <= longestEdge && std::int64_t{size.width()} * size.height() <= mostPixels;
+}
+
+/// A reader over bytes in memory, held to the format that they begin with.
+class Reader {
+  public:
+    Reader(std::string_view kind, std::string_view bytes)
+        : bytes_(QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size()))),
+          buffer_(&bytes_) {
+        buffer_.open(QIODevice::ReadOnly);
+        reader_.setDevice(&buffer_);
+        reader_.setFormat(QByteArray(kind.data(), static_cast<qsizetype>(kind.size())).toLower());
+        reader_.setAutoDetectImageFormat(false);
+        reader_.setAutoTransform(true);
+    }
+
+    [[nodiscard]] QSize size() const {
+        const QSize size = reader_.size();
+        const bool turned = reader_.transformation().testFlag(QImageIOHandler::TransformationRotate90);
+        return turned ? size.transposed() : size;
+    }
+
+    /// Null when it can't be read. Some formats tell their size only by being decoded.
+    QImage image() {
+        const QSize declared = reader_.size();
+        if (declared.isValid() && !isAcceptable(declared)) return {};
+        QImage image = reader_.read();
+        return isAcceptable(image.size()) ? image : QImage();
+    }
+
+  private:
+    QByteArray bytes_;
+    QBuffer buffer_;
+    QImageReader reader_;
+};
+
+QImage imageFrom(std::string_view kind, std::string_view bytes) {
+    if (!hasMembers(kind)) return Reader(kind, bytes).image();
+    for (const Member& member : membersOf(kind, bytes)) {
+        QImage image = Reader(kind, member.file).image();
+        if (!image.isNull()) return image;
+    }
+    return {};
+}
+
+QImage imageOf(const Picture& picture) {
+    return {picture.rgba.data(), picture.width, picture.height, qsizetype{4} * picture.width,
+            QImage::Format_RGBA8888};
+}
+
+bool isWhole(const Picture& picture) {
+    return picture.width > 0 && picture.height > 0 &&
+           picture.rgba.size() ==
+               static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height) * 4;
+}
+
+std::string encoded(const QImage& image, const char* format, int quality) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    if (!image.save(&buffer, format, quality)) return {};
+    return bytes.toStdString();
+}
+
+// --- Scaling
+// ---------------------------------------------------------------------------------------------------------
+
+constexpr double lobes = 3;
+
+double lanczos(double x) {
+    x = std::abs(x);
+    if (x < 1e-9) return 1;
+    if (x >= lobes) return 0;
+    const double angle = std::numbers::pi * x;
+    return lobes * std::sin(angle) * std::sin(angle / lobes) / (angle * angle);
+}
+
+/// The pixels of a source line that make up each pixel of the result, with their weights, which sum to one.
+struct Taps {
+    struct Window {
+        int first = 0;
+        std::vector<float> weights;
+    };
+    std::vector<Window> windows;
+    int longest = 0;
+
+    Taps(int source, int target) {
+        const double ratio = static_cast<double>(source) / target;
+        const double widening = std::max(1.0, ratio);  // shrinking: the filter covers all that falls together
+        const double reach = lobes * widening;
+        windows.reserve(static_cast<std::size_t>(target));
+        for (int i = 0; i < target; ++i) {
+            const double centre = (i + 0.5) * ratio;
+            const int first = std::max(0, static_cast<int>(std::floor(centre - reach)));
+            const int last = std::min(source - 1, static_cast<int>(std::ceil(centre + reach)));
+            Window window{first, {}};
+            double sum = 0;
+            for (int j = first; j <= last; ++j) {
+                const double weight = lanczos((j + 0.5 - centre) / widening);
+                window.weights.push_back(static_cast<float>(weight));
+                sum += weight;
+            }
+            for (float& weight : window.weights) weight = static_cast<float>(weight / sum);
+            longest = std::max(longest, static_cast<int>(window.weights.size()));
+            windows.push_back(std::move(window));
+        }
+    }
+};
+
+using Line = std::vector<std::array<float, 4>>;  // premultiplied; alpha and colours from 0 to 255
+
+Line premultipliedLine(const Picture& picture, int y) {
+    const auto width = static_cast<std::size_t>(picture.width);
+    const std::uint8_t* pixel = picture.rgba.data() + static_cast<std::size_t>(y) * width * 4;
+    Line line(width);
+    for (auto& target : line) {
+        const float alpha = pixel[3];
+        for (std::size_t c = 0; c < 3; ++c) target[c] = static_cast<float>(pixel[c]) * (alpha / 255.0F);
+        target[3] = alpha;
+        pixel += 4;
+    }
+    return line;
+}
+
+Line narrowed(const Line& source, const Taps& taps) {
+    Line result;
+    result.reserve(taps.windows.size());
+    for (const Taps::Window& window : taps.windows) {
+        std::array<float, 4> sum{};
+        const auto* pixel = source.data() + window.first;
+        for (const float weight : window.weights) {
+            for (std::size_t c = 0; c < 4; ++c) sum[c] += weight * (*pixel)[c];
+            ++pixel;
+        }
+        result.push_back(sum);
+    }
+    return result;
+}
+
+/// The filter overshoots beside edges: alpha stays a byte, and no colour rises above its alpha.
+void storeLine(const Line& line, std::uint8_t* target) {
+    for (const auto& pixel : line) {
+        const float alpha = std::round(std::clamp(pixel[3], 0.0F, 255.0F));
+        for (std::size_t c = 0; c < 3; ++c) {
+            const float colour = alpha > 0 ? pixel[c] * 255.0F / pixel[3] : 0.0F;
+            target[c] = static_cast<std::uint8_t>(std::lround(std::clamp(colour, 0.0F, 255.0F)));
+        }
+        target[3] = static_cast<std::uint8_t>(alpha);
+        target += 4;
+    }
+}
+
+}  // namespace
+
+std::string_view kindOf(std::string_view bytes) {
+    using namespace std::string_view_literals;
+    struct Signature {
+        std::string_view start, kind;
+    };
+    static constexpr std::array signatures = {
+        Signature{"\x89PNG\r\n\x1A\n"sv, "PNG"},
+        Signature{"\xFF\xD8\xFF"sv, "JPEG"},
+        Signature{"II*\0"sv, "TIFF"},
+        Signature{"MM\0*"sv, "TIFF"},
+        Signature{"GIF87a"sv, "GIF"},
+        Signature{"GIF89a"sv, "GIF"},
+        Signature{"icns"sv, "ICNS"},
+        Signature{"\0\0\1\0"sv, "ICO"},
+    };
+    for (const auto& [start, kind] : signatures) {
+        if (bytes.starts_with(start)) return kind;
+    }
+    if (bytes.starts_with("RIFF") && bytes.size() >= 12 && bytes.substr(8, 4) == "WEBP") return "WebP";
+    // Two letters alone would take in texts: the size of the second header is one of a few small numbers.
+    if (bytes.starts_with("BM") && bytes.size() >= 18 && littleEndian(bytes, 14, 4) <= 124) return "BMP";
+    return {};
+}
+
+std::optional<Size> sizeOf(std::string_view bytes) {
+    const std::string_view kind = kindOf(bytes);
+    if (kind.empty()) return std::nullopt;
+    if (hasMembers(kind)) {
+        const std::vector<Member> members = membersOf(kind, bytes);
+        return members.empty() ? std::nullopt : std::optional(members.front().size);
+    }
+    const QSize size = Reader(kind, bytes).size();
+    if (!isAcceptable(size)) return std::nullopt;
+    return Size{size.width(), size.height()};
+}
+
+std::optional<Picture> decode(std::string_view bytes) {
+    const std::string_view kind = kindOf(bytes);
+    if (kind.empty()) return std::nullopt;
+    QImage image = imageFrom(kind, bytes);
+    if (image.isNull()) return std::nullopt;
+    image.convertTo(QImage::Format_RGBA8888);
+    if (image.isNull()) return std::nullopt;
+    Picture picture{image.width(), image.height(), {}};
+    const std::size_t lineSize = static_cast<std::size_t>(picture.width) * 4;
+    picture.rgba.resize(lineSize * static_cast<std::size_t>(picture.height));
+    for (int y = 0; y < picture.height; ++y) {
+        std::memcpy(picture.rgba.data() + lineSize * static_cast<std::size_t>(y), image.constScanLine(y),
+                    lineSize);
+    }
+    return picture;
+}
+
+std::string encodePng(const Picture& picture) {
+    return isWhole(picture) ? encoded(imageOf(picture), "PNG", -1) : std::string();
+}
+
+std::string encodeJpeg(const Picture& picture, int quality) {
+    if (!isWhole(picture)) return {};
+    QImage opaque(picture.width, picture.height, QImage::Format_RGB888);
+    if (opaque.isNull()) return {};
+    for (int y = 0; y < picture.height; ++y) {
+        const std::uint8_t* source =
+            picture.rgba.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(picture.width) * 4;
+        std::uint8_t* target = opaque.scanLine(y);
+        for (int x = 0; x < picture.width; ++x, source += 4, target += 3) {
+            for (int c = 0; c < 3; ++c) {
+                target[c] =
+                    static_cast<std::uint8_t>((source[c] * source[3] + 255 * (255 - source[3]) + 127) / 255);
+            }
+        }
+    }
+    return encoded(opaque, "JPEG", std::clamp(quality, 0, 100));
+}
+
+std::string encodeTiff(const Picture& picture) {
+    if (!isWhole(picture)) return {};
+    enum Type : std::uint16_t { shortNumber = 3, longNumber = 4, rational = 5 };
+    struct Field {
+        std::uint16_t tag;
+        Type type;
+        std::uint32_t count, value;
+    };
+    constexpr std::uint32_t fieldCount = 14;
+    constexpr std::uint32_t fieldsStart = 8;
+    constexpr std::uint32_t bitsStart = fieldsStart + 2 + fieldCount * 12 + 4;
+    constexpr std::uint32_t resolutionStart = bitsStart + 4 * 2;
+    constexpr std::uint32_t pixelsStart = resolutionStart + 8;
+    const auto width = static_cast<std::uint32_t>(picture.width);
+    const auto height = static_cast<std::uint32_t>(picture.height);
+    const auto size = static_cast<std::uint32_t>(picture.rgba.size());
+    const std::array<Field, fieldCount> fields = {{
+        {256, longNumber, 1, width},
+        {257, longNumber, 1, height},
+        {258, shortNumber, 4, bitsStart},
+        {259, shortNumber, 1, 1},  // no compression
+        {262, shortNumber, 1, 2},  // RGB
+        {273, longNumber, 1, pixelsStart},
+        {277, shortNumber, 1, 4},
+        {278, longNumber, 1, height},
+        {279, longNumber, 1, size},
+        {282, rational, 1, resolutionStart},
+        {283, rational, 1, resolutionStart},
+        {284, shortNumber, 1, 1},  // channels interleaved
+        {296, shortNumber, 1, 2},  // inches
+        {338, shortNumber, 1, 2},  // the fourth channel is alpha, not multiplied in
+    }};
+    std::string bytes("II*\0\x08\0\0\0", 8);
+    const auto append = [&](std::uint32_t number, int count) {
+        for (int i = 0; i < count; ++i)
+            bytes += static_cast<char>((number >> (8U * static_cast<unsigned>(i))) & 0xFFU);
+    };
+    append(fieldCount, 2);
+    for (const Field& field : fields) {
+        append(field.tag, 2);
+        append(field.type, 2);
+        append(field.count, 4);
+        append(field.value, 4);
+    }
+    append(0, 4);                              // no further picture
+    for (int i = 0; i < 4; ++i) append(8, 2);  // bits of each channel
+    append(72, 4);
+    append(1, 4);
+    bytes.append(picture.rgba.begin(), picture.rgba.end());
+    return bytes;
+}
+
+Picture scaledToWidth(const Picture& picture, int width) {
+    if (!isWhole(picture)) return {};
+    Picture result;
+    result.width = std::clamp(width, 1, longestEdge);
+    const double height = std::round(static_cast<double>(picture.height) * result.width / picture.width);
+    result.height = static_cast<int>(std::clamp(height, 1.0, static_cast<double>(longestEdge)));
+    const std::size_t lineSize = static_cast<std::size_t>(result.width) * 4;
+    result.rgba.resize(lineSize * static_cast<std::size_t>(result.height));
+
+    const Taps across(picture.width, result.width);
+    const Taps down(picture.height, result.height);
+    // The windows only move down: each source line is narrowed once, and kept while a window still needs it.
+    std::vector<Line> kept(static_cast<std::size_t>(down.longest));
+    const auto place = [&](int y) -> Line& { return kept[static_cast<std::size_t>(y % down.longest)]; };
+    int ready = 0;
+    Line sum(static_cast<std::size_t>(result.width));
+    for (int y = 0; y < result.height; ++y) {
+        const Taps::Window& window = down.windows[static_cast<std::size_t>(y)];
+        const int end = window.first + static_cast<int>(window.weights.size());
+        for (ready = std::max(ready, window.first); ready < end; ++ready) {
+            place(ready) = narrowed(premultipliedLine(picture, ready), across);
+        }
+        std::fill(sum.begin(), sum.end(), std::array<float, 4>{});
+        for (int i = window.first; i < end; ++i) {
+            const float weight = window.weights[static_cast<std::size_t>(i - window.first)];
+            const Line& line = place(i);
+            for (std::size_t x = 0; x < sum.size(); ++x) {
+                for (std::size_t c = 0; c < 4; ++c) sum[x][c] += weight * line[x][c];
+            }
+        }
+        storeLine(sum, result.rgba.data() + lineSize * static_cast<std::size_t>(y));
+    }
+    return result;
+}
+
+}  // namespace morvane::pictures

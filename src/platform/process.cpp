@@ -1,0 +1,338 @@
+#include "platform/process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// The header of glibc 2.36 does not say so itself.
+extern "C" {
+#include <sys/pidfd.h>
+}
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <memory>
+
+#include "platform/cancellation.h"
+#include "platform/descriptor.h"
+#include "platform/files.h"
+
+namespace morvane {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// A program asked to stop has this long to put its house in order.
+constexpr std::chrono::milliseconds grace{300};
+
+struct Pipe {
+    Descriptor readEnd, writeEnd;
+};
+
+std::optional<Pipe> makePipe() {
+    std::array<int, 2> ends{};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
+    return Pipe{Descriptor(ends[0]), Descriptor(ends[1])};
+}
+
+/// Everything that the child needs, made before the fork: a child of a process with threads may not allocate.
+struct Plan {
+    const char* program;
+    std::vector<char*> arguments, environment;
+    const char* runFolder = nullptr;
+    int input = -1, output = -1, error = -1;  // error -1: inherited
+    bool ownSession = false;                  // else a group of its own
+    /// The child is handed to the system at once, which then clears it away: nobody here will wait for it.
+    bool orphan = false;
+};
+
+std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+struct Report {
+    pid_t child;
+    int error;
+};
+
+[[noreturn]] void giveUp(int reportTo) {
+    const Report report{0, errno};
+    static_cast<void>(!::write(reportTo, &report, sizeof report));
+    ::_exit(127);
+}
+
+/// The front ends block and handle signals, and ignore some; a program starts with none of that.
+void resetSignals() {
+    for (int number = 1; number < NSIG; ++number) {
+        if (number != SIGKILL && number != SIGSTOP) ::signal(number, SIG_DFL);
+    }
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/// Puts the descriptor in its place for the program.
+bool place(int descriptor, int number) {
+    if (descriptor < 0) return true;
+    return ::dup2(descriptor, number) == number;
+}
+
+/// In the child; only calls that are safe after a fork.
+[[noreturn]] void becomeProgram(const Plan& plan, int reportTo) {
+    if (plan.orphan) {
+        const pid_t child = ::fork();
+        if (child < 0) giveUp(reportTo);
+        if (child > 0) {
+            const Report report{child, 0};
+            static_cast<void>(!::write(reportTo, &report, sizeof report));
+            ::_exit(0);
+        }
+    }
+    if ((plan.ownSession ? ::setsid() : ::setpgid(0, 0)) < 0) giveUp(reportTo);
+    resetSignals();
+    if (plan.runFolder != nullptr && ::chdir(plan.runFolder) != 0) giveUp(reportTo);
+    if (!place(plan.input, 0) || !place(plan.output, 1) || !place(plan.error, 2)) giveUp(reportTo);
+    // Other parts of this process open files without the close-on-exec mark; none of them reaches the
+    // program.
+    ::close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
+    ::execve(plan.program, plan.arguments.data(), plan.environment.data());
+    giveUp(reportTo);
+}
+
+int waitFor(pid_t child) {
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) return 0;
+    }
+    if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
+    return WEXITSTATUS(status);
+}
+
+/// The number of the running program; nothing when it could not be started.
+std::optional<pid_t> start(const Plan& plan) {
+    auto reports = makePipe();
+    if (!reports) return std::nullopt;
+    // The child places its streams on 0 to 2 one after the other, so none of what it still needs may lie
+    // there.
+    Descriptor reportTo(::fcntl(reports->writeEnd.get(), F_DUPFD_CLOEXEC, 3));
+    if (!reportTo.valid()) return std::nullopt;
+
+    // No handler of ours may run in the child before it has put the signals back.
+    sigset_t all, before;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+    const pid_t child = ::fork();
+    if (child == 0) becomeProgram(plan, reportTo.get());
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (child < 0) return std::nullopt;
+
+    // Until the program has begun: the end of the pipe is its success.
+    reports->writeEnd.reset();
+    reportTo.reset();
+    pid_t program = child;
+    bool failed = false;
+    for (Report report{};;) {
+        const ssize_t count = ::read(reports->readEnd.get(), &report, sizeof report);
+        if (count < 0 && errno == EINTR) continue;
+        if (count != sizeof report) break;
+        failed = failed || report.error != 0;
+        if (report.child != 0) program = report.child;
+    }
+    if (plan.orphan || failed) waitFor(child);
+    return failed ? std::nullopt : std::optional(program);
+}
+
+/// A copy above the standard streams, so that placing the child's streams one after the other overwrites none
+/// of them.
+Descriptor aboveStreams(const Descriptor& descriptor) {
+    return Descriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, 3));
+}
+
+std::vector<std::string> assignments(const std::map<std::string, std::string>& environment) {
+    std::vector<std::string> texts;
+    for (const auto& [name, value] : environment) texts.push_back(name + "=" + value);
+    return texts;
+}
+
+/// One running program with the pipe that it prints to.
+class Child {
+  public:
+    Child(pid_t number, Descriptor output, bool ours)
+        : number_(number), ours_(ours), output_(std::move(output)), process_(::pidfd_open(number, 0)) {}
+    ~Child() {
+        // Only a program that even SIGKILL has not ended yet, stuck in the kernel, is left for the system.
+        if (ours_) ::waitpid(number_, nullptr, WNOHANG);
+    }
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    enum class Until { closed, exited };
+    /// False when the interruption came first.
+    bool follow(Until until, int interruption, std::string& output) {
+        for (;;) {
+            if (until == Until::closed ? !output_.valid() : !process_.valid()) return true;
+            const auto ready = wait(until == Until::exited, interruption, -1);
+            if (ready.interrupted) return false;
+            if (ready.output) readInto(output);
+            if (ready.exited) return true;
+        }
+    }
+
+    /// Stops the group: asks, and after the grace insists. Does not wait for foreign holders of the output.
+    void stop() {
+        signalGroup(SIGTERM);
+        std::string ignored;
+        const auto end = Clock::now() + grace;
+        bool running = process_.valid();
+        while (running || output_.valid()) {
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+            if (left <= 0) break;
+            const auto ready = wait(running, -1, static_cast<int>(left));
+            if (ready.exited) running = false;
+            if (ready.output) readInto(ignored);
+            ignored.clear();
+        }
+        signalGroup(SIGKILL);
+        if (running) wait(true, -1, 1000);
+    }
+
+    /// Clears the program away. It has exited.
+    int exitStatus() {
+        ours_ = false;
+        return waitFor(number_);
+    }
+
+  private:
+    struct Ready {
+        bool output = false, exited = false, interrupted = false;
+    };
+
+    Ready wait(bool forExit, int interruption, int milliseconds) {
+        std::array<pollfd, 3> events{pollfd{output_.get(), POLLIN, 0},
+                                     pollfd{forExit ? process_.get() : -1, POLLIN, 0},
+                                     pollfd{interruption, POLLIN, 0}};
+        if (::poll(events.data(), events.size(), milliseconds) <= 0) return {};
+        return {events[0].revents != 0, events[1].revents != 0, events[2].revents != 0};
+    }
+
+    void readInto(std::string& output) {
+        std::array<char, 65536> buffer;
+        const ssize_t count = ::read(output_.get(), buffer.data(), buffer.size());
+        if (count > 0) output.append(buffer.data(), static_cast<std::size_t>(count));
+        if (count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN)) output_.reset();
+    }
+
+    /// A number stays taken while its process is unwaited for; that of a program handed to the system may
+    /// belong to somebody else once it has ended, so its group is only signalled while it certainly lives.
+    void signalGroup(int number) {
+        if (ours_ || ::pidfd_send_signal(process_.get(), 0, nullptr, 0) == 0) ::kill(-number_, number);
+    }
+
+    const pid_t number_;
+    bool ours_;
+    Descriptor output_, process_;
+};
+
+}  // namespace
+
+namespace processes {
+
+std::optional<ProcessResult> run(const ProcessRequest& request) {
+    if (request.cancellation != nullptr && request.cancellation->requested()) throw Cancelled();
+    std::vector<std::string> words{request.program};
+    words.insert(words.end(), request.arguments.begin(), request.arguments.end());
+    const auto variables =
+        request.environment ? assignments(*request.environment) : std::vector<std::string>();
+
+    // Nothing is ever written to the input. Its writing end stays open until the output is closed: a program
+    // that asks a question there waits, and does not take the end of the input for an answer.
+    auto input = makePipe();
+    auto output = makePipe();
+    const Descriptor interruption(::eventfd(0, EFD_CLOEXEC));
+    if (!input || !output || !interruption.valid()) return std::nullopt;
+    const Descriptor childInput = aboveStreams(input->readEnd);
+    Descriptor childOutput = aboveStreams(output->writeEnd);
+    if (!childInput.valid() || !childOutput.valid()) return std::nullopt;
+
+    Plan plan{.program = request.program.c_str(), .arguments = pointersTo(words), .environment = {}};
+    plan.environment = pointersTo(variables);
+    if (!request.environment) {
+        plan.environment.clear();
+        for (char** variable = environ; *variable != nullptr; ++variable)
+            plan.environment.push_back(*variable);
+        plan.environment.push_back(nullptr);
+    }
+    if (request.runFolder) plan.runFolder = request.runFolder->c_str();
+    plan.input = childInput.get();
+    plan.output = childOutput.get();
+    plan.orphan = !request.waitForExit;
+
+    const auto number = start(plan);
+    if (!number) return std::nullopt;
+    input->readEnd.reset();
+    output->writeEnd.reset();
+    childOutput.reset();
+    Child child(*number, std::move(output->readEnd), request.waitForExit);
+
+    std::optional<Cancellation::Interrupter> interrupter;
+    if (request.cancellation != nullptr) {
+        interrupter.emplace(*request.cancellation,
+                            [fd = interruption.get()] { static_cast<void>(::eventfd_write(fd, 1)); });
+    }
+    ProcessResult result;
+    const auto followUntil = [&](Child::Until until) {
+        if (child.follow(until, interruption.get(), result.output)) return;
+        child.stop();
+        throw Cancelled();
+    };
+    followUntil(Child::Until::closed);
+    input->writeEnd.reset();
+    if (request.waitForExit) followUntil(Child::Until::exited);
+    if (request.waitForExit) result.exitStatus = child.exitStatus();
+    return result;
+}
+
+bool launch(const std::string& program, const std::vector<std::string>& arguments) {
+    std::vector<std::string> words{program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    const Descriptor null(::open("/dev/null", O_RDWR | O_CLOEXEC));
+    const Descriptor streams = aboveStreams(null);
+    if (!streams.valid()) return false;
+    Plan plan{.program = program.c_str(), .arguments = pointersTo(words), .environment = {}};
+    for (char** variable = environ; *variable != nullptr; ++variable) plan.environment.push_back(*variable);
+    plan.environment.push_back(nullptr);
+    plan.input = plan.output = plan.error = streams.get();
+    plan.ownSession = true;
+    plan.orphan = true;
+    return start(plan).has_value();
+}
+
+std::vector<std::string> search(const std::string& name, const std::string& searchPath) {
+    const auto runs = [](const std::string& path) {
+        return files::kindBehind(path) == files::Kind::file && files::isExecutable(path);
+    };
+    if (name.empty()) return {};
+    if (name.front() == '/') return runs(name) ? std::vector{name} : std::vector<std::string>();
+    std::vector<std::string> found;
+    for (std::size_t begin = 0; begin <= searchPath.size();) {
+        const std::size_t end = std::min(searchPath.find(':', begin), searchPath.size());
+        const std::string folder = searchPath.substr(begin, end - begin);
+        begin = end + 1;
+        // A relative folder, the empty one included, would depend on where the application was started.
+        if (!folder.starts_with('/')) continue;
+        const std::string path = files::join(folder, name);
+        if (runs(path)) found.push_back(path);
+    }
+    return found;
+}
+
+}  // namespace processes
+}  // namespace morvane

@@ -1,0 +1,52 @@
+#include "platform/utf8.h"
+
+namespace morvane::utf8 {
+
+namespace {
+
+bool isCharacter(char32_t character) {
+    return character <= 0x10FFFF && (character < 0xD800 || character > 0xDFFF);
+}
+
+}  // namespace
+
+char32_t next(std::string_view text, std::size_t& position) {
+    const auto first = static_cast<unsigned char>(text[position++]);
+    if (first < 0x80) return first;
+    const std::size_t following = first >= 0xF0 ? 3 : first >= 0xE0 ? 2 : 1;
+    if (first < 0xC2 || first > 0xF4 || text.size() - position < following) return replacement;
+    char32_t character = first & (0x3FU >> following);
+    for (std::size_t i = 0; i < following; ++i) {
+        const auto byte = static_cast<unsigned char>(text[position + i]);
+        if ((byte & 0xC0U) != 0x80) return replacement;
+        character = (character << 6U) | (byte & 0x3FU);
+    }
+    constexpr char32_t smallest[] = {0, 0x80, 0x800, 0x10000};
+    if (character < smallest[following] || !isCharacter(character)) return replacement;
+    position += following;
+    return character;
+}
+
+void append(std::string& text, char32_t character) {
+    if (!isCharacter(character)) character = replacement;
+    const auto tail = [&](unsigned shift) {
+        text += static_cast<char>(0x80U | ((character >> shift) & 0x3FU));
+    };
+    if (character < 0x80) {
+        text += static_cast<char>(character);
+    } else if (character < 0x800) {
+        text += static_cast<char>(0xC0U | (character >> 6U));
+        tail(0);
+    } else if (character < 0x10000) {
+        text += static_cast<char>(0xE0U | (character >> 12U));
+        tail(6);
+        tail(0);
+    } else {
+        text += static_cast<char>(0xF0U | (character >> 18U));
+        tail(12);
+        tail(6);
+        tail(0);
+    }
+}
+
+}  // namespace morvane::utf8

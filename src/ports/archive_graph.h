@@ -1,0 +1,87 @@
+// ports/archive_graph.h: an archive as it lies in its bytes, before anything is made of it. Any thread, no
+// state.
+//
+// The views of a graph point into the archive's bytes, which must outlive it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/result.h"
+#include "ports/typed_stream.h"
+
+namespace morvane::typed_stream {
+
+inline constexpr int deepestNesting = 256;       ///< objects within objects, the root included
+inline constexpr std::size_t longestChain = 32;  ///< a class with its ancestors
+
+/// What is made of a class's objects, by the nearest ancestor that we know.
+enum class ClassKind {
+    unknown,
+    string,
+    list,  ///< arrays and sets
+    dictionary,
+    number,
+    data,
+    date,
+    null,
+    url,
+    styledText,
+    font,
+    image,
+    imageRep
+};
+
+struct Class {
+    std::string_view name;
+    std::int64_t version = 0;
+    std::optional<std::size_t> superclass;  ///< index into `Graph::classes`
+    ClassKind kind = ClassKind::unknown;
+    std::size_t chainLength = 0;  ///< 0 while the chain is being read
+};
+
+/// The beginning of a group of that type; the values up to the next one are the group's.
+struct GroupStart {
+    std::string_view type;
+};
+struct Text {
+    std::string_view bytes;
+};
+struct RawBytes {
+    std::string_view bytes;
+};
+enum class ObjectIndex : std::size_t {};
+enum class ClassIndex : std::size_t {};
+enum class ListIndex : std::size_t {};
+
+/// `monostate` is nil; a list holds the values of an array or a structure.
+using Item = std::variant<std::monostate, std::int64_t, double, Text, RawBytes, ObjectIndex, ClassIndex,
+                          ListIndex, GroupStart>;
+
+struct Object {
+    std::size_t number = 0;  ///< by which references name it
+    std::size_t classIndex = 0;
+    std::vector<Item> fields;
+};
+
+struct Graph {
+    ByteOrder order = ByteOrder::little;
+    std::vector<Class> classes;
+    std::vector<Object> objects;
+    std::vector<std::vector<Item>> lists;
+    std::vector<Item> groups;  ///< of the top level; never empty
+
+    [[nodiscard]] const Object& at(ObjectIndex index) const {
+        return objects[static_cast<std::size_t>(index)];
+    }
+    [[nodiscard]] const Class& classOf(const Object& object) const { return classes[object.classIndex]; }
+};
+
+/// The graph of a whole archive, circles included, or what is wrong with it and where.
+[[nodiscard]] Result<Graph> readGraph(std::string_view archive);
+
+}  // namespace morvane::typed_stream

@@ -1,0 +1,108 @@
+#include "building/configured_wrapper.h"
+
+namespace morvane {
+namespace {
+
+using testing::ConfiguredWrapper;
+
+class WrapperMenu : public ConfiguredWrapper {
+  protected:
+    const std::string scripts = wrapper + layout::menuScripts;
+
+    std::vector<std::string> save(const NSPortData& port) {
+        onWorker([&] { EXPECT_TRUE(creation->saveCaskeryWrapperMenuForPort(port, wrapper)); });
+        auto names = listing(scripts);
+        std::erase(names, "CaskeryQuitScript");
+        return names;
+    }
+    [[nodiscard]] std::string command(const std::string& script) const {
+        static constexpr const char* header =
+            "#!/bin/bash\n"
+            "cd \"$(dirname \"$0\")/../../\"\n"
+            "CONTENTSFOLD=\"$PWD\"\n"
+            "export PATH=\"$CONTENTSFOLD/Frameworks/bin:$CONTENTSFOLD/Frameworks/ckwine.bundle/bin:$PATH\"\n"
+            "export WINEPREFIX=\"$CONTENTSFOLD/Resources\"\n";
+        const std::string text = get(scripts + "/" + script);
+        EXPECT_TRUE(text.starts_with(header)) << script;
+        EXPECT_TRUE(files::isExecutable(scripts + "/" + script)) << script;
+        return text.substr(std::min(text.size(), std::string(header).size()));
+    }
+};
+
+TEST_F(WrapperMenu, OwnEntriesFollowThePortsAndAreNumberedByMenu) {
+    machine->sites = {.caskery = "https://wrappers.example/", .catalogue = "http://ports.example:8080/"};
+    put(scripts + "/AppEntry7--Old", "old");
+    put(scripts + "/HelpEntry1--Old", "old");
+    NSPortData port;
+    port.portMenu = {{"Task Manager", "App", "echo mine"},
+                     {"Options", "App", "wine options.exe"},
+                     {"Manual", "Help", "open manual.pdf"},
+                     {"Ignored", "Other", "x"}};
+    EXPECT_EQ(save(port), (std::vector<std::string>{
+                              "AppEntry1--Options", "AppEntry2--Task Manager", "AppEntry3--Forceful Quit",
+                              "HelpEntry1--Manual", "HelpEntry2--Caskery Website", "HelpEntry3--Caskery FAQ",
+                              "HelpEntry4--Caskery Manual", "HelpEntry5--Caskery Support Forum",
+                              "HelpEntry6--Morvane Forum"}));
+    EXPECT_EQ(command("AppEntry1--Options"), "wine options.exe");
+    EXPECT_EQ(command("AppEntry2--Task Manager"), R"(wine start "C:\windows\system32\taskmgr.exe")");
+    EXPECT_EQ(command("AppEntry3--Forceful Quit"), "wineserver -k");
+    EXPECT_EQ(command("HelpEntry2--Caskery Website"), R"(open "https://wrappers.example/tiki-index.php")");
+    EXPECT_EQ(command("HelpEntry3--Caskery FAQ"),
+              R"(open "https://wrappers.example/tiki-index.php?page=FAQ")");
+    EXPECT_EQ(command("HelpEntry4--Caskery Manual"),
+              R"(open "https://wrappers.example/tiki-index.php?page=Manual")");
+    EXPECT_EQ(command("HelpEntry5--Caskery Support Forum"),
+              R"(open "https://wrappers.example/tiki-view_forum.php?forumId=1")");
+    EXPECT_EQ(command("HelpEntry6--Morvane Forum"), R"(open "http://ports.example:8080/smf/")");
+}
+
+TEST_F(WrapperMenu, DiscsAndSteamAddEntries) {
+    NSPortData port;
+    port.source = "CD";
+    port.isSteam = true;
+    onWorker([&] {
+        NSUtilities::addRegistry(
+            "[Software\\\\Microsoft\\\\Windows\\\\CurrentVersion]\n"
+            "\"ProgramFilesDir (x86)\"=\"C:\\\\Program Files (x86)\"\n",
+            "system", wrapper);
+    });
+    save(port);
+    EXPECT_EQ(command("AppEntry1--Eject Disc"), "wine eject");
+    EXPECT_EQ(command("AppEntry2--Launch Steam"), R"(wine "C:\Program Files (x86)\Steam\steam.exe")");
+}
+
+TEST_F(WrapperMenu, AddressesOutliveTheProcessAndStayInTheirQuotes) {
+    for (const char* site : {"http://127.0.0.1:43210/", "http://localhost:1/",
+                             "http://a.example/\"; rm -rf ~; \"/", "http://a.example/$(id)/", "nonsense"}) {
+        machine->sites = {.caskery = site, .catalogue = site};
+        save({});
+        EXPECT_EQ(command("HelpEntry1--Caskery Website"), R"(open "https://caskery.example/tiki-index.php")")
+            << site;
+        EXPECT_EQ(command("HelpEntry5--Morvane Forum"), R"(open "https://morvane.example/smf/")") << site;
+    }
+}
+
+TEST_F(WrapperMenu, HostileTitlesAreRefusedWithoutAGapInTheNumbers) {
+    link(home, scripts + "/AppEntry9--link");
+    NSPortData port;
+    port.portMenu = {{"../../../evil", "App", "x"},        {"a/b", "Help", "x"},
+                     {std::string("a\0b", 3), "App", "x"}, {"line\nbreak", "App", "x"},
+                     {std::string(250, 'n'), "App", "x"},  {"Good", "App", "good"}};
+    for (int refused = 0; refused < 5; ++refused) ui.expectError("\"");
+    const auto before = listing(home);
+    EXPECT_EQ(save(port).front(), "AppEntry1--Good");
+    EXPECT_EQ(command("AppEntry1--Good"), "good");
+    EXPECT_EQ(listing(home), before);
+    EXPECT_EQ(listing(wrapper), (std::vector<std::string>{"Caskery.app", "Contents"}));
+}
+
+TEST_F(WrapperMenu, ACommandOutsideAsciiIsReportedAndLeavesNoScript) {
+    NSPortData port;
+    port.portMenu = {{"Château", "App", "echo Château"}};
+    ui.expectError("Error while writting file: ");
+    const auto names = save(port);
+    EXPECT_EQ(std::count(names.begin(), names.end(), "AppEntry1--Château"), 0);
+}
+
+}  // namespace
+}  // namespace morvane

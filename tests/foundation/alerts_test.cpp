@@ -1,0 +1,105 @@
+#include "foundation/alerts.h"
+
+#include "support/test_machine.h"
+
+namespace morvane {
+namespace {
+
+class Alerts : public testing::TestMachine {};
+
+TEST_F(Alerts, LookLikeTheirTitle) {
+    ui.expect("a").titleIs("Warning");
+    MVAlert::showAlertMessage("a", "Warning");
+    ui.expect("b").titleIs("Error");
+    MVAlert::showAlertErrorMessage("b");
+    ui.expect("c").titleIs("News");
+    MVAlert::showAlertMessage("c", "News");
+    ui.expect("Range: too far").titleIs("Error");
+    MVAlert::showAlertMessageWithException("Range", "too far");
+    using enum Dialog::Style;
+    using enum Dialog::Icon;
+    const std::vector<std::pair<Dialog::Style, Dialog::Icon>> looks{
+        {critical, application}, {informational, stop}, {informational, application}, {informational, stop}};
+    ASSERT_EQ(ui.dialogs.size(), looks.size());
+    for (std::size_t index = 0; index < looks.size(); ++index) {
+        EXPECT_EQ(ui.dialogs[index].style, looks[index].first) << index;
+        EXPECT_EQ(ui.dialogs[index].icon, looks[index].second) << index;
+    }
+}
+
+TEST_F(Alerts, TheDefaultAnswerIsTheFirstButton) {
+    for (const bool defaultAnswer : {true, false}) {
+        for (const bool pressed : {true, false}) {
+            ui.expect("Sure? %@").defaultIs(defaultAnswer ? "Yes" : "No").answer(pressed ? "Yes" : "No");
+            EXPECT_EQ(MVAlert::showBooleanAlertMessage("Sure? %@", "Warning", defaultAnswer), pressed);
+            EXPECT_EQ(ui.dialogs.back().buttons.size(), 2U);
+            EXPECT_EQ(ui.dialogs.back().style, Dialog::Style::critical);
+        }
+        EXPECT_EQ(MVAlert::showBooleanAlertMessage("Never shown", std::nullopt, defaultAnswer),
+                  !defaultAnswer);
+    }
+}
+
+TEST_F(Alerts, TakeTheirIconByName) {
+    struct Row {
+        std::optional<std::string> name;
+        Dialog::Style style;
+        Dialog::Icon icon;
+        std::string path;
+    };
+    using enum Dialog::Style;
+    using enum Dialog::Icon;
+    for (const Row& row : std::vector<Row>{
+             {std::nullopt, informational, application, ""},
+             {"Critical", critical, application, ""},
+             {"Fatal", informational, stop, ""},
+             {"banner", informational, picture, machine->folders.resources + "/banner.png"},
+             {"/pictures/icon", informational, picture, "/pictures/icon"},
+         }) {
+        ui.expect("Go on?").answer("Yes");
+        EXPECT_TRUE(MVAlert::showBooleanAlertMessageWithIconNamed("Go on?", "Error", row.name, true));
+        EXPECT_EQ(ui.dialogs.back().style, row.style);
+        EXPECT_EQ(ui.dialogs.back().icon, row.icon);
+        EXPECT_EQ(ui.dialogs.back().iconPath, row.path);
+    }
+    ui.expect("Like this?").answer("No");
+    EXPECT_FALSE(MVAlert::showBooleanAlertMessageWithImageNamed("Like this?", "Help", "sample", true));
+    EXPECT_EQ(std::get<ImageAccessory>(ui.dialogs.back().accessory).path,
+              machine->folders.resources + "/sample.png");
+}
+
+TEST_F(Alerts, AnswerAWorkerFromTheMainThread) {
+    onWorker([&] {
+        ui.expectInput("Link:").type("http://a").defaultIs("OK");
+        EXPECT_EQ(MVAlert::inputDialogWithMessage("Link:", "before"), "http://a");
+        ui.expectInput("Link:").type("typed").answer("Cancel");
+        EXPECT_EQ(MVAlert::inputDialogWithMessage("Link:", ""), std::nullopt);
+        ui.expectChoice("Select", {"/a", "/b"});
+        OpenPanel panel;
+        panel.title = "Select";
+        EXPECT_EQ(MVAlert::chooseFiles(panel), (std::vector<std::string>{"/a", "/b"}));
+    });
+    EXPECT_EQ(std::get<TextField>(ui.dialogs.front().accessory).text, "before");
+    EXPECT_TRUE(ui.dialogs.front().text.empty());
+}
+
+TEST_F(Alerts, ACancellationThrowsAfterTheAnswer) {
+    onWorker([&] {
+        ASSERT_TRUE(machine->creation.begin());
+        machine->mainQueue.post([&] { machine->creation.request(); });
+        ui.expect("Go on?").answer("Yes");
+        EXPECT_THROW((void)MVAlert::showBooleanAlertMessage("Go on?", "Warning", true), Cancelled);
+        machine->creation.end();
+    });
+}
+
+TEST_F(Alerts, AClosedQueueAnswersWithTheDefault) {
+    machine->mainQueue.close();
+    onWorker([&] {
+        EXPECT_FALSE(MVAlert::showBooleanAlertMessage("Go on?", "Warning", false));
+        EXPECT_EQ(MVAlert::inputDialogWithMessage("Link:", "before"), std::nullopt);
+    });
+}
+
+}  // namespace
+}  // namespace morvane

@@ -1,0 +1,256 @@
+#include "foundation/download.h"
+
+#include <atomic>
+#include <filesystem>
+
+#include "support/loopback_site.h"
+#include "support/test_machine.h"
+
+namespace morvane {
+namespace {
+
+using testing::SiteAnswer;
+
+constexpr const char* useInstead = "There is already a file called \"file.bin\" in the specified folder. ";
+constexpr const char* notAvailable =
+    "The informed file isn't available. Do you want to inform an updated link?";
+constexpr const char* stalled =
+    "The informed file seems not to be available. Morvane may force the download. "
+    "Do you want to inform an updated link?";
+constexpr const char* shortBody = "The download seems to have been corrupted. Do you want to try again?";
+
+class Downloads : public testing::TestMachine {
+  public:
+    testing::LoopbackSite site;
+    std::shared_ptr<NSProgressView> panel = std::make_shared<NSProgressView>();
+    Download download{panel};
+    const std::string path = home + "/file.bin";
+
+    std::string link(const std::string& name) const { return site.baseAddress() + name; }
+
+    bool run(const std::string& url, Silence silence = Silence::no) {
+        bool result = false;
+        onWorker([&] {
+            result = download.downloadFile(url, path, silence);
+            over = true;
+        });
+        return result;
+    }
+    /// Does the work on the main thread as soon as the condition, tested there, holds.
+    void once(std::function<bool()> condition, std::function<void()> work) {
+        machine->mainQueue.post([this, condition, work] {
+            if (over) return;
+            if (!condition()) return once(condition, work);
+            work();
+        });
+    }
+    [[nodiscard]] bool requested() const { return !site.requests().empty(); }
+    [[nodiscard]] bool fileExists() const { return std::filesystem::exists(path); }
+
+  private:
+    std::atomic<bool> over = false;
+};
+
+TEST_F(Downloads, SaveWhatArrivesWithoutAnError) {
+    site.answer("/plain", {.body = std::string(300000, 'p')});
+    site.answer("/without-length", {.body = "no length", .withoutLength = true});
+    site.answer("/status", {.status = 500, .body = "an error page"});
+    EXPECT_TRUE(run(link("plain")));
+    EXPECT_EQ(get(path), std::string(300000, 'p'));
+    EXPECT_EQ(ui.progress.front().value, 0);
+    EXPECT_EQ(ui.progress.back().value, 1000);
+    EXPECT_TRUE(ui.progress.back().indeterminate) << "after the end";
+    for (const auto& [name, body] : {std::pair{"without-length", "no length"}, {"status", "an error page"}}) {
+        std::filesystem::remove(path);
+        EXPECT_TRUE(run(link(name)));
+        EXPECT_EQ(get(path), body);
+    }
+}
+
+TEST_F(Downloads, AShortBodyIsSavedOnlyWhenTheUserSaysSo) {
+    site.answer("/short", {.body = "half", .announcedLength = 8});
+    ui.expect("").titleIs("Error").defaultIs("Yes").answer("Yes");
+    ui.expect("").answer("No");
+    EXPECT_TRUE(run(link("short")));
+    EXPECT_TRUE(ui.dialogs[0].text.ends_with(". Do you want to try again?")) << ui.dialogs[0].text;
+    EXPECT_EQ(get(path), "half");
+    EXPECT_EQ(site.requests().size(), 2U);
+}
+
+TEST_F(Downloads, NothingReceivedAsksForAnotherLink) {
+    site.answer("/empty", {});
+    site.answer("/dropped", {.body = "", .drop = true});
+    site.answer("/good", {.body = "good"});
+    ui.expect(notAvailable).titleIs("Error").defaultIs("Yes").answer("Yes");
+    ui.expectInput("Inform the updated link:").type(link("dropped"));
+    ui.expect(notAvailable).answer("Yes");
+    ui.expectInput("Inform the updated link:").type(link("good"));
+    EXPECT_TRUE(run(link("empty")));
+    EXPECT_EQ(get(path), "good");
+
+    std::filesystem::remove(path);
+    ui.expect(notAvailable).answer("No");
+    EXPECT_TRUE(run(link("empty")));
+    EXPECT_FALSE(fileExists());
+
+    ui.expect(notAvailable).answer("Yes");
+    ui.expectInput("Inform the updated link:").type("nonsense").answer("Cancel");
+    ui.expectError("The download link seems to be invalid.");
+    EXPECT_FALSE(run(link("empty")));
+}
+
+TEST_F(Downloads, SilentOnesNeverAskAndGiveUp) {
+    site.answer("/short", {.body = "half", .announcedLength = 8});
+    site.answer("/empty", {});
+    site.answer("/good", {.body = "good"});
+    site.answerInTurn("/flaky", {{.body = "half", .announcedLength = 8}, {.body = "all of it"}});
+    EXPECT_TRUE(run(link("short"), Silence::yes));
+    EXPECT_EQ(site.requests().size(), 1U + Download::silentRetries);
+    EXPECT_FALSE(fileExists());
+    EXPECT_TRUE(run(link("empty"), Silence::yes));
+    EXPECT_FALSE(fileExists());
+    put(path, "old");
+    EXPECT_TRUE(run(link("good"), Silence::yes));
+    EXPECT_EQ(get(path), "good");
+    EXPECT_TRUE(run(link("flaky"), Silence::yes));
+    EXPECT_EQ(get(path), "all of it");
+    EXPECT_TRUE(ui.progress.empty());
+}
+
+TEST_F(Downloads, AFullDiskIsTold) {
+    site.answer("/good", {.body = "good"});
+    std::filesystem::create_directory(path);  // what cannot be replaced by a file
+    EXPECT_TRUE(run(link("good"), Silence::yes));
+    ui.expectError("Error while writting file: ");
+    EXPECT_TRUE(run(link("good")));
+}
+
+TEST_F(Downloads, AreDecidedBeforeAnyByteIsFetched) {
+    enum class Link { valid, offline, invalid };
+    using enum Link;
+    struct Row {
+        Link link;
+        bool exists;
+        Silence silence;
+        std::vector<std::pair<std::string, std::string>> answers;
+        bool cancel;
+        bool existsAfter;
+    };
+    const std::string offlineQuestion =
+        "You aren't connected to the internet, but there is already a file called \"file.bin\" in the "
+        "specified "
+        "folder. Do you want to use it instead?";
+    const std::string invalidQuestion =
+        "The link seems to be invalid, but there is already a file called \"file.bin\" in the specified "
+        "folder. Do "
+        "you want to use it instead?";
+    const std::string override = "Do you want to override it?";
+    const std::vector<Row> rows{
+        {offline, false, Silence::yes, {}, true, false},
+        {offline, false, Silence::no, {{"The website seems to be offline.", "OK"}}, true, false},
+        {offline, true, Silence::yes, {}, false, true},
+        {offline, true, Silence::no, {{offlineQuestion, "Yes"}}, false, true},
+        {offline, true, Silence::no, {{offlineQuestion, "No"}}, true, true},
+        {invalid, false, Silence::yes, {}, true, false},
+        {invalid, false, Silence::no, {{"The download link seems to be invalid.", "OK"}}, true, false},
+        {invalid, true, Silence::yes, {}, false, true},
+        {invalid, true, Silence::no, {{invalidQuestion, "Yes"}}, false, true},
+        {invalid, true, Silence::no, {{invalidQuestion, "No"}}, true, true},
+        {valid, false, Silence::no, {}, false, false},
+        {valid, true, Silence::yes, {}, false, false},
+        {valid, true, Silence::no, {{useInstead, "Yes"}}, true, true},
+        {valid, true, Silence::no, {{useInstead, "No"}, {override, "Yes"}}, false, false},
+        {valid,
+         true,
+         Silence::no,
+         {{useInstead, "No"},
+          {override, "No"},
+          {"Move that file to a different folder", "OK"},
+          {useInstead, "Yes"}},
+         true,
+         true},
+    };
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+        SCOPED_TRACE(index);
+        const Row& row = rows[index];
+        std::filesystem::remove(path);
+        if (row.exists) put(path, "old");
+        for (const auto& [question, button] : row.answers) {
+            auto& expected = ui.expect(question).answer(button);
+            if (button != "OK") expected.titleIs("Warning").defaultIs(question == override ? "No" : "Yes");
+        }
+        const std::string url = row.link == valid     ? site.baseAddress() + "x"
+                                : row.link == offline ? "http://offline.invalid/x"
+                                                      : "just words";
+        EXPECT_EQ(download.shouldCancelDownloadOfFile(url, path, row.silence), row.cancel);
+        EXPECT_EQ(fileExists(), row.existsAfter);
+    }
+    EXPECT_FALSE(requested());
+}
+
+TEST_F(Downloads, ShowHowFarTheyAre) {
+    site.answer("/slow", {.body = std::string(1536, 'x'), .announcedLength = 3072, .stall = true});
+    once([&] { return !ui.progress.empty() && ui.progress.back().value == 500; },
+         [&] {
+             EXPECT_TRUE(download.isDownloading());
+             download.timerFireMethod();
+             download.timerFireMethod();
+             // Once a byte has arrived, the question never comes.
+             for (int tick = 0; tick < 30; ++tick) download.timerFireMethod();
+             download.finishDownload();
+         });
+    ui.expect(shortBody).answer("No");
+    EXPECT_TRUE(run(link("slow")));
+    EXPECT_EQ(get(path), std::string(1536, 'x'));
+    std::vector<std::string> subtitles;
+    for (const ProgressState& state : ui.progress) {
+        if (state.subtitle.empty()) continue;
+        subtitles.push_back(state.subtitle.substr(0, state.subtitle.find(" -")));
+    }
+    ASSERT_GE(subtitles.size(), 2U);
+    EXPECT_EQ(subtitles[0], "1.5Kb of 3Kb (1.5Kb/s)");
+    EXPECT_EQ(subtitles[1], "1.5Kb of 3Kb (0b/s)");
+    EXPECT_TRUE(ui.progress.back().subtitle.empty());
+    EXPECT_FALSE(download.isDownloading());
+}
+
+TEST_F(Downloads, AStalledTransferIsReplacedByTheLinkThatTheUserGives) {
+    site.answer("/stalled", {.body = "", .announcedLength = 100, .stall = true});
+    site.answer("/good", {.body = "good"});
+    once([&] { return requested(); },
+         [&] {
+             for (int tick = 1; tick <= 9; ++tick) download.timerFireMethod();
+             EXPECT_TRUE(ui.dialogs.empty());
+             ui.expect(stalled).titleIs("Error").defaultIs("Yes").answer("No");
+             for (int tick = 10; tick <= 20; ++tick) download.timerFireMethod();
+             EXPECT_EQ(ui.dialogs.size(), 1U);
+             ui.expect(stalled).answer("Yes");
+             ui.expectInput("Inform the updated link:").type(link("good"));
+             download.timerFireMethod();
+         });
+    EXPECT_TRUE(run(link("stalled")));
+    EXPECT_EQ(get(path), "good");
+    EXPECT_EQ(ui.dialogs.size(), 3U) << "the first transfer asks nothing more";
+}
+
+TEST_F(Downloads, ACancellationThrowsAndWritesNothing) {
+    site.answer("/stalled", {.body = "part", .announcedLength = 100, .stall = true});
+    onWorker([&] {
+        ASSERT_TRUE(machine->creation.begin());
+        once([&] { return requested(); }, [&] { machine->creation.request(); });
+        EXPECT_THROW(download.downloadFile(link("stalled"), path, Silence::no), Cancelled);
+        machine->creation.end();
+    });
+    EXPECT_FALSE(fileExists());
+    EXPECT_FALSE(download.isDownloading());
+}
+
+TEST_F(Downloads, TheEndOfTheApplicationReleasesTheCaller) {
+    site.answer("/stalled", {.body = "", .announcedLength = 100, .stall = true});
+    once([&] { return requested(); }, [&] { machine->mainQueue.close(); });
+    EXPECT_FALSE(run(link("stalled"), Silence::yes));
+    EXPECT_FALSE(fileExists());
+}
+
+}  // namespace
+}  // namespace morvane

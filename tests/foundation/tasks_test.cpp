@@ -1,0 +1,112 @@
+#include "foundation/tasks.h"
+
+#include <atomic>
+#include <filesystem>
+
+#include "foundation/threads.h"
+#include "support/test_machine.h"
+
+namespace morvane {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Tasks : public testing::TestMachine {};
+
+TEST_F(Tasks, PassEveryArgumentAsItIs) {
+    scriptProgram("tell", R"(printf '%s|' "$@"; pwd)");
+    const std::string tell = programsFolder + "/tell";
+    EXPECT_EQ(MVTask::runProgram(tell, "/", {{"a b", "", "$HOME;\"'"}}, Wait::yes), "a b||$HOME;\"'|/\n");
+    EXPECT_EQ(MVTask::runProgram("tell", home, std::nullopt, Wait::yes), "|" + home + "\n");
+    const std::string here = fs::current_path().string();
+    EXPECT_EQ(MVTask::runProgram("tell", "~/", {{"x"}}, Wait::yes), "x|" + here + "\n");
+    EXPECT_EQ(MVTask::runTerminalCommand(R"(tell one two\ words)", "/", Wait::yes), "one|two words|/\n");
+    EXPECT_EQ(MVTask::runTerminalCommand(R"(tell  "x")", "/", Wait::yes), "|\"x\"|/\n");
+    scriptProgram("count", "echo $#");
+    EXPECT_EQ(MVTask::runTerminalCommand("count", std::nullopt, Wait::yes), "0\n");
+    EXPECT_EQ(MVTask::runTerminalCommand(programsFolder + "/count", std::nullopt, Wait::yes), "0\n");
+}
+
+TEST_F(Tasks, AnEnvironmentIsTheWholeEnvironment) {
+    EXPECT_EQ(MVTask::runProgram("/usr/bin/env", {{{"ONLY", "this"}}}, std::nullopt), "ONLY=this\n");
+}
+
+TEST_F(Tasks, OutputIsGivenBackWhateverTheStatus) {
+    scriptProgram("fails", "echo output; exit 3");
+    EXPECT_EQ(MVTask::runProgram("fails", std::nullopt, std::nullopt, Wait::yes), "output\n");
+    scriptProgram("binary", R"(printf '\377')");
+    EXPECT_EQ(MVTask::runProgram("binary", std::nullopt, std::nullopt, Wait::yes), std::nullopt);
+    put(programsFolder + "/broken", "#!/no/such/interpreter\n", true);
+    EXPECT_EQ(MVTask::runProgram("broken", std::nullopt, std::nullopt, Wait::yes), "");
+}
+
+TEST_F(Tasks, WithoutTheWaitTheOutputIsStillAwaited) {
+    scriptProgram("late", "echo output; echo done > " + home + "/done");
+    EXPECT_EQ(MVTask::runProgram("late", std::nullopt, std::nullopt, Wait::no), "");
+    EXPECT_EQ(get(home + "/done"), "done\n");
+}
+
+TEST_F(Tasks, ReportWhatCannotBeRun) {
+    put(home + "/text", "no program");
+    ui.expectError("Program couldn't be found.");
+    EXPECT_EQ(MVTask::runProgram(std::nullopt, std::nullopt, std::nullopt, Wait::yes), "");
+    ui.expectError("Program couldn't be found.");
+    EXPECT_EQ(MVTask::runProgram("no-such-program", std::nullopt, std::nullopt, Wait::yes), "");
+    ui.expectError("File " + home + "/missing not found.");
+    EXPECT_EQ(MVTask::runProgram(home + "/missing", std::nullopt, std::nullopt, Wait::yes), "");
+    for (const std::string& path : {home + "/text", home}) {
+        ui.expectError("File " + path + " not runnable.");
+        EXPECT_EQ(MVTask::runProgram(path, std::nullopt, std::nullopt, Wait::yes), "");
+    }
+    ui.expectError("Program couldn't be found.");
+    EXPECT_EQ(MVTask::runTerminalCommand("", std::nullopt, Wait::yes), "");
+}
+
+TEST_F(Tasks, TheLastProgramOnTheSearchPathWins) {
+    EXPECT_EQ(MVTask::getPathOfProgram("true-to-form"), std::nullopt);
+    scriptProgram("true-to-form", "");
+    EXPECT_EQ(MVTask::getPathOfProgram("true-to-form"), programsFolder + "/true-to-form");
+    scriptProgram("env", "");
+    EXPECT_EQ(MVTask::getPathOfProgram("env"), programsFolder + "/env");
+    fs::remove(programsFolder + "/env");
+    EXPECT_EQ(MVTask::getPathOfProgram("env"), programsFolder + "/env") << "kept once found";
+}
+
+TEST_F(Tasks, ACancellationStopsTheProgramOfTheCreation) {
+    onWorker([&] {
+        ASSERT_TRUE(machine->creation.begin());
+        scriptProgram("endless", "echo $$ > " + home + "/started.new; mv " + home + "/started.new " + home +
+                                     "/started; exec sleep 1000");
+        std::function<void()> watch = [&] {
+            if (!fs::exists(home + "/started")) return machine->mainQueue.post(watch);
+            machine->creation.request();
+        };
+        machine->mainQueue.post(watch);
+        EXPECT_THROW(MVTask::runProgram("endless", std::nullopt, std::nullopt, Wait::yes), Cancelled);
+        EXPECT_THROW(MVTask::runProgram("endless", std::nullopt, std::nullopt, Wait::yes), Cancelled);
+        machine->creation.end();
+    });
+    EXPECT_FALSE(fs::exists("/proc/" + get(home + "/started").substr(0, get(home + "/started").find('\n'))));
+}
+
+TEST_F(Tasks, QueuesRunBesideEachOtherAndTheMainQueueInOrder) {
+    std::atomic<int> arrived = 0;
+    std::string order;
+    for (int index = 0; index < 2; ++index) {
+        // Both must be running at once for either to end.
+        MVThread::dispatchQueueWithName("app.morvane.same", Priority::normal, Concurrent::no, [&] {
+            ++arrived;
+            arrived.notify_all();
+            for (int seen = arrived; seen < 2; seen = arrived) arrived.wait(seen);
+        });
+    }
+    machine->workQueues.joinAll();
+    MVThread::dispatchBlockInMainQueue([&] { order += 'a'; });
+    MVThread::dispatchBlockInMainQueue([&] { order += 'b'; });
+    EXPECT_EQ(order, "");
+    machine->mainQueue.drain();
+    EXPECT_EQ(order, "ab");
+}
+
+}  // namespace
+}  // namespace morvane

@@ -1,0 +1,385 @@
+#include "platform/files.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "support/test_machine.h"
+
+namespace morvane {
+namespace {
+
+using files::Atomically;
+using files::Kind;
+using testing::TemporaryFolder;
+
+class Files : public ::testing::Test {
+  public:
+    TemporaryFolder folder;
+    const std::string& root = folder.path;
+
+    [[nodiscard]] std::string at(const std::string& name) const { return files::join(root, name); }
+    void put(const std::string& name, std::string_view bytes) const {
+        ASSERT_EQ(files::createFolder(files::parent(at(name)), true), std::nullopt);
+        ASSERT_EQ(files::write(at(name), bytes, Atomically::no), std::nullopt);
+    }
+    [[nodiscard]] std::string get(const std::string& name) const {
+        const auto bytes = files::read(at(name));
+        const auto* failure = failureOf(bytes);
+        return failure != nullptr ? "(" + failure->message + ")" : std::get<std::string>(bytes);
+    }
+    [[nodiscard]] std::vector<std::string> below(const std::string& name) const {
+        const auto paths = files::listBelow(at(name));
+        return failureOf(paths) != nullptr ? std::vector<std::string>{"(failed)"}
+                                           : std::get<std::vector<std::string>>(paths);
+    }
+};
+
+struct stat statusOf(const std::string& path) {
+    struct stat status {};
+    EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
+    return status;
+}
+
+/// While it lives, no file of this process can grow beyond the limit: a full disk without a disk.
+class FullDisk {
+  public:
+    explicit FullDisk(rlim_t bytes) : handler_(::signal(SIGXFSZ, SIG_IGN)) {
+        ::getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limit{bytes, before_.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FullDisk() {
+        ::setrlimit(RLIMIT_FSIZE, &before_);
+        ::signal(SIGXFSZ, handler_);
+    }
+
+  private:
+    rlimit before_{};
+    void (*handler_)(int);
+};
+
+/// A folder on another file system than the temporary one, where this machine has one.
+class ElsewhereFolder {
+  public:
+    ElsewhereFolder() {
+        std::string name = "/dev/shm/morvane-test-XXXXXX";
+        if (::mkdtemp(name.data()) != nullptr) path = name;
+    }
+    ~ElsewhereFolder() {
+        if (path.empty()) return;
+        EXPECT_EQ(files::remove(path), std::nullopt);
+    }
+    std::string path;
+};
+
+TEST_F(Files, RemovalFollowsNoLink) {
+    put("outside/save", "precious");
+    put("wrapper/drive_c/game.exe", "game");
+    put("wrapper/.hidden", "");
+    ASSERT_EQ(files::createSymbolicLink(at("wrapper/drive_z"), at("outside")), std::nullopt);
+    ASSERT_EQ(files::createSymbolicLink(at("wrapper/drive_c/loop"), ".."), std::nullopt);
+    ASSERT_EQ(files::createSymbolicLink(at("link"), at("outside")), std::nullopt);
+
+    EXPECT_EQ(files::remove(at("wrapper")), std::nullopt);
+    EXPECT_EQ(files::remove(at("link/")), std::nullopt);
+    EXPECT_EQ(get("outside/save"), "precious");
+    EXPECT_EQ(below(""), (std::vector<std::string>{"outside", "outside/save"}));
+}
+
+TEST_F(Files, RemovalGetsThroughReadOnlyFolders) {
+    // As an ordinary user: the administrator is not stopped by permissions.
+    constexpr uid_t nobody = 65534;
+    const bool isRoot = ::geteuid() == 0;
+    put("tree/a/b/file", "");
+    put("outside/file", "");
+    ASSERT_EQ(files::createSymbolicLink(at("tree/a/link"), at("outside")), std::nullopt);
+    for (const char* name : {"", "tree", "tree/a", "tree/a/b", "tree/a/b/file", "outside"}) {
+        ASSERT_TRUE(!isRoot || ::chown(at(name).c_str(), nobody, nobody) == 0);
+    }
+    ASSERT_EQ(files::setPermissions(at("tree/a/b"), 0000), std::nullopt);
+    ASSERT_EQ(files::setPermissions(at("tree/a"), 0555), std::nullopt);
+    ASSERT_EQ(files::setPermissions(at("outside"), 0500), std::nullopt);
+    ASSERT_TRUE(!isRoot || ::seteuid(nobody) == 0);
+    const auto error = files::remove(at("tree"));
+    const auto refused = files::remove(at("outside/file"));
+    ASSERT_TRUE(!isRoot || ::seteuid(0) == 0);
+    EXPECT_EQ(error, std::nullopt);
+    EXPECT_EQ(files::kindOf(at("tree")), Kind::none);
+    // The folder that holds the removed item is not the item's own: it keeps its permissions.
+    EXPECT_EQ(refused, "Permission denied");
+    EXPECT_EQ(statusOf(at("outside")).st_mode & 07777u, 0500u);
+}
+
+TEST_F(Files, RemovalOfADeepTree) {
+    // Deeper than there are descriptors, and longer than a path may be.
+    constexpr int depth = 3000;
+    int here = ::open(root.c_str(), O_PATH | O_DIRECTORY);
+    for (int level = 0; level < depth; ++level) {
+        ASSERT_EQ(::mkdirat(here, "deep", 0755), 0);
+        const int next = ::openat(here, "deep", O_PATH | O_DIRECTORY);
+        ::close(here);
+        here = next;
+    }
+    ::close(here);
+    EXPECT_EQ(files::remove(at("deep")), std::nullopt);
+    EXPECT_TRUE(below("").empty());
+}
+
+TEST_F(Files, RemovalRefusals) {
+    put("folder/file", "");
+    EXPECT_EQ(files::remove(at("missing")), "No such file or directory");
+    EXPECT_EQ(files::remove(at("folder/file/below")), "Not a directory");
+    EXPECT_EQ(files::remove(at("folder/.")), "Device or resource busy");
+    EXPECT_EQ(files::remove(at("folder/..")), "Device or resource busy");
+    EXPECT_EQ(files::remove("/"), "Device or resource busy");
+    EXPECT_EQ(files::remove(at("folder") + std::string("\0tail", 5)), "Invalid argument");
+    EXPECT_EQ(get("folder/file"), "");
+}
+
+TEST_F(Files, CopyKeepsEverything) {
+    put("source/bin/run", "#!/bin/sh\n");
+    put("source/locked/file", "text");
+    ASSERT_EQ(files::createSymbolicLink(at("source/dangling"), "/no/such place"), std::nullopt);
+    ASSERT_EQ(::mkfifo(at("source/pipe").c_str(), 0620), 0);
+    ASSERT_EQ(files::setPermissions(at("source/bin/run"), 0751), std::nullopt);
+    const timespec times[2] = {{1000000000, 5}, {1100000000, 7}};
+    for (const char* name : {"source/bin/run", "source/dangling", "source/bin"}) {
+        ASSERT_EQ(::utimensat(AT_FDCWD, at(name).c_str(), times, AT_SYMLINK_NOFOLLOW), 0);
+    }
+    ASSERT_EQ(files::setPermissions(at("source/locked"), 0555), std::nullopt);
+
+    EXPECT_EQ(files::copy(at("source/"), at("copy")), std::nullopt);
+    EXPECT_EQ(below("copy"), below("source"));
+    EXPECT_EQ(get("copy/bin/run"), "#!/bin/sh\n");
+    EXPECT_EQ(std::get<std::string>(files::destinationOfLink(at("copy/dangling"))), "/no/such place");
+    for (const char* name : {"bin", "bin/run", "locked", "locked/file", "dangling", "pipe"}) {
+        const auto before = statusOf(at("source/") + name), after = statusOf(at("copy/") + name);
+        EXPECT_EQ(after.st_mode, before.st_mode) << name;
+        if (S_ISFIFO(before.st_mode)) continue;
+        EXPECT_EQ(after.st_mtim.tv_sec, before.st_mtim.tv_sec) << name;
+        EXPECT_EQ(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec) << name;
+    }
+}
+
+TEST_F(Files, CopyOfAHoleyFile) {
+    // Data, a hole, data across more than one chunk, and a hole at the end.
+    std::string block(3 << 20, '\0');
+    for (std::size_t i = 0; i < block.size(); ++i) block[i] = static_cast<char>(i * 7 + i / 256);
+    const int file = ::open(at("holey").c_str(), O_WRONLY | O_CREAT, 0644);
+    constexpr off_t size = 80 << 20;
+    for (const off_t place : {off_t{0}, off_t{31 << 20}, off_t{34 << 20}}) {
+        ASSERT_EQ(::pwrite(file, block.data(), block.size(), place), static_cast<ssize_t>(block.size()));
+    }
+    ASSERT_EQ(::ftruncate(file, size), 0);
+    ::close(file);
+    ASSERT_EQ(files::copy(at("holey"), at("copy")), std::nullopt);
+    EXPECT_EQ(get("copy") == get("holey"), true);
+    EXPECT_EQ(statusOf(at("copy")).st_size, size);
+    EXPECT_LT(statusOf(at("copy")).st_blocks * 512, size / 4);
+}
+
+TEST_F(Files, CopyRefusals) {
+    put("folder/file", "new");
+    put("there", "old");
+    EXPECT_EQ(files::copy(at("folder/file"), at("there")), "File exists");
+    EXPECT_EQ(get("there"), "old");
+    EXPECT_EQ(files::copy(at("missing"), at("copy")), "No such file or directory");
+    EXPECT_EQ(files::kindOf(at("copy")), Kind::none);
+    EXPECT_EQ(files::copy(at("folder"), at("folder/inside")), "Invalid argument");
+    ASSERT_EQ(files::createSymbolicLink(at("alias"), "folder"), std::nullopt);
+    EXPECT_EQ(files::copy(at("folder"), at("alias/inside")), "Invalid argument");
+    EXPECT_EQ(below("folder"), std::vector<std::string>{"file"});
+    // A folder beside whose name only begins alike is somewhere else.
+    EXPECT_EQ(files::copy(at("folder"), at("folder2")), std::nullopt);
+}
+
+TEST_F(Files, CopyIsCalledOffBetweenEntries) {
+    put("source/a", "");
+    put("source/b", "");
+    put("source/c", "");
+    int asked = 0;
+    const auto error = files::copy(at("source"), at("copy"), [&asked] { return ++asked < 3; });
+    EXPECT_EQ(error, "Operation canceled");
+    EXPECT_EQ(below("copy"), std::vector<std::string>{"a"});
+}
+
+TEST_F(Files, MoveNeverReplaces) {
+    put("a/file", "a");
+    put("b", "b");
+    EXPECT_EQ(files::move(at("a"), at("b")), "File exists");
+    EXPECT_EQ(files::move(at("missing"), at("c")), "No such file or directory");
+    EXPECT_EQ(files::move(at("a"), at("a/inside")), "Invalid argument");
+    EXPECT_EQ(files::move(at("a/"), at("c/")), std::nullopt);
+    EXPECT_EQ(get("c/file"), "a");
+    EXPECT_EQ(get("b"), "b");
+}
+
+TEST_F(Files, MoveBetweenFileSystems) {
+    const ElsewhereFolder elsewhere;
+    if (elsewhere.path.empty() || statusOf(elsewhere.path).st_dev == statusOf(root).st_dev) GTEST_SKIP();
+    put("tree/inner/file", std::string(2 << 20, 'x'));
+    put("there", "old");
+    ASSERT_EQ(files::createSymbolicLink(at("tree/link"), "inner"), std::nullopt);
+    const auto whole = below("tree");
+    const std::string destination = elsewhere.path + "/tree";
+    {
+        const FullDisk full(1 << 20);
+        EXPECT_EQ(files::move(at("tree"), destination), "File too large");
+    }
+    EXPECT_EQ(below("tree"), whole);
+    EXPECT_TRUE(std::get<std::vector<std::string>>(files::list(elsewhere.path)).empty());
+
+    EXPECT_EQ(files::move(at("tree"), destination), std::nullopt);
+    EXPECT_EQ(files::kindOf(at("tree")), Kind::none);
+    EXPECT_EQ(std::get<std::vector<std::string>>(files::listBelow(destination)), whole);
+    EXPECT_EQ(files::move(destination, at("there")), "File exists");
+    EXPECT_EQ(get("there"), "old");
+    EXPECT_EQ(files::kindOf(destination), Kind::folder);
+}
+
+TEST_F(Files, AtomicWriteLeavesTheOldOrTheNew) {
+    put("settings", "old");
+    ASSERT_EQ(files::setPermissions(at("settings"), 0640), std::nullopt);
+    {
+        const FullDisk full(1 << 10);
+        EXPECT_EQ(files::write(at("settings"), std::string(1 << 16, 'x'), Atomically::yes), "File too large");
+    }
+    EXPECT_EQ(get("settings"), "old");
+    EXPECT_EQ(below(""), std::vector<std::string>{"settings"});  // nothing left beside it
+
+    EXPECT_EQ(files::write(at("settings"), "new", Atomically::yes), std::nullopt);
+    EXPECT_EQ(get("settings"), "new");
+    EXPECT_EQ(statusOf(at("settings")).st_mode & 07777u, 0640u);
+    EXPECT_EQ(files::write(at("no/such/file"), "", Atomically::yes), "No such file or directory");
+    EXPECT_EQ(files::write(root, "", Atomically::yes), "Is a directory");
+    EXPECT_EQ(below(""), std::vector<std::string>{"settings"});
+}
+
+TEST_F(Files, AtomicWriteReplacesALink) {
+    put("target", "target");
+    ASSERT_EQ(files::createSymbolicLink(at("link"), "target"), std::nullopt);
+    EXPECT_EQ(files::write(at("link"), "written", Atomically::yes), std::nullopt);
+    EXPECT_EQ(files::kindOf(at("link")), Kind::file);
+    EXPECT_EQ(get("target"), "target");
+    ASSERT_EQ(files::createSymbolicLink(at("through"), "target"), std::nullopt);
+    EXPECT_EQ(files::write(at("through"), std::string("a\0b", 3), Atomically::no), std::nullopt);
+    EXPECT_EQ(get("target"), std::string("a\0b", 3));
+}
+
+TEST_F(Files, ListsByCharacterCodeWithoutFollowing) {
+    for (const char* name : {"f/b", "f/B", "f/.h", "f/\xc3\xa9", "f/sub/z", "f/sub-/y"}) put(name, "");
+    ASSERT_EQ(files::createSymbolicLink(at("f/loop"), "."), std::nullopt);
+    EXPECT_EQ(std::get<std::vector<std::string>>(files::list(at("f"))),
+              (std::vector<std::string>{".h", "B", "b", "loop", "sub", "sub-", "\xc3\xa9"}));
+    EXPECT_EQ(below("f"), (std::vector<std::string>{".h", "B", "b", "loop", "sub", "sub/z", "sub-", "sub-/y",
+                                                    "\xc3\xa9"}));
+    EXPECT_EQ(failureOf(files::list(at("missing")))->message, "No such file or directory");
+    EXPECT_EQ(failureOf(files::listBelow(at("f/b")))->message, "Not a directory");
+}
+
+TEST_F(Files, Kinds) {
+    put("file", "12345");
+    ASSERT_EQ(files::createSymbolicLink(at("link"), root), std::nullopt);
+    ASSERT_EQ(files::createSymbolicLink(at("dangling"), "nowhere"), std::nullopt);
+    const struct {
+        std::string path;
+        Kind self, behind;
+        bool runs;
+    } rows[] = {
+        {at("file"), Kind::file, Kind::file, false},      {root, Kind::folder, Kind::folder, false},
+        {at("link"), Kind::link, Kind::folder, false},    {at("dangling"), Kind::link, Kind::none, false},
+        {at("none"), Kind::none, Kind::none, false},      {"/dev/null", Kind::other, Kind::other, false},
+        {"/proc/self/exe", Kind::link, Kind::file, true},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(files::kindOf(row.path), row.self) << row.path;
+        EXPECT_EQ(files::kindBehind(row.path), row.behind) << row.path;
+        EXPECT_EQ(files::isExecutable(row.path), row.runs) << row.path;
+    }
+    EXPECT_EQ(files::size(at("file")), 5u);
+    EXPECT_EQ(files::size(at("none")), std::nullopt);
+    EXPECT_EQ(failureOf(files::destinationOfLink(at("file")))->message, "Invalid argument");
+}
+
+TEST_F(Files, CreatingFolders) {
+    put("file", "");
+    EXPECT_EQ(files::createFolder(at("a/b/c"), false), "No such file or directory");
+    EXPECT_EQ(files::createFolder(at("a/b/c/"), true), std::nullopt);
+    EXPECT_EQ(files::createFolder(at("a/b/c"), true), std::nullopt);
+    EXPECT_EQ(files::createFolder(at("a/b/c"), false), "File exists");
+    EXPECT_EQ(files::createFolder(at("file"), true), "File exists");
+    EXPECT_EQ(files::createFolder(at("file/x"), true), "Not a directory");
+}
+
+TEST_F(Files, Resolved) {
+    put("real/inner/file", "");
+    ASSERT_EQ(files::createSymbolicLink(at("link"), "real/./inner"), std::nullopt);
+    ASSERT_EQ(files::createSymbolicLink(at("absolute"), at("link/..")), std::nullopt);
+    ASSERT_EQ(files::createSymbolicLink(at("dangling"), "gone/place"), std::nullopt);
+    ASSERT_EQ(files::createSymbolicLink(at("circle"), "circle"), std::nullopt);
+    const struct {
+        std::string path;
+        std::optional<std::string> expected;
+    } rows[] = {
+        {"/", "/"},
+        {"/../..", "/"},
+        {at("link/file"), at("real/inner/file")},
+        {at("link/../../file"), at("file")},  // ".." counts from where the link leads
+        {at("absolute/new//name"), at("real/new/name")},
+        {at("dangling/x"), at("gone/place/x")},
+        {at("missing/../link"), at("real/inner")},
+        {at("circle/x"), std::nullopt},
+        {"relative", std::nullopt},
+    };
+    for (const auto& row : rows) EXPECT_EQ(files::resolved(row.path), row.expected) << row.path;
+}
+
+TEST_F(Files, OneHolderOfALock) {
+    auto first = files::Lock::tryLock(at("lock"));
+    ASSERT_TRUE(first);
+    EXPECT_FALSE(files::Lock::tryLock(at("lock")));
+    const files::Lock moved = std::move(*first);
+    first.reset();
+    EXPECT_FALSE(files::Lock::tryLock(at("lock")));
+    EXPECT_TRUE(files::Lock::tryLock(at("other")));
+}
+
+TEST_F(Files, TemporaryFoldersDiffer) {
+    const auto first = files::createTemporaryFolder(root, "work-"),
+               second = files::createTemporaryFolder(root, "work-");
+    ASSERT_EQ(failureOf(first), nullptr);
+    EXPECT_NE(first, second);
+    EXPECT_TRUE(std::get<std::string>(first).starts_with(at("work-")));
+    EXPECT_EQ(files::kindOf(std::get<std::string>(first)), Kind::folder);
+}
+
+TEST(PathTexts, Parts) {
+    const struct {
+        const char *path, *last, *parent, *extension, *without;
+    } rows[] = {
+        {"/a/b.app", "b.app", "/a", "app", "/a/b"},
+        {"/a/b.app/", "b.app", "/a", "app", "/a/b"},
+        {"/a/b.tar.7z", "b.tar.7z", "/a", "7z", "/a/b.tar"},
+        {"/a.b/c", "c", "/a.b", "", "/a.b/c"},
+        {"/.x", ".x", "/", "", "/.x"},
+        {"/", "", "/", "", "/"},
+        {"name.exe", "name.exe", "", "exe", "name"},
+        {"", "", "", "", ""},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(files::lastComponent(row.path), row.last) << row.path;
+        EXPECT_EQ(files::parent(row.path), row.parent) << row.path;
+        EXPECT_EQ(files::extension(row.path), row.extension) << row.path;
+        EXPECT_EQ(files::withoutExtension(row.path), row.without) << row.path;
+    }
+    EXPECT_EQ(files::join("/a/", "/b"), "/a/b");
+    EXPECT_EQ(files::join("/", "b"), "/b");
+    EXPECT_EQ(files::join("/a", ""), "/a");
+}
+
+}  // namespace
+}  // namespace morvane

@@ -1,0 +1,137 @@
+#include "ports/port_description.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/pictures.h"
+#include "platform/property_list.h"
+#include "ports/typed_stream.h"
+#include "support/test_machine.h"
+
+namespace morvane {
+namespace {
+
+using namespace morvane::testing;
+
+class PortDescription : public TestMachine {
+  public:
+    Result<Dictionary> read(const Value& description) {
+        put(path, property_lists::xml(description));
+        return port_description::read(path);
+    }
+    std::string messageFor(const Value& description) {
+        const auto result = read(description);
+        return failureOf(result) != nullptr ? failureOf(result)->message : "";
+    }
+    const std::string path = home + "/port.plist";
+    const std::string png = pictures::encodePng({5, 4, std::vector<std::uint8_t>(80, 7)});
+};
+
+TEST_F(PortDescription, BecomesACkiWithItsPictures) {
+    put(home + "/pictures/icon.png", png);
+    const auto entry = [](const char* icon) {
+        return Dictionary{{"name", "Game"}, {"main", "X"}, {"icon", icon}};
+    };
+    const std::string absolute = home + "/pictures/icon.png";
+    const Dictionary description{{"CKI Version", "1.6.1"},
+                                 {"Winetricks", "d3dx9\nvcrun2008"},
+                                 {"MacDriver", true},
+                                 {"Button 1", 1},
+                                 {"Overrides", Array{"[a]"}},
+                                 {"Drives", Array{Dictionary{{"name", "d"}}}},
+                                 {"EXEs", Array{entry("pictures/icon.png"), entry(absolute.c_str())}}};
+    const auto result = read(description);
+    ASSERT_EQ(failureOf(result), nullptr) << failureOf(result)->message;
+    Dictionary expected = description;
+    Dictionary exe = entry("");
+    exe.set("icon", ImageData{png, 5, 4});
+    expected.set("EXEs", Array{exe, exe});
+    EXPECT_TRUE(std::get<Dictionary>(result) == expected);
+    EXPECT_EQ(failureOf(typed_stream::archive(std::get<Dictionary>(result))), nullptr);
+}
+
+TEST_F(PortDescription, IsRefusedWithTheKeysName) {
+    put(home + "/text.png", "no picture");
+    const auto exes = [](Dictionary second) {
+        return Dictionary{{"EXEs", Array{Dictionary{}, std::move(second)}}};
+    };
+    struct Row {
+        Value description;
+        const char* key;
+    };
+    const std::vector<Row> rows{
+        {Dictionary{{"Engin", "x"}}, "\"Engin\""},
+        {Dictionary{{"Engine", 9}}, "\"Engine\""},
+        {Dictionary{{"MacDriver", Array{}}}, "\"MacDriver\""},
+        {Dictionary{{"Winetricks", Array{"a", 1}}}, "\"Winetricks\""},
+        {Dictionary{{"EXEs", Array{"a"}}}, "\"EXEs\""},
+        {exes({{"nam", "x"}}), "\"EXEs 2: nam\""},
+        {exes({{"automatic", "1"}}), "\"EXEs 2: automatic\""},
+        {exes({{"icon", "missing.png"}}), "\"EXEs 2: icon\""},
+        {exes({{"icon", "text.png"}}), "\"EXEs 2: icon\""},
+    };
+    for (const Row& row : rows) {
+        EXPECT_NE(messageFor(row.description).find(row.key), std::string::npos)
+            << messageFor(row.description);
+    }
+    EXPECT_NE(messageFor(Array{}), "");
+    put(path, "no property list");
+    EXPECT_NE(failureOf(port_description::read(path)), nullptr);
+    EXPECT_NE(failureOf(port_description::read(home + "/none.plist")), nullptr);
+}
+
+TEST_F(PortDescription, ShowsACkiInBothByteOrders) {
+    const Dictionary cki{
+        {"Creator", "me\n\x1b[31m\xc2\x9b"},
+        {"Engine", "CK8Wine3.0"},
+        {"Port Type", "Caskery"},
+        {"DLLsOverrides", "\"d3d9\"=\"native\""},
+        {"Winetricks", Array{}},
+        {"EXEs", Array{Dictionary{{"main", "X"}, {"path", "C:/a.exe"}, {"icon", ImageData{png, 16, 16.5}}}}}};
+    const std::string file = home + "/Game (Steam).cki";
+    for (const auto order : {typed_stream::ByteOrder::little, typed_stream::ByteOrder::big}) {
+        const std::string bytes = std::get<std::string>(typed_stream::archive(cki, order));
+        put(file, bytes);
+        const auto shown = port_description::shown(file);
+        ASSERT_EQ(failureOf(shown), nullptr);
+        const std::string tiffBytes = std::to_string(pictures::encodeTiff(*pictures::decode(png)).size());
+        EXPECT_EQ(std::get<std::string>(shown), R"(Creator: me\n\x1b[31m\x9b
+Engine: CK8Wine3.0
+Port Type: Caskery
+DLLsOverrides: "d3d9"="native"
+Winetricks: none
+EXEs:
+    -
+        main: X
+        path: C:/a.exe
+        icon: TIFF picture, 16 x 16.500000 points, )" +
+                                                    tiffBytes + R"( bytes
+
+Read as:
+    Engine: CK9Wine3.0
+    Winetricks: none
+    Before Extra Files: none
+    After Extra Files: none
+    Original Installer Needed: no
+    Overrides:
+        - [Software\\Wine\\DllOverrides]\n"d3d9"="native"
+    DRM:
+        - Steam
+    Main EXE: C:/a.exe
+)");
+    }
+}
+
+TEST_F(PortDescription, ShowsACkiiWithoutPortData) {
+    const std::string file = home + "/mv_desc.ckii";
+    put(file, std::get<std::string>(typed_stream::archive(
+                  Dictionary{{"ID", 12},
+                             {"Description", StyledText{"ab", {{2, false, false, "", 0, ""}}}},
+                             {"When", Date{86400}}})));
+    EXPECT_EQ(std::get<std::string>(port_description::shown(file)),
+              "ID: 12\nDescription: ab\nWhen: 2001-01-02 00:00:00 UTC\n");
+    EXPECT_EQ(failureOf(port_description::shown(home + "/none.cki"))->message,
+              "There is no CKI file at " + home + "/none.cki!");
+}
+
+}  // namespace
+}  // namespace morvane

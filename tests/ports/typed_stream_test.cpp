@@ -1,0 +1,483 @@
+#include "ports/typed_stream.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "archive_bytes.h"
+#include "platform/pictures.h"
+
+namespace morvane {
+namespace {
+
+using namespace morvane::testing;
+using typed_stream::archive;
+using typed_stream::ByteOrder;
+using typed_stream::describe;
+using typed_stream::unarchive;
+
+const std::string arrayOfThree = bytesOf(R"(04 0b 'streamtyped' 81 e8 03
+    84 01 '@' 84 84 84 07 'NSArray' 00 84 84 08 'NSObject' 00 85
+      84 01 'i' 03
+      92  84 84 84 08 'NSString' 01 94 84 01 '+' 01 'a' 86
+      92  84 84 84 08 'NSNumber' 00 84 84 07 'NSValue' 00 94 84 01 '*' 84 84 01 'q' 9b 01 86
+      92  84 96 97 01 'b' 86
+    86)");
+
+std::string tiffOf(int width, int height) {
+    Picture picture{width, height,
+                    std::vector<std::uint8_t>(static_cast<std::size_t>(width * height * 4), 200)};
+    return pictures::encodeTiff(picture);
+}
+
+std::string archived(const Value& root, ByteOrder order = ByteOrder::little) {
+    auto result = archive(root, order);
+    EXPECT_EQ(failureOf(result), nullptr) << failureOf(result)->message;
+    return std::get<std::string>(result);
+}
+
+Value unarchived(std::string_view bytes) {
+    auto result = unarchive(bytes);
+    if (const Failure* failure = failureOf(result)) {
+        ADD_FAILURE() << failure->message;
+        return {};
+    }
+    return std::get<Value>(result);
+}
+
+bool isRefused(std::string_view bytes) {
+    return failureOf(unarchive(bytes)) != nullptr;
+}
+
+/// Something of every kind that can be written.
+Value richValue() {
+    return Dictionary{
+        {"text", "Grüße"},
+        {"numbers",
+         Array{0, -110, -111, 127, 128, 40000, -40000, std::int64_t{1} << 40, INT64_MIN, INT64_MAX}},
+        {"reals", Array{0.5, -0.0, 3.0, 4294967296.0, -1e300}},
+        {"flags", Array{true, false}},
+        {"nothing", Value()},
+        {"date", Date{86400.25}},
+        {"data", Data{std::string("\0\x86\x84", 3)}},
+        {"no data", Data{}},
+        {"icon", ImageData{tiffOf(3, 2), 32, 16.5}},
+        {"empty", Array{Array(), Dictionary(), "", StyledText()}},
+        {"styled", StyledText{"a😀bc",
+                              {{3, true, false, "Helvetica-Bold", 12, ""},
+                               {1, false, true, "Georgia-Italic", 13.5, "http://morvane.example/"},
+                               {1, true, false, "Helvetica-Bold", 12, ""}}}},
+    };
+}
+
+TEST(Archive, WritesTheWorkedExample) {
+    const Array root{"a", 1, "b"};
+    EXPECT_EQ(archived(root), arrayOfThree);
+    EXPECT_EQ(unarchived(arrayOfThree), Value(root));
+    std::string big = arrayOfThree;
+    big.replace(0, bigHeader.size(), bigHeader);
+    EXPECT_EQ(archived(root, ByteOrder::big), big);
+    EXPECT_EQ(unarchived(big), Value(root));
+}
+
+TEST(Archive, ReadsWhatItWroteInBothOrders) {
+    const Value root = richValue();
+    for (const ByteOrder order : {ByteOrder::little, ByteOrder::big}) {
+        EXPECT_TRUE(unarchived(archived(root, order)) == root);
+        EXPECT_EQ(archived(unarchived(archived(root, order)), order), archived(root, order));
+    }
+    EXPECT_TRUE(std::signbit(*(*unarchived(archived(Array{-0.0})).as<Array>())[0].as<double>()));
+}
+
+TEST(Archive, ShortensIntegersAndReals) {
+    const auto tail = [](const Value& value) {
+        const std::string bytes = archived(value);
+        return bytes.substr(bytes.rfind("\x84\x01*") + 3);
+    };
+    EXPECT_EQ(tail(-110), bytesOf("84 84 01 'q' 97 92 86"));
+    EXPECT_EQ(tail(-111), bytesOf("84 84 01 'q' 97 81 91 ff 86"));
+    EXPECT_EQ(tail(200), bytesOf("84 84 01 'q' 97 81 c8 00 86"));
+    EXPECT_EQ(tail(2.0), bytesOf("84 84 01 'd' 97 02 86"));
+    EXPECT_EQ(tail(0.5), bytesOf("84 84 01 'd' 97 83 00 00 00 00 00 00 e0 3f 86"));
+    EXPECT_EQ(tail(true), bytesOf("84 84 01 'c' 97 01 86"));
+}
+
+struct LayoutCase {
+    std::string name;
+    std::string root;
+    Value expected;
+};
+std::ostream& operator<<(std::ostream& stream, const LayoutCase& row) {
+    return stream << row.name;
+}
+class Layouts : public ::testing::TestWithParam<LayoutCase> {};
+
+std::string number(std::string_view type, std::string_view value) {
+    return object({{"NSNumber"}, {"NSValue"}}, group("*", "\x84" + sharedText(type)) + group(type, value));
+}
+std::string wrapped(std::string_view element) {
+    return object({{"NSArray"}}, group("i", "\x01") + member(element));
+}
+std::string attributedText(std::string_view content, std::string_view runs) {
+    return object({{"NSMutableAttributedString"}, {"NSAttributedString"}},
+                  member(object({{"NSMutableString", 1}, {"NSString", 1}}, group("+", counted(content)))) +
+                      std::string(runs));
+}
+std::string fontNamed(std::string_view utf16Name) {
+    const std::string blob = bytesOf("06 00 00 00") + static_cast<char>(utf16Name.size() + 2) +
+                             bytesOf("00 00 00 ff fe") + std::string(utf16Name);
+    return object({{"NSFont", 30}}, group("i", integer32(static_cast<std::uint32_t>(blob.size()))) +
+                                        group("[" + std::to_string(blob.size()) + "c]", blob) +
+                                        group("f", "\x0e") + group("c", std::string(1, '\0')) +
+                                        group("c", "\x01") + group("c", std::string(1, '\0')) +
+                                        group("c", std::string(1, '\0')));
+}
+std::string imageOf(char version, int flags, std::string_view bytes) {
+    std::string fields = member("\x85");
+    for (int i = 0; i < flags; ++i) fields += group("c", std::string(1, '\0'));
+    const std::string length = integer32(static_cast<std::uint32_t>(bytes.size()));
+    fields += group("ff", "\x20\x10") + group("s", "\x01") + group("c", std::string(1, '\0'));
+    fields += member(object({{"NSBitmapImageRep", 17}, {"NSImageRep", 17}},
+                            group("i", length) + group("[" + std::to_string(bytes.size()) + "c]", bytes)));
+    fields += member(object({{"NSColor"}}, group("c", "\x03") + group("ff", std::string(2, '\0'))));
+    return object({{"NSImage", version}}, fields + member("\x85"));
+}
+
+const std::string png = "\x89PNG\r\n\x1a\n and so on";
+
+std::vector<LayoutCase> layoutCases() {
+    const std::string tiff = tiffOf(1, 1);
+    const std::string dictionaryEntry = member(text("key")) + member(text("value"));
+    const std::string link = object(
+        {{"NSURL"}},
+        group("c", "\x01") +
+            member(object({{"NSURL"}}, group("c", std::string(1, '\0')) + member(text("http://a.b/c/d")))) +
+            member(text("e?f")));
+    const std::string bold =
+        object({{"NSDictionary"}}, group("i", "\x03") + member(text("NSFont")) +
+                                       member(fontNamed(std::string("A\0-\0B\0o\0l\0d\0", 12))) +
+                                       member(text("NSColor")) + member(text("passed over")) +
+                                       member(text("NSLink")) + member(link));
+    return {
+        {"text of a mutable class",
+         object({{"NSMutableString", 1}, {"NSString", 1}}, group("+", counted("a"))), "a"},
+        {"text that is not UTF-8", wrapped(text("\xff")), Array{Value()}},
+        {"nil text", wrapped(object({{"NSString", 1}}, group("+", "\x85"))), Array{Value()}},
+        {"mutable list",
+         object({{"NSMutableArray"}, {"NSArray"}}, group("i", "\x02") + member("\x85") + member(text("x"))),
+         Array{Value(), "x"}},
+        {"list in one group", object({{"NSArray"}}, group("i@@", "\x02" + text("x") + text("y"))),
+         Array{"x", "y"}},
+        {"set", object({{"NSSet"}}, group("I", "\x01") + member(text("x"))), Array{"x"}},
+        {"mutable dictionary",
+         object({{"NSMutableDictionary"}, {"NSDictionary"}}, group("i", "\x01") + dictionaryEntry),
+         Dictionary{{"key", "value"}}},
+        {"dictionary with another key",
+         wrapped(object({{"NSDictionary"}},
+                        group("i", "\x01") + member(number("i", "\x01")) + member(text("x")))),
+         Array{Value()}},
+        {"c 1", number("c", "\x01"), true},
+        {"c 2", number("c", "\x02"), 2},
+        {"c -1", number("c", "\xff"), -1},
+        {"C 200", number("C", "\xc8"), 200},
+        {"s", number("s", bytesOf("81 c8 ff")), -56},
+        {"i", number("i", bytesOf("82 00 00 00 80")), std::int64_t{INT32_MIN}},
+        {"I is stored signed", number("I", "\xfd"), std::int64_t{4294967293}},
+        {"q", number("q", bytesOf("87 00 00 00 00 01 00 00 00")), std::int64_t{1} << 32},
+        {"Q", number("Q", "\x07"), 7},
+        {"Q beyond 63 bits", number("Q", "\xfd"), 18446744073709551613.0},
+        {"f", number("f", bytesOf("83 00 00 40 3f")), 0.75},
+        {"d as an integer", number("d", "\xfe"), -2.0},
+        {"a value of a structure",
+         wrapped(object({{"NSValue"}}, group("*", "\x84" + sharedText("{_NSPoint=ff}")) +
+                                           group("{_NSPoint=ff}", "\x01\x02"))),
+         Array{Value()}},
+        {"data",
+         object({{"NSMutableData"}, {"NSData"}},
+                group("i", "\x02") + group("[2c]", std::string("\0\x86", 2))),
+         Data{std::string("\0\x86", 2)}},
+        {"date", object({{"NSDate"}}, group("d", "\x3c")), Date{60}},
+        {"null", object({{"NSNull"}}, ""), Value()},
+        {"address", object({{"NSURL"}}, group("c", std::string(1, '\0')) + member(text("http://a.b"))),
+         "http://a.b"},
+        {"relative address", link, "http://a.b/c/e?f"},
+        {"styled text",
+         attributedText("ab\xc3\xa4",
+                        group("iI", "\x01\x01") + member(bold) + group("iI", "\x02\x01") +
+                            member(object({{"NSDictionary"}}, group("i", std::string(1, '\0')))) +
+                            group("iI", "\x01\x01")),
+         StyledText{"ab\xc3\xa4",
+                    {{1, true, false, "A-Bold", 14, "http://a.b/c/e?f"},
+                     {1, false, false, "", 0, ""},
+                     {1, true, false, "A-Bold", 14, "http://a.b/c/e?f"}}}},
+        {"image of version 46", imageOf(46, 14, tiff), ImageData{tiff, 32, 16}},
+        {"image of version 45", imageOf(45, 13, tiff), ImageData{tiff, 32, 16}},
+        {"image of a later version", imageOf(60, 20, png), ImageData{png, 32, 16}},
+        {"image without a picture", wrapped(imageOf(46, 14, "no picture")), Array{Value()}},
+        {"cached image",
+         object({{"NSCachedImageRep", 17}, {"NSImageRep", 17}},
+                group("i", integer32(static_cast<std::uint32_t>(tiff.size()))) +
+                    group("[" + std::to_string(tiff.size()) + "c]", tiff) + group("c", std::string(1, '\0')) +
+                    group("iii", "\x01\x02\x03")),
+         ImageData{tiff, 0, 0}},
+        {"object of another class",
+         wrapped(object({{"Whatever", 9}}, group("[2{a=ifd}]", std::string("\x01\x02\x03\x04\x05\x06", 6)) +
+                                               group("!", "") + group("#", "\x85") + group(":", "\x85") +
+                                               group("*", "\x85") + group("%", sharedText("x")) +
+                                               group("[0c]", ""))),
+         Array{Value()}},
+    };
+}
+
+TEST_P(Layouts, AreRead) {
+    EXPECT_TRUE(unarchived(archiveOf(GetParam().root)) == GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Unarchive, Layouts, ::testing::ValuesIn(layoutCases()));
+
+TEST(Unarchive, TakesTheFirstOfSeveralGroups) {
+    EXPECT_EQ(unarchived(archiveOf(text("first")) + group("@", text("second")) + group("i", "\x05")),
+              Value("first"));
+    EXPECT_TRUE(isRefused(littleHeader + group("i", "\x05") + group("@", text("second"))));
+}
+
+TEST(Unarchive, CopiesSharedObjects) {
+    // Object 0 is the list, 1 and 2 its classes, 3 the text.
+    const std::string shared = object({{"NSArray"}}, group("i", "\x02") + member(text("x")) + member("\x95"));
+    EXPECT_EQ(unarchived(archiveOf(shared)), Value(Array{"x", "x"}));
+}
+
+std::string nested(int levels) {
+    std::string root = text("deep");
+    for (int i = 1; i < levels; ++i) root = wrapped(root);
+    return archiveOf(root);
+}
+
+TEST(Nesting, EndsAt256Levels) {
+    EXPECT_FALSE(isRefused(nested(256)));
+    EXPECT_TRUE(isRefused(nested(257)));
+    Value deep("deep");
+    for (int i = 1; i < 256; ++i) deep = Array{std::move(deep)};
+    EXPECT_EQ(unarchived(archived(deep)), deep);
+    deep = Array{std::move(deep)};
+    EXPECT_NE(failureOf(archive(deep)), nullptr);
+}
+
+struct BadCase {
+    std::string name;
+    std::string bytes;
+};
+std::ostream& operator<<(std::ostream& stream, const BadCase& row) {
+    return stream << row.name;
+}
+class BadArchives : public ::testing::TestWithParam<BadCase> {};
+
+std::string repeated(std::string_view text, std::size_t count) {
+    std::string result;
+    for (std::size_t i = 0; i < count; ++i) result += text;
+    return result;
+}
+
+std::vector<BadCase> badCases() {
+    const std::string good = archiveOf(text("a"));
+    const auto list = [](std::string_view count, std::string_view rest) {
+        return archiveOf(object({{"NSArray"}}, group("i", count) + std::string(rest)));
+    };
+    return {
+        {"nothing", ""},
+        {"no root", littleHeader},
+        {"nil root", archiveOf("\x85")},
+        {"root of another class", archiveOf(object({{"Whatever"}}, ""))},
+        {"another signature", bytesOf("04 0b 'streamtypes' 81 e8 03") + good.substr(littleHeader.size())},
+        {"another version", "\x03" + good.substr(1)},
+        {"another system version",
+         bytesOf("04 0b 'streamtyped' 81 e9 03") + good.substr(littleHeader.size())},
+        {"a byte too many", good + "\x01"},
+        {"tag 80", list("\x80", "")},
+        {"tag 91", list("\x91", "")},
+        {"a real for an integer", list(bytesOf("83 00 00 00 00"), "")},
+        {"a count of 2^31 - 1", list(bytesOf("82 ff ff ff 7f"), "")},
+        {"a count below zero", list("\xff", "")},
+        {"a count beyond the fields", list("\x02", member("\x85"))},
+        {"an element that is no object", list("\x01", group("i", "\x01"))},
+        {"a text length of 2^31 - 1",
+         archiveOf(object({{"NSString", 1}}, group("+", bytesOf("82 ff ff ff 7f 'a'"))))},
+        {"a negative text length", archiveOf(object({{"NSString", 1}}, group("+", "\xff")))},
+        {"an array of 2^31 bytes", archiveOf(object({{"NSData"}}, group("[2147483648c]", "")))},
+        {"an array of 10^30 bytes",
+         archiveOf(object({{"NSData"}}, group("[1000000000000000000000000000000c]", "")))},
+        {"arrays of nothing",
+         archiveOf(object({{"A"}}, group("[999[999[999[0c]]]]", std::string(1000, 'x'))))},
+        {"data of another length", archiveOf(object({{"NSData"}}, group("i", "\x03") + group("[2c]", "ab")))},
+        {"an unknown type", archiveOf(object({{"A"}}, group("^i", "\x01")))},
+        {"an open structure", archiveOf(object({{"A"}}, group("{a=i", "\x01")))},
+        {"a structure without fields", archiveOf(object({{"A"}}, group("{a}", "")))},
+        {"an array without a count", archiveOf(object({{"A"}}, group("[i]", "\x01")))},
+        {"a type of a million levels", archiveOf(object({{"A"}}, group(repeated("[1", 1'000'000), "\x01")))},
+        {"a reference beyond 63 bits", list("\x01", member(bytesOf("87 ff ff ff ff ff ff ff 7f")))},
+        {"a reference to nothing", list("\x01", member("\x7f"))},
+        {"a reference to a class as an object", list("\x01", member("\x93"))},
+        {"a reference to an object as a class", littleHeader + group("@", bytesOf("84 92 86"))},
+        {"an object without a class", littleHeader + group("@", bytesOf("84 85 86"))},
+        {"a class of itself",
+         littleHeader + group("@", "\x84\x84" + sharedText("NSNull") + std::string(1, '\0') + "\x93\x86")},
+        {"a class with a thousand ancestors",
+         littleHeader +
+             group("@", "\x84" + repeated("\x84" + sharedText("NSNull") + std::string(1, '\0'), 1000) +
+                            "\x85\x86")},
+        {"a list that holds itself", list("\x01", member("\x92"))},
+        {"a list that holds itself often", list("\x64", repeated(member("\x92"), 100))},
+        {"a million nested lists",
+         littleHeader + repeated(bytesOf("84 01 '@' 84 84 01 'A' 00 85"), 1'000'000)},
+        {"runs shorter than the text",
+         archiveOf(attributedText("abc", group("iI", "\x01\x01") + member("\x85")))},
+        {"runs longer than the text",
+         archiveOf(attributedText("abc", group("iI", "\x01\x7f") + member("\x85")))},
+    };
+}
+
+TEST_P(BadArchives, AreRefused) {
+    EXPECT_TRUE(isRefused(GetParam().bytes));
+}
+
+INSTANTIATE_TEST_SUITE_P(Unarchive, BadArchives, ::testing::ValuesIn(badCases()));
+
+/// A list of lists, each of which holds the one before twenty times: small to store, endless to expand.
+std::string laughs(int levels) {
+    std::string members = group("@", object({{"NSArray"}}, group("i", std::string(1, '\0'))));
+    // Slots: 0 the root, 1 and 2 its classes, then three for every list, the list itself first.
+    for (int level = 0; level < levels; ++level) {
+        const std::string before = group("@", std::string(1, static_cast<char>(0x92 + 3 + 3 * level)));
+        members += group("@", object({{"NSArray"}}, group("i", "\x14") + repeated(before, 20)));
+    }
+    return archiveOf(
+        object({{"NSArray"}}, group("i", std::string(1, static_cast<char>(levels + 1))) + members));
+}
+
+TEST(SharedObjects, ExpandWithinABudgetOnly) {
+    EXPECT_FALSE(isRefused(laughs(2)));
+    EXPECT_TRUE(isRefused(laughs(10)));
+    EXPECT_EQ(failureOf(describe(laughs(10))), nullptr);
+
+    // A long text in many places: 100 references in a group of three bytes each.
+    const std::string longText = text(std::string(100'000, 'x'));
+    const std::string often =
+        object({{"NSArray"}}, group("i", "\x64") + member(longText) + repeated(member("\x95"), 99));
+    EXPECT_TRUE(isRefused(archiveOf(often)));
+    const std::string twice = object({{"NSArray"}}, group("i", "\x02") + member(longText) + member("\x95"));
+    EXPECT_FALSE(isRefused(archiveOf(twice)));
+}
+
+TEST(CutArchives, AreRefusedAtEveryByte) {
+    for (const ByteOrder order : {ByteOrder::little, ByteOrder::big}) {
+        const std::string whole = archived(richValue(), order);
+        for (std::size_t length = 0; length < whole.size(); ++length) {
+            ASSERT_TRUE(isRefused(std::string_view(whole).substr(0, length))) << length;
+            ASSERT_NE(failureOf(describe(std::string_view(whole).substr(0, length))), nullptr) << length;
+        }
+    }
+}
+
+TEST(ChangedArchives, AreReadOrRefused) {
+    const std::string whole = archived(richValue());
+    std::mt19937 random(20240229);
+    int read = 0;
+    for (int round = 0; round < 2'000; ++round) {
+        std::string changed = whole;
+        for (std::uint32_t changes = 1 + random() % 3; changes > 0; --changes) {
+            char& byte = changed[random() % changed.size()];
+            byte = static_cast<char>(random() % 4 == 0 ? 0x80 + random() % 32 : random());
+        }
+        static_cast<void>(describe(changed));
+        const auto result = unarchive(changed);
+        if (failureOf(result) != nullptr) continue;
+        ++read;
+        // What can be read can be written again, but for pictures that only look like ones.
+        static_cast<void>(archive(std::get<Value>(result)));
+    }
+    EXPECT_GT(read, 100);
+}
+
+TEST(Describe, ShowsEveryGroup) {
+    const auto result = describe(arrayOfThree);
+    ASSERT_EQ(failureOf(result), nullptr);
+    const Dictionary objectClass{{"name", "NSObject"}, {"version", 0}};
+    const auto textOf = [&](int slot, const char* content) {
+        return Dictionary{{"object", slot},
+                          {"class", Array{Dictionary{{"name", "NSString"}, {"version", 1}}, objectClass}},
+                          {"fields", Array{Dictionary{{"type", "+"}, {"values", Array{content}}}}}};
+    };
+    const auto objectGroup = [](Value value) {
+        return Dictionary{{"type", "@"}, {"values", Array{std::move(value)}}};
+    };
+    const Dictionary one{{"object", 5},
+                         {"class", Array{Dictionary{{"name", "NSNumber"}, {"version", 0}},
+                                         Dictionary{{"name", "NSValue"}, {"version", 0}}, objectClass}},
+                         {"fields", Array{Dictionary{{"type", "*"}, {"values", Array{"q"}}},
+                                          Dictionary{{"type", "q"}, {"values", Array{1}}}}}};
+    const Dictionary list{
+        {"object", 0},
+        {"class", Array{Dictionary{{"name", "NSArray"}, {"version", 0}}, objectClass}},
+        {"fields", Array{Dictionary{{"type", "i"}, {"values", Array{3}}}, objectGroup(textOf(3, "a")),
+                         objectGroup(one), objectGroup(textOf(9, "b"))}}};
+    const Dictionary expected{{"byteOrder", "little"},
+                              {"streamerVersion", 4},
+                              {"systemVersion", 1000},
+                              {"groups", Array{objectGroup(list)}}};
+    EXPECT_TRUE(std::get<Value>(result) == Value(expected));
+}
+
+TEST(Describe, ShowsCirclesAsReferencesAndUnknownTypesAsTheyAre) {
+    const std::string bytes = bigHeader + bytesOf(R"(84 01 '@' 84 84 84 05 'Thing' 81 01 00 85
+        84 09 '@{p=fc}#!' 92  83 3f 00 00 00  ff  84 84 01 'X' 02 93
+        84 07 '[2[2c]]' 'ab' ff fe
+        86)");
+    const auto result = describe(bytes);
+    ASSERT_EQ(failureOf(result), nullptr) << failureOf(result)->message;
+    const auto& groups = *std::get<Value>(result).as<Dictionary>()->get<Array>("groups");
+    const Array thing{Dictionary{{"name", "Thing"}, {"version", 256}}};
+    Array derived{Dictionary{{"name", "X"}, {"version", 2}}};
+    derived.push_back(thing.front());
+    const Dictionary expected{
+        {"object", 0},
+        {"class", thing},
+        {"fields",
+         Array{Dictionary{{"type", "@{p=fc}#!"},
+                          {"values", Array{Dictionary{{"reference", 0}}, Array{0.5, -1},
+                                           Dictionary{{"class", derived}}}}},
+               Dictionary{{"type", "[2[2c]]"}, {"values", Array{Array{Data{"ab"}, Data{"\xff\xfe"}}}}}}}};
+    EXPECT_TRUE(groups.front() == Value(Dictionary{{"type", "@"}, {"values", Array{expected}}}));
+}
+
+TEST(Archive, ConvertsPicturesToTiff) {
+    const Picture picture{2, 1, {255, 0, 0, 255, 0, 0, 255, 128}};
+    const Value read = unarchived(archived(ImageData{pictures::encodePng(picture), 0, 0}));
+    const auto* image = read.as<ImageData>();
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(pictures::kindOf(image->bytes), "TIFF");
+    EXPECT_EQ(image->width, 2);
+    EXPECT_EQ(image->height, 1);
+    const auto decoded = pictures::decode(image->bytes);
+    ASSERT_TRUE(decoded.has_value());
+    EXPECT_EQ(decoded->rgba, picture.rgba);
+}
+
+TEST(Archive, RefusesWhatItCannotHold) {
+    EXPECT_NE(failureOf(archive(Array{"\xff"})), nullptr);
+    EXPECT_NE(failureOf(archive(ImageData{"no picture", 1, 1})), nullptr);
+    EXPECT_NE(failureOf(archive(StyledText{"abc", {{2, false, false, "", 0, ""}}})), nullptr);
+}
+
+TEST(Archive, NamesTheFaceOfAStyledRun) {
+    const StyledText written{
+        "abc",
+        {{1, true, true, "", 0, ""}, {1, true, false, "Georgia", 10, ""}, {1, false, false, "", 0, ""}}};
+    const StyledText expected{"abc",
+                              {{1, true, true, "Helvetica-BoldOblique", 12, ""},
+                               {1, true, false, "Georgia-Bold", 10, ""},
+                               {1, false, false, "", 0, ""}}};
+    EXPECT_TRUE(unarchived(archived(written)) == Value(expected));
+}
+
+}  // namespace
+}  // namespace morvane

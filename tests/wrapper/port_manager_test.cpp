@@ -1,0 +1,235 @@
+#include "wrapper/port_manager.h"
+
+#include <filesystem>
+
+#include "foundation/file_manager.h"
+#include "platform/property_list.h"
+#include "support/test_machine.h"
+#include "wrapper/layout.h"
+
+namespace morvane {
+namespace {
+
+class PortManager : public testing::TestMachine {
+  protected:
+    void save(const std::string& path, const Dictionary& settings) const {
+        put(path, "");
+        ASSERT_EQ(property_lists::write(path, settings), std::nullopt);
+    }
+    std::string names(const std::string& path) const {
+        std::string keys;
+        const std::optional<Value> settings = property_lists::read(path);
+        if (!settings) return "none";
+        for (const auto& entry : *settings->as<Dictionary>()) keys += entry.key + " ";
+        return keys;
+    }
+
+    const std::string wrapper = home + "/Applications/Game.app";
+    const std::string info = wrapper + layout::infoPlist;
+};
+
+TEST_F(PortManager, KeepsUnknownKeysAndTheirOrder) {
+    save(info, {{"Unknown", Array{1, "a"}}, {"Fullscreen", true}, {"Program Flags", "-x"}});
+    save(wrapper + layout::x11Plist, {{"option_sends_alt", false}, {"other", 1}});
+    NSPortManager manager = NSPortManager::managerWithPath(wrapper);
+    manager.setPlistObject(std::nullopt, "Fullscreen");
+    manager.setPlistObject("-y", "Program Flags");
+    manager.setPlistObject(1, "New");
+    EXPECT_EQ(names(info), "Unknown Fullscreen Program Flags ") << "nothing is written before";
+    EXPECT_TRUE(manager.synchronizePlist());
+    EXPECT_EQ(names(info), "Unknown Program Flags New ");
+    manager.setX11PlistObject(true, "option_sends_alt");
+    EXPECT_TRUE(manager.synchronizeX11Plist());
+
+    const NSPortManager again = NSPortManager::managerWithPath(wrapper);
+    EXPECT_EQ(again.plistTextForKey("Program Flags"), "-y");
+    EXPECT_EQ(again.plistTextForKey("New"), std::nullopt);
+    EXPECT_TRUE(isFlagSet(again.x11PlistObjectForKey("option_sends_alt")));
+    EXPECT_TRUE(isFlagSet(again.x11PlistObjectForKey("other")));
+    EXPECT_FALSE(isFlagSet(again.x11PlistObjectForKey("missing")));
+}
+
+TEST_F(PortManager, WithoutAReadableFileNothingIsWritten) {
+    for (const char* contents : {"", "no property list", "<plist><string>text</string></plist>"}) {
+        put(info, contents);
+        NSPortManager manager = NSPortManager::managerWithPath(wrapper);
+        manager.setPlistObject("x", "CFBundleName");
+        EXPECT_EQ(manager.plistObjectForKey("CFBundleName"), nullptr);
+        EXPECT_TRUE(manager.synchronizePlist());
+        EXPECT_EQ(get(info), contents);
+    }
+    NSPortManager missing = NSPortManager::managerWithPath(home + "/None.app");
+    missing.setPlistObject("x", "CFBundleName");
+    EXPECT_TRUE(missing.synchronizePlist());
+    EXPECT_FALSE(MVFileManager::fileExistsAtPath(home + "/None.app"));
+}
+
+TEST_F(PortManager, ACustomExeHasItsOwnFile) {
+    const std::string application = wrapper + "/Editor.app";
+    save(application + layout::customExePlist, {{"Program Flags", "a"}});
+    save(application + layout::infoPlist, {{"Program Flags", "untouched"}});
+    save(application + layout::x11Plist, {{"option_sends_alt", true}});
+    NSPortManager manager = NSPortManager::managerWithCustomExePath(application);
+    EXPECT_FALSE(manager.x11Plist);
+    manager.setPlistObject("b", "Program Flags");
+    EXPECT_TRUE(manager.synchronizePlist());
+    EXPECT_EQ(NSPortManager::managerWithCustomExePath(application).plistTextForKey("Program Flags"), "b");
+    EXPECT_EQ(NSPortManager::managerWithPath(application).plistTextForKey("Program Flags"), "untouched");
+}
+
+TEST_F(PortManager, SingleSettingsAreReadWithoutAStore) {
+    save(info, {{"CFBundleName", "wrapper"}});
+    save(home + "/Dos.boxer/Game Info.plist", {{"CFBundleName", "boxer"}});
+    EXPECT_EQ(NSUtilities::getPlistItem("CFBundleName", wrapper), Value("wrapper"));
+    EXPECT_EQ(NSUtilities::getPlistItem("CFBundleName", home + "/Dos.boxer"), Value("boxer"));
+    EXPECT_EQ(NSUtilities::getPlistItem("Missing", wrapper), std::nullopt);
+    EXPECT_EQ(NSUtilities::getPlistItem("CFBundleName", home + "/None.app"), std::nullopt);
+}
+
+// The wrapper's command tool, standing in for one that runs Wine: it logs its arguments and the batch file's
+// text.
+class RunEXE : public testing::TestMachine {
+  protected:
+    RunEXE() {
+        put(wrapper + "/Contents/Frameworks/bin/Caskery",
+            "#!/bin/sh\nprintf '%s|' \"$@\" >> \"$0.log\"\n[ -f \"$2\" ] && cat \"$2\" >> \"$0.log\"\nexit "
+            "3\n",
+            true);
+        std::filesystem::create_directories(driveC);
+        std::filesystem::create_directories(wrapper + "/Contents/Resources/dosdevices");
+        std::filesystem::create_symlink("../drive_c", wrapper + "/Contents/Resources/dosdevices/c:");
+    }
+    std::string run(const std::string& program, const std::string& flags) {
+        std::filesystem::remove(log);
+        onWorker([&] { EXPECT_TRUE(NSPortManager::managerWithPath(wrapper).runEXE(program, flags)); });
+        return MVFileManager::fileExistsAtPath(log) ? get(log) : "not run";
+    }
+
+    const std::string wrapper = home + "/Applications/Game.app";
+    const std::string driveC = wrapper + layout::driveC;
+    const std::string log = wrapper + "/Contents/Frameworks/bin/Caskery.log";
+};
+
+TEST_F(RunEXE, StartsTheProgramThroughABatchFile) {
+    const std::string batch = driveC + "/My game.bat";
+    EXPECT_EQ(run(driveC + "/Games/My game.exe", "-w \"a b\""),
+              "CKS-installer|" + batch + "|start \"C:\\Games\\My game.exe\" -w \"a b\"");
+    EXPECT_FALSE(MVFileManager::fileExistsAtPath(batch));
+    EXPECT_EQ(run("/media/cd/100% & co.exe", ""),
+              "CKS-installer|" + driveC + "/100% & co.bat|start \"Z:\\media\\cd\\100% & co.exe\" ");
+}
+
+TEST_F(RunEXE, KeepsAFileThatHasTheBatchFilesName) {
+    put(driveC + "/setup.bat", "the game's own");
+    EXPECT_EQ(run(driveC + "/setup.bat", ""),
+              "CKS-installer|" + driveC + "/setup 2.bat|start \"C:\\setup.bat\" ");
+    EXPECT_EQ(get(driveC + "/setup.bat"), "the game's own");
+    EXPECT_FALSE(MVFileManager::fileExistsAtPath(driveC + "/setup 2.bat"));
+}
+
+TEST_F(RunEXE, RefusesNamesThatWouldAddCommands) {
+    for (const char* program : {"/Games/a\ndel.exe", "/Games/a\" & del \".exe", "/x\r/a.exe"}) {
+        ui.expectError("");
+        EXPECT_EQ(run(driveC + program, ""), "not run") << program;
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(driveC));
+}
+
+TEST_F(RunEXE, RunsTheToolAlthoughTheBatchFileCannotBeWritten) {
+    ui.expectError("Error while writting file: ");
+    EXPECT_EQ(run(driveC + "/caf\xC3\xA9.exe", ""), "CKS-installer|" + driveC + "/caf\xC3\xA9.bat|");
+}
+
+TEST_F(RunEXE, WinetricksGoThroughTheSameTool) {
+    onWorker([&] { EXPECT_TRUE(NSPortManager::managerWithPath(wrapper).installWinetrick("d3dx9")); });
+    EXPECT_EQ(get(log), "CKS-winetricks|d3dx9|");
+}
+
+class Icon : public testing::TestMachine {
+  protected:
+    Icon() { std::filesystem::create_directories(resources); }
+    void setIcon(const std::string& name, const std::optional<ImageData>& image) {
+        NSPortManager manager;
+        manager.path = wrapper;
+        manager.plist = Dictionary{{"CFBundleIconFile", name}};
+        onWorker([&] { manager.setIconWithImage(image); });
+    }
+    static ImageData picture(int width, int height) {
+        const auto bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4;
+        return {pictures::encodePng({width, height, std::vector<std::uint8_t>(bytes, 200)}), 0, 0};
+    }
+    std::vector<std::string> left() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(resources))
+            names.push_back(entry.path().filename());
+        return names;
+    }
+
+    const std::string wrapper = home + "/Applications/Game.app";
+    const std::string resources = wrapper + layout::resources;
+    // Keeps the icon set for the test to look at, and writes the icon beside it.
+    const std::string writer = "cp -r \"$3\" \"$0.set\"; echo \"$1 $2 $3\" > \"${3%.iconset}.icns\"";
+};
+
+TEST_F(Icon, IsBuiltFromEverySize) {
+    scriptProgram("iconutil", writer);
+    put(resources + "/game.icns", "old");
+    setIcon("game", picture(64, 16));
+    EXPECT_EQ(get(resources + "/game.icns"), "-c icns " + resources + "/game.iconset\n");
+    EXPECT_EQ(left(), std::vector<std::string>{"game.icns"});
+
+    const std::string set = programsFolder + "/iconutil.set";
+    int files = 0;
+    for (int size = 16; size <= 1024; size *= 2) {
+        for (const int factor : {1, 2}) {
+            const std::string edge = std::to_string(size);
+            const auto found = pictures::sizeOf(
+                get(set + "/icon_" + edge + "x" + edge + (factor == 2 ? "@2x.png" : ".png")));
+            ASSERT_TRUE(found) << size;
+            EXPECT_EQ(found->width, size * factor);
+            EXPECT_EQ(found->height, size * factor / 4);
+            ++files;
+        }
+    }
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(set), {}), files);
+}
+
+TEST_F(Icon, StaysWhenNoNewOneComesOut) {
+    put(resources + "/game.icns", "old");
+    for (const char* failing : {"exit 1", ": > \"${3%.iconset}.icns\""}) {
+        scriptProgram("iconutil", failing);
+        setIcon("game.icns", picture(64, 1));
+        EXPECT_EQ(get(resources + "/game.icns"), "old") << failing;
+        EXPECT_EQ(left(), std::vector<std::string>{"game.icns"});
+    }
+    std::filesystem::rename(resources + "/game.icns",
+                            resources + "/game.icns.previous");  // as a kill leaves it
+    setIcon("game.icns", picture(64, 1));
+    EXPECT_EQ(get(resources + "/game.icns"), "old");
+}
+
+TEST_F(Icon, IsNotTouchedWithoutAPictureOrAName) {
+    scriptProgram("iconutil", writer);
+    put(resources + "/game.icns", "old");
+    setIcon("game", std::nullopt);
+    setIcon("game", ImageData{"no picture", 0, 0});
+    setIcon("", picture(64, 1));
+    EXPECT_EQ(left(), std::vector<std::string>{"game.icns"});
+    EXPECT_EQ(get(resources + "/game.icns"), "old");
+}
+
+TEST_F(Icon, NeverLeavesTheResources) {
+    scriptProgram("iconutil", writer);
+    put(wrapper + "/Contents/other.icns", "foreign");
+    put(home + "/target/file", "foreign");
+    ui.expectError("");
+    setIcon("../other", picture(64, 1));
+    EXPECT_EQ(get(wrapper + "/Contents/other.icns"), "foreign");
+    std::filesystem::create_symlink(home + "/target", resources + "/game.iconset");
+    ui.expectError("");
+    setIcon("game", picture(64, 1));
+    EXPECT_EQ(get(home + "/target/file"), "foreign");
+}
+
+}  // namespace
+}  // namespace morvane

@@ -1,0 +1,118 @@
+#include "wrapper/windows_paths.h"
+
+#include <filesystem>
+
+#include "support/test_machine.h"
+
+namespace morvane {
+namespace {
+
+using namespace NSUtilities;
+
+class WindowsPaths : public testing::TestMachine {
+  protected:
+    WindowsPaths() {
+        std::filesystem::create_directories(wrapper + "/Contents/Resources/dosdevices");
+        drive("c", "../drive_c");
+        drive("d", folder.path + "/disc/");
+        drive("e", folder.path);
+        drive("z", "/behind");
+    }
+    void drive(const std::string& letter, const std::string& destination) const {
+        std::filesystem::create_symlink(destination,
+                                        wrapper + "/Contents/Resources/dosdevices/" + letter + ":");
+    }
+
+    const std::string wrapper = home + "/Applications/Game.app";
+    const std::string driveC = wrapper + "/Contents/Resources/drive_c";
+};
+
+TEST_F(WindowsPaths, LeadToHostPathsThroughTheDriveLinks) {
+    struct Row {
+        const char* windowsPath;
+        std::optional<std::string> hostPath;
+    };
+    const Row rows[] = {
+        {"C:\\Games\\A b\\Run.exe", driveC + "/Games/A b/Run.exe"},
+        {"c:/Games//x", driveC + "/Games/x"},
+        {"C:", driveC},
+        {"C?Games", driveC + "Games"},  // whatever stands in the colon's place is dropped
+        {"D:\\setup.exe", folder.path + "/disc/setup.exe"},
+        {"Z:\\usr\\bin", "/usr/bin"},
+        {"z:\\usr", "/behind/usr"},
+        {"C", std::nullopt},
+        {"\xC3\xA9", std::nullopt},  // one character, two bytes
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(getMacPathForWindowsPath(row.windowsPath, wrapper), row.hostPath) << row.windowsPath;
+
+    ui.expectError("Error while retrieving symbolic link destination: ");
+    EXPECT_EQ(getMacPathForWindowsPath("Q:/a", wrapper), std::nullopt);
+}
+
+TEST_F(WindowsPaths, ComeFromHostPathsWithoutAnyDialog) {
+    struct Row {
+        std::string hostPath, windowsPath;
+    };
+    const Row rows[] = {
+        {driveC + "/Games/a.exe", "C:/Games/a.exe"},
+        {folder.path + "/disc/a.exe", "D:/a.exe"},
+        {folder.path + "/discs/a.exe", "E:/discs/a.exe"},  // not inside D, whose name it begins with
+        {"/usr/a.exe", "Z:/usr/a.exe"},
+        {driveC, "E:/home/Applications/Game.app/Contents/Resources/drive_c"},
+    };
+    for (const Row& row : rows) EXPECT_EQ(getWindowsPathForMacPath(row.hostPath, wrapper), row.windowsPath);
+}
+
+TEST_F(WindowsPaths, ProgramFilesComesFromTheRegistry) {
+    const std::string header =
+        "WINE REGISTRY Version 2\n\n[Software\\\\Microsoft\\\\Windows\\\\CurrentVersion] 17\n";
+    const std::string both =
+        "\"ProgramFilesDir\"=\"C:\\\\PF\"\n\"ProgramFilesDir (x86)\"=\"C:\\\\PF (x86)\"\n";
+    struct Row {
+        std::string file;
+        const char *narrow, *wide;
+    };
+    const Row rows[] = {{header + both, "C:/PF (x86)", "C:/PF"},
+                        {header + "\"ProgramFilesDir\"=\"D:\\\\a\\\\b\"\n", "D:/a/b", "D:/a/b"},
+                        {header, "C:/Program Files", "C:/Program Files"}};
+    for (const Row& row : rows) {
+        put(wrapper + "/Contents/Resources/system.reg", row.file);
+        EXPECT_EQ(programFilesPathfromWrapper(wrapper, For64BitsApplication::no), row.narrow);
+        EXPECT_EQ(programFilesPathfromWrapper(wrapper, For64BitsApplication::yes), row.wide);
+    }
+}
+
+TEST(WindowsCommandLine, SplitsIntoProgramAndArguments) {
+    struct Row {
+        const char *line, *program, *flags;
+    };
+    const Row rows[] = {
+        {"\"C:\\A b\\a.exe\" -x  \"C:\\s d\"", "C:/A b/a.exe", "-x  \"C:\\s d\""},
+        {"  \"C:\\a.exe\"", "C:/a.exe", ""},
+        {"\"C:\\a.exe", "C:/a.exe", ""},
+        {"C:\\A b\\a.exe -x", "C:/A b/a.exe -x", ""},
+        {"C:\\a.exe \"p q\" r", "C:/a.exe ", "p q\" r"},
+        {"C:\\a.exe \" p", "C:/a.exe ", " p"},
+        {"/usr/a.exe", "Z:/usr/a.exe", ""},
+        {"game.exe", "game.exe", ""},
+        {"game.exe \"a\"", "game.exe \"a\"", ""},
+        {"  ab", "", ""},
+        {"\xC3\xA9\xC3\xA9", "", ""},  // two characters
+        {"", "", ""},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(getFileNameOfWindowsPath(row.line), row.program) << row.line;
+        EXPECT_EQ(getFlagsOfWindowsPath(row.line), row.flags) << row.line;
+    }
+}
+
+TEST(WindowsVersions, TranslateBothWays) {
+    EXPECT_EQ(windowsSystemCodeFromSystemName("Windows XP"), "winxp");
+    EXPECT_EQ(windowsSystemNameFromSystemCode("win2k3"), "Windows 2003");
+    EXPECT_EQ(windowsSystemCodeFromSystemName("windows xp"), std::nullopt);
+    EXPECT_EQ(windowsSystemNameFromSystemCode("win11"), std::nullopt);
+}
+
+}  // namespace
+}  // namespace morvane
