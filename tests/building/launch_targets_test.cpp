@@ -80,7 +80,9 @@ TEST_F(LaunchTargets, WindowsVersionOfTheProgram) {
              Row{"C:/Origin/Origin.exe", "Windows XP", "Origin.exe", "\"Version\"=\"win7\""},
              Row{"C:/Uplay/UPLAY.EXE", "", "UPLAY.EXE", "\"Version\"=\"vista\""},
              Row{"C:/Game/game[1].exe", "Windows XP", "game\\[1\\].exe", "\"Version\"=\"winxp\""},
-             Row{"C:/Château/Château.exe", "Windows XP", "Ch\\x00e2teau.exe", "\"Version\"=\"winxp\""},
+             Row{"C:/Château/Château.exe", "Windows XP", "Ch\\xe2teau.exe", "\"Version\"=\"winxp\""},
+             Row{"C:/Café/Éa.exe", "Windows XP", "\\x00c9a.exe", "\"Version\"=\"winxp\""},
+             Row{"C:/\U0001F600.exe", "Windows XP", "\\xd83d\\xde00.exe", "\"Version\"=\"winxp\""},
          }) {
         ExeEntry exe = program("Game", row.path);
         exe.compatibility = row.compatibility;
