@@ -93,6 +93,9 @@ std::optional<std::string> installerByChoice(const std::string& expectedName) {
                           "Are you sure that you want to continue without selecting the installer?"),
                 "Warning", false))
             return std::nullopt;
+        // A closed main queue answers every question with its default: the application is ending, and nobody
+        // will choose.
+        if (!host().mainQueue.callAndWait([] {})) return std::nullopt;
     }
 }
 

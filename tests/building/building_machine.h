@@ -3,6 +3,7 @@
 // 7-Zip and tar are real; whatever stops processes is scripted, and writes its calls to `stops()`.
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include "building/wrapper_creation.h"
 #include "foundation/progress_view.h"
+#include "platform/files.h"
 #include "platform/host.h"
 #include "ports/typed_stream.h"
 #include "support/fake_wrapper.h"
@@ -22,19 +24,24 @@ namespace morvane::testing {
 class BuildingMachine : public TestMachine {
   public:
     BuildingMachine() {
-        put(resources + "/7za", "#!/bin/sh\nexec /usr/bin/7za \"$@\"\n", true);
-        put(resources + "/7z", "#!/bin/sh\nexec /usr/bin/7z \"$@\"\n", true);
+        std::filesystem::create_directories(resources);
+        for (const char* tool : {"/7za", "/7z"}) {
+            std::filesystem::copy_file(machine->folders.resources + tool, resources + tool);
+        }
         put(resources + "/agreement.txt", "Be fair.\n");
-        Host::Options options{.folders = machine->folders,
-                              .sites = {.caskery = site.baseAddress(), .catalogue = "http://offline.invalid/"},
-                              .searchPath = programsFolder + ":" + machine->searchPath,
-                              .reachability = [this](const std::string& name) { return reachable(name); }};
+        Host::Options options{
+            .folders = machine->folders,
+            .sites = {.caskery = site.baseAddress(), .catalogue = "http://offline.invalid/"},
+            .searchPath = programsFolder + ":" + machine->searchPath,
+            .reachability = [this](const std::string& name) { return reachable(name); }};
         options.folders.resources = resources;
         machine.reset();
         machine = std::make_unique<Host>(std::move(options), ui);
         for (const char* name : {"killall", "kill", "ps", "launchctl"}) {
             scriptProgram(name, "echo \"" + std::string(name) + " $*\" >> '" + folder.path + "/stops'");
         }
+        scriptProgram("system_profiler", "");
+        scriptProgram("defaults", "");
         progress = std::make_shared<NSProgressView>();
     }
 
@@ -76,9 +83,9 @@ class BuildingMachine : public TestMachine {
     /// How often the site was asked for addresses that begin so.
     [[nodiscard]] int asked(const std::string& path) const {
         const auto requests = site.requests();
-        return static_cast<int>(std::count_if(requests.begin(), requests.end(), [&](const std::string& request) {
-            return request.starts_with("GET " + path);
-        }));
+        return static_cast<int>(
+            std::count_if(requests.begin(), requests.end(),
+                          [&](const std::string& request) { return request.starts_with("GET " + path); }));
     }
     /// A CKI file of these keys; returns its path.
     std::string cki(const Dictionary& keys) {

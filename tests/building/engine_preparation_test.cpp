@@ -8,7 +8,8 @@ using testing::SiteAnswer;
 using Names = std::vector<std::string>;
 
 constexpr const char* linkQuestion =
-    "Your port engine (CK9Wine3.0) seems to be unavailable at the Caskery download source and don't contains a custom "
+    "Your port engine (CK9Wine3.0) seems to be unavailable at the Caskery download source and don't contains "
+    "a custom "
     "link. Do you have the custom engine download link?";
 constexpr const char* fileQuestion = "Do you have the port engine (CK9Wine3.0) in your computer?";
 constexpr const char* offlineQuestion =
@@ -22,7 +23,8 @@ class EnginePreparation : public testing::BuildingMachine {
         create([&](WrapperCreation& creation) { EXPECT_EQ(creation.prepareEngine(engine, link), expected); });
     }
     void expectExtracted(ExtractedEngine expected, const std::string& engine = "CK9Wine3.0") {
-        create([&](WrapperCreation& creation) { EXPECT_EQ(creation.extractEngine(engine, wrapper), expected); });
+        create(
+            [&](WrapperCreation& creation) { EXPECT_EQ(creation.extractEngine(engine, wrapper), expected); });
     }
     [[nodiscard]] std::optional<std::string> installed() const {
         return WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper);
@@ -58,6 +60,9 @@ TEST_F(EnginePreparation, DownloadsTheOfficialArchive) {
     EXPECT_EQ(namesIn(engines), (Names{"CK9Wine2.0.tar.7z", "CK9Wine3.0.tar.7z"}));
     EXPECT_EQ(building::engineForWrapper("CK8Wine2.0", wrapper), "CK9Wine2.0");
     EXPECT_EQ(building::engineForWrapper("CK9Wine3.0", wrapper), "CK9Wine3.0");
+    // It is in the store now, and needs no network any more.
+    offline();
+    expectPrepared(true, "CK8Wine2.0");
     testing::makeFakeWrapperAt(wrapper, "CK8Wine2.0");
     EXPECT_EQ(building::engineForWrapper("CK8Wine2.0", wrapper), "CK8Wine2.0") << "an engine that is in use";
 }
@@ -67,9 +72,10 @@ TEST_F(EnginePreparation, StoresADownloadFromALinkUnderItsExtension) {
         std::string link;
         const char* stored;
     };
-    for (const Row& row : {Row{"files/Engine.zip", "CK9Wine3.0.zip"}, Row{"files/wine-3.0.tar.xz", "CK9Wine3.0.xz"},
-                           Row{"files/Engine", "CK9Wine3.0.tar.gz"},
-                           Row{"files/Engine.7z?from=a.b/c.d#e.f", "CK9Wine3.0.7z"}}) {
+    for (const Row& row :
+         {Row{"files/Engine.zip", "CK9Wine3.0.zip"}, Row{"files/wine-3.0.tar.xz", "CK9Wine3.0.xz"},
+          Row{"files/Engine", "CK9Wine3.0.tar.gz"},
+          Row{"files/Engine.7z?from=a.b/c.d#e.f", "CK9Wine3.0.7z"}}) {
         std::filesystem::remove_all(engines);
         site.answer("/" + row.link.substr(0, row.link.find('?')), {.body = "engine"});
         expectPrepared(true, "CK9Wine3.0", site.baseAddress() + row.link);
@@ -132,7 +138,8 @@ TEST_F(EnginePreparation, EndsWhenTheUserHasNeither) {
 TEST_F(EnginePreparation, RefusesNamesThatLeaveTheStore) {
     const std::string victim = home + "/Library/Application Support/x.tar.7z";
     put(victim, "mine");
-    for (const std::string& name : {std::string("../../x"), std::string("a/b"), std::string(".."), std::string()}) {
+    for (const std::string& name :
+         {std::string("../../x"), std::string("a/b"), std::string(".."), std::string()}) {
         ui.expectError("");
         expectPrepared(false, name);
         ui.expectError("");
@@ -178,9 +185,10 @@ TEST_F(EnginePreparation, InstallsFromEveryKindOfArchive) {
         std::filesystem::create_directories(wrapper + "/Contents/Frameworks");
         expectExtracted(ExtractedEngine::installed);
         EXPECT_EQ(installed(), "CK9Wine3.0");
-        EXPECT_NE(std::filesystem::status(wrapper + "/Contents/Frameworks/ckwine.bundle/bin/wine").permissions() &
-                      std::filesystem::perms::owner_exec,
-                  std::filesystem::perms::none);
+        EXPECT_NE(
+            std::filesystem::status(wrapper + "/Contents/Frameworks/ckwine.bundle/bin/wine").permissions() &
+                std::filesystem::perms::owner_exec,
+            std::filesystem::perms::none);
         EXPECT_EQ(namesIn(engines), Names{row.stored}) << "the archive stays, and nothing else";
         EXPECT_FALSE(exists(engines + "/../.unpacking"));
     }
@@ -211,7 +219,8 @@ TEST_F(EnginePreparation, KeepsTheOldEngineWhenTheArchiveIsBad) {
     testing::makeFakeEngine(packing.path, "CK9Wine3.0");
     std::filesystem::create_directories(packing.path + "/CaskeryEngine.bundle/Wine/bin");
     const std::string otherTar = testing::packedTar7z(packing.path, "ckwine.bundle", "Other.tar");
-    const std::string oldEngine = testing::packedTar7z(packing.path, "CaskeryEngine.bundle", "CK9Wine3.0.tar");
+    const std::string oldEngine =
+        testing::packedTar7z(packing.path, "CaskeryEngine.bundle", "CK9Wine3.0.tar");
     std::filesystem::rename(packing.path + "/ckwine.bundle", packing.path + "/elsewhere");
     std::filesystem::create_directory_symlink(packing.path + "/elsewhere", packing.path + "/ckwine.bundle");
     const std::string link = testing::packedTar7z(packing.path, "ckwine.bundle", "CK9Wine3.0.tar");
@@ -256,11 +265,26 @@ TEST_F(EnginePreparation, ReportsAStoreThatHoldsNothingUsable) {
     // An archive that unpacks to nothing of use; the one that the user brought beside it is taken.
     const testing::TemporaryFolder packing;
     testing::makeFakeEngine(packing.path, "CK9Wine3.0");
-    testing::runTool(packing.path, {"/bin/sh", "-c", "tar -czf engine.tgz ckwine.bundle; 7za a -tzip bad.zip ckwine.bundle/bin >&2"});
+    testing::runTool(
+        packing.path,
+        {"/bin/sh", "-c", "tar -czf engine.tgz ckwine.bundle; 7za a -tzip bad.zip ckwine.bundle/bin >&2"});
     put(engines + "/CK9Wine3.0.cab", "no cabinet");
     put(engines + "/CK9Wine3.0.tgz", get(packing.path + "/engine.tgz"));
     expectExtracted(ExtractedEngine::installed);
     EXPECT_EQ(installed(), "CK9Wine3.0");
+}
+
+TEST_F(EnginePreparation, AnArchiveOfOddThingsEndsAsAnyOther) {
+    const testing::TemporaryFolder packing;
+    testing::runTool(packing.path,
+                     {"/bin/sh", "-c",
+                      "mkfifo a.zip && mkdir b.zip && ln -s /dev/zero c.zip && ln -s a.zip d.tgz && "
+                      "tar -cf out.tar a.zip b.zip c.zip d.tgz"});
+    put(engines + "/CK9Wine3.0.tar", get(packing.path + "/out.tar"));
+    std::filesystem::create_directories(wrapper + "/Contents/Frameworks");
+    ui.expectError(corrupted());
+    expectExtracted(ExtractedEngine::failure);
+    EXPECT_EQ(namesIn(engines), Names{"CK9Wine3.0.tar"});
 }
 
 TEST_F(EnginePreparation, AnArchiveCannotReachWhatLiesBesideItInTheStore) {
@@ -269,7 +293,9 @@ TEST_F(EnginePreparation, AnArchiveCannotReachWhatLiesBesideItInTheStore) {
     put(packing.path + "/CK9Wine3.0.zip", "evil");
     put(packing.path + "/CK9Wine2.0.tar.7z", "evil");
     testing::makeFakeEngine(packing.path, "CK9Wine3.0");
-    testing::runTool(packing.path, {"/bin/sh", "-c", "7za a -tzip out.zip CK9Wine3.0.zip CK9Wine2.0.tar.7z ckwine.bundle >&2"});
+    testing::runTool(
+        packing.path,
+        {"/bin/sh", "-c", "7za a -tzip out.zip CK9Wine3.0.zip CK9Wine2.0.tar.7z ckwine.bundle >&2"});
     const std::string bytes = get(packing.path + "/out.zip");
     put(engines + "/CK9Wine3.0.zip", bytes);
     put(engines + "/CK9Wine2.0.tar.7z", "mine");

@@ -10,7 +10,8 @@ using Names = std::vector<std::string>;
 constexpr const char* newestPath = "/Wrapper/NewestVersion.txt";
 constexpr const char* archivePath = "/Wrapper/Caskery-2.6.2.app.tar.7z";
 constexpr const char* corruptedQuestion =
-    "Your master wrapper is corrupted. Morvane needs to redownload it in order to create the wrapper. Can the actual "
+    "Your master wrapper is corrupted. Morvane needs to redownload it in order to create the wrapper. Can "
+    "the actual "
     "master wrapper be replaced? Pressing No will cancel the game installation.";
 
 class MasterWrapper : public testing::BuildingMachine {
@@ -155,8 +156,14 @@ TEST_F(MasterWrapper, KeepsTheOldOneWhateverTheDownloadBrings) {
          {.body = whole.substr(0, whole.size() / 2), .announcedLength = static_cast<long long>(whole.size())},
          "",
          true},
-        {"hangs up", {.drop = true}, "The informed file isn't available. Do you want to inform an updated link?", false},
-        {"empty", {.body = ""}, "The informed file isn't available. Do you want to inform an updated link?", false},
+        {"hangs up",
+         {.body = "", .drop = true},
+         "The informed file isn't available. Do you want to inform an updated link?",
+         false},
+        {"empty",
+         {.body = ""},
+         "The informed file isn't available. Do you want to inform an updated link?",
+         false},
     };
     testing::publishNewestVersion(site, "Caskery-2.6.2");
     for (const Row& row : rows) {
@@ -243,8 +250,9 @@ TEST_F(MasterWrapper, IsCopiedToANewPathOnly) {
 TEST_F(MasterWrapper, CopyTellsOfEachFailure) {
     offline();
     create([&](WrapperCreation& creation) {
-        ui.expectError("Something strange happened. The master wrapper was there a second ago, but now it's gone! "
-                       "Download Caskery Forge and press the Update button.");
+        ui.expectError(
+            "Something strange happened. The master wrapper was there a second ago, but now it's gone! "
+            "Download Caskery Forge and press the Update button.");
         EXPECT_FALSE(creation.copyingMasterWrapperToPath(wrapper));
     });
     testing::makeFakeMasterWrapper(masters);
@@ -255,12 +263,14 @@ TEST_F(MasterWrapper, CopyTellsOfEachFailure) {
     // A program that removes what it should make runnable: nothing is there after the copy.
     scriptProgram("chmod", "rm -rf \"${2%/Caskery.app/*}\"");
     create([&](WrapperCreation& creation) {
-        ui.expectError("The master wrapper couldn't be copied to the specified destination! Probably your master "
-                       "wrapper is corrupted. Remove all the files from that folder and try again:\n" +
-                       masters);
+        ui.expectError(
+            "The master wrapper couldn't be copied to the specified destination! Probably your master "
+            "wrapper is corrupted. Remove all the files from that folder and try again:\n" +
+            masters);
         EXPECT_FALSE(creation.copyingMasterWrapperToPath(home + "/Desktop/Game.app"));
-        ui.expectError("The master wrapper couldn't be copied to the specified destination! Try to create it in a "
-                       "different folder, like your Desktop.");
+        ui.expectError(
+            "The master wrapper couldn't be copied to the specified destination! Try to create it in a "
+            "different folder, like your Desktop.");
         EXPECT_FALSE(creation.copyingMasterWrapperToPath(wrapper));
     });
 }

@@ -196,7 +196,7 @@ TEST_F(SaveExtensions, WritesBothKeysAndTheAssociations) {
                       "@=\"C:\\\\Game\\\\game.exe \\\"%1\\\"\"\n\n"),
               1);
     EXPECT_EQ(timesIn("system", "[Software\\\\Classes\\\\.txt]"), 1) << "the key that was there is replaced";
-    EXPECT_EQ(timesIn("system", R"(@="C:\\Jeux\\Ch\x00e2teau.exe")"), 1) << "the file stays ASCII";
+    EXPECT_EQ(timesIn("system", R"(@="C:\\Jeux\\Ch\xe2teau.exe")"), 1) << "the file stays ASCII";
     EXPECT_EQ(setting("Associations"), Value("sav txt"));
 }
 

@@ -34,8 +34,8 @@ class Pipeline : public ::testing::Test {
     }
 
     ~Pipeline() override {
-        for (const auto& app : fs::directory_iterator(home + "/Applications")) {
-            if (!app.is_symlink()) morvane.run({"stop", app.path().string()});
+        for (const auto& entry : fs::directory_iterator(home + "/Applications")) {
+            if (!entry.is_symlink()) morvane.run({"stop", entry.path().string()});
         }
         EXPECT_EQ(processesBelow(folder.path), std::vector<std::string>());
     }
@@ -43,7 +43,7 @@ class Pipeline : public ::testing::Test {
     [[nodiscard]] std::vector<std::string> installing(const std::string& cki,
                                                       const std::string& wrapper) const {
         return {"install",  cki,
-                "--to",     app,
+                "--to",     wrapper,
                 "--answer", "License Agreement=I Agree",
                 "--answer", "Warning=Install it anyway",
                 "--answer", "Warning=Yes"};
