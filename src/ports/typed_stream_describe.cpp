@@ -106,7 +106,7 @@ class Describer {
 
     const Graph& graph_;
     std::size_t bytesLeft_;
-    std::size_t nodesLeft_ = 1'000'000;
+    std::size_t nodesLeft_ = 250'000;
     bool good_ = true;
     std::unordered_set<const Object*> shown_;
 };
