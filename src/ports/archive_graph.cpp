@@ -98,8 +98,9 @@ class Reader {
 
     Result<Graph> read() {
         readHeader();
-        while (good() && at_ < archive_.size()) readGroup(graph_.groups, 0);
-        if (good() && graph_.groups.empty()) fail("there is no root");
+        while (good() && at_ < archive_.size()) readGroup(0);
+        graph_.groups = finished(0);
+        if (good() && graph_.groups.count == 0) fail("there is no root");
         if (failure_) return *failure_;
         return std::move(graph_);
     }
@@ -289,14 +290,14 @@ class Reader {
         if (depth == deepestNesting) fail("it nests too deeply");
         const std::size_t index = graph_.objects.size();
         graph_.objects.push_back({slots_.size(), 0, {}});
+        const std::size_t first = open_.size();
         slots_.push_back({SlotKind::object, index});
         const auto classIndex = classChain();
         if (!classIndex) fail("an object has no class");
-        std::vector<Item> fields;
-        while (good() && !takes(Tag::end)) readGroup(fields, depth + 1);
+        while (good() && !takes(Tag::end)) readGroup(depth + 1);
         if (!good()) return {};
         graph_.objects[index].classIndex = *classIndex;
-        graph_.objects[index].fields = std::move(fields);
+        graph_.objects[index].fields = finished(first);
         return ObjectIndex{index};
     }
 
@@ -313,20 +314,29 @@ class Reader {
         return &*type.places;
     }
 
-    void readGroup(std::vector<Item>& items, int depth) {
+    void readGroup(int depth) {
         const auto type = sharedString();
         if (!type) fail("a group has no type");
         if (!good()) return;
-        add(items, GroupStart{strings_[*type].text});
+        add(GroupStart{strings_[*type].text});
         const std::vector<Place>* places = placesOf(*type);
-        for (std::size_t i = 0; good() && i < places->size(); ++i) add(items, value((*places)[i], depth));
+        for (std::size_t i = 0; good() && i < places->size(); ++i) add(value((*places)[i], depth));
     }
 
     /// Empty arrays take no bytes and may stand in a type in any number: what they may become is bounded as
     /// well.
-    void add(std::vector<Item>& items, Item item) {
+    void add(Item item) {
         if (++itemCount_ > 2 * archive_.size()) fail("it holds more values than bytes");
-        if (good()) items.push_back(item);
+        if (good()) open_.push_back(item);
+    }
+
+    /// Moves the open items from that place on to where they stay.
+    ItemRange finished(std::size_t first) {
+        const ItemRange range{graph_.items.size(), open_.size() - first};
+        const auto begin = open_.begin() + static_cast<std::ptrdiff_t>(first);
+        graph_.items.insert(graph_.items.end(), begin, open_.end());
+        open_.erase(begin, open_.end());
+        return range;
     }
 
     Item value(const Place& place, int depth) {
@@ -386,11 +396,10 @@ class Reader {
         }
         const std::size_t count = isArray ? place.count : place.inner.size();
         if (isArray && count > left()) fail("a count is beyond its end");
-        std::vector<Item> list;
-        for (std::size_t i = 0; good() && i < count; ++i)
-            add(list, value(place.inner[isArray ? 0 : i], depth));
+        const std::size_t first = open_.size();
+        for (std::size_t i = 0; good() && i < count; ++i) add(value(place.inner[isArray ? 0 : i], depth));
         if (!good()) return {};
-        graph_.lists.push_back(std::move(list));
+        graph_.lists.push_back(finished(first));
         return ListIndex{graph_.lists.size() - 1};
     }
 
@@ -411,6 +420,7 @@ class Reader {
     std::size_t itemCount_ = 0;
     std::deque<SharedString> strings_;  // entries stay where they are while nested values add more
     std::vector<Slot> slots_;
+    std::vector<Item> open_;  // of the objects and lists that are being read, outermost first
     Graph graph_;
 };
 

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <variant>
 #include <vector>
@@ -62,19 +63,28 @@ enum class ListIndex : std::size_t {};
 using Item = std::variant<std::monostate, std::int64_t, double, Text, RawBytes, ObjectIndex, ClassIndex,
                           ListIndex, GroupStart>;
 
+/// A run of `Graph::items`.
+struct ItemRange {
+    std::size_t first = 0, count = 0;
+};
+
 struct Object {
     std::size_t number = 0;  ///< by which references name it
     std::size_t classIndex = 0;
-    std::vector<Item> fields;
+    ItemRange fields;
 };
 
 struct Graph {
     ByteOrder order = ByteOrder::little;
     std::vector<Class> classes;
     std::vector<Object> objects;
-    std::vector<std::vector<Item>> lists;
-    std::vector<Item> groups;  ///< of the top level; never empty
+    std::vector<ItemRange> lists;
+    std::vector<Item> items;  ///< of every object and list, in one piece: an archive has very many small ones
+    ItemRange groups;         ///< of the top level; never empty
 
+    [[nodiscard]] std::span<const Item> in(ItemRange range) const {
+        return std::span(items).subspan(range.first, range.count);
+    }
     [[nodiscard]] const Object& at(ObjectIndex index) const {
         return objects[static_cast<std::size_t>(index)];
     }

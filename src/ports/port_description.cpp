@@ -173,8 +173,7 @@ Result<Dictionary> checked(const Dictionary& dictionary, std::span<const Key> ke
                            const std::string& where) {
     Dictionary result;
     for (const auto& [name, value] : dictionary) {
-        const auto key =
-            std::find_if(keys.begin(), keys.end(), [&](const Key& known) { return known.name == name; });
+        const auto key = std::ranges::find(keys, std::string_view(name), &Key::name);
         if (key == keys.end()) return Failure{localized("The key \"%@\" is unknown.", {where + name})};
         auto element = checkedValue(value, *key, folder, where + name);
         if (const Failure* failure = failureOf(element)) return *failure;

@@ -1,3 +1,4 @@
+#include <span>
 #include <unordered_set>
 #include <utility>
 
@@ -27,7 +28,7 @@ class Describer {
         result.set("byteOrder", graph_.order == ByteOrder::little ? "little" : "big");
         result.set("streamerVersion", 4);
         result.set("systemVersion", 1000);
-        result.set("groups", groups(graph_.groups));
+        result.set("groups", groups(graph_.in(graph_.groups)));
         if (!good_) return Failure{localized("The archive holds too much to be shown.")};
         return Value(std::move(result));
     }
@@ -48,7 +49,7 @@ class Describer {
         return true;
     }
 
-    Array groups(const std::vector<Item>& items) {
+    Array groups(std::span<const Item> items) {
         Array result;
         for (std::size_t i = 0; good_ && i < items.size();) {
             const auto& start = std::get<GroupStart>(items[i]);
@@ -77,7 +78,7 @@ class Describer {
         if (!shown_.insert(&described).second) return Dictionary{{"reference", number}};
         // The nesting is the stream's, which is bounded: an object is shown where its fields lie.
         Dictionary result = dictionaryOf("object", number, "class", classes(described.classIndex));
-        result.set("fields", groups(described.fields));
+        result.set("fields", groups(graph_.in(described.fields)));
         return result;
     }
 
@@ -95,7 +96,7 @@ class Describer {
         }
         if (const auto* index = std::get_if<ListIndex>(&item)) {
             Array values;
-            for (const Item& inner : graph_.lists[static_cast<std::size_t>(*index)]) {
+            for (const Item& inner : graph_.in(graph_.lists[static_cast<std::size_t>(*index)])) {
                 if (good_) values.push_back(value(inner));
             }
             return values;
@@ -105,7 +106,7 @@ class Describer {
 
     const Graph& graph_;
     std::size_t bytesLeft_;
-    std::size_t nodesLeft_ = 1'000'000;
+    std::size_t nodesLeft_ = 250'000;
     bool good_ = true;
     std::unordered_set<const Object*> shown_;
 };

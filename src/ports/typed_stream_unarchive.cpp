@@ -1,7 +1,5 @@
 #include <algorithm>
-#include <cmath>
-#include <limits>
-#include <map>
+#include <span>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -18,7 +16,7 @@ namespace {
 /// The fields of an object in order, wherever its groups begin and end.
 class Fields {
   public:
-    explicit Fields(const Object& object) : fields_(object.fields) { skipStarts(); }
+    explicit Fields(std::span<const Item> fields) : fields_(fields) { skipStarts(); }
 
     /// The next field when there is one.
     const Item* next() {
@@ -39,7 +37,7 @@ class Fields {
     void skipStarts() {
         while (at_ < fields_.size() && std::holds_alternative<GroupStart>(fields_[at_])) ++at_;
     }
-    const std::vector<Item>& fields_;
+    std::span<const Item> fields_;
     std::size_t at_ = 0;
 };
 
@@ -136,8 +134,8 @@ class Converter {
         : graph_(graph), nodesLeft_(2 * archiveLength + 1024), bytesLeft_(32 * archiveLength + 65536) {}
 
     Result<Value> root() {
-        const ObjectIndex* object =
-            graph_.groups.size() > 1 ? std::get_if<ObjectIndex>(&graph_.groups[1]) : nullptr;
+        const auto groups = graph_.in(graph_.groups);
+        const ObjectIndex* object = groups.size() > 1 ? std::get_if<ObjectIndex>(&groups[1]) : nullptr;
         if (object == nullptr) return Failure{localized("The archive holds no root object.")};
         auto value = convert(*object, 0);
         if (failure_) return *failure_;
@@ -150,6 +148,7 @@ class Converter {
 
   private:
     bool good() const { return !failure_; }
+    std::span<const Item> fieldsOf(const Object& object) const { return graph_.in(object.fields); }
 
     std::nullopt_t fail(std::string_view what) {
         if (!failure_) failure_ = Failure{localized(what)};
@@ -229,7 +228,7 @@ class Converter {
     }
 
     std::optional<std::string> rawText(const Object& object) {
-        Fields fields(object);
+        Fields fields(fieldsOf(object));
         const Item* item = fields.next();
         if (item != nullptr && std::holds_alternative<std::monostate>(*item)) return std::nullopt;
         const Text* text = item != nullptr ? std::get_if<Text>(item) : nullptr;
@@ -249,13 +248,13 @@ class Converter {
     std::optional<std::size_t> count(const Object& object, Fields& fields, std::size_t fieldsPerElement) {
         const std::int64_t* stored = fields.next<std::int64_t>();
         if (stored == nullptr || *stored < 0) return misfit(object);
-        if (static_cast<std::uint64_t>(*stored) > object.fields.size() / fieldsPerElement)
+        if (static_cast<std::uint64_t>(*stored) > object.fields.count / fieldsPerElement)
             return misfit(object);
         return static_cast<std::size_t>(*stored);
     }
 
     std::optional<Value> list(const Object& object, int depth) {
-        Fields fields(object);
+        Fields fields(fieldsOf(object));
         const auto length = count(object, fields, 1);
         if (!length) return std::nullopt;
         spendNodes(*length);
@@ -268,7 +267,7 @@ class Converter {
     }
 
     std::optional<Value> dictionary(const Object& object, int depth) {
-        Fields fields(object);
+        Fields fields(fieldsOf(object));
         const auto length = count(object, fields, 2);
         if (length) spendNodes(2 * *length);
         if (!good()) return std::nullopt;
@@ -287,7 +286,7 @@ class Converter {
     }
 
     std::optional<Value> number(const Object& object) {
-        Fields fields(object);
+        Fields fields(fieldsOf(object));
         const Text* type = fields.next<Text>();
         const Item* item = fields.next();
         if (type == nullptr || item == nullptr) return misfit(object);
@@ -299,7 +298,7 @@ class Converter {
     }
 
     std::optional<Value> data(const Object& object) {
-        Fields fields(object);
+        Fields fields(fieldsOf(object));
         const std::int64_t* length = fields.next<std::int64_t>();
         const RawBytes* raw = fields.next<RawBytes>();
         const std::string_view bytes = raw != nullptr ? raw->bytes : std::string_view();
@@ -310,13 +309,13 @@ class Converter {
     }
 
     std::optional<Value> date(const Object& object) {
-        const double* seconds = Fields(object).next<double>();
+        const double* seconds = Fields(fieldsOf(object)).next<double>();
         if (seconds == nullptr) return misfit(object);
         return Value(Date{*seconds});
     }
 
     std::optional<Value> url(const Object& object, int depth) {
-        Fields fields(object);
+        Fields fields(fieldsOf(object));
         const std::int64_t* form = fields.next<std::int64_t>();
         if (form == nullptr || (*form != 0 && *form != 1)) return misfit(object);
         std::string base;
@@ -333,7 +332,7 @@ class Converter {
     }
 
     std::optional<Value> styledText(const Object& object) {
-        Fields fields(object);
+        Fields fields(fieldsOf(object));
         const ObjectIndex* string = fields.next<ObjectIndex>();
         if (string == nullptr || graph_.classOf(graph_.at(*string)).kind != ClassKind::string)
             return misfit(object);
@@ -370,7 +369,7 @@ class Converter {
         StyledRun run;
         const ObjectIndex* index = std::get_if<ObjectIndex>(&attributes);
         if (index == nullptr || graph_.classOf(graph_.at(*index)).kind != ClassKind::dictionary) return run;
-        Fields fields(graph_.at(*index));
+        Fields fields(fieldsOf(graph_.at(*index)));
         fields.next();  // the count
         while (good() && !fields.atEnd()) {
             const ObjectIndex* key = fields.next<ObjectIndex>();
@@ -388,7 +387,7 @@ class Converter {
 
     void takeFont(StyledRun& run, const Object& font) {
         if (graph_.classOf(font).kind != ClassKind::font) return;
-        Fields fields(font);
+        Fields fields(fieldsOf(font));
         fields.next();  // the blob's length
         const RawBytes* blob = fields.next<RawBytes>();
         const double* size = fields.next<double>();
@@ -411,12 +410,13 @@ class Converter {
     /// The versions of image objects differ in flags only, and of later ones nothing is known: the size is
     /// the first pair of reals, the picture the first byte array that begins like one.
     std::optional<Value> image(const Object& object) {
-        spendNodes(object.fields.size());
+        spendNodes(object.fields.count);
         if (!good()) return std::nullopt;
         ImageData result;
-        for (std::size_t i = 0; i + 1 < object.fields.size(); ++i) {
-            const double* width = std::get_if<double>(&object.fields[i]);
-            const double* height = std::get_if<double>(&object.fields[i + 1]);
+        const auto fields = fieldsOf(object);
+        for (std::size_t i = 0; i + 1 < fields.size(); ++i) {
+            const double* width = std::get_if<double>(&fields[i]);
+            const double* height = std::get_if<double>(&fields[i + 1]);
             if (width == nullptr || height == nullptr) continue;
             result.width = *width;
             result.height = *height;
@@ -433,9 +433,9 @@ class Converter {
     }
 
     std::string_view pictureIn(const Object& object, int reach, std::unordered_set<const Object*>& seen) {
-        spendNodes(object.fields.size());
+        spendNodes(object.fields.count);
         if (!good() || reach == 0 || !seen.insert(&object).second) return {};
-        for (const Item& item : object.fields) {
+        for (const Item& item : fieldsOf(object)) {
             if (const auto* raw = std::get_if<RawBytes>(&item)) {
                 const std::string_view kind = pictures::kindOf(raw->bytes);
                 if (kind == "TIFF" || kind == "PNG" || kind == "JPEG" || kind == "ICNS") return raw->bytes;

@@ -70,7 +70,7 @@ int installerCommand(const WrapperBundle& bundle, const Arguments& arguments) {
     if (const Failure* failure = failureOf(call)) return report(*failure);
     const auto& [wineArguments, folder] = std::get<WineCall>(call);
     const int status = session.wine(wineArguments, folder, Display::shown);
-    session.waitForInstaller(installerPatience(), 30s);
+    session.waitForInstaller(installerPatience());
     return session.stopped() != 0 ? session.stopped() : status;
 }
 
@@ -86,7 +86,7 @@ int winetricksCommand(const WrapperBundle& bundle, const Arguments& verbs) {
     Arguments arguments{bundle.winetricks(), "--no-isolate"};
     arguments.insert(arguments.end(), verbs.begin(), verbs.end());
     const int status = session.program("/bin/sh", arguments, bundle.driveC());
-    session.waitForInstaller(installerPatience(), 30s);
+    session.waitForInstaller(installerPatience());
     if (session.stopped() != 0) return session.stopped();
     return status == 0 ? 0
                        : report(Failure{"winetricks ended with exit code " + std::to_string(status) + "."});

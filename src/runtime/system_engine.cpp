@@ -23,7 +23,8 @@ constexpr std::array tools{"wineboot", "winecfg", "wineconsole", "winedbg", "win
 
 using Status = std::optional<Failure>;
 
-/// The first program of that name on the search path. Links stay: the distribution may point them elsewhere later.
+/// The first program of that name on the search path. Links stay: the distribution may point them elsewhere
+/// later.
 std::optional<std::string> programNamed(const std::string& name) {
     const auto found = processes::search(name, host().searchPath);
     if (found.empty()) return std::nullopt;

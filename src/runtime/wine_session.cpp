@@ -1,6 +1,7 @@
 #include "runtime/wine_session.h"
 
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +10,7 @@
 #include <set>
 
 #include "platform/files.h"
+#include "platform/folders.h"
 
 namespace morvane::runtime {
 namespace {
@@ -17,8 +19,9 @@ using namespace std::chrono_literals;
 
 /// A wineserver that was told to end is waited for this long at most.
 constexpr auto serverPatience = 15s;
-/// A start without any program must not keep an idle server: Wine's own programs end within this time.
+/// Programs that are asked to end may put a question to the user.
 constexpr auto askPatience = 20s;
+constexpr std::chrono::milliseconds longestGrace = 30s;
 
 constexpr std::array winesOwn{"services.exe", "winedevice.exe", "plugplay.exe", "svchost.exe", "explorer.exe",
                               "rpcss.exe",    "conhost.exe",    "tabtip.exe",   "wineboot.exe"};
@@ -70,6 +73,26 @@ bool isInstalledProgram(const PrefixProcess& process) {
            command.find("\\temp\\") == std::string::npos;
 }
 
+/// A prefix cannot lie below a name with one of the characters that Windows forbids; a name for a game may
+/// well end in a question mark. Such a prefix is reached through a link, in a folder that only this user can
+/// enter.
+bool isNameable(const std::string& path) {
+    return path.find_first_of("\"*<>?|\\") == std::string::npos;
+}
+
+std::string linkTo(const std::string& prefix, const std::string& name) {
+    const std::string runtime = environmentVariable("XDG_RUNTIME_DIR"), user = std::to_string(::getuid());
+    const std::string base = !runtime.empty() && isNameable(runtime) ? runtime : "/tmp";
+    const std::string folder = base + "/caskery-" + user, link = folder + "/" + name;
+    ::mkdir(folder.c_str(), 0700);
+    struct stat information {};
+    const bool ours = ::lstat(folder.c_str(), &information) == 0 && S_ISDIR(information.st_mode) &&
+                      information.st_uid == ::getuid() && (information.st_mode & 022) == 0;
+    if (!ours) return prefix;
+    if (files::kindOf(link) == files::Kind::link) return link;
+    return files::createSymbolicLink(link, prefix) ? prefix : link;
+}
+
 std::set<int> numbersOf(const std::vector<PrefixProcess>& processes) {
     std::set<int> numbers;
     for (const PrefixProcess& process : processes) numbers.insert(process.number);
@@ -86,7 +109,8 @@ std::vector<PrefixProcess> processesOf(const std::string& prefix) {
     std::vector<PrefixProcess> processes;
     const auto names = files::list("/proc");
     if (failureOf(names) != nullptr) return processes;
-    const std::string mark = "WINEPREFIX=" + prefix;
+    constexpr std::string_view variable = "WINEPREFIX=";
+    const auto wanted = files::resolved(prefix);
     for (const std::string& name : std::get<std::vector<std::string>>(names)) {
         if (name.find_first_not_of("0123456789") != std::string::npos) continue;
         const auto link = files::destinationOfLink("/proc/" + name + "/exe");
@@ -94,7 +118,10 @@ std::vector<PrefixProcess> processesOf(const std::string& prefix) {
         const std::string program = files::lastComponent(std::get<std::string>(link));
         if (!program.starts_with("wine")) continue;
         const auto variables = splitAtNul(procFile(name, "environ"));
-        if (std::find(variables.begin(), variables.end(), mark) == variables.end()) continue;
+        const bool ours = std::any_of(variables.begin(), variables.end(), [&](const std::string& one) {
+            return one.starts_with(variable) && files::resolved(one.substr(variable.size())) == wanted;
+        });
+        if (!ours) continue;
         PrefixProcess process{std::stoi(name), procFile(name, "comm"), procFile(name, "cmdline"),
                               program.starts_with("wineserver")};
         while (process.name.ends_with('\n')) process.name.pop_back();
@@ -106,9 +133,18 @@ std::vector<PrefixProcess> processesOf(const std::string& prefix) {
 
 WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy)
     : bundle_(std::move(bundle)), log_(std::move(log)), stopBy_(stopBy) {
+    prefix_ = bundle_.prefix();
+    if (!isNameable(prefix_)) prefix_ = linkTo(prefix_, bundle_.serverName());
     if (problem()) return;
     // Signal 0 only asks whether there is one.
     joined_ = quietly(server(), {"-k0"}, serverPatience) == 0;
+}
+
+WineSession::~WineSession() {
+    // A joined session's link is still in use by the start that it joined.
+    if (joined_ || prefix_ == bundle_.prefix()) return;
+    static_cast<void>(files::remove(prefix_));
+    ::rmdir(files::parent(prefix_).c_str());
 }
 
 std::optional<Failure> WineSession::problem() const {
@@ -134,7 +170,7 @@ std::map<std::string, std::string> WineSession::environment(Display display) con
     // A Wine set up in the user's shell is another Wine.
     for (const char* name : {"WINELOADER", "WINESERVER", "WINEDLLPATH", "WINEARCH", "WINEPREFIX"})
         variables.erase(name);
-    variables["WINEPREFIX"] = bundle_.prefix();
+    variables["WINEPREFIX"] = prefix_;
     const std::string bin = bundle_.engineBin(), tools = bundle_.wrapper + "/Contents/Frameworks/bin";
     const std::string path = variables.contains("PATH") ? variables["PATH"] : "/usr/local/bin:/usr/bin:/bin";
     variables["PATH"] = bin + ":" + tools + ":" + path;
@@ -235,7 +271,7 @@ void WineSession::waitForAll() {
     if (auto child = Child::start({server(), {"-w"}, environment(Display::hidden), "/", ""})) waitFor(*child);
 }
 
-void WineSession::waitForInstaller(std::chrono::milliseconds patience, std::chrono::milliseconds grace) {
+void WineSession::waitForInstaller(std::chrono::milliseconds patience) {
     if (joined_ || stopped_ != 0) return;
     for (std::set<int> before;;) {
         const std::vector<PrefixProcess> programs = programsOf(bundle_.prefix());
@@ -257,7 +293,7 @@ void WineSession::waitForInstaller(std::chrono::milliseconds patience, std::chro
     }
     tell("The installer has ended but left a program running. It is asked to end.");
     quietly(bundle_.engineBin() + "/wine", {"wineboot.exe", "--end-session"}, askPatience);
-    if (quietly(server(), {"-w"}, grace) != 0) stopNow();
+    if (quietly(server(), {"-w"}, std::min(patience, longestGrace)) != 0) stopNow();
 }
 
 void WineSession::stopNow() {

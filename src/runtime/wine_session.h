@@ -22,7 +22,8 @@ struct PrefixProcess {
     std::string command;  ///< the Windows command line
     bool isServer;        ///< the wineserver
 };
-/// Wine's processes whose WINEPREFIX is this folder; not the scripts around them, which have it too.
+/// Wine's processes whose WINEPREFIX is, or leads to, this folder; not the scripts around them, which have it
+/// too.
 [[nodiscard]] std::vector<PrefixProcess> processesOf(const std::string& prefix);
 
 enum class Display { shown, hidden };
@@ -34,6 +35,9 @@ class WineSession {
   public:
     /// `log` receives what Wine prints; empty: nowhere.
     WineSession(WrapperBundle bundle, std::string log, StopBy stopBy);
+    ~WineSession();
+    WineSession(const WineSession&) = delete;
+    WineSession& operator=(const WineSession&) = delete;
 
     /// What is missing before anything can run, in words for the user.
     [[nodiscard]] std::optional<Failure> problem() const;
@@ -55,7 +59,7 @@ class WineSession {
     /// would never end by itself. As long as something in the prefix is still installing, it waits; once a
     /// whole `patience` has passed in which only programs of drive C ran and none came or went, they are
     /// asked to end, and are ended after `grace`.
-    void waitForInstaller(std::chrono::milliseconds patience, std::chrono::milliseconds grace);
+    void waitForInstaller(std::chrono::milliseconds patience);
     /// Ends every program of the prefix now; the registry is saved.
     void stopNow();
     /// 128 plus the number of the signal that ended the session; 0 when none did.
@@ -77,6 +81,7 @@ class WineSession {
     std::string log_;
     StopBy stopBy_;
     StopSignals signals_;
+    std::string prefix_;  ///< as Wine is told
     bool joined_ = false;
     int stopped_ = 0;
 };

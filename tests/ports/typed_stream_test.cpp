@@ -449,6 +449,13 @@ TEST(Describe, ShowsCirclesAsReferencesAndUnknownTypesAsTheyAre) {
     EXPECT_TRUE(groups.front() == Value(Dictionary{{"type", "@"}, {"values", Array{expected}}}));
 }
 
+TEST(Describe, RefusesWhatNobodyCouldRead) {
+    const std::string bytes =
+        archiveOf(object({{"NSArray"}}, group("i", integer32(300'000)) + repeated("\x92\x85", 300'000)));
+    EXPECT_NE(failureOf(describe(bytes)), nullptr);
+    EXPECT_EQ(unarchived(bytes).as<Array>()->size(), 300'000U);
+}
+
 TEST(Archive, ConvertsPicturesToTiff) {
     const Picture picture{2, 1, {255, 0, 0, 255, 0, 0, 255, 128}};
     const Value read = unarchived(archived(ImageData{pictures::encodePng(picture), 0, 0}));

@@ -1,0 +1,52 @@
+// Reads anything as an archive; what can be read is made a port of, written, and must come back equal.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "ports/port_data.h"
+#include "ports/typed_stream.h"
+
+using namespace morvane;
+
+namespace {
+
+bool holdsPictureOrStyle(const Value& value) {
+    if (value.as<ImageData>() != nullptr || value.as<StyledText>() != nullptr) return true;
+    if (const auto* list = value.as<Array>()) {
+        for (const Value& element : *list) {
+            if (holdsPictureOrStyle(element)) return true;
+        }
+    }
+    if (const auto* dictionary = value.as<Dictionary>()) {
+        for (const auto& [key, element] : *dictionary) {
+            if (holdsPictureOrStyle(element)) return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+    static_cast<void>(typed_stream::describe(bytes));
+    const auto read = typed_stream::unarchive(bytes);
+    if (failureOf(read) != nullptr) return 0;
+    const Value& root = std::get<Value>(read);
+    if (const auto* cki = root.as<Dictionary>()) {
+        static_cast<void>(NSPortData::initWithDictionary(*cki, "/game (steam).cki"));
+    }
+    // Pictures are decoded by a library of its own, and converted; a style may get another font.
+    if (holdsPictureOrStyle(root)) return 0;
+    for (const auto order : {typed_stream::ByteOrder::little, typed_stream::ByteOrder::big}) {
+        const auto written = typed_stream::archive(root, order);
+        if (failureOf(written) != nullptr) std::abort();
+        const auto again = typed_stream::unarchive(std::get<std::string>(written));
+        if (failureOf(again) != nullptr) std::abort();
+        // Not the values: a real may be no number, which equals nothing.
+        const auto rewritten = typed_stream::archive(std::get<Value>(again), order);
+        if (std::get<std::string>(rewritten) != std::get<std::string>(written)) std::abort();
+    }
+    return 0;
+}
