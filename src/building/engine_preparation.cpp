@@ -137,12 +137,13 @@ bool isTar(const std::string& path) {
 
 /// What unpacking one file of a level gives; the file itself when it is no archive.
 std::vector<std::string> unpackedOnce(const std::string& file) {
-    const std::string folder = files::parent(file);
+    // Anything but a file could block whoever opens it.
+    if (files::kindBehind(file) != files::Kind::file) return {file};
     const bool tar = isTar(file);
-    if (!MVFileManager::regularFileExistsAtPath(file)) return {file};
     if (!tar && !isFurtherKind(MVString::lowercased(files::extension(file)))) {
         return WrapperCreation::extractFile(file);
     }
+    const std::string folder = files::parent(file);
     const auto before = MVFileManager::contentsOfDirectoryAtPath(folder);
     // The tar program keeps links and run bits, without which an engine does not start.
     if (tar) {
@@ -227,7 +228,7 @@ bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std
     if (building::storedEngineArchive(engine)) return true;
     if (downloadOfficialEngine(engine)) return true;
     const std::string recent = NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine;
-    if (downloadOfficialEngine(recent)) return true;
+    if (building::storedEngineArchive(recent) || downloadOfficialEngine(recent)) return true;
 
     if (!customLink) {
         const EngineAnswer answer = askForEngine(*this, engine);

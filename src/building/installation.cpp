@@ -91,8 +91,11 @@ std::optional<std::string> installerByChoice(const std::string& expectedName) {
                           "port probably won't work. If you don't have an installer yet, check the port "
                           "sources list. "
                           "Are you sure that you want to continue without selecting the installer?"),
-                localized("Warning"), false))
+                "Warning", false))
             return std::nullopt;
+        // A closed main queue answers every question with its default: the application is ending, and nobody
+        // will choose.
+        if (!host().mainQueue.callAndWait([] {})) return std::nullopt;
     }
 }
 

@@ -28,13 +28,15 @@ struct CommandLine {
 };
 
 CommandLine commandLineOf(const ExeEntry& exe) {
-    const std::string path = MVString::replacedAll(exe.path, "\n", "");
+    // A line break of Windows is one newline of two characters.
+    const std::string path = MVString::replacedAll(MVString::replacedAll(exe.path, "\n", ""), "\r", "");
     return {NSUtilities::getFileNameOfWindowsPath(path), NSUtilities::getFlagsOfWindowsPath(path)};
 }
 
 /// Whether the entry's texts can be used; a refusal is told to the user.
 bool isUsable(const ExeEntry& exe) {
-    if (exe.name.empty() || port_texts::hasControlCharacters(exe.name)) {
+    // The wrapper's own program can do without a name; a launcher's file name can't.
+    if ((exe.name.empty() && !exe.isMain) || port_texts::hasControlCharacters(exe.name)) {
         port_texts::refuse(exe.name, nameText);
         return false;
     }
@@ -134,8 +136,10 @@ bool WrapperCreation::saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager&
             port.setIconWithImage(exe.icon);
             setMainExeDataAtPort(port, exe, wrapper);
             setScreenOptionsAtPort(port, exe);
-            port.setPlistObject(Value(exe.name), "CFBundleName");
-            port.setPlistObject(Value(exe.name + ".Caskery.prefs"), "CFBundleIdentifier");
+            const std::string name =
+                exe.name.empty() ? files::withoutExtension(files::lastComponent(wrapper)) : exe.name;
+            port.setPlistObject(Value(name), "CFBundleName");
+            port.setPlistObject(Value(name + ".Caskery.prefs"), "CFBundleIdentifier");
             port.synchronizePlist();
             continue;
         }

@@ -48,12 +48,12 @@ std::optional<std::string> WrapperCreation::confirmMainExePathForPort(
             MVAlert::showAlertMessage(
                 localized("The run path changed in that port! Alert the developer through the "
                           "Contact Us tab in the Help section!"),
-                localized("Warning"));
+                "Warning");
         return found;
     }
     MVAlert::showAlertMessage(localized("%@ main EXE couldn't be found!",
                                         {files::withoutExtension(files::lastComponent(port.path))}),
-                              localized("Warning"));
+                              "Warning");
     return expected;
 }
 

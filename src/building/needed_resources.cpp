@@ -58,7 +58,10 @@ std::string NSNeededResourcesWindow::symbolForNumber(Status status) {
 }
 
 void NSNeededResourcesWindow::fixRow(std::size_t row) {
-    if (row >= rows_.size() || rows_[row].status != Status::missing) return;
+    bool isMissing = false;
+    static_cast<void>(host().mainQueue.callAndWait(
+        [&] { isMissing = row < rows_.size() && rows_[row].status == Status::missing; }));
+    if (!isMissing) return;
     if (row == homeFolderRow) {
         MVThread::dispatchBlockInMainQueue([] {
             host().userInterface.openLink(

@@ -1,7 +1,7 @@
 #include "building/port_texts.h"
 
 #include <algorithm>
-#include <array>
+#include <cctype>
 #include <cstdint>
 
 #include "foundation/alerts.h"
@@ -44,12 +44,15 @@ std::uint32_t nextCode(std::string_view text, std::size_t& position) {
     return code;
 }
 
-/// All four digits are written: Wine reads up to four, so that a following letter never becomes part of the
-/// code.
-std::string escapedUnit(std::uint32_t unit) {
+/// The unit as Wine writes it, so that a key which Wine has saved is found again: the shortest form, but four
+/// digits where a digit of the text follows that would be read as part of the code.
+std::string escapedUnit(std::uint32_t unit, std::string_view rest) {
     static constexpr std::string_view digits = "0123456789abcdef";
+    const bool digitFollows = !rest.empty() && isAscii(rest[0]) && std::isxdigit(rest[0]) != 0;
     std::string escape = "\\x";
-    for (int shift = 12; shift >= 0; shift -= 4) escape += digits[(unit >> shift) & 0xF];
+    for (int shift = 12; shift >= 0; shift -= 4) {
+        if (digitFollows || (unit >> shift) != 0) escape += digits[(unit >> shift) & 0xF];
+    }
     return escape;
 }
 
@@ -64,10 +67,10 @@ std::optional<std::string> escaped(std::string_view text, std::string_view marks
         }
         const std::uint32_t code = nextCode(text, position);
         if (code < 0x10000) {
-            result += escapedUnit(code);
+            result += escapedUnit(code, text.substr(position));
         } else {
-            result += escapedUnit(0xD800 + ((code - 0x10000) >> 10));
-            result += escapedUnit(0xDC00 + ((code - 0x10000) & 0x3FF));
+            result += escapedUnit(0xD800 + ((code - 0x10000) >> 10), "");
+            result += escapedUnit(0xDC00 + ((code - 0x10000) & 0x3FF), text.substr(position));
         }
     }
     return result;

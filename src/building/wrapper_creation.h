@@ -39,7 +39,8 @@ class WrapperCreation : public Download {
     explicit WrapperCreation(std::shared_ptr<NSProgressView> progressWindow);
 
     // Entry (entry.cpp, agreement.cpp)
-    /// `createPortFromCKIFile:withCompletionHandler:`. Any thread; asks, then goes on in the background.
+    /// `createPortFromCKIFile:withCompletionHandler:`. Any thread; asks, then goes on in the background,
+    /// where this object is used until the handler has returned.
     void createPortFromCKIFile(const std::string& file, CompletionHandler handler);
     /// `installCKI:atPath:trust:`. 0 for success, -1 for failure.
     int installCKI(const std::string& file, const std::string& wrapper, Trust trust);
@@ -47,7 +48,8 @@ class WrapperCreation : public Download {
     [[nodiscard]] bool shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust);
     /// `requirementsListForPortData:`. Lines, or empty when there is nothing to ask.
     [[nodiscard]] static std::string requirementsListForPortData(const NSPortData& port);
-    /// `createBlankPortWithCompletionHandler:`.
+    /// `createBlankPortWithCompletionHandler:`. The same; asks the site for the engines, so better not on the
+    /// main thread.
     void createBlankPortWithCompletionHandler(CompletionHandler handler);
     /// `createBlankWrapperAtPath:withDetailsOfCustomPortView:`.
     int createBlankWrapperAtPath(const std::string& wrapper, const NSCustomPortView& view);
@@ -100,7 +102,8 @@ class WrapperCreation : public Download {
     bool buildPortAt(const std::string& wrapper, const NSPortData& port);
     /// `createWrapperAt:withEngine:`.
     bool createWrapperAt(const std::string& wrapper, const std::string& engine);
-    /// Where the wrapper lies while its prefix is created; nothing when it stays in its place.
+    /// Where a new wrapper lies while its prefix is created; nothing when it stays in its place. A wrapper
+    /// that was there before always stays.
     [[nodiscard]] static std::optional<std::string> temporaryPathFor(const std::string& wrapper);
 
     // Configuration (configuration.cpp, settings_writers.cpp, registry_writers.cpp)

@@ -22,6 +22,7 @@ enum class Kind { none, file, folder, link, other };
 [[nodiscard]] Kind kindOf(const std::string& path);
 /// What lies at the path, links followed; `none` for a dangling link, never `link`.
 [[nodiscard]] Kind kindBehind(const std::string& path);
+/// Whether this user may run it; a folder is never executable.
 [[nodiscard]] bool isExecutable(const std::string& path);
 [[nodiscard]] bool isWritable(const std::string& path);
 
@@ -29,19 +30,22 @@ enum class Kind { none, file, folder, link, other };
 [[nodiscard]] Result<std::string> destinationOfLink(const std::string& path);
 /// With parents: an existing folder is a success; without: an error.
 [[nodiscard]] Error createFolder(const std::string& path, bool withParents);
-/// A rename, or a copy followed by a removal between file systems; the destination must not exist.
+/// A rename, or a copy followed by a removal between file systems; the destination must not exist. The source
+/// stays whole until the destination is; a failed copy leaves nothing behind.
 [[nodiscard]] Error move(const std::string& source, const std::string& destination);
 /// Copies a file, a link (as a link) or a folder whole, with permissions and times; the destination must not
-/// exist. Shares storage where the file system can. `goOn` is asked between entries; false ends with an
-/// error.
+/// exist, and not lie inside the source. Shares storage where the file system can. `goOn` is asked between
+/// entries and within large files; false ends with an error. After an error, what was copied so far stays.
 [[nodiscard]] Error copy(const std::string& source, const std::string& destination,
                          const std::function<bool()>& goOn = {});
-/// Removes a file, a link (never what it points at) or a folder with everything inside.
+/// Removes a file, a link (never what it points at) or a folder with everything inside, read-only folders
+/// included. Stops at the first thing that cannot be removed; what is mounted inside is never entered.
 [[nodiscard]] Error remove(const std::string& path);
 /// The names of the entries, hidden ones included, sorted by character code so that results do not depend on
 /// the file system.
 [[nodiscard]] Result<std::vector<std::string>> list(const std::string& folder);
 /// Every path below the folder at any depth, relative to it; links are listed, not followed.
+/// A folder below that cannot be read is listed without what it holds.
 [[nodiscard]] Result<std::vector<std::string>> listBelow(const std::string& folder);
 /// The size attribute of the item itself, in bytes; nothing when it cannot be read.
 [[nodiscard]] std::optional<std::uint64_t> size(const std::string& path);

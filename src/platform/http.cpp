@@ -71,13 +71,18 @@ class Connection {
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
+    /// Whether a body that ends before the announced length counts as an end like any other: a receiver that
+    /// is told the length judges by itself.
+    enum class ShortBody { isError, isEnd };
+
     /// The description of the error; empty after success, and after `stop`.
-    std::string run(Events events) {
+    std::string run(Events events, ShortBody shortBody) {
         events_ = std::move(events);
         if (!parseUrl(request_.url)) return describe(CURLE_URL_MALFORMAT);
         if (!prepare()) return describe(CURLE_OUT_OF_MEMORY);
         curl_multi_add_handle(multi_, easy_);
-        const CURLcode code = follow();
+        CURLcode code = follow();
+        if (code == CURLE_PARTIAL_FILE && shortBody == ShortBody::isEnd) code = CURLE_OK;
         curl_multi_remove_handle(multi_, easy_);
         if (stopped_) return {};
         if (code == CURLE_OK) announce();
@@ -275,7 +280,8 @@ HttpResponse fetch(const HttpRequest& request, Cancellation* cancellation) {
     std::optional<Cancellation::Interrupter> interrupter;
     if (cancellation != nullptr) interrupter.emplace(*cancellation, [&connection] { connection.stop(); });
     response.error = connection.run(
-        {.response = {}, .data = [&response](std::string_view bytes) { response.body += bytes; }});
+        {.response = {}, .data = [&response](std::string_view bytes) { response.body += bytes; }},
+        Connection::ShortBody::isError);
     if (connection.stopped()) throw Cancelled();
     response.status = connection.status();
     return response;
@@ -338,7 +344,7 @@ struct Transfer::State {
                 if (!state.over && state.handlers.data) state.handlers.data(chunk->bytes);
             });
         };
-        const std::string error = self->connection.run(std::move(events));
+        const std::string error = self->connection.run(std::move(events), Connection::ShortBody::isEnd);
         self->queue.post([self, error] {
             if (std::exchange(self->over, true)) return;
             if (error.empty()) {

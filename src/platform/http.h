@@ -49,7 +49,8 @@ struct TransferHandlers {
     std::function<void()> ended;
 };
 
-/// A running GET. Destroying or cancelling it stops the transfer; no handler is called afterwards.
+/// A running GET. A body that ends before the announced length has `ended`: the receiver compares. Destroying
+/// or cancelling it stops the transfer; no handler is called afterwards.
 class Transfer {
   public:
     /// Starts at once, on a thread of its own that the destructor joins. To be destroyed on the main thread.

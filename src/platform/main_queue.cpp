@@ -98,7 +98,7 @@ MainQueue::TimerId MainQueue::every(std::chrono::milliseconds period, Work work)
 
 void MainQueue::cancelTimer(TimerId timer) {
     MutexLock lock(mutex_);
-    if (runningTimer_ == timer) runningTimerCancelled_ = true;
+    std::erase(runningTimers_, timer);
     std::erase_if(timers_, [timer](const auto& entry) { return entry.second.id == timer; });
 }
 
@@ -111,8 +111,7 @@ bool MainQueue::runOne() {
         if (!timers_.empty() && timers_.begin()->first <= Clock::now()) {
             timer = std::move(timers_.begin()->second);
             timers_.erase(timers_.begin());
-            runningTimer_ = timer.id;
-            runningTimerCancelled_ = false;
+            runningTimers_.push_back(timer.id);
         } else if (!work_.empty()) {
             work = std::move(work_.front());
             work_.pop_front();
@@ -127,10 +126,10 @@ bool MainQueue::runOne() {
     timer.work();
     MutexLock lock(mutex_);
     // Counted from now: a dialog that was open for an hour must not be followed by an hour of ticks.
-    if (timer.period.count() > 0 && !runningTimerCancelled_ && !closed_) {
+    const bool cancelled = std::erase(runningTimers_, timer.id) == 0;
+    if (timer.period.count() > 0 && !cancelled && !closed_) {
         timers_.emplace(Clock::now() + timer.period, std::move(timer));
     }
-    runningTimer_.reset();
     return true;
 }
 

@@ -12,6 +12,7 @@
 #include <map>
 #include <optional>
 #include <thread>
+#include <vector>
 
 #include "platform/annotations.h"
 
@@ -70,8 +71,9 @@ class MainQueue {
     std::deque<Work> work_ MV_GUARDED_BY(mutex_);
     std::multimap<Clock::time_point, Timer> timers_ MV_GUARDED_BY(mutex_);
     TimerId nextTimer_ MV_GUARDED_BY(mutex_) = 1;
-    std::optional<TimerId> runningTimer_ MV_GUARDED_BY(mutex_);
-    bool runningTimerCancelled_ MV_GUARDED_BY(mutex_) = false;
+    // Several, when the work of one opens a dialog and others fire meanwhile. A cancelled one is no longer
+    // listed.
+    std::vector<TimerId> runningTimers_ MV_GUARDED_BY(mutex_);
     bool closed_ MV_GUARDED_BY(mutex_) = false;
     bool woken_ MV_GUARDED_BY(mutex_) = false;
     Work waker_ MV_GUARDED_BY(mutex_);

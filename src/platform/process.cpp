@@ -288,11 +288,14 @@ std::optional<ProcessResult> run(const ProcessRequest& request) {
                             [fd = interruption.get()] { static_cast<void>(::eventfd_write(fd, 1)); });
     }
     ProcessResult result;
-    if (!child.follow(Child::Until::closed, interruption.get(), result.output) ||
-        (request.waitForExit && !child.follow(Child::Until::exited, interruption.get(), result.output))) {
+    const auto followUntil = [&](Child::Until until) {
+        if (child.follow(until, interruption.get(), result.output)) return;
         child.stop();
         throw Cancelled();
-    }
+    };
+    followUntil(Child::Until::closed);
+    input->writeEnd.reset();
+    if (request.waitForExit) followUntil(Child::Until::exited);
     if (request.waitForExit) result.exitStatus = child.exitStatus();
     return result;
 }

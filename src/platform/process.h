@@ -25,22 +25,24 @@ struct ProcessRequest {
 
 struct ProcessResult {
     std::string output;  ///< the bytes of standard output, to its end of file
-    int exitStatus =
-        0;  ///< 0 to 255; 128 plus the signal's number after a signal; meaningless without the wait
+    /// 0 to 255; 128 plus the signal's number after a signal; meaningless without the wait.
+    int exitStatus = 0;
 };
 
 namespace processes {
 
-/// Runs the program in a process group of its own, standard input an empty pipe, standard error inherited.
-/// Returns when every holder of its standard output has closed it (and, when asked to wait, it has exited).
-/// Nothing when it could not be started.
+/// Runs the program in a process group of its own, with the default signal handling and none of this
+/// process's open files. Standard input is a pipe to which nothing is written and which ends when the output
+/// has been closed; standard error is inherited. Returns when every holder of its standard output has closed
+/// it (and, when asked to wait, it has exited). Nothing when it could not be started.
 [[nodiscard]] std::optional<ProcessResult> run(const ProcessRequest& request);
 
 /// Starts the program in a session of its own, without arguments or pipes (all three streams on the null
 /// device), and returns at once. False when it could not be started.
 bool launch(const std::string& program, const std::vector<std::string>& arguments = {});
 
-/// Every executable regular file of that name in the folders of the list (`a:b:c`), in order.
+/// Every executable regular file of that name in the folders of the list (`a:b:c`), in order;
+/// relative folders are left out. A name that begins with "/" is looked for at that place only.
 [[nodiscard]] std::vector<std::string> search(const std::string& name, const std::string& searchPath);
 
 }  // namespace processes

@@ -145,6 +145,7 @@ class XmlReader {
 
     void stop() {
         failed_ = true;
+        result_.reset();
         xmlStopParser(parser_);
     }
 

@@ -15,7 +15,8 @@ class ConfigureWrapper : public ConfiguredWrapper {
         ui.progress.clear();
         onWorker([&] { EXPECT_TRUE(creation->configureWrapperAt(wrapper, port)); });
         auto lines = ui.statusLines();
-        std::erase(lines, "");
+        // The panel opens with what it showed last.
+        lines.erase(lines.begin(), std::find(lines.begin(), lines.end(), "Configuring Data..."));
         return lines;
     }
     static ExeEntry mainProgram(const std::string& path) {
@@ -163,10 +164,16 @@ TEST_F(ConfigureWrapper, StopsBetweenStagesWhenCancelled) {
 }
 
 TEST_F(ConfigureWrapper, PutsTheApplicationsBannerIntoTheWrapper) {
-    const std::string own = host().folders.resources + "/CaskeryBanner.jpg";
+    const std::string banner = wrapper + "/Caskery.app/Contents/Resources/CaskeryBanner.jpg";
+    Host::Options options{.folders = machine->folders, .sites = {}, .searchPath = "", .reachability = {}};
+    options.folders.resources = folder.path + "/resources";
+    machine.reset();
+    machine = std::make_unique<Host>(std::move(options), ui);
     onWorker([&] { EXPECT_TRUE(WrapperCreation::addHollinBannerAtFile(wrapper)); });
-    EXPECT_EQ(get(wrapper + "/Caskery.app/Contents/Resources/CaskeryBanner.jpg"),
-              exists(own) ? get(own) : "jpg");
+    EXPECT_EQ(get(banner), "jpg") << "an application without a banner leaves the wrapper's";
+    put(folder.path + "/resources/CaskeryBanner.jpg", "the application's");
+    onWorker([&] { EXPECT_TRUE(WrapperCreation::addHollinBannerAtFile(wrapper)); });
+    EXPECT_EQ(get(banner), "the application's");
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "building/configured_wrapper.h"
 #include "platform/cancellation.h"
 
@@ -105,6 +107,13 @@ TEST_F(Installation, MissingFoldersOfTheUserAreNoErrors) {
         ui.expectChoice("Select the installer", {"/chosen/setup.exe"});
         EXPECT_EQ(install("setup.exe", source), "/chosen/setup.exe");
     }
+}
+
+TEST_F(Installation, AnEndingApplicationIsNotAskedForEver) {
+    machine->mainQueue.close();
+    std::thread worker([&] { EXPECT_TRUE(creation->installApp(std::nullopt, std::nullopt, port)); });
+    worker.join();
+    EXPECT_EQ(asked(), "");
 }
 
 using DesktopCleanUp = Installation;

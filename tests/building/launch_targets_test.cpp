@@ -35,7 +35,7 @@ TEST_F(LaunchTargets, ProgramAndFlagsByDrive) {
              Row{"C:/Program Files/Game/game.exe", "/Program Files/Game/game.exe", "", 0},
              Row{"\"C:/Game/GAME.EXE\" -w \"a b\"", "/Game/GAME.EXE", "-w \"a b\"", 0},
              Row{"c:\\Game\\run.bat", "/Game/run.bat", "", 1},
-             Row{"C:/Game/\ngame.exe", "/Game/game.exe", "", 0},
+             Row{"C:/Game/\r\ngame.exe", "/Game/game.exe", "", 0},
              Row{"\"C:/Program Files/Steam/steam.exe\" -silent", "/Program Files/Steam/steam.exe",
                  "-no-dwrite -no-cef-sandbox -silent", 0},
              Row{"\"C:/Steam/Steam.exe\" -No-Dwrite", "/Steam/Steam.exe", "-no-cef-sandbox -No-Dwrite", 0},
@@ -80,7 +80,9 @@ TEST_F(LaunchTargets, WindowsVersionOfTheProgram) {
              Row{"C:/Origin/Origin.exe", "Windows XP", "Origin.exe", "\"Version\"=\"win7\""},
              Row{"C:/Uplay/UPLAY.EXE", "", "UPLAY.EXE", "\"Version\"=\"vista\""},
              Row{"C:/Game/game[1].exe", "Windows XP", "game\\[1\\].exe", "\"Version\"=\"winxp\""},
-             Row{"C:/Château/Château.exe", "Windows XP", "Ch\\x00e2teau.exe", "\"Version\"=\"winxp\""},
+             Row{"C:/Château/Château.exe", "Windows XP", "Ch\\xe2teau.exe", "\"Version\"=\"winxp\""},
+             Row{"C:/Café/Éa.exe", "Windows XP", "\\x00c9a.exe", "\"Version\"=\"winxp\""},
+             Row{"C:/\U0001F600.exe", "Windows XP", "\\xd83d\\xde00.exe", "\"Version\"=\"winxp\""},
          }) {
         ExeEntry exe = program("Game", row.path);
         exe.compatibility = row.compatibility;
@@ -136,6 +138,13 @@ TEST_F(LaunchTargets, EveryOtherProgramGetsALauncherBesideTheWrapper) {
     EXPECT_EQ(destination(home + "/Applications/Editor.app"), "Game.app/Editor.app");
 }
 
+TEST_F(LaunchTargets, AMainProgramWithoutANameIsCalledAsTheWrapper) {
+    save({program("", "C:/Game/game.exe")});
+    EXPECT_EQ(setting("Program Name and Path"), Value("/Game/game.exe"));
+    EXPECT_EQ(setting("CFBundleName"), Value("Game"));
+    EXPECT_EQ(setting("CFBundleIdentifier"), Value("Game.Caskery.prefs"));
+}
+
 TEST_F(LaunchTargets, TheLinkReplacesLinksOnly) {
     const std::string applications = home + "/Applications";
     const auto alias = [&](const std::string& name) {
@@ -171,7 +180,7 @@ TEST_F(LaunchTargets, HostileEntriesAreRefusedAndTheRestGoesOn) {
         program(std::string("Ev\0il", 5), "C:/game.exe", false),
         program("Up", "C:/../../Evil.exe", false),
         program("Down", "C:\\a\\..\\..\\Evil.exe", false),
-        program("Line", "C:/a.exe\r[Software]", false),
+        program("Line", "C:/a.exe\x1b[Software]", false),
         program("../../Batch", "D:/run.exe", true),
     };
     for (std::size_t entry = 0; entry < hostile.size(); ++entry) ui.expectError("\"");

@@ -246,7 +246,7 @@ TEST_F(Downloads, ACancellationThrowsAndWritesNothing) {
 }
 
 TEST_F(Downloads, TheEndOfTheApplicationReleasesTheCaller) {
-    site.answer("/stalled", {.body = "", .stall = true});
+    site.answer("/stalled", {.body = "", .announcedLength = 100, .stall = true});
     once([&] { return requested(); }, [&] { machine->mainQueue.close(); });
     EXPECT_FALSE(run(link("stalled"), Silence::yes));
     EXPECT_FALSE(fileExists());

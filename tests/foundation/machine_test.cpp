@@ -34,14 +34,14 @@ TEST_F(Machine, TheAdapterOnTheFastestBusCounts) {
       Displays:
         Color LCD:
           Resolution: 2880 x 1800
+    Other:
+      Chipset Model: Other
+      Bus: PCI
     AMD Radeon R9 M370X:
 
       Chipset Model: AMD Radeon R9 M370X
       Bus: PCIe
-      VRAM (Total): 2 GB
-    Other:
-      Chipset Model: Other
-      Bus: PCI)");
+      VRAM (Total): 2 GB)");
     EXPECT_EQ(NSComputerInformation::graphicCardModel(), "AMD Radeon R9 M370X");
     EXPECT_EQ(NSComputerInformation::graphicCardType(), "ATi/AMD");
     EXPECT_EQ(NSComputerInformation::graphicCardMemorySize(), "2 GB");

@@ -42,6 +42,15 @@ TEST(Search, FindsNamesForgivingly) {
     }
 }
 
+TEST(ContainsAbbreviation, IsTheInitialsOfWordsInARow) {
+    EXPECT_TRUE(MVString::containsAbbreviation("The Elder Scrolls", "ES"));
+    EXPECT_TRUE(MVString::containsAbbreviation("The Tall Tower", "tt"));
+    EXPECT_FALSE(MVString::containsAbbreviation("The Elder Scrolls", "t"));
+    EXPECT_FALSE(MVString::containsAbbreviation("The Elder Scrolls", "ts"));
+    EXPECT_FALSE(MVString::containsAbbreviation("The  Elder", "te")) << "an empty word begins with nothing";
+    EXPECT_FALSE(MVString::containsAbbreviation("The", "the"));
+}
+
 TEST(ContainsWord, LowersTheTextButNotTheWord) {
     EXPECT_TRUE(MVString::containsWord("Alien VS-Predator", "vs"));
     EXPECT_FALSE(MVString::containsWord("Alien VS-Predator", "VS"));

@@ -132,10 +132,9 @@ TEST_F(Programs, StartsClean) {
 }
 
 TEST_F(Programs, WaitsForEveryHolderOfTheOutput) {
-    const std::string go = signalPipe("go");
-    // The child that stays behind prints after its parent has ended.
+    // The child that stays behind prints after its parent has ended, which closes the pipe.
     const auto result =
-        processes::run(shell("(read line < \"$1\"; echo late) & (echo x > \"$1\") & echo early", {go}));
+        processes::run(shell("(cat \"$1\"; echo late) & exec 3> \"$1\"; echo early", {signalPipe("end")}));
     ASSERT_TRUE(result);
     EXPECT_EQ(result->output, "early\nlate\n");
 }

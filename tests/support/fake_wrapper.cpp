@@ -79,6 +79,7 @@ std::string makeFakeMasterWrapper(const std::string& folder, const FakeWrapper& 
     put("Contents/Resources/CKX11Prefs.plist", plist({}));
     put("Contents/Resources/Caskery.icns", "icns");
     put("Contents/Resources/English.lproj/InfoPlist.strings", "CFBundleName = \"Caskery\";\n");
+    fs::create_directories(app + "/Contents/Resources/CaskeryMenuScripts");
     put("Caskery.app/Contents/MacOS/Caskery", "#!/bin/sh\n");
     put("Caskery.app/Contents/Resources/CaskeryBanner.jpg", "jpg");
     put("Caskery.app/Contents/Resources/CustomEXE.app/Contents/MacOS/CustomEXE", "#!/bin/sh\n", true);

@@ -15,9 +15,9 @@ namespace morvane::testing {
 struct FakeWrapper {
     std::string version = "Caskery-2.6.2";
     /// Shell lines that run after the prefix was made; "$wrapper" is the wrapper's folder of the moment.
-    std::string onPrefixCreate;
+    std::string onPrefixCreate = {};
     /// Shell lines that run for "CKS-installer"; "$wrapper" as above, "$1" is the program to install.
-    std::string onInstaller;
+    std::string onInstaller = {};
     bool makesPrefix = true;  ///< false: the prefix creation leaves nothing
 };
 

@@ -174,7 +174,7 @@ class Icon : public testing::TestMachine {
 TEST_F(Icon, IsBuiltFromEverySize) {
     scriptProgram("iconutil", writer);
     put(resources + "/game.icns", "old");
-    setIcon("game", picture(40, 20));
+    setIcon("game", picture(64, 16));
     EXPECT_EQ(get(resources + "/game.icns"), "-c icns " + resources + "/game.iconset\n");
     EXPECT_EQ(left(), std::vector<std::string>{"game.icns"});
 
@@ -187,7 +187,7 @@ TEST_F(Icon, IsBuiltFromEverySize) {
                 get(set + "/icon_" + edge + "x" + edge + (factor == 2 ? "@2x.png" : ".png")));
             ASSERT_TRUE(found) << size;
             EXPECT_EQ(found->width, size * factor);
-            EXPECT_EQ(found->height, size * factor / 2);
+            EXPECT_EQ(found->height, size * factor / 4);
             ++files;
         }
     }
@@ -198,13 +198,13 @@ TEST_F(Icon, StaysWhenNoNewOneComesOut) {
     put(resources + "/game.icns", "old");
     for (const char* failing : {"exit 1", ": > \"${3%.iconset}.icns\""}) {
         scriptProgram("iconutil", failing);
-        setIcon("game.icns", picture(2, 2));
+        setIcon("game.icns", picture(64, 1));
         EXPECT_EQ(get(resources + "/game.icns"), "old") << failing;
         EXPECT_EQ(left(), std::vector<std::string>{"game.icns"});
     }
     std::filesystem::rename(resources + "/game.icns",
                             resources + "/game.icns.previous");  // as a kill leaves it
-    setIcon("game.icns", picture(2, 2));
+    setIcon("game.icns", picture(64, 1));
     EXPECT_EQ(get(resources + "/game.icns"), "old");
 }
 
@@ -213,7 +213,7 @@ TEST_F(Icon, IsNotTouchedWithoutAPictureOrAName) {
     put(resources + "/game.icns", "old");
     setIcon("game", std::nullopt);
     setIcon("game", ImageData{"no picture", 0, 0});
-    setIcon("", picture(2, 2));
+    setIcon("", picture(64, 1));
     EXPECT_EQ(left(), std::vector<std::string>{"game.icns"});
     EXPECT_EQ(get(resources + "/game.icns"), "old");
 }
@@ -223,11 +223,11 @@ TEST_F(Icon, NeverLeavesTheResources) {
     put(wrapper + "/Contents/other.icns", "foreign");
     put(home + "/target/file", "foreign");
     ui.expectError("");
-    setIcon("../other", picture(2, 2));
+    setIcon("../other", picture(64, 1));
     EXPECT_EQ(get(wrapper + "/Contents/other.icns"), "foreign");
     std::filesystem::create_symlink(home + "/target", resources + "/game.iconset");
     ui.expectError("");
-    setIcon("game", picture(2, 2));
+    setIcon("game", picture(64, 1));
     EXPECT_EQ(get(home + "/target/file"), "foreign");
 }
 

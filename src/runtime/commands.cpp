@@ -1,0 +1,203 @@
+#include "runtime/commands.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <functional>
+
+#include "platform/files.h"
+#include "platform/folders.h"
+#include "runtime/launch.h"
+#include "runtime/prefix.h"
+#include "runtime/windows_programs.h"
+#include "runtime/wine_session.h"
+
+namespace morvane::runtime {
+namespace {
+
+using namespace std::chrono_literals;
+using Arguments = std::vector<std::string>;
+
+constexpr int usage = 2;
+
+int report(const std::optional<Failure>& failure) {
+    if (failure) tell(failure->message);
+    return failure ? 1 : 0;
+}
+
+int reportIn(const WineSession& session, const std::optional<Failure>& failure) {
+    return session.stopped() != 0 ? session.stopped() : report(failure);
+}
+
+bool hasDisplay() {
+    return !environmentVariable("DISPLAY").empty() || !environmentVariable("WAYLAND_DISPLAY").empty();
+}
+
+/// What every start of a program needs: an engine, a drive C, the user's folders.
+std::optional<Failure> readiness(const WineSession& session) {
+    if (auto failure = session.problem()) return failure;
+    const WrapperBundle& bundle = session.bundle();
+    if (files::kindBehind(bundle.prefix() + "/system.reg") != files::Kind::file) {
+        return Failure{"This wrapper has no Windows drive yet: " + bundle.prefix() +
+                       "/system.reg is missing."};
+    }
+    if (!hasDisplay()) tell("There is no display (DISPLAY is not set): windows cannot be shown.");
+    return keepUserFoldersInside(bundle);
+}
+
+int createCommand(const WrapperBundle& bundle, std::optional<Failure> (*make)(WineSession&)) {
+    WineSession session(bundle, "", StopBy::server);
+    if (auto failure = session.problem()) return report(failure);
+    if (session.joined()) return report(Failure{"Programs of this wrapper are running: end them first."});
+    return reportIn(session, make(session));
+}
+
+/// How long a program that an installer left running is left alone before it is asked to end.
+std::chrono::milliseconds installerPatience() {
+    constexpr std::chrono::seconds usual = 5min;
+    const std::string text = environmentVariable("CASKERY_INSTALLER_PATIENCE");
+    int seconds = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    return error == std::errc() && end == text.data() + text.size() && seconds > 0
+               ? std::chrono::seconds(seconds)
+               : usual;
+}
+
+int installerCommand(const WrapperBundle& bundle, const Arguments& arguments) {
+    WineSession session(bundle, "", StopBy::server);
+    if (auto failure = readiness(session)) return report(failure);
+    const auto call = callFor(bundle, arguments[0], Arguments(arguments.begin() + 1, arguments.end()));
+    if (const Failure* failure = failureOf(call)) return report(*failure);
+    const auto& [wineArguments, folder] = std::get<WineCall>(call);
+    const int status = session.wine(wineArguments, folder, Display::shown);
+    session.waitForInstaller(installerPatience());
+    return session.stopped() != 0 ? session.stopped() : status;
+}
+
+int winetricksCommand(const WrapperBundle& bundle, const Arguments& verbs) {
+    WineSession session(bundle, "", StopBy::server);
+    if (auto failure = readiness(session)) return report(failure);
+    if (files::kindBehind(bundle.winetricks()) != files::Kind::file) {
+        return report(
+            Failure{"This wrapper has no winetricks script: " + bundle.winetricks() + " is missing."});
+    }
+    // The script installs into the prefix that it is given; in the application's copy the option also makes
+    // it silent.
+    Arguments arguments{bundle.winetricks(), "--no-isolate"};
+    arguments.insert(arguments.end(), verbs.begin(), verbs.end());
+    const int status = session.program("/bin/sh", arguments, bundle.driveC());
+    session.waitForInstaller(installerPatience());
+    if (session.stopped() != 0) return session.stopped();
+    return status == 0 ? 0
+                       : report(Failure{"winetricks ended with exit code " + std::to_string(status) + "."});
+}
+
+int toolCommand(const WrapperBundle& bundle, const Arguments& wineArguments) {
+    WineSession session(bundle, "", StopBy::server);
+    if (auto failure = readiness(session)) return report(failure);
+    return play(session, {wineArguments, bundle.driveC()});
+}
+
+/// Line by line what a debug run says before Wine does.
+void beginLogs(const WrapperBundle& bundle, const WineCall& call) {
+    std::string engine = "unknown";
+    const auto version = files::read(bundle.engine() + "/version");
+    if (failureOf(version) == nullptr) engine = std::get<std::string>(version);
+    std::string wine =
+        "Wrapper: " + bundle.wrapper + "\nEngine: " + engine.substr(0, engine.find('\n')) + "\nCommand:";
+    for (const std::string& argument : call.arguments) wine += " [" + argument + "]";
+    std::string display = "DISPLAY=" + environmentVariable("DISPLAY") +
+                          "\nWAYLAND_DISPLAY=" + environmentVariable("WAYLAND_DISPLAY") +
+                          "\nXDG_SESSION_TYPE=" + environmentVariable("XDG_SESSION_TYPE") + "\n";
+    static_cast<void>(files::createFolder(bundle.logs(), true));
+    static_cast<void>(files::write(bundle.logs() + "/LastRunWine.log", wine + "\n\n", files::Atomically::no));
+    static_cast<void>(files::write(bundle.logs() + "/LastRunX11.log", display, files::Atomically::no));
+}
+
+int playCommand(const WrapperBundle& bundle, bool debug) {
+    WineSession session(bundle, debug ? bundle.logs() + "/LastRunWine.log" : "", StopBy::quitScript);
+    const auto settings = launchSettingsOf(bundle);
+    if (const Failure* failure = failureOf(settings)) return report(*failure);
+    if (auto failure = readiness(session)) return report(failure);
+    const auto& launch = std::get<LaunchSettings>(settings);
+    const auto call = mainCall(bundle, launch);
+    if (const Failure* failure = failureOf(call)) return report(*failure);
+    applyLimits(launch);
+    const WineCall placed = onDesktop(std::get<WineCall>(call), bundle, launch.screen);
+    if (debug) beginLogs(bundle, placed);
+    return play(session, placed);
+}
+
+int openCommand(const WrapperBundle& bundle, const Arguments& arguments) {
+    WineSession session(bundle, "", StopBy::quitScript);
+    const auto settings = launchSettingsOf(bundle);
+    if (const Failure* failure = failureOf(settings)) return report(*failure);
+    if (auto failure = readiness(session)) return report(failure);
+    const auto& launch = std::get<LaunchSettings>(settings);
+    const std::string extension = lowerCaseExtension(arguments[0]);
+    const bool ours = std::find(launch.associations.begin(), launch.associations.end(), extension) !=
+                      launch.associations.end();
+    auto call = callFor(bundle, arguments[0], Arguments(arguments.begin() + 1, arguments.end()));
+    if (const Failure* failure = failureOf(call)) return report(*failure);
+    auto& found = std::get<WineCall>(call);
+    // A document that the wrapper's programs are registered for, also one whose ending Windows itself would
+    // run.
+    if (ours && !isWindowsPath(arguments[0])) {
+        const auto path = files::resolved(arguments[0]);
+        found.arguments = {"start.exe", "/wait", "/unix", path.value_or(arguments[0])};
+    }
+    applyLimits(launch);
+    return play(session, onDesktop(found, bundle, launch.screen));
+}
+
+struct Command {
+    const char* name;
+    std::size_t least, most;  ///< arguments
+    std::function<int(const WrapperBundle&, const Arguments&)> run;
+};
+
+const std::vector<Command>& commands() {
+    constexpr std::size_t any = 1000;
+    static const std::vector<Command> table{
+        {"CKS-wineprefixcreate", 0, 0,
+         [](auto& bundle, auto&) { return createCommand(bundle, createPrefix); }},
+        {"CKS-wineboot", 0, 0, [](auto& bundle, auto&) { return createCommand(bundle, updatePrefix); }},
+        {"CKS-InstallICE", 0, 0, [](auto& bundle, auto&) { return report(installEngineFiles(bundle)); }},
+        {"CKS-installer", 1, any, installerCommand},
+        {"CKS-winetricks", 1, any, winetricksCommand},
+        {"CKS-winecfg", 0, 0, [](auto& bundle, auto&) { return toolCommand(bundle, {"winecfg.exe"}); }},
+        {"CKS-regedit", 0, 0, [](auto& bundle, auto&) { return toolCommand(bundle, {"regedit.exe"}); }},
+        {"CKS-taskmgr", 0, 0, [](auto& bundle, auto&) { return toolCommand(bundle, {"taskmgr.exe"}); }},
+        // In a console window of its own: our standard input holds nothing to read.
+        {"CKS-cmd", 0, 0,
+         [](auto& bundle, auto&) {
+             return toolCommand(bundle, {"wineconsole.exe", "cmd.exe"});
+         }},
+        {"debug", 0, 0, [](auto& bundle, auto&) { return playCommand(bundle, true); }},
+    };
+    return table;
+}
+
+}  // namespace
+
+int runCommand(const WrapperBundle& bundle, const Arguments& arguments) {
+    if (arguments.empty()) {
+        // The settings tool's window is Wine's configuration here.
+        if (bundle.role == Role::settingsTool) return toolCommand(bundle, {"winecfg.exe"});
+        return playCommand(bundle, false);
+    }
+    const Arguments rest(arguments.begin() + 1, arguments.end());
+    for (const Command& command : commands()) {
+        if (arguments[0] != command.name) continue;
+        if (rest.size() >= command.least && rest.size() <= command.most) return command.run(bundle, rest);
+        tell(arguments[0] + ": wrong number of arguments.");
+        return usage;
+    }
+    if (arguments[0].starts_with("CKS-")) {
+        tell(arguments[0] + ": no such command.");
+        return usage;
+    }
+    return openCommand(bundle, arguments);
+}
+
+}  // namespace morvane::runtime

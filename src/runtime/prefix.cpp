@@ -1,0 +1,115 @@
+#include "runtime/prefix.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <vector>
+
+#include "platform/files.h"
+#include "runtime/builtin_files.h"
+
+namespace morvane::runtime {
+namespace {
+
+constexpr std::array userFolders{"Desktop",
+                                 "Documents",
+                                 "Downloads",
+                                 "Music",
+                                 "Pictures",
+                                 "Videos",
+                                 "AppData/Roaming/Microsoft/Windows/Templates"};
+
+/// As Wine names the user's folder.
+std::string userName() {
+    const char* name = std::getenv("USER");
+    if (name != nullptr && *name != '\0') return name;
+    const passwd* user = ::getpwuid(::getuid());
+    return user != nullptr ? user->pw_name : std::string();
+}
+
+std::vector<std::string> pathsBelow(const std::string& folder) {
+    const auto paths = files::listBelow(folder);
+    return failureOf(paths) != nullptr ? std::vector<std::string>()
+                                       : std::get<std::vector<std::string>>(paths);
+}
+
+bool leadsOut(const std::string& link, const std::string& folder) {
+    const auto target = files::resolved(link);
+    return !target || !target->starts_with(folder + "/");
+}
+
+std::optional<Failure> bootPrefix(WineSession& session, const std::string& option) {
+    const WrapperBundle& bundle = session.bundle();
+    if (auto failure = keepUserFoldersInside(bundle)) return failure;
+    // Without a display Wine can't ask for anything. It returns before the registry is written.
+    const int status = session.wine({"wineboot.exe", option}, bundle.prefix(), Display::hidden);
+    session.waitForAll();
+    if (session.stopped() != 0) return Failure{"Stopped."};
+    slimPrefix(bundle);
+    if (auto failure = keepUserFoldersInside(bundle)) return failure;
+    for (const char* name : {"system.reg", "user.reg", "dosdevices/c:", "drive_c/windows/system32"}) {
+        if (files::kindBehind(bundle.prefix() + "/" + name) == files::Kind::none) {
+            return Failure{"Wine (exit code " + std::to_string(status) + ") did not make " + bundle.prefix() +
+                           "/" + name + "."};
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<Failure> keepUserFoldersInside(const WrapperBundle& bundle) {
+    const std::string name = userName(), users = bundle.driveC() + "/users";
+    if (name.empty() || name.find('/') != std::string::npos || name == "..")
+        return Failure{"The user has no usable name."};
+    const std::string home = users + "/" + name;
+    const auto inside = files::resolved(bundle.prefix());
+    if (!inside) return Failure{bundle.prefix() + " cannot be read."};
+    if (files::kindOf(users) == files::Kind::link) return Failure{users + " is a link."};
+    for (const std::string& path : pathsBelow(users)) {
+        const std::string link = users + "/" + path;
+        if (files::kindOf(link) != files::Kind::link || !leadsOut(link, *inside)) continue;
+        if (auto error = files::remove(link)) return Failure{link + ": " + *error};
+        if (auto error = files::createFolder(link, true)) return Failure{link + ": " + *error};
+    }
+    for (const char* folder : userFolders) {
+        const std::string path = home + "/" + folder;
+        if (files::kindBehind(path) == files::Kind::folder) continue;
+        if (auto error = files::createFolder(path, true)) return Failure{path + ": " + *error};
+    }
+    return std::nullopt;
+}
+
+std::optional<Failure> createPrefix(WineSession& session) {
+    return bootPrefix(session, "--init");
+}
+
+std::optional<Failure> updatePrefix(WineSession& session) {
+    return bootPrefix(session, "--update");
+}
+
+std::string updateStampOf(const WrapperBundle& bundle) {
+    const auto stamp = files::read(bundle.prefix() + "/.update-timestamp");
+    return failureOf(stamp) != nullptr ? std::string() : std::get<std::string>(stamp);
+}
+
+void slimPrefix(const WrapperBundle& bundle) {
+    cutDebugInformationBelow(bundle.driveC() + "/windows");
+}
+
+std::optional<Failure> installEngineFiles(const WrapperBundle& bundle) {
+    const auto names = files::list(bundle.engineBin());
+    if (const Failure* failure = failureOf(names))
+        return Failure{bundle.engineBin() + ": " + failure->message};
+    for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+        const std::string path = files::join(bundle.engineBin(), name);
+        if (files::kindOf(path) != files::Kind::file) continue;
+        if (auto error = files::setPermissions(path, 0755)) return Failure{path + ": " + *error};
+    }
+    return std::nullopt;
+}
+
+}  // namespace morvane::runtime

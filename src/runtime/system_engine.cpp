@@ -1,0 +1,254 @@
+#include "runtime/system_engine.h"
+
+#include <array>
+#include <optional>
+#include <string_view>
+
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/process.h"
+#include "runtime/builtin_files.h"
+
+namespace morvane::runtime {
+namespace {
+
+constexpr const char* noWine =
+    "There is no Wine on this computer. Install it (package wine, and wine32 for 32-bit programs), or bring "
+    "an engine "
+    "archive.";
+
+/// The tools that menu scripts, winetricks and users call by name; each is a program that Wine itself brings.
+constexpr std::array tools{"wineboot", "winecfg", "wineconsole", "winedbg", "winefile",
+                           "winepath", "msiexec", "notepad",     "regedit", "regsvr32"};
+
+using Status = std::optional<Failure>;
+
+/// The first program of that name on the search path. Links stay: the distribution may point them elsewhere
+/// later.
+std::optional<std::string> programNamed(const std::string& name) {
+    const auto found = processes::search(name, host().searchPath);
+    if (found.empty()) return std::nullopt;
+    return found.front();
+}
+
+bool isElf(const std::string& path) {
+    if (files::kindBehind(path) != files::Kind::file) return false;
+    const auto bytes = files::read(path);
+    return failureOf(bytes) == nullptr && std::get<std::string>(bytes).starts_with(
+                                              "\x7f"
+                                              "ELF");
+}
+
+Status failed(const std::string& path, const files::Error& error) {
+    if (!error) return std::nullopt;
+    return Failure{path + ": " + *error};
+}
+
+Status runProgram(const std::string& name, const std::string& runFolder, std::vector<std::string> arguments) {
+    const auto program = programNamed(name);
+    if (!program) return Failure{"The program " + name + " is missing."};
+    ProcessRequest request;
+    request.program = *program;
+    request.arguments = std::move(arguments);
+    request.runFolder = runFolder;
+    const auto result = processes::run(request);
+    if (!result || result->exitStatus != 0) return Failure{"The program " + name + " failed."};
+    return std::nullopt;
+}
+
+/// Where this machine's Wine lies. Distributions wrap both programs in scripts, which look for the real ones
+/// beside themselves or in a folder of the library path.
+struct SystemWine {
+    std::string wine;    ///< what a user would run
+    std::string loader;  ///< the program itself
+    std::string server;
+    std::string libraries;  ///< holds x86_64-unix
+    std::string data;       ///< holds wine.inf
+};
+
+std::optional<std::string> firstProgram(const std::vector<std::string>& paths) {
+    for (const std::string& path : paths) {
+        const auto real = files::resolved(path);
+        if (real && isElf(*real)) return real;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> folderWith(const std::vector<std::string>& folders, const std::string& mark) {
+    for (const std::string& folder : folders) {
+        if (files::kindBehind(folder + "/" + mark) == files::Kind::file) return files::resolved(folder);
+    }
+    return std::nullopt;
+}
+
+Result<SystemWine> findWine() {
+    const auto wine = programNamed("wine");
+    if (!wine) return Failure{noWine};
+    const auto server = programNamed("wineserver");
+    const std::string bin = files::parent(*wine), lib = "/usr/lib/wine";
+    const auto realLoader = firstProgram({*wine, lib + "/wine64", bin + "/wine64", lib + "/wine"});
+    const auto realServer =
+        firstProgram({server.value_or(bin + "/wineserver"), lib + "/wineserver64", lib + "/wineserver32"});
+    const std::string root = files::parent(bin);
+    const auto libraries =
+        folderWith({root + "/lib/x86_64-linux-gnu/wine", root + "/lib64/wine", root + "/lib/wine"},
+                   "x86_64-unix/ntdll.so");
+    const auto data = folderWith({root + "/share/wine"}, "wine.inf");
+    if (!realLoader || !realServer || !libraries || !data) {
+        return Failure{"This computer's Wine (" + *wine + ") is incomplete or laid out in an unknown way."};
+    }
+    return SystemWine{*wine, *realLoader, *realServer, *libraries, *data};
+}
+
+/// Quoted for a shell script.
+std::string quoted(std::string_view text) {
+    std::string result = "'";
+    for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return result + "'";
+}
+
+/// `exec COMMAND "$@"`: a link to the loader would look for its libraries in the wrong place.
+Status writeScript(const std::string& path, const std::string& command) {
+    const std::string script = "#!/bin/sh\nexec " + command + " \"$@\"\n";
+    if (auto error = files::write(path, script, files::Atomically::no)) return failed(path, error);
+    return failed(path, files::setPermissions(path, 0755));
+}
+
+/// The scripts of both kinds. `wine` is a command for the shell, `server` the destination of a link.
+Status writePrograms(const std::string& bin, const std::string& wine, const std::string& server) {
+    // The real server under a name with the ending that stopping looks for. Without clients it ends at once
+    // (-p0).
+    if (auto error = files::createSymbolicLink(bin + "/CaskeryWineserver", server)) return Failure{*error};
+    const std::string here = "\"${0%/*}\"/";
+    if (auto failure = writeScript(bin + "/wineserver", here + "CaskeryWineserver -p0")) return failure;
+    for (const char* name : {"wine", "wine64", "CaskeryWine"}) {
+        if (auto failure = writeScript(bin + "/" + name, wine)) return failure;
+    }
+    for (const char* tool : tools) {
+        if (auto failure = writeScript(bin + "/" + tool, here + "wine " + tool + ".exe")) return failure;
+    }
+    return std::nullopt;
+}
+
+Status layOutThin(const std::string& bundle, const SystemWine& wine) {
+    for (const char* folder : {"bin", "lib", "share"}) {
+        if (auto error = files::createFolder(bundle + "/" + folder, true)) return failed(bundle, error);
+    }
+    return writePrograms(bundle + "/bin", quoted(wine.wine), wine.server);
+}
+
+/// The same places, relative to each other, as on this machine, because the loader finds its libraries by
+/// them.
+Status layOutFull(const std::string& bundle, const SystemWine& wine) {
+    const std::string root = files::parent(files::parent(wine.data));
+    if (!wine.loader.starts_with(root + "/lib/") || !wine.libraries.starts_with(root + "/")) {
+        return Failure{
+            "A full copy of this computer's Wine cannot be made: it is laid out in an unknown way."};
+    }
+    const auto copy = [&](const std::string& source, const std::string& destination) -> Status {
+        if (auto error = files::createFolder(files::parent(destination), true))
+            return failed(destination, error);
+        return failed(destination, files::copy(source, destination));
+    };
+    const std::string loaderCopy = bundle + wine.loader.substr(root.size());
+    // Wine starts the server that lies beside the loader under this name.
+    const std::string serverCopy = files::parent(loaderCopy) + "/wineserver";
+    const std::string librariesCopy = bundle + wine.libraries.substr(root.size());
+    if (auto failure = copy(wine.loader, loaderCopy)) return failure;
+    if (auto failure = copy(wine.server, serverCopy)) return failure;
+    if (auto failure = copy(wine.libraries, librariesCopy)) return failure;
+    if (auto failure = copy(wine.data, bundle + "/share/wine")) return failure;
+    cutDebugInformationBelow(librariesCopy);
+    if (auto error = files::createFolder(bundle + "/bin", true)) return failed(bundle, error);
+    const std::string up = "..";
+    return writePrograms(bundle + "/bin", "\"${0%/*}\"/" + quoted(up + loaderCopy.substr(bundle.size())),
+                         up + serverCopy.substr(bundle.size()));
+}
+
+/// Packs the bundle in `work` into `<name>.tar.7z` there.
+Status pack(const std::string& work, const std::string& name) {
+    const std::string tar = name + ".tar";
+    if (auto failure = runProgram(
+            "tar", work, {"--owner=0", "--group=0", "--numeric-owner", "-cf", tar, "ckwine.bundle"})) {
+        return failure;
+    }
+    return runProgram("7z", work, {"a", "-bd", "-bso0", "-mx=1", tar + ".7z", tar});
+}
+
+/// A folder that is removed at the end.
+struct WorkFolder {
+    std::string path;
+    ~WorkFolder() { static_cast<void>(files::remove(path)); }
+};
+
+}  // namespace
+
+Result<std::string> systemEngineName() {
+    const auto wine = programNamed("wine");
+    if (!wine) return Failure{noWine};
+    ProcessRequest request;
+    request.program = *wine;
+    request.arguments = {"--version"};
+    const auto result = processes::run(request);
+    // "wine-8.0 (Debian 8.0~repack-4)"
+    constexpr std::string_view start = "wine-";
+    if (!result || !result->output.starts_with(start))
+        return Failure{"This computer's Wine does not work: " + *wine};
+    const std::string version = result->output.substr(start.size());
+    const std::size_t end = version.find_first_not_of("0123456789.abcdefghijklmnopqrstuvwxyz-");
+    return "CK9Wine" + version.substr(0, end);
+}
+
+Result<std::string> packSystemEngine(const std::string& folder, SystemEngine kind) {
+    const auto name = systemEngineName();
+    if (failureOf(name) != nullptr) return name;
+    const auto& engine = std::get<std::string>(name);
+    const auto wine = findWine();
+    if (const Failure* failure = failureOf(wine)) return *failure;
+
+    if (auto error = files::createFolder(folder, true)) return Failure{folder + ": " + *error};
+    const auto temporary = files::createTemporaryFolder(folder, ".engine-");
+    if (const Failure* failure = failureOf(temporary)) return *failure;
+    const WorkFolder work{std::get<std::string>(temporary)};
+    const std::string bundle = work.path + "/ckwine.bundle", archive = engine + ".tar.7z";
+    const auto& found = std::get<SystemWine>(wine);
+    if (auto failure = kind == SystemEngine::thin ? layOutThin(bundle, found) : layOutFull(bundle, found))
+        return *failure;
+    if (auto error = files::write(bundle + "/version", engine + "\n", files::Atomically::no))
+        return Failure{*error};
+    if (auto failure = pack(work.path, engine)) return *failure;
+
+    const std::string destination = files::join(folder, archive);
+    static_cast<void>(files::remove(destination));
+    if (auto error = files::move(work.path + "/" + archive, destination))
+        return Failure{destination + ": " + *error};
+    return destination;
+}
+
+SystemEngineStore::~SystemEngineStore() {
+    if (!folder_.empty()) static_cast<void>(files::remove(folder_));
+}
+
+std::vector<std::string> SystemEngineStore::names() const {
+    const auto name = systemEngineName();
+    if (failureOf(name) != nullptr) return {};
+    return {std::get<std::string>(name)};
+}
+
+Result<std::string> SystemEngineStore::archive(const std::string& name) {
+    const MutexLock lock(mutex_);
+    if (const auto known = archives_.find(name); known != archives_.end()) return known->second;
+    const auto ours = systemEngineName();
+    if (failureOf(ours) != nullptr) return ours;
+    if (std::get<std::string>(ours) != name) return Failure{"There is no engine " + name + "."};
+    if (folder_.empty()) {
+        const auto folder = files::createTemporaryFolder(host().folders.temporary, "morvane-engines-");
+        if (failureOf(folder) != nullptr) return folder;
+        folder_ = std::get<std::string>(folder);
+    }
+    const auto path = packSystemEngine(folder_, SystemEngine::thin);
+    if (failureOf(path) == nullptr) archives_[name] = std::get<std::string>(path);
+    return path;
+}
+
+}  // namespace morvane::runtime

@@ -1,0 +1,168 @@
+#include "runtime/windows_programs.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdint>
+#include <fstream>
+
+#include "platform/files.h"
+
+namespace morvane::runtime {
+namespace {
+
+constexpr std::string_view white = " \t\r\n";
+
+std::string_view trimmed(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(white);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(white) - first + 1);
+}
+
+bool isLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+/// The little-endian number at the offset; 0 beyond the end.
+std::uint32_t numberAt(std::string_view bytes, std::size_t offset, int size) {
+    if (offset + static_cast<std::size_t>(size) > bytes.size()) return 0;
+    std::uint32_t number = 0;
+    for (int index = size - 1; index >= 0; --index) {
+        number = number << 8 | static_cast<unsigned char>(bytes[offset + static_cast<std::size_t>(index)]);
+    }
+    return number;
+}
+
+std::string headOf(const std::string& path, std::size_t size) {
+    std::ifstream file(path, std::ios::binary);
+    std::string head(size, '\0');
+    file.read(head.data(), static_cast<std::streamsize>(size));
+    head.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
+    return head;
+}
+
+std::optional<std::string> entryWithoutCase(const std::string& folder, const std::string& name) {
+    const std::string exact = files::join(folder, name);
+    if (files::kindBehind(exact) != files::Kind::none) return exact;
+    const auto names = files::list(folder);
+    if (failureOf(names) != nullptr) return std::nullopt;
+    for (const std::string& entry : std::get<std::vector<std::string>>(names)) {
+        if (::strcasecmp(entry.c_str(), name.c_str()) == 0) return files::join(folder, entry);
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::vector<std::string> splitArguments(std::string_view text) {
+    std::vector<std::string> arguments;
+    std::string current;
+    bool quoted = false, begun = false;
+    std::size_t backslashes = 0;
+    for (const char c : text) {
+        if (c == '\\') {
+            ++backslashes;
+            continue;
+        }
+        const bool beforeQuote = c == '"';
+        current.append(beforeQuote ? backslashes / 2 : backslashes, '\\');
+        begun = begun || backslashes > 0;
+        const bool escaped = beforeQuote && backslashes % 2 == 1;
+        backslashes = 0;
+        if (beforeQuote && !escaped) {
+            quoted = !quoted;
+            begun = true;
+        } else if (!quoted && white.find(c) != std::string_view::npos) {
+            if (begun) arguments.push_back(std::move(current));
+            current.clear();
+            begun = false;
+        } else {
+            current += c;
+            begun = true;
+        }
+    }
+    current.append(backslashes, '\\');
+    if (begun || backslashes > 0) arguments.push_back(std::move(current));
+    return arguments;
+}
+
+std::optional<StartLine> startLineOf(std::string_view batchFile) {
+    std::string_view line = trimmed(batchFile);
+    constexpr std::string_view start = "start";
+    if (line.size() > start.size() && ::strncasecmp(line.data(), start.data(), start.size()) == 0 &&
+        white.find(line[start.size()]) != std::string_view::npos) {
+        line = trimmed(line.substr(start.size()));
+    }
+    if (!line.starts_with('"') || line.find_first_of("%&|<>^\r\n") != std::string_view::npos)
+        return std::nullopt;
+    const std::size_t end = line.find('"', 1);
+    if (end == std::string_view::npos) return std::nullopt;
+    StartLine result{std::string(line.substr(1, end - 1)), std::string(trimmed(line.substr(end + 1)))};
+    if (!isWindowsPath(result.program)) return std::nullopt;  // a window title, then
+    return result;
+}
+
+Machine machineOf(const std::string& path) {
+    constexpr std::size_t mostHeaders = 4096;
+    const std::string head = headOf(path, mostHeaders);
+    const std::size_t header = numberAt(head, 0x3c, 4);
+    if (!head.starts_with("MZ") || header > mostHeaders ||
+        std::string_view(head).substr(std::min(header, head.size()), 4) != std::string_view("PE\0\0", 4)) {
+        return Machine::other;
+    }
+    const std::size_t optional = header + 24;
+    const bool wide = numberAt(head, optional, 2) == 0x20b;
+    const std::size_t directories = optional + (wide ? 112 : 96);
+    constexpr std::size_t dotNetDirectory = 14;
+    if (numberAt(head, directories - 4, 4) > dotNetDirectory &&
+        numberAt(head, directories + dotNetDirectory * 8, 4) != 0) {
+        return Machine::any;
+    }
+    switch (numberAt(head, header + 4, 2)) {
+        case 0x014c:
+            return Machine::bits32;
+        case 0x8664:
+            return Machine::bits64;
+        default:
+            return Machine::other;
+    }
+}
+
+bool prefixRuns(const std::string& prefix, Machine machine) {
+    const std::string windows = prefix + "/drive_c/windows";
+    if (machine == Machine::bits32) {
+        return files::kindBehind(windows + "/syswow64/ntdll.dll") == files::Kind::file ||
+               machineOf(windows + "/system32/ntdll.dll") == Machine::bits32;
+    }
+    if (machine == Machine::bits64) return machineOf(windows + "/system32/ntdll.dll") != Machine::bits32;
+    return true;
+}
+
+bool isWindowsPath(std::string_view path) {
+    return path.size() > 2 && isLetter(path[0]) && path[1] == ':';
+}
+
+std::optional<std::string> hostPathOf(const std::string& prefix, std::string_view windowsPath) {
+    if (!isWindowsPath(windowsPath)) return std::nullopt;
+    const char drive = static_cast<char>(std::tolower(static_cast<unsigned char>(windowsPath[0])));
+    std::optional<std::string> path = files::resolved(prefix + "/dosdevices/" + drive + ":");
+    std::string rest(windowsPath.substr(2));
+    std::replace(rest.begin(), rest.end(), '\\', '/');
+    for (std::size_t place = 0; path && place < rest.size();) {
+        const std::size_t end = std::min(rest.find('/', place), rest.size());
+        const std::string name = rest.substr(place, end - place);
+        if (!name.empty() && name != ".") path = entryWithoutCase(*path, name);
+        place = end + 1;
+    }
+    return path;
+}
+
+std::string lowerCaseExtension(const std::string& path) {
+    std::string extension = files::extension(path);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+}  // namespace morvane::runtime

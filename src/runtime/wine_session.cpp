@@ -1,0 +1,313 @@
+#include "runtime/wine_session.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <set>
+
+#include "platform/files.h"
+#include "platform/folders.h"
+
+namespace morvane::runtime {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A wineserver that was told to end is waited for this long at most.
+constexpr auto serverPatience = 15s;
+/// Programs that are asked to end may put a question to the user.
+constexpr auto askPatience = 20s;
+constexpr std::chrono::milliseconds longestGrace = 30s;
+
+constexpr std::array winesOwn{"services.exe", "winedevice.exe", "plugplay.exe", "svchost.exe", "explorer.exe",
+                              "rpcss.exe",    "conhost.exe",    "tabtip.exe",   "wineboot.exe"};
+
+std::vector<std::string> splitAtNul(const std::string& bytes) {
+    std::vector<std::string> pieces;
+    for (std::size_t place = 0; place < bytes.size();) {
+        const std::size_t end = std::min(bytes.find('\0', place), bytes.size());
+        pieces.push_back(bytes.substr(place, end - place));
+        place = end + 1;
+    }
+    return pieces;
+}
+
+/// A file of /proc, whose size is not known before it is read; empty when the process has gone or is not
+/// ours.
+std::string procFile(const std::string& number, const char* name) {
+    std::string text;
+    std::FILE* file = std::fopen(("/proc/" + number + "/" + name).c_str(), "re");
+    if (file == nullptr) return text;
+    std::array<char, 8192> block{};
+    for (std::size_t count = 0; (count = std::fread(block.data(), 1, block.size(), file)) > 0;)
+        text.append(block.data(), count);
+    std::fclose(file);
+    return text;
+}
+
+bool isWinesOwn(const PrefixProcess& process) {
+    return std::find(winesOwn.begin(), winesOwn.end(), process.name) != winesOwn.end();
+}
+
+/// The programs that somebody started: neither the wineserver nor Wine's services.
+std::vector<PrefixProcess> programsOf(const std::string& prefix) {
+    std::vector<PrefixProcess> processes = processesOf(prefix);
+    std::erase_if(processes, [](const PrefixProcess& one) { return one.isServer || isWinesOwn(one); });
+    return processes;
+}
+
+/// An installed program lies on drive C, outside Windows itself and the folders for temporary files;
+/// everything else (an installer on a disc or in Downloads, msiexec, what an installer unpacked) is still
+/// installing.
+bool isInstalledProgram(const PrefixProcess& process) {
+    std::string command = process.command;
+    std::transform(command.begin(), command.end(), command.begin(), [](unsigned char c) {
+        return c == '/' ? '\\' : static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+    });
+    if (command.starts_with('"')) command.erase(0, 1);
+    return command.starts_with("c:\\") && !command.starts_with("c:\\windows\\") &&
+           command.find("\\temp\\") == std::string::npos;
+}
+
+/// A prefix cannot lie below a name with one of the characters that Windows forbids; a name for a game may
+/// well end in a question mark. Such a prefix is reached through a link, in a folder that only this user can
+/// enter.
+bool isNameable(const std::string& path) {
+    return path.find_first_of("\"*<>?|\\") == std::string::npos;
+}
+
+std::string linkTo(const std::string& prefix, const std::string& name) {
+    const std::string runtime = environmentVariable("XDG_RUNTIME_DIR"), user = std::to_string(::getuid());
+    const std::string base = !runtime.empty() && isNameable(runtime) ? runtime : "/tmp";
+    const std::string folder = base + "/caskery-" + user, link = folder + "/" + name;
+    ::mkdir(folder.c_str(), 0700);
+    struct stat information {};
+    const bool ours = ::lstat(folder.c_str(), &information) == 0 && S_ISDIR(information.st_mode) &&
+                      information.st_uid == ::getuid() && (information.st_mode & 022) == 0;
+    if (!ours) return prefix;
+    if (files::kindOf(link) == files::Kind::link) return link;
+    return files::createSymbolicLink(link, prefix) ? prefix : link;
+}
+
+std::set<int> numbersOf(const std::vector<PrefixProcess>& processes) {
+    std::set<int> numbers;
+    for (const PrefixProcess& process : processes) numbers.insert(process.number);
+    return numbers;
+}
+
+}  // namespace
+
+void tell(const std::string& line) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+std::vector<PrefixProcess> processesOf(const std::string& prefix) {
+    std::vector<PrefixProcess> processes;
+    const auto names = files::list("/proc");
+    if (failureOf(names) != nullptr) return processes;
+    constexpr std::string_view variable = "WINEPREFIX=";
+    const auto wanted = files::resolved(prefix);
+    for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+        if (name.find_first_not_of("0123456789") != std::string::npos) continue;
+        const auto link = files::destinationOfLink("/proc/" + name + "/exe");
+        if (failureOf(link) != nullptr) continue;
+        const std::string program = files::lastComponent(std::get<std::string>(link));
+        if (!program.starts_with("wine")) continue;
+        const auto variables = splitAtNul(procFile(name, "environ"));
+        const bool ours = std::any_of(variables.begin(), variables.end(), [&](const std::string& one) {
+            return one.starts_with(variable) && files::resolved(one.substr(variable.size())) == wanted;
+        });
+        if (!ours) continue;
+        PrefixProcess process{std::stoi(name), procFile(name, "comm"), procFile(name, "cmdline"),
+                              program.starts_with("wineserver")};
+        while (process.name.ends_with('\n')) process.name.pop_back();
+        std::replace(process.command.begin(), process.command.end(), '\0', ' ');
+        processes.push_back(std::move(process));
+    }
+    return processes;
+}
+
+WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy)
+    : bundle_(std::move(bundle)), log_(std::move(log)), stopBy_(stopBy) {
+    prefix_ = bundle_.prefix();
+    if (!isNameable(prefix_)) prefix_ = linkTo(prefix_, bundle_.serverName());
+    if (problem()) return;
+    // Signal 0 only asks whether there is one.
+    joined_ = quietly(server(), {"-k0"}, serverPatience) == 0;
+}
+
+WineSession::~WineSession() {
+    // A joined session's link is still in use by the start that it joined.
+    if (joined_ || prefix_ == bundle_.prefix()) return;
+    static_cast<void>(files::remove(prefix_));
+    ::rmdir(files::parent(prefix_).c_str());
+}
+
+std::optional<Failure> WineSession::problem() const {
+    const std::string wine = bundle_.engineBin() + "/wine";
+    if (files::kindBehind(bundle_.engine()) != files::Kind::folder) {
+        return Failure{"This wrapper holds no engine: " + bundle_.engine() + " is missing."};
+    }
+    for (const std::string& path : {wine, server()}) {
+        if (!files::isExecutable(path))
+            return Failure{"The engine is incomplete: " + path + " cannot be run."};
+    }
+    return std::nullopt;
+}
+
+std::map<std::string, std::string> WineSession::environment(Display display) const {
+    std::map<std::string, std::string> variables;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string_view text(*entry);
+        const std::size_t equals = text.find('=');
+        if (equals != std::string_view::npos)
+            variables.emplace(text.substr(0, equals), text.substr(equals + 1));
+    }
+    // A Wine set up in the user's shell is another Wine.
+    for (const char* name : {"WINELOADER", "WINESERVER", "WINEDLLPATH", "WINEARCH", "WINEPREFIX"})
+        variables.erase(name);
+    variables["WINEPREFIX"] = prefix_;
+    const std::string bin = bundle_.engineBin(), tools = bundle_.wrapper + "/Contents/Frameworks/bin";
+    const std::string path = variables.contains("PATH") ? variables["PATH"] : "/usr/local/bin:/usr/bin:/bin";
+    variables["PATH"] = bin + ":" + tools + ":" + path;
+    variables["WINESERVER"] = server();
+    variables["WINE"] = bin + "/wine";  // for the winetricks script
+
+    // No desktop entries, and no offer to fetch Mono or Gecko, unless the engine brings them along.
+    std::string overrides = "winemenubuilder.exe=d";
+    const std::string share = bundle_.engine() + "/share/wine/";
+    const bool brings = files::kindBehind(share + "mono") == files::Kind::folder ||
+                        files::kindBehind(share + "gecko") == files::Kind::folder;
+    if (!brings) overrides += ";appwiz.cpl=d";
+    if (variables.contains("WINEDLLOVERRIDES")) overrides += ";" + variables["WINEDLLOVERRIDES"];
+    variables["WINEDLLOVERRIDES"] = overrides;
+    if (log_.empty() && !variables.contains("WINEDEBUG")) variables["WINEDEBUG"] = "-all";
+    // Wine names the user's folder on drive C after USER; where it is missing it asks the system, as we do.
+    if (!variables.contains("USER") || variables["USER"].empty()) {
+        if (const passwd* user = ::getpwuid(::getuid())) variables["USER"] = user->pw_name;
+    }
+    if (display == Display::hidden) {
+        variables.erase("DISPLAY");
+        variables.erase("WAYLAND_DISPLAY");
+    }
+    return variables;
+}
+
+int WineSession::quietly(const std::string& path, const std::vector<std::string>& arguments,
+                         std::optional<std::chrono::milliseconds> limit) {
+    auto child = Child::start({path, arguments, environment(Display::hidden), "/", ""});
+    if (!child) return 127;
+    if (child->wait(nullptr, limit) == Ending::exited) return child->status();
+    child->kill();
+    return 124;
+}
+
+/// The server is started under the wrapper's own name, so that a stop by name ends this wrapper and no other
+/// one. Where it cannot be (no links on this file system, an engine with a script for a server), Wine starts
+/// it as it always does.
+void WineSession::startServer() {
+    const std::string named = bundle_.engineBin() + "/" + bundle_.serverName();
+    if (!files::isExecutable(named)) {
+        const std::string real = files::isExecutable(bundle_.engineBin() + "/CaskeryWineserver")
+                                     ? "CaskeryWineserver"
+                                     : "wineserver";
+        const auto names = files::list(bundle_.engineBin());
+        if (failureOf(names) != nullptr) return;
+        // A wrapper that was moved leaves its old name, which would sort last and win.
+        for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+            if (name.starts_with("wrapper-") && name.ends_with("Wineserver")) {
+                static_cast<void>(files::remove(files::join(bundle_.engineBin(), name)));
+            }
+        }
+        if (files::createSymbolicLink(named, real)) return;
+    }
+    quietly(named, {"-p0"}, serverPatience);
+}
+
+int WineSession::run(const std::string& path, const std::vector<std::string>& arguments,
+                     const std::string& runFolder, Display display) {
+    if (stopped_ != 0) return stopped_;
+    startServer();
+    auto child = Child::start({path, arguments, environment(display), runFolder, log_});
+    if (!child) {
+        tell(path + " could not be started.");
+        stopNow();
+        return 127;
+    }
+    return waitFor(*child) ? child->status() : stopped_;
+}
+
+int WineSession::wine(const std::vector<std::string>& arguments, const std::string& runFolder,
+                      Display display) {
+    return run(bundle_.engineBin() + "/wine", arguments, runFolder, display);
+}
+
+int WineSession::program(const std::string& path, const std::vector<std::string>& arguments,
+                         const std::string& runFolder) {
+    return run(path, arguments, runFolder, Display::shown);
+}
+
+bool WineSession::waitFor(Child& child) {
+    if (child.wait(&signals_, std::nullopt) == Ending::exited) return true;
+    stopped_ = 128 + signals_.take();
+    if (joined_) {
+        child.kill();  // the other programs of the wrapper are somebody else's
+    } else {
+        stopAsAsked();
+    }
+    return false;
+}
+
+void WineSession::waitForAll() {
+    if (joined_ || stopped_ != 0) return;
+    // A server whose last program has gone already would wait for ever for a first one.
+    std::vector<PrefixProcess> left = processesOf(bundle_.prefix());
+    std::erase_if(left, [](const PrefixProcess& one) { return one.isServer; });
+    if (left.empty()) return stopNow();
+    if (auto child = Child::start({server(), {"-w"}, environment(Display::hidden), "/", ""})) waitFor(*child);
+}
+
+void WineSession::waitForInstaller(std::chrono::milliseconds patience) {
+    if (joined_ || stopped_ != 0) return;
+    for (std::set<int> before;;) {
+        const std::vector<PrefixProcess> programs = programsOf(bundle_.prefix());
+        const std::set<int> now = numbersOf(programs);
+        const bool onlyInstalled = std::all_of(programs.begin(), programs.end(), isInstalledProgram);
+        if (!programs.empty() && onlyInstalled && now == before) break;
+        if (processesOf(bundle_.prefix()).empty()) return;
+        if (programs.empty()) return waitForAll();
+        before = now;
+        auto child = Child::start({server(), {"-w"}, environment(Display::hidden), "/", ""});
+        if (!child) return stopNow();
+        const Ending ending = child->wait(&signals_, patience);
+        if (ending == Ending::exited) return;
+        child->kill();
+        if (ending == Ending::askedToStop) {
+            stopped_ = 128 + signals_.take();
+            return stopAsAsked();
+        }
+    }
+    tell("The installer has ended but left a program running. It is asked to end.");
+    quietly(bundle_.engineBin() + "/wine", {"wineboot.exe", "--end-session"}, askPatience);
+    if (quietly(server(), {"-w"}, std::min(patience, longestGrace)) != 0) stopNow();
+}
+
+void WineSession::stopNow() {
+    quietly(server(), {"-k"}, serverPatience);
+}
+
+void WineSession::stopAsAsked() {
+    if (stopBy_ == StopBy::quitScript && files::kindBehind(bundle_.quitScript()) == files::Kind::file) {
+        auto script =
+            Child::start({"/bin/bash", {bundle_.quitScript()}, environment(Display::shown), "/", ""});
+        // A second signal means now.
+        if (script && script->wait(&signals_, std::nullopt) == Ending::askedToStop) script->kill();
+    }
+    stopNow();
+}
+
+}  // namespace morvane::runtime

@@ -1,0 +1,89 @@
+// runtime/wine_session.h: Wine in one wrapper: environment, programs, waiting and stopping. One thread.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/result.h"
+#include "runtime/child_process.h"
+#include "runtime/wrapper_bundle.h"
+
+namespace morvane::runtime {
+
+/// What the user is told, one line each on standard error.
+void tell(const std::string& line);
+
+struct PrefixProcess {
+    int number;
+    std::string name;     ///< as Wine names it: "game.exe", at most 15 characters
+    std::string command;  ///< the Windows command line
+    bool isServer;        ///< the wineserver
+};
+/// Wine's processes whose WINEPREFIX is, or leads to, this folder; not the scripts around them, which have it
+/// too.
+[[nodiscard]] std::vector<PrefixProcess> processesOf(const std::string& prefix);
+
+enum class Display { shown, hidden };
+/// How a stop ends the programs: the wineserver ends all of them at once and saves the registry, or the
+/// wrapper's quit script decides.
+enum class StopBy { server, quitScript };
+
+class WineSession {
+  public:
+    /// `log` receives what Wine prints; empty: nowhere.
+    WineSession(WrapperBundle bundle, std::string log, StopBy stopBy);
+    ~WineSession();
+    WineSession(const WineSession&) = delete;
+    WineSession& operator=(const WineSession&) = delete;
+
+    /// What is missing before anything can run, in words for the user.
+    [[nodiscard]] std::optional<Failure> problem() const;
+    [[nodiscard]] const WrapperBundle& bundle() const { return bundle_; }
+    /// True when programs of this wrapper were running already when the session began: they belong to another
+    /// start, and nothing here waits for them or ends them.
+    [[nodiscard]] bool joined() const { return joined_; }
+
+    /// Runs Wine with the arguments and waits for its end. The exit status, 0 to 255; `stopped()` after a
+    /// signal.
+    int wine(const std::vector<std::string>& arguments, const std::string& runFolder, Display display);
+    /// Runs another program in Wine's environment (the winetricks script).
+    int program(const std::string& path, const std::vector<std::string>& arguments,
+                const std::string& runFolder);
+    /// Waits until every program of the prefix has ended and the registry is on disk. Nothing to do for a
+    /// joined session.
+    void waitForAll();
+    /// The same after an installer, which may have left a program running (a launcher, the game itself) that
+    /// would never end by itself. As long as something in the prefix is still installing, it waits; once a
+    /// whole `patience` has passed in which only programs of drive C ran and none came or went, they are
+    /// asked to end, and are ended after `grace`.
+    void waitForInstaller(std::chrono::milliseconds patience);
+    /// Ends every program of the prefix now; the registry is saved.
+    void stopNow();
+    /// 128 plus the number of the signal that ended the session; 0 when none did.
+    [[nodiscard]] int stopped() const { return stopped_; }
+
+  private:
+    [[nodiscard]] std::map<std::string, std::string> environment(Display display) const;
+    int run(const std::string& path, const std::vector<std::string>& arguments, const std::string& runFolder,
+            Display display);
+    /// Ends with the child, or with everything after a signal. False after a signal.
+    bool waitFor(Child& child);
+    int quietly(const std::string& path, const std::vector<std::string>& arguments,
+                std::optional<std::chrono::milliseconds> limit);
+    void startServer();
+    void stopAsAsked();
+    [[nodiscard]] std::string server() const { return bundle_.engineBin() + "/wineserver"; }
+
+    WrapperBundle bundle_;
+    std::string log_;
+    StopBy stopBy_;
+    StopSignals signals_;
+    std::string prefix_;  ///< as Wine is told
+    bool joined_ = false;
+    int stopped_ = 0;
+};
+
+}  // namespace morvane::runtime

@@ -1,0 +1,73 @@
+// runtime/wrapper_bundle.h: the wrapper around the running program, and the settings it is started with. Any
+// thread; reads files only.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/result.h"
+
+namespace morvane::runtime {
+
+/// Which of the bundle's executables this program was started as; all are the same program.
+enum class Role {
+    tool,          ///< Contents/Frameworks/bin/Caskery and Contents/MacOS/CaskeryLauncher
+    settingsTool,  ///< Caskery.app/Contents/MacOS/Caskery: without arguments it opens Wine's configuration
+    customExe,     ///< <Other>.app/Contents/MacOS/CustomEXE: starts that application's own program
+};
+
+/// Where things lie, all found from the program's own path, so that a wrapper works wherever it is moved.
+struct WrapperBundle {
+    std::string wrapper;      ///< the folder <Name>.app
+    std::string application;  ///< the wrapper, or the Custom EXE application in it
+    Role role = Role::tool;
+
+    /// The innermost wrapper that holds the program (an absolute path without links). A failure when it lies
+    /// in none.
+    [[nodiscard]] static Result<WrapperBundle> around(const std::string& program);
+
+    [[nodiscard]] std::string prefix() const { return wrapper + "/Contents/Resources"; }
+    [[nodiscard]] std::string driveC() const { return prefix() + "/drive_c"; }
+    [[nodiscard]] std::string engine() const { return wrapper + "/Contents/Frameworks/ckwine.bundle"; }
+    [[nodiscard]] std::string engineBin() const { return engine() + "/bin"; }
+    [[nodiscard]] std::string logs() const { return prefix() + "/Logs"; }
+    [[nodiscard]] std::string quitScript() const {
+        return prefix() + "/CaskeryMenuScripts/CaskeryQuitScript";
+    }
+    [[nodiscard]] std::string winetricks() const {
+        return wrapper + "/Caskery.app/Contents/Resources/winetricks";
+    }
+    /// A name of this wrapper's own for its wineserver, "wrapper-<hash of the path>Wineserver". Stopping a
+    /// wrapper kills by the name in the engine's `bin` that sorts last, so a name shared by all wrappers
+    /// would end everybody's games.
+    [[nodiscard]] std::string serverName() const;
+};
+
+/// The screen that the "Resolution" text asks for.
+struct ScreenMode {
+    enum class Desktop { none, fixed, current } desktop = Desktop::none;
+    int width = 0, height = 0;  ///< of a fixed desktop, in pixels
+    int depth = 24;
+    bool operator==(const ScreenMode&) const = default;
+};
+/// "novdx24sleep0", "800x600x24sleep0" or "Current Resolutionx24sleep0"; anything else is no desktop.
+[[nodiscard]] ScreenMode screenModeOf(std::string_view resolution);
+
+struct LaunchSettings {
+    std::string
+        program;  ///< "/Program Files/Game/game.exe": on drive C, without the letter; empty when none is set
+    std::string flags;  ///< one Windows argument text
+    bool useStart = false;
+    bool singleCpu = false;
+    bool manyFiles = false;
+    bool fullscreen = false;
+    ScreenMode screen;
+    std::vector<std::string> associations;  ///< extensions, lower case, without dots
+};
+/// From Info.plist, or Info.plist.cexe of a Custom EXE application; what only the wrapper has ("Disable
+/// CPUs", "set max files", "Associations") from the wrapper's. A failure names the file that cannot be read.
+[[nodiscard]] Result<LaunchSettings> launchSettingsOf(const WrapperBundle& bundle);
+
+}  // namespace morvane::runtime

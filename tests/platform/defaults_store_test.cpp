@@ -1,0 +1,110 @@
+#include "platform/defaults_store.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "platform/files.h"
+#include "platform/property_list.h"
+#include "support/test_machine.h"
+
+namespace morvane {
+namespace {
+
+class DefaultsStoreTest : public ::testing::Test {
+  protected:
+    testing::TemporaryFolder folder;
+    const std::string path = folder.path + "/Library/Preferences/settings.plist";
+
+    void putFile(const std::string& contents) { testing::TestMachine::put(path, contents); }
+    std::string contentsOf(const std::string& file) { return testing::TestMachine::get(file); }
+};
+
+TEST_F(DefaultsStoreTest, EveryChangeIsOnDisk) {
+    DefaultsStore store(path);
+    EXPECT_FALSE(store.get("Name"));
+    EXPECT_TRUE(store.set("Name", "value"));
+    EXPECT_TRUE(store.set("Gone", 1));
+    EXPECT_EQ(property_lists::read(path), Value(Dictionary{{"Name", "value"}, {"Gone", 1}}));
+    EXPECT_TRUE(store.set("Gone", std::nullopt));
+    EXPECT_TRUE(store.set("Never there", std::nullopt));
+    EXPECT_EQ(property_lists::read(path), Value(Dictionary{{"Name", "value"}}));
+    EXPECT_EQ(DefaultsStore(path).get("Name"), Value("value"));
+}
+
+TEST_F(DefaultsStoreTest, StoresOfSeveralProcessesLoseNothing) {
+    DefaultsStore first(path);
+    DefaultsStore second(path);
+    EXPECT_TRUE(first.set("a", 1));
+    EXPECT_TRUE(second.set("b", 2));
+    EXPECT_EQ(second.get("a"), Value(1));
+    EXPECT_EQ(first.get("b"), Value(2)) << "a reading sees the changes of others";
+
+    const auto fill = [](DefaultsStore& store, const std::string& prefix) {
+        for (int i = 0; i < 10; ++i) EXPECT_TRUE(store.set(prefix + std::to_string(i), i));
+    };
+    std::thread one(fill, std::ref(first), "one");
+    std::thread two(fill, std::ref(second), "two");
+    std::thread three(fill, std::ref(first), "three");
+    one.join();
+    two.join();
+    three.join();
+    EXPECT_EQ(property_lists::read(path)->as<Dictionary>()->size(), 32U);
+}
+
+TEST_F(DefaultsStoreTest, ADamagedFileIsKeptAside) {
+    putFile("<plist><dict><key>cut");
+    DefaultsStore store(path);
+    EXPECT_FALSE(store.get("cut"));
+    EXPECT_EQ(contentsOf(path + ".damaged"), "<plist><dict><key>cut");
+    EXPECT_EQ(files::kindOf(path), files::Kind::none);
+    EXPECT_TRUE(store.set("a", 1));
+
+    putFile("<plist><string>no dictionary</string></plist>");
+    EXPECT_EQ(store.get("a"), Value(1)) << "what was known stays known";
+    EXPECT_TRUE(store.set("b", 2));
+    EXPECT_EQ(property_lists::read(path), Value(Dictionary{{"a", 1}, {"b", 2}}));
+    EXPECT_EQ(contentsOf(path + ".damaged"), "<plist><dict><key>cut") << "the first one is not overwritten";
+    EXPECT_EQ(contentsOf(path + ".damaged2"), "<plist><string>no dictionary</string></plist>");
+}
+
+TEST_F(DefaultsStoreTest, WhatCannotBeReadOrWrittenIsLeftAsItIs) {
+    testing::TestMachine::put(path + "/inside", "");  // a folder stands in the place of the file
+    DefaultsStore store(path);
+    EXPECT_FALSE(store.set("a", 1));
+    EXPECT_FALSE(store.get("a"));
+    EXPECT_EQ(files::kindOf(path + "/inside"), files::Kind::file);
+
+    testing::TestMachine::put(folder.path + "/file", "");
+    DefaultsStore nowhere(folder.path + "/file/settings.plist");
+    EXPECT_FALSE(nowhere.set("a", 1));
+    EXPECT_FALSE(nowhere.get("a"));
+}
+
+TEST_F(DefaultsStoreTest, AFileThatWasRemovedIsAnEmptyStore) {
+    DefaultsStore store(path);
+    EXPECT_TRUE(store.set("a", 1));
+    EXPECT_FALSE(files::remove(path));
+    EXPECT_FALSE(store.get("a"));
+    EXPECT_TRUE(store.set("b", 2));
+    EXPECT_EQ(property_lists::read(path), Value(Dictionary{{"b", 2}}));
+}
+
+TEST_F(DefaultsStoreTest, ReadsBooleansAsThePlatformDoes) {
+    DefaultsStore store(path);
+    const std::pair<Value, bool> rows[] = {
+        {true, true},  {false, false},  {1, true},     {-3, true},       {0, false},
+        {0.5, true},   {0.0, false},    {"YES", true}, {"true", true},   {" t", true},
+        {"1", true},   {"-007x", true}, {"+0", false}, {"NO", false},    {"", false},
+        {"on", false}, {"00", false},   {"x1", false}, {Array{}, false}, {Date{1}, false},
+    };
+    for (const auto& [value, expected] : rows) {
+        ASSERT_TRUE(store.set("key", value));
+        EXPECT_EQ(store.getBool("key", !expected), expected) << property_lists::xml(value);
+    }
+    EXPECT_TRUE(store.getBool("absent", true));
+    EXPECT_FALSE(store.getBool("absent", false));
+}
+
+}  // namespace
+}  // namespace morvane

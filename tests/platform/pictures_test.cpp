@@ -1,0 +1,274 @@
+#include "platform/pictures.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <thread>
+
+#include "platform/base64.h"
+
+namespace morvane {
+namespace {
+
+using namespace std::string_literals;
+using namespace pictures;
+using Pixel = std::array<int, 4>;
+
+Picture painted(int width, int height, auto colourAt) {
+    Picture picture{width, height, {}};
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            for (const int channel : Pixel(colourAt(x, y))) {
+                picture.rgba.push_back(static_cast<std::uint8_t>(channel));
+            }
+        }
+    }
+    return picture;
+}
+
+Picture plain(int width, int height, Pixel colour) {
+    return painted(width, height, [&](int, int) { return colour; });
+}
+
+Pixel at(const Picture& picture, int x, int y) {
+    const std::size_t first = static_cast<std::size_t>(y * picture.width + x) * 4;
+    Pixel pixel{};
+    for (std::size_t c = 0; c < 4; ++c) pixel[c] = picture.rgba.at(first + c);
+    return pixel;
+}
+
+bool isNear(Pixel a, Pixel b, int tolerance) {
+    return std::equal(a.begin(), a.end(), b.begin(),
+                      [&](int x, int y) { return std::abs(x - y) <= tolerance; });
+}
+
+std::string bigEndian(std::size_t number) {
+    std::string bytes;
+    for (const unsigned shift : {24U, 16U, 8U, 0U}) bytes += static_cast<char>((number >> shift) & 0xFFU);
+    return bytes;
+}
+
+std::string icns(const std::vector<std::pair<std::string, std::string>>& entries) {
+    std::string body;
+    for (const auto& [type, data] : entries) body += type + bigEndian(data.size() + 8) + data;
+    return "icns" + bigEndian(body.size() + 8) + body;
+}
+
+std::string ico(const std::vector<std::pair<int, std::string>>& members) {
+    const auto little = [](std::size_t number, int count) {
+        std::string bytes;
+        for (int i = 0; i < count; ++i, number >>= 8U) bytes += static_cast<char>(number & 0xFFU);
+        return bytes;
+    };
+    std::string header = "\0\0\1\0"s + little(members.size(), 2);
+    std::string body;
+    for (const auto& [edge, png] : members) {
+        const auto size = static_cast<std::size_t>(edge);
+        header += little(size, 1) + little(size, 1) + "\0\0\1\0\x20\0"s + little(png.size(), 4) +
+                  little(6 + 16 * members.size() + body.size(), 4);
+        body += png;
+    }
+    return header + body;
+}
+
+const Pixel brown = {200, 100, 50, 255};
+
+/// Two pixels by one, in brown.
+std::vector<std::pair<std::string_view, std::string>> samples() {
+    const Picture picture = plain(2, 1, brown);
+    return {
+        {"PNG", encodePng(picture)},
+        {"JPEG", encodeJpeg(picture, 100)},
+        {"TIFF", encodeTiff(picture)},
+        {"GIF", *base64::decode("R0lGODlhAgABAPAAAMhkMgAAACH5BAAAAAAALAAAAAACAAEAAAICBAoAOw==")},
+        {"BMP", *base64::decode(
+                    "Qk0+AAAAAAAAADYAAAAoAAAAAgAAAAEAAAABABgAAAAAAAgAAAAAAAAAAAAAAAAAAAAAAAAAMmTIMmTIAAA=")},
+        {"WebP", *base64::decode("UklGRh4AAABXRUJQVlA4TBEAAAAvAQAAAAdQsiJXpv+BiOh/AAA=")},
+    };
+}
+
+TEST(Pictures, AreDecodedWithoutAnApplicationObjectOnAnyThread) {
+    std::thread worker([] {
+        for (const auto& [kind, bytes] : samples()) {
+            EXPECT_EQ(kindOf(bytes), kind);
+            const std::optional<Size> size = sizeOf(bytes);
+            ASSERT_TRUE(size) << kind;
+            EXPECT_EQ(size->width, 2) << kind;
+            EXPECT_EQ(size->height, 1) << kind;
+            const std::optional<Picture> picture = decode(bytes);
+            ASSERT_TRUE(picture) << kind;
+            EXPECT_EQ(picture->width, 2) << kind;
+            ASSERT_EQ(picture->rgba.size(), 8U) << kind;
+            EXPECT_TRUE(isNear(at(*picture, 1, 0), brown, 3)) << kind;
+        }
+    });
+    worker.join();
+}
+
+TEST(Pictures, KeepTransparencyThroughPngAndTiff) {
+    const Picture picture = painted(3, 2, [](int x, int y) {
+        return Pixel{x * 100, y * 200, 77, 255 - 64 * x};
+    });
+    for (const std::string& bytes : {encodePng(picture), encodeTiff(picture)}) {
+        const std::optional<Picture> back = decode(bytes);
+        ASSERT_TRUE(back);
+        EXPECT_EQ(back->width, 3);
+        EXPECT_EQ(back->height, 2);
+        for (int x = 0; x < 3; ++x) EXPECT_TRUE(isNear(at(*back, x, 1), at(picture, x, 1), 2)) << x;
+    }
+    const std::optional<Picture> jpeg = decode(encodeJpeg(plain(8, 8, {0, 0, 0, 0}), 100));
+    ASSERT_TRUE(jpeg);
+    EXPECT_TRUE(isNear(at(*jpeg, 4, 4), {255, 255, 255, 255}, 2)) << "transparent is white";
+}
+
+TEST(Pictures, OfAContainerTheLargestReadableCounts) {
+    const auto png = [](int edge) { return encodePng(plain(edge, edge, {edge, 0, 0, 255})); };
+    const std::string jpeg2000 = "\0\0\0\x0CjP  \r\n\x87\n"s;
+    const struct {
+        const char* name;
+        std::string bytes;
+        int declared, decoded;
+    } rows[] = {
+        {"ico", ico({{16, png(16)}, {48, png(48)}, {32, png(32)}}), 48, 48},
+        {"ico whose largest is damaged", ico({{16, png(16)}, {48, "damaged"}}), 48, 16},
+        {"icns", icns({{"TOC ", "12345678"}, {"icp6", png(64)}, {"ic07", png(128)}, {"ic12", png(64)}}), 128,
+         128},
+        {"icns with a format that we lack", icns({{"icp6", png(64)}, {"ic08", jpeg2000}}), 64, 64},
+        {"icns cut off", icns({{"icp6", png(64)}, {"ic07", png(128)}}).substr(0, png(64).size() + 40), 64,
+         64},
+    };
+    for (const auto& row : rows) {
+        const std::optional<Size> size = sizeOf(row.bytes);
+        ASSERT_TRUE(size) << row.name;
+        EXPECT_EQ(size->width, row.declared) << row.name;
+        const std::optional<Picture> picture = decode(row.bytes);
+        ASSERT_TRUE(picture) << row.name;
+        EXPECT_EQ(picture->width, row.decoded) << row.name;
+        EXPECT_EQ(at(*picture, 1, 1), (Pixel{row.decoded, 0, 0, 255})) << row.name;
+    }
+}
+
+TEST(Pictures, OfACameraComeUpright) {
+    std::string jpeg = encodeJpeg(plain(16, 8, brown));
+    const std::string turned = "Exif\0\0MM\0*\0\0\0\x08\0\1\1\x12\0\3\0\0\0\1\0\6\0\0\0\0\0\0"s;
+    jpeg.insert(2, "\xFF\xE1\0"s + static_cast<char>(turned.size() + 2) + turned);
+    const std::optional<Picture> picture = decode(jpeg);
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->width, 8);
+    EXPECT_EQ(picture->height, 16);
+    EXPECT_EQ(sizeOf(jpeg)->width, 8);
+}
+
+TEST(Pictures, OtherBytesAreNone) {
+    std::string bomb = samples()[4].second;        // the BMP, whose header nothing guards
+    bomb.replace(18, 8, "\0\x40\0\0\0\x40\0\0"s);  // 16384 by 16384
+    const struct {
+        const char* name;
+        std::string bytes;
+    } rows[] = {
+        {"nothing", ""},
+        {"text", "BMW is a maker of cars, and this is long enough"},
+        {"page", "<html></html>"},
+        {"vector picture", "<svg xmlns='http://www.w3.org/2000/svg' width='4' height='4'/>"},
+        {"only a signature", "\x89PNG\r\n\x1A\n"},
+        {"cut header", encodePng(plain(9, 9, brown)).substr(0, 20)},
+        {"empty icns", icns({})},
+        {"empty ico", ico({})},
+        {"an edge beyond the bound", encodePng(plain(longestEdge + 1, 1, brown))},
+        {"more pixels than the bound", bomb},
+    };
+    for (const auto& row : rows) {
+        EXPECT_FALSE(decode(row.bytes)) << row.name;
+        EXPECT_FALSE(sizeOf(row.bytes)) << row.name;
+    }
+}
+
+TEST(Pictures, DamagedBytesDoNoHarm) {
+    for (const auto& [kind, bytes] : samples()) {
+        for (std::size_t length = 0; length < bytes.size(); length += bytes.size() / 8) {
+            static_cast<void>(decode(std::string(bytes.data(), length)));
+        }
+    }
+}
+
+TEST(Pictures, WhoseSizeAndBytesDisagreeAreNotEncoded) {
+    const Picture wrong{4, 4, {1, 2, 3, 4}};
+    EXPECT_EQ(encodePng(wrong), "");
+    EXPECT_EQ(encodeJpeg(wrong), "");
+    EXPECT_EQ(encodeTiff(wrong), "");
+    EXPECT_EQ(scaledToWidth(wrong, 8).width, 0);
+}
+
+/// The expectations come from another program's Lanczos filter, in floating point.
+TEST(ScaledToWidth, AgreesWithAnotherFilter) {
+    const struct {
+        int width, height, scaledWidth;
+        std::vector<int> expected;
+    } rows[] = {
+        {7, 5, 3, {107, 140, 145, 127, 145, 135}},
+        {3, 2, 7, {0,   0,   0,   16, 37, 48,  54,  4,   10,  23,  46,  70,  82,  88,  41,  48,  62, 89,
+                   116, 130, 137, 78, 86, 102, 132, 162, 178, 186, 104, 113, 130, 162, 194, 211, 220}},
+        {16, 4, 4, {128, 138, 122, 128}},
+    };
+    for (const auto& row : rows) {
+        const Picture scaled = scaledToWidth(painted(row.width, row.height,
+                                                     [](int x, int y) {
+                                                         const int grey =
+                                                             (x * 37 + y * 91 + x * y * 13) % 256;
+                                                         return Pixel{grey, grey, grey, 255};
+                                                     }),
+                                             row.scaledWidth);
+        ASSERT_EQ(scaled.rgba.size(), row.expected.size() * 4);
+        for (std::size_t i = 0; i < row.expected.size(); ++i) {
+            EXPECT_NEAR(scaled.rgba[i * 4], row.expected[i], 1) << row.width << " pixel " << i;
+            EXPECT_EQ(scaled.rgba[i * 4 + 3], 255);
+        }
+    }
+}
+
+TEST(ScaledToWidth, LeavesAPlainPicturePlain) {
+    for (const Pixel colour : {Pixel{0, 0, 0, 255}, Pixel{255, 255, 255, 255}, Pixel{12, 200, 99, 255}}) {
+        for (const int width : {1, 7, 64, 200}) {
+            const Picture scaled = scaledToWidth(plain(64, 48, colour), width);
+            EXPECT_EQ(scaled.width, width);
+            EXPECT_EQ(scaled.height, (width * 48 + 32) / 64);
+            EXPECT_EQ(scaled.rgba, plain(scaled.width, scaled.height, colour).rgba) << width;
+        }
+    }
+    const Picture faint = scaledToWidth(plain(64, 64, {12, 200, 99, 128}), 16);
+    EXPECT_TRUE(isNear(at(faint, 5, 9), {12, 200, 99, 128}, 1));
+}
+
+TEST(ScaledToWidth, EdgesOfTransparencyKeepTheirColour) {
+    // White on the left, on the right nothing, with black as its hidden colour.
+    const Picture scaled =
+        scaledToWidth(painted(64, 64,
+                              [](int x, int) {
+                                  return x < 30 ? Pixel{255, 255, 255, 255} : Pixel{0, 0, 0, 0};
+                              }),
+                      17);
+    for (int x = 0; x < 17; ++x) {
+        const Pixel pixel = at(scaled, x, 8);
+        EXPECT_TRUE(pixel[3] == 0 || pixel[0] == 255) << "a dark fringe at " << x;
+    }
+    EXPECT_EQ(at(scaled, 0, 8)[3], 255);
+    EXPECT_EQ(at(scaled, 16, 8)[3], 0);
+}
+
+TEST(ScaledToWidth, KeepsTheRatioAndAtLeastOnePixel) {
+    const struct {
+        int width, height, scaledWidth, expectedWidth, expectedHeight;
+    } rows[] = {
+        {100, 50, 16, 16, 8}, {50, 100, 16, 16, 32},    {1000, 3, 16, 16, 1},
+        {3, 3, 0, 1, 1},      {1, 2000, 20, 20, 16384},
+    };
+    for (const auto& row : rows) {
+        const Picture scaled = scaledToWidth(plain(row.width, row.height, brown), row.scaledWidth);
+        EXPECT_EQ(scaled.width, row.expectedWidth);
+        EXPECT_EQ(scaled.height, row.expectedHeight);
+    }
+}
+
+}  // namespace
+}  // namespace morvane

@@ -1,0 +1,341 @@
+// The small programs beside the application, run as the application runs them.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <thread>
+
+#include "platform/cancellation.h"
+#include "platform/files.h"
+#include "platform/process.h"
+#include "support/test_machine.h"
+
+namespace morvane {
+namespace {
+
+using testing::TemporaryFolder;
+
+const std::string resources = MORVANE_BUILD_FOLDER "/share/morvane";
+const std::string ownPrograms = resources + "/programs";
+
+class OwnPrograms : public ::testing::Test {
+  public:
+    TemporaryFolder folder;
+
+    [[nodiscard]] std::string at(const std::string& name) const { return files::join(folder.path, name); }
+    [[nodiscard]] std::string put(const std::string& name, const std::string& bytes,
+                                  unsigned mode = 0644) const {
+        EXPECT_EQ(files::createFolder(files::parent(at(name)), true), std::nullopt);
+        EXPECT_EQ(files::write(at(name), bytes, files::Atomically::no), std::nullopt);
+        EXPECT_EQ(files::setPermissions(at(name), mode), std::nullopt);
+        return at(name);
+    }
+    [[nodiscard]] std::string get(const std::string& name) const {
+        const auto bytes = files::read(at(name));
+        return failureOf(bytes) != nullptr ? "(missing)" : std::get<std::string>(bytes);
+    }
+    [[nodiscard]] std::string signalPipe(const std::string& name) const {
+        EXPECT_EQ(::mkfifo(at(name).c_str(), 0600), 0);
+        return at(name);
+    }
+
+    /// With the system's files below `<folder>/system`, and the programs of `<folder>/bin` before the
+    /// machine's.
+    [[nodiscard]] ProcessResult run(const std::string& program,
+                                    const std::vector<std::string>& arguments) const {
+        const auto result = processes::run({.program = program,
+                                            .arguments = arguments,
+                                            .environment = {{{"PATH", at("bin") + ":/usr/bin:/bin"},
+                                                             {"HOME", at("home")},
+                                                             {"XDG_RUNTIME_DIR", folder.path},
+                                                             {"MORVANE_SYSTEM_ROOT", at("system/")}}}});
+        EXPECT_TRUE(result) << program << " is not there: build everything before the tests";
+        return result.value_or(ProcessResult{"", -1});
+    }
+};
+
+std::string firstLine(const std::string& path) {
+    std::string line;
+    std::ifstream stream(path);
+    std::getline(stream, line);
+    return line;
+}
+
+/// A program that runs until the end of the test.
+class Running {
+  public:
+    Running(const std::string& program, const std::string& ready, const std::string& prefix) {
+        EXPECT_TRUE(cancellation_.begin());
+        thread_ = std::thread([this, program, ready, prefix] {
+            try {
+                static_cast<void>(processes::run({.program = program,
+                                                  .arguments = {ready, "/Games/Named.app"},
+                                                  .environment = {{{"A", "1"}, {"WINEPREFIX", prefix}}},
+                                                  .cancellation = &cancellation_}));
+            } catch (const Cancelled&) {
+            }
+        });
+        number = firstLine(ready);
+    }
+    ~Running() {
+        cancellation_.request();
+        thread_.join();
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+    std::string number;
+
+  private:
+    Cancellation cancellation_;
+    std::thread thread_;
+};
+
+std::optional<std::string> lineOf(const std::string& listing, const std::string& number) {
+    std::istringstream lines(listing);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.substr(std::min(line.find_first_not_of(' '), line.size())).starts_with(number + " "))
+            return line;
+    }
+    return std::nullopt;
+}
+
+TEST_F(OwnPrograms, PsAddsTheWrapper) {
+    const std::string script = "#!/bin/sh\necho $$ > \"$1\"; while :; do read line < \"$1\"; done\n";
+    const std::string game = put("game", script, 0755);
+    const std::string killer = put("bin/killall", script, 0755);
+    const Running inWrapper(game, signalPipe("1"), "/Games/My Game.app/Contents/Resources");
+    const Running named(game, signalPipe("2"), "/Games/Named.app/Contents/Resources/deeper");
+    const Running elsewhere(game, signalPipe("3"), "/home/me/.wine");
+    const Running alike(game, signalPipe("4"), "/Games/Alike.app/Contents/ResourcesOfMine");
+    const Running forger(game, signalPipe("5"), "/Games/\n    1 ?  Forged.app/Contents/Resources");
+    const Running stopping(killer, signalPipe("6"), "/Games/My Game.app/Contents/Resources");
+
+    const std::string listing = run(ownPrograms + "/ps", {"ax"}).output;
+    EXPECT_EQ(listing.substr(0, listing.find('\n')).find_first_not_of(' '), listing.find("PID"));
+    const auto ending = [&](const Running& program) {
+        return lineOf(listing, program.number).value_or("(no line)");
+    };
+    EXPECT_TRUE(ending(inWrapper).ends_with("/1 /Games/Named.app /Games/My Game.app")) << ending(inWrapper);
+    EXPECT_TRUE(ending(named).ends_with("/2 /Games/Named.app")) << ending(named);  // it is there already
+    EXPECT_TRUE(ending(elsewhere).ends_with("/3 /Games/Named.app")) << ending(elsewhere);
+    EXPECT_TRUE(ending(alike).ends_with("/4 /Games/Named.app")) << ending(alike);
+    EXPECT_TRUE(ending(forger).ends_with("/5 /Games/Named.app")) << ending(forger);
+    EXPECT_EQ(listing.find("Forged"), std::string::npos);
+    // Nobody who asks or stops may be stopped for having the path on the command line.
+    EXPECT_EQ(lineOf(listing, stopping.number), std::nullopt);
+    EXPECT_EQ(lineOf(listing, std::to_string(::getpid())), std::nullopt);
+    EXPECT_EQ(lineOf(listing, "1"), std::nullopt);
+    EXPECT_EQ(listing.find(ownPrograms), std::string::npos);
+}
+
+TEST_F(OwnPrograms, SystemProfilerListsAdapters) {
+    const auto device = [this](const std::string& address,
+                               const std::vector<std::array<std::string, 2>>& properties) {
+        for (const auto& [name, value] : properties) {
+            static_cast<void>(put("system/sys/bus/pci/devices/" + address + "/" + name, value + "\n"));
+        }
+    };
+    const std::string window = "0x00000000e0000000 0x00000000efffffff 0x000000000014220c\n";
+    device("0000:00:02.0",
+           {{"class", "0x030000"}, {"vendor", "0x8086"}, {"device", "0x5916"}, {"resource", window}});
+    device("0000:01:00.0", {{"class", "0x030000"},
+                            {"vendor", "0x1002"},
+                            {"device", "0x67df"},
+                            {"max_link_width", "16"},
+                            {"mem_info_vram_total", "8589934592"}});
+    device("0000:02:00.0", {{"class", "0x030200"},
+                            {"vendor", "0x10de"},
+                            {"device", "0x2bb1"},
+                            {"max_link_width", "8"},
+                            {"resource", window + "0x4000000000 0x47ffffffff 0x14220c\n"}});
+    device("0000:03:00.0",
+           {{"class", "0x030000"}, {"vendor", "0x1002"}, {"device", "0x1636"}, {"max_link_width", "16"}});
+    device("0000:03:00.2", {{"class", "0x108000"}, {"vendor", "0x1022"}, {"device", "0x15df"}});
+    device("0000:04:00.0", {{"class", "0x020000"}, {"vendor", "0x8086"}, {"device", "0x1111"}});
+    device("0000:05:01.0", {{"class", "0x030000"},
+                            {"vendor", "0x1234"},
+                            {"device", "0x1111"},
+                            {"resource", "0xfd000000 0xfdffffff 0x42208\n0xfebf0000 0xfebf0fff 0x40200\n"}});
+    static_cast<void>(put("bin/lspci", R"(#!/bin/sh
+case "$*" in
+*-s\ 0000:00:02.0) echo '0000:00:02.0 "VGA compatible controller" "Intel Corporation" "HD Graphics 620" -r02 "Dell" "Device 075b"' ;;
+*-s\ 0000:01:00.0) echo '0000:01:00.0 "VGA compatible controller" "Advanced Micro Devices, Inc. [AMD/ATI]" "Ellesmere [Radeon RX 480]" -re7 "" ""' ;;
+*-s\ 0000:02:00.0) echo '0000:02:00.0 "3D controller" "NVIDIA Corporation" "GB202GL [RTX PRO 6000 Workstation Edition]" "" ""' ;;
+*) echo '0000:05:01.0 "VGA compatible controller" "Vendor 1234" "Device 1111" "" ""' ;;
+esac
+)",
+                          0755));
+    EXPECT_EQ(run(ownPrograms + "/system_profiler", {"SPDisplaysDataType"}).output, R"(Graphics/Displays:
+
+    Intel HD Graphics 620:
+
+      Chipset Model: Intel HD Graphics 620
+      Type: GPU
+      Bus: Built-In
+      Vendor ID: 0x8086
+      Device ID: 0x5916
+
+    AMD Radeon RX 480:
+
+      Chipset Model: AMD Radeon RX 480
+      Type: GPU
+      Bus: PCIe
+      VRAM (Total): 8192 MB
+      Vendor ID: 0x1002
+      Device ID: 0x67df
+
+    NVIDIA RTX PRO 6000 Edition:
+
+      Chipset Model: NVIDIA RTX PRO 6000 Edition
+      Type: GPU
+      Bus: PCIe
+      VRAM (Total): 32768 MB
+      Vendor ID: 0x10de
+      Device ID: 0x2bb1
+
+    AMD Graphics 0x1636:
+
+      Chipset Model: AMD Graphics 0x1636
+      Type: GPU
+      Bus: Built-In
+      Vendor ID: 0x1002
+      Device ID: 0x1636
+
+    Graphics 0x1111:
+
+      Chipset Model: Graphics 0x1111
+      Type: GPU
+      Bus: PCI
+      VRAM (Total): 16 MB
+      Vendor ID: 0x1234
+      Device ID: 0x1111
+
+)");
+}
+
+TEST_F(OwnPrograms, SystemProfilerDescribesTheComputer) {
+    EXPECT_EQ(run(ownPrograms + "/system_profiler", {"SPDisplaysDataType"}).output, "Graphics/Displays:\n\n");
+    std::string processors;
+    for (int thread = 0; thread < 8; ++thread) {
+        processors += "processor\t: " + std::to_string(thread) +
+                      "\nmodel name\t: Quick CPU @ 3.60GHz\ncpu MHz\t\t: 3592.1\n" +
+                      "physical id\t: " + std::to_string(thread / 4) +
+                      "\ncore id\t\t: " + std::to_string(thread / 2 % 2) + "\nflags\t\t:\n\n";
+    }
+    static_cast<void>(put("system/proc/cpuinfo", processors));
+    static_cast<void>(put("system/proc/meminfo", "MemTotal:       16264732 kB\nMemFree: 1 kB\n"));
+    static_cast<void>(put("system/sys/class/dmi/id/product_name", "Toaster 3000\n"));
+    EXPECT_EQ(run(ownPrograms + "/system_profiler", {"SPHardwareDataType"}).output, R"(Hardware:
+
+    Hardware Overview:
+
+      Model Name: Toaster 3000
+      Processor Name: Quick CPU @ 3.60GHz
+      Processor Speed: 3.59 GHz
+      Number of Processors: 2
+      Total Number of Cores: 4
+      Memory: 16 GB
+
+)");
+}
+
+TEST_F(OwnPrograms, FunctionKeys) {
+    const std::string parameter = "system/sys/module/hid_apple/parameters/fnmode";
+    const auto read = [this] {
+        return run(ownPrograms + "/defaults", {"read", "-g", "com.apple.keyboard.fnState", "-bool"}).output;
+    };
+    EXPECT_EQ(read(), "0\n");  // no such keyboard
+    EXPECT_EQ(run(resources + "/fntoggle", {"on"}).exitStatus, 0);
+    EXPECT_EQ(files::kindOf(at(parameter)), files::Kind::none);
+    const struct {
+        const char *before, *on, *off;
+    } rows[] = {{"1", "2", "1"}, {"3", "2", "3"}, {"0", "2", "0"}};
+    for (const auto& row : rows) {
+        static_cast<void>(put(parameter, row.before));
+        EXPECT_EQ(read(), "0\n");
+        EXPECT_EQ(run(resources + "/fntoggle", {"off"}).exitStatus, 0);
+        EXPECT_EQ(get(parameter), row.before) << "off already";
+        EXPECT_EQ(run(resources + "/fntoggle", {"on"}).exitStatus, 0);
+        EXPECT_EQ(run(resources + "/fntoggle", {"on"}).exitStatus, 0);
+        EXPECT_EQ(get(parameter), std::string(row.on) + "\n");
+        EXPECT_EQ(read(), "1\n");
+        EXPECT_EQ(run(resources + "/fntoggle", {"off"}).exitStatus, 0);
+        EXPECT_EQ(get(parameter), std::string(row.off) + "\n");
+    }
+    EXPECT_EQ(run(ownPrograms + "/defaults", {"read", "-g", "other"}).exitStatus, 1);
+}
+
+TEST_F(OwnPrograms, LaunchRegistrations) {
+    EXPECT_EQ(run(ownPrograms + "/launchctl", {"list"}).output, "PID\tStatus\tLabel\n");
+    EXPECT_EQ(run(ownPrograms + "/launchctl", {"remove", "[0x0-0x1].Game"}).exitStatus, 0);
+}
+
+TEST_F(OwnPrograms, SevenZipHandsOnToTheMachines) {
+    const std::string own = put("share/7za", std::get<std::string>(files::read(resources + "/7za")), 0755);
+    const auto tool = [this](const std::string& name) {
+        static_cast<void>(put(name, "#!/bin/sh\necho " + name + "; printf '[%s]' \"$@\"; exit 3\n", 0755));
+    };
+    const auto runWith = [&](const std::string& path) {
+        return *processes::run(
+            {.program = own, .arguments = {"x", "two words"}, .environment = {{{"PATH", path}}}});
+    };
+    const auto none = runWith(at("share") + ":" + at("missing"));
+    EXPECT_EQ(none.exitStatus, 127);
+    tool("old/7zr");
+    tool("old/7za");
+    tool("new/7z");
+    const auto found = runWith(at("share") + ":" + at("old") + ":" + at("new"));
+    EXPECT_EQ(found.output, "new/7z\n[x][two words]");
+    EXPECT_EQ(found.exitStatus, 3);
+    EXPECT_EQ(runWith(at("share") + ":" + at("old")).output, "old/7za\n[x][two words]");
+}
+
+TEST_F(OwnPrograms, OpenChoosesWhoOpens) {
+    const std::string told = signalPipe("told");
+    const std::string tells =
+        "#!/bin/sh\n(printf '%s' \"${0##*/}\"; printf '|%s' \"$@\"; echo) > '" + told + "'\n";
+    static_cast<void>(put("bin/xdg-open", tells, 0755));
+    static_cast<void>(put("bin/viewer", tells, 0755));
+    static_cast<void>(put("evil", tells, 0755));
+    const std::string log = put("a log.txt", "");
+    const auto bundle = [&](const std::string& name, const std::string& executable) {
+        static_cast<void>(put(name + "/Contents/Info.plist",
+                              "<plist version=\"1.0\"><dict><key>CFBundleExecutable</key><string>" +
+                                  executable + "</string></dict></plist>"));
+        static_cast<void>(put(name + "/Contents/MacOS/Start", tells, 0755));
+        return at(name);
+    };
+    const std::string good = bundle("Good.app", "Start");
+    const struct {
+        std::vector<std::string> arguments;
+        std::string told;
+    } rows[] = {
+        {{log}, "xdg-open|" + log},
+        {{"http://example.org/?a=b c"}, "xdg-open|http://example.org/?a=b c"},
+        {{folder.path}, "xdg-open|" + folder.path},
+        {{"-R", log}, "xdg-open|" + folder.path},
+        {{good, "--args", "-x", "y z"}, "Start|-x|y z"},
+        {{"-a", good, log}, "Start|" + log},
+        {{"-a", "viewer", log}, "viewer|" + log},
+    };
+    for (const auto& row : rows) {
+        ASSERT_EQ(run(ownPrograms + "/open", row.arguments).exitStatus, 0) << row.told;
+        EXPECT_EQ(firstLine(told), row.told);
+    }
+    const std::vector<std::vector<std::string>> refused{
+        {},
+        {at("missing")},
+        {"-R", at("missing")},
+        {"-x", log},
+        {"-a", "no such application", log},
+        {bundle("Escape.app", "../../../evil")},
+        {bundle("Empty.app", "")},
+        {bundle("Absent.app", "Absent")},
+    };
+    for (const auto& arguments : refused) EXPECT_EQ(run(ownPrograms + "/open", arguments).exitStatus, 1);
+}
+
+}  // namespace
+}  // namespace morvane

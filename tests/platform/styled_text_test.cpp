@@ -1,0 +1,91 @@
+#include "platform/styled_text.h"
+
+#include <gtest/gtest.h>
+
+namespace morvane {
+namespace {
+
+std::string textOf(std::string_view html) {
+    return styledTextFromHtml(html).text;
+}
+
+TEST(StyledTextFromHtml, GivesTheTextOfAPage) {
+    const struct {
+        std::string_view html, text;
+    } rows[] = {
+        {"", ""},
+        {"  plain \n\t text ", "plain text"},
+        {"a<br>b<BR/>c<br><br>d", "a\nb\nc\n\nd"},
+        {"a <br> b", "a\nb"},
+        {"<p>one</p>\n<p>two<p>three", "one\ntwo\nthree"},
+        {"before<div>inside<div>deeper</div></div>after", "before\ninside\ndeeper\nafter"},
+        {"<div><br></div>x", "\nx"},
+        {"a<br></p><p>b", "a\nb"},
+        {"<ul>\n<li>one</li>\n<li>two</ul>end", "one\ntwo\nend"},
+        {"<table><tr><td>a</td><td>b</td></tr><tr><td>c</table>", "a b\nc"},
+        {"a<span> b</span> <i> c</i>", "a b c"},
+        {"a&nbsp;&nbsp;b", "a\u00A0\u00A0b"},
+        {"<pre>a  b\r\nc</pre>d", "a  b\nc\nd"},
+        {"&lt;b&gt; &amp;amp; &eacute; &#233;&#xE9; &euro; &hellip;", "<b> &amp; é éé € …"},
+        {"&copy 2012 &euro 5 &unknown; &; &#; & &#xZ;", "© 2012 &euro 5 &unknown; &; &#; & &#xZ;"},
+        {"&#147;x&#148; &#0;&#xD800;&#x110000;&#99999999999;", "“x” \uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"5 < 6 and 7<8 <3 <", "5 < 6 and 7<8 <3 <"},
+        {"a<!-- <b>x</b> -->b<!doctype html><?php echo 1 ?>c<!-->d", "abcd"},
+        {"a<script>if (1 < 2) \"</b>\";</SCRIPT >b<style>p {}</style>c<title>t</title>", "abc"},
+        {"a<script>never ended <b>", "a"},
+        {"a<img alt=\"x > y\" src=\"i.png\">b", "ab"},
+        {"a<b title='it''s", "a"},
+        {"a</ b>c</>d</zz>e", "acde"},
+        {"\xFFz\xC3", "\uFFFDz\uFFFD"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(textOf(row.html), row.text) << row.html;
+}
+
+/// The runs as "3 1b 2bi 5(http://x/)": lengths, each with what the run shows.
+std::string runsOf(const StyledText& styled) {
+    std::string text;
+    for (const StyledRun& run : styled.runs) {
+        text += (text.empty() ? "" : " ") + std::to_string(run.length);
+        text += std::string(run.bold ? "b" : "") + (run.italic ? "i" : "");
+        if (!run.link.empty()) text += "(" + run.link + ")";
+    }
+    return text;
+}
+
+TEST(StyledTextFromHtml, MarksBoldItalicAndLinks) {
+    const struct {
+        std::string_view html, text, runs;
+    } rows[] = {
+        {"a<b>b<i>c</b>d</i>e", "abcde", "1 1b 1bi 1i 1"},
+        {"<STRONG>x</STRONG><em>y</em>", "xy", "1b 1i"},
+        {"<h2>Title</h2>text", "Title\ntext", "5b 5"},
+        {"<span style=\"FONT-WEIGHT : Bold\">a<span>b</span></span>c", "abc", "2b 1"},
+        {"<p style='font-style:italic'>a<p>b", "a\nb", "1i 2"},
+        {"<b>never closed", "never closed", "12b"},
+        {"</b>a<b></b></b>b", "ab", "2"},
+        {"<b>a<hr style='font-weight:bold'></b>b", "a\nb", "1b 2"},
+        {"<b>😀</b>é", "😀é", "2b 1"},
+        {"go <a href='http://x/?a=1&amp;b=2'>there</a>.", "go there.", "3 5(http://x/?a=1&b=2) 1"},
+    };
+    for (const auto& row : rows) {
+        const StyledText styled = styledTextFromHtml(row.html);
+        EXPECT_EQ(styled.text, row.text) << row.html;
+        EXPECT_EQ(runsOf(styled), row.runs) << row.html;
+    }
+}
+
+TEST(StyledTextFromHtml, BearsHostilePages) {
+    const auto repeated = [](std::string_view part, int times) {
+        std::string text;
+        for (int i = 0; i < times; ++i) text += part;
+        return text;
+    };
+    EXPECT_EQ(textOf(repeated("<div><b>", 20000) + "x" + repeated("</i></b>", 20000) + "y"), "xy");
+    EXPECT_EQ(textOf(repeated("<", 1000)), std::string(1000, '<'));
+    EXPECT_EQ(textOf(repeated("<a <!--", 100000)), "");
+    EXPECT_EQ(textOf("a<b " + repeated("x=\"", 100000)), "a");
+    EXPECT_EQ(textOf(std::string(5U << 20U, 'x')).size(), std::size_t{1} << 20U) << "the rest is dropped";
+}
+
+}  // namespace
+}  // namespace morvane

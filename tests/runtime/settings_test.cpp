@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include "platform/property_list.h"
+#include "runtime/launch.h"
+#include "runtime/screen.h"
+#include "runtime/wrapper_bundle.h"
+#include "support/test_machine.h"
+
+namespace morvane::runtime {
+namespace {
+
+using testing::TemporaryFolder;
+using testing::TestMachine;
+using Desktop = ScreenMode::Desktop;
+
+TEST(ScreenModeOf, EveryForm) {
+    const struct {
+        const char* text;
+        ScreenMode mode;
+    } rows[] = {
+        {"novdx24sleep0", {Desktop::none, 0, 0, 24}},
+        {"novdx15sleep0", {Desktop::none, 0, 0, 15}},
+        {"800x600x24sleep0", {Desktop::fixed, 800, 600, 24}},
+        {"1920x1080x8sleep0", {Desktop::fixed, 1920, 1080, 8}},
+        {"Current Resolutionx24sleep0", {Desktop::current, 0, 0, 24}},
+        {"", {}},
+        {"800x600", {}},
+        {"800x600x24", {}},
+        {"0x600x24sleep0", {}},
+        {"-800x600x24sleep0", {}},
+        {"800 x600x24sleep0", {}},
+        {"99999999999x600x24sleep0", {}},
+        {"x24sleep0", {}},
+    };
+    for (const auto& row : rows) EXPECT_EQ(screenModeOf(row.text), row.mode) << row.text;
+}
+
+TEST(ScreenSizeFrom, PrimaryElseFirstThatShowsSomething) {
+    EXPECT_EQ(
+        screenSizeFrom("Screen 0: minimum 8 x 8, current 3840 x 1080\n"
+                       "HDMI-1 connected 1920x1080+1920+0 (normal left inverted) 510mm x 290mm\n"
+                       "DP-1 connected primary 2560x1440+0+0 (normal) 600mm x 340mm\n   2560x1440 59.95*+\n"),
+        (ScreenSize{2560, 1440}));
+    EXPECT_EQ(screenSizeFrom("VGA-1 disconnected (normal)\nLVDS-1 connected (normal)\n"
+                             "HDMI-1 connected 1280x1024+0+0 (normal)\n"),
+              (ScreenSize{1280, 1024}));
+    EXPECT_EQ(screenSizeFrom("Can't open display\n"), std::nullopt);
+}
+
+class Bundle : public ::testing::Test {
+  protected:
+    Bundle() : wrapper(folder.path + "/My \"Game\" & Co.app") {
+        for (const char* program :
+             {"/Contents/Frameworks/bin/Caskery", "/Contents/MacOS/CaskeryLauncher",
+              "/Caskery.app/Contents/MacOS/Caskery", "/Editor.app/Contents/MacOS/CustomEXE"}) {
+            TestMachine::put(wrapper + program, "", true);
+        }
+    }
+    WrapperBundle around(const std::string& program) const {
+        auto bundle = WrapperBundle::around(wrapper + program);
+        EXPECT_EQ(failureOf(bundle), nullptr) << program;
+        return std::get<WrapperBundle>(bundle);
+    }
+    void settings(const std::string& file, Dictionary values) const {
+        ASSERT_FALSE(property_lists::write(wrapper + file, std::move(values)));
+    }
+    TemporaryFolder folder;
+    const std::string wrapper;
+};
+
+TEST_F(Bundle, IsFoundFromEachOfItsPrograms) {
+    const struct {
+        const char *program, *application;
+        Role role;
+    } rows[] = {
+        {"/Contents/Frameworks/bin/Caskery", "", Role::tool},
+        {"/Contents/MacOS/CaskeryLauncher", "", Role::tool},
+        {"/Caskery.app/Contents/MacOS/Caskery", "", Role::settingsTool},
+        {"/Editor.app/Contents/MacOS/CustomEXE", "/Editor.app", Role::customExe},
+    };
+    for (const auto& row : rows) {
+        const WrapperBundle bundle = around(row.program);
+        EXPECT_EQ(bundle.wrapper, wrapper) << row.program;
+        EXPECT_EQ(bundle.application, wrapper + row.application) << row.program;
+        EXPECT_EQ(bundle.role, row.role) << row.program;
+    }
+    EXPECT_NE(failureOf(WrapperBundle::around("/usr/bin/caskery")), nullptr);
+}
+
+TEST_F(Bundle, ACustomExeHasItsOwnProgramAndTheWrappersLimits) {
+    settings("/Contents/Info.plist", {{"Program Name and Path", "/main.exe"},
+                                      {"Disable CPUs", true},
+                                      {"set max files", 1},
+                                      {"Associations", "SAV  map"}});
+    settings("/Editor.app/Contents/Info.plist.cexe", {{"Program Name and Path", "/editor.exe"},
+                                                      {"Program Flags", "-a"},
+                                                      {"use start.exe", 1},
+                                                      {"Fullscreen", false},
+                                                      {"Disable CPUs", false},
+                                                      {"Resolution", "640x480x24sleep0"}});
+    const auto result = launchSettingsOf(around("/Editor.app/Contents/MacOS/CustomEXE"));
+    ASSERT_EQ(failureOf(result), nullptr);
+    const auto& launch = std::get<LaunchSettings>(result);
+    EXPECT_EQ(launch.program, "/editor.exe");
+    EXPECT_EQ(launch.flags, "-a");
+    EXPECT_TRUE(launch.useStart);
+    EXPECT_FALSE(launch.fullscreen);
+    EXPECT_TRUE(launch.singleCpu);
+    EXPECT_TRUE(launch.manyFiles);
+    EXPECT_EQ(launch.screen, (ScreenMode{Desktop::fixed, 640, 480, 24}));
+    EXPECT_EQ(launch.associations, (std::vector<std::string>{"sav", "map"}));
+}
+
+TEST_F(Bundle, UnreadableSettingsAreNamed) {
+    TestMachine::put(wrapper + "/Contents/Info.plist", "not a list");
+    const auto result = launchSettingsOf(around("/Contents/MacOS/CaskeryLauncher"));
+    ASSERT_NE(failureOf(result), nullptr);
+    EXPECT_NE(failureOf(result)->message.find(wrapper + "/Contents/Info.plist"), std::string::npos);
+}
+
+TEST_F(Bundle, TheDesktopOfAWrapperHasAPlainName) {
+    const WrapperBundle bundle = around("/Contents/MacOS/CaskeryLauncher");
+    const WineCall call{{"C:/a.exe", "-x"}, "/"};
+    EXPECT_EQ(onDesktop(call, bundle, {Desktop::none, 0, 0, 24}), call);
+    EXPECT_EQ(
+        onDesktop(call, bundle, {Desktop::fixed, 800, 600, 24}).arguments,
+        (std::vector<std::string>{"explorer.exe", "/desktop=CaskeryMyGameCo,800x600", "C:/a.exe", "-x"}));
+}
+
+TEST_F(Bundle, TwoWrappersNameTheirServersDifferently) {
+    WrapperBundle other = around("/Contents/MacOS/CaskeryLauncher");
+    const std::string name = other.serverName();
+    EXPECT_TRUE(name.ends_with("Wineserver"));
+    EXPECT_GT(name, "CaskeryWineserver");  // the last name in the listing is the one that a stop kills
+    other.wrapper += "2";
+    EXPECT_NE(other.serverName(), name);
+}
+
+}  // namespace
+}  // namespace morvane::runtime

@@ -1,0 +1,174 @@
+#include "runtime/windows_programs.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/files.h"
+#include "runtime/builtin_files.h"
+#include "runtime/launch.h"
+#include "support/test_machine.h"
+
+namespace morvane::runtime {
+namespace {
+
+using testing::TemporaryFolder;
+using testing::TestMachine;
+using Texts = std::vector<std::string>;
+
+TEST(SplitArguments, AsWindowsProgramsDo) {
+    const struct {
+        const char* text;
+        Texts arguments;
+    } rows[] = {
+        {"", {}},
+        {"  -a   -b ", {"-a", "-b"}},
+        {R"("a b" c)", {"a b", "c"}},
+        {R"(-path="C:\My Games\x" y)", {R"(-path=C:\My Games\x)", "y"}},
+        {R"("C:\dir\\" end)", {R"(C:\dir\)", "end"}},
+        {R"(say \"hi\" \\server\a)", {"say", "\"hi\"", R"(\\server\a)"}},
+        {R"("" x)", {"", "x"}},
+        {R"("open end)", {"open end"}},
+        {R"(tail\)", {R"(tail\)"}},
+    };
+    for (const auto& row : rows) EXPECT_EQ(splitArguments(row.text), row.arguments) << row.text;
+}
+
+TEST(StartLineOf, OnlyABatchFileThatJustStartsAProgram) {
+    const struct {
+        const char* text;
+        std::optional<StartLine> line;
+    } rows[] = {
+        {R"(start "C:\My Game\a.exe" /S -x "y z")", StartLine{R"(C:\My Game\a.exe)", R"(/S -x "y z")"}},
+        {R"(start "C:\a.exe" )", StartLine{R"(C:\a.exe)", ""}},
+        {"START \"D:/a.exe\"\r\n", StartLine{"D:/a.exe", ""}},
+        {R"("D:/Setup/run.exe" -safe)", StartLine{"D:/Setup/run.exe", "-safe"}},
+        {R"(start "A title" notepad)", std::nullopt},
+        {"start C:\\a.exe", std::nullopt},
+        {"start \"C:\\a.exe\"\r\necho done", std::nullopt},
+        {R"("%ProgramFiles%\a.exe")", std::nullopt},
+        {R"("C:\a.exe" > out.txt)", std::nullopt},
+        {"\"C:\\a.exe", std::nullopt},
+        {"", std::nullopt},
+    };
+    for (const auto& row : rows) EXPECT_EQ(startLineOf(row.text), row.line) << row.text;
+}
+
+std::string littleEndian(std::uint32_t value, int size) {
+    std::string bytes;
+    for (int index = 0; index < size; ++index) bytes += static_cast<char>(value >> (8 * index));
+    return bytes;
+}
+
+/// The headers of a Windows file with nothing behind them.
+std::string windowsFile(std::uint16_t machine, bool wide, bool dotNet = false) {
+    std::string bytes = "MZ" + std::string(58, '\0') + littleEndian(0x80, 4);
+    bytes.resize(0x80);
+    bytes += std::string("PE\0\0", 4) + littleEndian(machine, 2) + std::string(18, '\0');
+    std::string optional = littleEndian(wide ? 0x20b : 0x10b, 2);
+    optional.resize(wide ? 108 : 92);
+    optional += littleEndian(16, 4) + std::string(14 * 8, '\0') + littleEndian(dotNet ? 0x2008 : 0, 4);
+    optional.resize((wide ? 112 : 96) + 16 * 8);
+    return bytes + optional;
+}
+
+TEST(MachineOf, ReadsTheHeader) {
+    const TemporaryFolder folder;
+    const struct {
+        const char* name;
+        std::string bytes;
+        Machine machine;
+    } rows[] = {
+        {"32 bits", windowsFile(0x014c, false), Machine::bits32},
+        {"64 bits", windowsFile(0x8664, true), Machine::bits64},
+        {".NET, also in a 32-bit file", windowsFile(0x014c, false, true), Machine::any},
+        {"ARM", windowsFile(0xaa64, true), Machine::other},
+        {"cut before the header", windowsFile(0x8664, true).substr(0, 0x70), Machine::other},
+        {"cut in the header", windowsFile(0x8664, true).substr(0, 0x83), Machine::other},
+        {"a script", "#!/bin/sh", Machine::other},
+        {"empty", "", Machine::other},
+        {"header far away", "MZ" + std::string(58, '\0') + "\xff\xff\xff\xff", Machine::other},
+    };
+    for (const auto& row : rows) {
+        TestMachine::put(folder.path + "/a.exe", row.bytes);
+        EXPECT_EQ(machineOf(folder.path + "/a.exe"), row.machine) << row.name;
+    }
+    EXPECT_EQ(machineOf(folder.path + "/missing"), Machine::other);
+}
+
+class DriveC : public ::testing::Test {
+  protected:
+    DriveC() : bundle{folder.path + "/G.app", folder.path + "/G.app", Role::tool} {
+        TestMachine::put(bundle.driveC() + "/windows/system32/ntdll.dll", windowsFile(0x8664, true));
+        TestMachine::put(bundle.driveC() + "/My Game/Game.EXE", windowsFile(0x8664, true));
+        TestMachine::put(bundle.driveC() + "/My Game/old.exe", windowsFile(0x014c, false));
+        EXPECT_FALSE(files::createFolder(bundle.prefix() + "/dosdevices", true));
+        EXPECT_FALSE(files::createSymbolicLink(bundle.prefix() + "/dosdevices/c:", "../drive_c"));
+    }
+    Texts callOf(const std::string& program, Texts arguments = {}) {
+        auto call = callFor(bundle, program, std::move(arguments));
+        if (const Failure* failure = failureOf(call)) return {failure->message};
+        return std::get<WineCall>(call).arguments;
+    }
+    TemporaryFolder folder;
+    WrapperBundle bundle;
+};
+
+TEST_F(DriveC, PathsAreFoundWithoutRegardToCase) {
+    EXPECT_EQ(hostPathOf(bundle.prefix(), R"(c:\my game\GAME.exe)"),
+              files::resolved(bundle.driveC()).value() + "/My Game/Game.EXE");
+    EXPECT_EQ(hostPathOf(bundle.prefix(), "C:/My Game/none.exe"), std::nullopt);
+    EXPECT_EQ(hostPathOf(bundle.prefix(), "D:/a.exe"), std::nullopt);
+    EXPECT_EQ(hostPathOf(bundle.prefix(), "a.exe"), std::nullopt);
+}
+
+TEST_F(DriveC, EachKindOfFileHasItsCall) {
+    const std::string drive = files::resolved(bundle.driveC()).value();
+    TestMachine::put(drive + "/start.bat", R"(start "C:\My Game\Game.EXE" -a "b c")");
+    TestMachine::put(drive + "/more.bat", "@echo off\r\n\"C:\\My Game\\Game.EXE\"\r\n");
+    TestMachine::put(drive + "/setup.MSI", "x");
+    EXPECT_EQ(callOf("C:/My Game/Game.EXE", {"-x"}), (Texts{"C:/My Game/Game.EXE", "-x"}));
+    EXPECT_EQ(callOf(drive + "/start.bat"), (Texts{R"(C:\My Game\Game.EXE)", "-a", "b c"}));
+    EXPECT_EQ(callOf(drive + "/more.bat"), (Texts{"start.exe", "/wait", "/unix", drive + "/more.bat"}));
+    EXPECT_EQ(callOf(drive + "/setup.MSI"), (Texts{"msiexec.exe", "/i", drive + "/setup.MSI"}));
+    EXPECT_EQ(callOf("C:/none.exe"), (Texts{"C:/none.exe is missing."}));
+    const auto call = callFor(bundle, drive + "/start.bat", {});
+    EXPECT_EQ(std::get<WineCall>(call).runFolder, drive + "/My Game");  // games look for their files here
+}
+
+TEST_F(DriveC, A32BitProgramNeedsTheEngines32BitPart) {
+    EXPECT_NE(callOf("C:/My Game/old.exe").at(0).find("wine32"), std::string::npos);
+    TestMachine::put(bundle.driveC() + "/windows/syswow64/ntdll.dll", windowsFile(0x014c, false));
+    EXPECT_EQ(callOf("C:/My Game/old.exe"), (Texts{"C:/My Game/old.exe"}));
+}
+
+TEST_F(DriveC, TheStartCommandIsUsedOnlyWhereItIsAskedFor) {
+    LaunchSettings settings;
+    settings.program = "/My Game/Game.EXE";
+    settings.flags = R"(-a "b c")";
+    auto call = mainCall(bundle, settings);
+    EXPECT_EQ(std::get<WineCall>(call).arguments, (Texts{"C:/My Game/Game.EXE", "-a", "b c"}));
+    settings.useStart = true;
+    call = mainCall(bundle, settings);
+    const std::string drive = files::resolved(bundle.driveC()).value();
+    EXPECT_EQ(std::get<WineCall>(call).arguments,
+              (Texts{"start.exe", "/wait", "/unix", drive + "/My Game/Game.EXE", "-a", "b c"}));
+    settings.program.clear();
+    EXPECT_NE(failureOf(mainCall(bundle, settings)), nullptr);
+}
+
+TEST(CutDebugInformation, TouchesOnlyFilesWithWinesMark) {
+    const TemporaryFolder folder;
+    const std::string file = folder.path + "/a.dll", own = windowsFile(0x8664, true) + std::string(5000, 'x');
+    TestMachine::put(file, own);
+    EXPECT_EQ(cutDebugInformationBelow(folder.path), 0U);
+    EXPECT_EQ(TestMachine::get(file), own);
+    for (std::size_t size : {0U, 100U, 300U}) {  // with the mark, but cut short
+        std::string cut = own;
+        cut.replace(0x40, 16, "Wine builtin DLL");
+        TestMachine::put(file, cut.substr(0, size));
+        EXPECT_EQ(cutDebugInformation(file), 0U);
+        EXPECT_EQ(TestMachine::get(file), cut.substr(0, size));
+    }
+}
+
+}  // namespace
+}  // namespace morvane::runtime

@@ -1,0 +1,277 @@
+// The real thing: the master wrapper of this build, this machine's Wine as its engine, a real prefix.
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/inotify.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+
+#include "platform/files.h"
+#include "platform/process.h"
+#include "platform/property_list.h"
+#include "runtime/builtin_files.h"
+#include "runtime/system_engine.h"
+#include "runtime/windows_programs.h"
+#include "runtime/wine_session.h"
+#include "support/test_machine.h"
+
+namespace morvane::runtime {
+namespace {
+
+using testing::TemporaryFolder;
+using testing::TestMachine;
+
+struct Outcome {
+    int status = -1;
+    std::string output;
+};
+
+std::string program(const char* name) {
+    return processes::search(name, ::getenv("PATH")).at(0);
+}
+
+Outcome runProgram(const std::string& path, std::vector<std::string> arguments,
+                   const std::string& folder = "/") {
+    ProcessRequest request;
+    request.program = path;
+    request.arguments = std::move(arguments);
+    request.runFolder = folder;
+    const auto result = processes::run(request);
+    return result ? Outcome{result->exitStatus, result->output} : Outcome{};
+}
+
+/// One wrapper for the whole suite, because a prefix takes seconds. Its path holds what paths may hold.
+class Wine : public TestMachine {
+  protected:
+    static void SetUpTestSuite() {
+        if (processes::search("wine", ::getenv("PATH")).empty()) return;
+        room = new TemporaryFolder;
+        userHome = room->path + "/home";
+        for (const char* name : {"/Desktop", "/Documents"})
+            ASSERT_FALSE(files::createFolder(userHome + name, true));
+        wrapper = room->path + "/made/It's \"A\" Game? & Co.app";
+        unpackMaster();
+        unpackEngine();
+        probe = room->path + "/probe.exe";
+        ASSERT_EQ(runProgram(program("x86_64-w64-mingw32-gcc"),
+                             {"-O1", "-s", "-o", probe, MORVANE_SOURCE_FOLDER "/tests/runtime/probe.c"})
+                      .status,
+                  0);
+        created = tool({"CKS-wineprefixcreate"});
+        // Made in one place and moved to another, as every wrapper is.
+        const std::string moved = room->path + "/It's \"A\" Game? & Co.app";
+        ASSERT_FALSE(files::move(wrapper, moved));
+        wrapper = moved;
+        driveC = wrapper + "/Contents/Resources/drive_c";
+        ASSERT_FALSE(files::createFolder(driveC + "/Game", true));
+    }
+    static void TearDownTestSuite() {
+        if (room == nullptr) return;
+        stopAll();
+        delete room;
+    }
+    void SetUp() override {
+        if (room == nullptr) GTEST_SKIP() << "there is no Wine on this machine";
+        static_cast<void>(files::remove(driveC + "/out.txt"));
+    }
+
+    static void unpackMaster() {
+        const std::string work = room->path + "/made";
+        ASSERT_FALSE(files::createFolder(work, true));
+        const std::string archive = MORVANE_BUILD_FOLDER "/share/morvane/site/Wrapper/Caskery-1.0.app.tar.7z";
+        ASSERT_EQ(runProgram(program("7z"), {"x", "-bd", "-bso0", archive}, work).status, 0);
+        ASSERT_EQ(runProgram(program("tar"), {"-xf", "Caskery-1.0.tar"}, work).status, 0);
+        ASSERT_FALSE(files::move(work + "/Caskery-1.0.app", wrapper));
+    }
+    static void unpackEngine() {
+        SystemEngineMachine machine;
+        const auto archive = packSystemEngine(room->path, SystemEngine::thin);
+        ASSERT_EQ(failureOf(archive), nullptr) << failureOf(archive)->message;
+        engine = files::withoutExtension(
+            files::withoutExtension(files::lastComponent(std::get<std::string>(archive))));
+        const std::string work = wrapper + "/Contents/Frameworks";
+        ASSERT_EQ(
+            runProgram(program("7z"), {"x", "-bd", "-bso0", std::get<std::string>(archive)}, work).status, 0);
+        ASSERT_EQ(runProgram(program("tar"), {"-xf", engine + ".tar"}, work).status, 0);
+        ASSERT_FALSE(files::remove(work + "/" + engine + ".tar"));
+    }
+    /// A host for the packer, before the fixture's own.
+    struct SystemEngineMachine {
+        testing::ScriptedUserInterface ui;
+        Host machine{{Folders::fromEnvironment(), {}, ::getenv("PATH"), {}}, ui};
+    };
+
+    static Outcome runAs(const std::string& executable, std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"-u", "DISPLAY", "HOME=" + userHome,
+                                             "CASKERY_INSTALLER_PATIENCE=1", wrapper + executable});
+        return runProgram("/usr/bin/env", std::move(arguments));
+    }
+    static Outcome tool(std::vector<std::string> arguments) {
+        return runAs("/Contents/Frameworks/bin/Caskery", std::move(arguments));
+    }
+    /// Until the file is there, in the root of drive C.
+    static void waitForFile(const std::string& name) {
+        const int events = ::inotify_init1(IN_CLOEXEC);
+        ::inotify_add_watch(events, driveC.c_str(), IN_CREATE | IN_CLOSE_WRITE);
+        std::array<char, 4096> buffer{};
+        while (files::kindOf(driveC + "/" + name) == files::Kind::none) {
+            pollfd event{events, POLLIN, 0};
+            if (::poll(&event, 1, 60000) <= 0 || ::read(events, buffer.data(), buffer.size()) <= 0) break;
+        }
+        ::close(events);
+    }
+    static void stopAll() {
+        for (const PrefixProcess& process : processesOf(wrapper + "/Contents/Resources"))
+            ::kill(process.number, SIGKILL);
+    }
+    static void settings(const std::string& file, const Dictionary& changes) {
+        auto values = *property_lists::read(wrapper + file)->as<Dictionary>();
+        for (const auto& [key, value] : changes) values.set(key, value);
+        ASSERT_FALSE(property_lists::write(wrapper + file, values));
+    }
+    static std::string registry() { return get(wrapper + "/Contents/Resources/user.reg"); }
+    static std::string out() { return get(driveC + "/out.txt"); }
+
+    static inline TemporaryFolder* room = nullptr;
+    static inline std::string wrapper, driveC, userHome, probe, engine;
+    static inline Outcome created;
+};
+
+TEST_F(Wine, APrefixIsMadeInsideTheWrapper) {
+    EXPECT_EQ(created.status, 0);
+    EXPECT_EQ(created.output, "");
+    const std::string prefix = wrapper + "/Contents/Resources";
+    for (const char* name :
+         {"/system.reg", "/user.reg", "/dosdevices/z:", "/drive_c/windows/system32/kernel32.dll"}) {
+        EXPECT_NE(files::kindBehind(prefix + name), files::Kind::none) << name;
+    }
+    EXPECT_EQ(std::get<std::string>(files::destinationOfLink(prefix + "/dosdevices/c:")), "../drive_c");
+    std::uintmax_t size = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(prefix + "/drive_c")) {
+        EXPECT_FALSE(entry.is_symlink()) << entry.path();  // nothing leads to the home folder
+        if (entry.is_regular_file() && !entry.is_symlink()) size += entry.file_size();
+    }
+    EXPECT_LT(size, 250U << 20);
+    EXPECT_TRUE(processesOf(files::resolved(prefix).value()).empty());
+    EXPECT_TRUE(std::filesystem::is_empty(userHome + "/Desktop"));
+}
+
+TEST_F(Wine, TheMainProgramStartsInItsFolderWithItsFlags) {
+    ASSERT_FALSE(files::createFolder(driveC + "/My Game", true));
+    static_cast<void>(files::copy(probe, driveC + "/My Game/game.exe"));
+    settings("/Contents/Info.plist", {{"Program Name and Path", "/My Game/game.exe"},
+                                      {"Program Flags", R"(exit "t w o" -c:\d)"},
+                                      {"Disable CPUs", true},
+                                      {"set max files", true}});
+    const Outcome run = runAs("/Contents/MacOS/CaskeryLauncher", {});
+    EXPECT_EQ(run.status, 7);
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(out(), "C:\\My Game|C:\\My Game\\game.exe|exit|t w o|-c:\\d\n");
+}
+
+TEST_F(Wine, ACustomExeStartsItsOwnProgram) {
+    static_cast<void>(files::copy(probe, driveC + "/Game/editor.exe"));
+    static_cast<void>(
+        files::copy(wrapper + "/Caskery.app/Contents/Resources/CustomEXE.app", wrapper + "/Editor.app"));
+    settings("/Editor.app/Contents/Info.plist.cexe",
+             {{"Program Name and Path", "/Game/editor.exe"}, {"Program Flags", "exit"}});
+    EXPECT_EQ(runAs("/Editor.app/Contents/MacOS/CustomEXE", {}).status, 7);
+    EXPECT_EQ(out(), "C:\\Game|C:\\Game\\editor.exe|exit\n");
+}
+
+TEST_F(Wine, AnInstallersRegistryIsOnDiskAndTheGameThatItLeftIsEnded) {
+    put(driveC + "/setup.bat", "start \"Z:" + probe + "\" install");
+    EXPECT_EQ(tool({"CKS-installer", driveC + "/setup.bat"}).status, 0);
+    EXPECT_NE(registry().find("\"installed\"=\"written\""), std::string::npos);
+    EXPECT_NE(out().find("|C:\\Game\\left.exe|wait\n"), std::string::npos);
+    EXPECT_TRUE(processesOf(files::resolved(wrapper + "/Contents/Resources").value()).empty());
+}
+
+TEST_F(Wine, ABatchFileRunsByTheCommandInterpreter) {
+    put(driveC + "/more & more.bat",
+        "@echo off\r\n\"Z:" + probe + "\" set batch\r\n\"Z:" + probe + "\" exit\r\n");
+    EXPECT_EQ(tool({"CKS-installer", driveC + "/more & more.bat"}).status, 7);
+    EXPECT_NE(registry().find("\"batch\"=\"written\""), std::string::npos);
+}
+
+TEST_F(Wine, AStopSavesTheRegistry) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::execl("/usr/bin/env", "env", "-u", "DISPLAY", ("HOME=" + userHome).c_str(),
+                (wrapper + "/Contents/MacOS/CaskeryLauncher").c_str(), probe.c_str(), "set", "stopped",
+                "wait", nullptr);
+        ::_exit(127);
+    }
+    waitForFile("out.txt");
+    // A second start joins the first one's Wine and leaves it running.
+    EXPECT_EQ(runAs("/Contents/MacOS/CaskeryLauncher", {probe, "exit"}).status, 7);
+    ::kill(child, SIGTERM);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(WEXITSTATUS(status), 128 + SIGTERM);
+    EXPECT_NE(registry().find("\"stopped\"=\"written\""), std::string::npos);
+    EXPECT_TRUE(processesOf(files::resolved(wrapper + "/Contents/Resources").value()).empty());
+}
+
+TEST_F(Wine, DebugKeepsWhatWineSays) {
+    static_cast<void>(files::copy(probe, driveC + "/Game/game.exe"));
+    settings("/Contents/Info.plist",
+             {{"Program Name and Path", "/Game/game.exe"}, {"Program Flags", "exit"}});
+    EXPECT_EQ(tool({"debug"}).status, 7);
+    EXPECT_NE(get(wrapper + "/Contents/Resources/Logs/LastRunWine.log").find("Engine: " + engine),
+              std::string::npos);
+    EXPECT_NE(get(wrapper + "/Contents/Resources/Logs/LastRunX11.log").find("DISPLAY="), std::string::npos);
+}
+
+TEST_F(Wine, WhatCannotRunIsRefused) {
+    EXPECT_EQ(tool({"CKS-winetricks", "corefonts"}).status, 1);  // there is no script yet
+    EXPECT_EQ(tool({"CKS-installer"}).status, 2);
+    EXPECT_EQ(tool({"CKS-nothing"}).status, 2);
+    EXPECT_EQ(tool({"/no/such/program.exe"}).status, 1);
+}
+
+TEST_F(Wine, WinetricksRunsTheWrappersScriptInItsPrefix) {
+    const std::string script = wrapper + "/Caskery.app/Contents/Resources/winetricks";
+    put(script, "#!/bin/sh\necho noise\nwine 'Z:" + probe + "' set \"$2\"\nprintf '%s|' \"$@\" > '" +
+                    userHome + "/asked'\n");
+    EXPECT_EQ(tool({"CKS-winetricks", "d3dx9"}).output, "");
+    EXPECT_EQ(get(userHome + "/asked"), "--no-isolate|d3dx9|");
+    EXPECT_NE(registry().find("\"d3dx9\"=\"written\""), std::string::npos);
+    put(script, "exit 3\n");
+    EXPECT_EQ(tool({"CKS-winetricks", "d3dx9"}).status, 1);
+}
+
+TEST_F(Wine, AFullEngineRunsWithoutTheSystems) {
+    const auto archive = packSystemEngine(folder.path, SystemEngine::full);
+    ASSERT_EQ(failureOf(archive), nullptr) << failureOf(archive)->message;
+    ASSERT_EQ(
+        runProgram(program("7z"), {"x", "-bd", "-bso0", std::get<std::string>(archive)}, folder.path).status,
+        0);
+    ASSERT_EQ(runProgram(program("tar"), {"-xf", engine + ".tar"}, folder.path).status, 0);
+    const std::string bundle = folder.path + "/ckwine.bundle", prefix = folder.path + "/prefix";
+    EXPECT_EQ(get(bundle + "/version"), engine + "\n");
+    EXPECT_EQ(cutDebugInformationBelow(bundle), 0U);
+    const std::vector<std::string> environment{"-i",
+                                               "PATH=/usr/bin:/bin",
+                                               "HOME=" + userHome,
+                                               "WINEPREFIX=" + prefix,
+                                               "WINEDEBUG=-all",
+                                               "WINEDLLOVERRIDES=winemenubuilder.exe=d;appwiz.cpl=d"};
+    const auto inPrefix = [&](std::vector<std::string> command) {
+        command.insert(command.begin(), environment.begin(), environment.end());
+        command[environment.size()] = bundle + "/bin/" + command[environment.size()];
+        return runProgram("/usr/bin/env", std::move(command)).status;
+    };
+    EXPECT_EQ(inPrefix({"wine", probe, "exit"}), 7);
+    bool ownServer = false;
+    for (const PrefixProcess& process : processesOf(prefix)) ownServer = ownServer || process.isServer;
+    EXPECT_EQ(inPrefix({"wineserver", "-k"}), 0);
+    EXPECT_TRUE(ownServer);
+}
+
+}  // namespace
+}  // namespace morvane::runtime
