@@ -199,7 +199,7 @@ std::optional<Dictionary> NSPortData::customPortDictionary(const std::string& wr
         {"Is Steam", (drms & drm::steam) != 0},
         {"Is Origin", (drms & drm::origin) != 0},
         {"Is Uplay", (drms & drm::uplay) != 0},
-        {"Original Installer Needed", drms == 0 ? 1 : 0},
+        {"Original Installer Needed", (drms & (drm::steam | drm::origin | drm::uplay)) == 0 ? 1 : 0},
         {"CKI Version", "1.6.1"},
         {"Winetricks", Array()},
         {"Company", "Copyright © " + std::to_string(currentYear()) + " Morvane. All rights reserved."},
