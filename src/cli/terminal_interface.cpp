@@ -131,8 +131,9 @@ std::vector<std::string> TerminalInterface::chooseFiles(const OpenPanel& panel) 
     if (const auto path = answers_.takeChoice(panel.title)) {
         return path->empty() ? std::vector<std::string>{} : std::vector<std::string>{expandedPath(*path)};
     }
-    if (answers_.defaults) return {};
-    if (!console_.isInteractive()) {
+    // A panel that comes back after its default would come back for ever.
+    if (answers_.defaults && cancelledPanels_.insert(panel.title).second) return {};
+    if (answers_.defaults || !console_.isInteractive()) {
         giveUp(panel.title);
         return {};
     }

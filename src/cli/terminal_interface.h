@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -52,6 +53,7 @@ class TerminalInterface : public UserInterface {
 
     Console& console_;
     Answers& answers_;
+    std::set<std::string> cancelledPanels_;  // by their default
     std::optional<std::string> unanswered_;
     bool errorShown_ = false;
 };

@@ -104,7 +104,7 @@ TEST_F(Pipeline, InstallerFromDownloads) {
     ASSERT_FALSE(property_lists::write(moved + "/Contents/Info.plist", Value(withFlags)));
     const auto played = morvane.run({"run", moved, "--wait"});
     EXPECT_EQ(played.exitCode, 0) << played.output;
-    EXPECT_EQ(TestMachine::get(moved + game + "score.txt"), "best=7\n");
+    EXPECT_EQ(TestMachine::get(moved + game + "score.txt"), "best=7\r\n");
     fs::rename(moved, app);
 }
 
@@ -139,10 +139,12 @@ TEST_F(Pipeline, BlankWrapperWithAnEngineGivenAsAFile) {
                               .c_str()),
               0);
     const std::string blank = home + "/Applications/Blank.app";
-    const auto built =
-        morvane.run({"blank", blank, "--engine", "CK9Wine99.1", "--answer", "License Agreement=I Agree",
-                     "--answer", "Warning=No", "--answer", "Warning=Yes", "--choose",
-                     "Select the engine CK9Wine99.1=" + work + "/mine.tar.xz", "--defaults"});
+    const auto built = morvane.run(
+        {"blank", blank, "--engine", "CK9Wine99.1", "--answer", "License Agreement=I Agree", "--answer",
+         "Warning=No", "--answer", "Warning=Yes", "--choose",
+         "Select the engine CK9Wine99.1=" + work + "/mine.tar.xz", "--choose",
+         "Select the installer=", "--answer", "Warning=Yes", "--choose", "Select the EXE of Blank="});
+    EXPECT_EQ(built.exitCode, 0) << built.output;
     EXPECT_TRUE(fs::exists(blank + "/Contents/Resources/system.reg")) << built.output;
     EXPECT_EQ(TestMachine::get(blank + "/Contents/Frameworks/ckwine.bundle/version"), "CK9Wine99.1\n");
     EXPECT_TRUE(fs::exists(store + "CK9Wine99.1.xz") || fs::exists(store + "CK9Wine99.1.tar.xz"))
@@ -164,6 +166,15 @@ TEST_F(Pipeline, CancelledInTheMiddleNothingIsLeft) {
     EXPECT_FALSE(fs::exists(app));
     EXPECT_FALSE(fs::exists("/tmp/Star Catcher.app"));
     EXPECT_EQ(processesBelow("/tmp/Star Catcher.app"), std::vector<std::string>());
+}
+
+TEST_F(Pipeline, DefaultsThatLeadInACircleEndTheCommand) {
+    // Without the installer the default of the question is to choose it after all.
+    const auto ended =
+        morvane.run({"install", samples + "star-catcher.cki", "--to", app, "--answer",
+                     "License Agreement=I Agree", "--answer", "Warning=Install it anyway", "--defaults"});
+    EXPECT_EQ(ended.exitCode, 4) << ended.output;
+    EXPECT_FALSE(fs::exists(app));
 }
 
 TEST_F(Pipeline, AQuestionWithoutAnAnswerEndsTheCommand) {
