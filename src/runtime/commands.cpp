@@ -42,6 +42,7 @@ std::optional<Failure> readiness(const WineSession& session) {
                        "/system.reg is missing."};
     }
     if (!hasDisplay()) tell("There is no display (DISPLAY is not set): windows cannot be shown.");
+    if (auto failure = keepDrives(bundle)) return failure;
     return keepUserFoldersInside(bundle);
 }
 

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <utility>
 #include <vector>
 
 #include "platform/files.h"
@@ -79,6 +80,18 @@ std::optional<Failure> keepUserFoldersInside(const WrapperBundle& bundle) {
         const std::string path = home + "/" + folder;
         if (files::kindBehind(path) == files::Kind::folder) continue;
         if (auto error = files::createFolder(path, true)) return Failure{path + ": " + *error};
+    }
+    return std::nullopt;
+}
+
+std::optional<Failure> keepDrives(const WrapperBundle& bundle) {
+    constexpr std::array<std::pair<const char*, const char*>, 2> drives{{{"c:", "../drive_c"}, {"z:", "/"}}};
+    const std::string folder = bundle.prefix() + "/dosdevices";
+    if (auto error = files::createFolder(folder, true)) return Failure{folder + ": " + *error};
+    for (const auto& [name, destination] : drives) {
+        const std::string link = folder + "/" + name;
+        if (files::kindOf(link) != files::Kind::none) continue;
+        if (auto error = files::createSymbolicLink(link, destination)) return Failure{link + ": " + *error};
     }
     return std::nullopt;
 }

@@ -14,6 +14,10 @@ namespace morvane::runtime {
 /// saves when the wrapper moves. Before every start, because the user may be a new one.
 [[nodiscard]] std::optional<Failure> keepUserFoldersInside(const WrapperBundle& bundle);
 
+/// Puts the links of drives C and Z back where a port's own list of drives left them out: without C nothing
+/// runs, and Z is how a program outside drive C is named. A link that is there stays as it is.
+[[nodiscard]] std::optional<Failure> keepDrives(const WrapperBundle& bundle);
+
 /// "CKS-wineprefixcreate" and "CKS-wineboot": has Wine make, or update, the registry and drive C, without any
 /// window, waits until both are on disk, cuts the debug information off Wine's files, and checks the result:
 /// "system.reg", "user.reg", the drive links, no link to the home folder. Drive Z stays: it is how a program
