@@ -145,7 +145,10 @@ bool WrapperCreation::saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager&
         }
         const auto application = applicationFor(exe, wrapper);
         if (!application) continue;
-        MVFileManager::copyItemAtPath(wrapper + layout::customExeTemplate, *application);
+        // A second build into the same wrapper finds the launcher of the first and writes it anew.
+        if (!MVFileManager::regularFileExistsAtPath(*application + layout::customExeMark)) {
+            MVFileManager::copyItemAtPath(wrapper + layout::customExeTemplate, *application);
+        }
         NSPortManager target = NSPortManager::managerWithCustomExePath(*application);
         target.setPlistObject(exe.version, "CFBundleShortVersionString");
         target.setIconWithImage(exe.icon);

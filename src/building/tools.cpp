@@ -70,7 +70,7 @@ UnpackingFolder::~UnpackingFolder() {
 }
 
 std::optional<files::Lock> lockSupportFolder() {
-    const std::string folder = layout::applicationSupportFolder();
+    const std::string folder = layout::supportFolder();
     static_cast<void>(files::createFolder(folder, true));
     return files::Lock::tryLock(files::join(folder, ".creation.lock"));
 }

@@ -202,7 +202,7 @@ TEST_F(Entry, BuildsOneWrapperAtATime) {
     // The first has ended: a new one may start.
     EXPECT_EQ(install(file), 0);
     // Another process of the user counts as well.
-    const auto lock = files::Lock::tryLock(home + "/Library/Application Support/Morvane/.creation.lock");
+    const auto lock = files::Lock::tryLock(home + "/Library/Application Support/Caskery/.creation.lock");
     ASSERT_TRUE(lock);
     ui.expectError(twoWrappers);
     EXPECT_EQ(install(file), -1);

@@ -48,7 +48,7 @@ TEST_F(NeededResources, FixesTheMasterWrapper) {
 TEST_F(NeededResources, KeepsOutOfARunningCreation) {
     testing::publishMasterWrapper(site);
     reload();
-    const std::string support = home + "/Library/Application Support/Morvane";
+    const std::string support = home + "/Library/Application Support/Caskery";
     std::filesystem::create_directories(support);
     const auto lock = files::Lock::tryLock(support + "/.creation.lock");
     ASSERT_TRUE(lock);

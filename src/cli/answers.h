@@ -1,0 +1,39 @@
+// cli/answers.h: answers given beforehand on the command line.
+#pragma once
+
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/result.h"
+
+namespace morvane::cli {
+
+/// Answers by title, used in the order in which they were given for that title.
+class Answers {
+  public:
+    struct Answer {
+        std::string button;
+        std::optional<std::string> text;
+    };
+
+    /// "TITLE=BUTTON" or "TITLE=BUTTON:TEXT".
+    [[nodiscard]] std::optional<Failure> addAnswer(const std::string& option);
+    /// "TITLE=PATH"; an empty path cancels the panel.
+    [[nodiscard]] std::optional<Failure> addChoice(const std::string& option);
+    void addChoice(const std::string& title, const std::string& path);
+
+    /// The next answer for the title, which is then used up.
+    [[nodiscard]] std::optional<Answer> takeAnswer(const std::string& title);
+    [[nodiscard]] std::optional<std::string> takeChoice(const std::string& title);
+
+    bool defaults = false;  ///< each remaining question takes its default, each remaining panel is cancelled
+
+  private:
+    std::map<std::string, std::deque<Answer>> answers_;
+    std::map<std::string, std::deque<std::string>> choices_;
+};
+
+}  // namespace morvane::cli

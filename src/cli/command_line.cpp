@@ -1,0 +1,169 @@
+#include "cli/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "cli/commands.h"
+
+namespace morvane::cli {
+
+namespace {
+
+using Command = std::function<int(Session&)>;
+
+/// What the options and arguments of all commands fill.
+struct Parsed {
+    std::vector<std::string> answers, choices;
+    bool defaults = false, json = false;
+    std::string file, app, path, name, out, to;
+    bool steam = false, origin = false, uplay = false, macDriver = false, full = false, wait = false;
+    Command command;
+};
+
+void addPortCommands(CLI::App& app, Parsed& parsed) {
+    CLI::App* install = app.add_subcommand("install", "build a port from a CKI file");
+    install->add_option("FILE.cki", parsed.file, "the port description")->required();
+    install->add_option("--to", parsed.to, "where the wrapper is made (PATH.app)");
+    install->callback(
+        [&] { parsed.command = [&](Session& session) { return cli::install(session, parsed.file); }; });
+
+    CLI::App* blank = app.add_subcommand("blank", "make an empty wrapper");
+    blank->add_option("PATH.app", parsed.path, "where the wrapper is made")->required();
+    blank->add_option("--engine", parsed.name, "the engine's name")->required();
+    blank->add_flag("--steam", parsed.steam, "with the Steam client");
+    blank->add_flag("--origin", parsed.origin, "with the Origin client");
+    blank->add_flag("--uplay", parsed.uplay, "with the Uplay client");
+    blank->add_flag("--mac-driver", parsed.macDriver, "with Wine's Mac graphics driver");
+    blank->callback([&] {
+        parsed.command = [&](Session& session) {
+            NSCustomPortView view;
+            view.engine = parsed.name;
+            view.DRMs = (parsed.steam ? drm::steam : 0) | (parsed.origin ? drm::origin : 0) |
+                        (parsed.uplay ? drm::uplay : 0);
+            view.macDriver = parsed.macDriver ? MacDriver::yes : MacDriver::no;
+            return cli::blank(session, parsed.path, view);
+        };
+    });
+}
+
+void addWrapperCommands(CLI::App& app, Parsed& parsed) {
+    const auto command = [&](const char* name, const char* description) {
+        CLI::App* sub = app.add_subcommand(name, description);
+        sub->add_option("APP", parsed.app, "the wrapper")->required();
+        return sub;
+    };
+    CLI::App* run = command("run", "start a wrapper");
+    run->add_flag("--wait", parsed.wait, "return when the program has ended");
+    run->callback([&] {
+        parsed.command = [&](Session& session) {
+            return cli::run(session, parsed.app, parsed.wait ? Waiting::yes : Waiting::no);
+        };
+    });
+    command("debug", "start a wrapper with logs, and wait for its end")->callback([&] {
+        parsed.command = [&](Session& session) { return cli::debug(session, parsed.app); };
+    });
+    command("stop", "stop everything that runs in a wrapper")->callback([&] {
+        parsed.command = [&](Session& session) { return cli::stop(session, parsed.app); };
+    });
+    CLI::App* exe = command("exe", "run a Windows program in a wrapper");
+    exe->add_option("FILE", parsed.file, "an .exe, .msi or .bat file")->required();
+    exe->callback([&] {
+        parsed.command = [&](Session& session) { return cli::exe(session, parsed.app, parsed.file); };
+    });
+    CLI::App* tool = command("tool", "open a tool of Wine for a wrapper");
+    tool->add_option("TOOL", parsed.name, "which one")
+        ->required()
+        ->check(CLI::IsMember({"winecfg", "regedit", "taskmgr", "cmd"}));
+    tool->callback([&] {
+        parsed.command = [&](Session& session) { return cli::tool(session, parsed.app, parsed.name); };
+    });
+}
+
+void addCkiCommands(CLI::App& app, Parsed& parsed) {
+    CLI::App* cki = app.add_subcommand("cki", "port descriptions");
+    cki->require_subcommand(1);
+    CLI::App* show = cki->add_subcommand("show", "print what a port description says");
+    show->add_option("FILE", parsed.file, "a CKI file; with --json, any archive of the format")->required();
+    show->callback([&] { parsed.command = [&](Session& session) { return showCki(session, parsed.file); }; });
+    CLI::App* make = cki->add_subcommand("make", "write a CKI file");
+    make->add_option("DESCRIPTION.plist", parsed.file, "a property list with the same keys, pictures by path")
+        ->required();
+    make->add_option("OUT.cki", parsed.out, "the file to write")->required();
+    make->callback([&] {
+        parsed.command = [&](Session& session) { return makeCki(session, parsed.file, parsed.out); };
+    });
+}
+
+void addEngineCommands(CLI::App& app, Parsed& parsed) {
+    CLI::App* engine = app.add_subcommand("engine", "engines");
+    engine->require_subcommand(1);
+    engine->add_subcommand("list", "print the known engines, newest first")->callback([&] {
+        parsed.command = [](Session& session) { return listEngines(session); };
+    });
+    CLI::App* prepare = engine->add_subcommand("prepare", "fetch an engine");
+    prepare->add_option("NAME", parsed.name, "the engine's name")->required();
+    prepare->callback(
+        [&] { parsed.command = [&](Session& session) { return cli::prepareEngine(session, parsed.name); }; });
+    CLI::App* add = engine->add_subcommand("add-system", "pack this machine's Wine as an engine");
+    add->add_flag("--full", parsed.full, "a self-contained copy");
+    add->callback([&] {
+        parsed.command = [&](Session& session) {
+            return addSystemEngine(session, parsed.full ? EngineKind::full : EngineKind::thin);
+        };
+    });
+}
+
+std::optional<Failure> fillAnswers(Answers& answers, const Parsed& parsed) {
+    for (const std::string& option : parsed.answers) {
+        if (auto failure = answers.addAnswer(option)) return failure;
+    }
+    for (const std::string& option : parsed.choices) {
+        if (auto failure = answers.addChoice(option)) return failure;
+    }
+    if (!parsed.to.empty()) answers.addChoice("Create Port at...", parsed.to);
+    answers.defaults = parsed.defaults;
+    return std::nullopt;
+}
+
+}  // namespace
+
+int runCommandLine(int argc, char** argv) {
+    Parsed parsed;
+    CLI::App app("Installs Windows games, each in its own application bundle.", "morvane");
+    app.set_version_flag("--version", MORVANE_VERSION);
+    app.require_subcommand(0, 1);
+    // The options of questions may stand behind the command as well.
+    app.fallthrough();
+    app.add_option("--answer", parsed.answers,
+                   "TITLE=BUTTON or TITLE=BUTTON:TEXT: answers a question of that title")
+        ->allow_extra_args(false);
+    app.add_option("--choose", parsed.choices, "TITLE=PATH: answers a file panel of that title")
+        ->allow_extra_args(false);
+    app.add_flag("--defaults", parsed.defaults, "take each remaining question's default");
+    app.add_flag("--json", parsed.json, "JSON output");
+    addPortCommands(app, parsed);
+    addWrapperCommands(app, parsed);
+    addCkiCommands(app, parsed);
+    addEngineCommands(app, parsed);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? done : usage;
+    }
+    if (!parsed.command) {
+        std::cerr << app.help()
+                  << "\nThe desktop is not part of this build; the commands above do everything.\n";
+        return usage;
+    }
+    Answers answers;
+    if (const auto failure = fillAnswers(answers, parsed)) {
+        std::cerr << failure->message << "\n";
+        return usage;
+    }
+    Session session(parsed.json ? Output::json : Output::text, std::move(answers));
+    return parsed.command(session);
+}
+
+}  // namespace morvane::cli

@@ -1,0 +1,39 @@
+// cli/commands.h: what each command does. Main thread; results are exit codes.
+#pragma once
+
+#include <string>
+
+#include "building/wrapper_creation.h"
+#include "cli/session.h"
+
+namespace morvane::cli {
+
+enum class Waiting { no, yes };
+enum class EngineKind { thin, full };
+
+/// `install FILE.cki --to PATH.app`.
+int install(Session& session, const std::string& file);
+/// `blank PATH.app --engine NAME`.
+int blank(Session& session, const std::string& path, const NSCustomPortView& view);
+/// `run APP`. Starts it and returns, or waits for its end.
+int run(Session& session, const std::string& app, Waiting waiting);
+/// `debug APP`. Waits for its end and says where the logs are.
+int debug(Session& session, const std::string& app);
+/// `stop APP`.
+int stop(Session& session, const std::string& app);
+/// `exe APP FILE`. Runs a Windows program, of the wrapper or from outside, in the wrapper.
+int exe(Session& session, const std::string& app, const std::string& file);
+/// `tool APP winecfg|regedit|taskmgr|cmd`.
+int tool(Session& session, const std::string& app, const std::string& name);
+/// `cki show FILE [--json]`.
+int showCki(Session& session, const std::string& file);
+/// `cki make DESCRIPTION.plist OUT.cki`.
+int makeCki(Session& session, const std::string& description, const std::string& out);
+/// `engine list`.
+int listEngines(Session& session);
+/// `engine prepare NAME`.
+int prepareEngine(Session& session, const std::string& name);
+/// `engine add-system [--full]`.
+int addSystemEngine(Session& session, EngineKind kind);
+
+}  // namespace morvane::cli

@@ -1,0 +1,172 @@
+#include "cli/console.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+
+#include "platform/folders.h"
+#include "platform/json.h"
+
+namespace morvane::cli {
+
+namespace {
+
+std::size_t terminalWidth() {
+    winsize size{};
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+// Straight to the descriptor: a line is out before the next program writes to the same terminal.
+void writeAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = write(descriptor, text.data(), text.size());
+        if (written <= 0) return;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+}  // namespace
+
+std::string fitted(std::string_view text, std::size_t columns) {
+    std::size_t used = 0;
+    std::size_t at = 0;
+    for (; at < text.size(); ++at) {
+        const bool startsCharacter = (static_cast<unsigned char>(text[at]) & 0xc0U) != 0x80U;
+        if (startsCharacter && used++ == columns) break;
+    }
+    return std::string(text.substr(0, at));
+}
+
+std::string progressLine(const ProgressState& state, std::size_t columns) {
+    std::string line;
+    if (state.indeterminate) {
+        line = "[....................]      ";
+    } else {
+        const auto filled = static_cast<std::size_t>(std::clamp(state.value, 0, 1000) / 50);
+        const std::string percent = std::to_string(std::clamp(state.value, 0, 1000) / 10);
+        line = "[" + std::string(filled, '#') + std::string(20 - filled, '.') + "] " +
+               std::string(3 - std::min<std::size_t>(3, percent.size()), ' ') + percent + "% ";
+    }
+    line += state.status;
+    if (!state.subtitle.empty()) line += "  " + state.subtitle;
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return fitted(line, columns);
+}
+
+Console::Console(Output output)
+    : output_(output),
+      interactive_(isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1),
+      bar_(isatty(STDERR_FILENO) == 1 && environmentVariable("TERM") != "dumb"),
+      colours_(bar_ && environmentVariable("NO_COLOR").empty()),
+      wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+Console::~Console() {
+    clearBar();
+    close(wakeUp_);
+}
+
+void Console::print(std::string_view text) {
+    clearBar();
+    std::string line(text);
+    if (!line.ends_with('\n')) line += '\n';
+    writeAll(STDOUT_FILENO, line);
+}
+
+void Console::say(std::string_view text) {
+    clearBar();
+    std::string line(text);
+    if (!line.ends_with('\n')) line += '\n';
+    writeAll(STDERR_FILENO, line);
+}
+
+void Console::emit(const Dictionary& event) {
+    writeAll(STDOUT_FILENO, jsonText(Value(event)) + "\n");
+}
+
+std::optional<std::string> Console::readLine(const std::string& prompt) {
+    clearBar();
+    writeAll(STDERR_FILENO, prompt);
+    interrupted_ = false;
+    std::uint64_t ignored = 0;
+    (void)!read(wakeUp_, &ignored, sizeof ignored);
+    reading_ = true;
+    std::string line;
+    std::optional<std::string> result;
+    for (;;) {
+        pollfd both[2] = {{STDIN_FILENO, POLLIN, 0}, {wakeUp_, POLLIN, 0}};
+        if (poll(both, 2, -1) < 0) continue;
+        if (both[1].revents != 0) {
+            interrupted_ = true;
+            // What was typed so far belongs to no question any more.
+            tcflush(STDIN_FILENO, TCIFLUSH);
+            writeAll(STDERR_FILENO, "\n");
+            break;
+        }
+        char character = 0;
+        // One byte at a time: what follows the line may be meant for the next question.
+        if (read(STDIN_FILENO, &character, 1) <= 0) break;
+        if (character == '\n') {
+            result = line;
+            break;
+        }
+        line += character;
+    }
+    reading_ = false;
+    return result;
+}
+
+bool Console::interrupt() {
+    if (!reading_) return false;
+    const std::uint64_t one = 1;
+    return write(wakeUp_, &one, sizeof one) == sizeof one;
+}
+
+void Console::clearBar() {
+    if (!barShown_) return;
+    writeAll(STDERR_FILENO, "\r\033[K");
+    barShown_ = false;
+}
+
+void Console::drawBar(const ProgressState& state) {
+    // One column is left free: a full line would move the cursor to the next one.
+    writeAll(STDERR_FILENO, "\r\033[K" + progressLine(state, terminalWidth() - 1));
+    barShown_ = true;
+}
+
+void Console::showProgress(const ProgressState& state) {
+    if (state.height == 0) {
+        clearBar();
+        return;
+    }
+    if (output_ == Output::json) {
+        emit({{"event", "progress"},
+              {"status", state.status},
+              {"subtitle", state.subtitle},
+              {"value", state.indeterminate ? Value() : Value(state.value)}});
+        return;
+    }
+    if (bar_) {
+        drawBar(state);
+        return;
+    }
+    std::string line = state.status + (state.subtitle.empty() ? "" : "  " + state.subtitle);
+    if (line == lastLine_ || line.empty()) return;
+    lastLine_ = line;
+    writeAll(STDERR_FILENO, line + "\n");
+}
+
+std::string Console::bold(std::string_view text) const {
+    return colours_ ? "\033[1m" + std::string(text) + "\033[0m" : std::string(text);
+}
+
+std::string Console::red(std::string_view text) const {
+    return colours_ ? "\033[31m" + std::string(text) + "\033[0m" : std::string(text);
+}
+
+}  // namespace morvane::cli

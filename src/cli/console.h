@@ -1,0 +1,66 @@
+// cli/console.h: the terminal: lines in, lines and a progress bar out. Main thread, but for `interrupt`.
+#pragma once
+
+#include <atomic>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/user_interface.h"
+
+namespace morvane::cli {
+
+enum class Output { text, json };
+
+class Console {
+  public:
+    explicit Console(Output output);
+    ~Console();
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
+
+    /// Whether a person can be asked: standard input and standard error are a terminal.
+    [[nodiscard]] bool isInteractive() const { return interactive_; }
+    [[nodiscard]] Output output() const { return output_; }
+
+    /// To standard output: what the command was asked for.
+    void print(std::string_view text);
+    /// To standard error: what happens meanwhile.
+    void say(std::string_view text);
+    /// A line of the JSON output.
+    void emit(const Dictionary& event);
+
+    /// Shows the prompt and reads a line. Nothing at the end of the input, and after an interrupt.
+    [[nodiscard]] std::optional<std::string> readLine(const std::string& prompt);
+    /// Any thread: ends a `readLine` that waits. False when none does.
+    bool interrupt();
+    /// Whether the last `readLine` was ended by an interrupt.
+    [[nodiscard]] bool wasInterrupted() const { return interrupted_; }
+
+    /// A bar on a terminal, one line per change otherwise, JSON lines on request.
+    void showProgress(const ProgressState& state);
+
+    [[nodiscard]] std::string bold(std::string_view text) const;
+    [[nodiscard]] std::string red(std::string_view text) const;
+
+  private:
+    void clearBar();
+    void drawBar(const ProgressState& state);
+
+    const Output output_;
+    const bool interactive_;
+    const bool bar_;      // standard error is a terminal
+    const bool colours_;  // ... and colours are welcome
+    bool barShown_ = false;
+    bool interrupted_ = false;
+    std::atomic<bool> reading_ = false;
+    int wakeUp_ = -1;  // an event counter that ends a read
+    std::string lastLine_;
+};
+
+/// The width in columns of a UTF-8 text cut so that it fits; wide characters count as one.
+[[nodiscard]] std::string fitted(std::string_view text, std::size_t columns);
+/// "[#####.....]  50%" and the lines beside it, for a terminal of that width.
+[[nodiscard]] std::string progressLine(const ProgressState& state, std::size_t columns);
+
+}  // namespace morvane::cli

@@ -1,0 +1,64 @@
+#include "cli/commands.h"
+#include "engines/caskery_engine.h"
+#include "foundation/file_manager.h"
+#include "platform/host.h"
+#include "platform/json.h"
+#include "runtime/system_engine.h"
+#include "wrapper/layout.h"
+
+namespace morvane::cli {
+
+int listEngines(Session& session) {
+    session.provideSite();
+    return session.onWorker([&] {
+        Array list;
+        std::string lines;
+        for (const std::string& name : NSCaskeryEngine::getListOfAvailableEngines()) {
+            const auto local = NSCaskeryEngine::localPathForEngine(name);
+            list.push_back(Dictionary{{"name", name}, {"archive", local ? Value(*local) : Value()}});
+            lines += name + (local ? "\t" + *local : "") + "\n";
+        }
+        if (session.console().output() == Output::json) {
+            session.console().print(jsonText(Value(list)));
+        } else if (lines.empty()) {
+            session.console().say(
+                "No engine is known. Add this machine's Wine with: morvane engine add-system");
+        } else {
+            session.console().print(lines);
+        }
+        return static_cast<int>(done);
+    });
+}
+
+int prepareEngine(Session& session, const std::string& name) {
+    return session.withCreation([&](WrapperCreation& creation) {
+        if (!host().creation.begin()) return static_cast<int>(failed);
+        bool prepared = false;
+        try {
+            prepared = creation.prepareEngine(name, std::nullopt);
+        } catch (const Cancelled&) {
+            host().creation.end();
+            throw;
+        }
+        host().creation.end();
+        const auto archive = NSCaskeryEngine::localPathForEngine(name);
+        if (!prepared || !archive) return session.fail("The engine " + name + " is not available.");
+        session.console().print(*archive);
+        return static_cast<int>(done);
+    });
+}
+
+int addSystemEngine(Session& session, EngineKind kind) {
+    return session.onWorker([&] {
+        const std::string store = layout::enginesFolder();
+        if (!MVFileManager::createDirectoryAtPath(store, IntermediateFolders::yes))
+            return static_cast<int>(failed);
+        const auto archive = runtime::packSystemEngine(
+            store, kind == EngineKind::full ? runtime::SystemEngine::full : runtime::SystemEngine::thin);
+        if (const Failure* failure = failureOf(archive)) return session.fail(failure->message);
+        session.console().print(std::get<std::string>(archive));
+        return static_cast<int>(done);
+    });
+}
+
+}  // namespace morvane::cli

@@ -1,0 +1,157 @@
+#include "cli/session.h"
+
+#include <pthread.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <exception>
+#include <utility>
+
+#include "building/wrapper_creation.h"
+#include "foundation/localization.h"
+#include "runtime/system_engine.h"
+#include "server/site_server.h"
+
+namespace morvane::cli {
+
+namespace {
+
+sigset_t requestSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, signal);
+    return signals;
+}
+
+std::string withFinalSlash(std::string address) {
+    if (!address.empty() && !address.ends_with('/')) address += '/';
+    return address;
+}
+
+Host::Options optionsOfProcess() {
+    Host::Options options;
+    options.folders = Folders::fromEnvironment();
+    options.searchPath = environmentVariable("PATH");
+    options.sites.caskery = withFinalSlash(environmentVariable("MORVANE_CASKERY_SITE"));
+    options.sites.catalogue = withFinalSlash(environmentVariable("MORVANE_CATALOGUE"));
+    return options;
+}
+
+}  // namespace
+
+Session::Session(Output output, Answers answers)
+    : console_(output), answers_(std::move(answers)), interface_(console_, answers_) {
+    const sigset_t signals = requestSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    signal(SIGPIPE, SIG_IGN);
+    host_ = std::make_unique<Host>(optionsOfProcess(), interface_);
+    progress_ = std::make_shared<NSProgressView>();
+    signalWatcher_ = std::thread([this] { watchSignals(); });
+}
+
+Session::~Session() {
+    host_->workQueues.joinAll();
+    site_.reset();
+    ending_ = true;
+    pthread_kill(signalWatcher_.native_handle(), SIGHUP);
+    signalWatcher_.join();
+}
+
+void Session::watchSignals() {
+    const sigset_t signals = requestSignals();
+    for (;;) {
+        int signal = 0;
+        if (sigwait(&signals, &signal) != 0) continue;
+        if (ending_) return;
+        handleSignal(signal);
+    }
+}
+
+void Session::handleSignal(int signal) {
+    if (!host_->creation.running() && !console_.interrupt()) {
+        // Nothing is being made, so that there is nothing to unwind.
+        std::_Exit(cancelled);
+    }
+    // A question that is open has the person's attention already; so has somebody who presses it a second
+    // time.
+    const bool asked = signal == SIGINT && console_.isInteractive() && !console_.interrupt();
+    if (asked) {
+        host_->mainQueue.post([this] {
+            WrapperCreation* creation = creation_;
+            if (creation != nullptr && creation->cancelWrapperCreation()) cancelled_ = true;
+        });
+        return;
+    }
+    cancelled_ = true;
+    host_->creation.request();
+}
+
+void Session::provideSite() {
+    if (!host_->sites.caskery.empty()) return;
+    SiteServer::Content content;
+    content.siteFolder = host_->folders.resources + "/site";
+    engines_ = std::make_unique<runtime::SystemEngineStore>();
+    content.engineNames = [this] { return engines_->names(); };
+    content.engineArchive = [this](const std::string& name) { return engines_->archive(name); };
+    site_ = std::make_unique<SiteServer>(std::move(content));
+    host_->sites.caskery = site_->baseAddress();
+    if (host_->sites.catalogue.empty()) host_->sites.catalogue = site_->baseAddress();
+}
+
+int Session::onWorker(const std::function<int()>& work) {
+    int result = failed;
+    std::exception_ptr exception;
+    std::atomic<bool> ended = false;
+    host_->workQueues.start("app.morvane.command", Priority::normal, [&] {
+        try {
+            result = work();
+        } catch (...) {
+            exception = std::current_exception();
+        }
+        ended = true;
+        host_->mainQueue.wake();
+    });
+    host_->mainQueue.runUntil([&] { return ended.load(); });
+    // What the work posted last still belongs to its output.
+    host_->mainQueue.drain();
+    if (cancelled_ || console_.wasInterrupted()) {
+        console_.say(localized("Cancelled."));
+        return cancelled;
+    }
+    if (interface_.unanswered()) {
+        console_.say("No answer to: " + *interface_.unanswered());
+        console_.say(
+            "Give one with --answer 'TITLE=BUTTON' or --choose 'TITLE=PATH', or take the defaults with "
+            "--defaults.");
+        return unanswered;
+    }
+    if (exception) {
+        try {
+            std::rethrow_exception(exception);
+        } catch (const Cancelled&) {
+            return cancelled;
+        } catch (const std::exception& error) {
+            return fail(error.what());
+        }
+    }
+    return result;
+}
+
+int Session::withCreation(const std::function<int(WrapperCreation&)>& work) {
+    provideSite();
+    return onWorker([&] {
+        // Made on the worker: it asks the site for the newest master wrapper.
+        WrapperCreation creation(progress_);
+        creation_ = &creation;
+        const int result = work(creation);
+        creation_ = nullptr;
+        return result;
+    });
+}
+
+int Session::fail(const std::string& message) {
+    console_.say(console_.red("Error") + ": " + message);
+    return failed;
+}
+
+}  // namespace morvane::cli

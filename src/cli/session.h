@@ -1,0 +1,67 @@
+// cli/session.h: one run of the command: the machine, the terminal, the embedded site, Ctrl-C.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "cli/answers.h"
+#include "cli/console.h"
+#include "cli/terminal_interface.h"
+#include "foundation/progress_view.h"
+#include "platform/host.h"
+
+namespace morvane {
+class SiteServer;
+class WrapperCreation;
+}  // namespace morvane
+namespace morvane::runtime {
+class SystemEngineStore;
+}  // namespace morvane::runtime
+
+namespace morvane::cli {
+
+enum ExitCode : int { done = 0, failed = 1, usage = 2, unanswered = 4, cancelled = 130 };
+
+class Session {
+  public:
+    /// Blocks SIGINT, SIGTERM and SIGHUP for the process: from here on they are requests. To be made before
+    /// any thread.
+    Session(Output output, Answers answers);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    [[nodiscard]] Console& console() { return console_; }
+    [[nodiscard]] const std::shared_ptr<NSProgressView>& progress() const { return progress_; }
+
+    /// Starts the embedded site unless another one is configured. Before `onWorker`.
+    void provideSite();
+    /// Runs the work on a worker and the main queue here until everything that it started has ended. The
+    /// work's result is the exit code, unless a question stayed unanswered or the user cancelled.
+    int onWorker(const std::function<int()>& work);
+    /// The same with a creation, whose cancellation the user may ask for.
+    int withCreation(const std::function<int(WrapperCreation&)>& work);
+    /// Says what went wrong; the exit code of a failure.
+    int fail(const std::string& message);
+
+  private:
+    void watchSignals();
+    void handleSignal(int signal);
+
+    Console console_;
+    Answers answers_;
+    TerminalInterface interface_;
+    std::unique_ptr<Host> host_;
+    std::shared_ptr<NSProgressView> progress_;
+    std::unique_ptr<runtime::SystemEngineStore> engines_;  // what the embedded site offers
+    std::unique_ptr<SiteServer> site_;
+    std::atomic<WrapperCreation*> creation_ = nullptr;
+    std::atomic<bool> cancelled_ = false;
+    std::atomic<bool> ending_ = false;
+    std::thread signalWatcher_;
+};
+
+}  // namespace morvane::cli

@@ -1,0 +1,230 @@
+#include "cli/terminal_interface.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "foundation/text.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/workspace.h"
+
+namespace morvane::cli {
+
+std::optional<std::size_t> buttonFor(const std::string& typed, const Dialog& dialog) {
+    const std::string wanted = MVString::lowercased(MVString::trimmed(typed));
+    if (wanted.empty()) return dialog.defaultButton;
+    std::optional<std::size_t> found;
+    for (std::size_t at = 0; at < dialog.buttons.size(); ++at) {
+        const std::string name = MVString::lowercased(dialog.buttons[at]);
+        if (wanted == name || wanted == std::to_string(at + 1)) return at;
+        if (!name.starts_with(wanted)) continue;
+        if (found) return std::nullopt;  // "I" of "I Agree" and "I Disagree"
+        found = at;
+    }
+    return found;
+}
+
+std::string expandedPath(const std::string& typed) {
+    std::string path = typed;
+    if (path.starts_with("~")) {
+        const auto slash = std::min(path.find('/'), path.size());
+        const std::string name = path.substr(1, slash - 1);
+        const passwd* user = name.empty() ? nullptr : getpwnam(name.c_str());
+        if (name.empty()) {
+            path = host().folders.home + path.substr(slash);
+        } else if (user != nullptr) {
+            path = user->pw_dir + path.substr(slash);
+        }
+    }
+    std::error_code ignored;
+    path = std::filesystem::absolute(path, ignored).lexically_normal().string();
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+}
+
+void TerminalInterface::showMessage(const Dialog& dialog) {
+    const bool isError = dialog.icon == Dialog::Icon::stop;
+    errorShown_ = errorShown_ || isError;
+    if (console_.output() == Output::json) {
+        console_.emit({{"event", "message"}, {"title", dialog.title}, {"text", dialog.text}});
+        if (!isError) return;
+    }
+    const std::string title = isError ? console_.red(dialog.title) : console_.bold(dialog.title);
+    console_.say(title + ": " + dialog.text);
+}
+
+std::optional<DialogAnswer> TerminalInterface::scriptedAnswer(const Dialog& dialog) {
+    const auto* field = std::get_if<TextField>(&dialog.accessory);
+    if (const auto answer = answers_.takeAnswer(dialog.title)) {
+        const auto button = buttonFor(answer->button, dialog);
+        if (!button) {
+            giveUp(dialog.title + ": there is no button \"" + answer->button + "\"");
+            return DialogAnswer{.button = dialog.defaultButton, .text = ""};
+        }
+        return DialogAnswer{.button = *button,
+                            .text = answer->text.value_or(field != nullptr ? field->text : "")};
+    }
+    if (!answers_.defaults) return std::nullopt;
+    return DialogAnswer{.button = dialog.defaultButton, .text = field != nullptr ? field->text : ""};
+}
+
+std::optional<DialogAnswer> TerminalInterface::askForText(const Dialog& dialog) {
+    const auto* field = std::get_if<TextField>(&dialog.accessory);
+    const std::string hint = field->text.empty() ? "" : " [" + field->text + "]";
+    const auto typed = console_.readLine(console_.bold(dialog.title) + hint + "\n(end of input cancels) > ");
+    if (!typed) {
+        if (console_.wasInterrupted()) return std::nullopt;
+        return DialogAnswer{.button = dialog.buttons.size() - 1, .text = ""};
+    }
+    return DialogAnswer{.button = dialog.defaultButton, .text = typed->empty() ? field->text : *typed};
+}
+
+std::optional<DialogAnswer> TerminalInterface::askForButton(const Dialog& dialog) {
+    console_.say(console_.bold(dialog.title));
+    console_.say(dialog.text);
+    if (const auto* image = std::get_if<ImageAccessory>(&dialog.accessory))
+        console_.say("(picture: " + image->path + ")");
+    if (const auto* text = std::get_if<LongText>(&dialog.accessory)) console_.say("\n" + text->text);
+    std::string prompt;
+    for (std::size_t at = 0; at < dialog.buttons.size(); ++at) {
+        const bool isDefault = at == dialog.defaultButton;
+        prompt += (at == 0 ? "" : "  ") + std::to_string(at + 1) + ") " + dialog.buttons[at] +
+                  (isDefault ? " [Enter]" : "");
+    }
+    for (;;) {
+        const auto typed = console_.readLine(prompt + " > ");
+        if (!typed) return std::nullopt;
+        if (const auto button = buttonFor(*typed, dialog)) return DialogAnswer{.button = *button, .text = ""};
+        console_.say("Please type a number or the beginning of an answer.");
+    }
+}
+
+void TerminalInterface::giveUp(const std::string& question) {
+    if (host().creation.requested()) return;
+    if (!unanswered_) unanswered_ = question;
+    if (!host().creation.running()) throw Unanswered(question);
+    host().creation.request();
+}
+
+DialogAnswer TerminalInterface::showDialog(const Dialog& dialog) {
+    if (dialog.buttons.size() == 1 && std::holds_alternative<std::monostate>(dialog.accessory)) {
+        showMessage(dialog);
+        return {};
+    }
+    if (const auto answer = scriptedAnswer(dialog)) return *answer;
+    std::optional<DialogAnswer> answer;
+    if (console_.isInteractive()) {
+        answer =
+            std::holds_alternative<TextField>(dialog.accessory) ? askForText(dialog) : askForButton(dialog);
+        // Ctrl-C at a question is a cancellation already.
+        if (!answer && console_.wasInterrupted()) host().creation.request();
+    }
+    if (answer) return *answer;
+    giveUp(dialog.title + ": " + dialog.text);
+    return {.button = dialog.defaultButton, .text = ""};
+}
+
+std::vector<std::string> TerminalInterface::chooseFiles(const OpenPanel& panel) {
+    if (const auto path = answers_.takeChoice(panel.title)) {
+        return path->empty() ? std::vector<std::string>{} : std::vector<std::string>{expandedPath(*path)};
+    }
+    if (answers_.defaults) return {};
+    if (!console_.isInteractive()) {
+        giveUp(panel.title);
+        return {};
+    }
+    console_.say(console_.bold(panel.title));
+    if (!panel.types.empty()) console_.say("(one of: " + MVString::joined(panel.types, ", ") + ")");
+    for (;;) {
+        const auto typed = console_.readLine("Path (nothing to cancel) > ");
+        if (!typed && console_.wasInterrupted()) host().creation.request();
+        if (!typed || typed->empty()) return {};
+        const std::string path = expandedPath(*typed);
+        const files::Kind kind = files::kindBehind(path);
+        if (kind == files::Kind::none) {
+            console_.say("There is nothing at " + path);
+        } else if (kind == files::Kind::folder ? !panel.folders : !panel.files) {
+            console_.say(panel.folders ? "That is not a folder." : "That is not a file.");
+        } else if (kind != files::Kind::folder && !panel.types.empty() &&
+                   std::find(panel.types.begin(), panel.types.end(), files::extension(path)) ==
+                       panel.types.end()) {
+            console_.say("That file has none of the possible types.");
+        } else if (panel.shouldEnable && !panel.shouldEnable(path)) {
+            console_.say("That file is not the one that is asked for.");
+        } else {
+            return {path};
+        }
+    }
+}
+
+std::optional<std::string> TerminalInterface::chooseSavePath(const SavePanel& panel) {
+    const auto withType = [&panel](std::string path) {
+        const bool typed =
+            panel.types.empty() || std::any_of(panel.types.begin(), panel.types.end(),
+                                               [&](const auto& type) { return path.ends_with("." + type); });
+        return typed ? path : path + "." + panel.types.front();
+    };
+    if (const auto path = answers_.takeChoice(panel.title)) {
+        if (path->empty()) return std::nullopt;
+        return withType(expandedPath(*path));
+    }
+    const std::string proposal = withType(files::join(panel.startFolder, panel.proposedName));
+    if (!console_.isInteractive() || answers_.defaults) {
+        if (answers_.defaults && !panel.proposedName.empty() && files::kindOf(proposal) == files::Kind::none)
+            return proposal;
+        giveUp(panel.title);
+        return std::nullopt;
+    }
+    console_.say(console_.bold(panel.title));
+    for (;;) {
+        const auto typed = console_.readLine("Path [" + proposal + "] > ");
+        if (!typed) return std::nullopt;
+        const std::string path = typed->empty() ? proposal : withType(expandedPath(*typed));
+        if (files::kindOf(path) == files::Kind::none) return path;
+        const auto sure =
+            console_.readLine(path + " exists already. Build into it? 1) No [Enter]  2) Yes > ");
+        if (!sure) return std::nullopt;
+        if (*sure == "2" || MVString::lowercased(*sure).starts_with("y")) return path;
+    }
+}
+
+void TerminalInterface::showProgress(const ProgressState& state) {
+    console_.showProgress(state);
+}
+
+void TerminalInterface::notify(const Notification& notification) {
+    if (console_.output() == Output::json) {
+        console_.emit({{"event", "notification"},
+                       {"title", notification.title},
+                       {"text", notification.message},
+                       {"info", notification.info}});
+        return;
+    }
+    console_.say(console_.bold(notification.title) + ": " + notification.message);
+}
+
+void TerminalInterface::openLink(const std::string& url) {
+    workspace::openLink(url);
+}
+
+// A command does not open windows by itself: it says what to look at.
+void TerminalInterface::openPath(const std::string& path) {
+    console_.say("See " + path);
+}
+
+void TerminalInterface::revealPath(const std::string& path) {
+    console_.say("See " + path);
+}
+
+void TerminalInterface::launchBundle(const std::string& path) {
+    workspace::launchBundle(path);
+}
+
+void TerminalInterface::bringToFront(const std::string& pathPrefix) {
+    workspace::bringToFront(pathPrefix);
+}
+
+}  // namespace morvane::cli

@@ -1,0 +1,65 @@
+// cli/terminal_interface.h: the user interface of the command: questions in the terminal, or from the command
+// line.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "cli/answers.h"
+#include "cli/console.h"
+#include "platform/user_interface.h"
+
+namespace morvane::cli {
+
+/// A question had no answer and there is nobody to ask; the command ends with exit code 4.
+class Unanswered : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+class TerminalInterface : public UserInterface {
+  public:
+    TerminalInterface(Console& console, Answers& answers) : console_(console), answers_(answers) {}
+
+    /// While a creation runs, a question without an answer cancels it and is answered with its default, which
+    /// nobody uses; otherwise it throws `Unanswered`.
+    DialogAnswer showDialog(const Dialog& dialog) override;
+    std::vector<std::string> chooseFiles(const OpenPanel& panel) override;
+    std::optional<std::string> chooseSavePath(const SavePanel& panel) override;
+    void showProgress(const ProgressState& state) override;
+    void notify(const Notification& notification) override;
+    void openLink(const std::string& url) override;
+    void openPath(const std::string& path) override;
+    void revealPath(const std::string& path) override;
+    void launchBundle(const std::string& path) override;
+    void bringToFront(const std::string& pathPrefix) override;
+
+    /// The question that nobody answered, if there was one.
+    [[nodiscard]] const std::optional<std::string>& unanswered() const { return unanswered_; }
+    /// Whether an error was shown.
+    [[nodiscard]] bool errorShown() const { return errorShown_; }
+
+  private:
+    void showMessage(const Dialog& dialog);
+    [[nodiscard]] std::optional<DialogAnswer> scriptedAnswer(const Dialog& dialog);
+    [[nodiscard]] std::optional<DialogAnswer> askForText(const Dialog& dialog);
+    [[nodiscard]] std::optional<DialogAnswer> askForButton(const Dialog& dialog);
+    /// Nobody answers: ends the command, unless a person has just cancelled it.
+    void giveUp(const std::string& question);
+
+    Console& console_;
+    Answers& answers_;
+    std::optional<std::string> unanswered_;
+    bool errorShown_ = false;
+};
+
+/// The button that was typed: its number, its name or the beginning of it, whatever the case; the default for
+/// nothing.
+[[nodiscard]] std::optional<std::size_t> buttonFor(const std::string& typed, const Dialog& dialog);
+/// An absolute path: "~" and "~user" at the start are homes, anything else is relative to the working folder.
+[[nodiscard]] std::string expandedPath(const std::string& typed);
+
+}  // namespace morvane::cli

@@ -1,0 +1,75 @@
+#include "platform/workspace.h"
+
+#include <cctype>
+#include <string_view>
+#include <vector>
+
+#include "platform/files.h"
+#include "platform/folders.h"
+#include "platform/host.h"
+#include "platform/process.h"
+#include "platform/property_list.h"
+
+namespace morvane::workspace {
+
+namespace {
+
+void startProgram(const std::string& name, const std::vector<std::string>& arguments) {
+    const auto found = processes::search(name, host().searchPath);
+    if (!found.empty()) processes::launch(found.back(), arguments);
+}
+
+bool runsBelow(const std::string& process, const std::string& folder) {
+    const auto program = files::destinationOfLink(process + "/exe");
+    const auto* path = std::get_if<std::string>(&program);
+    if (path != nullptr && path->starts_with(folder + "/")) return true;
+    const auto environment = files::read(process + "/environ");
+    const auto* variables = std::get_if<std::string>(&environment);
+    if (variables == nullptr) return false;
+    const std::string wanted = "WINEPREFIX=" + folder + "/";
+    return variables->starts_with(wanted) || variables->find('\0' + wanted) != std::string::npos;
+}
+
+}  // namespace
+
+void openLink(const std::string& url) {
+    startProgram("open", {url});
+}
+
+void openPath(const std::string& path) {
+    startProgram("open", {path});
+}
+
+void revealPath(const std::string& path) {
+    startProgram("open", {"-R", path});
+}
+
+bool launchBundle(const std::string& path) {
+    const auto settings = property_lists::read(path + "/Contents/Info.plist");
+    const auto* dictionary = settings ? settings->as<Dictionary>() : nullptr;
+    const auto* executable =
+        dictionary != nullptr ? dictionary->get<std::string>("CFBundleExecutable") : nullptr;
+    if (executable == nullptr || executable->find('/') != std::string::npos) return false;
+    const std::string program = path + "/Contents/MacOS/" + *executable;
+    return files::isExecutable(program) && processes::launch(program);
+}
+
+void bringToFront(const std::string& pathPrefix) {
+    const auto xdotool = processes::search("xdotool", host().searchPath);
+    if (xdotool.empty() || environmentVariable("DISPLAY").empty()) return;
+    const auto entries = files::list("/proc");
+    const auto* names = std::get_if<std::vector<std::string>>(&entries);
+    if (names == nullptr) return;
+    for (const std::string& name : *names) {
+        if (std::isdigit(static_cast<unsigned char>(name.front())) == 0 ||
+            !runsBelow("/proc/" + name, pathPrefix)) {
+            continue;
+        }
+        ProcessRequest raise;
+        raise.program = xdotool.back();
+        raise.arguments = {"search", "--onlyvisible", "--pid", name, "windowraise", "%@"};
+        (void)processes::run(raise);
+    }
+}
+
+}  // namespace morvane::workspace

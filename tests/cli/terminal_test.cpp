@@ -1,0 +1,112 @@
+#include <gtest/gtest.h>
+
+#include "cli/answers.h"
+#include "cli/console.h"
+#include "cli/terminal_interface.h"
+#include "support/test_machine.h"
+
+namespace morvane::cli {
+namespace {
+
+TEST(Answers, AreUsedInTheOrderOfTheirTitles) {
+    Answers answers;
+    ASSERT_FALSE(answers.addAnswer("Warning=Yes"));
+    ASSERT_FALSE(answers.addAnswer("Error=No"));
+    ASSERT_FALSE(answers.addAnswer("Warning=No"));
+    ASSERT_FALSE(answers.addAnswer("Paste here=OK:http://a/b=c"));
+    ASSERT_FALSE(answers.addChoice("Select the installer=/tmp/a=b.exe"));
+    EXPECT_TRUE(answers.addAnswer("no equals sign"));
+    EXPECT_TRUE(answers.addAnswer("=Yes"));
+
+    EXPECT_EQ(answers.takeAnswer("Warning")->button, "Yes");
+    EXPECT_EQ(answers.takeAnswer("Warning")->button, "No");
+    EXPECT_FALSE(answers.takeAnswer("Warning"));
+    EXPECT_EQ(answers.takeAnswer("Paste here")->text, "http://a/b=c");
+    EXPECT_EQ(answers.takeChoice("Select the installer"), "/tmp/a=b.exe");
+    EXPECT_FALSE(answers.takeChoice("Select the installer"));
+}
+
+TEST(ButtonFor, TakesNumbersNamesAndBeginnings) {
+    Dialog dialog;
+    dialog.buttons = {"I Agree", "I Disagree"};
+    struct Row {
+        const char* typed;
+        std::optional<std::size_t> button;
+    };
+    const Row rows[] = {{"", 0},   {"2", 1},  {"i agree", 0},      {"I D", 1},
+                        {"i", {}}, {"3", {}}, {" I Disagree ", 1}, {"yes", {}}};
+    for (const Row& row : rows) EXPECT_EQ(buttonFor(row.typed, dialog), row.button) << row.typed;
+    dialog.defaultButton = 1;
+    EXPECT_EQ(buttonFor("", dialog), 1U);
+}
+
+TEST(ProgressLine, ShowsBarAndLinesWithinTheWidth) {
+    ProgressState state;
+    state.status = "Downloading engine…";
+    state.subtitle = "1Mb of 2Mb";
+    state.indeterminate = false;
+    state.value = 500;
+    EXPECT_EQ(progressLine(state, 100), "[##########..........]  50% Downloading engine…  1Mb of 2Mb");
+    EXPECT_EQ(progressLine(state, 30), "[##########..........]  50% Do");
+    state.value = 1000;
+    EXPECT_EQ(progressLine(state, 28), "[####################] 100% ");
+    state.status = "two\nlines";
+    EXPECT_EQ(progressLine(state, 100).find('\n'), std::string::npos);
+    EXPECT_EQ(fitted("äöü", 2), "äö");
+}
+
+class Terminal : public morvane::testing::TestMachine {
+  protected:
+    // Standard input is no terminal in the tests: a question without an answer ends the command.
+    Console console{Output::json};
+    Answers answers;
+    TerminalInterface terminal{console, answers};
+
+    static Dialog question() {
+        Dialog dialog;
+        dialog.title = "Warning";
+        dialog.text = "Really?";
+        dialog.buttons = {"No", "Yes"};
+        return dialog;
+    }
+};
+
+TEST_F(Terminal, AnswersFromTheCommandLineThenByDefaults) {
+    ASSERT_FALSE(answers.addAnswer("Warning=Yes"));
+    EXPECT_EQ(terminal.showDialog(question()).button, 1U);
+    EXPECT_THROW(terminal.showDialog(question()), Unanswered);
+    EXPECT_EQ(terminal.unanswered(), "Warning: Really?");
+    answers.defaults = true;
+    EXPECT_EQ(terminal.showDialog(question()).button, 0U);
+}
+
+TEST_F(Terminal, AnUnansweredQuestionCancelsTheRunningCreation) {
+    ASSERT_TRUE(machine->creation.begin());
+    EXPECT_EQ(terminal.showDialog(question()).button, 0U);
+    EXPECT_TRUE(machine->creation.requested());
+    EXPECT_TRUE(terminal.unanswered());
+}
+
+TEST_F(Terminal, AButtonThatDoesNotExistIsNoAnswer) {
+    ASSERT_FALSE(answers.addAnswer("Warning=Perhaps"));
+    EXPECT_THROW(terminal.showDialog(question()), Unanswered);
+}
+
+TEST_F(Terminal, FilePanelsTakePathsAndExpandHomes) {
+    ASSERT_FALSE(answers.addChoice("Select=~/a.exe"));
+    ASSERT_FALSE(answers.addChoice("Select="));
+    OpenPanel panel;
+    panel.title = "Select";
+    EXPECT_EQ(terminal.chooseFiles(panel), std::vector<std::string>{home + "/a.exe"});
+    EXPECT_TRUE(terminal.chooseFiles(panel).empty());
+
+    answers.addChoice("Create Port at...", "/a/b/../Game");
+    SavePanel save;
+    save.title = "Create Port at...";
+    save.types = {"app"};
+    EXPECT_EQ(terminal.chooseSavePath(save), "/a/Game.app");
+    EXPECT_EQ(expandedPath("~"), home);
+}
+
+}  // namespace
+}  // namespace morvane::cli
