@@ -43,7 +43,7 @@ std::optional<Failure> readiness(const WineSession& session) {
     }
     if (!hasDisplay()) tell("There is no display (DISPLAY is not set): windows cannot be shown.");
     if (auto failure = keepDrives(bundle)) return failure;
-    return keepUserFoldersInside(bundle);
+    return makeUserFolders(bundle);
 }
 
 int createCommand(const WrapperBundle& bundle, std::optional<Failure> (*make)(WineSession&)) {

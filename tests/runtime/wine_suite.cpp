@@ -222,17 +222,16 @@ TEST_F(Wine, AStopSavesTheRegistry) {
     EXPECT_TRUE(processesOf(files::resolved(wrapper + "/Contents/Resources").value()).empty());
 }
 
-TEST_F(Wine, WhatAPortMayHaveRemovedIsPutBack) {
-    const std::string prefix = wrapper + "/Contents/Resources",
-                      documents = driveC + "/users/" + user() + "/Documents";
+TEST_F(Wine, AStartPutsBackWhatIsMissingAndLeavesTheUsersLinks) {
+    const std::string prefix = wrapper + "/Contents/Resources", users = driveC + "/users/" + user();
     for (const char* link : {"/dosdevices/c:", "/dosdevices/z:"}) ASSERT_FALSE(files::remove(prefix + link));
-    ASSERT_FALSE(files::remove(documents));
-    ASSERT_FALSE(files::createSymbolicLink(documents, userHome + "/Documents"));
+    for (const char* name : {"/Documents", "/Music"}) ASSERT_FALSE(files::remove(users + name));
+    ASSERT_FALSE(files::createSymbolicLink(users + "/Documents", "/somewhere/saves"));
     EXPECT_EQ(tool({probe, "exit"}).status, 7);
     EXPECT_EQ(std::get<std::string>(files::destinationOfLink(prefix + "/dosdevices/c:")), "../drive_c");
     EXPECT_EQ(std::get<std::string>(files::destinationOfLink(prefix + "/dosdevices/z:")), "/");
-    EXPECT_EQ(files::kindOf(documents), files::Kind::folder);
-    EXPECT_EQ(files::kindOf(userHome + "/Documents"), files::Kind::folder);
+    EXPECT_EQ(files::kindOf(users + "/Music"), files::Kind::folder);
+    EXPECT_EQ(std::get<std::string>(files::destinationOfLink(users + "/Documents")), "/somewhere/saves");
 }
 
 TEST_F(Wine, DebugKeepsWhatWineSays) {
