@@ -42,7 +42,8 @@ std::optional<Failure> readiness(const WineSession& session) {
                        "/system.reg is missing."};
     }
     if (!hasDisplay()) tell("There is no display (DISPLAY is not set): windows cannot be shown.");
-    return keepUserFoldersInside(bundle);
+    if (auto failure = keepDrives(bundle)) return failure;
+    return makeUserFolders(bundle);
 }
 
 int createCommand(const WrapperBundle& bundle, std::optional<Failure> (*make)(WineSession&)) {

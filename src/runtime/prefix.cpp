@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <utility>
 #include <vector>
 
 #include "platform/files.h"
@@ -36,20 +37,31 @@ std::vector<std::string> pathsBelow(const std::string& folder) {
                                        : std::get<std::vector<std::string>>(paths);
 }
 
-bool leadsOut(const std::string& link, const std::string& folder) {
-    const auto target = files::resolved(link);
-    return !target || !target->starts_with(folder + "/");
+/// Turns what Wine linked to the home folder all the same into folders. Only in a new prefix, where nobody
+/// else put links yet.
+std::optional<Failure> cutLinksOut(const WrapperBundle& bundle) {
+    const std::string users = bundle.driveC() + "/users";
+    const auto inside = files::resolved(bundle.prefix());
+    if (!inside) return Failure{bundle.prefix() + " cannot be read."};
+    for (const std::string& path : pathsBelow(users)) {
+        const std::string link = users + "/" + path;
+        if (files::kindOf(link) != files::Kind::link) continue;
+        const auto target = files::resolved(link);
+        if (target && target->starts_with(*inside + "/")) continue;
+        if (auto error = files::remove(link)) return Failure{link + ": " + *error};
+        if (auto error = files::createFolder(link, true)) return Failure{link + ": " + *error};
+    }
+    return std::nullopt;
 }
 
 std::optional<Failure> bootPrefix(WineSession& session, const std::string& option) {
     const WrapperBundle& bundle = session.bundle();
-    if (auto failure = keepUserFoldersInside(bundle)) return failure;
+    if (auto failure = makeUserFolders(bundle)) return failure;
     // Without a display Wine can't ask for anything. It returns before the registry is written.
     const int status = session.wine({"wineboot.exe", option}, bundle.prefix(), Display::hidden);
     session.waitForAll();
     if (session.stopped() != 0) return Failure{"Stopped."};
     slimPrefix(bundle);
-    if (auto failure = keepUserFoldersInside(bundle)) return failure;
     for (const char* name : {"system.reg", "user.reg", "dosdevices/c:", "drive_c/windows/system32"}) {
         if (files::kindBehind(bundle.prefix() + "/" + name) == files::Kind::none) {
             return Failure{"Wine (exit code " + std::to_string(status) + ") did not make " + bundle.prefix() +
@@ -61,30 +73,34 @@ std::optional<Failure> bootPrefix(WineSession& session, const std::string& optio
 
 }  // namespace
 
-std::optional<Failure> keepUserFoldersInside(const WrapperBundle& bundle) {
-    const std::string name = userName(), users = bundle.driveC() + "/users";
-    if (name.empty() || name.find('/') != std::string::npos || name == "..")
+std::optional<Failure> makeUserFolders(const WrapperBundle& bundle) {
+    const std::string name = userName();
+    if (name.empty() || name.find('/') != std::string::npos || name == "..") {
         return Failure{"The user has no usable name."};
-    const std::string home = users + "/" + name;
-    const auto inside = files::resolved(bundle.prefix());
-    if (!inside) return Failure{bundle.prefix() + " cannot be read."};
-    if (files::kindOf(users) == files::Kind::link) return Failure{users + " is a link."};
-    for (const std::string& path : pathsBelow(users)) {
-        const std::string link = users + "/" + path;
-        if (files::kindOf(link) != files::Kind::link || !leadsOut(link, *inside)) continue;
-        if (auto error = files::remove(link)) return Failure{link + ": " + *error};
-        if (auto error = files::createFolder(link, true)) return Failure{link + ": " + *error};
     }
     for (const char* folder : userFolders) {
-        const std::string path = home + "/" + folder;
-        if (files::kindBehind(path) == files::Kind::folder) continue;
+        const std::string path = bundle.driveC() + "/users/" + name + "/" + folder;
+        if (files::kindOf(path) != files::Kind::none) continue;
         if (auto error = files::createFolder(path, true)) return Failure{path + ": " + *error};
     }
     return std::nullopt;
 }
 
+std::optional<Failure> keepDrives(const WrapperBundle& bundle) {
+    constexpr std::array<std::pair<const char*, const char*>, 2> drives{{{"c:", "../drive_c"}, {"z:", "/"}}};
+    const std::string folder = bundle.prefix() + "/dosdevices";
+    if (auto error = files::createFolder(folder, true)) return Failure{folder + ": " + *error};
+    for (const auto& [name, destination] : drives) {
+        const std::string link = folder + "/" + name;
+        if (files::kindOf(link) != files::Kind::none) continue;
+        if (auto error = files::createSymbolicLink(link, destination)) return Failure{link + ": " + *error};
+    }
+    return std::nullopt;
+}
+
 std::optional<Failure> createPrefix(WineSession& session) {
-    return bootPrefix(session, "--init");
+    if (auto failure = bootPrefix(session, "--init")) return failure;
+    return cutLinksOut(session.bundle());
 }
 
 std::optional<Failure> updatePrefix(WineSession& session) {

@@ -9,10 +9,14 @@
 
 namespace morvane::runtime {
 
-/// Makes the user's folders on drive C and turns each link there that leads out of the wrapper into a folder:
-/// Wine links the folders that it misses to the user's own, and a game must neither write there nor lose its
-/// saves when the wrapper moves. Before every start, because the user may be a new one.
-[[nodiscard]] std::optional<Failure> keepUserFoldersInside(const WrapperBundle& bundle);
+/// Makes the user's folders on drive C where they are missing: Wine would link them to the user's own, and a
+/// game must neither write there nor lose its saves when the wrapper moves. Before every start, because the
+/// user may be a new one. A link that somebody put there is left alone: it may be where the saved games are.
+[[nodiscard]] std::optional<Failure> makeUserFolders(const WrapperBundle& bundle);
+
+/// Puts the links of drives C and Z back where a port's own list of drives left them out: without C nothing
+/// runs, and Z is how a program outside drive C is named. A link that is there stays as it is.
+[[nodiscard]] std::optional<Failure> keepDrives(const WrapperBundle& bundle);
 
 /// "CKS-wineprefixcreate" and "CKS-wineboot": has Wine make, or update, the registry and drive C, without any
 /// window, waits until both are on disk, cuts the debug information off Wine's files, and checks the result:

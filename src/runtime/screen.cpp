@@ -1,9 +1,10 @@
 #include "runtime/screen.h"
 
+#include <dlfcn.h>
+
 #include <charconv>
 #include <string>
 
-#include "platform/files.h"
 #include "platform/folders.h"
 #include "platform/process.h"
 
@@ -34,17 +35,25 @@ std::optional<ScreenSize> placedSizeIn(std::string_view line) {
     return std::nullopt;
 }
 
-std::optional<ScreenSize> sizeFromKernel() {
-    const std::string folder = "/sys/class/drm";
-    const auto names = files::list(folder);
-    if (failureOf(names) != nullptr) return std::nullopt;
-    for (const std::string& name : std::get<std::vector<std::string>>(names)) {
-        // The first mode of a display that is plugged in is the one it prefers.
-        const auto modes = files::read(folder + "/" + name + "/modes");
-        if (failureOf(modes) != nullptr) continue;
-        if (auto size = sizeAt(std::get<std::string>(modes))) return size;
+/// Asks the display by the library that Wine asks with; loaded here, so that a wrapper does not need it to do
+/// the rest.
+std::optional<ScreenSize> sizeFromDisplay() {
+    using Display = void;
+    void* library = ::dlopen("libX11.so.6", RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) return std::nullopt;
+    const auto open = reinterpret_cast<Display* (*)(const char*)>(::dlsym(library, "XOpenDisplay"));
+    const auto close = reinterpret_cast<int (*)(Display*)>(::dlsym(library, "XCloseDisplay"));
+    const auto width = reinterpret_cast<int (*)(Display*, int)>(::dlsym(library, "XDisplayWidth"));
+    const auto height = reinterpret_cast<int (*)(Display*, int)>(::dlsym(library, "XDisplayHeight"));
+    std::optional<ScreenSize> size;
+    if (open != nullptr && close != nullptr && width != nullptr && height != nullptr) {
+        if (Display* display = open(nullptr)) {
+            size = ScreenSize{width(display, 0), height(display, 0)};
+            close(display);
+        }
     }
-    return std::nullopt;
+    ::dlclose(library);
+    return size;
 }
 
 }  // namespace
@@ -73,7 +82,7 @@ std::optional<ScreenSize> currentScreenSize() {
             if (auto size = screenSizeFrom(result->output)) return size;
         }
     }
-    return sizeFromKernel();
+    return sizeFromDisplay();
 }
 
 }  // namespace morvane::runtime

@@ -13,7 +13,7 @@ struct ScreenSize {
 
 /// From what `xrandr` prints: the primary screen, else the first one that shows something.
 [[nodiscard]] std::optional<ScreenSize> screenSizeFrom(std::string_view xrandrOutput);
-/// The main screen's size by `xrandr`, else by the kernel's list of displays; nothing when neither knows.
+/// The main screen's size by `xrandr`, else the display's whole area; nothing without a display.
 [[nodiscard]] std::optional<ScreenSize> currentScreenSize();
 
 }  // namespace morvane::runtime

@@ -186,9 +186,10 @@ struct WorkFolder {
 Result<std::string> systemEngineName() {
     const auto wine = programNamed("wine");
     if (!wine) return Failure{noWine};
+    // Debian's script advises to install its 32-bit part each time, unless Wine's own messages are off.
     ProcessRequest request;
-    request.program = *wine;
-    request.arguments = {"--version"};
+    request.program = "/usr/bin/env";
+    request.arguments = {"WINEDEBUG=-all", *wine, "--version"};
     const auto result = processes::run(request);
     // "wine-8.0 (Debian 8.0~repack-4)"
     constexpr std::string_view start = "wine-";

@@ -96,9 +96,7 @@ ScreenMode screenModeOf(std::string_view resolution) {
     resolution.remove_suffix(tail.size());
     const std::size_t mark = resolution.rfind('x');
     if (mark == std::string_view::npos) return mode;
-    const auto depth = wholeNumber(resolution.substr(mark + 1));
     const std::string_view size = resolution.substr(0, mark);
-    if (depth) mode.depth = *depth;
     if (size == "Current Resolution") {
         mode.desktop = ScreenMode::Desktop::current;
         return mode;
@@ -128,7 +126,6 @@ Result<LaunchSettings> launchSettingsOf(const WrapperBundle& bundle) {
     launch.program = textOf(settings, "Program Name and Path");
     launch.flags = textOf(settings, "Program Flags");
     launch.useStart = isSet(settings, "use start.exe");
-    launch.fullscreen = isSet(settings, "Fullscreen");
     launch.screen = screenModeOf(textOf(settings, "Resolution"));
     launch.singleCpu = isSet(wrapperSettings, "Disable CPUs");
     launch.manyFiles = isSet(wrapperSettings, "set max files");

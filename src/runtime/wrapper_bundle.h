@@ -45,11 +45,11 @@ struct WrapperBundle {
     [[nodiscard]] std::string serverName() const;
 };
 
-/// The screen that the "Resolution" text asks for.
+/// The screen that the "Resolution" text asks for. Its colour depth, and "Fullscreen", have no counterpart
+/// here: a display runs at 24 bits, and it is the game, or the window manager, that fills the screen.
 struct ScreenMode {
     enum class Desktop { none, fixed, current } desktop = Desktop::none;
     int width = 0, height = 0;  ///< of a fixed desktop, in pixels
-    int depth = 24;
     bool operator==(const ScreenMode&) const = default;
 };
 /// "novdx24sleep0", "800x600x24sleep0" or "Current Resolutionx24sleep0"; anything else is no desktop.
@@ -62,7 +62,6 @@ struct LaunchSettings {
     bool useStart = false;
     bool singleCpu = false;
     bool manyFiles = false;
-    bool fullscreen = false;
     ScreenMode screen;
     std::vector<std::string> associations;  ///< extensions, lower case, without dots
 };

@@ -18,11 +18,11 @@ TEST(ScreenModeOf, EveryForm) {
         const char* text;
         ScreenMode mode;
     } rows[] = {
-        {"novdx24sleep0", {Desktop::none, 0, 0, 24}},
-        {"novdx15sleep0", {Desktop::none, 0, 0, 15}},
-        {"800x600x24sleep0", {Desktop::fixed, 800, 600, 24}},
-        {"1920x1080x8sleep0", {Desktop::fixed, 1920, 1080, 8}},
-        {"Current Resolutionx24sleep0", {Desktop::current, 0, 0, 24}},
+        {"novdx24sleep0", {Desktop::none, 0, 0}},
+        {"novdx15sleep0", {Desktop::none, 0, 0}},
+        {"800x600x24sleep0", {Desktop::fixed, 800, 600}},
+        {"1920x1080x8sleep0", {Desktop::fixed, 1920, 1080}},
+        {"Current Resolutionx24sleep0", {Desktop::current, 0, 0}},
         {"", {}},
         {"800x600", {}},
         {"800x600x24", {}},
@@ -104,10 +104,9 @@ TEST_F(Bundle, ACustomExeHasItsOwnProgramAndTheWrappersLimits) {
     EXPECT_EQ(launch.program, "/editor.exe");
     EXPECT_EQ(launch.flags, "-a");
     EXPECT_TRUE(launch.useStart);
-    EXPECT_FALSE(launch.fullscreen);
     EXPECT_TRUE(launch.singleCpu);
     EXPECT_TRUE(launch.manyFiles);
-    EXPECT_EQ(launch.screen, (ScreenMode{Desktop::fixed, 640, 480, 24}));
+    EXPECT_EQ(launch.screen, (ScreenMode{Desktop::fixed, 640, 480}));
     EXPECT_EQ(launch.associations, (std::vector<std::string>{"sav", "map"}));
 }
 
@@ -121,9 +120,9 @@ TEST_F(Bundle, UnreadableSettingsAreNamed) {
 TEST_F(Bundle, TheDesktopOfAWrapperHasAPlainName) {
     const WrapperBundle bundle = around("/Contents/MacOS/CaskeryLauncher");
     const WineCall call{{"C:/a.exe", "-x"}, "/"};
-    EXPECT_EQ(onDesktop(call, bundle, {Desktop::none, 0, 0, 24}), call);
+    EXPECT_EQ(onDesktop(call, bundle, {Desktop::none, 0, 0}), call);
     EXPECT_EQ(
-        onDesktop(call, bundle, {Desktop::fixed, 800, 600, 24}).arguments,
+        onDesktop(call, bundle, {Desktop::fixed, 800, 600}).arguments,
         (std::vector<std::string>{"explorer.exe", "/desktop=CaskeryMyGameCo,800x600", "C:/a.exe", "-x"}));
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <pwd.h>
 #include <signal.h>
 #include <sys/inotify.h>
 #include <sys/wait.h>
@@ -133,6 +134,10 @@ class Wine : public TestMachine {
         for (const auto& [key, value] : changes) values.set(key, value);
         ASSERT_FALSE(property_lists::write(wrapper + file, values));
     }
+    static std::string user() {
+        const char* name = ::getenv("USER");
+        return name != nullptr ? name : ::getpwuid(::getuid())->pw_name;
+    }
     static std::string registry() { return get(wrapper + "/Contents/Resources/user.reg"); }
     static std::string out() { return get(driveC + "/out.txt"); }
 
@@ -217,6 +222,18 @@ TEST_F(Wine, AStopSavesTheRegistry) {
     EXPECT_TRUE(processesOf(files::resolved(wrapper + "/Contents/Resources").value()).empty());
 }
 
+TEST_F(Wine, AStartPutsBackWhatIsMissingAndLeavesTheUsersLinks) {
+    const std::string prefix = wrapper + "/Contents/Resources", users = driveC + "/users/" + user();
+    for (const char* link : {"/dosdevices/c:", "/dosdevices/z:"}) ASSERT_FALSE(files::remove(prefix + link));
+    for (const char* name : {"/Documents", "/Music"}) ASSERT_FALSE(files::remove(users + name));
+    ASSERT_FALSE(files::createSymbolicLink(users + "/Documents", "/somewhere/saves"));
+    EXPECT_EQ(tool({probe, "exit"}).status, 7);
+    EXPECT_EQ(std::get<std::string>(files::destinationOfLink(prefix + "/dosdevices/c:")), "../drive_c");
+    EXPECT_EQ(std::get<std::string>(files::destinationOfLink(prefix + "/dosdevices/z:")), "/");
+    EXPECT_EQ(files::kindOf(users + "/Music"), files::Kind::folder);
+    EXPECT_EQ(std::get<std::string>(files::destinationOfLink(users + "/Documents")), "/somewhere/saves");
+}
+
 TEST_F(Wine, DebugKeepsWhatWineSays) {
     static_cast<void>(files::copy(probe, driveC + "/Game/game.exe"));
     settings("/Contents/Info.plist",
@@ -267,10 +284,13 @@ TEST_F(Wine, AFullEngineRunsWithoutTheSystems) {
         return runProgram("/usr/bin/env", std::move(command)).status;
     };
     EXPECT_EQ(inPrefix({"wine", probe, "exit"}), 7);
-    bool ownServer = false;
-    for (const PrefixProcess& process : processesOf(prefix)) ownServer = ownServer || process.isServer;
+    const auto running = processesOf(prefix);
+    EXPECT_FALSE(running.empty());
+    for (const PrefixProcess& process : running) {
+        const auto path = files::destinationOfLink("/proc/" + std::to_string(process.number) + "/exe");
+        EXPECT_TRUE(std::get<std::string>(path).starts_with(bundle + "/")) << std::get<std::string>(path);
+    }
     EXPECT_EQ(inPrefix({"wineserver", "-k"}), 0);
-    EXPECT_TRUE(ownServer);
 }
 
 }  // namespace
