@@ -44,7 +44,12 @@ std::optional<std::string> wrapperOfProcess(const std::string& number) {
     const std::string environment = contents("/proc/" + number + "/environ");
     for (std::string_view left = environment; !left.empty();) {
         const std::string_view entry = left.substr(0, left.find('\0'));
-        if (entry.starts_with(variable)) return wrapperOf(entry.substr(variable.size()));
+        if (entry.starts_with(variable)) {
+            const std::string prefix(entry.substr(variable.size()));
+            // Wrappers below paths that Wine can't load from are reached through a link.
+            const bool linked = files::kindOf(prefix) == files::Kind::link;
+            return wrapperOf(linked ? files::resolved(prefix).value_or(prefix) : prefix);
+        }
         left.remove_prefix(std::min(entry.size() + 1, left.size()));
     }
     return std::nullopt;
