@@ -11,6 +11,7 @@
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "platform/host.h"
+#include "platform/ownership.h"
 #include "platform/process.h"
 #include "wrapper/layout.h"
 
@@ -67,6 +68,28 @@ UnpackingFolder::UnpackingFolder() {
 UnpackingFolder::~UnpackingFolder() {
     // Without a report: the end may be an unwinding, and the next run tries again.
     if (!path.empty()) static_cast<void>(files::remove(path));
+}
+
+bool copyWhole(const std::string& source, const std::string& destination) {
+    // The copy itself reports that something is there already.
+    if (files::kindOf(destination) != files::Kind::none)
+        return MVFileManager::copyItemAtPath(source, destination);
+    const std::string passing =
+        files::join(files::parent(destination), "." + files::lastComponent(destination) + ".morvane-new");
+    const auto clear = [&passing] {
+        if (files::isOwn(passing)) static_cast<void>(files::remove(passing));
+    };
+    clear();  // left by a run that was killed
+    try {
+        if (MVFileManager::copyItemAtPath(source, passing) &&
+            MVFileManager::moveItemAtPath(passing, destination))
+            return true;
+    } catch (...) {
+        clear();
+        throw;
+    }
+    clear();
+    return false;
 }
 
 std::optional<files::Lock> lockSupportFolder() {
