@@ -182,6 +182,7 @@ WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(cons
 }
 
 bool WrapperCreation::copyingMasterWrapperToPath(const std::string& wrapper) {
+    ownWrapper_.reset();
     if (MVFileManager::fileExistsAtPath(wrapper)) return true;
     if (!isOnDisk(currentCaskery)) {
         MVAlert::showAlertErrorMessage(localized(
@@ -192,6 +193,7 @@ bool WrapperCreation::copyingMasterWrapperToPath(const std::string& wrapper) {
     const std::string source = masterWrapper(*currentCaskery);
     // Half a copy would pass for an existing wrapper the next time.
     if (!building::copyWhole(files::resolved(source).value_or(source), wrapper)) return false;
+    ownWrapper_ = wrapper;
     MVTask::runProgram(
         "chmod", "/",
         std::vector<std::string>{"+x", MVString::pathByAppendingCaskeryAppBinaryToPortPath(wrapper)},

@@ -308,6 +308,35 @@ TEST_F(Entry, ACancellationSparesWhatWasThereBefore) {
     EXPECT_NE(stops().find("ps ax"), std::string::npos);
 }
 
+/// A creation takes minutes, and the user may put a wrapper in its place meanwhile.
+TEST_F(Entry, ACancellationSparesWhatSomebodyPutThereMeanwhile) {
+    const std::string started = folder.path + "/started";
+    const std::string old = folder.path + "/Old.app", save = "/Contents/Resources/drive_c/save.dat";
+    const std::string putBack = "cp -r '" + old + "' '" + wrapper + "'\n";
+    const std::string block = "touch '" + started + "'\nexec sleep 600\n";
+    testing::makeFakeWrapperAt(old, "CK9Wine2.0");
+    put(old + save, "saved");
+    put(old + "/Contents/Frameworks/bin/Caskery", "#!/bin/sh\n" + block, true);
+    const std::string file = cki(game());
+    const auto expectSpared = [&](const char* when) {
+        SCOPED_TRACE(when);
+        ui.expectError(cancelled);
+        EXPECT_EQ(install(file), -1);
+        EXPECT_EQ(get(wrapper + save), "saved");
+        EXPECT_EQ(namesIn(temporary), Names{});
+        std::filesystem::remove(started);
+        std::filesystem::remove_all(wrapper);
+    };
+    cancelWhen([&] { return exists(started); });
+    publish({.onPrefixCreate = putBack + block});
+    expectSpared("while the new one is at the temporary path");
+    // The build then goes on with the wrapper that is there.
+    put(resources + "/7za",
+        "#!/bin/sh\n[ -e '" + wrapper + "' ] || " + putBack + "exec /usr/bin/7za \"$@\"\n", true);
+    std::filesystem::remove_all(masters);
+    expectSpared("before the master wrapper is copied");
+}
+
 TEST_F(Entry, TheCancelButtonAsksFirst) {
     const char* question =
         "Cancelling will stop the wrapper creation and remove what was created until now. Are you sure that "
