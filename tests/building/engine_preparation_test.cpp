@@ -212,6 +212,17 @@ TEST_F(EnginePreparation, ReplacesTheEngineOfAWrapper) {
     EXPECT_TRUE(exists(wrapper + "/Contents/Frameworks/ckwine.bundle/bin/mine"));
 }
 
+TEST_F(EnginePreparation, GoesOnWhereAKilledReplacementStopped) {
+    const std::string frameworks = wrapper + "/Contents/Frameworks/";
+    put(engines + "/CK9Wine3.0.tar.7z", testing::packedEngine("CK9Wine3.0"));
+    testing::makeFakeWrapperAt(wrapper, "CK9Wine2.0");
+    std::filesystem::rename(frameworks + "ckwine.bundle", frameworks + "ckwine.bundle.old");
+    put(frameworks + "ckwine.bundle.new/version", "CK9Wine3.0\n");
+    expectExtracted(ExtractedEngine::installed);
+    EXPECT_EQ(installed(), "CK9Wine3.0");
+    EXPECT_EQ(namesIn(frameworks), (Names{"bin", "ckwine.bundle"}));
+}
+
 /// Each row: what is in the store under the official name. The old engine stays in the wrapper.
 TEST_F(EnginePreparation, KeepsTheOldEngineWhenTheArchiveIsBad) {
     const testing::TemporaryFolder packing;
