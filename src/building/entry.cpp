@@ -58,10 +58,6 @@ bool userTrustsForeignPort() {
     return MVAlert::showDialog(dialog).button == install;
 }
 
-void tellOfRunningCreation() {
-    MVAlert::showAlertErrorMessage(localized("You can't install two wrappers at the same time!"));
-}
-
 /// Why no wrapper can be made there, before anything is downloaded for it.
 std::optional<std::string> flawOfPlace(const std::string& wrapper) {
     const auto levels = MVString::split(wrapper, "/");
@@ -163,14 +159,14 @@ int WrapperCreation::runCreation(const std::string& wrapper,
                                  const std::function<std::optional<NSPortData>()>& portData,
                                  const std::function<void()>& finish) {
     if (!host().creation.begin()) {
-        tellOfRunningCreation();
+        building::tellOfNoLock();
         return -1;
     }
     // Held to the end of the clean-up, when the token is free already.
     const auto lock = building::lockSupportFolder();
     if (!lock) {
         host().creation.end();
-        tellOfRunningCreation();
+        building::tellOfNoLock();
         return -1;
     }
     ownWrapper_.reset();

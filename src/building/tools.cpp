@@ -17,6 +17,14 @@
 
 namespace morvane::building {
 
+namespace {
+
+std::string creationLock() {
+    return files::join(layout::supportFolder(), ".creation.lock");
+}
+
+}  // namespace
+
 std::string archiveTool(const std::string& name) {
     return files::join(host().folders.resources, name);
 }
@@ -93,9 +101,16 @@ bool copyWhole(const std::string& source, const std::string& destination) {
 }
 
 std::optional<files::Lock> lockSupportFolder() {
-    const std::string folder = layout::supportFolder();
-    static_cast<void>(files::createFolder(folder, true));
-    return files::Lock::tryLock(files::join(folder, ".creation.lock"));
+    static_cast<void>(files::createFolder(layout::supportFolder(), true));
+    return files::Lock::tryLock(creationLock());
+}
+
+void tellOfNoLock() {
+    // Whoever holds it has made it.
+    const bool isHeld = files::kindOf(creationLock()) != files::Kind::none;
+    MVAlert::showAlertErrorMessage(
+        isHeld ? localized("You can't install two wrappers at the same time!")
+               : localized("Nothing can be written to the folder \"%@\".", {layout::supportFolder()}));
 }
 
 std::string cacheBuster() {

@@ -47,6 +47,9 @@ class UnpackingFolder {
 /// them does it now.
 [[nodiscard]] std::optional<files::Lock> lockSupportFolder();
 
+/// Tells the user why there is no lock: another creation runs, or the folder can't be written to.
+void tellOfNoLock();
+
 /// "?" and a random number: no cache on the way answers an address that ends in it.
 [[nodiscard]] std::string cacheBuster();
 

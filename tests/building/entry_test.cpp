@@ -208,6 +208,15 @@ TEST_F(Entry, BuildsOneWrapperAtATime) {
     EXPECT_EQ(install(file), -1);
 }
 
+TEST_F(Entry, SaysThatTheSupportFolderCannotBeWrittenTo) {
+    const std::string support = home + "/Library/Application Support/Caskery";
+    const std::string file = cki(game());
+    std::filesystem::remove_all(support);
+    put(support, "a file");
+    ui.expectError("Nothing can be written to the folder \"" + support + "\".");
+    EXPECT_EQ(install(file), -1);
+}
+
 TEST_F(Entry, AFailedBuildFreesTheWayAndLeavesWhatItMade) {
     publish({.makesPrefix = false});
     ui.expect("The Wine Prefix Creation failed!").answer("No");
