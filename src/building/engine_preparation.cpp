@@ -272,7 +272,9 @@ bool WrapperCreation::getLocalCustomEngine(const std::string& engine) {
     const std::vector<std::string> chosen = MVAlert::chooseFiles(panel);
     if (chosen.empty()) return true;
     if (const auto destination = placeInStore(engine + "." + files::extension(chosen.front()))) {
-        MVFileManager::copyItemAtPath(chosen.front(), *destination);
+        // Half an archive in the store would be taken for the engine from then on.
+        static_cast<void>(
+            building::copyWhole(files::resolved(chosen.front()).value_or(chosen.front()), *destination));
     }
     return true;
 }

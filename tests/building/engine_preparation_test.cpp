@@ -1,3 +1,7 @@
+#include <sys/resource.h>
+
+#include <csignal>
+
 #include "building/building_machine.h"
 #include "building/engine_store.h"
 
@@ -126,6 +130,24 @@ TEST_F(EnginePreparation, AsksForAFile) {
     ui.expect(offlineQuestion).answer("Yes");
     ui.expectChoice("Select the engine CK9Wine3.0", {});
     expectPrepared(true);
+}
+
+TEST_F(EnginePreparation, KeepsNoHalfOfAFileInTheStore) {
+    put(home + "/Downloads/wine-3.0.zip", std::string(1 << 20, 'x'));
+    ui.expect(linkQuestion).answer("No");
+    ui.expect(fileQuestion).answer("Yes");
+    ui.expectChoice("Select the engine CK9Wine3.0", {home + "/Downloads/wine-3.0.zip"});
+    ui.expectError("Error while copying file: ");
+    // A full disk without a disk.
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto handler = ::signal(SIGXFSZ, SIG_IGN);
+    const rlimit half{.rlim_cur = 1 << 19, .rlim_max = before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &half);
+    expectPrepared(true);
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    ::signal(SIGXFSZ, handler);
+    EXPECT_EQ(namesIn(engines), Names{});
 }
 
 TEST_F(EnginePreparation, EndsWhenTheUserHasNeither) {
