@@ -6,7 +6,7 @@ namespace morvane {
 
 bool Cancellation::begin() {
     MutexLock lock(mutex_);
-    if (running_) return false;
+    if (running_ || shutDown_) return false;
     running_ = true;
     requested_ = false;
     thread_ = std::this_thread::get_id();
@@ -32,6 +32,16 @@ bool Cancellation::runsHere() const {
 
 void Cancellation::request() {
     MutexLock lock(mutex_);
+    requestLocked();
+}
+
+void Cancellation::shutDown() {
+    MutexLock lock(mutex_);
+    shutDown_ = true;
+    requestLocked();
+}
+
+void Cancellation::requestLocked() {
     if (!running_ || requested_) return;
     requested_ = true;
     // Called under the lock, so that an interrupter's destructor waits until its function has returned.

@@ -21,7 +21,8 @@ class Cancelled : public std::exception {
 /// `request` never blocks on the creation.
 class Cancellation {
   public:
-    /// Records the calling thread as the creation's. False, and nothing changes, while another creation runs.
+    /// Records the calling thread as the creation's. False, and nothing changes, while another creation runs
+    /// and after `shutDown`.
     [[nodiscard]] bool begin();
     /// Ends the creation, whichever thread runs it; pending requests are forgotten. Harmless when none runs.
     void end();
@@ -30,6 +31,8 @@ class Cancellation {
     [[nodiscard]] bool runsHere() const;
     /// Any thread: asks the running creation to stop and calls the interrupters. No effect when none runs.
     void request();
+    /// The application ends: a request that holds for good, so that no creation begins any more.
+    void shutDown();
     [[nodiscard]] bool requested() const;
     /// Throws `Cancelled` on the creation's own thread once a request was made; does nothing on other
     /// threads.
@@ -51,10 +54,13 @@ class Cancellation {
 
   private:
     friend class Interrupter;
+    void requestLocked() MV_REQUIRES(mutex_);
+
     mutable Mutex mutex_;
     std::thread::id thread_ MV_GUARDED_BY(mutex_);
     bool running_ MV_GUARDED_BY(mutex_) = false;
     bool requested_ MV_GUARDED_BY(mutex_) = false;
+    bool shutDown_ MV_GUARDED_BY(mutex_) = false;
     std::list<std::function<void()>> interrupters_ MV_GUARDED_BY(mutex_);
 };
 

@@ -21,18 +21,25 @@ bool isFolder(const std::string& path) {
     return std::filesystem::is_directory(path, ignored);
 }
 
+/// A folder that the user names, relative to where the program was started as in any command.
+std::string namedFolder(const std::string& name) {
+    if (name.starts_with('/')) return withoutFinalSlash(name);
+    return withoutFinalSlash(std::filesystem::weakly_canonical(std::filesystem::absolute(name)).string());
+}
+
 std::string homeFolder() {
-    for (const char* name : {"MORVANE_HOME", "HOME"}) {
-        std::string value = environmentVariable(name);
-        if (value.starts_with("/")) return withoutFinalSlash(std::move(value));
-    }
+    // Never the real home in place of a relative one: who names a folder wants to keep the two apart.
+    const std::string own = environmentVariable("MORVANE_HOME");
+    if (!own.empty()) return namedFolder(own);
+    std::string home = environmentVariable("HOME");
+    if (home.starts_with("/")) return withoutFinalSlash(std::move(home));
     const passwd* user = getpwuid(getuid());
     return user != nullptr ? withoutFinalSlash(user->pw_dir) : "/";
 }
 
 std::string resourcesFolder() {
-    std::string configured = environmentVariable("MORVANE_RESOURCES");
-    if (!configured.empty()) return withoutFinalSlash(std::move(configured));
+    const std::string configured = environmentVariable("MORVANE_RESOURCES");
+    if (!configured.empty()) return namedFolder(configured);
     std::error_code failed;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", failed);
     return (program.parent_path().parent_path() / "share/morvane").string();

@@ -6,7 +6,8 @@
 namespace morvane {
 
 struct Folders {
-    std::string home;          ///< `$MORVANE_HOME`, else `$HOME`; the fixed `Library/...` tails lie below it
+    std::string home;          ///< `$MORVANE_HOME` (a relative one counts from the working folder), else
+                               ///< `$HOME`; the fixed `Library/...` tails lie below it
     std::string applications;  ///< `/Applications` where it exists, else `Applications` in the home folder
     std::string volumes;       ///< `/Volumes` where it exists, else the user's folder of the media mounts
     std::string temporary;     ///< "/tmp"

@@ -23,6 +23,9 @@ Host::Host(Options options, UserInterface& ui)
       previous_(std::exchange(currentHost, this)) {}
 
 Host::~Host() {
+    // First of all: a question that a closed queue answers with its default, again and again, would keep the
+    // creation for ever, and so would an installer that nobody sees any more.
+    creation.shutDown();
     // Whoever waits for the main thread must go on before the queues can be joined.
     mainQueue.close();
     workQueues.joinAll();

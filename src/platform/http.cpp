@@ -294,7 +294,8 @@ struct Transfer::State {
     MainQueue& queue;
     const TransferHandlers handlers;
     Connection connection;
-    bool over = false;  // main thread only
+    // The main thread's, and that of whoever ends the transfer once the queue is closed.
+    std::atomic<bool> over = false;
     std::thread thread;
 
     Mutex mutex;
@@ -346,7 +347,7 @@ struct Transfer::State {
         };
         const std::string error = self->connection.run(std::move(events), Connection::ShortBody::isEnd);
         self->queue.post([self, error] {
-            if (std::exchange(self->over, true)) return;
+            if (self->over.exchange(true)) return;
             if (error.empty()) {
                 if (self->handlers.ended) self->handlers.ended();
             } else if (self->handlers.failed) {

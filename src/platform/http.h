@@ -53,7 +53,8 @@ struct TransferHandlers {
 /// or cancelling it stops the transfer; no handler is called afterwards.
 class Transfer {
   public:
-    /// Starts at once, on a thread of its own that the destructor joins. To be destroyed on the main thread.
+    /// Starts at once, on a thread of its own that the destructor joins. To be destroyed on the main thread,
+    /// or on any once the queue is closed.
     Transfer(MainQueue& queue, const HttpRequest& request, TransferHandlers handlers);
     ~Transfer();
     Transfer(const Transfer&) = delete;

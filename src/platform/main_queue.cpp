@@ -97,9 +97,13 @@ MainQueue::TimerId MainQueue::every(std::chrono::milliseconds period, Work work)
 }
 
 void MainQueue::cancelTimer(TimerId timer) {
+    // Declared before the lock, as in `close`.
+    decltype(timers_)::node_type dropped;
+
     MutexLock lock(mutex_);
     std::erase(runningTimers_, timer);
-    std::erase_if(timers_, [timer](const auto& entry) { return entry.second.id == timer; });
+    const auto found = std::ranges::find(timers_, timer, [](const auto& entry) { return entry.second.id; });
+    if (found != timers_.end()) dropped = timers_.extract(found);
 }
 
 bool MainQueue::runOne() {

@@ -1,5 +1,7 @@
 #include "foundation/alerts.h"
 
+#include <semaphore>
+
 #include "support/test_machine.h"
 
 namespace morvane {
@@ -99,6 +101,25 @@ TEST_F(Alerts, AClosedQueueAnswersWithTheDefault) {
         EXPECT_FALSE(MVAlert::showBooleanAlertMessage("Go on?", "Warning", false));
         EXPECT_EQ(MVAlert::inputDialogWithMessage("Link:", "before"), std::nullopt);
     });
+}
+
+TEST_F(Alerts, TheEndOfTheApplicationEndsACreationThatAsksAgainAndAgain) {
+    enum { asking, unwound } state = asking;
+    std::binary_semaphore begun(0);
+    machine->workQueues.start("creation", Priority::normal, [&] {
+        ASSERT_TRUE(host().creation.begin());
+        begun.release();
+        try {
+            while (!MVAlert::showBooleanAlertMessage("Enough?", "Warning", false)) continue;
+        } catch (const Cancelled&) {
+            state = unwound;
+        }
+        host().creation.end();
+        EXPECT_FALSE(host().creation.begin()) << "none begins while the application ends";
+    });
+    begun.acquire();
+    machine.reset();
+    EXPECT_EQ(state, unwound);
 }
 
 }  // namespace
