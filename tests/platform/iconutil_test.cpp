@@ -39,13 +39,11 @@ class Iconutil : public ::testing::Test {
     std::string types() {
         const std::string bytes = testing::TestMachine::get(icon);
         std::string found;
-        for (std::size_t position = 8; position + 8 <= bytes.size();) {
-            std::size_t length = 0;
-            for (std::size_t i = 4; i < 8; ++i) {
-                length = length << 8U | static_cast<unsigned char>(bytes[position + i]);
-            }
-            found += bytes.substr(position, 4) + " ";
-            position += std::max<std::size_t>(length, 8);
+        for (std::size_t at = 8, length = 0; at + 8 <= bytes.size(); at += std::max<std::size_t>(length, 8)) {
+            length = 0;
+            for (std::size_t i = 4; i < 8; ++i)
+                length = length << 8U | static_cast<unsigned char>(bytes[at + i]);
+            found += bytes.substr(at, 4) + " ";
         }
         return found;
     }
@@ -95,7 +93,6 @@ TEST_F(Iconutil, RefusesWhatMakesNoIcon) {
     EXPECT_EQ(run({"-c", "icns", iconset}), 1) << "damaged";
     EXPECT_EQ(run({"-c", "icns", folder.path}), 1) << "not an icon set";
     EXPECT_EQ(run({"-c", "iconset", icon}), 1) << "the other way round";
-    EXPECT_EQ(run({"-c"}), 1);
     EXPECT_EQ(run({}), 1);
     EXPECT_EQ(testing::TestMachine::get(icon), "old") << "the icon that was there stays";
 }
