@@ -126,50 +126,43 @@ TEST_F(Downloads, AFullDiskIsTold) {
 }
 
 TEST_F(Downloads, AreDecidedBeforeAnyByteIsFetched) {
-    enum class Link { valid, offline, invalid };
-    using enum Link;
+    const std::string offline = "http://offline.invalid/x", invalid = "just words", valid = link("x");
+    const std::string offlineQuestion =
+        "You aren't connected to the internet, but there is already a file called \"file.bin\" in the "
+        "specified folder. Do you want to use it instead?";
+    const std::string invalidQuestion =
+        "The link seems to be invalid, but there is already a file called \"file.bin\" in the specified "
+        "folder. Do you want to use it instead?";
+    const std::string override = "Do you want to override it?", move = "Move that file to a different folder";
     struct Row {
-        Link link;
+        std::string url;
         bool exists;
         Silence silence;
         std::vector<std::pair<std::string, std::string>> answers;
-        bool cancel;
-        bool existsAfter;
+        bool cancel, existsAfter;
     };
-    const std::string offlineQuestion =
-        "You aren't connected to the internet, but there is already a file called \"file.bin\" in the "
-        "specified "
-        "folder. Do you want to use it instead?";
-    const std::string invalidQuestion =
-        "The link seems to be invalid, but there is already a file called \"file.bin\" in the specified "
-        "folder. Do "
-        "you want to use it instead?";
-    const std::string override = "Do you want to override it?";
+    using enum Silence;
     const std::vector<Row> rows{
-        {offline, false, Silence::yes, {}, true, false},
-        {offline, false, Silence::no, {{"The website seems to be offline.", "OK"}}, true, false},
-        {offline, true, Silence::yes, {}, false, true},
-        {offline, true, Silence::no, {{offlineQuestion, "Yes"}}, false, true},
-        {offline, true, Silence::no, {{offlineQuestion, "No"}}, true, true},
-        {invalid, false, Silence::yes, {}, true, false},
-        {invalid, false, Silence::no, {{"The download link seems to be invalid.", "OK"}}, true, false},
-        {invalid, true, Silence::yes, {}, false, true},
-        {invalid, true, Silence::no, {{invalidQuestion, "Yes"}}, false, true},
-        {invalid, true, Silence::no, {{invalidQuestion, "No"}}, true, true},
-        {valid, false, Silence::no, {}, false, false},
-        {valid, true, Silence::yes, {}, false, false},
-        {valid, true, Silence::no, {{useInstead, "Yes"}}, true, true},
-        {valid, true, Silence::no, {{useInstead, "No"}, {override, "Yes"}}, false, false},
+        {offline, false, yes, {}, true, false},
+        {offline, false, no, {{"The website seems to be offline.", "OK"}}, true, false},
+        {offline, true, yes, {}, false, true},
+        {offline, true, no, {{offlineQuestion, "Yes"}}, false, true},
+        {offline, true, no, {{offlineQuestion, "No"}}, true, true},
+        {invalid, false, yes, {}, true, false},
+        {invalid, false, no, {{"The download link seems to be invalid.", "OK"}}, true, false},
+        {invalid, true, yes, {}, false, true},
+        {invalid, true, no, {{invalidQuestion, "Yes"}}, false, true},
+        {invalid, true, no, {{invalidQuestion, "No"}}, true, true},
+        {valid, false, no, {}, false, false},
+        {valid, true, yes, {}, false, false},
+        {valid, true, no, {{useInstead, "Yes"}}, true, true},
+        {valid, true, no, {{useInstead, "No"}, {override, "Yes"}}, false, false},
         {valid,
          true,
-         Silence::no,
-         {{useInstead, "No"},
-          {override, "No"},
-          {"Move that file to a different folder", "OK"},
-          {useInstead, "Yes"}},
+         no,
+         {{useInstead, "No"}, {override, "No"}, {move, "OK"}, {useInstead, "Yes"}},
          true,
-         true},
-    };
+         true}};
     for (std::size_t index = 0; index < rows.size(); ++index) {
         SCOPED_TRACE(index);
         const Row& row = rows[index];
@@ -179,10 +172,7 @@ TEST_F(Downloads, AreDecidedBeforeAnyByteIsFetched) {
             auto& expected = ui.expect(question).answer(button);
             if (button != "OK") expected.titleIs("Warning").defaultIs(question == override ? "No" : "Yes");
         }
-        const std::string url = row.link == valid     ? site.baseAddress() + "x"
-                                : row.link == offline ? "http://offline.invalid/x"
-                                                      : "just words";
-        EXPECT_EQ(download.shouldCancelDownloadOfFile(url, path, row.silence), row.cancel);
+        EXPECT_EQ(download.shouldCancelDownloadOfFile(row.url, path, row.silence), row.cancel);
         EXPECT_EQ(fileExists(), row.existsAfter);
     }
     EXPECT_FALSE(requested());
@@ -206,23 +196,17 @@ TEST_F(Downloads, ShowHowFarTheyAre) {
     once([&] { return !ui.progress.empty() && ui.progress.back().value == 500; },
          [&] {
              EXPECT_TRUE(download.isDownloading());
-             download.timerFireMethod();
-             download.timerFireMethod();
              // Once a byte has arrived, the question never comes.
-             for (int tick = 0; tick < 30; ++tick) download.timerFireMethod();
+             for (int tick = 0; tick < 32; ++tick) download.timerFireMethod();
              download.finishDownload();
          });
     ui.expect(shortBody).answer("No");
     EXPECT_TRUE(run(link("slow")));
     EXPECT_EQ(get(path), std::string(1536, 'x'));
-    std::vector<std::string> subtitles;
-    for (const ProgressState& state : ui.progress) {
-        if (state.subtitle.empty()) continue;
-        subtitles.push_back(state.subtitle.substr(0, state.subtitle.find(" -")));
-    }
-    ASSERT_GE(subtitles.size(), 2U);
-    EXPECT_EQ(subtitles[0], "1.5Kb of 3Kb (1.5Kb/s)");
-    EXPECT_EQ(subtitles[1], "1.5Kb of 3Kb (0b/s)");
+    std::string subtitles;
+    for (const ProgressState& state : ui.progress)
+        subtitles += state.subtitle.substr(0, state.subtitle.find(" -"));
+    EXPECT_TRUE(subtitles.starts_with("1.5Kb of 3Kb (1.5Kb/s)1.5Kb of 3Kb (0b/s)")) << subtitles;
     EXPECT_TRUE(ui.progress.back().subtitle.empty());
     EXPECT_FALSE(download.isDownloading());
 }
