@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "foundation/text.h"
 #include "support/loopback_site.h"
 #include "support/test_machine.h"
 #include "wrapper/layout.h"
@@ -14,86 +15,53 @@ using Names = std::vector<std::string>;
 
 TEST(EngineOrder, PutsNewerEnginesFirst) {
     // Each name stands before all that follow it.
-    const Names sorted{"CK9Wine10.0",
-                       "CK8Wine2.0.1",
-                       "CK9Wine2.0",
-                       "CK9Wine1.9rc1",
-                       "CK9Wine1.9",
-                       "CK8Wine1.7.50",
-                       "CK9Wine1.7.5",
-                       "CK9WineCX15.0.1",
-                       "CK9WineCX15.0",
-                       "CK9WineCX9.0",
-                       "CK9WineCXG17.0.1",
-                       "CK9WineCXG9.0",
-                       "CK9Wine0.9",
-                       "CK9WineStaging",
-                       "CK9WineStaging2",
-                       "CK9Other1.0",
-                       "CK9Wone1.0",
-                       "CK",
-                       "CK9Wine",
-                       "Alpha",
-                       "Wine"};
+    const char* order =
+        "CK9Wine10.0 CK8Wine2.0.1 CK9Wine2.0 CK9Wine1.9rc1 CK9Wine1.9 CK8Wine1.7.50 CK9Wine1.7.5 "
+        "CK9WineCX15.0.1 CK9WineCX15.0 CK9WineCX9.0 CK9WineCXG17.0.1 CK9WineCXG9.0 CK9Wine0.9 "
+        "CK9WineStaging CK9WineStaging2 CK9Other1.0 CK9Wone1.0 CK CK9Wine Alpha Wine";
+    const Names sorted = MVString::split(order, " ");
     for (std::size_t first = 0; first < sorted.size(); ++first) {
         EXPECT_EQ(NSCaskeryEngine::engineOrder(sorted[first], sorted[first]), 0) << sorted[first];
         for (std::size_t second = first + 1; second < sorted.size(); ++second) {
-            EXPECT_EQ(NSCaskeryEngine::engineOrder(sorted[first], sorted[second]), -1)
-                << sorted[first] << " " << sorted[second];
-            EXPECT_EQ(NSCaskeryEngine::engineOrder(sorted[second], sorted[first]), 1)
-                << sorted[first] << " " << sorted[second];
+            const std::string pair = sorted[first] + " " + sorted[second];
+            EXPECT_EQ(NSCaskeryEngine::engineOrder(sorted[first], sorted[second]), -1) << pair;
+            EXPECT_EQ(NSCaskeryEngine::engineOrder(sorted[second], sorted[first]), 1) << pair;
         }
     }
     EXPECT_EQ(NSCaskeryEngine::engineOrder("CK9Wine1.7.5", "CK8Wine1.7.5"), 0);
 }
 
 TEST(EngineNames, KnowTheirGenerationAndRuntime) {
-    struct Row {
-        const char* name;
+    struct Kind {
         int generation;
         bool runtime;
+        std::vector<const char*> names;
     };
-    const Row rows[] = {
-        {"CK9Wine1.7.39", 9, false},
-        {"CK9Wine1.7.40", 9, true},
-        {"CK9Wine1.7.40-x", 9, true},
-        {"CK9Wine1.7", 9, false},
-        {"CK9Wine1.8-rc1", 9, true},
-        {"CK9Wine1.7-9.50", 9, true},
-        {"CK9Wine2.0", 9, true},
-        {"CK8Wine1.5.1", 8, false},
-        {"CK8Wine1.5.15", 9, false},
-        {"CK8Wine1.5", 8, false},
-        {"CK8Wine1.3.9", 8, false},
-        {"CK8Wine1.4", 8, false},
-        {"CK8Wine1.4rc1", 8, false},
-        {"CK8Wine1.4NK", 9, false},
-        {"CK8Wine1.4.1", 9, false},
-        {"CK8Wine1.44N", 9, true},
-        {"CK8WineCX11.1.0", 8, false},
-        {"CK9WineCX11.2.0", 9, false},
-        {"CK9WineCX14.1.2", 9, true},
-        {"CK9WineCX14", 9, true},
-        {"CK8WineCX7.0", 8, false},
-        {"CK9WineCXG14.0", 8, false},
-        {"CK9Wine3", 9, true},
-        {"Wine1.2.3", 8, false},
-        {"1.2.3", 8, false},
-        {"", 9, false},
-        {"CK", 9, false},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(NSCaskeryEngine(row.name).getCaskeryMostRecentGenerationOfEngine(), row.generation)
-            << row.name;
-        EXPECT_EQ(NSCaskeryEngine::isEngineVcrun2012Compatible(row.name), row.runtime) << row.name;
+    const Kind kinds[] = {{8,
+                           false,
+                           {"CK8Wine1.5.1", "CK8Wine1.5", "CK8Wine1.3.9", "CK8Wine1.4", "CK8Wine1.4rc1",
+                            "CK8WineCX11.1.0", "CK8WineCX7.0", "CK9WineCXG14.0", "Wine1.2.3", "1.2.3"}},
+                          {9,
+                           false,
+                           {"CK9Wine1.7.39", "CK9Wine1.7", "CK8Wine1.5.15", "CK8Wine1.4NK", "CK8Wine1.4.1",
+                            "CK9WineCX11.2.0", "", "CK"}},
+                          {9,
+                           true,
+                           {"CK9Wine1.7.40", "CK9Wine1.7.40-x", "CK9Wine1.8-rc1", "CK9Wine1.7-9.50",
+                            "CK9Wine2.0", "CK8Wine1.44N", "CK9WineCX14.1.2", "CK9WineCX14", "CK9Wine3"}}};
+    for (const Kind& kind : kinds) {
+        for (const char* name : kind.names) {
+            EXPECT_EQ(NSCaskeryEngine(name).getCaskeryMostRecentGenerationOfEngine(), kind.generation)
+                << name;
+            EXPECT_EQ(NSCaskeryEngine::isEngineVcrun2012Compatible(name), kind.runtime) << name;
+        }
     }
 }
 
 TEST(EngineNames, AreBroughtUpToDate) {
-    struct Row {
+    const struct {
         const char *name, *portType, *updated;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"CK8Wine1.7.50", "Caskery", "CK9Wine1.7.50"},
         {"CK7Wine1.2.2ICE", "Caskery", "CK8Wine1.2.2ICE"},
         {"Custom", "Caskery", "Custom"},
@@ -102,25 +70,23 @@ TEST(EngineNames, AreBroughtUpToDate) {
         {"CXG13.0", "CXEx  Old", "CK8WineCXG13.0"},
         {"CX10.0CXEx-", "CXEx- Old", "CK8WineCX10.0"},
     };
-    for (const Row& row : rows) {
-        NSCaskeryEngine engine(row.name);
-        EXPECT_EQ(engine.updateToMostRecentVersionForPortType(row.portType).engine, row.updated) << row.name;
+    for (const auto& row : rows) {
+        EXPECT_EQ(NSCaskeryEngine(row.name).updateToMostRecentVersionForPortType(row.portType).engine,
+                  row.updated)
+            << row.name;
     }
 }
 
 class EngineCatalogue : public testing::TestMachine {
   protected:
     EngineCatalogue() { machine->sites.caskery = site.baseAddress(); }
-    Names online() {
+    Names onWorkerThread(Names (*ask)()) {
         Names names;
-        onWorker([&] { names = NSCaskeryEngine::getListOfAvailableEnginesOnline(); });
+        onWorker([&] { names = ask(); });
         return names;
     }
-    Names all() {
-        Names names;
-        onWorker([&] { names = NSCaskeryEngine::getListOfAvailableEngines(); });
-        return names;
-    }
+    Names online() { return onWorkerThread(&NSCaskeryEngine::getListOfAvailableEnginesOnline); }
+    Names all() { return onWorkerThread(&NSCaskeryEngine::getListOfAvailableEngines); }
     void archive(const std::string& name) const { put(layout::enginesFolder() + "/" + name, "7z"); }
 
     testing::LoopbackSite site;
@@ -130,10 +96,10 @@ class EngineCatalogue : public testing::TestMachine {
 TEST_F(EngineCatalogue, IsDownloadedOnceInTheOrderOfTheFile) {
     site.answer(list, {.body = "CK8Wine1.7\nCK9Wine2.0\n\n\n"});
     EXPECT_EQ(online(), (Names{"CK8Wine1.7", "CK9Wine2.0"}));
-    std::vector<std::thread> callers;
+    std::vector<std::jthread> callers;
     for (int caller = 0; caller < 4; ++caller)
         callers.emplace_back([] { EXPECT_EQ(NSCaskeryEngine::getListOfAvailableEngines().size(), 2U); });
-    for (std::thread& caller : callers) caller.join();
+    callers.clear();
     ASSERT_EQ(site.requests().size(), 1U);
     EXPECT_EQ(site.requests()[0].rfind("GET /Engines/EngineList.txt?", 0), 0U);
 }
@@ -147,8 +113,7 @@ TEST_F(EngineCatalogue, IsAskedForAgainAfterAFailure) {
                              {.body = "CK9Wine2.0"}});
     archive("CK9Wine3.0.tar.7z");
     for (int failure = 0; failure < 5; ++failure) {
-        EXPECT_EQ(all(), Names{"CK9Wine3.0"})
-            << "local names do not pass for the catalogue, time " << failure;
+        EXPECT_EQ(all(), Names{"CK9Wine3.0"}) << "local names are no catalogue, time " << failure;
     }
     EXPECT_EQ(all(), (Names{"CK9Wine3.0", "CK9Wine2.0"}));
 }

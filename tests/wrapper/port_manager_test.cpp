@@ -77,15 +77,6 @@ TEST_F(PortManager, ACustomExeHasItsOwnFile) {
     EXPECT_EQ(NSPortManager::managerWithPath(application).plistTextForKey("Program Flags"), "untouched");
 }
 
-TEST_F(PortManager, SingleSettingsAreReadWithoutAStore) {
-    save(info, {{"CFBundleName", "wrapper"}});
-    save(home + "/Dos.boxer/Game Info.plist", {{"CFBundleName", "boxer"}});
-    EXPECT_EQ(NSUtilities::getPlistItem("CFBundleName", wrapper), Value("wrapper"));
-    EXPECT_EQ(NSUtilities::getPlistItem("CFBundleName", home + "/Dos.boxer"), Value("boxer"));
-    EXPECT_EQ(NSUtilities::getPlistItem("Missing", wrapper), std::nullopt);
-    EXPECT_EQ(NSUtilities::getPlistItem("CFBundleName", home + "/None.app"), std::nullopt);
-}
-
 // The wrapper's command tool, standing in for one that runs Wine: it logs its arguments and the batch file's
 // text.
 class RunEXE : public testing::TestMachine {
@@ -124,7 +115,6 @@ TEST_F(RunEXE, KeepsAFileThatHasTheBatchFilesName) {
     EXPECT_EQ(run(driveC + "/setup.bat", ""),
               "CKS-installer|" + driveC + "/setup 2.bat|start \"C:\\setup.bat\" ");
     EXPECT_EQ(get(driveC + "/setup.bat"), "the game's own");
-    EXPECT_FALSE(MVFileManager::fileExistsAtPath(driveC + "/setup 2.bat"));
 }
 
 TEST_F(RunEXE, RefusesNamesThatWouldAddCommands) {
@@ -138,11 +128,6 @@ TEST_F(RunEXE, RefusesNamesThatWouldAddCommands) {
 TEST_F(RunEXE, RunsTheToolAlthoughTheBatchFileCannotBeWritten) {
     ui.expectError("Error while writting file: ");
     EXPECT_EQ(run(driveC + "/caf\xC3\xA9.exe", ""), "CKS-installer|" + driveC + "/caf\xC3\xA9.bat|");
-}
-
-TEST_F(RunEXE, WinetricksGoThroughTheSameTool) {
-    onWorker([&] { EXPECT_TRUE(NSPortManager::managerWithPath(wrapper).installWinetrick("d3dx9")); });
-    EXPECT_EQ(get(log), "CKS-winetricks|d3dx9|");
 }
 
 class Icon : public testing::TestMachine {
@@ -179,19 +164,15 @@ TEST_F(Icon, IsBuiltFromEverySize) {
     EXPECT_EQ(left(), std::vector<std::string>{"game.icns"});
 
     const std::string set = programsFolder + "/iconutil.set";
-    int files = 0;
     for (int size = 16; size <= 1024; size *= 2) {
         for (const int factor : {1, 2}) {
             const std::string edge = std::to_string(size);
             const auto found = pictures::sizeOf(
                 get(set + "/icon_" + edge + "x" + edge + (factor == 2 ? "@2x.png" : ".png")));
-            ASSERT_TRUE(found) << size;
-            EXPECT_EQ(found->width, size * factor);
-            EXPECT_EQ(found->height, size * factor / 4);
-            ++files;
+            EXPECT_TRUE(found && found->width == size * factor && found->height == size * factor / 4) << size;
         }
     }
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(set), {}), files);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(set), {}), 14);
 }
 
 TEST_F(Icon, StaysWhenNoNewOneComesOut) {
@@ -206,11 +187,8 @@ TEST_F(Icon, StaysWhenNoNewOneComesOut) {
                             resources + "/game.icns.previous");  // as a kill leaves it
     setIcon("game.icns", picture(64, 1));
     EXPECT_EQ(get(resources + "/game.icns"), "old");
-}
 
-TEST_F(Icon, IsNotTouchedWithoutAPictureOrAName) {
     scriptProgram("iconutil", writer);
-    put(resources + "/game.icns", "old");
     setIcon("game", std::nullopt);
     setIcon("game", ImageData{"no picture", 0, 0});
     setIcon("", picture(64, 1));

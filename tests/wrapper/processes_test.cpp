@@ -44,24 +44,13 @@ TEST_F(Termination, FollowsTheWholeOrder) {
     const std::string bin = wrapper + "/Contents/Frameworks/ckwine.bundle/bin/";
     for (const char* name : {"FirstWine", "deep/LastWine", "zzWineserver", "wine64", "z/-uWine"})
         put(bin + name, "");
-    put(programsFolder + "/ps.list",
-        "  PID TTY STAT TIME COMMAND\n"
-        "   41 ?   Sl 0:01 " +
-            wrapper +
-            "/Contents/MacOS/CaskeryLauncher\n"
-            "  142 ?   Sl 0:01 C:\\wine\\other.exe\n"
-            "    1 ?   Ss 0:01 init " +
-            wrapper +
-            "\n"
-            "   -1 ?   Ss 0:01 " +
-            wrapper +
-            "\n"
-            "    0 ?   Ss 0:01 " +
-            wrapper +
-            "\n"
-            "  243 ?   Sl 0:01 x " +
-            wrapper + "\n" + processes::ownLine()[0] + " ? S 0:01 morvane stop " + wrapper + "\n" +
-            processes::ownLine()[1] + " ? S 0:01 sh -c morvane stop " + wrapper + "\n");
+    std::string listing = "  PID TTY STAT TIME COMMAND\n  142 ?   Sl 0:01 C:\\wine\\other.exe\n";
+    for (const std::string& number :
+         {std::string("41"), std::string("1"), std::string("-1"), std::string("0"), std::string("243"),
+          processes::ownLine()[0], processes::ownLine()[1]}) {
+        listing += "  " + number + " ?   Sl 0:01 x " + wrapper + "/Contents/MacOS/CaskeryLauncher\n";
+    }
+    put(programsFolder + "/ps.list", listing);
     put(programsFolder + "/launchctl.list",
         "PID\tStatus\tLabel\n"
         "-\t0\t[0x0-0x1].app.My game.app.77 \n"
