@@ -86,7 +86,6 @@ bool WrapperCreation::buildPortAt(const std::string& wrapper, const NSPortData& 
 }
 
 bool WrapperCreation::createWrapperAt(const std::string& wrapper, const std::string& engine) {
-    const bool existedBefore = files::kindOf(wrapper) != files::Kind::none;
     setMessage(localized("Creating Wrapper %@...", {currentCaskery.value_or("")}));
     setSubtitle(localized("Please wait. It might take a minute or two."));
     if (!copyingMasterWrapperToPath(wrapper)) return false;
@@ -109,7 +108,7 @@ bool WrapperCreation::createWrapperAt(const std::string& wrapper, const std::str
     setMessage(localized("Preparing Wrapper..."));
     setSubtitle(localized("Please wait. If prompted to install Mono or Gecko, cancel it."));
     makeRunnable("777", wrapper + layout::engine);
-    if (!createPrefixOf(wrapper, existedBefore)) return false;
+    if (!createPrefixOf(wrapper)) return false;
     if (MVFileManager::fileExistsAtPath(wrapper + layout::systemRegistry)) return true;
 
     if (MVAlert::showBooleanAlertMessage(
@@ -125,20 +124,24 @@ bool WrapperCreation::createWrapperAt(const std::string& wrapper, const std::str
     return false;
 }
 
-bool WrapperCreation::createPrefixOf(const std::string& wrapper, bool existedBefore) {
+bool WrapperCreation::createPrefixOf(const std::string& wrapper) {
     // A wrapper that was there before may hold a game's data, which have no business in a folder that is
     // emptied when the machine starts.
-    const auto temporary = existedBefore ? std::nullopt : temporaryPathFor(wrapper);
+    const auto temporary = ownWrapper_ == wrapper ? temporaryPathFor(wrapper) : std::nullopt;
     if (temporary) {
         if (!clearTemporaryPath(*temporary) || !MVFileManager::moveItemAtPath(wrapper, *temporary))
             return false;
-        usedTemporaryPath_ = temporary;
+        ownWrapper_ = usedTemporaryPath_ = temporary;
     }
     const std::string tool =
         MVString::pathByAppendingCaskeryFrameworkBinToPortPath(temporary.value_or(wrapper));
     makeRunnable("+x", tool);
     MVTask::runProgram(tool, "/", std::vector<std::string>{"CKS-wineprefixcreate"}, Wait::yes);
-    if (!temporary || MVFileManager::moveItemAtPath(*temporary, wrapper)) return true;
+    if (!temporary) return true;
+    if (MVFileManager::moveItemAtPath(*temporary, wrapper)) {
+        ownWrapper_ = wrapper;
+        return true;
+    }
     MVAlert::showAlertErrorMessage(localized(
         "The wrapper is at %@ now. Move it to %@ before you create it again.", {*temporary, wrapper}));
     return false;

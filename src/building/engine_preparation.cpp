@@ -193,13 +193,23 @@ void reportCorruptedEngine(const std::string& place) {
 }
 
 /// Puts the bundle into the wrapper. The old engine goes only when the new one lies beside it, complete: the
-/// move may be a copy between disks, which may fail.
+/// move may be a copy between disks, which may fail. It is renamed first, since half an engine that still
+/// tells its name would pass for an engine after a kill.
 bool replaceEngine(const std::string& bundle, const std::string& wrapper) {
     const std::string target = wrapper + layout::engine;
-    const std::string arriving = target + ".new";
-    if (!MVFileManager::removeItemAtPath(arriving) || !MVFileManager::moveItemAtPath(bundle, arriving))
+    const std::string arriving = target + ".new", leaving = target + ".old";
+    if (!MVFileManager::removeItemAtPath(arriving) || !MVFileManager::removeItemAtPath(leaving) ||
+        !MVFileManager::moveItemAtPath(bundle, arriving)) {
         return false;
-    return MVFileManager::removeItemAtPath(target) && MVFileManager::moveItemAtPath(arriving, target);
+    }
+    const bool hadEngine = files::kindOf(target) != files::Kind::none;
+    if (hadEngine && !MVFileManager::moveItemAtPath(target, leaving)) return false;
+    if (!MVFileManager::moveItemAtPath(arriving, target)) {
+        if (hadEngine) static_cast<void>(files::move(leaving, target));
+        return false;
+    }
+    MVFileManager::removeItemAtPath(leaving);
+    return true;
 }
 
 }  // namespace
@@ -262,7 +272,9 @@ bool WrapperCreation::getLocalCustomEngine(const std::string& engine) {
     const std::vector<std::string> chosen = MVAlert::chooseFiles(panel);
     if (chosen.empty()) return true;
     if (const auto destination = placeInStore(engine + "." + files::extension(chosen.front()))) {
-        MVFileManager::copyItemAtPath(chosen.front(), *destination);
+        // Half an archive in the store would be taken for the engine from then on.
+        static_cast<void>(
+            building::copyWhole(files::resolved(chosen.front()).value_or(chosen.front()), *destination));
     }
     return true;
 }

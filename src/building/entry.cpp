@@ -58,10 +58,6 @@ bool userTrustsForeignPort() {
     return MVAlert::showDialog(dialog).button == install;
 }
 
-void tellOfRunningCreation() {
-    MVAlert::showAlertErrorMessage(localized("You can't install two wrappers at the same time!"));
-}
-
 /// Why no wrapper can be made there, before anything is downloaded for it.
 std::optional<std::string> flawOfPlace(const std::string& wrapper) {
     const auto levels = MVString::split(wrapper, "/");
@@ -163,16 +159,17 @@ int WrapperCreation::runCreation(const std::string& wrapper,
                                  const std::function<std::optional<NSPortData>()>& portData,
                                  const std::function<void()>& finish) {
     if (!host().creation.begin()) {
-        tellOfRunningCreation();
+        building::tellOfNoLock();
         return -1;
     }
     // Held to the end of the clean-up, when the token is free already.
     const auto lock = building::lockSupportFolder();
     if (!lock) {
         host().creation.end();
-        tellOfRunningCreation();
+        building::tellOfNoLock();
         return -1;
     }
+    ownWrapper_.reset();
     usedTemporaryPath_.reset();
     const bool existedBefore = files::kindOf(wrapper) != files::Kind::none;
     try {
@@ -195,7 +192,7 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         host().creation.end();
         errorWithMessage(localized("%@: %@", {localized(cancelled.what()),
                                               localized("User requested wrapper creation termination")}));
-        stopAndRemove(wrapper, existedBefore);
+        stopAndRemove(wrapper);
         return -1;
     } catch (...) {
         errorWithMessage(std::nullopt);
@@ -203,18 +200,16 @@ int WrapperCreation::runCreation(const std::string& wrapper,
     }
 }
 
-void WrapperCreation::stopAndRemove(const std::string& wrapper, bool existedBefore) const {
-    const bool inPlace = files::kindOf(wrapper) != files::Kind::none;
-    // The programs keep the path under which they were started, also after the move back. Only a wrapper of
-    // this run is ever at the temporary path.
-    if (usedTemporaryPath_) {
+void WrapperCreation::stopAndRemove(const std::string& wrapper) const {
+    const auto stop = [this](const std::string& place) {
         NSUtilities::terminateAllCaskeryProcessesForWrapperNow(
-            *usedTemporaryPath_, inPlace ? RemovingWrapper::no : RemovingWrapper::yes);
-    }
-    if (inPlace) {
-        NSUtilities::terminateAllCaskeryProcessesForWrapperNow(
-            wrapper, existedBefore ? RemovingWrapper::no : RemovingWrapper::yes);
-    }
+            place, place == ownWrapper_ ? RemovingWrapper::yes : RemovingWrapper::no);
+    };
+    // The programs keep the path under which they were started, also after the move back.
+    if (usedTemporaryPath_) stop(*usedTemporaryPath_);
+    // A creation takes minutes: what lies in the wrapper's place may have been put there meanwhile.
+    const bool isElsewhere = usedTemporaryPath_ && ownWrapper_ == usedTemporaryPath_;
+    if (!isElsewhere && files::kindOf(wrapper) != files::Kind::none) stop(wrapper);
 }
 
 bool WrapperCreation::shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust) {

@@ -2,6 +2,7 @@
 
 #include "building/entry_removal.h"
 #include "building/port_texts.h"
+#include "building/tools.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -147,7 +148,7 @@ bool WrapperCreation::saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager&
         if (!application) continue;
         // A second build into the same wrapper finds the launcher of the first and writes it anew.
         if (!MVFileManager::regularFileExistsAtPath(*application + layout::customExeMark)) {
-            MVFileManager::copyItemAtPath(wrapper + layout::customExeTemplate, *application);
+            static_cast<void>(building::copyWhole(wrapper + layout::customExeTemplate, *application));
         }
         NSPortManager target = NSPortManager::managerWithCustomExePath(*application);
         target.setPlistObject(exe.version, "CFBundleShortVersionString");

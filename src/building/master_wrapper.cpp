@@ -182,6 +182,7 @@ WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(cons
 }
 
 bool WrapperCreation::copyingMasterWrapperToPath(const std::string& wrapper) {
+    ownWrapper_.reset();
     if (MVFileManager::fileExistsAtPath(wrapper)) return true;
     if (!isOnDisk(currentCaskery)) {
         MVAlert::showAlertErrorMessage(localized(
@@ -189,15 +190,10 @@ bool WrapperCreation::copyingMasterWrapperToPath(const std::string& wrapper) {
             "Download Caskery Forge and press the Update button."));
         return false;
     }
-    const bool nothingThere = files::kindOf(wrapper) == files::Kind::none;
     const std::string source = masterWrapper(*currentCaskery);
-    if (!MVFileManager::copyItemAtPath(files::resolved(source).value_or(source), wrapper)) {
-        // Half a copy would pass for an existing wrapper the next time.
-        if (nothingThere && files::kindOf(wrapper) != files::Kind::none) {
-            static_cast<void>(files::remove(wrapper));
-        }
-        return false;
-    }
+    // Half a copy would pass for an existing wrapper the next time.
+    if (!building::copyWhole(files::resolved(source).value_or(source), wrapper)) return false;
+    ownWrapper_ = wrapper;
     MVTask::runProgram(
         "chmod", "/",
         std::vector<std::string>{"+x", MVString::pathByAppendingCaskeryAppBinaryToPortPath(wrapper)},

@@ -2,7 +2,6 @@
 
 #include "building/tools.h"
 #include "building/wrapper_creation.h"
-#include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "foundation/threads.h"
 #include "platform/files.h"
@@ -72,7 +71,7 @@ void NSNeededResourcesWindow::fixRow(std::size_t row) {
     // A creation updates the same master wrapper.
     const auto lock = building::lockSupportFolder();
     if (!lock) {
-        MVAlert::showAlertErrorMessage(localized("You can't install two wrappers at the same time!"));
+        building::tellOfNoLock();
         return;
     }
     progressWindow_->setMessage(localized("Updating Caskery..."), CreatingPort::no);

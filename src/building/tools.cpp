@@ -11,10 +11,19 @@
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "platform/host.h"
+#include "platform/ownership.h"
 #include "platform/process.h"
 #include "wrapper/layout.h"
 
 namespace morvane::building {
+
+namespace {
+
+std::string creationLock() {
+    return files::join(layout::supportFolder(), ".creation.lock");
+}
+
+}  // namespace
 
 std::string archiveTool(const std::string& name) {
     return files::join(host().folders.resources, name);
@@ -69,10 +78,39 @@ UnpackingFolder::~UnpackingFolder() {
     if (!path.empty()) static_cast<void>(files::remove(path));
 }
 
+bool copyWhole(const std::string& source, const std::string& destination) {
+    // The copy itself reports that something is there already.
+    if (files::kindOf(destination) != files::Kind::none)
+        return MVFileManager::copyItemAtPath(source, destination);
+    const std::string passing =
+        files::join(files::parent(destination), "." + files::lastComponent(destination) + ".morvane-new");
+    const auto clear = [&passing] {
+        if (files::isOwn(passing)) static_cast<void>(files::remove(passing));
+    };
+    clear();  // left by a run that was killed
+    try {
+        if (MVFileManager::copyItemAtPath(source, passing) &&
+            MVFileManager::moveItemAtPath(passing, destination))
+            return true;
+    } catch (...) {
+        clear();
+        throw;
+    }
+    clear();
+    return false;
+}
+
 std::optional<files::Lock> lockSupportFolder() {
-    const std::string folder = layout::supportFolder();
-    static_cast<void>(files::createFolder(folder, true));
-    return files::Lock::tryLock(files::join(folder, ".creation.lock"));
+    static_cast<void>(files::createFolder(layout::supportFolder(), true));
+    return files::Lock::tryLock(creationLock());
+}
+
+void tellOfNoLock() {
+    // Whoever holds it has made it.
+    const bool isHeld = files::kindOf(creationLock()) != files::Kind::none;
+    MVAlert::showAlertErrorMessage(
+        isHeld ? localized("You can't install two wrappers at the same time!")
+               : localized("Nothing can be written to the folder \"%@\".", {layout::supportFolder()}));
 }
 
 std::string cacheBuster() {

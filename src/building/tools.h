@@ -39,9 +39,16 @@ class UnpackingFolder {
     std::string path;
 };
 
+/// Copies under a passing name beside the destination, so that a kill, a cancellation or a full disk leaves
+/// all of it there or nothing. False after a reported error.
+[[nodiscard]] bool copyWhole(const std::string& source, const std::string& destination);
+
 /// Keeps other processes of this user from changing the support folder at the same time. Nothing when one of
 /// them does it now.
 [[nodiscard]] std::optional<files::Lock> lockSupportFolder();
+
+/// Tells the user why there is no lock: another creation runs, or the folder can't be written to.
+void tellOfNoLock();
 
 /// "?" and a random number: no cache on the way answers an address that ends in it.
 [[nodiscard]] std::string cacheBuster();

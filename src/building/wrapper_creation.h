@@ -185,17 +185,20 @@ class WrapperCreation : public Download {
     /// error; `finish` runs after a successful build of a wrapper that was not there before.
     int runCreation(const std::string& wrapper, const std::function<std::optional<NSPortData>()>& portData,
                     const std::function<void()>& finish);
-    /// After a cancellation: stops what runs in the wrapper, and removes it unless it was there before.
-    void stopAndRemove(const std::string& wrapper, bool existedBefore) const;
+    /// After a cancellation: stops what runs in the wrapper, and removes what this run has made of it.
+    void stopAndRemove(const std::string& wrapper) const;
     enum class UnpackedMasterWrapper { failed, broken, done };
     /// One unpacking of the archive in the master folder; broken when the user wants it downloaded again.
     UnpackedMasterWrapper unpackMasterWrapper(const std::string& version);
     /// The step of `createWrapperAt` that runs the wrapper's own tool, at the temporary path where there is
     /// one.
-    bool createPrefixOf(const std::string& wrapper, bool existedBefore);
+    bool createPrefixOf(const std::string& wrapper);
     void setMessage(const std::string& message) const;
     void setSubtitle(const std::string& subtitle) const;
 
+    /// Where the wrapper that this run has made lies now; nothing before it is made, and when it was there
+    /// already.
+    std::optional<std::string> ownWrapper_;
     /// The temporary path, from the moment at which this run has moved its wrapper there.
     std::optional<std::string> usedTemporaryPath_;
 };

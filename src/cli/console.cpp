@@ -43,6 +43,32 @@ std::string fitted(std::string_view text, std::size_t columns) {
     return std::string(text.substr(0, at));
 }
 
+std::string wordWrapped(std::string_view text, std::size_t columns) {
+    std::string result;
+    std::size_t used = 0;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find_first_of(" \n"), text.size());
+        const std::string_view word = text.substr(0, end);
+        const std::size_t width =
+            static_cast<std::size_t>(std::count_if(word.begin(), word.end(), [](char c) {
+                return (static_cast<unsigned char>(c) & 0xc0U) != 0x80U;
+            }));
+        if (used > 0 && used + width > columns) {
+            if (result.ends_with(' ')) result.pop_back();
+            result += '\n';
+            used = 0;
+        }
+        result += word;
+        used += width;
+        if (end < text.size()) {
+            result += text[end];
+            used = text[end] == '\n' ? 0 : used + 1;
+        }
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return result;
+}
+
 std::string progressLine(const ProgressState& state, std::size_t columns) {
     std::string line;
     if (state.indeterminate) {
@@ -80,7 +106,7 @@ void Console::print(std::string_view text) {
 
 void Console::say(std::string_view text) {
     clearBar();
-    std::string line(text);
+    std::string line = bar_ ? wordWrapped(text, terminalWidth()) : std::string(text);
     if (!line.ends_with('\n')) line += '\n';
     writeAll(STDERR_FILENO, line);
 }

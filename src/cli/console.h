@@ -25,7 +25,7 @@ class Console {
 
     /// To standard output: what the command was asked for.
     void print(std::string_view text);
-    /// To standard error: what happens meanwhile.
+    /// To standard error: what happens meanwhile. Wrapped to the width of a terminal.
     void say(std::string_view text);
     /// A line of the JSON output.
     void emit(const Dictionary& event);
@@ -60,6 +60,8 @@ class Console {
 
 /// The width in columns of a UTF-8 text cut so that it fits; wide characters count as one.
 [[nodiscard]] std::string fitted(std::string_view text, std::size_t columns);
+/// The text with line breaks at blanks, so that no line is longer than the columns where words allow it.
+[[nodiscard]] std::string wordWrapped(std::string_view text, std::size_t columns);
 /// "[#####.....]  50%" and the lines beside it, for a terminal of that width.
 [[nodiscard]] std::string progressLine(const ProgressState& state, std::size_t columns);
 

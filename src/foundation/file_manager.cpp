@@ -1,5 +1,6 @@
 #include "foundation/file_manager.h"
 
+#include <functional>
 #include <string_view>
 #include <utility>
 #include <variant>
@@ -22,6 +23,12 @@ bool succeeded(const files::Error& error, std::string_view message) {
     return !error;
 }
 
+/// For what may take long on the thread of the running creation.
+std::function<bool()> untilCancelled() {
+    if (!host().creation.runsHere()) return {};
+    return [] { return !host().creation.requested(); };
+}
+
 }  // namespace
 
 bool createSymbolicLinkAtPath(const std::string& path, const std::string& destination) {
@@ -34,13 +41,13 @@ bool createDirectoryAtPath(const std::string& path, IntermediateFolders intermed
 }
 
 bool moveItemAtPath(const std::string& source, const std::string& destination) {
-    return succeeded(files::move(source, destination), "Error while moving file: %@");
+    const files::Error error = files::move(source, destination, untilCancelled());
+    if (error) host().creation.throwIfRequested();
+    return succeeded(error, "Error while moving file: %@");
 }
 
 bool copyItemAtPath(const std::string& source, const std::string& destination) {
-    std::function<bool()> goOn;
-    if (host().creation.runsHere()) goOn = [] { return !host().creation.requested(); };
-    const files::Error error = files::copy(source, destination, goOn);
+    const files::Error error = files::copy(source, destination, untilCancelled());
     // A copy that was interrupted is no error to tell the user.
     if (error) host().creation.throwIfRequested();
     return succeeded(error, "Error while copying file: %@");

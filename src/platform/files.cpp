@@ -335,9 +335,9 @@ bool renameOnly(const std::string& source, const std::string& destination) {
 }
 
 /// Copies under a passing name, so that the destination appears whole or not at all; the source goes last.
-Error moveBetweenFileSystems(const std::string& source, const std::string& destination) {
+Error moveBetweenFileSystems(const std::string& source, const std::string& destination, const GoOn& goOn) {
     const std::string passing = join(parent(destination), temporaryName());
-    Error error = copy(source, passing);
+    Error error = copy(source, passing, goOn);
     if (!error) {
         const Descriptor folder(::open(parent(destination).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         // The only copy is about to go: it has to be on the disk, and late write errors have to show.
@@ -455,14 +455,14 @@ Error createFolder(const std::string& path, bool withParents) {
     return describe(number);
 }
 
-Error move(const std::string& source, const std::string& destination) {
+Error move(const std::string& source, const std::string& destination, const std::function<bool()>& goOn) {
     if (!usable(source) || !usable(destination)) return lastError();
     const std::string from(withoutFinalSlashes(source));
     const std::string to(withoutFinalSlashes(destination));
     if (renameOnly(from, to)) return std::nullopt;
     if (errno != EXDEV) return lastError();
     if (kindOf(to) != Kind::none) return describe(EEXIST);
-    return moveBetweenFileSystems(from, to);
+    return moveBetweenFileSystems(from, to, goOn);
 }
 
 Error copy(const std::string& source, const std::string& destination, const std::function<bool()>& goOn) {

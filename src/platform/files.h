@@ -31,8 +31,9 @@ enum class Kind { none, file, folder, link, other };
 /// With parents: an existing folder is a success; without: an error.
 [[nodiscard]] Error createFolder(const std::string& path, bool withParents);
 /// A rename, or a copy followed by a removal between file systems; the destination must not exist. The source
-/// stays whole until the destination is; a failed copy leaves nothing behind.
-[[nodiscard]] Error move(const std::string& source, const std::string& destination);
+/// stays whole until the destination is; a failed copy leaves nothing behind. `goOn` as for `copy`.
+[[nodiscard]] Error move(const std::string& source, const std::string& destination,
+                         const std::function<bool()>& goOn = {});
 /// Copies a file, a link (as a link) or a folder whole, with permissions and times; the destination must not
 /// exist, and not lie inside the source. Shares storage where the file system can. `goOn` is asked between
 /// entries and within large files; false ends with an error. After an error, what was copied so far stays.

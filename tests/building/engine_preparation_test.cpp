@@ -1,3 +1,7 @@
+#include <sys/resource.h>
+
+#include <csignal>
+
 #include "building/building_machine.h"
 #include "building/engine_store.h"
 
@@ -128,6 +132,24 @@ TEST_F(EnginePreparation, AsksForAFile) {
     expectPrepared(true);
 }
 
+TEST_F(EnginePreparation, KeepsNoHalfOfAFileInTheStore) {
+    put(home + "/Downloads/wine-3.0.zip", std::string(1 << 20, 'x'));
+    ui.expect(linkQuestion).answer("No");
+    ui.expect(fileQuestion).answer("Yes");
+    ui.expectChoice("Select the engine CK9Wine3.0", {home + "/Downloads/wine-3.0.zip"});
+    ui.expectError("Error while copying file: ");
+    // A full disk without a disk.
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto handler = ::signal(SIGXFSZ, SIG_IGN);
+    const rlimit half{.rlim_cur = 1 << 19, .rlim_max = before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &half);
+    expectPrepared(true);
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    ::signal(SIGXFSZ, handler);
+    EXPECT_EQ(namesIn(engines), Names{});
+}
+
 TEST_F(EnginePreparation, EndsWhenTheUserHasNeither) {
     ui.expect(linkQuestion).answer("No");
     ui.expect(fileQuestion).answer("No");
@@ -210,6 +232,17 @@ TEST_F(EnginePreparation, ReplacesTheEngineOfAWrapper) {
     put(wrapper + "/Contents/Frameworks/ckwine.bundle/bin/mine", "x");
     expectExtracted(ExtractedEngine::alreadyThere);
     EXPECT_TRUE(exists(wrapper + "/Contents/Frameworks/ckwine.bundle/bin/mine"));
+}
+
+TEST_F(EnginePreparation, GoesOnWhereAKilledReplacementStopped) {
+    const std::string frameworks = wrapper + "/Contents/Frameworks/";
+    put(engines + "/CK9Wine3.0.tar.7z", testing::packedEngine("CK9Wine3.0"));
+    testing::makeFakeWrapperAt(wrapper, "CK9Wine2.0");
+    std::filesystem::rename(frameworks + "ckwine.bundle", frameworks + "ckwine.bundle.old");
+    put(frameworks + "ckwine.bundle.new/version", "CK9Wine3.0\n");
+    expectExtracted(ExtractedEngine::installed);
+    EXPECT_EQ(installed(), "CK9Wine3.0");
+    EXPECT_EQ(namesIn(frameworks), (Names{"bin", "ckwine.bundle"}));
 }
 
 /// Each row: what is in the store under the official name. The old engine stays in the wrapper.

@@ -208,6 +208,15 @@ TEST_F(Entry, BuildsOneWrapperAtATime) {
     EXPECT_EQ(install(file), -1);
 }
 
+TEST_F(Entry, SaysThatTheSupportFolderCannotBeWrittenTo) {
+    const std::string support = home + "/Library/Application Support/Caskery";
+    const std::string file = cki(game());
+    std::filesystem::remove_all(support);
+    put(support, "a file");
+    ui.expectError("Nothing can be written to the folder \"" + support + "\".");
+    EXPECT_EQ(install(file), -1);
+}
+
 TEST_F(Entry, AFailedBuildFreesTheWayAndLeavesWhatItMade) {
     publish({.makesPrefix = false});
     ui.expect("The Wine Prefix Creation failed!").answer("No");
@@ -306,6 +315,35 @@ TEST_F(Entry, ACancellationSparesWhatWasThereBefore) {
     EXPECT_EQ(get(wrapper + "/Contents/Resources/drive_c/save.dat"), "saved");
     EXPECT_EQ(namesIn(temporary), Names{});
     EXPECT_NE(stops().find("ps ax"), std::string::npos);
+}
+
+/// A creation takes minutes, and the user may put a wrapper in its place meanwhile.
+TEST_F(Entry, ACancellationSparesWhatSomebodyPutThereMeanwhile) {
+    const std::string started = folder.path + "/started";
+    const std::string old = folder.path + "/Old.app", save = "/Contents/Resources/drive_c/save.dat";
+    const std::string putBack = "cp -r '" + old + "' '" + wrapper + "'\n";
+    const std::string block = "touch '" + started + "'\nexec sleep 600\n";
+    testing::makeFakeWrapperAt(old, "CK9Wine2.0");
+    put(old + save, "saved");
+    put(old + "/Contents/Frameworks/bin/Caskery", "#!/bin/sh\n" + block, true);
+    const std::string file = cki(game());
+    const auto expectSpared = [&](const char* when) {
+        SCOPED_TRACE(when);
+        ui.expectError(cancelled);
+        EXPECT_EQ(install(file), -1);
+        EXPECT_EQ(get(wrapper + save), "saved");
+        EXPECT_EQ(namesIn(temporary), Names{});
+        std::filesystem::remove(started);
+        std::filesystem::remove_all(wrapper);
+    };
+    cancelWhen([&] { return exists(started); });
+    publish({.onPrefixCreate = putBack + block});
+    expectSpared("while the new one is at the temporary path");
+    // The build then goes on with the wrapper that is there.
+    put(resources + "/7za",
+        "#!/bin/sh\n[ -e '" + wrapper + "' ] || " + putBack + "exec /usr/bin/7za \"$@\"\n", true);
+    std::filesystem::remove_all(masters);
+    expectSpared("before the master wrapper is copied");
 }
 
 TEST_F(Entry, TheCancelButtonAsksFirst) {

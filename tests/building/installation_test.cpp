@@ -1,3 +1,5 @@
+#include <sys/resource.h>
+
 #include <thread>
 
 #include "building/configured_wrapper.h"
@@ -131,6 +133,21 @@ TEST_F(DesktopCleanUp, RemovesNewShortcutsOnly) {
     EXPECT_EQ(listing(desktop),
               (std::vector<std::string>{"Folder.lnk", "Old.lnk", "Upper.LNK", "notes.txt"}));
     EXPECT_EQ(get(home + "/precious.txt"), "kept");
+}
+
+TEST_F(DesktopCleanUp, SparesEverythingWhenItCouldNotSeeWhatWasThere) {
+    const std::string shortcut = home + "/Desktop/Old.lnk";
+    put(shortcut, "");
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    // No folder can be opened before the work, and every one after it.
+    const rlimit none{.rlim_cur = 0, .rlim_max = before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    bool worked = false;
+    WrapperCreation::removeUselessDesktopFilesCreatedOnBlock(
+        [&] { worked = ::setrlimit(RLIMIT_NOFILE, &before) == 0; });
+    EXPECT_TRUE(worked);
+    EXPECT_TRUE(exists(shortcut));
 }
 
 TEST_F(DesktopCleanUp, HappensAlsoWhenTheWorkThrows) {

@@ -247,6 +247,26 @@ TEST_F(MasterWrapper, IsCopiedToANewPathOnly) {
     EXPECT_EQ(get(wrapper + "/Contents/Info.plist"), "changed");
 }
 
+TEST_F(MasterWrapper, IsCopiedWholeOrNotAtAll) {
+    offline();
+    testing::makeFakeMasterWrapper(masters);
+    const std::string applications = home + "/Applications";
+    // What a kill in the middle of a copy leaves is no wrapper for the next run.
+    put(applications + "/.Game.app.morvane-new/Contents/half", "x");
+    create([&](WrapperCreation& creation) { EXPECT_TRUE(creation.copyingMasterWrapperToPath(wrapper)); });
+    EXPECT_EQ(namesIn(applications), Names{"Game.app"});
+    EXPECT_FALSE(exists(wrapper + "/Contents/half"));
+    std::filesystem::remove_all(wrapper);
+
+    create([&](WrapperCreation& creation) {
+        ASSERT_TRUE(machine->creation.begin());
+        machine->creation.request();
+        EXPECT_THROW(creation.copyingMasterWrapperToPath(wrapper), Cancelled);
+        machine->creation.end();
+    });
+    EXPECT_EQ(namesIn(applications), Names{});
+}
+
 TEST_F(MasterWrapper, CopyTellsOfEachFailure) {
     offline();
     create([&](WrapperCreation& creation) {

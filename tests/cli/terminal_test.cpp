@@ -55,6 +55,14 @@ TEST(ProgressLine, ShowsBarAndLinesWithinTheWidth) {
     EXPECT_EQ(fitted("äöü", 2), "äö");
 }
 
+TEST(WordWrapped, BreaksAtBlanksOnly) {
+    EXPECT_EQ(wordWrapped("one two three", 8), "one two\nthree");
+    EXPECT_EQ(wordWrapped("äöü äöü", 7), "äöü äöü");
+    EXPECT_EQ(wordWrapped("/a/very/long/path is kept", 8), "/a/very/long/path\nis kept");
+    EXPECT_EQ(wordWrapped("kept\n\nas it is\n", 20), "kept\n\nas it is\n");
+    EXPECT_EQ(wordWrapped("", 5), "");
+}
+
 class Terminal : public morvane::testing::TestMachine {
   protected:
     // Standard input is no terminal in the tests: a question without an answer ends the command.

@@ -18,19 +18,11 @@ const std::string samples = MORVANE_BUILD_FOLDER "/samples/";
 class Pipeline : public ::testing::Test {
   protected:
     Pipeline() {
-        for (const char* name :
-             {"/home/Downloads", "/home/Desktop", "/home/Applications", "/home/Volumes", "/programs"}) {
+        for (const char* name : {"/home/Downloads", "/home/Desktop", "/home/Applications", "/home/Volumes"}) {
             fs::create_directories(folder.path + name);
         }
-        // By name it would end the Wine of whoever else uses this machine; by path everything is stopped all
-        // the same.
-        TestMachine::put(folder.path + "/programs/killall", "#!/bin/sh\nexit 0\n", true);
-        morvane.environment = {"MORVANE_HOME=" + home,
-                               "STAR_CATCHER_SILENT=1",
-                               "NO_COLOR=1",
-                               "MORVANE_CASKERY_SITE=",
-                               "DISPLAY=",
-                               "PATH=" + std::string(getenv("PATH")) + ":" + folder.path + "/programs"};
+        morvane.environment = {"MORVANE_HOME=" + home, "STAR_CATCHER_SILENT=1", "NO_COLOR=1",
+                               "MORVANE_CASKERY_SITE=", "DISPLAY="};
     }
 
     ~Pipeline() override {

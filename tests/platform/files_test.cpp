@@ -230,6 +230,8 @@ TEST_F(Files, MoveBetweenFileSystems) {
         const FullDisk full(1 << 20);
         EXPECT_EQ(files::move(at("tree"), destination), "File too large");
     }
+    int asked = 0;
+    EXPECT_EQ(files::move(at("tree"), destination, [&asked] { return ++asked < 3; }), "Operation canceled");
     EXPECT_EQ(below("tree"), whole);
     EXPECT_TRUE(std::get<std::vector<std::string>>(files::list(elsewhere.path)).empty());
 
