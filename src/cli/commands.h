@@ -15,7 +15,7 @@ enum class EngineKind { thin, full };
 int install(Session& session, const std::string& file);
 /// `blank PATH.app --engine NAME`.
 int blank(Session& session, const std::string& path, const NSCustomPortView& view);
-/// `run APP`. Starts it and returns, or waits for its end.
+/// `run APP`. Starts a wrapper or a Custom EXE application of one and returns, or waits for its end.
 int run(Session& session, const std::string& app, Waiting waiting);
 /// `debug APP`. Waits for its end and says where the logs are.
 int debug(Session& session, const std::string& app);

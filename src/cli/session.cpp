@@ -88,6 +88,9 @@ void Session::handleSignal(int signal) {
 
 void Session::provideSite() {
     if (!host_->sites.caskery.empty()) return;
+    // The site offers this machine's Wine; without one, the questions that follow need an explanation.
+    const auto engine = runtime::systemEngineName();
+    if (const Failure* failure = failureOf(engine)) console_.say(failure->message);
     SiteServer::Content content;
     content.siteFolder = host_->folders.resources + "/site";
     engines_ = std::make_unique<runtime::SystemEngineStore>();

@@ -2,7 +2,6 @@
 #include "foundation/file_manager.h"
 #include "foundation/tasks.h"
 #include "platform/process.h"
-#include "platform/workspace.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/processes.h"
@@ -30,11 +29,11 @@ std::string executableOf(const std::string& wrapper) {
     return wrapper + "/Contents/MacOS/" + *name;
 }
 
-/// Runs the wrapper's launcher until the program ends; its exit code. What it prints is passed on.
-int runLauncher(Session& session, const std::string& wrapper, const std::vector<std::string>& arguments) {
+/// Runs a launcher until its program ends. What it prints is passed on.
+int runToItsEnd(Session& session, const std::string& program, const std::vector<std::string>& arguments) {
     return session.onWorker([&] {
         ProcessRequest request;
-        request.program = executableOf(wrapper);
+        request.program = program;
         request.arguments = arguments;
         const auto result = processes::run(request);
         if (!result) return session.fail(request.program + " could not be started.");
@@ -46,17 +45,20 @@ int runLauncher(Session& session, const std::string& wrapper, const std::vector<
 }  // namespace
 
 int run(Session& session, const std::string& app, Waiting waiting) {
-    const auto wrapper = wrapperAt(session, app);
-    if (!wrapper) return failed;
-    if (waiting == Waiting::yes) return runLauncher(session, *wrapper, {});
-    if (!workspace::launchBundle(*wrapper)) return session.fail(*wrapper + " could not be started.");
-    return done;
+    const std::string launcher = expandedPath(app) + layout::customExeMark;
+    const bool isCustomExe = MVFileManager::regularFileExistsAtPath(launcher);
+    const auto wrapper = isCustomExe ? std::nullopt : wrapperAt(session, app);
+    if (!isCustomExe && !wrapper) return failed;
+    const std::string program = isCustomExe ? launcher : executableOf(*wrapper);
+    if (waiting == Waiting::yes) return runToItsEnd(session, program, {});
+    return processes::launch(program) ? static_cast<int>(done)
+                                      : session.fail(program + " could not be started.");
 }
 
 int debug(Session& session, const std::string& app) {
     const auto wrapper = wrapperAt(session, app);
     if (!wrapper) return failed;
-    const int result = runLauncher(session, *wrapper, {"debug"});
+    const int result = runToItsEnd(session, executableOf(*wrapper), {"debug"});
     const std::string logs = *wrapper + layout::resources + "/Logs/";
     session.console().print("The logs are " + logs + "LastRunWine.log and " + logs + "LastRunX11.log");
     return result;

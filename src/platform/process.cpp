@@ -156,6 +156,11 @@ Descriptor aboveStreams(const Descriptor& descriptor) {
     return Descriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, 3));
 }
 
+/// The system would silently cut the text off there, and run something else than was meant.
+bool holdsNul(const std::vector<std::string>& texts) {
+    return std::ranges::any_of(texts, [](const auto& text) { return text.find('\0') != std::string::npos; });
+}
+
 std::vector<std::string> assignments(const std::map<std::string, std::string>& environment) {
     std::vector<std::string> texts;
     for (const auto& [name, value] : environment) texts.push_back(name + "=" + value);
@@ -251,6 +256,7 @@ std::optional<ProcessResult> run(const ProcessRequest& request) {
     words.insert(words.end(), request.arguments.begin(), request.arguments.end());
     const auto variables =
         request.environment ? assignments(*request.environment) : std::vector<std::string>();
+    if (holdsNul(words) || holdsNul(variables)) return std::nullopt;
 
     // Nothing is ever written to the input. Its writing end stays open until the output is closed: a program
     // that asks a question there waits, and does not take the end of the input for an answer.

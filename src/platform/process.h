@@ -34,7 +34,8 @@ namespace processes {
 /// Runs the program in a process group of its own, with the default signal handling and none of this
 /// process's open files. Standard input is a pipe to which nothing is written and which ends when the output
 /// has been closed; standard error is inherited. Returns when every holder of its standard output has closed
-/// it (and, when asked to wait, it has exited). Nothing when it could not be started.
+/// it (and, when asked to wait, it has exited). Nothing when it could not be started, also when a text for it
+/// holds a NUL.
 [[nodiscard]] std::optional<ProcessResult> run(const ProcessRequest& request);
 
 /// Starts the program in a session of its own, without arguments or pipes (all three streams on the null

@@ -103,6 +103,13 @@ TEST_F(Programs, CannotBeStarted) {
     auto nowhere = shell("true");
     nowhere.runFolder = folder.path + "/missing";
     EXPECT_FALSE(processes::run(nowhere));
+
+    using namespace std::string_literals;
+    auto cutShort = shell("true");
+    cutShort.arguments.push_back("meant\0 for more"s);
+    EXPECT_FALSE(processes::run(cutShort));
+    EXPECT_FALSE(processes::run({.program = "/bin/true\0/else"s}));
+    EXPECT_FALSE(processes::run({.program = "/bin/true", .environment = {{{"A", "b\0c"s}}}}));
 }
 
 TEST_F(Programs, MuchOutputWithNulBytes) {
