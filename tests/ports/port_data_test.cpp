@@ -20,15 +20,7 @@ NSPortData portOf(const Dictionary& cki, const std::optional<std::string>& path 
     return NSPortData::initWithDictionary(cki, path);
 }
 
-class CkiLoader : public TestMachine {
-  public:
-    std::string messageFor(const std::string& contents) {
-        const std::string path = home + "/a.cki";
-        put(path, contents);
-        const auto result = NSUtilities::loadArchivedObjectFromFile(path, "CKI");
-        return failureOf(result) != nullptr ? failureOf(result)->message : "";
-    }
-};
+using CkiLoader = TestMachine;
 
 TEST_F(CkiLoader, SaysWhatIsWrong) {
     const std::string missing = home + "/none.ckii";
@@ -37,25 +29,23 @@ TEST_F(CkiLoader, SaysWhatIsWrong) {
     const std::string unavailable =
         "That CKI file isn't available in the database. Inform us through the Contact Us tab.";
     const std::string corrupted = "That CKI file is corrupted or the format is invalid!";
-    EXPECT_EQ(messageFor(""), unavailable);
-    EXPECT_EQ(messageFor("<html><body>404"), unavailable);
-    EXPECT_EQ(messageFor("<html>\xff"), corrupted);
-    EXPECT_EQ(messageFor("<HTML>"), corrupted);
-    EXPECT_EQ(messageFor("\xff\xfe random"), corrupted);
-    EXPECT_EQ(messageFor(archived("a text")), corrupted);
-    EXPECT_EQ(messageFor(archived(Dictionary{{"Creator", "me"}})), "");
-    EXPECT_EQ(failureOf(NSUtilities::loadArchivedObjectFromFile(home, "CKI"))->message, corrupted);
-}
-
-TEST_F(CkiLoader, HandsTheFilesNameToThePort) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"", unavailable},
+        {"<html><body>404", unavailable},
+        {"<html>\xff", corrupted},
+        {"<HTML>", corrupted},
+        {"\xff\xfe random", corrupted},
+        {archived("a text"), corrupted},
+        {archived(Dictionary{{"Creator", "me"}}), ""},
+    };
     const std::string path = home + "/Some Game (Steam).cki";
-    put(path, archived(Dictionary{{"CKI Version", "1.6.1"}}));
-    const auto port = NSPortData::initWithCkiAtPath(path);
-    ASSERT_EQ(failureOf(port), nullptr);
-    EXPECT_TRUE(std::get<NSPortData>(port).isSteam);
-    EXPECT_FALSE(std::get<NSPortData>(port).isOrigin);
-    put(path, "<html>");
-    EXPECT_NE(failureOf(NSPortData::initWithCkiAtPath(path)), nullptr);
+    for (const auto& [contents, message] : rows) {
+        put(path, contents);
+        const auto port = NSPortData::initWithCkiAtPath(path);
+        EXPECT_EQ(failureOf(port) != nullptr ? failureOf(port)->message : "", message) << contents;
+        EXPECT_EQ(message.empty() && std::get<NSPortData>(port).isSteam, message.empty()) << "by the name";
+    }
+    EXPECT_EQ(failureOf(NSUtilities::loadArchivedObjectFromFile(home, "CKI"))->message, corrupted);
 }
 
 TEST(PortData, ReadsEveryKey) {
@@ -177,17 +167,16 @@ TEST(PortData, ReadsWrongTypesAsMissing) {
 }
 
 TEST(PortData, GatesExtraFilesByVersion) {
-    const auto counts = [](const Value& version) {
-        Dictionary cki{{"Extra Files", Array{Dictionary{}}},
-                       {"Before Extra Files", Array{Dictionary{}, Dictionary{}}},
-                       {"After Extra Files", Array{Dictionary{}}}};
-        if (!version.isNull()) cki.set("CKI Version", version);
-        const NSPortData port = portOf(cki);
-        return std::pair(port.extraFilesBeforeInstaller.size(), port.extraFilesAfterInstaller.size());
-    };
-    EXPECT_EQ(counts("1.5.7"), std::pair(std::size_t{1}, std::size_t{0}));
-    EXPECT_EQ(counts("1.5.8"), std::pair(std::size_t{2}, std::size_t{1}));
-    EXPECT_EQ(counts(Value()), std::pair(std::size_t{1}, std::size_t{0}));
+    const std::tuple<Value, std::size_t, std::size_t> rows[] = {
+        {"1.5.7", 1, 0}, {"1.5.8", 2, 1}, {Value(), 1, 0}};
+    for (const auto& [version, before, after] : rows) {
+        const NSPortData port = portOf({{"CKI Version", version},
+                                        {"Extra Files", Array{Dictionary{}}},
+                                        {"Before Extra Files", Array{Dictionary{}, Dictionary{}}},
+                                        {"After Extra Files", Array{Dictionary{}}}});
+        EXPECT_EQ(port.extraFilesBeforeInstaller.size(), before);
+        EXPECT_EQ(port.extraFilesAfterInstaller.size(), after);
+    }
 }
 
 TEST(PortData, BringsTheEngineUpToDateForAPortTypeOnly) {
@@ -253,53 +242,47 @@ TEST(CkiVersion, ComparesComponentsAsNumbers) {
     for (const Row& row : rows) EXPECT_EQ(ckiVersion(row.version, row.least), row.expected) << row.least;
 }
 
-class BlankPort : public TestMachine {};
+class BlankPort : public TestMachine {
+  protected:
+    static std::optional<NSPortData> blank(const std::string& path, unsigned drms = 0,
+                                           MacDriver driver = MacDriver::no,
+                                           const std::string& engine = "CK9Wine3.0") {
+        return NSPortData::customPortAtPath(path, engine, drms, driver);
+    }
+};
 
 TEST_F(BlankPort, IsMadeForTheClients) {
-    struct Row {
-        unsigned drms;
-        const char* path;
-        bool installer;
-    };
-    const std::vector<Row> rows{
+    const std::tuple<unsigned, const char*, bool> rows[] = {
         {0, "C:/nothing.exe", true},
         {drm::origin, "C:/*/Origin/Origin.exe", false},
         {drm::origin | drm::uplay, "C:/*/Ubisoft/Ubisoft Game Launcher/Uplay.exe", false},
         {7, "C:/*/Steam/steam.exe", false},
     };
-    for (const Row& row : rows) {
-        const auto port =
-            NSPortData::customPortAtPath("/a/My (steam) 1.5.app", "CK9Wine3.0", row.drms, MacDriver::no);
-        ASSERT_TRUE(port.has_value());
-        ASSERT_EQ(port->exes.size(), 1U);
-        EXPECT_EQ(port->exes.front().path, row.path);
-        EXPECT_EQ(port->exes.front().name, "My (steam) 1.5");
-        EXPECT_TRUE(port->exes.front().isMain);
-        EXPECT_EQ(port->exes.front().automatic, 1);
-        EXPECT_EQ(port->originalInstallerNeeded, row.installer);
-        EXPECT_EQ(port->isSteam, (row.drms & drm::steam) != 0);
-        EXPECT_EQ(port->isUplay, (row.drms & drm::uplay) != 0);
-        EXPECT_EQ(port->isOrigin, (row.drms & drm::origin) != 0);
+    for (const auto& [drms, path, installer] : rows) {
+        const auto port = blank("/a/My (steam) 1.5.app", drms);
+        ASSERT_TRUE(port && port->exes.size() == 1U);
+        const ExeEntry& exe = port->exes.front();
+        EXPECT_EQ(exe.path, path);
+        EXPECT_EQ(exe.name, "My (steam) 1.5");
+        EXPECT_TRUE(exe.isMain && exe.automatic == 1 && port->decorateWindows);
+        EXPECT_EQ(port->originalInstallerNeeded, installer);
+        EXPECT_EQ(port->isSteam, (drms & drm::steam) != 0);
+        EXPECT_EQ(port->isUplay, (drms & drm::uplay) != 0);
+        EXPECT_EQ(port->isOrigin, (drms & drm::origin) != 0);
         EXPECT_FALSE(port->isGogGalaxy || port->useMacDriver);
-        EXPECT_TRUE(port->decorateWindows);
-        EXPECT_EQ(port->ckiVersion, "1.6.1");
-        EXPECT_EQ(port->portType, "Caskery");
+        EXPECT_EQ(port->ckiVersion.value() + port->portType.value(), "1.6.1Caskery");
         EXPECT_TRUE(port->company->starts_with("Copyright © 20")) << *port->company;
         EXPECT_TRUE(port->company->ends_with(" Morvane. All rights reserved.")) << *port->company;
     }
-    EXPECT_FALSE(NSPortData::customPortAtPath("/a/b.app", "CK9Wine3.0", 0, MacDriver::yes)->decorateWindows);
-}
-
-TEST_F(BlankPort, NeedsANameAndAnEngine) {
-    EXPECT_FALSE(NSPortData::customPortAtPath("/a/b.app", "", 0, MacDriver::no).has_value());
-    EXPECT_FALSE(NSPortData::customPortAtPath("", "CK9Wine3.0", 0, MacDriver::no).has_value());
-    EXPECT_FALSE(NSPortData::customPortAtPath("/a/.app", "CK9Wine3.0", 0, MacDriver::no).has_value());
+    EXPECT_FALSE(blank("/a/b.app", 0, MacDriver::yes)->decorateWindows);
+    EXPECT_FALSE(blank("/a/b.app", 0, MacDriver::no, ""));
+    for (const char* nameless : {"", "/a/.app"}) EXPECT_FALSE(blank(nameless)) << nameless;
 }
 
 TEST_F(BlankPort, CarriesTheApplicationsPicture) {
     put(machine->folders.resources + "/create_wrapper.png",
         pictures::encodePng({2, 3, std::vector<std::uint8_t>(24, 9)}));
-    const auto port = NSPortData::customPortAtPath("/a/b.app", "CK9Wine3.0", 0, MacDriver::no);
+    const auto port = blank("/a/b.app");
     ASSERT_TRUE(port && port->exes.front().icon);
     EXPECT_EQ(port->exes.front().icon->height, 3);
 }
