@@ -75,15 +75,21 @@ TEST_F(ConfigureWrapper, WritesEverySettingOfThePort) {
         NSPortData port = portOf("C:/Game/game.exe");
         port.emulateThreeButtonsMouse = port.optionKeyWorksAsAlt = port.closePortNicely = value;
         port.singleCpuMode = port.decorateWindowWithQuartz = port.useXQuartz = port.maxFiles10240 = value;
-        port.fnToggleDefaultValue = port.useDirect3DBoost = value;
+        port.fnToggleDefaultValue = port.useDirect3DBoost = port.useMacDriver = value;
+        port.decorateWindows = true;
         configure(port);
+        const char* csmt = value ? "\"CSMT\"=\"enabled\"" : "\"CSMT\"=\"disabled\"";
+        EXPECT_NE(key(R"([Software\\Wine\\Direct3D])", "user").find(csmt), std::string::npos);
+        EXPECT_EQ(key(R"([Software\\Wine\\Drivers])", "user"),
+                  value ? "\"Graphics\"=\"mac\"" : "\"Graphics\"=\"x11\"");
+        EXPECT_EQ(key(R"([Software\\Wine\\X11 Driver])", "user"),
+                  value ? "" : "\"Decorated\"=\"Y\"\n\"Managed\"=\"Y\"")
+            << "of the X11 driver only";
         const auto x11 = property_lists::read(wrapper + layout::x11Plist);
-        ASSERT_TRUE(x11);
-        EXPECT_EQ(*x11, Value(Dictionary{{"enable_fake_buttons", value}, {"option_sends_alt", value}}));
-        for (const char* key : {"Disable CPUs", "force wrapper quartz-wm", "Use XQuartz", "set max files",
-                                "IsFnToggleEnabled"}) {
-            EXPECT_EQ(setting(key), Value(value)) << key;
-        }
+        EXPECT_EQ(x11, Value(Dictionary{{"enable_fake_buttons", value}, {"option_sends_alt", value}}));
+        for (const char* name :
+             {"Disable CPUs", "force wrapper quartz-wm", "Use XQuartz", "set max files", "IsFnToggleEnabled"})
+            EXPECT_EQ(setting(name), Value(value)) << name;
         EXPECT_EQ(get(wrapper + layout::quitScript),
                   value ? "#!/bin/sh\ncaskeryAppChoice=2\n" : "#!/bin/sh\ncaskeryAppChoice=1\n");
         // The settings that came with the wrapper, and those of the stages between, are all still there.
@@ -91,20 +97,6 @@ TEST_F(ConfigureWrapper, WritesEverySettingOfThePort) {
         EXPECT_EQ(setting("Program Name and Path"), Value("/Game/game.exe"));
         EXPECT_EQ(setting("Try To Use GPU Info"), Value(0));
     }
-}
-
-TEST_F(ConfigureWrapper, DecoratesWindowsOfTheX11DriverOnly) {
-    put(driveC + "/Game/game.exe", "MZ");
-    const char* x11Driver = R"([Software\\Wine\\X11 Driver])";
-    NSPortData port = portOf("C:/Game/game.exe");
-    port.useMacDriver = port.decorateWindows = true;
-    configure(port);
-    EXPECT_EQ(key(x11Driver, "user"), "");
-    EXPECT_EQ(key(R"([Software\\Wine\\Drivers])", "user"), "\"Graphics\"=\"mac\"");
-    port.useMacDriver = false;
-    configure(port);
-    EXPECT_EQ(key(x11Driver, "user"), "\"Decorated\"=\"Y\"\n\"Managed\"=\"Y\"");
-    EXPECT_EQ(key(R"([Software\\Wine\\Drivers])", "user"), "\"Graphics\"=\"x11\"");
 }
 
 TEST_F(ConfigureWrapper, NotifiesWhenTheMainProgramIsThere) {

@@ -36,17 +36,22 @@ class Entry : public testing::BuildingMachine {
         testing::publishEngines(site, {"CK9Wine3.0"});
         putEngine();
     }
-    void expectInstalled(int expected, const std::string& file, Trust trust = Trust::no) {
+    void expectInstalled(int expected, const std::string& file, Trust trust, const std::string& place) {
         create([&](WrapperCreation& creation) {
-            EXPECT_EQ(creation.installCKI(file, wrapper, trust), expected);
+            running = &creation;
+            EXPECT_EQ(creation.installCKI(file, place, trust), expected);
         });
         EXPECT_FALSE(machine->creation.running());
         EXPECT_FALSE(progress->isCreatingWrapper());
+    }
+    void expectInstalled(int expected, const std::string& file, Trust trust = Trust::no) {
+        expectInstalled(expected, file, trust, wrapper);
     }
     /// The site sends the beginning of the answer, and no more.
     void stall(const std::string& path) {
         site.answer(path, {.body = "x", .announcedLength = 1000, .stall = true});
     }
+    WrapperCreation* running = nullptr;
     const std::string save = "/Contents/Resources/drive_c/save.dat";
     const std::string masterArchive = "/Wrapper/Caskery-2.6.2.app.tar.7z";
     const std::string started = folder.path + "/started";
@@ -154,9 +159,7 @@ TEST_F(Entry, RefusesPlacesBeforeAnythingIsDownloaded) {
           home + "/Applications/File.app/Game.app"}) {
         SCOPED_TRACE(place);
         ui.expectError("The wrapper can't be created at ");
-        create(
-            [&](WrapperCreation& creation) { EXPECT_EQ(creation.installCKI(file, place, Trust::no), -1); });
-        EXPECT_FALSE(machine->creation.running());
+        expectInstalled(-1, file, Trust::no, place);
     }
     EXPECT_EQ(asked("/Wrapper/Caskery"), 0);
 }
@@ -308,16 +311,12 @@ TEST_F(Entry, TheCancelButtonAsksFirst) {
     ui.expect(question).answer("Yes");
     ui.expectError(cancelled);
     const std::string file = game();
-    WrapperCreation* running = nullptr;
     int presses = 0;
     const auto timer = machine->mainQueue.every(2ms, [&] {
         if (presses > 1 || asked("/Wrapper/Caskery") == 0) return;
         EXPECT_EQ(running->cancelWrapperCreation(), ++presses == 2);
     });
-    create([&](WrapperCreation& creation) {
-        running = &creation;
-        EXPECT_EQ(creation.installCKI(file, wrapper, Trust::no), -1);
-    });
+    expectInstalled(-1, file);
     machine->mainQueue.cancelTimer(timer);
     EXPECT_EQ(presses, 2);
 }

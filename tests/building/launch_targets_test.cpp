@@ -18,6 +18,7 @@ class LaunchTargets : public testing::ConfiguredWrapper {
 };
 
 TEST_F(LaunchTargets, ProgramAndFlagsByDrive) {
+    const std::string before = get(wrapper + layout::infoPlist);
     put(driveC + "/Program Files/Found/run.exe", "MZ");
     struct Row {
         const char *path, *program;
@@ -34,19 +35,14 @@ TEST_F(LaunchTargets, ProgramAndFlagsByDrive) {
              Row{"\"C:/Steam/Steam.exe\" -No-Dwrite", "/Steam/Steam.exe", "-no-cef-sandbox -No-Dwrite", 0},
              Row{"C:/*/Found/run.exe", "/Program Files/Found/run.exe", "", 0},
              Row{"C:/*/Missing/run.exe", "/*/Missing/run.exe", "", 0},
+             Row{"\"D:/Setup/run.exe\" -safe", "/execGame.bat", Value(), 1},
          }) {
         save({program("Game", row.path)});
         EXPECT_EQ(setting("Program Name and Path"), Value(row.program)) << row.path;
         EXPECT_EQ(setting("Program Flags"), row.flags) << row.path;
         EXPECT_EQ(setting("use start.exe"), Value(row.start)) << row.path;
+        put(wrapper + layout::infoPlist, before);
     }
-}
-
-TEST_F(LaunchTargets, AProgramOnAnotherDriveIsStartedByABatchFile) {
-    save({program("Game", "\"D:/Setup/run.exe\" -safe")});
-    EXPECT_EQ(setting("Program Name and Path"), Value("/execGame.bat"));
-    EXPECT_EQ(setting("use start.exe"), Value(1));
-    EXPECT_TRUE(setting("Program Flags").isNull());
     EXPECT_EQ(get(driveC + "/execGame.bat"), "\"D:/Setup/run.exe\" -safe");
 }
 
@@ -89,30 +85,25 @@ TEST_F(LaunchTargets, WindowsVersionOfTheProgram) {
 
 TEST_F(LaunchTargets, ScreenOptions) {
     struct Row {
-        int automatic;
-        bool fullscreen;
-        int desktop;
-        const char *resolution, *colours;
+        ExeEntry exe;
         int randr;
-        bool expectedFullscreen;
+        bool fullscreen;
         const char* expected;
     };
+    const auto exe = [](int automatic, bool full, int desktop, const char* resolution, const char* colours) {
+        return ExeEntry{"Game", true, "C:/game.exe", automatic, full, desktop, resolution, colours, "",
+                        {},     {}};
+    };
     for (const Row& row : {
-             Row{1, true, 1, "1024x768", "16 bits", 1, false, "novdx15sleep0"},
-             Row{0, true, 0, "1024x768", "256 colors", 0, true, "novdx8sleep0"},
-             Row{0, false, 1, "1024x768", "32 bits", 0, false, "1024x768x24sleep0"},
-             Row{0, true, 2, "640x480", "", 0, true, "640x480x24sleep0"},
+             Row{exe(1, true, 1, "1024x768", "16 bits"), 1, false, "novdx15sleep0"},
+             Row{exe(0, true, 0, "1024x768", "256 colors"), 0, true, "novdx8sleep0"},
+             Row{exe(0, false, 1, "1024x768", "32 bits"), 0, false, "1024x768x24sleep0"},
+             Row{exe(0, true, 2, "640x480", ""), 0, true, "640x480x24sleep0"},
          }) {
-        ExeEntry exe = program("Game", "C:/game.exe");
-        exe.automatic = row.automatic;
-        exe.fullscreen = row.fullscreen;
-        exe.virtualdesktop = row.desktop;
-        exe.resolution = row.resolution;
-        exe.colours = row.colours;
-        save({exe});
+        save({row.exe});
         const Value fullscreen = setting("Fullscreen");
         EXPECT_EQ(setting("Use RandR"), Value(row.randr)) << row.expected;
-        EXPECT_EQ(isFlagSet(&fullscreen), row.expectedFullscreen) << row.expected;
+        EXPECT_EQ(isFlagSet(&fullscreen), row.fullscreen) << row.expected;
         EXPECT_EQ(setting("Resolution"), Value(row.expected));
     }
 }
