@@ -112,9 +112,6 @@ TEST_F(Entry, ChecksThePortBeforeAnythingIsMade) {
     }
     ui.expectError("There is no CKI file at ");
     expectInstalled(-1, folder.path + "/none.cki");
-    put(folder.path + "/page.cki", "<html>Not found</html>");
-    ui.expectError("That CKI file isn't available in the database.");
-    expectInstalled(-1, folder.path + "/page.cki");
     create([&](WrapperCreation& creation) {
         ui.expectError("An unknown error happened. Please contact the developer.");
         EXPECT_FALSE(creation.shouldInstallPortData(std::nullopt, Trust::no));

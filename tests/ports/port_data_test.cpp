@@ -50,84 +50,66 @@ TEST_F(CkiLoader, SaysWhatIsWrong) {
 
 TEST(PortData, ReadsEveryKey) {
     const ImageData icon{"picture", 16, 16};
-    const NSPortData port = portOf(Dictionary{
-        {"CKI Version", "1.6"},
-        {"Creator", "A"},
-        {"Creator Mail", "B"},
-        {"Source", "GOG"},
-        {"Engine", "CK9Wine3.0"},
-        {"Engine Custom Link", "http://c"},
-        {"Company", "D"},
+    const Dictionary game{{"name", "Game"},
+                          {"main", "X"},
+                          {"path", "C:/a.exe\" -b"},
+                          {"automatic", true},
+                          {"fullscreen", 1},
+                          {"virtualdesktop", 2.0},
+                          {"resolution", "1024x768"},
+                          {"colours", "16 bits"},
+                          {"version", "1.0"},
+                          {"compatibility", "Windows XP"},
+                          {"icon", icon}};
+    Dictionary cki{
         {"WrapperMenu", Array{Dictionary{{"name", "n"}, {"type", "App"}, {"desc", "ls"}}}},
         {"Drives", Array{Dictionary{{"name", "D"}, {"place", "../drive_d"}, {"typeName", "cdrom"}}}},
         {"Extensions", Array{Dictionary{{"app", "sav"}, {"func", "C:/a.exe"}}}},
-        {"MacDriver", 1},
-        {"Decorate", "yes"},
-        {"Direct3D Boost", true},
         {"Winetricks", Array{"d3dx9", "", "Install App", "d3dx9"}},
-        {"EXEs", Array{Dictionary{{"name", "Game"},
-                                  {"main", "X"},
-                                  {"path", "C:/a.exe\" -b"},
-                                  {"automatic", true},
-                                  {"fullscreen", 1},
-                                  {"virtualdesktop", 2.0},
-                                  {"resolution", "1024x768"},
-                                  {"colours", "16 bits"},
-                                  {"compatibility", "Windows XP"},
-                                  {"version", "1.0"},
-                                  {"icon", icon}},
-                       Dictionary{{"main", "x"}}}},
+        {"EXEs", Array{game, Dictionary{{"main", "x"}}}},
         {"Before Extra Files", Array{Dictionary{{"origin", "http://o"}, {"destiny", "C:/"}, {"autorun", 1}}}},
         {"After Extra Files", Array{Dictionary{{"origin", "p"}}}},
-        {"Original Installer Needed", 1},
-        {"Original Installer Name", "setup*.exe"},
-        {"Button 1", 1},
-        {"Button 3", "1"},
-        {"Button 5", 0.5},
-        {"Button 7", true},
         {"Overrides", Array{"[a]\n\"b\"=\"c\""}},
-        {"Is GOG Galaxy", 1},
-        {"FnToggle Default Value", "T"},
-    });
+        {"CKI Version", "1.6"}};
+    // Each of these texts is a key's value as well: read into another's place, it shows.
+    for (const char* key : {"Creator", "Creator Mail", "Source", "Engine", "Engine Custom Link", "Company",
+                            "Original Installer Name"})
+        cki.set(key, key);
+    const std::pair<const char*, Value> flags[] = {{"MacDriver", 1},         {"Decorate", "yes"},
+                                                   {"Direct3D Boost", true}, {"Original Installer Needed", 1},
+                                                   {"Button 1", 1},          {"Button 3", "1"},
+                                                   {"Button 5", 0.5},        {"Button 7", true},
+                                                   {"Is GOG Galaxy", 1},     {"FnToggle Default Value", "T"}};
+    for (const auto& [key, value] : flags) cki.set(key, value);
+
+    const NSPortData port = portOf(cki);
     EXPECT_EQ(port.ckiVersion, "1.6");
-    EXPECT_EQ(port.creator, "A");
-    EXPECT_EQ(port.creatorMail, "B");
-    EXPECT_EQ(port.source, "GOG");
     EXPECT_EQ(port.portType, std::nullopt);
-    EXPECT_EQ(port.engine, "CK9Wine3.0");
-    EXPECT_EQ(port.engineCustomLink, "http://c");
-    EXPECT_EQ(port.company, "D");
+    EXPECT_EQ(*port.creator + ", " + *port.creatorMail + ", " + *port.source + ", " + *port.engine + ", " +
+                  *port.engineCustomLink + ", " + *port.company + ", " + *port.originalInstallerName,
+              "Creator, Creator Mail, Source, Engine, Engine Custom Link, Company, Original Installer Name");
     EXPECT_EQ(port.portMenu, (std::vector<MenuEntry>{{"n", "App", "ls"}}));
-    ASSERT_EQ(port.drives->size(), 1U);
-    EXPECT_EQ(port.drives->front().place, "../drive_d");
-    EXPECT_EQ(port.drives->front().typeName, "cdrom");
-    ASSERT_EQ(port.supportedExtensions->size(), 1U);
-    EXPECT_EQ(port.supportedExtensions->front().func, "C:/a.exe");
-    EXPECT_TRUE(port.useMacDriver && port.decorateWindows && port.useDirect3DBoost);
+    const DriveEntry& drive = port.drives->at(0);
+    EXPECT_EQ(drive.name + drive.place + drive.typeName, "D../drive_dcdrom");
+    EXPECT_EQ(port.supportedExtensions->at(0).app + port.supportedExtensions->at(0).func, "savC:/a.exe");
     EXPECT_EQ(port.winetricks, (std::vector<std::string>{"d3dx9", "Install App", "d3dx9"}));
     ASSERT_EQ(port.exes.size(), 2U);
     const ExeEntry& exe = port.exes.front();
-    EXPECT_TRUE(exe.isMain && exe.fullscreen);
+    EXPECT_TRUE(exe.isMain && exe.fullscreen && exe.automatic == 1 && exe.virtualdesktop == 2);
     EXPECT_EQ(exe.path, "C:/a.exe\" -b");
-    EXPECT_EQ(exe.automatic, 1);
-    EXPECT_EQ(exe.virtualdesktop, 2);
     EXPECT_EQ(exe.resolution + exe.colours + exe.compatibility, "1024x76816 bitsWindows XP");
     EXPECT_EQ(exe.version, "1.0");
     EXPECT_EQ(exe.icon, icon);
-    EXPECT_FALSE(port.exes.back().isMain);
-    EXPECT_EQ(port.exes.back().version, std::nullopt);
-    ASSERT_EQ(port.extraFilesBeforeInstaller.size(), 1U);
-    EXPECT_TRUE(port.extraFilesBeforeInstaller.front().autorun);
-    EXPECT_EQ(port.extraFilesBeforeInstaller.front().destiny, "C:/");
-    ASSERT_EQ(port.extraFilesAfterInstaller.size(), 1U);
-    EXPECT_EQ(port.extraFilesAfterInstaller.front().destiny, std::nullopt);
-    EXPECT_TRUE(port.originalInstallerNeeded);
-    EXPECT_EQ(port.originalInstallerName, "setup*.exe");
-    EXPECT_TRUE(port.emulateThreeButtonsMouse && port.closePortNicely && port.decorateWindowWithQuartz &&
-                port.maxFiles10240);
-    EXPECT_FALSE(port.optionKeyWorksAsAlt || port.singleCpuMode || port.useXQuartz);
+    EXPECT_TRUE(!port.exes.back().isMain && !port.exes.back().version);
+    const ExtraFileEntry &before = port.extraFilesBeforeInstaller.at(0),
+                         &after = port.extraFilesAfterInstaller.at(0);
+    EXPECT_TRUE(before.autorun && before.destiny == "C:/" && !after.autorun && !after.destiny);
     EXPECT_EQ(port.overrides, (Array{"[a]\n\"b\"=\"c\""}));
+    EXPECT_TRUE(port.useMacDriver && port.decorateWindows && port.useDirect3DBoost);
+    EXPECT_TRUE(port.emulateThreeButtonsMouse && port.closePortNicely && port.decorateWindowWithQuartz &&
+                port.maxFiles10240 && port.originalInstallerNeeded);
     EXPECT_TRUE(port.isGogGalaxy && port.fnToggleDefaultValue);
+    EXPECT_FALSE(port.optionKeyWorksAsAlt || port.singleCpuMode || port.useXQuartz);
     EXPECT_FALSE(port.isSteam || port.isOrigin || port.isUplay);
 }
 
@@ -202,29 +184,21 @@ TEST(PortData, BuildsOverridesFromOlderKeys) {
 }
 
 TEST(PortData, FindsClientsByKeyOrFileName) {
-    struct Row {
-        Dictionary cki;
-        std::optional<std::string> path;
-        const char* drm;
-        bool expected;
+    const char *steam = "Steam", *galaxy = "GOG Galaxy";
+    const std::tuple<Dictionary, std::optional<std::string>, const char*, bool> rows[] = {
+        {{}, "/Some Game (Steam).cki", steam, true},
+        {{}, "/game_steambuild.cki", steam, true},
+        {{}, "/x (gog galaxy).cki", galaxy, true},
+        {{}, "/x_GOGGalaxyBuild.cki", galaxy, true},
+        {{}, "/x gog galaxybuild.cki", galaxy, false},
+        {{}, "/Steam.cki", steam, false},
+        {{}, std::nullopt, steam, false},
+        {{{"Is Steam", false}}, "/Some Game (Steam).cki", steam, false},
+        {{{"Is Steam", "no"}}, "/Some Game (Steam).cki", steam, false},
+        {{{"Is Steam", 1}}, std::nullopt, steam, true},
     };
-    const std::vector<Row> rows{
-        {{}, "/Some Game (Steam).cki", "Steam", true},
-        {{}, "/game_steambuild.cki", "Steam", true},
-        {{}, "/x (gog galaxy).cki", "GOG Galaxy", true},
-        {{}, "/x_GOGGalaxyBuild.cki", "GOG Galaxy", true},
-        {{}, "/x gog galaxybuild.cki", "GOG Galaxy", false},
-        {{}, "/Steam.cki", "Steam", false},
-        {{}, std::nullopt, "Steam", false},
-        {{{"Is Steam", false}}, "/Some Game (Steam).cki", "Steam", false},
-        {{{"Is Steam", "no"}}, "/Some Game (Steam).cki", "Steam", false},
-        {{{"Is Steam", 1}}, "/x.cki", "Steam", true},
-        {{{"Is Steam", 1}}, std::nullopt, "Steam", true},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(NSPortData::checkIfCKI(row.cki, row.path, row.drm), row.expected)
-            << row.path.value_or("") << row.drm;
-    }
+    for (const auto& [cki, path, drm, expected] : rows)
+        EXPECT_EQ(NSPortData::checkIfCKI(cki, path, drm), expected) << path.value_or("") << drm;
 }
 
 TEST(CkiVersion, ComparesComponentsAsNumbers) {
