@@ -9,6 +9,7 @@
 
 #include "building/wrapper_creation.h"
 #include "foundation/localization.h"
+#include "foundation/settings_keys.h"
 #include "runtime/system_engine.h"
 #include "server/site_server.h"
 
@@ -32,9 +33,16 @@ Host::Options optionsOfProcess() {
     Host::Options options;
     options.folders = Folders::fromEnvironment();
     options.searchPath = environmentVariable("PATH");
-    options.sites.caskery = withFinalSlash(environmentVariable("MORVANE_CASKERY_SITE"));
-    options.sites.catalogue = withFinalSlash(environmentVariable("MORVANE_CATALOGUE"));
     return options;
+}
+
+/// From the environment, else from the settings; empty when neither names one.
+std::string configuredSite(const char* variable, const char* setting) {
+    const std::string address = environmentVariable(variable);
+    if (!address.empty()) return withFinalSlash(address);
+    const auto stored = host().defaults.get(setting);
+    const auto* text = stored ? stored->as<std::string>() : nullptr;
+    return text != nullptr ? withFinalSlash(*text) : "";
 }
 
 }  // namespace
@@ -45,6 +53,8 @@ Session::Session(Output output, Answers answers)
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, SIG_IGN);
     host_ = std::make_unique<Host>(optionsOfProcess(), interface_);
+    host_->sites.caskery = configuredSite("MORVANE_CASKERY_SITE", settings::caskerySite);
+    host_->sites.catalogue = configuredSite("MORVANE_CATALOGUE", settings::catalogueSite);
     progress_ = std::make_shared<NSProgressView>();
     signalWatcher_ = std::thread([this] { watchSignals(); });
 }
