@@ -6,80 +6,69 @@
 namespace morvane {
 namespace {
 
-using testing::runTool;
+using Names = std::vector<std::string>;
 
 class ExtractFile : public testing::TestMachine {
   protected:
     const std::string store = folder.path + "/store";
 
     /// An archive of that name in the store that holds the files; the tool packs by the name's extension.
-    void pack(const std::string& archive, const std::vector<std::string>& names) {
+    void pack(const std::string& archive, const Names& names) {
         const std::string work = folder.path + "/work";
-        std::vector<std::string> command{"/usr/bin/7za", "a",
-                                         work + "/packed" + archive.substr(archive.rfind('.'))};
+        Names command{"/usr/bin/7za", "a", work + "/packed" + archive.substr(archive.rfind('.'))};
         for (const std::string& name : names) {
             put(work + "/" + name, "contents of " + name);
             command.push_back(name);
         }
-        runTool(work, command);
+        testing::runTool(work, command);
         put(store + "/" + archive, get(command[2]));
         EXPECT_EQ(files::remove(work), std::nullopt);
+    }
+    /// What the unpacking of a file in the store gives, without the store's path.
+    Names extracted(const std::string& name) {
+        Names result;
+        onWorker([&] { result = WrapperCreation::extractFile(store + "/" + name); });
+        for (std::string& path : result) {
+            EXPECT_TRUE(path.starts_with(store + "/")) << path;
+            path.erase(0, store.size() + 1);
+        }
+        return result;
     }
 };
 
 TEST_F(ExtractFile, GivesTheEntriesThatWereNotThere) {
     pack("game.zip", {"data/level1", "readme.txt", "old.txt"});
     put(store + "/old.txt", "old");
-    onWorker([&] {
-        EXPECT_EQ(WrapperCreation::extractFile(store + "/game.zip"),
-                  (std::vector<std::string>{store + "/data", store + "/readme.txt"}));
-        EXPECT_EQ(WrapperCreation::extractFile(store + "/game.zip"), std::vector<std::string>{})
-            << "an archive that only overwrites";
-    });
+    EXPECT_EQ(extracted("game.zip"), (Names{"data", "readme.txt"}));
+    EXPECT_EQ(extracted("game.zip"), Names{}) << "an archive that only overwrites";
     EXPECT_EQ(get(store + "/old.txt"), "contents of old.txt");
     EXPECT_EQ(get(store + "/data/level1"), "contents of data/level1");
 }
 
-TEST_F(ExtractFile, KnowsKindsByTheExtensionAlone) {
+TEST_F(ExtractFile, KnowsKindsByTheExtensionAloneAndTakesNoNameForAnOption) {
     pack("UPPER.7Z", {"seven"});
     pack("packed.xz", {"single"});
-    put(store + "/game.tar.gz", "gz");
-    put(store + "/setup.exe", "MZ");
+    pack("-o..outside.zip", {"evil"});
+    pack("@list.zip", {"listed"});
     put(store + "/damaged.zip", "not a zip");
-    onWorker([&] {
-        EXPECT_EQ(WrapperCreation::extractFile(store + "/UPPER.7Z"),
-                  std::vector<std::string>{store + "/seven"});
-        EXPECT_EQ(WrapperCreation::extractFile(store + "/packed.xz").size(), 1u);
-        for (const char* name : {"/game.tar.gz", "/setup.exe", "/none"})
-            EXPECT_EQ(WrapperCreation::extractFile(store + name), std::vector<std::string>{store + name});
-        EXPECT_EQ(WrapperCreation::extractFile(store + "/damaged.zip"), std::vector<std::string>{});
-    });
+    const std::pair<const char*, Names> rows[] = {
+        {"UPPER.7Z", {"seven"}},      {"packed.xz", {"packed"}}, {"game.tar.gz", {"game.tar.gz"}},
+        {"setup.exe", {"setup.exe"}}, {"damaged.zip", {}},       {"-o..outside.zip", {"evil"}},
+        {"@list.zip", {"listed"}},
+    };
+    for (const auto& [name, expected] : rows) EXPECT_EQ(extracted(name), expected) << name;
+    EXPECT_EQ(files::kindOf(folder.path + "/outside"), files::Kind::none);
 }
 
 TEST_F(ExtractFile, TheFolderDecidesWhetherAnythingIsUnpacked) {
     const std::string fresh = store + "/a/b";
+    const auto into = WrapperCreation::extractFileToFolder;
     onWorker([&] {
-        EXPECT_EQ(WrapperCreation::extractFileToFolder("/x/game.zip", std::nullopt),
-                  std::vector<std::string>{});
-        EXPECT_EQ(WrapperCreation::extractFileToFolder("/x/game.zip", ""),
-                  std::vector<std::string>{"/x/game.zip"});
-        EXPECT_EQ(WrapperCreation::extractFileToFolder("/x/game.exe", fresh),
-                  std::vector<std::string>{"/x/game.exe"});
+        EXPECT_EQ(into("/x/game.zip", std::nullopt), Names{});
+        EXPECT_EQ(into("/x/game.zip", ""), Names{"/x/game.zip"});
+        EXPECT_EQ(into("/x/game.exe", fresh), Names{"/x/game.exe"});
     });
     EXPECT_EQ(files::kindOf(fresh), files::Kind::folder);
-}
-
-TEST_F(ExtractFile, ANameIsNeverAnOption) {
-    const std::string outside = folder.path + "/outside";
-    pack("-o..outside.zip", {"evil"});
-    pack("@list.zip", {"listed"});
-    onWorker([&] {
-        EXPECT_EQ(WrapperCreation::extractFile(store + "/-o..outside.zip"),
-                  std::vector<std::string>{store + "/evil"});
-        EXPECT_EQ(WrapperCreation::extractFile(store + "/@list.zip"),
-                  std::vector<std::string>{store + "/listed"});
-    });
-    EXPECT_EQ(files::kindOf(outside), files::Kind::none);
 }
 
 }  // namespace

@@ -19,14 +19,20 @@
 #include "support/test_machine.h"
 #include "wrapper/layout.h"
 
-namespace morvane::testing {
+namespace morvane {
+
+namespace fs = std::filesystem;
+
+namespace testing {
 
 class BuildingMachine : public TestMachine {
   public:
+    using Names = std::vector<std::string>;
+
     BuildingMachine() {
-        std::filesystem::create_directories(resources);
+        fs::create_directories(resources);
         for (const char* tool : {"/7za", "/7z"}) {
-            std::filesystem::copy_file(machine->folders.resources + tool, resources + tool);
+            fs::copy_file(machine->folders.resources + tool, resources + tool);
         }
         put(resources + "/agreement.txt", "Be fair.\n");
         Host::Options options{
@@ -48,6 +54,9 @@ class BuildingMachine : public TestMachine {
     void offline() {
         reachable = [](const std::string&) { return false; };
     }
+    void putEngine(const std::string& name = "CK9Wine3.0") {
+        put(engines + "/" + name + ".tar.7z", packedEngine(name));
+    }
 
     /// Runs the work with a fresh creation, as an application does.
     void create(const std::function<void(WrapperCreation&)>& work) {
@@ -65,17 +74,20 @@ class BuildingMachine : public TestMachine {
     }
 
     [[nodiscard]] static bool exists(const std::string& path) {
-        return std::filesystem::symlink_status(path).type() != std::filesystem::file_type::not_found;
+        return fs::symlink_status(path).type() != fs::file_type::not_found;
     }
     /// The sorted names in a folder; empty without one.
-    [[nodiscard]] static std::vector<std::string> namesIn(const std::string& path) {
-        std::vector<std::string> names;
-        if (!std::filesystem::is_directory(path)) return names;
-        for (const auto& entry : std::filesystem::directory_iterator(path)) {
+    [[nodiscard]] static Names namesIn(const std::string& path) {
+        Names names;
+        if (!fs::is_directory(path)) return names;
+        for (const auto& entry : fs::directory_iterator(path)) {
             names.push_back(entry.path().filename().string());
         }
         std::sort(names.begin(), names.end());
         return names;
+    }
+    [[nodiscard]] static bool isRunnable(const std::string& path) {
+        return (fs::status(path).permissions() & fs::perms::owner_exec) != fs::perms::none;
     }
     [[nodiscard]] std::string stops() const {
         return exists(folder.path + "/stops") ? get(folder.path + "/stops") : "";
@@ -105,4 +117,5 @@ class BuildingMachine : public TestMachine {
     const std::string wrapper = home + "/Applications/Game.app";
 };
 
-}  // namespace morvane::testing
+}  // namespace testing
+}  // namespace morvane

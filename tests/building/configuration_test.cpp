@@ -11,7 +11,7 @@ using testing::ConfiguredWrapper;
 class ConfigureWrapper : public ConfiguredWrapper {
   protected:
     /// The status lines of one configuration.
-    std::vector<std::string> configure(const NSPortData& port) {
+    Names configure(const NSPortData& port) {
         ui.progress.clear();
         onWorker([&] { EXPECT_TRUE(creation->configureWrapperAt(wrapper, port)); });
         auto lines = ui.statusLines();
@@ -19,71 +19,52 @@ class ConfigureWrapper : public ConfiguredWrapper {
         lines.erase(lines.begin(), std::find(lines.begin(), lines.end(), "Configuring Data..."));
         return lines;
     }
-    static ExeEntry mainProgram(const std::string& path) {
-        ExeEntry exe;
-        exe.name = "Game";
-        exe.isMain = true;
-        exe.path = path;
-        return exe;
+    static NSPortData portOf(const std::string& path, const char* installer = nullptr) {
+        NSPortData port;
+        port.exes = {program("Game", path)};
+        port.originalInstallerNeeded = installer != nullptr;
+        if (installer != nullptr) port.originalInstallerName = installer;
+        return port;
     }
 };
 
-using Lines = std::vector<std::string>;
-
-Lines joined(std::initializer_list<Lines> parts) {
-    Lines lines;
-    for (const Lines& part : parts) lines.insert(lines.end(), part.begin(), part.end());
-    return lines;
-}
-
 TEST_F(ConfigureWrapper, ShowsEveryStageInItsOrder) {
-    const Lines beginning{"Configuring Data...", "Configuring Drives...",
+    const std::string installer = home + "/Downloads/setup.exe";
+    const Names beginning{"Configuring Data...", "Configuring Drives...",
                           "Configuring Associated Extensions...", "Updating Winetricks List...",
                           "Installing winetricks..."};
-    const Lines overrides{"Overriding registries...", "Setting video memory size manually...",
+    const Names overrides{"Overriding registries...", "Setting video memory size manually...",
                           "Cleaning Auto-Run apps list..."};
-    const Lines programs{"Configuring EXEs..."};
-    const Lines extras{"Downloading Extras..."};
-    const std::string installer = home + "/Downloads/setup.exe";
-    const Lines game{"Requesting Installer...", "Running " + installer + "..."};
-    const Lines winetricks{"Installing winetricks..."};
-    const Lines ending{"Saving FnToogle default value..."};
+    const Names programs{"Configuring EXEs..."}, extras{"Downloading Extras..."};
+    const Names game{"Requesting Installer...", "Running " + installer + "..."};
+    const Names verbs{"Installing winetricks..."}, ending{"Saving FnToogle default value..."};
     put(installer, "MZ");
     put(driveC + "/Game/game.exe", "MZ");
 
-    NSPortData known;
-    known.exes = {mainProgram("C:/Game/game.exe")};
-    NSPortData later = known;
-    later.exes = {mainProgram("C:/*/game.exe")};
-    NSPortData withInstaller = later;
-    withInstaller.originalInstallerNeeded = true;
-    withInstaller.originalInstallerName = "setup.exe";
-    NSPortData withVerbsAfter = known;
-    withVerbsAfter.winetricks = {"vcrun2010", "Install App", "corefonts"};
-    NSPortData markerLast = known;
+    const NSPortData known = portOf("C:/Game/game.exe");
+    const NSPortData withInstaller = portOf("C:/*/game.exe", "setup.exe");
+    NSPortData verbsAfter = known, markerLast = known, galaxy = withInstaller;
+    verbsAfter.winetricks = {"vcrun2010", "Install App", "corefonts"};
     markerLast.winetricks = {"vcrun2010", "Install App"};
-    NSPortData galaxy = withInstaller;
     galaxy.isGogGalaxy = true;
 
     struct Row {
         const char* name;
-        const NSPortData& port;
-        Lines expected;
+        NSPortData port;
+        std::vector<Names> stages;
     };
     for (const Row& row : {
-             Row{"known programs", known,
-                 joined({beginning, overrides, programs, extras, winetricks, ending})},
-             Row{"programs found later", later,
-                 joined({beginning, overrides, extras, programs, winetricks, ending})},
-             Row{"with an installer", withInstaller,
-                 joined({beginning, overrides, extras, game, extras, programs, winetricks, ending})},
-             Row{"verbs after the game", withVerbsAfter,
-                 joined({beginning, programs, extras, winetricks, overrides, ending})},
-             Row{"nothing after the marker", markerLast,
-                 joined({beginning, overrides, programs, extras, winetricks, ending})},
-             Row{"GOG Galaxy", galaxy, joined({beginning, overrides, programs, winetricks, ending})},
+             Row{"known programs", known, {overrides, programs, extras, verbs}},
+             Row{"found later", portOf("C:/*/game.exe"), {overrides, extras, programs, verbs}},
+             Row{"with an installer", withInstaller, {overrides, extras, game, extras, programs, verbs}},
+             Row{"verbs after the game", verbsAfter, {programs, extras, verbs, overrides}},
+             Row{"nothing after the marker", markerLast, {overrides, programs, extras, verbs}},
+             Row{"GOG Galaxy", galaxy, {overrides, programs, verbs}},
          }) {
-        EXPECT_EQ(configure(row.port), row.expected) << row.name;
+        Names expected = beginning;
+        for (const Names& stage : row.stages) expected.insert(expected.end(), stage.begin(), stage.end());
+        expected.insert(expected.end(), ending.begin(), ending.end());
+        EXPECT_EQ(configure(row.port), expected) << row.name;
     }
     EXPECT_EQ(asked(), "CKS-installer " + installer + "\n") << "only the port with an installer runs it";
 }
@@ -91,19 +72,24 @@ TEST_F(ConfigureWrapper, ShowsEveryStageInItsOrder) {
 TEST_F(ConfigureWrapper, WritesEverySettingOfThePort) {
     put(driveC + "/Game/game.exe", "MZ");
     for (const bool value : {true, false}) {
-        NSPortData port;
-        port.exes = {mainProgram("C:/Game/game.exe")};
+        NSPortData port = portOf("C:/Game/game.exe");
         port.emulateThreeButtonsMouse = port.optionKeyWorksAsAlt = port.closePortNicely = value;
         port.singleCpuMode = port.decorateWindowWithQuartz = port.useXQuartz = port.maxFiles10240 = value;
-        port.fnToggleDefaultValue = port.useDirect3DBoost = value;
+        port.fnToggleDefaultValue = port.useDirect3DBoost = port.useMacDriver = value;
+        port.decorateWindows = true;
         configure(port);
+        const char* csmt = value ? "\"CSMT\"=\"enabled\"" : "\"CSMT\"=\"disabled\"";
+        EXPECT_NE(key(R"([Software\\Wine\\Direct3D])", "user").find(csmt), std::string::npos);
+        EXPECT_EQ(key(R"([Software\\Wine\\Drivers])", "user"),
+                  value ? "\"Graphics\"=\"mac\"" : "\"Graphics\"=\"x11\"");
+        EXPECT_EQ(key(R"([Software\\Wine\\X11 Driver])", "user"),
+                  value ? "" : "\"Decorated\"=\"Y\"\n\"Managed\"=\"Y\"")
+            << "of the X11 driver only";
         const auto x11 = property_lists::read(wrapper + layout::x11Plist);
-        ASSERT_TRUE(x11);
-        EXPECT_EQ(*x11, Value(Dictionary{{"enable_fake_buttons", value}, {"option_sends_alt", value}}));
-        for (const char* key : {"Disable CPUs", "force wrapper quartz-wm", "Use XQuartz", "set max files",
-                                "IsFnToggleEnabled"}) {
-            EXPECT_EQ(setting(key), Value(value)) << key;
-        }
+        EXPECT_EQ(x11, Value(Dictionary{{"enable_fake_buttons", value}, {"option_sends_alt", value}}));
+        for (const char* name :
+             {"Disable CPUs", "force wrapper quartz-wm", "Use XQuartz", "set max files", "IsFnToggleEnabled"})
+            EXPECT_EQ(setting(name), Value(value)) << name;
         EXPECT_EQ(get(wrapper + layout::quitScript),
                   value ? "#!/bin/sh\ncaskeryAppChoice=2\n" : "#!/bin/sh\ncaskeryAppChoice=1\n");
         // The settings that came with the wrapper, and those of the stages between, are all still there.
@@ -113,24 +99,8 @@ TEST_F(ConfigureWrapper, WritesEverySettingOfThePort) {
     }
 }
 
-TEST_F(ConfigureWrapper, DecoratesWindowsOfTheX11DriverOnly) {
-    put(driveC + "/Game/game.exe", "MZ");
-    const char* x11Driver = R"([Software\\Wine\\X11 Driver])";
-    NSPortData port;
-    port.exes = {mainProgram("C:/Game/game.exe")};
-    port.useMacDriver = port.decorateWindows = true;
-    configure(port);
-    EXPECT_EQ(key(x11Driver, "user"), "");
-    EXPECT_EQ(key(R"([Software\\Wine\\Drivers])", "user"), "\"Graphics\"=\"mac\"");
-    port.useMacDriver = false;
-    configure(port);
-    EXPECT_EQ(key(x11Driver, "user"), "\"Decorated\"=\"Y\"\n\"Managed\"=\"Y\"");
-    EXPECT_EQ(key(R"([Software\\Wine\\Drivers])", "user"), "\"Graphics\"=\"x11\"");
-}
-
 TEST_F(ConfigureWrapper, NotifiesWhenTheMainProgramIsThere) {
-    NSPortData port;
-    port.exes = {mainProgram("C:/Program Files/Game/game.exe")};
+    const NSPortData port = portOf("C:/Program Files/Game/game.exe");
     ui.expect("Game main EXE couldn't be found!").titleIs("Warning");
     configure(port);
     EXPECT_TRUE(ui.notifications.empty());
@@ -148,10 +118,7 @@ TEST_F(ConfigureWrapper, NotifiesWhenTheMainProgramIsThere) {
 }
 
 TEST_F(ConfigureWrapper, StopsBetweenStagesWhenCancelled) {
-    NSPortData port;
-    port.exes = {mainProgram("C:/*/game.exe")};
-    port.originalInstallerNeeded = true;
-    port.originalInstallerName = "setup.exe";
+    const NSPortData port = portOf("C:/*/game.exe", "setup.exe");
     put(home + "/Downloads/setup.exe", "MZ");
     onWorker([&] {
         ASSERT_TRUE(host().creation.begin());
@@ -164,16 +131,15 @@ TEST_F(ConfigureWrapper, StopsBetweenStagesWhenCancelled) {
 }
 
 TEST_F(ConfigureWrapper, PutsTheApplicationsBannerIntoTheWrapper) {
-    const std::string banner = wrapper + "/Caskery.app/Contents/Resources/CaskeryBanner.jpg";
     Host::Options options{.folders = machine->folders, .sites = {}, .searchPath = "", .reachability = {}};
     options.folders.resources = folder.path + "/resources";
     machine.reset();
     machine = std::make_unique<Host>(std::move(options), ui);
-    onWorker([&] { EXPECT_TRUE(WrapperCreation::addHollinBannerAtFile(wrapper)); });
-    EXPECT_EQ(get(banner), "jpg") << "an application without a banner leaves the wrapper's";
-    put(folder.path + "/resources/CaskeryBanner.jpg", "the application's");
-    onWorker([&] { EXPECT_TRUE(WrapperCreation::addHollinBannerAtFile(wrapper)); });
-    EXPECT_EQ(get(banner), "the application's");
+    for (const char* expected : {"jpg", "the application's"}) {  // its own while the application has none
+        onWorker([&] { EXPECT_TRUE(WrapperCreation::addHollinBannerAtFile(wrapper)); });
+        EXPECT_EQ(get(wrapper + "/Caskery.app/Contents/Resources/CaskeryBanner.jpg"), expected);
+        put(folder.path + "/resources/CaskeryBanner.jpg", "the application's");
+    }
 }
 
 }  // namespace

@@ -18,6 +18,8 @@ namespace morvane::testing {
 
 class ConfiguredWrapper : public TestMachine {
   public:
+    using Names = std::vector<std::string>;
+
     ConfiguredWrapper() {
         FakeWrapper fake;
         fake.onInstaller = "[ -e \"$wrapper/do.sh\" ] && . \"$wrapper/do.sh\"";
@@ -46,8 +48,15 @@ class ConfiguredWrapper : public TestMachine {
     [[nodiscard]] static bool exists(const std::string& path) {
         return files::kindOf(path) != files::Kind::none;
     }
-    [[nodiscard]] static std::vector<std::string> listing(const std::string& folder) {
-        return std::get<std::vector<std::string>>(files::list(folder));
+    [[nodiscard]] static Names listing(const std::string& folder) {
+        return std::get<Names>(files::list(folder));
+    }
+    static ExeEntry program(const std::string& name, const std::string& path, bool isMain = true) {
+        ExeEntry exe;
+        exe.name = name;
+        exe.path = path;
+        exe.isMain = isMain;
+        return exe;
     }
     /// A setting of the wrapper, or of a launcher application in it, as it is on disk.
     [[nodiscard]] Value setting(const std::string& key, const std::string& application = "") const {

@@ -8,24 +8,24 @@ namespace morvane {
 namespace {
 
 using testing::FakeWrapper;
-using Names = std::vector<std::string>;
+using namespace std::chrono_literals;
 
 constexpr const char* twoWrappers = "You can't install two wrappers at the same time!";
 constexpr const char* cancelled = "Cancelled: User requested wrapper creation termination";
 constexpr const char* requirements =
     "That port has some requirements that must be met in order to install that application correctly. Do you "
-    "have all "
-    "the items from that list?\n\n";
+    "have all the items from that list?\n\n";
+constexpr const char* notMet = "Get all the items from the list before installing that port!";
 constexpr const char* foreign =
     "That port wasn't downloaded directly from our server. It might contain download links";
 
 class Entry : public testing::BuildingMachine {
   protected:
-    Dictionary game() const {
-        return {
-            {"Engine", "CK9Wine3.0"},
-            {"EXEs",
-             Value(Array{Value(Dictionary{{"name", "Game"}, {"main", "X"}, {"path", "C:/Game/game.exe"}})})}};
+    /// A CKI file of a game that the published master wrapper's prefix holds.
+    std::string game() {
+        return cki(
+            {{"Engine", "CK9Wine3.0"},
+             {"EXEs", Array{Dictionary{{"name", "Game"}, {"main", "X"}, {"path", "C:/Game/game.exe"}}}}});
     }
     /// A master wrapper whose prefix holds the game, and the engine.
     void publish(FakeWrapper master = {}) {
@@ -34,24 +34,34 @@ class Entry : public testing::BuildingMachine {
             "echo MZ > \"$wrapper/Contents/Resources/drive_c/Game/game.exe\"\n";
         testing::publishMasterWrapper(site, master);
         testing::publishEngines(site, {"CK9Wine3.0"});
-        put(engines + "/CK9Wine3.0.tar.7z", testing::packedEngine("CK9Wine3.0"));
+        putEngine();
     }
-    int install(const std::string& file, Trust trust = Trust::no) {
-        int result = 1;
-        create([&](WrapperCreation& creation) { result = creation.installCKI(file, wrapper, trust); });
+    void expectInstalled(int expected, const std::string& file, Trust trust, const std::string& place) {
+        create([&](WrapperCreation& creation) {
+            running = &creation;
+            EXPECT_EQ(creation.installCKI(file, place, trust), expected);
+        });
         EXPECT_FALSE(machine->creation.running());
         EXPECT_FALSE(progress->isCreatingWrapper());
-        return result;
     }
-    std::string requirementsOf(const NSPortData& port) {
-        return WrapperCreation::requirementsListForPortData(port);
+    void expectInstalled(int expected, const std::string& file, Trust trust = Trust::no) {
+        expectInstalled(expected, file, trust, wrapper);
     }
+    /// The site sends the beginning of the answer, and no more.
+    void stall(const std::string& path) {
+        site.answer(path, {.body = "x", .announcedLength = 1000, .stall = true});
+    }
+    WrapperCreation* running = nullptr;
+    const std::string save = "/Contents/Resources/drive_c/save.dat";
+    const std::string masterArchive = "/Wrapper/Caskery-2.6.2.app.tar.7z";
+    const std::string started = folder.path + "/started";
+    const std::string block = "touch '" + started + "'\nexec sleep 600\n";
 };
 
 TEST_F(Entry, InstallsAPort) {
     publish();
-    const std::string file = cki(game());
-    EXPECT_EQ(install(file), 0);
+    const std::string file = game();
+    expectInstalled(0, file);
     EXPECT_TRUE(exists(wrapper + "/Contents/Resources/system.reg"));
     EXPECT_EQ(get(wrapper + "/mv_backup.cki"), get(file));
     EXPECT_EQ(namesIn(temporary), Names{});
@@ -60,70 +70,48 @@ TEST_F(Entry, InstallsAPort) {
     EXPECT_NE(std::find(lines.begin(), lines.end(), "Checking Caskery..."), lines.end());
     EXPECT_EQ(ui.notifications.size(), 1U);
     // Again, over the wrapper that is there now: nothing is made anew, and no copy of the file.
-    std::filesystem::remove(wrapper + "/mv_backup.cki");
-    std::filesystem::remove(testing::commandLog(wrapper));
-    put(wrapper + "/Contents/Resources/drive_c/save.dat", "saved");
-    EXPECT_EQ(install(file), 0);
+    fs::remove(wrapper + "/mv_backup.cki");
+    put(wrapper + save, "saved");
+    expectInstalled(0, file);
     EXPECT_FALSE(exists(wrapper + "/mv_backup.cki"));
-    EXPECT_EQ(get(wrapper + "/Contents/Resources/drive_c/save.dat"), "saved");
+    EXPECT_EQ(get(wrapper + save), "saved");
 }
 
 TEST_F(Entry, ChecksThePortBeforeAnythingIsMade) {
     testing::publishMasterWrapper(site);
     put(engines + "/CK9Wine3.0.tar.7z", "x");
+    const char* noSignature =
+        "That CKI file doesn't have a valid signature, but it seems to have been downloaded from our server. "
+        "Please, send us an email about that. Do you want to install it anyway? We don't recommend that.";
     struct Row {
-        const char* name;
         Dictionary keys;
         Trust trust;
-        const char* question;
-        const char* title;
-        const char* defaultAnswer;
-        const char* error;
+        const char *question, *title, *defaultAnswer, *error;
     };
     const Row rows[] = {
-        {"old version",
-         {{"CKI Version", "1.5.3"}},
-         Trust::no,
-         nullptr,
-         nullptr,
-         nullptr,
-         "That CKI file version is incompatible!"},
-        {"no signature from the server",
-         {{"Engine", "CK9Wine3.0"}, {"Creator", "Me"}},
+        {{{"CKI Version", "1.5.3"}}, Trust::no, nullptr, "", "", "That CKI file version is incompatible!"},
+        {{{"Engine", "CK9Wine3.0"}, {"Creator", "Me"}},
          Trust::yes,
-         "That CKI file doesn't have a valid signature, but it seems to have been downloaded from our "
-         "server. Please, "
-         "send us an email about that. Do you want to install it anyway? We don't recommend that.",
+         noSignature,
          "Error",
          "No",
          "The Port creation was canceled!"},
-        {"requirements not met",
-         {{"Engine", "CK9Wine4.0"}},
-         Trust::no,
-         requirements,
-         "Warning",
-         "Yes",
-         "Get all the items from the list before installing that port!"},
-        {"requirements of a signed one",
-         {{"Engine", "CK9Wine4.0"}, {"Creator", "Me"}, {"Creator Mail", "me@there"}},
+        {{{"Engine", "CK9Wine4.0"}}, Trust::no, requirements, "Warning", "Yes", notMet},
+        {{{"Engine", "CK9Wine4.0"}, {"Creator", "Me"}, {"Creator Mail", "me@there"}},
          Trust::yes,
          requirements,
          "Warning",
          "Yes",
-         "Get all the items from the list before installing that port!"},
+         notMet},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
         if (row.question != nullptr)
             ui.expect(row.question).titleIs(row.title).defaultIs(row.defaultAnswer).answer("No");
         ui.expectError(row.error);
-        EXPECT_EQ(install(cki(row.keys), row.trust), -1);
+        expectInstalled(-1, cki(row.keys), row.trust);
     }
     ui.expectError("There is no CKI file at ");
-    EXPECT_EQ(install(folder.path + "/none.cki"), -1);
-    put(folder.path + "/page.cki", "<html>Not found</html>");
-    ui.expectError("That CKI file isn't available in the database.");
-    EXPECT_EQ(install(folder.path + "/page.cki"), -1);
+    expectInstalled(-1, folder.path + "/none.cki");
     create([&](WrapperCreation& creation) {
         ui.expectError("An unknown error happened. Please contact the developer.");
         EXPECT_FALSE(creation.shouldInstallPortData(std::nullopt, Trust::no));
@@ -133,15 +121,15 @@ TEST_F(Entry, ChecksThePortBeforeAnythingIsMade) {
 }
 
 TEST_F(Entry, ListsWhatAPortRequires) {
+    const auto& listFor = WrapperCreation::requirementsListForPortData;
     put(engines + "/CK9Wine3.0.zip", "x");
     NSPortData port;
     port.engine = "CK9Wine3.0";
-    EXPECT_EQ(requirementsOf(port), "");
+    EXPECT_EQ(listFor(port), "");
     port.source = "CD";
     port.originalInstallerNeeded = true;
     port.originalInstallerName = "autorun.inf";
-    EXPECT_EQ(requirementsOf(port),
-              "- The original application installer for Windows (INF setup file from CD)");
+    EXPECT_EQ(listFor(port), "- The original application installer for Windows (INF setup file from CD)");
     port.source = "GOG";
     port.originalInstallerName = "setup.exe";
     port.engine = "CK9Wine4.0";
@@ -150,12 +138,10 @@ TEST_F(Entry, ListsWhatAPortRequires) {
                                       {.origin = {}, .destiny = {}}};
     port.extraFilesAfterInstaller = {{.origin = "ftp://host/b.zip", .destiny = {}},
                                      {.origin = "mod.zip", .destiny = {}}};
-    EXPECT_EQ(requirementsOf(port),
-              "- The patch.exe file\n"
-              "- The mod.zip file\n"
+    EXPECT_EQ(listFor(port),
+              "- The patch.exe file\n- The mod.zip file\n"
               "- The original application installer for Windows (EXE setup file from GOG) (GOG games might "
-              "also have "
-              "BIN files, which are required as well)\n"
+              "also have BIN files, which are required as well)\n"
               "- Internet connection to download the port engine (CK9Wine4.0)");
 }
 
@@ -163,64 +149,60 @@ TEST_F(Entry, RefusesPlacesBeforeAnythingIsDownloaded) {
     testing::publishMasterWrapper(site);
     put(engines + "/CK9Wine3.0.tar.7z", "x");
     put(home + "/Applications/File.app", "a file");
-    const std::string file = cki(game());
+    const std::string file = game();
     for (const std::string& place :
          {std::string("Game.app"), home + "/Game", home + "/Game.app/", home + "/.app",
           home + "/x/../Game.app", home + "/Nowhere/Game.app", home + "/Applications/File.app",
           home + "/Applications/File.app/Game.app"}) {
         SCOPED_TRACE(place);
         ui.expectError("The wrapper can't be created at ");
-        create(
-            [&](WrapperCreation& creation) { EXPECT_EQ(creation.installCKI(file, place, Trust::no), -1); });
-        EXPECT_FALSE(machine->creation.running());
+        expectInstalled(-1, file, Trust::no, place);
     }
     EXPECT_EQ(asked("/Wrapper/Caskery"), 0);
 }
 
 TEST_F(Entry, BuildsOneWrapperAtATime) {
-    publish(
-        {.onPrefixCreate = "touch '" + folder.path + "/started'\nread unused < '" + folder.path + "/go'"});
+    publish({.onPrefixCreate = "touch '" + started + "'\nread unused < '" + folder.path + "/go'"});
     testing::runTool(folder.path, {"/usr/bin/mkfifo", "go"});
-    const std::string file = cki(game());
+    const std::string file = game();
     ui.expectError(twoWrappers);
     int second = 1;
     std::thread other;
-    const auto timer = machine->mainQueue.every(std::chrono::milliseconds(2), [&] {
-        if (other.joinable() || !exists(folder.path + "/started")) return;
+    const auto timer = machine->mainQueue.every(2ms, [&] {
+        if (other.joinable() || !exists(started)) return;
         other = std::thread([&] {
             WrapperCreation creation(progress);
             second = creation.installCKI(file, home + "/Applications/Second.app", Trust::no);
             put(folder.path + "/go", "");
         });
     });
-    EXPECT_EQ(install(file), 0);
+    expectInstalled(0, file);
     machine->mainQueue.cancelTimer(timer);
     other.join();
     EXPECT_EQ(second, -1);
     EXPECT_FALSE(exists(home + "/Applications/Second.app"));
     EXPECT_TRUE(exists(wrapper + "/mv_backup.cki"));
     // The first has ended: a new one may start.
-    EXPECT_EQ(install(file), 0);
+    expectInstalled(0, file);
     // Another process of the user counts as well.
     const auto lock = files::Lock::tryLock(home + "/Library/Application Support/Caskery/.creation.lock");
     ASSERT_TRUE(lock);
     ui.expectError(twoWrappers);
-    EXPECT_EQ(install(file), -1);
+    expectInstalled(-1, file);
 }
 
 TEST_F(Entry, SaysThatTheSupportFolderCannotBeWrittenTo) {
     const std::string support = home + "/Library/Application Support/Caskery";
-    const std::string file = cki(game());
-    std::filesystem::remove_all(support);
+    fs::remove_all(support);
     put(support, "a file");
     ui.expectError("Nothing can be written to the folder \"" + support + "\".");
-    EXPECT_EQ(install(file), -1);
+    expectInstalled(-1, game());
 }
 
 TEST_F(Entry, AFailedBuildFreesTheWayAndLeavesWhatItMade) {
     publish({.makesPrefix = false});
     ui.expect("The Wine Prefix Creation failed!").answer("No");
-    EXPECT_EQ(install(cki(game())), -1);
+    expectInstalled(-1, game());
     EXPECT_TRUE(exists(wrapper + "/Contents"));
     EXPECT_FALSE(exists(wrapper + "/mv_backup.cki"));
     EXPECT_EQ(ui.progress.back().height, 0);
@@ -235,57 +217,42 @@ struct Stage {
 };
 
 TEST_F(Entry, ACancellationStopsEveryStageAndRemovesTheWrapper) {
-    const std::string started = folder.path + "/started";
-    const std::string blocking = "touch '" + started + "'\nexec sleep 600\n";
     const auto hasStarted = [&] { return exists(started); };
-    const std::string realTool = get(resources + "/7za");
-    const auto downloading = [&](const char* path) { return [this, path] { return asked(path) > 0; }; };
+    const std::string realTool = get(resources + "/7za"), blockChmod = folder.path + "/chmod blocks";
+    const auto blockTool = [&](const std::string& lines) {
+        put(resources + "/7za", "#!/bin/sh\n" + lines + "\n" + block, true);
+    };
     const Stage stages[] = {
-        {"download of the master wrapper",
-         [&] {
-             site.answer("/Wrapper/Caskery-2.6.2.app.tar.7z",
-                         {.body = "x", .announcedLength = 1000, .stall = true});
-         },
-         downloading("/Wrapper/Caskery")},
-        {"unpacking",
-         [&] { put(resources + "/7za", "#!/bin/sh\n[ $# -eq 0 ] && exec /usr/bin/7za\n" + blocking, true); },
-         hasStarted},
+        {"download of the master wrapper", [&] { stall(masterArchive); },
+         [&] { return asked("/Wrapper/Caskery") > 0; }},
+        {"unpacking", [&] { blockTool("[ $# -eq 0 ] && exec /usr/bin/7za"); }, hasStarted},
         {"download of the engine",
          [&] {
-             std::filesystem::remove_all(engines);
-             site.answer("/Engines/CK9Wine3.0.tar.7z", {.body = "x", .announcedLength = 1000, .stall = true});
+             fs::remove_all(engines);
+             stall("/Engines/CK9Wine3.0.tar.7z");
              ui.expect(requirements).answer("Yes");
          },
-         downloading("/Engines/CK9Wine3.0")},
+         [&] { return asked("/Engines/CK9Wine3.0") > 0; }},
         {"unpacking of the engine",
-         [&] {
-             put(resources + "/7za",
-                 "#!/bin/sh\ncase \"$*\" in *Engines*) ;; *) exec /usr/bin/7za \"$@\";; esac\n" + blocking,
-                 true);
-         },
-         hasStarted},
-        {"making the engine runnable", [&] { put(folder.path + "/chmod blocks", ""); }, hasStarted},
-        {"prefix", [&] { publish({.onPrefixCreate = blocking}); }, hasStarted},
+         [&] { blockTool("case \"$*\" in *Engines*) ;; *) exec /usr/bin/7za \"$@\";; esac"); }, hasStarted},
+        {"making the engine runnable", [&] { put(blockChmod, ""); }, hasStarted},
+        {"prefix", [&] { publish({.onPrefixCreate = block}); }, hasStarted},
     };
     // Where a program lies is looked up once, so the script is there from the beginning.
-    scriptProgram("chmod", "[ $1 = 777 ] && [ -e '" + folder.path +
-                               "/chmod blocks' ] || exec /bin/chmod \"$@\"\n" + blocking);
-    const std::string file = cki(game());
+    scriptProgram("chmod", "[ $1 = 777 ] && [ -e '" + blockChmod + "' ] || exec /bin/chmod \"$@\"\n" + block);
+    const std::string file = game();
     put(temporary + "/Other.app/Contents/mine", "mine");
     for (const Stage& stage : stages) {
         SCOPED_TRACE(stage.name);
-        std::filesystem::remove(started);
-        std::filesystem::remove(folder.path + "/stops");
-        std::filesystem::remove_all(masters);
-        std::filesystem::remove(folder.path + "/chmod blocks");
+        for (const std::string& path : {started, blockChmod, masters}) fs::remove_all(path);
         put(resources + "/7za", realTool, true);
         publish();
         stage.block();
         ui.expectError(cancelled);
-        const auto timer = machine->mainQueue.every(std::chrono::milliseconds(2), [&] {
+        const auto timer = machine->mainQueue.every(2ms, [&] {
             if (stage.reached()) machine->creation.request();
         });
-        EXPECT_EQ(install(file), -1);
+        expectInstalled(-1, file);
         machine->mainQueue.cancelTimer(timer);
         EXPECT_TRUE(stage.reached());
         EXPECT_FALSE(exists(wrapper));
@@ -295,78 +262,58 @@ TEST_F(Entry, ACancellationStopsEveryStageAndRemovesTheWrapper) {
     // The processes of the wrapper are looked for at both of its places.
     EXPECT_NE(stops().find("ps ax"), std::string::npos);
     // Nothing of the cancellations stays: the next creation succeeds.
-    std::filesystem::remove_all(masters);
+    fs::remove_all(masters);
     publish();
-    EXPECT_EQ(install(file), 0);
-}
-
-TEST_F(Entry, ACancellationSparesWhatWasThereBefore) {
-    const std::string started = folder.path + "/started";
-    const std::string block = "touch '" + started + "'\nexec sleep 600\n";
-    publish();
-    testing::makeFakeMasterWrapper(masters);
-    // An engine is to be replaced, so the old wrapper's own tool makes the prefix anew.
-    testing::makeFakeWrapperAt(wrapper, "CK9Wine2.0");
-    put(wrapper + "/Contents/Resources/drive_c/save.dat", "saved");
-    put(wrapper + "/Contents/Frameworks/bin/Caskery", "#!/bin/sh\n" + block, true);
-    ui.expectError(cancelled);
-    cancelWhen([&] { return exists(started); });
-    EXPECT_EQ(install(cki(game())), -1);
-    EXPECT_EQ(get(wrapper + "/Contents/Resources/drive_c/save.dat"), "saved");
-    EXPECT_EQ(namesIn(temporary), Names{});
-    EXPECT_NE(stops().find("ps ax"), std::string::npos);
+    expectInstalled(0, file);
 }
 
 /// A creation takes minutes, and the user may put a wrapper in its place meanwhile.
-TEST_F(Entry, ACancellationSparesWhatSomebodyPutThereMeanwhile) {
-    const std::string started = folder.path + "/started";
-    const std::string old = folder.path + "/Old.app", save = "/Contents/Resources/drive_c/save.dat";
+TEST_F(Entry, ACancellationSparesWhatIsNotOfThisCreation) {
+    const std::string old = folder.path + "/Old.app";
     const std::string putBack = "cp -r '" + old + "' '" + wrapper + "'\n";
-    const std::string block = "touch '" + started + "'\nexec sleep 600\n";
     testing::makeFakeWrapperAt(old, "CK9Wine2.0");
     put(old + save, "saved");
+    // An engine is to be replaced, so the old wrapper's own tool makes the prefix anew.
     put(old + "/Contents/Frameworks/bin/Caskery", "#!/bin/sh\n" + block, true);
-    const std::string file = cki(game());
+    const std::string file = game();
     const auto expectSpared = [&](const char* when) {
         SCOPED_TRACE(when);
         ui.expectError(cancelled);
-        EXPECT_EQ(install(file), -1);
+        expectInstalled(-1, file);
         EXPECT_EQ(get(wrapper + save), "saved");
         EXPECT_EQ(namesIn(temporary), Names{});
-        std::filesystem::remove(started);
-        std::filesystem::remove_all(wrapper);
+        EXPECT_NE(stops().find("ps ax"), std::string::npos);
+        for (const std::string& path : {started, wrapper, masters}) fs::remove_all(path);
     };
     cancelWhen([&] { return exists(started); });
+    publish();
+    fs::create_directories(home + "/Applications");
+    fs::copy(old, wrapper, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    expectSpared("there before the creation");
     publish({.onPrefixCreate = putBack + block});
     expectSpared("while the new one is at the temporary path");
     // The build then goes on with the wrapper that is there.
     put(resources + "/7za",
         "#!/bin/sh\n[ -e '" + wrapper + "' ] || " + putBack + "exec /usr/bin/7za \"$@\"\n", true);
-    std::filesystem::remove_all(masters);
     expectSpared("before the master wrapper is copied");
 }
 
 TEST_F(Entry, TheCancelButtonAsksFirst) {
     const char* question =
         "Cancelling will stop the wrapper creation and remove what was created until now. Are you sure that "
-        "you want to "
-        "terminate the wrapper creation?";
+        "you want to terminate the wrapper creation?";
     publish();
-    site.answer("/Wrapper/Caskery-2.6.2.app.tar.7z", {.body = "x", .announcedLength = 1000, .stall = true});
+    stall(masterArchive);
     ui.expect(question).titleIs("Warning").defaultIs("No").answer("No");
     ui.expect(question).answer("Yes");
     ui.expectError(cancelled);
-    const std::string file = cki(game());
-    WrapperCreation* running = nullptr;
+    const std::string file = game();
     int presses = 0;
-    const auto timer = machine->mainQueue.every(std::chrono::milliseconds(2), [&] {
+    const auto timer = machine->mainQueue.every(2ms, [&] {
         if (presses > 1 || asked("/Wrapper/Caskery") == 0) return;
         EXPECT_EQ(running->cancelWrapperCreation(), ++presses == 2);
     });
-    create([&](WrapperCreation& creation) {
-        running = &creation;
-        EXPECT_EQ(creation.installCKI(file, wrapper, Trust::no), -1);
-    });
+    expectInstalled(-1, file);
     machine->mainQueue.cancelTimer(timer);
     EXPECT_EQ(presses, 2);
 }
@@ -374,10 +321,6 @@ TEST_F(Entry, TheCancelButtonAsksFirst) {
 TEST_F(Entry, ABlankWrapperTakesThePanelsChoices) {
     publish();
     testing::publishEngines(site, {"CK9Wine2.0", "CK9Wine3.0"});
-    const char* originNeeds =
-        "In order to work, Origin needs two patches in the engine that you are going to use. Only install it "
-        "in an engine "
-        "with these patches.";
     std::unique_ptr<WrapperCreation> creation;
     onWorker([&] { creation = std::make_unique<WrapperCreation>(progress); });
     bool ended = false, failure = false;
@@ -386,12 +329,15 @@ TEST_F(Entry, ABlankWrapperTakesThePanelsChoices) {
         ASSERT_EQ(form.fields.size(), 5U);
         EXPECT_EQ(form.fields[0].options, (Names{"CK9Wine3.0", "CK9Wine2.0"}));
         for (const FormField& field : form.fields) EXPECT_EQ(field.chosen, 0U) << field.label;
-        form.fields[3].chosen = 1;
-        form.fields[3].changed(1);
-        form.fields[4].chosen = 1;
-        form.fields[4].changed ? form.fields[4].changed(1) : void();
+        for (std::size_t client : {3U, 4U}) {
+            form.fields[client].chosen = 1;
+            if (form.fields[client].changed) form.fields[client].changed(1);
+        }
     });
-    ui.expect(originNeeds).titleIs("Warning");
+    ui.expect(
+          "In order to work, Origin needs two patches in the engine that you are going to use. Only install "
+          "it in an engine with these patches.")
+        .titleIs("Warning");
     ui.expectError("This port needs Origin, Uplay, which");
     onWorker([&] {
         creation->createBlankPortWithCompletionHandler([&](bool failed, const std::string&) {
@@ -412,54 +358,40 @@ TEST_F(Entry, ABlankWrapperTakesThePanelsChoices) {
 
 TEST_F(Entry, AsksBeforeItInstallsAFileOfTheUser) {
     publish();
-    std::filesystem::create_directories(home + "/Games");
-    const std::string file = cki(game());
+    fs::create_directories(home + "/Games");
+    const std::string file = game();
     std::atomic<int> calls = 0;
-    std::atomic<bool> failure = true;
-    std::string place;
-    WrapperCreation* creation = nullptr;
-    const auto begin = [&] {
-        onWorker([&] {
-            if (creation == nullptr) creation = new WrapperCreation(progress);
-        });
+    std::unique_ptr<WrapperCreation> creation;
+    onWorker([&] { creation = std::make_unique<WrapperCreation>(progress); });
+    const auto begin = [&](const char* agreement, const char* risk, const char* place) {
+        ui.expect("Read the license agreement before installing:")
+            .titleIs("License Agreement")
+            .defaultIs("I Agree")
+            .answer(agreement);
+        if (*risk != '\0') ui.expect(foreign).titleIs("Warning").defaultIs("Cancel").answer(risk);
+        if (place != nullptr) ui.expectSave("Create Port at...", place);
         creation->createPortFromCKIFile(file, [&](bool failed, const std::string& path) {
-            failure = failed;
-            place = path;
+            EXPECT_FALSE(failed);
+            EXPECT_EQ(path, wrapper);
             ++calls;
             machine->mainQueue.wake();
         });
     };
-    ui.expect("Read the license agreement before installing:")
-        .titleIs("License Agreement")
-        .defaultIs("I Agree")
-        .answer("I Disagree");
-    begin();
-    ui.expect("Read the license agreement before installing:").answer("I Agree");
-    ui.expect(foreign).titleIs("Warning").defaultIs("Cancel").answer("Cancel");
-    begin();
-    ui.expect("Read the license agreement before installing:").answer("I Agree");
-    ui.expect(foreign).answer("Install it anyway");
-    ui.expectSave("Create Port at...", "");
-    begin();
+    begin("I Disagree", "", nullptr);
+    begin("I Agree", "Cancel", nullptr);
+    begin("I Agree", "Install it anyway", "");
     machine->workQueues.joinAll();
     EXPECT_EQ(calls, 0);
     EXPECT_EQ(std::get<LongText>(ui.dialogs.front().accessory).text, "Be fair.\n");
     EXPECT_EQ(ui.savePanels.back().startFolder, home + "/Applications");
 
-    machine->defaults.set(settings::mainFolder,
-                          Value(Array{Value(home + "/Games/"), Value("/Applications/")}));
-    ui.expect("Read the license agreement before installing:").answer("I Agree");
-    ui.expect(foreign).answer("Install it anyway");
-    ui.expectSave("Create Port at...", wrapper);
-    begin();
+    machine->defaults.set(settings::mainFolder, Array{home + "/Games/", "/Applications/"});
+    begin("I Agree", "Install it anyway", wrapper.c_str());
     machine->mainQueue.runUntil([&] { return calls > 0; });
     machine->workQueues.joinAll();
-    EXPECT_FALSE(failure);
-    EXPECT_EQ(place, wrapper);
     EXPECT_EQ(ui.savePanels.back().startFolder, home + "/Games/");
     EXPECT_EQ(ui.savePanels.back().proposedName, "Game");
     EXPECT_EQ(ui.savePanels.back().types, Names{"app"});
-    delete creation;
 }
 
 }  // namespace

@@ -8,9 +8,7 @@
 namespace morvane {
 namespace {
 
-using testing::ConfiguredWrapper;
-
-class Installation : public ConfiguredWrapper {
+class Installation : public testing::ConfiguredWrapper {
   protected:
     Installation() : volumes(folder.path + "/Volumes"), port(NSPortManager::managerWithPath(wrapper)) {}
 
@@ -23,23 +21,23 @@ class Installation : public ConfiguredWrapper {
         EXPECT_TRUE(line.starts_with("CKS-installer ")) << line;
         return line.substr(14, line.size() - 15);
     }
+    void expectChooser(const std::vector<std::string>& files) {
+        ui.expectChoice("Select the installer", files);
+    }
 
-    const std::string volumes;
+    const std::string volumes, desktop = home + "/Desktop";
     NSPortManager port;
 };
 
 constexpr const char* withoutInstaller = "That port requires an installer in order to work.";
 
 TEST_F(Installation, FindsTheInstallerWhereItsSourceSays) {
-    put(home + "/Downloads/setup.txt", "");
-    put(home + "/Downloads/Setup_v1.2.exe", "MZ");
-    put(volumes + "/A disc/readme.txt", "");
-    put(volumes + "/B disc/SETUP.EXE", "MZ");
-    put(volumes + "/B disc/Disk1/Install.exe", "MZ");
-    put(volumes + "/C disc/setup.exe", "MZ");
-    put(volumes + "/A disc/game.exe/folder", "a folder of that name is no installer");
-    put(volumes + "/C disc/game.exe", "MZ");
-    put(home + "/outside.exe", "MZ");
+    for (const std::string& file :
+         {home + "/Downloads/setup.txt", home + "/Downloads/Setup_v1.2.exe", volumes + "/A disc/readme.txt",
+          volumes + "/B disc/SETUP.EXE", volumes + "/B disc/Disk1/Install.exe", volumes + "/C disc/setup.exe",
+          volumes + "/C disc/game.exe", home + "/outside.exe",
+          volumes + "/A disc/game.exe/a folder of that name is no installer"})
+        put(file, "MZ");
     link("/", volumes + "/Start-up");
     struct Row {
         const char *name, *source;
@@ -51,14 +49,16 @@ TEST_F(Installation, FindsTheInstallerWhereItsSourceSays) {
              Row{"setup.exe", "CD", volumes + "/B disc/SETUP.EXE"},
              Row{"disk1/*.exe", "CD", volumes + "/B disc/Disk1/Install.exe"},
              Row{"game.exe", "CD", volumes + "/C disc/game.exe"},
+             // Neither the start-up disk nor a folder above is searched.
+             Row{"etc/passwd", "CD", ""},
+             Row{"../outside.exe", "GOG", ""},
+             Row{"*/../../outside.exe", "GOG", ""},
          }) {
+        if (row.found.empty()) {
+            expectChooser({});
+            ui.expect(withoutInstaller).answer("Yes");
+        }
         EXPECT_EQ(install(row.name, row.source), row.found) << row.name;
-    }
-    // Neither the start-up disk nor a folder above is searched.
-    for (const char* name : {"etc/passwd", "../outside.exe", "*/../../outside.exe"}) {
-        ui.expectChoice("Select the installer", {});
-        ui.expect(withoutInstaller).answer("Yes");
-        EXPECT_EQ(install(name, name[0] == 'e' ? "CD" : "GOG"), "") << name;
     }
 }
 
@@ -72,43 +72,37 @@ TEST_F(Installation, FallsBackToTheDiscsAutorunFile) {
     // Only discs have such files.
     put(home + "/Downloads/autorun.inf", "open=lower.exe\r\n");
     put(home + "/Downloads/lower.exe", "MZ");
-    ui.expectChoice("Select the installer", {"/chosen/setup.exe"});
+    expectChooser({"/chosen/setup.exe"});
     EXPECT_EQ(install("setup.exe", "GOG"), "/chosen/setup.exe");
+    // The user's folders may be missing.
+    for (const std::string& gone : {home + "/Downloads", desktop, volumes})
+        ASSERT_EQ(files::remove(gone), std::nullopt);
+    for (const char* source : {"CD", "GOG"}) {
+        expectChooser({"/chosen/setup.exe"});
+        EXPECT_EQ(install("setup.exe", source), "/chosen/setup.exe");
+    }
 }
 
 TEST_F(Installation, AsksUntilAFileIsChosenOrTheUserGivesUp) {
+    const std::string note = "IMPORTANT NOTE: Don’t launch the app after the installation.";
     put(home + "/Downloads/a.exe", "MZ");
-    ui.expectChoice("Select the installer", {});
+    expectChooser({});
     ui.expect(withoutInstaller).titleIs("Warning").defaultIs("No").answer("No");
-    ui.expectChoice("Select the installer", {"/chosen/setup_gog.exe"});
+    expectChooser({"/chosen/setup_gog.exe"});
     EXPECT_EQ(install("disc1/setup_*.exe", "GOG"), "/chosen/setup_gog.exe");
     const OpenPanel& panel = ui.openPanels.back();
-    EXPECT_TRUE(panel.files);
-    EXPECT_FALSE(panel.folders);
-    EXPECT_FALSE(panel.multiple);
-    EXPECT_EQ(panel.types, (std::vector<std::string>{"exe", "EXE", "bat", "BAT", "msi", "MSI"}));
-    EXPECT_TRUE(panel.shouldEnable);
-    EXPECT_EQ(
-        ui.progress.back().subtitle,
-        "IMPORTANT NOTE: Don’t launch the app after the installation. GOG games might prompt some errors in "
-        "the end, but that's normal.");
+    EXPECT_TRUE(panel.files && !panel.folders && !panel.multiple && panel.shouldEnable);
+    EXPECT_EQ(panel.types, (Names{"exe", "EXE", "bat", "BAT", "msi", "MSI"}));
+    EXPECT_EQ(ui.progress.back().subtitle,
+              note + " GOG games might prompt some errors in the end, but that's normal.");
 
-    ui.expectChoice("Select the installer", {});
+    expectChooser({});
     ui.expect(withoutInstaller).answer("Yes");
     EXPECT_EQ(install(std::nullopt, std::nullopt), "");
-    ui.expectChoice("Select the installer", {"/chosen/any.exe"});
+    expectChooser({"/chosen/any.exe"});
     EXPECT_EQ(install("", std::nullopt), "/chosen/any.exe")
         << "an empty name does not run the first download";
-    EXPECT_EQ(ui.progress.back().subtitle, "IMPORTANT NOTE: Don’t launch the app after the installation.");
-}
-
-TEST_F(Installation, MissingFoldersOfTheUserAreNoErrors) {
-    for (const std::string& gone : {home + "/Downloads", home + "/Desktop", volumes})
-        ASSERT_EQ(files::remove(gone), std::nullopt);
-    for (const char* source : {"CD", "GOG"}) {
-        ui.expectChoice("Select the installer", {"/chosen/setup.exe"});
-        EXPECT_EQ(install("setup.exe", source), "/chosen/setup.exe");
-    }
+    EXPECT_EQ(ui.progress.back().subtitle, note);
 }
 
 TEST_F(Installation, AnEndingApplicationIsNotAskedForEver) {
@@ -121,23 +115,26 @@ TEST_F(Installation, AnEndingApplicationIsNotAskedForEver) {
 using DesktopCleanUp = Installation;
 
 TEST_F(DesktopCleanUp, RemovesNewShortcutsOnly) {
-    const std::string desktop = home + "/Desktop";
     put(desktop + "/Old.lnk", "");
     put(home + "/precious.txt", "kept");
     whenInstalling("cd '" + desktop +
                    "'; for f in Game.lnk Game.desktop Game.appref-ms notes.txt Upper.LNK; do : > $f; done\n"
-                   "mkdir Folder.lnk; ln -s '" +
-                   home + "/precious.txt' Link.lnk; ln -s /nowhere Dangling.desktop\n");
-    ui.expectChoice("Select the installer", {"/chosen/setup.exe"});
+                   "mkdir Folder.lnk; ln -s ../precious.txt Link.lnk; ln -s /nowhere Dangling.desktop\n");
+    expectChooser({"/chosen/setup.exe"});
     install(std::nullopt, std::nullopt);
-    EXPECT_EQ(listing(desktop),
-              (std::vector<std::string>{"Folder.lnk", "Old.lnk", "Upper.LNK", "notes.txt"}));
+    EXPECT_EQ(listing(desktop), (Names{"Folder.lnk", "Old.lnk", "Upper.LNK", "notes.txt"}));
     EXPECT_EQ(get(home + "/precious.txt"), "kept");
+
+    EXPECT_THROW(WrapperCreation::removeUselessDesktopFilesCreatedOnBlock([&] {
+                     put(desktop + "/Game.lnk", "");
+                     throw Cancelled();
+                 }),
+                 Cancelled);
+    EXPECT_FALSE(exists(desktop + "/Game.lnk")) << "also when the work throws";
 }
 
 TEST_F(DesktopCleanUp, SparesEverythingWhenItCouldNotSeeWhatWasThere) {
-    const std::string shortcut = home + "/Desktop/Old.lnk";
-    put(shortcut, "");
+    put(desktop + "/Old.lnk", "");
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
     // No folder can be opened before the work, and every one after it.
@@ -147,29 +144,15 @@ TEST_F(DesktopCleanUp, SparesEverythingWhenItCouldNotSeeWhatWasThere) {
     WrapperCreation::removeUselessDesktopFilesCreatedOnBlock(
         [&] { worked = ::setrlimit(RLIMIT_NOFILE, &before) == 0; });
     EXPECT_TRUE(worked);
-    EXPECT_TRUE(exists(shortcut));
-}
-
-TEST_F(DesktopCleanUp, HappensAlsoWhenTheWorkThrows) {
-    const std::string shortcut = home + "/Desktop/Game.lnk";
-    EXPECT_THROW(WrapperCreation::removeUselessDesktopFilesCreatedOnBlock([&] {
-                     put(shortcut, "");
-                     throw Cancelled();
-                 }),
-                 Cancelled);
-    EXPECT_FALSE(exists(shortcut));
+    EXPECT_TRUE(exists(desktop + "/Old.lnk"));
 }
 
 TEST_F(Installation, ARunningInstallerIsKeptInFrontUntilItEnds) {
-    put(driveC + "/SteamSetup.exe", "MZ");
-    put(home + "/Desktop/Old.desktop", "");
-    whenInstalling("cat \"$1\" > \"$wrapper/batch\"; : > '" + home + "/Desktop/Steam.desktop'\n");
-    onWorker([&] {
-        EXPECT_FALSE(machine->mainQueue.isMainThread());
-        EXPECT_TRUE(creation->runInstaller(driveC + "/SteamSetup.exe", "/S /NCRC", port));
-    });
+    put(desktop + "/Old.desktop", "");
+    whenInstalling("cat \"$1\" > \"$wrapper/batch\"; : > '" + desktop + "/Steam.desktop'\n");
+    onWorker([&] { EXPECT_TRUE(creation->runInstaller(driveC + "/SteamSetup.exe", "/S /NCRC", port)); });
     EXPECT_EQ(get(wrapper + "/batch"), "start \"C:\\SteamSetup.exe\" /S /NCRC");
-    EXPECT_EQ(listing(home + "/Desktop"), std::vector<std::string>{"Old.desktop"});
+    EXPECT_EQ(listing(desktop), Names{"Old.desktop"});
     EXPECT_EQ(machine->mainQueue.drain(), std::nullopt) << "the timer has ended";
 
     onWorker([&] {
@@ -180,23 +163,18 @@ TEST_F(Installation, ARunningInstallerIsKeptInFrontUntilItEnds) {
     });
     EXPECT_EQ(machine->mainQueue.drain(), std::nullopt) << "also after a cancellation";
     WrapperCreation::keepWindowInFrontForAppOfTimer(wrapper);
-    EXPECT_EQ(ui.broughtToFront, std::vector<std::string>{wrapper});
+    EXPECT_EQ(ui.broughtToFront, Names{wrapper});
 }
 
-TEST(RelativePathsAreInExes, LooksAtTheProgramPart) {
-    struct Row {
-        const char* path;
-        bool relative;
+TEST_F(Installation, RelativePathsAreLookedForInTheProgramPart) {
+    const auto relative = [](const char* path) {
+        return WrapperCreation::relativePathsAreInExes({program("Known", "C:/o.exe"), program("Game", path)});
     };
-    for (const Row& row :
-         {Row{"C:/Game/game.exe", false}, Row{"C:/*/Game/game.exe", true}, Row{"C:/nothing.exe", true},
-          Row{"\"C:/nothing.exe\" -x", true}, Row{"\"C:/Game/game.exe\" *", false},
-          Row{"C:\\nothing.exe", true}, Row{"", false}}) {
-        ExeEntry known, exe;
-        known.path = "C:/Game/other.exe";
-        exe.path = row.path;
-        EXPECT_EQ(WrapperCreation::relativePathsAreInExes({known, exe}), row.relative) << row.path;
-    }
+    for (const char* path :
+         {"C:/*/Game/game.exe", "C:/nothing.exe", "\"C:/nothing.exe\" -x", "C:\\nothing.exe"})
+        EXPECT_TRUE(relative(path)) << path;
+    for (const char* path : {"C:/Game/game.exe", "\"C:/Game/game.exe\" *", ""})
+        EXPECT_FALSE(relative(path)) << path;
 }
 
 }  // namespace

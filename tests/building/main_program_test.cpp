@@ -3,91 +3,66 @@
 namespace morvane {
 namespace {
 
-using testing::ConfiguredWrapper;
-
-class ConfirmMainExe : public ConfiguredWrapper {
-  protected:
-    /// Confirms the program of that setting in a wrapper that holds these files on drive C.
-    std::optional<std::string> confirm(const std::string& program, const std::optional<std::string>& source) {
-        NSPortManager port = NSPortManager::managerWithPath(wrapper);
-        port.setPlistObject(Value(program), "Program Name and Path");
-        port.synchronizePlist();
-        std::optional<std::string> found;
-        onWorker([&] { found = creation->confirmMainExePathForPort(port, source); });
-        return found;
-    }
-    static constexpr const char* changed =
-        "The run path changed in that port! Alert the developer through the Contact Us tab in the Help "
-        "section!";
-    static constexpr const char* missing = "Game main EXE couldn't be found!";
-};
+using ConfirmMainExe = testing::ConfiguredWrapper;
 
 TEST_F(ConfirmMainExe, LooksForTheProgramWithOneLevelVariable) {
-    put(driveC + "/Program Files (x86)/Game/game.exe", "MZ");
-    put(driveC + "/GOG Games/Game Deluxe/gog.exe", "MZ");
-    put(driveC + "/lower/folder/CASE.EXE", "MZ");
-    const std::string programFiles = driveC + "/Program Files (x86)/Game/game.exe";
+    const char* changed =
+        "The run path changed in that port! Alert the developer through the Contact Us tab in the Help "
+        "section!";
+    const char* missing = "Game main EXE couldn't be found!";
+    const char *game = "/Program Files (x86)/Game/game.exe", *gog = "/GOG Games/Game Deluxe/gog.exe";
+    const char* lower = "/lower/folder/CASE.EXE";
+    for (const char* file : {game, gog, lower}) put(driveC + file, "MZ");
     struct Row {
-        const char *setting, *source;
-        std::string found;
-        const char* stored;
-        const char* told;
+        const char *setting, *source, *found, *told;
     };
     for (const Row& row : {
-             Row{"/Program Files (x86)/Game/game.exe", "Steam", programFiles, nullptr, nullptr},
-             Row{"/Program Files (x86)/Game/game.exe", "GOG", programFiles, nullptr, nullptr},
-             Row{"/Program Files (x86)/Game", "Steam", driveC + "/Program Files (x86)/Game", nullptr,
-                 nullptr},
-             Row{"/Program Files/Game/game.exe", "Steam", programFiles, "/Program Files (x86)/Game/game.exe",
-                 nullptr},
-             Row{"/GOG Games/Game/gog.exe", "GOG", driveC + "/GOG Games/Game Deluxe/gog.exe",
-                 "/GOG Games/Game Deluxe/gog.exe", changed},
-             Row{"/GOG Games/Game/gog.exe", "Steam", driveC + "/GOG Games/Game/gog.exe", nullptr, missing},
+             Row{game, "Steam", game, nullptr},
+             Row{game, "GOG", game, nullptr},
+             Row{"/Program Files (x86)/Game", "Steam", "/Program Files (x86)/Game", nullptr},
+             Row{"/Program Files/Game/game.exe", "Steam", game, nullptr},
+             Row{"/GOG Games/Game/gog.exe", "GOG", gog, changed},
+             Row{"/GOG Games/Game/gog.exe", "Steam", "/GOG Games/Game/gog.exe", missing},
              // The first level is tried as well when the second finds nothing.
-             Row{"/Program Files/Game/game.exe", "GOG", programFiles, "/Program Files (x86)/Game/game.exe",
-                 changed},
-             Row{"/UPPER/Folder/case.exe", "CD", driveC + "/lower/folder/CASE.EXE", "/lower/folder/CASE.EXE",
-                 nullptr},
-             Row{"/no-such-program.exe", "CD", driveC + "/no-such-program.exe", nullptr, missing},
-             Row{"/a/../../../../Info.plist", "CD", "", nullptr, missing},
+             Row{"/Program Files/Game/game.exe", "GOG", game, changed},
+             Row{"/UPPER/Folder/case.exe", "CD", lower, nullptr},
+             Row{"/no-such-program.exe", "CD", "/no-such-program.exe", missing},
+             Row{"/a/../../../../Info.plist", "CD", nullptr, missing},
+             Row{nullptr, nullptr, nullptr, missing},
          }) {
+        SCOPED_TRACE(row.setting != nullptr ? row.setting : "no setting");
         if (row.told != nullptr) ui.expect(row.told).titleIs("Warning");
-        const auto found = confirm(row.setting, row.source);
-        if (!row.found.empty()) {
-            EXPECT_EQ(found, row.found) << row.setting;
+        NSPortManager port = NSPortManager::managerWithPath(wrapper);
+        std::optional<Value> before;
+        if (row.setting != nullptr) before = Value(row.setting);
+        port.setPlistObject(before, "Program Name and Path");
+        port.synchronizePlist();
+        const auto source = row.source != nullptr ? std::optional<std::string>(row.source) : std::nullopt;
+        std::optional<std::string> found;
+        onWorker([&] { found = creation->confirmMainExePathForPort(port, source); });
+        if (row.found != nullptr) {
+            EXPECT_EQ(found, driveC + row.found);
         }
-        EXPECT_EQ(setting("Program Name and Path"), Value(row.stored != nullptr ? row.stored : row.setting));
+        EXPECT_EQ(found.has_value(), row.setting != nullptr);
+        EXPECT_EQ(setting("Program Name and Path"),
+                  row.found != nullptr ? Value(row.found) : before.value_or(Value()));
     }
 }
 
-TEST_F(ConfirmMainExe, WithoutASettingThereIsNothingToFind) {
-    NSPortManager port = NSPortManager::managerWithPath(wrapper);
-    port.setPlistObject(std::nullopt, "Program Name and Path");
-    ui.expect(missing);
-    onWorker([&] { EXPECT_EQ(creation->confirmMainExePathForPort(port, std::nullopt), std::nullopt); });
-}
-
-using CompleteWindowsPath = ConfirmMainExe;
-
-TEST_F(CompleteWindowsPath, FindsTheFirstMatchOnDriveC) {
+TEST_F(ConfirmMainExe, CompletesToTheFirstMatchOnDriveC) {
     put(driveC + "/Games/b/game.exe", "MZ");
     put(driveC + "/Games/a/Game.exe", "MZ");
     put(wrapper + "/Contents/Resources/secret.txt", "");
-    struct Row {
-        const char* path;
-        std::optional<std::string> completed;
+    const std::pair<const char*, std::optional<std::string>> rows[] = {
+        {"C:/Games/*/game.exe", "C:/Games/a/Game.exe"},
+        {"C:\\games\\*\\GAME.EXE", "C:/Games/a/Game.exe"},
+        {"D:/Games/*/game.exe", "C:/Games/a/Game.exe"},
+        {"C:/*/none.exe", std::nullopt},
+        {"C:/../secret*", std::nullopt},
+        {"C:", std::nullopt},
     };
-    for (const Row& row : {
-             Row{"C:/Games/*/game.exe", "C:/Games/a/Game.exe"},
-             Row{"C:\\games\\*\\GAME.EXE", "C:/Games/a/Game.exe"},
-             Row{"D:/Games/*/game.exe", "C:/Games/a/Game.exe"},
-             Row{"C:/*/none.exe", std::nullopt},
-             Row{"C:/../secret*", std::nullopt},
-             Row{"C:", std::nullopt},
-         }) {
-        onWorker([&] {
-            EXPECT_EQ(WrapperCreation::completeWindowsPath(row.path, wrapper), row.completed) << row.path;
-        });
+    for (const auto& [path, completed] : rows) {
+        EXPECT_EQ(WrapperCreation::completeWindowsPath(path, wrapper), completed) << path;
     }
 }
 

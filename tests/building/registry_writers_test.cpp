@@ -3,85 +3,71 @@
 namespace morvane {
 namespace {
 
-using testing::ConfiguredWrapper;
-
 constexpr const char* direct3D = R"([Software\\Wine\\Direct3D])";
 
-class RegistryWriters : public ConfiguredWrapper {
+class RegistryWriters : public testing::ConfiguredWrapper {
   protected:
-    /// The texts that a test must not find outside the wrapper afterwards.
-    [[nodiscard]] std::vector<std::string> applications() const { return listing(home + "/Applications"); }
     NSPortManager store() const { return NSPortManager::managerWithPath(wrapper); }
+    void addKey(const std::string& lines, const char* registry = "user") const {
+        NSUtilities::addRegistry(lines, registry, wrapper);
+    }
+    bool saveDrives(const std::vector<DriveEntry>& drives) {
+        bool result = false;
+        onWorker([&] { result = creation->saveDrives(drives, wrapper); });
+        return result;
+    }
 };
 
 TEST_F(RegistryWriters, KeepTheOtherValuesOfTheKey) {
-    onWorker([&] {
-        NSUtilities::addRegistry(std::string(direct3D) + " 12345\n\"renderer\"=\"gl\"\n\"CSMT\"=\"maybe\"",
-                                 "user", wrapper);
-        creation->saveDirect3DBoost(true, wrapper);
-        EXPECT_EQ(key(direct3D, "user"), "\"renderer\"=\"gl\"\n\"CSMT\"=\"enabled\"");
-        creation->saveDirect3DBoost(false, wrapper);
-        EXPECT_EQ(key(direct3D, "user"), "\"renderer\"=\"gl\"\n\"CSMT\"=\"disabled\"");
-        creation->saveMacDriver(true, wrapper);
-        EXPECT_EQ(key(R"([Software\\Wine\\Drivers])", "user"), "\"Graphics\"=\"mac\"");
-        creation->saveMacDriver(false, wrapper);
-        EXPECT_EQ(key(R"([Software\\Wine\\Drivers])", "user"), "\"Graphics\"=\"x11\"");
-        creation->saveDecorateWindow(true, wrapper);
-        EXPECT_EQ(key(R"([Software\\Wine\\X11 Driver])", "user"), "\"Decorated\"=\"Y\"\n\"Managed\"=\"Y\"");
-        creation->saveDecorateWindow(false, wrapper);
-        EXPECT_EQ(key(R"([Software\\Wine\\X11 Driver])", "user"), "\"Decorated\"=\"N\"\n\"Managed\"=\"N\"");
-    });
+    addKey(std::string(direct3D) + " 12345\n\"renderer\"=\"gl\"\n\"CSMT\"=\"maybe\"");
+    creation->saveDirect3DBoost(true, wrapper);
+    EXPECT_EQ(key(direct3D, "user"), "\"renderer\"=\"gl\"\n\"CSMT\"=\"enabled\"");
     EXPECT_EQ(timesIn("user", direct3D), 1);
+    creation->saveDecorateWindow(false, wrapper);
+    EXPECT_EQ(key(R"([Software\\Wine\\X11 Driver])", "user"), "\"Decorated\"=\"N\"\n\"Managed\"=\"N\"");
 }
 
 TEST_F(RegistryWriters, VideoMemoryIsWrittenInMegabytes) {
-    struct Row {
-        const char* memory;
-        std::optional<std::string> written;
-    };
-    for (const Row& row : {Row{"VRAM (Total): 1536 MB", "1536"}, Row{"VRAM (Dynamic, Max): 2 GB", "2048"},
-                           Row{"VRAM (Total): 512 KB", std::nullopt}, Row{"Vendor: none", std::nullopt}}) {
-        scriptProgram("system_profiler", std::string("printf '    Card:\\n      Chipset Model: X\\n      ") +
-                                             row.memory + "\\n'");
+    const std::pair<const char*, std::string> rows[] = {{"VRAM (Total): 1536 MB", "1536"},
+                                                        {"VRAM (Dynamic, Max): 2 GB", "2048"},
+                                                        {"VRAM (Total): 512 KB", ""},
+                                                        {"Vendor: none", ""}};
+    for (const auto& [memory, written] : rows) {
+        SCOPED_TRACE(memory);
+        scriptProgram("system_profiler",
+                      "printf '    Card:\\n      Chipset Model: X\\n      " + std::string(memory) + "\\n'");
         {
             MutexLock lock(machine->hardware.mutex);
             machine->hardware.value = {};
         }
-        onWorker([&] {
-            NSUtilities::deleteRegistry(direct3D, "user", wrapper);
-            NSUtilities::addRegistry(std::string(direct3D) + "\n\"CSMT\"=\"enabled\"", "user", wrapper);
-            EXPECT_EQ(creation->settingVideoCardMemorySizeAtPort(store()), row.written.has_value())
-                << row.memory;
-            const std::string lines = key(direct3D, "user");
-            EXPECT_EQ(NSUtilities::getStringValueForKey("VideoMemorySize", lines), row.written.value_or(""))
-                << row.memory;
-            EXPECT_EQ(NSUtilities::getStringValueForKey("CSMT", lines), "enabled") << row.memory;
+        NSUtilities::deleteRegistry(direct3D, "user", wrapper);
+        addKey(std::string(direct3D) + "\n\"CSMT\"=\"enabled\"");
+        onWorker([&, known = !written.empty()] {
+            EXPECT_EQ(creation->settingVideoCardMemorySizeAtPort(store()), known);
         });
+        const std::string lines = key(direct3D, "user");
+        EXPECT_EQ(NSUtilities::getStringValueForKey("VideoMemorySize", lines), written);
+        EXPECT_EQ(NSUtilities::getStringValueForKey("CSMT", lines), "enabled");
     }
 }
 
 TEST_F(RegistryWriters, NothingStartsWithTheWrapper) {
-    onWorker([&] {
-        NSUtilities::addRegistry(
-            "[Software\\\\Microsoft\\\\Windows\\\\CurrentVersion\\\\Run] 1\n\"Steam\"=\"x\"\n", "user",
-            wrapper);
-        creation->removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(wrapper);
-    });
+    const std::string run = R"([Software\\Microsoft\\Windows\\CurrentVersion\\Run])";
+    addKey(run + " 1\n\"Steam\"=\"x\"\n");
+    creation->removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(wrapper);
     EXPECT_EQ(timesIn("user", "\"Steam\""), 0);
-    EXPECT_EQ(timesIn("user", R"([Software\\Microsoft\\Windows\\CurrentVersion\\Run])"), 1);
+    EXPECT_EQ(timesIn("user", run), 1);
 }
 
 TEST_F(RegistryWriters, OverridesReplaceWholeKeysAndFragmentsWithoutOneAreRefused) {
     NSPortData data;
-    data.overrides = {Value("[Software\\\\Wine\\\\DllOverrides]\n\"d3d9\"=\"native\"\n"), Value(7),
-                      Value("\"TEMP\"=\"stray\"\n[Software\\\\A]\n"), Value("[Software\\\\A\nB]\n"),
-                      Value("no key")};
+    data.overrides = {"[Software\\\\Wine\\\\DllOverrides]\n\"d3d9\"=\"native\"\n", 7,
+                      "\"TEMP\"=\"stray\"\n[Software\\\\A]\n", "[Software\\\\A\nB]\n", "no key"};
     ui.expectError("\"\"TEMP\"=\"stray\"?[Software");
     ui.expectError("\"[Software\\\\A?B]?\" can't be used as the registry lines of a key (Overrides).");
     ui.expectError("\"no key\" can't be used");
+    addKey("[Software\\\\Wine\\\\DllOverrides] 1\n\"d3d8\"=\"native\"\n");
     onWorker([&] {
-        NSUtilities::addRegistry("[Software\\\\Wine\\\\DllOverrides] 1\n\"d3d8\"=\"native\"\n", "user",
-                                 wrapper);
         NSPortManager port = store();
         EXPECT_TRUE(creation->saveOverridesForPortData(data, port));
     });
@@ -93,91 +79,80 @@ TEST_F(RegistryWriters, OverridesReplaceWholeKeysAndFragmentsWithoutOneAreRefuse
 using SaveDrives = RegistryWriters;
 
 TEST_F(SaveDrives, MakesLinksFolderAndType) {
+    // Without drives, and where the entries name no C and Z, the wrapper can start.
+    saveDrives({});
+    EXPECT_EQ(listing(dosdevices), (Names{"c:", "z:"}));
     link("/gone", dosdevices + "/e:");  // dangling
     link("elsewhere", wrapper + "/drive_d");
-    onWorker([&] {
-        NSUtilities::addRegistry("[Software\\\\Wine\\\\Drives] 1\n\"e:\"=\"hd\"\n", "system", wrapper);
-        EXPECT_TRUE(creation->saveDrives(
-            std::vector<DriveEntry>{
-                {"C", "../drive_c", "auto"}, {"D", "../drive_d", "cdrom"}, {"m", "/media/disc", "auto"}},
-            wrapper));
-    });
-    EXPECT_EQ(listing(dosdevices), (std::vector<std::string>{"c:", "d:", "m:", "z:"}));
-    EXPECT_EQ(destination(dosdevices + "/c:"), "../drive_c");
-    EXPECT_EQ(destination(dosdevices + "/d:"), "../drive_d");
-    EXPECT_EQ(destination(dosdevices + "/m:"), "/media/disc");
-    EXPECT_EQ(destination(wrapper + "/drive_d"), "Contents/Resources/drive_d");
-    EXPECT_EQ(destination(wrapper + "/drive_m"), "/media/disc");
+    addKey("[Software\\\\Wine\\\\Drives] 1\n\"e:\"=\"hd\"\n", "system");
+    saveDrives({{"D", "../drive_d", "cdrom"}, {"m", "/media/disc", "auto"}});
+    EXPECT_EQ(listing(dosdevices), (Names{"c:", "d:", "m:", "z:"}));
+    const std::pair<std::string, const char*> links[] = {
+        {dosdevices + "/c:", "../drive_c"},    {dosdevices + "/d:", "../drive_d"},
+        {dosdevices + "/m:", "/media/disc"},   {dosdevices + "/z:", "/"},
+        {wrapper + "/drive_m", "/media/disc"}, {wrapper + "/drive_d", "Contents/Resources/drive_d"},
+    };
+    for (const auto& [path, expected] : links) EXPECT_EQ(destination(path), expected) << path;
     EXPECT_EQ(files::kindOf(wrapper + "/Contents/Resources/drive_d"), files::Kind::folder);
     EXPECT_EQ(key(R"([Software\\Wine\\Drives])", "system"), "\"d:\"=\"cdrom\"");
     EXPECT_FALSE(exists("/media/disc"));
 }
 
-TEST_F(SaveDrives, LeavesAWrapperThatCanStart) {
-    onWorker([&] { creation->saveDrives(std::vector<DriveEntry>{}, wrapper); });
-    EXPECT_EQ(listing(dosdevices), (std::vector<std::string>{"c:", "z:"})) << "an empty list changes nothing";
-    onWorker([&] { creation->saveDrives(std::vector<DriveEntry>{{"d", "../drive_d", "auto"}}, wrapper); });
-    EXPECT_EQ(destination(dosdevices + "/c:"), "../drive_c");
-    EXPECT_EQ(destination(dosdevices + "/z:"), "/");
-}
-
-TEST_F(SaveDrives, NeverReplacesARealFolder) {
+TEST_F(SaveDrives, NeverReplacesARealFolderNorReachesThroughALinkedOne) {
+    const std::string elsewhere = home + "/elsewhere";
     put(wrapper + "/drive_d/save.dat", "my game");
     put(dosdevices + "/d:/save.dat", "my other game");
-    ui.expectError("Error while creating symbolic link: ");
-    ui.expectError("Error while creating symbolic link: ");
-    onWorker([&] { creation->saveDrives(std::vector<DriveEntry>{{"d", "../drive_d", "auto"}}, wrapper); });
+    for (int folders = 0; folders < 2; ++folders) ui.expectError("Error while creating symbolic link: ");
+    saveDrives({{"d", "../drive_d", "auto"}});
     EXPECT_EQ(get(wrapper + "/drive_d/save.dat"), "my game");
     EXPECT_EQ(get(dosdevices + "/d:/save.dat"), "my other game");
-}
 
-TEST_F(SaveDrives, DoesNotReachThroughALinkedFolder) {
-    const std::string elsewhere = home + "/elsewhere";
     put(elsewhere + "/c:", "not ours");
     EXPECT_EQ(files::remove(dosdevices), std::nullopt);
     link(elsewhere, dosdevices);
     ui.expectError("The drives can't be set, because ");
-    onWorker([&] { creation->saveDrives(std::vector<DriveEntry>{{"d", "../drive_d", "auto"}}, wrapper); });
+    saveDrives({{"d", "../drive_d", "auto"}});
     EXPECT_EQ(get(elsewhere + "/c:"), "not ours");
 }
 
 TEST_F(SaveDrives, RefusesHostileEntriesAndGoesOn) {
     struct Row {
         DriveEntry entry;
-        const char* told;
+        const char *shown, *as;
     };
     link(home, wrapper + "/Contents/Resources/out");
+    const char *letter = "a drive letter", *place = "the place of a drive";
     const std::vector<Row> rows{
-        {{"", "../drive_d", "auto"}, "\"\" can't be used as a drive letter"},
-        {{"dd", "../drive_d", "auto"}, "\"dd\" can't be used as a drive letter"},
-        {{"../../x", "../drive_d", "auto"}, "\"../../x\" can't be used as a drive letter"},
-        {{"1", "../drive_d", "auto"}, "\"1\" can't be used as a drive letter"},
-        {{"d", "../../../../evil", "auto"}, "\"/../../../evil\" can't be used as the place of a drive"},
-        {{"d", "../drive_d/../../../evil", "auto"}, "\"/drive_d/../../../evil\" can't be used as the place"},
-        {{"d", "../out/evil", "auto"}, "\"/out/evil\" can't be used as the place of a drive"},
-        {{"d", "..", "auto"}, "\"..\" can't be used as the place of a drive"},
-        {{"d", "..evil", "auto"}, "\"..evil\" can't be used as the place of a drive"},
-        {{"d", "evil", "auto"}, "\"evil\" can't be used as the place of a drive"},
-        {{"d", "", "auto"}, "\"\" can't be used as the place of a drive"},
-        {{"d", "/ok\nevil", "auto"}, "\"/ok?evil\" can't be used as the place of a drive"},
-        {{"c", "/", "auto"}, "\"/\" can't be used as the place of a drive"},
-        {{"d", "../drive_d", "cd\"\n[Software]"}, "\"cd\"?[Software]\" can't be used as the type of a drive"},
+        {{"", "../drive_d", "auto"}, "", letter},
+        {{"dd", "../drive_d", "auto"}, "dd", letter},
+        {{"../../x", "../drive_d", "auto"}, "../../x", letter},
+        {{"1", "../drive_d", "auto"}, "1", letter},
+        {{"d", "../../../../evil", "auto"}, "/../../../evil", place},
+        {{"d", "../drive_d/../../../evil", "auto"}, "/drive_d/../../../evil", place},
+        {{"d", "../out/evil", "auto"}, "/out/evil", place},
+        {{"d", "..", "auto"}, "..", place},
+        {{"d", "..evil", "auto"}, "..evil", place},
+        {{"d", "evil", "auto"}, "evil", place},
+        {{"d", "", "auto"}, "", place},
+        {{"d", "/ok\nevil", "auto"}, "/ok?evil", place},
+        {{"c", "/", "auto"}, "/", place},
+        {{"d", "../drive_d", "cd\"\n[Software]"}, "cd\"?[Software]", "the type of a drive"},
+        {{"E", "../drive_e", "hd"}, nullptr, nullptr},
+        {{"e", "/", "auto"}, "e", letter},
     };
     std::vector<DriveEntry> drives;
     for (const Row& row : rows) {
         drives.push_back(row.entry);
-        ui.expectError(row.told);
+        if (row.as != nullptr)
+            ui.expectError("\"" + std::string(row.shown) + "\" can't be used as " + row.as);
     }
-    drives.push_back({"E", "../drive_e", "hd"});
-    drives.push_back({"e", "/", "auto"});
-    ui.expectError("\"e\" can't be used as a drive letter");
     const auto before = listing(home);
-    onWorker([&] { EXPECT_TRUE(creation->saveDrives(drives, wrapper)); });
-    EXPECT_EQ(listing(dosdevices), (std::vector<std::string>{"c:", "e:", "z:"}));
+    EXPECT_TRUE(saveDrives(drives));
+    EXPECT_EQ(listing(dosdevices), (Names{"c:", "e:", "z:"}));
     EXPECT_EQ(destination(dosdevices + "/c:"), "../drive_c");
     EXPECT_EQ(key(R"([Software\\Wine\\Drives])", "system"), "\"e:\"=\"hd\"");
     EXPECT_EQ(listing(home), before);
-    EXPECT_EQ(applications(), std::vector<std::string>{"Game.app"});
+    EXPECT_EQ(listing(home + "/Applications"), Names{"Game.app"});
     EXPECT_FALSE(exists(wrapper + "/drive_d"));
 }
 
@@ -186,28 +161,23 @@ using SaveExtensions = RegistryWriters;
 TEST_F(SaveExtensions, WritesBothKeysAndTheAssociations) {
     onWorker([&] {
         NSPortManager port = store();
+        creation->saveExtensions(std::nullopt, port);
+        EXPECT_TRUE(setting("Associations").isNull());
         EXPECT_TRUE(creation->saveExtensions(
             std::vector<ExtensionEntry>{{"sav", R"(C:/Game/game.exe "%1")"}, {"txt", "C:/Jeux/Château.exe"}},
             port));
-    });
-    EXPECT_EQ(timesIn("system", "[Software\\\\Classes\\\\.sav]\n@=\"savfile\"\n\n"), 1);
-    EXPECT_EQ(timesIn("system",
-                      "[Software\\\\Classes\\\\savfile\\\\shell\\\\open\\\\command]\n"
-                      "@=\"C:\\\\Game\\\\game.exe \\\"%1\\\"\"\n\n"),
-              1);
-    EXPECT_EQ(timesIn("system", "[Software\\\\Classes\\\\.txt]"), 1) << "the key that was there is replaced";
-    EXPECT_EQ(timesIn("system", R"(@="C:\\Jeux\\Ch\xe2teau.exe")"), 1) << "the file stays ASCII";
-    EXPECT_EQ(setting("Associations"), Value("sav txt"));
-}
-
-TEST_F(SaveExtensions, NoneLeavesTheSettingAndAnEmptyListClearsIt) {
-    onWorker([&] {
-        NSPortManager port = store();
-        creation->saveExtensions(std::nullopt, port);
-        EXPECT_TRUE(setting("Associations").isNull());
+        EXPECT_EQ(setting("Associations"), Value("sav txt"));
         creation->saveExtensions(std::vector<ExtensionEntry>{}, port);
         EXPECT_EQ(setting("Associations"), Value(""));
     });
+    for (const char* once : {
+             "[Software\\\\Classes\\\\.sav]\n@=\"savfile\"\n\n",
+             "[Software\\\\Classes\\\\savfile\\\\shell\\\\open\\\\command]\n"
+             "@=\"C:\\\\Game\\\\game.exe \\\"%1\\\"\"\n\n",
+             "[Software\\\\Classes\\\\.txt]",    // the key that was there is replaced
+             R"(@="C:\\Jeux\\Ch\xe2teau.exe")",  // the file stays ASCII
+         })
+        EXPECT_EQ(timesIn("system", once), 1) << once;
 }
 
 TEST_F(SaveExtensions, RefusesTextsThatWouldAddKeys) {

@@ -3,11 +3,10 @@
 namespace morvane {
 namespace {
 
-using testing::ConfiguredWrapper;
+using SettingsWriters = testing::ConfiguredWrapper;
 
-using SaveCloseSafely = ConfiguredWrapper;
-
-TEST_F(SaveCloseSafely, ChangesOneCharacterAfterTheFirstChoice) {
+TEST_F(SettingsWriters, CloseSafelyChangesOneCharacterAfterTheFirstChoice) {
+    const std::string script = wrapper + layout::quitScript;
     struct Row {
         const char *before, *safely, *atOnce;
     };
@@ -18,37 +17,28 @@ TEST_F(SaveCloseSafely, ChangesOneCharacterAfterTheFirstChoice) {
              Row{"no choice here", "no choice here", "no choice here"},
              Row{"caskeryAppChoice=", "caskeryAppChoice=", "caskeryAppChoice="},
          }) {
-        put(wrapper + layout::quitScript, row.before, true);
-        onWorker([&] { EXPECT_TRUE(creation->saveCloseSafely(true, wrapper)); });
-        EXPECT_EQ(get(wrapper + layout::quitScript), row.safely);
-        put(wrapper + layout::quitScript, row.before, true);
-        onWorker([&] { EXPECT_TRUE(creation->saveCloseSafely(false, wrapper)); });
-        EXPECT_EQ(get(wrapper + layout::quitScript), row.atOnce);
-        EXPECT_TRUE(files::isExecutable(wrapper + layout::quitScript));
+        for (const bool safely : {true, false}) {
+            put(script, row.before, true);
+            onWorker([&] { EXPECT_TRUE(creation->saveCloseSafely(safely, wrapper)); });
+            EXPECT_EQ(get(script), safely ? row.safely : row.atOnce);
+            EXPECT_TRUE(files::isExecutable(script));
+        }
     }
 }
 
-using SaveCompany = ConfiguredWrapper;
-
-TEST_F(SaveCompany, IsOneValidLineOrNoFile) {
+TEST_F(SettingsWriters, CompanyIsOneValidLineOrNoFile) {
+    using Text = std::optional<std::string>;
     const std::string file = wrapper + layout::infoStrings;
-    struct Row {
-        std::optional<std::string> company;
-        std::optional<std::string> contents;
+    const std::pair<Text, Text> rows[] = {
+        {"© 2011 Größe & Söhne", R"(NSHumanReadableCopyright="© 2011 Größe & Söhne";)"},
+        {"A\"; CFBundleName=\"B\nC\\", R"(NSHumanReadableCopyright="A\"; CFBundleName=\"B\nC\\";)"},
+        {"", std::nullopt},
+        {std::nullopt, std::nullopt},
     };
-    for (const Row& row : {
-             Row{"ACME", R"(NSHumanReadableCopyright="ACME";)"},
-             Row{"© 2011 Größe & Söhne", R"(NSHumanReadableCopyright="© 2011 Größe & Söhne";)"},
-             Row{"A\"; CFBundleName=\"B\nC\\", R"(NSHumanReadableCopyright="A\"; CFBundleName=\"B\nC\\";)"},
-             Row{"", std::nullopt},
-             Row{std::nullopt, std::nullopt},
-         }) {
+    for (const auto& [company, contents] : rows) {
         put(file, "old");
-        onWorker([&] { EXPECT_TRUE(creation->saveCompany(row.company, wrapper)); });
-        EXPECT_EQ(exists(file), row.contents.has_value());
-        if (row.contents) {
-            EXPECT_EQ(get(file), *row.contents);
-        }
+        EXPECT_TRUE(creation->saveCompany(company, wrapper));
+        EXPECT_EQ(exists(file) ? Text(get(file)) : std::nullopt, contents);
     }
 }
 

@@ -3,29 +3,25 @@
 namespace morvane {
 namespace {
 
-using testing::ConfiguredWrapper;
-
-class WrapperMenu : public ConfiguredWrapper {
+class WrapperMenu : public testing::ConfiguredWrapper {
   protected:
     const std::string scripts = wrapper + layout::menuScripts;
 
-    std::vector<std::string> save(const NSPortData& port) {
+    Names save(const NSPortData& port) {
         onWorker([&] { EXPECT_TRUE(creation->saveCaskeryWrapperMenuForPort(port, wrapper)); });
         auto names = listing(scripts);
         std::erase(names, "CaskeryQuitScript");
         return names;
     }
     [[nodiscard]] std::string command(const std::string& script) const {
-        static constexpr const char* header =
-            "#!/bin/bash\n"
-            "cd \"$(dirname \"$0\")/../../\"\n"
-            "CONTENTSFOLD=\"$PWD\"\n"
+        static const std::string header =
+            "#!/bin/bash\ncd \"$(dirname \"$0\")/../../\"\nCONTENTSFOLD=\"$PWD\"\n"
             "export PATH=\"$CONTENTSFOLD/Frameworks/bin:$CONTENTSFOLD/Frameworks/ckwine.bundle/bin:$PATH\"\n"
             "export WINEPREFIX=\"$CONTENTSFOLD/Resources\"\n";
         const std::string text = get(scripts + "/" + script);
         EXPECT_TRUE(text.starts_with(header)) << script;
         EXPECT_TRUE(files::isExecutable(scripts + "/" + script)) << script;
-        return text.substr(std::min(text.size(), std::string(header).size()));
+        return text.substr(std::min(text.size(), header.size()));
     }
 };
 
@@ -38,34 +34,30 @@ TEST_F(WrapperMenu, OwnEntriesFollowThePortsAndAreNumberedByMenu) {
                      {"Options", "App", "wine options.exe"},
                      {"Manual", "Help", "open manual.pdf"},
                      {"Ignored", "Other", "x"}};
-    EXPECT_EQ(save(port), (std::vector<std::string>{
-                              "AppEntry1--Options", "AppEntry2--Task Manager", "AppEntry3--Forceful Quit",
-                              "HelpEntry1--Manual", "HelpEntry2--Caskery Website", "HelpEntry3--Caskery FAQ",
-                              "HelpEntry4--Caskery Manual", "HelpEntry5--Caskery Support Forum",
-                              "HelpEntry6--Morvane Forum"}));
-    EXPECT_EQ(command("AppEntry1--Options"), "wine options.exe");
-    EXPECT_EQ(command("AppEntry2--Task Manager"), R"(wine start "C:\windows\system32\taskmgr.exe")");
-    EXPECT_EQ(command("AppEntry3--Forceful Quit"), "wineserver -k");
-    EXPECT_EQ(command("HelpEntry2--Caskery Website"), R"(open "https://wrappers.example/tiki-index.php")");
-    EXPECT_EQ(command("HelpEntry3--Caskery FAQ"),
-              R"(open "https://wrappers.example/tiki-index.php?page=FAQ")");
-    EXPECT_EQ(command("HelpEntry4--Caskery Manual"),
-              R"(open "https://wrappers.example/tiki-index.php?page=Manual")");
-    EXPECT_EQ(command("HelpEntry5--Caskery Support Forum"),
-              R"(open "https://wrappers.example/tiki-view_forum.php?forumId=1")");
-    EXPECT_EQ(command("HelpEntry6--Morvane Forum"), R"(open "http://ports.example:8080/smf/")");
+    const std::string page = "open \"https://wrappers.example/tiki-";
+    const std::pair<std::string, std::string> expected[] = {
+        {"AppEntry1--Options", "wine options.exe"},
+        {"AppEntry2--Task Manager", R"(wine start "C:\windows\system32\taskmgr.exe")"},
+        {"AppEntry3--Forceful Quit", "wineserver -k"},
+        {"HelpEntry1--Manual", "open manual.pdf"},
+        {"HelpEntry2--Caskery Website", page + "index.php\""},
+        {"HelpEntry3--Caskery FAQ", page + "index.php?page=FAQ\""},
+        {"HelpEntry4--Caskery Manual", page + "index.php?page=Manual\""},
+        {"HelpEntry5--Caskery Support Forum", page + "view_forum.php?forumId=1\""},
+        {"HelpEntry6--Morvane Forum", R"(open "http://ports.example:8080/smf/")"},
+    };
+    EXPECT_EQ(save(port).size(), std::size(expected));
+    for (const auto& [script, line] : expected) EXPECT_EQ(command(script), line);
 }
 
 TEST_F(WrapperMenu, DiscsAndSteamAddEntries) {
     NSPortData port;
     port.source = "CD";
     port.isSteam = true;
-    onWorker([&] {
-        NSUtilities::addRegistry(
-            "[Software\\\\Microsoft\\\\Windows\\\\CurrentVersion]\n"
-            "\"ProgramFilesDir (x86)\"=\"C:\\\\Program Files (x86)\"\n",
-            "system", wrapper);
-    });
+    NSUtilities::addRegistry(
+        "[Software\\\\Microsoft\\\\Windows\\\\CurrentVersion]\n"
+        "\"ProgramFilesDir (x86)\"=\"C:\\\\Program Files (x86)\"\n",
+        "system", wrapper);
     save(port);
     EXPECT_EQ(command("AppEntry1--Eject Disc"), "wine eject");
     EXPECT_EQ(command("AppEntry2--Launch Steam"), R"(wine "C:\Program Files (x86)\Steam\steam.exe")");
@@ -82,7 +74,7 @@ TEST_F(WrapperMenu, AddressesOutliveTheProcessAndStayInTheirQuotes) {
     }
 }
 
-TEST_F(WrapperMenu, HostileTitlesAreRefusedWithoutAGapInTheNumbers) {
+TEST_F(WrapperMenu, HostileEntriesAreRefusedWithoutAGapInTheNumbers) {
     link(home, scripts + "/AppEntry9--link");
     NSPortData port;
     port.portMenu = {{"../../../evil", "App", "x"},        {"a/b", "Help", "x"},
@@ -93,11 +85,8 @@ TEST_F(WrapperMenu, HostileTitlesAreRefusedWithoutAGapInTheNumbers) {
     EXPECT_EQ(save(port).front(), "AppEntry1--Good");
     EXPECT_EQ(command("AppEntry1--Good"), "good");
     EXPECT_EQ(listing(home), before);
-    EXPECT_EQ(listing(wrapper), (std::vector<std::string>{"Caskery.app", "Contents"}));
-}
-
-TEST_F(WrapperMenu, ACommandOutsideAsciiIsReportedAndLeavesNoScript) {
-    NSPortData port;
+    EXPECT_EQ(listing(wrapper), (Names{"Caskery.app", "Contents"}));
+    // A command outside ASCII is reported and leaves no script.
     port.portMenu = {{"Château", "App", "echo Château"}};
     ui.expectError("Error while writting file: ");
     const auto names = save(port);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <thread>
 
 #include "platform/cancellation.h"
@@ -221,9 +222,11 @@ TEST(ParseUrl, Parts) {
 
 // Without questions to any name server: the tests run on machines without one.
 TEST(Reachability, Hosts) {
-    // The last one goes through the resolver, with a name that every machine's hosts file gives itself.
-    for (const char* host : {"localhost", "127.9.8.7", "LocalHost"})
-        EXPECT_TRUE(isHostReachable(host)) << host;
+    for (const char* host : {"localhost", "127.9.8.7"}) EXPECT_TRUE(isHostReachable(host)) << host;
+    // Through the resolver, where a hosts file gives this machine its name.
+    if (std::filesystem::exists("/etc/hosts")) {
+        EXPECT_TRUE(isHostReachable("LocalHost"));
+    }
     for (const char* host : {"ip6-localhost.invalid", "", "--help", "-s", "two words", "a/b", "999.1.1.1",
                              "255.255.255.255.255"}) {
         EXPECT_FALSE(isHostReachable(host)) << host;

@@ -17,11 +17,12 @@ std::string wide(const std::string& text) {
     return result;
 }
 
+struct TextRow {
+    std::string name, contents, expected;
+};
+
 TEST(ShortcutPath, IsFoundInEachReading) {
-    struct Row {
-        std::string name, contents, expected;
-    };
-    const std::vector<Row> rows{
+    const std::vector<TextRow> rows{
         {"whole", "L\0\0C:\\Games\\Foo\\foo.exe\0rest"s, "C:/Games/Foo/foo.exe"},
         {"the type as given", "C:\\Games\\FOO.EXE\0"s, "C:/Games/FOO.EXE"},
         {"lower case wins", "\0C:\\BIG.EXE\0D:\\small.exe"s, "D:/small.exe"},
@@ -36,25 +37,20 @@ TEST(ShortcutPath, IsFoundInEachReading) {
         {"nothing", "no program here", ""},
         {"empty", "", ""},
     };
-    for (const Row& row : rows)
+    for (const TextRow& row : rows)
         EXPECT_EQ(getLNKPathFromFileContents(row.contents, ".EXE"), row.expected) << row.name;
 }
 
 TEST(ShortcutDrive, IsTheLetterBeforeTheFirstFittingColon) {
-    EXPECT_EQ(getLNKDriveFromString("nothing"), "C");
-    EXPECT_EQ(getLNKDriveFromString("aD:\\x"), "D");
-    EXPECT_EQ(getLNKDriveFromString("\0:\\E:\\"s), "E");
-    EXPECT_EQ(getLNKDriveFromString(":\\E:\\"), "C");
-    EXPECT_EQ(getLNKDriveFromString("\0:\\\0"s), "C");
+    const std::pair<std::string, const char*> rows[] = {
+        {"nothing", "C"}, {"aD:\\x", "D"}, {"\0:\\E:\\"s, "E"}, {":\\E:\\", "C"}, {"\0:\\\0"s, "C"}};
+    for (const auto& [contents, drive] : rows) EXPECT_EQ(getLNKDriveFromString(contents), drive);
 }
 
 TEST(ShortcutFlags, FollowTheFolderOrTheRareLayout) {
     const std::string path = "C:/Games/Foo/foo.exe";
     const std::string key = "\\Games\\Foo";
-    struct Row {
-        std::string name, contents, expected;
-    };
-    const std::vector<Row> rows{
+    const std::vector<TextRow> rows{
         {"after a mark", "C:" + key + "\\foo.exe\0"s + key + "\x10-window -x|\0rest"s, "-window -x"},
         {"without the mark", key + "-window|\0"s, ""},
         {"without a NUL", key + "\x10-window|", ""},
@@ -66,24 +62,10 @@ TEST(ShortcutFlags, FollowTheFolderOrTheRareLayout) {
          "C:\\Games\\Foo\\foo.exe" + "12"s + wide("a"s + '\0' + "qC:\\Games\\Foo" + '\0'), ""},
         {"rare and empty", "C:\\Games\\Foo\\foo.exe12" + wide("a"s + '\0' + "q"), ""},
     };
-    for (const Row& row : rows)
+    for (const TextRow& row : rows)
         EXPECT_EQ(getLNKFlagsFromFileContents(row.contents, path), row.expected) << row.name;
     EXPECT_EQ(getLNKFlagsFromFileContents("\x10-x|\0"s, ""), "");
     EXPECT_EQ(getLNKFlagsFromFileContents("\x10-x|\0"s, "C:/foo.exe"), "");
-}
-
-TEST(DesktopEntry, UnescapesTheProgram) {
-    EXPECT_EQ(getEXEFileFromDESKTOPFileContents(
-                  "[Desktop Entry]\nExec=env WINEPREFIX=\"/w\" wine C:\\\\\\\\Program\\\\ "
-                  "Files\\\\\\\\Game\\\\\\\\game.exe  \nType=x"),
-              "C:/Program Files/Game/game.exe");
-    EXPECT_EQ(getEXEFileFromDESKTOPFileContents("[Desktop Entry]\n"), "");
-}
-
-TEST(SteamShortcut, GivesTheGamesNumber) {
-    EXPECT_EQ(getURLFlagsFromSteamFileContents("URL=steam://rungameid/12345\r\nx"), "-applaunch 12345");
-    EXPECT_EQ(getURLFlagsFromSteamFileContents("URL=steam://rungameid/\nx"), "");
-    EXPECT_EQ(getURLFlagsFromSteamFileContents("URL=http://x/12345\n"), "");
 }
 
 class Selection : public testing::TestMachine {
@@ -100,25 +82,29 @@ class Selection : public testing::TestMachine {
         ASSERT_FALSE(files::createFolder(drives, true));
         ASSERT_FALSE(files::createSymbolicLink(drives + "/" + letter, destination));
     }
-    std::string selected(const std::string& name, const std::string& contents) {
-        put(home + "/" + name, contents);
-        return selectAsMainExe(home + "/" + name, wrapper);
-    }
     const std::string wrapper, drive;
     const std::string steam = "\"C:\\Program Files (x86)\\Steam\\steam.exe\" ";
 };
 
 TEST_F(Selection, MakesRunPathsByTheEnding) {
+    const std::vector<TextRow> rows{
+        {"a.LNK", "C:\\Games\\Foo\\foo.exe\0\\Games\\Foo\x10-w|\0"s, "\"C:\\Games\\Foo\\foo.exe\" -w"},
+        {"b.lnk", "C:\\J\xe4ger\\foo.exe", "\"C:\\J\xc3\xa4ger\\foo.exe\" "},
+        {"c.url", "URL=steam://rungameid/12345\r\nx", steam + "-applaunch 12345"},
+        {"d.url", "URL=http://x/12345\n", steam},
+        {"no number.url", "URL=steam://rungameid/\nx", steam},
+        {"e.desktop", "Exec=x wine C:\\\\a.exe\nURL=steam://rungameid/8\n", steam + "-applaunch 8"},
+        {"f.desktop",
+         "[Desktop Entry]\nExec=env WINEPREFIX=\"/w\" wine C:\\\\\\\\Program\\\\ "
+         "Files\\\\\\\\Game\\\\\\\\game.exe  \nType=x",
+         "\"C:\\Program Files\\Game\\game.exe\" "},
+        {"g.desktop", "", "\"\" "},
+    };
+    for (const TextRow& row : rows) {
+        put(home + "/" + row.name, row.contents);
+        EXPECT_EQ(selectAsMainExe(home + "/" + row.name, wrapper), row.expected) << row.name;
+    }
     EXPECT_EQ(selectAsMainExe(drive + "/Games/game.exe", wrapper), "\"C:\\Games\\game.exe\" ");
-    EXPECT_EQ(selected("a.LNK", "C:\\Games\\Foo\\foo.exe\0\\Games\\Foo\x10-w|\0"s),
-              "\"C:\\Games\\Foo\\foo.exe\" -w");
-    EXPECT_EQ(selected("b.lnk", "C:\\J\xe4ger\\foo.exe"), "\"C:\\J\xc3\xa4ger\\foo.exe\" ");
-    EXPECT_EQ(selected("c.url", "URL=steam://rungameid/7\r\n"), steam + "-applaunch 7");
-    EXPECT_EQ(selected("d.url", "URL=http://x\n"), steam);
-    EXPECT_EQ(selected("e.desktop", "Exec=x wine C:\\\\a.exe\nURL=steam://rungameid/8\n"),
-              steam + "-applaunch 8");
-    EXPECT_EQ(selected("f.desktop", "Exec=x wine C:\\\\a.exe\n"), "\"C:\\a.exe\" ");
-    EXPECT_EQ(selected("g.desktop", ""), "\"\" ");
 }
 
 TEST_F(Selection, FollowsADesktopEntryToItsShortcut) {
@@ -126,25 +112,22 @@ TEST_F(Selection, FollowsADesktopEntryToItsShortcut) {
     const std::string entry =
         "Exec=env WINEPREFIX=\"/w\" wine C:\\\\\\\\windows\\\\\\\\command\\\\\\\\start.exe /Unix "
         "/somewhere/dosdevices/c:/users/Public/Desktop/My\\\\ Game.lnk\nType=Application\n";
-    EXPECT_EQ(getLNKFileFromDESKTOPFileContents(entry, wrapper), drive + "/users/Public/Desktop/My Game.lnk");
-    EXPECT_EQ(selected("a.desktop", entry), "\"C:\\Games\\game.exe\" -f");
-    EXPECT_EQ(getDESKTOPPathFromFileContents(entry, wrapper), "C:/Games/game.exe");
-    EXPECT_EQ(getDESKTOPFlagsFromFileContents(entry, "C:/Games/game.exe", wrapper), "-f");
-
-    EXPECT_EQ(getLNKFileFromDESKTOPFileContents("x /Unix " + drive + "/Games/game.exe\n", wrapper),
-              drive + "/Games/game.exe");
-    EXPECT_EQ(getLNKFileFromDESKTOPFileContents("x /Unix " + drive + "/Games\n", wrapper), std::nullopt);
+    put(home + "/a.desktop", entry);
+    EXPECT_EQ(selectAsMainExe(home + "/a.desktop", wrapper), "\"C:\\Games\\game.exe\" -f");
     put(home + "/outside.lnk", "C:\\x.exe");
-    EXPECT_EQ(getLNKFileFromDESKTOPFileContents("x /Unix /dosdevices/c:/../../../../outside.lnk\n", wrapper),
-              std::nullopt);
+    const std::pair<std::string, std::optional<std::string>> rows[] = {
+        {entry, drive + "/users/Public/Desktop/My Game.lnk"},
+        {"x /Unix " + drive + "/Games/game.exe\n", drive + "/Games/game.exe"},
+        {"x /Unix " + drive + "/Games\n", std::nullopt},
+        {"x /Unix /dosdevices/c:/../../../../outside.lnk\n", std::nullopt},
+    };
+    for (const auto& [contents, file] : rows)
+        EXPECT_EQ(getLNKFileFromDESKTOPFileContents(contents, wrapper), file) << contents;
 }
 
 TEST_F(Selection, ReadsAutorunFiles) {
     const std::string disc = drive + "/disc";
-    struct Row {
-        std::string name, contents, expected;
-    };
-    const std::vector<Row> rows{
+    const std::vector<TextRow> rows{
         {"CR LF", "[autorun]\r\nicon=a.ico\r\nopen=setup.exe\r\n", "C:/disc/setup.exe"},
         {"bare line feed loses a character", "open=setup.exe\n", "C:/disc/setup.ex"},
         {"quotes and blanks", "open=  \"my setup.exe\"\r\n", "C:/disc/my setup.exe"},
@@ -154,7 +137,7 @@ TEST_F(Selection, ReadsAutorunFiles) {
         {"several are joined", "open=a\nopen=b.exe\r\n", "C:/disc/ab.exe"},
         {"a value on the next line", "open=\r\nsetup.exe\r\n", "C:/disc/setup.exe"},
     };
-    for (const Row& row : rows) {
+    for (const TextRow& row : rows) {
         put(disc + "/autorun.inf", row.contents);
         EXPECT_EQ(getAutorunPathFromFile(disc + "/autorun.inf", wrapper), row.expected) << row.name;
     }
@@ -170,11 +153,7 @@ TEST_F(Selection, FindsTheProgramOfADisc) {
     put(disc + "/Setup.exe", "MZ");
     put(disc + "/Sub/Start.EXE", "MZ");
     put(home + "/outside.exe", "MZ");
-    struct Row {
-        std::string contents;
-        std::optional<std::string> expected;
-    };
-    const std::vector<Row> rows{
+    const std::pair<const char*, std::optional<std::string>> rows[] = {
         {"open=SETUP.EXE\r\n", disc + "/Setup.exe"},
         {"open=sub\\start.exe\r\n", disc + "/Sub/Start.EXE"},
         {"open=setup.exe\n", std::nullopt},
@@ -184,9 +163,9 @@ TEST_F(Selection, FindsTheProgramOfADisc) {
         {"icon=x\r\n", std::nullopt},
         {"", std::nullopt},
     };
-    for (const Row& row : rows) {
-        put(disc + "/AUTORUN.INF", row.contents);
-        EXPECT_EQ(autorunProgram(disc + "/AUTORUN.INF"), row.expected) << row.contents;
+    for (const auto& [contents, expected] : rows) {
+        put(disc + "/AUTORUN.INF", contents);
+        EXPECT_EQ(autorunProgram(disc + "/AUTORUN.INF"), expected) << contents;
     }
 }
 

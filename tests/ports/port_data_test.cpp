@@ -20,15 +20,7 @@ NSPortData portOf(const Dictionary& cki, const std::optional<std::string>& path 
     return NSPortData::initWithDictionary(cki, path);
 }
 
-class CkiLoader : public TestMachine {
-  public:
-    std::string messageFor(const std::string& contents) {
-        const std::string path = home + "/a.cki";
-        put(path, contents);
-        const auto result = NSUtilities::loadArchivedObjectFromFile(path, "CKI");
-        return failureOf(result) != nullptr ? failureOf(result)->message : "";
-    }
-};
+using CkiLoader = TestMachine;
 
 TEST_F(CkiLoader, SaysWhatIsWrong) {
     const std::string missing = home + "/none.ckii";
@@ -37,107 +29,87 @@ TEST_F(CkiLoader, SaysWhatIsWrong) {
     const std::string unavailable =
         "That CKI file isn't available in the database. Inform us through the Contact Us tab.";
     const std::string corrupted = "That CKI file is corrupted or the format is invalid!";
-    EXPECT_EQ(messageFor(""), unavailable);
-    EXPECT_EQ(messageFor("<html><body>404"), unavailable);
-    EXPECT_EQ(messageFor("<html>\xff"), corrupted);
-    EXPECT_EQ(messageFor("<HTML>"), corrupted);
-    EXPECT_EQ(messageFor("\xff\xfe random"), corrupted);
-    EXPECT_EQ(messageFor(archived("a text")), corrupted);
-    EXPECT_EQ(messageFor(archived(Dictionary{{"Creator", "me"}})), "");
-    EXPECT_EQ(failureOf(NSUtilities::loadArchivedObjectFromFile(home, "CKI"))->message, corrupted);
-}
-
-TEST_F(CkiLoader, HandsTheFilesNameToThePort) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"", unavailable},
+        {"<html><body>404", unavailable},
+        {"<html>\xff", corrupted},
+        {"<HTML>", corrupted},
+        {"\xff\xfe random", corrupted},
+        {archived("a text"), corrupted},
+        {archived(Dictionary{{"Creator", "me"}}), ""},
+    };
     const std::string path = home + "/Some Game (Steam).cki";
-    put(path, archived(Dictionary{{"CKI Version", "1.6.1"}}));
-    const auto port = NSPortData::initWithCkiAtPath(path);
-    ASSERT_EQ(failureOf(port), nullptr);
-    EXPECT_TRUE(std::get<NSPortData>(port).isSteam);
-    EXPECT_FALSE(std::get<NSPortData>(port).isOrigin);
-    put(path, "<html>");
-    EXPECT_NE(failureOf(NSPortData::initWithCkiAtPath(path)), nullptr);
+    for (const auto& [contents, message] : rows) {
+        put(path, contents);
+        const auto port = NSPortData::initWithCkiAtPath(path);
+        EXPECT_EQ(failureOf(port) != nullptr ? failureOf(port)->message : "", message) << contents;
+        EXPECT_EQ(message.empty() && std::get<NSPortData>(port).isSteam, message.empty()) << "by the name";
+    }
+    EXPECT_EQ(failureOf(NSUtilities::loadArchivedObjectFromFile(home, "CKI"))->message, corrupted);
 }
 
 TEST(PortData, ReadsEveryKey) {
     const ImageData icon{"picture", 16, 16};
-    const NSPortData port = portOf(Dictionary{
-        {"CKI Version", "1.6"},
-        {"Creator", "A"},
-        {"Creator Mail", "B"},
-        {"Source", "GOG"},
-        {"Engine", "CK9Wine3.0"},
-        {"Engine Custom Link", "http://c"},
-        {"Company", "D"},
+    const Dictionary game{{"name", "Game"},
+                          {"main", "X"},
+                          {"path", "C:/a.exe\" -b"},
+                          {"automatic", true},
+                          {"fullscreen", 1},
+                          {"virtualdesktop", 2.0},
+                          {"resolution", "1024x768"},
+                          {"colours", "16 bits"},
+                          {"version", "1.0"},
+                          {"compatibility", "Windows XP"},
+                          {"icon", icon}};
+    Dictionary cki{
         {"WrapperMenu", Array{Dictionary{{"name", "n"}, {"type", "App"}, {"desc", "ls"}}}},
         {"Drives", Array{Dictionary{{"name", "D"}, {"place", "../drive_d"}, {"typeName", "cdrom"}}}},
         {"Extensions", Array{Dictionary{{"app", "sav"}, {"func", "C:/a.exe"}}}},
-        {"MacDriver", 1},
-        {"Decorate", "yes"},
-        {"Direct3D Boost", true},
         {"Winetricks", Array{"d3dx9", "", "Install App", "d3dx9"}},
-        {"EXEs", Array{Dictionary{{"name", "Game"},
-                                  {"main", "X"},
-                                  {"path", "C:/a.exe\" -b"},
-                                  {"automatic", true},
-                                  {"fullscreen", 1},
-                                  {"virtualdesktop", 2.0},
-                                  {"resolution", "1024x768"},
-                                  {"colours", "16 bits"},
-                                  {"compatibility", "Windows XP"},
-                                  {"version", "1.0"},
-                                  {"icon", icon}},
-                       Dictionary{{"main", "x"}}}},
+        {"EXEs", Array{game, Dictionary{{"main", "x"}}}},
         {"Before Extra Files", Array{Dictionary{{"origin", "http://o"}, {"destiny", "C:/"}, {"autorun", 1}}}},
         {"After Extra Files", Array{Dictionary{{"origin", "p"}}}},
-        {"Original Installer Needed", 1},
-        {"Original Installer Name", "setup*.exe"},
-        {"Button 1", 1},
-        {"Button 3", "1"},
-        {"Button 5", 0.5},
-        {"Button 7", true},
         {"Overrides", Array{"[a]\n\"b\"=\"c\""}},
-        {"Is GOG Galaxy", 1},
-        {"FnToggle Default Value", "T"},
-    });
+        {"CKI Version", "1.6"}};
+    // Each of these texts is a key's value as well: read into another's place, it shows.
+    for (const char* key : {"Creator", "Creator Mail", "Source", "Engine", "Engine Custom Link", "Company",
+                            "Original Installer Name"})
+        cki.set(key, key);
+    const std::pair<const char*, Value> flags[] = {{"MacDriver", 1},         {"Decorate", "yes"},
+                                                   {"Direct3D Boost", true}, {"Original Installer Needed", 1},
+                                                   {"Button 1", 1},          {"Button 3", "1"},
+                                                   {"Button 5", 0.5},        {"Button 7", true},
+                                                   {"Is GOG Galaxy", 1},     {"FnToggle Default Value", "T"}};
+    for (const auto& [key, value] : flags) cki.set(key, value);
+
+    const NSPortData port = portOf(cki);
     EXPECT_EQ(port.ckiVersion, "1.6");
-    EXPECT_EQ(port.creator, "A");
-    EXPECT_EQ(port.creatorMail, "B");
-    EXPECT_EQ(port.source, "GOG");
     EXPECT_EQ(port.portType, std::nullopt);
-    EXPECT_EQ(port.engine, "CK9Wine3.0");
-    EXPECT_EQ(port.engineCustomLink, "http://c");
-    EXPECT_EQ(port.company, "D");
+    EXPECT_EQ(*port.creator + ", " + *port.creatorMail + ", " + *port.source + ", " + *port.engine + ", " +
+                  *port.engineCustomLink + ", " + *port.company + ", " + *port.originalInstallerName,
+              "Creator, Creator Mail, Source, Engine, Engine Custom Link, Company, Original Installer Name");
     EXPECT_EQ(port.portMenu, (std::vector<MenuEntry>{{"n", "App", "ls"}}));
-    ASSERT_EQ(port.drives->size(), 1U);
-    EXPECT_EQ(port.drives->front().place, "../drive_d");
-    EXPECT_EQ(port.drives->front().typeName, "cdrom");
-    ASSERT_EQ(port.supportedExtensions->size(), 1U);
-    EXPECT_EQ(port.supportedExtensions->front().func, "C:/a.exe");
-    EXPECT_TRUE(port.useMacDriver && port.decorateWindows && port.useDirect3DBoost);
+    const DriveEntry& drive = port.drives->at(0);
+    EXPECT_EQ(drive.name + drive.place + drive.typeName, "D../drive_dcdrom");
+    EXPECT_EQ(port.supportedExtensions->at(0).app + port.supportedExtensions->at(0).func, "savC:/a.exe");
     EXPECT_EQ(port.winetricks, (std::vector<std::string>{"d3dx9", "Install App", "d3dx9"}));
     ASSERT_EQ(port.exes.size(), 2U);
     const ExeEntry& exe = port.exes.front();
-    EXPECT_TRUE(exe.isMain && exe.fullscreen);
+    EXPECT_TRUE(exe.isMain && exe.fullscreen && exe.automatic == 1 && exe.virtualdesktop == 2);
     EXPECT_EQ(exe.path, "C:/a.exe\" -b");
-    EXPECT_EQ(exe.automatic, 1);
-    EXPECT_EQ(exe.virtualdesktop, 2);
     EXPECT_EQ(exe.resolution + exe.colours + exe.compatibility, "1024x76816 bitsWindows XP");
     EXPECT_EQ(exe.version, "1.0");
     EXPECT_EQ(exe.icon, icon);
-    EXPECT_FALSE(port.exes.back().isMain);
-    EXPECT_EQ(port.exes.back().version, std::nullopt);
-    ASSERT_EQ(port.extraFilesBeforeInstaller.size(), 1U);
-    EXPECT_TRUE(port.extraFilesBeforeInstaller.front().autorun);
-    EXPECT_EQ(port.extraFilesBeforeInstaller.front().destiny, "C:/");
-    ASSERT_EQ(port.extraFilesAfterInstaller.size(), 1U);
-    EXPECT_EQ(port.extraFilesAfterInstaller.front().destiny, std::nullopt);
-    EXPECT_TRUE(port.originalInstallerNeeded);
-    EXPECT_EQ(port.originalInstallerName, "setup*.exe");
-    EXPECT_TRUE(port.emulateThreeButtonsMouse && port.closePortNicely && port.decorateWindowWithQuartz &&
-                port.maxFiles10240);
-    EXPECT_FALSE(port.optionKeyWorksAsAlt || port.singleCpuMode || port.useXQuartz);
+    EXPECT_TRUE(!port.exes.back().isMain && !port.exes.back().version);
+    const ExtraFileEntry &before = port.extraFilesBeforeInstaller.at(0),
+                         &after = port.extraFilesAfterInstaller.at(0);
+    EXPECT_TRUE(before.autorun && before.destiny == "C:/" && !after.autorun && !after.destiny);
     EXPECT_EQ(port.overrides, (Array{"[a]\n\"b\"=\"c\""}));
+    EXPECT_TRUE(port.useMacDriver && port.decorateWindows && port.useDirect3DBoost);
+    EXPECT_TRUE(port.emulateThreeButtonsMouse && port.closePortNicely && port.decorateWindowWithQuartz &&
+                port.maxFiles10240 && port.originalInstallerNeeded);
     EXPECT_TRUE(port.isGogGalaxy && port.fnToggleDefaultValue);
+    EXPECT_FALSE(port.optionKeyWorksAsAlt || port.singleCpuMode || port.useXQuartz);
     EXPECT_FALSE(port.isSteam || port.isOrigin || port.isUplay);
 }
 
@@ -177,17 +149,16 @@ TEST(PortData, ReadsWrongTypesAsMissing) {
 }
 
 TEST(PortData, GatesExtraFilesByVersion) {
-    const auto counts = [](const Value& version) {
-        Dictionary cki{{"Extra Files", Array{Dictionary{}}},
-                       {"Before Extra Files", Array{Dictionary{}, Dictionary{}}},
-                       {"After Extra Files", Array{Dictionary{}}}};
-        if (!version.isNull()) cki.set("CKI Version", version);
-        const NSPortData port = portOf(cki);
-        return std::pair(port.extraFilesBeforeInstaller.size(), port.extraFilesAfterInstaller.size());
-    };
-    EXPECT_EQ(counts("1.5.7"), std::pair(std::size_t{1}, std::size_t{0}));
-    EXPECT_EQ(counts("1.5.8"), std::pair(std::size_t{2}, std::size_t{1}));
-    EXPECT_EQ(counts(Value()), std::pair(std::size_t{1}, std::size_t{0}));
+    const std::tuple<Value, std::size_t, std::size_t> rows[] = {
+        {"1.5.7", 1, 0}, {"1.5.8", 2, 1}, {Value(), 1, 0}};
+    for (const auto& [version, before, after] : rows) {
+        const NSPortData port = portOf({{"CKI Version", version},
+                                        {"Extra Files", Array{Dictionary{}}},
+                                        {"Before Extra Files", Array{Dictionary{}, Dictionary{}}},
+                                        {"After Extra Files", Array{Dictionary{}}}});
+        EXPECT_EQ(port.extraFilesBeforeInstaller.size(), before);
+        EXPECT_EQ(port.extraFilesAfterInstaller.size(), after);
+    }
 }
 
 TEST(PortData, BringsTheEngineUpToDateForAPortTypeOnly) {
@@ -213,29 +184,21 @@ TEST(PortData, BuildsOverridesFromOlderKeys) {
 }
 
 TEST(PortData, FindsClientsByKeyOrFileName) {
-    struct Row {
-        Dictionary cki;
-        std::optional<std::string> path;
-        const char* drm;
-        bool expected;
+    const char *steam = "Steam", *galaxy = "GOG Galaxy";
+    const std::tuple<Dictionary, std::optional<std::string>, const char*, bool> rows[] = {
+        {{}, "/Some Game (Steam).cki", steam, true},
+        {{}, "/game_steambuild.cki", steam, true},
+        {{}, "/x (gog galaxy).cki", galaxy, true},
+        {{}, "/x_GOGGalaxyBuild.cki", galaxy, true},
+        {{}, "/x gog galaxybuild.cki", galaxy, false},
+        {{}, "/Steam.cki", steam, false},
+        {{}, std::nullopt, steam, false},
+        {{{"Is Steam", false}}, "/Some Game (Steam).cki", steam, false},
+        {{{"Is Steam", "no"}}, "/Some Game (Steam).cki", steam, false},
+        {{{"Is Steam", 1}}, std::nullopt, steam, true},
     };
-    const std::vector<Row> rows{
-        {{}, "/Some Game (Steam).cki", "Steam", true},
-        {{}, "/game_steambuild.cki", "Steam", true},
-        {{}, "/x (gog galaxy).cki", "GOG Galaxy", true},
-        {{}, "/x_GOGGalaxyBuild.cki", "GOG Galaxy", true},
-        {{}, "/x gog galaxybuild.cki", "GOG Galaxy", false},
-        {{}, "/Steam.cki", "Steam", false},
-        {{}, std::nullopt, "Steam", false},
-        {{{"Is Steam", false}}, "/Some Game (Steam).cki", "Steam", false},
-        {{{"Is Steam", "no"}}, "/Some Game (Steam).cki", "Steam", false},
-        {{{"Is Steam", 1}}, "/x.cki", "Steam", true},
-        {{{"Is Steam", 1}}, std::nullopt, "Steam", true},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(NSPortData::checkIfCKI(row.cki, row.path, row.drm), row.expected)
-            << row.path.value_or("") << row.drm;
-    }
+    for (const auto& [cki, path, drm, expected] : rows)
+        EXPECT_EQ(NSPortData::checkIfCKI(cki, path, drm), expected) << path.value_or("") << drm;
 }
 
 TEST(CkiVersion, ComparesComponentsAsNumbers) {
@@ -253,53 +216,47 @@ TEST(CkiVersion, ComparesComponentsAsNumbers) {
     for (const Row& row : rows) EXPECT_EQ(ckiVersion(row.version, row.least), row.expected) << row.least;
 }
 
-class BlankPort : public TestMachine {};
+class BlankPort : public TestMachine {
+  protected:
+    static std::optional<NSPortData> blank(const std::string& path, unsigned drms = 0,
+                                           MacDriver driver = MacDriver::no,
+                                           const std::string& engine = "CK9Wine3.0") {
+        return NSPortData::customPortAtPath(path, engine, drms, driver);
+    }
+};
 
 TEST_F(BlankPort, IsMadeForTheClients) {
-    struct Row {
-        unsigned drms;
-        const char* path;
-        bool installer;
-    };
-    const std::vector<Row> rows{
+    const std::tuple<unsigned, const char*, bool> rows[] = {
         {0, "C:/nothing.exe", true},
         {drm::origin, "C:/*/Origin/Origin.exe", false},
         {drm::origin | drm::uplay, "C:/*/Ubisoft/Ubisoft Game Launcher/Uplay.exe", false},
         {7, "C:/*/Steam/steam.exe", false},
     };
-    for (const Row& row : rows) {
-        const auto port =
-            NSPortData::customPortAtPath("/a/My (steam) 1.5.app", "CK9Wine3.0", row.drms, MacDriver::no);
-        ASSERT_TRUE(port.has_value());
-        ASSERT_EQ(port->exes.size(), 1U);
-        EXPECT_EQ(port->exes.front().path, row.path);
-        EXPECT_EQ(port->exes.front().name, "My (steam) 1.5");
-        EXPECT_TRUE(port->exes.front().isMain);
-        EXPECT_EQ(port->exes.front().automatic, 1);
-        EXPECT_EQ(port->originalInstallerNeeded, row.installer);
-        EXPECT_EQ(port->isSteam, (row.drms & drm::steam) != 0);
-        EXPECT_EQ(port->isUplay, (row.drms & drm::uplay) != 0);
-        EXPECT_EQ(port->isOrigin, (row.drms & drm::origin) != 0);
+    for (const auto& [drms, path, installer] : rows) {
+        const auto port = blank("/a/My (steam) 1.5.app", drms);
+        ASSERT_TRUE(port && port->exes.size() == 1U);
+        const ExeEntry& exe = port->exes.front();
+        EXPECT_EQ(exe.path, path);
+        EXPECT_EQ(exe.name, "My (steam) 1.5");
+        EXPECT_TRUE(exe.isMain && exe.automatic == 1 && port->decorateWindows);
+        EXPECT_EQ(port->originalInstallerNeeded, installer);
+        EXPECT_EQ(port->isSteam, (drms & drm::steam) != 0);
+        EXPECT_EQ(port->isUplay, (drms & drm::uplay) != 0);
+        EXPECT_EQ(port->isOrigin, (drms & drm::origin) != 0);
         EXPECT_FALSE(port->isGogGalaxy || port->useMacDriver);
-        EXPECT_TRUE(port->decorateWindows);
-        EXPECT_EQ(port->ckiVersion, "1.6.1");
-        EXPECT_EQ(port->portType, "Caskery");
+        EXPECT_EQ(port->ckiVersion.value() + port->portType.value(), "1.6.1Caskery");
         EXPECT_TRUE(port->company->starts_with("Copyright © 20")) << *port->company;
         EXPECT_TRUE(port->company->ends_with(" Morvane. All rights reserved.")) << *port->company;
     }
-    EXPECT_FALSE(NSPortData::customPortAtPath("/a/b.app", "CK9Wine3.0", 0, MacDriver::yes)->decorateWindows);
-}
-
-TEST_F(BlankPort, NeedsANameAndAnEngine) {
-    EXPECT_FALSE(NSPortData::customPortAtPath("/a/b.app", "", 0, MacDriver::no).has_value());
-    EXPECT_FALSE(NSPortData::customPortAtPath("", "CK9Wine3.0", 0, MacDriver::no).has_value());
-    EXPECT_FALSE(NSPortData::customPortAtPath("/a/.app", "CK9Wine3.0", 0, MacDriver::no).has_value());
+    EXPECT_FALSE(blank("/a/b.app", 0, MacDriver::yes)->decorateWindows);
+    EXPECT_FALSE(blank("/a/b.app", 0, MacDriver::no, ""));
+    for (const char* nameless : {"", "/a/.app"}) EXPECT_FALSE(blank(nameless)) << nameless;
 }
 
 TEST_F(BlankPort, CarriesTheApplicationsPicture) {
     put(machine->folders.resources + "/create_wrapper.png",
         pictures::encodePng({2, 3, std::vector<std::uint8_t>(24, 9)}));
-    const auto port = NSPortData::customPortAtPath("/a/b.app", "CK9Wine3.0", 0, MacDriver::no);
+    const auto port = blank("/a/b.app");
     ASSERT_TRUE(port && port->exes.front().icon);
     EXPECT_EQ(port->exes.front().icon->height, 3);
 }
