@@ -142,11 +142,5 @@ TEST(BooleanValue, ReadsWhatUsersAndToolsWrite) {
         EXPECT_FALSE(NSUtilities::booleanValue(no)) << no;
 }
 
-TEST(ErrorPage, HoldsTheMessageAsItStands) {
-    const std::string page = NSUtilities::errorHTMLWithMessage("100% <b>%@</b>");
-    EXPECT_TRUE(page.starts_with("<HTML><HEAD></HEAD><BODY bgcolor=\"black\" style=\"margin: 0;"));
-    EXPECT_TRUE(page.ends_with("'Helvetica Neue', Helvetica;\">100% <b>%@</b></div></center></BODY></HTML>"));
-}
-
 }  // namespace
 }  // namespace morvane

@@ -276,36 +276,6 @@ TEST_F(Files, ListsByCharacterCodeWithoutFollowing) {
     EXPECT_EQ(failureOf(files::listBelow(at("f/b")))->message, "Not a directory");
 }
 
-TEST_F(Files, Kinds) {
-    put("file", "12345");
-    ASSERT_EQ(files::createSymbolicLink(at("link"), root), std::nullopt);
-    ASSERT_EQ(files::createSymbolicLink(at("dangling"), "nowhere"), std::nullopt);
-    const struct {
-        std::string path;
-        Kind self, behind;
-        bool runs;
-    } rows[] = {
-        {at("file"), Kind::file, Kind::file, false},    {root, Kind::folder, Kind::folder, false},
-        {at("link"), Kind::link, Kind::folder, false},  {at("dangling"), Kind::link, Kind::none, false},
-        {"/dev/null", Kind::other, Kind::other, false}, {"/proc/self/exe", Kind::link, Kind::file, true}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(files::kindOf(row.path), row.self) << row.path;
-        EXPECT_EQ(files::kindBehind(row.path), row.behind) << row.path;
-        EXPECT_EQ(files::isExecutable(row.path), row.runs) << row.path;
-    }
-    EXPECT_EQ(files::size(at("file")), 5u);
-    EXPECT_EQ(failureOf(files::destinationOfLink(at("file")))->message, "Invalid argument");
-}
-
-TEST_F(Files, CreatingFolders) {
-    put("file", "");
-    EXPECT_EQ(files::createFolder(at("a/b/c"), false), "No such file or directory");
-    EXPECT_EQ(files::createFolder(at("a/b/c/"), true), std::nullopt);
-    EXPECT_EQ(files::createFolder(at("a/b/c"), false), "File exists");
-    EXPECT_EQ(files::createFolder(at("file"), true), "File exists");
-    EXPECT_EQ(files::createFolder(at("file/x"), true), "Not a directory");
-}
-
 TEST_F(Files, Resolved) {
     put("real/inner/file", "");
     ASSERT_EQ(files::createSymbolicLink(at("link"), "real/./inner"), std::nullopt);

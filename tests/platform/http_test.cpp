@@ -179,8 +179,9 @@ TEST_F(Transfers, SilentOnceCancelledOrDestroyedInAnyHandler) {
                                                             .failed = [&](const auto&) { stopIn("failed"); },
                                                             .ended = [&] { stopIn("ended"); }});
             queue.runUntil([this] { return over; });
-            transfer.reset();
             queue.drain();  // what was on its way already
+            transfer.reset();
+            queue.drain();
         }
     }
 }
@@ -197,23 +198,18 @@ TEST_F(Transfers, DestroyedWhileTheMainThreadIsElsewhere) {
 }
 
 TEST(ParseUrl, Parts) {
-    const struct {
-        std::string_view url;
-        std::string scheme, host, path;
-    } rows[] = {
-        {"https://example.org", "https", "example.org", ""},
-        {"ftp://user:p@ss@example.org:21/x", "ftp", "example.org", "/x"},
-        {"http://[::1]:8080/x", "http", "::1", "/x"},
-        {"http://example.org?q=/a#/b", "http", "example.org", ""},
-        {"http://example.org/a?q=1#f", "http", "example.org", "/a"},
-        {"x-y.z+1://h/", "x-y.z+1", "h", "/"},
+    const std::pair<std::string_view, std::string_view> rows[] = {
+        {"https://example.org", "https example.org "},
+        {"ftp://user:p@ss@example.org:21/x", "ftp example.org /x"},
+        {"http://[::1]:8080/x", "http ::1 /x"},
+        {"http://example.org?q=/a#/b", "http example.org "},
+        {"http://example.org/a?q=1#f", "http example.org /a"},
+        {"x-y.z+1://h/", "x-y.z+1 h /"},
     };
-    for (const auto& row : rows) {
-        const auto parts = parseUrl(row.url);
-        ASSERT_TRUE(parts) << row.url;
-        EXPECT_EQ(parts->scheme, row.scheme) << row.url;
-        EXPECT_EQ(parts->host, row.host) << row.url;
-        EXPECT_EQ(parts->path, row.path) << row.url;
+    for (const auto& [url, expected] : rows) {
+        const auto parts = parseUrl(url);
+        ASSERT_TRUE(parts) << url;
+        EXPECT_EQ(parts->scheme + " " + parts->host + " " + parts->path, expected) << url;
     }
     using namespace std::string_view_literals;
     for (const std::string_view url :

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <regex>
 #include <thread>
 
 #include "platform/cancellation.h"
@@ -162,50 +163,24 @@ case "$*" in
 esac
 )",
                           0755));
-    EXPECT_EQ(run(ownPrograms + "/system_profiler", {"SPDisplaysDataType"}).output, R"(Graphics/Displays:
+    // The lines of an adapter, each six spaces in, as one.
+    const std::string report = run(ownPrograms + "/system_profiler", {"SPDisplaysDataType"}).output;
+    EXPECT_EQ(std::regex_replace(report, std::regex("\n      "), "; "), R"(Graphics/Displays:
 
     Intel HD Graphics 620:
-
-      Chipset Model: Intel HD Graphics 620
-      Type: GPU
-      Bus: Built-In
-      Vendor ID: 0x8086
-      Device ID: 0x5916
+; Chipset Model: Intel HD Graphics 620; Type: GPU; Bus: Built-In; Vendor ID: 0x8086; Device ID: 0x5916
 
     AMD Radeon RX 480:
-
-      Chipset Model: AMD Radeon RX 480
-      Type: GPU
-      Bus: PCIe
-      VRAM (Total): 8192 MB
-      Vendor ID: 0x1002
-      Device ID: 0x67df
+; Chipset Model: AMD Radeon RX 480; Type: GPU; Bus: PCIe; VRAM (Total): 8192 MB; Vendor ID: 0x1002; Device ID: 0x67df
 
     NVIDIA RTX PRO 6000 Edition:
-
-      Chipset Model: NVIDIA RTX PRO 6000 Edition
-      Type: GPU
-      Bus: PCIe
-      VRAM (Total): 32768 MB
-      Vendor ID: 0x10de
-      Device ID: 0x2bb1
+; Chipset Model: NVIDIA RTX PRO 6000 Edition; Type: GPU; Bus: PCIe; VRAM (Total): 32768 MB; Vendor ID: 0x10de; Device ID: 0x2bb1
 
     AMD Graphics 0x1636:
-
-      Chipset Model: AMD Graphics 0x1636
-      Type: GPU
-      Bus: Built-In
-      Vendor ID: 0x1002
-      Device ID: 0x1636
+; Chipset Model: AMD Graphics 0x1636; Type: GPU; Bus: Built-In; Vendor ID: 0x1002; Device ID: 0x1636
 
     Graphics 0x1111:
-
-      Chipset Model: Graphics 0x1111
-      Type: GPU
-      Bus: PCI
-      VRAM (Total): 16 MB
-      Vendor ID: 0x1234
-      Device ID: 0x1111
+; Chipset Model: Graphics 0x1111; Type: GPU; Bus: PCI; VRAM (Total): 16 MB; Vendor ID: 0x1234; Device ID: 0x1111
 
 )");
 }
@@ -245,12 +220,18 @@ TEST_F(OwnPrograms, FunctionKeys) {
     EXPECT_EQ(run(resources + "/fntoggle", {"on"}).exitStatus, 0);
     EXPECT_EQ(files::kindOf(at(parameter)), files::Kind::none);
     for (const std::string before : {"1", "3", "0"}) {
-        static_cast<void>(put(parameter, before + "\n"));
-        const std::array<const char*, 2> off{"off", "0\n"}, on{"on", "1\n"};
-        for (const auto& [order, state] : {off, on, on, off}) {  // each may be so already
-            EXPECT_EQ(run(resources + "/fntoggle", {order}).exitStatus, 0);
-            EXPECT_EQ(read(), state);
-            EXPECT_EQ(get(parameter), (order == on[0] ? "2" : before) + "\n") << order;
+        static_cast<void>(put(parameter, before));
+        const struct {
+            const char *order, *state;
+            std::string parameter;
+        } rows[] = {{"off", "0\n", before},
+                    {"on", "1\n", "2\n"},
+                    {"on", "1\n", "2\n"},
+                    {"off", "0\n", before + "\n"}};
+        for (const auto& row : rows) {
+            EXPECT_EQ(run(resources + "/fntoggle", {row.order}).exitStatus, 0);
+            EXPECT_EQ(read(), row.state);
+            EXPECT_EQ(get(parameter), row.parameter) << row.order;
         }
     }
     EXPECT_EQ(run(ownPrograms + "/defaults", {"read", "-g", "other"}).exitStatus, 1);
