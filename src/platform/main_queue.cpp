@@ -146,7 +146,9 @@ void MainQueue::runUntil(const std::function<bool()>& predicate) {
             if (timers_.empty()) {
                 changed_.wait(mutex_);
             } else {
-                changed_.wait_until(mutex_, timers_.begin()->first);
+                // A copy: while this waits, the timer may be cancelled by another thread.
+                const Clock::time_point due = timers_.begin()->first;
+                changed_.wait_until(mutex_, due);
             }
         }
         woken_ = false;
