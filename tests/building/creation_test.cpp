@@ -30,7 +30,7 @@ TEST_F(Creation, TemporaryPathLosesWhatWineCannotBear) {
     fs::create_directories(temporary + "/Outer.app/Contents");
     fs::create_directory_symlink(temporary, home + "/link");
     const std::pair<const char*, const char*> rows[] = {
-        {"/Tom & Jerry: Part 2 (Demo).app", "/Tom and Jerry Part 2 Demo.app"},
+        {"/Tom & Jerry: Round 2 (Demo).app", "/Tom and Jerry Round 2 Demo.app"},
         {"/!#$%^&*()+=|\\?><;:@.app", "/and.app"},
         {"/Plain - name_ö'[1]{2}~`,.\".app", "/Plain - name_ö'[1]{2}~`,.\".app"},
     };
@@ -45,8 +45,8 @@ TEST_F(Creation, TemporaryPathLosesWhatWineCannotBear) {
 }
 
 TEST_F(Creation, MakesTheEngineAndThePrefixAtTheTemporaryPath) {
-    const std::string path = home + "/Applications/Tom & Jerry: Part 2 (Demo).app";
-    const std::string place = temporary + "/Tom and Jerry Part 2 Demo.app";
+    const std::string path = home + "/Applications/Tom & Jerry: Round 2 (Demo).app";
+    const std::string place = temporary + "/Tom and Jerry Round 2 Demo.app";
     prepare();
     // The tool is not runnable in the master wrapper.
     fs::permissions(newMaster + "/Contents/Frameworks/bin/Caskery", fs::perms(0644));
