@@ -99,10 +99,16 @@ std::string getFileSHA1CheckSum(const std::string& path) {
     return getFragmentAfter(std::nullopt, "\n", std::string_view(output).substr(space + 1));
 }
 
+std::optional<std::string> safeDataWithContentsOfURL(const std::string& url) {
+    HttpResponse response = fetch(url, std::nullopt);
+    if (!response.error.empty()) return std::nullopt;
+    return std::move(response.body);
+}
+
 std::optional<std::string> stringWithContentsOfURL(const std::string& url) {
-    const HttpResponse response = fetch(url, std::nullopt);
-    if (!response.error.empty() || !MVString::isValidUtf8(response.body)) return std::nullopt;
-    return response.body;
+    auto bytes = safeDataWithContentsOfURL(url);
+    if (!bytes || !MVString::isValidUtf8(*bytes)) return std::nullopt;
+    return bytes;
 }
 
 }  // namespace morvane::NSUtilities

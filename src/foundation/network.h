@@ -31,6 +31,9 @@ void showNotificationMessage(const std::string& message, const std::string& titl
                              const std::optional<ImageData>& icon);
 /// `getFileSHA1CheckSum:`. Lower-case hexadecimal; what the tool printed last, or empty, when it failed.
 [[nodiscard]] std::string getFileSHA1CheckSum(const std::string& path);
+/// `safeDataWithContentsOfURL:`. The bytes at an address (a GET), or nothing when the transfer failed. The
+/// status is not looked at.
+[[nodiscard]] std::optional<std::string> safeDataWithContentsOfURL(const std::string& url);
 /// The text at an address (a GET), or nothing when the transfer failed or it is not UTF-8. The status is not
 /// looked at.
 [[nodiscard]] std::optional<std::string> stringWithContentsOfURL(const std::string& url);

@@ -133,7 +133,9 @@ TEST_F(Machine, FormsArePostedAndAnswered) {
 
     EXPECT_EQ(NSUtilities::stringWithContentsOfURL(address + "wrong"), "no") << "whatever the status";
     EXPECT_EQ(NSUtilities::stringWithContentsOfURL(address + "binary"), std::nullopt);
+    EXPECT_TRUE(NSUtilities::safeDataWithContentsOfURL(address + "binary"));
     EXPECT_EQ(NSUtilities::stringWithContentsOfURL(address + "gone"), std::nullopt);
+    EXPECT_EQ(NSUtilities::safeDataWithContentsOfURL(address + "gone"), std::nullopt);
     EXPECT_TRUE(NSUtilities::isWebsiteOfUrlAvailable(address));
     EXPECT_FALSE(NSUtilities::isWebsiteOfUrlAvailable("http://offline.invalid/x"));
     EXPECT_FALSE(NSUtilities::isWebsiteOfUrlAvailable("no address"));
