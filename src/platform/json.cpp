@@ -2,10 +2,10 @@
 
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "platform/base64.h"
+#include "platform/iso_time.h"
 
 namespace morvane {
 
@@ -14,21 +14,13 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /// "2001-01-01T00:00:00Z"; nothing for times that have no such text.
-Json isoText(Date date) {
+Json dateText(Date date) {
     using namespace std::chrono;
     constexpr double limit = 2e11;  // some 6000 years each way
     if (!(std::abs(date.secondsSince2001) < limit)) return nullptr;
     const auto time =
         sys_days(2001y / January / 1) + seconds(static_cast<std::int64_t>(std::floor(date.secondsSince2001)));
-    const auto midnight = floor<days>(time);
-    const year_month_day day(midnight);
-    const hh_mm_ss clock(time - midnight);
-    std::array<char, 64> buffer;
-    std::snprintf(buffer.data(), buffer.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ",
-                  static_cast<int>(day.year()), static_cast<unsigned>(day.month()),
-                  static_cast<unsigned>(day.day()), static_cast<int>(clock.hours().count()),
-                  static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()));
-    return buffer.data();
+    return isoText(time);
 }
 
 Json jsonOf(const Value& value);
@@ -39,7 +31,7 @@ struct Converter {
     Json operator()(std::int64_t number) const { return number; }
     Json operator()(double number) const { return number; }  // null when it is not finite
     Json operator()(bool flag) const { return flag; }
-    Json operator()(Date date) const { return isoText(date); }
+    Json operator()(Date date) const { return dateText(date); }
     Json operator()(const Data& data) const { return base64::encode(data.bytes); }
     Json operator()(const Array& array) const {
         Json result = Json::array();

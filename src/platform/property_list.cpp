@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/base64.h"
+#include "platform/iso_time.h"
 #include "platform/utf8.h"
 
 // Reading and writing are done here and not by a property list library: the one at hand expands shared
@@ -451,15 +452,7 @@ std::string dateText(Date date) {
     const double clamped =
         std::isnan(date.secondsSince2001) ? 0 : std::clamp(date.secondsSince2001, first, last);
     const auto time = epoch + seconds(static_cast<std::int64_t>(std::floor(clamped)));
-    const auto midnight = floor<days>(time);
-    const year_month_day day(midnight);
-    const hh_mm_ss clock(time - midnight);
-    std::array<char, 64> buffer;
-    std::snprintf(buffer.data(), buffer.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ",
-                  static_cast<int>(day.year()), static_cast<unsigned>(day.month()),
-                  static_cast<unsigned>(day.day()), static_cast<int>(clock.hours().count()),
-                  static_cast<int>(clock.minutes().count()), static_cast<int>(clock.seconds().count()));
-    return buffer.data();
+    return isoText(time);
 }
 
 [[nodiscard]] bool isWritable(const Value& value) {
