@@ -4,12 +4,12 @@
 #include <array>
 #include <set>
 
-#include "building/tools.h"
 #include "building/wrapper_creation.h"
 #include "foundation/file_manager.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "platform/files.h"
+#include "wrapper/archive_tools.h"
 
 namespace morvane {
 namespace {
@@ -58,8 +58,8 @@ std::vector<std::string> WrapperCreation::extractFileToFolder(const std::string&
     const ArchiveKind* kind = kindOfArchive(archive);
     if (kind == nullptr) return {archive};
     const std::string tool(kind->tool);
-    if (!building::archiveToolWorks(tool)) return {};
-    MVTask::runProgram(building::archiveTool(tool), *folder,
+    if (!archives::archiveToolWorks(tool)) return {};
+    MVTask::runProgram(archives::archiveTool(tool), *folder,
                        std::vector<std::string>{"x", "-y", asArgument(files::lastComponent(archive))},
                        Wait::no);
     std::vector<std::string> added;

@@ -7,6 +7,7 @@
 #include "foundation/network.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "wrapper/banner.h"
 #include "wrapper/layout.h"
 
 namespace morvane {

@@ -19,6 +19,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/http.h"
+#include "wrapper/archive_tools.h"
 #include "wrapper/layout.h"
 
 namespace morvane {
@@ -147,8 +148,8 @@ std::vector<std::string> unpackedOnce(const std::string& file) {
     const auto before = MVFileManager::contentsOfDirectoryAtPath(folder);
     // The tar program keeps links and run bits, without which an engine does not start.
     if (tar) {
-        if (!building::unpackTar(file, folder)) return {};
-    } else if (!building::endedWell(building::archiveTool("7z"), folder, {"x", "-y", file})) {
+        if (!archives::unpackTar(file, folder)) return {};
+    } else if (!archives::endedWell(archives::archiveTool("7z"), folder, {"x", "-y", file})) {
         return {};
     }
     std::vector<std::string> added;
@@ -178,11 +179,11 @@ void unpackInLevels(const std::string& archive, const std::string& folder) {
 
 bool unpackOfficialArchive(const std::string& archive, const std::string& engine, const std::string& folder) {
     const std::string tar = files::join(folder, engine + ".tar");
-    if (!building::endedWell(building::archiveTool("7za"), folder, {"x", archive}) ||
+    if (!archives::endedWell(archives::archiveTool("7za"), folder, {"x", archive}) ||
         files::kindOf(tar) != files::Kind::file) {
         return false;
     }
-    static_cast<void>(building::unpackTar(tar, folder));
+    static_cast<void>(archives::unpackTar(tar, folder));
     MVFileManager::removeItemAtPath(tar);
     return true;
 }
@@ -274,7 +275,7 @@ bool WrapperCreation::getLocalCustomEngine(const std::string& engine) {
     if (const auto destination = placeInStore(engine + "." + files::extension(chosen.front()))) {
         // Half an archive in the store would be taken for the engine from then on.
         static_cast<void>(
-            building::copyWhole(files::resolved(chosen.front()).value_or(chosen.front()), *destination));
+            archives::copyWhole(files::resolved(chosen.front()).value_or(chosen.front()), *destination));
     }
     return true;
 }
@@ -291,8 +292,8 @@ ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const 
     MVFileManager::removeItemAtPath(files::join(layout::enginesFolder(), bundleName));
 
     setMessage(localized("Extracting Engine %@...", {engine}));
-    if (!building::archiveToolWorks("7za")) return ExtractedEngine::failure;
-    std::optional<building::UnpackingFolder> unpacking;
+    if (!archives::archiveToolWorks("7za")) return ExtractedEngine::failure;
+    std::optional<archives::UnpackingFolder> unpacking;
     const auto freshFolder = [&] { return !unpacking.emplace().path.empty(); };
     std::string bundle;
     const auto found = [&] {

@@ -2,7 +2,6 @@
 
 #include "building/entry_removal.h"
 #include "building/port_texts.h"
-#include "building/tools.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -10,6 +9,7 @@
 #include "foundation/text.h"
 #include "foundation/text_files.h"
 #include "platform/files.h"
+#include "wrapper/archive_tools.h"
 #include "wrapper/layout.h"
 #include "wrapper/registry.h"
 #include "wrapper/windows_paths.h"
@@ -148,7 +148,7 @@ bool WrapperCreation::saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager&
         if (!application) continue;
         // A second build into the same wrapper finds the launcher of the first and writes it anew.
         if (!MVFileManager::regularFileExistsAtPath(*application + layout::customExeMark)) {
-            static_cast<void>(building::copyWhole(wrapper + layout::customExeTemplate, *application));
+            static_cast<void>(archives::copyWhole(wrapper + layout::customExeTemplate, *application));
         }
         NSPortManager target = NSPortManager::managerWithCustomExePath(*application);
         target.setPlistObject(exe.version, "CFBundleShortVersionString");

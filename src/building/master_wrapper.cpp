@@ -11,6 +11,7 @@
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "wrapper/archive_tools.h"
 #include "wrapper/layout.h"
 
 namespace morvane {
@@ -57,7 +58,7 @@ void removeMasterWrappersExcept(const std::string& version) {
 
 /// Unpacks the archive's outer layer; the tar file, or nothing when the archive is not whole.
 std::optional<std::string> unpackedTar(const std::string& version, const std::string& folder) {
-    if (!building::endedWell(building::archiveTool("7za"), folder, {"x", masterArchive(version)})) return {};
+    if (!archives::endedWell(archives::archiveTool("7za"), folder, {"x", masterArchive(version)})) return {};
     for (const char* ending : {".tar", ".app.tar"}) {
         std::string tar = files::join(folder, version + ending);
         if (files::kindOf(tar) == files::Kind::file) return tar;
@@ -153,8 +154,8 @@ bool WrapperCreation::updateCaskery() {
 
 WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(const std::string& version) {
     setMessage(localized("Extracting Wrapper %@...", {version}));
-    if (!building::archiveToolWorks("7za")) return UnpackedMasterWrapper::failed;
-    const building::UnpackingFolder unpacking;
+    if (!archives::archiveToolWorks("7za")) return UnpackedMasterWrapper::failed;
+    const archives::UnpackingFolder unpacking;
     if (unpacking.path.empty()) return UnpackedMasterWrapper::failed;
 
     const auto tar = unpackedTar(version, unpacking.path);
@@ -170,7 +171,7 @@ WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(cons
             localized("Your Caskery Master Wrapper is corrupted! The wrapper creation failed!"));
         return UnpackedMasterWrapper::failed;
     }
-    const bool whole = building::unpackTar(*tar, unpacking.path);
+    const bool whole = archives::unpackTar(*tar, unpacking.path);
     setMessage(localized("Creating Wrapper %@...", {version}));
     const std::string unpackedWrapper = files::join(unpacking.path, version + ".app");
     // A link would make every new wrapper one and the same.
@@ -192,7 +193,7 @@ bool WrapperCreation::copyingMasterWrapperToPath(const std::string& wrapper) {
     }
     const std::string source = masterWrapper(*currentCaskery);
     // Half a copy would pass for an existing wrapper the next time.
-    if (!building::copyWhole(files::resolved(source).value_or(source), wrapper)) return false;
+    if (!archives::copyWhole(files::resolved(source).value_or(source), wrapper)) return false;
     ownWrapper_ = wrapper;
     MVTask::runProgram(
         "chmod", "/",

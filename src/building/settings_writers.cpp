@@ -61,14 +61,4 @@ bool WrapperCreation::saveCompany(const std::optional<std::string>& company, con
     return true;
 }
 
-bool WrapperCreation::addHollinBannerAtFile(const std::string& wrapper) {
-    static constexpr const char* name = "CaskeryBanner.jpg";
-    const std::string banner = files::join(host().folders.resources, name);
-    if (!MVFileManager::regularFileExistsAtPath(banner)) return true;
-    const std::string place = wrapper + layout::settingsToolResources + "/" + name;
-    MVFileManager::removeItemAtPath(place);
-    MVFileManager::copyItemAtPath(banner, place);
-    return true;
-}
-
 }  // namespace morvane

@@ -127,8 +127,62 @@ class WrapperCreation : public Download {
     bool settingVideoCardMemorySizeAtPort(const NSPortManager& port);
     /// `removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile:`.
     bool removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(const std::string& wrapper);
-    /// `addHollinBannerAtFile:`.
-    static bool addHollinBannerAtFile(const std::string& wrapper);
+
+    // Windows components (winetricks.cpp; winetricks_script.cpp; winetricks_files.cpp)
+    /// `updateWinetricksListAtFile:`. Replaces the wrapper's verb script and the shared copy by a fresh one,
+    /// patched. False when there was none to be had anywhere, after an error; true when there was no way to
+    /// ask.
+    bool updateWinetricksListAtFile(const std::string& wrapper);
+    /// `isWinetrickFileContentValid:`. At least 50 bytes of UTF-8 that are no error page.
+    [[nodiscard]] static bool isWinetrickFileContentValid(const std::optional<std::string>& bytes);
+    /// `setWinetricksSilent:atWrapper:`.
+    static void setWinetricksSilent(Silence silent, const std::string& wrapper);
+    /// `installWinetricks:atPort:`. Components, each with its graphics conditions, and engine changes, in
+    /// order. True.
+    bool installWinetricks(const std::vector<std::string>& requests, const NSPortManager& port);
+    /// `manuallyDownloadWinetrick:AtFile:`. Fetches what the component, and all that it calls, will download.
+    void manuallyDownloadWinetrick(const std::string& component, const std::string& wrapper);
+    /// `downloadWDownloadWinetrick:fromRaw:`. The ordinary downloads in a component's text.
+    void downloadWDownloadWinetrick(const std::string& component, const std::string& raw);
+    /// `downloadWDownloadManualWinetrick:fromRaw:`. The first manual download in a component's text.
+    void downloadWDownloadManualWinetrick(const std::string& component, const std::string& raw);
+    /// `downloadHelperWinetrick:fromRaw:`. The downloads of a helper function, out of the whole script.
+    void downloadHelperWinetrick(const std::string& helper, const std::string& raw);
+    /// `downloadFile:fromMorvaneWebsiteToWinetrick:`.
+    void downloadFileFromMorvaneWebsiteToWinetrick(const std::string& file, const std::string& component);
+    /// `compareSHA1Checksum:withFile:promptingErrorDialog:withCompletionHandler:`. Deletes a file whose sum
+    /// is another one. The completion gets whether it is to be downloaded again, which the user decides
+    /// unless `WithoutAsking::yes`.
+    enum class WithoutAsking { no, yes };
+    static void compareSHA1Checksum(const std::string& expected, const std::string& file,
+                                    WithoutAsking promptingErrorDialog,
+                                    const std::function<void(bool again)>& completion);
+    /// `localFolderForWinetrick:`. The component's folder of the download cache, made if needed, with "/" at
+    /// its end; nothing for a name that is no folder's name, which is reported.
+    [[nodiscard]] static std::optional<std::string> localFolderForWinetrick(const std::string& component);
+    /// `verifyingWinetrickThatChangesEngine:`. Prepares the engine of a request's words: its name and, in
+    /// quotes, a link.
+    void verifyingWinetrickThatChangesEngine(const std::vector<std::string>& words);
+    /// `changeEngineTo:atWrapper:`. Puts the prepared engine into the wrapper and brings the prefix up to
+    /// date.
+    void changeEngineTo(const std::string& engine, const std::string& wrapper);
+
+    // Extra files (extra_files.cpp)
+    /// `downloadExtraFiles:atPort:`. True.
+    bool downloadExtraFiles(const std::vector<ExtraFileEntry>& entries, const NSPortManager& port);
+
+    // Store clients (store_clients.cpp)
+    /// `installDRM:fromUrl:withFlags:withNeededFileAtPath:installingWinetricks:atPort:`. The proof is
+    /// relative to drive C. False when the user goes on without the client.
+    bool installDRM(const std::string& client, const std::string& url, const std::string& flags,
+                    const std::string& neededFile, const std::vector<std::string>& winetricks,
+                    const NSPortManager& port);
+    /// `installSteamAtPort:`, `installOriginAtPort:`, `installUplayAtPort:`, `installGOGGalaxyAtPort:`. The
+    /// same result; the registry of Origin and Uplay is edited after a successful installation only.
+    bool installSteamAtPort(const NSPortManager& port);
+    bool installOriginAtPort(const NSPortManager& port);
+    bool installUplayAtPort(const NSPortManager& port);
+    bool installGOGGalaxyAtPort(const NSPortManager& port);
 
     // Installer (installation.cpp)
     /// `installApp:fromSource:atPort:`. True.

@@ -24,25 +24,19 @@ sigset_t requestSignals() {
     return signals;
 }
 
-std::string withFinalSlash(std::string address) {
-    if (!address.empty() && !address.ends_with('/')) address += '/';
-    return address;
-}
-
 Host::Options optionsOfProcess() {
     Host::Options options;
     options.folders = Folders::fromEnvironment();
+    options.sites = Sites::fromEnvironment();
     options.searchPath = environmentVariable("PATH");
     return options;
 }
 
-/// From the environment, else from the settings; empty when neither names one.
-std::string configuredSite(const char* variable, const char* setting) {
-    const std::string address = environmentVariable(variable);
-    if (!address.empty()) return withFinalSlash(address);
+/// Where neither the environment nor the build names an address, the user's settings may.
+void completeFromSettings(std::string& site, const char* setting) {
+    if (!site.empty()) return;
     const auto stored = host().defaults.get(setting);
-    const auto* text = stored ? stored->as<std::string>() : nullptr;
-    return text != nullptr ? withFinalSlash(*text) : "";
+    if (const auto* text = stored ? stored->as<std::string>() : nullptr) site = withFinalSlash(*text);
 }
 
 }  // namespace
@@ -53,8 +47,8 @@ Session::Session(Output output, Answers answers)
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, SIG_IGN);
     host_ = std::make_unique<Host>(optionsOfProcess(), interface_);
-    host_->sites.caskery = configuredSite("MORVANE_CASKERY_SITE", settings::caskerySite);
-    host_->sites.catalogue = configuredSite("MORVANE_CATALOGUE", settings::catalogueSite);
+    completeFromSettings(host_->sites.caskery, settings::caskerySite);
+    completeFromSettings(host_->sites.catalogue, settings::catalogueSite);
     progress_ = std::make_shared<NSProgressView>();
     signalWatcher_ = std::thread([this] { watchSignals(); });
 }

@@ -39,6 +39,11 @@ class NSCaskeryEngine {
     [[nodiscard]] int getCaskeryMostRecentGenerationOfEngine() const;
     /// `updateToMostRecentVersionForPortType:`. Rewrites the name; returns the object.
     NSCaskeryEngine& updateToMostRecentVersionForPortType(std::string_view portType);
+    /// `convertOldEngine` (old_engine.cpp). Offers to repack an archive of the generations 5 to 7 in the
+    /// engine folder as one of generation 8, which then takes its place, and its name that of `engine`.
+    /// Blocks for as long as packing takes; one conversion at a time. The old archive goes only when the new
+    /// one can be unpacked.
+    void convertOldEngine();
     /// `getMiddleWord:`.
     [[nodiscard]] static std::string getMiddleWord(std::string_view text);
 };

@@ -15,17 +15,12 @@
 #include "platform/defaults_store.h"
 #include "platform/folders.h"
 #include "platform/main_queue.h"
+#include "platform/sites.h"
 #include "platform/user_interface.h"
 #include "platform/value.h"
 #include "platform/work_queues.h"
 
 namespace morvane {
-
-/// Base addresses, each ending in "/". Set before work starts.
-struct Sites {
-    std::string caskery;    ///< the wrapper technology's download site
-    std::string catalogue;  ///< the catalogue server
-};
 
 /// A cache with its lock. `mutex` is held while `value` is read, or filled.
 template <class T>

@@ -20,6 +20,12 @@ struct TextField {
 struct ImageAccessory {
     std::string path;  ///< shown at its own size divided by the screen's scale
 };
+/// A list of which one text is always chosen; nothing can be typed.
+struct ChoiceBox {
+    std::vector<std::string> options;
+    std::size_t chosen = 0;           ///< index of the one chosen at first
+    double width = 260, height = 24;  ///< points
+};
 struct LongText {
     std::string text;  ///< shown scrollable
 };
@@ -47,11 +53,12 @@ struct Dialog {
     Style style = Style::informational;
     Icon icon = Icon::application;
     std::string iconPath;  ///< of `Icon::picture`
-    std::variant<std::monostate, TextField, ImageAccessory, LongText> accessory;
+    std::variant<std::monostate, TextField, ChoiceBox, ImageAccessory, LongText> accessory;
 };
 struct DialogAnswer {
     std::size_t button = 0;  ///< index of the button pressed
     std::string text;        ///< of the text field
+    std::size_t chosen = 0;  ///< of the choice box
 };
 
 /// A choice of existing files or folders.

@@ -2,6 +2,7 @@
 
 #include "building/configured_wrapper.h"
 #include "platform/cancellation.h"
+#include "wrapper/banner.h"
 
 namespace morvane {
 namespace {
@@ -136,7 +137,7 @@ TEST_F(ConfigureWrapper, PutsTheApplicationsBannerIntoTheWrapper) {
     machine.reset();
     machine = std::make_unique<Host>(std::move(options), ui);
     for (const char* expected : {"jpg", "the application's"}) {  // its own while the application has none
-        onWorker([&] { EXPECT_TRUE(WrapperCreation::addHollinBannerAtFile(wrapper)); });
+        onWorker([&] { EXPECT_TRUE(addHollinBannerAtFile(wrapper)); });
         EXPECT_EQ(get(wrapper + "/Caskery.app/Contents/Resources/CaskeryBanner.jpg"), expected);
         put(folder.path + "/resources/CaskeryBanner.jpg", "the application's");
     }

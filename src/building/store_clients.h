@@ -1,0 +1,29 @@
+// building/store_clients.h: the store clients that a port can ask for. Any thread.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ports/port_data.h"
+
+namespace morvane::store_clients {
+
+struct StoreClient {
+    std::string name;   ///< as shown
+    std::string link;   ///< of the installer
+    std::string flags;  ///< for a silent installation
+    std::string proof;  ///< under the 32-bit Program Files folder; what shows that it is installed
+    std::vector<std::string> components;  ///< Windows components that come first
+};
+
+[[nodiscard]] StoreClient steam();
+[[nodiscard]] StoreClient origin();
+[[nodiscard]] StoreClient uplay();
+/// Asks GOG's web page for the version: blocks on the network.
+[[nodiscard]] StoreClient gogGalaxy();
+
+/// Those that the port is built with, in their order.
+[[nodiscard]] std::vector<StoreClient> clientsOf(const NSPortData& port);
+
+}  // namespace morvane::store_clients
