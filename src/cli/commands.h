@@ -35,5 +35,7 @@ int listEngines(Session& session);
 int prepareEngine(Session& session, const std::string& name);
 /// `engine add-system [--full]`.
 int addSystemEngine(Session& session, EngineKind kind);
+/// `serve --content FOLDER [--listen ADDRESS]`. Prints the address once it serves; ends when asked to.
+int serve(Session& session, const std::string& folder, const std::string& address);
 
 }  // namespace morvane::cli
