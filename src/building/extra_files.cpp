@@ -126,10 +126,11 @@ bool prepare(const std::string& target) {
 
 std::optional<std::string> chosenFile(const ExtraFileEntry& entry) {
     const std::string origin = entry.origin.value_or("");
-    const NSValidInstallerDelegate valid(origin);
     OpenPanel panel;
     panel.title = localized("Select the file %@", {origin});
-    panel.shouldEnable = [&valid](const std::string& path) { return valid.shouldEnable(path); };
+    panel.shouldEnable = [valid = NSValidInstallerDelegate(origin)](const std::string& path) {
+        return valid.shouldEnable(path);
+    };
     auto chosen = MVAlert::chooseFiles(panel);
     if (chosen.empty()) return std::nullopt;
     return std::move(chosen.front());

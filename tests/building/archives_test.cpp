@@ -1,4 +1,7 @@
+#include <filesystem>
+
 #include "building/wrapper_creation.h"
+#include "foundation/text.h"
 #include "platform/files.h"
 #include "support/fake_wrapper.h"
 #include "support/test_machine.h"
@@ -6,6 +9,7 @@
 namespace morvane {
 namespace {
 
+namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
 class ExtractFile : public testing::TestMachine {
@@ -45,19 +49,59 @@ TEST_F(ExtractFile, GivesTheEntriesThatWereNotThere) {
     EXPECT_EQ(get(store + "/data/level1"), "contents of data/level1");
 }
 
-TEST_F(ExtractFile, KnowsKindsByTheExtensionAloneAndTakesNoNameForAnOption) {
+TEST_F(ExtractFile, KnowsKindsByTheExtensionAloneAndTakesNoNameForMoreThanAName) {
     pack("UPPER.7Z", {"seven"});
     pack("packed.xz", {"single"});
     pack("-o..outside.zip", {"evil"});
     pack("@list.zip", {"listed"});
+    pack("*.zip", {"star"});
     put(store + "/damaged.zip", "not a zip");
     const std::pair<const char*, Names> rows[] = {
-        {"UPPER.7Z", {"seven"}},      {"packed.xz", {"packed"}}, {"game.tar.gz", {"game.tar.gz"}},
-        {"setup.exe", {"setup.exe"}}, {"damaged.zip", {}},       {"-o..outside.zip", {"evil"}},
-        {"@list.zip", {"listed"}},
+        {"*.zip", {"star"}},           {"UPPER.7Z", {"seven"}},
+        {"packed.xz", {"packed"}},     {"game.tar.gz", {"game.tar.gz"}},
+        {"setup.exe", {"setup.exe"}},  {"damaged.zip", {}},
+        {"-o..outside.zip", {"evil"}}, {"@list.zip", {"listed"}},
     };
     for (const auto& [name, expected] : rows) EXPECT_EQ(extracted(name), expected) << name;
     EXPECT_EQ(files::kindOf(folder.path + "/outside"), files::Kind::none);
+}
+
+TEST_F(ExtractFile, NothingLandsOutsideTheFolder) {
+    const std::string outside = folder.path + "/outside", work = folder.path + "/work";
+    put(outside + "/victim", "unharmed");
+    for (const auto& [name, destination] : {std::pair{"mine", outside}, {"mine.txt", outside + "/victim"}}) {
+        fs::create_directories(store);
+        fs::create_symlink(destination, store + "/" + name);
+    }
+    // Names are stored as they are: a file of a harmless name, renamed in the archive's bytes.
+    pack("evil.zip", {"aa/escaped", std::string(folder.path.size(), 'a') + "/absolute", "mine/through",
+                      "mine.txt", "deep/aa/aa/escaped2"});
+    std::string bytes = get(store + "/evil.zip");
+    bytes = MVString::replacedAll(bytes, std::string(folder.path.size(), 'a') + "/", folder.path + "/");
+    put(store + "/evil.zip", MVString::replacedAll(bytes, "aa/", "../"));
+    put(work + "/list.sh",
+        "ln -s '" + outside +
+            "' absolute; ln -s ../outside relative; ln -s plain inside; : > plain\n"
+            "tar -cf evil.tar absolute relative inside plain; rm absolute relative; mkdir absolute relative\n"
+            ": > absolute/through; : > relative/through\n"
+            "tar -rPf evil.tar --transform 's,^plain,../escaped3,' absolute relative plain\n");
+    testing::runTool(work, {"/bin/sh", "list.sh"});
+    put(store + "/evil.tar", get(work + "/evil.tar"));
+    const auto around = files::list(folder.path);
+
+    ui.expectError("\"" + store + "/mine\" was not unpacked: a link leads out of its folder.");
+    extracted("evil.zip");
+    EXPECT_TRUE(fs::exists(store + "/escaped")) << "it stays in";
+    EXPECT_EQ(get(store + "/mine.txt"), "contents of mine.txt") << "in place of the link";
+    extracted("evil.tar");
+    EXPECT_EQ(fs::read_symlink(store + "/inside"), "plain");
+    for (const auto& entry : fs::recursive_directory_iterator(store)) {
+        const std::string name = entry.path().filename();
+        EXPECT_TRUE(!entry.is_symlink() || name == "mine" || name == "inside") << name;
+    }
+    EXPECT_EQ(std::get<Names>(files::list(outside)), Names{"victim"});
+    EXPECT_EQ(get(outside + "/victim"), "unharmed");
+    EXPECT_EQ(files::list(folder.path), around);
 }
 
 TEST_F(ExtractFile, TheFolderDecidesWhetherAnythingIsUnpacked) {
