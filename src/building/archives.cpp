@@ -95,8 +95,8 @@ void tame(const std::string& folder, const std::string& root) {
 /// Moves the entries into the folder, in place of files of the same names; folders are joined. What a link of
 /// the folder would lead out of `root` stays behind, and so does what meets an entry of another kind, as the
 /// tool itself leaves that. The first path that a link has kept back.
-std::optional<std::string> join(const std::string& unpacked, const std::string& folder,
-                                const std::string& root) {
+std::optional<std::string> moveInto(const std::string& unpacked, const std::string& folder,
+                                    const std::string& root) {
     std::optional<std::string> kept;
     for (const std::string& name : entriesOf(unpacked)) {
         host().creation.throwIfRequested();
@@ -104,7 +104,7 @@ std::optional<std::string> join(const std::string& unpacked, const std::string& 
         const bool isFolder = files::kindOf(from) == files::Kind::folder;
         const auto there = files::kindOf(to);
         if (isFolder && files::kindBehind(to) == files::Kind::folder) {
-            const auto blocked = staysInside(root, to) ? join(from, to, root) : std::optional(to);
+            const auto blocked = staysInside(root, to) ? moveInto(from, to, root) : std::optional(to);
             if (!kept) kept = blocked;
             continue;
         }
@@ -142,7 +142,7 @@ std::vector<std::string> WrapperCreation::extractFileToFolder(const std::string&
         if (place.path.empty()) return {};
         MVTask::runProgram(archives::archiveTool(tool), place.path, unpackingArguments(name), Wait::no);
         tame(place.path, place.path);
-        if (const auto kept = join(place.path, *folder, *folder)) {
+        if (const auto kept = moveInto(place.path, *folder, *folder)) {
             MVAlert::showAlertErrorMessage(
                 localized("\"%@\" was not unpacked: a link leads out of its folder.", {*kept}));
         }

@@ -148,7 +148,7 @@ bool WrapperCreation::installDRM(const std::string& client, const std::string& u
     const std::string proof = files::join(driveC, neededFile);
     const auto isInstalled = [&proof] { return MVFileManager::fileExistsAtPath(proof); };
     // Without a link, or with one that names no file, the silent installation has failed beforehand.
-    const auto installer = url.empty() ? std::nullopt : installerPath(url, driveC);
+    const auto installer = installerPath(url, driveC);
     bool downloaded = false;
     while (!isInstalled()) {
         host().creation.throwIfRequested();
