@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "building/configuration_stages.h"
 #include "foundation/download.h"
 #include "platform/result.h"
 #include "ports/port_data.h"
@@ -26,6 +27,12 @@ struct NSCustomPortView {
     std::string engine;
     unsigned DRMs = 0;  ///< bits of `drm`
     MacDriver macDriver = MacDriver::no;
+};
+
+/// Where the master wrapper of a build comes from.
+struct MasterWrapperSource {
+    enum class Kind { onDisk, download, archive, none } kind = Kind::none;
+    std::string place;  ///< its path, the link of the archive, or the archive's path
 };
 
 enum class ExtractedEngine { failure = 0, installed = 1, alreadyThere = 2 };
@@ -75,6 +82,7 @@ class WrapperCreation : public Download {
     [[nodiscard]] static std::optional<std::string> getNewestCaskeryVersion();
     /// `getCurrentCaskeryVersion`.
     [[nodiscard]] static std::optional<std::string> getCurrentCaskeryVersion();
+    [[nodiscard]] MasterWrapperSource masterWrapperSource() const;
     /// `updateCaskery`. True when the current master wrapper is on disk afterwards.
     bool updateCaskery();
     /// `copyingMasterWrapperToPath:`.
@@ -247,6 +255,9 @@ class WrapperCreation : public Download {
     /// The step of `createWrapperAt` that runs the wrapper's own tool, at the temporary path where there is
     /// one.
     bool createPrefixOf(const std::string& wrapper);
+    void runStage(ConfigurationStage stage, const NSPortData& port, NSPortManager& settings);
+    /// The stage of the settings files, and of what needs nothing but the port's own values.
+    void configureData(const NSPortData& port, NSPortManager& settings);
     void setMessage(const std::string& message) const;
     void setSubtitle(const std::string& subtitle) const;
 
