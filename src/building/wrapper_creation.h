@@ -53,6 +53,11 @@ class WrapperCreation : public Download {
     int installCKI(const std::string& file, const std::string& wrapper, Trust trust);
     /// `shouldInstallPortData:withTrust:`.
     [[nodiscard]] bool shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust);
+    /// Why no wrapper can be built from what was loaded, or made at the place: what the user is told.
+    [[nodiscard]] static std::optional<std::string> flawOfPort(const std::optional<Result<NSPortData>>& port);
+    [[nodiscard]] static std::optional<std::string> flawOfPlace(const std::string& wrapper);
+    /// The first of the user's apps folders. An older form of the setting is a single text.
+    [[nodiscard]] static std::string folderForNewPorts();
     /// `requirementsListForPortData:`. Lines, or empty when there is nothing to ask.
     [[nodiscard]] static std::string requirementsListForPortData(const NSPortData& port);
     /// `createBlankPortWithCompletionHandler:`. The same; asks the site for the engines, so better not on the
@@ -196,6 +201,9 @@ class WrapperCreation : public Download {
     /// `installApp:fromSource:atPort:`. True.
     bool installApp(const std::optional<std::string>& installerName, const std::optional<std::string>& source,
                     const NSPortManager& port);
+    /// The installer that needs no question: on a disc, or in the folder of downloads.
+    [[nodiscard]] static std::optional<std::string> foundInstaller(
+        const std::optional<std::string>& installerName, const std::optional<std::string>& source);
     /// `runInstaller:withFlags:atPort:`. True.
     bool runInstaller(const std::string& installer, const std::string& flags, const NSPortManager& port);
     /// `keepWindowInFrontForAppOfTimer:`. Main thread.
