@@ -22,8 +22,15 @@ class Pipeline : public ::testing::Test {
         for (const char* name : {"/home/Downloads", "/home/Desktop", "/home/Applications", "/home/Volumes"}) {
             fs::create_directories(folder.path + name);
         }
-        morvane.environment = {"MORVANE_HOME=" + home, "STAR_CATCHER_SILENT=1", "NO_COLOR=1",
-                               "MORVANE_CASKERY_SITE=", "DISPLAY="};
+        // The network stays out of the tests: nothing listens there, and the last good script is at hand.
+        morvane.environment = {"MORVANE_HOME=" + home,
+                               "STAR_CATCHER_SILENT=1",
+                               "NO_COLOR=1",
+                               "MORVANE_CASKERY_SITE=",
+                               "DISPLAY=",
+                               "MORVANE_VERBS_SITE=http://127.0.0.1:9/"};
+        TestMachine::put(home + "/Library/Application Support/Caskery/winetricks/winetricks",
+                         TestMachine::get(MORVANE_SOURCE_FOLDER "/samples/verbs/winetricks"));
     }
 
     ~Pipeline() override {
