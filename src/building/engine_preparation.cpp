@@ -27,7 +27,6 @@ namespace morvane {
 namespace {
 
 constexpr const char* bundleName = "ckwine.bundle";
-constexpr const char* oldBundleName = "CaskeryEngine.bundle";
 
 /// Kinds that engines come in beside those that every stage unpacks. "gz" is also what a link without any
 /// extension is stored as.
@@ -213,6 +212,11 @@ bool replaceEngine(const std::string& bundle, const std::string& wrapper) {
     return true;
 }
 
+bool isStoredConverted(const std::string& engine) {
+    const auto converted = NSCaskeryEngine(engine).nameAfterConversion();
+    return converted && building::storedEngineArchive(*converted);
+}
+
 }  // namespace
 
 std::optional<std::string> building::storedEngineArchive(const std::string& engine) {
@@ -222,8 +226,10 @@ std::optional<std::string> building::storedEngineArchive(const std::string& engi
 }
 
 std::string building::engineForWrapper(const std::string& engine, const std::string& wrapper) {
-    if (storedEngineArchive(engine) || WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper) == engine) {
-        return engine;
+    const auto inUse = WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper);
+    const std::string converted = NSCaskeryEngine(engine).nameAfterConversion().value_or(engine);
+    for (const std::string& name : {engine, converted}) {
+        if (storedEngineArchive(name) || inUse == name) return name;
     }
     const std::string recent = NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine;
     return storedEngineArchive(recent) ? recent : engine;
@@ -236,8 +242,12 @@ bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std
         !MVFileManager::createDirectoryAtPath(layout::enginesFolder(), IntermediateFolders::yes)) {
         return false;
     }
-    if (building::storedEngineArchive(engine)) return true;
-    if (downloadOfficialEngine(engine)) return true;
+    // An engine of an old generation is there under its new name from its conversion on.
+    const bool isThere = building::storedEngineArchive(engine) || isStoredConverted(engine);
+    if (isThere || downloadOfficialEngine(engine)) {
+        NSCaskeryEngine(engine).convertOldEngine();
+        return true;
+    }
     const std::string recent = NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine;
     if (building::storedEngineArchive(recent) || downloadOfficialEngine(recent)) return true;
 
@@ -316,13 +326,7 @@ ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const 
         if (found()) break;
     }
     if (!unpacking || !found()) {
-        if (unpacking && files::kindOf(files::join(unpacking->path, oldBundleName)) == files::Kind::folder) {
-            MVAlert::showAlertErrorMessage(localized(
-                "The engine %@ is of an old generation and has to be converted before it can be used.",
-                {engine}));
-        } else {
-            reportCorruptedEngine(*place);
-        }
+        reportCorruptedEngine(*place);
         return ExtractedEngine::failure;
     }
     return replaceEngine(bundle, wrapper) ? ExtractedEngine::installed : ExtractedEngine::failure;
