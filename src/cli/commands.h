@@ -39,5 +39,9 @@ int prepareEngine(Session& session, const std::string& name);
 int addSystemEngine(Session& session, EngineKind kind);
 /// `serve --content FOLDER [--listen ADDRESS]`. Prints the address once it serves; ends when asked to.
 int serve(Session& session, const std::string& folder, const std::string& address);
+/// `engine convert NAME`. Repacks a stored engine of an old generation; done when it needs none.
+int convertEngine(Session& session, const std::string& name);
+/// `wrapper update APP`. Done when the wrapper has the current master wrapper's version afterwards.
+int updateWrapper(Session& session, const std::string& app);
 
 }  // namespace morvane::cli
