@@ -4,6 +4,7 @@
 #include "building/engine_store.h"
 #include "building/port_texts.h"
 #include "building/verb_script.h"
+#include "building/winetricks_lists.h"
 #include "building/wrapper_creation.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
@@ -74,7 +75,8 @@ bool WrapperCreation::installWinetricks(const std::vector<std::string>& requests
         const Request request = verb_script::requestOf(entry, MVString::contains(entry, "VC:")
                                                                   ? NSComputerInformation::graphicCardType()
                                                                   : std::nullopt);
-        if (!request.applies) continue;
+        // A list with several markers is divided at the first.
+        if (!request.applies || entry == installAppMarker) continue;
         if (request.kind == Request::Kind::engine) {
             verifyingWinetrickThatChangesEngine(request.words);
             setMessage(localized("Changing Engine to %@...", {request.name}));
