@@ -82,8 +82,7 @@ TEST_F(VerbScript, VisitsWhatIsCalledBeforeTheCaller) {
     EXPECT_EQ(visited(script, "to"), Names{}) << "the beginning of a name is another name";
 }
 
-// A hostile script must cost no more than its length: with one look at the whole of it for each name, or a
-// call inside a call, this would not end.
+// With one look at the whole script for each name, or a call inside a call, this would not end.
 TEST_F(VerbScript, EndsForLongChainsAndLongLines) {
     constexpr int length = 50'000;
     std::string script = "\nw_metadata start dlls\n helper_0\n w_call v0\n";
