@@ -1,4 +1,4 @@
-#include "building/winetricks.h"
+#include "building/winetricks_files.h"
 
 #include "building/building_machine.h"
 #include "foundation/text.h"
@@ -140,6 +140,12 @@ TEST_F(Winetricks, FetchesEverythingThatAComponentCalls) {
     const Names paths{"/h/font.zip", "/two.exe", "/catalogue/ckis/winetricks/icodecs/codinstl.exe",
                       "/catalogue/ckis/winetricks/dotnet40/gacutil-net40.tar.bz2", "/forge/p/one.exe"};
     for (const std::string& path : paths) site.answer(path, {.body = "right"});
+    Names listed;
+    std::set<std::string> visited;
+    winetricks::forEachDownload(get(script), "one", visited, [&](const auto& download, bool byHand) {
+        listed.push_back((byHand ? "by hand " : "/") + download.link.substr(base.size()));
+    });
+    EXPECT_EQ(listed, paths);
     install({"one"});
     EXPECT_EQ(fetched(), paths);
     for (const char* file : {"fonts/font.zip", "two/two.exe", "icodecs/codinstl.exe",
