@@ -35,5 +35,11 @@ int listEngines(Session& session);
 int prepareEngine(Session& session, const std::string& name);
 /// `engine add-system [--full]`.
 int addSystemEngine(Session& session, EngineKind kind);
+/// `icon APP PICTURE`. Of a wrapper or of a Custom EXE application of one; a failure keeps the old icon.
+int setIcon(Session& session, const std::string& app, const std::string& picture);
+/// `disc list`. The hybrid discs, whose Windows part can be mounted.
+int listDiscs(Session& session);
+/// `disc mount [ID]`. Asks which one when the identifier is empty.
+int mountDisc(Session& session, const std::string& identifier);
 
 }  // namespace morvane::cli

@@ -107,10 +107,10 @@ std::vector<MountableDisk> mountableDisksList() {
     return disks;
 }
 
-void mountAndOpenDiscWithID(const std::string& identifier) {
+Mounting mountAndOpenDiscWithID(const std::string& identifier) {
     if (!isDeviceName(identifier)) {
         MVAlert::showAlertErrorMessage(localized("\"%@\" is not the identifier of a disc.", {identifier}));
-        return;
+        return Mounting::impossible;
     }
     const std::string folder = mountPoint();
     // A link whose target is gone counts as well: the unmounting makes a folder of it again.
@@ -121,13 +121,14 @@ void mountAndOpenDiscWithID(const std::string& identifier) {
                        MVTask::Arguments({"-t", "cd9660", "-r", filled("/dev/%@", {identifier}), folder}),
                        Wait::yes);
     (void)host().mainQueue.callAndWait([&] { host().userInterface.openPath(folder); });
+    return Mounting::tried;
 }
 
-bool mountWindowsPartition() {
+Mounting mountWindowsPartition() {
     const std::vector<MountableDisk> disks = mountableDisksList();
     if (disks.empty()) {
         MVAlert::showAlertErrorMessage(localized("Please, insert a disc first and then press that button."));
-        return false;
+        return Mounting::impossible;
     }
     Dialog dialog;
     dialog.title = localized("Mount Disc Windows Partition");
@@ -141,9 +142,8 @@ bool mountWindowsPartition() {
     for (const MountableDisk& disk : disks) box.options.push_back(disk.text);
     dialog.accessory = box;
     const DialogAnswer answer = MVAlert::showDialog(dialog);
-    if (answer.button != 0 || answer.chosen >= disks.size()) return false;
-    mountAndOpenDiscWithID(disks[answer.chosen].identifier);
-    return true;
+    if (answer.button != 0 || answer.chosen >= disks.size()) return Mounting::cancelled;
+    return mountAndOpenDiscWithID(disks[answer.chosen].identifier);
 }
 
 }  // namespace morvane::NSPartitionMounter

@@ -20,12 +20,13 @@ struct MountableDisk {
 
 /// `mountableDisksList`. The inserted discs with an Apple partition scheme, in the order of the list.
 [[nodiscard]] std::vector<MountableDisk> mountableDisksList();
+enum class Mounting { tried, cancelled, impossible };
+
 /// `mountAndOpenDiscWithID:`. Read-only at the mount point, instead of the disc that was there before.
-/// Failures of the mount are not seen: the folder that is opened is empty then. An identifier that is more
-/// than letters and digits is reported, and nothing is done.
-void mountAndOpenDiscWithID(const std::string& identifier);
-/// `mountWindowsPartition`. Asks which one; false when there is none (which is reported) or the user
-/// cancelled.
-bool mountWindowsPartition();
+/// Failures of the mount are not seen: the folder that is opened is empty then. Impossible for an identifier
+/// that is more than letters and digits; it is reported, and nothing is done.
+Mounting mountAndOpenDiscWithID(const std::string& identifier);
+/// `mountWindowsPartition`. Asks which one; impossible when there is none, which is reported.
+Mounting mountWindowsPartition();
 
 }  // namespace morvane::NSPartitionMounter
