@@ -85,6 +85,23 @@ TEST_F(Terminal, AnswersFromTheCommandLineThenByDefaults) {
     EXPECT_EQ(terminal.showDialog(question()).button, 0U);
 }
 
+TEST_F(Terminal, AChoiceIsAnsweredByItsText) {
+    Dialog dialog = question();
+    dialog.accessory = ChoiceBox{.options = {"Game (sr0)", "Other (sr1)"}, .chosen = 1};
+    const std::pair<const char*, std::size_t> rows[] = {
+        {"Warning=Yes:Game (sr0)", 0}, {"Warning=Yes:2", 1}, {"Warning=Yes", 1}};
+    for (const auto& [option, chosen] : rows) {
+        ASSERT_FALSE(answers.addAnswer(option));
+        const DialogAnswer answer = terminal.showDialog(dialog);
+        EXPECT_EQ(answer.button, 1U);
+        EXPECT_EQ(answer.chosen, chosen) << option;
+    }
+    ASSERT_FALSE(answers.addAnswer("Warning=Yes:Third"));
+    EXPECT_THROW(terminal.showDialog(dialog), Unanswered);
+    answers.defaults = true;
+    EXPECT_EQ(terminal.showDialog(dialog).chosen, 1U);
+}
+
 TEST_F(Terminal, AnUnansweredQuestionCancelsTheRunningCreation) {
     ASSERT_TRUE(machine->creation.begin());
     EXPECT_EQ(terminal.showDialog(question()).button, 0U);

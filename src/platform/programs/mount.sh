@@ -11,15 +11,12 @@ folder=$5
 
 refusal=$("$own" -t iso9660 -r "$device" "$folder" 2>&1) && exit
 status=$?
-# Both would show a folder's or any file's content just as well.
-if [ -b "$device" ]; then
-    # Its helper stays while the disc is mounted: it must not hold the caller's pipe.
-    fuseiso -n "$device" "$folder" -o ro >/dev/null 2>&1 && exit
-    udisksctl mount --no-user-interaction -b "$device" -t iso9660 -o ro >/dev/null 2>&1
-    # The desktop may have mounted it by itself before.
-    place=$(findmnt -n -l -o TARGET -t iso9660 -S "$device" 2>/dev/null | head -n 1)
-    [ -n "$place" ] && rmdir "$folder" 2>/dev/null && ln -s "$place" "$folder" && exit
-    [ -z "$place" ] || refusal="mount: $device is mounted at $place, and $folder cannot be made a link to there."
-fi
+# Its helper stays while the disc is mounted: it must not hold the caller's pipe.
+fuseiso -n "$device" "$folder" -o ro >/dev/null 2>&1 && exit
+udisksctl mount --no-user-interaction -b "$device" -t iso9660 -o ro >/dev/null 2>&1
+# The desktop may have mounted it by itself before.
+place=$(findmnt -n -l -o TARGET -t iso9660 -S "$device" 2>/dev/null | head -n 1)
+[ -n "$place" ] && rmdir "$folder" 2>/dev/null && ln -s "$place" "$folder" && exit
+[ -z "$place" ] || refusal="mount: $device is mounted at $place, and $folder cannot be made a link to there."
 echo "$refusal" >&2
 exit "$status"
