@@ -12,11 +12,7 @@
 namespace morvane {
 namespace {
 
-using NSPartitionMounter::MountableDisk;
-using NSPartitionMounter::mountableDisksList;
-using NSPartitionMounter::mountAndOpenDiscWithID;
-using NSPartitionMounter::Mounting;
-using NSPartitionMounter::mountWindowsPartition;
+using namespace NSPartitionMounter;
 
 const std::string headings =
     "   #:                       TYPE NAME                    SIZE       IDENTIFIER\n";
@@ -42,9 +38,9 @@ class Partitions : public testing::TestMachine {
         put(folder.path + "/list", listing);
         scriptProgram("diskutil", "[ \"$*\" = list ] && cat '" + folder.path + "/list'");
     }
-    std::string log() { return get(folder.path + "/log"); }
 
-    const std::string mountPoint = folder.path + "/Volumes/MV_WIN_DISC";
+    const std::string log = folder.path + "/log";
+    const std::string discFolder = folder.path + "/Volumes/MV_WIN_DISC";
 };
 
 TEST_F(Partitions, AreListedFromRecordedOutput) {
@@ -79,13 +75,13 @@ TEST_F(Partitions, AreMountedInPlaceOfTheOneBefore) {
         .defaultIs("OK")
         .choose("No name (disk3)");
     onWorker([&] { EXPECT_EQ(mountWindowsPartition(), Mounting::tried); });
-    EXPECT_EQ(log(), "umount " + mountPoint + "\nmount -t cd9660 -r /dev/disk3 " + mountPoint + "\n");
-    EXPECT_TRUE(std::filesystem::is_directory(mountPoint));
-    EXPECT_EQ(ui.opened, std::vector<std::string>{mountPoint});
+    EXPECT_EQ(get(log), "umount " + discFolder + "\nmount -t cd9660 -r /dev/disk3 " + discFolder + "\n");
+    EXPECT_TRUE(std::filesystem::is_directory(discFolder));
+    EXPECT_EQ(ui.opened, std::vector<std::string>{discFolder});
     EXPECT_TRUE(std::filesystem::exists(ui.dialogs.front().iconPath)) << ui.dialogs.front().iconPath;
 
     // Nothing is run from here on.
-    std::filesystem::remove(folder.path + "/log");
+    std::filesystem::remove(log);
     ui.expect("From which disc").answer("Cancel");
     onWorker([&] { EXPECT_EQ(mountWindowsPartition(), Mounting::cancelled); });
     insert(systemDisk);
@@ -95,7 +91,7 @@ TEST_F(Partitions, AreMountedInPlaceOfTheOneBefore) {
         ui.expectError("\"" + std::string(identifier));
         onWorker([&] { EXPECT_EQ(mountAndOpenDiscWithID(identifier), Mounting::impossible); });
     }
-    EXPECT_FALSE(std::filesystem::exists(folder.path + "/log"));
+    EXPECT_FALSE(std::filesystem::exists(log));
     EXPECT_EQ(ui.opened.size(), 1U);
 }
 
@@ -137,10 +133,10 @@ TEST_F(Partitions, OfARealHybridDiscShowTheWindowsFiles) {
         for (int time = 0; time < 2; ++time)
             mountAndOpenDiscWithID(disc.name);  // the second releases the first
     });
-    EXPECT_EQ(get(mountPoint + "/setup.exe"), "MZ");
-    EXPECT_NE(::access(mountPoint.c_str(), W_OK), 0);
-    testing::runTool(folder.path, {MORVANE_BUILD_FOLDER "/share/morvane/programs/umount", mountPoint});
-    EXPECT_TRUE(std::filesystem::is_empty(mountPoint));
+    EXPECT_EQ(get(discFolder + "/setup.exe"), "MZ");
+    EXPECT_NE(::access(discFolder.c_str(), W_OK), 0);
+    testing::runTool(folder.path, {MORVANE_BUILD_FOLDER "/share/morvane/programs/umount", discFolder});
+    EXPECT_TRUE(std::filesystem::is_empty(discFolder));
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
@@ -47,6 +48,9 @@ class Disc {
         const int status = drive.valid() ? ::ioctl(drive.get(), CDROM_DRIVE_STATUS, CDSL_CURRENT) : -1;
         isEmptyDrive_ = status == CDS_NO_DISC || status == CDS_TRAY_OPEN || status == CDS_DRIVE_NOT_READY;
         if (!isEmptyDrive_) file_ = Descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        // Somebody who has inserted a disc should not wonder why it is not in the list.
+        if (!file_.valid() && errno == EACCES && name.starts_with("sr"))
+            std::cerr << "diskutil: " << path << " cannot be read (on Debian: join the group cdrom)\n";
     }
 
     [[nodiscard]] bool isEmptyDrive() const { return isEmptyDrive_; }
