@@ -145,36 +145,28 @@ TEST_F(Pipeline, BlankWrapperWithAnEngineGivenAsAFile) {
         << built.output;
 }
 
-/// An engine of an old generation becomes the engine of a wrapper, and that wrapper is brought up to a newer
-/// master wrapper, after it was interrupted where it lies under another name.
+/// The update is interrupted once, where the wrapper lies under another name.
 TEST_F(Pipeline, AnOldEngineIsConvertedAndAnOldWrapperUpdated) {
     const std::string work = folder.path + "/work", blank = home + "/Applications/Blank.app";
     const std::string store = home + "/Library/Application Support/Caskery/Engines/";
-    fs::create_directories(work);
-    const auto shell = [&](const std::string& lines) {
-        runTool(work, {"/bin/sh", "-ec", "exec >/dev/null\n" + lines});
-    };
     ASSERT_EQ(morvane.run({"engine", "add-system"}).exitCode, 0);
-    shell("7za x '" + store +
-          "CK9Wine8.0.tar.7z'; tar -xf CK9Wine8.0.tar; mkdir -p CaskeryEngine.bundle/X11\n"
-          "mv ckwine.bundle CaskeryEngine.bundle/Wine; tar -cf CK7Wine1.3.1.tar CaskeryEngine.bundle\n"
-          "7za a '" +
-          store + "CK7Wine1.3.1.tar.7z' CK7Wine1.3.1.tar");
-    const auto converted =
-        morvane.run({"engine", "convert", "CK7Wine1.3.1", "--answer", "Convert Old Engine=Yes"});
-    ASSERT_EQ(converted.exitCode, 0) << converted.output;
+    fs::create_directories(work + "/CaskeryEngine.bundle/X11");
+    runTool(
+        work,
+        {"/bin/sh", "-ec",
+         "for archive in \"$@\"; do 7za x \"$archive\" >&2; done; for tar in *.tar; do tar -xf $tar; done\n"
+         "mv ckwine.bundle CaskeryEngine.bundle/Wine; mv Caskery-1.0.app Caskery-2.0.app",
+         "sh", store + "CK9Wine8.0.tar.7z",
+         MORVANE_BUILD_FOLDER "/share/morvane/site/Wrapper/Caskery-1.0.app.tar.7z"});
+    TestMachine::put(store + "CK7Wine1.3.1.tar.7z",
+                     packedTar7z(work, "CaskeryEngine.bundle", "CK7Wine1.3.1.tar"));
+    ASSERT_EQ(
+        morvane.run({"engine", "convert", "CK7Wine1.3.1", "--answer", "Convert Old Engine=Yes"}).exitCode, 0);
     const auto built = morvane.run(
         {"blank", blank, "--engine", "CK8Wine1.3.1", "--answer", "License Agreement=I Agree", "--choose",
          "Select the installer=", "--answer", "Warning=Yes", "--choose", "Select the EXE of Blank="});
     ASSERT_EQ(built.exitCode, 0) << built.output;
-    EXPECT_FALSE(fs::exists(store + "CK7Wine1.3.1.tar.7z"));
-    EXPECT_TRUE(fs::exists(store + "CK8Wine1.3.1.tar.7z"));
-    const std::string version = blank + "/Contents/Frameworks/ckwine.bundle/version";
-    EXPECT_EQ(TestMachine::get(version), "CK8Wine1.3.1\n");
-    const auto upToDate = morvane.run({"wrapper", "update", blank});
-    EXPECT_EQ(upToDate.exitCode, 0) << upToDate.output;
-    EXPECT_NE(upToDate.output.find(" is up to date."), std::string::npos) << upToDate.output;
-
+    EXPECT_NE(morvane.run({"wrapper", "update", blank}).output.find(" is up to date."), std::string::npos);
     const std::string drive = blank + "/Contents/Resources/drive_c/", plist = blank + "/Contents/Info.plist";
     const std::string block =
         "[Software\\\\Wine\\\\AppDefaults\\\\game.exe\\\\DllOverrides]\n\"d3d9\"=\"native\"\n";
@@ -185,37 +177,27 @@ TEST_F(Pipeline, AnOldEngineIsConvertedAndAnOldWrapperUpdated) {
     own.set("Program Flags", "/c echo started>C:\\started.txt");
     ASSERT_FALSE(property_lists::write(plist, own));
 
-    shell("7za x '" MORVANE_BUILD_FOLDER
-          "/share/morvane/site/Wrapper/Caskery-1.0.app.tar.7z'\n"
-          "tar -xf Caskery-1.0.tar; mv Caskery-1.0.app Caskery-2.0.app; echo 2 > "
-          "Caskery-2.0.app/Contents/MacOS/two");
     LoopbackSite site;
     publishNewestVersion(site, "Caskery-2.0");
     site.answer("/Wrapper/Caskery-2.0.app.tar.7z",
                 {.body = packedTar7z(work, "Caskery-2.0.app", "Caskery-2.0.tar")});
-    morvane.environment.push_back("MORVANE_CASKERY_SITE=" + site.baseAddress());
     std::erase(morvane.environment, "MORVANE_CASKERY_SITE=");
-    const auto interrupted =
-        morvane.run({"wrapper", "update", blank}, [](const std::string& line, pid_t process) {
-            if (line.find("Step 8 of 9") != std::string::npos) kill(process, SIGINT);
-        });
-    EXPECT_EQ(interrupted.exitCode, 130) << interrupted.output;
-    EXPECT_TRUE(fs::exists(blank)) << interrupted.output;
+    morvane.environment.push_back("MORVANE_CASKERY_SITE=" + site.baseAddress());
+    const auto interrupt = [](const std::string& line, pid_t process) {
+        if (line.find("Step 8 of 9") != std::string::npos) kill(process, SIGINT);
+    };
+    EXPECT_EQ(morvane.run({"wrapper", "update", blank}, interrupt).exitCode, 130);
     morvane.run({"stop", blank});
     const auto updated = morvane.run({"wrapper", "update", blank});
     ASSERT_EQ(updated.exitCode, 0) << updated.output;
-    EXPECT_EQ(settings(plist).find("CFBundleVersion")->as<std::string>()->substr(8), "2.0");
-    EXPECT_TRUE(fs::exists(blank + "/Contents/MacOS/two"));
-    EXPECT_EQ(TestMachine::get(version), "CK8Wine1.3.1\n");
+    EXPECT_EQ(*settings(plist).find("CFBundleVersion"), Value("Caskery 2.0"));
     EXPECT_EQ(TestMachine::get(drive + "Game/save.dat"), "level 9");
 
-    // It starts, and Wine has read the overrides that were written back.
+    // It starts, and Wine, which writes its registry anew, has read what was written back.
     const auto played = morvane.run({"run", blank, "--wait"});
     EXPECT_EQ(played.exitCode, 0) << played.output;
     EXPECT_TRUE(fs::exists(drive + "started.txt")) << played.output;
-    const std::string registryNow = registry(blank, "user");
-    EXPECT_NE(registryNow.find("AppDefaults\\\\game.exe\\\\DllOverrides]"), std::string::npos);
-    EXPECT_NE(registryNow.find("\"d3d9\"=\"native\""), std::string::npos);
+    EXPECT_NE(registry(blank, "user").find("\"d3d9\"=\"native\""), std::string::npos);
 }
 
 TEST_F(Pipeline, CancelledInTheMiddleNothingIsLeft) {
