@@ -230,12 +230,13 @@ class Update {
     /// The new folder is made whole beside the old one before the engine goes into it.
     [[nodiscard]] bool updateFrameworks() const {
         const std::string place = wrapper_ + frameworks, fresh = arriving(place);
-        // An engine in there is not the wrapper's any more: that one has been put back.
+        // Should the engine not have been put back, nothing that holds one may go.
+        const bool hadEngine = exists(engineIn(place));
+        if (!hadEngine && (exists(engineIn(fresh)) || exists(engineIn(leaving(place))))) return false;
         if (!removeWhole(fresh) || !removeWhole(leaving(place))) return false;
         const bool isCopied =
             MVFileManager::copyItemAtPath(master_ + frameworks, fresh) && removeWhole(engineIn(fresh));
         // A wrapper without any engine, which the failing move tells, gets its tools all the same.
-        const bool hadEngine = exists(engineIn(place));
         const bool isMoved = isCopied && MVFileManager::moveItemAtPath(engineIn(place), engineIn(fresh));
         if (!isCopied || (hadEngine && !isMoved)) {
             removeWhole(fresh);
