@@ -77,6 +77,15 @@ std::optional<std::string> placeInStore(const std::string& engine) {
     return std::get<std::string>(std::move(place));
 }
 
+bool isOfficialEngine(const std::string& engine) {
+    const auto official = NSCaskeryEngine::getListOfAvailableEnginesOnline();
+    return std::ranges::find(official, engine) != official.end() && building::siteIsReachable();
+}
+
+std::string officialLinkOf(const std::string& engine) {
+    return host().sites.caskery + "Engines/" + MVString::stringToWebStructure(engine) + ".tar.7z";
+}
+
 /// What the user answered to the search for an engine: a link, a file that is in the store now, or nothing at
 /// all.
 struct EngineAnswer {
@@ -212,11 +221,6 @@ bool replaceEngine(const std::string& bundle, const std::string& wrapper) {
     return true;
 }
 
-bool isStoredConverted(const std::string& engine) {
-    const auto converted = NSCaskeryEngine(engine).nameAfterConversion();
-    return converted && building::storedEngineArchive(*converted);
-}
-
 }  // namespace
 
 std::optional<std::string> building::storedEngineArchive(const std::string& engine) {
@@ -235,6 +239,38 @@ std::string building::engineForWrapper(const std::string& engine, const std::str
     return storedEngineArchive(recent) ? recent : engine;
 }
 
+std::vector<building::EngineSource> building::engineSources(const std::string& engine,
+                                                            const std::optional<std::string>& customLink) {
+    using Kind = EngineSource::Kind;
+    std::vector<EngineSource> sources;
+    const auto isStored = [&sources](const std::string& name) {
+        const auto archive = storedEngineArchive(name);
+        if (archive) sources.push_back({Kind::stored, name, *archive});
+        return archive.has_value();
+    };
+    const auto addOfficial = [&sources](const std::string& name) {
+        if (isOfficialEngine(name)) sources.push_back({Kind::official, name, officialLinkOf(name)});
+    };
+    if (isStored(engine)) return sources;
+    // An engine of an old generation is there under its new name from its conversion on.
+    if (const auto converted = NSCaskeryEngine(engine).nameAfterConversion();
+        converted && isStored(*converted)) {
+        return sources;
+    }
+    addOfficial(engine);
+    const std::string recent = NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine;
+    if (recent != engine) {
+        if (isStored(recent)) return sources;
+        addOfficial(recent);
+    }
+    if (customLink) {
+        sources.push_back({Kind::link, engine, *customLink});
+    } else {
+        sources.push_back({Kind::user, engine, ""});
+    }
+    return sources;
+}
+
 bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std::string> customLink) {
     setMessage(localized("Preparing Engine..."));
     if (!placeInStore(engine)) return false;
@@ -242,15 +278,13 @@ bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std
         !MVFileManager::createDirectoryAtPath(layout::enginesFolder(), IntermediateFolders::yes)) {
         return false;
     }
-    // An engine of an old generation is there under its new name from its conversion on.
-    const bool isThere = building::storedEngineArchive(engine) || isStoredConverted(engine);
-    if (isThere || downloadOfficialEngine(engine)) {
-        NSCaskeryEngine(engine).convertOldEngine();
+    for (const building::EngineSource& source : building::engineSources(engine, customLink)) {
+        const bool isThere = source.kind == building::EngineSource::Kind::stored;
+        const bool isOfficial = source.kind == building::EngineSource::Kind::official;
+        if (!isThere && !(isOfficial && downloadOfficialEngine(source.engine))) continue;
+        NSCaskeryEngine(source.engine).convertOldEngine();
         return true;
     }
-    const std::string recent = NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine;
-    if (building::storedEngineArchive(recent) || downloadOfficialEngine(recent)) return true;
-
     if (!customLink) {
         const EngineAnswer answer = askForEngine(*this, engine);
         if (answer.kind != EngineAnswer::Kind::link) return answer.kind == EngineAnswer::Kind::file;
@@ -266,12 +300,9 @@ std::string WrapperCreation::localPathForOfficialEngine(const std::string& engin
 }
 
 bool WrapperCreation::downloadOfficialEngine(const std::string& engine) {
-    const auto official = NSCaskeryEngine::getListOfAvailableEnginesOnline();
-    if (std::ranges::find(official, engine) == official.end() || !building::siteIsReachable()) return false;
     // The catalogue comes from outside as well, and the name becomes that of a file.
-    if (!placeInStore(engine)) return false;
-    return downloadFileToPath(host().sites.caskery + "Engines/" + MVString::stringToWebStructure(engine) +
-                                  ".tar.7z" + building::cacheBuster(),
+    if (!isOfficialEngine(engine) || !placeInStore(engine)) return false;
+    return downloadFileToPath(officialLinkOf(engine) + building::cacheBuster(),
                               localPathForOfficialEngine(engine), localized("engine %@", {engine}));
 }
 
