@@ -157,6 +157,16 @@ void addDiscCommands(CLI::App& app, Parsed& parsed) {
         [&] { parsed.command = [&](Session& session) { return mountDisc(session, parsed.name); }; });
 }
 
+void addServeCommand(CLI::App& app, Parsed& parsed) {
+    CLI::App* serve = app.add_subcommand("serve", "serve the files of a folder over HTTP");
+    serve->add_option("--content", parsed.path, "the folder")->required();
+    serve->add_option("--listen", parsed.name, "address and port; port 0 is a free one")
+        ->default_val("127.0.0.1:0");
+    serve->callback([&] {
+        parsed.command = [&](Session& session) { return cli::serve(session, parsed.path, parsed.name); };
+    });
+}
+
 std::optional<Failure> fillAnswers(Answers& answers, const Parsed& parsed) {
     for (const std::string& option : parsed.answers) {
         if (auto failure = answers.addAnswer(option)) return failure;
@@ -192,6 +202,7 @@ int runCommandLine(int argc, char** argv) {
     addEngineCommands(app, parsed);
     addIconCommand(app, parsed);
     addDiscCommands(app, parsed);
+    addServeCommand(app, parsed);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -37,6 +37,8 @@ int listEngines(Session& session);
 int prepareEngine(Session& session, const std::string& name);
 /// `engine add-system [--full]`.
 int addSystemEngine(Session& session, EngineKind kind);
+/// `serve --content FOLDER [--listen ADDRESS]`. Prints the address once it serves; ends when asked to.
+int serve(Session& session, const std::string& folder, const std::string& address);
 /// `engine convert NAME`. Repacks a stored engine of an old generation; done when it needs none.
 int convertEngine(Session& session, const std::string& name);
 /// `wrapper update APP`. Done when the wrapper has the current master wrapper's version afterwards.
