@@ -8,7 +8,22 @@
 
 namespace morvane {
 
-void NSAppsArray::askToKillAllCaskeryProcessesFromLocalApps() const {
+namespace {
+
+/// The stored list; empty before the library was ever made.
+Array storedApps() {
+    const std::optional<Value> list = host().defaults.get(settings::appList);
+    const Array* apps = list ? list->as<Array>() : nullptr;
+    return apps != nullptr ? *apps : Array{};
+}
+
+}  // namespace
+
+NSAppsArray::~NSAppsArray() {
+    *alive_ = false;
+}
+
+void NSAppsArray::askToKillAllCaskeryProcessesFromLocalApps() {
     const bool agreed = MVAlert::showBooleanAlertMessage(
         localized("This will kill all Caskery related process from all the apps in your local tab. "
                   "Do you really want to do it?"),
@@ -25,12 +40,6 @@ void NSAppsArray::killAllCaskeryProcessesFromLocalAppsAfterLoading() const {
         NSUtilities::terminateAllCaskeryProcessesForWrapper(*path, RemovingWrapper::no);
     }
     NSUtilities::terminateAllCaskeryProcessesForWrapper(std::nullopt, RemovingWrapper::no);
-}
-
-Array NSAppsArray::storedApps() {
-    const std::optional<Value> list = host().defaults.get(settings::appList);
-    const Array* apps = list ? list->as<Array>() : nullptr;
-    return apps != nullptr ? *apps : Array{};
 }
 
 }  // namespace morvane
