@@ -7,6 +7,7 @@
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "foundation/settings_keys.h"
+#include "library/icon_cache.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/pictures.h"
@@ -26,15 +27,8 @@ std::string themePath(std::string_view name) {
     return layout::applicationSupportFolder() + "/" + std::string(name);
 }
 
-std::optional<ImageData> imageAt(const std::string& path) {
-    auto bytes = files::read(path);
-    auto* text = std::get_if<std::string>(&bytes);
-    if (text == nullptr || !pictures::sizeOf(*text)) return std::nullopt;
-    return ImageData{std::move(*text)};
-}
-
 std::optional<ImageData> themeImageNamed(std::string_view name) {
-    return imageAt(themePath(name));
+    return icon_cache::imageFromFile(themePath(name));
 }
 
 bool writeThemeFile(std::string_view name, std::string_view bytes) {
@@ -115,8 +109,9 @@ void NSPreferencesView::hideDockInGridViewAction(bool on) {
 // ---- Themes
 
 bool NSPreferencesView::putThemeImage(ThemeImage well, const ImageData& picture) {
-    if (!pictures::decode(picture.bytes)) return false;
-    shown_.themeImages[static_cast<std::size_t>(well)] = picture;
+    auto image = icon_cache::imageFromBytes(picture.bytes);
+    if (!image) return false;
+    shown_.themeImages[static_cast<std::size_t>(well)] = std::move(image);
     tellChanged();
     return true;
 }
@@ -138,7 +133,8 @@ bool NSPreferencesView::resetTheme() {
     bool reset = true;
     for (const ThemeFile& file : themeFiles) {
         auto image = copyOriginalThemeImageNamed(file.name);
-        reset &= image && *image == imageAt(files::join(host().folders.resources, file.name));
+        reset &=
+            image && *image == icon_cache::imageFromFile(files::join(host().folders.resources, file.name));
         shown_.themeImages[static_cast<std::size_t>(file.image)] = std::move(image);
     }
     tellChanged();

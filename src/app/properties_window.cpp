@@ -10,6 +10,7 @@
 #include "foundation/safe_paths.h"
 #include "foundation/text.h"
 #include "foundation/text_files.h"
+#include "library/icon_cache.h"
 #include "platform/files.h"
 #include "platform/pictures.h"
 #include "ports/exe_selection.h"
@@ -96,13 +97,6 @@ bool isWrapper(const std::string& path) {
         MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path));
 }
 
-std::optional<ImageData> pictureAt(const std::string& path) {
-    auto bytes = files::read(path);
-    auto* text = std::get_if<std::string>(&bytes);
-    if (text == nullptr || !pictures::sizeOf(*text)) return std::nullopt;
-    return ImageData{std::move(*text)};
-}
-
 // A Boxer bundle shows its game's own icon; the user's is that of the folder, which file managers read off
 // here.
 constexpr const char* folderIcon = "/.icon.png";
@@ -178,7 +172,7 @@ std::optional<Failure> NSPropertiesWindow::setDataFromWrapperAtPath(const std::s
     const auto version = NSUtilities::getPlistItem(versionKey, plistFilePath_, wrapperPath_);
     const auto* versionText = version ? version->as<std::string>() : nullptr;
     shown_.version = {versionText != nullptr ? *versionText : "1.0", runsPrograms};
-    if (const auto icon = iconPath()) shown_.icon = pictureAt(*icon);
+    if (const auto icon = iconPath()) shown_.icon = icon_cache::imageFromFile(*icon);
     shown_.run = getGameRunPath();
     fillRegistryOptions();
     shown_.windowType = windowTypeOf(itemStore());
@@ -323,7 +317,9 @@ bool NSPropertiesWindow::chooseWindowType(WindowType type) {
 }
 
 bool NSPropertiesWindow::changeIcon(std::optional<ImageData> picture) {
-    if (picture && !pictures::decode(picture->bytes)) return false;
+    const bool isPicture = picture.has_value();
+    if (picture) picture = icon_cache::imageFromBytes(std::move(picture->bytes));
+    if (isPicture && !picture) return false;
     shown_.icon = std::move(picture);
     tellChanged();
     return true;

@@ -3,6 +3,7 @@
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"
+#include "foundation/text.h"
 #include "platform/host.h"
 #include "platform/http.h"
 #include "platform/styled_text.h"
@@ -25,15 +26,17 @@ bool sendMailWithPostString(const std::string& body) {
 }
 
 bool checkMailSendingOutput(const std::optional<std::string>& answer) {
-    if (!answer) {
+    const std::string shown = answer ? styledTextFromHtml(*answer).text : "";
+    const bool succeeded = answer && answer->starts_with("<!-- Success -->");
+    if (!succeeded && MVString::trimmed(shown).empty()) {
         MVAlert::showAlertErrorMessage(localized("An unknown error happened while sending the mail!"));
         return false;
     }
-    if (answer->starts_with("<!-- Success -->")) {
+    if (succeeded) {
         MVAlert::showAlertMessage(localized("Message sent with success!"), "Morvane");
         return true;
     }
-    MVAlert::showAlertErrorMessage(styledTextFromHtml(*answer).text);
+    MVAlert::showAlertErrorMessage(shown);
     return false;
 }
 

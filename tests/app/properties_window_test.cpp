@@ -344,7 +344,8 @@ TEST_F(Properties, ABoxerBundleHasNameIconAndDescriptionOnly) {
     EXPECT_TRUE(window.changeIcon(picture));
     EXPECT_TRUE(window.saveDataToWrapper());
     EXPECT_EQ(get(now + "/Game Info.plist"), info);
-    EXPECT_EQ(window.shown().icon, picture);
+    ASSERT_TRUE(window.shown().icon);
+    EXPECT_EQ(pictures::kindOf(window.shown().icon->bytes), "PNG");
     EXPECT_EQ(window.shown().description.text, "dos");
 }
 
