@@ -458,7 +458,8 @@ bool NSPropertiesWindow::moveTo(const std::string& location) {
     const std::string old = wrapperPath_;
     bool moved = true;
     if (location == old) {
-        if (callbacks_.refresh) callbacks_.refresh(old, kind_ == Kind::customEXE);
+        if (callbacks_.refresh)
+            callbacks_.refresh(old, kind_ == Kind::customEXE ? CustomEXE::yes : CustomEXE::no);
     } else if (files::kindOf(location) != files::Kind::none) {
         MVAlert::showAlertErrorMessage(localized(
             "There is already an app with that name in the same folder! The app couldn't be renamed!"));

@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 
+#include "library/apps_array.h"
 #include "platform/result.h"
 #include "platform/value.h"
 #include "wrapper/port_manager.h"
@@ -48,7 +49,7 @@ class NSPropertiesWindow {
         /// The window shows something else now.
         std::function<void()> changed;
         /// The library's entry of that path is to be made afresh, and the library shown again.
-        std::function<void(const std::string& path, bool isCustomEXE)> refresh;
+        std::function<void(const std::string& path, CustomEXE isCustomEXE)> refresh;
         /// The library's entry of the old place goes, the new place is added.
         std::function<void(const std::string&path)> removeFromLibrary, addToLibrary;
         /// The game page shows the item at that path again.

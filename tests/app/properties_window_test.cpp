@@ -67,8 +67,8 @@ class Properties : public testing::TestMachine {
     NSPropertiesWindow window{
         {.changed = {},
          .refresh =
-             [this](const std::string& path, bool isCustomEXE) {
-                 library.push_back((isCustomEXE ? "refresh launcher " : "refresh ") + path);
+             [this](const std::string& path, CustomEXE isCustomEXE) {
+                 library.push_back((isCustomEXE == CustomEXE::yes ? "refresh launcher " : "refresh ") + path);
              },
          .removeFromLibrary = [this](const std::string& path) { library.push_back("remove " + path); },
          .addToLibrary = [this](const std::string& path) { library.push_back("add " + path); },
