@@ -10,7 +10,7 @@
 #include "building/extra_files.h"
 #include "building/store_clients.h"
 #include "building/verb_script.h"
-#include "building/winetricks_files.h"
+#include "building/winetricks.h"
 #include "building/winetricks_lists.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
@@ -22,7 +22,6 @@
 #include "platform/host.h"
 #include "platform/http.h"
 #include "wrapper/layout.h"
-#include "wrapper/windows_paths.h"
 
 namespace morvane {
 namespace {
@@ -226,7 +225,7 @@ class Planner {
     }
 
     void addVerbScript() {
-        script_ = winetricks::scriptWithSource();
+        script_ = winetricks::freshScript();
         if (!script_) {
             stage().actions.push_back(localized("No verb script can be reached: the wrapper keeps its own"));
         } else if (script_->link.empty()) {
@@ -252,32 +251,63 @@ class Planner {
         }
     }
 
+    /// A file of the download cache; an empty link: the user fetches it by hand, from `byHand`.
+    void addCached(const verb_script::Download& file, const std::string& link) {
+        const auto place = winetricks::placeInCache(file.folder, file.file);
+        if (const Failure* failure = failureOf(place)) {
+            stage().actions.push_back(failure->message);
+        } else if (MVFileManager::fileExistsAtPath(std::get<std::string>(place))) {
+            stage().present.push_back(std::get<std::string>(place));
+        } else if (link.empty()) {
+            stage().questions.push_back(
+                localized("Whether %@ was downloaded by hand from %@", {file.file, file.link}));
+            stage().supplies.push_back(file.file);
+        } else if (winetricks::isWebLink(link)) {
+            download(localized("winetrick %@", {file.folder}), link);
+        } else {
+            stage().actions.push_back(localized("%@ is no link that can be followed", {link}));
+        }
+    }
+
+    void addFromCatalogue(const std::string& component, const std::string& file) {
+        addCached({.folder = component, .file = file, .link = {}, .checksum = {}},
+                  winetricks::catalogueAddressOf(component, file));
+    }
+
     void addComponent(const std::string& component) {
         stage().actions.push_back(localized("Installing %@...", {"winetrick " + component}));
-        const auto addFile = [&](const verb_script::Download& file, bool byHand) {
-            const std::string place = winetricks::cacheFolder() + "/" + file.folder + "/" + file.file;
-            if (MVFileManager::fileExistsAtPath(place)) {
-                stage().present.push_back(place);
-            } else if (byHand) {
-                stage().questions.push_back(
-                    localized("Whether %@ was downloaded by hand from %@", {file.file, file.link}));
-                stage().supplies.push_back(file.file);
-            } else {
-                download("winetrick " + file.folder, file.link);
-            }
+        const auto addAll = [this](const std::vector<verb_script::Download>& files) {
+            for (const verb_script::Download& file : files) addCached(file, file.link);
         };
-        winetricks::forEachDownload(script_ ? script_->bytes : "", component, visited_, addFile);
+        const verb_script::Visitor visitor{
+            .catalogueFile = [this](const std::string& name,
+                                    const std::string& file) { addFromCatalogue(name, file); },
+            .helper = [&](const std::string&,
+                          const std::string& text) { addAll(verb_script::helperDownloads(text)); },
+            .component =
+                [&](const std::string& name, const std::string& text) {
+                    const auto manual = verb_script::manualDownload(text, name);
+                    if (manual && manual->file == verb_script::catalogueManualFile) {
+                        addFromCatalogue(verb_script::catalogueManualComponent, manual->file);
+                    } else if (manual) {
+                        addCached(*manual, "");
+                    }
+                    addAll(verb_script::ordinaryDownloads(text, name));
+                },
+        };
+        verb_script::visit(script_ ? script_->bytes : "", component, visited_, visitor);
     }
 
     void addClient(const store_clients::StoreClient& client) {
         begin(localized("Installing %@ in the background...", {client.name}));
         for (const std::string& component : client.components) addComponent(component);
         const bool isThere = MVFileManager::directoryExistsAtPath(wrapper_) &&
-                             MVFileManager::fileExistsAtPath(wrapper_ + layout::driveC + "/" + client.proof);
+                             MVFileManager::fileExistsAtPath(wrapper_ + layout::driveC +
+                                                             store_clients::proofOnDriveC(client, wrapper_));
         if (isThere) {
             stage().present.push_back(client.name);
         } else {
-            download(client.name, client.link);
+            download(localized("%@ installer", {client.name}), client.link);
         }
     }
 

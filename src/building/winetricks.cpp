@@ -93,11 +93,14 @@ bool WrapperCreation::installWinetricks(const std::vector<std::string>& requests
     return true;
 }
 
+std::optional<std::string> winetricks::linkOfEngineRequest(const std::vector<std::string>& words) {
+    auto link = words.size() > 1 ? verb_script::withoutEnds(words[1]) : std::nullopt;
+    return link && (link->starts_with("http") || link->starts_with("ftp")) ? link : std::nullopt;
+}
+
 void WrapperCreation::verifyingWinetrickThatChangesEngine(const std::vector<std::string>& words) {
-    std::optional<std::string> link;
-    if (words.size() > 1) link = verb_script::withoutEnds(words[1]);
-    if (link && !link->starts_with("http") && !link->starts_with("ftp")) link.reset();
-    static_cast<void>(prepareEngine(words.empty() ? "" : words.front(), link));
+    static_cast<void>(
+        prepareEngine(words.empty() ? "" : words.front(), winetricks::linkOfEngineRequest(words)));
 }
 
 void WrapperCreation::changeEngineTo(const std::string& engine, const std::string& wrapper) {

@@ -2,8 +2,10 @@
 // of the Windows components share. Any thread; nothing here changes the disk but `fetchFilesOf`.
 #pragma once
 
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "building/verb_script.h"
 #include "platform/result.h"
@@ -25,6 +27,17 @@ inline constexpr int manualDownloadQuestions = 20;
 [[nodiscard]] std::string scriptOf(const std::string& wrapper);
 /// The last good script, shared by all wrappers.
 [[nodiscard]] std::string sharedScript();
+struct Script {
+    std::string bytes;
+    std::string link;  ///< where it came from; empty for the shared copy
+};
+/// The first script worth the name of the three sources, which are asked in this order: the repository, the
+/// catalogue server, the shared copy. Blocks on the network.
+[[nodiscard]] std::optional<Script> freshScript();
+
+/// The link in the words of a request that changes the engine.
+[[nodiscard]] std::optional<std::string> linkOfEngineRequest(const std::vector<std::string>& words);
+
 /// Winetricks' own download cache.
 [[nodiscard]] std::string cacheFolder();
 

@@ -36,30 +36,32 @@ void tellOfFailedUpdate() {
                   {catalogue ? catalogue->host : localized("the catalogue server")}));
 }
 
-/// The first script worth the name of the three sources, which are asked in this order.
-std::optional<std::string> freshScript(bool verbsAreReachable) {
-    std::optional<std::string> script;
-    const auto isMissing = [&script] { return !WrapperCreation::isWinetrickFileContentValid(script); };
-    if (verbsAreReachable) {
-        script = NSUtilities::safeDataWithContentsOfURL(
-            host().sites.verbs + "Winetricks/winetricks/master/src/winetricks" + building::cacheBuster());
-    }
-    if (isMissing() && NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) {
-        script =
-            NSUtilities::safeDataWithContentsOfURL(host().sites.catalogue + "ckis/winetricks/winetricks");
-    }
-    if (isMissing() && MVFileManager::regularFileExistsAtPath(winetricks::sharedScript())) {
-        auto shared = files::read(winetricks::sharedScript());
-        if (failureOf(shared) == nullptr) script = std::get<std::string>(std::move(shared));
-    }
-    return isMissing() ? std::nullopt : script;
-}
-
 void makeRunnable(const std::string& script) {
     MVTask::runProgram("chmod", "/", std::vector<std::string>{"755", script}, Wait::yes);
 }
 
 }  // namespace
+
+std::optional<winetricks::Script> winetricks::freshScript() {
+    const auto at = [](const std::string& link, const std::string& query) -> std::optional<Script> {
+        auto bytes = NSUtilities::safeDataWithContentsOfURL(link + query);
+        if (!WrapperCreation::isWinetrickFileContentValid(bytes)) return std::nullopt;
+        return Script{std::move(*bytes), link};
+    };
+    const Sites& sites = host().sites;
+    if (NSUtilities::isWebsiteOfUrlAvailable(sites.verbs)) {
+        const std::string link = sites.verbs + "Winetricks/winetricks/master/src/winetricks";
+        if (auto script = at(link, building::cacheBuster())) return script;
+    }
+    if (NSUtilities::isWebsiteOfUrlAvailable(sites.catalogue)) {
+        if (auto script = at(sites.catalogue + "ckis/winetricks/winetricks", "")) return script;
+    }
+    auto shared = files::read(sharedScript());
+    if (failureOf(shared) != nullptr) return std::nullopt;
+    auto& bytes = std::get<std::string>(shared);
+    if (!WrapperCreation::isWinetrickFileContentValid(bytes)) return std::nullopt;
+    return Script{std::move(bytes), ""};
+}
 
 std::string winetricks::scriptOf(const std::string& wrapper) {
     return wrapper + layout::settingsToolResources + "/winetricks";
@@ -70,20 +72,20 @@ std::string winetricks::sharedScript() {
 }
 
 bool WrapperCreation::updateWinetricksListAtFile(const std::string& wrapper) {
-    const bool verbsAreReachable = NSUtilities::isWebsiteOfUrlAvailable(host().sites.verbs);
     const std::string shared = winetricks::sharedScript();
-    if (!verbsAreReachable && !NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) &&
+    if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.verbs) &&
+        !NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) &&
         !MVFileManager::regularFileExistsAtPath(shared)) {
         tellOfFailedUpdate();
         return true;
     }
-    const auto fresh = freshScript(verbsAreReachable);
+    const auto fresh = winetricks::freshScript();
     if (!fresh) {
         tellOfFailedUpdate();
         return false;
     }
-    const std::string patched =
-        MVString::replacedAll(MVString::replacedAll(*fresh, asking, silent), versionCheck, noVersionCheck);
+    const std::string patched = MVString::replacedAll(MVString::replacedAll(fresh->bytes, asking, silent),
+                                                      versionCheck, noVersionCheck);
     MVFileManager::removeItemAtPath(wrapper + layout::settingsToolResources + "/winetricksHelpList.plist");
     // Over the old one, not after its removal: a kill in between would leave a wrapper without a script.
     const std::string script = winetricks::scriptOf(wrapper);

@@ -165,6 +165,15 @@ void addFeedbackCommands(CLI::App& app, Parsed& parsed) {
     });
 }
 
+void addWrapperChanges(CLI::App& app, Parsed& parsed) {
+    CLI::App* wrapper = app.add_subcommand("wrapper", "change a wrapper");
+    wrapper->require_subcommand(1);
+    CLI::App* update = wrapper->add_subcommand("update", "bring it up to the newest master wrapper");
+    update->add_option("APP", parsed.app, "the wrapper")->required();
+    update->callback(
+        [&] { parsed.command = [&](Session& session) { return updateWrapper(session, parsed.app); }; });
+}
+
 void addCkiCommands(CLI::App& app, Parsed& parsed) {
     CLI::App* cki = app.add_subcommand("cki", "port descriptions");
     cki->require_subcommand(1);
@@ -190,6 +199,10 @@ void addEngineCommands(CLI::App& app, Parsed& parsed) {
     prepare->add_option("NAME", parsed.name, "the engine's name")->required();
     prepare->callback(
         [&] { parsed.command = [&](Session& session) { return cli::prepareEngine(session, parsed.name); }; });
+    CLI::App* convert = engine->add_subcommand("convert", "repack a stored engine of an old generation");
+    convert->add_option("NAME", parsed.name, "the engine's name")->required();
+    convert->callback(
+        [&] { parsed.command = [&](Session& session) { return convertEngine(session, parsed.name); }; });
     CLI::App* add = engine->add_subcommand("add-system", "pack this machine's Wine as an engine");
     add->add_flag("--full", parsed.full, "a self-contained copy");
     add->callback([&] {
@@ -229,6 +242,7 @@ int runCommandLine(int argc, char** argv) {
     app.add_flag("--json", parsed.json, "JSON output");
     addPortCommands(app, parsed);
     addWrapperCommands(app, parsed);
+    addWrapperChanges(app, parsed);
     addCkiCommands(app, parsed);
     addEngineCommands(app, parsed);
     addPropertiesCommand(app, parsed);

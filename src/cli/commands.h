@@ -73,5 +73,9 @@ int listEngines(Session& session);
 int prepareEngine(Session& session, const std::string& name);
 /// `engine add-system [--full]`.
 int addSystemEngine(Session& session, EngineKind kind);
+/// `engine convert NAME`. Repacks a stored engine of an old generation; done when it needs none.
+int convertEngine(Session& session, const std::string& name);
+/// `wrapper update APP`. Done when the wrapper has the current master wrapper's version afterwards.
+int updateWrapper(Session& session, const std::string& app);
 
 }  // namespace morvane::cli

@@ -109,6 +109,12 @@ class TestMachine : public ::testing::Test {
     /// use.
     void scriptProgram(const std::string& name, const std::string& script);
 
+    /// Leaves a last good script of the Windows components, which defines none: what a build without any
+    /// server uses.
+    void putSharedVerbScript() const {
+        put(home + "/Library/Application Support/Caskery/winetricks/winetricks",
+            "#!/bin/sh\n# " + std::string(50, '-') + "\n");
+    }
     /// Writes a file with its folders. `executable` sets the run bits.
     static void put(const std::string& path, std::string_view contents, bool executable = false);
     [[nodiscard]] static std::string get(const std::string& path);  ///< fails the test when it cannot be read
