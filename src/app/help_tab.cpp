@@ -133,7 +133,7 @@ void NSHelpTab::specsButtonClicked() {
     dialog.title = localized("Computer Specifications");
     dialog.text = localized("These are your computer specs:");
     dialog.buttons = {localized("OK")};
-    dialog.accessory = LongText{computerSpecificationsInHTML(InHTML::no).text};
+    dialog.accessory = computerSpecificationsInHTML(InHTML::no);
     static_cast<void>(MVAlert::showDialog(dialog));
 }
 

@@ -139,7 +139,8 @@ int specs(Session& session) {
         Record record;
         for (const NSHelpTab::Line& line : NSHelpTab().computerSpecifications()) {
             const std::string name = line.label.substr(0, line.label.rfind(':'));
-            record.push_back({{MVString::lowercased(name), name}, line.value});
+            const std::string key = MVString::replacedAll(MVString::lowercased(name), " ", "-");
+            record.push_back({{key, name}, line.value});
         }
         printRecord(session.console(), record);
         return int{done};

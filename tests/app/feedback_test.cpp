@@ -116,7 +116,7 @@ TEST_F(Feedback, TheComputerIsDescribedInBoldAndPlain) {
     EXPECT_EQ(text.runs[3], (StyledRun{.length = 14, .font = "Helvetica", .fontSize = 12}));
     ui.expect("These are your computer specs:").titleIs("Computer Specifications");
     tab.specsButtonClicked();
-    EXPECT_EQ(std::get<LongText>(ui.dialogs.back().accessory).text, text.text);
+    EXPECT_EQ(std::get<StyledText>(ui.dialogs.back().accessory), text);
     // One report of each kind, however often it is described.
     EXPECT_EQ(get(programsFolder + "/system_profiler.log"), "x\nx\n");
 }
