@@ -10,7 +10,7 @@
 #include "building/extra_files.h"
 #include "building/store_clients.h"
 #include "building/verb_script.h"
-#include "building/winetricks.h"
+#include "building/winetricks_files.h"
 #include "building/winetricks_lists.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
@@ -225,7 +225,7 @@ class Planner {
     }
 
     void addVerbScript() {
-        script_ = winetricks::freshScript();
+        script_ = winetricks::scriptWithSource();
         if (!script_) {
             stage().actions.push_back(localized("No verb script can be reached: the wrapper keeps its own"));
         } else if (script_->link.empty()) {
@@ -251,51 +251,27 @@ class Planner {
         }
     }
 
-    /// A file of the download cache; an empty link: the user fetches it by hand, from `byHand`.
-    void addCached(const verb_script::Download& file, const std::string& link) {
+    void addComponent(const std::string& component) {
+        stage().actions.push_back(localized("Installing %@...", {"winetrick " + component}));
+        const auto add = [this](const verb_script::Download& file, bool byHand) { addCached(file, byHand); };
+        winetricks::forEachDownload(script_ ? script_->bytes : "", component, visited_, add);
+    }
+
+    void addCached(const verb_script::Download& file, bool byHand) {
         const auto place = winetricks::placeInCache(file.folder, file.file);
         if (const Failure* failure = failureOf(place)) {
             stage().actions.push_back(failure->message);
         } else if (MVFileManager::fileExistsAtPath(std::get<std::string>(place))) {
             stage().present.push_back(std::get<std::string>(place));
-        } else if (link.empty()) {
+        } else if (!winetricks::isWebLink(file.link)) {
+            stage().actions.push_back(localized("%@ is no link that can be followed", {file.link}));
+        } else if (byHand) {
             stage().questions.push_back(
                 localized("Whether %@ was downloaded by hand from %@", {file.file, file.link}));
             stage().supplies.push_back(file.file);
-        } else if (winetricks::isWebLink(link)) {
-            download(localized("winetrick %@", {file.folder}), link);
         } else {
-            stage().actions.push_back(localized("%@ is no link that can be followed", {link}));
+            download(localized("winetrick %@", {file.folder}), file.link);
         }
-    }
-
-    void addFromCatalogue(const std::string& component, const std::string& file) {
-        addCached({.folder = component, .file = file, .link = {}, .checksum = {}},
-                  winetricks::catalogueAddressOf(component, file));
-    }
-
-    void addComponent(const std::string& component) {
-        stage().actions.push_back(localized("Installing %@...", {"winetrick " + component}));
-        const auto addAll = [this](const std::vector<verb_script::Download>& files) {
-            for (const verb_script::Download& file : files) addCached(file, file.link);
-        };
-        const verb_script::Visitor visitor{
-            .catalogueFile = [this](const std::string& name,
-                                    const std::string& file) { addFromCatalogue(name, file); },
-            .helper = [&](const std::string&,
-                          const std::string& text) { addAll(verb_script::helperDownloads(text)); },
-            .component =
-                [&](const std::string& name, const std::string& text) {
-                    const auto manual = verb_script::manualDownload(text, name);
-                    if (manual && manual->file == verb_script::catalogueManualFile) {
-                        addFromCatalogue(verb_script::catalogueManualComponent, manual->file);
-                    } else if (manual) {
-                        addCached(*manual, "");
-                    }
-                    addAll(verb_script::ordinaryDownloads(text, name));
-                },
-        };
-        verb_script::visit(script_ ? script_->bytes : "", component, visited_, visitor);
     }
 
     void addClient(const store_clients::StoreClient& client) {

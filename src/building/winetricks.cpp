@@ -1,9 +1,10 @@
 // The requests of a port's list of Windows components, one after the other.
 
-#include "building/winetricks.h"
 #include "building/engine_store.h"
 #include "building/port_texts.h"
 #include "building/verb_script.h"
+#include "building/winetricks_files.h"
+#include "building/winetricks_lists.h"
 #include "building/wrapper_creation.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
@@ -74,7 +75,8 @@ bool WrapperCreation::installWinetricks(const std::vector<std::string>& requests
         const Request request = verb_script::requestOf(entry, MVString::contains(entry, "VC:")
                                                                   ? NSComputerInformation::graphicCardType()
                                                                   : std::nullopt);
-        if (!request.applies) continue;
+        // A list with several markers is divided at the first.
+        if (!request.applies || entry == installAppMarker) continue;
         if (request.kind == Request::Kind::engine) {
             verifyingWinetrickThatChangesEngine(request.words);
             setMessage(localized("Changing Engine to %@...", {request.name}));
@@ -94,8 +96,10 @@ bool WrapperCreation::installWinetricks(const std::vector<std::string>& requests
 }
 
 std::optional<std::string> winetricks::linkOfEngineRequest(const std::vector<std::string>& words) {
-    auto link = words.size() > 1 ? verb_script::withoutEnds(words[1]) : std::nullopt;
-    return link && (link->starts_with("http") || link->starts_with("ftp")) ? link : std::nullopt;
+    if (words.size() < 2) return std::nullopt;
+    auto link = verb_script::withoutEnds(words[1]);
+    const bool canBeLink = link && (link->starts_with("http") || link->starts_with("ftp"));
+    return canBeLink ? std::move(link) : std::nullopt;
 }
 
 void WrapperCreation::verifyingWinetrickThatChangesEngine(const std::vector<std::string>& words) {

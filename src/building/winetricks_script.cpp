@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "building/tools.h"
-#include "building/winetricks.h"
+#include "building/winetricks_files.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -42,33 +42,32 @@ void makeRunnable(const std::string& script) {
 
 }  // namespace
 
-std::optional<winetricks::Script> winetricks::freshScript() {
-    const auto at = [](const std::string& link, const std::string& query) -> std::optional<Script> {
-        auto bytes = NSUtilities::safeDataWithContentsOfURL(link + query);
-        if (!WrapperCreation::isWinetrickFileContentValid(bytes)) return std::nullopt;
-        return Script{std::move(*bytes), link};
-    };
-    const Sites& sites = host().sites;
-    if (NSUtilities::isWebsiteOfUrlAvailable(sites.verbs)) {
-        const std::string link = sites.verbs + "Winetricks/winetricks/master/src/winetricks";
-        if (auto script = at(link, building::cacheBuster())) return script;
-    }
-    if (NSUtilities::isWebsiteOfUrlAvailable(sites.catalogue)) {
-        if (auto script = at(sites.catalogue + "ckis/winetricks/winetricks", "")) return script;
-    }
-    auto shared = files::read(sharedScript());
-    if (failureOf(shared) != nullptr) return std::nullopt;
-    auto& bytes = std::get<std::string>(shared);
-    if (!WrapperCreation::isWinetrickFileContentValid(bytes)) return std::nullopt;
-    return Script{std::move(bytes), ""};
-}
-
 std::string winetricks::scriptOf(const std::string& wrapper) {
     return wrapper + layout::settingsToolResources + "/winetricks";
 }
 
 std::string winetricks::sharedScript() {
     return files::join(layout::supportFolder(), "winetricks/winetricks");
+}
+
+std::optional<winetricks::Script> winetricks::scriptWithSource() {
+    const auto fetched = [](const std::string& site, const std::string& path) -> std::optional<Script> {
+        if (!NSUtilities::isWebsiteOfUrlAvailable(site)) return std::nullopt;
+        auto bytes = NSUtilities::safeDataWithContentsOfURL(site + path);
+        if (!WrapperCreation::isWinetrickFileContentValid(bytes)) return std::nullopt;
+        return Script{std::move(*bytes), site + path};
+    };
+    if (auto script = fetched(host().sites.verbs,
+                              "Winetricks/winetricks/master/src/winetricks" + building::cacheBuster())) {
+        return script;
+    }
+    if (auto script = fetched(host().sites.catalogue, "ckis/winetricks/winetricks")) return script;
+    if (!MVFileManager::regularFileExistsAtPath(sharedScript())) return std::nullopt;
+    auto bytes = files::read(sharedScript());
+    if (failureOf(bytes) != nullptr) return std::nullopt;
+    Script shared{std::get<std::string>(std::move(bytes)), ""};
+    return WrapperCreation::isWinetrickFileContentValid(shared.bytes) ? std::optional(std::move(shared))
+                                                                      : std::nullopt;
 }
 
 bool WrapperCreation::updateWinetricksListAtFile(const std::string& wrapper) {
@@ -79,7 +78,7 @@ bool WrapperCreation::updateWinetricksListAtFile(const std::string& wrapper) {
         tellOfFailedUpdate();
         return true;
     }
-    const auto fresh = winetricks::freshScript();
+    const auto fresh = winetricks::scriptWithSource();
     if (!fresh) {
         tellOfFailedUpdate();
         return false;

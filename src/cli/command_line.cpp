@@ -212,6 +212,38 @@ void addEngineCommands(CLI::App& app, Parsed& parsed) {
     });
 }
 
+void addIconCommand(CLI::App& app, Parsed& parsed) {
+    CLI::App* icon = app.add_subcommand("icon", "give a wrapper, or an application inside one, an icon");
+    icon->add_option("APP", parsed.app, "the wrapper or the application")->required();
+    icon->add_option("PICTURE", parsed.file, "a PNG, JPEG, TIFF, GIF, BMP, ICNS, ICO or WebP file")
+        ->required();
+    icon->callback([&] {
+        parsed.command = [&](Session& session) { return setIcon(session, parsed.app, parsed.file); };
+    });
+}
+
+void addDiscCommands(CLI::App& app, Parsed& parsed) {
+    CLI::App* disc = app.add_subcommand("disc", "discs with a part for Macs and one for Windows");
+    disc->require_subcommand(1);
+    disc->add_subcommand("list", "print the discs that are inserted")->callback([&] {
+        parsed.command = [](Session& session) { return listDiscs(session); };
+    });
+    CLI::App* mount = disc->add_subcommand("mount", "mount a disc's Windows part");
+    mount->add_option("ID", parsed.name, "which one, as listed");
+    mount->callback(
+        [&] { parsed.command = [&](Session& session) { return mountDisc(session, parsed.name); }; });
+}
+
+void addServeCommand(CLI::App& app, Parsed& parsed) {
+    CLI::App* serve = app.add_subcommand("serve", "serve the files of a folder over HTTP");
+    serve->add_option("--content", parsed.path, "the folder")->required();
+    serve->add_option("--listen", parsed.name, "address and port; port 0 is a free one")
+        ->default_val("127.0.0.1:0");
+    serve->callback([&] {
+        parsed.command = [&](Session& session) { return cli::serve(session, parsed.path, parsed.name); };
+    });
+}
+
 std::optional<Failure> fillAnswers(Answers& answers, const Parsed& parsed) {
     for (const std::string& option : parsed.answers) {
         if (auto failure = answers.addAnswer(option)) return failure;
@@ -248,6 +280,9 @@ int runCommandLine(int argc, char** argv) {
     addPropertiesCommand(app, parsed);
     addSettingsCommands(app, parsed);
     addFeedbackCommands(app, parsed);
+    addIconCommand(app, parsed);
+    addDiscCommands(app, parsed);
+    addServeCommand(app, parsed);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -72,6 +72,11 @@ void Session::watchSignals() {
 }
 
 void Session::handleSignal(int signal) {
+    if (serving_) {
+        askedToEnd_ = true;
+        host_->mainQueue.wake();
+        return;
+    }
     if (!host_->creation.running() && !console_.interrupt()) {
         // Nothing is being made, so that there is nothing to unwind.
         std::_Exit(cancelled);
@@ -156,6 +161,13 @@ int Session::withCreation(const std::function<int(WrapperCreation&)>& work) {
         creation_ = nullptr;
         return result;
     });
+}
+
+int Session::untilAskedToEnd(const std::function<int()>& begin) {
+    serving_ = true;
+    const int begun = begin();
+    if (begun == done) host_->mainQueue.runUntil([this] { return askedToEnd_.load(); });
+    return begun;
 }
 
 int Session::fail(const std::string& message) {

@@ -56,8 +56,12 @@ int updateTo(Session& session, const std::string& wrapper, const std::string& ve
 }
 
 int updateThere(Session& session, const std::string& path) {
-    if (building::isWrapperInUse(path))
-        return session.fail("Programs of " + path + " are running. End them first: morvane stop APP");
+    if (building::isWrapperInUse(path)) {
+        // An update that was killed may have left it away from its place.
+        const bool isThere = MVFileManager::directoryExistsAtPath(path);
+        return session.fail("Programs of " + path + " are running. Wait for their end, or end them with: " +
+                            "morvane stop '" + (isThere ? path : WrapperUpdater::passingName(path)) + "'");
+    }
     const auto found = WrapperUpdater::backInItsPlace(path);
     if (const Failure* failure = failureOf(found)) return session.fail(failure->message);
     const auto& wrapper = std::get<std::string>(found);

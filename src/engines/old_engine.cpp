@@ -94,12 +94,14 @@ class Conversion {
         if (hasTarget && isGoodArchive(target, newName_, files::join(folder_, "present"))) return {};
         const std::string work = files::join(folder_, "old");
         if (!unpacked(archiveOf(oldName_), oldName_, work)) return localized("it can't be unpacked");
-        if (!rearranged(work)) {
+        const std::string old = files::join(work, oldBundleName), wine = files::join(old, "Wine");
+        if (!isRealFolder(old) || !hasParts(wine)) {
             return localized("it holds no \"%@\" with the folders bin, lib and share",
                              {files::join(oldBundleName, "Wine")});
         }
         const std::string packed = files::join(folder_, newName_ + ".tar.7z");
-        if (!pack() || !isGoodArchive(packed, newName_, files::join(folder_, "new"))) {
+        if (!rearranged(wine) || !MVFileManager::removeItemAtPath(work) || !pack() ||
+            !isGoodArchive(packed, newName_, files::join(folder_, "new"))) {
             return localized("the new archive can't be packed");
         }
         if ((hasTarget && !MVFileManager::removeItemAtPath(target)) ||
@@ -110,10 +112,8 @@ class Conversion {
     }
 
   private:
-    /// Makes the new bundle out of the old one.
-    [[nodiscard]] bool rearranged(const std::string& work) const {
-        const std::string old = files::join(work, oldBundleName), wine = files::join(old, "Wine");
-        if (!isRealFolder(old) || !hasParts(wine)) return false;
+    /// Makes the new bundle out of the parts of the old one.
+    [[nodiscard]] bool rearranged(const std::string& wine) const {
         const std::string bundle = files::join(folder_, bundleName);
         if (!MVFileManager::createDirectoryAtPath(bundle, IntermediateFolders::yes)) return false;
         for (const char* part : parts) {
@@ -121,8 +121,7 @@ class Conversion {
                 return false;
         }
         return MVString::writeToFile(newName_ + "\n", files::join(bundle, "version"), files::Atomically::no,
-                                     Encoding::utf8) &&
-               MVFileManager::removeItemAtPath(work);
+                                     Encoding::utf8);
     }
 
     /// Packs the new bundle, which goes as soon as it is in its archive: unpacked engines are large.

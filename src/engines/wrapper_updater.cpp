@@ -1,6 +1,6 @@
 #include "engines/wrapper_updater.h"
 
-#include <array>
+#include <algorithm>
 #include <string_view>
 
 #include "foundation/alerts.h"
@@ -8,6 +8,7 @@
 #include "foundation/localization.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
+#include "foundation/text_files.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/ownership.h"
@@ -129,7 +130,7 @@ class Update {
   private:
     void check(bool succeeded) { isComplete_ = isComplete_ && succeeded; }
 
-    /// What the master wrapper lacks is told, and missing from then on; that is nothing to repair.
+    /// What the master wrapper lacks is told, and the wrapper keeps its own; that is nothing to repair.
     void copyFromMaster(const std::string& item) {
         const bool isThere = exists(master_ + item);
         check(replaceByCopy(master_ + item, wrapper_ + item) || !isThere);
@@ -159,14 +160,31 @@ class Update {
         return true;
     }
 
-    /// What failed is tried again by the next update, but the registry is the user's again.
+    /// What failed is tried again by the next update. The registry is the user's again, unless blocks could
+    /// not be written back.
     void end() {
-        if (isComplete_) {
+        const bool isRestored = hasOverrides();
+        if (isComplete_ && isRestored) {
             removeWhole(wrapper_ + journalFile);
             return;
         }
-        journal_.erase(overridesKey);
+        if (isRestored) journal_.erase(overridesKey);
         write(journal_, wrapper_ + journalFile);
+    }
+
+    [[nodiscard]] std::string registryFile() const {
+        return NSUtilities::getPathForRegistryFile("user", wrapper_);
+    }
+    /// Whether the registry has every key that was saved.
+    [[nodiscard]] bool hasOverrides() const {
+        if (overrides_.empty()) return true;
+        const auto text = files::read(registryFile());
+        if (failureOf(text) != nullptr) return false;
+        return std::ranges::all_of(overrides_, [&](const Value& override) {
+            const auto* block = override.as<std::string>();
+            return block == nullptr ||
+                   MVString::contains(std::get<std::string>(text), block->substr(0, block->find(']') + 1));
+        });
     }
 
     /// The wrapper's values win. Its settings are worth more than an update: what can't be read is not
@@ -212,12 +230,13 @@ class Update {
     /// The new folder is made whole beside the old one before the engine goes into it.
     [[nodiscard]] bool updateFrameworks() const {
         const std::string place = wrapper_ + frameworks, fresh = arriving(place);
-        // An engine in there is not the wrapper's any more: that one has been put back.
+        // Should the engine not have been put back, nothing that holds one may go.
+        const bool hadEngine = exists(engineIn(place));
+        if (!hadEngine && (exists(engineIn(fresh)) || exists(engineIn(leaving(place))))) return false;
         if (!removeWhole(fresh) || !removeWhole(leaving(place))) return false;
         const bool isCopied =
             MVFileManager::copyItemAtPath(master_ + frameworks, fresh) && removeWhole(engineIn(fresh));
         // A wrapper without any engine, which the failing move tells, gets its tools all the same.
-        const bool hadEngine = exists(engineIn(place));
         const bool isMoved = isCopied && MVFileManager::moveItemAtPath(engineIn(place), engineIn(fresh));
         if (!isCopied || (hadEngine && !isMoved)) {
             removeWhole(fresh);
@@ -235,8 +254,10 @@ class Update {
             return true;
         }
         // Without a registry there is nothing to keep, and one made of these blocks alone would pass for a
-        // prefix that has been created.
-        if (!exists(NSUtilities::getPathForRegistryFile("user", wrapper_))) return true;
+        // prefix that has been created. One that can't be read now (which is told) may be readable when the
+        // blocks are written back, and must not lose its own to empty ones.
+        if (!exists(registryFile())) return true;
+        if (!MVString::stringWithContentsOfFile(registryFile(), Encoding::ascii)) return false;
         const auto add = [this](const char* header, const std::string& lines) {
             overrides_.emplace_back(std::string(header) + "\n" + lines);
         };

@@ -34,6 +34,8 @@ class ScriptedUserInterface : public UserInterface {
         Expectation& answer(const std::string& button);
         /// Types into the text field and presses "OK".
         Expectation& type(const std::string& text);
+        /// Picks the option of that text in the choice box and presses "OK".
+        Expectation& choose(const std::string& option);
         /// Checks the first button, the default.
         Expectation& defaultIs(const std::string& button);
         Expectation& titleIs(const std::string& title);
@@ -41,7 +43,7 @@ class ScriptedUserInterface : public UserInterface {
       private:
         friend class ScriptedUserInterface;
         enum class Kind { dialog, open, save } kind = Kind::dialog;
-        std::string text, button = "OK", typed;
+        std::string text, button = "OK", typed, option;
         std::string expectedDefault, expectedTitle;
         std::vector<std::string> paths;
         std::function<void(Form&)> form;
