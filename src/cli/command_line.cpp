@@ -155,7 +155,7 @@ void addServeCommand(CLI::App& app, Parsed& parsed) {
     serve->require_subcommand(0, 1);
     serve->add_option("--content", parsed.path, "the content folder, made when missing");
     serve->add_option("--listen", parsed.name, "address and port; port 0 is a free one")
-        ->default_val("127.0.0.1:8080");
+        ->default_val("127.0.0.1:0");
     serve->add_flag("--behind-proxy", parsed.behindProxy, "another server passes the requests on");
     addPublishCommand(*serve, parsed);
     serve->callback([&parsed, serve] {

@@ -120,9 +120,9 @@ void answerMissing(Response& response, const char* text = catalogue_texts::missi
     answer(response, text, html);
 }
 
-void answerWithFile(Response& response, const std::optional<std::string>& path, const std::string& type,
+void answerWithFile(Response& response, const std::optional<std::string>& path,
                     const char* missing = catalogue_texts::missingFile) {
-    if (path) http_answers::file(*path, response, type);
+    if (path) http_answers::file(*path, response, contentTypeOf(*path));
     if (!path || response.status == notFound) answerMissing(response, missing);
 }
 
@@ -168,13 +168,13 @@ struct CatalogueServer::State {
     void frontPage(const Request& request, Response& response) const;
     void news(const Request& request, Response& response) const;
     void forum(const Request& request, Response& response) const;
-    void otherFiles(const Request& request, Response& response) const;
 
     [[nodiscard]] std::shared_ptr<const std::string> listText(bool developer, const std::string& country);
     [[nodiscard]] std::optional<std::string> voterOf(const Request& request) const;
     [[nodiscard]] std::string senderOf(const Request& request) const;
     bool answerWithOwnPage(const char* name, Response& response) const;
-    void answerWithPortFile(std::string_view place, Response& response) const;
+    void answerWithAnyFile(const std::string& path, Response& response) const;
+    [[nodiscard]] std::optional<std::string> portFile(std::string_view place) const;
 };
 
 void CatalogueServer::State::route() {
@@ -227,14 +227,24 @@ void CatalogueServer::State::answerGet(const Request& request, Response& respons
     const auto* found = std::find_if(addresses.begin(), addresses.end(),
                                      [&](const auto& known) { return known.first == request.path; });
     if (found != addresses.end()) return (this->*found->second)(request, response);
-    constexpr std::string_view verbs = "/ckis/winetricks/", ports = "/ckis/";
-    if (request.path.starts_with(verbs))
-        return answerWithFile(response,
-                              fileBelow(options.content + "/winetricks", request.path.substr(verbs.size())),
-                              "application/octet-stream", catalogue_texts::missingVerb);
-    if (request.path.starts_with(ports))
-        return answerWithPortFile(std::string_view(request.path).substr(ports.size()), response);
-    otherFiles(request, response);
+    answerWithAnyFile(request.path, response);
+}
+
+/// Verb files and the ports' own; whatever is no such file may lie below "files".
+void CatalogueServer::State::answerWithAnyFile(const std::string& path, Response& response) const {
+    constexpr std::string_view verbs = "/ckis/winetricks/", ports = "/ckis/", others = "/files/";
+    const char* missing = catalogue_texts::missingFile;
+    std::optional<std::string> file;
+    if (path.starts_with(verbs)) {
+        file = fileBelow(options.content + "/winetricks", path.substr(verbs.size()));
+        missing = catalogue_texts::missingVerb;
+    } else if (path.starts_with(ports)) {
+        file = portFile(std::string_view(path).substr(ports.size()));
+    }
+    if (!file)
+        file = fileBelow(options.content + "/files",
+                         path.starts_with(others) ? path.substr(others.size()) : path);
+    answerWithFile(response, file, missing);
 }
 
 void CatalogueServer::State::answerPost(const Request& request, Response& response,
@@ -326,7 +336,7 @@ void CatalogueServer::State::rankingPorts(const Request& request, Response& resp
 
 void CatalogueServer::State::download(const Request& request, Response& response) const {
     const std::int64_t id = numberOf(valueOf(request.params, "id")).value_or(0);
-    answerWithFile(response, store->ckiPath(id, valueOf(request.params, "type")), "application/octet-stream");
+    answerWithFile(response, store->ckiPath(id, valueOf(request.params, "type")));
     // A look at the head, or the rest of a broken transfer, is no download of its own.
     const bool whole = request.method == "GET" && request.ranges.empty();
     if (!whole || response.status == notFound) return;
@@ -338,19 +348,18 @@ void CatalogueServer::State::download(const Request& request, Response& response
     }
 }
 
-/// The place below "ckis/": creator, folder, file.
-void CatalogueServer::State::answerWithPortFile(std::string_view place, Response& response) const {
+/// The file at a place below "ckis/": creator, folder, file.
+std::optional<std::string> CatalogueServer::State::portFile(std::string_view place) const {
     const std::size_t first = place.find('/'), last = place.rfind('/');
-    if (first == std::string_view::npos || first == last) return answerMissing(response);
+    if (first == std::string_view::npos || first == last) return std::nullopt;
     // A name may hold "/" itself: the folder is what stands between the first and the last one.
     const auto id = store->portAtFolder(std::string(place.substr(0, first)),
                                         std::string(place.substr(first + 1, last - first - 1)));
     const std::string_view file = place.substr(last + 1);
     constexpr std::string_view ending = ".cki";
-    if (id && file == "Icon.png") return answerWithFile(response, store->iconPath(*id), "image/png");
-    if (!id || !file.ends_with(ending)) return answerMissing(response);
-    answerWithFile(response, store->ckiPath(*id, std::string(file.substr(0, file.size() - ending.size()))),
-                   "application/octet-stream");
+    if (id && file == "Icon.png") return store->iconPath(*id);
+    if (!id || !file.ends_with(ending)) return std::nullopt;
+    return store->ckiPath(*id, std::string(file.substr(0, file.size() - ending.size())));
 }
 
 void CatalogueServer::State::instructions(const Request& request, Response& response) const {
@@ -465,14 +474,6 @@ void CatalogueServer::State::news(const Request&, Response& response) const {
 void CatalogueServer::State::forum(const Request&, Response& response) const {
     if (!answerWithOwnPage("forum.html", response))
         answerWithPage(response, 200, "Forum", "This catalogue has no forum yet.");
-}
-
-void CatalogueServer::State::otherFiles(const Request& request, Response& response) const {
-    constexpr std::string_view prefix = "/files/";
-    const std::string path =
-        request.path.starts_with(prefix) ? request.path.substr(prefix.size()) : request.path;
-    const auto file = fileBelow(options.content + "/files", path);
-    answerWithFile(response, file, file ? contentTypeOf(*file) : "");
 }
 
 Result<std::unique_ptr<CatalogueServer>> CatalogueServer::start(const Options& options) {

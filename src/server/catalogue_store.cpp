@@ -141,12 +141,13 @@ struct CatalogueStore::State {
         }
         Reader(const Reader&) = delete;
         Reader& operator=(const Reader&) = delete;
-        Database* operator->() {
+        Database& operator*() {
             if (!database_)
                 database_ =
                     std::make_unique<Database>(state_.path, Database::Durability::process, state_.patience);
-            return database_.get();
+            return *database_;
         }
+        Database* operator->() { return &**this; }
 
       private:
         State& state_;
@@ -355,13 +356,15 @@ CatalogueStore::MailResult CatalogueStore::addMail(const Mail& mail) {
 
 namespace {
 
+std::optional<std::int64_t> idOf(Database& database, const Publication& port) {
+    return firstInteger(
+        *database.query("SELECT id FROM ports WHERE creator = ?1 AND name = ?2 AND country = ?3",
+                        port.creator, port.name, port.country));
+}
+
 /// The message for whoever publishes, or nothing; below as well.
 std::optional<std::string> whatIsMissing(Database& database, const Publication& port) {
-    const bool known = database
-                           .query("SELECT 1 FROM ports WHERE creator = ?1 AND name = ?2 AND country = ?3",
-                                  port.creator, port.name, port.country)
-                           ->next();
-    if (!known && (!port.description || !port.icon))
+    if (!idOf(database, port) && (!port.description || !port.icon))
         return localized("A new port needs a description and an icon.");
     if (port.dependency.value_or(0) != 0 &&
         !database.query("SELECT 1 FROM ports WHERE id = ?1", *port.dependency)->next())
@@ -371,21 +374,17 @@ std::optional<std::string> whatIsMissing(Database& database, const Publication& 
 
 /// The ports row: made, or changed where the publication says something.
 std::int64_t writePort(Database& database, const Publication& port) {
-    const auto flag = [](const std::optional<bool>& value) { return value.value_or(false); };
-    database.run(
-        "INSERT OR IGNORE INTO ports(creator, name, folded, country, free, native, developer, dependency, "
-        "published) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)",
-        port.creator, port.name, MVString::lowercased(port.name), port.country, flag(port.free),
-        flag(port.native), flag(port.developer), port.dependency.value_or(0), now());
-    const auto id =
-        firstInteger(*database.query("SELECT id FROM ports WHERE creator = ?1 AND name = ?2 AND country = ?3",
-                                     port.creator, port.name, port.country));
-    if (port.free) database.run("UPDATE ports SET free = ?2 WHERE id = ?1", *id, *port.free);
-    if (port.native) database.run("UPDATE ports SET native = ?2 WHERE id = ?1", *id, *port.native);
-    if (port.developer) database.run("UPDATE ports SET developer = ?2 WHERE id = ?1", *id, *port.developer);
-    if (port.dependency)
-        database.run("UPDATE ports SET dependency = ?2 WHERE id = ?1", *id, *port.dependency);
-    return *id;
+    if (!idOf(database, port))
+        database.run(
+            "INSERT INTO ports(creator, name, folded, country, free, native, developer, dependency, "
+            "published) VALUES(?1, ?2, ?3, ?4, 0, 0, 0, 0, ?5)",
+            port.creator, port.name, MVString::lowercased(port.name), port.country, now());
+    const std::int64_t id = idOf(database, port).value();
+    if (port.free) database.run("UPDATE ports SET free = ?2 WHERE id = ?1", id, *port.free);
+    if (port.native) database.run("UPDATE ports SET native = ?2 WHERE id = ?1", id, *port.native);
+    if (port.developer) database.run("UPDATE ports SET developer = ?2 WHERE id = ?1", id, *port.developer);
+    if (port.dependency) database.run("UPDATE ports SET dependency = ?2 WHERE id = ?1", id, *port.dependency);
+    return id;
 }
 
 void writePage(Database& database, std::int64_t id, const Publication& port) {
@@ -463,10 +462,11 @@ Result<std::int64_t> CatalogueStore::publish(const Publication& port) {
 
 bool CatalogueStore::holds(const Publication& port) const {
     if (!port.cki) return false;
-    State::Reader database(*state_);
-    const auto id = firstInteger(
-        *database->query("SELECT id FROM ports WHERE creator = ?1 AND name = ?2 AND country = ?3",
-                         port.creator, port.name, port.country));
+    std::optional<std::int64_t> id;
+    {
+        State::Reader database(*state_);
+        id = idOf(*database, port);
+    }
     const auto path = id ? ckiPath(*id, port.cki->source) : std::nullopt;
     if (!path) return false;
     const auto stored = files::read(*path);
