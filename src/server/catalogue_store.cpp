@@ -258,7 +258,7 @@ std::vector<RankedPort> CatalogueStore::ranking(RankingKind kind, int count,
         case RankingKind::latest:
             rows = database->query(
                 "SELECT id, creator, name, date(published, 'unixepoch') FROM ports "
-                "WHERE developer = 0 AND country = '--' ORDER BY published DESC, id DESC LIMIT ?1",
+                "WHERE developer = 0 AND +country = '--' ORDER BY published DESC, id DESC LIMIT ?1",
                 count);
             break;
         case RankingKind::popular:
@@ -268,12 +268,21 @@ std::vector<RankedPort> CatalogueStore::ranking(RankingKind kind, int count,
                 count);
             break;
         case RankingKind::highrated:
-            rows = database->query(
-                "SELECT id, creator, name, printf('%.2f', CAST(sum(stars) AS REAL) / sum(votes)) AS rate "
-                "FROM ratings JOIN ports ON id = port "
-                "WHERE votes > 0 AND ?2 IN (family, -1) AND ports.developer = 0 AND country = '--' "
-                "GROUP BY port ORDER BY rate DESC, sum(votes) DESC, folded LIMIT ?1",
-                count, family ? static_cast<int>(*family) : -1);
+            rows =
+                family
+                    ? database->query(
+                          "SELECT id, creator, name, printf('%.2f', CAST(stars AS REAL) / votes) "
+                          "FROM ratings JOIN ports ON id = port "
+                          "WHERE family = ?2 AND votes > 0 AND ports.developer = 0 AND country = '--' "
+                          "ORDER BY CAST(stars AS REAL) / votes DESC, votes DESC, folded LIMIT ?1",
+                          count, static_cast<int>(*family))
+                    : database->query(
+                          "SELECT id, creator, name, printf('%.2f', rate) FROM "
+                          "(SELECT port, CAST(sum(stars) AS REAL) / sum(votes) AS rate, sum(votes) AS weight "
+                          "FROM ratings WHERE votes > 0 GROUP BY port) JOIN ports ON id = port "
+                          "WHERE ports.developer = 0 AND country = '--' "
+                          "ORDER BY rate DESC, weight DESC, folded LIMIT ?1",
+                          count);
     }
     std::vector<RankedPort> ranked;
     while (rows->next()) ranked.push_back({rows->integer(0), rows->text(1), rows->text(2), rows->text(3)});

@@ -26,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr seconds betweenRequests{5};
+constexpr milliseconds betweenRequests{5000}, ofItsOwn{250};
 constexpr seconds toBegin{10};                       // a request, or an answer, may rest this long in all...
 constexpr std::size_t slowestBytesPerSecond = 4096;  // ... beyond what this speed takes
 constexpr std::size_t requestsPerConnection = 1000;
@@ -42,9 +42,12 @@ class Connection : public httplib::Stream {
 
     /// Whether another request begins in time, and before others need the thread.
     bool awaitRequest() {
-        // The thread is there for the first request; only between two it is of more use to others.
-        const int crowd = std::exchange(first_, false) ? none : crowd_;
-        const bool begun = at_ < filled_ || await(POLLIN, Clock::now() + betweenRequests, crowd);
+        const auto now = Clock::now();
+        // The thread is there for the first request. Between two it is of more use to others, but a client
+        // that goes on at once must not run into a closing connection.
+        const auto mine = now + (std::exchange(first_, false) ? betweenRequests : ofItsOwn);
+        const bool begun =
+            at_ < filled_ || await(POLLIN, mine) || await(POLLIN, now + betweenRequests, crowd_);
         begun_ = Clock::now();
         received_ = sent_ = 0;
         return begun;
