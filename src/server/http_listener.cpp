@@ -26,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr milliseconds betweenRequests{5000}, ofItsOwn{250};
+constexpr milliseconds betweenRequests{5000}, ofItsOwn{1000};
 constexpr seconds toBegin{10};                       // a request, or an answer, may rest this long in all...
 constexpr std::size_t slowestBytesPerSecond = 4096;  // ... beyond what this speed takes
 constexpr std::size_t requestsPerConnection = 1000;
