@@ -1,11 +1,15 @@
 #include "server/catalogue_store.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <charconv>
 
 #include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/annotations.h"
+#include "platform/descriptor.h"
 #include "platform/files.h"
 #include "server/database.h"
 
@@ -17,7 +21,9 @@ constexpr std::int64_t secondsPerHour = 3600, secondsPerDay = 86400;
 constexpr std::int64_t newFor = 30 * secondsPerDay;
 constexpr std::int64_t mailsPerHour = 10, mailsPerDay = 1000;
 constexpr int mostFound = 100;
+constexpr const char* databaseName = "/catalogue.db";
 constexpr const char* iconName = "/Icon.png";
+constexpr mode_t ownerOnly = 0600;
 
 /// Long texts stand in a table of their own, so that a list reads few pages. The sums of the votes are kept
 /// by triggers: they hold whoever changes a vote. IDs begin at 2: 1 means "not known" to the application.
@@ -162,7 +168,7 @@ struct CatalogueStore::State {
 };
 
 CatalogueStore::CatalogueStore(std::string folder, std::chrono::milliseconds patience)
-    : folder_(std::move(folder)), state_(std::make_unique<State>(folder_ + "/catalogue.db", patience)) {}
+    : folder_(std::move(folder)), state_(std::make_unique<State>(folder_ + databaseName, patience)) {}
 
 CatalogueStore::~CatalogueStore() = default;
 
@@ -170,6 +176,9 @@ Result<std::unique_ptr<CatalogueStore>> CatalogueStore::open(const std::string& 
                                                              std::chrono::milliseconds patience) {
     if (const auto error = files::createFolder(folder, true))
         return Failure{localized("The folder %@ cannot be made: %@", {folder, *error})};
+    // Mails hold people's addresses. SQLite gives its other files the permissions of this one.
+    const Descriptor made(
+        ::open((folder + databaseName).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly));
     try {
         std::unique_ptr<CatalogueStore> store(new CatalogueStore(folder, patience));
         Database& database = store->state_->votes;
