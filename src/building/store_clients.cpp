@@ -87,13 +87,9 @@ StoreClient gogGalaxy() {
             {"msxml3", "vcrun2012", "nocrashdialog"}};
 }
 
-std::vector<StoreClient> clientsOf(const NSPortData& port) {
-    std::vector<StoreClient> clients;
-    if (port.isSteam) clients.push_back(steam());
-    if (port.isOrigin) clients.push_back(origin());
-    if (port.isUplay) clients.push_back(uplay());
-    if (port.isGogGalaxy) clients.push_back(gogGalaxy());
-    return clients;
+std::string proofOnDriveC(const StoreClient& client, const std::string& wrapper) {
+    const std::string programs = NSUtilities::programFilesPathfromWrapper(wrapper, For64BitsApplication::no);
+    return programs.substr(std::min<std::size_t>(2, programs.size())) + "/" + client.proof;
 }
 
 }  // namespace store_clients
@@ -106,11 +102,8 @@ constexpr const char* originKey = R"([Software\\Origin])";
 constexpr const char* uplayKey = R"([Software\\Wine\\AppDefaults\\Uplay.exe\\DllOverrides])";
 
 bool install(WrapperCreation& creation, const StoreClient& client, const NSPortManager& port) {
-    const std::string programs =
-        NSUtilities::programFilesPathfromWrapper(port.path, For64BitsApplication::no);
-    const std::string onDriveC = programs.substr(std::min<std::size_t>(2, programs.size()));
-    return creation.installDRM(client.name, client.link, client.flags, onDriveC + "/" + client.proof,
-                               client.components, port);
+    return creation.installDRM(client.name, client.link, client.flags,
+                               store_clients::proofOnDriveC(client, port.path), client.components, port);
 }
 
 /// Where the installer is downloaded to; nothing for a link that gives no name for a file.

@@ -1,9 +1,10 @@
 // The requests of a port's list of Windows components, one after the other.
 
-#include "building/winetricks.h"
 #include "building/engine_store.h"
 #include "building/port_texts.h"
 #include "building/verb_script.h"
+#include "building/winetricks_files.h"
+#include "building/winetricks_lists.h"
 #include "building/wrapper_creation.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
@@ -74,7 +75,8 @@ bool WrapperCreation::installWinetricks(const std::vector<std::string>& requests
         const Request request = verb_script::requestOf(entry, MVString::contains(entry, "VC:")
                                                                   ? NSComputerInformation::graphicCardType()
                                                                   : std::nullopt);
-        if (!request.applies) continue;
+        // A list with several markers is divided at the first.
+        if (!request.applies || entry == installAppMarker) continue;
         if (request.kind == Request::Kind::engine) {
             verifyingWinetrickThatChangesEngine(request.words);
             setMessage(localized("Changing Engine to %@...", {request.name}));
@@ -93,11 +95,16 @@ bool WrapperCreation::installWinetricks(const std::vector<std::string>& requests
     return true;
 }
 
+std::optional<std::string> winetricks::linkOfEngineRequest(const std::vector<std::string>& words) {
+    if (words.size() < 2) return std::nullopt;
+    auto link = verb_script::withoutEnds(words[1]);
+    const bool canBeLink = link && (link->starts_with("http") || link->starts_with("ftp"));
+    return canBeLink ? std::move(link) : std::nullopt;
+}
+
 void WrapperCreation::verifyingWinetrickThatChangesEngine(const std::vector<std::string>& words) {
-    std::optional<std::string> link;
-    if (words.size() > 1) link = verb_script::withoutEnds(words[1]);
-    if (link && !link->starts_with("http") && !link->starts_with("ftp")) link.reset();
-    static_cast<void>(prepareEngine(words.empty() ? "" : words.front(), link));
+    static_cast<void>(
+        prepareEngine(words.empty() ? "" : words.front(), winetricks::linkOfEngineRequest(words)));
 }
 
 void WrapperCreation::changeEngineTo(const std::string& engine, const std::string& wrapper) {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "building/winetricks.h"
+#include "building/winetricks_files.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -20,7 +20,7 @@ namespace morvane {
 
 namespace {
 
-using verb_script::Download;
+using VerbDownload = verb_script::Download;
 
 /// A text of the script in a dialog.
 std::string shown(std::string_view text) {
@@ -42,7 +42,7 @@ Result<std::string> placeOfFolder(const std::string& component) {
 
 /// The place of the file in the cache, in a folder that exists. A name that leads elsewhere is reported and
 /// gives nothing.
-std::optional<std::string> targetOf(const Download& download) {
+std::optional<std::string> targetOf(const VerbDownload& download) {
     auto place = winetricks::placeInCache(download.folder, download.file);
     if (const Failure* failure = failureOf(place)) {
         MVAlert::showAlertErrorMessage(failure->message + " " + localized("That file is not downloaded."));
@@ -52,7 +52,11 @@ std::optional<std::string> targetOf(const Download& download) {
     return std::get<std::string>(std::move(place));
 }
 
-bool canBeFollowed(const Download& download) {
+bool isInCatalogue(const VerbDownload& manual) {
+    return manual.file == verb_script::catalogueManualFile;
+}
+
+bool canBeFollowed(const VerbDownload& download) {
     if (winetricks::isWebLink(download.link)) return true;
     MVAlert::showAlertErrorMessage(localized("The download link seems to be invalid.") + " " +
                                    localized("\"%@\" of the winetrick %@ is not downloaded.",
@@ -66,14 +70,14 @@ bool isKnown(const std::string& site) {
     return !site.empty();
 }
 
-void giveUp(const Download& download) {
+void giveUp(const VerbDownload& download) {
     MVAlert::showAlertErrorMessage(
         localized("\"%@\" of the winetrick %@ was downloaded several times, and never had the expected "
                   "checksum. The installation goes on without it.",
                   {download.file, download.folder}));
 }
 
-bool isWrong(const Download& download, const std::string& target, WrapperCreation::WithoutAsking asking) {
+bool isWrong(const VerbDownload& download, const std::string& target, WrapperCreation::WithoutAsking asking) {
     bool again = false;
     WrapperCreation::compareSHA1Checksum(download.checksum, target, asking,
                                          [&again](bool answer) { again = answer; });
@@ -82,7 +86,7 @@ bool isWrong(const Download& download, const std::string& target, WrapperCreatio
 
 /// Fetches the file unless it is in the cache already. False when its sum is wrong, the user wanted it again,
 /// and the web archive's copy was wrong as well.
-bool fetchOnce(WrapperCreation& creation, const Download& download) {
+bool fetchOnce(WrapperCreation& creation, const VerbDownload& download) {
     const auto target = targetOf(download);
     if (!target || !canBeFollowed(download)) return true;
     if (!MVFileManager::fileExistsAtPath(*target))
@@ -96,7 +100,7 @@ bool fetchOnce(WrapperCreation& creation, const Download& download) {
 
 /// The downloads of one component or helper: a file that is wrong in the end has them all handled again,
 /// since the source may have been exchanged meanwhile.
-void fetchAll(WrapperCreation& creation, const std::vector<Download>& downloads) {
+void fetchAll(WrapperCreation& creation, const std::vector<VerbDownload>& downloads) {
     int retries = 0;
     for (std::size_t next = 0; next < downloads.size();) {
         host().creation.throwIfRequested();
@@ -134,7 +138,7 @@ bool userGivesUp(const std::string& file) {
 }
 
 /// Has the user fetch the file, until it is there or he gives up.
-void requestFile(WrapperCreation& creation, const Download& download, const std::string& target) {
+void requestFile(WrapperCreation& creation, const VerbDownload& download, const std::string& target) {
     creation.progressWindow->setMessage(
         localized("Please, download %@ and put in the opened folder", {download.file}), CreatingPort::yes);
     for (int questions = 0; !MVFileManager::fileExistsAtPath(target); ++questions) {
@@ -186,12 +190,39 @@ bool winetricks::isWebLink(const std::string& link) {
     return scheme == "http" || scheme == "https" || scheme == "ftp";
 }
 
-std::string winetricks::catalogueAddressOf(const std::string& component, const std::string& file) {
-    return host().sites.catalogue + "ckis/winetricks/" + component + "/" + file;
+VerbDownload winetricks::fromCatalogue(const std::string& component, const std::string& file) {
+    return {.folder = component,
+            .file = file,
+            .link = host().sites.catalogue + "ckis/winetricks/" + component + "/" + file,
+            .checksum = {}};
 }
 
 std::string winetricks::archiveAddressOf(const std::string& link) {
     return host().sites.webArchive + link;
+}
+
+void winetricks::forEachDownload(std::string_view script, const std::string& component,
+                                 std::set<std::string>& visited,
+                                 const std::function<void(const VerbDownload& download, bool byHand)>& work) {
+    const auto all = [&work](const std::vector<VerbDownload>& downloads) {
+        for (const VerbDownload& download : downloads) work(download, false);
+    };
+    const verb_script::Visitor visitor{
+        .catalogueFile = [&](const std::string& name,
+                             const std::string& file) { work(fromCatalogue(name, file), false); },
+        .helper = [&](const std::string&,
+                      const std::string& text) { all(verb_script::helperDownloads(text)); },
+        .component =
+            [&](const std::string& name, const std::string& text) {
+                const auto manual = verb_script::manualDownload(text, name);
+                if (manual && isInCatalogue(*manual)) {
+                    work(fromCatalogue(verb_script::catalogueManualComponent, manual->file), false);
+                } else if (manual) {
+                    work(*manual, true);
+                }
+                all(verb_script::ordinaryDownloads(text, name));
+            }};
+    verb_script::visit(script, component, visited, visitor);
 }
 
 void winetricks::fetchFilesOf(WrapperCreation& creation, const std::string& component,
@@ -227,7 +258,7 @@ void WrapperCreation::downloadWDownloadWinetrick(const std::string& component, c
 void WrapperCreation::downloadWDownloadManualWinetrick(const std::string& component, const std::string& raw) {
     const auto download = verb_script::manualDownload(raw, component);
     if (!download) return;
-    if (download->file == verb_script::catalogueManualFile) {
+    if (isInCatalogue(*download)) {
         downloadFileFromMorvaneWebsiteToWinetrick(download->file, verb_script::catalogueManualComponent);
         return;
     }
@@ -247,9 +278,10 @@ void WrapperCreation::downloadHelperWinetrick(const std::string& helper, const s
 
 void WrapperCreation::downloadFileFromMorvaneWebsiteToWinetrick(const std::string& file,
                                                                 const std::string& component) {
-    const auto target = targetOf({.folder = component, .file = file, .link = {}, .checksum = {}});
+    const VerbDownload download = winetricks::fromCatalogue(component, file);
+    const auto target = targetOf(download);
     if (!target || MVFileManager::fileExistsAtPath(*target) || !isKnown(host().sites.catalogue)) return;
-    downloadFileToPath(winetricks::catalogueAddressOf(component, file), *target, labelOf(component));
+    downloadFileToPath(download.link, *target, labelOf(component));
 }
 
 void WrapperCreation::compareSHA1Checksum(const std::string& expected, const std::string& file,

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "building/tools.h"
-#include "building/winetricks.h"
+#include "building/winetricks_files.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -36,25 +36,6 @@ void tellOfFailedUpdate() {
                   {catalogue ? catalogue->host : localized("the catalogue server")}));
 }
 
-/// The first script worth the name of the three sources, which are asked in this order.
-std::optional<std::string> freshScript(bool verbsAreReachable) {
-    std::optional<std::string> script;
-    const auto isMissing = [&script] { return !WrapperCreation::isWinetrickFileContentValid(script); };
-    if (verbsAreReachable) {
-        script = NSUtilities::safeDataWithContentsOfURL(
-            host().sites.verbs + "Winetricks/winetricks/master/src/winetricks" + building::cacheBuster());
-    }
-    if (isMissing() && NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) {
-        script =
-            NSUtilities::safeDataWithContentsOfURL(host().sites.catalogue + "ckis/winetricks/winetricks");
-    }
-    if (isMissing() && MVFileManager::regularFileExistsAtPath(winetricks::sharedScript())) {
-        auto shared = files::read(winetricks::sharedScript());
-        if (failureOf(shared) == nullptr) script = std::get<std::string>(std::move(shared));
-    }
-    return isMissing() ? std::nullopt : script;
-}
-
 void makeRunnable(const std::string& script) {
     MVTask::runProgram("chmod", "/", std::vector<std::string>{"755", script}, Wait::yes);
 }
@@ -69,21 +50,41 @@ std::string winetricks::sharedScript() {
     return files::join(layout::supportFolder(), "winetricks/winetricks");
 }
 
+std::optional<winetricks::Script> winetricks::scriptWithSource() {
+    const auto fetched = [](const std::string& site, const std::string& path) -> std::optional<Script> {
+        if (!NSUtilities::isWebsiteOfUrlAvailable(site)) return std::nullopt;
+        auto bytes = NSUtilities::safeDataWithContentsOfURL(site + path);
+        if (!WrapperCreation::isWinetrickFileContentValid(bytes)) return std::nullopt;
+        return Script{std::move(*bytes), site + path};
+    };
+    if (auto script = fetched(host().sites.verbs,
+                              "Winetricks/winetricks/master/src/winetricks" + building::cacheBuster())) {
+        return script;
+    }
+    if (auto script = fetched(host().sites.catalogue, "ckis/winetricks/winetricks")) return script;
+    if (!MVFileManager::regularFileExistsAtPath(sharedScript())) return std::nullopt;
+    auto bytes = files::read(sharedScript());
+    if (failureOf(bytes) != nullptr) return std::nullopt;
+    Script shared{std::get<std::string>(std::move(bytes)), ""};
+    return WrapperCreation::isWinetrickFileContentValid(shared.bytes) ? std::optional(std::move(shared))
+                                                                      : std::nullopt;
+}
+
 bool WrapperCreation::updateWinetricksListAtFile(const std::string& wrapper) {
-    const bool verbsAreReachable = NSUtilities::isWebsiteOfUrlAvailable(host().sites.verbs);
     const std::string shared = winetricks::sharedScript();
-    if (!verbsAreReachable && !NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) &&
+    if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.verbs) &&
+        !NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) &&
         !MVFileManager::regularFileExistsAtPath(shared)) {
         tellOfFailedUpdate();
         return true;
     }
-    const auto fresh = freshScript(verbsAreReachable);
+    const auto fresh = winetricks::scriptWithSource();
     if (!fresh) {
         tellOfFailedUpdate();
         return false;
     }
-    const std::string patched =
-        MVString::replacedAll(MVString::replacedAll(*fresh, asking, silent), versionCheck, noVersionCheck);
+    const std::string patched = MVString::replacedAll(MVString::replacedAll(fresh->bytes, asking, silent),
+                                                      versionCheck, noVersionCheck);
     MVFileManager::removeItemAtPath(wrapper + layout::settingsToolResources + "/winetricksHelpList.plist");
     // Over the old one, not after its removal: a kill in between would leave a wrapper without a script.
     const std::string script = winetricks::scriptOf(wrapper);

@@ -83,7 +83,9 @@ void Session::handleSignal(int signal) {
     }
     // A question that is open has the person's attention already; so has somebody who presses it a second
     // time.
-    const bool asked = signal == SIGINT && console_.isInteractive() && !console_.interrupt();
+    // The question is about a wrapper that would be removed: other work is cancelled without it.
+    const bool asked =
+        signal == SIGINT && console_.isInteractive() && !console_.interrupt() && creation_ != nullptr;
     if (asked) {
         host_->mainQueue.post([this] {
             WrapperCreation* creation = creation_;

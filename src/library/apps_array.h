@@ -1,22 +1,160 @@
-// library/apps_array.h: the local library, and what is done to all of its wrappers at once.
+// library/apps_array.h: the local library beside the catalogue list, and the list that is shown.
+//
+// Main thread, but for the class operations (any thread). A completion is called once, on the main queue
+// unless said; none is called once the object is gone, whose destruction also ends a scan that still runs.
+//
+// The stored library (the setting "App List") may be changed by several processes at once: an operation
+// changes the list as it is stored at that moment, under the lock of the settings, and takes over what others
+// have added and removed. A list that cannot be stored is reported, and stays in memory.
 #pragma once
 
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "library/catalogue_line.h"
 #include "platform/value.h"
 
 namespace morvane {
 
-/// The library's entries are dictionaries with the texts "Name" and "Path", kept in the setting "App List".
+/// Something installed: a wrapper, a program's launcher inside one, a native application or a Boxer bundle.
+struct LocalItem {
+    std::string name, path;
+    bool operator==(const LocalItem&) const = default;
+};
+
+/// The games folder in the applications folder.
+inline constexpr const char* gamesFolderName = "Games.localized/";
+
+enum class CustomEXE { no, yes };
+enum class SavingOrder { no, yes };
+
 class NSAppsArray {
   public:
-    /// `askToKillAllCaskeryProcessesFromLocalApps`. Asks first; any thread.
-    void askToKillAllCaskeryProcessesFromLocalApps() const;
+    using Completion = std::function<void()>;
+    static constexpr std::int64_t orderByName = 0, orderBySize = 1;
+    static constexpr std::int64_t localTab = 0, catalogueTab = 1;
+    /// What is shown: items of the local library or lines of the catalogue.
+    using Shown = std::variant<std::vector<LocalItem>, std::vector<CatalogueLine>>;
+
+    NSAppsArray() = default;
+    ~NSAppsArray();
+    NSAppsArray(const NSAppsArray&) = delete;
+    NSAppsArray& operator=(const NSAppsArray&) = delete;
+
+    /// `generateDictionaryForWrapper:isCustomEXE:`.
+    [[nodiscard]] static LocalItem generateDictionaryForWrapper(const std::string& path,
+                                                                CustomEXE isCustomEXE);
+    /// `checkForCustomEXEsInWrapper:`. By name.
+    [[nodiscard]] static std::vector<LocalItem> checkForCustomEXEsInWrapper(const std::string& wrapper);
+
+    /// `array`, `localAppsArray`, `serverAppsArray`, `tabType` (1 for the catalogue, any other: local).
+    [[nodiscard]] const Shown& array() const { return array_; }
+    [[nodiscard]] const std::vector<LocalItem>& localAppsArray() const { return local_; }
+    [[nodiscard]] const std::vector<CatalogueLine>& serverAppsArray() const { return server_; }
+    [[nodiscard]] std::int64_t tabType() const { return tabType_; }
+    /// Whether the local library has been loaded or scanned.
+    [[nodiscard]] bool isLoaded() const { return loaded_; }
+
+    /// The apps folders as the setting has them, each ending in "/"; a missing or older form is replaced
+    /// first.
+    [[nodiscard]] static std::vector<std::string> validAppsFolders();
+
+    /// `loadLocalAppsBlock:`. With a stored list the completion runs at once; else after the first scan.
+    void loadLocalAppsBlock(Completion completion);
+    /// `loadLocalAppsForTheFirstTimeBlock:`. A scan that runs already is joined. Each real folder is walked
+    /// once, bundles that end in ".app" are not entered; real folders go before links, so that an item is
+    /// found where it lies. What was stored meanwhile stays in the list.
+    void loadLocalAppsForTheFirstTimeBlock(Completion completion);
+
+    /// `reorderLocalAppsArrayByNameWithBlock:`, `reorderLocalAppsArrayBySizeWithBlock:`.
+    void reorderLocalAppsArrayByNameWithBlock(Completion completion);
+    void reorderLocalAppsArrayBySizeWithBlock(Completion completion);
+    /// `reorderLocalAppsArrayBy:savingOrder:withBlock:`. Any other order than the two does nothing, and calls
+    /// no completion.
+    void reorderLocalAppsArrayBy(std::int64_t order, SavingOrder saving, Completion completion);
+    /// `disableLocalAppsArrayAutoOrder`.
+    static void disableLocalAppsArrayAutoOrder();
+    /// The order that is kept ("Auto-order Apps List"), if any.
+    [[nodiscard]] static std::optional<std::int64_t> autoOrder();
+    /// `saveLocalAppList`.
+    void saveLocalAppList();
+
+    // The following load the library first when it is not yet: with a stored list they run at once.
+    /// `addLocalPort:withBlock:`. With an automatic order the completion comes later, on the main queue; else
+    /// at once.
+    void addLocalPort(const std::string& path, Completion completion);
+    /// `removeLocalPort:withBlock:`. Completion at once.
+    void removeLocalPort(const std::string& path, Completion completion);
+    /// `refreshLocalPortAtPath:whichIsCustomEXE:`.
+    void refreshLocalPortAtPath(const std::string& path, CustomEXE isCustomEXE);
+
+    /// `moveLocalPortAtIndex:toIndex:`. Nothing for an index that is not in the list as loaded.
+    void moveLocalPortAtIndex(std::size_t from, std::size_t to);
+
+    /// `shouldRemoveLocalPort:withAction:`. Asks; the action runs on the calling thread. From the disk goes
+    /// what lies at the path, a link itself. Only what ends in ".app" or ".boxer" is ever removed, and never
+    /// the home folder, a folder above it or a path that is not plain: that is told, and the action runs
+    /// all the same.
+    static void shouldRemoveLocalPort(const std::string& path, const std::function<void()>& action);
+    /// The library's add action: the chooser, then each chosen application is added (the completion follows
+    /// each) and each port description goes to `installCki`.
+    void addByHand(const std::function<void(const std::string& cki)>& installCki,
+                   const Completion& completion);
+    /// The question for an item whose path is gone: removes it from the list, then may go on with
+    /// `addByHand`. The completion comes after the removal, and after each addition.
+    void askAboutMissingApp(const std::string& path,
+                            const std::function<void(const std::string& cki)>& installCki,
+                            const Completion& completion);
+    /// `caskeryWrappersInLocalTab`: the items that can run a Windows program.
+    [[nodiscard]] std::vector<LocalItem> caskeryWrappersInLocalTab() const;
+
+    /// `loadToArrayAppsFromTab:filteringWithKeywords:withBlock:`. `array` is made at once.
+    void loadToArrayAppsFromTab(std::int64_t tabType, std::string_view keywords, Completion completion);
+
+    /// `loadServerAppsBlock:`. Blocks nothing; a list that is loaded is kept. Of the lines that are none, the
+    /// first ten are reported.
+    void loadServerAppsBlock(Completion completion);
+    /// `clearServerAppsArray`.
+    void clearServerAppsArray() { server_.clear(); }
+
+    /// `askToKillAllCaskeryProcessesFromLocalApps`. Asks first, and loads the library when it is not yet.
+    void askToKillAllCaskeryProcessesFromLocalApps();
     /// `killAllCaskeryProcessesFromLocalAppsAfterLoading`. Returns at once; the wrappers are stopped side by
     /// side, then whatever else says "wine".
     void killAllCaskeryProcessesFromLocalAppsAfterLoading() const;
 
   private:
-    /// The stored list; empty before the library was ever made.
-    [[nodiscard]] static Array storedApps();
+    using List = std::vector<LocalItem>;
+
+    /// Runs the work once the library is loaded: at once, or after the first scan.
+    void whenLoaded(const std::function<void()>& work);
+    /// Changes the list as it is stored now, stores it and takes it over.
+    void change(const std::function<void(List&)>& edit);
+    /// Sorts a copy on a queue of that name and brings the list into its order.
+    void reorder(const std::string& queue, const std::function<void(List&)>& sort, Completion completion);
+    void takeScanned(List found);
+
+    Shown array_;
+    List local_;
+    List stored_;  ///< the list as it was last read from or written to the settings
+    std::vector<CatalogueLine> server_;
+    std::int64_t tabType_ = localTab;
+    bool loaded_ = false;
+    bool scanning_ = false;
+    std::vector<Completion> afterScan_;
+    /// False once the object is gone: work that still runs then ends, and touches nothing.
+    std::shared_ptr<std::atomic<bool>> alive_ = std::make_shared<std::atomic<bool>>(true);
 };
+
+/// Tells the user, once, of settings that were damaged and put aside.
+void tellOfDamagedSettings();
 
 }  // namespace morvane

@@ -38,13 +38,15 @@ class StoreLock {
     int descriptor_;
 };
 
-/// Moves a file that can't be read as settings out of the way, never over an earlier one.
-bool keepAside(const std::string& path) {
+/// Moves a file that can't be read as settings out of the way, never over an earlier one. Where to, or
+/// nothing.
+std::optional<std::string> keepAside(const std::string& path) {
     std::string aside = path + ".damaged";
     for (int number = 2; files::kindOf(aside) != files::Kind::none; ++number) {
         aside = path + ".damaged" + std::to_string(number);
     }
-    return !files::move(path, aside);
+    if (files::move(path, aside)) return std::nullopt;
+    return aside;
 }
 
 bool isTrue(std::string_view text) {
@@ -98,9 +100,12 @@ void DefaultsStore::reload() const {
 bool DefaultsStore::makeReadable() const {
     state_ = State::unknown;  // a stamp is good enough for showing a value, not for replacing the file
     reload();
-    if (state_ == State::damaged && keepAside(path_)) {
-        state_ = State::readable;
-        stamp_ = stampOfFile();
+    if (state_ == State::damaged) {
+        if (auto aside = keepAside(path_)) {
+            keptAside_ = std::move(aside);
+            state_ = State::readable;
+            stamp_ = stampOfFile();
+        }
     }
     return state_ == State::readable;
 }
@@ -113,13 +118,20 @@ std::optional<Value> DefaultsStore::get(std::string_view key) const {
 }
 
 bool DefaultsStore::set(const std::string& key, const std::optional<Value>& value) {
+    return update(key, [&](const std::optional<Value>&) { return value; });
+}
+
+bool DefaultsStore::update(const std::string& key,
+                           const std::function<std::optional<Value>(const std::optional<Value>&)>& change) {
     const MutexLock guard(mutex_);
     if (files::createFolder(files::parent(path_), true)) return false;
     const StoreLock lock(path_ + ".lock");
     if (!lock.isHeld() || !makeReadable()) return false;
 
-    const Value* const old = values_.find(key);
-    if (value ? old != nullptr && *old == *value : old == nullptr) return true;
+    const Value* const found = values_.find(key);
+    const std::optional<Value> old = found != nullptr ? std::optional(*found) : std::nullopt;
+    const std::optional<Value> value = change(old);
+    if (value == old) return true;
     Dictionary changed = values_;
     if (value) {
         changed.set(key, *value);
@@ -130,6 +142,11 @@ bool DefaultsStore::set(const std::string& key, const std::optional<Value>& valu
     values_ = std::move(changed);
     stamp_ = stampOfFile();
     return true;
+}
+
+std::optional<std::string> DefaultsStore::takeKeptAside() {
+    const MutexLock guard(mutex_);
+    return std::exchange(keptAside_, std::nullopt);
 }
 
 bool DefaultsStore::getBool(std::string_view key, bool whenAbsent) const {

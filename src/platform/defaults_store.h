@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,6 +27,14 @@ class DefaultsStore {
     [[nodiscard]] std::optional<Value> get(std::string_view key) const;
     /// Sets the key, or removes it when there is no value. False when the file could not be written.
     bool set(const std::string& key, const std::optional<Value>& value);
+
+    /// Gives the key the value that `change` makes of its present one: nothing else, in no process, comes
+    /// between the two. `change` must not use the store. False when the file could not be written; `change`
+    /// may not have been called then.
+    bool update(const std::string& key,
+                const std::function<std::optional<Value>(const std::optional<Value>&)>& change);
+    /// Where a damaged file was put since the last question, for telling the user once.
+    [[nodiscard]] std::optional<std::string> takeKeptAside();
 
     /// The reading of the platform: a number other than 0, true, or a text that begins like one or with Y or
     /// T.
@@ -55,6 +64,7 @@ class DefaultsStore {
     mutable Mutex mutex_;
     mutable Dictionary values_ MV_GUARDED_BY(mutex_);
     mutable Stamp stamp_ MV_GUARDED_BY(mutex_);
+    mutable std::optional<std::string> keptAside_ MV_GUARDED_BY(mutex_);
     mutable State state_ MV_GUARDED_BY(mutex_) = State::unknown;
 };
 

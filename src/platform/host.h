@@ -4,8 +4,10 @@
 // that builds it is the main thread.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,6 +23,8 @@
 #include "platform/work_queues.h"
 
 namespace morvane {
+
+class NSGameData;
 
 /// A cache with its lock. `mutex` is held while `value` is read, or filled.
 template <class T>
@@ -67,6 +71,8 @@ class Host {
     Cache<std::vector<std::string>> engineCatalogue;
     Cache<std::optional<std::string>> newestMasterWrapper;
     Cache<HardwareValues> hardware;
+    /// The catalogue's entries by ID, until its list is refreshed.
+    Cache<std::map<std::int64_t, std::shared_ptr<NSGameData>>> serverAppsBuffer;
 
   private:
     std::function<bool(const std::string&)> reachability_;

@@ -1,4 +1,4 @@
-#include "building/winetricks.h"
+#include "building/winetricks_files.h"
 
 #include "building/building_machine.h"
 #include "foundation/text.h"
@@ -7,42 +7,36 @@ namespace morvane {
 namespace {
 
 constexpr const char* sumQuestion = "The SHA1 checksum of the downloaded file is ";
-constexpr const char* savedQuestion =
-    "You need to download setup.exe and move it into the opened folder, otherwise the winetrick installation";
-constexpr const char* sureQuestion =
-    "You haven't saved the file yet! If you don't save that file in that folder the winetricks installation";
-constexpr const char* updateError =
-    "The winetricks list failed to update from GitHub and from 127.0.0.1. That can be a problem if that";
+constexpr const char* savedQuestion = "You need to download setup.exe and move it into the opened folder";
+constexpr const char* sureQuestion = "You haven't saved the file yet! If you don't save that file in that";
+constexpr const char* updateError = "The winetricks list failed to update from GitHub and from 127.0.0.1. ";
 
 /// A script as a source has it, or as the wrapper gets it.
-std::string scriptNamed(const std::string& name, bool patched = false) {
-    const std::string option = std::string("    a) WINETRICKS_OPT_SHAREDPREFIX=1 ") +
-                               (patched ? "; winetricks_set_unattended 1 ;;\n" : ";;\n");
-    return "#!/bin/sh\n# " + name + "\nwinetricks_latest_version_check()\n{\n" +
-           (patched ? "    return\n" : "") + "    if true; then :; fi\n}\n" + option + option;
+std::string verbs(bool patched = false) {
+    const std::string option =
+        patched ? "SHAREDPREFIX=1 ; winetricks_set_unattended 1 ;;" : "SHAREDPREFIX=1 ;;";
+    return "#!/bin/sh\nwinetricks_latest_version_check()\n{\n" + std::string(patched ? "    return\n" : "") +
+           "    if\n  a) WINETRICKS_OPT_" + option + "\n  b) WINETRICKS_OPT_" + option + "\n";
 }
 
 class Winetricks : public testing::BuildingMachine {
   protected:
     Winetricks() {
-        machine->sites = {.caskery = base,
-                          .catalogue = base + "catalogue/",
-                          .verbs = base + "raw/",
-                          .sourceForge = base + "forge/",
-                          .webArchive = base + "archive/"};
+        machine->sites.verbs = base + "raw/";
+        machine->sites.catalogue = base + "catalogue/";
+        machine->sites.sourceForge = base + "forge/";
+        machine->sites.webArchive = base + "archive/";
         testing::makeFakeWrapperAt(wrapper, "CK9Wine3.0");
         const std::string log = " >> '" + runs + "'\n";
-        put(wrapper + "/Contents/Frameworks/bin/Caskery",
-            "#!/bin/sh\ngrep -q unattended '" + script +
-                "' && mode=silent || mode=asking\necho \"$# $* $mode\"" + log,
-            true);
+        const std::string mode = "grep -q unattended '" + script + "' && mode=silent || mode=asking\n";
+        put(commandTool, "#!/bin/sh\n" + mode + "echo \"$# $* $mode\"" + log, true);
         put(wrapper + "/Contents/MacOS/CaskeryLauncher", "#!/bin/sh\necho \"launcher $*\"" + log, true);
     }
 
     /// In which "@" is the site's address and "SUM" the sum of what it should give.
     void putScript(const std::string& definitions) {
         const std::string text = MVString::replacedAll(definitions, "@", base);
-        put(script, scriptNamed("own") + MVString::replacedAll(text, "SUM", rightSum));
+        put(script, verbs() + MVString::replacedAll(text, "SUM", rightSum));
     }
     void refresh(bool expected) {
         create([&](auto& creation) { EXPECT_EQ(creation.updateWinetricksListAtFile(wrapper), expected); });
@@ -50,9 +44,6 @@ class Winetricks : public testing::BuildingMachine {
     [[nodiscard]] NSPortManager port() const { return NSPortManager::managerWithPath(wrapper); }
     void install(const Names& requests) {
         create([&](auto& creation) { EXPECT_TRUE(creation.installWinetricks(requests, port())); });
-    }
-    void fetch(const std::string& component) {
-        create([&](WrapperCreation& creation) { creation.manuallyDownloadWinetrick(component, wrapper); });
     }
     /// The paths of the files that were fetched so far, in order, and forgets them.
     Names fetched() {
@@ -64,12 +55,11 @@ class Winetricks : public testing::BuildingMachine {
         return paths;
     }
 
-    const std::string runs = folder.path + "/runs";
-    const std::string base = site.baseAddress();
+    const std::string runs = folder.path + "/runs", base = site.baseAddress();
     const std::string script = wrapper + "/Caskery.app/Contents/Resources/winetricks";
+    const std::string commandTool = wrapper + "/Contents/Frameworks/bin/Caskery";
     const std::string shared = home + "/Library/Application Support/Caskery/winetricks/winetricks";
-    const std::string cache = home + "/.cache/winetricks/";
-    const std::string patched = scriptNamed("own", true);
+    const std::string cache = home + "/.cache/winetricks/", patched = verbs(true);
     const std::string rightSum = "d27a1f11771200949714b1af99f048a416f5d6f4";
 
   private:
@@ -79,18 +69,17 @@ class Winetricks : public testing::BuildingMachine {
 TEST_F(Winetricks, RefreshesTheScriptFromTheFirstGoodSource) {
     const std::string github = "/raw/Winetricks/winetricks/master/src/winetricks";
     const std::string catalogue = "/catalogue/ckis/winetricks/winetricks";
-    const std::string good = scriptNamed("own"), page = "<HTML>" + std::string(100, 'x');
+    const std::string good = verbs(), page = "<HTML>" + std::string(100, 'x');
     const struct {
         std::string github, catalogue, shared, expected;
         bool result = true;
     } rows[] = {
-        {good, scriptNamed("catalogue"), scriptNamed("old"), patched},
+        {good, page, page, patched},
         {page, good, "", patched},
         {"\n <!DOCTYPE html>" + page, "short", patched, patched},
         {good + '\xFF', good, "", patched},
         {page, page, page, "before", false},
         {std::string(49, 'x'), "", "", "before", false},
-        {std::string(50, 'x'), "", "", std::string(50, 'x')},
     };
     for (const auto& row : rows) {
         site.answer(github, {.body = row.github});
@@ -124,20 +113,21 @@ TEST_F(Winetricks, InstallsRequestsInOrder) {
     scriptProgram("system_profiler",
                   "printf 'Graphics/Displays:\\n\\n    X:\\n\\n      Chipset Model: NVIDIA X\\n'");
     site.answer("/e.7z", {.body = testing::packedEngine("CK9Wine5.0")});
-    put(wrapper + "/Contents/Resources/winetricksInstalled.plist", "x");
-    put(wrapper + "/winetricks/winetricksCached.plist", "x");
+    const std::string lists[] = {"/Contents/Resources/winetricksInstalled.plist",
+                                 "/winetricks/winetricksCached.plist"};
+    for (const std::string& list : lists) put(wrapper + list, "x");
     for (const std::string name : {"--force", "", "/tmp/x", "Evil.VERB", "a?b"})
         ui.expectError("\"" + name + "\" can't be used as the name of a winetrick");
     install({"vcrun2010", "corefonts", "macdriver=mac", "d3dx9 | VC:NVIDIA", "d3dx10 | VC:Intel", "two words",
-             "--force", "", "/tmp/x", "Evil.VERB", "a\nb", "Change Engine: CK9Wine5.0 “" + base + "e.7z”"});
+             "Install App", "--force", "", "/tmp/x", "Evil.VERB", "a\nb",
+             "Change Engine: CK9Wine5.0 “" + base + "e.7z”"});
     EXPECT_EQ(get(runs),
               "2 CKS-winetricks vcrun2010 silent\n2 CKS-winetricks corefonts asking\n"
               "2 CKS-winetricks macdriver=mac silent\n2 CKS-winetricks d3dx9 silent\n"
               "2 CKS-winetricks two words silent\nlauncher CKS-InstallICE\nlauncher CKS-wineboot\n");
     EXPECT_EQ(WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper), "CK9Wine5.0");
     EXPECT_EQ(get(script), patched);
-    EXPECT_FALSE(exists(wrapper + "/Contents/Resources/winetricksInstalled.plist"));
-    EXPECT_FALSE(exists(wrapper + "/winetricks/winetricksCached.plist"));
+    for (const std::string& list : lists) EXPECT_FALSE(exists(wrapper + list)) << list;
 }
 
 TEST_F(Winetricks, FetchesEverythingThatAComponentCalls) {
@@ -150,12 +140,17 @@ TEST_F(Winetricks, FetchesEverythingThatAComponentCalls) {
     const Names paths{"/h/font.zip", "/two.exe", "/catalogue/ckis/winetricks/icodecs/codinstl.exe",
                       "/catalogue/ckis/winetricks/dotnet40/gacutil-net40.tar.bz2", "/forge/p/one.exe"};
     for (const std::string& path : paths) site.answer(path, {.body = "right"});
-    fetch("one");
+    Names listed;
+    std::set<std::string> visited;
+    winetricks::forEachDownload(get(script), "one", visited, [&](const auto& download, bool byHand) {
+        listed.push_back((byHand ? "by hand " : "/") + download.link.substr(base.size()));
+    });
+    EXPECT_EQ(listed, paths);
+    install({"one"});
     EXPECT_EQ(fetched(), paths);
     for (const char* file : {"fonts/font.zip", "two/two.exe", "icodecs/codinstl.exe",
                              "dotnet40/gacutil-net40.tar.bz2", "one/one.exe"})
         EXPECT_EQ(get(cache + file), "right") << file;
-    EXPECT_EQ(ui.statusLines().back(), "Downloading winetrick one...");
     // What is in the cache is checked, and not fetched again.
     install({"two", "one", "undefined", "one"});
     EXPECT_EQ(fetched(), Names{});
@@ -166,16 +161,15 @@ TEST_F(Winetricks, OffersAWrongFileAgain) {
         const char *name, *first, *archived;
         std::string sum;
         std::vector<const char*> answers;
-        bool givenUp;
         int transfers;  // from the link and from the archive, in turns
-        bool kept;
+        bool kept, givenUp = false;
     } rows[] = {
-        {"declined", "bad", "right", rightSum, {"No"}, false, 1, false},
-        {"from the archive", "bad", "right", rightSum, {"Yes"}, false, 2, true},
-        {"wrong everywhere, then declined", "bad", "bad", rightSum, {"Yes", "No"}, false, 3, false},
-        {"wrong everywhere", "bad", "bad", rightSum, {"Yes", "Yes", "Yes", "Yes"}, true, 8, false},
-        {"another kind of sum", "right", "right", std::string(64, 'a'), {"No"}, false, 1, false},
-        {"no sum", "bad", "bad", "", {}, false, 1, true},
+        {"declined", "bad", "right", rightSum, {"No"}, 1, false},
+        {"from the archive", "bad", "right", rightSum, {"Yes"}, 2, true},
+        {"wrong everywhere, then declined", "bad", "bad", rightSum, {"Yes", "No"}, 3, false},
+        {"wrong everywhere", "bad", "bad", rightSum, {"Yes", "Yes", "Yes", "Yes"}, 8, false, true},
+        {"another kind of sum", "right", "right", std::string(64, 'a'), {"No"}, 1, false},
+        {"no sum", "bad", "bad", "", {}, 1, true},
     };
     for (const auto& row : rows) {
         putScript("w_metadata one dlls\n    w_download @f " + row.sum + "\n");
@@ -185,7 +179,7 @@ TEST_F(Winetricks, OffersAWrongFileAgain) {
         for (const char* answer : row.answers)
             ui.expect(sumQuestion).titleIs("Warning").defaultIs("Yes").answer(answer);
         if (row.givenUp) ui.expectError("\"f\" of the winetrick one was downloaded several times");
-        fetch("one");
+        install({"one"});
         Names expected;
         for (int i = 0; i < row.transfers; ++i) expected.push_back(i % 2 ? "/archive/" + base + "f" : "/f");
         EXPECT_EQ(fetched(), expected) << row.name;
@@ -199,30 +193,24 @@ TEST_F(Winetricks, HasTheUserFetchWhatOnlyHeCan) {
     // Gives up, after having thought better of it once.
     ui.expect(savedQuestion).titleIs("Warning").defaultIs("Yes").answer("No");
     ui.expect(sureQuestion).titleIs("Warning").defaultIs("No").answer("No");
-    ui.expect(savedQuestion).answer("Yes");
     ui.expect(savedQuestion).answer("No");
     ui.expect(sureQuestion).answer("Yes");
-    fetch("one");
-    EXPECT_EQ(ui.opened, (Names{base + "page", cache + "one", base + "page", cache + "one", base + "page",
-                                cache + "one"}));
-    EXPECT_EQ(ui.statusLines().back(), "Please, download setup.exe and put in the opened folder");
-    // Answers that are given in advance.
+    install({"one"});
+    EXPECT_EQ(ui.opened, (Names{base + "page", cache + "one", base + "page", cache + "one"}));
     for (int i = 0; i < winetricks::manualDownloadQuestions; ++i) ui.expect(savedQuestion).answer("Yes");
     ui.expectError("\"setup.exe\" is still not in the opened folder.");
-    fetch("one");
-    // A wrong file is removed, and asked for again.
+    install({"one"});
     put(target, "bad");
     ui.expect(savedQuestion).answer("No");
     ui.expect(sureQuestion).answer("Yes");
-    fetch("one");
+    install({"one"});
     EXPECT_FALSE(exists(target));
     put(target, "right");
-    fetch("one");
-    EXPECT_EQ(get(target), "right");
-    EXPECT_EQ(fetched(), Names{});
+    install({"one"});
+    EXPECT_TRUE(exists(target));
 }
 
-TEST_F(Winetricks, FetchesNothingOutOfTheCacheAndNothingButWebLinks) {
+TEST_F(Winetricks, InstallsWithoutFetchingWhatLeadsAstray) {
     put(folder.path + "/secret", "secret");
     fs::create_directories(cache);
     fs::create_directory_symlink(folder.path, cache + "linked");
@@ -233,27 +221,23 @@ TEST_F(Winetricks, FetchesNothingOutOfTheCacheAndNothingButWebLinks) {
         "    w_download_manual file:///etc/passwd setup.exe\n    w_download @x/..\n"
         "    w_download FILE://localhost/etc/passwd\n    w_download $_W_url\n    w_download @good\n"
         "w_metadata two dlls\n    w_download_manual @page ../../setup.exe\n");
-    site.answer("/good", {.body = "good"});
-    for (const char* name : {"..", "a/b", "linked", ".."}) {
-        ui.expectError("\"" + std::string(name) + "\" can't be used as a winetrick's name: ");
-    }
-    ui.expectError("The download link seems to be invalid. \"file:///etc/passwd\" of the winetrick one");
-    ui.expectError("\"..\" can't be used as a file name of a winetrick: ");
-    ui.expectError("The download link seems to be invalid. \"FILE://localhost/etc/passwd\" of");
-    ui.expectError("The download link seems to be invalid. \"$_W_url\" of the winetrick one");
-    ui.expectError("\"../../setup.exe\" can't be used as a file name of a winetrick: ");
+    site.answer("/good", {.body = "x"});
+    for (const char* error :
+         {"\"..\" can't", "\"a/b\" can't", "\"linked\" can't", "\"..\" can't",
+          "The download link seems to be invalid. \"file:", "\"..\" can't",
+          "The download link seems to be invalid. \"FILE:",
+          "The download link seems to be invalid. \"$_W_url", "\"../../setup.exe\" can't"})
+        ui.expectError(error);
     install({"one", "two"});
     EXPECT_EQ(fetched(), Names{"/good"});
     EXPECT_EQ(namesIn(cache), (Names{"linked", "one"}));
     EXPECT_EQ(ui.opened, Names{});
-    EXPECT_EQ(get(runs), "2 CKS-winetricks one asking\n2 CKS-winetricks two asking\n")
-        << "installed all the same";
+    EXPECT_EQ(get(runs), "2 CKS-winetricks one asking\n2 CKS-winetricks two asking\n");
 }
 
 TEST_F(Winetricks, StopsForACancellation) {
     put(script, patched, true);
-    put(wrapper + "/Contents/Frameworks/bin/Caskery",
-        "#!/bin/sh\necho begun >> '" + runs + "'\nexec sleep 60\n", true);
+    put(commandTool, "#!/bin/sh\necho begun >> '" + runs + "'\nexec sleep 60\n", true);
     put(runs, "");
     cancelWhen([this] { return get(runs) == "begun\n"; });
     create([&](WrapperCreation& creation) {

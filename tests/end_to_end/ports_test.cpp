@@ -83,7 +83,7 @@ TEST_F(Pipeline, APortThatAsksForEverything) {
     std::size_t at = 0;
     for (const char* line : {"Installing winetrick starmath...", "Changing Engine to CK9Wine8.0Deluxe...",
                              "Installing Steam in the background...", "StarCatcherSetup.exe...",
-                             "patch.bat...", "Installing winetrick corefonts...",
+                             "star-catcher-patch.bat...", "Installing winetrick corefonts...",
                              "Installing winetrick starpack...", "Overriding registries..."}) {
         const auto found = built.output.find(line, at);
         EXPECT_NE(found, std::string::npos) << line << "\n" << built.output;

@@ -1,0 +1,101 @@
+// library/game_data.h: one game as its page shows it: a port of the catalogue, or something installed.
+//
+// Any thread; an entry is filled while it is made and then only read. What is loaded on first use (ratings,
+// icon) is guarded. Making a catalogue entry, its ratings and its icon block on the network.
+//
+// Answers of the catalogue and archives in wrappers come from strangers: a field that is missing or of the
+// wrong type reads as absent. Only http and https links are embedded in pages; descriptions keep links of
+// these and of the schemes "mvid" and "morvane".
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "library/catalogue_line.h"
+#include "platform/annotations.h"
+#include "platform/value.h"
+
+namespace morvane {
+
+class NSGameData {
+  public:
+    /// `initWithDictionary:`. A catalogue entry, or null without a line. One request to the catalogue.
+    [[nodiscard]] static std::shared_ptr<NSGameData> initWithDictionary(
+        const std::optional<CatalogueLine>& line);
+    /// `initWithPath:`. A local item, or null when nothing exists at the path. Reports a description file
+    /// that cannot be read.
+    [[nodiscard]] static std::shared_ptr<NSGameData> initWithPath(const std::string& path);
+    /// `getIdentifierOfGameAtPath:`. 1 when none is known.
+    [[nodiscard]] static std::int64_t getIdentifierOfGameAtPath(const std::string& wrapper);
+
+    /// `serverAppsBuffer`: the entry kept for the catalogue ID, or null.
+    [[nodiscard]] static std::shared_ptr<NSGameData> bufferedEntry(std::int64_t id);
+    static void bufferEntry(std::int64_t id, std::shared_ptr<NSGameData> entry);
+    /// `clearServerAppsBuffer`.
+    static void clearServerAppsBuffer();
+
+    std::string gamePath;  ///< on disk, or the port's folder on the server, ending in "/"
+    std::optional<std::string> trailer;
+    std::string crossoverAlternative;
+    /// What is kept with an installed wrapper: "ID", "Description", "Trailer", "CrossOverLink" and one
+    /// "%@ Link" a source; of a local item whatever its file holds. Nothing for a corrupted entry and an item
+    /// without such a file.
+    std::optional<Dictionary> descriptionDictionary;
+    std::int64_t gameID = 0;  ///< below 2: not known
+    std::string gameName;
+    std::optional<StyledText> gameDescription;
+    std::vector<std::string> gameSourcesList;
+    std::vector<std::string> gameGenresList;
+    bool isGameInTheServer = false;
+    bool isGameFree = false;
+    bool isGameNative = false;
+    std::int32_t gameDependencyID = 0;  ///< 0: none
+    bool isCustomEXE = false;
+    bool isBoxerGame = false;
+
+    /// The ratings, loaded on first use; 0 while they are not known.
+    [[nodiscard]] double atiAmdRankingIndicator();
+    [[nodiscard]] double nvidiaRankingIndicator();
+    [[nodiscard]] double intelIrisRankingIndicator();
+    [[nodiscard]] double intelHdRankingIndicator();
+    /// `loadRankingIndicatorValues`.
+    void loadRankingIndicatorValues();
+    /// `setRatingsWithString:`. "ATi/AMD:4.5, NVIDIA:3": what it does not name stays.
+    void setRatingsWithString(std::string_view ratings);
+
+    /// `gameImage`. The icon, loaded on first use: an empty picture when the server has none, nothing when
+    /// the bundle has none (the next use tries again).
+    [[nodiscard]] std::optional<ImageData> gameImage();
+
+    /// `getRepairedDescription:`. Bold and italic only, in Helvetica of the user's size; justified and white
+    /// is how a page draws it.
+    [[nodiscard]] static StyledText getRepairedDescription(const StyledText& description);
+
+    /// `trailerHTMLwithSize:`. Points.
+    [[nodiscard]] std::string trailerHTMLwithSize(double width, double height) const;
+    /// `videoPlayerPageFromLink:withSize:`, `imageViewPageFromLink:withSize:`. The link stands in an
+    /// attribute, with what would end it there escaped; a link that is not http or https counts as none.
+    [[nodiscard]] static std::string videoPlayerPageFromLink(const std::optional<std::string>& link,
+                                                             double width, double height);
+    [[nodiscard]] static std::string imageViewPageFromLink(const std::string& link, double width,
+                                                           double height);
+
+  private:
+    struct Ratings {
+        std::optional<double> atiAmd, nvidia, intelIris, intelHd;
+    };
+    [[nodiscard]] double rating(std::optional<double> Ratings::*family);
+    void readDescription(std::string_view answer);
+    void readDescriptionFile();
+    [[nodiscard]] std::optional<ImageData> loadImage() const;
+
+    Mutex mutex_;
+    Ratings ratings_ MV_GUARDED_BY(mutex_);
+    std::optional<ImageData> image_ MV_GUARDED_BY(mutex_);
+};
+
+}  // namespace morvane

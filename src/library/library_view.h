@@ -1,0 +1,79 @@
+// library/library_view.h: what a library view shows and what a click, a key or a drag in it does, in the grid
+// and in the list alike. Main thread.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "library/apps_array.h"
+
+namespace morvane {
+
+/// An entry of a menu; one with entries of its own opens them.
+struct LibraryMenuItem {
+    std::string title;
+    bool marked = false;
+    std::function<void()> action = {};
+    std::vector<LibraryMenuItem> items = {};
+};
+
+class LibraryView {
+  public:
+    struct Callbacks {
+        /// The rows have changed.
+        std::function<void()> reload;
+        /// Installs a port description that the user chose.
+        std::function<void(const std::string& cki)> installCkiFile;
+    };
+    struct Row {
+        std::string title;
+        bool isNew = false;  ///< marked with the sticker of new ports
+        bool operator==(const Row&) const = default;
+    };
+
+    /// Shows nothing before `showTab`. Both must outlive the view.
+    LibraryView(NSAppsArray& apps, Callbacks callbacks);
+    LibraryView(const LibraryView&) = delete;
+    LibraryView& operator=(const LibraryView&) = delete;
+
+    /// Shows the tab (`NSAppsArray::localTab` or `catalogueTab`) as far as it is known, and again once its
+    /// list is loaded.
+    void showTab(std::int64_t tabType);
+    void search(const std::string& keywords);
+    [[nodiscard]] const std::string& keywords() const { return keywords_; }
+    [[nodiscard]] std::vector<Row> rows() const;
+    /// The item or line of a row; nothing for a row of the other tab, or none.
+    [[nodiscard]] const LocalItem* localItem(std::size_t row) const;
+    [[nodiscard]] const CatalogueLine* catalogueLine(std::size_t row) const;
+
+    /// The local tab's orders, or the catalogue's "Refresh List".
+    [[nodiscard]] std::vector<LibraryMenuItem> contextMenu();
+    /// A dragged row, which is then at the index `to`. Only where the rows are the whole local library.
+    void drag(std::size_t from, std::size_t to);
+    /// The add action.
+    void add();
+    /// The remove action of a local item: the question, then the removal from the list.
+    void remove(const std::string& path);
+    /// The question for a local item that is gone.
+    void missing(const std::string& path);
+    /// `addPort:`. Adds an item to the library; any thread.
+    void addPort(const std::string& path);
+    /// "Refresh List": forgets the catalogue's list and entries and loads the list again.
+    void refreshList();
+    /// Makes the rows again, after the list has changed.
+    void reload();
+
+  private:
+    [[nodiscard]] NSAppsArray::Completion reloading();
+
+    NSAppsArray& apps_;
+    Callbacks callbacks_;
+    std::int64_t tabType_ = NSAppsArray::localTab;
+    std::string keywords_;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
+};
+
+}  // namespace morvane
