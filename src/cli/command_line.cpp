@@ -18,7 +18,6 @@ struct Parsed {
     std::vector<std::string> answers, choices;
     bool defaults = false, json = false;
     std::string file, app, path, name, out, to;
-    bool steam = false, origin = false, uplay = false, macDriver = false, full = false, wait = false;
     PropertyChanges properties;
     FeedbackTexts feedback;
     ThemePictures theme;

@@ -79,8 +79,6 @@ enum class BehindProxy { no, yes };
 int serve(Session& session, const std::string& folder, const std::string& address, BehindProxy behindProxy);
 /// `serve add DIR FILE.cki ...`. Prints the port's ID.
 int publish(Session& session, const std::string& folder, const PortToPublish& port);
-/// `serve --content FOLDER [--listen ADDRESS]`. Prints the address once it serves; ends when asked to.
-int serve(Session& session, const std::string& folder, const std::string& address);
 /// `engine convert NAME`. Repacks a stored engine of an old generation; done when it needs none.
 int convertEngine(Session& session, const std::string& name);
 /// `wrapper update APP`. Done when the wrapper has the current master wrapper's version afterwards.
