@@ -14,6 +14,7 @@
 #include "platform/host.h"
 
 namespace morvane {
+class CatalogueServer;
 class SiteServer;
 class WrapperCreation;
 }  // namespace morvane
@@ -37,7 +38,8 @@ class Session {
     [[nodiscard]] Console& console() { return console_; }
     [[nodiscard]] const std::shared_ptr<NSProgressView>& progress() const { return progress_; }
 
-    /// Starts the embedded site unless another one is configured. Before `onWorker`.
+    /// Starts the embedded download site and the embedded catalogue, each unless another one is configured.
+    /// Before `onWorker`.
     void provideSite();
     /// Runs the work on a worker and the main queue here until everything that it started has ended. The
     /// work's result is the exit code, unless a question stayed unanswered or the user cancelled.
@@ -51,6 +53,8 @@ class Session {
     int fail(const std::string& message);
 
   private:
+    void provideDownloads();
+    void provideCatalogue();
     void watchSignals();
     void handleSignal(int signal);
 
@@ -61,6 +65,7 @@ class Session {
     std::shared_ptr<NSProgressView> progress_;
     std::unique_ptr<runtime::SystemEngineStore> engines_;  // what the embedded site offers
     std::unique_ptr<SiteServer> site_;
+    std::unique_ptr<CatalogueServer> catalogue_;
     std::atomic<WrapperCreation*> creation_ = nullptr;
     std::atomic<bool> cancelled_ = false;
     std::atomic<bool> ending_ = false;
