@@ -1,20 +1,104 @@
 #include "library/apps_array.h"
 
+#include <algorithm>
+#include <iterator>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
 #include "foundation/alerts.h"
+#include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "foundation/settings_keys.h"
+#include "foundation/text.h"
+#include "foundation/threads.h"
+#include "library/apps_scan.h"
+#include "library/name_order.h"
+#include "platform/files.h"
 #include "platform/host.h"
+#include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
 #include "wrapper/processes.h"
 
 namespace morvane {
 
 namespace {
 
-/// The stored list; empty before the library was ever made.
-Array storedApps() {
-    const std::optional<Value> list = host().defaults.get(settings::appList);
-    const Array* apps = list ? list->as<Array>() : nullptr;
-    return apps != nullptr ? *apps : Array{};
+using List = std::vector<LocalItem>;
+
+std::string nameFromPath(const std::string& path) {
+    return files::withoutExtension(files::lastComponent(path));
+}
+
+/// The stored list; nothing when there is none. Entries without a path are none.
+std::optional<List> listOf(const std::optional<Value>& stored) {
+    const Array* entries = stored ? stored->as<Array>() : nullptr;
+    if (entries == nullptr) return std::nullopt;
+    List list;
+    for (const Value& entry : *entries) {
+        const auto* dictionary = entry.as<Dictionary>();
+        const auto* path = dictionary != nullptr ? dictionary->get<std::string>("Path") : nullptr;
+        if (path == nullptr) continue;
+        const auto* name = dictionary->get<std::string>("Name");
+        list.push_back({name != nullptr ? *name : nameFromPath(*path), *path});
+    }
+    return list;
+}
+
+Value valueOf(const List& list) {
+    Array entries;
+    for (const LocalItem& item : list) {
+        entries.push_back(Dictionary{{"Name", item.name}, {"Path", item.path}});
+    }
+    return entries;
+}
+
+std::unordered_set<std::string> pathsOf(const List& list) {
+    std::unordered_set<std::string> paths;
+    for (const LocalItem& item : list) paths.insert(item.path);
+    return paths;
+}
+
+bool holds(const List& list, const std::string& path) {
+    return std::ranges::find(list, path, &LocalItem::path) != list.end();
+}
+
+/// The list in memory with what others have done to the stored one since it was last seen.
+List merged(const List& mine, const List& lastSeen, const std::optional<List>& stored) {
+    // Without a list nobody has said what to remove: the settings were reset, or lost.
+    if (!stored) return mine;
+    if (mine == lastSeen) return *stored;
+    const auto seen = pathsOf(lastSeen), known = pathsOf(mine);
+    std::unordered_map<std::string, std::string> names;
+    for (const LocalItem& item : *stored) names.emplace(item.path, item.name);
+
+    List result;
+    for (const LocalItem& item : mine) {
+        const auto theirs = names.find(item.path);
+        if (theirs != names.end()) {
+            result.push_back({theirs->second, item.path});
+        } else if (!seen.contains(item.path)) {
+            result.push_back(item);
+        }
+    }
+    std::ranges::copy_if(*stored, std::back_inserter(result), [&](const LocalItem& item) {
+        return !seen.contains(item.path) && !known.contains(item.path);
+    });
+    return result;
+}
+
+void sortBySize(List& list, const std::function<bool()>& goOn) {
+    std::unordered_map<std::string, std::uint64_t> sizes;
+    for (const LocalItem& item : list) {
+        if (!goOn()) return;
+        sizes.emplace(item.path, MVFileManager::sizeOfDirectoryAtPath(item.path));
+    }
+    std::ranges::stable_sort(list, std::ranges::greater{},
+                             [&](const LocalItem& item) { return sizes.at(item.path); });
+}
+
+void run(const NSAppsArray::Completion& completion) {
+    if (completion) completion();
 }
 
 }  // namespace
@@ -23,23 +107,288 @@ NSAppsArray::~NSAppsArray() {
     *alive_ = false;
 }
 
+// ---- Items
+
+LocalItem NSAppsArray::generateDictionaryForWrapper(const std::string& path, CustomEXE isCustomEXE) {
+    if (isCustomEXE == CustomEXE::no && !path.ends_with(".boxer")) {
+        const auto name = NSUtilities::getPlistItem("CFBundleName", path);
+        const auto* text = name ? name->as<std::string>() : nullptr;
+        if (text != nullptr && !text->empty()) return {*text, path};
+    }
+    return {nameFromPath(path), path};
+}
+
+List NSAppsArray::checkForCustomEXEsInWrapper(const std::string& wrapper) {
+    List launchers;
+    const auto names = files::list(wrapper);
+    if (failureOf(names) != nullptr) return launchers;
+    for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+        const std::string path = files::join(wrapper, name);
+        if (!MVFileManager::regularFileExistsAtPath(path + layout::customExeMark)) continue;
+        launchers.push_back(generateDictionaryForWrapper(path, CustomEXE::yes));
+    }
+    return launchers;
+}
+
+List NSAppsArray::caskeryWrappersInLocalTab() const {
+    List wrappers;
+    std::ranges::copy_if(local_, std::back_inserter(wrappers), [](const LocalItem& item) {
+        return MVFileManager::regularFileExistsAtPath(
+            MVString::pathByAppendingCaskeryFrameworkBinToPortPath(item.path));
+    });
+    return wrappers;
+}
+
+// ---- Loading and storing
+
+std::vector<std::string> NSAppsArray::validAppsFolders() {
+    const std::string applications = host().folders.applications + "/";
+    const auto setting = host().defaults.get(settings::mainFolder);
+    if (const Array* stored = setting ? setting->as<Array>() : nullptr) {
+        std::vector<std::string> folders;
+        for (const Value& folder : *stored) {
+            const auto* text = folder.as<std::string>();
+            if (text != nullptr && text->starts_with('/')) folders.push_back(withFinalSlash(*text));
+        }
+        return folders;
+    }
+    std::vector<std::string> folders{applications};
+    const std::string games = applications + gamesFolderName;
+    if (MVFileManager::directoryExistsAtPath(games)) folders.insert(folders.begin(), games);
+    host().defaults.set(settings::mainFolder, Array(folders.begin(), folders.end()));
+    return folders;
+}
+
+void NSAppsArray::loadLocalAppsBlock(Completion completion) {
+    tellOfDamagedSettings();
+    static_cast<void>(validAppsFolders());
+    auto stored = listOf(host().defaults.get(settings::appList));
+    if (!stored) return loadLocalAppsForTheFirstTimeBlock(std::move(completion));
+    if (!loaded_) {
+        local_ = stored_ = std::move(*stored);
+        loaded_ = true;
+    }
+    run(completion);
+}
+
+void NSAppsArray::loadLocalAppsForTheFirstTimeBlock(Completion completion) {
+    afterScan_.push_back(std::move(completion));
+    if (std::exchange(scanning_, true)) return;
+    local_.clear();
+    stored_.clear();
+    loaded_ = false;
+    MVThread::dispatchQueueWithName(
+        "app.morvane.loadLocalAppsFirstTime", Priority::normal, Concurrent::no,
+        [this, alive = alive_, folders = validAppsFolders()] {
+            List found = scanAppsFolders(folders, [&] { return alive->load(); });
+            MVThread::dispatchBlockInMainQueue([this, alive, found = std::move(found)] {
+                if (*alive) takeScanned(found);
+            });
+        });
+}
+
+void NSAppsArray::takeScanned(List found) {
+    change([&](List& list) {
+        const auto known = pathsOf(list);
+        std::ranges::copy_if(found, std::back_inserter(list),
+                             [&](const LocalItem& item) { return !known.contains(item.path); });
+        sortByName(list);
+    });
+    loaded_ = true;
+    scanning_ = false;
+    for (const Completion& completion : std::exchange(afterScan_, {})) run(completion);
+}
+
+void NSAppsArray::whenLoaded(const std::function<void()>& work) {
+    if (loaded_) return work();
+    loadLocalAppsBlock(work);
+}
+
+void NSAppsArray::change(const std::function<void(List&)>& edit) {
+    std::optional<List> changed;
+    const bool isStored = host().defaults.update(settings::appList, [&](const std::optional<Value>& stored) {
+        changed = merged(local_, stored_, listOf(stored));
+        edit(*changed);
+        return valueOf(*changed);
+    });
+    if (!changed) edit(changed.emplace(local_));
+    local_ = std::move(*changed);
+    if (isStored) {
+        stored_ = local_;
+    } else {
+        MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {host().defaults.path()}));
+    }
+}
+
+void NSAppsArray::saveLocalAppList() {
+    change([](List&) {});
+}
+
+// ---- Orders
+
+void NSAppsArray::reorder(const std::string& queue, const std::function<void(List&)>& sort,
+                          Completion completion) {
+    MVThread::dispatchQueueWithName(
+        queue, Priority::normal, Concurrent::no,
+        [this, alive = alive_, copy = local_, sort, completion = std::move(completion)]() mutable {
+            sort(copy);
+            MVThread::dispatchBlockInMainQueue([this, alive, copy = std::move(copy), completion] {
+                if (!*alive) return;
+                // The list may have changed meanwhile: what the copy knows nothing of comes last.
+                std::unordered_map<std::string, std::size_t> places;
+                for (const LocalItem& item : copy) places.emplace(item.path, places.size());
+                std::ranges::stable_sort(local_, {}, [&](const LocalItem& item) {
+                    const auto place = places.find(item.path);
+                    return place != places.end() ? place->second : places.size();
+                });
+                run(completion);
+            });
+        });
+}
+
+void NSAppsArray::reorderLocalAppsArrayByNameWithBlock(Completion completion) {
+    reorder("app.morvane.reoderAppsByName", sortByName<LocalItem>, std::move(completion));
+}
+
+void NSAppsArray::reorderLocalAppsArrayBySizeWithBlock(Completion completion) {
+    const auto sort = [alive = alive_](List& list) { sortBySize(list, [&] { return alive->load(); }); };
+    reorder("app.morvane.reoderAppsBySize", sort, std::move(completion));
+}
+
+void NSAppsArray::reorderLocalAppsArrayBy(std::int64_t order, SavingOrder saving, Completion completion) {
+    if (saving == SavingOrder::yes) host().defaults.set(settings::autoOrderAppsList, order);
+    const auto sorted = [this, saving, completion = std::move(completion)] {
+        if (saving == SavingOrder::yes) saveLocalAppList();
+        run(completion);
+    };
+    if (order == orderByName) reorderLocalAppsArrayByNameWithBlock(sorted);
+    if (order == orderBySize) reorderLocalAppsArrayBySizeWithBlock(sorted);
+}
+
+void NSAppsArray::disableLocalAppsArrayAutoOrder() {
+    host().defaults.set(settings::autoOrderAppsList, std::nullopt);
+}
+
+std::optional<std::int64_t> NSAppsArray::autoOrder() {
+    const auto order = host().defaults.get(settings::autoOrderAppsList);
+    const auto* number = order ? order->as<std::int64_t>() : nullptr;
+    if (number == nullptr) return std::nullopt;
+    return *number;
+}
+
+// ---- Single items
+
+void NSAppsArray::addLocalPort(const std::string& given, Completion completion) {
+    std::string path = given;
+    while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+    if (!isStorablePath(path)) {
+        MVAlert::showAlertErrorMessage(
+            localized("Couldn't add %@ to the library. Its path isn't valid text.", {path}));
+        return run(completion);
+    }
+    whenLoaded([this, path, completion = std::move(completion)]() mutable {
+        List items = checkForCustomEXEsInWrapper(path);
+        items.insert(items.begin(), generateDictionaryForWrapper(path, CustomEXE::no));
+        change([&](List& list) {
+            for (const LocalItem& item : items) {
+                if (isStorablePath(item.path) && !holds(list, item.path)) list.push_back(item);
+            }
+        });
+        const auto order = autoOrder();
+        if (order != orderByName && order != orderBySize) return run(completion);
+        reorderLocalAppsArrayBy(*order, SavingOrder::no, [this, completion = std::move(completion)] {
+            saveLocalAppList();
+            run(completion);
+        });
+    });
+}
+
+void NSAppsArray::removeLocalPort(const std::string& path, Completion completion) {
+    whenLoaded([this, path, completion = std::move(completion)] {
+        change([&](List& list) {
+            const auto item = std::ranges::find(list, path, &LocalItem::path);
+            if (item != list.end()) list.erase(item);
+        });
+        run(completion);
+    });
+}
+
+void NSAppsArray::moveLocalPortAtIndex(std::size_t from, std::size_t to) {
+    if (from >= local_.size() || to >= local_.size()) return;
+    // Named by its path: the stored list may have changed meanwhile.
+    const std::string path = local_[from].path;
+    change([&](List& list) {
+        const auto item = std::ranges::find(list, path, &LocalItem::path);
+        if (item == list.end()) return;
+        LocalItem moved = std::move(*item);
+        list.erase(item);
+        const auto place = static_cast<std::ptrdiff_t>(std::min(to, list.size()));
+        list.insert(list.begin() + place, std::move(moved));
+    });
+    disableLocalAppsArrayAutoOrder();
+}
+
+void NSAppsArray::refreshLocalPortAtPath(const std::string& path, CustomEXE isCustomEXE) {
+    whenLoaded([this, path, isCustomEXE] {
+        if (!holds(local_, path)) return;
+        const LocalItem fresh = generateDictionaryForWrapper(path, isCustomEXE);
+        change([&](List& list) {
+            const auto item = std::ranges::find(list, path, &LocalItem::path);
+            if (item != list.end()) *item = fresh;
+        });
+    });
+}
+
+// ---- What is shown
+
+void NSAppsArray::loadToArrayAppsFromTab(std::int64_t tabType, std::string_view keywords,
+                                         Completion completion) {
+    tabType_ = tabType;
+    const std::string terms = MVString::lowercased(keywords);
+    const auto filtered = [&](const auto& source) {
+        if (terms.empty()) return source;
+        std::remove_cvref_t<decltype(source)> found;
+        std::ranges::copy_if(source, std::back_inserter(found), [&](const auto& item) {
+            return MVString::matchesWithSearchTerms(item.name, terms);
+        });
+        return found;
+    };
+    if (tabType == catalogueTab) {
+        array_ = filtered(server_);
+    } else {
+        array_ = filtered(local_);
+    }
+    if (!completion) return;
+    MVThread::dispatchBlockInMainQueue([alive = alive_, completion = std::move(completion)] {
+        if (*alive) completion();
+    });
+}
+
+// ---- Stopping
+
 void NSAppsArray::askToKillAllCaskeryProcessesFromLocalApps() {
     const bool agreed = MVAlert::showBooleanAlertMessage(
         localized("This will kill all Caskery related process from all the apps in your local tab. "
                   "Do you really want to do it?"),
         "Warning", false);
-    if (agreed) killAllCaskeryProcessesFromLocalAppsAfterLoading();
+    if (agreed) whenLoaded([this] { killAllCaskeryProcessesFromLocalAppsAfterLoading(); });
 }
 
 void NSAppsArray::killAllCaskeryProcessesFromLocalAppsAfterLoading() const {
-    for (const Value& app : storedApps()) {
-        const Dictionary* entry = app.as<Dictionary>();
-        const std::string* path = entry != nullptr ? entry->get<std::string>("Path") : nullptr;
-        // An entry without a path would mean "every wrapper", which comes last anyway.
-        if (path == nullptr) continue;
-        NSUtilities::terminateAllCaskeryProcessesForWrapper(*path, RemovingWrapper::no);
+    for (const LocalItem& item : local_) {
+        NSUtilities::terminateAllCaskeryProcessesForWrapper(item.path, RemovingWrapper::no);
     }
     NSUtilities::terminateAllCaskeryProcessesForWrapper(std::nullopt, RemovingWrapper::no);
+}
+
+void tellOfDamagedSettings() {
+    const auto kept = host().defaults.takeKeptAside();
+    if (!kept) return;
+    MVAlert::showAlertMessage(
+        localized(
+            "Your settings were damaged, and are back at their defaults. The damaged file is kept at %@.",
+            {*kept}),
+        "Warning");
 }
 
 }  // namespace morvane

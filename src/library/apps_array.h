@@ -90,10 +90,11 @@ class NSAppsArray {
     void addLocalPort(const std::string& path, Completion completion);
     /// `removeLocalPort:withBlock:`. Completion at once.
     void removeLocalPort(const std::string& path, Completion completion);
-    /// `moveLocalPortAtIndex:toIndex:`. Nothing for an index that is not in the list.
-    void moveLocalPortAtIndex(std::size_t from, std::size_t to);
     /// `refreshLocalPortAtPath:whichIsCustomEXE:`.
     void refreshLocalPortAtPath(const std::string& path, CustomEXE isCustomEXE);
+
+    /// `moveLocalPortAtIndex:toIndex:`. Nothing for an index that is not in the list as loaded.
+    void moveLocalPortAtIndex(std::size_t from, std::size_t to);
 
     /// `shouldRemoveLocalPort:withAction:`. Asks; the action runs on the calling thread. From the disk goes
     /// what lies at the path, a link itself. Only what ends in ".app" or ".boxer" is ever removed, and never

@@ -91,7 +91,7 @@ class NSGameData {
     [[nodiscard]] double rating(std::optional<double> Ratings::*family);
     void readDescription(std::string_view answer);
     void readDescriptionFile();
-    [[nodiscard]] std::optional<ImageData> loadImage();
+    [[nodiscard]] std::optional<ImageData> loadImage() const;
 
     Mutex mutex_;
     Ratings ratings_ MV_GUARDED_BY(mutex_);

@@ -1,0 +1,102 @@
+// What is asked about items of the library: which to add, where to remove, what has become of a missing one.
+
+#include <algorithm>
+#include <utility>
+
+#include "foundation/alerts.h"
+#include "foundation/localization.h"
+#include "foundation/text.h"
+#include "library/apps_array.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace morvane {
+
+namespace {
+
+/// Whether the folder is the home folder or lies above it.
+bool enclosesHome(const std::string& folder) {
+    return (host().folders.home + "/").starts_with(folder + "/");
+}
+
+/// Whether the item may go from the disk: the stored list may hold anything.
+bool mayBeDeleted(const std::string& path) {
+    if (!path.starts_with('/')) return false;
+    const std::string name = files::lastComponent(path);
+    const bool isBundle = (name.ends_with(".app") || name.ends_with(".boxer")) && !name.starts_with('.');
+    const auto levels = MVString::split(path.substr(1), "/");
+    const bool isPlain = std::ranges::none_of(
+        levels, [](const auto& level) { return level.empty() || level == "." || level == ".."; });
+    // The item itself may be a link, of which only the link goes; the folders on the way are followed.
+    const auto folder = files::resolved(files::parent(path));
+    return isBundle && isPlain && folder && !enclosesHome(path) && !enclosesHome(files::join(*folder, name));
+}
+
+void deleteFromDisk(const std::string& path) {
+    if (!mayBeDeleted(path)) {
+        MVAlert::showAlertErrorMessage(
+            localized("\"%@\" isn't removed from the disk: that is no place of an app.", {path}));
+        return;
+    }
+    // A failure is not told: the item leaves the list all the same.
+    static_cast<void>(files::remove(path));
+}
+
+}  // namespace
+
+void NSAppsArray::shouldRemoveLocalPort(const std::string& path, const std::function<void()>& action) {
+    enum Button : std::size_t { listOnly, fromDisk };
+    Dialog dialog;
+    dialog.title = localized("Remove App");
+    dialog.text = localized("Do you want to remove that app only from the list or from the disk too?");
+    dialog.buttons = {localized("List Only"), localized("Remove from Disk"), localized("Cancel")};
+    dialog.style = Dialog::Style::critical;
+    const std::size_t button = MVAlert::showDialog(dialog).button;
+    if (button == listOnly) return action();
+    if (button != fromDisk) return;
+    if (!MVAlert::showBooleanAlertMessageWithIconNamed(
+            localized("Are you sure that you want to remove that app permanently from the disk? That action "
+                      "cannot be undone."),
+            "Warning", "Fatal", false)) {
+        return;
+    }
+    deleteFromDisk(path);
+    action();
+}
+
+void NSAppsArray::addByHand(const std::function<void(const std::string& cki)>& installCki,
+                            const Completion& completion) {
+    OpenPanel panel;
+    panel.title = localized("Select the new application");
+    panel.types = {"cki", "app", "boxer"};
+    panel.multiple = true;
+    for (const std::string& path : MVAlert::chooseFiles(panel)) {
+        if (path.ends_with(".app") || path.ends_with(".boxer")) {
+            addLocalPort(path, completion);
+        } else if (path.ends_with(".cki")) {
+            if (installCki) installCki(path);
+        } else {
+            MVAlert::showAlertErrorMessage(
+                localized("Couldn't add %@ to the library. Incompatible application type.",
+                          {files::lastComponent(path)}));
+        }
+    }
+}
+
+void NSAppsArray::askAboutMissingApp(const std::string& path,
+                                     const std::function<void(const std::string& cki)>& installCki,
+                                     const Completion& completion) {
+    enum Button : std::size_t { locate };
+    Dialog dialog;
+    dialog.title = localized("App Missing");
+    dialog.text = localized(
+        "Your app isn't in the specified place. Did you moved the app to another place and want it to be "
+        "located again or it was deleted and you want to remove it from the list?");
+    dialog.buttons = {localized("Locate the App"), localized("Remove it")};
+    dialog.style = Dialog::Style::critical;
+    const std::size_t button = MVAlert::showDialog(dialog).button;
+    removeLocalPort(path, completion);
+    if (button == locate) addByHand(installCki, completion);
+}
+
+}  // namespace morvane

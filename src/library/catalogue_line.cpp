@@ -1,0 +1,87 @@
+#include "library/catalogue_line.h"
+
+#include "foundation/alerts.h"
+#include "foundation/computer_information.h"
+#include "foundation/formats.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "foundation/settings_keys.h"
+#include "foundation/text.h"
+#include "foundation/threads.h"
+#include "library/apps_array.h"
+#include "library/name_order.h"
+#include "platform/host.h"
+
+namespace morvane {
+
+namespace {
+
+/// A page that only looks like a list has thousands of lines that are none.
+constexpr int mostLineAlerts = 10;
+
+std::string portFolder(const CatalogueLine& line, bool isNamedAfterGame) {
+    const std::string& base = host().sites.catalogue;
+    const std::string folder = base + "ckis/" + line.creator + "/";
+    if (!isNamedAfterGame) return folder + std::to_string(line.id) + "/";
+    const std::string country =
+        line.country == "--" ? "" : MVString::stringToWebStructure(" (" + line.country + ")");
+    return folder + MVString::stringToWebStructure(line.name) + country + "/";
+}
+
+std::vector<CatalogueLine> requestedLines() {
+    const std::string developer = std::to_string(host().defaults.getBool(settings::developerMode, false));
+    const std::string address = host().sites.catalogue + "ckis/listPorts.php?developer=" + developer +
+                                "&country=" + NSUtilities::getCountryCode();
+    std::vector<CatalogueLine> lines;
+    int alerts = 0;
+    for (const std::string& piece :
+         MVString::split(NSUtilities::stringWithContentsOfURL(address).value_or(""), "<br>")) {
+        if (!MVString::contains(piece, " || ")) continue;
+        if (auto line = generateDictionaryForPortListLine(piece)) {
+            lines.push_back(std::move(*line));
+        } else if (alerts++ < mostLineAlerts) {
+            MVAlert::showAlertErrorMessage(
+                localized("Error while loading server apps list! Please, press the %@ button.",
+                          {localized("Refresh List")}));
+        }
+    }
+    sortByName(lines);
+    return lines;
+}
+
+}  // namespace
+
+std::optional<CatalogueLine> generateDictionaryForPortListLine(std::string_view text) {
+    const auto fields = MVString::split(text, " || ");
+    if (fields.size() < 6 || !MVString::isValidUtf8(text)) return std::nullopt;
+    CatalogueLine line;
+    // Lines may stand on lines of their own.
+    line.id = MVString::initialIntValue(MVString::trimmed(fields[0]));
+    line.creator = fields[1];
+    line.name = fields[2];
+    line.isFree = MVString::initialIntValue(fields[3]) != 0;
+    line.isNew = MVString::initialIntValue(fields[4]) != 0;
+    line.country = fields[5];
+    line.path = portFolder(line, fields.size() > 6 && fields[6] == "0");
+    if (fields.size() > 7) line.dependencyID = MVString::initialIntValue(fields[7]);
+    if (fields.size() > 8) line.isNative = MVString::initialIntValue(fields[8]) != 0;
+    return line;
+}
+
+void NSAppsArray::loadServerAppsBlock(Completion completion) {
+    using Lines = std::optional<std::vector<CatalogueLine>>;
+    const auto finish = [this, alive = alive_, completion = std::move(completion)](Lines lines) {
+        MVThread::dispatchBlockInMainQueue([this, alive, completion, lines = std::move(lines)]() mutable {
+            if (!*alive) return;
+            if (lines) server_ = std::move(*lines);
+            if (completion) completion();
+        });
+    };
+    if (!server_.empty()) return finish(std::nullopt);
+    MVThread::dispatchQueueWithName("app.morvane.loadServerApps", Priority::normal, Concurrent::no, [finish] {
+        const bool reachable = NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue);
+        finish(reachable ? Lines(requestedLines()) : std::nullopt);
+    });
+}
+
+}  // namespace morvane

@@ -1,0 +1,332 @@
+#include "library/game_data.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/formats.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "foundation/safe_paths.h"
+#include "foundation/settings_keys.h"
+#include "foundation/text.h"
+#include "library/icon_cache.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/styled_text.h"
+#include "ports/port_data.h"
+#include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
+
+namespace morvane {
+
+namespace {
+
+/// Places of the description answer's fields.
+enum Field : std::size_t {
+    descriptionField = 6,
+    trailerField = 7,
+    genresField = 8,
+    sourcesField = 9,
+    ratingsField = 11,
+    nativeField = 12,
+    crossOverField = 13,
+    fieldCount = 14
+};
+
+std::optional<std::int64_t> integerReading(const Value* value) {
+    if (value == nullptr) return std::nullopt;
+    if (const auto* number = value->as<std::int64_t>()) return *number;
+    if (const auto* flag = value->as<bool>()) return *flag ? 1 : 0;
+    return std::nullopt;
+}
+
+/// Without its last characters; what is shorter is empty.
+std::string withoutLast(std::string text, int characters) {
+    for (; characters > 0 && !text.empty(); --characters) {
+        while (text.size() > 1 && (static_cast<unsigned char>(text.back()) & 0xC0) == 0x80) text.pop_back();
+        text.pop_back();
+    }
+    return text;
+}
+
+std::string withoutQuotes(std::string text) {
+    std::erase(text, '"');
+    return text;
+}
+
+/// The number at the start of the text; 0 for none, and for one that is not finite.
+double leadingNumber(std::string_view text) {
+    const std::size_t start = text.find_first_not_of(" +");
+    if (start == std::string_view::npos) return 0;
+    double number = 0;
+    std::from_chars(text.data() + start, text.data() + text.size(), number);
+    return std::isfinite(number) ? number : 0;
+}
+
+/// Links of a stranger's text that may be followed. Anything else could open files or run programs.
+bool isSafeLink(std::string_view link) {
+    const std::string scheme = MVString::lowercased(link.substr(0, link.find(':')));
+    return scheme == "http" || scheme == "https" || scheme == "mvid" || scheme == "morvane";
+}
+
+double descriptionFontSize() {
+    const auto size = host().defaults.get(settings::descriptionFontSize);
+    if (const auto* points = size ? size->as<std::int64_t>() : nullptr) return static_cast<double>(*points);
+    const auto* points = size ? size->as<double>() : nullptr;
+    return points != nullptr ? *points : 0;
+}
+
+const char* helvetica(bool bold, bool italic) {
+    if (bold) return italic ? "Helvetica-BoldOblique" : "Helvetica-Bold";
+    return italic ? "Helvetica-Oblique" : "Helvetica";
+}
+
+/// The description file of an item, else the description that it was built from; nothing without either.
+std::optional<std::string> descriptionFileOf(const std::string& path) {
+    for (const char* name : {layout::descriptionCkii, layout::backupCki}) {
+        if (MVFileManager::fileExistsAtPath(path + name)) return path + name;
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> sourceOf(const std::string& wrapper) {
+    const std::string file = wrapper + layout::backupCki;
+    if (!MVFileManager::fileExistsAtPath(file)) return std::nullopt;
+    const auto loaded = NSUtilities::loadArchivedObjectFromFile(file, "CKI");
+    if (failureOf(loaded) != nullptr) return std::nullopt;
+    const auto* source = std::get<Value>(loaded).as<Dictionary>()->get<std::string>("Source");
+    return source != nullptr ? std::optional(*source) : std::nullopt;
+}
+
+}  // namespace
+
+// ---- Catalogue entries
+
+std::shared_ptr<NSGameData> NSGameData::initWithDictionary(const std::optional<CatalogueLine>& line) {
+    if (!line) return nullptr;
+    auto entry = std::make_shared<NSGameData>();
+    entry->isGameInTheServer = true;
+    entry->gameID = line->id;
+    entry->gameName = line->name;
+    entry->gamePath = line->path;
+    // A number that does not fit stays one that no game has.
+    entry->gameDependencyID = static_cast<std::int32_t>(
+        std::min<std::int64_t>(line->dependencyID.value_or(0), std::numeric_limits<std::int32_t>::max()));
+    entry->isGameNative = line->isNative.value_or(false);
+    entry->isGameFree = line->isFree;
+    entry->readDescription(
+        NSUtilities::stringWithContentsOfURL(host().sites.catalogue +
+                                             "ckis/portDescription.php?id=" + std::to_string(line->id))
+            .value_or(""));
+    return entry;
+}
+
+void NSGameData::readDescription(std::string_view answer) {
+    const std::vector<std::string> fields = MVString::split(answer, " || ");
+    if (fields.size() < fieldCount) {
+        gameDescription = getRepairedDescription(styledTextFromHtml(localized(
+            "The selected game seems to be corrupted. Tell us about it in the tab \"Contact Us\".")));
+        return;
+    }
+    gameDescription = getRepairedDescription(styledTextFromHtml(fields[descriptionField]));
+    trailer = withoutQuotes(fields[trailerField]);
+    if (const std::string genres = withoutLast(fields[genresField], 1); !genres.empty()) {
+        gameGenresList = MVString::split(genres, ",");
+    }
+    descriptionDictionary.emplace();
+    for (const std::string& item : MVString::split(withoutLast(fields[sourcesField], 2), ";;")) {
+        const std::vector<std::string> parts = MVString::split(item, "=>");
+        if (parts.size() < 2) continue;
+        gameSourcesList.push_back(parts[0] == "Gog" ? "GOG" : parts[0]);
+        descriptionDictionary->set(parts[0] + " Link", parts[1]);
+    }
+    if (gameSourcesList.empty()) gameSourcesList = {"Other"};
+    {
+        const MutexLock guard(mutex_);
+        ratings_ = {.atiAmd = 0, .nvidia = 0, .intelIris = 0, .intelHd = 0};
+    }
+    setRatingsWithString(withoutLast(fields[ratingsField], 2));
+    isGameNative = NSUtilities::booleanValue(fields[nativeField]);
+    crossoverAlternative = withoutQuotes(fields[crossOverField]);
+    descriptionDictionary->set("ID", gameID);
+    descriptionDictionary->set("Description", *gameDescription);
+    descriptionDictionary->set("Trailer", *trailer);
+    descriptionDictionary->set("CrossOverLink", crossoverAlternative);
+}
+
+std::shared_ptr<NSGameData> NSGameData::bufferedEntry(std::int64_t id) {
+    auto& buffer = host().serverAppsBuffer;
+    const MutexLock guard(buffer.mutex);
+    const auto entry = buffer.value.find(id);
+    return entry != buffer.value.end() ? entry->second : nullptr;
+}
+
+void NSGameData::bufferEntry(std::int64_t id, std::shared_ptr<NSGameData> entry) {
+    auto& buffer = host().serverAppsBuffer;
+    const MutexLock guard(buffer.mutex);
+    buffer.value[id] = std::move(entry);
+}
+
+void NSGameData::clearServerAppsBuffer() {
+    auto& buffer = host().serverAppsBuffer;
+    const MutexLock guard(buffer.mutex);
+    buffer.value.clear();
+}
+
+// ---- Local items
+
+std::shared_ptr<NSGameData> NSGameData::initWithPath(const std::string& path) {
+    if (!MVFileManager::fileExistsAtPath(path)) return nullptr;
+    auto item = std::make_shared<NSGameData>();
+    item->gameID = 1;
+    item->gamePath = path;
+    item->isCustomEXE = files::lastComponent(files::parent(path)).ends_with(".app");
+    item->isBoxerGame = path.ends_with(".boxer");
+    item->gameName = files::withoutExtension(files::lastComponent(path));
+    if (!item->isBoxerGame) {
+        item->isGameNative =
+            !item->isCustomEXE && !MVFileManager::regularFileExistsAtPath(
+                                      MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path));
+        const auto name = NSUtilities::getPlistItem("CFBundleName", path);
+        const auto* text = name ? name->as<std::string>() : nullptr;
+        if (text != nullptr && !text->empty()) item->gameName = *text;
+    }
+    item->readDescriptionFile();
+    item->gameSourcesList = {sourceOf(item->isCustomEXE ? files::parent(path) : path).value_or("Local")};
+    return item;
+}
+
+void NSGameData::readDescriptionFile() {
+    const auto file = descriptionFileOf(gamePath);
+    if (!file) return;
+    auto loaded = NSUtilities::loadArchivedObjectFromFile(*file, "CKII");
+    if (const Failure* failure = failureOf(loaded)) return MVAlert::showAlertErrorMessage(failure->message);
+    auto* dictionary = std::get<Value>(loaded).as<Dictionary>();
+    if (dictionary == nullptr) {
+        return MVAlert::showAlertErrorMessage(
+            localized("An unknown error occured while loading the description."));
+    }
+    if (const auto* text = dictionary->get<StyledText>("Description")) {
+        gameDescription = getRepairedDescription(*text);
+    }
+    if (const auto* link = dictionary->get<std::string>("Trailer")) trailer = *link;
+    if (const auto* link = dictionary->get<std::string>("CrossOverLink")) crossoverAlternative = *link;
+    gameID = integerReading(dictionary->find("ID")).value_or(gameID);
+    descriptionDictionary = std::move(*dictionary);
+}
+
+std::int64_t NSGameData::getIdentifierOfGameAtPath(const std::string& wrapper) {
+    constexpr std::int64_t unknown = 1;
+    const auto file = descriptionFileOf(wrapper);
+    if (!file) return unknown;
+    const auto loaded = NSUtilities::loadArchivedObjectFromFile(*file, "CKII");
+    if (failureOf(loaded) != nullptr) return unknown;
+    return integerReading(std::get<Value>(loaded).as<Dictionary>()->find("ID")).value_or(unknown);
+}
+
+// ---- Description
+
+StyledText NSGameData::getRepairedDescription(const StyledText& description) {
+    StyledText repaired{.text = description.text, .runs = {}};
+    const double size = descriptionFontSize();
+    for (const StyledRun& run : description.runs) {
+        StyledRun plain{.length = run.length,
+                        .bold = run.bold,
+                        .italic = run.italic,
+                        .font = helvetica(run.bold, run.italic),
+                        .fontSize = size,
+                        .link = isSafeLink(run.link) ? run.link : ""};
+        StyledRun* const last = repaired.runs.empty() ? nullptr : &repaired.runs.back();
+        if (last != nullptr && last->font == plain.font && last->link == plain.link) {
+            last->length += plain.length;
+        } else {
+            repaired.runs.push_back(std::move(plain));
+        }
+    }
+    return repaired;
+}
+
+// ---- Ratings
+
+double NSGameData::rating(std::optional<double> Ratings::*family) {
+    const auto known = [&] {
+        const MutexLock guard(mutex_);
+        return ratings_.*family;
+    };
+    if (const auto value = known()) return *value;
+    loadRankingIndicatorValues();
+    return known().value_or(0);
+}
+
+double NSGameData::atiAmdRankingIndicator() {
+    return rating(&Ratings::atiAmd);
+}
+double NSGameData::nvidiaRankingIndicator() {
+    return rating(&Ratings::nvidia);
+}
+double NSGameData::intelIrisRankingIndicator() {
+    return rating(&Ratings::intelIris);
+}
+double NSGameData::intelHdRankingIndicator() {
+    return rating(&Ratings::intelHd);
+}
+
+void NSGameData::loadRankingIndicatorValues() {
+    if (gameID == 0) {
+        const MutexLock guard(mutex_);
+        ratings_ = {.atiAmd = 0, .nvidia = 0, .intelIris = 0, .intelHd = 0};
+        return;
+    }
+    setRatingsWithString(NSUtilities::stringWithContentsOfURL(
+                             host().sites.catalogue + "ckis/portRating.php?game=" + std::to_string(gameID))
+                             .value_or(""));
+}
+
+void NSGameData::setRatingsWithString(std::string_view ratings) {
+    const MutexLock guard(mutex_);
+    for (const std::string& piece : MVString::split(ratings, ", ")) {
+        const std::vector<std::string> parts = MVString::split(piece, ":");
+        if (parts.size() < 2) continue;
+        const double value = leadingNumber(parts[1]);
+        if (parts[0] == "ATi/AMD") ratings_.atiAmd = value;
+        if (parts[0] == "NVIDIA") ratings_.nvidia = value;
+        if (parts[0] == "Intel Iris") ratings_.intelIris = value;
+        if (parts[0] == "Intel HD") ratings_.intelHd = value;
+    }
+}
+
+// ---- Icon
+
+std::optional<ImageData> NSGameData::gameImage() {
+    {
+        const MutexLock guard(mutex_);
+        if (image_) return image_;
+    }
+    auto image = loadImage();
+    const MutexLock guard(mutex_);
+    if (!image_) image_ = std::move(image);
+    return image_;
+}
+
+std::optional<ImageData> NSGameData::loadImage() const {
+    if (isGameInTheServer) {
+        auto bytes = NSUtilities::safeDataWithContentsOfURL(gamePath + "Icon.png");
+        return icon_cache::imageFromBytes(std::move(bytes).value_or("")).value_or(ImageData{});
+    }
+    if (isBoxerGame) {
+        return icon_cache::imageFromFile(host().folders.resources + "/boxer.png").value_or(ImageData{});
+    }
+    const auto setting = NSUtilities::getPlistItem("CFBundleIconFile", gamePath);
+    const auto name = NSUtilities::iconFileName(setting ? &*setting : nullptr);
+    if (!name) return std::nullopt;
+    const auto file = pathInside(gamePath + layout::resources, *name, Levels::many, "the icon's name");
+    if (failureOf(file) != nullptr) return std::nullopt;
+    return icon_cache::imageFromFile(std::get<std::string>(file));
+}
+
+}  // namespace morvane

@@ -1,0 +1,114 @@
+#include "library/library_view.h"
+
+#include <utility>
+
+#include "foundation/localization.h"
+#include "foundation/threads.h"
+#include "library/game_data.h"
+#include "platform/host.h"
+
+namespace morvane {
+
+LibraryView::LibraryView(NSAppsArray& apps, Callbacks callbacks)
+    : apps_(apps), callbacks_(std::move(callbacks)) {}
+
+void LibraryView::showTab(std::int64_t tabType) {
+    tabType_ = tabType;
+    if (tabType == NSAppsArray::catalogueTab) {
+        apps_.loadServerAppsBlock(reloading());
+    } else {
+        apps_.loadLocalAppsBlock(reloading());
+    }
+}
+
+void LibraryView::search(const std::string& keywords) {
+    keywords_ = keywords;
+    reload();
+}
+
+void LibraryView::reload() {
+    apps_.loadToArrayAppsFromTab(tabType_, keywords_, {});
+    if (callbacks_.reload) callbacks_.reload();
+}
+
+NSAppsArray::Completion LibraryView::reloading() {
+    return [this, alive = std::weak_ptr(alive_)] {
+        if (!alive.expired()) reload();
+    };
+}
+
+std::vector<LibraryView::Row> LibraryView::rows() const {
+    std::vector<Row> rows;
+    if (const auto* items = std::get_if<std::vector<LocalItem>>(&apps_.array())) {
+        for (const LocalItem& item : *items) rows.push_back({.title = item.name});
+    } else {
+        for (const CatalogueLine& line : std::get<std::vector<CatalogueLine>>(apps_.array())) {
+            rows.push_back({.title = line.name, .isNew = line.isNew});
+        }
+    }
+    return rows;
+}
+
+const LocalItem* LibraryView::localItem(std::size_t row) const {
+    const auto* items = std::get_if<std::vector<LocalItem>>(&apps_.array());
+    return items != nullptr && row < items->size() ? &(*items)[row] : nullptr;
+}
+
+const CatalogueLine* LibraryView::catalogueLine(std::size_t row) const {
+    const auto* lines = std::get_if<std::vector<CatalogueLine>>(&apps_.array());
+    return lines != nullptr && row < lines->size() ? &(*lines)[row] : nullptr;
+}
+
+std::vector<LibraryMenuItem> LibraryView::contextMenu() {
+    if (tabType_ == NSAppsArray::catalogueTab) {
+        return {{.title = localized("Refresh List"), .action = [this] { refreshList(); }}};
+    }
+    const auto order = [this](const char* title, std::int64_t by, SavingOrder saving) {
+        const bool isKept = saving == SavingOrder::yes && NSAppsArray::autoOrder() == by;
+        return LibraryMenuItem{.title = localized(title), .marked = isKept, .action = [this, by, saving] {
+                                   apps_.reorderLocalAppsArrayBy(by, saving, reloading());
+                               }};
+    };
+    const LibraryMenuItem nothing{.title = localized("Nothing"),
+                                  .marked = !NSAppsArray::autoOrder(),
+                                  .action = [] { NSAppsArray::disableLocalAppsArrayAutoOrder(); }};
+    return {{.title = localized("Organize by"),
+             .items = {order("Name", NSAppsArray::orderByName, SavingOrder::no),
+                       order("Size", NSAppsArray::orderBySize, SavingOrder::no)}},
+            {.title = localized("Auto-organize by"),
+             .items = {nothing, order("Name", NSAppsArray::orderByName, SavingOrder::yes),
+                       order("Size", NSAppsArray::orderBySize, SavingOrder::yes)}}};
+}
+
+void LibraryView::drag(std::size_t from, std::size_t to) {
+    // Rows of a search have other places than their items.
+    if (tabType_ != NSAppsArray::localTab || !keywords_.empty()) return;
+    apps_.moveLocalPortAtIndex(from, to);
+    reload();
+}
+
+void LibraryView::add() {
+    apps_.addByHand(callbacks_.installCkiFile, reloading());
+}
+
+void LibraryView::remove(const std::string& path) {
+    NSAppsArray::shouldRemoveLocalPort(path, [&] { apps_.removeLocalPort(path, reloading()); });
+}
+
+void LibraryView::missing(const std::string& path) {
+    apps_.askAboutMissingApp(path, callbacks_.installCkiFile, reloading());
+}
+
+void LibraryView::addPort(const std::string& path) {
+    MVThread::dispatchBlockInMainQueue([this, path, alive = std::weak_ptr(alive_)] {
+        if (!alive.expired()) apps_.addLocalPort(path, reloading());
+    });
+}
+
+void LibraryView::refreshList() {
+    apps_.clearServerAppsArray();
+    NSGameData::clearServerAppsBuffer();
+    apps_.loadServerAppsBlock(reloading());
+}
+
+}  // namespace morvane
