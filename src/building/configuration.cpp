@@ -1,5 +1,6 @@
 // The stage that turns a wrapper with a fresh prefix into the port, in its fixed order.
 
+#include "building/configuration_stages.h"
 #include "building/winetricks_lists.h"
 #include "building/wrapper_creation.h"
 #include "foundation/file_manager.h"
@@ -48,23 +49,85 @@ void notifyInstalled(const NSPortManager& port) {
 
 }  // namespace
 
+std::vector<ConfigurationStage> configurationStages(const NSPortData& port) {
+    using enum ConfigurationStage;
+    std::vector<ConfigurationStage> stages{data, drives, extensions, verbScript, verbsBefore};
+    const auto add = [&stages](bool applies, ConfigurationStage stage) {
+        if (applies) stages.push_back(stage);
+    };
+    // Components write overrides of their own, so the port's come after the last component.
+    const bool verbsFollowTheGame = !winetricksAfterAppFromList(port.winetricks).empty();
+    const bool programsAreKnown = !WrapperCreation::relativePathsAreInExes(port.exes);
+    add(!verbsFollowTheGame, overrides);
+    add(programsAreKnown, programs);
+    add(port.isSteam, steam);
+    add(port.isOrigin, origin);
+    add(port.isUplay, uplay);
+    add(port.isGogGalaxy, gogGalaxy);
+    // A GOG Galaxy port gets its game from the client.
+    add(!port.isGogGalaxy, extraFilesBefore);
+    add(!port.isGogGalaxy && port.originalInstallerNeeded, installer);
+    add(!port.isGogGalaxy, extraFilesAfter);
+    add(!programsAreKnown, programs);
+    add(true, verbsAfter);
+    add(verbsFollowTheGame, overrides);
+    add(true, functionKeys);
+    add(true, mainProgram);
+    return stages;
+}
+
+std::string progressLineOf(ConfigurationStage stage) {
+    switch (stage) {
+        using enum ConfigurationStage;
+        case data:
+            return localized("Configuring Data...");
+        case drives:
+            return localized("Configuring Drives...");
+        case extensions:
+            return localized("Configuring Associated Extensions...");
+        case verbScript:
+            return localized("Updating Winetricks List...");
+        case verbsBefore:
+        case verbsAfter:
+            return localized("Installing %@...", {"winetricks"});
+        case programs:
+            return localized("Configuring EXEs...");
+        case extraFilesBefore:
+        case extraFilesAfter:
+            return localized("Downloading Extras...");
+        case installer:
+            return localized("Requesting Installer...");
+        case functionKeys:
+            return localized("Saving FnToogle default value...");
+        case overrides:
+        case steam:
+        case origin:
+        case uplay:
+        case gogGalaxy:
+        case mainProgram:
+            return "";
+    }
+    return "";
+}
+
 bool WrapperCreation::configureWrapperAt(const std::string& wrapper, const NSPortData& port) {
     // One store for the whole configuration: every synchronise writes the file whole, so a second store would
     // undo what this one has written. The programs that run meanwhile inside the wrapper don't write its
     // settings.
     NSPortManager settings = NSPortManager::managerWithPath(wrapper);
-    const auto stage = [this](const std::string& message) {
-        host().creation.throwIfRequested();
-        setMessage(message);
-    };
-    const std::string installingWinetricks = localized("Installing %@...", {"winetricks"});
-    const bool programsAreKnown = !relativePathsAreInExes(port.exes);
-    // Winetricks verbs write overrides of their own, so the port's overrides come after the last verb.
-    const bool verbsFollowTheGame = !winetricksAfterAppFromList(port.winetricks).empty();
-
     addHollinBannerAtFile(wrapper);
     progressWindow->showCreatingPort(CreatingPort::yes);
-    stage(localized("Configuring Data..."));
+    for (const ConfigurationStage stage : configurationStages(port)) {
+        host().creation.throwIfRequested();
+        const std::string line = progressLineOf(stage);
+        if (!line.empty()) setMessage(line);
+        runStage(stage, port, settings);
+    }
+    return true;
+}
+
+void WrapperCreation::configureData(const NSPortData& port, NSPortManager& settings) {
+    const std::string& wrapper = settings.path;
     writeX11Settings(settings, port);
     saveCloseSafely(port.closePortNicely, wrapper);
     writeFlags(settings, port);
@@ -73,42 +136,62 @@ bool WrapperCreation::configureWrapperAt(const std::string& wrapper, const NSPor
     saveDirect3DBoost(port.useDirect3DBoost, wrapper);
     if (!port.useMacDriver) saveDecorateWindow(port.decorateWindows, wrapper);
     saveCaskeryWrapperMenuForPort(port, wrapper);
-    stage(localized("Configuring Drives..."));
-    saveDrives(port.drives, wrapper);
-    stage(localized("Configuring Associated Extensions..."));
-    saveExtensions(port.supportedExtensions, settings);
+}
 
-    // `buildPortAt` refuses a port that lists winetricks, extra files or a store client before anything is
-    // made; here their places in the order stand, with the lines that such a port shows for an empty list.
-    stage(localized("Updating Winetricks List..."));
-    stage(installingWinetricks);
-    if (!verbsFollowTheGame) saveOverridesForPortData(port, settings);
-    if (programsAreKnown) {
-        stage(localized("Configuring EXEs..."));
-        saveEXEs(port.exes, settings);
-    }
-    // A GOG Galaxy port gets its game from the client.
-    if (!port.isGogGalaxy) {
-        stage(localized("Downloading Extras..."));
-        if (port.originalInstallerNeeded) {
-            stage(localized("Requesting Installer..."));
+void WrapperCreation::runStage(ConfigurationStage stage, const NSPortData& port, NSPortManager& settings) {
+    switch (stage) {
+        using enum ConfigurationStage;
+        case data:
+            return configureData(port, settings);
+        case drives:
+            saveDrives(port.drives, settings.path);
+            return;
+        case extensions:
+            saveExtensions(port.supportedExtensions, settings);
+            return;
+        case verbScript:
+            updateWinetricksListAtFile(settings.path);
+            return;
+        case verbsBefore:
+            installWinetricks(winetricksBeforeAppFromList(port.winetricks), settings);
+            return;
+        case overrides:
+            saveOverridesForPortData(port, settings);
+            return;
+        case programs:
+            saveEXEs(port.exes, settings);
+            return;
+        case steam:
+            installSteamAtPort(settings);
+            return;
+        case origin:
+            installOriginAtPort(settings);
+            return;
+        case uplay:
+            installUplayAtPort(settings);
+            return;
+        case gogGalaxy:
+            installGOGGalaxyAtPort(settings);
+            return;
+        case extraFilesBefore:
+            downloadExtraFiles(port.extraFilesBeforeInstaller, settings);
+            return;
+        case installer:
             installApp(port.originalInstallerName, port.source, settings);
-        }
-        stage(localized("Downloading Extras..."));
+            return;
+        case extraFilesAfter:
+            downloadExtraFiles(port.extraFilesAfterInstaller, settings);
+            return;
+        case verbsAfter:
+            installWinetricks(winetricksAfterAppFromList(port.winetricks), settings);
+            return;
+        case functionKeys:
+            return writeFnToggle(settings, port);
+        case mainProgram:
+            const auto program = confirmMainExePathForPort(settings, port.source);
+            if (program && MVFileManager::fileExistsAtPath(*program)) notifyInstalled(settings);
+            return;
     }
-    if (!programsAreKnown) {
-        stage(localized("Configuring EXEs..."));
-        saveEXEs(port.exes, settings);
-    }
-    stage(installingWinetricks);
-    if (verbsFollowTheGame) saveOverridesForPortData(port, settings);
-    stage(localized("Saving FnToogle default value..."));
-    writeFnToggle(settings, port);
-
-    host().creation.throwIfRequested();
-    const auto program = confirmMainExePathForPort(settings, port.source);
-    if (program && MVFileManager::fileExistsAtPath(*program)) notifyInstalled(settings);
-    return true;
 }
 
 }  // namespace morvane

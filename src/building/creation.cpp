@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "building/engine_store.h"
-#include "building/winetricks_lists.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -18,34 +17,6 @@
 namespace morvane {
 
 namespace {
-
-/// What the port asks for and no stage installs yet; empty when it can be built. To be removed with the last
-/// of these stages.
-std::vector<std::string> partsWithoutStage(const NSPortData& port) {
-    std::vector<std::string> parts;
-    std::vector<std::string> verbs = port.winetricks;
-    std::erase(verbs, installAppMarker);
-    if (!verbs.empty()) {
-        parts.push_back(localized("Winetricks components (%@)", {MVString::joined(verbs, ", ")}));
-    }
-    if (!port.extraFilesBeforeInstaller.empty() || !port.extraFilesAfterInstaller.empty()) {
-        parts.push_back(localized("extra files"));
-    }
-    if (port.isSteam) parts.emplace_back("Steam");
-    if (port.isOrigin) parts.emplace_back("Origin");
-    if (port.isUplay) parts.emplace_back("Uplay");
-    if (port.isGogGalaxy) parts.emplace_back("GOG Galaxy");
-    return parts;
-}
-
-bool everyPartHasItsStage(const NSPortData& port) {
-    const std::vector<std::string> missing = partsWithoutStage(port);
-    if (missing.empty()) return true;
-    MVAlert::showAlertErrorMessage(
-        localized("This port needs %@, which this version of %@ can't install yet. Nothing was created.",
-                  {MVString::joined(missing, ", "), "Morvane"}));
-    return false;
-}
 
 /// Whether what lies at the temporary path is what a build of this user left there, and no finished port.
 bool isLeftover(const std::string& path) {
@@ -79,8 +50,7 @@ bool WrapperCreation::buildPortAt(const std::string& wrapper, const NSPortData& 
         host().creation.throwIfRequested();
         return true;
     };
-    return everyPartHasItsStage(port) && goOn() && updateCaskery() && goOn() &&
-           prepareEngine(engine, port.engineCustomLink) && goOn() &&
+    return updateCaskery() && goOn() && prepareEngine(engine, port.engineCustomLink) && goOn() &&
            createWrapperAt(wrapper, building::engineForWrapper(engine, wrapper)) && goOn() &&
            configureWrapperAt(wrapper, port);
 }

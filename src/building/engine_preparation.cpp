@@ -78,6 +78,15 @@ std::optional<std::string> placeInStore(const std::string& engine) {
     return std::get<std::string>(std::move(place));
 }
 
+bool isOfficialEngine(const std::string& engine) {
+    const auto official = NSCaskeryEngine::getListOfAvailableEnginesOnline();
+    return std::ranges::find(official, engine) != official.end() && building::siteIsReachable();
+}
+
+std::string officialLinkOf(const std::string& engine) {
+    return host().sites.caskery + "Engines/" + MVString::stringToWebStructure(engine) + ".tar.7z";
+}
+
 /// What the user answered to the search for an engine: a link, a file that is in the store now, or nothing at
 /// all.
 struct EngineAnswer {
@@ -229,6 +238,33 @@ std::string building::engineForWrapper(const std::string& engine, const std::str
     return storedEngineArchive(recent) ? recent : engine;
 }
 
+std::vector<building::EngineSource> building::engineSources(const std::string& engine,
+                                                            const std::optional<std::string>& customLink) {
+    using Kind = EngineSource::Kind;
+    std::vector<EngineSource> sources;
+    const auto isStored = [&sources](const std::string& name) {
+        const auto archive = storedEngineArchive(name);
+        if (archive) sources.push_back({Kind::stored, name, *archive});
+        return archive.has_value();
+    };
+    const auto addOfficial = [&sources](const std::string& name) {
+        if (isOfficialEngine(name)) sources.push_back({Kind::official, name, officialLinkOf(name)});
+    };
+    if (isStored(engine)) return sources;
+    addOfficial(engine);
+    const std::string recent = NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine;
+    if (recent != engine) {
+        if (isStored(recent)) return sources;
+        addOfficial(recent);
+    }
+    if (customLink) {
+        sources.push_back({Kind::link, engine, *customLink});
+    } else {
+        sources.push_back({Kind::user, engine, ""});
+    }
+    return sources;
+}
+
 bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std::string> customLink) {
     setMessage(localized("Preparing Engine..."));
     if (!placeInStore(engine)) return false;
@@ -236,11 +272,11 @@ bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std
         !MVFileManager::createDirectoryAtPath(layout::enginesFolder(), IntermediateFolders::yes)) {
         return false;
     }
-    if (building::storedEngineArchive(engine)) return true;
-    if (downloadOfficialEngine(engine)) return true;
-    const std::string recent = NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine;
-    if (building::storedEngineArchive(recent) || downloadOfficialEngine(recent)) return true;
-
+    for (const building::EngineSource& source : building::engineSources(engine, customLink)) {
+        if (source.kind == building::EngineSource::Kind::stored) return true;
+        if (source.kind == building::EngineSource::Kind::official && downloadOfficialEngine(source.engine))
+            return true;
+    }
     if (!customLink) {
         const EngineAnswer answer = askForEngine(*this, engine);
         if (answer.kind != EngineAnswer::Kind::link) return answer.kind == EngineAnswer::Kind::file;
@@ -256,12 +292,9 @@ std::string WrapperCreation::localPathForOfficialEngine(const std::string& engin
 }
 
 bool WrapperCreation::downloadOfficialEngine(const std::string& engine) {
-    const auto official = NSCaskeryEngine::getListOfAvailableEnginesOnline();
-    if (std::ranges::find(official, engine) == official.end() || !building::siteIsReachable()) return false;
     // The catalogue comes from outside as well, and the name becomes that of a file.
-    if (!placeInStore(engine)) return false;
-    return downloadFileToPath(host().sites.caskery + "Engines/" + MVString::stringToWebStructure(engine) +
-                                  ".tar.7z" + building::cacheBuster(),
+    if (!isOfficialEngine(engine) || !placeInStore(engine)) return false;
+    return downloadFileToPath(officialLinkOf(engine) + building::cacheBuster(),
                               localPathForOfficialEngine(engine), localized("engine %@", {engine}));
 }
 

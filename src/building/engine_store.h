@@ -3,11 +3,23 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace morvane::building {
 
 /// The archive of the engine, of whatever kind can be unpacked; nothing when the store holds none.
 [[nodiscard]] std::optional<std::string> storedEngineArchive(const std::string& engine);
+
+/// One way to an engine for a port.
+struct EngineSource {
+    enum class Kind { stored, official, link, user } kind;
+    std::string engine;  ///< what it gives
+    std::string place;   ///< the archive's path, or the address; empty for the user's answer
+};
+/// The ways in the order in which they are tried; the first one is taken unless its download is called off.
+/// Asks the download site for its engines, so it blocks, unless the engine is in the store.
+[[nodiscard]] std::vector<EngineSource> engineSources(const std::string& engine,
+                                                      const std::optional<std::string>& customLink);
 
 /// The engine that goes into the port's wrapper, once it is prepared: the named one, or the most recent one
 /// that is compatible with it where only that was to be had. A wrapper that holds the named engine keeps it.

@@ -23,20 +23,10 @@ namespace {
 
 constexpr std::string_view oldestCki = "1.5.4";
 
-/// The first of the user's apps folders. An older form of the setting is a single text.
-std::string folderForNewPorts() {
-    const auto setting = host().defaults.get(settings::mainFolder);
-    if (!setting) return host().folders.applications;
-    const Value* first = &*setting;
-    if (const Array* folders = setting->as<Array>()) first = folders->empty() ? nullptr : &folders->front();
-    const auto* folder = first != nullptr ? first->as<std::string>() : nullptr;
-    return folder != nullptr && !folder->empty() ? *folder : host().folders.applications;
-}
-
 std::optional<std::string> askWhereToSave(const std::string& proposedName, Form* accessory) {
     SavePanel panel;
     panel.title = localized("Create Port at...");
-    panel.startFolder = folderForNewPorts();
+    panel.startFolder = WrapperCreation::folderForNewPorts();
     panel.proposedName = proposedName;
     panel.types = {"app"};
     panel.accessory = accessory;
@@ -56,31 +46,6 @@ bool userTrustsForeignPort() {
     dialog.buttons = {localized("Cancel"), localized("Install it anyway")};
     dialog.style = Dialog::Style::critical;
     return MVAlert::showDialog(dialog).button == install;
-}
-
-/// Why no wrapper can be made there, before anything is downloaded for it.
-std::optional<std::string> flawOfPlace(const std::string& wrapper) {
-    const auto levels = MVString::split(wrapper, "/");
-    const bool plain =
-        std::ranges::none_of(levels, [](const auto& level) { return level == "." || level == ".."; });
-    if (!wrapper.starts_with('/') || !wrapper.ends_with(".app") || wrapper.ends_with("/.app") || !plain) {
-        return localized(
-            "The wrapper can't be created at \"%@\": a full path that ends in \".app\" is needed.",
-            {wrapper});
-    }
-    const std::string folder = files::parent(wrapper);
-    if (!MVFileManager::directoryExistsAtPath(folder)) {
-        return localized("The wrapper can't be created at \"%@\": that folder doesn't exist.", {folder});
-    }
-    if (!files::isWritable(folder)) {
-        return localized("The wrapper can't be created at \"%@\": you may not write to that folder.",
-                         {folder});
-    }
-    if (files::kindOf(wrapper) != files::Kind::none && !MVFileManager::directoryExistsAtPath(wrapper)) {
-        return localized("The wrapper can't be created at \"%@\": there is something else already.",
-                         {wrapper});
-    }
-    return std::nullopt;
 }
 
 void addFilesToSupply(std::vector<std::string>& lines, const std::vector<ExtraFileEntry>& entries) {
@@ -133,6 +98,15 @@ NSCustomPortView choicesOf(const Form& panel) {
 }
 
 }  // namespace
+
+std::string WrapperCreation::folderForNewPorts() {
+    const auto setting = host().defaults.get(settings::mainFolder);
+    if (!setting) return host().folders.applications;
+    const Value* first = &*setting;
+    if (const Array* folders = setting->as<Array>()) first = folders->empty() ? nullptr : &folders->front();
+    const auto* folder = first != nullptr ? first->as<std::string>() : nullptr;
+    return folder != nullptr && !folder->empty() ? *folder : host().folders.applications;
+}
 
 void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionHandler handler) {
     if (!doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort()) return;
@@ -212,15 +186,42 @@ void WrapperCreation::stopAndRemove(const std::string& wrapper) const {
     if (!isElsewhere && files::kindOf(wrapper) != files::Kind::none) stop(wrapper);
 }
 
+std::optional<std::string> WrapperCreation::flawOfPort(const std::optional<Result<NSPortData>>& port) {
+    if (!port) return localized("An unknown error happened. Please contact the developer.");
+    if (const Failure* failure = failureOf(*port)) return failure->message;
+    if (!std::get<NSPortData>(*port).ckiVersionIsAtLeast(oldestCki)) {
+        return localized("That CKI file version is incompatible!");
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> WrapperCreation::flawOfPlace(const std::string& wrapper) {
+    const auto levels = MVString::split(wrapper, "/");
+    const bool plain =
+        std::ranges::none_of(levels, [](const auto& level) { return level == "." || level == ".."; });
+    if (!wrapper.starts_with('/') || !wrapper.ends_with(".app") || wrapper.ends_with("/.app") || !plain) {
+        return localized(
+            "The wrapper can't be created at \"%@\": a full path that ends in \".app\" is needed.",
+            {wrapper});
+    }
+    const std::string folder = files::parent(wrapper);
+    if (!MVFileManager::directoryExistsAtPath(folder)) {
+        return localized("The wrapper can't be created at \"%@\": that folder doesn't exist.", {folder});
+    }
+    if (!files::isWritable(folder)) {
+        return localized("The wrapper can't be created at \"%@\": you may not write to that folder.",
+                         {folder});
+    }
+    if (files::kindOf(wrapper) != files::Kind::none && !MVFileManager::directoryExistsAtPath(wrapper)) {
+        return localized("The wrapper can't be created at \"%@\": there is something else already.",
+                         {wrapper});
+    }
+    return std::nullopt;
+}
+
 bool WrapperCreation::shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust) {
-    if (!port) {
-        return errorWithMessage(localized("An unknown error happened. Please contact the developer."));
-    }
-    if (const Failure* failure = failureOf(*port)) return errorWithMessage(failure->message);
+    if (const auto flaw = flawOfPort(port)) return errorWithMessage(flaw);
     const NSPortData& data = std::get<NSPortData>(*port);
-    if (!data.ckiVersionIsAtLeast(oldestCki)) {
-        return errorWithMessage(localized("That CKI file version is incompatible!"));
-    }
     const bool isSigned = data.creator && data.creatorMail;
     if (trust == Trust::yes && !isSigned &&
         !MVAlert::showBooleanAlertMessage(

@@ -101,12 +101,8 @@ std::optional<std::string> installerByChoice(const std::string& expectedName) {
 
 std::optional<std::string> findInstaller(const std::optional<std::string>& name,
                                          const std::optional<std::string>& source) {
-    // An empty name is no name: as a pattern it would run whatever lies first in the folder of downloads.
-    if (!name || name->empty()) return installerByChoice("");
-    const auto places = placesToSearch(source);
-    auto installer = installerByName(*name, places);
-    if (!installer && source == "CD") installer = installerByAutorun(places);
-    return installer ? installer : installerByChoice(MVString::split(*name, "/").back());
+    if (auto installer = WrapperCreation::foundInstaller(name, source)) return installer;
+    return installerByChoice(name ? MVString::split(*name, "/").back() : "");
 }
 
 /// Calls the work every three seconds on the main thread while it lives: a worker has no event loop of its
@@ -123,6 +119,15 @@ class RepeatingTimer {
 };
 
 }  // namespace
+
+std::optional<std::string> WrapperCreation::foundInstaller(const std::optional<std::string>& name,
+                                                           const std::optional<std::string>& source) {
+    // An empty name is no name: as a pattern it would run whatever lies first in the folder of downloads.
+    if (!name || name->empty()) return std::nullopt;
+    const auto places = placesToSearch(source);
+    auto installer = installerByName(*name, places);
+    return installer || source != "CD" ? installer : installerByAutorun(places);
+}
 
 bool WrapperCreation::installApp(const std::optional<std::string>& installerName,
                                  const std::optional<std::string>& source, const NSPortManager& port) {

@@ -103,6 +103,19 @@ std::optional<std::string> WrapperCreation::getCurrentCaskeryVersion() {
     return wrapper ? wrapper : archive;
 }
 
+MasterWrapperSource WrapperCreation::masterWrapperSource() const {
+    using Kind = MasterWrapperSource::Kind;
+    const bool canAsk = newestCaskery && building::siteIsReachable();
+    const auto& version = canAsk ? newestCaskery : currentCaskery;
+    if (isOnDisk(version)) return {Kind::onDisk, masterWrapper(*version)};
+    if (canAsk) {
+        return {Kind::download, host().sites.caskery + "Wrapper/" +
+                                    MVString::stringToWebStructure(*newestCaskery) + ".app.tar.7z"};
+    }
+    const bool hasArchive = version && MVFileManager::regularFileExistsAtPath(masterArchive(*version));
+    return {hasArchive ? Kind::archive : Kind::none, version ? masterArchive(*version) : ""};
+}
+
 bool WrapperCreation::updateCaskery() {
     const auto failed = [this](const std::optional<std::string>& message) {
         if (message) MVAlert::showAlertErrorMessage(*message);
@@ -121,18 +134,15 @@ bool WrapperCreation::updateCaskery() {
         if (pass == masterWrapperPasses)
             return failed(localized("Caskery Master Wrapper extraction failed!"));
 
-        if (newestCaskery && building::siteIsReachable()) {
-            if (isOnDisk(newestCaskery)) return true;
+        const MasterWrapperSource source = masterWrapperSource();
+        if (source.kind == MasterWrapperSource::Kind::onDisk) return true;
+        if (source.kind == MasterWrapperSource::Kind::download) {
             setMessage(localized("Updating Caskery Master Wrapper..."));
             const std::string archive = masterArchive(*newestCaskery);
-            downloadFile(host().sites.caskery + "Wrapper/" + MVString::stringToWebStructure(*newestCaskery) +
-                             ".app.tar.7z" + building::cacheBuster(),
-                         archive, Silence::no);
+            downloadFile(source.place + building::cacheBuster(), archive, Silence::no);
             // The old master wrapper stays until the new one has been unpacked: the archive may be broken,
             // and then the user would be left without any.
             if (MVFileManager::regularFileExistsAtPath(archive)) currentCaskery = newestCaskery;
-        } else if (isOnDisk(currentCaskery)) {
-            return true;
         }
         if (!currentCaskery || !MVFileManager::regularFileExistsAtPath(masterArchive(*currentCaskery))) {
             return failed(localized("Caskery Master Wrapper download failed!"));

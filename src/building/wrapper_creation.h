@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "building/configuration_stages.h"
 #include "foundation/download.h"
 #include "platform/result.h"
 #include "ports/port_data.h"
@@ -26,6 +27,12 @@ struct NSCustomPortView {
     std::string engine;
     unsigned DRMs = 0;  ///< bits of `drm`
     MacDriver macDriver = MacDriver::no;
+};
+
+/// Where the master wrapper of a build comes from.
+struct MasterWrapperSource {
+    enum class Kind { onDisk, download, archive, none } kind = Kind::none;
+    std::string place;  ///< its path, the link of the archive, or the archive's path
 };
 
 enum class ExtractedEngine { failure = 0, installed = 1, alreadyThere = 2 };
@@ -46,6 +53,11 @@ class WrapperCreation : public Download {
     int installCKI(const std::string& file, const std::string& wrapper, Trust trust);
     /// `shouldInstallPortData:withTrust:`.
     [[nodiscard]] bool shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust);
+    /// Why no wrapper can be built from what was loaded, or made at the place: what the user is told.
+    [[nodiscard]] static std::optional<std::string> flawOfPort(const std::optional<Result<NSPortData>>& port);
+    [[nodiscard]] static std::optional<std::string> flawOfPlace(const std::string& wrapper);
+    /// The first of the user's apps folders. An older form of the setting is a single text.
+    [[nodiscard]] static std::string folderForNewPorts();
     /// `requirementsListForPortData:`. Lines, or empty when there is nothing to ask.
     [[nodiscard]] static std::string requirementsListForPortData(const NSPortData& port);
     /// `createBlankPortWithCompletionHandler:`. The same; asks the site for the engines, so better not on the
@@ -75,6 +87,7 @@ class WrapperCreation : public Download {
     [[nodiscard]] static std::optional<std::string> getNewestCaskeryVersion();
     /// `getCurrentCaskeryVersion`.
     [[nodiscard]] static std::optional<std::string> getCurrentCaskeryVersion();
+    [[nodiscard]] MasterWrapperSource masterWrapperSource() const;
     /// `updateCaskery`. True when the current master wrapper is on disk afterwards.
     bool updateCaskery();
     /// `copyingMasterWrapperToPath:`.
@@ -188,6 +201,9 @@ class WrapperCreation : public Download {
     /// `installApp:fromSource:atPort:`. True.
     bool installApp(const std::optional<std::string>& installerName, const std::optional<std::string>& source,
                     const NSPortManager& port);
+    /// The installer that needs no question: on a disc, or in the folder of downloads.
+    [[nodiscard]] static std::optional<std::string> foundInstaller(
+        const std::optional<std::string>& installerName, const std::optional<std::string>& source);
     /// `runInstaller:withFlags:atPort:`. True.
     bool runInstaller(const std::string& installer, const std::string& flags, const NSPortManager& port);
     /// `keepWindowInFrontForAppOfTimer:`. Main thread.
@@ -247,6 +263,9 @@ class WrapperCreation : public Download {
     /// The step of `createWrapperAt` that runs the wrapper's own tool, at the temporary path where there is
     /// one.
     bool createPrefixOf(const std::string& wrapper);
+    void runStage(ConfigurationStage stage, const NSPortData& port, NSPortManager& settings);
+    /// The stage of the settings files, and of what needs nothing but the port's own values.
+    void configureData(const NSPortData& port, NSPortManager& settings);
     void setMessage(const std::string& message) const;
     void setSubtitle(const std::string& subtitle) const;
 

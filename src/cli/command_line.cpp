@@ -29,6 +29,13 @@ void addPortCommands(CLI::App& app, Parsed& parsed) {
     install->callback(
         [&] { parsed.command = [&](Session& session) { return cli::install(session, parsed.file); }; });
 
+    CLI::App* plan = app.add_subcommand("plan", "tell what an installation would do, without doing it");
+    plan->add_option("FILE.cki", parsed.file, "the port description")->required();
+    plan->add_option("--to", parsed.to, "where the wrapper would be made (PATH.app)");
+    plan->callback([&] {
+        parsed.command = [&](Session& session) { return cli::plan(session, parsed.file, parsed.to); };
+    });
+
     CLI::App* blank = app.add_subcommand("blank", "make an empty wrapper");
     blank->add_option("PATH.app", parsed.path, "where the wrapper is made")->required();
     blank->add_option("--engine", parsed.name, "the engine's name")->required();

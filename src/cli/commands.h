@@ -15,6 +15,8 @@ enum class EngineKind { thin, full };
 int install(Session& session, const std::string& file);
 /// `blank PATH.app --engine NAME`.
 int blank(Session& session, const std::string& path, const NSCustomPortView& view);
+/// `plan FILE.cki [--to PATH.app] [--json]`. What `install` would do; an empty path leaves the place open.
+int plan(Session& session, const std::string& file, const std::string& wrapper);
 /// `run APP`. Starts a wrapper or a Custom EXE application of one and returns, or waits for its end.
 int run(Session& session, const std::string& app, Waiting waiting);
 /// `debug APP`. Waits for its end and says where the logs are.

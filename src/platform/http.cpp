@@ -116,6 +116,7 @@ class Connection {
         set(CURLOPT_QUICK_EXIT, 1L);
         set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
         set(CURLOPT_NOPROXY, hostsWithoutProxy().c_str());
+        set(CURLOPT_NOBODY, request_.headOnly ? 1L : 0L);
         if (request_.body) {
             set(CURLOPT_POST, 1L);
             set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body->size()));
@@ -279,10 +280,20 @@ HttpResponse fetch(const HttpRequest& request, Cancellation* cancellation) {
     HttpResponse response;
     std::optional<Cancellation::Interrupter> interrupter;
     if (cancellation != nullptr) interrupter.emplace(*cancellation, [&connection] { connection.stop(); });
-    response.error = connection.run(
-        {.response = {}, .data = [&response](std::string_view bytes) { response.body += bytes; }},
-        Connection::ShortBody::isError);
-    if (connection.stopped()) throw Cancelled();
+    bool tooLong = false;
+    const auto take = [&](std::string_view bytes) {
+        tooLong = response.body.size() + bytes.size() > request.longestBody;
+        if (tooLong) return connection.stop();
+        response.body += bytes;
+    };
+    const auto announced = [&](std::optional<std::uint64_t> length) { response.announcedLength = length; };
+    response.error = connection.run({.response = announced, .data = take}, Connection::ShortBody::isError);
+    if (tooLong) {
+        response.body.clear();
+        response.error = "The answer is larger than " + std::to_string(request.longestBody >> 20) + " MB.";
+    } else if (connection.stopped()) {
+        throw Cancelled();
+    }
     response.status = connection.status();
     return response;
 }

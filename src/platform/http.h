@@ -21,12 +21,16 @@ struct HttpRequest {
     std::vector<std::string> headers = {};  ///< "Name: value" each
     /// Ends the transfer when nothing arrived for this long.
     std::chrono::seconds idleTimeout{60};
+    /// `fetch` gives up on a body that is longer, in bytes: it is held in memory. A `Transfer` has no limit.
+    std::uint64_t longestBody = std::uint64_t{64} << 20;
+    bool headOnly = false;  ///< asks for the head of the answer only
 };
 
 struct HttpResponse {
     int status = 0;  ///< 0 when there was no response
     std::string body;
     std::string error;  ///< the transport error's description; empty when there was none
+    std::optional<std::uint64_t> announcedLength;  ///< of the body, in bytes
 };
 
 struct UrlParts {

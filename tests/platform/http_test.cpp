@@ -80,6 +80,17 @@ TEST(Fetch, Answers) {
     }
 }
 
+TEST(Fetch, HasBoundsAndCanAskForTheHeadOnly) {
+    Site site;
+    const HttpResponse bounded = http::fetch({.url = site.baseAddress() + "big", .longestBody = 1 << 20});
+    EXPECT_EQ(bounded.error, "The answer is larger than 1 MB.");
+    EXPECT_EQ(bounded.body, "");
+    const HttpResponse head = http::fetch({.url = site.baseAddress() + "big", .headOnly = true});
+    EXPECT_EQ(head.status, 200);
+    EXPECT_EQ(head.body, "");
+    EXPECT_EQ(head.announcedLength, big.size());
+}
+
 TEST(Fetch, PostsTheBodyAsItIs) {
     LoopbackSite site;
     site.answer("/form", {.body = "thanks"});

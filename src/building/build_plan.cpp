@@ -1,0 +1,395 @@
+#include "building/build_plan.h"
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+#include <set>
+
+#include "building/configuration_stages.h"
+#include "building/engine_store.h"
+#include "building/extra_files.h"
+#include "building/store_clients.h"
+#include "building/verb_script.h"
+#include "building/winetricks_files.h"
+#include "building/winetricks_lists.h"
+#include "foundation/computer_information.h"
+#include "foundation/file_manager.h"
+#include "foundation/formats.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "foundation/text.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/http.h"
+#include "wrapper/layout.h"
+#include "wrapper/windows_paths.h"
+
+namespace morvane {
+namespace {
+
+using namespace std::chrono_literals;
+using Source = building::EngineSource;
+
+/// What a fresh prefix takes with this machine's Wine, measured: 178 to 184 MB a wrapper.
+constexpr std::uint64_t bytesOfPrefix = 185'000'000;
+/// How much larger an engine is than its archive, measured: 43 MB become 168 MB.
+constexpr std::uint64_t unpackingRatio = 4;
+
+/// Asks servers for sizes; one that does not answer is asked once.
+class Sizes {
+  public:
+    std::optional<std::uint64_t> sizeBehind(const std::string& link) {
+        const auto parts = parseUrl(link);
+        if (!parts || silent_.contains(parts->host) || !NSUtilities::isWebsiteOfUrlAvailable(link))
+            return std::nullopt;
+        const HttpResponse head =
+            http::fetch({.url = link, .idleTimeout = 5s, .headOnly = true}, &host().creation);
+        if (!head.error.empty()) silent_.insert(parts->host);
+        return head.status == 200 ? head.announcedLength : std::nullopt;
+    }
+
+  private:
+    std::set<std::string> silent_;
+};
+
+class Planner {
+  public:
+    Planner(const WrapperCreation& creation, const NSPortData& port, std::string wrapper)
+        : creation_(creation), port_(port), wrapper_(std::move(wrapper)) {}
+
+    BuildPlan plan(bool placeIsChosen) {
+        addEntry(placeIsChosen);
+        addMasterWrapper();
+        addEngine();
+        addCreation();
+        for (const ConfigurationStage stage : configurationStages(port_)) addConfiguration(stage);
+        plan_.spaceFree = files::freeSpace(existing(files::parent(wrapper_)));
+        return std::move(plan_);
+    }
+
+  private:
+    PlannedStage& begin(const std::string& title) {
+        return plan_.stages.emplace_back(PlannedStage{.title = title});
+    }
+    PlannedStage& stage() { return plan_.stages.back(); }
+
+    void download(const std::string& what, const std::string& link) {
+        const auto size = sizes_.sizeBehind(link);
+        stage().downloads.push_back({what, link, size});
+        plan_.spaceNeeded += size.value_or(0);
+        if (!size) plan_.sizesAreKnown = false;
+    }
+
+    /// The innermost folder of the path that exists.
+    static std::string existing(std::string folder) {
+        while (folder.size() > 1 && !MVFileManager::directoryExistsAtPath(folder))
+            folder = files::parent(folder);
+        return folder;
+    }
+
+    void addEntry(bool placeIsChosen) {
+        PlannedStage& entry = begin(localized("Before anything is made"));
+        entry.questions = {localized("License Agreement"),
+                           localized("Whether to install a port from a stranger")};
+        if (!placeIsChosen) entry.questions.push_back(localized("Create Port at..."));
+        const std::string requirements = WrapperCreation::requirementsListForPortData(port_);
+        if (requirements.empty()) return;
+        entry.questions.push_back(localized("Whether all requirements are met"));
+        entry.supplies = MVString::split(requirements, "\n");
+    }
+
+    void addMasterWrapper() {
+        begin(localized("Master wrapper"));
+        const MasterWrapperSource source = creation_.masterWrapperSource();
+        switch (source.kind) {
+            using enum MasterWrapperSource::Kind;
+            case onDisk:
+                stage().present.push_back(source.place);
+                plan_.spaceNeeded += MVFileManager::sizeOfDirectoryAtPath(source.place);
+                break;
+            case download:
+                this->download(localized("master wrapper %@", {creation_.newestCaskery.value_or("")}),
+                               source.place);
+                break;
+            case archive:
+                stage().present.push_back(source.place);
+                break;
+            case none:
+                plan_.obstacle = localized("Caskery Master Wrapper download failed!");
+        }
+    }
+
+    void addEngineSources(const std::string& engine, const std::optional<std::string>& link) {
+        const auto sources = building::engineSources(engine, link);
+        const Source& first = sources.front();
+        switch (first.kind) {
+            case Source::Kind::stored:
+                stage().present.push_back(first.place);
+                plan_.spaceNeeded += unpackingRatio * files::size(first.place).value_or(0);
+                break;
+            case Source::Kind::official:
+            case Source::Kind::link: {
+                download(localized("engine %@", {first.engine}), first.place);
+                const auto size = stage().downloads.back().size;
+                plan_.spaceNeeded += unpackingRatio * size.value_or(0);
+                break;
+            }
+            case Source::Kind::user:
+                stage().questions.push_back(localized("Where the engine %@ is", {engine}));
+                stage().supplies.push_back(localized("the engine %@", {engine}));
+        }
+    }
+
+    void addEngine() {
+        begin(localized("Engine"));
+        addEngineSources(port_.engine.value_or(""), port_.engineCustomLink);
+    }
+
+    void addCreation() {
+        PlannedStage& creation = begin(localized("Wrapper"));
+        if (MVFileManager::directoryExistsAtPath(wrapper_)) {
+            creation.present.push_back(wrapper_);
+            return;
+        }
+        creation.actions = {localized("Copying the master wrapper to %@", {wrapper_}),
+                            localized("Unpacking the engine"), localized("Creating drive C")};
+        plan_.spaceNeeded += bytesOfPrefix;
+    }
+
+    void addConfiguration(ConfigurationStage which) {
+        const std::string line = progressLineOf(which);
+        switch (which) {
+            using enum ConfigurationStage;
+            case data:
+                begin(line);
+                return;
+            case drives:
+                begin(line);
+                for (const DriveEntry& drive : port_.drives.value_or(std::vector<DriveEntry>{})) {
+                    stage().actions.push_back(localized("Drive %@ leads to %@", {drive.name, drive.place}));
+                }
+                return;
+            case extensions:
+                begin(line);
+                for (const ExtensionEntry& each :
+                     port_.supportedExtensions.value_or(std::vector<ExtensionEntry>{})) {
+                    stage().actions.push_back(
+                        localized("Files ending in .%@ open with %@", {each.app, each.func}));
+                }
+                return;
+            case verbScript:
+                begin(line);
+                addVerbScript();
+                return;
+            case verbsBefore:
+                begin(line);
+                addVerbs(winetricksBeforeAppFromList(port_.winetricks));
+                return;
+            case verbsAfter:
+                begin(line);
+                addVerbs(winetricksAfterAppFromList(port_.winetricks));
+                return;
+            case overrides:
+                begin(localized("Overriding registries..."));
+                for (const Value& each : port_.overrides) {
+                    const auto* text = each.as<std::string>();
+                    if (text != nullptr) stage().actions.push_back(text->substr(0, text->find('\n')));
+                }
+                return;
+            case programs:
+                begin(line);
+                for (const ExeEntry& exe : port_.exes) stage().actions.push_back(exe.name + ": " + exe.path);
+                return;
+            case steam:
+                return addClient(store_clients::steam());
+            case origin:
+                return addClient(store_clients::origin());
+            case uplay:
+                return addClient(store_clients::uplay());
+            case gogGalaxy:
+                return addClient(store_clients::gogGalaxy());
+            case extraFilesBefore:
+                return addExtraFiles(line, port_.extraFilesBeforeInstaller);
+            case extraFilesAfter:
+                return addExtraFiles(line, port_.extraFilesAfterInstaller);
+            case installer:
+                begin(line);
+                addInstaller();
+                return;
+            case functionKeys:
+                begin(line);
+                return;
+            case mainProgram:
+                begin(localized("Finding the main program"));
+                return;
+        }
+    }
+
+    void addVerbScript() {
+        script_ = winetricks::scriptWithSource();
+        if (!script_) {
+            stage().actions.push_back(localized("No verb script can be reached: the wrapper keeps its own"));
+        } else if (script_->link.empty()) {
+            stage().present.push_back(winetricks::sharedScript());
+        } else {
+            stage().downloads.push_back({localized("verb script"), script_->link, script_->bytes.size()});
+        }
+    }
+
+    void addVerbs(const std::vector<std::string>& requests) {
+        const auto card = NSComputerInformation::graphicCardType();
+        for (const std::string& entry : requests) {
+            const verb_script::Request request = verb_script::requestOf(entry, card);
+            if (!request.applies) {
+                stage().actions.push_back(
+                    localized("%@ is left out: it is for another graphics card", {entry}));
+            } else if (request.kind == verb_script::Request::Kind::engine) {
+                stage().actions.push_back(localized("Changing Engine to %@...", {request.name}));
+                addEngineSources(request.name, winetricks::linkOfEngineRequest(request.words));
+            } else {
+                addComponent(request.name);
+            }
+        }
+    }
+
+    void addComponent(const std::string& component) {
+        stage().actions.push_back(localized("Installing %@...", {"winetrick " + component}));
+        const auto addFile = [&](const verb_script::Download& file, bool byHand) {
+            const std::string place = winetricks::cacheFolder() + "/" + file.folder + "/" + file.file;
+            if (MVFileManager::fileExistsAtPath(place)) {
+                stage().present.push_back(place);
+            } else if (byHand) {
+                stage().questions.push_back(
+                    localized("Whether %@ was downloaded by hand from %@", {file.file, file.link}));
+                stage().supplies.push_back(file.file);
+            } else {
+                download("winetrick " + file.folder, file.link);
+            }
+        };
+        winetricks::forEachDownload(script_ ? script_->bytes : "", component, visited_, addFile);
+    }
+
+    void addClient(const store_clients::StoreClient& client) {
+        begin(localized("Installing %@ in the background...", {client.name}));
+        for (const std::string& component : client.components) addComponent(component);
+        const bool isThere = MVFileManager::directoryExistsAtPath(wrapper_) &&
+                             MVFileManager::fileExistsAtPath(wrapper_ + layout::driveC + "/" + client.proof);
+        if (isThere) {
+            stage().present.push_back(client.name);
+        } else {
+            download(client.name, client.link);
+        }
+    }
+
+    void addExtraFiles(const std::string& title, const std::vector<ExtraFileEntry>& entries) {
+        begin(title);
+        for (const ExtraFileEntry& entry : entries) {
+            const std::string name = extra_files::fileNameOf(entry);
+            if (extra_files::isDownloaded(entry)) {
+                download(localized("extra file %@", {name}), *entry.origin);
+            } else {
+                stage().questions.push_back(localized("Select the file %@", {entry.origin.value_or("")}));
+                stage().supplies.push_back(entry.origin.value_or(""));
+            }
+            if (entry.autorun) stage().actions.push_back(localized("Running %@...", {name}));
+        }
+    }
+
+    void addInstaller() {
+        const auto installer = WrapperCreation::foundInstaller(port_.originalInstallerName, port_.source);
+        if (installer) {
+            stage().present.push_back(*installer);
+            stage().actions.push_back(localized("Running %@...", {*installer}));
+        } else {
+            stage().questions.push_back(localized("Select the installer"));
+            stage().supplies.push_back(
+                port_.originalInstallerName.value_or(localized("the game's installer")));
+        }
+    }
+
+    const WrapperCreation& creation_;
+    const NSPortData& port_;
+    const std::string wrapper_;
+    Sizes sizes_;
+    std::optional<winetricks::Script> script_;
+    std::set<std::string> visited_;
+    BuildPlan plan_;
+};
+
+std::string withUnit(std::uint64_t bytes) {
+    return NSUtilities::humanReadableSizeForBytes(static_cast<std::int64_t>(bytes),
+                                                  DecimalMeasureSystem::yes);
+}
+
+Array asArray(const std::vector<std::string>& texts) {
+    return {texts.begin(), texts.end()};
+}
+
+}  // namespace
+
+BuildPlan planOfBuild(const WrapperCreation& creation, const std::optional<Result<NSPortData>>& port,
+                      const std::optional<std::string>& wrapper) {
+    if (auto flaw = WrapperCreation::flawOfPort(port)) return {.obstacle = std::move(flaw)};
+    if (wrapper) {
+        if (auto flaw = WrapperCreation::flawOfPlace(*wrapper)) return {.obstacle = std::move(flaw)};
+    }
+    const std::string place = wrapper.value_or(files::join(WrapperCreation::folderForNewPorts(), ".app"));
+    return Planner(creation, std::get<NSPortData>(*port), place).plan(wrapper.has_value());
+}
+
+std::string shown(const BuildPlan& plan) {
+    std::string text;
+    if (plan.obstacle) text += localized("This port can't be built: %@", {*plan.obstacle}) + "\n";
+    int number = 0;
+    for (const PlannedStage& stage : plan.stages) {
+        text += std::to_string(++number) + ". " + stage.title + "\n";
+        for (const std::string& each : stage.present) text += "   " + localized("there: %@", {each}) + "\n";
+        for (const PlannedDownload& each : stage.downloads) {
+            const auto parts = parseUrl(each.link);
+            const std::string size = each.size ? withUnit(*each.size) : localized("size not known");
+            text +=
+                "   " +
+                localized("download: %@ from %@ (%@)", {each.what, parts ? parts->host : each.link, size}) +
+                "\n" + "             " + each.link + "\n";
+        }
+        for (const std::string& each : stage.actions) text += "   " + each + "\n";
+        for (const std::string& each : stage.questions)
+            text += "   " + localized("question: %@", {each}) + "\n";
+        for (const std::string& each : stage.supplies) text += "   " + localized("bring: %@", {each}) + "\n";
+    }
+    if (plan.stages.empty()) return text;
+    const std::string needed = withUnit(plan.spaceNeeded);
+    text += plan.sizesAreKnown ? localized("Space needed: about %@", {needed})
+                               : localized("Space needed: more than %@", {needed});
+    if (plan.spaceFree) text += localized(", free: %@", {withUnit(*plan.spaceFree)});
+    return text + "\n";
+}
+
+Value asValue(const BuildPlan& plan) {
+    Array stages;
+    for (const PlannedStage& stage : plan.stages) {
+        Array downloads;
+        for (const PlannedDownload& each : stage.downloads) {
+            const auto parts = parseUrl(each.link);
+            downloads.push_back(
+                Dictionary{{"what", each.what},
+                           {"link", each.link},
+                           {"host", parts ? Value(parts->host) : Value()},
+                           {"size", each.size ? Value(static_cast<std::int64_t>(*each.size)) : Value()}});
+        }
+        stages.push_back(Dictionary{{"title", stage.title},
+                                    {"present", asArray(stage.present)},
+                                    {"downloads", std::move(downloads)},
+                                    {"actions", asArray(stage.actions)},
+                                    {"questions", asArray(stage.questions)},
+                                    {"supplies", asArray(stage.supplies)}});
+    }
+    return Dictionary{
+        {"obstacle", plan.obstacle ? Value(*plan.obstacle) : Value()},
+        {"stages", std::move(stages)},
+        {"spaceNeeded", static_cast<std::int64_t>(plan.spaceNeeded)},
+        {"sizesAreKnown", plan.sizesAreKnown},
+        {"spaceFree", plan.spaceFree ? Value(static_cast<std::int64_t>(*plan.spaceFree)) : Value()}};
+}
+
+}  // namespace morvane

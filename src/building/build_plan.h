@@ -1,0 +1,52 @@
+// building/build_plan.h: what a build would do, without doing it. Blocks on the network; a worker.
+//
+// Nothing is written and nothing is asked. The plan reads the decisions that the stages take (the sources of
+// engine and master wrapper, the order of configuration, the downloads of verbs, clients and extra files);
+// what those depend on may change before the build. Texts of the port are shown as they are.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "building/wrapper_creation.h"
+#include "platform/value.h"
+
+namespace morvane {
+
+struct PlannedDownload {
+    std::string what;
+    std::string link;
+    std::optional<std::uint64_t> size;  ///< in bytes, where the server tells it
+};
+
+struct PlannedStage {
+    std::string title;
+    std::vector<std::string> present = {};  ///< what is there already and not fetched again
+    std::vector<PlannedDownload> downloads = {};
+    std::vector<std::string> actions = {};    ///< what is done beside, in order
+    std::vector<std::string> questions = {};  ///< what the user will be asked
+    std::vector<std::string> supplies = {};   ///< what the user must bring
+};
+
+struct BuildPlan {
+    std::optional<std::string> obstacle;  ///< why nothing would be built; there are no stages then
+    std::vector<PlannedStage> stages;
+    /// In bytes: downloads of a known size, and the wrapper, estimated from what it is made of.
+    std::uint64_t spaceNeeded = 0;
+    bool sizesAreKnown = true;               ///< false: some download comes on top
+    std::optional<std::uint64_t> spaceFree;  ///< in bytes, where the wrapper is made
+};
+
+/// Of the port at `wrapper`; without one, where the save panel opens first.
+[[nodiscard]] BuildPlan planOfBuild(const WrapperCreation& creation,
+                                    const std::optional<Result<NSPortData>>& port,
+                                    const std::optional<std::string>& wrapper);
+
+/// For a person, with line ends.
+[[nodiscard]] std::string shown(const BuildPlan& plan);
+/// For a program: the same fields under the same names.
+[[nodiscard]] Value asValue(const BuildPlan& plan);
+
+}  // namespace morvane
