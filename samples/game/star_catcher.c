@@ -1,16 +1,20 @@
-/* Star Catcher: catch falling stars with the arrow keys. The best score is kept in score.txt beside the program. */
+/* Star Catcher: catch falling stars with the arrow keys. The best score is kept in score.txt beside the program;
+ * a level.txt there changes the game. */
 #include <stdio.h>
 #include <wchar.h>
 #include <windows.h>
 
-enum { WIDTH = 480, HEIGHT = 360, BASKET_WIDTH = 72, BASKET_HEIGHT = 14, STARS = 5, STAR_SIZE = 14, LIVES = 3 };
+enum { WIDTH = 480, HEIGHT = 360, BASKET_WIDTH = 72, BASKET_HEIGHT = 14, STAR_SIZE = 14, LIVES = 3 };
+enum { STARS = 5, MOST_STARS = 12 };
 
 typedef struct {
     int x, y, speed;
 } Star;
 
 typedef struct {
-    Star stars[STARS];
+    Star stars[MOST_STARS];
+    int count, speed; /* of the stars */
+    wchar_t level[32];
     int basket; /* left edge */
     int score, best, lives;
     unsigned seed;
@@ -23,16 +27,16 @@ static unsigned next_random(unsigned limit) {
     return (game.seed >> 16) % limit;
 }
 
-static void score_path(wchar_t *path, size_t size) {
+static void path_beside_program(wchar_t *path, size_t size, const wchar_t *name) {
     DWORD length = GetModuleFileNameW(NULL, path, (DWORD)size);
     while (length > 0 && path[length - 1] != L'\\') --length;
-    _snwprintf(path + length, size - length, L"score.txt");
+    _snwprintf(path + length, size - length, L"%ls", name);
     path[size - 1] = L'\0';
 }
 
 static void load_best(void) {
     wchar_t path[MAX_PATH];
-    score_path(path, MAX_PATH);
+    path_beside_program(path, MAX_PATH, L"score.txt");
     FILE *file = _wfopen(path, L"r");
     if (file == NULL) return;
     if (fscanf(file, "best=%d", &game.best) != 1) game.best = 0;
@@ -42,7 +46,7 @@ static void load_best(void) {
 /* Written beside and moved into place: a crash in the middle keeps the old score. */
 static void save_best(void) {
     wchar_t path[MAX_PATH], fresh[MAX_PATH];
-    score_path(path, MAX_PATH);
+    path_beside_program(path, MAX_PATH, L"score.txt");
     _snwprintf(fresh, MAX_PATH, L"%ls.new", path);
     fresh[MAX_PATH - 1] = L'\0';
     FILE *file = _wfopen(fresh, L"w");
@@ -51,22 +55,44 @@ static void save_best(void) {
     if (fclose(file) == 0) MoveFileExW(fresh, path, MOVEFILE_REPLACE_EXISTING);
 }
 
+static int between(int least, int value, int most) {
+    return value < least ? least : value > most ? most : value;
+}
+
+/* "name=Night", "stars=7", "speed=4", a line each; what is missing stays as it is. */
+static void load_level(void) {
+    game.count = STARS;
+    game.speed = 3;
+    wchar_t path[MAX_PATH], line[80];
+    path_beside_program(path, MAX_PATH, L"level.txt");
+    FILE *file = _wfopen(path, L"r");
+    if (file == NULL) return;
+    while (fgetws(line, 80, file) != NULL) {
+        swscanf(line, L"name=%31l[^\r\n]", game.level);
+        swscanf(line, L"stars=%d", &game.count);
+        swscanf(line, L"speed=%d", &game.speed);
+    }
+    fclose(file);
+    game.count = between(1, game.count, MOST_STARS);
+    game.speed = between(1, game.speed, 20);
+}
+
 static void drop_star(Star *star) {
     star->x = (int)next_random(WIDTH - STAR_SIZE);
     star->y = -(int)next_random(HEIGHT);
-    star->speed = 3 + (int)next_random(3) + game.score / 10;
+    star->speed = game.speed + (int)next_random(3) + game.score / 10;
 }
 
 static void start_game(void) {
     game.score = 0;
     game.lives = LIVES;
     game.basket = (WIDTH - BASKET_WIDTH) / 2;
-    for (int i = 0; i < STARS; ++i) drop_star(&game.stars[i]);
+    for (int i = 0; i < game.count; ++i) drop_star(&game.stars[i]);
 }
 
 static void step(void) {
     if (game.lives == 0) return;
-    for (int i = 0; i < STARS; ++i) {
+    for (int i = 0; i < game.count; ++i) {
         Star *star = &game.stars[i];
         star->y += star->speed;
         if (star->y + STAR_SIZE < HEIGHT - BASKET_HEIGHT) continue;
@@ -97,7 +123,7 @@ static void draw(HDC dc) {
     HBRUSH teal = CreateSolidBrush(RGB(64, 190, 180));
     FillRect(dc, &all, night);
     HGDIOBJ old = SelectObject(dc, gold);
-    for (int i = 0; i < STARS; ++i) draw_star(dc, &game.stars[i]);
+    for (int i = 0; i < game.count; ++i) draw_star(dc, &game.stars[i]);
     RECT basket = {game.basket, HEIGHT - BASKET_HEIGHT, game.basket + BASKET_WIDTH, HEIGHT};
     FillRect(dc, &basket, teal);
     SelectObject(dc, old);
@@ -108,6 +134,7 @@ static void draw(HDC dc) {
     SetBkMode(dc, TRANSPARENT);
     SetTextColor(dc, RGB(240, 240, 255));
     TextOutW(dc, 10, 8, line, (int)wcslen(line));
+    TextOutW(dc, 10, 28, game.level, (int)wcslen(game.level));
     DeleteObject(night);
     DeleteObject(gold);
     DeleteObject(teal);
@@ -171,6 +198,7 @@ int WINAPI wWinMain(HINSTANCE instance, HINSTANCE previous, LPWSTR arguments, in
     (void)previous;
     game.seed = GetTickCount();
     load_best();
+    load_level();
     if (record_score(arguments)) return 0;
     start_game();
     WNDCLASSW kind = {0};

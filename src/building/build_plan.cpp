@@ -22,7 +22,6 @@
 #include "platform/host.h"
 #include "platform/http.h"
 #include "wrapper/layout.h"
-#include "wrapper/windows_paths.h"
 
 namespace morvane {
 namespace {
@@ -254,30 +253,37 @@ class Planner {
 
     void addComponent(const std::string& component) {
         stage().actions.push_back(localized("Installing %@...", {"winetrick " + component}));
-        const auto addFile = [&](const verb_script::Download& file, bool byHand) {
-            const std::string place = winetricks::cacheFolder() + "/" + file.folder + "/" + file.file;
-            if (MVFileManager::fileExistsAtPath(place)) {
-                stage().present.push_back(place);
-            } else if (byHand) {
-                stage().questions.push_back(
-                    localized("Whether %@ was downloaded by hand from %@", {file.file, file.link}));
-                stage().supplies.push_back(file.file);
-            } else {
-                download("winetrick " + file.folder, file.link);
-            }
-        };
-        winetricks::forEachDownload(script_ ? script_->bytes : "", component, visited_, addFile);
+        const auto add = [this](const verb_script::Download& file, bool byHand) { addCached(file, byHand); };
+        winetricks::forEachDownload(script_ ? script_->bytes : "", component, visited_, add);
+    }
+
+    void addCached(const verb_script::Download& file, bool byHand) {
+        const auto place = winetricks::placeInCache(file.folder, file.file);
+        if (const Failure* failure = failureOf(place)) {
+            stage().actions.push_back(failure->message);
+        } else if (MVFileManager::fileExistsAtPath(std::get<std::string>(place))) {
+            stage().present.push_back(std::get<std::string>(place));
+        } else if (!winetricks::isWebLink(file.link)) {
+            stage().actions.push_back(localized("%@ is no link that can be followed", {file.link}));
+        } else if (byHand) {
+            stage().questions.push_back(
+                localized("Whether %@ was downloaded by hand from %@", {file.file, file.link}));
+            stage().supplies.push_back(file.file);
+        } else {
+            download(localized("winetrick %@", {file.folder}), file.link);
+        }
     }
 
     void addClient(const store_clients::StoreClient& client) {
         begin(localized("Installing %@ in the background...", {client.name}));
         for (const std::string& component : client.components) addComponent(component);
         const bool isThere = MVFileManager::directoryExistsAtPath(wrapper_) &&
-                             MVFileManager::fileExistsAtPath(wrapper_ + layout::driveC + "/" + client.proof);
+                             MVFileManager::fileExistsAtPath(wrapper_ + layout::driveC +
+                                                             store_clients::proofOnDriveC(client, wrapper_));
         if (isThere) {
             stage().present.push_back(client.name);
         } else {
-            download(client.name, client.link);
+            download(localized("%@ installer", {client.name}), client.link);
         }
     }
 

@@ -27,7 +27,6 @@ namespace morvane {
 namespace {
 
 constexpr const char* bundleName = "ckwine.bundle";
-constexpr const char* oldBundleName = "CaskeryEngine.bundle";
 
 /// Kinds that engines come in beside those that every stage unpacks. "gz" is also what a link without any
 /// extension is stored as.
@@ -231,8 +230,10 @@ std::optional<std::string> building::storedEngineArchive(const std::string& engi
 }
 
 std::string building::engineForWrapper(const std::string& engine, const std::string& wrapper) {
-    if (storedEngineArchive(engine) || WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper) == engine) {
-        return engine;
+    const auto inUse = WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper);
+    const std::string converted = NSCaskeryEngine(engine).nameAfterConversion().value_or(engine);
+    for (const std::string& name : {engine, converted}) {
+        if (storedEngineArchive(name) || inUse == name) return name;
     }
     const std::string recent = NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine;
     return storedEngineArchive(recent) ? recent : engine;
@@ -251,6 +252,11 @@ std::vector<building::EngineSource> building::engineSources(const std::string& e
         if (isOfficialEngine(name)) sources.push_back({Kind::official, name, officialLinkOf(name)});
     };
     if (isStored(engine)) return sources;
+    // An engine of an old generation is there under its new name from its conversion on.
+    if (const auto converted = NSCaskeryEngine(engine).nameAfterConversion();
+        converted && isStored(*converted)) {
+        return sources;
+    }
     addOfficial(engine);
     const std::string recent = NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine;
     if (recent != engine) {
@@ -273,9 +279,11 @@ bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std
         return false;
     }
     for (const building::EngineSource& source : building::engineSources(engine, customLink)) {
-        if (source.kind == building::EngineSource::Kind::stored) return true;
-        if (source.kind == building::EngineSource::Kind::official && downloadOfficialEngine(source.engine))
-            return true;
+        const bool isThere = source.kind == building::EngineSource::Kind::stored;
+        const bool isOfficial = source.kind == building::EngineSource::Kind::official;
+        if (!isThere && !(isOfficial && downloadOfficialEngine(source.engine))) continue;
+        NSCaskeryEngine(source.engine).convertOldEngine();
+        return true;
     }
     if (!customLink) {
         const EngineAnswer answer = askForEngine(*this, engine);
@@ -349,13 +357,7 @@ ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const 
         if (found()) break;
     }
     if (!unpacking || !found()) {
-        if (unpacking && files::kindOf(files::join(unpacking->path, oldBundleName)) == files::Kind::folder) {
-            MVAlert::showAlertErrorMessage(localized(
-                "The engine %@ is of an old generation and has to be converted before it can be used.",
-                {engine}));
-        } else {
-            reportCorruptedEngine(*place);
-        }
+        reportCorruptedEngine(*place);
         return ExtractedEngine::failure;
     }
     return replaceEngine(bundle, wrapper) ? ExtractedEngine::installed : ExtractedEngine::failure;

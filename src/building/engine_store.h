@@ -21,8 +21,9 @@ struct EngineSource {
 [[nodiscard]] std::vector<EngineSource> engineSources(const std::string& engine,
                                                       const std::optional<std::string>& customLink);
 
-/// The engine that goes into the port's wrapper, once it is prepared: the named one, or the most recent one
-/// that is compatible with it where only that was to be had. A wrapper that holds the named engine keeps it.
+/// The engine that goes into the port's wrapper, once it is prepared: the named one, what a conversion has
+/// made of it, or the most recent one that is compatible with it where only that was to be had. A wrapper
+/// that holds one of the first two keeps it.
 [[nodiscard]] std::string engineForWrapper(const std::string& engine, const std::string& wrapper);
 
 }  // namespace morvane::building

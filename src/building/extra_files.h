@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "ports/port_data.h"
 
@@ -9,8 +10,11 @@ namespace morvane::extra_files {
 
 /// Whether the entry's origin is a link; otherwise the user supplies the file.
 [[nodiscard]] bool isDownloaded(const ExtraFileEntry& entry);
-/// The file's own name: the last path component of the origin, without the query of a link; "temp.exe"
-/// without an origin.
+/// The file's own name: the last path component of the origin (of a link as `nameOfLink`); "temp.exe" without
+/// an origin. Not checked: it comes from a stranger and may be empty or "..".
 [[nodiscard]] std::string fileNameOf(const ExtraFileEntry& entry);
+/// The name that a download of the link gets: the last path component, without the query and the fragment,
+/// its escapes read ("My%20Game.zip?x=1" is "My Game.zip") unless they are no text. As unchecked as above.
+[[nodiscard]] std::string nameOfLink(std::string_view link);
 
 }  // namespace morvane::extra_files

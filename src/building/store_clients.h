@@ -23,7 +23,7 @@ struct StoreClient {
 /// Asks GOG's web page for the version: blocks on the network.
 [[nodiscard]] StoreClient gogGalaxy();
 
-/// Those that the port is built with, in their order.
-[[nodiscard]] std::vector<StoreClient> clientsOf(const NSPortData& port);
+/// The path below the wrapper's drive C that shows that the client is installed.
+[[nodiscard]] std::string proofOnDriveC(const StoreClient& client, const std::string& wrapper);
 
 }  // namespace morvane::store_clients

@@ -16,7 +16,7 @@ class Answers {
   public:
     struct Answer {
         std::string button;
-        std::optional<std::string> text;
+        std::optional<std::string> text;  ///< for a text field, or the choice of a choice box
     };
 
     /// "TITLE=BUTTON" or "TITLE=BUTTON:TEXT".

@@ -88,6 +88,15 @@ void addWrapperCommands(CLI::App& app, Parsed& parsed) {
     });
 }
 
+void addWrapperChanges(CLI::App& app, Parsed& parsed) {
+    CLI::App* wrapper = app.add_subcommand("wrapper", "change a wrapper");
+    wrapper->require_subcommand(1);
+    CLI::App* update = wrapper->add_subcommand("update", "bring it up to the newest master wrapper");
+    update->add_option("APP", parsed.app, "the wrapper")->required();
+    update->callback(
+        [&] { parsed.command = [&](Session& session) { return updateWrapper(session, parsed.app); }; });
+}
+
 void addCkiCommands(CLI::App& app, Parsed& parsed) {
     CLI::App* cki = app.add_subcommand("cki", "port descriptions");
     cki->require_subcommand(1);
@@ -113,12 +122,48 @@ void addEngineCommands(CLI::App& app, Parsed& parsed) {
     prepare->add_option("NAME", parsed.name, "the engine's name")->required();
     prepare->callback(
         [&] { parsed.command = [&](Session& session) { return cli::prepareEngine(session, parsed.name); }; });
+    CLI::App* convert = engine->add_subcommand("convert", "repack a stored engine of an old generation");
+    convert->add_option("NAME", parsed.name, "the engine's name")->required();
+    convert->callback(
+        [&] { parsed.command = [&](Session& session) { return convertEngine(session, parsed.name); }; });
     CLI::App* add = engine->add_subcommand("add-system", "pack this machine's Wine as an engine");
     add->add_flag("--full", parsed.full, "a self-contained copy");
     add->callback([&] {
         parsed.command = [&](Session& session) {
             return addSystemEngine(session, parsed.full ? EngineKind::full : EngineKind::thin);
         };
+    });
+}
+
+void addIconCommand(CLI::App& app, Parsed& parsed) {
+    CLI::App* icon = app.add_subcommand("icon", "give a wrapper, or an application inside one, an icon");
+    icon->add_option("APP", parsed.app, "the wrapper or the application")->required();
+    icon->add_option("PICTURE", parsed.file, "a PNG, JPEG, TIFF, GIF, BMP, ICNS, ICO or WebP file")
+        ->required();
+    icon->callback([&] {
+        parsed.command = [&](Session& session) { return setIcon(session, parsed.app, parsed.file); };
+    });
+}
+
+void addDiscCommands(CLI::App& app, Parsed& parsed) {
+    CLI::App* disc = app.add_subcommand("disc", "discs with a part for Macs and one for Windows");
+    disc->require_subcommand(1);
+    disc->add_subcommand("list", "print the discs that are inserted")->callback([&] {
+        parsed.command = [](Session& session) { return listDiscs(session); };
+    });
+    CLI::App* mount = disc->add_subcommand("mount", "mount a disc's Windows part");
+    mount->add_option("ID", parsed.name, "which one, as listed");
+    mount->callback(
+        [&] { parsed.command = [&](Session& session) { return mountDisc(session, parsed.name); }; });
+}
+
+void addServeCommand(CLI::App& app, Parsed& parsed) {
+    CLI::App* serve = app.add_subcommand("serve", "serve the files of a folder over HTTP");
+    serve->add_option("--content", parsed.path, "the folder")->required();
+    serve->add_option("--listen", parsed.name, "address and port; port 0 is a free one")
+        ->default_val("127.0.0.1:0");
+    serve->callback([&] {
+        parsed.command = [&](Session& session) { return cli::serve(session, parsed.path, parsed.name); };
     });
 }
 
@@ -152,8 +197,12 @@ int runCommandLine(int argc, char** argv) {
     app.add_flag("--json", parsed.json, "JSON output");
     addPortCommands(app, parsed);
     addWrapperCommands(app, parsed);
+    addWrapperChanges(app, parsed);
     addCkiCommands(app, parsed);
     addEngineCommands(app, parsed);
+    addIconCommand(app, parsed);
+    addDiscCommands(app, parsed);
+    addServeCommand(app, parsed);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

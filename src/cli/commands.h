@@ -37,5 +37,17 @@ int listEngines(Session& session);
 int prepareEngine(Session& session, const std::string& name);
 /// `engine add-system [--full]`.
 int addSystemEngine(Session& session, EngineKind kind);
+/// `serve --content FOLDER [--listen ADDRESS]`. Prints the address once it serves; ends when asked to.
+int serve(Session& session, const std::string& folder, const std::string& address);
+/// `engine convert NAME`. Repacks a stored engine of an old generation; done when it needs none.
+int convertEngine(Session& session, const std::string& name);
+/// `wrapper update APP`. Done when the wrapper has the current master wrapper's version afterwards.
+int updateWrapper(Session& session, const std::string& app);
+/// `icon APP PICTURE`. Of a wrapper or of a Custom EXE application of one; a failure keeps the old icon.
+int setIcon(Session& session, const std::string& app, const std::string& picture);
+/// `disc list`. The hybrid discs, whose Windows part can be mounted.
+int listDiscs(Session& session);
+/// `disc mount [ID]`. Asks which one when the identifier is empty.
+int mountDisc(Session& session, const std::string& identifier);
 
 }  // namespace morvane::cli

@@ -1,3 +1,4 @@
+#include "building/engine_store.h"
 #include "cli/commands.h"
 #include "engines/caskery_engine.h"
 #include "foundation/file_manager.h"
@@ -41,7 +42,8 @@ int prepareEngine(Session& session, const std::string& name) {
             throw;
         }
         host().creation.end();
-        const auto archive = NSCaskeryEngine::localPathForEngine(name);
+        // It may have come, or been converted, under another name.
+        const auto archive = building::storedEngineArchive(building::engineForWrapper(name, ""));
         if (!prepared || !archive) return session.fail("The engine " + name + " is not available.");
         session.console().print(*archive);
         return static_cast<int>(done);

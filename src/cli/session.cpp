@@ -72,13 +72,20 @@ void Session::watchSignals() {
 }
 
 void Session::handleSignal(int signal) {
+    if (serving_) {
+        askedToEnd_ = true;
+        host_->mainQueue.wake();
+        return;
+    }
     if (!host_->creation.running() && !console_.interrupt()) {
         // Nothing is being made, so that there is nothing to unwind.
         std::_Exit(cancelled);
     }
     // A question that is open has the person's attention already; so has somebody who presses it a second
     // time.
-    const bool asked = signal == SIGINT && console_.isInteractive() && !console_.interrupt();
+    // The question is about a wrapper that would be removed: other work is cancelled without it.
+    const bool asked =
+        signal == SIGINT && console_.isInteractive() && !console_.interrupt() && creation_ != nullptr;
     if (asked) {
         host_->mainQueue.post([this] {
             WrapperCreation* creation = creation_;
@@ -154,6 +161,13 @@ int Session::withCreation(const std::function<int(WrapperCreation&)>& work) {
         creation_ = nullptr;
         return result;
     });
+}
+
+int Session::untilAskedToEnd(const std::function<int()>& begin) {
+    serving_ = true;
+    const int begun = begin();
+    if (begun == done) host_->mainQueue.runUntil([this] { return askedToEnd_.load(); });
+    return begun;
 }
 
 int Session::fail(const std::string& message) {

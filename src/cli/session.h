@@ -44,6 +44,9 @@ class Session {
     int onWorker(const std::function<int()>& work);
     /// The same with a creation, whose cancellation the user may ask for.
     int withCreation(const std::function<int(WrapperCreation&)>& work);
+    /// For a command that serves: the work begins it and returns `done`, then Ctrl-C or a termination signal
+    /// is what ends it, and is no failure. Main thread.
+    int untilAskedToEnd(const std::function<int()>& begin);
     /// Says what went wrong; the exit code of a failure.
     int fail(const std::string& message);
 
@@ -61,6 +64,8 @@ class Session {
     std::atomic<WrapperCreation*> creation_ = nullptr;
     std::atomic<bool> cancelled_ = false;
     std::atomic<bool> ending_ = false;
+    std::atomic<bool> serving_ = false;
+    std::atomic<bool> askedToEnd_ = false;
     std::thread signalWatcher_;
 };
 

@@ -13,18 +13,38 @@
 
 namespace morvane::cli {
 
-std::optional<std::size_t> buttonFor(const std::string& typed, const Dialog& dialog) {
+namespace {
+
+/// What is given without anybody being asked.
+DialogAnswer defaultAnswer(const Dialog& dialog) {
+    DialogAnswer answer{.button = dialog.defaultButton, .text = ""};
+    if (const auto* field = std::get_if<TextField>(&dialog.accessory)) answer.text = field->text;
+    if (const auto* box = std::get_if<ChoiceBox>(&dialog.accessory)) answer.chosen = box->chosen;
+    return answer;
+}
+
+DialogAnswer cancellation(const Dialog& dialog) {
+    DialogAnswer answer = defaultAnswer(dialog);
+    answer.button = dialog.buttons.size() - 1;
+    return answer;
+}
+
+}  // namespace
+
+std::optional<std::size_t> choiceFor(const std::string& typed, const std::vector<std::string>& names,
+                                     std::size_t defaultChoice) {
     const std::string wanted = MVString::lowercased(MVString::trimmed(typed));
-    if (wanted.empty()) return dialog.defaultButton;
+    if (wanted.empty()) return defaultChoice;
     std::optional<std::size_t> found;
-    for (std::size_t at = 0; at < dialog.buttons.size(); ++at) {
-        const std::string name = MVString::lowercased(dialog.buttons[at]);
+    bool several = false;
+    for (std::size_t at = 0; at < names.size(); ++at) {
+        const std::string name = MVString::lowercased(names[at]);
         if (wanted == name || wanted == std::to_string(at + 1)) return at;
         if (!name.starts_with(wanted)) continue;
-        if (found) return std::nullopt;  // "I" of "I Agree" and "I Disagree"
+        several = found.has_value();  // "I" of "I Agree" and "I Disagree"
         found = at;
     }
-    return found;
+    return several ? std::nullopt : found;
 }
 
 std::string expandedPath(const std::string& typed) {
@@ -57,29 +77,49 @@ void TerminalInterface::showMessage(const Dialog& dialog) {
 }
 
 std::optional<DialogAnswer> TerminalInterface::scriptedAnswer(const Dialog& dialog) {
-    const auto* field = std::get_if<TextField>(&dialog.accessory);
-    if (const auto answer = answers_.takeAnswer(dialog.title)) {
-        const auto button = buttonFor(answer->button, dialog);
-        if (!button) {
-            giveUp(dialog.title + ": there is no button \"" + answer->button + "\"");
-            return DialogAnswer{.button = dialog.defaultButton, .text = ""};
-        }
-        return DialogAnswer{.button = *button,
-                            .text = answer->text.value_or(field != nullptr ? field->text : "")};
+    DialogAnswer result = defaultAnswer(dialog);
+    const auto answer = answers_.takeAnswer(dialog.title);
+    if (!answer) return answers_.defaults ? std::optional(result) : std::nullopt;
+    const auto button = choiceFor(answer->button, dialog.buttons, dialog.defaultButton);
+    if (!button) {
+        giveUp(dialog.title + ": there is no button \"" + answer->button + "\"");
+        return result;
     }
-    if (!answers_.defaults) return std::nullopt;
-    return DialogAnswer{.button = dialog.defaultButton, .text = field != nullptr ? field->text : ""};
+    result.button = *button;
+    if (!answer->text) return result;
+    result.text = *answer->text;
+    if (const auto* box = std::get_if<ChoiceBox>(&dialog.accessory)) {
+        const auto chosen = choiceFor(*answer->text, box->options, box->chosen);
+        if (!chosen) giveUp(dialog.title + ": there is no choice \"" + *answer->text + "\"");
+        result.chosen = chosen.value_or(box->chosen);
+    }
+    return result;
 }
 
 std::optional<DialogAnswer> TerminalInterface::askForText(const Dialog& dialog) {
     const auto* field = std::get_if<TextField>(&dialog.accessory);
     const std::string hint = field->text.empty() ? "" : " [" + field->text + "]";
     const auto typed = console_.readLine(console_.bold(dialog.title) + hint + "\n(end of input cancels) > ");
-    if (!typed) {
-        if (console_.wasInterrupted()) return std::nullopt;
-        return DialogAnswer{.button = dialog.buttons.size() - 1, .text = ""};
-    }
+    if (!typed && console_.wasInterrupted()) return std::nullopt;
+    if (!typed) return cancellation(dialog);
     return DialogAnswer{.button = dialog.defaultButton, .text = typed->empty() ? field->text : *typed};
+}
+
+std::optional<DialogAnswer> TerminalInterface::askForChoice(const Dialog& dialog) {
+    const auto* box = std::get_if<ChoiceBox>(&dialog.accessory);
+    console_.say(console_.bold(dialog.title));
+    console_.say(dialog.text);
+    for (std::size_t at = 0; at < box->options.size(); ++at)
+        console_.say("  " + std::to_string(at + 1) + ") " + box->options[at]);
+    for (;;) {
+        const auto typed = console_.readLine("Number or text [" + std::to_string(box->chosen + 1) +
+                                             "] (end of input cancels) > ");
+        if (!typed && console_.wasInterrupted()) return std::nullopt;
+        if (!typed) return cancellation(dialog);
+        if (const auto chosen = choiceFor(*typed, box->options, box->chosen))
+            return DialogAnswer{.button = dialog.defaultButton, .text = "", .chosen = *chosen};
+        console_.say("Please type a number or the beginning of a choice.");
+    }
 }
 
 std::optional<DialogAnswer> TerminalInterface::askForButton(const Dialog& dialog) {
@@ -97,7 +137,8 @@ std::optional<DialogAnswer> TerminalInterface::askForButton(const Dialog& dialog
     for (;;) {
         const auto typed = console_.readLine(prompt + " > ");
         if (!typed) return std::nullopt;
-        if (const auto button = buttonFor(*typed, dialog)) return DialogAnswer{.button = *button, .text = ""};
+        if (const auto button = choiceFor(*typed, dialog.buttons, dialog.defaultButton))
+            return DialogAnswer{.button = *button, .text = ""};
         console_.say("Please type a number or the beginning of an answer.");
     }
 }
@@ -117,8 +158,13 @@ DialogAnswer TerminalInterface::showDialog(const Dialog& dialog) {
     if (const auto answer = scriptedAnswer(dialog)) return *answer;
     std::optional<DialogAnswer> answer;
     if (console_.isInteractive()) {
-        answer =
-            std::holds_alternative<TextField>(dialog.accessory) ? askForText(dialog) : askForButton(dialog);
+        if (std::holds_alternative<TextField>(dialog.accessory)) {
+            answer = askForText(dialog);
+        } else if (std::holds_alternative<ChoiceBox>(dialog.accessory)) {
+            answer = askForChoice(dialog);
+        } else {
+            answer = askForButton(dialog);
+        }
         // Ctrl-C at a question is a cancellation already.
         if (!answer && console_.wasInterrupted()) host().creation.request();
     }

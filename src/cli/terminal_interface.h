@@ -47,6 +47,7 @@ class TerminalInterface : public UserInterface {
     void showMessage(const Dialog& dialog);
     [[nodiscard]] std::optional<DialogAnswer> scriptedAnswer(const Dialog& dialog);
     [[nodiscard]] std::optional<DialogAnswer> askForText(const Dialog& dialog);
+    [[nodiscard]] std::optional<DialogAnswer> askForChoice(const Dialog& dialog);
     [[nodiscard]] std::optional<DialogAnswer> askForButton(const Dialog& dialog);
     /// Nobody answers: ends the command, unless a person has just cancelled it.
     void giveUp(const std::string& question);
@@ -58,9 +59,11 @@ class TerminalInterface : public UserInterface {
     bool errorShown_ = false;
 };
 
-/// The button that was typed: its number, its name or the beginning of it, whatever the case; the default for
-/// nothing.
-[[nodiscard]] std::optional<std::size_t> buttonFor(const std::string& typed, const Dialog& dialog);
+/// The button or choice that was typed: its number, its name or the beginning of it, whatever the case; the
+/// default for nothing.
+[[nodiscard]] std::optional<std::size_t> choiceFor(const std::string& typed,
+                                                   const std::vector<std::string>& names,
+                                                   std::size_t defaultChoice);
 /// An absolute path: "~" and "~user" at the start are homes, anything else is relative to the working folder.
 [[nodiscard]] std::string expandedPath(const std::string& typed);
 

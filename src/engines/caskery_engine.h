@@ -39,10 +39,13 @@ class NSCaskeryEngine {
     [[nodiscard]] int getCaskeryMostRecentGenerationOfEngine() const;
     /// `updateToMostRecentVersionForPortType:`. Rewrites the name; returns the object.
     NSCaskeryEngine& updateToMostRecentVersionForPortType(std::string_view portType);
-    /// `convertOldEngine` (old_engine.cpp). Offers to repack an archive of the generations 5 to 7 in the
-    /// engine folder as one of generation 8, which then takes its place, and its name that of `engine`.
-    /// Blocks for as long as packing takes; one conversion at a time. The old archive goes only when the new
-    /// one can be unpacked.
+    /// The name that a conversion gives an engine of the generations 5 to 7; nothing for every other name.
+    [[nodiscard]] std::optional<std::string> nameAfterConversion() const;
+    /// `convertOldEngine` (old_engine.cpp). Offers to repack the engine folder's "<name>.tar.7z", when it is
+    /// of the generations 5 to 7, as an archive of generation 8, which then takes its place, and its name
+    /// that of `engine`. Blocks for as long as packing takes; one conversion at a time. The old archive goes
+    /// only when the new one has been unpacked; a failure is told to the user and changes nothing. On the
+    /// thread of the running creation a cancellation changes nothing either, and throws `Cancelled`.
     void convertOldEngine();
     /// `getMiddleWord:`.
     [[nodiscard]] static std::string getMiddleWord(std::string_view text);

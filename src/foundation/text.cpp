@@ -209,6 +209,14 @@ std::string lowercased(std::string_view text) {
     lower.reserve(text.size());
     bool letterBefore = false;
     for (std::size_t at = 0; at < text.size();) {
+        // Most names are ASCII, and a catalogue has tens of thousands of them to search.
+        if (static_cast<unsigned char>(text[at]) < 0x80) {
+            const bool isCapital = text[at] >= 'A' && text[at] <= 'Z';
+            lower += isCapital ? static_cast<char>(text[at] | 0x20) : text[at];
+            letterBefore = lower.back() >= 'a' && lower.back() <= 'z';
+            ++at;
+            continue;
+        }
         const Character character = characterAt(text, at);
         const std::size_t next = at + character.length;
         if (!character.valid) {

@@ -256,13 +256,14 @@ void NSAppsArray::reorderLocalAppsArrayBySizeWithBlock(Completion completion) {
 }
 
 void NSAppsArray::reorderLocalAppsArrayBy(std::int64_t order, SavingOrder saving, Completion completion) {
+    if (order != orderByName && order != orderBySize) return;
     if (saving == SavingOrder::yes) host().defaults.set(settings::autoOrderAppsList, order);
     const auto sorted = [this, saving, completion = std::move(completion)] {
         if (saving == SavingOrder::yes) saveLocalAppList();
         run(completion);
     };
-    if (order == orderByName) reorderLocalAppsArrayByNameWithBlock(sorted);
-    if (order == orderBySize) reorderLocalAppsArrayBySizeWithBlock(sorted);
+    if (order == orderByName) return reorderLocalAppsArrayByNameWithBlock(sorted);
+    reorderLocalAppsArrayBySizeWithBlock(sorted);
 }
 
 void NSAppsArray::disableLocalAppsArrayAutoOrder() {

@@ -30,6 +30,9 @@ struct LocalItem {
     bool operator==(const LocalItem&) const = default;
 };
 
+/// The games folder in the applications folder.
+inline constexpr const char* gamesFolderName = "Games.localized/";
+
 enum class CustomEXE { no, yes };
 enum class SavingOrder { no, yes };
 

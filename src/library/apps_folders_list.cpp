@@ -8,7 +8,6 @@
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "foundation/settings_keys.h"
-#include "library/name_order.h"
 #include "platform/host.h"
 
 namespace morvane {

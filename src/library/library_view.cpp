@@ -14,6 +14,7 @@ LibraryView::LibraryView(NSAppsArray& apps, Callbacks callbacks)
 
 void LibraryView::showTab(std::int64_t tabType) {
     tabType_ = tabType;
+    reload();
     if (tabType == NSAppsArray::catalogueTab) {
         apps_.loadServerAppsBlock(reloading());
     } else {

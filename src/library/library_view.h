@@ -39,7 +39,8 @@ class LibraryView {
     LibraryView(const LibraryView&) = delete;
     LibraryView& operator=(const LibraryView&) = delete;
 
-    /// Shows the tab (`NSAppsArray::localTab` or `catalogueTab`), loading its list when needed.
+    /// Shows the tab (`NSAppsArray::localTab` or `catalogueTab`) as far as it is known, and again once its
+    /// list is loaded.
     void showTab(std::int64_t tabType);
     void search(const std::string& keywords);
     [[nodiscard]] const std::string& keywords() const { return keywords_; }

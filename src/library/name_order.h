@@ -11,9 +11,6 @@
 
 namespace morvane {
 
-/// The games folder in the applications folder.
-inline constexpr const char* gamesFolderName = "Games.localized/";
-
 /// Sorts by `name`, ascending, whatever the case; equal names keep their order. Each name is lower-cased
 /// once.
 template <class Item>

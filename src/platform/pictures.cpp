@@ -174,6 +174,69 @@ class Reader {
     QImageReader reader_;
 };
 
+// What is cut off in the middle, the readers of these formats fill up with grey or nothing and call a
+// success.
+
+/// Behind the blocks that begin at the position, each with its length, up to the empty one; nothing when the
+/// file ends before.
+std::optional<std::size_t> behindGifBlocks(std::string_view bytes, std::size_t position) {
+    while (position < bytes.size()) {
+        const std::size_t length = littleEndian(bytes, position, 1);
+        position += 1 + length;
+        if (length == 0) return position;
+    }
+    return std::nullopt;
+}
+
+/// The first frame; the others are not shown.
+bool isWholeGif(std::string_view bytes) {
+    constexpr std::size_t header = 13, imageHeader = 10;
+    constexpr char extension = '!', image = ',';
+    const auto tableSize = [&](std::size_t flags) {
+        return (flags & 0x80U) != 0 ? std::size_t{3} << ((flags & 7U) + 1) : 0;
+    };
+    if (bytes.size() < header) return false;
+    std::size_t position = header + tableSize(littleEndian(bytes, 10, 1));
+    while (position + imageHeader <= bytes.size() && bytes[position] == extension) {
+        const auto behind = behindGifBlocks(bytes, position + 2);
+        if (!behind) return false;
+        position = *behind;
+    }
+    if (position + imageHeader > bytes.size() || bytes[position] != image) return false;
+    const std::size_t table = tableSize(littleEndian(bytes, position + imageHeader - 1, 1));
+    return behindGifBlocks(bytes, position + imageHeader + table + 1).has_value();
+}
+
+/// Has the end mark behind the first scan. A preview picture in the headers before has one of its own.
+bool isWholeJpeg(std::string_view bytes) {
+    constexpr std::size_t mark = 0xFF, scan = 0xDA;
+    std::size_t position = 2;
+    while (position + 4 <= bytes.size() && littleEndian(bytes, position, 1) == mark) {
+        const std::uint32_t kind = littleEndian(bytes, position + 1, 1);
+        if (kind == scan) break;
+        // Marks may be repeated to fill up.
+        position += kind == mark ? 1 : 2 + (bigEndian32(bytes, position) & 0xFFFFU);
+    }
+    return bytes.find("\xFF\xD9", position) != std::string_view::npos;
+}
+
+/// Rows that are not packed have a size that is known.
+bool isWholeBmp(std::string_view bytes, QSize size) {
+    constexpr std::size_t header = 54;
+    if (bytes.size() < header) return false;
+    const std::uint32_t packing = littleEndian(bytes, 30, 4);
+    const bool isPacked = packing == 1 || packing == 2;
+    const std::int64_t line = (std::int64_t{size.width()} * littleEndian(bytes, 28, 2) + 31) / 32 * 4;
+    const std::int64_t needed = littleEndian(bytes, 10, 4) + (isPacked ? 0 : line * size.height());
+    return static_cast<std::int64_t>(bytes.size()) >= needed;
+}
+
+bool isWholeFile(std::string_view kind, std::string_view bytes, QSize size) {
+    if (kind == "GIF") return isWholeGif(bytes);
+    if (kind == "JPEG") return isWholeJpeg(bytes);
+    return kind != "BMP" || isWholeBmp(bytes, size);
+}
+
 QImage imageFrom(std::string_view kind, std::string_view bytes) {
     if (!hasMembers(kind)) return Reader(kind, bytes).image();
     for (const Member& member : membersOf(kind, bytes)) {
@@ -332,7 +395,7 @@ std::optional<Picture> decode(std::string_view bytes) {
     const std::string_view kind = kindOf(bytes);
     if (kind.empty()) return std::nullopt;
     QImage image = imageFrom(kind, bytes);
-    if (image.isNull()) return std::nullopt;
+    if (image.isNull() || !isWholeFile(kind, bytes, image.size())) return std::nullopt;
     image.convertTo(QImage::Format_RGBA8888);
     if (image.isNull()) return std::nullopt;
     Picture picture{image.width(), image.height(), {}};

@@ -29,9 +29,9 @@ struct Size {
 /// The size in pixels without decoding the whole; nothing when it is no picture that we read.
 [[nodiscard]] std::optional<Size> sizeOf(std::string_view bytes);
 /// PNG, JPEG, TIFF, GIF (first frame), BMP, ICNS and ICO (largest), WebP. Nothing for anything else, for
-/// truncated pictures without a complete header, and for pictures with an edge of 0 or beyond the bounds. A
-/// picture that was taken with the camera turned comes upright. Members of an ICO or ICNS file that are
-/// damaged, or in JPEG 2000, give way to the next largest.
+/// truncated pictures, and for pictures with an edge of 0 or beyond the bounds. A picture that was taken with
+/// the camera turned comes upright. Members of an ICO or ICNS file that are damaged, or in JPEG 2000, give
+/// way to the next largest.
 [[nodiscard]] std::optional<Picture> decode(std::string_view bytes);
 /// The encoders give an empty text for a picture whose size and bytes do not agree. JPEG has no transparency:
 /// the picture is laid on white.

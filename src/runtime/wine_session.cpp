@@ -175,7 +175,9 @@ std::map<std::string, std::string> WineSession::environment(Display display) con
     const std::string path = variables.contains("PATH") ? variables["PATH"] : "/usr/local/bin:/usr/bin:/bin";
     variables["PATH"] = bin + ":" + tools + ":" + path;
     variables["WINESERVER"] = server();
-    variables["WINE"] = bin + "/wine";  // for the winetricks script
+    // For the winetricks script: our Wine, and the cache where the application has put its downloads.
+    variables["WINE"] = bin + "/wine";
+    variables["W_CACHE"] = Folders::fromEnvironment().home + "/.cache/winetricks";
 
     // No desktop entries, and no offer to fetch Mono or Gecko, unless the engine brings them along.
     std::string overrides = "winemenubuilder.exe=d";

@@ -36,21 +36,22 @@ bool holdsFile(const std::string& path) {
 }
 
 /// Runs the icon writer with the old icon out of its way, and puts the old one back when no new one came out:
-/// a wrapper is not left without an icon.
-void replaceIconFile(const IconPaths& paths) {
+/// a wrapper is not left without an icon. Whether there is a new one.
+bool replaceIconFile(const IconPaths& paths) {
     const std::string previous = paths.icon + ".previous";
     if (files::kindOf(paths.icon) != files::Kind::none) {
         MVFileManager::removeItemAtPath(previous);
-        if (!MVFileManager::moveItemAtPath(paths.icon, previous)) return;
+        if (!MVFileManager::moveItemAtPath(paths.icon, previous)) return false;
     }
     MVTask::runProgram("iconutil", std::nullopt, MVTask::Arguments({"-c", "icns", paths.iconSet}), Wait::yes);
     if (holdsFile(paths.icon)) {
         MVFileManager::removeItemAtPath(previous);
-        return;
+        return true;
     }
     MVFileManager::removeItemAtPath(paths.icon);
     // Also when a run that was killed left it there.
     if (files::kindOf(previous) != files::Kind::none) MVFileManager::moveItemAtPath(previous, paths.icon);
+    return false;
 }
 
 }  // namespace
@@ -71,25 +72,26 @@ void NSPortManager::saveIconsetImage(const Picture& picture, int size, const std
     savePngImage(picture, size * 2, filled("%@/icon_%dx%d@2x.png", {folder, edge, edge}));
 }
 
-void NSPortManager::setIconWithImage(const std::optional<ImageData>& image) const {
+bool NSPortManager::setIconWithImage(const std::optional<ImageData>& image) const {
     const std::optional<Picture> picture = image ? pictures::decode(image->bytes) : std::nullopt;
     const auto iconName = NSUtilities::iconFileName(plistObjectForKey("CFBundleIconFile"));
-    if (!picture || !iconName) return;
+    if (!picture || !iconName) return false;
     const auto paths = iconPaths(*iconName, path);
     if (const Failure* failure = failureOf(paths)) {
         MVAlert::showAlertErrorMessage(failure->message);
-        return;
+        return false;
     }
 
     const auto& [icon, iconSet] = std::get<IconPaths>(paths);
     MVFileManager::removeItemAtPath(iconSet);  // left by a run that was killed
     MVFileManager::createDirectoryAtPath(iconSet, IntermediateFolders::no);
     for (int size = smallestIcon; size <= largestIcon; size *= 2) saveIconsetImage(*picture, size, iconSet);
-    replaceIconFile({icon, iconSet});
+    const bool replaced = replaceIconFile({icon, iconSet});
     MVFileManager::removeItemAtPath(iconSet);
     // A wrapper that comes from a Mac may carry the Finder's own icon for the folder, which would hide the
     // new one.
     MVFileManager::removeItemAtPath(path + "/Icon\r");
+    return replaced;
 }
 
 }  // namespace morvane

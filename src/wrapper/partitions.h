@@ -1,5 +1,7 @@
 // wrapper/partitions.h: the Windows part of hybrid discs, of which the system shows the other part only.
-// Blocks on programs; a worker for all but the question, which is asked on the main thread.
+//
+// Blocks on programs, which a worker should wait for; the question is asked and the folder opened on the main
+// thread.
 #pragma once
 
 #include <string>
@@ -13,12 +15,18 @@ struct MountableDisk {
     bool operator==(const MountableDisk&) const = default;
 };
 
+/// "MV_WIN_DISC" in the folder of the volumes: where the one disc that can be mounted at a time lies.
+[[nodiscard]] std::string mountPoint();
+
 /// `mountableDisksList`. The inserted discs with an Apple partition scheme, in the order of the list.
 [[nodiscard]] std::vector<MountableDisk> mountableDisksList();
-/// `mountAndOpenDiscWithID:`. Read-only at "MV_WIN_DISC" in the folder of the volumes, instead of the disc
-/// that was there before. Failures of the mount are not seen: the folder that is opened is empty then.
-void mountAndOpenDiscWithID(const std::string& identifier);
-/// `mountWindowsPartition`. Asks which one.
-void mountWindowsPartition();
+enum class Mounting { tried, cancelled, impossible };
+
+/// `mountAndOpenDiscWithID:`. Read-only at the mount point, instead of the disc that was there before.
+/// Failures of the mount are not seen: the folder that is opened is empty then. Impossible for an identifier
+/// that is more than letters and digits; it is reported, and nothing is done.
+Mounting mountAndOpenDiscWithID(const std::string& identifier);
+/// `mountWindowsPartition`. Asks which one; impossible when there is none, which is reported.
+Mounting mountWindowsPartition();
 
 }  // namespace morvane::NSPartitionMounter

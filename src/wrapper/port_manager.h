@@ -57,8 +57,9 @@ class NSPortManager {
     /// `saveIconsetImage:withSize:atFolder:`. The size and its "@2x".
     void saveIconsetImage(const Picture& picture, int size, const std::string& folder) const;
     /// `setIconWithImage:`. Replaces the icon file, which stays when no new one could be made. Nothing
-    /// happens without a picture that can be decoded or without "CFBundleIconFile".
-    void setIconWithImage(const std::optional<ImageData>& image) const;
+    /// happens without a picture that can be decoded or without "CFBundleIconFile". Whether the icon is a new
+    /// one.
+    bool setIconWithImage(const std::optional<ImageData>& image) const;
 };
 
 /// Flags are booleans or integers in settings files; anything else, and nothing, is false.

@@ -1,4 +1,8 @@
+#include <algorithm>
+#include <filesystem>
+
 #include "building/wrapper_creation.h"
+#include "foundation/text.h"
 #include "platform/files.h"
 #include "support/fake_wrapper.h"
 #include "support/test_machine.h"
@@ -6,6 +10,7 @@
 namespace morvane {
 namespace {
 
+namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
 class ExtractFile : public testing::TestMachine {
@@ -45,19 +50,46 @@ TEST_F(ExtractFile, GivesTheEntriesThatWereNotThere) {
     EXPECT_EQ(get(store + "/data/level1"), "contents of data/level1");
 }
 
-TEST_F(ExtractFile, KnowsKindsByTheExtensionAloneAndTakesNoNameForAnOption) {
+TEST_F(ExtractFile, KnowsKindsByTheExtensionAloneAndTakesNoNameForMoreThanAName) {
     pack("UPPER.7Z", {"seven"});
     pack("packed.xz", {"single"});
     pack("-o..outside.zip", {"evil"});
     pack("@list.zip", {"listed"});
+    pack("*.zip", {"star"});
     put(store + "/damaged.zip", "not a zip");
     const std::pair<const char*, Names> rows[] = {
-        {"UPPER.7Z", {"seven"}},      {"packed.xz", {"packed"}}, {"game.tar.gz", {"game.tar.gz"}},
-        {"setup.exe", {"setup.exe"}}, {"damaged.zip", {}},       {"-o..outside.zip", {"evil"}},
-        {"@list.zip", {"listed"}},
+        {"*.zip", {"star"}},           {"UPPER.7Z", {"seven"}},
+        {"packed.xz", {"packed"}},     {"game.tar.gz", {"game.tar.gz"}},
+        {"setup.exe", {"setup.exe"}},  {"damaged.zip", {}},
+        {"-o..outside.zip", {"evil"}}, {"@list.zip", {"listed"}},
     };
     for (const auto& [name, expected] : rows) EXPECT_EQ(extracted(name), expected) << name;
     EXPECT_EQ(files::kindOf(folder.path + "/outside"), files::Kind::none);
+}
+
+TEST_F(ExtractFile, NothingLandsOutsideTheFolder) {
+    const std::string outside = folder.path + "/outside";
+    put(outside + "/victim", "unharmed");
+    pack("evil.zip", {"aa/escaped", "deep/aa/aa/escaped2", "mine/through", "victim"});
+    // Names are stored as they are: a harmless one is renamed in the archive's bytes.
+    put(store + "/evil.zip", MVString::replacedAll(get(store + "/evil.zip"), "aa/", "../"));
+    put(store + "/pack.sh",
+        "ln -s ../outside mine; ln -s ../outside/victim victim; mkdir work; cd work; : > plain\n"
+        "ln -s $PWD/../../outside absolute; ln -s ../outside relative; ln -s plain inside\n"
+        "tar -cf ../evil.tar *; rm absolute relative; mkdir absolute relative; : > absolute/x; : > "
+        "relative/x\n"
+        "tar -rPf ../evil.tar --transform 's,^plain,../../escaped3,' *; rm -r ../work ../pack.sh\n");
+    testing::runTool(store, {"/bin/sh", "pack.sh"});
+    ui.expectError("\"" + store + "/mine\" was not unpacked: a link leads out of its folder.");
+    EXPECT_EQ(extracted("evil.zip"), (Names{"deep", "escaped"}));
+    extracted("evil.tar");
+    EXPECT_EQ(get(store + "/victim"), "contents of victim") << "in place of the link";
+    for (const auto& [name, linked] : {std::pair{"inside", true}, {"absolute", false}, {"relative", false}})
+        EXPECT_EQ(fs::is_symlink(store + "/" + name), linked) << name;
+    EXPECT_EQ(get(outside + "/victim"), "unharmed");
+    const Names all = std::get<Names>(files::listBelow(folder.path));
+    for (const char* name : {"escaped", "escaped2", "escaped3", "through", "x", "outside/x"})
+        EXPECT_EQ(std::ranges::count(all, name), 0) << name;
 }
 
 TEST_F(ExtractFile, TheFolderDecidesWhetherAnythingIsUnpacked) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "building/configured_wrapper.h"
+#include "foundation/text.h"
 #include "platform/cancellation.h"
 #include "wrapper/banner.h"
 
@@ -11,6 +12,7 @@ using testing::ConfiguredWrapper;
 
 class ConfigureWrapper : public ConfiguredWrapper {
   protected:
+    ConfigureWrapper() { putSharedVerbScript(); }
     /// The status lines of one configuration.
     Names configure(const NSPortData& port) {
         ui.progress.clear();
@@ -38,6 +40,9 @@ TEST_F(ConfigureWrapper, ShowsEveryStageInItsOrder) {
                           "Cleaning Auto-Run apps list..."};
     const Names programs{"Configuring EXEs..."}, extras{"Downloading Extras..."};
     const Names game{"Requesting Installer...", "Running " + installer + "..."};
+    const auto component = [](const std::string& name) {
+        return Names{"Installing winetrick " + name + "..."};
+    };
     const Names verbs{"Installing winetricks..."}, ending{"Saving FnToogle default value..."};
     put(installer, "MZ");
     put(driveC + "/Game/game.exe", "MZ");
@@ -53,21 +58,35 @@ TEST_F(ConfigureWrapper, ShowsEveryStageInItsOrder) {
         const char* name;
         NSPortData port;
         std::vector<Names> stages;
+        std::string before = {};  ///< the component that comes before everything else
     };
+    // The client is there already, and so is what the catalogue would supply for it.
+    put(driveC + "/Program Files/GalaxyClient/GalaxyClient.exe", "MZ");
+    put(home + "/.cache/winetricks/msxml3/msxml3.msi", "msi");
     for (const Row& row : {
              Row{"known programs", known, {overrides, programs, extras, verbs}},
              Row{"found later", portOf("C:/*/game.exe"), {overrides, extras, programs, verbs}},
              Row{"with an installer", withInstaller, {overrides, extras, game, extras, programs, verbs}},
-             Row{"verbs after the game", verbsAfter, {programs, extras, verbs, overrides}},
-             Row{"nothing after the marker", markerLast, {overrides, programs, extras, verbs}},
-             Row{"GOG Galaxy", galaxy, {overrides, programs, verbs}},
+             Row{"verbs after the game",
+                 verbsAfter,
+                 {programs, extras, verbs, component("corefonts"), overrides},
+                 "vcrun2010"},
+             Row{"nothing after the marker", markerLast, {overrides, programs, extras, verbs}, "vcrun2010"},
+             Row{"GOG Galaxy",
+                 galaxy,
+                 {overrides, component("msxml3"), component("vcrun2012"), component("nocrashdialog"),
+                  programs, verbs}},
          }) {
         Names expected = beginning;
+        if (!row.before.empty()) expected.push_back(component(row.before).front());
         for (const Names& stage : row.stages) expected.insert(expected.end(), stage.begin(), stage.end());
         expected.insert(expected.end(), ending.begin(), ending.end());
         EXPECT_EQ(configure(row.port), expected) << row.name;
     }
-    EXPECT_EQ(asked(), "CKS-installer " + installer + "\n") << "only the port with an installer runs it";
+    std::string calls = asked();
+    EXPECT_EQ(MVString::split(calls, "CKS-installer ").size(), 2u)
+        << "only the port with an installer runs it";
+    EXPECT_EQ(MVString::split(calls, "CKS-winetricks ").size(), 7u) << calls;
 }
 
 TEST_F(ConfigureWrapper, WritesEverySettingOfThePort) {

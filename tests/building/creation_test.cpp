@@ -158,26 +158,5 @@ TEST_F(Creation, TellsWhereTheWrapperIsWhenItCannotGoBack) {
     EXPECT_TRUE(exists(passing + "/Contents/Resources/system.reg"));
 }
 
-TEST_F(Creation, BuildsNothingOfAPortThatNeedsStagesToCome) {
-    testing::publishMasterWrapper(site);
-    NSPortData verbs, files, clients;
-    verbs.winetricks = {"corefonts", "Install App", "vcrun2012"};
-    files.extraFilesAfterInstaller = {{.origin = "patch.exe", .destiny = "C:/", .autorun = true}};
-    files.isGogGalaxy = true;
-    clients.isSteam = clients.isOrigin = clients.isUplay = true;
-    std::pair<NSPortData, std::string> rows[] = {
-        {verbs, "Winetricks components (corefonts, vcrun2012)"},
-        {files, "extra files, GOG Galaxy"},
-        {clients, "Steam, Origin, Uplay"},
-    };
-    for (auto& [port, needs] : rows) {
-        port.engine = "CK9Wine3.0";
-        ui.expectError("This port needs " + needs +
-                       ", which this version of Morvane can't install yet. Nothing was created.");
-        create([&](WrapperCreation& creation) { EXPECT_FALSE(creation.buildPortAt(wrapper, port)); });
-        EXPECT_EQ(namesIn(masters), Names{});
-    }
-}
-
 }  // namespace
 }  // namespace morvane

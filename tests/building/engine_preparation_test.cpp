@@ -231,10 +231,7 @@ TEST_F(EnginePreparation, GoesOnWhereAKilledReplacementStopped) {
 TEST_F(EnginePreparation, KeepsTheOldEngineWhenTheArchiveIsBad) {
     const std::string whole = testing::packedEngine("CK9Wine3.0");
     testing::makeFakeEngine(packing.path, "CK9Wine3.0");
-    fs::create_directories(packing.path + "/CaskeryEngine.bundle/Wine/bin");
     const std::string otherTar = testing::packedTar7z(packing.path, "ckwine.bundle", "Other.tar");
-    const std::string oldEngine =
-        testing::packedTar7z(packing.path, "CaskeryEngine.bundle", "CK9Wine3.0.tar");
     pack("mv ckwine.bundle elsewhere && ln -s elsewhere ckwine.bundle");
     const std::string link = testing::packedTar7z(packing.path, "ckwine.bundle", "CK9Wine3.0.tar");
     std::string flipped = whole;
@@ -250,9 +247,6 @@ TEST_F(EnginePreparation, KeepsTheOldEngineWhenTheArchiveIsBad) {
         {"flipped bits", flipped, corrupted, true},
         {"a tar file of another name", otherTar, corrupted, true},
         {"a link for the bundle", link, corrupted, false},
-        {"an old engine", oldEngine,
-         "The engine CK9Wine3.0 is of an old generation and has to be converted before it can be used.",
-         false},
     };
     testing::makeFakeWrapperAt(wrapper, "CK9Wine2.0");
     for (const Row& row : rows) {

@@ -21,6 +21,7 @@ constexpr const char* foreign =
 
 class Entry : public testing::BuildingMachine {
   protected:
+    Entry() { putSharedVerbScript(); }
     /// A CKI file of a game that the published master wrapper's prefix holds.
     std::string game() {
         return cki(
@@ -319,7 +320,13 @@ TEST_F(Entry, TheCancelButtonAsksFirst) {
 }
 
 TEST_F(Entry, ABlankWrapperTakesThePanelsChoices) {
-    publish();
+    // The prefix holds the clients already, and the cache what the catalogue would supply.
+    const std::string programs = "\"$wrapper/Contents/Resources/drive_c/Program Files";
+    publish({.onPrefixCreate = "mkdir -p " + programs + "/Origin\" " + programs +
+                               "/Ubisoft/Ubisoft Game Launcher\"; touch " + programs +
+                               "/Origin/Origin.exe\""});
+    put(home + "/.cache/winetricks/msxml3/msxml3.msi", "msi");
+    put(home + "/.cache/winetricks/gdiplus_winxp/NDP1.0sp2-KB830348-X86-Enu.exe", "MZ");
     testing::publishEngines(site, {"CK9Wine2.0", "CK9Wine3.0"});
     std::unique_ptr<WrapperCreation> creation;
     onWorker([&] { creation = std::make_unique<WrapperCreation>(progress); });
@@ -338,7 +345,7 @@ TEST_F(Entry, ABlankWrapperTakesThePanelsChoices) {
           "In order to work, Origin needs two patches in the engine that you are going to use. Only install "
           "it in an engine with these patches.")
         .titleIs("Warning");
-    ui.expectError("This port needs Origin, Uplay, which");
+    ui.expect("Game main EXE couldn't be found!");
     onWorker([&] {
         creation->createBlankPortWithCompletionHandler([&](bool failed, const std::string&) {
             failure = failed;
@@ -347,7 +354,13 @@ TEST_F(Entry, ABlankWrapperTakesThePanelsChoices) {
     });
     machine->mainQueue.runUntil([&] { return ended; });
     machine->workQueues.joinAll();
-    EXPECT_TRUE(failure);
+    EXPECT_FALSE(failure);
+    const std::string calls = get(testing::commandLog(wrapper));
+    for (const char* component : {"vb6run", "macdriver=mac", "winhttp"}) {
+        EXPECT_NE(calls.find(std::string("CKS-winetricks ") + component + "\n"), std::string::npos)
+            << component;
+    }
+    fs::remove_all(wrapper);
     // Without an engine there is nothing to describe.
     ui.expectError(
         "An unknown error while creating that custom port! The custom port creation is going to be aborted.");

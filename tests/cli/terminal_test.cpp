@@ -26,18 +26,15 @@ TEST(Answers, AreUsedInTheOrderOfTheirTitles) {
     EXPECT_FALSE(answers.takeChoice("Select the installer"));
 }
 
-TEST(ButtonFor, TakesNumbersNamesAndBeginnings) {
-    Dialog dialog;
-    dialog.buttons = {"I Agree", "I Disagree"};
+TEST(ChoiceFor, TakesNumbersNamesAndBeginnings) {
+    const std::vector<std::string> names = {"I Agree", "I Disagree", "Game", "Game (sr1)"};
     struct Row {
         const char* typed;
-        std::optional<std::size_t> button;
+        std::optional<std::size_t> choice;
     };
-    const Row rows[] = {{"", 0},   {"2", 1},  {"i agree", 0},      {"I D", 1},
-                        {"i", {}}, {"3", {}}, {" I Disagree ", 1}, {"yes", {}}};
-    for (const Row& row : rows) EXPECT_EQ(buttonFor(row.typed, dialog), row.button) << row.typed;
-    dialog.defaultButton = 1;
-    EXPECT_EQ(buttonFor("", dialog), 1U);
+    const Row rows[] = {{"", 1},   {"2", 1},  {"i agree", 0},      {"I D", 1},  {"Game (sr1)", 3},
+                        {"i", {}}, {"5", {}}, {" I Disagree ", 1}, {"yes", {}}, {"game", 2}};
+    for (const Row& row : rows) EXPECT_EQ(choiceFor(row.typed, names, 1), row.choice) << row.typed;
 }
 
 TEST(ProgressLine, ShowsBarAndLinesWithinTheWidth) {
@@ -86,6 +83,23 @@ TEST_F(Terminal, AnswersFromTheCommandLineThenByDefaults) {
     EXPECT_EQ(terminal.unanswered(), "Warning: Really?");
     answers.defaults = true;
     EXPECT_EQ(terminal.showDialog(question()).button, 0U);
+}
+
+TEST_F(Terminal, AChoiceIsAnsweredByItsText) {
+    Dialog dialog = question();
+    dialog.accessory = ChoiceBox{.options = {"Game (sr0)", "Other (sr1)"}, .chosen = 1};
+    const std::pair<const char*, std::size_t> rows[] = {
+        {"Warning=Yes:Game (sr0)", 0}, {"Warning=Yes:2", 1}, {"Warning=Yes", 1}};
+    for (const auto& [option, chosen] : rows) {
+        ASSERT_FALSE(answers.addAnswer(option));
+        const DialogAnswer answer = terminal.showDialog(dialog);
+        EXPECT_EQ(answer.button, 1U);
+        EXPECT_EQ(answer.chosen, chosen) << option;
+    }
+    ASSERT_FALSE(answers.addAnswer("Warning=Yes:Third"));
+    EXPECT_THROW(terminal.showDialog(dialog), Unanswered);
+    answers.defaults = true;
+    EXPECT_EQ(terminal.showDialog(dialog).chosen, 1U);
 }
 
 TEST_F(Terminal, AnUnansweredQuestionCancelsTheRunningCreation) {

@@ -1,62 +1,15 @@
+#include "end_to_end/pipeline.h"
+
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <filesystem>
-
-#include "end_to_end/command.h"
 #include "platform/files.h"
 #include "platform/property_list.h"
+#include "support/fake_wrapper.h"
+#include "support/loopback_site.h"
 
 namespace morvane::testing {
 namespace {
-
-namespace fs = std::filesystem;
-
-const std::string samples = MORVANE_BUILD_FOLDER "/samples/";
-
-/// The whole way with the real 7-Zip, tar, Wine and installer, in a home of its own.
-class Pipeline : public ::testing::Test {
-  protected:
-    Pipeline() {
-        for (const char* name : {"/home/Downloads", "/home/Desktop", "/home/Applications", "/home/Volumes"}) {
-            fs::create_directories(folder.path + name);
-        }
-        morvane.environment = {"MORVANE_HOME=" + home, "STAR_CATCHER_SILENT=1", "NO_COLOR=1",
-                               "MORVANE_CASKERY_SITE=", "DISPLAY="};
-    }
-
-    ~Pipeline() override {
-        for (const auto& entry : fs::directory_iterator(home + "/Applications")) {
-            if (!entry.is_symlink()) morvane.run({"stop", entry.path().string()});
-        }
-        EXPECT_EQ(processesBelow(folder.path), std::vector<std::string>());
-    }
-
-    [[nodiscard]] std::vector<std::string> installing(const std::string& cki,
-                                                      const std::string& wrapper) const {
-        return {"install",  cki,
-                "--to",     wrapper,
-                "--answer", "License Agreement=I Agree",
-                "--answer", "Warning=Install it anyway",
-                "--answer", "Warning=Yes"};
-    }
-
-    static std::string registry(const std::string& wrapper, const char* name) {
-        return TestMachine::get(wrapper + "/Contents/Resources/" + name + ".reg");
-    }
-
-    static Dictionary settings(const std::string& path) {
-        const auto list = property_lists::read(path);
-        const auto* dictionary = list ? list->as<Dictionary>() : nullptr;
-        return dictionary != nullptr ? *dictionary : Dictionary();
-    }
-
-    TemporaryFolder folder;
-    const std::string home = folder.path + "/home";
-    const std::string app = home + "/Applications/Star Catcher.app";
-    const std::string game = "/Contents/Resources/drive_c/Program Files/Star Catcher/";
-    Command morvane;
-};
 
 TEST_F(Pipeline, InstallerFromDownloads) {
     fs::copy(samples + "StarCatcherSetup.exe", home + "/Downloads/StarCatcherSetup.exe");
@@ -141,6 +94,61 @@ TEST_F(Pipeline, BlankWrapperWithAnEngineGivenAsAFile) {
     EXPECT_EQ(TestMachine::get(blank + "/Contents/Frameworks/ckwine.bundle/version"), "CK9Wine99.1\n");
     EXPECT_TRUE(fs::exists(store + "CK9Wine99.1.xz") || fs::exists(store + "CK9Wine99.1.tar.xz"))
         << built.output;
+}
+
+/// The update is interrupted once, where the wrapper lies under another name.
+TEST_F(Pipeline, AnOldEngineIsConvertedAndAnOldWrapperUpdated) {
+    const std::string work = folder.path + "/work", blank = home + "/Applications/Blank.app";
+    const std::string store = home + "/Library/Application Support/Caskery/Engines/";
+    ASSERT_EQ(morvane.run({"engine", "add-system"}).exitCode, 0);
+    fs::create_directories(work + "/CaskeryEngine.bundle/X11");
+    runTool(
+        work,
+        {"/bin/sh", "-ec",
+         "for archive in \"$@\"; do 7za x \"$archive\" >&2; done; for tar in *.tar; do tar -xf $tar; done\n"
+         "mv ckwine.bundle CaskeryEngine.bundle/Wine; mv Caskery-1.0.app Caskery-2.0.app",
+         "sh", store + "CK9Wine8.0.tar.7z",
+         MORVANE_BUILD_FOLDER "/share/morvane/site/Wrapper/Caskery-1.0.app.tar.7z"});
+    TestMachine::put(store + "CK7Wine1.3.1.tar.7z",
+                     packedTar7z(work, "CaskeryEngine.bundle", "CK7Wine1.3.1.tar"));
+    ASSERT_EQ(
+        morvane.run({"engine", "convert", "CK7Wine1.3.1", "--answer", "Convert Old Engine=Yes"}).exitCode, 0);
+    const auto built = morvane.run(
+        {"blank", blank, "--engine", "CK8Wine1.3.1", "--answer", "License Agreement=I Agree", "--choose",
+         "Select the installer=", "--answer", "Warning=Yes", "--choose", "Select the EXE of Blank="});
+    ASSERT_EQ(built.exitCode, 0) << built.output;
+    EXPECT_NE(morvane.run({"wrapper", "update", blank}).output.find(" is up to date."), std::string::npos);
+    const std::string drive = blank + "/Contents/Resources/drive_c/", plist = blank + "/Contents/Info.plist";
+    const std::string block =
+        "[Software\\\\Wine\\\\AppDefaults\\\\game.exe\\\\DllOverrides]\n\"d3d9\"=\"native\"\n";
+    TestMachine::put(drive + "Game/save.dat", "level 9");
+    TestMachine::put(blank + "/Contents/Resources/user.reg", registry(blank, "user") + "\n" + block);
+    Dictionary own = settings(plist);
+    own.set("Program Name and Path", "/windows/system32/cmd.exe");
+    own.set("Program Flags", "/c echo started>C:\\started.txt");
+    ASSERT_FALSE(property_lists::write(plist, own));
+
+    LoopbackSite site;
+    publishNewestVersion(site, "Caskery-2.0");
+    site.answer("/Wrapper/Caskery-2.0.app.tar.7z",
+                {.body = packedTar7z(work, "Caskery-2.0.app", "Caskery-2.0.tar")});
+    std::erase(morvane.environment, "MORVANE_CASKERY_SITE=");
+    morvane.environment.push_back("MORVANE_CASKERY_SITE=" + site.baseAddress());
+    const auto interrupt = [](const std::string& line, pid_t process) {
+        if (line.find("Step 8 of 9") != std::string::npos) kill(process, SIGINT);
+    };
+    EXPECT_EQ(morvane.run({"wrapper", "update", blank}, interrupt).exitCode, 130);
+    morvane.run({"stop", blank});
+    const auto updated = morvane.run({"wrapper", "update", blank});
+    ASSERT_EQ(updated.exitCode, 0) << updated.output;
+    EXPECT_EQ(*settings(plist).find("CFBundleVersion"), Value("Caskery 2.0"));
+    EXPECT_EQ(TestMachine::get(drive + "Game/save.dat"), "level 9");
+
+    // It starts, and Wine, which writes its registry anew, has read what was written back.
+    const auto played = morvane.run({"run", blank, "--wait"});
+    EXPECT_EQ(played.exitCode, 0) << played.output;
+    EXPECT_TRUE(fs::exists(drive + "started.txt")) << played.output;
+    EXPECT_NE(registry(blank, "user").find("\"d3d9\"=\"native\""), std::string::npos);
 }
 
 TEST_F(Pipeline, CancelledInTheMiddleNothingIsLeft) {

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "foundation/settings_keys.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
-#include "support/test_machine.h"
+#include "library/library_machine.h"
+#include "platform/property_list.h"
 
 namespace morvane {
 namespace {
@@ -49,6 +49,263 @@ TEST_F(LibraryTermination, StopsEveryEntryAndThenWhateverIsWine) {
     machine->workQueues.joinAll();
     EXPECT_EQ(count("ps ax"), 3);
     EXPECT_EQ(count("launchctl list"), 2) << "once for each entry that has a path";
+}
+
+class Library : public testing::LibraryMachine {
+  protected:
+    void load(NSAppsArray& array) {
+        complete([&](auto done) { array.loadLocalAppsBlock(std::move(done)); });
+    }
+    void store(std::initializer_list<const char*> names) {
+        Array list;
+        for (const std::string name : names) {
+            list.push_back(Dictionary{{"Name", name}, {"Path", applications + name + ".app"}});
+        }
+        machine->defaults.set(settings::appList, list);
+    }
+    NSAppsArray apps;
+};
+
+TEST_F(Library, TheFirstScanFindsEachThingOnceAtAnyDepth) {
+    makeWrapper(applications + "Games.localized/b.app", "beta");
+    put(applications + "Games.localized/b.app/Level Editor.app/Contents/MacOS/CustomEXE", "");
+    put(applications + "Games.localized/b.app/notes/readme", "");
+    makeWrapper(applications + "Games.localized/b.app/Contents/Inner.app");
+    makeWrapper(applications + "one/two/Alpha.app");
+    setPlist(applications + "one/two/Alpha.app", {{"CFBundleName", ""}});
+    makeWrapper(applications + "DOS.boxer/Gamma.app");
+    put(applications + "Native.app/Contents/MacOS/Native", "");
+    put(applications + "Native.app/Data/file", "");
+    ASSERT_FALSE(files::createSymbolicLink(applications + "a circle", applications));
+    ASSERT_FALSE(files::createSymbolicLink(applications + "one/two/another", "../.."));
+    ASSERT_FALSE(files::createSymbolicLink(applications + "dangling", "nowhere"));
+    makeWrapper(applications + "bad\xFFname/Lost.app");
+
+    const std::string notTheirs = folder.path + "/elsewhere/";
+    makeWrapper(notTheirs + "Delta.app");
+    ASSERT_FALSE(files::createSymbolicLink(applications + "link", notTheirs));
+    load(apps);
+    EXPECT_EQ(machine->defaults.get(settings::mainFolder),
+              Value(Array{applications + "Games.localized/", applications}));
+    const Lines expected{"Alpha=one/two/Alpha.app",   "beta=Games.localized/b.app",
+                         "Delta=link/Delta.app",      "DOS=DOS.boxer",
+                         "Gamma=DOS.boxer/Gamma.app", "Level Editor=Games.localized/b.app/Level Editor.app"};
+    EXPECT_EQ(shown(apps.localAppsArray()), expected);
+    EXPECT_EQ(stored(), expected);
+}
+
+TEST_F(Library, OldAndMissingAppsFoldersAreReplaced) {
+    store({});
+    const std::pair<std::optional<Value>, Array> rows[] = {
+        {std::nullopt, {applications}},
+        {"/Old Games/", {applications}},
+        {Array{folder.path + "/kept/", 7, "relative"}, {folder.path + "/kept/", 7, "relative"}}};
+    for (const auto& [before, after] : rows) {
+        machine->defaults.set(settings::mainFolder, before);
+        load(apps);
+        EXPECT_EQ(machine->defaults.get(settings::mainFolder), Value(after));
+    }
+    EXPECT_EQ(NSAppsArray::validAppsFolders(), Lines{folder.path + "/kept/"});
+}
+
+TEST_F(Library, ItemsAreAddedRemovedMovedAndRefreshed) {
+    store({"b", "c"});
+    const std::string wrapper = applications + "a.app";
+    makeWrapper(wrapper, "Zeta");
+    put(wrapper + "/tool.app/Contents/MacOS/CustomEXE", "");
+    apps.addLocalPort(wrapper + "/", {});
+    EXPECT_EQ(stored(), (Lines{"b=b.app", "c=c.app", "Zeta=a.app", "tool=a.app/tool.app"}));
+    put(wrapper + "/new.app/Contents/MacOS/CustomEXE", "");
+    apps.addLocalPort(wrapper, {});
+    EXPECT_EQ(stored(),
+              (Lines{"b=b.app", "c=c.app", "Zeta=a.app", "tool=a.app/tool.app", "new=a.app/new.app"}));
+
+    machine->defaults.set(settings::autoOrderAppsList, 0);
+    apps.moveLocalPortAtIndex(4, 0);
+    apps.moveLocalPortAtIndex(0, 5);
+    EXPECT_EQ(stored(),
+              (Lines{"new=a.app/new.app", "b=b.app", "c=c.app", "Zeta=a.app", "tool=a.app/tool.app"}));
+    EXPECT_FALSE(machine->defaults.get(settings::autoOrderAppsList));
+
+    setPlist(wrapper, {{"CFBundleName", "Eta"}});
+    apps.refreshLocalPortAtPath(wrapper, CustomEXE::no);
+    apps.refreshLocalPortAtPath(applications + "unknown.app", CustomEXE::no);
+    apps.removeLocalPort(applications + "unknown.app", {});
+    apps.removeLocalPort(applications + "b.app", {});
+    EXPECT_EQ(stored(), (Lines{"new=a.app/new.app", "c=c.app", "Eta=a.app", "tool=a.app/tool.app"}));
+    EXPECT_EQ(shown(apps.localAppsArray()), stored());
+
+    machine->defaults.set(settings::autoOrderAppsList, 0);
+    complete([&](auto done) { apps.addLocalPort(applications + "D.boxer", std::move(done)); });
+    EXPECT_EQ(stored(),
+              (Lines{"c=c.app", "D=D.boxer", "Eta=a.app", "new=a.app/new.app", "tool=a.app/tool.app"}));
+    EXPECT_EQ(shown(apps.caskeryWrappersInLocalTab()), Lines{"Eta=a.app"});
+}
+
+TEST_F(Library, TwoProcessesLoseNoEntry) {
+    store({"a", "b", "c"});
+    NSAppsArray other;
+    load(apps);
+    load(other);
+    other.addLocalPort(applications + "theirs.app", {});
+    apps.addLocalPort(applications + "mine.app", {});
+    EXPECT_EQ(stored(), (Lines{"a=a.app", "b=b.app", "c=c.app", "theirs=theirs.app", "mine=mine.app"}));
+    other.removeLocalPort(applications + "b.app", {});
+    apps.moveLocalPortAtIndex(4, 0);
+    EXPECT_EQ(stored(), (Lines{"mine=mine.app", "a=a.app", "c=c.app", "theirs=theirs.app"}));
+
+    // An order that was never stored does not bring back what the other has removed.
+    complete([&](auto done) {
+        apps.reorderLocalAppsArrayBy(NSAppsArray::orderByName, SavingOrder::no, std::move(done));
+    });
+    other.removeLocalPort(applications + "a.app", {});
+    other.addLocalPort(applications + "d.app", {});
+    apps.removeLocalPort(applications + "c.app", {});
+    EXPECT_EQ(stored(), (Lines{"mine=mine.app", "theirs=theirs.app", "d=d.app"}));
+
+    // Settings that are lost take nothing along that is known here, nor does a scan lose what comes
+    // meanwhile.
+    other.saveLocalAppList();
+    machine->defaults.set(settings::appList, std::nullopt);
+    other.addLocalPort(applications + "e.app", {});
+    EXPECT_EQ(stored(), (Lines{"mine=mine.app", "theirs=theirs.app", "d=d.app", "e=e.app"}));
+    makeWrapper(applications + "found.app");
+    machine->defaults.set(settings::appList, std::nullopt);
+    complete([&](auto done) {
+        apps.loadLocalAppsForTheFirstTimeBlock(std::move(done));
+        store({"z"});
+    });
+    EXPECT_EQ(stored(), (Lines{"found=found.app", "z=z.app"}));
+}
+
+TEST_F(Library, OrdersByNameAndSize) {
+    store({"B", "a", "C"});
+    load(apps);
+    put(applications + "a.app/data", "12");
+    put(applications + "C.app/data", "1234");
+    bool called = false;
+    apps.reorderLocalAppsArrayBy(2, SavingOrder::no, [&] { called = true; });
+    machine->workQueues.joinAll();
+    machine->mainQueue.drain();
+    EXPECT_FALSE(called);
+    struct Row {
+        std::int64_t order;
+        SavingOrder saving;
+        Lines shown, stored;
+    } const rows[] = {
+        {0, SavingOrder::no, {"a=a.app", "B=B.app", "C=C.app"}, {"B=B.app", "a=a.app", "C=C.app"}},
+        {1, SavingOrder::yes, {"C=C.app", "a=a.app", "B=B.app"}, {"C=C.app", "a=a.app", "B=B.app"}}};
+    for (const Row& row : rows) {
+        complete([&](auto done) { apps.reorderLocalAppsArrayBy(row.order, row.saving, std::move(done)); });
+        EXPECT_EQ(shown(apps.localAppsArray()), row.shown);
+        EXPECT_EQ(stored(), row.stored);
+    }
+    EXPECT_EQ(machine->defaults.get(settings::autoOrderAppsList), Value(1));
+}
+
+TEST_F(Library, RemovesFromTheDiskWhatIsAnAppOnly) {
+    const std::string outside = folder.path + "/outside.app";
+    put(outside + "/save", "precious");
+    put(home + "/precious", "");
+    put(applications + "real.app/Contents/file", "");
+    put(applications + "kept.app/file", "");
+    ASSERT_FALSE(files::createSymbolicLink(applications + "real.app/out", outside));
+    ASSERT_FALSE(files::createSymbolicLink(applications + "link.app", outside));
+    ASSERT_FALSE(files::createSymbolicLink(folder.path + "/way.app", home));
+    struct Row {
+        std::string path, button, sure;
+        bool refused = false, runs = true, stays = true;
+    } const rows[] = {
+        {.path = applications + "kept.app", .button = "List Only"},
+        {.path = applications + "kept.app", .button = "Cancel", .runs = false},
+        {.path = applications + "kept.app", .button = "Remove from Disk", .sure = "No", .runs = false},
+        {.path = applications + "real.app", .button = "Remove from Disk", .sure = "Yes", .stays = false},
+        {.path = applications + "link.app", .button = "Remove from Disk", .sure = "Yes", .stays = false},
+        {.path = applications + "gone.app", .button = "Remove from Disk", .sure = "Yes", .stays = false},
+        {.path = home, .button = "Remove from Disk", .sure = "Yes", .refused = true},
+        {.path = applications, .button = "Remove from Disk", .sure = "Yes", .refused = true},
+        {.path = applications + "x/../../.app",
+         .button = "Remove from Disk",
+         .sure = "Yes",
+         .refused = true,
+         .stays = false},
+        {.path = applications + "../../outside.app",
+         .button = "Remove from Disk",
+         .sure = "Yes",
+         .refused = true},
+        {.path = "outside.app",
+         .button = "Remove from Disk",
+         .sure = "Yes",
+         .refused = true,
+         .stays = false}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.path);
+        ui.expect("Do you want to remove that app only from the list or from the disk too?")
+            .titleIs("Remove App")
+            .defaultIs("List Only")
+            .answer(row.button);
+        if (!row.sure.empty()) {
+            ui.expect(
+                  "Are you sure that you want to remove that app permanently from the disk? That action "
+                  "cannot be undone.")
+                .titleIs("Warning")
+                .defaultIs("No")
+                .answer(row.sure);
+        }
+        if (row.refused) ui.expectError("\"" + row.path);
+        bool ran = false;
+        NSAppsArray::shouldRemoveLocalPort(row.path, [&] { ran = true; });
+        EXPECT_EQ(ran, row.runs);
+        EXPECT_EQ(files::kindOf(row.path) != files::Kind::none, row.stays);
+    }
+    EXPECT_EQ(get(outside + "/save"), "precious");
+    EXPECT_EQ(files::kindOf(home + "/precious"), files::Kind::file);
+}
+
+TEST_F(Library, AddsByHandAndLocatesWhatIsMissing) {
+    store({"gone"});
+    load(apps);
+    ui.expect("Your app isn't in the specified place.")
+        .titleIs("App Missing")
+        .defaultIs("Locate the App")
+        .answer("Locate the App");
+    ui.expectChoice("Select the new application",
+                    {applications + "N.app", applications + "D.boxer", "/a/game.cki", "/a/setup.exe"});
+    ui.expectError("Couldn't add setup.exe to the library. Incompatible application type.");
+    Lines ports;
+    int changes = 0;
+    apps.askAboutMissingApp(
+        applications + "gone.app", [&](const std::string& cki) { ports.push_back(cki); }, [&] { ++changes; });
+    EXPECT_EQ(stored(), (Lines{"N=N.app", "D=D.boxer"}));
+    EXPECT_EQ(ports, Lines{"/a/game.cki"});
+    EXPECT_EQ(changes, 3);
+    const OpenPanel& panel = ui.openPanels.back();
+    EXPECT_EQ(panel.types, (Lines{"cki", "app", "boxer"}));
+    EXPECT_TRUE(panel.files && panel.multiple && !panel.folders && !panel.packagesAsFolders);
+
+    ui.expect("Your app isn't").answer("Remove it");
+    apps.askAboutMissingApp(applications + "N.app", {}, {});
+    EXPECT_EQ(stored(), Lines{"D=D.boxer"});
+}
+
+TEST_F(Library, AMessedUpSettingsFileIsToldOnceAndScannedAnew) {
+    makeWrapper(applications + "a.app");
+    put(machine->defaults.path(), "<plist><dict><key>cut");
+    ui.expect("Your settings were damaged, and are back at their defaults. The damaged file is kept at " +
+              machine->defaults.path() + ".damaged.")
+        .titleIs("Warning");
+    EXPECT_TRUE(machine->defaults.set("any", 1));
+    load(apps);
+    EXPECT_EQ(stored(), Lines{"a=a.app"});
+}
+
+TEST_F(Library, NothingIsCalledOnceItIsGone) {
+    auto brief = std::make_unique<NSAppsArray>();
+    brief->loadLocalAppsForTheFirstTimeBlock([] { FAIL(); });
+    brief.reset();
+    machine->workQueues.joinAll();
+    machine->mainQueue.drain();
+    EXPECT_FALSE(machine->defaults.get(settings::appList));
 }
 
 }  // namespace

@@ -48,10 +48,28 @@ TEST_F(DefaultsStoreTest, StoresOfSeveralProcessesLoseNothing) {
     EXPECT_EQ(property_lists::read(path)->as<Dictionary>()->size(), 32U);
 }
 
+TEST_F(DefaultsStoreTest, NothingComesBetweenTheReadingAndTheWritingOfAnUpdate) {
+    DefaultsStore first(path);
+    DefaultsStore second(path);
+    const auto count = [](DefaultsStore& store) {
+        for (int i = 0; i < 20; ++i) {
+            EXPECT_TRUE(store.update("n", [](const std::optional<Value>& old) {
+                return Value(old ? *old->as<std::int64_t>() + 1 : std::int64_t{1});
+            }));
+        }
+    };
+    { const std::jthread one(count, std::ref(first)), two(count, std::ref(second)); }
+    EXPECT_EQ(first.get("n"), Value(40));
+    EXPECT_TRUE(first.update("n", [](const std::optional<Value>&) { return std::nullopt; }));
+    EXPECT_FALSE(second.get("n"));
+}
+
 TEST_F(DefaultsStoreTest, ADamagedFileIsKeptAside) {
     testing::TestMachine::put(path, "<plist><dict><key>cut");
     DefaultsStore store(path);
     EXPECT_FALSE(store.get("cut"));
+    EXPECT_EQ(store.takeKeptAside(), path + ".damaged");
+    EXPECT_FALSE(store.takeKeptAside()) << "told once";
     EXPECT_EQ(testing::TestMachine::get(path + ".damaged"), "<plist><dict><key>cut");
     EXPECT_EQ(files::kindOf(path), files::Kind::none);
     EXPECT_TRUE(store.set("a", 1));

@@ -302,5 +302,110 @@ TEST_F(OwnPrograms, OpenChoosesWhoOpens) {
     for (const auto& arguments : refused) EXPECT_EQ(run(ownPrograms + "/open", arguments).exitStatus, 1);
 }
 
+/// The list of the disc images below the system folder, without sizes.
+class DiscPrograms : public OwnPrograms {
+  public:
+    DiscPrograms() { static_cast<void>(put("windows/setup.exe", "MZ")); }
+    void insert(const std::string& name, std::uintmax_t size) const {
+        static_cast<void>(put("system/sys/block/" + name + "/size", std::to_string(size / 512) + "\n"));
+        static_cast<void>(put("system/dev/.keep", ""));
+    }
+    void make(const std::string& name, const std::string& program, std::vector<std::string> options) const {
+        insert(name, 1 << 20);
+        options.insert(options.end(), {"-o", at("system/dev/" + name), at("windows")});
+        ASSERT_EQ(run(program, options).exitStatus, 0) << program;
+    }
+    [[nodiscard]] std::string list() const {
+        const std::string output = run(ownPrograms + "/diskutil", {"list"}).output;
+        return std::regex_replace(output, std::regex("([ *])\\d+\\.\\d [KM]?B +"), "$1|");
+    }
+};
+
+constexpr const char* headings =
+    "   #:                       TYPE NAME                    SIZE       IDENTIFIER\n";
+
+TEST_F(DiscPrograms, DiskutilReadsTheMapsOfHybridDiscs) {
+    EXPECT_EQ(list(), "");
+    make("sr0", "/usr/bin/genisoimage", {"-quiet", "-hfs", "-part", "-V", "WIN", "-hfs-volid", "My Game"});
+    make("sr1", "/usr/bin/xorriso",
+         {"-as", "mkisofs", "-quiet", "-apm-block-size", "2048", "-hfsplus", "-V", "SPIEL"});
+    make("sr2", "/usr/bin/genisoimage", {"-quiet", "-V", "PLAIN"});
+    insert("sr3", 0);  // an empty drive
+    const std::string blanks(23, ' ');
+    EXPECT_EQ(list(), "/dev/sr0 (external, physical):\n" + std::string(headings) +
+                          "   0:     Apple_partition_scheme " + blanks + "*|sr0\n" +
+                          "   1:        Apple_partition_map " + blanks + " |sr0p1\n" +
+                          "   2:                  Apple_HFS My Game                 |sr0p2\n\n" +
+                          "/dev/sr1 (external, physical):\n" + headings +
+                          "   0:     Apple_partition_scheme " + blanks + "*|sr1\n" +
+                          "   1:        Apple_partition_map " + blanks + " |sr1p1\n" +
+                          "   2:               ISO9660_data " + blanks + " |sr1p2\n" +
+                          "   3:                  Apple_HFS SPIEL                   |sr1p3\n" +
+                          "   4:               ISO9660_data " + blanks + " |sr1p4\n\n" +
+                          "/dev/sr2 (external, physical):\n" + headings +
+                          "   0:                            PLAIN                  *|sr2\n\n");
+}
+
+TEST_F(DiscPrograms, DiskutilSurvivesAHostileMap) {
+    using namespace std::string_literals;
+    std::string disc(4096, '\0');
+    disc.replace(0, 4, "ER\2\0"s);
+    const auto entry = [&](std::size_t place, const std::string& start, const std::string& name,
+                           const std::string& type) {
+        disc.replace(place, 16, "PM\0\0\xFF\xFF\xFF\xFF"s + start + "\xFF\xFF\xFF\xFF"s);
+        disc.replace(place + 16, name.size(), name);
+        disc.replace(place + 48, type.size(), type);
+    };
+    entry(512, "\xFF\xFF\xFF\xFF",
+          "a\n/dev/sr9\x8E\x8E\x8E\x8E\x8E\x8E\x8E\x8E\x8E\x8E\x8E\x8E\x8E\x8E\x8E\x8E",
+          "Apple_HFS\nand far more than fits");
+    entry(1024, "\0\0\0\3"s, "fallback", "Apple_HFS");
+    disc.replace(1536 + 1024, 2, "H+");
+    disc.replace(1536 + 1024 + 40, 4, "\xFF\xFF\xFF\xFF");
+    disc.replace(1536 + 1024 + 288, 4, "\xFF\xFF\xFF\xFF");
+    insert("sr0", disc.size());
+    static_cast<void>(put("system/dev/sr0", disc));
+    std::istringstream lines(list());
+    std::vector<std::string> found;
+    for (std::string line; std::getline(lines, line);) found.push_back(line);
+    ASSERT_EQ(found.size(), 6U);
+    EXPECT_TRUE(found[3].starts_with("   1:Apple_HFS and far more than a /dev/sr9\u00E9\u00E9")) << found[3];
+    EXPECT_TRUE(found[3].ends_with("sr0p1")) << found[3];
+    EXPECT_TRUE(found[4].starts_with("   2:                  Apple_HFS fallback ")) << found[4];
+}
+
+TEST_F(DiscPrograms, MountFindsAnotherWayWhereTheMachineRefuses) {
+    const std::string folderOfDisc = at("MV_WIN_DISC"), place = at("media");
+    const std::vector<std::string> mount{"-t", "cd9660", "-r", "/dev/nosuchdisc", folderOfDisc};
+    ASSERT_FALSE(files::createFolder(folderOfDisc, false));
+    ASSERT_FALSE(files::createFolder(place, false));
+    const std::string tells = "#!/bin/sh\necho \"${0##*/} $*\" >> '" + at("log") + "'\n";
+    const auto tool = [&](const std::string& name, const std::string& then) {
+        static_cast<void>(put("bin/" + name, tells + then, 0755));
+    };
+    for (const char* name : {"fuseiso", "udisksctl", "findmnt"}) tool(name, "exit 1");
+    EXPECT_NE(run(ownPrograms + "/mount", mount).exitStatus, 0);
+    EXPECT_EQ(files::kindOf(folderOfDisc), files::Kind::folder);
+
+    tool("findmnt", "case $* in *TARGET*) echo '" + place + "' ;; *) echo /dev/nosuchdisc ;; esac");
+    static_cast<void>(put("log", ""));
+    EXPECT_EQ(run(ownPrograms + "/mount", mount).exitStatus, 0);
+    EXPECT_EQ(get("log"),
+              "fuseiso -n /dev/nosuchdisc " + folderOfDisc +
+                  " -o ro\nudisksctl mount --no-user-interaction -b /dev/nosuchdisc -t iso9660 -o ro\n"
+                  "findmnt -n -l -o TARGET -t iso9660 -S /dev/nosuchdisc\n");
+    EXPECT_EQ(files::resolved(folderOfDisc), place);
+    EXPECT_EQ(run(ownPrograms + "/umount", {folderOfDisc}).exitStatus, 0);
+    EXPECT_EQ(files::kindOf(folderOfDisc), files::Kind::folder);
+    EXPECT_TRUE(get("log").ends_with("udisksctl unmount --no-user-interaction -b /dev/nosuchdisc\n"))
+        << get("log");
+
+    tool("fuseiso", "exit 0");
+    EXPECT_EQ(run(ownPrograms + "/mount", mount).exitStatus, 0);
+    EXPECT_EQ(files::kindOf(folderOfDisc), files::Kind::folder);
+    for (const std::string program : {"mount", "umount"})
+        EXPECT_EQ(run(ownPrograms + "/" + program, {"-V"}).output, run("/usr/bin/" + program, {"-V"}).output);
+}
+
 }  // namespace
 }  // namespace morvane

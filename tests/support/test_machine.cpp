@@ -28,6 +28,11 @@ ScriptedUserInterface::Expectation& ScriptedUserInterface::Expectation::type(con
     return *this;
 }
 
+ScriptedUserInterface::Expectation& ScriptedUserInterface::Expectation::choose(const std::string& wanted) {
+    option = wanted;
+    return *this;
+}
+
 ScriptedUserInterface::Expectation& ScriptedUserInterface::Expectation::defaultIs(const std::string& title) {
     expectedDefault = title;
     return *this;
@@ -93,7 +98,16 @@ DialogAnswer ScriptedUserInterface::showDialog(const Dialog& dialog) {
         ADD_FAILURE() << "no button \"" << expectation->button << "\" on: " << dialog.text;
         return {.button = dialog.defaultButton, .text = ""};
     }
-    return {.button = static_cast<std::size_t>(button - dialog.buttons.begin()), .text = expectation->typed};
+    DialogAnswer answer{.button = static_cast<std::size_t>(button - dialog.buttons.begin()),
+                        .text = expectation->typed};
+    if (const auto* box = std::get_if<ChoiceBox>(&dialog.accessory)) {
+        answer.chosen = box->chosen;
+        if (expectation->option.empty()) return answer;
+        const auto option = std::find(box->options.begin(), box->options.end(), expectation->option);
+        if (option == box->options.end()) ADD_FAILURE() << "no option \"" << expectation->option << "\"";
+        answer.chosen = static_cast<std::size_t>(option - box->options.begin());
+    }
+    return answer;
 }
 
 std::vector<std::string> ScriptedUserInterface::chooseFiles(const OpenPanel& panel) {

@@ -34,6 +34,8 @@ class ScriptedUserInterface : public UserInterface {
         Expectation& answer(const std::string& button);
         /// Types into the text field and presses "OK".
         Expectation& type(const std::string& text);
+        /// Picks the option of that text in the choice box and presses "OK".
+        Expectation& choose(const std::string& option);
         /// Checks the first button, the default.
         Expectation& defaultIs(const std::string& button);
         Expectation& titleIs(const std::string& title);
@@ -41,7 +43,7 @@ class ScriptedUserInterface : public UserInterface {
       private:
         friend class ScriptedUserInterface;
         enum class Kind { dialog, open, save } kind = Kind::dialog;
-        std::string text, button = "OK", typed;
+        std::string text, button = "OK", typed, option;
         std::string expectedDefault, expectedTitle;
         std::vector<std::string> paths;
         std::function<void(Form&)> form;
@@ -109,6 +111,12 @@ class TestMachine : public ::testing::Test {
     /// use.
     void scriptProgram(const std::string& name, const std::string& script);
 
+    /// Leaves a last good script of the Windows components, which defines none: what a build without any
+    /// server uses.
+    void putSharedVerbScript() const {
+        put(home + "/Library/Application Support/Caskery/winetricks/winetricks",
+            "#!/bin/sh\n# " + std::string(50, '-') + "\n");
+    }
     /// Writes a file with its folders. `executable` sets the run bits.
     static void put(const std::string& path, std::string_view contents, bool executable = false);
     [[nodiscard]] static std::string get(const std::string& path);  ///< fails the test when it cannot be read

@@ -1,9 +1,12 @@
 #include "wrapper/port_manager.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 
 #include "foundation/file_manager.h"
 #include "platform/property_list.h"
+#include "support/fake_wrapper.h"
 #include "support/test_machine.h"
 #include "wrapper/layout.h"
 
@@ -173,6 +176,43 @@ TEST_F(Icon, IsBuiltFromEverySize) {
         }
     }
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(set), {}), 14);
+}
+
+/// Both the scaling and the icon file, as another program's filter and another reader see them.
+TEST_F(Icon, IsTheOneThatOtherProgramsMakeAndRead) {
+    // Its edges do not overshoot the range of a byte, where the other filter cuts between its two passes.
+    Picture picture{700, 350, {}};
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x) {
+            for (const int channel :
+                 {60 + (x + 3 * y) % 130, x / 4 + y / 7, 60 + (x / 40 + y / 30) % 2 * 130, 255})
+                picture.rgba.push_back(static_cast<std::uint8_t>(channel));
+        }
+    }
+    put(home + "/picture.png", pictures::encodePng(picture));
+    const std::string custom = wrapper + "/Tool.app";
+    std::filesystem::create_directories(custom + layout::resources);
+    put(custom + layout::customExePlist,
+        "<plist version=\"1.0\"><dict><key>CFBundleIconFile</key><string>tool</string></dict></plist>");
+    onWorker([&] {
+        const NSPortManager manager = NSPortManager::managerWithCustomExePath(custom);
+        EXPECT_TRUE(manager.setIconWithImage(ImageData{get(home + "/picture.png"), 0, 0}));
+    });
+    const std::string icon = custom + layout::resources + "/tool.icns";
+    EXPECT_EQ(pictures::sizeOf(get(icon))->width, 1024);
+    testing::runTool(home, {"/usr/bin/icns2png", "-x", "-o", ".", icon});
+    testing::runTool(home,
+                     {"/usr/bin/convert", "picture.png", "-filter", "Lanczos", "-resize", "256x", "-gravity",
+                      "center", "-background", "none", "-extent", "256x256", "-depth", "8", "expected.png"});
+    const auto found = pictures::decode(get(home + "/tool_256x256x32.png"));
+    const auto expected = pictures::decode(get(home + "/expected.png"));
+    ASSERT_TRUE(found && expected && found->rgba.size() == expected->rgba.size());
+    int worst = 0;
+    for (std::size_t i = 0; i < found->rgba.size(); ++i) {
+        if (expected->rgba[i | 3U] != 0)
+            worst = std::max(worst, std::abs(found->rgba[i] - expected->rgba[i]));
+    }
+    EXPECT_LE(worst, 2);
 }
 
 TEST_F(Icon, StaysWhenNoNewOneComesOut) {

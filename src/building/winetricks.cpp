@@ -1,0 +1,121 @@
+// The requests of a port's list of Windows components, one after the other.
+
+#include "building/engine_store.h"
+#include "building/port_texts.h"
+#include "building/verb_script.h"
+#include "building/winetricks_files.h"
+#include "building/winetricks_lists.h"
+#include "building/wrapper_creation.h"
+#include "foundation/computer_information.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/tasks.h"
+#include "foundation/text.h"
+#include "platform/cancellation.h"
+#include "platform/host.h"
+#include "wrapper/layout.h"
+
+namespace morvane {
+
+namespace {
+
+using verb_script::Request;
+
+/// Whether the text can be given to the script as one component. An option would change what the script does;
+/// a path, and the name of a file of components, would have it run that file as a part of itself, outside of
+/// Wine. Anything else does no harm as one argument.
+bool canBeComponent(const std::string& name) {
+    const bool isHarmless = !name.empty() && !name.starts_with('-') && !MVString::contains(name, "/") &&
+                            !MVString::lowercased(name).ends_with(".verb") &&
+                            !port_texts::hasControlCharacters(name) && MVString::isValidUtf8(name);
+    if (!isHarmless) port_texts::refuse(name, localized("the name of a winetrick (Winetricks)"));
+    return isHarmless;
+}
+
+/// Components whose installers show what the user has to see: they fail when they run unattended.
+bool needsUser(const std::string& component) {
+    return component == "corefonts" || component == "quicktime76";
+}
+
+/// Keeps the script out of silent mode while it lives, and also brings it back after a cancellation.
+class Attended {
+  public:
+    explicit Attended(const std::string& wrapper) : wrapper_(wrapper) {
+        WrapperCreation::setWinetricksSilent(Silence::no, wrapper_);
+    }
+    ~Attended() {
+        try {
+            WrapperCreation::setWinetricksSilent(Silence::yes, wrapper_);
+        } catch (const Cancelled&) {
+            // Thrown before "chmod" would have run; the file is written by then, and has kept its
+            // permissions.
+        }
+    }
+    Attended(const Attended&) = delete;
+    Attended& operator=(const Attended&) = delete;
+
+  private:
+    const std::string& wrapper_;
+};
+
+void installComponent(const std::string& component, const NSPortManager& port) {
+    std::optional<Attended> attended;
+    if (needsUser(component)) attended.emplace(port.path);
+    port.installWinetrick(component);
+}
+
+}  // namespace
+
+bool WrapperCreation::installWinetricks(const std::vector<std::string>& requests, const NSPortManager& port) {
+    setSubtitle(localized("Please wait..."));
+    std::set<std::string> visited;
+    for (const std::string& entry : requests) {
+        host().creation.throwIfRequested();
+        // The card is asked for only where it matters: that runs a program the first time.
+        const Request request = verb_script::requestOf(entry, MVString::contains(entry, "VC:")
+                                                                  ? NSComputerInformation::graphicCardType()
+                                                                  : std::nullopt);
+        // A list with several markers is divided at the first.
+        if (!request.applies || entry == installAppMarker) continue;
+        if (request.kind == Request::Kind::engine) {
+            verifyingWinetrickThatChangesEngine(request.words);
+            setMessage(localized("Changing Engine to %@...", {request.name}));
+            changeEngineTo(building::engineForWrapper(request.name, port.path), port.path);
+        } else if (canBeComponent(request.name)) {
+            winetricks::fetchFilesOf(*this, request.name, port.path, visited);
+            setMessage(localized("Installing %@...", {localized("winetrick %@", {request.name})}));
+            installComponent(request.name, port);
+        }
+    }
+    setSubtitle("");
+    for (const char* list :
+         {"/Contents/Resources/winetricksInstalled.plist", "/winetricks/winetricksCached.plist"}) {
+        MVFileManager::removeItemAtPath(port.path + list);
+    }
+    return true;
+}
+
+std::optional<std::string> winetricks::linkOfEngineRequest(const std::vector<std::string>& words) {
+    if (words.size() < 2) return std::nullopt;
+    auto link = verb_script::withoutEnds(words[1]);
+    const bool canBeLink = link && (link->starts_with("http") || link->starts_with("ftp"));
+    return canBeLink ? std::move(link) : std::nullopt;
+}
+
+void WrapperCreation::verifyingWinetrickThatChangesEngine(const std::vector<std::string>& words) {
+    static_cast<void>(
+        prepareEngine(words.empty() ? "" : words.front(), winetricks::linkOfEngineRequest(words)));
+}
+
+void WrapperCreation::changeEngineTo(const std::string& engine, const std::string& wrapper) {
+    if (extractEngine(engine, wrapper) == ExtractedEngine::failure) return;
+    const std::string launcher = MVString::pathByAppendingCaskeryLauncherBinToPortPath(wrapper);
+    const auto run = [](const std::string& program, const std::vector<std::string>& arguments) {
+        MVTask::runProgram(program, "/", arguments, Wait::yes);
+    };
+    run("chmod", {"777", wrapper + layout::engine});
+    run(launcher, {"CKS-InstallICE"});
+    run(launcher, {"CKS-wineboot"});
+}
+
+}  // namespace morvane

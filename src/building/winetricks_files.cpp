@@ -1,0 +1,303 @@
+// What a component will download, fetched into Winetricks' own cache before it is installed.
+
+#include <algorithm>
+
+#include "building/winetricks_files.h"
+#include "building/wrapper_creation.h"
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "foundation/safe_paths.h"
+#include "foundation/text.h"
+#include "foundation/text_files.h"
+#include "foundation/threads.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/http.h"
+
+namespace morvane {
+
+namespace {
+
+using VerbDownload = verb_script::Download;
+
+/// A text of the script in a dialog.
+std::string shown(std::string_view text) {
+    constexpr std::size_t longest = 200;
+    std::string visible(text.substr(0, longest));
+    std::replace_if(
+        visible.begin(), visible.end(),
+        [](unsigned char character) { return character < ' ' || character == 0x7F; }, '?');
+    return text.size() > longest ? visible + "…" : visible;
+}
+
+std::string labelOf(const std::string& component) {
+    return localized("winetrick %@", {component});
+}
+
+Result<std::string> placeOfFolder(const std::string& component) {
+    return pathInside(winetricks::cacheFolder(), component, Levels::one, localized("a winetrick's name"));
+}
+
+/// The place of the file in the cache, in a folder that exists. A name that leads elsewhere is reported and
+/// gives nothing.
+std::optional<std::string> targetOf(const VerbDownload& download) {
+    auto place = winetricks::placeInCache(download.folder, download.file);
+    if (const Failure* failure = failureOf(place)) {
+        MVAlert::showAlertErrorMessage(failure->message + " " + localized("That file is not downloaded."));
+        return std::nullopt;
+    }
+    if (!WrapperCreation::localFolderForWinetrick(download.folder)) return std::nullopt;
+    return std::get<std::string>(std::move(place));
+}
+
+bool isInCatalogue(const VerbDownload& manual) {
+    return manual.file == verb_script::catalogueManualFile;
+}
+
+bool canBeFollowed(const VerbDownload& download) {
+    if (winetricks::isWebLink(download.link)) return true;
+    MVAlert::showAlertErrorMessage(localized("The download link seems to be invalid.") + " " +
+                                   localized("\"%@\" of the winetrick %@ is not downloaded.",
+                                             {shown(download.link), shown(download.folder)}));
+    return false;
+}
+
+/// Without an address, a server counts as one that does not answer.
+bool isKnown(const std::string& site) {
+    if (site.empty()) MVAlert::showAlertErrorMessage(localized("The website seems to be offline."));
+    return !site.empty();
+}
+
+void giveUp(const VerbDownload& download) {
+    MVAlert::showAlertErrorMessage(
+        localized("\"%@\" of the winetrick %@ was downloaded several times, and never had the expected "
+                  "checksum. The installation goes on without it.",
+                  {download.file, download.folder}));
+}
+
+bool isWrong(const VerbDownload& download, const std::string& target, WrapperCreation::WithoutAsking asking) {
+    bool again = false;
+    WrapperCreation::compareSHA1Checksum(download.checksum, target, asking,
+                                         [&again](bool answer) { again = answer; });
+    return again;
+}
+
+/// Fetches the file unless it is in the cache already. False when its sum is wrong, the user wanted it again,
+/// and the web archive's copy was wrong as well.
+bool fetchOnce(WrapperCreation& creation, const VerbDownload& download) {
+    const auto target = targetOf(download);
+    if (!target || !canBeFollowed(download)) return true;
+    if (!MVFileManager::fileExistsAtPath(*target))
+        creation.downloadFileToPath(download.link, *target, labelOf(download.folder));
+    if (!isWrong(download, *target, WrapperCreation::WithoutAsking::no)) return true;
+    if (!isKnown(host().sites.webArchive)) return true;
+    creation.downloadFileToPath(winetricks::archiveAddressOf(download.link), *target,
+                                labelOf(download.folder));
+    return !isWrong(download, *target, WrapperCreation::WithoutAsking::yes);
+}
+
+/// The downloads of one component or helper: a file that is wrong in the end has them all handled again,
+/// since the source may have been exchanged meanwhile.
+void fetchAll(WrapperCreation& creation, const std::vector<VerbDownload>& downloads) {
+    int retries = 0;
+    for (std::size_t next = 0; next < downloads.size();) {
+        host().creation.throwIfRequested();
+        if (fetchOnce(creation, downloads[next])) {
+            ++next;
+        } else if (retries < winetricks::checksumRetries) {
+            ++retries;
+            next = 0;
+        } else {
+            giveUp(downloads[next++]);
+        }
+    }
+}
+
+void openForUser(const std::string& link, const std::string& folder) {
+    MVThread::dispatchBlockInMainQueue([link, folder] {
+        host().userInterface.openLink(link);
+        host().userInterface.openPath(folder);
+    });
+}
+
+/// Asks for the file; whether the user wants to go on without it.
+bool userGivesUp(const std::string& file) {
+    if (MVAlert::showBooleanAlertMessage(
+            localized("You need to download %@ and move it into the opened folder, otherwise the winetrick "
+                      "installation won't work. Do you have already saved the file?",
+                      {file}),
+            "Warning", true)) {
+        return false;
+    }
+    return MVAlert::showBooleanAlertMessage(
+        localized("You haven't saved the file yet! If you don't save that file in that folder the winetricks "
+                  "installation won't work! Are you sure you want to continue without downloading?"),
+        "Warning", false);
+}
+
+/// Has the user fetch the file, until it is there or he gives up.
+void requestFile(WrapperCreation& creation, const VerbDownload& download, const std::string& target) {
+    creation.progressWindow->setMessage(
+        localized("Please, download %@ and put in the opened folder", {download.file}), CreatingPort::yes);
+    for (int questions = 0; !MVFileManager::fileExistsAtPath(target); ++questions) {
+        if (questions == winetricks::manualDownloadQuestions) {
+            MVAlert::showAlertErrorMessage(
+                localized("\"%@\" is still not in the opened folder. The installation goes on without it.",
+                          {download.file}));
+            return;
+        }
+        openForUser(download.link, files::parent(target));
+        if (userGivesUp(download.file)) return;
+    }
+}
+
+verb_script::Visitor fetchingWith(WrapperCreation& creation) {
+    return {
+        .catalogueFile =
+            [&creation](const std::string& component, const std::string& file) {
+                creation.downloadFileFromMorvaneWebsiteToWinetrick(file, component);
+            },
+        .helper = [&creation](
+                      const std::string&,
+                      const std::string& text) { fetchAll(creation, verb_script::helperDownloads(text)); },
+        .component =
+            [&creation](const std::string& component, const std::string& text) {
+                creation.downloadWDownloadManualWinetrick(component, text);
+                creation.downloadWDownloadWinetrick(component, text);
+            },
+    };
+}
+
+}  // namespace
+
+std::string winetricks::cacheFolder() {
+    return files::join(host().folders.home, ".cache/winetricks");
+}
+
+Result<std::string> winetricks::placeInCache(const std::string& folder, const std::string& file) {
+    auto place = placeOfFolder(folder);
+    if (failureOf(place) != nullptr) return place;
+    return pathInside(std::get<std::string>(place), file, Levels::one,
+                      localized("a file name of a winetrick"));
+}
+
+bool winetricks::isWebLink(const std::string& link) {
+    const auto parts = parseUrl(link);
+    if (!parts) return false;
+    const std::string scheme = MVString::lowercased(parts->scheme);
+    return scheme == "http" || scheme == "https" || scheme == "ftp";
+}
+
+VerbDownload winetricks::fromCatalogue(const std::string& component, const std::string& file) {
+    return {.folder = component,
+            .file = file,
+            .link = host().sites.catalogue + "ckis/winetricks/" + component + "/" + file,
+            .checksum = {}};
+}
+
+std::string winetricks::archiveAddressOf(const std::string& link) {
+    return host().sites.webArchive + link;
+}
+
+void winetricks::forEachDownload(std::string_view script, const std::string& component,
+                                 std::set<std::string>& visited,
+                                 const std::function<void(const VerbDownload& download, bool byHand)>& work) {
+    const auto all = [&work](const std::vector<VerbDownload>& downloads) {
+        for (const VerbDownload& download : downloads) work(download, false);
+    };
+    const verb_script::Visitor visitor{
+        .catalogueFile = [&](const std::string& name,
+                             const std::string& file) { work(fromCatalogue(name, file), false); },
+        .helper = [&](const std::string&,
+                      const std::string& text) { all(verb_script::helperDownloads(text)); },
+        .component =
+            [&](const std::string& name, const std::string& text) {
+                const auto manual = verb_script::manualDownload(text, name);
+                if (manual && isInCatalogue(*manual)) {
+                    work(fromCatalogue(verb_script::catalogueManualComponent, manual->file), false);
+                } else if (manual) {
+                    work(*manual, true);
+                }
+                all(verb_script::ordinaryDownloads(text, name));
+            }};
+    verb_script::visit(script, component, visited, visitor);
+}
+
+void winetricks::fetchFilesOf(WrapperCreation& creation, const std::string& component,
+                              const std::string& wrapper, std::set<std::string>& visited) {
+    const std::string script =
+        MVString::stringWithContentsOfFile(scriptOf(wrapper), Encoding::utf8).value_or("");
+    verb_script::visit(script, component, visited, fetchingWith(creation));
+}
+
+std::optional<std::string> WrapperCreation::localFolderForWinetrick(const std::string& component) {
+    const auto place = placeOfFolder(component);
+    if (const Failure* failure = failureOf(place)) {
+        MVAlert::showAlertErrorMessage(failure->message);
+        return std::nullopt;
+    }
+    const std::string& path = std::get<std::string>(place);
+    if (!MVFileManager::directoryExistsAtPath(path) &&
+        !MVFileManager::createDirectoryAtPath(path, IntermediateFolders::yes)) {
+        return std::nullopt;
+    }
+    return path + "/";
+}
+
+void WrapperCreation::manuallyDownloadWinetrick(const std::string& component, const std::string& wrapper) {
+    std::set<std::string> visited;
+    winetricks::fetchFilesOf(*this, component, wrapper, visited);
+}
+
+void WrapperCreation::downloadWDownloadWinetrick(const std::string& component, const std::string& raw) {
+    fetchAll(*this, verb_script::ordinaryDownloads(raw, component));
+}
+
+void WrapperCreation::downloadWDownloadManualWinetrick(const std::string& component, const std::string& raw) {
+    const auto download = verb_script::manualDownload(raw, component);
+    if (!download) return;
+    if (isInCatalogue(*download)) {
+        downloadFileFromMorvaneWebsiteToWinetrick(download->file, verb_script::catalogueManualComponent);
+        return;
+    }
+    const auto target = targetOf(*download);
+    if (!target || !canBeFollowed(*download)) return;
+    for (int retries = 0;; ++retries) {
+        if (!MVFileManager::fileExistsAtPath(*target)) requestFile(*this, *download, *target);
+        if (!isWrong(*download, *target, WithoutAsking::yes)) return;
+        if (retries == winetricks::checksumRetries) return giveUp(*download);
+    }
+}
+
+void WrapperCreation::downloadHelperWinetrick(const std::string& helper, const std::string& raw) {
+    std::set<std::string> visited;
+    verb_script::visitHelper(raw, helper, visited, fetchingWith(*this));
+}
+
+void WrapperCreation::downloadFileFromMorvaneWebsiteToWinetrick(const std::string& file,
+                                                                const std::string& component) {
+    const VerbDownload download = winetricks::fromCatalogue(component, file);
+    const auto target = targetOf(download);
+    if (!target || MVFileManager::fileExistsAtPath(*target) || !isKnown(host().sites.catalogue)) return;
+    downloadFileToPath(download.link, *target, labelOf(component));
+}
+
+void WrapperCreation::compareSHA1Checksum(const std::string& expected, const std::string& file,
+                                          WithoutAsking promptingErrorDialog,
+                                          const std::function<void(bool again)>& completion) {
+    // A download that failed has left no file, and so no sum to be wrong.
+    const std::string computed =
+        MVFileManager::regularFileExistsAtPath(file) ? NSUtilities::getFileSHA1CheckSum(file) : "";
+    if (computed.empty() || expected.empty() || computed == expected) return completion(false);
+    MVFileManager::removeItemAtPath(file);
+    if (promptingErrorDialog == WithoutAsking::yes) return completion(true);
+    completion(MVAlert::showBooleanAlertMessage(
+        localized("The SHA1 checksum of the downloaded file is %@ while the one specified in the "
+                  "winetricks.sh file is %@. Should it be downloaded again?",
+                  {computed, shown(expected)}),
+        "Warning", true));
+}
+
+}  // namespace morvane

@@ -1,0 +1,54 @@
+#include "cli/commands.h"
+#include "foundation/file_manager.h"
+#include "platform/files.h"
+#include "platform/pictures.h"
+#include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
+
+namespace morvane::cli {
+
+namespace {
+
+constexpr std::uint64_t largestFile = std::uint64_t{256} << 20;
+
+Result<ImageData> pictureAt(const std::string& path) {
+    if (files::kindBehind(path) != files::Kind::file) return Failure{"There is no file at " + path + "."};
+    if (files::size(path).value_or(0) > largestFile) return Failure{path + " is too large for a picture."};
+    auto bytes = files::read(path);
+    if (const Failure* failure = failureOf(bytes)) return Failure{path + ": " + failure->message};
+    ImageData image{std::get<std::string>(std::move(bytes)), 0, 0};
+    if (pictures::kindOf(image.bytes).empty())
+        return Failure{path + " is not a picture (PNG, JPEG, TIFF, GIF, BMP, ICNS, ICO or WebP)."};
+    if (!pictures::decode(image.bytes)) {
+        return Failure{path + " cannot be read as a picture: it is damaged, empty, or has more than " +
+                       std::to_string(pictures::longestEdge) + " pixels on a side."};
+    }
+    return image;
+}
+
+/// Nothing when there is neither a wrapper nor a Custom EXE application of one.
+std::optional<NSPortManager> settingsOf(const std::string& app) {
+    if (MVFileManager::regularFileExistsAtPath(app + layout::customExeMark))
+        return NSPortManager::managerWithCustomExePath(app);
+    if (MVFileManager::regularFileExistsAtPath(MVString::pathByAppendingCaskeryFrameworkBinToPortPath(app)))
+        return NSPortManager::managerWithPath(app);
+    return std::nullopt;
+}
+
+}  // namespace
+
+int setIcon(Session& session, const std::string& app, const std::string& picture) {
+    const std::string path = expandedPath(app);
+    const auto settings = settingsOf(path);
+    if (!settings) return session.fail(path + " is not a wrapper, and not an application of one.");
+    const auto image = pictureAt(expandedPath(picture));
+    if (const Failure* failure = failureOf(image)) return session.fail(failure->message);
+    if (!NSUtilities::iconFileName(settings->plistObjectForKey("CFBundleIconFile")))
+        return session.fail("The settings of " + path + " name no icon file.");
+    return session.onWorker([&] {
+        if (settings->setIconWithImage(std::get<ImageData>(image))) return static_cast<int>(done);
+        return session.fail("No icon could be made; the old one stays.");
+    });
+}
+
+}  // namespace morvane::cli

@@ -1,0 +1,182 @@
+#include "library/library_view.h"
+
+#include "library/apps_folders_list.h"
+#include "library/game_data.h"
+#include "library/library_machine.h"
+
+namespace morvane {
+namespace {
+
+class LibraryViews : public testing::LibraryMachine {
+  protected:
+    void store(std::initializer_list<const char*> names) {
+        Array list;
+        for (const std::string name : names) {
+            list.push_back(Dictionary{{"Name", name}, {"Path", applications + name + ".app"}});
+        }
+        machine->defaults.set(settings::appList, list);
+    }
+    /// Serves the main queue until the rows were reloaded so many times.
+    void awaitReloads(int count) {
+        machine->mainQueue.runUntil([&] { return reloads >= count; });
+    }
+    [[nodiscard]] std::string titles() const {
+        std::string text;
+        for (const auto& row : view.rows()) text += row.title + (row.isNew ? "* " : " ");
+        return text;
+    }
+
+    int reloads = 0;
+    NSAppsArray apps;
+    LibraryView view{apps, {.reload = [this] { ++reloads; }, .installCkiFile = {}}};
+};
+
+TEST_F(LibraryViews, CatalogueLinesAreReadAsTheyShouldBe) {
+    machine->sites.catalogue = "http://server/";
+    struct Row {
+        const char* line;
+        std::optional<CatalogueLine> expected;
+    } const rows[] = {
+        {"12 || Bob || Half Life || 0 || 1 || --",
+         CatalogueLine{12, "Bob", "Half Life", false, true, "--", "http://server/ckis/Bob/12/", {}, {}}},
+        {"\n12 || Bob || Half Life || 1 || 0 || -- || 0",
+         CatalogueLine{
+             12, "Bob", "Half Life", true, false, "--", "http://server/ckis/Bob/Half%20Life/", {}, {}}},
+        {"12 || Bob || A&B || x || 0 || BR || 0 || 7 || 1",
+         CatalogueLine{12, "Bob", "A&B", false, false, "BR", "http://server/ckis/Bob/A%26B%20(BR)/", 7,
+                       true}},
+        {"x || Bob || A || 0 || 0 ||  || 1 || y || ",
+         CatalogueLine{0, "Bob", "A", false, false, "", "http://server/ckis/Bob/0/", 0, false}},
+        {"1 || Bob || A || 0 || 0", std::nullopt},
+        {"1 || Bob || \xFF || 0 || 0 || --", std::nullopt},
+        {"", std::nullopt}};
+    for (const Row& row : rows) {
+        EXPECT_EQ(generateDictionaryForPortListLine(row.line), row.expected) << row.line;
+    }
+}
+
+TEST_F(LibraryViews, TheCatalogueIsLoadedOnceAndRefreshed) {
+    machine->defaults.set(settings::developerMode, 1);
+    site.answer(
+        "/ckis/listPorts.php",
+        {.body = "<html> header<br>1 || Bob || zeta || 0 || 1 || --<br>\n2 || Bob || Hitman II || 0 || 0 || "
+                 "--<br>3 || cut<br>4 || Bob || alpha || 0 || 0 || --<br>"});
+    ui.expectError("Error while loading server apps list! Please, press the Refresh List button.");
+    view.showTab(NSAppsArray::catalogueTab);
+    EXPECT_EQ(reloads, 1) << "nothing waits for the server";
+    awaitReloads(2);
+    EXPECT_EQ(titles(), "alpha Hitman II zeta* ");
+    view.search("HITMAN 2");
+    EXPECT_EQ(titles(), "Hitman II ");
+    ASSERT_NE(view.catalogueLine(0), nullptr);
+    EXPECT_EQ(view.catalogueLine(0)->id, 2);
+    EXPECT_EQ(view.catalogueLine(1), nullptr);
+    EXPECT_EQ(view.localItem(0), nullptr);
+    view.showTab(NSAppsArray::catalogueTab);
+    awaitReloads(5);
+    const std::string request = site.requests().back();
+    EXPECT_TRUE(request.starts_with("GET /ckis/listPorts.php?developer=1&country=")) << request;
+    EXPECT_EQ(site.requests().size(), 1U);
+
+    NSGameData::bufferEntry(2, std::make_shared<NSGameData>());
+    site.answer("/ckis/listPorts.php", {.body = "no list \xFF || at || all"});
+    const auto menu = view.contextMenu();
+    ASSERT_EQ(menu.size(), 1U);
+    EXPECT_EQ(menu[0].title, "Refresh List");
+    menu[0].action();
+    awaitReloads(6);
+    EXPECT_EQ(titles(), "");
+    EXPECT_EQ(NSGameData::bufferedEntry(2), nullptr);
+
+    reachable = [](const std::string&) { return false; };
+    view.refreshList();
+    awaitReloads(7);
+    EXPECT_EQ(site.requests().size(), 2U) << "a server that is not there is not asked";
+}
+
+TEST_F(LibraryViews, TheMenuOrdersAndMarksAndADragEndsTheOrder) {
+    store({"b", "c", "a"});
+    view.showTab(NSAppsArray::localTab);
+    EXPECT_EQ(titles(), "b c a ");
+    const auto marks = [&] {
+        std::string text;
+        for (const auto& menu : view.contextMenu()) {
+            text += menu.title + ":";
+            for (const auto& item : menu.items) text += " " + item.title + (item.marked ? "*" : "");
+            text += "; ";
+        }
+        return text;
+    };
+    EXPECT_EQ(marks(), "Organize by: Name Size; Auto-organize by: Nothing* Name Size; ");
+    view.contextMenu()[1].items[1].action();
+    awaitReloads(3);
+    EXPECT_EQ(titles(), "a b c ");
+    EXPECT_EQ(marks(), "Organize by: Name Size; Auto-organize by: Nothing Name* Size; ");
+    view.search("b");
+    view.drag(0, 1);
+    EXPECT_EQ(marks(), "Organize by: Name Size; Auto-organize by: Nothing Name* Size; ");
+    view.search("");
+    view.drag(0, 2);
+    EXPECT_EQ(titles(), "b c a ");
+    EXPECT_EQ(marks(), "Organize by: Name Size; Auto-organize by: Nothing* Name Size; ");
+
+    const int before = reloads;
+    onWorker([&] { view.addPort(applications + "d.app"); });
+    awaitReloads(before + 1);
+    EXPECT_EQ(titles(), "b c a d ");
+    ui.expect("Do you want to remove that app only from the list").answer("List Only");
+    view.remove(applications + "c.app");
+    EXPECT_EQ(titles(), "b a d ");
+    EXPECT_EQ(stored(), (Lines{"b=b.app", "a=a.app", "d=d.app"}));
+}
+
+TEST_F(LibraryViews, TheFoldersPaneStoresAtAnEditOnly) {
+    put(applications + "Games.localized/file", "");
+    machine->defaults.set(settings::mainFolder, "/Old/");
+    int beeps = 0;
+    bool reset = false;
+    NSAppsFoldersList pane(apps,
+                           {.changed = {}, .beep = [&] { ++beeps; }, .libraryLoaded = [&] { reset = true; }});
+    const std::string games = applications + "Games.localized/";
+    const auto kept = [&] { return *machine->defaults.get(settings::mainFolder); };
+    EXPECT_EQ(pane.rows(), (Lines{games, applications}));
+    EXPECT_EQ(kept(), Value(Array{games, applications}));
+    EXPECT_EQ(machine->defaults.get(settings::automaticFolderSave), Value(1));
+    pane.setSavesAutomatically(false);
+    EXPECT_FALSE(NSAppsFoldersList::savesAutomatically());
+
+    const KeyPress deleteKey{.character = 127}, plus{.keyCode = 24, .command = true},
+        minus{.keyCode = 27, .command = true}, plain{.keyCode = 24};
+    EXPECT_TRUE(pane.keyDown(deleteKey, false));
+    EXPECT_EQ(beeps, 1);
+    EXPECT_FALSE(pane.keyDown(plain, false));
+    pane.select({1, 0, 1, 9});
+    EXPECT_FALSE(pane.keyDown(deleteKey, true));
+    EXPECT_TRUE(pane.keyDown(plus, false));
+    EXPECT_EQ(pane.rows(), (Lines{applications, games, applications}));
+    pane.select({1, 2});
+    EXPECT_TRUE(pane.keyDown(minus, false));
+    EXPECT_EQ(pane.rows(), Lines{applications});
+    EXPECT_EQ(pane.selection(), std::vector<std::size_t>{0});
+    EXPECT_EQ(kept(), Value(Array{games, applications})) << "neither is stored";
+
+    ui.expectChoice("Select the Apps Folder", {});
+    pane.editRow(0);
+    EXPECT_EQ(kept(), Value(Array{games, applications}));
+    ui.expectChoice("Select the Apps Folder", {folder.path + "/apps"});
+    pane.editRow(0);
+    EXPECT_EQ(kept(), Value(Array{folder.path + "/apps/"}));
+
+    store({"old"});
+    makeWrapper(folder.path + "/apps/new.app");
+    ui.expect("Do you want to reset your Local apps list?").titleIs("Warning").defaultIs("No").answer("No");
+    pane.resetLocalApps();
+    EXPECT_EQ(stored(), Lines{"old=old.app"});
+    ui.expect("Do you want to reset your Local apps list?").answer("Yes");
+    pane.resetLocalApps();
+    machine->mainQueue.runUntil([&] { return reset; });
+    EXPECT_EQ(stored(), Lines{"new=" + folder.path + "/apps/new.app"});
+}
+
+}  // namespace
+}  // namespace morvane

@@ -1,0 +1,143 @@
+#include "wrapper/partitions.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "platform/process.h"
+#include "support/fake_wrapper.h"
+#include "support/test_machine.h"
+
+namespace morvane {
+namespace {
+
+using namespace NSPartitionMounter;
+
+const std::string headings =
+    "   #:                       TYPE NAME                    SIZE       IDENTIFIER\n";
+const std::string systemDisk =
+    "/dev/disk0 (internal, physical):\n" + headings +
+    "   0:      GUID_partition_scheme                        *251.0 GB   disk0\n"
+    "   1:                  Apple_HFS Macintosh HD            250.1 GB   disk0s2\n\n";
+const std::string gameDisc =
+    "/dev/disk2 (external, physical):\n" + headings +
+    "   0:     Apple_partition_scheme                        *700.0 MB   disk2  \n"
+    "   1:        Apple_partition_map                         32.3 KB    disk2s1\n"
+    "   2:                  Apple_HFS Th\u00E9 game of 23 letters  350.0 MB   disk2s2\n\n";
+const std::string namelessDisc =
+    "/dev/disk3 (external, physical):\n" + headings +
+    "   0:     Apple_partition_scheme                        *4.7 GB     disk3\n"
+    "   1:        Apple_partition_map                         32.3 KB    disk3s1\n\n";
+const std::string plainDisc = "/dev/disk4 (external, physical):\n" + headings +
+                              "   0:                            PLAIN                  *378.9 KB   disk4\n";
+
+class Partitions : public testing::TestMachine {
+  protected:
+    void insert(const std::string& listing) {
+        put(folder.path + "/list", listing);
+        scriptProgram("diskutil", "[ \"$*\" = list ] && cat '" + folder.path + "/list'");
+    }
+
+    const std::string log = folder.path + "/log";
+    const std::string discFolder = folder.path + "/Volumes/MV_WIN_DISC";
+};
+
+TEST_F(Partitions, AreListedFromRecordedOutput) {
+    const MountableDisk game{"disk2", "Th\u00E9 game of 23 letters (disk2)"};
+    const MountableDisk nameless{"disk3", "No name (disk3)"};
+    const struct {
+        const char* name;
+        std::string listing;
+        std::vector<MountableDisk> disks;
+    } rows[] = {
+        {"nothing", "", {}},
+        {"two lines", "/dev/disk2\n" + headings, {}},
+        {"other discs only", systemDisk + plainDisc, {}},
+        {"the next disc's names are its own", namelessDisc + plainDisc, {nameless}},
+        {"in order, after others", systemDisk + namelessDisc + gameDisc + plainDisc, {nameless, game}},
+        {"without columns", "a\nb\nc Apple_partition_scheme\n" + gameDisc, {}},
+    };
+    for (const auto& row : rows) {
+        insert(row.listing);
+        onWorker([&] { EXPECT_EQ(mountableDisksList(), row.disks) << row.name; });
+    }
+}
+
+TEST_F(Partitions, AreMountedInPlaceOfTheOneBefore) {
+    for (const std::string name : {"mount", "umount"})
+        scriptProgram(name, "echo \"" + name + " $*\" >> '" + folder.path + "/log'; exit 1");
+    insert(gameDisc + namelessDisc);
+    ui.expect(
+          "From which disc do you want to mount the Windows partition? Remember, you can only mount a "
+          "Windows partition from one disc at time.")
+        .titleIs("Mount Disc Windows Partition")
+        .defaultIs("OK")
+        .choose("No name (disk3)");
+    onWorker([&] { EXPECT_EQ(mountWindowsPartition(), Mounting::tried); });
+    EXPECT_EQ(get(log), "umount " + discFolder + "\nmount -t cd9660 -r /dev/disk3 " + discFolder + "\n");
+    EXPECT_TRUE(std::filesystem::is_directory(discFolder));
+    EXPECT_EQ(ui.opened, std::vector<std::string>{discFolder});
+    EXPECT_TRUE(std::filesystem::exists(ui.dialogs.front().iconPath)) << ui.dialogs.front().iconPath;
+
+    // Nothing is run from here on.
+    std::filesystem::remove(log);
+    ui.expect("From which disc").answer("Cancel");
+    onWorker([&] { EXPECT_EQ(mountWindowsPartition(), Mounting::cancelled); });
+    insert(systemDisk);
+    ui.expectError("Please, insert a disc first and then press that button.");
+    onWorker([&] { EXPECT_EQ(mountWindowsPartition(), Mounting::impossible); });
+    for (const char* identifier : {"", "..", "disk2/../sda", "disk 2", "-o", "disk2\n"}) {
+        ui.expectError("\"" + std::string(identifier));
+        onWorker([&] { EXPECT_EQ(mountAndOpenDiscWithID(identifier), Mounting::impossible); });
+    }
+    EXPECT_FALSE(std::filesystem::exists(log));
+    EXPECT_EQ(ui.opened.size(), 1U);
+}
+
+/// A disc image that the kernel shows as a disc, until the end of the test.
+class Loop {
+  public:
+    explicit Loop(const std::string& image) {
+        const auto attached = losetup({"-r", "-f", "--show", image});
+        if (attached && attached->output.starts_with("/dev/"))
+            name = attached->output.substr(5, attached->output.find('\n') - 5);
+    }
+    ~Loop() {
+        if (!name.empty()) static_cast<void>(losetup({"-d", "/dev/" + name}));
+    }
+    Loop(const Loop&) = delete;
+    Loop& operator=(const Loop&) = delete;
+
+    std::string name;  ///< empty where this machine or user has none
+
+  private:
+    static std::optional<ProcessResult> losetup(const std::vector<std::string>& arguments) {
+        if (::geteuid() != 0) return std::nullopt;
+        return processes::run({.program = "/sbin/losetup", .arguments = arguments});
+    }
+};
+
+TEST_F(Partitions, OfARealHybridDiscShowTheWindowsFiles) {
+    put(folder.path + "/windows/setup.exe", "MZ");
+    testing::runTool(folder.path, {"/usr/bin/xorriso", "-as", "mkisofs", "-quiet", "-hfsplus", "-V", "SPIEL",
+                                   "-hide-hfsplus", "/setup.exe", "-o", "hybrid.iso", "windows"});
+    const Loop disc(folder.path + "/hybrid.iso");
+    const bool canMount = get("/proc/filesystems").find("\tiso9660\n") != std::string::npos ||
+                          std::filesystem::exists("/dev/fuse");
+    if (disc.name.empty() || !canMount) GTEST_SKIP() << "no loop devices, or no way to mount them";
+    onWorker([&] {
+        const std::vector<MountableDisk> disks = mountableDisksList();
+        const MountableDisk wanted{disc.name, "SPIEL (" + disc.name + ")"};
+        EXPECT_EQ(std::count(disks.begin(), disks.end(), wanted), 1);
+        for (int time = 0; time < 2; ++time)
+            mountAndOpenDiscWithID(disc.name);  // the second releases the first
+    });
+    EXPECT_EQ(get(discFolder + "/setup.exe"), "MZ");
+    EXPECT_NE(::access(discFolder.c_str(), W_OK), 0);
+    testing::runTool(folder.path, {MORVANE_BUILD_FOLDER "/share/morvane/programs/umount", discFolder});
+    EXPECT_TRUE(std::filesystem::is_empty(discFolder));
+}
+
+}  // namespace
+}  // namespace morvane
