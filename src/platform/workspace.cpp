@@ -54,6 +54,16 @@ bool launchBundle(const std::string& path) {
     return files::isExecutable(program) && processes::launch(program);
 }
 
+bool opensScheme(const std::string& scheme) {
+    const auto found = processes::search("xdg-mime", host().searchPath);
+    if (found.empty()) return false;
+    ProcessRequest query;
+    query.program = found.back();
+    query.arguments = {"query", "default", "x-scheme-handler/" + scheme};
+    const auto result = processes::run(query);
+    return result && result->output.find(".desktop") != std::string::npos;
+}
+
 void bringToFront(const std::string& pathPrefix) {
     const auto xdotool = processes::search("xdotool", host().searchPath);
     if (xdotool.empty() || environmentVariable("DISPLAY").empty()) return;
