@@ -2,8 +2,10 @@
 #pragma once
 
 #include <atomic>
+#include <exception>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -14,6 +16,7 @@
 #include "platform/host.h"
 
 namespace morvane {
+class CatalogueServer;
 class SiteServer;
 class WrapperCreation;
 }  // namespace morvane
@@ -36,14 +39,20 @@ class Session {
 
     [[nodiscard]] Console& console() { return console_; }
     [[nodiscard]] const std::shared_ptr<NSProgressView>& progress() const { return progress_; }
+    /// What is answered beforehand; a command adds what its own arguments say.
+    [[nodiscard]] Answers& answers() { return answers_; }
 
-    /// Starts the embedded site unless another one is configured. Before `onWorker`.
+    /// Starts the embedded download site and the embedded catalogue, each unless another one is configured.
+    /// Before `onWorker`.
     void provideSite();
     /// Runs the work on a worker and the main queue here until everything that it started has ended. The
     /// work's result is the exit code, unless a question stayed unanswered or the user cancelled.
     int onWorker(const std::function<int()>& work);
     /// The same with a creation, whose cancellation the user may ask for.
     int withCreation(const std::function<int(WrapperCreation&)>& work);
+    /// Runs the work here, then the main queue, until everything that was started has ended. The work's
+    /// result is the exit code, as above; also a failure when an error was shown.
+    int untilIdle(const std::function<int()>& work);
     /// For a command that serves: the work begins it and returns `done`, then Ctrl-C or a termination signal
     /// is what ends it, and is no failure. Main thread.
     int untilAskedToEnd(const std::function<int()>& begin);
@@ -51,8 +60,14 @@ class Session {
     int fail(const std::string& message);
 
   private:
+    void provideDownloads();
+    void provideCatalogue();
     void watchSignals();
     void handleSignal(int signal);
+    void cancelAfterAsking();
+    void runUntilNoWorkIsLeft();
+    /// The exit code of work that has ended.
+    int outcome(int result, const std::exception_ptr& exception);
 
     Console console_;
     Answers answers_;
@@ -61,8 +76,11 @@ class Session {
     std::shared_ptr<NSProgressView> progress_;
     std::unique_ptr<runtime::SystemEngineStore> engines_;  // what the embedded site offers
     std::unique_ptr<SiteServer> site_;
+    std::unique_ptr<CatalogueServer> catalogue_;
     std::atomic<WrapperCreation*> creation_ = nullptr;
     std::atomic<bool> cancelled_ = false;
+    std::mutex mutex_;
+    std::exception_ptr exception_;  // the first that background work has thrown
     std::atomic<bool> ending_ = false;
     std::atomic<bool> serving_ = false;
     std::atomic<bool> askedToEnd_ = false;

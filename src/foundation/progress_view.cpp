@@ -69,6 +69,23 @@ void NSProgressView::setHeight(int height) {
     change(CreatingPort::yes, [height](ProgressState& state) { state.height = height; });
 }
 
+void NSProgressView::setCancelAction(std::function<void()> action) {
+    MutexLock lock(mutex_);
+    cancelAction_ = std::move(action);
+    state_.cancellable = cancelAction_ != nullptr;
+    show(state_);
+}
+
+bool NSProgressView::cancel() {
+    std::function<void()> action;
+    {
+        MutexLock lock(mutex_);
+        action = cancelAction_;
+    }
+    if (action) action();
+    return action != nullptr;
+}
+
 void NSProgressView::setIsCreatingWrapper(bool creating) {
     change(CreatingPort::yes, [creating](ProgressState& state) { state.creatingWrapper = creating; });
 }

@@ -2,6 +2,7 @@
 // queue.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "platform/annotations.h"
@@ -31,6 +32,11 @@ class NSProgressView {
     /// `setHeight:`. Points.
     void setHeight(int height);
 
+    /// What the panel's cancel button does; without an action there is none to press.
+    void setCancelAction(std::function<void()> action);
+    /// A click on the cancel button; false when there is none. The action runs on the calling thread.
+    bool cancel();
+
     void setIsCreatingWrapper(bool creating);
     [[nodiscard]] bool isCreatingWrapper() const;
 
@@ -43,6 +49,7 @@ class NSProgressView {
 
     mutable Mutex mutex_;
     ProgressState state_ MV_GUARDED_BY(mutex_);
+    std::function<void()> cancelAction_ MV_GUARDED_BY(mutex_);
 };
 
 }  // namespace morvane

@@ -49,6 +49,8 @@ struct Dialog {
     std::string title;                 ///< the heading
     std::string text;                  ///< the body, shown literally
     std::vector<std::string> buttons;  ///< in order
+    /// Paths of pictures in place of the buttons' titles, button by button; empty where there is none.
+    std::vector<std::string> buttonPictures = {};
     std::size_t defaultButton = 0;
     Style style = Style::informational;
     Icon icon = Icon::application;
@@ -91,6 +93,7 @@ struct ProgressState {
     int value = 0;   ///< 0 to 1000
     int height = 0;  ///< points; 0: not shown
     bool creatingWrapper = false;
+    bool cancellable = false;  ///< whether its cancel button can be pressed
 };
 
 struct Notification {

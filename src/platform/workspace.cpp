@@ -54,6 +54,16 @@ bool launchBundle(const std::string& path) {
     return files::isExecutable(program) && processes::launch(program);
 }
 
+bool opensScheme(const std::string& scheme) {
+    const auto found = processes::search("xdg-mime", host().searchPath);
+    if (found.empty()) return false;
+    ProcessRequest query;
+    query.program = found.back();
+    query.arguments = {"query", "default", "x-scheme-handler/" + scheme};
+    const auto result = processes::run(query);
+    return result && result->output.find(".desktop") != std::string::npos;
+}
+
 void bringToFront(const std::string& pathPrefix) {
     const auto xdotool = processes::search("xdotool", host().searchPath);
     if (xdotool.empty() || environmentVariable("DISPLAY").empty()) return;
@@ -65,10 +75,8 @@ void bringToFront(const std::string& pathPrefix) {
             !runsBelow("/proc/" + name, pathPrefix)) {
             continue;
         }
-        ProcessRequest raise;
-        raise.program = xdotool.back();
-        raise.arguments = {"search", "--onlyvisible", "--pid", name, "windowraise", "%@"};
-        (void)processes::run(raise);
+        // Nobody reads what it says about windows that it does not find.
+        processes::launch(xdotool.back(), {"search", "--onlyvisible", "--pid", name, "windowraise", "%@"});
     }
 }
 

@@ -18,4 +18,7 @@ bool launchBundle(const std::string& path);
 /// front. Needs an X display and `xdotool`; without them nothing happens.
 void bringToFront(const std::string& pathPrefix);
 
+/// Whether some application opens links of the scheme. Blocks on a program.
+[[nodiscard]] bool opensScheme(const std::string& scheme);
+
 }  // namespace morvane::workspace

@@ -1,0 +1,31 @@
+// library/catalogue_addresses.h: the addresses of the catalogue's requests, and their answers. Any thread.
+//
+// All lie below the catalogue's base address. Texts are escaped here, unless said.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace morvane::catalogue {
+
+/// The first port that a search finds. The texts stand as they are: they come from links, escaped already;
+/// what would end an address or begin another parameter is escaped all the same. An empty country is left
+/// out.
+[[nodiscard]] std::string searchAddress(std::string_view search, std::string_view country);
+/// One list line of the port. The text stands as it is, as above.
+[[nodiscard]] std::string briefDescriptionAddress(std::string_view id);
+[[nodiscard]] std::string rankingAddress(std::string_view type, int rows, std::string_view card);
+/// The port file of a source, which counts as a download.
+[[nodiscard]] std::string downloadAddress(std::int64_t id, std::string_view source);
+/// The link of an instruction video.
+[[nodiscard]] std::string instructionsAddress(std::string_view source);
+/// The page on which the user votes.
+[[nodiscard]] std::string voteAddress(std::string_view card, int rate, std::int64_t id);
+
+/// The answer's bytes, whatever its status; nothing when there is none, when it is longer than any answer is,
+/// and when the server falls silent. Blocks.
+[[nodiscard]] std::optional<std::string> answerOf(const std::string& address);
+
+}  // namespace morvane::catalogue

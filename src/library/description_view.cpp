@@ -1,0 +1,327 @@
+// Filling the page of a game.
+
+#include "library/description_view.h"
+
+#include <array>
+#include <cstdint>
+
+#include "building/wrapper_creation.h"
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "foundation/settings_keys.h"
+#include "foundation/text.h"
+#include "foundation/threads.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/http.h"
+#include "platform/styled_text.h"
+#include "wrapper/layout.h"
+
+namespace morvane {
+namespace {
+
+constexpr std::int64_t firstKnownID = 2;
+
+/// The texts of a description name the button "Download", as it was once titled.
+StyledText withTodaysButtonTitle(const StyledText& text) {
+    StyledText result;
+    result.runs = text.runs;
+    std::size_t unit = 0, run = 0, unitsOfRun = 0;
+    const auto runAt = [&](std::size_t position) {
+        while (run < result.runs.size() && position >= unitsOfRun + text.runs[run].length) {
+            unitsOfRun += text.runs[run++].length;
+        }
+        return run;
+    };
+    for (std::size_t place = 0; place < text.text.size();) {
+        bool replaced = false;
+        for (const std::string_view quoted : {"“Download”", "„Download”", "‘Download’", "\"Download\""}) {
+            if (!std::string_view(text.text).substr(place).starts_with(quoted)) continue;
+            constexpr std::string_view title = "\"Install\"";
+            // One character shorter: the run in which the text ends gives it.
+            const std::size_t units = std::string_view("\"Download\"").size();
+            const std::size_t last = runAt(unit + units - 1);
+            if (last < result.runs.size()) result.runs[last].length -= units - title.size();
+            result.text += title;
+            place += quoted.size();
+            unit += units;
+            replaced = true;
+            break;
+        }
+        if (replaced) continue;
+        const auto byte = static_cast<unsigned char>(text.text[place]);
+        if ((byte & 0xc0) != 0x80) unit += byte >= 0xf0 ? 2 : 1;
+        result.text += text.text[place++];
+    }
+    return result;
+}
+
+double descriptionSize() {
+    const auto setting = host().defaults.get(settings::descriptionFontSize);
+    const auto* size = setting ? setting->as<std::int64_t>() : nullptr;
+    return size != nullptr && *size > 0 ? static_cast<double>(*size) : 12;
+}
+
+std::string imageOfSource(const std::string& source) {
+    const std::string name = MVString::lowercased(source);
+    const std::string& resources = host().folders.resources;
+    if (name.find('/') == std::string::npos) {
+        for (const char* ending : {"_a.png", ".png"}) {
+            const std::string path = files::join(resources, name + ending);
+            if (MVFileManager::regularFileExistsAtPath(path)) return path;
+        }
+    }
+    return source == "Local" ? "/" : files::join(resources, "other.png");
+}
+
+bool canBeRated(const NSGameData& game) {
+    return game.isGameInTheServer || game.gameID >= firstKnownID;
+}
+
+}  // namespace
+
+std::optional<std::string> linkOfSource(const NSGameData& game, const std::string& source) {
+    if (!game.descriptionDictionary) return std::nullopt;
+    const auto* link = game.descriptionDictionary->get<std::string>(filled("%@ Link", {source}));
+    if (link == nullptr && source == "GOG") link = game.descriptionDictionary->get<std::string>("Gog Link");
+    if (link == nullptr) return std::nullopt;
+    const auto parts = parseUrl(*link);
+    const bool isWebLink = parts && (parts->scheme == "http" || parts->scheme == "https");
+    return isWebLink ? std::optional(*link) : std::nullopt;
+}
+
+NSDescriptionView::NSDescriptionView(LibraryLayout layout, std::shared_ptr<NSProgressView> progress,
+                                     Callbacks callbacks)
+    : layout_(layout),
+      progress_(std::move(progress)),
+      callbacks_(std::move(callbacks)),
+      self_(std::make_shared<NSDescriptionView*>(this)) {
+    setNullGameData();
+}
+
+NSDescriptionView::~NSDescriptionView() {
+    *self_ = nullptr;
+}
+
+void NSDescriptionView::onPage(const std::shared_ptr<NSDescriptionView*>& self,
+                               std::function<void(NSDescriptionView&)> work) {
+    MVThread::dispatchBlockInMainQueue([self, work = std::move(work)] {
+        if (*self != nullptr) work(**self);
+    });
+}
+
+std::optional<std::string> NSDescriptionView::selectedGamePath() const {
+    return gameData_ ? std::optional(gameData_->gamePath) : std::nullopt;
+}
+
+void NSDescriptionView::openCatalogueLine(const CatalogueLine& line) {
+    progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
+    progress_->showCreatingPort(CreatingPort::no);
+    MVThread::dispatchQueueWithName(
+        "app.morvane.loadDescription", Priority::normal, Concurrent::no,
+        [self = self_, line, progress = progress_] {
+            auto entry = NSGameData::bufferedEntry(line.id);
+            if (!entry) {
+                if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) {
+                    progress->closeCreatingPort(CreatingPort::no);
+                    MVAlert::showAlertErrorMessage(localized(
+                        "An error occured while connecting to the database! Please, check your internet "
+                        "connection and try again later."));
+                    return;
+                }
+                entry = NSGameData::initWithDictionary(line);
+                NSGameData::bufferEntry(line.id, entry);
+            }
+            onPage(self, [entry](NSDescriptionView& page) {
+                page.setGameData(entry, [&page] {
+                    page.progress_->closeCreatingPort(CreatingPort::no);
+                    if (page.callbacks_.selectPage) page.callbacks_.selectPage();
+                });
+            });
+        });
+}
+
+void NSDescriptionView::openLocalItem(const std::string& path) {
+    progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
+    progress_->showCreatingPort(CreatingPort::no);
+    auto item = NSGameData::initWithPath(path);
+    if (!item) {
+        progress_->closeCreatingPort(CreatingPort::no);
+        if (callbacks_.missingApp) callbacks_.missingApp(path);
+        return;
+    }
+    setGameData(std::move(item), [this] {
+        progress_->closeCreatingPort(CreatingPort::no);
+        if (callbacks_.selectPage) callbacks_.selectPage();
+    });
+}
+
+void NSDescriptionView::setGameData(std::shared_ptr<NSGameData> game, std::function<void()> blockInTheEnd) {
+    if (!game) return;
+    onPage(self_, [game, block = std::move(blockInTheEnd)](NSDescriptionView& page) {
+        page.gameData_ = game;
+        page.fillPage();
+        if (block) block();
+    });
+    if (callbacks_.pageChanged) loadDetails(std::move(game));
+}
+
+void NSDescriptionView::loadDetails(std::shared_ptr<NSGameData> game) {
+    // A server that does not answer must not keep the page from being shown: what comes from it follows.
+    MVThread::dispatchQueueWithName(
+        "app.morvane.loadPageDetails", Priority::normal, Concurrent::no,
+        [self = self_, game = std::move(game), layout = layout_, width = trailerWidth_,
+         height = trailerHeight_] {
+            const auto later = [&](std::function<void(NSDescriptionView&)> work) {
+                onPage(self, [game, work = std::move(work)](NSDescriptionView& page) {
+                    if (page.gameData_ == game) work(page);
+                });
+            };
+            // The grid's page has a view for the trailer in it.
+            if (layout == LibraryLayout::grid && game->trailer && !game->trailer->empty()) {
+                later([html = game->trailerHTMLwithSize(width, height), link = *game->trailer](
+                          NSDescriptionView& page) { page.showWindow(localized("Trailer"), html, link); });
+            }
+            later([icon = game->gameImage()](NSDescriptionView& page) {
+                page.page_.icon = icon;
+                page.callbacks_.pageChanged();
+            });
+            if (!canBeRated(*game)) return;
+            later([stars = std::array{game->atiAmdRankingIndicator(), game->nvidiaRankingIndicator(),
+                                      game->intelIrisRankingIndicator(),
+                                      game->intelHdRankingIndicator()}](NSDescriptionView& page) {
+                page.page_.stars = stars;
+                page.callbacks_.pageChanged();
+            });
+        });
+}
+
+void NSDescriptionView::setNullGameData() {
+    gameData_.reset();
+    page_ = Page{};
+    page_.name = localized("Welcome to %@", {"Morvane"});
+    page_.description = styledText(localized("Choose a game to see its page."));
+    page_.descriptionSize = descriptionSize();
+    if (callbacks_.pageChanged) callbacks_.pageChanged();
+}
+
+void NSDescriptionView::fillPage() {
+    const NSGameData& game = *gameData_;
+    page_ = Page{};
+    page_.hasGame = true;
+    page_.name = game.gameName;
+    const bool isKnown = game.gameID >= firstKnownID;
+    if (layout_ == LibraryLayout::grid) {
+        page_.name = MVString::uppercased(game.gameName);
+        if (isKnown) page_.name = filled("%@ (ID: %ld)", {page_.name, std::to_string(game.gameID)});
+    } else if (isKnown) {
+        page_.appID = localized("App ID: %ld", {std::to_string(game.gameID)});
+    }
+    const bool isDescribed = game.gameDescription && !game.gameDescription->text.empty();
+    page_.description = isDescribed ? withTodaysButtonTitle(*game.gameDescription)
+                                    : styledText(localized("No description available."));
+    page_.descriptionSize = descriptionSize();
+    page_.sources = setSourceIcons(game.gameSourcesList);
+    page_.canBeRated = canBeRated(game);
+    page_.stars = {};
+    const std::string title = !game.isGameInTheServer ? localized("Play")
+                              : game.isGameNative     ? localized("Buy")
+                                                      : actionButtonInstallStringForGameData(game);
+    page_.actionTitle = MVString::uppercased(title);
+    if (callbacks_.pageChanged) callbacks_.pageChanged();
+}
+
+void NSDescriptionView::flagsChanged(Shift shift) {
+    shift_ = shift;
+    if (gameData_) titleActionButton();
+}
+
+void NSDescriptionView::titleActionButton() {
+    const NSGameData& game = *gameData_;
+    // A local item is what is installed; what lies elsewhere under the same ID says nothing about it.
+    const bool isInstalled =
+        game.isGameInTheServer ? validPortWithGameID(game.gameID).has_value() : game.gameID >= firstKnownID;
+    std::string title;
+    if (isInstalled) {
+        title = shift_ == Shift::held ? localized("Debug") : localized("Play");
+    } else if (!game.isGameInTheServer) {
+        title = localized("Play");
+    } else if (game.isGameNative) {
+        title = localized("Buy");
+    } else if (shift_ == Shift::held) {
+        title = localized("Download CKI");
+    } else {
+        title = actionButtonInstallStringForGameData(game);
+    }
+    page_.actionTitle = MVString::uppercased(title);
+    if (callbacks_.actionTitleChanged) callbacks_.actionTitleChanged();
+}
+
+std::string NSDescriptionView::actionButtonInstallStringForGameData(const NSGameData& game) {
+    return actionButtonInstallStringForGameWithID(game.gameID, game.gameDependencyID);
+}
+
+std::string NSDescriptionView::actionButtonInstallStringForGameWithID(std::int64_t id,
+                                                                      std::int32_t dependencyID) {
+    const bool plays = dependencyID == 0 && host().defaults.getBool(settings::automaticFolderSave, false) &&
+                       validPortWithGameID(id).has_value();
+    return plays ? localized("Play") : localized("Install");
+}
+
+std::vector<NSDescriptionView::SourceIcon> NSDescriptionView::setSourceIcons(
+    const std::vector<std::string>& sources) {
+    std::vector<SourceIcon> icons;
+    for (const std::string& source : sources) icons.push_back({source, imageOfSource(source)});
+    return icons;
+}
+
+void NSDescriptionView::openLinkForSourceButton(const std::string& source) const {
+    if (!gameData_) return;
+    if (const auto link = linkOfSource(*gameData_, source)) host().userInterface.openLink(*link);
+}
+
+std::vector<NSDescriptionView::MenuItem> NSDescriptionView::moreMenu() {
+    if (!gameData_) return {};
+    const NSGameData& game = *gameData_;
+    if (game.isGameInTheServer) {
+        std::vector<MenuItem> menu{
+            {actionButtonInstallStringForGameData(game), true, [this] { installGame(); }},
+            {localized("Download CKI"), !game.isGameNative, [this] { downloadGameCKI(); }},
+            {localized("Instructions"), true, [this] { watchInstructions(); }},
+            {localized("Watch Trailer"), true, [this] { playTrailer(); }}};
+        if (!game.crossoverAlternative.empty()) {
+            menu.push_back(
+                {localized("CrossOver Alternative"), true, [this] { showCrossOverAlternative(); }});
+        }
+        return menu;
+    }
+    const bool isWrapper = MVFileManager::regularFileExistsAtPath(
+        MVString::pathByAppendingCaskeryFrameworkBinToPortPath(game.gamePath));
+    return {{localized("Play"), true, [this] { playGame(); }},
+            {localized("Debug"), isWrapper, [this] { debugGame(); }},
+            {localized("Force Close"), true, [this] { forceCloseGame(); }},
+            {localized("Properties"), true, [this] { gameProperties(); }},
+            {localized("Install Mod/Patch"), isWrapper, [this] { installModPatch(); }},
+            {localized("Open C: Drive"), isWrapper, [this] { openC_Drive(); }},
+            {localized("Show in Finder"), true, [this] { showInFinder(); }},
+            {localized("Task Manager"), isWrapper, [this] { taskManager(); }},
+            {localized("Command Prompt"), isWrapper, [this] { commandPrompt(); }},
+            {localized("Registry Editor"), isWrapper, [this] { registryEditor(); }},
+            {localized("Wine Configuration"), isWrapper, [this] { wineConfiguration(); }},
+            {localized("Open Control App"), isWrapper, [this] { launchCaskery(); }},
+            {localized("Remove"), true, [this] { removeGame(); }}};
+}
+
+void NSDescriptionView::setTrailerViewSize(double width, double height) {
+    trailerWidth_ = width;
+    trailerHeight_ = height;
+}
+
+void NSDescriptionView::showWindow(const std::string& name, const std::string& html,
+                                   const std::string& link) const {
+    if (callbacks_.showWindow) callbacks_.showWindow({name, html, link});
+}
+
+}  // namespace morvane

@@ -1,0 +1,231 @@
+// library/description_view.h: the page of one game: what it shows, and everything that its buttons and menus
+// do.
+//
+// Main thread. Long work runs on queues of its own and keeps to the game that was shown when it began.
+// Catalogue, wrapper and settings are read where a click needs them, so that the page is never stale.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "foundation/progress_view.h"
+#include "library/apps_array.h"
+#include "library/catalogue_line.h"
+#include "library/game_data.h"
+#include "library/voting_panel.h"
+
+namespace morvane {
+
+class NSPortManager;
+class WrapperCreation;
+
+enum class Shift { up, held };
+enum class LibraryLayout { grid, list };
+
+class NSDescriptionView {
+  public:
+    /// A button for one source of the game.
+    struct SourceIcon {
+        std::string source;  ///< its tooltip
+        std::string image;   ///< a resource's path; "/" for the icon of the start-up disk
+        bool operator==(const SourceIcon&) const = default;
+    };
+    struct MenuItem {
+        std::string title;
+        bool enabled = true;
+        std::function<void()> action;
+    };
+    /// What the page shows.
+    struct Page {
+        bool hasGame = false;
+        std::string name;
+        std::string appID;  ///< a line of its own in the list layout
+        std::optional<ImageData> icon;
+        StyledText description;
+        double descriptionSize = 12;  ///< points
+        std::string actionTitle;      ///< in upper case
+        std::vector<SourceIcon> sources;
+        bool canBeRated = false;
+        std::array<double, 4> stars{5, 5, 5, 5};  ///< ATi/AMD, NVIDIA, Intel Iris, Intel HD
+    };
+    /// A window with a page in it.
+    struct HtmlWindow {
+        std::string name;  ///< "Trailer" or "Instructions"
+        std::string html;
+        std::string link;  ///< what the page embeds; empty for a page of its own
+    };
+    struct Callbacks {
+        std::function<void()> pageChanged;
+        std::function<void()> actionTitleChanged;
+        std::function<void()> selectPage;                     ///< shows the page's tab
+        std::function<void(const HtmlWindow&)> showWindow;    ///< opens the window, or fills it anew
+        std::function<void(NSVotingPanel&)> showVotingPanel;  ///< modal; lives until it closes itself
+        std::function<void(const std::string&)> addPort;      ///< to the library; any thread
+        std::function<void(const std::string&)> removePort;   ///< from the library
+        std::function<void(const std::string&)> missingApp;   ///< asks what became of it
+        std::function<void(const std::string&)> properties;   ///< opens the properties editor
+    };
+
+    NSDescriptionView(LibraryLayout layout, std::shared_ptr<NSProgressView> progress, Callbacks callbacks);
+    ~NSDescriptionView();
+    NSDescriptionView(const NSDescriptionView&) = delete;
+    NSDescriptionView& operator=(const NSDescriptionView&) = delete;
+
+    [[nodiscard]] const Page& page() const { return page_; }
+    [[nodiscard]] const std::shared_ptr<NSGameData>& gameData() const { return gameData_; }
+    /// `selectedGamePath`.
+    [[nodiscard]] std::optional<std::string> selectedGamePath() const;
+
+    // Filling (description_view.cpp)
+    /// A click on a line of the catalogue: its entry is looked up, or built in the background, and shown.
+    void openCatalogueLine(const CatalogueLine& line);
+    /// A click on an item of the library.
+    void openLocalItem(const std::string& path);
+    /// `setGameData:withBlockInTheEnd:`. Any thread; fills the page on the main queue and calls the block
+    /// there. Icon and ratings follow from the background, where somebody is told of the page's changes.
+    void setGameData(std::shared_ptr<NSGameData> game, std::function<void()> blockInTheEnd);
+    /// `setNullGameData`.
+    void setNullGameData();
+    /// `flagsChanged:`. Re-titles the action button.
+    void flagsChanged(Shift shift);
+    /// `actionButtonInstallStringForGameData:`, `actionButtonInstallStringForGameWithID:andDependencyID:`.
+    [[nodiscard]] static std::string actionButtonInstallStringForGameData(const NSGameData& game);
+    [[nodiscard]] static std::string actionButtonInstallStringForGameWithID(std::int64_t id,
+                                                                            std::int32_t dependencyID);
+    /// `setSourceIcons:`.
+    [[nodiscard]] static std::vector<SourceIcon> setSourceIcons(const std::vector<std::string>& sources);
+    /// `openLinkForSourceButton:`.
+    void openLinkForSourceButton(const std::string& source) const;
+    /// The "More" menu of a catalogue entry; the item's menu of a local one.
+    [[nodiscard]] std::vector<MenuItem> moreMenu();
+
+    // Getting a port (game_installation.cpp)
+    /// A click on the action button: plays a local item, and installs, buys or saves a catalogue entry.
+    void clickAction();
+    /// `installGame:`.
+    void installGame();
+    /// `runOrInstallGame`.
+    void runOrInstallGame();
+    /// `chooseDownloadSource`.
+    void chooseDownloadSource(const std::optional<std::string>& target = {});
+    /// `shouldInstallGameOrOpenLinkOfGame:ofSource:`.
+    bool shouldInstallGameOrOpenLinkOfGame(const NSGameData& game, const std::string& source);
+    /// `openBuyingLinkForNativeGame`.
+    void openBuyingLinkForNativeGame();
+    /// `downloadGameCKI:`. Asks where to, and for the source.
+    void downloadGameCKI();
+    /// `downloadCkiOfSourceWithName:`. Asks where to, unless `target` says it.
+    void downloadCkiOfSourceWithName(const std::string& source,
+                                     const std::optional<std::string>& target = {});
+    /// `pathForDownloadedCkiOfGame:ofSource:`. The folder is made when it is missing; nothing after a
+    /// reported failure.
+    [[nodiscard]] static std::optional<std::string> pathForDownloadedCkiOfGame(const NSGameData& game,
+                                                                               const std::string& source);
+    /// `defaultGamesFolder`. Ends in "/".
+    [[nodiscard]] static std::string defaultGamesFolder();
+    /// `validPortWithGameID:`. A wrapper of the library or of the apps folders; none for IDs below 2.
+    [[nodiscard]] static std::optional<std::string> validPortWithGameID(std::int64_t id);
+
+    // Actions on an installed game (game_actions.cpp)
+    /// `playGame:`.
+    void playGame();
+    /// `updateAndRunWrapper:`.
+    void updateAndRunWrapper(const std::string& path);
+    /// `updateWrapper:`. Runs it afterwards, unless the user has cancelled the update.
+    void updateWrapper(const std::string& wrapper);
+    /// `runWrapper:withBinaryAtPath:`.
+    void runWrapper(const std::string& wrapper, const std::string& binary);
+    /// `debugGame:`, `runDebugModeOfWrapper:`.
+    void debugGame();
+    void runDebugModeOfWrapper(const std::string& wrapper);
+    /// `forceCloseGame:`.
+    void forceCloseGame();
+    /// `removeGame:`.
+    void removeGame();
+    /// `showInFinder:`.
+    void showInFinder() const;
+    /// `gameProperties:`.
+    void gameProperties();
+    /// `openC_Drive:`.
+    void openC_Drive() const;
+    /// `launchCaskery:`.
+    void launchCaskery() const;
+    /// `runSelectedWrapperWithFlag:`, and the four tools.
+    void runSelectedWrapperWithFlag(const std::string& flag);
+    void taskManager() { runSelectedWrapperWithFlag("CKS-taskmgr"); }
+    void commandPrompt() { runSelectedWrapperWithFlag("CKS-cmd"); }
+    void registryEditor() { runSelectedWrapperWithFlag("CKS-regedit"); }
+    void wineConfiguration() { runSelectedWrapperWithFlag("CKS-winecfg"); }
+    /// `installModPatch:`, `installModPatchAtWrapper:`.
+    void installModPatch();
+    static void installModPatchAtWrapper(const std::string& wrapper);
+    /// `copyFiles:toFolder:`. A file over a folder, a folder over a file and an item onto itself are refused
+    /// with a message; nothing is deleted then.
+    static void copyFiles(const std::vector<std::string>& paths, const std::string& folder);
+
+    // Watching and rating (game_actions.cpp)
+    /// `rateGame:`.
+    void rateGame();
+    /// The panel that `rateGame` has opened, until it closes.
+    [[nodiscard]] NSVotingPanel* votingPanel() const { return votingPanel_.get(); }
+    /// `playTrailer:`.
+    void playTrailer();
+    /// `watchInstructions:`, `watchInstructionsForSource:`.
+    void watchInstructions();
+    void watchInstructionsForSource(const std::string& source);
+    /// `showCrossOverAlternative:`.
+    void showCrossOverAlternative();
+    /// The size of the view in which pages play, in points; 0 by 0 while there is none.
+    void setTrailerViewSize(double width, double height);
+
+  private:
+    /// Later on the main thread, unless the page is gone by then.
+    static void onPage(const std::shared_ptr<NSDescriptionView*>& self,
+                       std::function<void(NSDescriptionView&)> work);
+    void fillPage();
+    /// What may take long: the grid's trailer, the icon and the ratings.
+    void loadDetails(std::shared_ptr<NSGameData> game);
+    void titleActionButton();
+    /// `downloadCkiFromSource:toInstallAtPath:`.
+    void downloadCkiFromSource(const std::string& source, const std::string& target);
+    /// `installCkiAtPath:atPath:`. A worker. What is to be replaced is back in its place after a failure.
+    static bool installCkiAtPath(const std::string& cki, const std::string& target, const NSGameData& game,
+                                 WrapperCreation& creation);
+    void showWindow(const std::string& name, const std::string& html, const std::string& link) const;
+
+    const LibraryLayout layout_;
+    const std::shared_ptr<NSProgressView> progress_;
+    const Callbacks callbacks_;
+    std::shared_ptr<NSGameData> gameData_;
+    std::shared_ptr<NSVotingPanel> votingPanel_;
+    Page page_;
+    Shift shift_ = Shift::up;
+    double trailerWidth_ = 0, trailerHeight_ = 0;
+    /// Holds nothing once the page is gone: work that ends then finds nobody.
+    const std::shared_ptr<NSDescriptionView*> self_;
+};
+
+/// The "%@ Link" of a source in a description; "GOG" is found under "Gog Link" as well. Nothing when it is
+/// empty or missing, and when it is no http or https link.
+[[nodiscard]] std::optional<std::string> linkOfSource(const NSGameData& game, const std::string& source);
+
+/// Which wrappers an add-on can be installed into (`NSValidPortDelegate`, made by `allocAndInitWithID:`).
+class NSValidPortDelegate {
+  public:
+    explicit NSValidPortDelegate(std::int64_t id) : id_(id) {}
+    bool anyCaskeryPortAllowed = false;
+    /// `doesPathMatches:`.
+    [[nodiscard]] bool doesPathMatches(const std::string& path) const;
+    /// Whether a file panel offers the path: folders can be entered.
+    [[nodiscard]] bool shouldEnable(const std::string& path) const;
+
+  private:
+    std::int64_t id_;
+};
+
+}  // namespace morvane

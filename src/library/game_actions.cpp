@@ -1,0 +1,418 @@
+// What is done with an installed game: running, updating, debugging, tools, mods; and watching and rating any
+// game.
+
+#include <algorithm>
+#include <array>
+
+#include "building/outdated_wrapper.h"
+#include "building/wrapper_creation.h"
+#include "foundation/alerts.h"
+#include "foundation/computer_information.h"
+#include "foundation/file_manager.h"
+#include "foundation/formats.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "foundation/tasks.h"
+#include "foundation/text.h"
+#include "foundation/threads.h"
+#include "library/catalogue_addresses.h"
+#include "library/description_view.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/http.h"
+#include "platform/workspace.h"
+#include "wrapper/archive_tools.h"
+#include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
+#include "wrapper/processes.h"
+#include "wrapper/windows_paths.h"
+
+namespace morvane {
+namespace {
+
+constexpr const char* galaxyProgram = "/Program Files/GalaxyClient/GalaxyClient.exe";
+constexpr std::array<const char*, 2> logNames{"LastRunX11.log", "LastRunWine.log"};
+
+bool isBoxer(const std::string& path) {
+    return path.ends_with(".boxer");
+}
+
+std::string frameworkProgram(const std::string& wrapper) {
+    return MVString::pathByAppendingCaskeryFrameworkBinToPortPath(wrapper);
+}
+
+/// The settings of a wrapper, or of a Custom EXE application of one.
+NSPortManager settingsOf(const std::string& path) {
+    const bool isCustomExe = MVFileManager::regularFileExistsAtPath(path + layout::customExeMark);
+    return isCustomExe ? NSPortManager::managerWithCustomExePath(path) : NSPortManager::managerWithPath(path);
+}
+
+bool isGalaxyWrapper(const std::string& wrapper) {
+    return !isBoxer(wrapper) && settingsOf(wrapper).plistTextForKey("Program Name and Path") == galaxyProgram;
+}
+
+/// The wrapper in which the item's programs lie.
+std::string wrapperOf(const std::string& path) {
+    return MVFileManager::regularFileExistsAtPath(path + layout::customExeMark) ? files::parent(path) : path;
+}
+
+void runAndWait(const std::string& program, const std::vector<std::string>& arguments) {
+    MVTask::runProgram(program, "~/", arguments, Wait::yes);
+}
+
+void inBackground(const char* queue, std::function<void()> work) {
+    MVThread::dispatchQueueWithName(queue, Priority::normal, Concurrent::no, std::move(work));
+}
+
+void switchFunctionKeys(const char* mode) {
+    MVTask::runProgram(files::join(host().folders.resources, "fntoggle"), "/", std::vector<std::string>{mode},
+                       Wait::yes);
+}
+
+void openLater(const std::string& path) {
+    MVThread::dispatchBlockInMainQueue([path] { host().userInterface.openPath(path); });
+}
+
+/// A worker.
+void runDebugModeAndShowLogs(const std::string& wrapper, bool isGalaxy) {
+    runAndWait(frameworkProgram(wrapper), {"debug"});
+    const std::string logs = wrapper + layout::resources + "/Logs/";
+    if (isGalaxy) {
+        for (const char* name : logNames) MVFileManager::removeItemAtPath(logs + name);
+        return;
+    }
+    if (!MVAlert::showBooleanAlertMessage(localized("Do you want to see the debug logs?"), "Debug", true))
+        return;
+    for (const char* name : logNames) {
+        if (MVFileManager::regularFileExistsAtPath(logs + name)) openLater(logs + name);
+    }
+}
+
+void reportClash(const std::string& name, const std::string& folder) {
+    MVAlert::showAlertErrorMessage(
+        localized("%@ can't be copied to %@: a file and a folder can't replace each other.", {name, folder}));
+}
+
+/// The old file goes when the new one is there.
+void replaceFile(const std::string& source, const std::string& destination) {
+    const std::string previous = destination + ".morvane-previous";
+    if (!MVFileManager::moveItemAtPath(destination, previous)) return;
+    if (archives::copyWhole(source, destination)) {
+        MVFileManager::removeItemAtPath(previous);
+    } else {
+        MVFileManager::moveItemAtPath(previous, destination);
+    }
+}
+
+void copyItem(const std::string& source, const std::string& folder) {
+    const std::string name = files::lastComponent(source);
+    if (name.starts_with(".")) return;
+    const std::string destination = files::join(folder, name);
+    const auto kind = files::kindBehind(source), there = files::kindBehind(destination);
+    if (kind == files::Kind::folder && files::kindOf(source) == files::Kind::folder) {
+        if (there != files::Kind::none && there != files::Kind::folder) return reportClash(name, folder);
+        const auto contents = files::list(source);
+        if (const Failure* failure = failureOf(contents))
+            return MVAlert::showAlertErrorMessage(failure->message);
+        std::vector<std::string> paths;
+        for (const std::string& each : std::get<std::vector<std::string>>(contents)) {
+            paths.push_back(files::join(source, each));
+        }
+        return NSDescriptionView::copyFiles(paths, destination);
+    }
+    if (files::kindOf(destination) == files::Kind::none) {
+        MVFileManager::copyItemAtPath(source, destination);
+        return;
+    }
+    if (there == files::Kind::folder) return reportClash(name, folder);
+    if (MVAlert::showBooleanAlertMessage(
+            localized("There is already a file called %@ in the %@ folder. Do you want to replace it?",
+                      {name, folder}),
+            "Warning", false)) {
+        replaceFile(source, destination);
+    }
+}
+
+/// The number of the page's button for the CrossOver product; empty when there is none.
+std::string crossTieOf(const std::string& page) {
+    constexpr std::string_view before = "class=\"app_view_button button_tie\" data-url=\"";
+    const std::size_t start = page.find(before);
+    if (start == std::string::npos) return "";
+    const std::string rest = page.substr(start + before.size(), 4096);
+    const std::string tie = rest.substr(0, rest.find('"'));
+    const bool isPlain =
+        std::all_of(tie.begin(), tie.end(), [](unsigned char c) { return c > ' ' && c < 0x7f; });
+    return isPlain ? tie : "";
+}
+
+bool isWebLink(const std::string& link) {
+    const auto parts = parseUrl(link);
+    return parts && (parts->scheme == "http" || parts->scheme == "https");
+}
+
+}  // namespace
+
+void NSDescriptionView::playGame() {
+    if (gameData_) updateAndRunWrapper(gameData_->gamePath);
+}
+
+void NSDescriptionView::updateAndRunWrapper(const std::string& path) {
+    if (MVFileManager::regularFileExistsAtPath(frameworkProgram(path))) return updateWrapper(path);
+    if (isBoxer(path)) return runWrapper(path, path);
+    const auto executable = NSUtilities::getPlistItem("CFBundleExecutable", path);
+    const auto* name = executable ? executable->as<std::string>() : nullptr;
+    // Without settings there may be nothing at all any more, which the user is told.
+    if (name == nullptr && MVFileManager::directoryExistsAtPath(path)) return;
+    if (name != nullptr && name->find('/') != std::string::npos) return;
+    runWrapper(path, filled("%@/Contents/MacOS/%@", {path, name != nullptr ? *name : ""}));
+}
+
+void NSDescriptionView::updateWrapper(const std::string& wrapper) {
+    // A machine that is no Mac tells no version; its wrappers run best when they are up to date as well.
+    const bool isOldSystem = !NSComputerInformation::macOsVersion().empty() &&
+                             !NSComputerInformation::isSystemMacOsEqualOrSuperiorTo("10.11");
+    const std::string program = MVString::pathByAppendingCaskeryLauncherBinToPortPath(wrapper);
+    const auto run = [self = self_, wrapper, program] {
+        onPage(self, [=](NSDescriptionView& page) { page.runWrapper(wrapper, program); });
+    };
+    if (isOldSystem) return run();
+    inBackground("app.morvane.descriptionViewUpdateOldWrapper", [wrapper, run, progress = progress_] {
+        const auto outdated = building::outdatedWrapper(wrapper);
+        if (outdated &&
+            MVAlert::showBooleanAlertMessageWithIconNamed(
+                localized("Your wrapper is at the version %@ while the most recent one is %@. It might only "
+                          "work in "
+                          "your computer if you are using the most recent version. Do you want to update it?",
+                          {outdated->version, outdated->newest}),
+                "Outdated Wrapper", "Critical", true)) {
+            WrapperCreation creation(progress);
+            try {
+                building::updateOutdatedWrapper(wrapper, creation);
+            } catch (const Cancelled&) {
+                return;
+            }
+        }
+        run();
+    });
+}
+
+void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string& binary) {
+    const bool boxer = isBoxer(wrapper);
+    const bool isThere =
+        boxer ? MVFileManager::directoryExistsAtPath(binary) : MVFileManager::regularFileExistsAtPath(binary);
+    if (!isThere) {
+        MVAlert::showAlertErrorMessage(MVFileManager::fileExistsAtPath(wrapper)
+                                           ? localized("The App is corrupted! The executable is missing!")
+                                           : localized("The App was moved!"));
+        return;
+    }
+    bool switches = false, isGalaxy = false;
+    if (!boxer) {
+        const NSPortManager settings = settingsOf(wrapper);
+        const auto program = settings.plistTextForKey("Program Name and Path");
+        isGalaxy = program == galaxyProgram;
+        if (program && !program->empty()) {
+            const auto path =
+                NSUtilities::getMacPathForWindowsPath(filled("C:%@", {*program}), wrapperOf(wrapper));
+            if (!path || !MVFileManager::regularFileExistsAtPath(*path)) {
+                MVAlert::showAlertErrorMessage(localized("The main EXE of the port is missing!"));
+                return;
+            }
+        }
+        switches = isFlagSet(settings.plistObjectForKey("IsFnToggleEnabled"));
+    }
+    if (isGalaxy) {
+        page_.actionTitle = MVString::uppercased(localized("Play"));
+        if (callbacks_.actionTitleChanged) callbacks_.actionTitleChanged();
+    }
+    inBackground("app.morvane.descriptionViewRunApp", [=] {
+        const bool switching = switches && !NSUtilities::isUsingFnKeysFunctions();
+        if (switching) switchFunctionKeys("on");
+        if (boxer) {
+            openLater(wrapper);
+        } else if (isGalaxy && MVFileManager::regularFileExistsAtPath(frameworkProgram(wrapper))) {
+            runDebugModeAndShowLogs(wrapper, isGalaxy);
+        } else {
+            runAndWait(binary, {});
+        }
+        if (switching) switchFunctionKeys("off");
+    });
+}
+
+void NSDescriptionView::debugGame() {
+    if (const auto path = selectedGamePath()) runDebugModeOfWrapper(*path);
+}
+
+void NSDescriptionView::runDebugModeOfWrapper(const std::string& wrapper) {
+    if (!MVFileManager::regularFileExistsAtPath(frameworkProgram(wrapper))) {
+        MVAlert::showAlertErrorMessage(localized("Not a valid Caskery wrapper!"));
+        return;
+    }
+    inBackground("app.morvane.descriptionViewRunDebugMode",
+                 [wrapper] { runDebugModeAndShowLogs(wrapper, isGalaxyWrapper(wrapper)); });
+}
+
+void NSDescriptionView::forceCloseGame() {
+    const auto path = selectedGamePath();
+    if (!path || gameData_->isGameInTheServer ||
+        !MVAlert::showBooleanAlertMessage(
+            localized("This will kill every process related with that app. Do you really want to do it?"),
+            "Warning", false)) {
+        return;
+    }
+    NSUtilities::terminateAllCaskeryProcessesForWrapper(wrapperOf(*path), RemovingWrapper::no);
+}
+
+void NSDescriptionView::removeGame() {
+    const auto path = selectedGamePath();
+    if (!path || gameData_->isGameInTheServer) return;
+    NSAppsArray::shouldRemoveLocalPort(*path, [this, path] {
+        if (callbacks_.removePort) callbacks_.removePort(*path);
+    });
+}
+
+void NSDescriptionView::showInFinder() const {
+    const auto path = selectedGamePath();
+    if (path && MVFileManager::fileExistsAtPath(*path)) return host().userInterface.revealPath(*path);
+    MVAlert::showAlertErrorMessage(localized("Folder not found."));
+}
+
+void NSDescriptionView::gameProperties() {
+    const auto path = selectedGamePath();
+    if (path && !gameData_->isGameInTheServer && callbacks_.properties) callbacks_.properties(*path);
+}
+
+void NSDescriptionView::openC_Drive() const {
+    const auto path = selectedGamePath();
+    const std::string drive = path.value_or("") + layout::dosdevices + "/c:/";
+    if (path && MVFileManager::directoryExistsAtPath(drive)) return host().userInterface.openPath(drive);
+    MVAlert::showAlertErrorMessage(localized("drive_c folder not found."));
+}
+
+void NSDescriptionView::launchCaskery() const {
+    const auto path = selectedGamePath();
+    const std::string program = MVString::pathByAppendingCaskeryAppBinaryToPortPath(path.value_or(""));
+    if (!path || !files::isExecutable(program)) {
+        MVAlert::showAlertErrorMessage(localized("There is no Control App available!"));
+        return;
+    }
+    MVTask::runProgramAtPath(program);
+}
+
+void NSDescriptionView::runSelectedWrapperWithFlag(const std::string& flag) {
+    const auto path = selectedGamePath();
+    if (!path || !MVFileManager::regularFileExistsAtPath(frameworkProgram(*path))) return;
+    inBackground("app.morvane.listViewRunWrapperWithFlag",
+                 [path = *path, flag] { runAndWait(frameworkProgram(path), {flag}); });
+}
+
+void NSDescriptionView::installModPatch() {
+    const auto path = selectedGamePath();
+    if (path && !gameData_->isGameInTheServer) installModPatchAtWrapper(*path);
+}
+
+void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper) {
+    OpenPanel source;
+    source.title = localized("Select the Mod/Patch file(s) and/or folder(s)");
+    source.startFolder = host().folders.home;
+    source.folders = source.multiple = source.packagesAsFolders = true;
+    const auto chosen = MVAlert::chooseFiles(source);
+    if (chosen.empty()) return;
+    const std::string extension = MVString::lowercased(files::extension(chosen.front()));
+    if (chosen.size() == 1 && extension == "exe")
+        return runAndWait(frameworkProgram(wrapper), {chosen.front()});
+
+    OpenPanel destination;
+    destination.title = localized("Select the destination");
+    destination.startFolder = NSUtilities::getMacPathForWindowsPath("C:/", wrapper).value_or(wrapper);
+    destination.files = false;
+    destination.folders = destination.packagesAsFolders = true;
+    const auto folder = MVAlert::chooseFiles(destination);
+    if (folder.empty()) return;
+    const auto archives = WrapperCreation::archiveExtensions();
+    const bool isArchive = chosen.size() == 1 && std::ranges::find(archives, extension) != archives.end() &&
+                           MVFileManager::regularFileExistsAtPath(chosen.front());
+    if (isArchive) {
+        WrapperCreation::extractFileToFolder(chosen.front(), folder.front());
+    } else {
+        copyFiles(chosen, folder.front());
+    }
+}
+
+void NSDescriptionView::copyFiles(const std::vector<std::string>& paths, const std::string& folder) {
+    if (!MVFileManager::directoryExistsAtPath(folder) &&
+        !MVFileManager::createDirectoryAtPath(folder, IntermediateFolders::yes)) {
+        return;
+    }
+    const auto target = files::resolved(folder);
+    for (const std::string& path : paths) {
+        const auto real = files::resolved(path);
+        const bool intoItself = real && target &&
+                                (files::join(*target, files::lastComponent(path)) == *real ||
+                                 *target == *real || target->starts_with(*real + "/"));
+        if (intoItself) {
+            MVAlert::showAlertErrorMessage(localized("%@ can't be copied onto itself.", {path}));
+            continue;
+        }
+        copyItem(path, folder);
+    }
+}
+
+void NSDescriptionView::rateGame() {
+    constexpr std::int64_t firstKnownID = 2;
+    if (!gameData_ || gameData_->gameName.empty() || gameData_->gameID < firstKnownID) return;
+    const std::string title = localized(
+        "Rating \"%@\" on %@", {gameData_->gameName, NSComputerInformation::graphicCardType().value_or("")});
+    votingPanel_ = std::make_shared<NSVotingPanel>(gameData_->gameID, title, [this] {
+        // Not at once: it is the panel that calls.
+        onPage(self_, [](NSDescriptionView& page) { page.votingPanel_.reset(); });
+    });
+    if (callbacks_.showVotingPanel) callbacks_.showVotingPanel(*votingPanel_);
+}
+
+void NSDescriptionView::playTrailer() {
+    if (!gameData_) return;
+    if (!gameData_->trailer || gameData_->trailer->empty()) {
+        MVAlert::showAlertMessage(localized("There is no trailer available."), "Warning");
+        return;
+    }
+    showWindow(localized("Trailer"), gameData_->trailerHTMLwithSize(trailerWidth_, trailerHeight_),
+               *gameData_->trailer);
+}
+
+void NSDescriptionView::watchInstructions() {
+    if (gameData_)
+        watchInstructionsForSource(gameData_->gameSourcesList.empty() ? "Other"
+                                                                      : gameData_->gameSourcesList.front());
+}
+
+void NSDescriptionView::watchInstructionsForSource(const std::string& source) {
+    if (!gameData_) return;
+    inBackground(
+        "app.morvane.descriptionViewInstructions",
+        [self = self_, source, free = gameData_->isGameFree, width = trailerWidth_, height = trailerHeight_] {
+            const auto linkFor = [](const std::string& name) {
+                const auto answer = catalogue::answerOf(catalogue::instructionsAddress(name));
+                return answer && MVString::isValidUtf8(*answer) ? MVString::trimmed(*answer) : "";
+            };
+            std::string link = linkFor(source);
+            if (link.empty()) link = linkFor(free ? "Free" : "Other");
+            const std::string page = NSGameData::videoPlayerPageFromLink(link, width, height);
+            onPage(self, [page, link](NSDescriptionView& view) {
+                view.showWindow(localized("Instructions"), page, link);
+            });
+        });
+}
+
+void NSDescriptionView::showCrossOverAlternative() {
+    if (!gameData_ || !isWebLink(gameData_->crossoverAlternative)) return;
+    inBackground("app.morvane.descriptionViewCrossOver", [address = gameData_->crossoverAlternative] {
+        const std::string tie = crossTieOf(catalogue::answerOf(address).value_or(""));
+        const bool installs = !tie.empty() && workspace::opensScheme("com-codeweavers-crossover-crosstie");
+        const std::string link =
+            installs ? filled("com-codeweavers-crossover-crosstie:install?crosstie=%@", {tie}) : address;
+        MVThread::dispatchBlockInMainQueue([link] { host().userInterface.openLink(link); });
+    });
+}
+
+}  // namespace morvane

@@ -1,0 +1,439 @@
+// From a game of the catalogue to an installed port: the decisions, the place, the port file.
+
+#include <algorithm>
+
+#include "building/entry_removal.h"
+#include "building/wrapper_creation.h"
+#include "foundation/alerts.h"
+#include "foundation/download.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/safe_paths.h"
+#include "foundation/settings_keys.h"
+#include "foundation/text.h"
+#include "foundation/threads.h"
+#include "library/catalogue_addresses.h"
+#include "library/description_view.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/ownership.h"
+#include "ports/port_data.h"
+#include "ports/typed_stream.h"
+#include "wrapper/layout.h"
+
+namespace morvane {
+namespace {
+
+constexpr const char* otherSource = "Other";
+/// 0 and 1 stand for "not known".
+constexpr std::int64_t firstKnownID = 2;
+
+/// A game's name as a file name. It comes from a server: it may be none.
+std::string fileNameOf(const NSGameData& game) {
+    return MVString::replacedAll(game.gameName, ":", " -");
+}
+
+/// The name that a save panel proposes.
+std::string proposedNameOf(const NSGameData& game) {
+    std::string name = MVString::replacedAll(fileNameOf(game), "/", "-");
+    std::erase_if(name, [](unsigned char character) { return character < ' '; });
+    return name.substr(std::min(name.find_first_not_of('.'), name.size()));
+}
+
+bool isWrapper(const std::string& path) {
+    return MVFileManager::regularFileExistsAtPath(
+        MVString::pathByAppendingCaskeryLauncherBinToPortPath(path));
+}
+
+std::vector<std::string> sourcesOf(const NSGameData& game) {
+    return game.gameSourcesList.empty() ? std::vector<std::string>{otherSource} : game.gameSourcesList;
+}
+
+std::string pictureOf(const std::string& source) {
+    const std::string name = MVString::lowercased(source);
+    if (name.find('/') != std::string::npos) return "";
+    const std::string path = files::join(host().folders.resources, name + ".png");
+    return MVFileManager::regularFileExistsAtPath(path) ? path : "";
+}
+
+bool automaticFolderSave() {
+    return host().defaults.getBool(settings::automaticFolderSave, false);
+}
+
+/// The place that needs no question: in the first apps folder, under the game's name. Nothing when the name
+/// is no file name, and when something lies there: what is replaced is for the user to say.
+std::optional<std::string> automaticTarget(const NSGameData& game) {
+    const std::string name = fileNameOf(game);
+    if (name.empty()) return std::nullopt;
+    const auto place = pathInside(NSDescriptionView::defaultGamesFolder(), name + ".app", Levels::one,
+                                  localized("the game's name"));
+    const auto* path = std::get_if<std::string>(&place);
+    const bool isFree = path != nullptr && files::kindOf(*path) == files::Kind::none;
+    return isFree ? std::optional(*path) : std::nullopt;
+}
+
+std::optional<std::string> askForTarget(const NSGameData& game) {
+    SavePanel panel;
+    panel.title = localized("Create Port at...");
+    panel.startFolder = NSDescriptionView::defaultGamesFolder();
+    panel.proposedName = proposedNameOf(game);
+    panel.types = {"app"};
+    return MVAlert::chooseSavePath(panel);
+}
+
+std::optional<std::string> askForBaseGame(std::int64_t id) {
+    NSValidPortDelegate valid(id);
+    OpenPanel panel;
+    panel.title = localized("Install at Port...");
+    panel.startFolder = NSDescriptionView::defaultGamesFolder();
+    panel.types = {"app"};
+    panel.shouldEnable = [&valid](const std::string& path) { return valid.shouldEnable(path); };
+    for (const bool any : {false, true}) {
+        valid.anyCaskeryPortAllowed = any;
+        const auto chosen = MVAlert::chooseFiles(panel);
+        if (!chosen.empty() && valid.doesPathMatches(chosen.front())) return chosen.front();
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> chooseTarget(const NSGameData& game) {
+    if (game.gameDependencyID == 0) {
+        auto target = automaticFolderSave() ? automaticTarget(game) : std::nullopt;
+        return target ? target : askForTarget(game);
+    }
+    auto base =
+        automaticFolderSave() ? NSDescriptionView::validPortWithGameID(game.gameDependencyID) : std::nullopt;
+    return base ? base : askForBaseGame(game.gameDependencyID);
+}
+
+/// Fetches a port file. Tells the user why there is none.
+bool downloadCkiFile(Download& download, const std::string& address, const std::string& path) {
+    const auto& progress = download.progressWindow;
+    progress->setMessage(localized("Downloading CKI..."), CreatingPort::no);
+    progress->showCreatingPort(CreatingPort::no);
+    const bool removed = removeFileOrLink(path);
+    const bool transferred = removed && download.downloadFile(address, path, Silence::no);
+    progress->closeCreatingPort(CreatingPort::no);
+    if (!transferred) {
+        MVAlert::showAlertErrorMessage(localized("File not found!"));
+        return false;
+    }
+    if (MVFileManager::regularFileExistsAtPath(path)) return true;
+    MVAlert::showAlertErrorMessage(localized("The CKI download failed for some unknown reason!"));
+    return false;
+}
+
+/// What lies where a new wrapper goes, and was chosen to be replaced: it steps aside, and is lost only once
+/// the new one is there.
+class ReplacedItem {
+  public:
+    explicit ReplacedItem(std::string place)
+        : place_(std::move(place)), aside_(place_ + ".morvane-replaced") {}
+    ~ReplacedItem() {
+        if (!isAside_) return;
+        // A failed creation may have left something to look into.
+        if (files::kindOf(place_) == files::Kind::none) {
+            MVFileManager::moveItemAtPath(aside_, place_);
+        } else {
+            MVAlert::showAlertMessage(localized("What was to be replaced is now at %@.", {aside_}),
+                                      "Warning");
+        }
+    }
+    ReplacedItem(const ReplacedItem&) = delete;
+    ReplacedItem& operator=(const ReplacedItem&) = delete;
+
+    /// False when it stays where it is, which the user is told.
+    [[nodiscard]] bool stepAside() {
+        if (files::kindOf(place_) == files::Kind::none) return true;
+        if (files::kindOf(aside_) != files::Kind::none) {
+            MVAlert::showAlertErrorMessage(localized(
+                "%@ is what an earlier installation was to replace. Move it away or delete it first.",
+                {aside_}));
+            return false;
+        }
+        isAside_ = MVFileManager::moveItemAtPath(place_, aside_);
+        return isAside_;
+    }
+    void discard() {
+        if (!isAside_) return;
+        isAside_ = false;
+        if (files::kindOf(aside_) == files::Kind::link) {
+            removeFileOrLink(aside_);
+        } else {
+            MVFileManager::removeItemAtPath(aside_);
+        }
+    }
+
+  private:
+    const std::string place_, aside_;
+    bool isAside_ = false;
+};
+
+void storeDescription(const Dictionary& description, const std::string& wrapper) {
+    const auto bytes = typed_stream::archive(Value(description));
+    std::optional<std::string> error;
+    if (const Failure* failure = failureOf(bytes)) {
+        error = failure->message;
+    } else {
+        error = files::write(wrapper + layout::descriptionCkii, std::get<std::string>(bytes),
+                             files::Atomically::yes);
+    }
+    if (error) {
+        MVAlert::showAlertErrorMessage(
+            localized("The description of %@ could not be stored: %@", {wrapper, *error}));
+    }
+}
+
+}  // namespace
+
+bool NSValidPortDelegate::doesPathMatches(const std::string& path) const {
+    if (!isWrapper(path)) return false;
+    if (anyCaskeryPortAllowed) return true;
+    return id_ >= firstKnownID && MVFileManager::regularFileExistsAtPath(path + layout::descriptionCkii) &&
+           NSGameData::getIdentifierOfGameAtPath(path) == id_;
+}
+
+bool NSValidPortDelegate::shouldEnable(const std::string& path) const {
+    return !path.ends_with(".app") || doesPathMatches(path);
+}
+
+std::string NSDescriptionView::defaultGamesFolder() {
+    for (const std::string& folder : NSAppsArray::validAppsFolders()) {
+        if (files::isWritable(folder)) return folder.ends_with('/') ? folder : folder + "/";
+    }
+    return host().folders.desktop + "/";
+}
+
+std::optional<std::string> NSDescriptionView::validPortWithGameID(std::int64_t id) {
+    if (id < firstKnownID) return std::nullopt;
+    const auto holdsIt = [id](const std::string& path) {
+        return isWrapper(path) && NSGameData::getIdentifierOfGameAtPath(path) == id;
+    };
+    for (const LocalItem& item : NSAppsArray::storedItems()) {
+        if (holdsIt(item.path)) return item.path;
+    }
+    for (const std::string& folder : NSAppsArray::validAppsFolders()) {
+        const auto names = files::list(folder);
+        if (failureOf(names) != nullptr) continue;
+        for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+            const std::string path = files::join(folder, name);
+            if (name.ends_with(".app") && holdsIt(path)) return path;
+        }
+    }
+    return std::nullopt;
+}
+
+void NSDescriptionView::clickAction() {
+    if (!gameData_) return;
+    if (gameData_->isGameInTheServer) {
+        installGame();
+    } else {
+        playGame();
+    }
+}
+
+void NSDescriptionView::installGame() {
+    if (!gameData_) return;
+    if (gameData_->isGameNative) return openBuyingLinkForNativeGame();
+    if (shift_ == Shift::held) {
+        downloadGameCKI();
+        return titleActionButton();
+    }
+    runOrInstallGame();
+}
+
+void NSDescriptionView::openBuyingLinkForNativeGame() {
+    if (!gameData_) return;
+    const auto link = linkOfSource(*gameData_, sourcesOf(*gameData_).front());
+    if (!link) {
+        MVAlert::showAlertErrorMessage(
+            localized("There is no buying link for that game! Inform us throw the Contact Us tab!"));
+        return;
+    }
+    host().userInterface.openLink(*link);
+}
+
+void NSDescriptionView::runOrInstallGame() {
+    if (!gameData_) return;
+    if (const auto installed = validPortWithGameID(gameData_->gameID)) return updateAndRunWrapper(*installed);
+    if (WrapperCreation::doYouAgreeWithTheLicenseAgreement()) chooseDownloadSource();
+}
+
+void NSDescriptionView::chooseDownloadSource(const std::optional<std::string>& target) {
+    if (!gameData_) return;
+    const std::vector<std::string> sources = sourcesOf(*gameData_);
+    if (sources.size() == 1) return downloadCkiOfSourceWithName(sources.front(), target);
+    Dialog sheet;
+    sheet.title = localized("Choose a source");
+    sheet.text = localized("Select the game version you already own or want to buy.");
+    for (const SourceIcon& icon : setSourceIcons(sources)) {
+        sheet.buttons.push_back(icon.source);
+        sheet.buttonPictures.push_back(icon.image);
+    }
+    sheet.buttons.push_back(localized("Cancel"));
+    const std::size_t chosen = MVAlert::showDialog(sheet).button;
+    if (chosen < sources.size()) downloadCkiOfSourceWithName(sources[chosen], target);
+}
+
+bool NSDescriptionView::shouldInstallGameOrOpenLinkOfGame(const NSGameData& game, const std::string& source) {
+    const auto link = linkOfSource(game, source);
+    const std::string kind = game.gameDependencyID != 0 ? localized("an add-on") : localized("a game");
+    const std::string origin =
+        source == otherSource ? localized("with the %@ ", {"Morvane"}) : localized("from %@ ", {source});
+    std::string before;
+    if (link && game.isGameFree) {
+        before = localized(
+            " visit the page to know more about it (or download the installer if requested in the "
+            "description; it "
+            "will be installed in the meanwhile). If you already know it,");
+    } else if (link && source == "CD") {
+        before = localized(" insert the disc in your reader before starting. If you already did that,");
+    } else if (link) {
+        before = localized(" buy it before trying to install. If you already have it,");
+    }
+    Dialog dialog;
+    dialog.title = localized("Install App");
+    dialog.text = localized(
+        "If you never installed %@ %@before, we recommend you to watch the instructions first. If you "
+        "already know "
+        "how to do it,%@ then install it now.",
+        {kind, origin, before});
+    enum class Choice { install, visit, instructions, cancel };
+    std::vector<Choice> choices;
+    const auto add = [&](const std::string& title, Choice choice) {
+        dialog.buttons.push_back(title);
+        choices.push_back(choice);
+    };
+    add(localized("Install Now"), Choice::install);
+    if (link) add(game.isGameFree ? localized("Visit Page") : localized("Buy"), Choice::visit);
+    add(localized("Instructions"), Choice::instructions);
+    add(localized("Cancel"), Choice::cancel);
+    dialog.iconPath = source == otherSource ? "" : pictureOf(source);
+    if (!dialog.iconPath.empty()) dialog.icon = Dialog::Icon::picture;
+
+    const std::size_t button = MVAlert::showDialog(dialog).button;
+    switch (button < choices.size() ? choices[button] : Choice::cancel) {
+        case Choice::install:
+            return true;
+        case Choice::visit:
+            host().userInterface.openLink(*link);
+            return game.isGameFree;
+        case Choice::instructions:
+            watchInstructionsForSource(source);
+            return false;
+        case Choice::cancel:
+            return false;
+    }
+    return false;
+}
+
+void NSDescriptionView::downloadCkiOfSourceWithName(const std::string& source,
+                                                    const std::optional<std::string>& wanted) {
+    if (!gameData_ || !shouldInstallGameOrOpenLinkOfGame(*gameData_, source)) return;
+    const auto target = wanted ? wanted : chooseTarget(*gameData_);
+    if (!target) return;
+    if (!files::isWritable(files::parent(*target))) {
+        MVAlert::showAlertErrorMessage(
+            localized("The choosen path isn't writable! Choose a different place."));
+        return;
+    }
+    if (const auto flaw = WrapperCreation::flawOfPlace(*target)) return MVAlert::showAlertErrorMessage(*flaw);
+    downloadCkiFromSource(source, *target);
+}
+
+std::optional<std::string> NSDescriptionView::pathForDownloadedCkiOfGame(const NSGameData& game,
+                                                                         const std::string& source) {
+    const auto report = [](const std::string& message) -> std::optional<std::string> {
+        MVAlert::showAlertErrorMessage(message);
+        return std::nullopt;
+    };
+    const std::string name = fileNameOf(game);
+    const auto folder =
+        pathInside(host().folders.temporary, name.empty() ? std::to_string(game.gameID) : name, Levels::one,
+                   localized("the game's name"));
+    if (const Failure* failure = failureOf(folder)) return report(failure->message);
+    const auto& path = std::get<std::string>(folder);
+    if (files::kindOf(path) == files::Kind::none &&
+        !MVFileManager::createDirectoryAtPath(path, IntermediateFolders::yes)) {
+        return std::nullopt;
+    }
+    // The folder lies where everybody may write: in one of somebody else's, the port file could be changed.
+    if (files::kindOf(path) != files::Kind::folder || !files::isOwn(path)) {
+        return report(localized("The CKI can't be stored at %@, because something else lies there.", {path}));
+    }
+    const auto file = pathInside(path, source + ".cki", Levels::one, localized("the source's name"));
+    if (const Failure* failure = failureOf(file)) return report(failure->message);
+    return std::get<std::string>(file);
+}
+
+void NSDescriptionView::downloadCkiFromSource(const std::string& source, const std::string& target) {
+    MVThread::dispatchQueueWithName(
+        "app.morvane.descriptionViewDownloadCkiAndInstall", Priority::normal, Concurrent::no,
+        [self = self_, game = gameData_, progress = progress_, addPort = callbacks_.addPort, source, target] {
+            // Shared: the button may be pressed while the installation ends.
+            const auto creation = std::make_shared<WrapperCreation>(progress);
+            progress->setCancelAction([creation] { creation->cancelWrapperCreation(); });
+            const struct Detach {
+                NSProgressView& panel;
+                ~Detach() { panel.setCancelAction(nullptr); }
+            } detach{*progress};
+            const auto cki = pathForDownloadedCkiOfGame(*game, source);
+            if (!cki || !downloadCkiFile(*creation, catalogue::downloadAddress(game->gameID, source), *cki))
+                return;
+            if (!installCkiAtPath(*cki, target, *game, *creation)) return;
+            if (game->gameDependencyID == 0 && addPort) addPort(target);
+            onPage(self, [target](NSDescriptionView& page) {
+                page.setGameData(NSGameData::initWithPath(target), {});
+            });
+        });
+}
+
+bool NSDescriptionView::installCkiAtPath(const std::string& cki, const std::string& target,
+                                         const NSGameData& game, WrapperCreation& creation) {
+    const std::optional<Dictionary> description = game.descriptionDictionary;
+    ReplacedItem replaced(target);
+    // What is no port is told of by the installation itself, which then leaves the place alone.
+    const bool isPort = !WrapperCreation::flawOfPort(NSPortData::initWithCkiAtPath(cki));
+    if (game.gameDependencyID == 0 && isPort && !replaced.stepAside()) return false;
+    if (creation.installCKI(cki, target, Trust::yes) != 0) return false;
+    replaced.discard();
+    if (!description) return true;
+    storeDescription(*description, target);
+    for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(target)) {
+        storeDescription(*description, launcher.path);
+    }
+    return true;
+}
+
+void NSDescriptionView::downloadGameCKI() {
+    if (!gameData_) return;
+    const std::vector<std::string> sources = sourcesOf(*gameData_);
+    Form form{.fields = {{.kind = FormField::Kind::choice,
+                          .label = localized("Source"),
+                          .options = sources,
+                          .chosen = 0,
+                          .changed = {}}}};
+    SavePanel panel;
+    panel.title = localized("Save CKI at...");
+    panel.startFolder = WrapperCreation::folderForNewPorts();
+    panel.proposedName = proposedNameOf(*gameData_);
+    panel.types = {"cki"};
+    panel.accessory = &form;
+    const auto path = MVAlert::chooseSavePath(panel);
+    if (!path) return;
+    const std::size_t chosen = std::min(form.fields.front().chosen, sources.size() - 1);
+    if (!removeFileOrLink(*path) || files::kindOf(*path) != files::Kind::none) {
+        MVAlert::showAlertErrorMessage(
+            localized("There is already a CKI file in the followed location which couldn't be removed!"));
+        return;
+    }
+    const std::string address =
+        filled("%@%@.cki", {gameData_->gamePath, MVString::stringToWebStructure(sources[chosen])});
+    MVThread::dispatchQueueWithName("app.morvane.descriptionViewDownloadCKI", Priority::normal,
+                                    Concurrent::no, [progress = progress_, address, path = *path] {
+                                        Download download(progress);
+                                        downloadCkiFile(download, address, path);
+                                    });
+}
+
+}  // namespace morvane

@@ -1,0 +1,61 @@
+// library/ranking_list.h: the ranking lists of the catalogue. Main thread.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "library/catalogue_line.h"
+
+namespace morvane {
+
+class NSRankingList {
+  public:
+    enum class TableType { latest, popular, highrated };
+    struct Row {
+        CatalogueLine line;
+        std::string date;            ///< readable; of "latest"
+        std::int64_t downloads = 0;  ///< of "popular"
+        double rate = 0;             ///< of "highrated"
+    };
+    struct Callbacks {
+        std::function<void()> reload;                               ///< the rows have changed
+        std::function<void(const CatalogueLine&)> openDescription;  ///< a row was opened
+    };
+
+    NSRankingList(TableType tableType, Callbacks callbacks);
+    ~NSRankingList();
+    NSRankingList(const NSRankingList&) = delete;
+    NSRankingList& operator=(const NSRankingList&) = delete;
+
+    /// `loadRankingListForVideoCard:`. Loads the rows once, in the background; nothing happens when they are
+    /// loaded, or when the catalogue cannot be reached.
+    void loadRankingListForVideoCard(const std::string& card);
+
+    [[nodiscard]] std::size_t numberOfRows() const { return rows_.size(); }
+    [[nodiscard]] const Row& row(std::size_t index) const { return rows_.at(index); }
+    /// The text of a row: `valueForLatestPortAtRow:`, `valueForPopularPortAtRow:` or
+    /// `valueForHighratedPortAtRow:`.
+    [[nodiscard]] std::string valueAtRow(std::size_t row) const;
+    /// Opens the row's entry; nothing for a row that is not there.
+    void doubleClick(std::size_t row);
+
+    /// `dateToReadableDate:`. "2016-03-05" to "05/Mar/2016"; a text of another form stays as it is.
+    [[nodiscard]] static std::string dateToReadableDate(std::string_view date);
+    /// The rows of an answer of the catalogue.
+    [[nodiscard]] static std::vector<Row> rowsOfAnswer(std::string_view answer, TableType tableType);
+
+  private:
+    const TableType tableType_;
+    Callbacks callbacks_;
+    std::vector<Row> rows_;
+    bool loaded_ = false;
+    /// Dies with the list: what the background brings later finds nobody.
+    std::shared_ptr<NSRankingList*> self_;
+};
+
+}  // namespace morvane
