@@ -56,8 +56,8 @@ class Planner {
     Planner(const WrapperCreation& creation, const NSPortData& port, std::string wrapper)
         : creation_(creation), port_(port), wrapper_(std::move(wrapper)) {}
 
-    BuildPlan plan(bool placeIsChosen) {
-        addEntry(placeIsChosen);
+    BuildPlan plan(Place place) {
+        addEntry(place);
         addMasterWrapper();
         addEngine();
         addCreation();
@@ -86,11 +86,11 @@ class Planner {
         return folder;
     }
 
-    void addEntry(bool placeIsChosen) {
+    void addEntry(Place place) {
         PlannedStage& entry = begin(localized("Before anything is made"));
         entry.questions = {localized("License Agreement"),
                            localized("Whether to install a port from a stranger")};
-        if (!placeIsChosen) entry.questions.push_back(localized("Create Port at..."));
+        if (place == Place::proposed) entry.questions.push_back(localized("Create Port at..."));
         const std::string requirements = WrapperCreation::requirementsListForPortData(port_);
         if (requirements.empty()) return;
         entry.questions.push_back(localized("Whether all requirements are met"));
@@ -334,13 +334,12 @@ Array asArray(const std::vector<std::string>& texts) {
 }  // namespace
 
 BuildPlan planOfBuild(const WrapperCreation& creation, const std::optional<Result<NSPortData>>& port,
-                      const std::optional<std::string>& wrapper) {
+                      const std::string& wrapper, Place place) {
     if (auto flaw = WrapperCreation::flawOfPort(port)) return {.obstacle = std::move(flaw)};
-    if (wrapper) {
-        if (auto flaw = WrapperCreation::flawOfPlace(*wrapper)) return {.obstacle = std::move(flaw)};
+    if (place == Place::chosen) {
+        if (auto flaw = WrapperCreation::flawOfPlace(wrapper)) return {.obstacle = std::move(flaw)};
     }
-    const std::string place = wrapper.value_or(files::join(WrapperCreation::folderForNewPorts(), ".app"));
-    return Planner(creation, std::get<NSPortData>(*port), place).plan(wrapper.has_value());
+    return Planner(creation, std::get<NSPortData>(*port), wrapper).plan(place);
 }
 
 std::string shown(const BuildPlan& plan) {

@@ -39,10 +39,12 @@ struct BuildPlan {
     std::optional<std::uint64_t> spaceFree;  ///< in bytes, where the wrapper is made
 };
 
-/// Of the port at `wrapper`; without one, where the save panel opens first.
+/// Whether the place of the wrapper is settled, or what the save panel will propose.
+enum class Place { chosen, proposed };
+
 [[nodiscard]] BuildPlan planOfBuild(const WrapperCreation& creation,
-                                    const std::optional<Result<NSPortData>>& port,
-                                    const std::optional<std::string>& wrapper);
+                                    const std::optional<Result<NSPortData>>& port, const std::string& wrapper,
+                                    Place place);
 
 /// For a person, with line ends.
 [[nodiscard]] std::string shown(const BuildPlan& plan);

@@ -24,6 +24,9 @@ struct Parsed {
     FeedbackTexts feedback;
     ThemePictures theme;
     std::vector<std::string> words;
+    bool steam = false, origin = false, uplay = false, macDriver = false, full = false, wait = false,
+         behindProxy = false;
+    PortToPublish port;
     std::int64_t id = 0;
     int stars = 0;
     Command command;
@@ -215,6 +218,39 @@ void addEngineCommands(CLI::App& app, Parsed& parsed) {
     });
 }
 
+/// A flag that may be said both ways, and that says nothing when it is left out.
+void addChoice(CLI::App& command, const std::string& names, std::optional<bool>& value,
+               const std::string& description) {
+    command.add_flag_function(
+        names, [&value](std::int64_t count) { value = count > 0; }, description);
+}
+
+void addPublishCommand(CLI::App& serve, Parsed& parsed) {
+    PortToPublish& port = parsed.port;
+    CLI::App* add = serve.add_subcommand("add", "publish a port in the catalogue of a folder");
+    add->add_option("DIR", parsed.path, "the content folder, made when missing")->required();
+    add->add_option("FILE.cki", port.cki, "the recipe; a native game has none");
+    add->add_option("--name", port.name, "the game's title")->required();
+    add->add_option("--creator", port.creator, "your folder in addresses: letters, digits, - _ .")
+        ->required();
+    add->add_option("--country", port.country, "a port for one country only: its code, such as BR");
+    add->add_option("--description", port.description, "an HTML file");
+    add->add_option("--icon", port.icon, "a picture");
+    add->add_option("--trailer", port.trailer, "address of a video page or a picture");
+    add->add_option("--crossover", port.crossover, "address of the game's CrossOver page");
+    add->add_option("--genre", port.genres, "may be given again")->allow_extra_args(false);
+    add->add_option("--source-link", port.sourceLinks,
+                    "SOURCE=URL: where the game is sold; may be given again")
+        ->allow_extra_args(false);
+    add->add_option("--depends", port.dependency, "ID of the port that this one adds to");
+    addChoice(*add, "--free,!--paid", port.free, "the game is free of charge, or is not");
+    addChoice(*add, "--native,!--windows", port.native, "the game needs no wrapper, or does");
+    addChoice(*add, "--developer,!--released", port.developer, "shown to port developers only, or to all");
+    add->callback([&] {
+        parsed.command = [&](Session& session) { return cli::publish(session, parsed.path, parsed.port); };
+    });
+}
+
 void addIconCommand(CLI::App& app, Parsed& parsed) {
     CLI::App* icon = app.add_subcommand("icon", "give a wrapper, or an application inside one, an icon");
     icon->add_option("APP", parsed.app, "the wrapper or the application")->required();
@@ -238,12 +274,20 @@ void addDiscCommands(CLI::App& app, Parsed& parsed) {
 }
 
 void addServeCommand(CLI::App& app, Parsed& parsed) {
-    CLI::App* serve = app.add_subcommand("serve", "serve the files of a folder over HTTP");
-    serve->add_option("--content", parsed.path, "the folder")->required();
+    CLI::App* serve = app.add_subcommand("serve", "run a catalogue, and serve files, over HTTP");
+    serve->require_subcommand(0, 1);
+    serve->add_option("--content", parsed.path, "the content folder, made when missing");
     serve->add_option("--listen", parsed.name, "address and port; port 0 is a free one")
         ->default_val("127.0.0.1:0");
-    serve->callback([&] {
-        parsed.command = [&](Session& session) { return cli::serve(session, parsed.path, parsed.name); };
+    serve->add_flag("--behind-proxy", parsed.behindProxy, "another server passes the requests on");
+    addPublishCommand(*serve, parsed);
+    serve->callback([&parsed, serve] {
+        if (!serve->get_subcommands().empty()) return;
+        if (parsed.path.empty()) throw CLI::RequiredError("--content");
+        parsed.command = [&](Session& session) {
+            return cli::serve(session, parsed.path, parsed.name,
+                              parsed.behindProxy ? BehindProxy::yes : BehindProxy::no);
+        };
     });
 }
 

@@ -8,6 +8,7 @@
 
 #include "building/wrapper_creation.h"
 #include "cli/session.h"
+#include "server/catalogue_publish.h"
 
 namespace morvane::cli {
 
@@ -74,8 +75,11 @@ int listEngines(Session& session);
 int prepareEngine(Session& session, const std::string& name);
 /// `engine add-system [--full]`.
 int addSystemEngine(Session& session, EngineKind kind);
-/// `serve --content FOLDER [--listen ADDRESS]`. Prints the address once it serves; ends when asked to.
-int serve(Session& session, const std::string& folder, const std::string& address);
+enum class BehindProxy { no, yes };
+/// `serve --content DIR [--listen ADDRESS]`. Prints the address once it serves; ends when asked to.
+int serve(Session& session, const std::string& folder, const std::string& address, BehindProxy behindProxy);
+/// `serve add DIR FILE.cki ...`. Prints the port's ID.
+int publish(Session& session, const std::string& folder, const PortToPublish& port);
 /// `engine convert NAME`. Repacks a stored engine of an old generation; done when it needs none.
 int convertEngine(Session& session, const std::string& name);
 /// `wrapper update APP`. Done when the wrapper has the current master wrapper's version afterwards.

@@ -1,5 +1,6 @@
 #include "building/build_plan.h"
 #include "cli/commands.h"
+#include "platform/files.h"
 #include "platform/json.h"
 #include "ports/port_data.h"
 
@@ -7,9 +8,13 @@ namespace morvane::cli {
 
 int plan(Session& session, const std::string& file, const std::string& wrapper) {
     return session.withCreation([&](WrapperCreation& creation) {
-        const auto port = NSPortData::initWithCkiAtPath(expandedPath(file));
-        const BuildPlan plan = planOfBuild(
-            creation, port, wrapper.empty() ? std::nullopt : std::optional(expandedPath(wrapper)));
+        const std::string cki = expandedPath(file);
+        const std::string proposed = files::join(WrapperCreation::folderForNewPorts(),
+                                                 files::withoutExtension(files::lastComponent(cki)) + ".app");
+        const auto port = NSPortData::initWithCkiAtPath(cki);
+        const BuildPlan plan = wrapper.empty()
+                                   ? planOfBuild(creation, port, proposed, Place::proposed)
+                                   : planOfBuild(creation, port, expandedPath(wrapper), Place::chosen);
         if (session.console().output() == Output::json) {
             session.console().print(jsonText(asValue(plan), JsonLayout::indented));
         } else if (!plan.stages.empty()) {

@@ -10,8 +10,12 @@
 #include "building/wrapper_creation.h"
 #include "foundation/localization.h"
 #include "foundation/settings_keys.h"
+#include "platform/files.h"
 #include "runtime/system_engine.h"
+#include "server/catalogue_publish.h"
+#include "server/catalogue_server.h"
 #include "server/site_server.h"
+#include "wrapper/layout.h"
 
 namespace morvane::cli {
 
@@ -60,6 +64,7 @@ Session::Session(Output output, Answers answers)
 Session::~Session() {
     host_->workQueues.joinAll();
     site_.reset();
+    catalogue_.reset();
     ending_ = true;
     pthread_kill(signalWatcher_.native_handle(), SIGHUP);
     signalWatcher_.join();
@@ -108,7 +113,11 @@ void Session::cancelAfterAsking() {
 }
 
 void Session::provideSite() {
-    if (!host_->sites.caskery.empty()) return;
+    if (host_->sites.caskery.empty()) provideDownloads();
+    if (host_->sites.catalogue.empty()) provideCatalogue();
+}
+
+void Session::provideDownloads() {
     // The site offers this machine's Wine; without one, the questions that follow need an explanation.
     const auto engine = runtime::systemEngineName();
     if (const Failure* failure = failureOf(engine)) console_.say(failure->message);
@@ -119,7 +128,19 @@ void Session::provideSite() {
     content.engineArchive = [this](const std::string& name) { return engines_->archive(name); };
     site_ = std::make_unique<SiteServer>(std::move(content));
     host_->sites.caskery = site_->baseAddress();
-    if (host_->sites.catalogue.empty()) host_->sites.catalogue = site_->baseAddress();
+}
+
+void Session::provideCatalogue() {
+    const std::string samples = host_->folders.resources + "/samples/catalogue.plist";
+    const std::string content = files::join(layout::applicationSupportFolder(), "Catalogue");
+    const auto sayWhy = [this](const Failure& failure) { console_.say(failure.message); };
+    if (files::kindOf(samples) == files::Kind::file) {
+        if (const auto failure = prepareSampleCatalogue(samples, content)) sayWhy(*failure);
+    }
+    auto started = CatalogueServer::start({.content = content});
+    if (const Failure* failure = failureOf(started)) return sayWhy(*failure);
+    catalogue_ = std::get<std::unique_ptr<CatalogueServer>>(std::move(started));
+    host_->sites.catalogue = catalogue_->baseAddress();
 }
 
 int Session::onWorker(const std::function<int()>& work) {

@@ -16,6 +16,7 @@
 #include "platform/host.h"
 
 namespace morvane {
+class CatalogueServer;
 class SiteServer;
 class WrapperCreation;
 }  // namespace morvane
@@ -41,7 +42,8 @@ class Session {
     /// What is answered beforehand; a command adds what its own arguments say.
     [[nodiscard]] Answers& answers() { return answers_; }
 
-    /// Starts the embedded site unless another one is configured. Before `onWorker`.
+    /// Starts the embedded download site and the embedded catalogue, each unless another one is configured.
+    /// Before `onWorker`.
     void provideSite();
     /// Runs the work on a worker and the main queue here until everything that it started has ended. The
     /// work's result is the exit code, unless a question stayed unanswered or the user cancelled.
@@ -58,6 +60,8 @@ class Session {
     int fail(const std::string& message);
 
   private:
+    void provideDownloads();
+    void provideCatalogue();
     void watchSignals();
     void handleSignal(int signal);
     void cancelAfterAsking();
@@ -72,6 +76,7 @@ class Session {
     std::shared_ptr<NSProgressView> progress_;
     std::unique_ptr<runtime::SystemEngineStore> engines_;  // what the embedded site offers
     std::unique_ptr<SiteServer> site_;
+    std::unique_ptr<CatalogueServer> catalogue_;
     std::atomic<WrapperCreation*> creation_ = nullptr;
     std::atomic<bool> cancelled_ = false;
     std::mutex mutex_;

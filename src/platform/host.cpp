@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/http.h"
+#include "platform/pictures.h"
 
 namespace morvane {
 
@@ -20,7 +21,9 @@ Host::Host(Options options, UserInterface& ui)
       userInterface(ui),
       defaults(folders.home + "/Library/Preferences/app.morvane.plist"),
       reachability_(std::move(options.reachability)),
-      previous_(std::exchange(currentHost, this)) {}
+      previous_(std::exchange(currentHost, this)) {
+    pictures::settleOnMainThread();
+}
 
 Host::~Host() {
     // First of all: a question that a closed queue answers with its default, again and again, would keep the

@@ -2,6 +2,7 @@
 
 #include <QtCore/QBuffer>
 #include <QtCore/QByteArray>
+#include <QtCore/QThread>
 #include <QtGui/QImage>
 #include <QtGui/QImageReader>
 #include <algorithm>
@@ -354,6 +355,10 @@ void storeLine(const Line& line, std::uint8_t* target) {
 }
 
 }  // namespace
+
+void settleOnMainThread() {
+    static_cast<void>(QThread::currentThread());
+}
 
 std::string_view kindOf(std::string_view bytes) {
     using namespace std::string_view_literals;

@@ -75,10 +75,8 @@ void bringToFront(const std::string& pathPrefix) {
             !runsBelow("/proc/" + name, pathPrefix)) {
             continue;
         }
-        ProcessRequest raise;
-        raise.program = xdotool.back();
-        raise.arguments = {"search", "--onlyvisible", "--pid", name, "windowraise", "%@"};
-        (void)processes::run(raise);
+        // Nobody reads what it says about windows that it does not find.
+        processes::launch(xdotool.back(), {"search", "--onlyvisible", "--pid", name, "windowraise", "%@"});
     }
 }
 

@@ -54,9 +54,9 @@ std::string valuesOf(const std::string& registry, const std::string& key) {
 
 TEST_F(Pipeline, APortThatAsksForEverything) {
     fs::copy(samples + "StarCatcherSetup.exe", home + "/Downloads/StarCatcherSetup.exe");
-    const std::string content = folder.path + "/content", cki = folder.path + "/deluxe.cki";
+    const std::string content = folder.path + "/site/files", cki = folder.path + "/deluxe.cki";
     fs::create_directories(content);
-    Serving serving(morvane, content);
+    Serving serving(morvane, folder.path + "/site");
     const std::string& site = serving.address;
     ASSERT_TRUE(site.starts_with("http://127.0.0.1:")) << site << serving.end().output;
 

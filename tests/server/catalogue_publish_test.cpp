@@ -1,0 +1,119 @@
+#include "server/catalogue_publish.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "catalogue_machine.h"
+#include "platform/property_list.h"
+
+namespace morvane {
+namespace {
+
+using testing::CatalogueMachine;
+
+class Publishing : public CatalogueMachine {};
+
+TEST_F(Publishing, RefusesWhatWouldBreakTheAnswersAndSaysWhy) {
+    ASSERT_EQ(idOf(publish(port("Known"))), 2);
+    put(files + "/bars.html", "<p>a || b</p>");
+    put(files + "/latin.html", "<p>\xE9</p>");
+    put(files + "/control.html", std::string("<p>\0</p>", 8));
+    put(files + "/huge.html", std::string(300'000, 'x'));
+    put(files + "/text.png", "no picture");
+    put(files + "/old.cki", std::get<std::string>(typed_stream::archive(
+                                Value(Dictionary{{"CKI Version", "1.5.3"}, {"Source", "CD"}}))));
+    struct Row {
+        std::function<void(PortToPublish&)> change;
+        const char* message;
+    };
+    for (const Row& row : std::vector<Row>{
+             {[](auto& port) { port.name = "a || b"; }, "The name holds \"||\""},
+             {[](auto& port) { port.name = "a<BR>b"; }, "The name holds \"<br>\""},
+             {[](auto& port) { port.name = "a;;b"; }, "The name holds \";;\""},
+             {[](auto& port) { port.name = "a=>b"; }, "The name holds \"=>\""},
+             {[](auto& port) { port.name = "a\nb"; }, "The name holds a line break"},
+             {[](auto& port) { port.name = "a\xFF"; }, "The name is no UTF-8"},
+             {[](auto& port) { port.name = " a"; }, "The name begins or ends with a blank"},
+             {[](auto& port) { port.name = std::string(201, 'x'); }, "The name is longer than 200"},
+             {[](auto& port) { port.name = ""; }, "The name is empty"},
+             {[](auto& port) { port.creator = "a b"; }, "The creator becomes a part of addresses"},
+             {[](auto& port) { port.creator = "../up"; }, "The creator becomes a part of addresses"},
+             {[](auto& port) { port.creator = "winetricks"; }, "The creator cannot be called"},
+             {[](auto& port) { port.country = "Br"; }, "The country is no code"},
+             {[](auto& port) { port.trailer = "javascript:x"; }, "The trailer is no web address"},
+             {[](auto& port) { port.crossover = "http://a/\"x"; }, "The CrossOver page is no web address"},
+             {[](auto& port) { port.genres = {"a,b"}; }, "The genre holds a comma"},
+             {[](auto& port) { port.sourceLinks = {"CD"}; }, "A source's link is given as SOURCE=URL"},
+             {[](auto& port) { port.sourceLinks = {"CD=ftp://a/"}; }, "The source's link is no web address"},
+             {[](auto& port) { port.sourceLinks = {"Steam=http://a/"}; },
+              "There is no CKI file of the source Steam"},
+             {[](auto& port) { port.dependency = 77; }, "There is no port 77 to depend on"},
+             {[](auto& port) { port.cki.reset(); }, "A port needs a CKI file"},
+             {[](auto& port) { port.icon.reset(); }, "A new port needs a description and an icon"},
+             {[&](auto& port) { port.cki = cki("a/../../b"); }, "The CKI file's \"Source\" becomes a part"},
+             {[&](auto& port) { port.cki = files + "/none.cki"; }, "There is no file at"},
+             {[&](auto& port) { port.cki = files + "/text.png"; }, "That CKI file is corrupted"},
+             {[&](auto& port) { port.cki = files + "/old.cki"; }, "The CKI file is older than version 1.5.4"},
+             {[&](auto& port) { port.description = files + "/bars.html"; }, "The description holds \"||\""},
+             {[&](auto& port) { port.description = files + "/latin.html"; }, "The description is no UTF-8"},
+             {[&](auto& port) { port.description = files + "/control.html"; },
+              "The description holds a control"},
+             {[&](auto& port) { port.description = files + "/huge.html"; }, "The description is larger than"},
+             {[&](auto& port) { port.icon = files + "/text.png"; }, "The icon is no picture"},
+         }) {
+        PortToPublish changed = port("New");
+        row.change(changed);
+        const auto published = publish(changed);
+        const Failure* failure = failureOf(published);
+        ASSERT_NE(failure, nullptr) << row.message;
+        EXPECT_EQ(failure->message.substr(0, std::string_view(row.message).size()), row.message);
+    }
+    EXPECT_EQ(std::get<0>(CatalogueStore::open(content))->list(true, everyCountry).size(), 1U);
+    EXPECT_EQ(idOf(publish(port("New"))), 3);  // no refusal used a number up
+}
+
+TEST_F(Publishing, IconsBecomePngOfABoundedSize) {
+    put(files + "/wide.jpg",
+        pictures::encodeJpeg({1024, 256, std::vector<std::uint8_t>(std::size_t{1024} * 256 * 4, 90)}));
+    PortToPublish wide = port("Wide");
+    wide.icon = files + "/wide.jpg";
+    const std::int64_t id = idOf(publish(wide));
+    const std::string icon = get(std::get<0>(CatalogueStore::open(content))->iconPath(id));
+    EXPECT_EQ(pictures::kindOf(icon), "PNG");
+    EXPECT_EQ(pictures::sizeOf(icon)->width, 512);
+    EXPECT_EQ(pictures::sizeOf(icon)->height, 128);
+}
+
+TEST_F(Publishing, TheSamplesArePublishedOnceAndAgainWhenTheyChange) {
+    cki("CD");
+    cki("GOG");
+    const std::string list = files + "/catalogue.plist";
+    Dictionary sample{{"Name", "Sample"},
+                      {"Creator", "morvane"},
+                      {"CKIs", Array{"CD.cki", "GOG.cki"}},
+                      {"Description", "about.html"},
+                      {"Icon", "icon.png"},
+                      {"Genres", Array{"Arcade"}},
+                      {"Source Links", Array{"GOG=https://g.example/"}},
+                      {"Free", true}};
+    ASSERT_FALSE(property_lists::write(list, Value(Array{Value(sample)})));
+    const std::string made = home + "/Support/Catalogue";
+    ASSERT_EQ(prepareSampleCatalogue(list, made), std::nullopt);
+    const auto store = std::get<0>(CatalogueStore::open(made));
+    EXPECT_EQ(store->publications(), 2);
+    const auto details = store->details(2);
+    ASSERT_TRUE(details);
+    EXPECT_TRUE(details->entry.free);
+    ASSERT_EQ(details->sources.size(), 2U);
+    EXPECT_EQ(details->sources[1].link, "https://g.example/");
+    ASSERT_EQ(prepareSampleCatalogue(list, made), std::nullopt);
+    EXPECT_EQ(store->publications(), 2);
+    put(files + "/CD.cki", get(cki("CD", "changed")));
+    ASSERT_EQ(prepareSampleCatalogue(list, made), std::nullopt);
+    EXPECT_EQ(store->publications(), 3);
+    EXPECT_EQ(get(*store->ckiPath(2, "CD")), get(files + "/CDchanged.cki"));
+}
+
+}  // namespace
+}  // namespace morvane

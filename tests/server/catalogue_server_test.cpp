@@ -1,0 +1,339 @@
+#include "server/catalogue_server.h"
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+
+#include <thread>
+
+#include "catalogue_machine.h"
+#include "foundation/text.h"
+#include "platform/descriptor.h"
+#include "platform/files.h"
+
+namespace morvane {
+namespace {
+
+using testing::Browser;
+using testing::CatalogueMachine;
+using namespace std::chrono_literals;
+
+class Catalogue : public CatalogueMachine {
+  protected:
+    void serve() {
+        auto started = CatalogueServer::start({.content = content, .patience = 50ms});
+        ASSERT_EQ(failureOf(started), nullptr);
+        server = std::get<0>(std::move(started));
+        base = server->baseAddress();
+    }
+    [[nodiscard]] HttpResponse fetch(const std::string& path) const { return http::fetch({base + path}); }
+    [[nodiscard]] std::string text(const std::string& path) const { return fetch(path).body; }
+
+    std::unique_ptr<CatalogueServer> server;
+    std::string base;
+};
+
+TEST_F(Catalogue, AnswersInTheFormatsOfTheProtocol) {
+    PortToPublish half = port("Half Life", "GOG");
+    half.trailer = "https://v.example/watch?v=1";
+    half.crossover = "https://c.example/hl";
+    half.genres = {"Action", "Shooter"};
+    half.sourceLinks = {"GOG=https://g.example/hl"};
+    half.free = true;
+    idOf(publish(half));
+    half = port("Half Life", "");
+    idOf(publish(half));  // a second source of the same port
+    PortToPublish brazil = port("Half Life");
+    brazil.country = "BR";
+    idOf(publish(brazil));
+    PortToPublish addOn = port("Éclair/Half Life: 100% & more?");
+    addOn.dependency = 2;
+    idOf(publish(addOn));
+    PortToPublish native = port("2048");
+    native.cki.reset();
+    native.native = true;
+    native.sourceLinks = {"Store=http://s.example/"};
+    idOf(publish(native));
+    PortToPublish secret = port("half baked");
+    secret.developer = true;
+    idOf(publish(secret));
+    put(content + "/instructions", "GOG = https://v.example/gog\nother=https://v.example/other\n");
+    put(content + "/winetricks/winetricks", "#!/bin/sh\n");
+    put(content + "/winetricks/msxml3/msxml3.msi", "package");
+    put(content + "/pages/news.html", "<h1>Our news</h1>");
+    put(content + "/files/ckis/winetricks/more", "more");
+    serve();
+    const std::string general = "2 || Bob || Half Life || 1 || 1 || -- || 1 || 0 || 0";
+    const std::string inBrazil = "3 || Bob || Half Life || 0 || 1 || BR || 1 || 0 || 0";
+    const std::string added = "4 || Bob || Éclair/Half Life: 100% & more? || 0 || 1 || -- || 1 || 2 || 0";
+    const std::string buy = "5 || Bob || 2048 || 0 || 1 || -- || 1 || 0 || 1";
+    const std::string hidden = "6 || Bob || half baked || 0 || 1 || -- || 1 || 0 || 0";
+    const std::string gog = get(cki("GOG"));
+    const std::string disc = get(cki("CD")), other = get(cki(""));
+    const std::string bob = "ckis/Bob/";
+    struct Row {
+        std::string path, body;
+        int status = 200;
+    };
+    for (const Row& row : std::vector<Row>{
+             {"ckis/listPorts.php?developer=0&country=--", buy + "<br>" + general + "<br>" + added},
+             {"ckis/listPorts.php?developer=0&country=US", buy + "<br>" + general + "<br>" + added},
+             {"ckis/listPorts.php?developer=1&country=br",
+              buy + "<br>" + hidden + "<br>" + general + "<br>" + inBrazil + "<br>" + added},
+             {"ckis/listPorts.php?search=half%20life", general + "<br>" + inBrazil + "<br>" + added},
+             {"ckis/listPorts.php?search=HALF+LIFE&country=BR", inBrazil + "<br>" + general + "<br>" + added},
+             {"ckis/listPorts.php?search=%C3%A9clair&country=--", added},
+             {"ckis/listPorts.php?search=100%25", added},
+             {"ckis/listPorts.php?search=baked", ""},
+             {"ckis/listPorts.php?search=", ""},
+             {"ckis/portDescription.php?id=3&brief=true", inBrazil},
+             {"ckis/portDescription.php?id=99&brief=true", ""},
+             {"ckis/portDescription.php?id=2",
+              "2 || Bob || Half Life || 1 || 1 || -- || <p>Good<br>fun.</p> || https://v.example/watch?v=1 "
+              "|| "
+              "Action,Shooter, || GOG=>https://g.example/hl;;Other=>;; || 0 || ATi/AMD:0, Intel HD:0, Intel "
+              "Iris:0, NVIDIA:0,  || 0 || https://c.example/hl"},
+             {"ckis/portDescription.php?id=2x", ""},
+             {"ckis/portRating.php?game=5", "ATi/AMD:0, Intel HD:0, Intel Iris:0, NVIDIA:0"},
+             {"ckis/portRating.php?game=1", ""},
+             {"ckis/rankingPorts.php?type=popular&num=25&card=NVIDIA", ""},
+             {"ckis/download.php?id=2&type=gog", gog},
+             {"ckis/download.php?id=2&type=CD", "<html><body>There is no such file.</body></html>", 404},
+             {"ckis/download.php?id=2&type=..%2FIcon", "<html><body>There is no such file.</body></html>",
+              404},
+             {"ckis/rankingPorts.php?type=popular&num=25&card=", "2 || Bob || Half Life || 1"},
+             {"ckis/rankingPorts.php?type=other", ""},
+             {bob + "2/GOG.cki", gog},
+             {bob + "Half%20Life/Other.cki", other},
+             {bob + "Half%20Life%20(BR)/CD.cki", disc},
+             {bob + "%C3%89clair/Half%20Life:%20100%25%20%26%20more%3F/CD.cki", disc},
+             {bob + "2048/Icon.png", get(files + "/icon.png")},
+             {"ckis/Eve/2/GOG.cki", "<html><body>There is no such file.</body></html>", 404},
+             {bob + "2/../3/CD.cki%00", "<html><body>There is no such file.</body></html>", 404},
+             {"ckis/instructions.php?source=GOG", "https://v.example/gog"},
+             {"ckis/instructions.php?source=Other", "https://v.example/other"},
+             {"ckis/instructions.php?source=Steam", ""},
+             {"ckis/winetricks/winetricks", "#!/bin/sh\n"},
+             {"ckis/winetricks/msxml3/msxml3.msi", "package"},
+             {"ckis/winetricks/more", "more"},
+             {"ckis/winetricks/%2e%2e%2Fcatalogue.db", "<HTML><BODY>There is no such file.</BODY></HTML>",
+              404},
+             {"catalogue.db", "<html><body>There is no such file.</body></html>", 404},
+             {"blog/", "<h1>Our news</h1>"},
+         }) {
+        const HttpResponse response = fetch(row.path);
+        EXPECT_EQ(response.status, row.status) << row.path;
+        EXPECT_EQ(response.body, row.body) << row.path;
+    }
+    const std::string latest = text("ckis/rankingPorts.php?type=latest&num=2&card=x");
+    EXPECT_TRUE(latest.starts_with("5 || Bob || 2048 || 20")) << latest;
+    EXPECT_EQ(MVString::split(latest, "<br>").size(), 2U);
+    EXPECT_NE(text("").find("<a href=\"mvid://4\">Éclair/Half Life: 100% &amp; more?</a>"),
+              std::string::npos);
+    EXPECT_NE(text("smf/index.php?action=forum").find("Forum"), std::string::npos);
+}
+
+TEST_F(Catalogue, AHeadIsNoDownloadAndNeitherIsARest) {
+    idOf(publish(port("Game")));
+    serve();
+    httplib::Client client(base.substr(0, base.size() - 1));
+    const std::string path = "/ckis/download.php?id=2&type=CD", recipe = get(cki("CD"));
+    EXPECT_EQ(client.Head(path)->get_header_value("Content-Length"), std::to_string(recipe.size()));
+    EXPECT_EQ(client.Get(path, {{"Range", "bytes=5-"}})->body, recipe.substr(5));
+    EXPECT_EQ(text("ckis/rankingPorts.php?type=popular"), "");
+    EXPECT_EQ(client.Delete("/")->status, 405);
+}
+
+TEST_F(Catalogue, WhatIsPublishedWhileItServesIsInTheNextList) {
+    PortToPublish game = port("Game");
+    idOf(publish(game));
+    serve();
+    const std::string list = "ckis/listPorts.php?developer=0&country=--";
+    EXPECT_EQ(text(list), "2 || Bob || Game || 0 || 1 || -- || 1 || 0 || 0");
+    game.cki = cki("CD", "newer");
+    game.free = true;
+    game.description.reset();
+    game.icon.reset();
+    EXPECT_EQ(idOf(publish(game)), 2);
+    EXPECT_EQ(text(list), "2 || Bob || Game || 1 || 1 || -- || 1 || 0 || 0");
+    EXPECT_EQ(text("ckis/Bob/2/CD.cki"), get(*game.cki));
+    EXPECT_NE(text("ckis/portDescription.php?id=2").find("<p>Good"), std::string::npos);
+}
+
+TEST_F(Catalogue, OneVoterHasOneVoteForAGameAndACard) {
+    idOf(publish(port("Game")));
+    idOf(publish(port("Another")));
+    serve();
+    Browser first(base), second(base);
+    ASSERT_TRUE(first.open(2));
+    ASSERT_TRUE(second.open(2));
+    EXPECT_FALSE(second.open(99));
+    EXPECT_EQ(first.vote(2, "NVIDIA", "5"), 200);
+    EXPECT_EQ(first.vote(2, "Intel HD", "1"), 200);
+    EXPECT_EQ(second.vote(2, "NVIDIA", "2"), 200);
+    EXPECT_EQ(text("ckis/portRating.php?game=2"), "ATi/AMD:0, Intel HD:1, Intel Iris:0, NVIDIA:3.5");
+    ASSERT_TRUE(first.open(2));  // keeps who he is
+    EXPECT_EQ(first.vote(2, "NVIDIA", "1"), 200);
+    EXPECT_EQ(second.vote(3, "NVIDIA", "4"), 200);
+    EXPECT_EQ(text("ckis/portRating.php?game=2"), "ATi/AMD:0, Intel HD:1, Intel Iris:0, NVIDIA:1.5");
+    const std::string ranking = "ckis/rankingPorts.php?type=highrated&num=25&card=";
+    EXPECT_EQ(text(ranking + "NVIDIA"), "3 || Bob || Another || 4.00<br>2 || Bob || Game || 1.50");
+    EXPECT_EQ(text(ranking + "Intel%20HD"), "2 || Bob || Game || 1.00");
+    EXPECT_EQ(text(ranking + "ATi/AMD"), "");
+    EXPECT_EQ(text(ranking + "VOODOO"), "3 || Bob || Another || 4.00<br>2 || Bob || Game || 1.33");
+    server.reset();
+    serve();  // with the secret that it has
+    EXPECT_EQ(Browser(base).vote(2, "NVIDIA", "5"), 403);
+    Browser returned(base);
+    returned.cookie = first.cookie;
+    returned.token = first.token;
+    EXPECT_EQ(returned.vote(2, "NVIDIA", "2"), 200);
+    EXPECT_EQ(text("ckis/portRating.php?game=2"), "ATi/AMD:0, Intel HD:1, Intel Iris:0, NVIDIA:2");
+}
+
+TEST_F(Catalogue, AVoteNeedsTheFormOfItsOwnVoter) {
+    idOf(publish(port("Game")));
+    serve();
+    Browser voter(base), other(base);
+    ASSERT_TRUE(voter.open(2, "\"><script>"));
+    ASSERT_TRUE(other.open(2));
+    struct Row {
+        std::string cookie, token, card, stars;
+        std::int64_t game;
+        int status;
+    };
+    for (const Row& row : {Row{"", voter.token, "NVIDIA", "5", 2, 403},
+                           {voter.cookie, "", "NVIDIA", "5", 2, 403},
+                           {voter.cookie, other.token, "NVIDIA", "5", 2, 403},
+                           {"voter=me.0123", voter.token, "NVIDIA", "5", 2, 403},
+                           {voter.cookie + "0", voter.token, "NVIDIA", "5", 2, 403},
+                           {voter.cookie, voter.token, "NVIDIA", "6", 2, 400},
+                           {voter.cookie, voter.token, "NVIDIA", "0", 2, 400},
+                           {voter.cookie, voter.token, "NVIDIA", "5 ", 2, 400},
+                           {voter.cookie, voter.token, "nvidia", "5", 2, 400},
+                           {voter.cookie, voter.token, "NVIDIA", "5", 99, 404}}) {
+        Browser browser(base);
+        browser.cookie = row.cookie;
+        browser.token = row.token;
+        EXPECT_EQ(browser.vote(row.game, row.card, row.stars), row.status)
+            << row.stars << row.card << row.cookie;
+    }
+    EXPECT_EQ(text("ckis/portRating.php?game=2"), "ATi/AMD:0, Intel HD:0, Intel Iris:0, NVIDIA:0");
+    EXPECT_EQ(text("ckis/facebook/ratePort.php?game=2&card=%22%3E%3Cscript%3E").find("<script"),
+              std::string::npos);
+}
+
+TEST_F(Catalogue, MailsAreKeptAndBounded) {
+    serve();
+    const auto mail = [&](std::string body) {
+        return http::fetch({base + "en/send_form_email.php", std::move(body)});
+    };
+    const std::string crash(700'000, '\n');
+    std::string escaped;
+    for (std::size_t line = 0; line < crash.size(); ++line) escaped += "%0A";
+    EXPECT_TRUE(mail("name=A%20B&email=a@b&subject=%C3%A9t%C3%A9&comment=x" + escaped)
+                    .body.starts_with("<!-- Success -->"));
+    const HttpResponse empty = mail("name=a&email=b&subject=c&comment=%20");
+    EXPECT_EQ(empty.status, 200);  // so that the application shows the text
+    EXPECT_FALSE(empty.body.starts_with("<!--"));
+    EXPECT_EQ(mail(std::string(4'000'000, 'x')).status, 413);
+    for (int sent = 1; sent < 10; ++sent) {
+        EXPECT_TRUE(mail("comment=" + std::to_string(sent)).body.starts_with("<!-- Success -->"));
+    }
+    EXPECT_FALSE(mail("comment=more").body.starts_with("<!--"));
+    Database database(content + "/catalogue.db", Database::Durability::process, 1s);
+    const auto row = database.query("SELECT name, email, subject, comment, sender FROM mails ORDER BY id");
+    ASSERT_TRUE(row->next());
+    EXPECT_EQ(row->text(0) + row->text(1) + row->text(2), "A Ba@bété");
+    EXPECT_EQ(row->text(3), "x" + crash);
+    EXPECT_EQ(row->text(4), "127.0.0.1");
+}
+
+TEST_F(Catalogue, ADatabaseThatIsHeldLetsReadersInAndTurnsVotersAway) {
+    idOf(publish(port("Game")));
+    serve();
+    Browser voter(base);
+    ASSERT_TRUE(voter.open(2));
+    {
+        Database other(content + "/catalogue.db", Database::Durability::process, 1s);
+        const Transaction holding(other);
+        EXPECT_EQ(voter.vote(2, "NVIDIA", "5"), 503);
+        EXPECT_EQ(fetch("ckis/portRating.php?game=2").status, 200);
+        EXPECT_EQ(text("ckis/download.php?id=2&type=CD"), get(cki("CD")));
+    }
+    EXPECT_EQ(voter.vote(2, "NVIDIA", "5"), 200);
+    EXPECT_EQ(text("ckis/portRating.php?game=2"), "ATi/AMD:0, Intel HD:0, Intel Iris:0, NVIDIA:5");
+}
+
+TEST_F(Catalogue, ClientsThatDawdleHoldNobodyUpAndEndWithTheServer) {
+    serve();
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(base.substr(base.rfind(':') + 1))));
+    ::inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
+    std::vector<Descriptor> idle;
+    for (int client = 0; client < 7; ++client) {
+        idle.emplace_back(::socket(AF_INET, SOCK_STREAM, 0));
+        ASSERT_EQ(::connect(idle.back().get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        ASSERT_GT(::send(idle.back().get(), "GET / HT", 8, MSG_NOSIGNAL), 0);
+    }
+    // Kept connections give way to each other: more of them than there are threads left.
+    std::vector<std::unique_ptr<httplib::Client>> clients;
+    for (int client = 0; client < 4; ++client) {
+        clients.push_back(std::make_unique<httplib::Client>(base.substr(0, base.size() - 1)));
+        clients.back()->set_keep_alive(true);
+        const auto answer = clients.back()->Get("/blog/");
+        ASSERT_TRUE(answer);
+        EXPECT_EQ(answer->status, 200);
+    }
+    const auto before = std::chrono::steady_clock::now();
+    server.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 4s);
+}
+
+TEST_F(Catalogue, FilesOfTheFolderAndNothingElse) {
+    const std::string root = content + "/files";
+    put(root + "/file.txt", "whole");
+    put(root + "/empty", "");
+    put(root + "/sub/page.html", "<html>");
+    put(root + "/archive/http:/127.0.0.1:80/a", "snapshot");
+    put(root + "/.hidden", "secret");
+    put(root + "/sub/.git/config", "secret");
+    put(content + "/files-beside", "secret");
+    for (const auto& [link, destination] : {std::pair{"/out", "../files-beside"},
+                                            {"/up", ".."},
+                                            {"/tohidden", ".hidden"},
+                                            {"/in", "sub/page.html"}})
+        EXPECT_FALSE(files::createSymbolicLink(root + link, destination));
+    serve();
+    for (const auto& [path, body] : {std::pair{"file.txt", "whole"},
+                                     {"files/file.txt", "whole"},
+                                     {"file.txt?v=1&w=../secret", "whole"},
+                                     {"empty", ""},
+                                     {"sub//page%2Ehtml", "<html>"},
+                                     {"in", "<html>"},
+                                     {"archive/http://127.0.0.1:80/a", "snapshot"}}) {
+        EXPECT_EQ(fetch(path).status, 200) << path;
+        EXPECT_EQ(text(path), body) << path;
+    }
+    for (const char* path :
+         {"sub", "sub/", "none", ".hidden", "sub/.git/config", "tohidden", "out", "up/files-beside", "secret",
+          "..%2Fsecret", "files/..%2Fsecret", "sub/%2e%2e/%2e%2e/secret", "file.txt%00.png"}) {
+        EXPECT_EQ(fetch(path).status, 404) << path;
+    }
+}
+
+TEST_F(Catalogue, DoesNotStartWhereItCannotServe) {
+    serve();
+    const std::string taken = base.substr(7, base.size() - 8);
+    put(folder.path + "/file", "");
+    for (const std::string& listen : {taken, std::string(), std::string("8080"), std::string("127.0.0.1"),
+                                      std::string("127.0.0.1:x"), std::string("127.0.0.1:70000")})
+        EXPECT_NE(failureOf(CatalogueServer::start({.content = content, .listen = listen})), nullptr)
+            << listen;
+    EXPECT_NE(failureOf(CatalogueServer::start({.content = folder.path + "/file"})), nullptr);
+    put(folder.path + "/damaged/catalogue.db", std::string(5000, 'x'));
+    EXPECT_NE(failureOf(CatalogueServer::start({.content = folder.path + "/damaged"})), nullptr);
+}
+
+}  // namespace
+}  // namespace morvane
