@@ -17,9 +17,7 @@ using Command = std::function<int(Session&)>;
 struct Parsed {
     std::vector<std::string> answers, choices;
     bool defaults = false, json = false;
-    std::string file, app, path, name, out, to;
-    std::string source;
-    bool steam = false, origin = false, uplay = false, macDriver = false, full = false, wait = false;
+    std::string file, app, path, name, out, to, source;
     PropertyChanges properties;
     FeedbackTexts feedback;
     ThemePictures theme;
