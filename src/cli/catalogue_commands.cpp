@@ -7,6 +7,7 @@
 #include "foundation/text.h"
 #include "library/ranking_list.h"
 #include "platform/files.h"
+#include "platform/host.h"
 
 namespace morvane::cli {
 
@@ -61,6 +62,9 @@ int listCatalogue(Session& session, const std::vector<std::string>& words) {
         });
         return int{done};
     });
+    if (ended == done && apps.serverAppsArray().empty()) {
+        return session.fail("The catalogue at \"" + host().sites.catalogue + "\" has given no list.");
+    }
     if (const auto* lines = std::get_if<std::vector<CatalogueLine>>(&apps.array())) {
         printTable(session.console(), tableOf(*lines));
     }

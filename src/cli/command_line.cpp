@@ -17,7 +17,7 @@ using Command = std::function<int(Session&)>;
 struct Parsed {
     std::vector<std::string> answers, choices;
     bool defaults = false, json = false;
-    std::string file, app, path, name, out, to;
+    std::string file, app, path, name, out, to, source;
     PropertyChanges properties;
     FeedbackTexts feedback;
     ThemePictures theme;
@@ -306,11 +306,11 @@ void addCatalogueCommands(CLI::App& app, Parsed& parsed) {
         parsed.command = [&](Session& session) { return showCatalogueEntry(session, parsed.id); };
     });
     CLI::App* install = command("install", "install a port");
-    install->add_option("--source", parsed.name, "where the game comes from");
+    install->add_option("--source", parsed.source, "where the game comes from");
     install->add_option("--to", parsed.to, "where the wrapper is made (PATH.app)");
     install->callback([&] {
         parsed.command = [&](Session& session) {
-            return installFromCatalogue(session, parsed.id, parsed.name, parsed.to);
+            return installFromCatalogue(session, parsed.id, parsed.source, parsed.to);
         };
     });
     CLI::App* rate = command("rate", "rate a port on this computer's graphics card, in the browser");
@@ -327,11 +327,11 @@ void addCatalogueCommands(CLI::App& app, Parsed& parsed) {
     rankings->callback(
         [&] { parsed.command = [&](Session& session) { return listRankings(session, parsed.name); }; });
     CLI::App* save = command("save", "save a port's description file");
-    save->add_option("--source", parsed.name, "where the game comes from")->required();
+    save->add_option("--source", parsed.source, "where the game comes from")->required();
     save->add_option("FILE", parsed.file, "where to (FILE.cki)")->required();
     save->callback([&] {
         parsed.command = [&](Session& session) {
-            return savePortFile(session, parsed.id, parsed.name, parsed.file);
+            return savePortFile(session, parsed.id, parsed.source, parsed.file);
         };
     });
 }

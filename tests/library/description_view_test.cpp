@@ -1,0 +1,521 @@
+#include "library/description_view.h"
+
+#include "building/building_machine.h"
+#include "foundation/settings_keys.h"
+#include "platform/property_list.h"
+
+namespace morvane {
+namespace {
+
+using Names = testing::BuildingMachine::Names;
+
+/// A page, a catalogue on the site of the builds, and a user.
+class DescriptionView : public testing::BuildingMachine {
+  protected:
+    DescriptionView() {
+        machine->sites.catalogue = site.baseAddress();
+        fs::create_directories(games);
+        machine->defaults.set(settings::mainFolder, Array{games});
+        machine->defaults.set(settings::appList, Array{});
+        site.answer("/ckis/portDescription.php", {.body = descriptionAnswer("")});
+        page = makePage(LibraryLayout::list);
+    }
+    std::unique_ptr<NSDescriptionView> makePage(LibraryLayout layout) {
+        return std::make_unique<NSDescriptionView>(
+            layout, progress,
+            NSDescriptionView::Callbacks{
+                .pageChanged = [this] { ++changes; },
+                .actionTitleChanged = {},
+                .selectPage = [this] { events.push_back("page"); },
+                .showWindow =
+                    [this](const NSDescriptionView::HtmlWindow& window) {
+                        events.push_back(window.name + " " + window.link);
+                    },
+                .showVotingPanel = [this](NSVotingPanel& panel) { events.push_back(panel.title()); },
+                .addPort = [this](const std::string& path) { added = path; },
+                .removePort = {},
+                .missingApp = [this](const std::string& path) { events.push_back("missing " + path); },
+                .properties = {}});
+    }
+    static std::string descriptionAnswer(const std::string& sources) {
+        return " ||  ||  ||  ||  ||  || Press “Download” <b>now</b> || \"http://video/x.png\" ||  || " +
+               sources + " ||  || NVIDIA:3, ATi/AMD:4.5,  || 0 || \"\"";
+    }
+    std::shared_ptr<NSGameData> entry(CatalogueLine line, const std::string& sources = "") {
+        site.answer("/ckis/portDescription.php", {.body = descriptionAnswer(sources)});
+        if (line.name.empty()) line.name = "Half Life";
+        auto game = NSGameData::initWithDictionary(line);
+        game->isGameNative = line.isNative.value_or(false);
+        return game;
+    }
+    /// Serves the main queue until everything that was begun has ended.
+    void settle() {
+        do onWorker([&] { machine->workQueues.joinAll(); });
+        while (machine->workQueues.busy());
+    }
+    void show(std::shared_ptr<NSGameData> game) {
+        page->setGameData(std::move(game), {});
+        settle();
+    }
+    /// Something installed, with what its settings say, and a program that tells of its runs.
+    std::string installed(const std::string& name, std::int64_t id, Dictionary settings = {}) {
+        const std::string path = games + name + ".app";
+        settings.set("CFBundleName", name);
+        if (settings.find("CFBundleVersion") == nullptr) settings.set("CFBundleVersion", "Caskery 2.6.2");
+        put(path + "/Contents/Info.plist", property_lists::xml(settings));
+        const std::string script = "#!/bin/sh\necho \"$(basename \"$0\") $*\" >> '" + runs + "'\n";
+        put(path + "/Contents/MacOS/CaskeryLauncher", script, true);
+        put(path + "/Contents/Frameworks/bin/Caskery", script, true);
+        fs::create_directories(path + "/Contents/Resources/drive_c");
+        fs::create_directories(path + "/Contents/Resources/dosdevices");
+        fs::create_symlink("../drive_c", path + "/Contents/Resources/dosdevices/c:");
+        put(path + "/mv_desc.ckii", std::get<std::string>(typed_stream::archive(Dictionary{{"ID", id}})));
+        return path;
+    }
+    [[nodiscard]] std::string ran() const { return exists(runs) ? get(runs) : ""; }
+
+    const std::string games = home + "/Games/";
+    const std::string runs = folder.path + "/runs";
+    std::unique_ptr<NSDescriptionView> page;
+    Names events;
+    std::string added;
+    int changes = 0;
+};
+
+TEST_F(DescriptionView, TitlesTheActionButton) {
+    installed("Installed", 7);
+    enum Kind { catalogue, native, addOn, local };
+    struct Row {
+        const char* name;
+        Kind kind;
+        std::int64_t id;
+        bool automatic;
+        const char *filled, *up, *held;
+    };
+    const Row rows[] = {{"not installed", catalogue, 9, true, "INSTALL", "INSTALL", "DOWNLOAD CKI"},
+                        {"installed", catalogue, 7, true, "PLAY", "PLAY", "DEBUG"},
+                        {"installed, places are asked for", catalogue, 7, false, "INSTALL", "PLAY", "DEBUG"},
+                        {"no known ID", catalogue, 1, true, "INSTALL", "INSTALL", "DOWNLOAD CKI"},
+                        {"native", native, 9, true, "BUY", "BUY", "BUY"},
+                        {"add-on", addOn, 7, true, "INSTALL", "PLAY", "DEBUG"},
+                        {"local", local, 9, true, "PLAY", "PLAY", "DEBUG"},
+                        {"local, unknown", local, 1, true, "PLAY", "PLAY", "PLAY"}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        machine->defaults.set(settings::automaticFolderSave, row.automatic);
+        CatalogueLine line{.id = row.id};
+        line.isNative = row.kind == native;
+        if (row.kind == addOn) line.dependencyID = 3;
+        show(row.kind == local ? NSGameData::initWithPath(installed("Local", row.id)) : entry(line));
+        fs::remove_all(games + "Local.app");
+        EXPECT_EQ(page->page().actionTitle, row.filled);
+        page->flagsChanged(Shift::held);
+        EXPECT_EQ(page->page().actionTitle, row.held);
+        page->flagsChanged(Shift::up);
+        EXPECT_EQ(page->page().actionTitle, row.up);
+        EXPECT_EQ(page->page().canBeRated, row.kind != local || row.id > 1);
+    }
+}
+
+TEST_F(DescriptionView, FillsThePageAtOnceAndItsDetailsLater) {
+    EXPECT_EQ(page->page().stars, (std::array<double, 4>{5, 5, 5, 5}));
+    site.answer("/ckis/portRating.php", {.body = "x", .announcedLength = 9, .stall = true});
+    const std::string path = installed("Known", 7);
+    page->openLocalItem(path);
+    machine->mainQueue.drain();
+    EXPECT_EQ(events, Names{"page"}) << "with a server that hangs";
+    EXPECT_EQ(page->page().name, "Known");
+    EXPECT_EQ(page->page().appID, "App ID: 7");
+    EXPECT_EQ(page->page().description.text, "No description available.");
+
+    page = makePage(LibraryLayout::grid);
+    page->openCatalogueLine({.id = 12, .name = "Half Life"});
+    machine->mainQueue.runUntil([&] { return page->page().stars[1] == 3; });
+    EXPECT_EQ(page->page().name, "HALF LIFE (ID: 12)");
+    EXPECT_EQ(page->page().description.text, "Press \"Install\" now");
+    std::size_t units = 0;
+    for (const StyledRun& run : page->page().description.runs) units += run.length;
+    EXPECT_EQ(units, page->page().description.text.size());
+    EXPECT_EQ(page->page().stars, (std::array<double, 4>{4.5, 3, 0, 0}));
+    EXPECT_EQ(events, (Names{"page", "page", "Trailer http://video/x.png"}));
+    EXPECT_EQ(page->page().sources,
+              (std::vector<NSDescriptionView::SourceIcon>{{"Other", resources + "/other.png"}}));
+
+    page->openLocalItem(games + "gone.app");
+    EXPECT_EQ(events.back(), "missing " + games + "gone.app");
+    reachable = [](const std::string&) { return false; };
+    ui.expectError("An error occured while connecting to the database! Please, check");
+    page->openCatalogueLine({.id = 13, .name = "Other"});
+    machine->mainQueue.runUntil([&] { return ui.dialogs.size() == 1; });
+}
+
+TEST_F(DescriptionView, AsksBeforeItInstalls) {
+    for (const char* name : {"steam.png", "steam_a.png"}) put(resources + "/" + name, "png");
+    site.answer("/ckis/instructions.php", {.body = " http://video/how \n"});
+    struct Row {
+        const char* source;
+        bool free, addOn;
+        const char *sources, *text;
+        Names buttons;
+        const char* press;
+        bool result;
+    };
+    const std::string start = "If you never installed ",
+                      middle =
+                          "before, we recommend you to watch the instructions first. "
+                          "If you already know how to do it,";
+    const Row rows[] = {
+        {"Steam",
+         false,
+         false,
+         "Steam=>http://shop/;;",
+         "a game from Steam |  buy it before trying to install. If you already have it, then install it now.",
+         {"Install Now", "Buy", "Instructions", "Cancel"},
+         "Buy",
+         false},
+        {"GOG",
+         true,
+         true,
+         "Gog=>https://gog/;;",
+         "an add-on from GOG |  visit the page to know more about it (or download the installer if requested "
+         "in "
+         "the description; it will be installed in the meanwhile). If you already know it, then install it "
+         "now.",
+         {"Install Now", "Visit Page", "Instructions", "Cancel"},
+         "Visit Page",
+         true},
+        {"CD",
+         false,
+         false,
+         "CD=>http://disc/;;",
+         "a game from CD |  insert the disc in your reader before starting. If you already did that, then "
+         "install it now.",
+         {"Install Now", "Buy", "Instructions", "Cancel"},
+         "Install Now",
+         true},
+        {"Other",
+         false,
+         false,
+         "Other=>file:///etc/passwd;;",
+         "a game with the Morvane |  then install it now.",
+         {"Install Now", "Instructions", "Cancel"},
+         "Instructions",
+         false},
+        {"Other",
+         false,
+         false,
+         "",
+         "a game with the Morvane |  then install it now.",
+         {"Install Now", "Instructions", "Cancel"},
+         "Cancel",
+         false}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.text);
+        CatalogueLine line{.id = 9, .isFree = row.free};
+        if (row.addOn) line.dependencyID = 3;
+        const auto game = entry(line, row.sources);
+        show(game);
+        std::string text = row.text;
+        const auto bar = text.find("| ");
+        text = start + text.substr(0, bar) + middle + text.substr(bar + 2);
+        ui.expect(text).titleIs("Install App").defaultIs("Install Now").answer(row.press);
+        EXPECT_EQ(page->shouldInstallGameOrOpenLinkOfGame(*game, row.source), row.result);
+        EXPECT_EQ(ui.dialogs.back().text, text);
+        EXPECT_EQ(ui.dialogs.back().buttons, row.buttons);
+        EXPECT_EQ(ui.dialogs.back().iconPath,
+                  std::string(row.source) == "Steam" ? resources + "/steam.png" : "");
+        settle();
+    }
+    EXPECT_EQ(ui.opened, (Names{"http://shop/", "https://gog/"}));
+    EXPECT_EQ(events, Names{"Instructions http://video/how"});
+}
+
+TEST_F(DescriptionView, ChoosesThePlace) {
+    const std::string base = installed("Base", 3), elsewhere = installed("Elsewhere", 4);
+    put(games + "Taken.app/save.dat", "saved");
+    constexpr const char* save = "Create Port at...";
+    constexpr const char* open = "Install at Port...";
+    struct Row {
+        std::string name;
+        bool automatic;
+        std::int64_t dependency;
+        std::vector<const char*> panels;
+        std::string proposal, chosen;
+    };
+    const std::string none;
+    const Row rows[] = {{"A: Game", true, 0, {}, "", none},
+                        {"A: Game", false, 0, {save}, "A - Game", none},
+                        {"Taken", true, 0, {save}, "Taken", none},
+                        {"../up", true, 0, {save}, "-up", none},
+                        {std::string("nul\0x", 5), false, 0, {save}, "nulx", none},
+                        {"Add-on", true, 3, {}, "", none},
+                        {"Add-on", true, 5, {open, open}, "", none},
+                        {"Add-on", false, 3, {open, open}, "", elsewhere},
+                        {"Add-on", false, 3, {open}, "", base}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        ui.savePanels.clear();
+        machine->defaults.set(settings::automaticFolderSave, row.automatic);
+        CatalogueLine line{.id = 9, .name = row.name};
+        if (row.dependency != 0) line.dependencyID = row.dependency;
+        show(entry(line));
+        ui.expect("If you never").answer("Install Now");
+        for (std::size_t at = 0; at < row.panels.size(); ++at) {
+            const bool isLast = at + 1 == row.panels.size() && !row.chosen.empty();
+            if (row.panels[at] == save) ui.expectSave(save, "");
+            if (row.panels[at] == open) ui.expectChoice(open, isLast ? Names{row.chosen} : Names{});
+        }
+        // The port file is nowhere: nothing more is asked.
+        const bool goesOn = row.panels.empty() || !row.chosen.empty();
+        if (goesOn) ui.expectError("That CKI file isn't available in the database.");
+        page->chooseDownloadSource();
+        settle();
+        EXPECT_EQ(ui.savePanels.empty() ? "" : ui.savePanels.back().proposedName, row.proposal);
+    }
+    NSValidPortDelegate valid(3);
+    EXPECT_TRUE(valid.shouldEnable(base) && valid.shouldEnable(games) && !valid.shouldEnable(elsewhere));
+    valid.anyCaskeryPortAllowed = true;
+    EXPECT_TRUE(valid.shouldEnable(elsewhere) && !valid.shouldEnable(games + "Taken.app"));
+    EXPECT_EQ(get(games + "Taken.app/save.dat"), "saved");
+    EXPECT_EQ(NSDescriptionView::validPortWithGameID(3), base);
+    EXPECT_EQ(NSDescriptionView::validPortWithGameID(1), std::nullopt);
+}
+
+TEST_F(DescriptionView, KeepsPortFilesInTheirFolder) {
+    struct Row {
+        std::string name, source;
+        std::string path;  ///< below the temporary folder; empty: refused
+    };
+    put(temporary + "/Blocked", "somebody else's");
+    const Row rows[] = {{"A: Game", "GOG", "/A - Game/GOG.cki"},
+                        {"../x", "GOG", ""},
+                        {std::string("a\0b", 3), "GOG", ""},
+                        {"Game", "../../x", ""},
+                        {"Blocked", "GOG", ""},
+                        {"Game", "a/b", ""}};
+    for (const Row& row : rows) {
+        NSGameData game;
+        game.gameName = row.name;
+        if (row.path.empty()) ui.expectError("");
+        const auto path = NSDescriptionView::pathForDownloadedCkiOfGame(game, row.source);
+        EXPECT_EQ(path.value_or(""), row.path.empty() ? "" : temporary + row.path) << row.name;
+    }
+}
+
+TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {
+    putSharedVerbScript();
+    const auto publish = [&] {
+        testing::publishMasterWrapper(
+            site, {.onPrefixCreate = "mkdir -p \"$wrapper/Contents/Resources/drive_c/Game\"\n"
+                                     "for exe in game edit; do echo MZ > "
+                                     "\"$wrapper/Contents/Resources/drive_c/Game/$exe.exe\"; done\n"});
+    };
+    publish();
+    testing::publishEngines(site, {"CK9Wine3.0"});
+    putEngine();
+    const std::string target = games + "Mine.app", save = target + "/save.dat";
+    put(save, "saved");
+    show(entry({.id = 21, .name = "Half Life"}, "Steam=>http://shop/;;Gog=>https://gog/;;"));
+    const auto install = [&] {
+        ui.expect("Select the game version you already own").titleIs("Choose a source").answer("GOG");
+        ui.expect("If you never").answer("Install Now");
+        ui.expectSave("Create Port at...", target);
+    };
+    for (const char* body : {"<html>404</html>", "damaged"}) {
+        site.answer("/ckis/download.php", {.body = body});
+        install();
+        ui.expectError("");
+        page->chooseDownloadSource();
+        settle();
+        EXPECT_EQ(get(save), "saved") << body;
+    }
+    const Array exes{Dictionary{{"name", "Game"}, {"main", "X"}, {"path", "C:/Game/game.exe"}},
+                     Dictionary{{"name", "Editor"}, {"path", "C:/Game/edit.exe"}}};
+    const Dictionary port{
+        {"Engine", "CK9Wine3.0"}, {"Creator", "Me"}, {"Creator Mail", "me@there"}, {"EXEs", exes}};
+    site.answer("/ckis/download.php", {.body = get(cki(port))});
+    // A creation that is cancelled gives the place back.
+    site.answer("/Wrapper/Caskery-2.6.2.app.tar.7z", {.body = "x", .announcedLength = 9, .stall = true});
+    install();
+    ui.expect("Cancelling will stop").answer("Yes");
+    ui.expectError("Cancelled");
+    bool pressed = false;
+    machine->mainQueue.every(std::chrono::milliseconds(2), [&] {
+        if (!pressed && exists(target + ".morvane-replaced") && asked("/Wrapper/Caskery") > 0) {
+            pressed = true;
+            EXPECT_TRUE(progress->cancel());
+        }
+    });
+    page->chooseDownloadSource();
+    settle();
+    EXPECT_EQ(get(save), "saved");
+    EXPECT_FALSE(progress->cancel()) << "there is nothing to cancel any more";
+
+    publish();
+    install();
+    page->chooseDownloadSource();
+    settle();
+    EXPECT_EQ(asked("/ckis/download.php?id=21&type=GOG"), 4);
+    EXPECT_FALSE(exists(save));
+    EXPECT_FALSE(exists(target + ".morvane-replaced"));
+    EXPECT_EQ(added, target);
+    EXPECT_EQ(page->selectedGamePath(), target);
+    EXPECT_EQ(page->page().actionTitle, "PLAY");
+    EXPECT_EQ(NSGameData::getIdentifierOfGameAtPath(target), 21);
+    EXPECT_EQ(NSGameData::getIdentifierOfGameAtPath(target + "/Editor.app"), 21);
+}
+
+TEST_F(DescriptionView, SavesAPortFile) {
+    site.answer("/ckis/Bob/9/A%20Shop.cki", {.body = "port"});
+    show(entry({.id = 9, .name = "A/B: C", .path = site.baseAddress() + "ckis/Bob/9/"},
+               "Steam=>;;A Shop=>;;"));
+    page->flagsChanged(Shift::held);
+    ui.expectSave("Save CKI at...", home + "/mine.cki", [](Form& form) { form.fields.front().chosen = 1; });
+    page->clickAction();
+    settle();
+    EXPECT_EQ(get(home + "/mine.cki"), "port");
+    EXPECT_EQ(ui.savePanels.back().proposedName, "A-B - C");
+}
+
+TEST_F(DescriptionView, RunsAGame) {
+    put(resources + "/fntoggle", "#!/bin/sh\necho \"fn $1\" >> '" + runs + "'\n", true);
+    testing::publishNewestVersion(site, "Caskery-2.6.2");
+    const char* galaxy = "/Program Files/GalaxyClient/GalaxyClient.exe";
+    struct Row {
+        const char* name;
+        Dictionary settings;
+        const char* program;  ///< that exists on drive C
+        const char* error;
+        const char* runs;
+    };
+    const Row rows[] = {
+        {"plain", {}, nullptr, nullptr, "CaskeryLauncher \n"},
+        {"keys", {{"IsFnToggleEnabled", true}}, nullptr, nullptr, "fn on\nCaskeryLauncher \nfn off\n"},
+        {"program", {{"Program Name and Path", "/a.exe"}}, "/a.exe", nullptr, "CaskeryLauncher \n"},
+        {"lost program",
+         {{"Program Name and Path", "/a.exe"}},
+         nullptr,
+         "The main EXE of the port is missing!",
+         ""},
+        {"galaxy",
+         {{"Program Name and Path", galaxy}, {"IsFnToggleEnabled", true}},
+         galaxy,
+         nullptr,
+         "fn on\nCaskery debug\nfn off\n"}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const std::string path = installed(row.name, 7, row.settings);
+        const std::string log = path + "/Contents/Resources/Logs/LastRunWine.log";
+        if (row.program != nullptr) put(path + "/Contents/Resources/drive_c" + row.program, "MZ");
+        put(log, "log");
+        if (row.error != nullptr) ui.expectError(row.error);
+        page->updateAndRunWrapper(path);
+        settle();
+        EXPECT_EQ(ran(), row.runs);
+        EXPECT_EQ(exists(log), std::string(row.name) != "galaxy");
+        fs::remove(runs);
+    }
+    fs::remove(games + "plain.app/Contents/MacOS/CaskeryLauncher");
+    ui.expectError("The App is corrupted! The executable is missing!");
+    page->updateAndRunWrapper(games + "plain.app");
+    settle();
+    ui.expectError("The App was moved!");
+    page->updateAndRunWrapper(games + "gone.app");
+    settle();
+    EXPECT_EQ(ran(), "");
+    ui.expect("Do you want to see the debug logs?").titleIs("Debug").defaultIs("Yes").answer("Yes");
+    page->runDebugModeOfWrapper(games + "program.app");
+    settle();
+    EXPECT_EQ(ui.opened, Names{games + "program.app/Contents/Resources/Logs/LastRunWine.log"});
+}
+
+TEST_F(DescriptionView, OffersToUpdateAnOldWrapperAndRunsItAnyway) {
+    testing::publishMasterWrapper(site, {.version = "Caskery-2.6.5"});
+    const std::string path = installed("Old", 7, {{"CFBundleVersion", "Caskery 2.6.2"}});
+    const char* question =
+        "Your wrapper is at the version Caskery-2.6.2 while the most recent one is Caskery-2.6.5. It might "
+        "only "
+        "work in your computer if you are using the most recent version. Do you want to update it?";
+    ui.expect(question).titleIs("Outdated Wrapper").defaultIs("Yes").answer("No");
+    page->updateAndRunWrapper(path);
+    settle();
+    EXPECT_EQ(ran(), "CaskeryLauncher \n");
+    EXPECT_EQ(namesIn(masters), Names{});
+    // Programs that still run keep it from being updated, and from nothing else.
+    scriptProgram("ps", "echo '99999999 ?  S  0:00 " + path + "/Contents/x.exe'");
+    ui.expect(question).answer("Yes");
+    ui.expectError("Programs of " + path + " are running.");
+    page->updateAndRunWrapper(path);
+    settle();
+    EXPECT_EQ(ran(), "CaskeryLauncher \nCaskeryLauncher \n");
+}
+
+TEST_F(DescriptionView, InstallsModsAndAsksForEachClash) {
+    const std::string path = installed("Game", 7), drive = path + "/Contents/Resources/drive_c/";
+    const std::string mods = home + "/mods/";
+    put(drive + "Data/a.txt", "old a");
+    put(drive + "Data/b.txt", "old b");
+    put(drive + "file", "a file");
+    for (const char* name :
+         {"Data/a.txt", "Data/b.txt", "Data/deep/c.txt", "Data/.hidden", "file/x", "patch.exe"})
+        put(mods + name, "new");
+    const auto install = [&](const Names& names) {
+        Names paths;
+        for (const std::string& name : names) paths.push_back(mods + name);
+        ui.expectChoice("Select the Mod/Patch file(s) and/or folder(s)", paths);
+        const bool asks = names != Names{"patch.exe"};
+        if (asks) ui.expectChoice("Select the destination", {drive});
+        if (names.front() == "Data") {
+            const std::string clash = "Data folder. Do you want to replace it?";
+            ui.expect("There is already a file called a.txt in the " + drive + clash)
+                .titleIs("Warning")
+                .defaultIs("No")
+                .answer("No");
+            ui.expect("There is already a file called b.txt in the " + drive + clash).answer("Yes");
+        }
+        if (names.back() == "file") ui.expectError("file can't be copied to ");
+        NSDescriptionView::installModPatchAtWrapper(path);
+    };
+    install({"Data", "file"});
+    EXPECT_EQ(get(drive + "Data/a.txt"), "old a");
+    EXPECT_EQ(get(drive + "Data/b.txt"), "new");
+    EXPECT_EQ(get(drive + "file"), "a file");
+    EXPECT_EQ(namesIn(drive + "Data"), (Names{"a.txt", "b.txt", "deep"}));
+    install({"patch.exe"});
+    EXPECT_EQ(ran(), "Caskery " + mods + "patch.exe\n");
+    testing::runTool(mods, {"/usr/bin/7za", "a", "pack.zip", "./Data/deep"});
+    fs::rename(mods + "pack.zip", mods + "pack.ZIP");
+    install({"pack.ZIP"});
+    EXPECT_EQ(namesIn(drive), (Names{"Data", "deep", "file"})) << "unpacked from where it lies";
+    EXPECT_TRUE(exists(mods + "pack.ZIP"));
+    ui.expectError(drive + "Data can't be copied onto itself.");
+    NSDescriptionView::copyFiles({drive + "Data"}, drive);
+    EXPECT_EQ(get(drive + "Data/b.txt"), "new");
+}
+
+TEST_F(DescriptionView, BuysRatesAndOpensTheAlternative) {
+    scriptProgram("system_profiler", "printf '    Card:\\n      Chipset Model: NVIDIA GeForce\\n'");
+    auto game = entry({.id = 9, .isNative = true}, "Steam=>http://shop/;;");
+    game->crossoverAlternative = site.baseAddress() + "over";
+    site.answer("/over", {.body = "<a class=\"app_view_button button_tie\" data-url=\"\">"});
+    show(game);
+    page->clickAction();
+    page->openLinkForSourceButton("GOG");
+    page->showCrossOverAlternative();
+    settle();
+    show(entry({.id = 9, .isNative = true}, "Steam=>javascript:x;;"));
+    ui.expectError("There is no buying link for that game! Inform us throw the Contact Us tab!");
+    page->clickAction();
+    page->rateGame();
+    EXPECT_EQ(events, Names{"Rating \"Half Life\" on NVIDIA"});
+    page->votingPanel()->clickStar(2);
+    page->votingPanel()->applyVote();
+    settle();
+    EXPECT_EQ(page->votingPanel(), nullptr);
+    EXPECT_EQ(ui.opened,
+              (Names{"http://shop/", game->crossoverAlternative,
+                     site.baseAddress() + "ckis/facebook/ratePort.php?card=NVIDIA&rate=2&game=9"}));
+}
+
+}  // namespace
+}  // namespace morvane
