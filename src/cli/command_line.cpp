@@ -19,6 +19,10 @@ struct Parsed {
     bool defaults = false, json = false;
     std::string file, app, path, name, out, to;
     bool steam = false, origin = false, uplay = false, macDriver = false, full = false, wait = false;
+    PropertyChanges properties;
+    FeedbackTexts feedback;
+    ThemePictures theme;
+    std::vector<std::string> words;
     Command command;
 };
 
@@ -85,6 +89,79 @@ void addWrapperCommands(CLI::App& app, Parsed& parsed) {
         ->check(CLI::IsMember({"winecfg", "regedit", "taskmgr", "cmd"}));
     tool->callback([&] {
         parsed.command = [&](Session& session) { return cli::tool(session, parsed.app, parsed.name); };
+    });
+}
+
+void addPropertiesCommand(CLI::App& app, Parsed& parsed) {
+    PropertyChanges& changes = parsed.properties;
+    CLI::App* properties =
+        app.add_subcommand("properties", "show the properties of a wrapper, or change them");
+    properties->add_option("APP", parsed.app, "the wrapper, or an application of one")->required();
+    properties->add_option("--name", changes.name, "its name");
+    properties->add_option("--version", changes.version, "its version");
+    properties->add_option("--icon", changes.icon, "a picture");
+    properties->add_option("--run", changes.run, "the program with its arguments, as a Windows command line");
+    properties->add_option("--description", changes.description, "a text");
+    properties->add_option("--window", changes.window, "the screen mode")
+        ->check(CLI::IsMember({"port", "full", "windowed"}));
+    const auto addSwitch = [&](const char* name, std::optional<std::string>& place, const char* description) {
+        properties->add_option(name, place, description)->check(CLI::IsMember({"on", "off"}));
+    };
+    addSwitch("--tray", changes.tray, "Wine's system tray");
+    addSwitch("--helvetica", changes.helvetica, "Helvetica Neue in dialogs");
+    addSwitch("--high-quality", changes.highQuality, "the mode for screens of high resolution");
+    addSwitch("--fn", changes.functionKeys, "F1 to F12 act as function keys");
+    properties->callback([&] {
+        parsed.command = [&](Session& session) {
+            return cli::properties(session, parsed.app, parsed.properties);
+        };
+    });
+}
+
+void addSettingsCommands(CLI::App& app, Parsed& parsed) {
+    CLI::App* settings = app.add_subcommand("settings", "the settings of the application");
+    settings->require_subcommand(1);
+    settings->add_subcommand("list", "print all of them")->callback([&] {
+        parsed.command = [](Session& session) { return listSettings(session); };
+    });
+    CLI::App* get = settings->add_subcommand("get", "print one");
+    get->add_option("KEY", parsed.name, "its name")->required();
+    get->callback(
+        [&] { parsed.command = [&](Session& session) { return getSetting(session, parsed.name); }; });
+    CLI::App* set = settings->add_subcommand("set", "change one");
+    set->add_option("KEY", parsed.name, "its name")->required();
+    set->add_option("VALUE", parsed.words, "its value; of folders, several")->required();
+    set->callback([&] {
+        parsed.command = [&](Session& session) { return setSetting(session, parsed.name, parsed.words); };
+    });
+    CLI::App* theme = app.add_subcommand("theme", "the pictures of the desktop");
+    theme->require_subcommand(1);
+    CLI::App* apply = theme->add_subcommand("apply", "take other pictures");
+    apply->add_option("--window", parsed.theme.window, "the background of the window");
+    apply->add_option("--action", parsed.theme.action, "the action and trailer buttons");
+    apply->add_option("--bottom", parsed.theme.bottom, "the button below the grid");
+    apply->callback(
+        [&] { parsed.command = [&](Session& session) { return applyTheme(session, parsed.theme); }; });
+    theme->add_subcommand("reset", "take the pictures that came with the application")->callback([&] {
+        parsed.command = [](Session& session) { return resetTheme(session); };
+    });
+}
+
+void addFeedbackCommands(CLI::App& app, Parsed& parsed) {
+    CLI::App* feedback = app.add_subcommand("feedback", "send a message to the makers of the catalogue");
+    feedback->add_option("--name", parsed.feedback.name, "your name");
+    feedback->add_option("--mail", parsed.feedback.mail, "your mail address");
+    feedback->add_option("--subject", parsed.feedback.subject, "what it is about");
+    feedback->add_option("--text", parsed.feedback.text, "the message");
+    feedback->add_flag("--specs", parsed.feedback.specs, "with a description of this computer");
+    feedback->callback(
+        [&] { parsed.command = [&](Session& session) { return cli::feedback(session, parsed.feedback); }; });
+    CLI::App* crash = app.add_subcommand("crash-report", "send a crash report");
+    crash->add_option("FILE", parsed.file, "the report; else the last one that was not sent yet");
+    crash->callback(
+        [&] { parsed.command = [&](Session& session) { return crashReport(session, parsed.file); }; });
+    app.add_subcommand("specs", "describe this computer")->callback([&] {
+        parsed.command = [](Session& session) { return specs(session); };
     });
 }
 
@@ -203,6 +280,9 @@ int runCommandLine(int argc, char** argv) {
     addIconCommand(app, parsed);
     addDiscCommands(app, parsed);
     addServeCommand(app, parsed);
+    addPropertiesCommand(app, parsed);
+    addSettingsCommands(app, parsed);
+    addFeedbackCommands(app, parsed);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -1,7 +1,9 @@
 // cli/commands.h: what each command does. Main thread; results are exit codes.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "building/wrapper_creation.h"
 #include "cli/session.h"
@@ -27,6 +29,40 @@ int stop(Session& session, const std::string& app);
 int exe(Session& session, const std::string& app, const std::string& file);
 /// `tool APP winecfg|regedit|taskmgr|cmd`.
 int tool(Session& session, const std::string& app, const std::string& name);
+
+/// What `properties` is asked to change; "on" and "off", "port", "full" and "windowed" as typed.
+struct PropertyChanges {
+    std::optional<std::string> name, version, icon, run, description, window, tray, helvetica, highQuality,
+        functionKeys;
+};
+/// `properties APP`. Shows the properties of an item, after changing them where asked to.
+int properties(Session& session, const std::string& app, const PropertyChanges& changes);
+/// `settings list`.
+int listSettings(Session& session);
+/// `settings get KEY`.
+int getSetting(Session& session, const std::string& key);
+/// `settings set KEY VALUE...`.
+int setSetting(Session& session, const std::string& key, const std::vector<std::string>& words);
+/// What `feedback` was given; what is missing is asked for in a terminal.
+struct FeedbackTexts {
+    std::optional<std::string> name, mail, subject, text;
+    bool specs = false;
+};
+/// `feedback`.
+int feedback(Session& session, const FeedbackTexts& texts);
+/// `crash-report [FILE]`. Without a file, the last report that was not sent yet.
+int crashReport(Session& session, const std::string& file);
+/// `specs`.
+int specs(Session& session);
+/// The pictures of `theme apply`; empty ones stay as they are.
+struct ThemePictures {
+    std::string window, action, bottom;
+};
+/// `theme apply`.
+int applyTheme(Session& session, const ThemePictures& pictures);
+/// `theme reset`.
+int resetTheme(Session& session);
+
 /// `cki show FILE [--json]`.
 int showCki(Session& session, const std::string& file);
 /// `cki make DESCRIPTION.plist OUT.cki`.

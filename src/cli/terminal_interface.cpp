@@ -99,6 +99,7 @@ std::optional<DialogAnswer> TerminalInterface::scriptedAnswer(const Dialog& dial
 std::optional<DialogAnswer> TerminalInterface::askForText(const Dialog& dialog) {
     const auto* field = std::get_if<TextField>(&dialog.accessory);
     const std::string hint = field->text.empty() ? "" : " [" + field->text + "]";
+    if (!dialog.text.empty()) console_.say(dialog.text);
     const auto typed = console_.readLine(console_.bold(dialog.title) + hint + "\n(end of input cancels) > ");
     if (!typed && console_.wasInterrupted()) return std::nullopt;
     if (!typed) return cancellation(dialog);
@@ -128,6 +129,7 @@ std::optional<DialogAnswer> TerminalInterface::askForButton(const Dialog& dialog
     if (const auto* image = std::get_if<ImageAccessory>(&dialog.accessory))
         console_.say("(picture: " + image->path + ")");
     if (const auto* text = std::get_if<LongText>(&dialog.accessory)) console_.say("\n" + text->text);
+    if (const auto* styled = std::get_if<StyledText>(&dialog.accessory)) console_.say("\n" + styled->text);
     std::string prompt;
     for (std::size_t at = 0; at < dialog.buttons.size(); ++at) {
         const bool isDefault = at == dialog.defaultButton;

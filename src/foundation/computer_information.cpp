@@ -2,8 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <filesystem>
+#include <system_error>
 #include <vector>
 
+#include "foundation/formats.h"
+#include "foundation/localization.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "platform/host.h"
@@ -120,6 +125,25 @@ bool isSystemMacOsEqualOrSuperiorTo(std::string_view version) {
         if (our != want) return our > want;
     }
     return ours.size() >= wanted.size();
+}
+
+std::string hardwareReport() {
+    return MVTask::runTerminalCommand("system_profiler SPHardwareDataType", std::nullopt, Wait::yes)
+        .value_or("");
+}
+
+std::string valueInReport(std::string_view label, std::string_view report) {
+    return NSUtilities::getFragmentAfter(std::string(label) + ": ", "\n", report);
+}
+
+std::string diskSize() {
+    std::error_code error;
+    const auto space = std::filesystem::space("/", error);
+    const auto shown = [&](std::uintmax_t bytes) {
+        return NSUtilities::humanReadableSizeForBytes(error ? 0 : static_cast<std::int64_t>(bytes),
+                                                      DecimalMeasureSystem::yes);
+    };
+    return localized("%@ (%@ available)", {shown(space.capacity), shown(space.available)});
 }
 
 }  // namespace morvane::NSComputerInformation

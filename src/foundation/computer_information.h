@@ -24,4 +24,11 @@ namespace morvane::NSComputerInformation {
 /// `isSystemMacOsEqualOrSuperiorTo:`.
 [[nodiscard]] bool isSystemMacOsEqualOrSuperiorTo(std::string_view version);
 
+/// What `system_profiler SPHardwareDataType` prints; not kept.
+[[nodiscard]] std::string hardwareReport();
+/// The value behind "label: " in a report, up to the line break; empty when it has none.
+[[nodiscard]] std::string valueInReport(std::string_view label, std::string_view report);
+/// "1.5Tb (200.1Gb available)": the file system of "/".
+[[nodiscard]] std::string diskSize();
+
 }  // namespace morvane::NSComputerInformation

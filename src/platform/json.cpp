@@ -60,6 +60,7 @@ struct Converter {
             if (!run.font.empty()) entry["font"] = run.font;
             if (run.fontSize != 0) entry["fontSize"] = run.fontSize;
             if (!run.link.empty()) entry["link"] = run.link;
+            if (run.white) entry["white"] = true;
             runs.push_back(std::move(entry));
         }
         return {{"text", styled.text}, {"runs", std::move(runs)}};

@@ -35,6 +35,7 @@ Sites Sites::fromEnvironment() {
         .uplay = MORVANE_SITE(MORVANE_UPLAY_SITE),
         .galaxyDelivery = MORVANE_SITE(MORVANE_GALAXY_SITE),
         .gog = MORVANE_SITE(MORVANE_GOG_SITE),
+        .modelNames = MORVANE_SITE(MORVANE_MODEL_NAMES_SITE),
     };
 #undef MORVANE_SITE
 }

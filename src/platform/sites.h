@@ -17,11 +17,12 @@ struct Sites {
     std::string uplay;           ///< Uplay's static content
     std::string galaxyDelivery;  ///< GOG's content delivery, which holds GOG Galaxy's installer
     std::string gog;             ///< GOG's web pages
+    std::string modelNames;      ///< the computer maker's names of models
 
     /// Each from its variable (MORVANE_CASKERY_SITE, MORVANE_CATALOGUE, MORVANE_VERBS_SITE,
     /// MORVANE_SOURCEFORGE_SITE, MORVANE_WEB_ARCHIVE, MORVANE_STEAM_SITE, MORVANE_ORIGIN_SITE,
-    /// MORVANE_UPLAY_SITE, MORVANE_GALAXY_SITE, MORVANE_GOG_SITE), else what this build was given under the
-    /// same name (a CMake setting).
+    /// MORVANE_UPLAY_SITE, MORVANE_GALAXY_SITE, MORVANE_GOG_SITE, MORVANE_MODEL_NAMES_SITE), else what this
+    /// build was given under the same name (a CMake setting).
     [[nodiscard]] static Sites fromEnvironment();
 };
 

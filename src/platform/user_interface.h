@@ -55,7 +55,8 @@ struct Dialog {
     Style style = Style::informational;
     Icon icon = Icon::application;
     std::string iconPath;  ///< of `Icon::picture`
-    std::variant<std::monostate, TextField, ChoiceBox, ImageAccessory, LongText> accessory;
+    /// A styled text is shown like a long one.
+    std::variant<std::monostate, TextField, ChoiceBox, ImageAccessory, LongText, StyledText> accessory;
 };
 struct DialogAnswer {
     std::size_t button = 0;  ///< index of the button pressed

@@ -46,6 +46,7 @@ struct StyledRun {
     std::string font;     ///< family or PostScript name as stored; empty when none
     double fontSize = 0;  ///< points; 0 when none
     std::string link;     ///< empty when none
+    bool white = false;   ///< drawn in white; other colours are not kept
     bool operator==(const StyledRun&) const = default;
 };
 

@@ -380,6 +380,7 @@ class Converter {
                                          ? rawText(graph_.at(*key)).value_or("")
                                          : "";
             if (name == "NSFont") takeFont(run, graph_.at(*value));
+            if (name == "NSColor") run.white = isWhite(graph_.at(*value));
             if (name == "NSLink") takeLink(run, *value);
         }
         return run;
@@ -398,6 +399,16 @@ class Converter {
         run.fontSize = *size;
         run.bold = holdsOneOf(run.font, {"Bold", "Heavy", "Black"});
         run.italic = holdsOneOf(run.font, {"Italic", "Oblique"});
+    }
+
+    /// Of the many ways to store a colour, the one of greys.
+    bool isWhite(const Object& colour) {
+        constexpr std::int64_t greys = 3;
+        if (graph_.classOf(colour).name != "NSColor") return false;
+        Fields fields(fieldsOf(colour));
+        const auto* space = fields.next<std::int64_t>();
+        const auto* whiteness = fields.next<double>();
+        return space != nullptr && *space == greys && whiteness != nullptr && *whiteness == 1;
     }
 
     void takeLink(StyledRun& run, ObjectIndex link) {

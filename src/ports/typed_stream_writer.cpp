@@ -294,13 +294,17 @@ class Writer {
             group("@");
             object({{"NSBitmapImageRep", 17}, {"NSImageRep", 17}}, [&] { bytes(tiff); });
             group("@");
-            object({{"NSColor", 0}}, [&] {
-                flag(3);
-                group("ff");
-                real(0, 4);
-                real(0, 4);
-            });
+            grey(0, 0);
             nilObject();  // the delegate
+        });
+    }
+
+    void grey(double whiteness, double opacity) {
+        object({{"NSColor", 0}}, [&] {
+            flag(3);
+            group("ff");
+            real(whiteness, 4);
+            real(opacity, 4);
         });
     }
 
@@ -312,11 +316,11 @@ class Writer {
         }
         object({{"NSAttributedString", 0}}, [&] {
             textMember(content.text);
-            std::map<std::tuple<bool, bool, std::string, double, std::string>, std::size_t> styles;
+            std::map<std::tuple<bool, bool, std::string, double, std::string, bool>, std::size_t> styles;
             for (const StyledRun& run : content.runs) {
                 if (run.length == 0) continue;
                 const auto [style, isNew] = styles.try_emplace(
-                    {run.bold, run.italic, run.font, run.fontSize, run.link}, styles.size() + 1);
+                    {run.bold, run.italic, run.font, run.fontSize, run.link, run.white}, styles.size() + 1);
                 group("iI");
                 integer(static_cast<std::int64_t>(style->second));
                 integer(static_cast<std::int64_t>(run.length));
@@ -329,11 +333,16 @@ class Writer {
         const bool hasFont = run.bold || run.italic || !run.font.empty() || run.fontSize != 0;
         group("@");
         object({{"NSDictionary", 0}}, [&] {
-            count((hasFont ? 1U : 0U) + (run.link.empty() ? 0U : 1U));
+            count((hasFont ? 1U : 0U) + (run.white ? 1U : 0U) + (run.link.empty() ? 0U : 1U));
             if (hasFont) {
                 textMember("NSFont");
                 group("@");
                 font(faceName(run), run.fontSize > 0 ? run.fontSize : 12);
+            }
+            if (run.white) {
+                textMember("NSColor");
+                group("@");
+                grey(1, 1);
             }
             if (!run.link.empty()) {
                 textMember("NSLink");

@@ -152,16 +152,24 @@ std::string setOnRegistryStringValue(const std::string& lines, const std::string
     return setOnRegistry(lines, "\"" + text + "\"", valueName);
 }
 
+void replaceRegistryLines(const std::string& header,
+                          const std::function<std::string(const std::string& lines)>& change,
+                          const std::string& name, const std::string& wrapper) {
+    edit(name, wrapper, [&](const std::string& text) {
+        return withBlock(withoutKey(text, header), header + "\n" + change(valueLines(text, header)) + "\n");
+    });
+}
+
 void replaceRegistryStrings(const std::string& header, const std::vector<RegistryString>& values,
                             const std::string& name, const std::string& wrapper) {
-    edit(name, wrapper, [&](const std::string& text) {
-        std::string lines = valueLines(text, header);
+    const auto change = [&](std::string lines) {
         if (!lines.empty()) lines += "\n";
         for (const RegistryString& value : values) {
             lines = setOnRegistryStringValue(lines, value.text, value.name);
         }
-        return withBlock(withoutKey(text, header), header + "\n" + lines + "\n");
-    });
+        return lines;
+    };
+    replaceRegistryLines(header, change, name, wrapper);
 }
 
 bool saveUserOverrides(const Array& fragments, const std::string& wrapper) {

@@ -8,6 +8,7 @@
 // written; a missing one counts as empty.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -43,12 +44,17 @@ void deleteRegistry(const std::string& header, const std::string& name, const st
 [[nodiscard]] std::string setOnRegistryStringValue(const std::string& lines, const std::string& text,
                                                    const std::string& valueName);
 
+/// Gives one key the value lines that `change` makes of its present ones (joined by line feeds, empty without
+/// the key), as the last block of the file, without a timestamp. One write: the key is never missing from the
+/// file.
+void replaceRegistryLines(const std::string& header,
+                          const std::function<std::string(const std::string& lines)>& change,
+                          const std::string& name, const std::string& wrapper);
 struct RegistryString {
     std::string name;
     std::string text;
 };
-/// Sets string values of one key: its lines are read, changed in the order given, and written back as the
-/// last block of the file, without a timestamp. One write: the key is never missing from the file.
+/// Sets string values of one key in the order given, in the same way.
 void replaceRegistryStrings(const std::string& header, const std::vector<RegistryString>& values,
                             const std::string& name, const std::string& wrapper);
 

@@ -1,0 +1,92 @@
+#include "app/crash_reports.h"
+
+#include <vector>
+
+#include "app/help_tab.h"
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/formats.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "foundation/settings_keys.h"
+#include "foundation/text.h"
+#include "foundation/threads.h"
+#include "library/mail_form.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace morvane::crash_reports {
+namespace {
+
+std::string reportsFolder() {
+    return filled("%@/Library/Logs/DiagnosticReports/", {host().folders.home});
+}
+
+/// What the user did when it happened, as it stands in the message.
+std::string askedDetails() {
+    Dialog dialog;
+    dialog.title = localized("Crash Log");
+    dialog.text = localized(
+        "Firstly, my apologies. It seems that the Morvane crashed for some reason. Could you inform us which "
+        "was "
+        "the last thing you did when the Morvane experienced the crash? With that information we will be "
+        "able to "
+        "solve that bug in the next update.");
+    dialog.buttons = {localized("OK"), localized("Cancel")};
+    dialog.accessory = TextField{};
+    const DialogAnswer answer = MVAlert::showDialog(dialog);
+    return answer.button == 0 ? filled("\nDetails: %@", {answer.text}) : "";
+}
+
+}  // namespace
+
+void lookForCrashLogs() {
+    if (!host().defaults.getBool(settings::automaticallySendCrashLogs, true)) return;
+    MVThread::dispatchQueueWithName("app.morvane.lookForCrashLogs", Priority::low, Concurrent::no, [] {
+        // Here and not before: a name service that hangs must not hold up the start.
+        if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) return;
+        if (const auto report = newCrashLog()) sendNewCrashLog(*report);
+    });
+}
+
+std::optional<std::string> newCrashLog() {
+    const std::string folder = reportsFolder();
+    if (!MVFileManager::directoryExistsAtPath(folder)) return std::nullopt;
+    const auto names = files::list(folder);
+    std::string last;
+    if (const auto* list = std::get_if<std::vector<std::string>>(&names)) {
+        for (const std::string& name : *list) {
+            if (name.starts_with(filled("%@_", {"Morvane"}))) last = name;
+        }
+    }
+    const auto handled = host().defaults.get(settings::lastFoundCrashLog);
+    if (last.empty() || handled == Value(last)) return std::nullopt;
+    return folder + last;
+}
+
+void sendNewCrashLog(const std::string& path) {
+    const auto bytes = files::read(path);
+    const auto* text = std::get_if<std::string>(&bytes);
+    sendCrashLog(text != nullptr && MVString::isValidUtf8(*text) ? *text : "", AskForDetails::yes);
+    host().defaults.set(settings::lastFoundCrashLog, Value(files::lastComponent(path)));
+}
+
+std::string crashedVersion(const std::string& report) {
+    constexpr std::string_view kept = "0123456789(). ";
+    const std::string line = NSUtilities::getFragmentAfter("Version: ", "\n", report);
+    const std::size_t first = line.find_first_of(kept);
+    const std::string version =
+        first == std::string::npos ? "" : line.substr(first, line.find_last_of(kept) - first + 1);
+    return version.find_first_not_of("0 ") == std::string::npos ? applicationVersion() : version;
+}
+
+void sendCrashLog(const std::string& report, AskForDetails ask) {
+    const std::string version = filled("%@ Version: %@", {"Morvane", applicationVersion()});
+    const std::string details = ask == AskForDetails::yes ? askedDetails() : "";
+    mail_form::postSilently({{"name", "Anonymous User"},
+                             {"email", mail_form::noReplyAddress()},
+                             {"subject", filled("Crash Log %@", {crashedVersion(report)})},
+                             {"comment", filled("\n%@%@\n\n%@", {version, details, report})}});
+}
+
+}  // namespace morvane::crash_reports

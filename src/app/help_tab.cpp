@@ -1,0 +1,206 @@
+#include "app/help_tab.h"
+
+#include <algorithm>
+
+#include "foundation/alerts.h"
+#include "foundation/computer_information.h"
+#include "foundation/formats.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "foundation/text.h"
+#include "library/mail_form.h"
+#include "platform/host.h"
+#include "platform/http.h"
+#include "platform/property_list.h"
+
+namespace morvane {
+namespace {
+
+std::string withoutBlanks(std::string_view text) {
+    constexpr std::string_view blanks = " \t";
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos) return {};
+    return std::string(text.substr(first, text.find_last_not_of(blanks) - first + 1));
+}
+
+std::size_t lengthOf(std::string_view text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char character) {
+        return (static_cast<unsigned char>(character) & 0xc0U) != 0x80U;
+    }));
+}
+
+StyledText inFont(const std::string& text, const char* font, bool bold) {
+    std::size_t units = 0;
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if ((byte & 0xc0U) != 0x80U) units += byte >= 0xf0 ? 2 : 1;
+    }
+    if (units == 0) return {};
+    return {text, {{.length = units, .bold = bold, .font = font, .fontSize = 12}}};
+}
+
+std::string breaksAsHtml(std::string_view text) {
+    return MVString::replacedAll(text, "\n", "<br>");
+}
+
+void append(StyledText& text, const StyledText& more) {
+    text.text += more.text;
+    text.runs.insert(text.runs.end(), more.runs.begin(), more.runs.end());
+}
+
+/// The name that the system's own report has written down; of several, one with the screen's size.
+std::optional<std::string> writtenModel() {
+    const auto settings = property_lists::read(
+        filled("%@/Library/Preferences/com.apple.SystemProfiler.plist", {host().folders.home}));
+    const auto* root = settings ? settings->as<Dictionary>() : nullptr;
+    const auto* names = root != nullptr ? root->get<Dictionary>("CPU Names") : nullptr;
+    std::optional<std::string> last, withSize;
+    if (names != nullptr) {
+        for (const auto& [key, value] : *names) {
+            const auto* name = value.as<std::string>();
+            if (name == nullptr) continue;
+            last = *name;
+            if (MVString::contains(*name, "inch")) withSize = *name;
+        }
+    }
+    return withSize ? withSize : last;
+}
+
+std::optional<std::string> modelOfSerialNumber(std::string_view serial) {
+    constexpr std::size_t codeAt = 8;
+    if (serial.size() <= codeAt || host().sites.modelNames.empty()) return std::nullopt;
+    const std::string code = MVString::stringToWebStructure(serial.substr(codeAt));
+    const auto answer =
+        NSUtilities::stringWithContentsOfURL(host().sites.modelNames + "sp/product?cc=" + code);
+    const std::string model =
+        NSUtilities::getFragmentAfter("<configCode>", "</configCode>", answer.value_or(""));
+    return model.empty() ? std::nullopt : std::optional(model);
+}
+
+}  // namespace
+
+std::string applicationVersion() {
+    return MORVANE_VERSION;
+}
+
+bool NSHelpTab::sendMail() {
+    const std::string& catalogue = host().sites.catalogue;
+    if (!NSUtilities::isWebsiteOfUrlAvailable(catalogue)) {
+        const auto parts = parseUrl(catalogue);
+        MVAlert::showAlertErrorMessage(
+            localized("Couldn't load %s website.", {parts ? parts->host : catalogue}));
+        return false;
+    }
+    if (const auto flaw = flawOfForm()) {
+        MVAlert::showAlertErrorMessage(*flaw);
+        return false;
+    }
+    std::string comment = filled("<br>%@", {form.description});
+    if (form.addsComputerDescription) {
+        comment = filled("%@<br><br><br><b>COMPUTER DESCRIPTION:</b><br>%@",
+                         {comment, computerSpecificationsInHTML(InHTML::yes).text});
+    }
+    return mail_form::sendMailWithPostValues(
+        {{"name", form.name}, {"email", form.mail}, {"comment", comment}, {"subject", form.subject}});
+}
+
+std::optional<std::string> NSHelpTab::flawOfForm() const {
+    constexpr std::size_t shortestSubject = 4, shortestDescription = 15;
+    if (withoutBlanks(form.mail).empty())
+        return localized("We gonna contact you by mail, so we need a valid mail to send your answer.");
+    if (withoutBlanks(form.name).empty())
+        return localized(
+            "We need to call you something when answering you. It doesn't need to be your real name if you "
+            "prefer to keep yourself anonymous.");
+    if (lengthOf(withoutBlanks(form.subject)) < shortestSubject)
+        return localized(
+            "The subject is used to give a brief explanation of the reason for your contact. Sometimes we "
+            "receive lots of mails, and we usually choose which one will be answered first based in the "
+            "subject; so the clearest the subject, the fastest is the answer.\n\nGood subjects:\n- Skyrim "
+            "crashing\n- Error while installing Red Alert\n- Age of Empires mods\n\nBad subjects:\n- "
+            "Fallout\n- HELP ME!!!\n- Error");
+    if (lengthOf(withoutBlanks(form.description)) < shortestDescription)
+        return localized(
+            "The description area is to provide the details about why you are contacting us. Give the "
+            "biggest "
+            "number of details that you can remember; that always increase our chances of solving your "
+            "problem in case you have one, and give us a better look of your idea in case you have one.");
+    return std::nullopt;
+}
+
+void NSHelpTab::specsButtonClicked() {
+    Dialog dialog;
+    dialog.title = localized("Computer Specifications");
+    dialog.text = localized("These are your computer specs:");
+    dialog.buttons = {localized("OK")};
+    dialog.accessory = computerSpecificationsInHTML(InHTML::no);
+    static_cast<void>(MVAlert::showDialog(dialog));
+}
+
+void NSHelpTab::morvaneHelp() {
+    host().userInterface.openLink(host().sites.catalogue);
+}
+
+std::vector<NSHelpTab::Line> NSHelpTab::computerSpecifications() {
+    namespace computer = NSComputerInformation;
+    const auto hardware = [&](const char* label) { return computer::valueInReport(label, hardwareReport()); };
+    std::vector<Line> lines;
+    lines.push_back({filled("%@ Version: ", {"Morvane"}), applicationVersion()});
+    if (const auto& model = determinateMacCompleteModel()) lines.push_back({"Mac Model: ", *model});
+    lines.push_back(
+        {"Processor: ", filled("%@ %@", {hardware("Processor Name"), hardware("Processor Speed")})});
+    lines.push_back({"Video Card: ", filled("%@ (%@)", {computer::graphicCardModel().value_or("?"),
+                                                        computer::graphicCardMemorySize().value_or("?")})});
+    lines.push_back({"RAM Memory: ", hardware("Memory")});
+    lines.push_back({"Disk Size: ", computer::diskSize()});
+    lines.push_back({"macOS Version: ", computer::macOsVersion()});
+    return lines;
+}
+
+StyledText NSHelpTab::computerSpecificationsInHTML(InHTML html) {
+    StyledText text;
+    for (const Line& line : computerSpecifications()) {
+        append(text, boldString(line.label, html));
+        append(text, normalString(line.value + "\n", html));
+    }
+    return text;
+}
+
+const std::string& NSHelpTab::hardwareReport() {
+    if (!hardwareReport_) hardwareReport_ = NSComputerInformation::hardwareReport();
+    return *hardwareReport_;
+}
+
+const std::optional<std::string>& NSHelpTab::determinateMacCompleteModel() {
+    if (model_) return *model_;
+    model_ = writtenModel();
+    if (!*model_) {
+        const auto& report = hardwareReport();
+        model_ = modelOfSerialNumber(NSComputerInformation::valueInReport("Serial Number (system)", report));
+    }
+    return *model_;
+}
+
+StyledText NSHelpTab::boldString(const std::string& text, InHTML html) {
+    if (html == InHTML::no) return inFont(text, "Helvetica-Bold", true);
+    return {breaksAsHtml(filled("<b>%@</b>", {text})), {}};
+}
+
+StyledText NSHelpTab::normalString(const std::string& text, InHTML html) {
+    if (html == InHTML::no) return inFont(text, "Helvetica", false);
+    return {breaksAsHtml(text), {}};
+}
+
+std::optional<std::string> NSHelpTab::textForCommand(FieldCommand command) {
+    switch (command) {
+        case FieldCommand::insertNewline:
+            return "\n";
+        case FieldCommand::insertTab:
+            return "\t";
+        case FieldCommand::other:
+            break;
+    }
+    return std::nullopt;
+}
+
+}  // namespace morvane

@@ -1,0 +1,166 @@
+#include "app/preferences_view.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "app/settings.h"
+#include "foundation/alerts.h"
+#include "foundation/localization.h"
+#include "foundation/settings_keys.h"
+#include "library/icon_cache.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/pictures.h"
+#include "wrapper/layout.h"
+
+namespace morvane {
+namespace {
+
+constexpr std::pair<const char*, int> defaults[] = {
+    {settings::automaticUpdates, 1},           {settings::developerMode, 0},
+    {settings::automaticallySendCrashLogs, 1}, {settings::descriptionFontSize, 12},
+    {settings::webViewIncreaseTextSize, 0},    {settings::useOldLibrary, 0},
+    {settings::hideDockInGridView, 0},
+};
+
+std::string themePath(std::string_view name) {
+    return layout::applicationSupportFolder() + "/" + std::string(name);
+}
+
+std::optional<ImageData> themeImageNamed(std::string_view name) {
+    return icon_cache::imageFromFile(themePath(name));
+}
+
+bool writeThemeFile(std::string_view name, std::string_view bytes) {
+    if (files::createFolder(layout::applicationSupportFolder(), true)) return false;
+    return !files::write(themePath(name), bytes, files::Atomically::yes);
+}
+
+std::string restartText() {
+    return localized("Restart %@ so the changes will take effect", {"Morvane"});
+}
+
+NSPreferencesView::Stepper stepper(std::int64_t value) {
+    return {.value = value, .field = filled("%d", {std::to_string(value)})};
+}
+
+}  // namespace
+
+NSPreferencesView::NSPreferencesView(Callbacks callbacks) : callbacks_(std::move(callbacks)) {
+    for (const auto& [key, value] : defaults) {
+        if (!host().defaults.get(key)) host().defaults.set(key, Value(value));
+    }
+    const auto isOn = [](const char* key) { return host().defaults.getBool(key, false); };
+    shown_.checksForUpdates = isOn(settings::automaticUpdates);
+    shown_.developerMode = isOn(settings::developerMode);
+    shown_.sendsCrashReports = isOn(settings::automaticallySendCrashLogs);
+    shown_.hidesDock = isOn(settings::hideDockInGridView);
+    shown_.descriptionFontSize = stepper(settings::integer(settings::descriptionFontSize));
+    shown_.webViewZoom = stepper(settings::integer(settings::webViewIncreaseTextSize));
+    for (const ThemeFile& file : themeFiles) {
+        shown_.themeImages[static_cast<std::size_t>(file.image)] = themeImageNamed(file.name);
+    }
+    tellChanged();
+}
+
+void NSPreferencesView::tellChanged() const {
+    if (callbacks_.changed) callbacks_.changed();
+}
+
+void NSPreferencesView::store(const char* key, std::int64_t value) {
+    host().defaults.set(key, Value(value));
+    tellChanged();
+}
+
+void NSPreferencesView::selectedDeveloperMode(bool on) {
+    shown_.developerMode = on;
+    store(settings::developerMode, on ? 1 : 0);
+    MVAlert::showAlertMessage(restartText(), "Warning");
+}
+
+void NSPreferencesView::selectedAutomaticCrashLog(bool on) {
+    shown_.sendsCrashReports = on;
+    store(settings::automaticallySendCrashLogs, on ? 1 : 0);
+}
+
+void NSPreferencesView::changeFontSizeValue(std::int64_t value) {
+    shown_.descriptionFontSize = stepper(value);
+    store(settings::descriptionFontSize, value);
+}
+
+void NSPreferencesView::changeWebViewZoom(std::int64_t value) {
+    shown_.webViewZoom = stepper(value);
+    store(settings::webViewIncreaseTextSize, value);
+    if (callbacks_.webViewZoomChanged) callbacks_.webViewZoomChanged();
+}
+
+void NSPreferencesView::atomaticallyCheckForUpdates(bool on) {
+    shown_.checksForUpdates = on;
+    store(settings::automaticUpdates, on ? 1 : 0);
+    if (callbacks_.automaticallyChecksForUpdates) callbacks_.automaticallyChecksForUpdates(on);
+}
+
+void NSPreferencesView::hideDockInGridViewAction(bool on) {
+    shown_.hidesDock = on;
+    store(settings::hideDockInGridView, on ? 1 : 0);
+    if (callbacks_.updateDockInGridView) callbacks_.updateDockInGridView();
+}
+
+// ---- Themes
+
+bool NSPreferencesView::putThemeImage(ThemeImage well, const ImageData& picture) {
+    auto image = icon_cache::imageFromBytes(picture.bytes);
+    if (!image) return false;
+    shown_.themeImages[static_cast<std::size_t>(well)] = std::move(image);
+    tellChanged();
+    return true;
+}
+
+bool NSPreferencesView::applyNewTheme() {
+    bool saved = true;
+    for (const ThemeFile& file : themeFiles) {
+        const auto& image = shown_.themeImages[static_cast<std::size_t>(file.image)];
+        // A picture that comes from the file itself would only lose by another encoding.
+        if (image && image != themeImageNamed(file.name))
+            saved &= saveThemeImage(*image, file.name, file.format);
+    }
+    MVAlert::showAlertMessage(localized("%@ %@", {localized("New theme applied!"), restartText()}),
+                              "Success");
+    return saved;
+}
+
+bool NSPreferencesView::resetTheme() {
+    bool reset = true;
+    for (const ThemeFile& file : themeFiles) {
+        auto image = copyOriginalThemeImageNamed(file.name);
+        reset &=
+            image && *image == icon_cache::imageFromFile(files::join(host().folders.resources, file.name));
+        shown_.themeImages[static_cast<std::size_t>(file.image)] = std::move(image);
+    }
+    tellChanged();
+    return reset;
+}
+
+bool NSPreferencesView::saveThemeImage(const ImageData& image, std::string_view name, ImageFormat type) {
+    const auto picture = pictures::decode(image.bytes);
+    if (!picture) return false;
+    return writeThemeFile(
+        name, type == ImageFormat::jpeg ? pictures::encodeJpeg(*picture) : pictures::encodePng(*picture));
+}
+
+std::optional<ImageData> NSPreferencesView::copyOriginalThemeImageNamed(const std::string& name) {
+    // In one step: a copy that fails leaves the user's picture.
+    const auto original = files::read(files::join(host().folders.resources, name));
+    if (const auto* bytes = std::get_if<std::string>(&original))
+        static_cast<void>(writeThemeFile(name, *bytes));
+    return themeImageNamed(name);
+}
+
+void reloadWebViewTextZoom(WebTextSize& view) {
+    constexpr std::int64_t most = 20;
+    view.makeTextStandardSize();
+    const std::int64_t steps = std::min(settings::integer(settings::webViewIncreaseTextSize), most);
+    for (std::int64_t step = 0; step < steps; ++step) view.makeTextLarger();
+}
+
+}  // namespace morvane

@@ -1,0 +1,107 @@
+// app/preferences_view.h: the preferences window: what it shows, and what each control does. Main thread.
+//
+// Every control stores its value at once; the store is on disk when the action returns.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/value.h"
+
+namespace morvane {
+
+/// The pictures of a theme, each in its well.
+enum class ThemeImage : std::size_t { window, actionButton, bottomButton };
+enum class ImageFormat { jpeg, png };
+
+struct ThemeFile {
+    ThemeImage image;
+    const char* name;
+    ImageFormat format;
+};
+inline constexpr std::array<ThemeFile, 3> themeFiles{
+    {{ThemeImage::window, "window.jpg", ImageFormat::jpeg},
+     {ThemeImage::actionButton, "b_azul.png", ImageFormat::png},
+     {ThemeImage::bottomButton, "b_azul_r.png", ImageFormat::png}}};
+
+class NSPreferencesView {
+  public:
+    /// A stepper and the number field that shows it.
+    struct Stepper {
+        std::int64_t value = 0;
+        std::string field;
+    };
+    struct Shown {
+        bool checksForUpdates = false, developerMode = false, sendsCrashReports = false, hidesDock = false;
+        Stepper descriptionFontSize, webViewZoom;
+        /// The image wells, by `ThemeImage`.
+        std::array<std::optional<ImageData>, themeFiles.size()> themeImages;
+    };
+    struct Callbacks {
+        /// The window shows something else now.
+        std::function<void()> changed;
+        /// The self-updater's automatic checks are on or off from now on.
+        std::function<void(bool on)> automaticallyChecksForUpdates;
+        /// "UpdateDockInGridView": the grid shows or hides its shelf.
+        std::function<void()> updateDockInGridView;
+        /// The web views show their text anew (`reloadWebViewTextZoom`).
+        std::function<void()> webViewZoomChanged;
+    };
+
+    /// `awakeFromNib`. Writes missing defaults and fills the window.
+    explicit NSPreferencesView(Callbacks callbacks);
+
+    [[nodiscard]] const Shown& shown() const { return shown_; }
+
+    /// `selectedDeveloperMode:`.
+    void selectedDeveloperMode(bool on);
+    /// `selectedAutomaticCrashLog:`.
+    void selectedAutomaticCrashLog(bool on);
+    /// `changeFontSizeValue:`.
+    void changeFontSizeValue(std::int64_t value);
+    /// `changeWebViewZoom:`.
+    void changeWebViewZoom(std::int64_t value);
+    /// `atomaticallyCheckForUpdates:`.
+    void atomaticallyCheckForUpdates(bool on);
+    /// `hideDockInGridViewAction:`.
+    void hideDockInGridViewAction(bool on);
+
+    /// A picture dropped into a well. False, and the well is unchanged, for what is no picture.
+    bool putThemeImage(ThemeImage well, const ImageData& picture);
+    /// `applyNewTheme:`. Saves the wells that hold a picture, and tells that the next start shows them. False
+    /// when a file could not be written, which is not reported otherwise.
+    bool applyNewTheme();
+    /// `resetTheme:`. False when a file could not be written; it is then as it was.
+    bool resetTheme();
+
+    /// `saveThemeImage:withName:usingType:`.
+    static bool saveThemeImage(const ImageData& image, std::string_view name, ImageFormat type);
+    /// `copyOriginalThemeImageNamed:`. Puts the default in place of the user's; the picture that is there
+    /// then.
+    [[nodiscard]] static std::optional<ImageData> copyOriginalThemeImageNamed(const std::string& name);
+
+  private:
+    void store(const char* key, std::int64_t value);
+    void tellChanged() const;
+
+    Callbacks callbacks_;
+    Shown shown_;
+};
+
+/// A web view, as far as the size of its text goes.
+class WebTextSize {
+  public:
+    virtual ~WebTextSize() = default;
+    virtual void makeTextStandardSize() = 0;
+    virtual void makeTextLarger() = 0;
+};
+/// `reloadWebViewTextZoom`. As many steps larger than standard as the setting says.
+void reloadWebViewTextZoom(WebTextSize& view);
+
+}  // namespace morvane

@@ -1,0 +1,560 @@
+#include "app/properties_window.h"
+
+#include <vector>
+
+#include "building/entry_removal.h"
+#include "building/wrapper_creation.h"
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/safe_paths.h"
+#include "foundation/text.h"
+#include "foundation/text_files.h"
+#include "library/icon_cache.h"
+#include "platform/files.h"
+#include "platform/pictures.h"
+#include "ports/exe_selection.h"
+#include "ports/port_data.h"
+#include "ports/typed_stream.h"
+#include "wrapper/layout.h"
+#include "wrapper/registry.h"
+#include "wrapper/windows_paths.h"
+
+namespace morvane {
+namespace {
+
+constexpr const char* nameKey = "CFBundleName";
+constexpr const char* versionKey = "CFBundleShortVersionString";
+constexpr const char* programKey = "Program Name and Path";
+constexpr const char* flagsKey = "Program Flags";
+constexpr const char* startKey = "use start.exe";
+constexpr const char* functionKeysKey = "IsFnToggleEnabled";
+constexpr const char* randrKey = "Use RandR";
+constexpr const char* fullscreenKey = "Fullscreen";
+constexpr const char* resolutionKey = "Resolution";
+constexpr const char* originalResolutionKey = "OriginalResolution";
+
+/// A registry option of two texts.
+struct RegistryOption {
+    const char* file;
+    const char* header;
+    const char* value;
+    const char* on;
+    const char* off;
+};
+constexpr RegistryOption systemTray{"user", R"([Software\\Wine\\X11 Driver])", "ShowSystray", "Y", "N"};
+constexpr RegistryOption retinaMode{"user", R"([Software\\Wine\\Mac Driver])", "RetinaMode", "Y", "N"};
+constexpr RegistryOption shellFont{"system",
+                                   R"([Software\\Microsoft\\Windows NT\\CurrentVersion\\FontSubstitutes])",
+                                   "MS Shell Dlg", "Helvetica Neue Medium", "Tahoma"};
+constexpr const char* secondShellFont = "MS Shell Dlg 2";
+
+/// Both hold the dots per inch, which go with the font.
+struct RegistryPlace {
+    const char* file;
+    const char* header;
+};
+constexpr RegistryPlace dotsPerInch[] = {
+    {"system", R"([System\\CurrentControlSet\\Hardware Profiles\\Current\\Software\\Fonts])"},
+    {"user", R"([Software\\Wine\\Fonts])"}};
+
+std::string registryText(const RegistryOption& option, const std::string& wrapper) {
+    return NSUtilities::getStringValueForKey(option.value,
+                                             NSUtilities::getRegistry(option.header, option.file, wrapper));
+}
+
+bool isOn(const RegistryOption& option, const std::string& wrapper) {
+    return registryText(option, wrapper) == option.on;
+}
+
+/// Whether the file holds the new value afterwards; why not has been reported.
+bool isSaved(const RegistryOption& option, bool on, const std::string& wrapper) {
+    return registryText(option, wrapper) == (on ? option.on : option.off);
+}
+
+bool saveOption(const RegistryOption& option, bool on, const std::string& wrapper) {
+    NSUtilities::replaceRegistryStrings(option.header, {{option.value, on ? option.on : option.off}},
+                                        option.file, wrapper);
+    return isSaved(option, on, wrapper);
+}
+
+std::string colourDepthOf(std::string resolution) {
+    constexpr std::string_view end = "sleep0";
+    if (resolution.ends_with(end)) resolution.resize(resolution.size() - end.size());
+    if (resolution.ends_with("15")) return "15";
+    return resolution.ends_with("8") ? "8" : "24";
+}
+
+/// The item itself for the link beside a wrapper that leads into it.
+std::string withoutLink(std::string path) {
+    while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+    if (files::kindOf(path) != files::Kind::link) return path;
+    return files::resolved(path).value_or(path);
+}
+
+bool isWrapper(const std::string& path) {
+    return MVFileManager::regularFileExistsAtPath(
+        MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path));
+}
+
+// A Boxer bundle shows its game's own icon; the user's is that of the folder, which file managers read off
+// here.
+constexpr const char* folderIcon = "/.icon.png";
+constexpr const char* folderSettings = "/.directory";
+
+bool saveFolderIcon(const ImageData& image, const std::string& folder) {
+    const auto picture = pictures::decode(image.bytes);
+    if (!picture) return true;  // dragged away: the folder keeps its icon
+    auto error = files::write(folder + folderIcon, pictures::encodePng(*picture), files::Atomically::yes);
+    if (!error && files::kindOf(folder + folderSettings) == files::Kind::none) {
+        error = files::write(folder + folderSettings, "[Desktop Entry]\nIcon=./.icon.png\n",
+                             files::Atomically::yes);
+    }
+    if (error) MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {*error}));
+    return !error;
+}
+
+StyledText descriptionIn(const Dictionary& description) {
+    const Value* stored = description.find("Description");
+    const auto* styled = stored != nullptr ? stored->as<StyledText>() : nullptr;
+    return styled != nullptr ? *styled : StyledText{};
+}
+
+/// Nothing when the file is missing or no such archive.
+std::optional<Dictionary> descriptionFile(const std::string& path) {
+    const auto loaded = NSUtilities::loadArchivedObjectFromFile(path, "CKII");
+    const auto* root = std::get_if<Value>(&loaded);
+    const auto* dictionary = root != nullptr ? root->as<Dictionary>() : nullptr;
+    return dictionary != nullptr ? std::optional(*dictionary) : std::nullopt;
+}
+
+/// The link beside the wrapper follows its application to the new name. One that the user has removed is not
+/// made again, and another item of the new name is not touched.
+void moveLinkBesideWrapper(const std::string& old, const std::string& now, const std::string& wrapper) {
+    const std::string folder = files::parent(wrapper);
+    const std::string link = files::join(folder, files::lastComponent(old));
+    const auto destination = files::destinationOfLink(link);
+    const auto* text = std::get_if<std::string>(&destination);
+    if (text == nullptr || *text != files::lastComponent(wrapper) + "/" + files::lastComponent(old)) return;
+    if (files::kindOf(files::join(folder, files::lastComponent(now))) == files::Kind::none)
+        WrapperCreation::createAliasToCustomEXE(now, wrapper);
+    removeFileOrLink(link);
+}
+
+}  // namespace
+
+// ---- Filling
+
+std::optional<Failure> NSPropertiesWindow::setDataFromWrapperAtPath(const std::string& path) {
+    const std::string item = withoutLink(path);
+    Kind kind = Kind::caskeryWrapper;
+    std::string mainWrapper = item;
+    if (item.ends_with(".boxer") && MVFileManager::directoryExistsAtPath(item)) {
+        kind = Kind::boxerGame;
+    } else if (MVFileManager::regularFileExistsAtPath(item + layout::customExeMark) &&
+               isWrapper(files::parent(item))) {
+        kind = Kind::customEXE;
+        mainWrapper = files::parent(item);
+    } else if (!isWrapper(item)) {
+        return Failure{localized("%@ is no wrapper, no application of one and no Boxer bundle.", {path})};
+    }
+    kind_ = kind;
+    wrapperPath_ = item;
+    mainWrapperPath_ = mainWrapper;
+    plistFilePath_ = kind == Kind::customEXE   ? layout::customExePlist
+                     : kind == Kind::boxerGame ? "/Game Info.plist"
+                                               : layout::infoPlist;
+
+    const bool runsPrograms = kind != Kind::boxerGame;
+    shown_ = {};
+    if (kind == Kind::caskeryWrapper) shown_.name.text = settingsFileText(nameKey);
+    if (shown_.name.text.empty()) shown_.name.text = fileName();
+    const auto version = NSUtilities::getPlistItem(versionKey, plistFilePath_, wrapperPath_);
+    const auto* versionText = version ? version->as<std::string>() : nullptr;
+    shown_.version = {versionText != nullptr ? *versionText : "1.0", runsPrograms};
+    if (const auto icon = iconPath()) shown_.icon = icon_cache::imageFromFile(*icon);
+    shown_.run = getGameRunPath();
+    fillRegistryOptions();
+    shown_.windowType = windowTypeOf(itemStore());
+    const auto functionKeys = NSUtilities::getPlistItem(functionKeysKey, plistFilePath_, wrapperPath_);
+    shown_.functionKeys = {runsPrograms && functionKeys && isFlagSet(&*functionKeys), runsPrograms};
+    if (const auto description = descriptionFile(wrapperPath_ + layout::descriptionCkii))
+        shown_.description = descriptionIn(*description);
+    filled_ = shown_;
+    tellChanged();
+    return std::nullopt;
+}
+
+NSPortManager NSPropertiesWindow::itemStore() const {
+    return kind_ == Kind::customEXE ? NSPortManager::managerWithCustomExePath(wrapperPath_)
+                                    : NSPortManager::managerWithPath(wrapperPath_);
+}
+
+std::string NSPropertiesWindow::fileName() const {
+    return files::withoutExtension(files::lastComponent(wrapperPath_));
+}
+
+std::string NSPropertiesWindow::settingsFileText(std::string_view key) const {
+    const auto value = NSUtilities::getPlistItem(std::string(key), plistFilePath_, wrapperPath_);
+    const auto* text = value ? value->as<std::string>() : nullptr;
+    return text != nullptr ? *text : "";
+}
+
+std::optional<std::string> NSPropertiesWindow::iconPath() const {
+    const std::string ofFolder = wrapperPath_ + folderIcon;
+    if (kind_ == Kind::boxerGame && MVFileManager::regularFileExistsAtPath(ofFolder)) return ofFolder;
+    const auto setting = NSUtilities::getPlistItem("CFBundleIconFile", plistFilePath_, wrapperPath_);
+    const auto name = setting ? NSUtilities::iconFileName(&*setting) : std::nullopt;
+    if (!name) return std::nullopt;
+    const auto path = pathInside(wrapperPath_ + layout::resources, *name, Levels::one, "the icon's name");
+    const auto* text = std::get_if<std::string>(&path);
+    return text != nullptr ? std::optional(*text) : std::nullopt;
+}
+
+NSPropertiesWindow::Field NSPropertiesWindow::getGameRunPath() const {
+    const std::string program = settingsFileText(programKey);
+    if (kind_ == Kind::boxerGame || program.empty()) return {.text = "", .enabled = false};
+    if (program.ends_with(".bat")) {
+        const auto batch = NSUtilities::getMacPathForWindowsPath("C:" + program, mainWrapperPath_);
+        const auto text = batch ? MVString::stringWithContentsOfFile(*batch, Encoding::ascii) : std::nullopt;
+        return {.text = MVString::replacedAll(text.value_or(""), "\n", " & "), .enabled = true};
+    }
+    std::string text = "\"C:" + MVString::replacedAll(program, "/", "\\") + "\"";
+    if (const std::string flags = settingsFileText(flagsKey); !flags.empty()) text += " " + flags;
+    return {.text = text, .enabled = true};
+}
+
+void NSPropertiesWindow::fillRegistryOptions() {
+    if (kind_ == Kind::boxerGame) {
+        constexpr CheckBox none{.on = false, .enabled = false};
+        shown_.wineSystemTray = shown_.helveticaNeueFont = shown_.highQualityMode = none;
+        return;
+    }
+    const std::string& wrapper = mainWrapperPath_;
+    shown_.wineSystemTray.on = registryText(systemTray, wrapper) != systemTray.off;
+    shown_.helveticaNeueFont.on = isOn(shellFont, wrapper);
+    const std::string drivers = NSUtilities::getRegistry(R"([Software\\Wine\\Drivers])", "user", wrapper);
+    const bool usesMacDriver = NSUtilities::getStringValueForKey("Graphics", drivers) == "mac";
+    shown_.windowTypeEnabled = !usesMacDriver;
+    const auto engine = WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper);
+    shown_.highQualityMode = {isOn(retinaMode, wrapper),
+                              usesMacDriver && isHighQualityModeCompatibleWithEngine(engine)};
+}
+
+NSPropertiesWindow::WindowType NSPropertiesWindow::windowTypeOf(const NSPortManager& port) const {
+    if (kind_ == Kind::boxerGame || port.plistObjectForKey(originalResolutionKey) == nullptr)
+        return WindowType::ofPort;
+    return isFlagSet(port.plistObjectForKey(fullscreenKey)) ? WindowType::fakeFullScreen
+                                                            : WindowType::fakeWindowed;
+}
+
+bool NSPropertiesWindow::isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine) {
+    constexpr std::size_t versionAt = 7;  // behind "CK9Wine"
+    if (!engine || engine->size() <= versionAt) return true;
+    const auto parts = MVString::split(std::string_view(*engine).substr(versionAt), ".");
+    if (parts.size() < 2) return true;
+    if (parts[0].starts_with("CX")) return false;
+    if (parts[0] != "1") return true;
+    const auto second = MVString::initialIntValue(parts[1]);
+    if (second != 9) return second > 9;
+    const std::string third = parts.size() > 2 ? parts[2] : "";
+    return third.size() >= 2 && MVString::initialIntValue(third.substr(0, 2)) > 9;
+}
+
+// ---- What the user does
+
+void NSPropertiesWindow::tellChanged() const {
+    if (callbacks_.changed) callbacks_.changed();
+}
+
+bool NSPropertiesWindow::change(Field& field, const std::string& text) {
+    if (!field.enabled) return false;
+    field.text = text;
+    tellChanged();
+    return true;
+}
+
+bool NSPropertiesWindow::change(CheckBox& box, bool on) {
+    if (!box.enabled) return false;
+    box.on = on;
+    tellChanged();
+    return true;
+}
+
+bool NSPropertiesWindow::typeName(const std::string& text) {
+    return change(shown_.name, text);
+}
+bool NSPropertiesWindow::typeVersion(const std::string& text) {
+    return change(shown_.version, text);
+}
+bool NSPropertiesWindow::typeRunCommand(const std::string& text) {
+    return change(shown_.run, text);
+}
+bool NSPropertiesWindow::switchWineSystemTray(bool on) {
+    return change(shown_.wineSystemTray, on);
+}
+bool NSPropertiesWindow::switchHelveticaNeueFont(bool on) {
+    return change(shown_.helveticaNeueFont, on);
+}
+bool NSPropertiesWindow::switchHighQualityMode(bool on) {
+    return change(shown_.highQualityMode, on);
+}
+bool NSPropertiesWindow::switchFunctionKeys(bool on) {
+    return change(shown_.functionKeys, on);
+}
+
+bool NSPropertiesWindow::editDescription(StyledText text) {
+    shown_.description = std::move(text);
+    tellChanged();
+    return true;
+}
+
+bool NSPropertiesWindow::chooseWindowType(WindowType type) {
+    if (!shown_.windowTypeEnabled) return false;
+    shown_.windowType = type;
+    tellChanged();
+    return true;
+}
+
+bool NSPropertiesWindow::changeIcon(std::optional<ImageData> picture) {
+    const bool isPicture = picture.has_value();
+    if (picture) picture = icon_cache::imageFromBytes(std::move(picture->bytes));
+    if (isPicture && !picture) return false;
+    shown_.icon = std::move(picture);
+    tellChanged();
+    return true;
+}
+
+void NSPropertiesWindow::searchNewRunPath() {
+    if (!shown_.run.enabled) return;
+    OpenPanel panel;
+    panel.title = localized("Select the new main EXE");
+    panel.startFolder = NSUtilities::getMacPathForWindowsPath("C:/", mainWrapperPath_).value_or("");
+    panel.types = {"exe", "EXE", "bat", "BAT",     "msi",       "MSI", "lnk",
+                   "LNK", "inf", "INF", "desktop", "appref-ms", "url"};
+    panel.packagesAsFolders = true;
+    const auto chosen = MVAlert::chooseFiles(panel);
+    if (!chosen.empty()) typeRunCommand(NSExeSelection::selectAsMainExe(chosen.front(), mainWrapperPath_));
+}
+
+// ---- Saving
+
+bool NSPropertiesWindow::saveDataToWrapper() {
+    const auto location = newLocation();
+    if (const Failure* failure = failureOf(location)) {
+        MVAlert::showAlertErrorMessage(failure->message);
+        return false;
+    }
+    const bool runsPrograms = kind_ != Kind::boxerGame;
+    bool saved = true;
+    if (shown_.icon != filled_.icon) saved &= saveIconWithImage();
+    if (runsPrograms && shown_.run.text != filled_.run.text) saved &= saveRunPath(shown_.run.text);
+    if (runsPrograms) {
+        // One after the other: a store takes in the file when it is made, and the item's own may be the main
+        // wrapper's.
+        NSPortManager item = itemStore();
+        saveWindowTypeAtPort(item);
+        saved &= item.synchronizePlist();
+        const NSPortManager main = NSPortManager::managerWithPath(mainWrapperPath_);
+        saved &= saveWineSystemTrayAtPort(main);
+        saved &= saveHelveticaNeueFontAtPort(main);
+        saved &= saveHighQualityModeAtPort(main);
+        saved &= main.synchronizePlist();
+        saved &= saveTexts();
+    }
+    if (shown_.description != filled_.description) saved &= saveDescription();
+    return moveTo(std::get<std::string>(location)) && saved;
+}
+
+Result<std::string> NSPropertiesWindow::newLocation() const {
+    const std::string& name = shown_.name.text;
+    if (name == filled_.name.text) return wrapperPath_;
+    const std::string folder = files::parent(wrapperPath_);
+    const std::string what = localized("the name");
+    if (kind_ == Kind::caskeryWrapper) {
+        // The folder keeps its name, but the setting is a line of text, and may name a batch file. Without a
+        // name the folder's own is shown.
+        if (name.empty()) return wrapperPath_;
+        const auto checked = pathInside(wrapperPath_, name, Levels::one, what);
+        return failureOf(checked) != nullptr ? checked : wrapperPath_;
+    }
+    if (name.empty()) return pathInside(folder, name, Levels::one, what);
+    return pathInside(folder, name + (kind_ == Kind::boxerGame ? ".boxer" : ".app"), Levels::one, what);
+}
+
+bool NSPropertiesWindow::saveIconWithImage() const {
+    const ImageData image = shown_.icon.value_or(ImageData{});
+    if (kind_ == Kind::boxerGame) return saveFolderIcon(image, wrapperPath_);
+    itemStore().setIconWithImage(image);
+    return true;
+}
+
+bool NSPropertiesWindow::saveRunPath(const std::string& text) const {
+    if (MVString::trimmed(text).empty()) return true;
+    NSPortManager port = itemStore();
+    const std::string program = NSUtilities::getFileNameOfWindowsPath(text);
+    const std::size_t colon = program.find(':');
+    if (colon == 1 && program.front() == 'C') {
+        const bool isExe = MVString::lowercased(program).ends_with(".exe");
+        port.setPlistObject(Value(program.substr(colon + 1)), programKey);
+        port.setPlistObject(Value(isExe ? 0 : 1), startKey);
+        port.setPlistObject(Value(NSUtilities::getFlagsOfWindowsPath(text)), flagsKey);
+    } else {
+        const auto batch = writeBatchFile(text);
+        if (!batch) return false;
+        port.setPlistObject(Value(1), startKey);
+        port.setPlistObject(Value(*batch), programKey);
+    }
+    return port.synchronizePlist();
+}
+
+std::optional<std::string> NSPropertiesWindow::writeBatchFile(const std::string& text) const {
+    const std::string batch = filled("exec%@.bat", {shown_.name.text});
+    const auto driveC = NSUtilities::getMacPathForWindowsPath("C:/", mainWrapperPath_);
+    if (!driveC) return std::nullopt;
+    const auto path = pathInside(*driveC, batch, Levels::one, localized("the name"));
+    if (const Failure* failure = failureOf(path)) {
+        MVAlert::showAlertErrorMessage(failure->message);
+        return std::nullopt;
+    }
+    if (!MVString::writeToFile(text, std::get<std::string>(path), files::Atomically::yes, Encoding::ascii))
+        return std::nullopt;
+    return "/" + batch;
+}
+
+bool NSPropertiesWindow::saveTexts() const {
+    NSPortManager port = itemStore();
+    port.setPlistObject(Value(shown_.name.text), nameKey);
+    port.setPlistObject(Value(shown_.version.text), versionKey);
+    port.setPlistObject(Value(shown_.functionKeys.on ? 1 : 0), functionKeysKey);
+    return port.synchronizePlist();
+}
+
+bool NSPropertiesWindow::saveDescription() const {
+    const std::string path = wrapperPath_ + layout::descriptionCkii;
+    auto description = descriptionFile(path);
+    // What can't be read here may be readable elsewhere.
+    if (!description && files::kindOf(path) != files::Kind::none &&
+        files::kindOf(path + ".damaged") == files::Kind::none) {
+        MVFileManager::moveItemAtPath(path, path + ".damaged");
+    }
+    if (!description) description.emplace();
+    // The pages that show it are dark, also those of other programs that read the file.
+    StyledText text = shown_.description;
+    for (StyledRun& run : text.runs) run.white = true;
+    description->set("Description", std::move(text));
+    const auto archive = typed_stream::archive(Value(*description));
+    files::Error error;
+    if (const Failure* failure = failureOf(archive)) {
+        error = failure->message;
+    } else {
+        error = files::write(path, std::get<std::string>(archive), files::Atomically::yes);
+    }
+    if (error) MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {*error}));
+    return !error;
+}
+
+bool NSPropertiesWindow::moveTo(const std::string& location) {
+    const std::string old = wrapperPath_;
+    bool moved = true;
+    if (location == old) {
+        if (callbacks_.refresh)
+            callbacks_.refresh(old, kind_ == Kind::customEXE ? CustomEXE::yes : CustomEXE::no);
+    } else if (files::kindOf(location) != files::Kind::none) {
+        MVAlert::showAlertErrorMessage(localized(
+            "There is already an app with that name in the same folder! The app couldn't be renamed!"));
+        moved = false;
+    } else {
+        // Before the library hears of it: a folder that can't be moved is not to fall out of the library.
+        moved = MVFileManager::moveItemAtPath(old, location);
+    }
+    const std::string now = moved ? location : old;
+    if (now != old) {
+        if (kind_ == Kind::customEXE) moveLinkBesideWrapper(old, now, mainWrapperPath_);
+        if (callbacks_.removeFromLibrary) callbacks_.removeFromLibrary(old);
+        if (callbacks_.addToLibrary) callbacks_.addToLibrary(now);
+    }
+    static_cast<void>(setDataFromWrapperAtPath(now));
+    if (callbacks_.reloadItem) callbacks_.reloadItem(now);
+    return moved;
+}
+
+// ---- Registry options
+
+bool NSPropertiesWindow::saveWineSystemTrayAtPort(const NSPortManager& port) const {
+    const bool on = shown_.wineSystemTray.on;
+    return on == filled_.wineSystemTray.on || saveOption(systemTray, on, port.path);
+}
+
+bool NSPropertiesWindow::saveHighQualityModeAtPort(const NSPortManager& port) const {
+    const bool on = shown_.highQualityMode.on;
+    return on == filled_.highQualityMode.on || saveOption(retinaMode, on, port.path);
+}
+
+bool NSPropertiesWindow::saveHelveticaNeueFontAtPort(const NSPortManager& port) const {
+    const bool on = shown_.helveticaNeueFont.on;
+    if (on == filled_.helveticaNeueFont.on) return true;
+    const std::string font = on ? shellFont.on : shellFont.off;
+    // Unlike everywhere else, no line feed follows the lines that are there.
+    const auto setFonts = [&](const std::string& lines) {
+        return NSUtilities::setOnRegistryStringValue(
+            NSUtilities::setOnRegistryStringValue(lines, font, shellFont.value), font, secondShellFont);
+    };
+    NSUtilities::replaceRegistryLines(shellFont.header, setFonts, shellFont.file, port.path);
+    const auto setDots = [&](const std::string& lines) {
+        return NSUtilities::setOnRegistry(lines.empty() ? lines : lines + "\n",
+                                          on ? "dword:00000069" : "dword:00000060", "LogPixels");
+    };
+    for (const RegistryPlace& place : dotsPerInch)
+        NSUtilities::replaceRegistryLines(place.header, setDots, place.file, port.path);
+    return isSaved(shellFont, on, port.path);
+}
+
+// ---- Screen mode
+
+void NSPropertiesWindow::saveWindowTypeAtPort(NSPortManager& port) const {
+    const WindowType now = shown_.windowType, before = filled_.windowType;
+    if (now == before) return;
+    if (now == WindowType::ofPort) {
+        saveOriginalResolutionAtPort(port);
+    } else if (before == WindowType::ofPort) {
+        saveFakeResolutionAtPort(port, now == WindowType::fakeFullScreen);
+    } else {
+        switchFakeResolutionAtPort(port);
+    }
+}
+
+void NSPropertiesWindow::switchFakeResolutionAtPort(NSPortManager& port) {
+    port.setPlistObject(Value(!isFlagSet(port.plistObjectForKey(fullscreenKey))), fullscreenKey);
+}
+
+void NSPropertiesWindow::saveFakeResolutionAtPort(NSPortManager& port, bool fullscreen) {
+    const std::string resolution = port.plistTextForKey(resolutionKey).value_or("");
+    const auto digit = [&](const char* key) { return isFlagSet(port.plistObjectForKey(key)) ? "1" : "0"; };
+    const std::string original = filled("%d%d%@", {digit(randrKey), digit(fullscreenKey), resolution});
+    port.setPlistObject(Value(original), originalResolutionKey);
+    port.setPlistObject(Value(0), randrKey);
+    port.setPlistObject(Value(fullscreen ? 1 : 0), fullscreenKey);
+    port.setPlistObject(Value(filled("Current Resolutionx%dsleep0", {colourDepthOf(resolution)})),
+                        resolutionKey);
+}
+
+void NSPropertiesWindow::saveOriginalResolutionAtPort(NSPortManager& port) {
+    const std::string original = port.plistTextForKey(originalResolutionKey).value_or("");
+    port.setPlistObject(std::nullopt, originalResolutionKey);
+    // A setting that somebody else has spoilt has nothing to restore.
+    if (original.size() < 2) return;
+    const std::string resolution = original.substr(2);
+    const bool automatic = original[0] == '1';
+    port.setPlistObject(Value(automatic ? 1 : 0), randrKey);
+    if (automatic) {
+        port.setPlistObject(Value(0), fullscreenKey);
+        port.setPlistObject(Value(filled("novdx%dsleep0", {colourDepthOf(resolution)})), resolutionKey);
+    } else {
+        port.setPlistObject(Value(original[1] == '1'), fullscreenKey);
+        port.setPlistObject(resolution.empty() ? std::nullopt : std::optional<Value>(resolution),
+                            resolutionKey);
+    }
+}
+
+}  // namespace morvane

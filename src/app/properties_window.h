@@ -1,0 +1,132 @@
+// app/properties_window.h: the properties of an installed item: what the window shows of it, and where each
+// setting goes when it is saved.
+//
+// One thread at a time; saving asks nothing, reports failures in dialogs and blocks for the time that a new
+// icon takes. The item should not run meanwhile: its engine writes the registry files when it stops.
+//
+// Every file is replaced whole, so that a save that is killed leaves each of them old or new.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "library/apps_array.h"
+#include "platform/result.h"
+#include "platform/value.h"
+#include "wrapper/port_manager.h"
+
+namespace morvane {
+
+class NSPropertiesWindow {
+  public:
+    enum class Kind { caskeryWrapper, customEXE, boxerGame };
+    /// The values are those of the radio buttons.
+    enum class WindowType { fakeFullScreen = 0, fakeWindowed = 1, ofPort = 2 };
+
+    struct Field {
+        std::string text;
+        bool enabled = true;
+    };
+    struct CheckBox {
+        bool on = false;
+        bool enabled = true;
+        bool operator==(const CheckBox&) const = default;
+    };
+    struct Shown {
+        Field name, version, run;
+        std::optional<ImageData> icon;
+        StyledText description;
+        WindowType windowType = WindowType::ofPort;
+        bool windowTypeEnabled = false;
+        CheckBox wineSystemTray, helveticaNeueFont, highQualityMode, functionKeys;
+    };
+
+    /// What happens elsewhere after a save. Each may be absent.
+    struct Callbacks {
+        /// The window shows something else now.
+        std::function<void()> changed;
+        /// The library's entry of that path is to be made afresh, and the library shown again.
+        std::function<void(const std::string& path, CustomEXE isCustomEXE)> refresh;
+        /// The library's entry of the old place goes, the new place is added.
+        std::function<void(const std::string&path)> removeFromLibrary, addToLibrary;
+        /// The game page shows the item at that path again.
+        std::function<void(const std::string& path)> reloadItem;
+    };
+
+    explicit NSPropertiesWindow(Callbacks callbacks = Callbacks()) : callbacks_(std::move(callbacks)) {}
+
+    /// `setDataFromWrapperAtPath:`. A failure when no item of the three kinds lies there; the window is
+    /// unchanged then. A link, as it lies beside a wrapper, stands for the application that it leads to.
+    [[nodiscard]] std::optional<Failure> setDataFromWrapperAtPath(const std::string& path);
+
+    [[nodiscard]] const Shown& shown() const { return shown_; }
+    [[nodiscard]] Kind kind() const { return kind_; }
+    [[nodiscard]] const std::string& wrapperPath() const { return wrapperPath_; }
+    /// The wrapper that holds the registry and drive C.
+    [[nodiscard]] const std::string& mainWrapperPath() const { return mainWrapperPath_; }
+
+    // What the user does. False, and nothing changes, for a control that is disabled.
+    bool typeName(const std::string& text);
+    bool typeVersion(const std::string& text);
+    bool typeRunCommand(const std::string& text);
+    bool editDescription(StyledText text);
+    bool chooseWindowType(WindowType type);
+    bool switchWineSystemTray(bool on);
+    bool switchHelveticaNeueFont(bool on);
+    bool switchHighQualityMode(bool on);
+    bool switchFunctionKeys(bool on);
+    /// A picture dropped on the icon, or nothing when it is dragged away. False for what is no picture.
+    bool changeIcon(std::optional<ImageData> picture);
+    /// `searchNewRunPath:`. Asks for a program and puts its command into the run field.
+    void searchNewRunPath();
+
+    /// `saveDataToWrapper`. False when something could not be written or renamed, which the user has been
+    /// told; the rest is saved. A name that no folder can have is refused before anything is written. What
+    /// the user has not changed is not written.
+    bool saveDataToWrapper();
+
+    /// `isHighQualityModeCompatibleWithEngine:`.
+    [[nodiscard]] static bool isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine);
+
+  private:
+    [[nodiscard]] NSPortManager itemStore() const;
+    [[nodiscard]] std::string fileName() const;
+    [[nodiscard]] std::string settingsFileText(std::string_view key) const;
+    [[nodiscard]] std::optional<std::string> iconPath() const;
+
+    [[nodiscard]] Field getGameRunPath() const;
+    void fillRegistryOptions();
+    [[nodiscard]] WindowType windowTypeOf(const NSPortManager& port) const;
+    bool change(CheckBox& box, bool on);
+    bool change(Field& field, const std::string& text);
+    void tellChanged() const;
+
+    /// `WrapperPathNewLocation`: where the item will lie, or why its name can't be.
+    [[nodiscard]] Result<std::string> newLocation() const;
+    bool saveIconWithImage() const;
+    bool saveRunPath(const std::string& text) const;
+    /// A program on another drive is started by a batch file on drive C. The path for the settings, or
+    /// nothing after a reported failure.
+    [[nodiscard]] std::optional<std::string> writeBatchFile(const std::string& text) const;
+    bool saveTexts() const;
+    bool saveDescription() const;
+    bool moveTo(const std::string& location);
+    bool saveWineSystemTrayAtPort(const NSPortManager& port) const;
+    bool saveHelveticaNeueFontAtPort(const NSPortManager& port) const;
+    bool saveHighQualityModeAtPort(const NSPortManager& port) const;
+    void saveWindowTypeAtPort(NSPortManager& port) const;
+    static void switchFakeResolutionAtPort(NSPortManager& port);
+    static void saveFakeResolutionAtPort(NSPortManager& port, bool fullscreen);
+    static void saveOriginalResolutionAtPort(NSPortManager& port);
+
+    Callbacks callbacks_;
+    Kind kind_ = Kind::caskeryWrapper;
+    std::string wrapperPath_, mainWrapperPath_;
+    std::string plistFilePath_;  ///< relative to the item, with a leading "/"
+    Shown shown_, filled_;       ///< now, and as the item has it
+};
+
+}  // namespace morvane

@@ -1,0 +1,173 @@
+#include "app/crash_reports.h"
+#include "app/help_tab.h"
+#include "app/preferences_view.h"
+#include "app/settings.h"
+#include "cli/commands.h"
+#include "cli/table.h"
+#include "foundation/settings_keys.h"
+#include "foundation/text.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/json.h"
+
+namespace morvane::cli {
+
+namespace {
+
+/// What the preferences window does when the user changes a setting that it shows; false for any other.
+bool setInPreferences(std::string_view key, const Value& value) {
+    const auto* number = value.as<std::int64_t>();
+    if (number == nullptr) return false;
+    NSPreferencesView view{{}};
+    if (key == settings::developerMode) {
+        view.selectedDeveloperMode(*number != 0);
+    } else if (key == settings::automaticallySendCrashLogs) {
+        view.selectedAutomaticCrashLog(*number != 0);
+    } else if (key == settings::automaticUpdates) {
+        view.atomaticallyCheckForUpdates(*number != 0);
+    } else if (key == settings::hideDockInGridView) {
+        view.hideDockInGridViewAction(*number != 0);
+    } else if (key == settings::descriptionFontSize) {
+        view.changeFontSizeValue(*number);
+    } else if (key == settings::webViewIncreaseTextSize) {
+        view.changeWebViewZoom(*number);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+/// Lines up to an empty one or the end of the input.
+std::string askedLines(Session& session, const std::string& prompt) {
+    std::vector<std::string> lines;
+    session.console().say(prompt + " (an empty line ends it)");
+    for (;;) {
+        const auto line = session.console().readLine("> ");
+        if (!line || line->empty()) break;
+        lines.push_back(*line);
+    }
+    return MVString::joined(lines, "\n");
+}
+
+/// What was given, else what the user types; nothing where there is nobody to ask, which the form's check
+/// tells.
+std::string givenOrAsked(Session& session, const std::optional<std::string>& given,
+                         const std::string& prompt) {
+    if (given) return *given;
+    if (!session.console().isInteractive()) return {};
+    return session.console().readLine(prompt + " > ").value_or("");
+}
+
+}  // namespace
+
+int listSettings(Session& session) {
+    Table table{
+        {{"key", "Key"}, {"value", "Value"}, {"stored", "Stored"}, {"kind", "Kind"}, {"meaning", "Meaning"}},
+        {}};
+    for (const settings::Setting& setting : settings::all()) {
+        Value value = settings::reading(setting);
+        // The library's entries are listed by a command of their own.
+        const auto* entries = setting.kind == settings::Kind::library ? value.as<Array>() : nullptr;
+        if (entries != nullptr) value = std::to_string(entries->size()) + " items";
+        table.rows.push_back({setting.key, std::move(value), host().defaults.get(setting.key).has_value(),
+                              settings::wordFor(setting.kind), setting.meaning});
+    }
+    printTable(session.console(), table);
+    return done;
+}
+
+int getSetting(Session& session, const std::string& key) {
+    const auto* setting = settings::named(key);
+    if (setting == nullptr)
+        return session.fail("There is no setting \"" + key + "\". See: morvane settings list");
+    const Value value = settings::reading(*setting);
+    session.console().print(session.console().output() == Output::json ? jsonText(value) : cellText(value));
+    return done;
+}
+
+int setSetting(Session& session, const std::string& key, const std::vector<std::string>& words) {
+    const auto* setting = settings::named(key);
+    if (setting == nullptr)
+        return session.fail("There is no setting \"" + key + "\". See: morvane settings list");
+    const auto value = settings::valueFor(*setting, words);
+    if (const Failure* failure = failureOf(value)) return session.fail(failure->message);
+    const Value& wanted = std::get<Value>(value);
+    if (!setInPreferences(setting->key, wanted)) host().defaults.set(setting->key, wanted);
+    if (host().defaults.get(setting->key) != wanted)
+        return session.fail(host().defaults.path() + " could not be written.");
+    return done;
+}
+
+int feedback(Session& session, const FeedbackTexts& texts) {
+    NSHelpTab tab;
+    tab.form.name = givenOrAsked(session, texts.name, "Your name");
+    tab.form.mail = givenOrAsked(session, texts.mail, "Your mail address");
+    tab.form.subject = givenOrAsked(session, texts.subject, "Subject");
+    if (texts.text) {
+        tab.form.description = *texts.text;
+    } else if (session.console().isInteractive()) {
+        tab.form.description = askedLines(session, "Your message");
+    }
+    tab.form.addsComputerDescription = texts.specs;
+    session.provideSite();
+    return session.onWorker([&] { return tab.sendMail() ? int{done} : int{failed}; });
+}
+
+int crashReport(Session& session, const std::string& file) {
+    std::string report;
+    if (!file.empty()) {
+        auto bytes = files::read(expandedPath(file));
+        if (const Failure* failure = failureOf(bytes)) return session.fail(file + ": " + failure->message);
+        report = std::get<std::string>(std::move(bytes));
+        if (!MVString::isValidUtf8(report)) return session.fail(file + " is no text.");
+    }
+    session.provideSite();
+    return session.onWorker([&] {
+        if (!file.empty()) {
+            crash_reports::sendCrashLog(report, crash_reports::AskForDetails::yes);
+            return int{done};
+        }
+        const auto found = crash_reports::newCrashLog();
+        if (found) crash_reports::sendNewCrashLog(*found);
+        session.console().say(found ? "Sent " + *found : "There is no new crash report.");
+        return int{done};
+    });
+}
+
+int specs(Session& session) {
+    return session.onWorker([&] {
+        Record record;
+        for (const NSHelpTab::Line& line : NSHelpTab().computerSpecifications()) {
+            const std::string name = line.label.substr(0, line.label.rfind(':'));
+            const std::string key = MVString::replacedAll(MVString::lowercased(name), " ", "-");
+            record.push_back({{key, name}, line.value});
+        }
+        printRecord(session.console(), record);
+        return int{done};
+    });
+}
+
+int applyTheme(Session& session, const ThemePictures& pictures) {
+    const std::pair<ThemeImage, std::string> wells[] = {{ThemeImage::window, pictures.window},
+                                                        {ThemeImage::actionButton, pictures.action},
+                                                        {ThemeImage::bottomButton, pictures.bottom}};
+    NSPreferencesView view{{}};
+    bool any = false;
+    for (const auto& [well, path] : wells) {
+        if (path.empty()) continue;
+        auto bytes = files::read(expandedPath(path));
+        if (const Failure* failure = failureOf(bytes)) return session.fail(path + ": " + failure->message);
+        if (!view.putThemeImage(well, {std::get<std::string>(std::move(bytes))}))
+            return session.fail(path + " is no picture that can be read.");
+        any = true;
+    }
+    if (!any) return session.fail("Name a picture with --window, --action or --bottom.");
+    return view.applyNewTheme() ? int{done} : session.fail("Not every picture could be saved.");
+}
+
+int resetTheme(Session& session) {
+    NSPreferencesView view{{}};
+    return view.resetTheme() ? int{done} : session.fail("Not every picture could be put back.");
+}
+
+}  // namespace morvane::cli

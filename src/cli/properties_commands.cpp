@@ -1,0 +1,166 @@
+#include "app/properties_window.h"
+#include "cli/commands.h"
+#include "cli/table.h"
+#include "foundation/settings_keys.h"
+#include "foundation/text.h"
+#include "library/apps_array.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace morvane::cli {
+
+namespace {
+
+using Window = NSPropertiesWindow;
+
+/// Keeps the stored library in step with what the command changes. A library that was never made is left to
+/// its first scan.
+Window::Callbacks libraryCallbacks(NSAppsArray& apps) {
+    const auto isStored = [] { return host().defaults.get(settings::appList).has_value(); };
+    Window::Callbacks callbacks;
+    callbacks.refresh = [&apps, isStored](const std::string& path, CustomEXE isCustomEXE) {
+        if (isStored()) apps.refreshLocalPortAtPath(path, isCustomEXE);
+    };
+    const auto wait = [](const std::function<void(NSAppsArray::Completion)>& change) {
+        bool ended = false;
+        change([&] { ended = true; });
+        host().mainQueue.runUntil([&] { return ended; });
+    };
+    callbacks.removeFromLibrary = [&apps, isStored, wait](const std::string& path) {
+        if (isStored()) wait([&](auto completion) { apps.removeLocalPort(path, completion); });
+    };
+    callbacks.addToLibrary = [&apps, isStored, wait](const std::string& path) {
+        if (isStored()) wait([&](auto completion) { apps.addLocalPort(path, completion); });
+    };
+    return callbacks;
+}
+
+const char* wordFor(Window::Kind kind) {
+    switch (kind) {
+        case Window::Kind::customEXE:
+            return "application of a wrapper";
+        case Window::Kind::boxerGame:
+            return "Boxer bundle";
+        case Window::Kind::caskeryWrapper:
+            break;
+    }
+    return "wrapper";
+}
+
+const char* wordFor(Window::WindowType type) {
+    switch (type) {
+        case Window::WindowType::fakeFullScreen:
+            return "full";
+        case Window::WindowType::fakeWindowed:
+            return "windowed";
+        case Window::WindowType::ofPort:
+            break;
+    }
+    return "port";
+}
+
+Window::WindowType windowTypeOf(const std::string& word) {
+    if (word == "full") return Window::WindowType::fakeFullScreen;
+    return word == "windowed" ? Window::WindowType::fakeWindowed : Window::WindowType::ofPort;
+}
+
+Record shownBy(const Window& window) {
+    const Window::Shown& shown = window.shown();
+    Array fixed;
+    const auto note = [&](const char* name, bool enabled) {
+        if (!enabled) fixed.emplace_back(name);
+    };
+    note("version", shown.version.enabled);
+    note("run", shown.run.enabled);
+    note("window", shown.windowTypeEnabled);
+    note("tray", shown.wineSystemTray.enabled);
+    note("helvetica", shown.helveticaNeueFont.enabled);
+    note("high-quality", shown.highQualityMode.enabled);
+    note("fn", shown.functionKeys.enabled);
+    return {{{"path", "Path"}, window.wrapperPath()},
+            {{"kind", "Kind"}, wordFor(window.kind())},
+            {{"name", "Name"}, shown.name.text},
+            {{"version", "Version"}, shown.version.text},
+            {{"run", "Run"}, shown.run.text},
+            {{"description", "Description"}, shown.description.text},
+            {{"icon", "Has an icon"}, shown.icon.has_value()},
+            {{"window", "Screen mode"}, wordFor(shown.windowType)},
+            {{"tray", "System tray"}, shown.wineSystemTray.on},
+            {{"helvetica", "Helvetica Neue"}, shown.helveticaNeueFont.on},
+            {{"high-quality", "High quality"}, shown.highQualityMode.on},
+            {{"fn", "Function keys"}, shown.functionKeys.on},
+            {{"fixed", "Can't be changed"}, std::move(fixed)}};
+}
+
+StyledText plain(const std::string& text) {
+    std::size_t units = 0;
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if ((byte & 0xc0U) != 0x80U) units += byte >= 0xf0 ? 2 : 1;
+    }
+    if (units == 0) return {};
+    return {text, {{.length = units}}};
+}
+
+/// Does what the user of the window would do. Why it can't be done, or nothing.
+std::optional<std::string> enter(Window& window, const PropertyChanges& changes) {
+    for (const auto* text : {&changes.name, &changes.version, &changes.run, &changes.description}) {
+        if (*text && !MVString::isValidUtf8(**text)) return "A text is not UTF-8.";
+    }
+    if (changes.icon) {
+        auto bytes = files::read(expandedPath(*changes.icon));
+        if (const Failure* failure = failureOf(bytes)) return *changes.icon + ": " + failure->message;
+        if (!window.changeIcon(ImageData{std::get<std::string>(std::move(bytes))}))
+            return *changes.icon + " is no picture that can be read.";
+    }
+    if (changes.name) window.typeName(*changes.name);
+    if (changes.description) window.editDescription(plain(*changes.description));
+    const auto isOn = [](const std::optional<std::string>& word) { return *word == "on"; };
+    const struct {
+        const char* name;
+        const std::optional<std::string>& word;
+        std::function<bool()> change;
+    } controls[] = {
+        {"version", changes.version, [&] { return window.typeVersion(*changes.version); }},
+        {"run", changes.run, [&] { return window.typeRunCommand(*changes.run); }},
+        {"window", changes.window, [&] { return window.chooseWindowType(windowTypeOf(*changes.window)); }},
+        {"tray", changes.tray, [&] { return window.switchWineSystemTray(isOn(changes.tray)); }},
+        {"helvetica", changes.helvetica,
+         [&] { return window.switchHelveticaNeueFont(isOn(changes.helvetica)); }},
+        {"high-quality", changes.highQuality,
+         [&] { return window.switchHighQualityMode(isOn(changes.highQuality)); }},
+        {"fn", changes.functionKeys, [&] { return window.switchFunctionKeys(isOn(changes.functionKeys)); }},
+    };
+    for (const auto& control : controls) {
+        if (control.word && !control.change())
+            return std::string("--") + control.name + " can't be changed for this item.";
+    }
+    return std::nullopt;
+}
+
+bool asksForAnything(const PropertyChanges& changes) {
+    for (const auto* change :
+         {&changes.name, &changes.version, &changes.icon, &changes.run, &changes.description, &changes.window,
+          &changes.tray, &changes.helvetica, &changes.highQuality, &changes.functionKeys}) {
+        if (*change) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+int properties(Session& session, const std::string& app, const PropertyChanges& changes) {
+    NSAppsArray apps;
+    Window window(libraryCallbacks(apps));
+    if (const auto failure = window.setDataFromWrapperAtPath(expandedPath(app)))
+        return session.fail(failure->message);
+    int result = done;
+    if (asksForAnything(changes)) {
+        if (const auto refusal = enter(window, changes)) return session.fail(*refusal);
+        if (!window.saveDataToWrapper()) result = session.fail("Not everything could be saved.");
+    }
+    printRecord(session.console(), shownBy(window));
+    return result;
+}
+
+}  // namespace morvane::cli

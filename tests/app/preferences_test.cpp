@@ -1,0 +1,130 @@
+#include "app/preferences_view.h"
+#include "app/settings.h"
+#include "foundation/settings_keys.h"
+#include "platform/pictures.h"
+#include "support/test_machine.h"
+
+namespace morvane {
+namespace {
+
+class Preferences : public testing::TestMachine {
+  protected:
+    [[nodiscard]] Value stored(const char* key) const { return machine->defaults.get(key).value_or(Value()); }
+    [[nodiscard]] static ImageData picture(std::uint8_t red) {
+        return {
+            pictures::encodePng({2, 2, {red, 0, 0, 255, red, 0, 0, 255, red, 0, 0, 255, red, 0, 0, 255}})};
+    }
+
+    const std::string support = home + "/Library/Application Support/Morvane/";
+    std::vector<std::string> told;
+    NSPreferencesView::Callbacks callbacks{
+        .changed = {},
+        .automaticallyChecksForUpdates = [this](bool on) { told.push_back(on ? "checks" : "no checks"); },
+        .updateDockInGridView = [this] { told.push_back("dock"); },
+        .webViewZoomChanged = [this] { told.push_back("zoom"); }};
+};
+
+TEST_F(Preferences, MissingDefaultsAreWrittenAndStoredValuesShown) {
+    machine->defaults.set(settings::webViewIncreaseTextSize, Value(" 3 steps"));
+    machine->defaults.set(settings::hideDockInGridView, Value("YES"));
+    const NSPreferencesView view(callbacks);
+    EXPECT_EQ(stored(settings::descriptionFontSize), Value(12));
+    EXPECT_EQ(stored(settings::developerMode), Value(0));
+    EXPECT_EQ(stored(settings::useOldLibrary), Value(0));
+    EXPECT_EQ(stored(settings::automaticUpdates), Value(1));
+    EXPECT_EQ(stored(settings::automaticallySendCrashLogs), Value(1));
+    EXPECT_EQ(stored(settings::webViewIncreaseTextSize), Value(" 3 steps"));
+    EXPECT_TRUE(view.shown().checksForUpdates && view.shown().sendsCrashReports && view.shown().hidesDock);
+    EXPECT_FALSE(view.shown().developerMode);
+    EXPECT_EQ(view.shown().descriptionFontSize.field, "12");
+    EXPECT_EQ(view.shown().webViewZoom.value, 3);
+    EXPECT_FALSE(view.shown().themeImages[0]);
+
+    struct Zoom : WebTextSize {
+        int steps = -1;
+        void makeTextStandardSize() override { steps = 0; }
+        void makeTextLarger() override { ++steps; }
+    } zoom;
+    reloadWebViewTextZoom(zoom);
+    EXPECT_EQ(zoom.steps, 3);
+}
+
+TEST_F(Preferences, EveryControlStoresAtOnce) {
+    NSPreferencesView view(callbacks);
+    ui.expect("Restart Morvane so the changes will take effect").titleIs("Warning");
+    view.selectedDeveloperMode(true);
+    view.selectedAutomaticCrashLog(false);
+    view.changeFontSizeValue(20);
+    view.changeWebViewZoom(2);
+    view.atomaticallyCheckForUpdates(false);
+    view.hideDockInGridViewAction(true);
+    EXPECT_EQ(stored(settings::developerMode), Value(1));
+    EXPECT_EQ(stored(settings::automaticallySendCrashLogs), Value(0));
+    EXPECT_EQ(stored(settings::descriptionFontSize), Value(20));
+    EXPECT_EQ(stored(settings::webViewIncreaseTextSize), Value(2));
+    EXPECT_EQ(stored(settings::automaticUpdates), Value(0));
+    EXPECT_EQ(stored(settings::hideDockInGridView), Value(1));
+    EXPECT_EQ(view.shown().webViewZoom.field, "2");
+    EXPECT_EQ(told, (std::vector<std::string>{"zoom", "no checks", "dock"}));
+}
+
+TEST_F(Preferences, AThemeIsAppliedAndReset) {
+    NSPreferencesView view(callbacks);
+    EXPECT_FALSE(view.putThemeImage(ThemeImage::window, {"no picture"}));
+    ASSERT_TRUE(view.putThemeImage(ThemeImage::window, picture(200)));
+    ASSERT_TRUE(view.putThemeImage(ThemeImage::bottomButton, picture(100)));
+    ui.expect("New theme applied! Restart Morvane so the changes will take effect").titleIs("Success");
+    EXPECT_TRUE(view.applyNewTheme());
+    EXPECT_EQ(pictures::kindOf(get(support + "window.jpg")), "JPEG");
+    EXPECT_EQ(pictures::kindOf(get(support + "b_azul_r.png")), "PNG");
+    EXPECT_TRUE(NSPreferencesView(callbacks).shown().themeImages[0]);
+
+    const std::string before = get(support + "window.jpg");
+    NSPreferencesView again(callbacks);
+    ui.expect("New theme applied!");
+    EXPECT_TRUE(again.applyNewTheme());
+    EXPECT_EQ(get(support + "window.jpg"), before);
+
+    EXPECT_TRUE(again.resetTheme());
+    for (const ThemeFile& file : themeFiles)
+        EXPECT_EQ(get(support + file.name), get(machine->folders.resources + "/" + file.name)) << file.name;
+    EXPECT_TRUE(again.shown().themeImages[1]);
+}
+
+TEST_F(Preferences, WordsBecomeValuesOfTheirSetting) {
+    struct Row {
+        const char* key;
+        std::vector<std::string> words;
+        std::optional<Value> value;  // nothing: refused
+    };
+    const Row rows[] = {
+        {"developer mode", {"Yes"}, Value(1)},
+        {settings::useOldLibrary, {"off"}, Value(false)},
+        {settings::useOldLibrary, {"maybe"}, {}},
+        {settings::descriptionFontSize, {"14"}, Value(14)},
+        {settings::descriptionFontSize, {"14pt"}, {}},
+        {settings::descriptionFontSize, {"99999999999999999999"}, {}},
+        {settings::autoOrderAppsList, {"2"}, {}},
+        {settings::collectionViewIconsScale, {"1.5"}, Value(1.5)},
+        {settings::collectionViewIconsScale, {"nan"}, {}},
+        {settings::mainFolder, {home, folder.path + "/"}, Value(Array{home + "/", folder.path + "/"})},
+        {settings::mainFolder, {"/no/such/folder"}, {}},
+        {settings::mainFolder, {}, {}},
+        {settings::lastRunningDay, {"2020-01-01"}, {}},
+        {settings::appList, {"x"}, {}},
+        {settings::catalogueSite, {"http://a/"}, Value("http://a/")},
+    };
+    for (const Row& row : rows) {
+        const auto* setting = settings::named(row.key);
+        ASSERT_NE(setting, nullptr) << row.key;
+        const auto value = settings::valueFor(*setting, row.words);
+        const auto* given = std::get_if<Value>(&value);
+        EXPECT_EQ(given != nullptr ? std::optional(*given) : std::nullopt, row.value) << row.key;
+    }
+    EXPECT_EQ(settings::named("no such"), nullptr);
+    EXPECT_EQ(settings::reading(*settings::named(settings::collectionViewIconsScale)), Value(1.0));
+    EXPECT_EQ(settings::reading(*settings::named(settings::automaticallySendCrashLogs)), Value(true));
+}
+
+}  // namespace
+}  // namespace morvane
