@@ -12,6 +12,7 @@
 #include "platform/host.h"
 #include "platform/http.h"
 #include "platform/property_list.h"
+#include "platform/styled_text.h"
 
 namespace morvane {
 namespace {
@@ -27,16 +28,6 @@ std::size_t lengthOf(std::string_view text) {
     return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char character) {
         return (static_cast<unsigned char>(character) & 0xc0U) != 0x80U;
     }));
-}
-
-StyledText inFont(const std::string& text, const char* font, bool bold) {
-    std::size_t units = 0;
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if ((byte & 0xc0U) != 0x80U) units += byte >= 0xf0 ? 2 : 1;
-    }
-    if (units == 0) return {};
-    return {text, {{.length = units, .bold = bold, .font = font, .fontSize = 12}}};
 }
 
 std::string breaksAsHtml(std::string_view text) {
@@ -182,12 +173,12 @@ const std::optional<std::string>& NSHelpTab::determinateMacCompleteModel() {
 }
 
 StyledText NSHelpTab::boldString(const std::string& text, InHTML html) {
-    if (html == InHTML::no) return inFont(text, "Helvetica-Bold", true);
+    if (html == InHTML::no) return styledText(text, {.bold = true, .font = "Helvetica-Bold", .fontSize = 12});
     return {breaksAsHtml(filled("<b>%@</b>", {text})), {}};
 }
 
 StyledText NSHelpTab::normalString(const std::string& text, InHTML html) {
-    if (html == InHTML::no) return inFont(text, "Helvetica", false);
+    if (html == InHTML::no) return styledText(text, {.font = "Helvetica", .fontSize = 12});
     return {breaksAsHtml(text), {}};
 }
 

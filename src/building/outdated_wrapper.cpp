@@ -2,14 +2,55 @@
 
 #include <algorithm>
 
+#include "building/tools.h"
 #include "building/wrapper_creation.h"
 #include "engines/wrapper_updater.h"
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "platform/own_process.h"
+#include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
 
 namespace morvane::building {
+
+namespace {
+
+WrapperUpdate failing(const std::string& message) {
+    MVAlert::showAlertErrorMessage(message);
+    return WrapperUpdate::failed;
+}
+
+/// Whether it is a wrapper, be it one that an update has left in pieces.
+bool isWrapper(const std::string& path) {
+    return MVFileManager::directoryExistsAtPath(path) &&
+           (WrapperUpdater::versionBeforeUnfinishedUpdate(path) ||
+            MVFileManager::regularFileExistsAtPath(
+                MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path)) ||
+            MVFileManager::regularFileExistsAtPath(
+                MVString::pathByAppendingCaskeryLauncherBinToPortPath(path)));
+}
+
+WrapperUpdate updateTo(const std::string& wrapper, const std::string& version, NSProgressView& progress) {
+    const struct Closing {
+        NSProgressView& panel;
+        ~Closing() { panel.closeCreatingPort(CreatingPort::no); }
+    } closing{progress};
+    progress.setMessage(localized("Updating old Caskery wrapper..."), CreatingPort::no);
+    progress.showCreatingPort(CreatingPort::no);
+    progress.setSubtitle(localized("Please wait..."), CreatingPort::no);
+    WrapperUpdater::updateOldCaskeryWrapperAtPath(
+        wrapper, version, [&](const std::string& step) { progress.setSubtitle(step, CreatingPort::no); });
+    const auto outdated = outdatedWrapper(wrapper);
+    if ((outdated && outdated->version != version) || WrapperUpdater::needsRepair(wrapper)) {
+        return failing(localized("The update of %@ is not complete. Update it again.", {wrapper}));
+    }
+    return WrapperUpdate::updated;
+}
+
+}  // namespace
 
 std::optional<OutdatedWrapper> outdatedWrapper(const std::string& wrapper) {
     auto newest = WrapperCreation::getNewestCaskeryVersion();
@@ -38,6 +79,27 @@ bool isWrapperInUse(const std::string& wrapper) {
         const std::string trimmed = MVString::trimmed(line);
         return std::ranges::find(own, trimmed.substr(0, trimmed.find(' '))) == own.end();
     });
+}
+
+WrapperUpdate updateOutdatedWrapper(const std::string& path, WrapperCreation& creation) {
+    const SoleChange change;
+    if (!change.granted()) return WrapperUpdate::failed;
+    if (isWrapperInUse(path)) {
+        // An update that was killed may have left it away from its place.
+        const bool isThere = MVFileManager::directoryExistsAtPath(path);
+        return failing(localized("Programs of %@ are running. Wait for their end, or stop them first.",
+                                 {isThere ? path : WrapperUpdater::passingName(path)}));
+    }
+    const auto found = WrapperUpdater::backInItsPlace(path);
+    if (const Failure* failure = failureOf(found)) return failing(failure->message);
+    const auto& wrapper = std::get<std::string>(found);
+    if (!isWrapper(wrapper)) return failing(localized("%@ is not a wrapper.", {wrapper}));
+    if (!creation.newestCaskery && !creation.currentCaskery) {
+        return failing(localized("No master wrapper is known: the download site can't be reached."));
+    }
+    if (!outdatedWrapper(wrapper) && !WrapperUpdater::needsRepair(wrapper)) return WrapperUpdate::upToDate;
+    if (!creation.updateCaskery() || !creation.currentCaskery) return WrapperUpdate::failed;
+    return updateTo(wrapper, *creation.currentCaskery, *creation.progressWindow);
 }
 
 }  // namespace morvane::building

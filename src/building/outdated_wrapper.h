@@ -1,8 +1,12 @@
-// building/outdated_wrapper.h: whether a wrapper should be updated, and may be now.
+// building/outdated_wrapper.h: whether a wrapper should be updated, and the update.
 #pragma once
 
 #include <optional>
 #include <string>
+
+namespace morvane {
+class WrapperCreation;
+}
 
 namespace morvane::building {
 
@@ -19,5 +23,12 @@ struct OutdatedWrapper {
 
 /// Whether a process has to do with the wrapper: `ps` shows its path. Blocks; any thread but the main one.
 [[nodiscard]] bool isWrapperInUse(const std::string& wrapper);
+
+enum class WrapperUpdate { updated, upToDate, failed };
+/// Brings the master wrapper up to date, and the wrapper to its version, with the progress panel of the
+/// creation; also one that an update has left in pieces. Nothing is changed in a wrapper whose programs run.
+/// The user is told of each failure here. Blocks a worker, which is the creation's thread for that time: a
+/// cancellation throws `Cancelled`.
+WrapperUpdate updateOutdatedWrapper(const std::string& wrapper, WrapperCreation& creation);
 
 }  // namespace morvane::building

@@ -33,6 +33,19 @@ void tellOfNoLock() {
                : localized("Nothing can be written to the folder \"%@\".", {layout::supportFolder()}));
 }
 
+SoleChange::SoleChange() {
+    if (host().creation.begin()) {
+        lock_ = lockSupportFolder();
+        if (lock_) return;
+        host().creation.end();
+    }
+    tellOfNoLock();
+}
+
+SoleChange::~SoleChange() {
+    if (lock_) host().creation.end();
+}
+
 std::string cacheBuster() {
     std::random_device device;
     std::uniform_int_distribution<std::int32_t> number(0, std::numeric_limits<std::int32_t>::max());

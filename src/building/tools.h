@@ -16,6 +16,20 @@ namespace morvane::building {
 /// Tells the user why there is no lock: another creation runs, or the folder can't be written to.
 void tellOfNoLock();
 
+/// The support folder and the token of the running creation for one piece of work on this thread. Where
+/// another creation has one of them, the user is told.
+class SoleChange {
+  public:
+    SoleChange();
+    ~SoleChange();
+    SoleChange(const SoleChange&) = delete;
+    SoleChange& operator=(const SoleChange&) = delete;
+    [[nodiscard]] bool granted() const { return lock_.has_value(); }
+
+  private:
+    std::optional<files::Lock> lock_;
+};
+
 /// "?" and a random number: no cache on the way answers an address that ends in it.
 [[nodiscard]] std::string cacheBuster();
 

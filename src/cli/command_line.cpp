@@ -277,12 +277,12 @@ int runCommandLine(int argc, char** argv) {
     addWrapperChanges(app, parsed);
     addCkiCommands(app, parsed);
     addEngineCommands(app, parsed);
-    addIconCommand(app, parsed);
-    addDiscCommands(app, parsed);
-    addServeCommand(app, parsed);
     addPropertiesCommand(app, parsed);
     addSettingsCommands(app, parsed);
     addFeedbackCommands(app, parsed);
+    addIconCommand(app, parsed);
+    addDiscCommands(app, parsed);
+    addServeCommand(app, parsed);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

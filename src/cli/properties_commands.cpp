@@ -6,6 +6,7 @@
 #include "library/apps_array.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/styled_text.h"
 
 namespace morvane::cli {
 
@@ -92,16 +93,6 @@ Record shownBy(const Window& window) {
             {{"fixed", "Can't be changed"}, std::move(fixed)}};
 }
 
-StyledText plain(const std::string& text) {
-    std::size_t units = 0;
-    for (const char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if ((byte & 0xc0U) != 0x80U) units += byte >= 0xf0 ? 2 : 1;
-    }
-    if (units == 0) return {};
-    return {text, {{.length = units}}};
-}
-
 /// Does what the user of the window would do. Why it can't be done, or nothing.
 std::optional<std::string> enter(Window& window, const PropertyChanges& changes) {
     for (const auto* text : {&changes.name, &changes.version, &changes.run, &changes.description}) {
@@ -114,7 +105,7 @@ std::optional<std::string> enter(Window& window, const PropertyChanges& changes)
             return *changes.icon + " is no picture that can be read.";
     }
     if (changes.name) window.typeName(*changes.name);
-    if (changes.description) window.editDescription(plain(*changes.description));
+    if (changes.description) window.editDescription(styledText(*changes.description));
     const auto isOn = [](const std::optional<std::string>& word) { return *word == "on"; };
     const struct {
         const char* name;

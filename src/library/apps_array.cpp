@@ -130,6 +130,10 @@ List NSAppsArray::checkForCustomEXEsInWrapper(const std::string& wrapper) {
     return launchers;
 }
 
+List NSAppsArray::storedItems() {
+    return listOf(host().defaults.get(settings::appList)).value_or(List{});
+}
+
 List NSAppsArray::caskeryWrappersInLocalTab() const {
     List wrappers;
     std::ranges::copy_if(local_, std::back_inserter(wrappers), [](const LocalItem& item) {

@@ -63,6 +63,8 @@ class NSAppsArray {
     /// Whether the local library has been loaded or scanned.
     [[nodiscard]] bool isLoaded() const { return loaded_; }
 
+    /// The items of the list as it is stored; empty before the first scan.
+    [[nodiscard]] static std::vector<LocalItem> storedItems();
     /// The apps folders as the setting has them, each ending in "/"; a missing or older form is replaced
     /// first.
     [[nodiscard]] static std::vector<std::string> validAppsFolders();

@@ -345,4 +345,15 @@ StyledText styledTextFromHtml(std::string_view html) {
     return Reader(html).read();
 }
 
+StyledText styledText(std::string text, StyledRun format) {
+    format.length = 0;
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        const bool startsCharacter = (byte & 0xC0U) != 0x80U;
+        if (startsCharacter) format.length += byte >= 0xF0 ? 2 : 1;
+    }
+    if (format.length == 0) return {std::move(text), {}};
+    return {std::move(text), {std::move(format)}};
+}
+
 }  // namespace morvane

@@ -13,4 +13,7 @@ namespace morvane {
 /// fails: bad markup gives the text that a browser would show.
 [[nodiscard]] StyledText styledTextFromHtml(std::string_view html);
 
+/// The text in one format, whose length does not matter.
+[[nodiscard]] StyledText styledText(std::string text, StyledRun format = {});
+
 }  // namespace morvane
