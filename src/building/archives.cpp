@@ -114,12 +114,14 @@ std::optional<std::string> moveInto(const std::string& unpacked, const std::stri
     return kept;
 }
 
-/// The tool's arguments for an archive that lies beside the folder in which it runs. It would take "*" and
-/// "?" in the name for a pattern, and unpack whatever else in the user's folder fits.
-std::vector<std::string> unpackingArguments(const std::string& name) {
+/// The tool's arguments for an archive. It would take "*" and "?" in the path for a pattern, and unpack
+/// whatever else of the user's fits.
+std::vector<std::string> unpackingArguments(const std::string& archive) {
     std::vector<std::string> arguments{"x", "-y"};
-    if (name.find_first_of("*?") != std::string::npos) arguments.emplace_back("-spd");
-    arguments.push_back("../" + name);
+    if (archive.find_first_of("*?") != std::string::npos) arguments.emplace_back("-spd");
+    // A name that begins with "-" or "@" would be no name: a whole path begins with "/".
+    std::error_code ignored;
+    arguments.push_back(std::filesystem::absolute(archive, ignored).string());
     return arguments;
 }
 
@@ -135,12 +137,12 @@ std::vector<std::string> WrapperCreation::extractFileToFolder(const std::string&
     const std::set<std::string> before(listing.begin(), listing.end());
     const ArchiveKind* kind = kindOfArchive(archive);
     if (kind == nullptr) return {archive};
-    const std::string tool(kind->tool), name = files::lastComponent(archive);
-    if (!before.contains(name) || !archives::archiveToolWorks(tool)) return {};
+    const std::string tool(kind->tool);
+    if (!MVFileManager::regularFileExistsAtPath(archive) || !archives::archiveToolWorks(tool)) return {};
     {
         const UnpackingPlace place(*folder);
         if (place.path.empty()) return {};
-        MVTask::runProgram(archives::archiveTool(tool), place.path, unpackingArguments(name), Wait::no);
+        MVTask::runProgram(archives::archiveTool(tool), place.path, unpackingArguments(archive), Wait::no);
         tame(place.path, place.path);
         if (const auto kept = moveInto(place.path, *folder, *folder)) {
             MVAlert::showAlertErrorMessage(

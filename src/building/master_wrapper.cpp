@@ -1,3 +1,5 @@
+#include <chrono>
+#include <cstdint>
 #include <string_view>
 
 #include "building/tools.h"
@@ -11,6 +13,7 @@
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/http.h"
 #include "wrapper/archive_tools.h"
 #include "wrapper/layout.h"
 
@@ -20,6 +23,9 @@ namespace {
 
 constexpr std::string_view technology = "Caskery";
 constexpr std::size_t shortestVersion = 9;
+/// A game's start waits for the answer: a site that hangs must not hold it up for long.
+constexpr std::chrono::seconds longestSilence{5};
+constexpr std::uint64_t longestVersionFile = 4096;
 
 std::string masterWrapper(const std::string& version) {
     return files::join(layout::masterFolder(), version + ".app");
@@ -77,10 +83,12 @@ std::optional<std::string> WrapperCreation::getNewestCaskeryVersion() {
     auto& cache = host().newestMasterWrapper;
     const MutexLock lock(cache.mutex);
     if (cache.value || !building::siteIsReachable()) return cache.value;
-    const auto text = NSUtilities::stringWithContentsOfURL(
-        host().sites.caskery + "Wrapper/NewestVersion.txt" + building::cacheBuster());
-    if (!text) return std::nullopt;
-    const std::string version = MVString::replacedAll(MVString::replacedAll(*text, "\n", ""), "\r", "");
+    const auto answer =
+        http::fetch({.url = host().sites.caskery + "Wrapper/NewestVersion.txt" + building::cacheBuster(),
+                     .idleTimeout = longestSilence,
+                     .longestBody = longestVersionFile});
+    if (!answer.error.empty() || !MVString::isValidUtf8(answer.body)) return std::nullopt;
+    const std::string version = MVString::replacedAll(MVString::replacedAll(answer.body, "\n", ""), "\r", "");
     if (version.size() < shortestVersion || !version.starts_with(technology)) return std::nullopt;
     // The version becomes a file name: an answer that leads elsewhere is as good as none.
     if (failureOf(pathInside(layout::masterFolder(), version + ".tar.7z", Levels::one, version))) return {};

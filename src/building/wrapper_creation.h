@@ -83,7 +83,8 @@ class WrapperCreation : public Download {
     /// How often `updateCaskery` downloads and unpacks before it gives up on an archive that never yields its
     /// wrapper.
     static constexpr int masterWrapperPasses = 3;
-    /// `getNewestCaskeryVersion`. Blocks on the network until an answer is known.
+    /// `getNewestCaskeryVersion`. Blocks on the network until an answer is known; a site that says nothing
+    /// for some seconds leaves it unknown until the next call.
     [[nodiscard]] static std::optional<std::string> getNewestCaskeryVersion();
     /// `getCurrentCaskeryVersion`.
     [[nodiscard]] static std::optional<std::string> getCurrentCaskeryVersion();
@@ -229,8 +230,8 @@ class WrapperCreation : public Download {
     /// `completeWindowsPath:fromWrapper:`.
     [[nodiscard]] static std::optional<std::string> completeWindowsPath(const std::string& windowsPath,
                                                                         const std::string& wrapper);
-    /// `extractFile:toFolder:`, `extractFile:`. The entries that were not there before; the archive itself
-    /// when its kind is not known.
+    /// `extractFile:toFolder:`, `extractFile:`. The archive may lie anywhere. The entries of the folder that
+    /// were not there before; the archive itself when its kind is not known.
     static std::vector<std::string> extractFileToFolder(const std::string& archive,
                                                         const std::optional<std::string>& folder);
     static std::vector<std::string> extractFile(const std::string& archive);

@@ -1,8 +1,12 @@
 #include "library/catalogue_addresses.h"
 
+#include <chrono>
+#include <utility>
+
 #include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/host.h"
+#include "platform/http.h"
 
 namespace morvane::catalogue {
 namespace {
@@ -58,6 +62,15 @@ std::string voteAddress(std::string_view card, int rate, std::int64_t id) {
     return filled("%@?card=%@&rate=%ld&game=%ld",
                   {page("facebook/ratePort.php"), MVString::stringToWebStructure(card), std::to_string(rate),
                    std::to_string(id)});
+}
+
+std::optional<std::string> answerOf(const std::string& address) {
+    constexpr std::chrono::seconds longestSilence{20};
+    constexpr std::uint64_t longestAnswer = std::uint64_t{16} << 20;
+    auto response =
+        http::fetch({.url = address, .idleTimeout = longestSilence, .longestBody = longestAnswer});
+    if (!response.error.empty()) return std::nullopt;
+    return std::move(response.body);
 }
 
 }  // namespace morvane::catalogue

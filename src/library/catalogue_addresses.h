@@ -1,9 +1,10 @@
-// library/catalogue_addresses.h: the addresses of the catalogue's requests. Any thread.
+// library/catalogue_addresses.h: the addresses of the catalogue's requests, and their answers. Any thread.
 //
 // All lie below the catalogue's base address. Texts are escaped here, unless said.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -22,5 +23,9 @@ namespace morvane::catalogue {
 [[nodiscard]] std::string instructionsAddress(std::string_view source);
 /// The page on which the user votes.
 [[nodiscard]] std::string voteAddress(std::string_view card, int rate, std::int64_t id);
+
+/// The answer's bytes, whatever its status; nothing when there is none, when it is longer than any answer is,
+/// and when the server falls silent. Blocks.
+[[nodiscard]] std::optional<std::string> answerOf(const std::string& address);
 
 }  // namespace morvane::catalogue

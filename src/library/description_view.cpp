@@ -16,7 +16,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/http.h"
-#include "platform/utf8.h"
+#include "platform/styled_text.h"
 #include "wrapper/layout.h"
 
 namespace morvane {
@@ -58,12 +58,6 @@ StyledText withTodaysButtonTitle(const StyledText& text) {
     return result;
 }
 
-StyledText plain(const std::string& text) {
-    std::size_t units = 0;
-    for (std::size_t place = 0; place < text.size();) units += utf8::next(text, place) > 0xffff ? 2 : 1;
-    return {.text = text, .runs = {{.length = units}}};
-}
-
 double descriptionSize() {
     const auto setting = host().defaults.get(settings::descriptionFontSize);
     const auto* size = setting ? setting->as<std::int64_t>() : nullptr;
@@ -80,6 +74,10 @@ std::string imageOfSource(const std::string& source) {
         }
     }
     return source == "Local" ? "/" : files::join(resources, "other.png");
+}
+
+bool canBeRated(const NSGameData& game) {
+    return game.isGameInTheServer || game.gameID >= firstKnownID;
 }
 
 }  // namespace
@@ -167,18 +165,35 @@ void NSDescriptionView::setGameData(std::shared_ptr<NSGameData> game, std::funct
         page.fillPage();
         if (block) block();
     });
+    if (callbacks_.pageChanged) loadDetails(std::move(game));
+}
+
+void NSDescriptionView::loadDetails(std::shared_ptr<NSGameData> game) {
     // A server that does not answer must not keep the page from being shown: what comes from it follows.
     MVThread::dispatchQueueWithName(
-        "app.morvane.loadPageDetails", Priority::normal, Concurrent::no, [self = self_, game] {
-            const std::array<double, 4> stars{game->atiAmdRankingIndicator(), game->nvidiaRankingIndicator(),
-                                              game->intelIrisRankingIndicator(),
-                                              game->intelHdRankingIndicator()};
-            auto icon = game->gameImage();
-            onPage(self, [game, stars, icon = std::move(icon)](NSDescriptionView& page) {
-                if (page.gameData_ != game) return;
-                page.page_.stars = stars;
+        "app.morvane.loadPageDetails", Priority::normal, Concurrent::no,
+        [self = self_, game = std::move(game), layout = layout_, width = trailerWidth_,
+         height = trailerHeight_] {
+            const auto later = [&](std::function<void(NSDescriptionView&)> work) {
+                onPage(self, [game, work = std::move(work)](NSDescriptionView& page) {
+                    if (page.gameData_ == game) work(page);
+                });
+            };
+            // The grid's page has a view for the trailer in it.
+            if (layout == LibraryLayout::grid && game->trailer && !game->trailer->empty()) {
+                later([html = game->trailerHTMLwithSize(width, height), link = *game->trailer](
+                          NSDescriptionView& page) { page.showWindow(localized("Trailer"), html, link); });
+            }
+            later([icon = game->gameImage()](NSDescriptionView& page) {
                 page.page_.icon = icon;
-                if (page.callbacks_.pageChanged) page.callbacks_.pageChanged();
+                page.callbacks_.pageChanged();
+            });
+            if (!canBeRated(*game)) return;
+            later([stars = std::array{game->atiAmdRankingIndicator(), game->nvidiaRankingIndicator(),
+                                      game->intelIrisRankingIndicator(),
+                                      game->intelHdRankingIndicator()}](NSDescriptionView& page) {
+                page.page_.stars = stars;
+                page.callbacks_.pageChanged();
             });
         });
 }
@@ -187,7 +202,7 @@ void NSDescriptionView::setNullGameData() {
     gameData_.reset();
     page_ = Page{};
     page_.name = localized("Welcome to %@", {"Morvane"});
-    page_.description = plain(localized("Choose a game to see its page."));
+    page_.description = styledText(localized("Choose a game to see its page."));
     page_.descriptionSize = descriptionSize();
     if (callbacks_.pageChanged) callbacks_.pageChanged();
 }
@@ -206,22 +221,16 @@ void NSDescriptionView::fillPage() {
     }
     const bool isDescribed = game.gameDescription && !game.gameDescription->text.empty();
     page_.description = isDescribed ? withTodaysButtonTitle(*game.gameDescription)
-                                    : plain(localized("No description available."));
+                                    : styledText(localized("No description available."));
     page_.descriptionSize = descriptionSize();
     page_.sources = setSourceIcons(game.gameSourcesList);
-    page_.canBeRated = game.isGameInTheServer || isKnown;
+    page_.canBeRated = canBeRated(game);
     page_.stars = {};
     const std::string title = !game.isGameInTheServer ? localized("Play")
                               : game.isGameNative     ? localized("Buy")
                                                       : actionButtonInstallStringForGameData(game);
     page_.actionTitle = MVString::uppercased(title);
     if (callbacks_.pageChanged) callbacks_.pageChanged();
-    // The grid's page has a view for the trailer in it.
-    const bool hasTrailer = game.trailer && !game.trailer->empty();
-    if (layout_ == LibraryLayout::grid && hasTrailer) {
-        showWindow(localized("Trailer"), game.trailerHTMLwithSize(trailerWidth_, trailerHeight_),
-                   *game.trailer);
-    }
 }
 
 void NSDescriptionView::flagsChanged(Shift shift) {

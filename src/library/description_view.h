@@ -87,7 +87,7 @@ class NSDescriptionView {
     /// A click on an item of the library.
     void openLocalItem(const std::string& path);
     /// `setGameData:withBlockInTheEnd:`. Any thread; fills the page on the main queue and calls the block
-    /// there.
+    /// there. Icon and ratings follow from the background, where somebody is told of the page's changes.
     void setGameData(std::shared_ptr<NSGameData> game, std::function<void()> blockInTheEnd);
     /// `setNullGameData`.
     void setNullGameData();
@@ -136,7 +136,7 @@ class NSDescriptionView {
     void playGame();
     /// `updateAndRunWrapper:`.
     void updateAndRunWrapper(const std::string& path);
-    /// `updateWrapper:`. Runs it afterwards, in any case.
+    /// `updateWrapper:`. Runs it afterwards, unless the user has cancelled the update.
     void updateWrapper(const std::string& wrapper);
     /// `runWrapper:withBinaryAtPath:`.
     void runWrapper(const std::string& wrapper, const std::string& binary);
@@ -186,14 +186,14 @@ class NSDescriptionView {
     static void onPage(const std::shared_ptr<NSDescriptionView*>& self,
                        std::function<void(NSDescriptionView&)> work);
     void fillPage();
+    /// What may take long: the grid's trailer, the icon and the ratings.
+    void loadDetails(std::shared_ptr<NSGameData> game);
     void titleActionButton();
     /// `downloadCkiFromSource:toInstallAtPath:`.
     void downloadCkiFromSource(const std::string& source, const std::string& target);
-    /// `installCkiAtPath:atPath:`. A worker; the entry is the one that was installed.
-    static void installCkiAtPath(const std::string& cki, const std::string& target,
-                                 const std::shared_ptr<NSGameData>& game, WrapperCreation& creation,
-                                 const std::shared_ptr<NSDescriptionView*>& self);
-    void installOnceAgreed();
+    /// `installCkiAtPath:atPath:`. A worker. What is to be replaced is back in its place after a failure.
+    static bool installCkiAtPath(const std::string& cki, const std::string& target, const NSGameData& game,
+                                 WrapperCreation& creation);
     void showWindow(const std::string& name, const std::string& html, const std::string& link) const;
 
     const LibraryLayout layout_;

@@ -186,7 +186,11 @@ void NSDescriptionView::updateWrapper(const std::string& wrapper) {
                           {outdated->version, outdated->newest}),
                 "Outdated Wrapper", "Critical", true)) {
             WrapperCreation creation(progress);
-            building::updateOutdatedWrapper(wrapper, creation);
+            try {
+                building::updateOutdatedWrapper(wrapper, creation);
+            } catch (const Cancelled&) {
+                return;
+            }
         }
         run();
     });
@@ -250,13 +254,13 @@ void NSDescriptionView::runDebugModeOfWrapper(const std::string& wrapper) {
 
 void NSDescriptionView::forceCloseGame() {
     const auto path = selectedGamePath();
-    if (!path ||
+    if (!path || gameData_->isGameInTheServer ||
         !MVAlert::showBooleanAlertMessage(
             localized("This will kill every process related with that app. Do you really want to do it?"),
             "Warning", false)) {
         return;
     }
-    NSUtilities::terminateAllCaskeryProcessesForWrapper(*path, RemovingWrapper::no);
+    NSUtilities::terminateAllCaskeryProcessesForWrapper(wrapperOf(*path), RemovingWrapper::no);
 }
 
 void NSDescriptionView::removeGame() {
@@ -297,7 +301,7 @@ void NSDescriptionView::launchCaskery() const {
 
 void NSDescriptionView::runSelectedWrapperWithFlag(const std::string& flag) {
     const auto path = selectedGamePath();
-    if (!path) return;
+    if (!path || !MVFileManager::regularFileExistsAtPath(frameworkProgram(*path))) return;
     inBackground("app.morvane.listViewRunWrapperWithFlag",
                  [path = *path, flag] { runAndWait(frameworkProgram(path), {flag}); });
 }
@@ -384,25 +388,26 @@ void NSDescriptionView::watchInstructions() {
 
 void NSDescriptionView::watchInstructionsForSource(const std::string& source) {
     if (!gameData_) return;
-    inBackground("app.morvane.descriptionViewInstructions", [self = self_, source,
-                                                             free = gameData_->isGameFree,
-                                                             width = trailerWidth_, height = trailerHeight_] {
-        const auto linkFor = [](const std::string& name) {
-            return NSUtilities::stringWithContentsOfURL(catalogue::instructionsAddress(name)).value_or("");
-        };
-        std::string link = MVString::trimmed(linkFor(source));
-        if (link.empty()) link = MVString::trimmed(linkFor(free ? "Free" : "Other"));
-        const std::string page = NSGameData::videoPlayerPageFromLink(link, width, height);
-        onPage(self, [page, link](NSDescriptionView& view) {
-            view.showWindow(localized("Instructions"), page, link);
+    inBackground(
+        "app.morvane.descriptionViewInstructions",
+        [self = self_, source, free = gameData_->isGameFree, width = trailerWidth_, height = trailerHeight_] {
+            const auto linkFor = [](const std::string& name) {
+                const auto answer = catalogue::answerOf(catalogue::instructionsAddress(name));
+                return answer && MVString::isValidUtf8(*answer) ? MVString::trimmed(*answer) : "";
+            };
+            std::string link = linkFor(source);
+            if (link.empty()) link = linkFor(free ? "Free" : "Other");
+            const std::string page = NSGameData::videoPlayerPageFromLink(link, width, height);
+            onPage(self, [page, link](NSDescriptionView& view) {
+                view.showWindow(localized("Instructions"), page, link);
+            });
         });
-    });
 }
 
 void NSDescriptionView::showCrossOverAlternative() {
     if (!gameData_ || !isWebLink(gameData_->crossoverAlternative)) return;
     inBackground("app.morvane.descriptionViewCrossOver", [address = gameData_->crossoverAlternative] {
-        const std::string tie = crossTieOf(NSUtilities::safeDataWithContentsOfURL(address).value_or(""));
+        const std::string tie = crossTieOf(catalogue::answerOf(address).value_or(""));
         const bool installs = !tie.empty() && workspace::opensScheme("com-codeweavers-crossover-crosstie");
         const std::string link =
             installs ? filled("com-codeweavers-crossover-crosstie:install?crosstie=%@", {tie}) : address;

@@ -14,6 +14,7 @@
 #include "foundation/safe_paths.h"
 #include "foundation/settings_keys.h"
 #include "foundation/text.h"
+#include "library/catalogue_addresses.h"
 #include "library/icon_cache.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -282,9 +283,9 @@ void NSGameData::loadRankingIndicatorValues() {
         ratings_ = {.atiAmd = 0, .nvidia = 0, .intelIris = 0, .intelHd = 0};
         return;
     }
-    setRatingsWithString(NSUtilities::stringWithContentsOfURL(
-                             host().sites.catalogue + "ckis/portRating.php?game=" + std::to_string(gameID))
-                             .value_or(""));
+    const auto answer =
+        catalogue::answerOf(host().sites.catalogue + "ckis/portRating.php?game=" + std::to_string(gameID));
+    setRatingsWithString(answer && MVString::isValidUtf8(*answer) ? *answer : "");
 }
 
 void NSGameData::setRatingsWithString(std::string_view ratings) {

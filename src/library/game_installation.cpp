@@ -17,6 +17,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/ownership.h"
+#include "ports/port_data.h"
 #include "ports/typed_stream.h"
 #include "wrapper/layout.h"
 
@@ -24,10 +25,19 @@ namespace morvane {
 namespace {
 
 constexpr const char* otherSource = "Other";
+/// 0 and 1 stand for "not known".
+constexpr std::int64_t firstKnownID = 2;
 
-/// A game's name as a file name.
+/// A game's name as a file name. It comes from a server: it may be none.
 std::string fileNameOf(const NSGameData& game) {
     return MVString::replacedAll(game.gameName, ":", " -");
+}
+
+/// The name that a save panel proposes.
+std::string proposedNameOf(const NSGameData& game) {
+    std::string name = MVString::replacedAll(fileNameOf(game), "/", "-");
+    std::erase_if(name, [](unsigned char character) { return character < ' '; });
+    return name.substr(std::min(name.find_first_not_of('.'), name.size()));
 }
 
 bool isWrapper(const std::string& path) {
@@ -53,8 +63,10 @@ bool automaticFolderSave() {
 /// The place that needs no question: in the first apps folder, under the game's name. Nothing when the name
 /// is no file name, and when something lies there: what is replaced is for the user to say.
 std::optional<std::string> automaticTarget(const NSGameData& game) {
-    const auto place = pathInside(NSDescriptionView::defaultGamesFolder(), fileNameOf(game) + ".app",
-                                  Levels::one, localized("the game's name"));
+    const std::string name = fileNameOf(game);
+    if (name.empty()) return std::nullopt;
+    const auto place = pathInside(NSDescriptionView::defaultGamesFolder(), name + ".app", Levels::one,
+                                  localized("the game's name"));
     const auto* path = std::get_if<std::string>(&place);
     const bool isFree = path != nullptr && files::kindOf(*path) == files::Kind::none;
     return isFree ? std::optional(*path) : std::nullopt;
@@ -64,7 +76,7 @@ std::optional<std::string> askForTarget(const NSGameData& game) {
     SavePanel panel;
     panel.title = localized("Create Port at...");
     panel.startFolder = NSDescriptionView::defaultGamesFolder();
-    panel.proposedName = fileNameOf(game);
+    panel.proposedName = proposedNameOf(game);
     panel.types = {"app"};
     return MVAlert::chooseSavePath(panel);
 }
@@ -111,11 +123,51 @@ bool downloadCkiFile(Download& download, const std::string& address, const std::
     return false;
 }
 
-/// What lies where a new wrapper goes, and was chosen to be replaced.
-bool clearTarget(const std::string& target) {
-    return files::kindOf(target) == files::Kind::folder ? MVFileManager::removeItemAtPath(target)
-                                                        : removeFileOrLink(target);
-}
+/// What lies where a new wrapper goes, and was chosen to be replaced: it steps aside, and is lost only once
+/// the new one is there.
+class ReplacedItem {
+  public:
+    explicit ReplacedItem(std::string place)
+        : place_(std::move(place)), aside_(place_ + ".morvane-replaced") {}
+    ~ReplacedItem() {
+        if (!isAside_) return;
+        // A failed creation may have left something to look into.
+        if (files::kindOf(place_) == files::Kind::none) {
+            MVFileManager::moveItemAtPath(aside_, place_);
+        } else {
+            MVAlert::showAlertMessage(localized("What was to be replaced is now at %@.", {aside_}),
+                                      "Warning");
+        }
+    }
+    ReplacedItem(const ReplacedItem&) = delete;
+    ReplacedItem& operator=(const ReplacedItem&) = delete;
+
+    /// False when it stays where it is, which the user is told.
+    [[nodiscard]] bool stepAside() {
+        if (files::kindOf(place_) == files::Kind::none) return true;
+        if (files::kindOf(aside_) != files::Kind::none) {
+            MVAlert::showAlertErrorMessage(localized(
+                "%@ is what an earlier installation was to replace. Move it away or delete it first.",
+                {aside_}));
+            return false;
+        }
+        isAside_ = MVFileManager::moveItemAtPath(place_, aside_);
+        return isAside_;
+    }
+    void discard() {
+        if (!isAside_) return;
+        isAside_ = false;
+        if (files::kindOf(aside_) == files::Kind::link) {
+            removeFileOrLink(aside_);
+        } else {
+            MVFileManager::removeItemAtPath(aside_);
+        }
+    }
+
+  private:
+    const std::string place_, aside_;
+    bool isAside_ = false;
+};
 
 void storeDescription(const Dictionary& description, const std::string& wrapper) {
     const auto bytes = typed_stream::archive(Value(description));
@@ -137,7 +189,7 @@ void storeDescription(const Dictionary& description, const std::string& wrapper)
 bool NSValidPortDelegate::doesPathMatches(const std::string& path) const {
     if (!isWrapper(path)) return false;
     if (anyCaskeryPortAllowed) return true;
-    return MVFileManager::regularFileExistsAtPath(path + layout::descriptionCkii) &&
+    return id_ >= firstKnownID && MVFileManager::regularFileExistsAtPath(path + layout::descriptionCkii) &&
            NSGameData::getIdentifierOfGameAtPath(path) == id_;
 }
 
@@ -153,7 +205,6 @@ std::string NSDescriptionView::defaultGamesFolder() {
 }
 
 std::optional<std::string> NSDescriptionView::validPortWithGameID(std::int64_t id) {
-    constexpr std::int64_t firstKnownID = 2;
     if (id < firstKnownID) return std::nullopt;
     const auto holdsIt = [id](const std::string& path) {
         return isWrapper(path) && NSGameData::getIdentifierOfGameAtPath(path) == id;
@@ -296,8 +347,10 @@ std::optional<std::string> NSDescriptionView::pathForDownloadedCkiOfGame(const N
         MVAlert::showAlertErrorMessage(message);
         return std::nullopt;
     };
+    const std::string name = fileNameOf(game);
     const auto folder =
-        pathInside(host().folders.temporary, fileNameOf(game), Levels::one, localized("the game's name"));
+        pathInside(host().folders.temporary, name.empty() ? std::to_string(game.gameID) : name, Levels::one,
+                   localized("the game's name"));
     if (const Failure* failure = failureOf(folder)) return report(failure->message);
     const auto& path = std::get<std::string>(folder);
     if (files::kindOf(path) == files::Kind::none &&
@@ -316,40 +369,40 @@ std::optional<std::string> NSDescriptionView::pathForDownloadedCkiOfGame(const N
 void NSDescriptionView::downloadCkiFromSource(const std::string& source, const std::string& target) {
     MVThread::dispatchQueueWithName(
         "app.morvane.descriptionViewDownloadCkiAndInstall", Priority::normal, Concurrent::no,
-        [self = self_, game = gameData_, progress = progress_, source, target] {
-            WrapperCreation creation(progress);
-            progress->setCancelAction([&creation] { creation.cancelWrapperCreation(); });
+        [self = self_, game = gameData_, progress = progress_, addPort = callbacks_.addPort, source, target] {
+            // Shared: the button may be pressed while the installation ends.
+            const auto creation = std::make_shared<WrapperCreation>(progress);
+            progress->setCancelAction([creation] { creation->cancelWrapperCreation(); });
             const struct Detach {
                 NSProgressView& panel;
-                // On the main thread, where it is pressed: not while it is.
-                ~Detach() {
-                    host().mainQueue.callAndWait([this] { panel.setCancelAction(nullptr); });
-                }
+                ~Detach() { panel.setCancelAction(nullptr); }
             } detach{*progress};
             const auto cki = pathForDownloadedCkiOfGame(*game, source);
-            if (!cki || !downloadCkiFile(creation, catalogue::downloadAddress(game->gameID, source), *cki))
+            if (!cki || !downloadCkiFile(*creation, catalogue::downloadAddress(game->gameID, source), *cki))
                 return;
-            // Only now: without the port file, what is to be replaced would be lost for nothing.
-            if (game->gameDependencyID == 0 && !clearTarget(target)) return;
-            installCkiAtPath(*cki, target, game, creation, self);
+            if (!installCkiAtPath(*cki, target, *game, *creation)) return;
+            if (game->gameDependencyID == 0 && addPort) addPort(target);
+            onPage(self, [target](NSDescriptionView& page) {
+                page.setGameData(NSGameData::initWithPath(target), {});
+            });
         });
 }
 
-void NSDescriptionView::installCkiAtPath(const std::string& cki, const std::string& target,
-                                         const std::shared_ptr<NSGameData>& game, WrapperCreation& creation,
-                                         const std::shared_ptr<NSDescriptionView*>& self) {
-    const std::optional<Dictionary> description = game->descriptionDictionary;
-    if (creation.installCKI(cki, target, Trust::yes) != 0) return;
-    if (description) {
-        storeDescription(*description, target);
-        for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(target)) {
-            storeDescription(*description, launcher.path);
-        }
+bool NSDescriptionView::installCkiAtPath(const std::string& cki, const std::string& target,
+                                         const NSGameData& game, WrapperCreation& creation) {
+    const std::optional<Dictionary> description = game.descriptionDictionary;
+    ReplacedItem replaced(target);
+    // What is no port is told of by the installation itself, which then leaves the place alone.
+    const bool isPort = !WrapperCreation::flawOfPort(NSPortData::initWithCkiAtPath(cki));
+    if (game.gameDependencyID == 0 && isPort && !replaced.stepAside()) return false;
+    if (creation.installCKI(cki, target, Trust::yes) != 0) return false;
+    replaced.discard();
+    if (!description) return true;
+    storeDescription(*description, target);
+    for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(target)) {
+        storeDescription(*description, launcher.path);
     }
-    onPage(self, [target, isNew = game->gameDependencyID == 0](NSDescriptionView& page) {
-        if (isNew && page.callbacks_.addPort) page.callbacks_.addPort(target);
-        page.setGameData(NSGameData::initWithPath(target), {});
-    });
+    return true;
 }
 
 void NSDescriptionView::downloadGameCKI() {
@@ -363,7 +416,7 @@ void NSDescriptionView::downloadGameCKI() {
     SavePanel panel;
     panel.title = localized("Save CKI at...");
     panel.startFolder = WrapperCreation::folderForNewPorts();
-    panel.proposedName = fileNameOf(*gameData_);
+    panel.proposedName = proposedNameOf(*gameData_);
     panel.types = {"cki"};
     panel.accessory = &form;
     const auto path = MVAlert::chooseSavePath(panel);

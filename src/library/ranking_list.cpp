@@ -1,7 +1,10 @@
 #include "library/ranking_list.h"
 
 #include <array>
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
+#include <limits>
 
 #include "foundation/localization.h"
 #include "foundation/network.h"
@@ -36,9 +39,15 @@ std::string withGroupingSeparators(std::int64_t number) {
 }
 
 std::string oneDecimal(double number) {
-    std::array<char, 64> text{};
-    const int length = std::snprintf(text.data(), text.size(), "%.1f", number);
-    return {text.data(), static_cast<std::size_t>(length)};
+    // Whatever a server calls a rating fits.
+    std::array<char, std::numeric_limits<double>::max_exponent10 + 8> text{};
+    std::snprintf(text.data(), text.size(), "%.1f", number);
+    return text.data();
+}
+
+double numberOf(const std::string& text) {
+    const double number = std::strtod(text.c_str(), nullptr);
+    return std::isfinite(number) ? number : 0;
 }
 
 bool isDigits(std::string_view text) {
@@ -65,8 +74,7 @@ void NSRankingList::loadRankingListForVideoCard(const std::string& card) {
             std::optional<std::string> answer;
             if (NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) {
                 // Byte by byte: names outside ASCII are in these lists as well.
-                answer = NSUtilities::safeDataWithContentsOfURL(
-                    catalogue::rankingAddress(nameOf(type), rowsAskedFor, card));
+                answer = catalogue::answerOf(catalogue::rankingAddress(nameOf(type), rowsAskedFor, card));
             }
             auto rows = answer ? rowsOfAnswer(*answer, type) : std::vector<Row>();
             MVThread::dispatchBlockInMainQueue(
@@ -82,10 +90,9 @@ void NSRankingList::loadRankingListForVideoCard(const std::string& card) {
 
 std::vector<NSRankingList::Row> NSRankingList::rowsOfAnswer(std::string_view answer, TableType tableType) {
     std::vector<Row> rows;
-    if (!MVString::isValidUtf8(answer)) return rows;
     for (const std::string& piece : MVString::split(answer, "<br>")) {
         const auto fields = MVString::split(piece, " || ");
-        if (fields.size() < 4) continue;
+        if (fields.size() < 4 || !MVString::isValidUtf8(piece)) continue;
         Row row;
         row.line.id = MVString::initialIntValue(MVString::trimmed(fields[0]));
         row.line.creator = fields[1];
@@ -100,7 +107,7 @@ std::vector<NSRankingList::Row> NSRankingList::rowsOfAnswer(std::string_view ans
                 row.downloads = MVString::initialIntValue(fields[3]);
                 break;
             case TableType::highrated:
-                row.rate = std::strtod(fields[3].c_str(), nullptr);
+                row.rate = numberOf(fields[3]);
                 break;
         }
         rows.push_back(std::move(row));
