@@ -111,6 +111,9 @@ class AppDelegate {
     /// `handleURLEvent:withReplyEvent:`. A text without "://" does nothing. Anybody may send a link: it shows
     /// a page and asks, and is never more than a text of a request to the catalogue.
     void handleURLEvent(const std::string& link);
+    /// Whether a web view loads what was clicked in it: the application's own links are opened here, those of
+    /// the CrossOver product by that product.
+    bool shouldWebViewFollow(const std::string& link);
     /// `showDescriptionOfTheFirstGameListedInThatPage:`.
     void showDescriptionOfTheFirstGameListedInThatPage(const std::string& address);
 

@@ -32,8 +32,7 @@ class ShellView {
   public:
     virtual ~ShellView() = default;
 
-    /// Where links of "mvid://" and "morvane://" go from now on, those of the front end's own web views among
-    /// them; nowhere with an empty handler.
+    /// Where links that the system brings go from now on; nowhere with an empty handler.
     virtual void setURLHandler(std::function<void(const std::string& link)>) {}
     /// Where a click on a notification goes, with what the notification carries; nowhere with an empty
     /// handler.

@@ -8,7 +8,6 @@
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
-#include "foundation/network.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
@@ -192,14 +191,26 @@ bool AppDelegate::launchLocalGameAction(std::size_t tag) {
 // ---- Links
 
 void AppDelegate::handleURLEvent(const std::string& link) {
-    if (link.size() > longestLink) return MVAlert::showAlertErrorMessage(localized("Port not found!"));
     const auto pieces = MVString::split(link, "://");
     if (pieces.size() < 2) return;
+    if (link.size() > longestLink) return MVAlert::showAlertErrorMessage(localized("Port not found!"));
     const auto parts = MVString::split(pieces[1], "/");
     const std::string country = parts.size() > 1 ? parts[1] : "";
     showDescriptionOfTheFirstGameListedInThatPage(pieces[0] == "mvid"
                                                       ? catalogue::briefDescriptionAddress(parts[0])
                                                       : catalogue::searchAddress(parts[0], country));
+}
+
+bool AppDelegate::shouldWebViewFollow(const std::string& link) {
+    if (link.starts_with("mvid://") || link.starts_with("morvane://")) {
+        handleURLEvent(link);
+        return false;
+    }
+    if (link.starts_with("com-codeweavers-crossover-crosstie:")) {
+        host().userInterface.openLink(link);
+        return false;
+    }
+    return true;
 }
 
 void AppDelegate::showDescriptionOfTheFirstGameListedInThatPage(const std::string& address) {
@@ -212,7 +223,7 @@ void AppDelegate::showDescriptionOfTheFirstGameListedInThatPage(const std::strin
                 progress->closeCreatingPort(CreatingPort::no);
                 MVAlert::showAlertErrorMessage(localized(error));
             };
-            const std::string answer = textOf(NSUtilities::safeDataWithContentsOfURL(address).value_or(""));
+            const std::string answer = textOf(catalogue::answerOf(address).value_or(""));
             const std::string first = answer.substr(0, answer.find("<br>"));
             if (!MVString::contains(first, " || ")) return finishWith("Port not found!");
             const auto line = generateDictionaryForPortListLine(first);

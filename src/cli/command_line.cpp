@@ -267,13 +267,11 @@ void addLibraryCommands(CLI::App& app, Parsed& parsed) {
     command("add", "add applications", [&](Session& session) { return addToLibrary(session, parsed.words); })
         ->add_option("PATH", parsed.words, "their paths")
         ->required();
-    CLI::App* remove = command("remove", "take one from the list",
-                               [&](Session& session) { return removeFromLibrary(session, parsed.path); });
+    CLI::App* remove = command("remove", "take one from the list", [&](Session& session) {
+        return removeFromLibrary(session, parsed.path, parsed.disk ? FromDisk::yes : FromDisk::no);
+    });
     remove->add_option("PATH", parsed.path, "its path")->required();
     remove->add_flag("--disk", parsed.disk, "and from the disk");
-    remove->parse_complete_callback([&] {
-        parsed.answers.push_back(parsed.disk ? "Remove App=Remove from Disk" : "Remove App=List Only");
-    });
     command("order", "sort them, now and whenever one is added",
             [&](Session& session) { return orderLibrary(session, parsed.name); })
         ->add_option("ORDER", parsed.name, "by what")

@@ -95,8 +95,9 @@ int listLibrary(Session& session, const std::vector<std::string>& words);
 int scanLibrary(Session& session);
 /// `library add PATH...`.
 int addToLibrary(Session& session, const std::vector<std::string>& paths);
-/// `library remove PATH [--disk]`.
-int removeFromLibrary(Session& session, const std::string& path);
+enum class FromDisk { no, yes };
+/// `library remove PATH [--disk]`. From the disk only after a question.
+int removeFromLibrary(Session& session, const std::string& path, FromDisk fromDisk);
 /// `library order name|size|none`. The order is kept.
 int orderLibrary(Session& session, const std::string& order);
 /// `library move FROM TO`. Places as listed.

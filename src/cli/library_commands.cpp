@@ -5,6 +5,7 @@
 #include "app/app_delegate.h"
 #include "cli/commands.h"
 #include "cli/table.h"
+#include "foundation/localization.h"
 #include "foundation/settings_keys.h"
 #include "foundation/text.h"
 #include "library/apps_array.h"
@@ -76,7 +77,9 @@ int addToLibrary(Session& session, const std::vector<std::string>& paths) {
     });
 }
 
-int removeFromLibrary(Session& session, const std::string& given) {
+int removeFromLibrary(Session& session, const std::string& given, FromDisk fromDisk) {
+    const std::string button = localized(fromDisk == FromDisk::yes ? "Remove from Disk" : "List Only");
+    session.answers().addAnswer(localized("Remove App"), {.button = button, .text = std::nullopt});
     return onLibrary(session, [&](NSAppsArray& apps, int& result) {
         const std::string path = expandedPath(given);
         if (holds(apps, path)) {

@@ -388,6 +388,14 @@ TEST_F(Shell, LinksShowTheFirstPortAndInstallIt) {
     ASSERT_NE(app->gamePage().gameData(), nullptr);
     EXPECT_EQ(app->gamePage().gameData()->gameName, "Café");
     EXPECT_EQ(app->gamePage().gameData()->gameID, 7);
+
+    // In a web view.
+    EXPECT_TRUE(app->shouldWebViewFollow("http://127.0.0.1/?mvid://1"));
+    EXPECT_FALSE(app->shouldWebViewFollow("com-codeweavers-crossover-crosstie:install?crosstie=1"));
+    EXPECT_EQ(ui.opened, Lines{"com-codeweavers-crossover-crosstie:install?crosstie=1"});
+    ui.expect("Read the license agreement").answer("I Disagree");
+    EXPECT_FALSE(app->shouldWebViewFollow("mvid://7"));
+    settle();
 }
 
 TEST_F(Shell, AnOpenedPortDescriptionIsBuiltAndKept) {
