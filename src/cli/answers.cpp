@@ -43,16 +43,30 @@ std::optional<Failure> Answers::addChoice(const std::string& option) {
     return std::nullopt;
 }
 
+void Answers::addAnswer(const std::string& title, Answer answer) {
+    answers_[title].push_back(std::move(answer));
+}
+
 void Answers::addChoice(const std::string& title, const std::string& path) {
-    choices_[title].push_back(path);
+    addChoices(title, path.empty() ? std::vector<std::string>{} : std::vector<std::string>{path});
+}
+
+void Answers::addChoices(const std::string& title, std::vector<std::string> paths) {
+    choices_[title].push_back(std::move(paths));
 }
 
 std::optional<Answers::Answer> Answers::takeAnswer(const std::string& title) {
     return takeFirst(answers_, title);
 }
 
-std::optional<std::string> Answers::takeChoice(const std::string& title) {
+std::optional<std::vector<std::string>> Answers::takeChoices(const std::string& title) {
     return takeFirst(choices_, title);
+}
+
+std::optional<std::string> Answers::takeChoice(const std::string& title) {
+    const auto paths = takeChoices(title);
+    if (!paths) return std::nullopt;
+    return paths->empty() ? "" : paths->front();
 }
 
 }  // namespace morvane::cli

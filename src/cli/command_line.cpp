@@ -25,6 +25,8 @@ struct Parsed {
     std::vector<std::string> words;
     bool disk = false;
     std::size_t from = 0, place = 0;
+    std::int64_t id = 0;
+    int stars = 0;
     Command command;
 };
 
@@ -298,6 +300,76 @@ void addLibraryCommands(CLI::App& app, Parsed& parsed) {
             };
         });
     }
+void addCatalogueCommands(CLI::App& app, Parsed& parsed) {
+    CLI::App* catalogue = app.add_subcommand("catalogue", "the ports that others have published");
+    catalogue->require_subcommand(1);
+    const auto command = [&](const char* name, const char* description) {
+        CLI::App* sub = catalogue->add_subcommand(name, description);
+        sub->add_option("ID", parsed.id, "the port's ID, as listed")->required();
+        return sub;
+    };
+    CLI::App* list =
+        catalogue->add_subcommand("list", "print the ports, or those whose names hold the words");
+    list->add_option("WORDS", parsed.words, "words of the name");
+    list->callback(
+        [&] { parsed.command = [&](Session& session) { return listCatalogue(session, parsed.words); }; });
+    command("show", "print what is known of a port")->callback([&] {
+        parsed.command = [&](Session& session) { return showCatalogueEntry(session, parsed.id); };
+    });
+    CLI::App* install = command("install", "install a port");
+    install->add_option("--source", parsed.name, "where the game comes from");
+    install->add_option("--to", parsed.to, "where the wrapper is made (PATH.app)");
+    install->callback([&] {
+        parsed.command = [&](Session& session) {
+            return installFromCatalogue(session, parsed.id, parsed.name, parsed.to);
+        };
+    });
+    CLI::App* rate = command("rate", "rate a port on this computer's graphics card, in the browser");
+    rate->add_option("STARS", parsed.stars, "1 to 5")->required()->check(CLI::Range(1, 5));
+    rate->callback([&] {
+        parsed.command = [&](Session& session) {
+            return rateCatalogueEntry(session, parsed.id, parsed.stars);
+        };
+    });
+    CLI::App* rankings = catalogue->add_subcommand("rankings", "print the first ports of a ranking");
+    rankings->add_option("LIST", parsed.name, "latest, popular or highrated")
+        ->required()
+        ->check(CLI::IsMember({"latest", "popular", "highrated"}));
+    rankings->callback(
+        [&] { parsed.command = [&](Session& session) { return listRankings(session, parsed.name); }; });
+    CLI::App* save = command("save", "save a port's description file");
+    save->add_option("--source", parsed.name, "where the game comes from")->required();
+    save->add_option("FILE", parsed.file, "where to (FILE.cki)")->required();
+    save->callback([&] {
+        parsed.command = [&](Session& session) {
+            return savePortFile(session, parsed.id, parsed.name, parsed.file);
+        };
+    });
+}
+
+void addGameCommands(CLI::App& app, Parsed& parsed) {
+    const auto command = [&](const char* name, const char* description,
+                             int (*run)(Session&, const std::string&)) {
+        CLI::App* sub = app.add_subcommand(name, description);
+        sub->add_option("APP", parsed.app, "the installed game")->required();
+        sub->callback([&parsed, run] {
+            parsed.command = [&parsed, run](Session& session) { return run(session, parsed.app); };
+        });
+        return sub;
+    };
+    command("show", "print what is known of an installed game", showGame);
+    command("play", "play a game, and wait for its end", play);
+    command("drive", "print where a wrapper's drive C: is", showDrive);
+    command("logs", "print the logs of a wrapper's last run", listLogs);
+    CLI::App* mod = app.add_subcommand("mod", "install a mod or a patch");
+    mod->add_option("APP", parsed.app, "the wrapper")->required();
+    mod->add_option("FILE", parsed.words, "a program, an archive, or files and folders to copy");
+    mod->add_option("--to", parsed.to, "the folder that gets the files");
+    mod->callback([&] {
+        parsed.command = [&](Session& session) {
+            return installMod(session, parsed.app, parsed.words, parsed.to);
+        };
+    });
 }
 
 std::optional<Failure> fillAnswers(Answers& answers, const Parsed& parsed) {
@@ -340,6 +412,8 @@ int runCommandLine(int argc, char** argv) {
     addIconCommand(app, parsed);
     addDiscCommands(app, parsed);
     addServeCommand(app, parsed);
+    addCatalogueCommands(app, parsed);
+    addGameCommands(app, parsed);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -1,6 +1,7 @@
 // cli/commands.h: what each command does. Main thread; results are exit codes.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -107,5 +108,30 @@ int listAppsFolders(Session& session);
 enum class FolderChange { add, remove };
 /// `library folders add|remove PATH`.
 int changeAppsFolders(Session& session, FolderChange change, const std::string& path);
+/// `catalogue list [WORDS]`. By name.
+int listCatalogue(Session& session, const std::vector<std::string>& words);
+/// `catalogue show ID`.
+int showCatalogueEntry(Session& session, std::int64_t id);
+/// `catalogue install ID [--source S] [--to PATH]`. Empty texts leave the source and the place to questions.
+int installFromCatalogue(Session& session, std::int64_t id, const std::string& source, const std::string& to);
+/// `catalogue rate ID 1..5`. Opens the page on which the vote is given.
+int rateCatalogueEntry(Session& session, std::int64_t id, int stars);
+/// `catalogue rankings latest|popular|highrated`.
+int listRankings(Session& session, const std::string& type);
+/// `catalogue save ID --source S FILE`.
+int savePortFile(Session& session, std::int64_t id, const std::string& source, const std::string& file);
+/// `show APP`. What the page of an installed game says.
+int showGame(Session& session, const std::string& app);
+/// `play APP`. Offers to update an old wrapper first; returns when the game has ended.
+int play(Session& session, const std::string& app);
+/// `mod APP FILE... [--to FOLDER]`. Runs, unpacks or copies what a mod or patch consists of.
+int installMod(Session& session, const std::string& app, const std::vector<std::string>& paths,
+               const std::string& to);
+/// `drive APP`. Where the wrapper's drive C: is.
+int showDrive(Session& session, const std::string& app);
+/// `logs APP`. The logs of the last run.
+int listLogs(Session& session, const std::string& app);
+/// Says where the new wrapper is; a failure when there is none.
+int finished(Session& session, const std::string& wrapper);
 
 }  // namespace morvane::cli

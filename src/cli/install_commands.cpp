@@ -42,6 +42,8 @@ class Completion {
     std::string wrapper_;
 };
 
+}  // namespace
+
 int finished(Session& session, const std::string& wrapper) {
     if (wrapper.empty()) return failed;
     if (session.console().output() == Output::json) {
@@ -52,8 +54,6 @@ int finished(Session& session, const std::string& wrapper) {
     }
     return done;
 }
-
-}  // namespace
 
 int install(Session& session, const std::string& file) {
     return session.withCreation([&](WrapperCreation& creation) {

@@ -49,6 +49,10 @@ Session::Session(Output output, Answers answers)
     host_ = std::make_unique<Host>(optionsOfProcess(), interface_);
     completeFromSettings(host_->sites.caskery, settings::caskerySite);
     completeFromSettings(host_->sites.catalogue, settings::catalogueSite);
+    host_->workQueues.setExceptionHandler([this](const std::exception_ptr& exception) {
+        const std::lock_guard lock(mutex_);
+        if (!exception_) exception_ = exception;
+    });
     progress_ = std::make_shared<NSProgressView>();
     signalWatcher_ = std::thread([this] { watchSignals(); });
 }
@@ -84,17 +88,23 @@ void Session::handleSignal(int signal) {
     // A question that is open has the person's attention already; so has somebody who presses it a second
     // time.
     // The question is about a wrapper that would be removed: other work is cancelled without it.
-    const bool asked =
-        signal == SIGINT && console_.isInteractive() && !console_.interrupt() && creation_ != nullptr;
-    if (asked) {
-        host_->mainQueue.post([this] {
-            WrapperCreation* creation = creation_;
-            if (creation != nullptr && creation->cancelWrapperCreation()) cancelled_ = true;
-        });
+    if (signal == SIGINT && console_.isInteractive() && !console_.interrupt()) {
+        host_->mainQueue.post([this] { cancelAfterAsking(); });
         return;
     }
     cancelled_ = true;
     host_->creation.request();
+}
+
+void Session::cancelAfterAsking() {
+    if (WrapperCreation* creation = creation_) {
+        if (creation->cancelWrapperCreation()) cancelled_ = true;
+    } else if (progress_->cancel()) {
+        if (host_->creation.requested()) cancelled_ = true;
+    } else if (host_->creation.running()) {
+        cancelled_ = true;
+        host_->creation.request();
+    }
 }
 
 void Session::provideSite() {
@@ -128,6 +138,47 @@ int Session::onWorker(const std::function<int()>& work) {
     host_->mainQueue.runUntil([&] { return ended.load(); });
     // What the work posted last still belongs to its output.
     host_->mainQueue.drain();
+    return outcome(result, exception);
+}
+
+int Session::untilIdle(const std::function<int()>& work) {
+    int result = failed;
+    std::exception_ptr exception;
+    try {
+        result = work();
+        do runUntilNoWorkIsLeft();
+        while (host_->workQueues.busy());
+    } catch (...) {
+        exception = std::current_exception();
+    }
+    {
+        const std::lock_guard lock(mutex_);
+        if (!exception) exception = exception_;
+    }
+    const int ending = outcome(result, exception);
+    return ending == done && interface_.errorShown() ? int{failed} : ending;
+}
+
+void Session::runUntilNoWorkIsLeft() {
+    std::atomic<bool> idle = false;
+    std::thread waiting([&] {
+        host_->workQueues.joinAll();
+        idle = true;
+        host_->mainQueue.wake();
+    });
+    try {
+        host_->mainQueue.runUntil([&] { return idle.load(); });
+        host_->mainQueue.drain();
+    } catch (...) {
+        // Who waits for this thread gets no answer any more.
+        host_->mainQueue.close();
+        waiting.join();
+        throw;
+    }
+    waiting.join();
+}
+
+int Session::outcome(int result, const std::exception_ptr& exception) {
     if (cancelled_ || console_.wasInterrupted()) {
         console_.say(localized("Cancelled."));
         return cancelled;

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <atomic>
+#include <exception>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -36,6 +38,8 @@ class Session {
 
     [[nodiscard]] Console& console() { return console_; }
     [[nodiscard]] const std::shared_ptr<NSProgressView>& progress() const { return progress_; }
+    /// What is answered beforehand; a command adds what its own arguments say.
+    [[nodiscard]] Answers& answers() { return answers_; }
 
     /// Starts the embedded site unless another one is configured. Before `onWorker`.
     void provideSite();
@@ -44,6 +48,9 @@ class Session {
     int onWorker(const std::function<int()>& work);
     /// The same with a creation, whose cancellation the user may ask for.
     int withCreation(const std::function<int(WrapperCreation&)>& work);
+    /// Runs the work here, then the main queue, until everything that was started has ended. The work's
+    /// result is the exit code, as above; also a failure when an error was shown.
+    int untilIdle(const std::function<int()>& work);
     /// For a command that serves: the work begins it and returns `done`, then Ctrl-C or a termination signal
     /// is what ends it, and is no failure. Main thread.
     int untilAskedToEnd(const std::function<int()>& begin);
@@ -53,6 +60,10 @@ class Session {
   private:
     void watchSignals();
     void handleSignal(int signal);
+    void cancelAfterAsking();
+    void runUntilNoWorkIsLeft();
+    /// The exit code of work that has ended.
+    int outcome(int result, const std::exception_ptr& exception);
 
     Console console_;
     Answers answers_;
@@ -63,6 +74,8 @@ class Session {
     std::unique_ptr<SiteServer> site_;
     std::atomic<WrapperCreation*> creation_ = nullptr;
     std::atomic<bool> cancelled_ = false;
+    std::mutex mutex_;
+    std::exception_ptr exception_;  // the first that background work has thrown
     std::atomic<bool> ending_ = false;
     std::atomic<bool> serving_ = false;
     std::atomic<bool> askedToEnd_ = false;

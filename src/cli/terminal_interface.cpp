@@ -30,6 +30,10 @@ DialogAnswer cancellation(const Dialog& dialog) {
     return answer;
 }
 
+bool hasType(const std::string& path, const std::vector<std::string>& types) {
+    return std::find(types.begin(), types.end(), files::extension(path)) != types.end();
+}
+
 }  // namespace
 
 std::optional<std::size_t> choiceFor(const std::string& typed, const std::vector<std::string>& names,
@@ -126,7 +130,7 @@ std::optional<DialogAnswer> TerminalInterface::askForChoice(const Dialog& dialog
 
 std::optional<DialogAnswer> TerminalInterface::askForButton(const Dialog& dialog) {
     console_.say(console_.bold(dialog.title));
-    console_.say(dialog.text);
+    if (!dialog.text.empty()) console_.say(dialog.text);
     if (const auto* image = std::get_if<ImageAccessory>(&dialog.accessory))
         console_.say("(picture: " + image->path + ")");
     if (const auto* text = std::get_if<LongText>(&dialog.accessory)) console_.say("\n" + text->text);
@@ -177,8 +181,10 @@ DialogAnswer TerminalInterface::showDialog(const Dialog& dialog) {
 }
 
 std::vector<std::string> TerminalInterface::chooseFiles(const OpenPanel& panel) {
-    if (const auto path = answers_.takeChoice(panel.title)) {
-        return path->empty() ? std::vector<std::string>{} : std::vector<std::string>{expandedPath(*path)};
+    if (auto paths = answers_.takeChoices(panel.title)) {
+        if (!panel.multiple && paths->size() > 1) paths->resize(1);
+        for (std::string& path : *paths) path = expandedPath(path);
+        return *paths;
     }
     // A panel that comes back after its default would come back for ever.
     if (answers_.defaults && cancelledPanels_.insert(panel.title).second) return {};
@@ -193,14 +199,16 @@ std::vector<std::string> TerminalInterface::chooseFiles(const OpenPanel& panel) 
         if (!typed && console_.wasInterrupted()) host().creation.request();
         if (!typed || typed->empty()) return {};
         const std::string path = expandedPath(*typed);
-        const files::Kind kind = files::kindBehind(path);
+        files::Kind kind = files::kindBehind(path);
+        // A bundle is chosen like a file.
+        const bool isBundle =
+            kind == files::Kind::folder && !panel.packagesAsFolders && hasType(path, panel.types);
+        if (isBundle) kind = files::Kind::file;
         if (kind == files::Kind::none) {
             console_.say("There is nothing at " + path);
         } else if (kind == files::Kind::folder ? !panel.folders : !panel.files) {
             console_.say(panel.folders ? "That is not a folder." : "That is not a file.");
-        } else if (kind != files::Kind::folder && !panel.types.empty() &&
-                   std::find(panel.types.begin(), panel.types.end(), files::extension(path)) ==
-                       panel.types.end()) {
+        } else if (kind != files::Kind::folder && !panel.types.empty() && !hasType(path, panel.types)) {
             console_.say("That file has none of the possible types.");
         } else if (panel.shouldEnable && !panel.shouldEnable(path)) {
             console_.say("That file is not the one that is asked for.");
@@ -210,7 +218,35 @@ std::vector<std::string> TerminalInterface::chooseFiles(const OpenPanel& panel) 
     }
 }
 
+void TerminalInterface::fill(Form& form) {
+    for (FormField& field : form.fields) {
+        const bool isBox = field.kind == FormField::Kind::checkBox;
+        const std::vector<std::string> options =
+            isBox ? std::vector<std::string>{"No", "Yes"} : field.options;
+        if (options.size() < 2) continue;
+        auto chosen = std::optional(field.chosen);
+        if (const auto answer = answers_.takeAnswer(field.label)) {
+            chosen = choiceFor(answer->button, options, field.chosen);
+            if (!chosen) return giveUp(field.label + ": there is no choice \"" + answer->button + "\"");
+        } else if (console_.isInteractive() && !answers_.defaults) {
+            const Dialog question{.title = field.label,
+                                  .text = "",
+                                  .buttons = options,
+                                  .defaultButton = field.chosen,
+                                  .iconPath = "",
+                                  .accessory = {}};
+            const auto typed = askForButton(question);
+            if (!typed) return;
+            chosen = typed->button;
+        }
+        if (*chosen == field.chosen) continue;
+        field.chosen = *chosen;
+        if (field.changed) field.changed(*chosen);
+    }
+}
+
 std::optional<std::string> TerminalInterface::chooseSavePath(const SavePanel& panel) {
+    if (panel.accessory != nullptr) fill(*panel.accessory);
     const auto withType = [&panel](std::string path) {
         const bool typed =
             panel.types.empty() || std::any_of(panel.types.begin(), panel.types.end(),
@@ -259,6 +295,11 @@ void TerminalInterface::notify(const Notification& notification) {
 }
 
 void TerminalInterface::openLink(const std::string& url) {
+    if (console_.output() == Output::json) {
+        console_.emit({{"event", "link"}, {"url", url}});
+    } else {
+        console_.say("See " + url);
+    }
     workspace::openLink(url);
 }
 

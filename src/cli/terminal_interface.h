@@ -49,6 +49,8 @@ class TerminalInterface : public UserInterface {
     [[nodiscard]] std::optional<DialogAnswer> askForText(const Dialog& dialog);
     [[nodiscard]] std::optional<DialogAnswer> askForChoice(const Dialog& dialog);
     [[nodiscard]] std::optional<DialogAnswer> askForButton(const Dialog& dialog);
+    /// Each choice of a panel's form: answered under its label, else asked, else as it stands.
+    void fill(Form& form);
     /// Nobody answers: ends the command, unless a person has just cancelled it.
     void giveUp(const std::string& question);
 

@@ -112,7 +112,7 @@ class NSDescriptionView {
     /// `runOrInstallGame`.
     void runOrInstallGame();
     /// `chooseDownloadSource`.
-    void chooseDownloadSource();
+    void chooseDownloadSource(const std::optional<std::string>& target = {});
     /// `shouldInstallGameOrOpenLinkOfGame:ofSource:`.
     bool shouldInstallGameOrOpenLinkOfGame(const NSGameData& game, const std::string& source);
     /// `openBuyingLinkForNativeGame`.
@@ -171,6 +171,8 @@ class NSDescriptionView {
     // Watching and rating (game_actions.cpp)
     /// `rateGame:`.
     void rateGame();
+    /// The panel that `rateGame` has opened, until it closes.
+    [[nodiscard]] NSVotingPanel* votingPanel() const { return votingPanel_.get(); }
     /// `playTrailer:`.
     void playTrailer();
     /// `watchInstructions:`, `watchInstructionsForSource:`.

@@ -259,10 +259,10 @@ void NSDescriptionView::runOrInstallGame() {
     if (WrapperCreation::doYouAgreeWithTheLicenseAgreement()) chooseDownloadSource();
 }
 
-void NSDescriptionView::chooseDownloadSource() {
+void NSDescriptionView::chooseDownloadSource(const std::optional<std::string>& target) {
     if (!gameData_) return;
     const std::vector<std::string> sources = sourcesOf(*gameData_);
-    if (sources.size() == 1) return downloadCkiOfSourceWithName(sources.front());
+    if (sources.size() == 1) return downloadCkiOfSourceWithName(sources.front(), target);
     Dialog sheet;
     sheet.title = localized("Choose a source");
     sheet.text = localized("Select the game version you already own or want to buy.");
@@ -272,7 +272,7 @@ void NSDescriptionView::chooseDownloadSource() {
     }
     sheet.buttons.push_back(localized("Cancel"));
     const std::size_t chosen = MVAlert::showDialog(sheet).button;
-    if (chosen < sources.size()) downloadCkiOfSourceWithName(sources[chosen]);
+    if (chosen < sources.size()) downloadCkiOfSourceWithName(sources[chosen], target);
 }
 
 bool NSDescriptionView::shouldInstallGameOrOpenLinkOfGame(const NSGameData& game, const std::string& source) {

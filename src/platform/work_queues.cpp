@@ -26,13 +26,26 @@ WorkQueues::~WorkQueues() {
     joinAll();
 }
 
+void WorkQueues::setExceptionHandler(std::function<void(std::exception_ptr)> handler) {
+    exceptionHandler_ = std::move(handler);
+}
+
+void WorkQueues::run(const std::function<void()>& work) const {
+    if (!exceptionHandler_) return work();
+    try {
+        work();
+    } catch (...) {
+        exceptionHandler_(std::current_exception());
+    }
+}
+
 void WorkQueues::start(const std::string& label, Priority priority, std::function<void()> work) {
     MutexLock lock(mutex_);
     reapFinished();
     Worker& worker = workers_.emplace_back();
     worker.thread = std::thread([this, &worker, label, priority, work = std::move(work)]() mutable {
         describeThread(label, priority);
-        work();
+        run(work);
         work = nullptr;  // what the work holds is gone before anybody sees it finished
         MutexLock finished(mutex_);
         worker.finished = true;

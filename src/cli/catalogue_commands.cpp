@@ -1,0 +1,153 @@
+#include <algorithm>
+
+#include "cli/commands.h"
+#include "cli/game_page.h"
+#include "cli/table.h"
+#include "foundation/computer_information.h"
+#include "foundation/text.h"
+#include "library/ranking_list.h"
+#include "platform/files.h"
+
+namespace morvane::cli {
+
+namespace {
+
+/// Whether the game is sold there; its sources are said when not.
+bool isSourceOf(Session& session, const NSGameData& game, const std::string& source) {
+    const std::vector<std::string>& sources = game.gameSourcesList;
+    if (std::ranges::find(sources, source) != sources.end()) return true;
+    session.fail("The sources of " + game.gameName + " are: " + MVString::joined(sources, ", "));
+    return false;
+}
+
+Table tableOf(const std::vector<CatalogueLine>& lines) {
+    Table table{{{"id", "ID"},
+                 {"name", "Name"},
+                 {"creator", "Creator"},
+                 {"free", "Free"},
+                 {"new", "New"},
+                 {"native", "Native"},
+                 {"country", "Country"},
+                 {"dependency", "Add-on of"}},
+                {}};
+    for (const CatalogueLine& line : lines) {
+        table.rows.push_back({line.id, line.name, line.creator, line.isFree, line.isNew,
+                              line.isNative.value_or(false), line.country, line.dependencyID.value_or(0)});
+    }
+    return table;
+}
+
+Value valueOf(const NSRankingList::Row& row, NSRankingList::TableType type) {
+    switch (type) {
+        case NSRankingList::TableType::latest:
+            return row.date;
+        case NSRankingList::TableType::popular:
+            return row.downloads;
+        case NSRankingList::TableType::highrated:
+            return row.rate;
+    }
+    return {};
+}
+
+}  // namespace
+
+int listCatalogue(Session& session, const std::vector<std::string>& words) {
+    session.provideSite();
+    NSAppsArray apps;
+    const int ended = session.untilIdle([&] {
+        if (!canReachCatalogue(session)) return int{failed};
+        apps.loadServerAppsBlock([&] {
+            apps.loadToArrayAppsFromTab(NSAppsArray::catalogueTab, MVString::joined(words, " "), {});
+        });
+        return int{done};
+    });
+    if (const auto* lines = std::get_if<std::vector<CatalogueLine>>(&apps.array())) {
+        printTable(session.console(), tableOf(*lines));
+    }
+    return ended;
+}
+
+int showCatalogueEntry(Session& session, std::int64_t id) {
+    GamePage page(session, GamePage::Details::yes);
+    const int ended = page.open(id, [](NSDescriptionView&) { return int{done}; });
+    if (page.view().gameData()) printPage(session.console(), page.view(), "");
+    return ended;
+}
+
+int installFromCatalogue(Session& session, std::int64_t id, const std::string& source,
+                         const std::string& to) {
+    GamePage page(session, GamePage::Details::no);
+    const auto target = to.empty() ? std::nullopt : std::optional(expandedPath(to));
+    const int ended = page.open(id, [&](NSDescriptionView& view) {
+        const NSGameData& game = *view.gameData();
+        if (game.isGameNative) {
+            view.openBuyingLinkForNativeGame();
+            return session.fail(game.gameName + " is a native game: it is bought, and not installed here.");
+        }
+        if (!source.empty() && !isSourceOf(session, game, source)) return int{failed};
+        if (!WrapperCreation::doYouAgreeWithTheLicenseAgreement()) return int{failed};
+        if (source.empty()) {
+            view.chooseDownloadSource(target);
+        } else {
+            view.downloadCkiOfSourceWithName(source, target);
+        }
+        return int{done};
+    });
+    if (ended != done) return ended;
+    // What was installed is shown afterwards.
+    const auto& game = page.view().gameData();
+    return finished(session, game && !game->isGameInTheServer ? game->gamePath : "");
+}
+
+int rateCatalogueEntry(Session& session, std::int64_t id, int stars) {
+    GamePage page(session, GamePage::Details::no);
+    return page.open(id, [&](NSDescriptionView& view) {
+        view.rateGame();
+        NSVotingPanel* panel = view.votingPanel();
+        if (panel == nullptr) return session.fail("That port can't be rated.");
+        session.console().say(panel->title());
+        panel->clickStar(stars);
+        panel->applyVote();
+        return int{done};
+    });
+}
+
+int listRankings(Session& session, const std::string& name) {
+    using Type = NSRankingList::TableType;
+    const Type type = name == "latest" ? Type::latest : name == "popular" ? Type::popular : Type::highrated;
+    session.provideSite();
+    NSRankingList list(type, {});
+    const int ended = session.untilIdle([&] {
+        if (!canReachCatalogue(session)) return int{failed};
+        list.loadRankingListForVideoCard(NSComputerInformation::graphicCardType().value_or(""));
+        return int{done};
+    });
+    const char* heading = type == Type::latest ? "Date" : type == Type::popular ? "Downloads" : "Rate";
+    Table table{
+        {{"id", "ID"}, {MVString::lowercased(heading), heading}, {"name", "Name"}, {"creator", "Creator"}},
+        {}};
+    for (std::size_t index = 0; index < list.numberOfRows(); ++index) {
+        const NSRankingList::Row& row = list.row(index);
+        table.rows.push_back({row.line.id, valueOf(row, type), row.line.name, row.line.creator});
+    }
+    printTable(session.console(), table);
+    return ended;
+}
+
+int savePortFile(Session& session, std::int64_t id, const std::string& source, const std::string& file) {
+    GamePage page(session, GamePage::Details::no);
+    std::string path = expandedPath(file);
+    if (!path.ends_with(".cki")) path += ".cki";
+    if (files::kindOf(path) != files::Kind::none) return session.fail(path + " exists already.");
+    const int ended = page.open(id, [&](NSDescriptionView& view) {
+        if (!isSourceOf(session, *view.gameData(), source)) return int{failed};
+        session.answers().addChoice("Save CKI at...", path);
+        session.answers().addAnswer("Source", {source, {}});
+        view.downloadGameCKI();
+        return int{done};
+    });
+    if (ended == done) session.console().print(path);
+    return ended;
+}
+
+}  // namespace morvane::cli

@@ -1,0 +1,89 @@
+// What is done with an installed game, by the code of its page.
+
+#include <array>
+
+#include "cli/commands.h"
+#include "cli/game_page.h"
+#include "cli/table.h"
+#include "foundation/file_manager.h"
+#include "platform/files.h"
+#include "wrapper/layout.h"
+
+namespace morvane::cli {
+
+namespace {
+
+std::string realPathOf(const std::string& app) {
+    // The processes of a wrapper know its real path.
+    const std::string path = expandedPath(app);
+    return files::resolved(path).value_or(path);
+}
+
+bool isWrapper(Session& session, const std::string& path) {
+    if (MVFileManager::regularFileExistsAtPath(MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path)))
+        return true;
+    session.fail(path + " is not a wrapper.");
+    return false;
+}
+
+}  // namespace
+
+int showGame(Session& session, const std::string& app) {
+    GamePage page(session, GamePage::Details::no);
+    const std::string path = expandedPath(app);
+    return page.open(path, [&](NSDescriptionView& view) {
+        printPage(session.console(), view, path);
+        return int{done};
+    });
+}
+
+int play(Session& session, const std::string& app) {
+    session.provideSite();
+    GamePage page(session, GamePage::Details::no);
+    return page.open(realPathOf(app), [](NSDescriptionView& view) {
+        view.playGame();
+        return int{done};
+    });
+}
+
+int installMod(Session& session, const std::string& app, const std::vector<std::string>& paths,
+               const std::string& to) {
+    const std::string wrapper = realPathOf(app);
+    if (!isWrapper(session, wrapper)) return failed;
+    for (const std::string& path : paths) {
+        if (!MVFileManager::fileExistsAtPath(expandedPath(path)))
+            return session.fail("There is nothing at " + expandedPath(path) + ".");
+    }
+    if (!paths.empty()) {
+        session.answers().addChoices("Select the Mod/Patch file(s) and/or folder(s)", paths);
+    }
+    if (!to.empty()) session.answers().addChoice("Select the destination", to);
+    return session.untilIdle([&] {
+        NSDescriptionView::installModPatchAtWrapper(wrapper);
+        return int{done};
+    });
+}
+
+int showDrive(Session& session, const std::string& app) {
+    const std::string drive = expandedPath(app) + layout::dosdevices + "/c:/";
+    if (!MVFileManager::directoryExistsAtPath(drive)) return session.fail("drive_c folder not found.");
+    printRecord(session.console(), {{{"path", "Drive C"}, drive}});
+    return done;
+}
+
+int listLogs(Session& session, const std::string& app) {
+    const std::string wrapper = expandedPath(app);
+    if (!isWrapper(session, wrapper)) return failed;
+    Table table{{{"log", "Log"}, {"bytes", "Bytes"}, {"path", "Path"}}, {}};
+    for (const char* name : {"LastRunX11.log", "LastRunWine.log"}) {
+        const std::string path = wrapper + layout::resources + "/Logs/" + name;
+        const auto text = files::read(path);
+        if (failureOf(text) != nullptr) continue;
+        const auto bytes = static_cast<std::int64_t>(std::get<std::string>(text).size());
+        table.rows.push_back({name, bytes, path});
+    }
+    printTable(session.console(), table);
+    return done;
+}
+
+}  // namespace morvane::cli

@@ -1,0 +1,125 @@
+#include "cli/game_page.h"
+
+#include <unistd.h>
+
+#include <utility>
+
+#include "cli/table.h"
+#include "foundation/network.h"
+#include "foundation/text.h"
+#include "foundation/threads.h"
+#include "library/catalogue_addresses.h"
+#include "platform/host.h"
+
+namespace morvane::cli {
+
+namespace {
+
+/// The list line of the port, asked for by its ID.
+std::optional<CatalogueLine> lineOf(std::int64_t id) {
+    const auto answer = catalogue::answerOf(catalogue::briefDescriptionAddress(std::to_string(id)));
+    if (!answer) return std::nullopt;
+    auto line = generateDictionaryForPortListLine(MVString::split(*answer, "<br>").front());
+    // Whatever page came instead has no line of that ID.
+    return line && line->id == id ? line : std::nullopt;
+}
+
+std::string kindOf(const NSGameData& game) {
+    if (game.isBoxerGame) return "boxer";
+    if (game.isCustomEXE) return "custom exe";
+    return game.isGameNative ? "native" : "wrapper";
+}
+
+void printParagraphs(Console& console, const std::string& text) {
+    std::string paragraphs;
+    for (const std::string& line : MVString::split(text, "\n")) {
+        paragraphs += wordWrapped(cellText(line), 80) + "\n";
+    }
+    console.print("\n" + paragraphs);
+}
+
+}  // namespace
+
+GamePage::GamePage(Session& session, Details details)
+    : session_(session), view_(LibraryLayout::list, session.progress(), callbacks(details)) {}
+
+NSDescriptionView::Callbacks GamePage::callbacks(Details details) {
+    NSDescriptionView::Callbacks callbacks;
+    if (details == Details::yes) callbacks.pageChanged = [] {};
+    callbacks.selectPage = [this] { std::exchange(opened_, {})(); };
+    callbacks.showWindow = [this](const NSDescriptionView::HtmlWindow& window) {
+        session_.console().say(window.link.empty() ? window.name : window.name + ": " + window.link);
+    };
+    callbacks.addPort = [this](const std::string& path) {
+        MVThread::dispatchBlockInMainQueue([this, path] { apps_.addLocalPort(path, {}); });
+    };
+    callbacks.missingApp = [this](const std::string& path) {
+        session_.fail("There is nothing at " + path + ".");
+    };
+    return callbacks;
+}
+
+int GamePage::run(const std::function<int(NSDescriptionView&)>& action, const std::function<int()>& begin) {
+    int result = failed;
+    opened_ = [&] { result = action(view_); };
+    const int ended = session_.untilIdle(begin);
+    return ended == done ? result : ended;
+}
+
+int GamePage::open(std::int64_t id, const std::function<int(NSDescriptionView&)>& action) {
+    session_.provideSite();
+    return run(action, [&] {
+        if (!canReachCatalogue(session_)) return int{failed};
+        const auto line = lineOf(id);
+        if (!line) return session_.fail("The catalogue has no port of the ID " + std::to_string(id) + ".");
+        view_.openCatalogueLine(*line);
+        return int{done};
+    });
+}
+
+int GamePage::open(const std::string& path, const std::function<int(NSDescriptionView&)>& action) {
+    return run(action, [&] {
+        view_.openLocalItem(path);
+        return int{done};
+    });
+}
+
+bool canReachCatalogue(Session& session) {
+    if (NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) return true;
+    session.fail("The catalogue at \"" + host().sites.catalogue + "\" can't be reached.");
+    return false;
+}
+
+void printPage(Console& console, const NSDescriptionView& view, const std::string& path) {
+    const NSGameData& game = *view.gameData();
+    const auto list = [](const std::vector<std::string>& texts) {
+        Array array;
+        for (const std::string& text : texts) array.emplace_back(text);
+        return array;
+    };
+    Record record{{{"id", "ID"}, game.gameID}, {{"name", "Name"}, game.gameName}};
+    if (game.isGameInTheServer) {
+        const auto& stars = view.page().stars;
+        record.push_back({{"genres", "Genres"}, list(game.gameGenresList)});
+        record.push_back({{"free", "Free"}, game.isGameFree});
+        record.push_back({{"native", "Native"}, game.isGameNative});
+        record.push_back({{"dependency", "Add-on of"}, std::int64_t{game.gameDependencyID}});
+        record.push_back({{"atiAmd", "ATi/AMD"}, stars[0]});
+        record.push_back({{"nvidia", "NVIDIA"}, stars[1]});
+        record.push_back({{"intelIris", "Intel Iris"}, stars[2]});
+        record.push_back({{"intelHd", "Intel HD"}, stars[3]});
+    } else {
+        record.push_back({{"path", "Path"}, path});
+        record.push_back({{"kind", "Kind"}, kindOf(game)});
+    }
+    record.push_back({{"sources", "Sources"}, list(game.gameSourcesList)});
+    record.push_back({{"trailer", "Trailer"}, game.trailer.value_or("")});
+    record.push_back({{"action", "Action"}, view.page().actionTitle});
+    const std::string& description = view.page().description.text;
+    const bool isForAPerson = console.output() == Output::text && isatty(STDOUT_FILENO) == 1;
+    if (!isForAPerson) record.push_back({{"description", "Description"}, description});
+    printRecord(console, record);
+    if (isForAPerson) printParagraphs(console, description);
+}
+
+}  // namespace morvane::cli
