@@ -300,6 +300,8 @@ void addLibraryCommands(CLI::App& app, Parsed& parsed) {
             };
         });
     }
+}
+
 void addCatalogueCommands(CLI::App& app, Parsed& parsed) {
     CLI::App* catalogue = app.add_subcommand("catalogue", "the ports that others have published");
     catalogue->require_subcommand(1);
