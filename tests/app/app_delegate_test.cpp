@@ -170,9 +170,12 @@ TEST_F(Shell, StartsInItsOrderOnAFreshHome) {
     EXPECT_EQ(setting<std::int64_t>(settings::runningDaysCounter), 1);
 }
 
-TEST_F(Shell, OffersTheGamesFolderOnce) {
+TEST_F(Shell, OffersTheGamesFolderOnceAndSendsACrashReport) {
+    put(home + "/Library/Logs/DiagnosticReports/Morvane_1.crash", "Version: 1.2\n");
     ui.expect("Do you want to create a games folder").answer("No");
+    ui.expect("Crash Log").answer("Cancel");
     start();
+    EXPECT_TRUE(MVString::contains(MVString::joined(site.requests(), "\n"), "subject=Crash%20Log%201.2"));
     EXPECT_FALSE(fs::exists(games));
     start();
     // One that is there is completed without a question, also by a broken 7-Zip.
