@@ -25,6 +25,8 @@ struct Parsed {
     bool steam = false, origin = false, uplay = false, macDriver = false, full = false, wait = false,
          behindProxy = false;
     PortToPublish port;
+    bool disk = false;
+    std::size_t from = 0, place = 0;
     std::int64_t id = 0;
     int stars = 0;
     Command command;
@@ -289,6 +291,60 @@ void addServeCommand(CLI::App& app, Parsed& parsed) {
     });
 }
 
+void addLibraryCommands(CLI::App& app, Parsed& parsed) {
+    CLI::App* open = app.add_subcommand("open", "open a file or a link as the desktop would");
+    open->add_option("FILE-OR-LINK", parsed.file, "a .cki, .exe or .app, or a link of mvid:// or morvane://")
+        ->required();
+    open->callback(
+        [&] { parsed.command = [&](Session& session) { return cli::open(session, parsed.file); }; });
+
+    CLI::App* library = app.add_subcommand("library", "the installed games");
+    library->require_subcommand(1);
+    const auto command = [&](const char* name, const char* description, Command work) {
+        CLI::App* sub = library->add_subcommand(name, description);
+        sub->callback([&parsed, work = std::move(work)] { parsed.command = work; });
+        return sub;
+    };
+    command("list", "print them", [&](Session& session) {
+        return listLibrary(session, parsed.words);
+    })->add_option("WORDS", parsed.words, "what to look for in their names");
+    command("scan", "find what lies in the apps folders", scanLibrary);
+    command("add", "add applications", [&](Session& session) { return addToLibrary(session, parsed.words); })
+        ->add_option("PATH", parsed.words, "their paths")
+        ->required();
+    CLI::App* remove = command("remove", "take one from the list", [&](Session& session) {
+        return removeFromLibrary(session, parsed.path, parsed.disk ? FromDisk::yes : FromDisk::no);
+    });
+    remove->add_option("PATH", parsed.path, "its path")->required();
+    remove->add_flag("--disk", parsed.disk, "and from the disk");
+    command("order", "sort them, now and whenever one is added",
+            [&](Session& session) { return orderLibrary(session, parsed.name); })
+        ->add_option("ORDER", parsed.name, "by what")
+        ->required()
+        ->check(CLI::IsMember({"name", "size", "none"}));
+    CLI::App* move = command("move", "move one to another place", [&](Session& session) {
+        return moveInLibrary(session, parsed.from, parsed.place);
+    });
+    move->add_option("FROM", parsed.from, "its place")->required();
+    move->add_option("TO", parsed.place, "its new place")->required();
+
+    CLI::App* folders = library->add_subcommand("folders", "the folders in which games are looked for");
+    folders->require_subcommand(0, 1);
+    folders->callback([&] {
+        if (!parsed.command) parsed.command = listAppsFolders;
+    });
+    for (const auto change : {FolderChange::add, FolderChange::remove}) {
+        const bool adds = change == FolderChange::add;
+        CLI::App* sub = folders->add_subcommand(adds ? "add" : "remove", adds ? "add one" : "take one out");
+        sub->add_option("PATH", parsed.path, "its path")->required();
+        sub->callback([&, change] {
+            parsed.command = [&, change](Session& session) {
+                return changeAppsFolders(session, change, parsed.path);
+            };
+        });
+    }
+}
+
 void addCatalogueCommands(CLI::App& app, Parsed& parsed) {
     CLI::App* catalogue = app.add_subcommand("catalogue", "the ports that others have published");
     catalogue->require_subcommand(1);
@@ -397,6 +453,7 @@ int runCommandLine(int argc, char** argv) {
     addPropertiesCommand(app, parsed);
     addSettingsCommands(app, parsed);
     addFeedbackCommands(app, parsed);
+    addLibraryCommands(app, parsed);
     addIconCommand(app, parsed);
     addDiscCommands(app, parsed);
     addServeCommand(app, parsed);

@@ -91,6 +91,27 @@ int listDiscs(Session& session);
 /// `disc mount [ID]`. Asks which one when the identifier is empty.
 int mountDisc(Session& session, const std::string& identifier);
 
+/// `open FILE-OR-LINK`. As if it had been opened with the application: a port description is built, a Windows
+/// program runs in a wrapper, an application runs, a link shows a game and installs it.
+int open(Session& session, const std::string& what);
+/// `library list [WORDS]`. Places count from 1.
+int listLibrary(Session& session, const std::vector<std::string>& words);
+/// `library scan`. Adds what lies in the apps folders, and keeps what is in the list; by name.
+int scanLibrary(Session& session);
+/// `library add PATH...`.
+int addToLibrary(Session& session, const std::vector<std::string>& paths);
+enum class FromDisk { no, yes };
+/// `library remove PATH [--disk]`. From the disk only after a question.
+int removeFromLibrary(Session& session, const std::string& path, FromDisk fromDisk);
+/// `library order name|size|none`. The order is kept.
+int orderLibrary(Session& session, const std::string& order);
+/// `library move FROM TO`. Places as listed.
+int moveInLibrary(Session& session, std::size_t from, std::size_t to);
+/// `library folders`.
+int listAppsFolders(Session& session);
+enum class FolderChange { add, remove };
+/// `library folders add|remove PATH`.
+int changeAppsFolders(Session& session, FolderChange change, const std::string& path);
 /// `catalogue list [WORDS]`. By name.
 int listCatalogue(Session& session, const std::vector<std::string>& words);
 /// `catalogue show ID`.

@@ -9,6 +9,7 @@
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/notifications.h"
 #include "platform/workspace.h"
 
 namespace morvane::cli {
@@ -281,6 +282,8 @@ void TerminalInterface::showProgress(const ProgressState& state) {
 }
 
 void TerminalInterface::notify(const Notification& notification) {
+    // Without its action: a command that has done its work does not wait for a click.
+    NotificationService().show(notification);
     if (console_.output() == Output::json) {
         console_.emit({{"event", "notification"},
                        {"title", notification.title},

@@ -15,6 +15,7 @@ namespace morvane {
 
 struct TextField {
     std::string text;                 ///< what it holds at first
+    std::string placeholder = {};     ///< shown while it is empty
     double width = 260, height = 24;  ///< points
 };
 struct ImageAccessory {

@@ -1,0 +1,153 @@
+#include "app/app_delegate.h"
+
+#include <atomic>
+#include <utility>
+
+#include "app/start_up.h"
+#include "foundation/alerts.h"
+#include "foundation/computer_information.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "foundation/threads.h"
+#include "platform/host.h"
+
+namespace morvane {
+namespace {
+
+LibraryLayout layoutFor(const ShellView& view) {
+    const bool wantsList = NSUtilities::isUsingClassicLibraryLayout() && view.hasLayout(LibraryLayout::list);
+    return wantsList || !view.hasLayout(LibraryLayout::grid) ? LibraryLayout::list : LibraryLayout::grid;
+}
+
+}  // namespace
+
+AppDelegate::AppDelegate(ShellView& view, std::shared_ptr<NSProgressView> progress)
+    : view_(view),
+      progress_(std::move(progress)),
+      layout_(layoutFor(view)),
+      functionKeys_(std::make_shared<FunctionKeys>()),
+      library_(apps_, {.reload = [this] { view_.libraryChanged(); },
+                       .installCkiFile = [this](const std::string& cki) { installCkiFile(cki); }}),
+      gamePage_(layout_, progress_, gamePageCallbacks()),
+      latest_(NSRankingList::TableType::latest, rankingCallbacks(NSRankingList::TableType::latest)),
+      popular_(NSRankingList::TableType::popular, rankingCallbacks(NSRankingList::TableType::popular)),
+      highrated_(NSRankingList::TableType::highrated, rankingCallbacks(NSRankingList::TableType::highrated)),
+      self_(std::make_shared<AppDelegate*>(this)) {
+    view_.setURLHandler([this](const std::string& link) { handleURLEvent(link); });
+}
+
+AppDelegate::~AppDelegate() {
+    *self_ = nullptr;
+    view_.setURLHandler({});
+    view_.setNotificationHandler({});
+}
+
+void AppDelegate::onDelegate(const std::shared_ptr<AppDelegate*>& self,
+                             std::function<void(AppDelegate&)> work) {
+    MVThread::dispatchBlockInMainQueue([self, work = std::move(work)] {
+        if (*self != nullptr) work(**self);
+    });
+}
+
+NSDescriptionView::Callbacks AppDelegate::gamePageCallbacks() {
+    return {
+        .pageChanged = [this] { view_.gamePageChanged(); },
+        .actionTitleChanged = [this] { view_.actionTitleChanged(); },
+        .selectPage = [this] { view_.showGamePage(); },
+        .showWindow = [this](const NSDescriptionView::HtmlWindow& window) { view_.showWindow(window); },
+        .showVotingPanel = [this](NSVotingPanel& panel) { view_.showVotingPanel(panel); },
+        .addPort = [this](const std::string& path) { library_.addPort(path); },
+        .removePort =
+            [this](const std::string& path) { apps_.removeLocalPort(path, [this] { library_.reload(); }); },
+        .missingApp = [this](const std::string& path) { library_.missing(path); },
+        .properties = [this](const std::string& path) { showProperties(path); }};
+}
+
+NSRankingList::Callbacks AppDelegate::rankingCallbacks(NSRankingList::TableType type) {
+    return {.reload = [this, type] { view_.rankingsChanged(type); },
+            .openDescription =
+                [this](const CatalogueLine& line) {
+                    showMorvaneTab(MorvaneTab::library);
+                    gamePage_.openCatalogueLine(line);
+                }};
+}
+
+NSRankingList& AppDelegate::rankingList(NSRankingList::TableType type) {
+    switch (type) {
+        case NSRankingList::TableType::latest:
+            return latest_;
+        case NSRankingList::TableType::popular:
+            return popular_;
+        case NSRankingList::TableType::highrated:
+            break;
+    }
+    return highrated_;
+}
+
+NSPreferencesView& AppDelegate::preferences() {
+    if (!preferences_) {
+        preferences_ = std::make_unique<NSPreferencesView>(NSPreferencesView::Callbacks{
+            .changed = [this] { view_.preferencesChanged(); },
+            .automaticallyChecksForUpdates = [this](bool on) { view_.setAutomaticUpdateChecks(on); },
+            .updateDockInGridView = [this] { view_.updateDockInGridView(); },
+            .webViewZoomChanged = [this] { view_.webViewZoomChanged(); }});
+    }
+    return *preferences_;
+}
+
+NSAppsFoldersList& AppDelegate::appsFolders() {
+    if (!appsFolders_) {
+        appsFolders_ = std::make_unique<NSAppsFoldersList>(
+            apps_, NSAppsFoldersList::Callbacks{.changed = [this] { view_.appsFoldersChanged(); },
+                                                .beep = [this] { view_.beep(); },
+                                                .libraryLoaded = [this] { library_.reload(); }});
+    }
+    return *appsFolders_;
+}
+
+void AppDelegate::showMorvaneTab(MorvaneTab tab) {
+    view_.showMorvaneTab(tab);
+    if (tab == MorvaneTab::rankings) loadRankings();
+    if (tab == MorvaneTab::forum) {
+        loadWebsite(WebView::forum, filled("%@smf/index.php?action=forum", {host().sites.catalogue}));
+    }
+}
+
+void AppDelegate::loadRankings() {
+    // The graphics card's family is what a program prints.
+    MVThread::dispatchQueueWithName(
+        "app.morvane.loadRankings", Priority::normal, Concurrent::no, [self = self_] {
+            const std::string card = NSComputerInformation::graphicCardType().value_or("");
+            onDelegate(self, [card](AppDelegate& app) {
+                for (NSRankingList* list : {&app.latest_, &app.popular_, &app.highrated_}) {
+                    list->loadRankingListForVideoCard(card);
+                }
+            });
+        });
+}
+
+void AppDelegate::openRow(std::size_t row) {
+    if (const LocalItem* item = library_.localItem(row)) return gamePage_.openLocalItem(item->path);
+    if (const CatalogueLine* line = library_.catalogueLine(row)) gamePage_.openCatalogueLine(*line);
+}
+
+void AppDelegate::showProperties(const std::string& path) {
+    auto window = std::make_unique<NSPropertiesWindow>(NSPropertiesWindow::Callbacks{
+        .changed = [this] { view_.propertiesChanged(); },
+        .refresh =
+            [this](const std::string& item, CustomEXE isCustomEXE) {
+                apps_.refreshLocalPortAtPath(item, isCustomEXE);
+                library_.reload();
+            },
+        .removeFromLibrary =
+            [this](const std::string& item) { apps_.removeLocalPort(item, [this] { library_.reload(); }); },
+        .addToLibrary = [this](const std::string& item) { library_.addPort(item); },
+        .reloadItem = [this](const std::string& item) { gamePage_.openLocalItem(item); }});
+    if (const auto failure = window->setDataFromWrapperAtPath(path)) {
+        return MVAlert::showAlertErrorMessage(failure->message);
+    }
+    properties_ = std::move(window);
+    view_.showProperties(*properties_);
+}
+
+}  // namespace morvane

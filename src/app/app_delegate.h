@@ -1,0 +1,160 @@
+// app/app_delegate.h: the application: its start and its end, its windows' contents, and what reaches it from
+// outside: files, links, clicks on notifications and in the Dock.
+//
+// Main thread. It makes no request there: what needs the network runs on queues and comes back when it is
+// known, so that a server that hangs holds up nothing else. What comes back finds nobody once the application
+// object is gone.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "app/app_delegate_view.h"
+#include "app/help_tab.h"
+#include "app/preferences_view.h"
+#include "app/properties_window.h"
+#include "foundation/progress_view.h"
+#include "library/apps_array.h"
+#include "library/apps_folders_list.h"
+#include "library/description_view.h"
+#include "library/library_view.h"
+#include "library/ranking_list.h"
+
+namespace morvane {
+
+class WrapperCreation;
+
+class AppDelegate {
+  public:
+    /// `init`. Handles links from now on. The view must outlive it, and hears of changes at once.
+    AppDelegate(ShellView& view, std::shared_ptr<NSProgressView> progress);
+    /// `dealloc`.
+    ~AppDelegate();
+    AppDelegate(const AppDelegate&) = delete;
+    AppDelegate& operator=(const AppDelegate&) = delete;
+
+    // What the windows show
+    [[nodiscard]] NSAppsArray& apps() { return apps_; }
+    [[nodiscard]] LibraryView& library() { return library_; }
+    [[nodiscard]] NSDescriptionView& gamePage() { return gamePage_; }
+    [[nodiscard]] NSRankingList& rankingList(NSRankingList::TableType type);
+    [[nodiscard]] NSHelpTab& helpTab() { return helpTab_; }
+    /// Both are filled, and write missing settings, when they are first asked for.
+    [[nodiscard]] NSPreferencesView& preferences();
+    [[nodiscard]] NSAppsFoldersList& appsFolders();
+    /// `tableInUse`. The layout that was settled when the application was made.
+    [[nodiscard]] LibraryLayout tableInUse() const { return layout_; }
+
+    /// `showMorvaneTab:`. Also for the user's own click: loads what the tab shows, once.
+    void showMorvaneTab(MorvaneTab tab);
+    /// A click on a row of the library view: its page.
+    void openRow(std::size_t row);
+    /// The properties editor of an item; a failure is told.
+    void showProperties(const std::string& path);
+
+    // Start and end (start_up.cpp)
+    /// `applicationDidFinishLaunching:`. Once.
+    void applicationDidFinishLaunching();
+    /// `applicationWillTerminate:`. Blocks on two programs.
+    void applicationWillTerminate() const;
+    /// `applicationShouldTerminateAfterLastWindowClosed:`.
+    [[nodiscard]] static bool applicationShouldTerminateAfterLastWindowClosed() { return true; }
+    /// `applicationShouldHandleReopen:hasVisibleWindows:`.
+    bool applicationShouldHandleReopen();
+    /// `userNotificationCenter:shouldPresentNotification:`. Also while the application is in front.
+    [[nodiscard]] static bool shouldPresentNotification() { return true; }
+    /// `userNotificationCenter:didActivateNotification:`. Runs the game that the notification carries.
+    void didActivateNotification(const std::string& info);
+    /// A web view has loaded its page, or failed to.
+    void webPageLoaded();
+
+    /// `verifyFolder:`. With its parents; a folder that can't be created is not reported.
+    static void verifyFolder(const std::string& path);
+    /// `verifyNeededFolders`.
+    static void verifyNeededFolders();
+    /// `destinationOfCopiedImage:`. The user's picture of that name, or the default's copy; nothing without
+    /// both.
+    [[nodiscard]] static std::optional<std::string> destinationOfCopiedImage(const std::string& name);
+    /// `shouldEnableDarkMode`.
+    [[nodiscard]] static bool shouldEnableDarkMode();
+    /// `recordRunningDay`. Returns at once. On the fifth day the user is asked for feedback.
+    static void recordRunningDay();
+
+    // Files and links (opening.cpp)
+    /// `application:openFile:`. Whether the file is one to open; of a program and an application, whether it
+    /// was started.
+    bool openFile(const std::string& path);
+    /// `shouldRunCkiFile:`. True.
+    bool shouldRunCkiFile(const std::string& path);
+    /// `shouldRunExeFile:`. In the wrapper that holds it, else in one that the user chooses from the library
+    /// as far as it is loaded.
+    bool shouldRunExeFile(const std::string& path);
+    /// `shouldRunGameAtPath:`. Whether the path exists.
+    bool shouldRunGameAtPath(const std::string& path);
+    /// `installCkiFile:`. Asks, and builds the port in the background.
+    void installCkiFile(const std::string& path);
+    /// `createWrapper:`.
+    void createWrapper();
+    /// `createBlankWrapper:`.
+    void createBlankWrapper();
+
+    /// `applicationDockMenu:`. The titles; an item's tag is its index.
+    [[nodiscard]] std::vector<std::string> applicationDockMenu() const;
+    /// `launchLocalGameAction:`. False for an item that is gone.
+    bool launchLocalGameAction(std::size_t tag);
+
+    /// `handleURLEvent:withReplyEvent:`. A text without "://" does nothing. Anybody may send a link: it shows
+    /// a page and asks, and is never more than a text of a request to the catalogue.
+    void handleURLEvent(const std::string& link);
+    /// Whether a web view loads what was clicked in it: the application's own links are opened here, those of
+    /// the CrossOver product by that product.
+    bool shouldWebViewFollow(const std::string& link);
+    /// `showDescriptionOfTheFirstGameListedInThatPage:`.
+    void showDescriptionOfTheFirstGameListedInThatPage(const std::string& address);
+
+  private:
+    /// Later on the main thread, unless the application object is gone by then.
+    static void onDelegate(const std::shared_ptr<AppDelegate*>& self, std::function<void(AppDelegate&)> work);
+    [[nodiscard]] NSDescriptionView::Callbacks gamePageCallbacks();
+    [[nodiscard]] NSRankingList::Callbacks rankingCallbacks(NSRankingList::TableType type);
+
+    void checkIfShouldAutomaticallyCheckForUpdates();
+    void checkIfFnToggleIsEnabled();
+    void beginWithWindowAppearance();
+    void loadAppTheme();
+    void createMenulet();
+    void loadNewsWebsite();
+    void loadWebsite(WebView web, const std::string& address);
+    void loadLists();
+    void loadRankings();
+
+    /// Runs the work with a creation of its own, which the progress panel's button cancels.
+    void withCreation(const char* label,
+                      const std::function<void(const std::shared_ptr<WrapperCreation>&)>& work);
+
+    /// How F1 to F12 acted at the start; nothing until that is known.
+    struct FunctionKeys;
+
+    ShellView& view_;
+    const std::shared_ptr<NSProgressView> progress_;
+    const LibraryLayout layout_;
+    const std::shared_ptr<FunctionKeys> functionKeys_;
+    NSAppsArray apps_;
+    LibraryView library_;
+    NSDescriptionView gamePage_;
+    NSRankingList latest_, popular_, highrated_;
+    NSHelpTab helpTab_;
+    std::unique_ptr<NSPreferencesView> preferences_;
+    std::unique_ptr<NSAppsFoldersList> appsFolders_;
+    std::unique_ptr<NSPropertiesWindow> properties_;
+    std::set<WebView> loadedWebsites_;
+    /// Holds nothing once the object is gone.
+    const std::shared_ptr<AppDelegate*> self_;
+};
+
+}  // namespace morvane

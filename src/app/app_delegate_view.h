@@ -1,0 +1,77 @@
+// app/app_delegate_view.h: what the application tells the front end that draws it. Main thread.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "app/preferences_view.h"
+#include "app/properties_window.h"
+#include "library/description_view.h"
+#include "library/ranking_list.h"
+#include "library/voting_panel.h"
+
+namespace morvane {
+
+/// The tabs of the main window that the application switches to.
+enum class MorvaneTab { library = 2, rankings = 3, forum = 4 };
+enum class WindowAppearance { light, vibrantDark };
+/// The web views of the main window.
+enum class WebView { news, forum };
+
+/// The item in the status bar.
+struct Menulet {
+    std::string image;  ///< a template picture's path: only its shape counts
+    double width = 16, height = 16;
+    std::string tooltip;
+    std::vector<std::string> titles;  ///< of its menu; titles without an action
+};
+
+/// A front end overrides what it draws; nothing else happens without it.
+class ShellView {
+  public:
+    virtual ~ShellView() = default;
+
+    /// Where links that the system brings go from now on; nowhere with an empty handler.
+    virtual void setURLHandler(std::function<void(const std::string& link)>) {}
+    /// Where a click on a notification goes, with what the notification carries; nowhere with an empty
+    /// handler.
+    virtual void setNotificationHandler(std::function<void(const std::string& info)>) {}
+
+    /// Whether the front end has the layout at all.
+    [[nodiscard]] virtual bool hasLayout(LibraryLayout) const { return true; }
+    virtual void setAutomaticUpdateChecks(bool) {}
+    virtual void setWindowAppearance(WindowAppearance) {}
+    /// The picture's path: the window's background, the action and trailer buttons, the grid's bottom button.
+    virtual void setThemeImage(ThemeImage, const std::string&) {}
+    virtual void showListLayout() {}
+    virtual void createMenulet(const Menulet&) {}
+    /// Loads the address; `AppDelegate::webPageLoaded` follows, also after a failure.
+    virtual void loadWebPage(WebView, const std::string&) {}
+    virtual void showHtml(WebView, const std::string&) {}
+    virtual void showMorvaneTab(MorvaneTab) {}
+    /// The grid's tab of the game page.
+    virtual void showGamePage() {}
+    virtual void bringMainWindowToFront() {}
+
+    // Something shows something else now.
+    virtual void libraryChanged() {}
+    virtual void gamePageChanged() {}
+    virtual void actionTitleChanged() {}
+    virtual void rankingsChanged(NSRankingList::TableType) {}
+    virtual void preferencesChanged() {}
+    virtual void appsFoldersChanged() {}
+    virtual void propertiesChanged() {}
+    virtual void updateDockInGridView() {}
+    virtual void webViewZoomChanged() {}
+
+    virtual void showWindow(const NSDescriptionView::HtmlWindow&) {}
+    virtual void showVotingPanel(NSVotingPanel&) {}
+    /// Lives until the properties of another item are shown.
+    virtual void showProperties(NSPropertiesWindow&) {}
+    virtual void beep() {}
+    /// A port that was opened or made from the menu is finished and in the library.
+    virtual void portInstalled(const std::string&) {}
+};
+
+}  // namespace morvane

@@ -1,0 +1,245 @@
+// Files, links and items of the Dock on their way to what they open.
+
+#include <algorithm>
+#include <string_view>
+
+#include "app/app_delegate.h"
+#include "building/wrapper_creation.h"
+#include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/tasks.h"
+#include "foundation/text.h"
+#include "foundation/threads.h"
+#include "library/catalogue_addresses.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/utf8.h"
+#include "ports/port_data.h"
+#include "ports/typed_stream.h"
+#include "wrapper/layout.h"
+
+namespace morvane {
+namespace {
+
+/// No search and no identifier is longer, and no server reads longer addresses.
+constexpr std::size_t longestLink = 4096;
+
+bool canRunPrograms(const std::string& wrapper) {
+    return MVFileManager::regularFileExistsAtPath(
+        MVString::pathByAppendingCaskeryFrameworkBinToPortPath(wrapper));
+}
+
+/// The outermost bundle around the program that can run it.
+std::optional<std::string> wrapperAround(const std::string& program) {
+    const auto parts = MVString::split(program, ".app");
+    std::string bundle;
+    for (std::size_t part = 0; part + 1 < parts.size(); ++part) {
+        bundle += parts[part] + ".app";
+        if (canRunPrograms(bundle)) return bundle;
+    }
+    return std::nullopt;
+}
+
+void runExe(const char* label, const std::string& wrapper, const std::string& program) {
+    MVThread::dispatchQueueWithName(label, Priority::normal, Concurrent::no, [wrapper, program] {
+        MVTask::runProgram(MVString::pathByAppendingCaskeryFrameworkBinToPortPath(wrapper), std::nullopt,
+                           MVTask::Arguments({program}), Wait::no);
+    });
+}
+
+void storeBackup(const std::string& archive, const std::string& bundle) {
+    if (const auto error = files::write(bundle + layout::backupCki, archive, files::Atomically::yes)) {
+        MVAlert::showAlertErrorMessage(
+            localized("The port description of %@ could not be stored: %@", {bundle, *error}));
+    }
+}
+
+/// Into the wrapper and each Custom EXE launcher of it.
+void storeBackups(const Value& description, const std::string& wrapper) {
+    const auto archive = typed_stream::archive(description);
+    if (const Failure* failure = failureOf(archive)) return MVAlert::showAlertErrorMessage(failure->message);
+    storeBackup(std::get<std::string>(archive), wrapper);
+    for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(wrapper)) {
+        storeBackup(std::get<std::string>(archive), launcher.path);
+    }
+}
+
+/// Answers should be ASCII; names in them often are not.
+std::string textOf(const std::string& bytes) {
+    if (MVString::isValidUtf8(bytes)) return bytes;
+    std::string text;
+    for (const char byte : bytes) utf8::append(text, static_cast<unsigned char>(byte));
+    return text;
+}
+
+}  // namespace
+
+// ---- Files
+
+bool AppDelegate::openFile(const std::string& path) {
+    if (path.ends_with(".cki")) return shouldRunCkiFile(path);
+    if (MVString::lowercased(path).ends_with(".exe")) return shouldRunExeFile(path);
+    if (path.ends_with(".app")) return shouldRunGameAtPath(path);
+    return false;
+}
+
+bool AppDelegate::shouldRunCkiFile(const std::string& path) {
+    installCkiFile(path);
+    return true;
+}
+
+bool AppDelegate::shouldRunExeFile(const std::string& path) {
+    if (const auto wrapper = wrapperAround(path)) {
+        runExe("app.morvane.appDelegateRunExeFile", *wrapper, path);
+        return true;
+    }
+    constexpr double width = 350, height = 24;
+    const auto wrappers = apps_.caskeryWrappersInLocalTab();
+    ChoiceBox box{.options = {}, .chosen = 0, .width = width, .height = height};
+    for (const LocalItem& wrapper : wrappers) box.options.push_back(wrapper.name);
+    Dialog dialog;
+    dialog.title = localized("Running EXE");
+    dialog.text = localized("Inside which port do you want to run %@?", {files::lastComponent(path)});
+    dialog.buttons = {localized("OK"), localized("Cancel")};
+    dialog.accessory = box;
+    const DialogAnswer answer = MVAlert::showDialog(dialog);
+    if (answer.button != 0 || answer.chosen >= box.options.size()) return false;
+    const auto chosen = std::ranges::find(wrappers, box.options[answer.chosen], &LocalItem::name);
+    if (!canRunPrograms(chosen->path)) return false;
+    runExe("app.morvane.appDelegateRunExeFileAtPort", chosen->path, path);
+    return true;
+}
+
+bool AppDelegate::shouldRunGameAtPath(const std::string& path) {
+    if (!MVFileManager::fileExistsAtPath(path)) return false;
+    gamePage_.updateAndRunWrapper(path);
+    return true;
+}
+
+// ---- Ports
+
+void AppDelegate::withCreation(const char* label,
+                               const std::function<void(const std::shared_ptr<WrapperCreation>&)>& work) {
+    MVThread::dispatchQueueWithName(label, Priority::normal, Concurrent::no, [work, progress = progress_] {
+        // While another port is built, the button is its own, and this one is refused.
+        const bool isAlone = !host().creation.running();
+        const std::shared_ptr<WrapperCreation> creation(new WrapperCreation(progress),
+                                                        [progress, isAlone](WrapperCreation* ended) {
+                                                            if (isAlone) progress->setCancelAction(nullptr);
+                                                            delete ended;
+                                                        });
+        if (isAlone) {
+            progress->setCancelAction([weak = std::weak_ptr(creation)] {
+                if (const auto running = weak.lock()) running->cancelWrapperCreation();
+            });
+        }
+        work(creation);
+    });
+}
+
+void AppDelegate::installCkiFile(const std::string& path) {
+    withCreation("app.morvane.installCkiFile", [self = self_, path](const auto& creation) {
+        auto description = NSUtilities::loadArchivedObjectFromFile(path, "CKI");
+        // The handler keeps the creation for as long as it builds.
+        creation->createPortFromCKIFile(path, [self, creation, description = std::move(description)](
+                                                  bool failed, const std::string& wrapper) {
+            if (failed) return;
+            if (const auto* value = std::get_if<Value>(&description)) storeBackups(*value, wrapper);
+            onDelegate(self, [wrapper](AppDelegate& app) {
+                app.library_.addPort(wrapper);
+                app.view_.portInstalled(wrapper);
+            });
+        });
+    });
+}
+
+void AppDelegate::createWrapper() {
+    OpenPanel panel;
+    panel.title = localized("Select the CKI file");
+    panel.types = {"cki"};
+    const auto chosen = MVAlert::chooseFiles(panel);
+    if (!chosen.empty()) shouldRunCkiFile(chosen.front());
+}
+
+void AppDelegate::createBlankWrapper() {
+    withCreation("app.morvane.createBlankWrapper", [self = self_](const auto& creation) {
+        creation->createBlankPortWithCompletionHandler(
+            [self, creation](bool failed, const std::string& wrapper) {
+                if (failed) return;
+                onDelegate(self, [wrapper](AppDelegate& app) {
+                    app.library_.addPort(wrapper);
+                    app.view_.portInstalled(wrapper);
+                });
+            });
+    });
+}
+
+// ---- The Dock
+
+std::vector<std::string> AppDelegate::applicationDockMenu() const {
+    std::vector<std::string> titles;
+    for (const LocalItem& item : apps_.localAppsArray()) titles.push_back(item.name);
+    return titles;
+}
+
+bool AppDelegate::launchLocalGameAction(std::size_t tag) {
+    const auto& items = apps_.localAppsArray();
+    return tag < items.size() && shouldRunGameAtPath(items[tag].path);
+}
+
+// ---- Links
+
+void AppDelegate::handleURLEvent(const std::string& link) {
+    const auto pieces = MVString::split(link, "://");
+    if (pieces.size() < 2) return;
+    if (link.size() > longestLink) return MVAlert::showAlertErrorMessage(localized("Port not found!"));
+    const auto parts = MVString::split(pieces[1], "/");
+    const std::string country = parts.size() > 1 ? parts[1] : "";
+    showDescriptionOfTheFirstGameListedInThatPage(pieces[0] == "mvid"
+                                                      ? catalogue::briefDescriptionAddress(parts[0])
+                                                      : catalogue::searchAddress(parts[0], country));
+}
+
+bool AppDelegate::shouldWebViewFollow(const std::string& link) {
+    if (link.starts_with("mvid://") || link.starts_with("morvane://")) {
+        handleURLEvent(link);
+        return false;
+    }
+    if (link.starts_with("com-codeweavers-crossover-crosstie:")) {
+        host().userInterface.openLink(link);
+        return false;
+    }
+    return true;
+}
+
+void AppDelegate::showDescriptionOfTheFirstGameListedInThatPage(const std::string& address) {
+    progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
+    progress_->showCreatingPort(CreatingPort::no);
+    MVThread::dispatchQueueWithName(
+        "app.morvane.openCatalogueLink", Priority::normal, Concurrent::no,
+        [self = self_, address, progress = progress_] {
+            const auto finishWith = [&](const char* error) {
+                progress->closeCreatingPort(CreatingPort::no);
+                MVAlert::showAlertErrorMessage(localized(error));
+            };
+            const std::string answer = textOf(catalogue::answerOf(address).value_or(""));
+            const std::string first = answer.substr(0, answer.find("<br>"));
+            if (!MVString::contains(first, " || ")) return finishWith("Port not found!");
+            const auto line = generateDictionaryForPortListLine(first);
+            if (!line) {
+                return finishWith("Error while loading server app information! Please, try again.");
+            }
+            const auto entry = NSGameData::initWithDictionary(line);
+            onDelegate(self, [entry](AppDelegate& app) {
+                app.gamePage_.setGameData(entry, [&app] {
+                    app.progress_->closeCreatingPort(CreatingPort::no);
+                    if (app.layout_ == LibraryLayout::grid) app.view_.showGamePage();
+                    app.showMorvaneTab(MorvaneTab::library);
+                    app.gamePage_.installGame();
+                });
+            });
+        });
+}
+
+}  // namespace morvane

@@ -1,0 +1,248 @@
+// From the start of the application to its end.
+
+#include "app/start_up.h"
+
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <ctime>
+
+#include "app/app_delegate.h"
+#include "app/crash_reports.h"
+#include "app/games_folder.h"
+#include "app/settings.h"
+#include "foundation/alerts.h"
+#include "foundation/computer_information.h"
+#include "foundation/file_manager.h"
+#include "foundation/formats.h"
+#include "foundation/localization.h"
+#include "foundation/network.h"
+#include "foundation/settings_keys.h"
+#include "foundation/tasks.h"
+#include "foundation/threads.h"
+#include "library/mail_form.h"
+#include "platform/files.h"
+#include "platform/host.h"
+#include "platform/http.h"
+#include "wrapper/layout.h"
+#include "wrapper/partitions.h"
+
+namespace morvane {
+namespace {
+
+constexpr const char* wellKnownHost = "example.com";
+constexpr double from1970To2001 = 978307200;
+constexpr std::int64_t dayOfTheFeedbackQuestion = 5;
+
+Date now() {
+    const std::chrono::duration<double> since1970 = std::chrono::system_clock::now().time_since_epoch();
+    return {since1970.count() - from1970To2001};
+}
+
+/// "2016-03-05": the user's calendar day; empty for a time of no calendar.
+std::string dayOf(const Date& date) {
+    constexpr double longest = 1e12;
+    if (!(std::abs(date.secondsSince2001) < longest)) return "";
+    const auto time = static_cast<std::time_t>(std::floor(date.secondsSince2001 + from1970To2001));
+    std::tm local{};
+    std::array<char, 32> text{};
+    if (localtime_r(&time, &local) == nullptr) return "";
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d", &local)};
+}
+
+/// Whether today is a new day, which is then the last one. Of several processes, one sees it.
+bool isFirstRunOfDay() {
+    const Date today = now();
+    bool isNew = false;
+    const bool isStored =
+        host().defaults.update(settings::lastRunningDay, [&](const std::optional<Value>& last) {
+            const Date* day = last ? last->as<Date>() : nullptr;
+            isNew = day == nullptr || dayOf(*day) != dayOf(today);
+            return isNew ? std::optional<Value>(today) : last;
+        });
+    return isStored && isNew;
+}
+
+void askForFeedback() {
+    constexpr double width = 340, height = 90;
+    Dialog dialog;
+    dialog.title = localized("Morvane Feedback");
+    dialog.text = localized(
+        "A way to help MV to continue improving. Tell us everything you want: some game you are waiting for "
+        "a "
+        "port, a bug you experienced while using MV, a feature you would like to see. Every mail will be "
+        "read "
+        "with care.");
+    dialog.buttons = {localized("Send"), localized("Cancel")};
+    dialog.accessory = TextField{
+        .text = "", .placeholder = localized("Your feedback goes here"), .width = width, .height = height};
+    const DialogAnswer answer = MVAlert::showDialog(dialog);
+    if (answer.button != 0) return;
+    MVThread::dispatchQueueWithName("app.morvane.sendFeedback", Priority::normal, Concurrent::no,
+                                    [comment = answer.text] {
+                                        mail_form::postSilently({{"name", "Anonymous User"},
+                                                                 {"email", mail_form::noReplyAddress()},
+                                                                 {"comment", comment},
+                                                                 {"subject", "User Feedback"}});
+                                    });
+}
+
+/// What stands in place of a page of the catalogue; nothing when its server can be reached.
+std::optional<std::string> reasonForNoWebsite() {
+    const std::string& catalogue = host().sites.catalogue;
+    if (NSUtilities::isWebsiteOfUrlAvailable(catalogue)) return std::nullopt;
+    if (!NSUtilities::isWebsiteAvailable(wellKnownHost)) return localized("No internet connection");
+    const auto parts = parseUrl(catalogue);
+    return localized("Couldn't load %s website.", {parts ? parts->host : catalogue});
+}
+
+}  // namespace
+
+void AppDelegate::applicationDidFinishLaunching() {
+    view_.setNotificationHandler([this](const std::string& info) { didActivateNotification(info); });
+    checkIfShouldAutomaticallyCheckForUpdates();
+    checkIfFnToggleIsEnabled();
+    verifyNeededFolders();
+    beginWithWindowAppearance();
+    loadAppTheme();
+    createMenulet();
+    loadNewsWebsite();
+    games_folder::verifyGamesFolder();
+    crash_reports::lookForCrashLogs();
+    recordRunningDay();
+    host().defaults.set(settings::webAutomaticSpellingCorrection, false);
+    loadLists();
+}
+
+void AppDelegate::checkIfShouldAutomaticallyCheckForUpdates() {
+    view_.setAutomaticUpdateChecks(host().defaults.getBool(settings::automaticUpdates, true));
+}
+
+void AppDelegate::checkIfFnToggleIsEnabled() {
+    MVThread::dispatchQueueWithName("getfntogglestate", Priority::low, Concurrent::no,
+                                    [keys = functionKeys_] {
+                                        const bool standardMode = NSUtilities::isUsingFnKeysFunctions();
+                                        MutexLock lock(keys->mutex);
+                                        keys->standardMode = standardMode;
+                                    });
+}
+
+void AppDelegate::verifyFolder(const std::string& path) {
+    if (!MVFileManager::directoryExistsAtPath(path)) static_cast<void>(files::createFolder(path, true));
+}
+
+void AppDelegate::verifyNeededFolders() {
+    const std::string& home = host().folders.home;
+    const std::string caskery = filled("%@/Library/Application Support/Caskery", {home});
+    const std::string support = layout::applicationSupportFolder();
+    for (const std::string& folder :
+         {filled("%@/Engines", {caskery}), filled("%@/Wrapper", {caskery}),
+          filled("%@/.cache/winetricks", {home}), support, filled("%@/IconCache", {support})}) {
+        verifyFolder(folder);
+    }
+    // Not every system has one; without it, new ports would go to the desktop.
+    verifyFolder(host().folders.applications);
+}
+
+bool AppDelegate::shouldEnableDarkMode() {
+    return host().defaults.getBool(settings::useVibrantDarkStyle, false);
+}
+
+void AppDelegate::beginWithWindowAppearance() {
+    // Only old Macs have a single appearance; a machine that is no Mac tells no version.
+    const bool hasAppearances = NSComputerInformation::macOsVersion().empty() ||
+                                NSComputerInformation::isSystemMacOsEqualOrSuperiorTo("10.10");
+    if (!hasAppearances) return;
+    view_.setWindowAppearance(shouldEnableDarkMode() ? WindowAppearance::vibrantDark
+                                                     : WindowAppearance::light);
+}
+
+std::optional<std::string> AppDelegate::destinationOfCopiedImage(const std::string& name) {
+    const std::string copy = filled("%@/%@", {layout::applicationSupportFolder(), name});
+    if (MVFileManager::fileExistsAtPath(copy)) return copy;
+    const std::string resource = files::join(host().folders.resources, name);
+    const auto bytes = files::read(resource);
+    const auto* contents = std::get_if<std::string>(&bytes);
+    if (contents == nullptr) return std::nullopt;
+    return files::write(copy, *contents, files::Atomically::yes) ? resource : copy;
+}
+
+void AppDelegate::loadAppTheme() {
+    for (const ThemeFile& file : themeFiles) {
+        if (const auto path = destinationOfCopiedImage(file.name)) view_.setThemeImage(file.image, *path);
+    }
+    if (!host().defaults.get(settings::useOldLibrary)) host().defaults.set(settings::useOldLibrary, false);
+    if (layout_ == LibraryLayout::list) view_.showListLayout();
+}
+
+void AppDelegate::createMenulet() {
+    view_.createMenulet({.image = files::join(host().folders.resources, "menuletR.png"),
+                         .tooltip = "Morvane",
+                         .titles = {filled("%@ %@", {"Morvane", applicationVersion()})}});
+}
+
+void AppDelegate::loadNewsWebsite() {
+    loadWebsite(WebView::news, filled("%@blog/", {host().sites.catalogue}));
+}
+
+void AppDelegate::loadWebsite(WebView web, const std::string& address) {
+    if (!loadedWebsites_.insert(web).second) return;
+    MVThread::dispatchQueueWithName(
+        "app.morvane.loadWebsite", Priority::normal, Concurrent::no, [self = self_, web, address] {
+            const auto reason = reasonForNoWebsite();
+            onDelegate(self, [web, address, reason](AppDelegate& app) {
+                if (reason) {
+                    app.view_.showHtml(web, NSUtilities::errorHTMLWithMessage(*reason));
+                    if (web == WebView::news) app.showMorvaneTab(MorvaneTab::library);
+                    return;
+                }
+                app.progress_->setMessage(localized("Loading webpage..."), CreatingPort::no);
+                app.progress_->showCreatingPort(CreatingPort::no);
+                app.view_.loadWebPage(web, address);
+            });
+        });
+}
+
+void AppDelegate::webPageLoaded() {
+    progress_->closeCreatingPort(CreatingPort::no);
+}
+
+void AppDelegate::recordRunningDay() {
+    MVThread::dispatchQueueWithName("app.morvane.recordRunningDay", Priority::normal, Concurrent::no, [] {
+        if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) || !isFirstRunOfDay()) return;
+        const std::int64_t days = settings::integer(settings::runningDaysCounter) + 1;
+        host().defaults.set(settings::runningDaysCounter, days);
+        if (days == dayOfTheFeedbackQuestion) askForFeedback();
+    });
+}
+
+void AppDelegate::loadLists() {
+    library_.showTab(NSAppsArray::localTab);
+    apps_.loadServerAppsBlock({});
+}
+
+bool AppDelegate::applicationShouldHandleReopen() {
+    view_.bringMainWindowToFront();
+    return true;
+}
+
+void AppDelegate::didActivateNotification(const std::string& info) {
+    shouldRunGameAtPath(info);
+}
+
+void AppDelegate::applicationWillTerminate() const {
+    std::optional<bool> standardMode;
+    {
+        MutexLock lock(functionKeys_->mutex);
+        standardMode = functionKeys_->standardMode;
+    }
+    // An application that ends before it knows the mode has not changed it either.
+    if (standardMode) {
+        MVTask::runProgram(filled("%@/fntoggle", {host().folders.resources}), std::nullopt,
+                           MVTask::Arguments({*standardMode ? "on" : "off"}), Wait::yes);
+    }
+    MVTask::runProgram("umount", std::nullopt, MVTask::Arguments({NSPartitionMounter::mountPoint()}),
+                       Wait::yes);
+}
+
+}  // namespace morvane

@@ -1,0 +1,139 @@
+#include <algorithm>
+#include <functional>
+#include <unordered_map>
+
+#include "app/app_delegate.h"
+#include "cli/commands.h"
+#include "cli/table.h"
+#include "foundation/localization.h"
+#include "foundation/settings_keys.h"
+#include "foundation/text.h"
+#include "library/apps_array.h"
+#include "platform/files.h"
+#include "platform/host.h"
+
+namespace morvane::cli {
+
+namespace {
+
+/// Calls the work, on the main thread, with the library loaded; a first scan comes before. The exit code is
+/// what the work has left in `result` when everything has ended.
+int onLibrary(Session& session, const std::function<void(NSAppsArray&, int& result)>& work) {
+    NSAppsArray apps;
+    int result = done;
+    const int ended = session.untilIdle([&] {
+        AppDelegate::verifyNeededFolders();
+        apps.loadLocalAppsBlock([&] { work(apps, result); });
+        return int{done};
+    });
+    return ended == done ? result : ended;
+}
+
+void printItems(Console& console, const NSAppsArray& apps, const std::vector<LocalItem>& items) {
+    std::unordered_map<std::string, std::int64_t> places;
+    for (const LocalItem& item : apps.localAppsArray()) {
+        places.emplace(item.path, static_cast<std::int64_t>(places.size()) + 1);
+    }
+    Table table{{{"place", "Place"}, {"name", "Name"}, {"path", "Path"}}, {}};
+    for (const LocalItem& item : items) {
+        table.rows.push_back({places.at(item.path), item.name, item.path});
+    }
+    printTable(console, table);
+}
+
+bool holds(const NSAppsArray& apps, const std::string& path) {
+    return std::ranges::find(apps.localAppsArray(), path, &LocalItem::path) != apps.localAppsArray().end();
+}
+
+}  // namespace
+
+int listLibrary(Session& session, const std::vector<std::string>& words) {
+    return onLibrary(session, [&](NSAppsArray& apps, int&) {
+        apps.loadToArrayAppsFromTab(NSAppsArray::localTab, MVString::joined(words, " "), {});
+        printItems(session.console(), apps, std::get<std::vector<LocalItem>>(apps.array()));
+    });
+}
+
+int scanLibrary(Session& session) {
+    return onLibrary(session, [&](NSAppsArray& apps, int&) {
+        apps.loadLocalAppsForTheFirstTimeBlock(
+            [&] { printItems(session.console(), apps, apps.localAppsArray()); });
+    });
+}
+
+int addToLibrary(Session& session, const std::vector<std::string>& paths) {
+    return onLibrary(session, [&](NSAppsArray& apps, int& result) {
+        for (const std::string& given : paths) {
+            const std::string path = expandedPath(given);
+            if (!path.ends_with(".app") && !path.ends_with(".boxer")) {
+                result = session.fail(path + " is no application: its name ends in neither .app nor .boxer.");
+            } else if (files::kindBehind(path) != files::Kind::folder) {
+                result = session.fail("There is no application at " + path + ".");
+            } else {
+                apps.addLocalPort(path, {});
+                if (!holds(apps, path)) result = failed;
+            }
+        }
+    });
+}
+
+int removeFromLibrary(Session& session, const std::string& given, FromDisk fromDisk) {
+    const std::string button = localized(fromDisk == FromDisk::yes ? "Remove from Disk" : "List Only");
+    session.answers().addAnswer(localized("Remove App"), {.button = button, .text = std::nullopt});
+    return onLibrary(session, [&](NSAppsArray& apps, int& result) {
+        const std::string path = expandedPath(given);
+        if (holds(apps, path)) {
+            NSAppsArray::shouldRemoveLocalPort(path, [&] { apps.removeLocalPort(path, {}); });
+            if (holds(apps, path)) result = session.fail(path + " was not removed.");
+        } else {
+            result = session.fail(path + " is not in the library.");
+        }
+    });
+}
+
+int orderLibrary(Session& session, const std::string& order) {
+    return onLibrary(session, [&](NSAppsArray& apps, int&) {
+        if (order == "none") return NSAppsArray::disableLocalAppsArrayAutoOrder();
+        apps.reorderLocalAppsArrayBy(order == "size" ? NSAppsArray::orderBySize : NSAppsArray::orderByName,
+                                     SavingOrder::yes, {});
+    });
+}
+
+int moveInLibrary(Session& session, std::size_t from, std::size_t to) {
+    return onLibrary(session, [&](NSAppsArray& apps, int& result) {
+        const std::size_t count = apps.localAppsArray().size();
+        if (from < 1 || from > count || to < 1 || to > count) {
+            result = session.fail("The library has the places 1 to " + std::to_string(count) + ".");
+        } else {
+            apps.moveLocalPortAtIndex(from - 1, to - 1);
+        }
+    });
+}
+
+int listAppsFolders(Session& session) {
+    Table table{{{"folder", "Folder"}, {"exists", "Exists"}}, {}};
+    for (const std::string& folder : NSAppsArray::validAppsFolders()) {
+        table.rows.push_back({folder, files::kindBehind(folder) == files::Kind::folder});
+    }
+    printTable(session.console(), table);
+    return done;
+}
+
+int changeAppsFolders(Session& session, FolderChange change, const std::string& given) {
+    const std::string folder = withFinalSlash(expandedPath(given));
+    if (change == FolderChange::add && files::kindBehind(folder) != files::Kind::folder)
+        return session.fail("There is no folder at " + folder + ".");
+    auto folders = NSAppsArray::validAppsFolders();
+    const auto place = std::ranges::find(folders, folder);
+    if (change == FolderChange::remove) {
+        if (place == folders.end()) return session.fail(folder + " is no apps folder.");
+        folders.erase(place);
+    } else if (place == folders.end()) {
+        folders.push_back(folder);
+    }
+    if (!host().defaults.set(settings::mainFolder, Array(folders.begin(), folders.end())))
+        return session.fail(host().defaults.path() + " could not be written.");
+    return done;
+}
+
+}  // namespace morvane::cli

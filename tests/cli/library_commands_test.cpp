@@ -1,0 +1,78 @@
+#include <filesystem>
+
+#include "cli/command_line.h"
+#include "support/test_machine.h"
+
+namespace morvane {
+namespace {
+
+using testing::TestMachine;
+
+TEST(LibraryCommands, KeepAndChangeTheList) {
+    const testing::TemporaryFolder folder;
+    setenv("MORVANE_HOME", folder.path.c_str(), 1);
+    const std::string apps = folder.path + "/Applications/", more = folder.path + "/More";
+    for (const char* name : {"Beta.app", "Alpha.app", "Gamma.app"}) {
+        TestMachine::put(apps + name + "/Contents/MacOS/CaskeryLauncher", "", true);
+        TestMachine::put(apps + name + "/Contents/Frameworks/bin/Caskery",
+                         "#!/bin/sh\necho \"$@\" >> \"$0.log\"\n", true);
+    }
+    TestMachine::put(apps + "Alpha.app/big", std::string(9999, 'x'));
+    TestMachine::put(more + "/a b.exe", "");
+    std::filesystem::create_directories(apps + "Native.app");
+    const auto line = [&](int place, const std::string& name) {
+        return std::to_string(place) + "\t" + name + "\t" + apps + name + ".app\n";
+    };
+    struct Row {
+        std::vector<std::string> arguments;
+        int exitCode;
+        std::string output = {};
+    };
+    const Row rows[] = {
+        {{"list"}, 0, line(1, "Alpha") + line(2, "Beta") + line(3, "Gamma")},
+        {{"move", "3", "1"}, 0},
+        {{"list", "alpha"}, 0, line(2, "Alpha")},
+        {{"move", "4", "1"}, 1},
+        {{"order", "size"}, 0},
+        {{"add", apps + "Native.app"}, 0},
+        {{"list", "alpha"}, 0, line(1, "Alpha")},
+        {{"order", "name"}, 0},
+        {{"list", "native"}, 0, line(4, "Native")},
+        {{"add", more}, 1},
+        {{"remove", apps + "Native.app"}, 0},
+        {{"remove", apps + "Native.app", "--disk"}, 1},
+        {{"remove", apps + "Gamma.app", "--disk", "--answer", "Warning=No"}, 1},
+        {{"remove", apps + "Gamma.app", "--disk", "--answer", "Warning=Yes"}, 0},
+        {{"scan"}, 0, line(1, "Alpha") + line(2, "Beta")},
+        {{"folders", "add", more}, 0},
+        {{"folders", "add", folder.path + "/none"}, 1},
+        {{"folders", "remove", apps}, 0},
+        {{"folders"}, 0, more + "/\tyes\n"},
+        {{"--json", "list", "beta"}, 0, R"([{"place":2,"name":"Beta","path":")" + apps + "Beta.app\"}]\n"},
+    };
+    const auto run = [](const std::vector<std::string>& words) {
+        std::vector<std::string> copy = words;
+        std::vector<char*> arguments;
+        for (std::string& word : copy) arguments.push_back(word.data());
+        return cli::runCommandLine(static_cast<int>(arguments.size()), arguments.data());
+    };
+    for (const Row& row : rows) {
+        std::vector<std::string> words{"morvane", "library"};
+        words.insert(words.end(), row.arguments.begin(), row.arguments.end());
+        ::testing::internal::CaptureStdout();
+        EXPECT_EQ(run(words), row.exitCode) << row.arguments[0] << " " << row.arguments.back();
+        EXPECT_EQ(::testing::internal::GetCapturedStdout(), row.output) << row.arguments[0];
+    }
+    EXPECT_TRUE(std::filesystem::exists(apps + "Native.app"));
+    EXPECT_FALSE(std::filesystem::exists(apps + "Gamma.app"));
+
+    // A file as a file manager names it, for a program of a wrapper.
+    EXPECT_EQ(run({"morvane", "open", "file://" + more + "/a%20b.exe", "--answer", "Running EXE=OK:Beta"}),
+              0);
+    EXPECT_EQ(TestMachine::get(apps + "Beta.app/Contents/Frameworks/bin/Caskery.log"), more + "/a b.exe\n");
+    EXPECT_EQ(run({"morvane", "open", more + "/readme.txt"}), 1);
+    unsetenv("MORVANE_HOME");
+}
+
+}  // namespace
+}  // namespace morvane
