@@ -17,7 +17,8 @@ namespace {
 bool isSourceOf(Session& session, const NSGameData& game, const std::string& source) {
     const std::vector<std::string>& sources = game.gameSourcesList;
     if (std::ranges::find(sources, source) != sources.end()) return true;
-    session.fail("The sources of " + game.gameName + " are: " + MVString::joined(sources, ", "));
+    session.fail("The sources of " + cellText(game.gameName) +
+                 " are: " + cellText(MVString::joined(sources, ", ")));
     return false;
 }
 
@@ -86,7 +87,8 @@ int installFromCatalogue(Session& session, std::int64_t id, const std::string& s
         const NSGameData& game = *view.gameData();
         if (game.isGameNative) {
             view.openBuyingLinkForNativeGame();
-            return session.fail(game.gameName + " is a native game: it is bought, and not installed here.");
+            return session.fail(cellText(game.gameName) +
+                                " is a native game: it is bought, and not installed here.");
         }
         if (!source.empty() && !isSourceOf(session, game, source)) return int{failed};
         if (!WrapperCreation::doYouAgreeWithTheLicenseAgreement()) return int{failed};
@@ -109,7 +111,7 @@ int rateCatalogueEntry(Session& session, std::int64_t id, int stars) {
         view.rateGame();
         NSVotingPanel* panel = view.votingPanel();
         if (panel == nullptr) return session.fail("That port can't be rated.");
-        session.console().say(panel->title());
+        session.console().say(cellText(panel->title()));
         panel->clickStar(stars);
         panel->applyVote();
         return int{done};

@@ -121,7 +121,7 @@ void NSDescriptionView::openCatalogueLine(const CatalogueLine& line) {
     progress_->showCreatingPort(CreatingPort::no);
     MVThread::dispatchQueueWithName(
         "app.morvane.loadDescription", Priority::normal, Concurrent::no,
-        [self = self_, line, progress = progress_] {
+        [self = self_, line, progress = progress_, click = ++clicks_] {
             auto entry = NSGameData::bufferedEntry(line.id);
             if (!entry) {
                 if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) {
@@ -134,7 +134,9 @@ void NSDescriptionView::openCatalogueLine(const CatalogueLine& line) {
                 entry = NSGameData::initWithDictionary(line);
                 NSGameData::bufferEntry(line.id, entry);
             }
-            onPage(self, [entry](NSDescriptionView& page) {
+            onPage(self, [entry, click](NSDescriptionView& page) {
+                // Who has clicked on something else meanwhile does not wait for this any more.
+                if (click != page.clicks_) return;
                 page.setGameData(entry, [&page] {
                     page.progress_->closeCreatingPort(CreatingPort::no);
                     if (page.callbacks_.selectPage) page.callbacks_.selectPage();
@@ -146,6 +148,7 @@ void NSDescriptionView::openCatalogueLine(const CatalogueLine& line) {
 void NSDescriptionView::openLocalItem(const std::string& path) {
     progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
     progress_->showCreatingPort(CreatingPort::no);
+    ++clicks_;
     auto item = NSGameData::initWithPath(path);
     if (!item) {
         progress_->closeCreatingPort(CreatingPort::no);

@@ -205,6 +205,7 @@ class NSDescriptionView {
     std::shared_ptr<NSVotingPanel> votingPanel_;
     Page page_;
     Shift shift_ = Shift::up;
+    unsigned clicks_ = 0;  ///< on items; the last one is what is shown in the end
     double trailerWidth_ = 0, trailerHeight_ = 0;
     /// Holds nothing once the page is gone: work that ends then finds nobody.
     const std::shared_ptr<NSDescriptionView*> self_;

@@ -122,11 +122,32 @@ TEST_F(Terminal, FilePanelsTakePathsAndExpandHomes) {
     EXPECT_EQ(terminal.chooseFiles(panel), std::vector<std::string>{home + "/a.exe"});
     EXPECT_TRUE(terminal.chooseFiles(panel).empty());
 
+    answers.addChoices("Select", {"/a", "/b"});
+    answers.addChoices("Select", {"/a", "/b"});
+    EXPECT_EQ(terminal.chooseFiles(panel), std::vector<std::string>{"/a"});
+    panel.multiple = true;
+    EXPECT_EQ(terminal.chooseFiles(panel), (std::vector<std::string>{"/a", "/b"}));
+
     answers.addChoice("Create Port at...", "/a/b/../Game");
     SavePanel save;
     save.title = "Create Port at...";
     save.types = {"app"};
+    std::size_t changed = 0;
+    Form form{
+        .fields = {
+            {.label = "Source",
+             .options = {"Steam", "GOG"},
+             .chosen = 0,
+             .changed = [&](std::size_t chosen) { changed = chosen; }},
+            {.kind = FormField::Kind::checkBox, .label = "Uplay", .options = {}, .chosen = 0, .changed = {}},
+            {.label = "Engine", .options = {"A", "B"}, .chosen = 1, .changed = {}}}};
+    save.accessory = &form;
+    answers.addAnswer("Source", {"GOG", {}});
+    answers.addAnswer("Uplay", {"Yes", {}});
     EXPECT_EQ(terminal.chooseSavePath(save), "/a/Game.app");
+    EXPECT_EQ(changed, 1U);
+    EXPECT_EQ(form.fields[1].chosen, 1U);
+    EXPECT_EQ(form.fields[2].chosen, 1U);
     EXPECT_EQ(expandedPath("~"), home);
 }
 

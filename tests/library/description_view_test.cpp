@@ -141,6 +141,12 @@ TEST_F(DescriptionView, FillsThePageAtOnceAndItsDetailsLater) {
     EXPECT_EQ(page->page().sources,
               (std::vector<NSDescriptionView::SourceIcon>{{"Other", resources + "/other.png"}}));
 
+    // The last click is what is shown, whatever takes longer.
+    page->openCatalogueLine({.id = 14, .name = "Slow"});
+    page->openLocalItem(path);
+    machine->mainQueue.runUntil([&] { return !machine->workQueues.busy() || NSGameData::bufferedEntry(14); });
+    machine->mainQueue.drain();
+    EXPECT_EQ(page->selectedGamePath(), path);
     page->openLocalItem(games + "gone.app");
     EXPECT_EQ(events.back(), "missing " + games + "gone.app");
     reachable = [](const std::string&) { return false; };
