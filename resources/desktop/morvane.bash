@@ -8,7 +8,7 @@ _morvane_command() {
     case $1 in
     '')
         subcommands='blank catalogue cki crash-report debug disc drive engine exe feedback icon install library logs mod
-            open plan play properties run serve settings show specs stop theme tool wrapper'
+            open plan play properties resources run serve settings show specs stop theme tool wrapper'
         options='--version'
         ;;
     blank) options='--engine= --steam --origin --uplay --mac-driver' ;;
@@ -22,6 +22,7 @@ _morvane_command() {
     engine) subcommands='list prepare convert add-system' ;;
     'engine prepare' | 'engine convert') first=engines ;;
     'engine add-system') options='--full' ;;
+    resources) options='--fix' ;;
     feedback) options='--name= --mail= --subject= --text= --specs' ;;
     install | plan | mod) options='--to=' ;;
     library) subcommands='list scan add remove order move folders' ;;

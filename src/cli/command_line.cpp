@@ -166,6 +166,14 @@ void addFeedbackCommands(CLI::App& app, Parsed& parsed) {
     crash->add_option("FILE", parsed.file, "the report; else the last one that was not sent yet");
     crash->callback(
         [&] { parsed.command = [&](Session& session) { return crashReport(session, parsed.file); }; });
+    CLI::App* resources =
+        app.add_subcommand("resources", "tell whether everything is there that installing needs");
+    resources->add_flag("--fix", parsed.full, "mend what is missing");
+    resources->callback([&] {
+        parsed.command = [&](Session& session) {
+            return cli::resources(session, parsed.full ? FixResources::yes : FixResources::no);
+        };
+    });
     app.add_subcommand("specs", "describe this computer")->callback([&] {
         parsed.command = [](Session& session) { return specs(session); };
     });

@@ -54,6 +54,9 @@ struct FeedbackTexts {
 int feedback(Session& session, const FeedbackTexts& texts);
 /// `crash-report [FILE]`. Without a file, the last report that was not sent yet.
 int crashReport(Session& session, const std::string& file);
+/// `resources [--fix]`. What installing needs beside a port; failed while something is missing.
+enum class FixResources { no, yes };
+int resources(Session& session, FixResources fix);
 /// `specs`.
 int specs(Session& session);
 /// The pictures of `theme apply`; empty ones stay as they are.

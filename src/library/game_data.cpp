@@ -241,7 +241,8 @@ StyledText NSGameData::getRepairedDescription(const StyledText& description) {
                         .italic = run.italic,
                         .font = helvetica(run.bold, run.italic),
                         .fontSize = size,
-                        .link = isSafeLink(run.link) ? run.link : ""};
+                        .link = isSafeLink(run.link) ? run.link : "",
+                        .white = true};
         StyledRun* const last = repaired.runs.empty() ? nullptr : &repaired.runs.back();
         if (last != nullptr && last->font == plain.font && last->link == plain.link) {
             last->length += plain.length;

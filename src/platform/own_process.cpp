@@ -2,8 +2,10 @@
 
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <system_error>
 
 namespace morvane::processes {
 namespace {
@@ -32,6 +34,13 @@ std::vector<std::string> ownLine() {
         line.push_back(std::to_string(ancestor));
     }
     return line;
+}
+
+bool runsOwnProgram(const std::string& number) {
+    std::error_code failed, ownFailed;
+    const auto program = std::filesystem::read_symlink("/proc/" + number + "/exe", failed);
+    const auto own = std::filesystem::read_symlink("/proc/self/exe", ownFailed);
+    return !failed && !ownFailed && program == own;
 }
 
 }  // namespace morvane::processes

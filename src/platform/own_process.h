@@ -10,4 +10,8 @@ namespace morvane::processes {
 /// are stopped.
 [[nodiscard]] std::vector<std::string> ownLine();
 
+/// Whether the process with that number runs this process's program: another command of ours, which may be
+/// waiting for the game that is stopped.
+[[nodiscard]] bool runsOwnProgram(const std::string& number);
+
 }  // namespace morvane::processes

@@ -58,10 +58,12 @@ bool isWrapperPath(const std::string& path) {
 }
 
 /// A process number from a listing that may be stopped. "-1" and "0" mean whole groups to `kill`, 1 is the
-/// system, and the asking program and its ancestors have the wrapper's path in their own command lines.
-bool mayBeStopped(std::string_view number, const std::vector<std::string>& own) {
-    const bool isNumber = !number.empty() && number.find_first_not_of("0123456789") == std::string_view::npos;
-    return isNumber && number.front() != '0' && number != "1" && std::ranges::find(own, number) == own.end();
+/// system, and the asking program, its ancestors and other commands of ours, which wait for what they have
+/// started, have the wrapper's path in their own command lines.
+bool mayBeStopped(const std::string& number, const std::vector<std::string>& own) {
+    const bool isNumber = !number.empty() && number.find_first_not_of("0123456789") == std::string::npos;
+    return isNumber && number.front() != '0' && number != "1" &&
+           std::ranges::find(own, number) == own.end() && !processes::runsOwnProgram(number);
 }
 
 void killListedProcesses(const std::optional<std::string>& wrapper) {

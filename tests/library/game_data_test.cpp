@@ -64,10 +64,10 @@ TEST_F(GameData, ACatalogueEntryIsCompletedByItsDescription) {
     EXPECT_EQ(ratingsOf(*entry), (std::vector<double>{4.5, 0, 2, 0}));
     EXPECT_EQ(site.requests().size(), 1U) << "known ratings are not asked for";
     ASSERT_EQ(textOf(*entry), "A bold xy");
-    const std::vector<StyledRun> runs{{2, false, false, "Helvetica", 13, ""},
-                                      {4, true, false, "Helvetica-Bold", 13, ""},
-                                      {2, false, false, "Helvetica", 13, ""},
-                                      {1, false, false, "Helvetica", 13, "https://a.org/"}};
+    const std::vector<StyledRun> runs{{2, false, false, "Helvetica", 13, "", true},
+                                      {4, true, false, "Helvetica-Bold", 13, "", true},
+                                      {2, false, false, "Helvetica", 13, "", true},
+                                      {1, false, false, "Helvetica", 13, "https://a.org/", true}};
     EXPECT_EQ(entry->gameDescription->runs, runs);
     EXPECT_EQ(entry->descriptionDictionary, (Dictionary{{"Steam Link", "S"},
                                                         {"Gog Link", "G"},
@@ -181,7 +181,7 @@ TEST_F(GameData, ALocalItemIsWhatLiesOnDisk) {
     }
     const auto item = NSGameData::initWithPath(wrapper);
     EXPECT_EQ(item->gameDescription->runs,
-              (std::vector<StyledRun>{{4, true, true, "Helvetica-BoldOblique", 0, ""}}));
+              (std::vector<StyledRun>{{4, true, true, "Helvetica-BoldOblique", 0, "", true}}));
     EXPECT_EQ(item->trailer, "T");
     EXPECT_EQ(item->crossoverAlternative, "C");
     EXPECT_NE(item->descriptionDictionary->find("Future"), nullptr);
