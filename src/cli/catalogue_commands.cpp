@@ -99,10 +99,12 @@ int installFromCatalogue(Session& session, std::int64_t id, const std::string& s
         }
         return int{done};
     });
-    if (ended != done) return ended;
-    // What was installed is shown afterwards.
+    // What was installed is shown afterwards. An error after which the installation went on is no failure of
+    // it.
     const auto& game = page.view().gameData();
-    return finished(session, game && !game->isGameInTheServer ? game->gamePath : "");
+    const bool installed = game && !game->isGameInTheServer;
+    if (ended != done && !(ended == failed && installed)) return ended;
+    return finished(session, installed ? game->gamePath : "");
 }
 
 int rateCatalogueEntry(Session& session, std::int64_t id, int stars) {

@@ -56,21 +56,29 @@ int finished(Session& session, const std::string& wrapper) {
 }
 
 int install(Session& session, const std::string& file) {
-    return session.withCreation([&](WrapperCreation& creation) {
+    std::string wrapper;
+    const int result = session.withCreation([&](WrapperCreation& creation) {
         Completion completion;
         creation.createPortFromCKIFile(expandedPath(file), completion.handler());
-        return finished(session, completion.wait());
+        wrapper = completion.wait();
+        return finished(session, wrapper);
     });
+    // The wrapper is there, whatever becomes of the list; that it could not be changed is told.
+    if (result == done) static_cast<void>(addToLibrary(session, {wrapper}));
+    return result;
 }
 
 int blank(Session& session, const std::string& path, const NSCustomPortView& view) {
     std::string wrapper = expandedPath(path);
     if (!wrapper.ends_with(".app")) wrapper += ".app";
-    return session.withCreation([&](WrapperCreation& creation) {
+    const int result = session.withCreation([&](WrapperCreation& creation) {
         if (!WrapperCreation::doYouAgreeWithTheLicenseAgreement()) return static_cast<int>(failed);
         const bool built = creation.createBlankWrapperAtPath(wrapper, view) == 0;
         return finished(session, built ? wrapper : "");
     });
+    // The wrapper is there, whatever becomes of the list; that it could not be changed is told.
+    if (result == done) static_cast<void>(addToLibrary(session, {wrapper}));
+    return result;
 }
 
 }  // namespace morvane::cli
