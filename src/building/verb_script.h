@@ -3,8 +3,8 @@
 //
 // The script is a POSIX shell program of functions; it is read as text, never run here. Everything in it
 // comes from outside: names, links and sums are as they stand there, and whoever makes paths of them or
-// follows them checks them first (building/winetricks_files.h). The time that reading takes grows with the script's
-// length, whatever it holds.
+// follows them checks them first (building/winetricks_files.h). The time that reading takes grows with the
+// script's length, whatever it holds.
 #pragma once
 
 #include <functional>
