@@ -12,6 +12,7 @@
 #include "building/verb_script.h"
 #include "building/winetricks_files.h"
 #include "building/winetricks_lists.h"
+#include "engines/caskery_engine.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
 #include "foundation/formats.h"
@@ -124,6 +125,9 @@ class Planner {
         switch (first.kind) {
             case Source::Kind::stored:
                 stage().present.push_back(first.place);
+                if (NSCaskeryEngine(first.engine).nameAfterConversion()) {
+                    stage().questions.push_back(localized("Convert Old Engine"));
+                }
                 plan_.spaceNeeded += unpackingRatio * files::size(first.place).value_or(0);
                 break;
             case Source::Kind::official:
@@ -231,7 +235,9 @@ class Planner {
         } else if (script_->link.empty()) {
             stage().present.push_back(winetricks::sharedScript());
         } else {
-            stage().downloads.push_back({localized("verb script"), script_->link, script_->bytes.size()});
+            // Without the random number that keeps caches from answering.
+            const std::string link = script_->link.substr(0, script_->link.find('?'));
+            stage().downloads.push_back({localized("verb script"), link, script_->bytes.size()});
         }
     }
 
