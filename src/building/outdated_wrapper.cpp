@@ -1,6 +1,8 @@
 #include "building/outdated_wrapper.h"
 
 #include <algorithm>
+#include <chrono>
+#include <vector>
 
 #include "building/tools.h"
 #include "building/wrapper_creation.h"
@@ -11,6 +13,7 @@
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "platform/own_process.h"
+#include "platform/process.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
 
@@ -50,6 +53,24 @@ WrapperUpdate updateTo(const std::string& wrapper, const std::string& version, N
     return WrapperUpdate::updated;
 }
 
+/// The numbers of the processes that have to do with the wrapper.
+std::vector<int> processesOf(const std::string& wrapper) {
+    // What an update that was killed has started runs under the other name.
+    const std::string away = WrapperUpdater::passingName(wrapper);
+    // Whoever asks has the path on the own command line.
+    const auto own = processes::ownLine();
+    const auto lines =
+        MVTask::runProgram("ps", std::nullopt, std::vector<std::string>{"ax"}, Wait::yes).value_or("");
+    std::vector<int> users;
+    for (const std::string& line : MVString::split(lines, "\n")) {
+        if (!MVString::contains(line, wrapper) && !MVString::contains(line, away)) continue;
+        const std::string number = MVString::split(MVString::trimmed(line), " ").front();
+        const auto process = static_cast<int>(MVString::initialIntValue(number));
+        if (process > 0 && std::ranges::find(own, number) == own.end()) users.push_back(process);
+    }
+    return users;
+}
+
 }  // namespace
 
 std::optional<OutdatedWrapper> outdatedWrapper(const std::string& wrapper) {
@@ -68,17 +89,10 @@ std::optional<OutdatedWrapper> outdatedWrapper(const std::string& wrapper) {
 }
 
 bool isWrapperInUse(const std::string& wrapper) {
-    // What an update that was killed has started runs under the other name.
-    const std::string away = WrapperUpdater::passingName(wrapper);
-    // Whoever asks has the path on the own command line.
-    const auto own = processes::ownLine();
-    const auto lines =
-        MVTask::runProgram("ps", std::nullopt, std::vector<std::string>{"ax"}, Wait::yes).value_or("");
-    return std::ranges::any_of(MVString::split(lines, "\n"), [&](const std::string& line) {
-        if (!MVString::contains(line, wrapper) && !MVString::contains(line, away)) return false;
-        const std::string trimmed = MVString::trimmed(line);
-        return std::ranges::find(own, trimmed.substr(0, trimmed.find(' '))) == own.end();
-    });
+    // What has just been stopped takes a moment to go.
+    constexpr std::chrono::seconds patience{3};
+    const std::vector<int> users = processesOf(wrapper);
+    return !users.empty() && (!processes::waitForEnd(users, patience) || !processesOf(wrapper).empty());
 }
 
 WrapperUpdate updateOutdatedWrapper(const std::string& path, WrapperCreation& creation) {

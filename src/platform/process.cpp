@@ -321,6 +321,27 @@ bool launch(const std::string& program, const std::vector<std::string>& argument
     return start(plan).has_value();
 }
 
+bool waitForEnd(const std::vector<int>& processes, std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    for (const int process : processes) {
+        // By a descriptor, not by the number again and again: that may be another process's meanwhile.
+        const Descriptor descriptor(pidfd_open(process, 0));
+        if (!descriptor.valid()) {
+            if (errno == ESRCH) continue;
+            return false;
+        }
+        for (;;) {
+            const auto left =
+                std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+            pollfd ending{.fd = descriptor.get(), .events = POLLIN, .revents = 0};
+            const int ready = poll(&ending, 1, static_cast<int>(std::max<std::int64_t>(0, left.count())));
+            if (ready > 0) break;
+            if (ready == 0 || errno != EINTR) return false;
+        }
+    }
+    return true;
+}
+
 std::vector<std::string> search(const std::string& name, const std::string& searchPath) {
     const auto runs = [](const std::string& path) {
         return files::kindBehind(path) == files::Kind::file && files::isExecutable(path);

@@ -1,6 +1,7 @@
 // platform/process.h: child programs. Any thread; blocks the caller.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <optional>
@@ -41,6 +42,10 @@ namespace processes {
 /// Starts the program in a session of its own, without arguments or pipes (all three streams on the null
 /// device), and returns at once. False when it could not be started.
 bool launch(const std::string& program, const std::vector<std::string>& arguments = {});
+
+/// Waits until the processes with these numbers have ended, children of this process or not, but no longer
+/// than the limit. True when all of them have.
+[[nodiscard]] bool waitForEnd(const std::vector<int>& processes, std::chrono::milliseconds limit);
 
 /// Every executable regular file of that name in the folders of the list (`a:b:c`), in order;
 /// relative folders are left out. A name that begins with "/" is looked for at that place only.

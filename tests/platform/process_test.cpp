@@ -235,5 +235,12 @@ TEST_F(Programs, SearchFindsEveryCopyInOrder) {
     EXPECT_TRUE(processes::search("", path).empty());
 }
 
+TEST(WaitForEnd, TellsTheLivingFromTheEnded) {
+    const auto ended = processes::run({.program = "/bin/sh", .arguments = {"-c", "echo $$"}});
+    ASSERT_TRUE(ended);
+    EXPECT_TRUE(processes::waitForEnd({std::stoi(ended->output)}, std::chrono::milliseconds(0)));
+    EXPECT_FALSE(processes::waitForEnd({getpid()}, std::chrono::milliseconds(0)));
+}
+
 }  // namespace
 }  // namespace morvane
