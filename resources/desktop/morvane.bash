@@ -23,7 +23,7 @@ _morvane_command() {
     'engine prepare' | 'engine convert') first=engines ;;
     'engine add-system') options='--full' ;;
     resources) options='--fix' ;;
-    feedback) options='--name= --mail= --subject= --text= --specs' ;;
+    feedback) options='--name= --mail= --subject= --text= --with-computer' ;;
     install | plan | mod) options='--to=' ;;
     library) subcommands='list scan add remove order move folders' ;;
     'library remove') options='--disk' ;;

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "app/app_delegate.h"
+#include "building/cancellable_creation.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -122,19 +123,7 @@ bool AppDelegate::shouldRunGameAtPath(const std::string& path) {
 void AppDelegate::withCreation(const char* label,
                                const std::function<void(const std::shared_ptr<WrapperCreation>&)>& work) {
     MVThread::dispatchQueueWithName(label, Priority::normal, Concurrent::no, [work, progress = progress_] {
-        // While another port is built, the button is its own, and this one is refused.
-        const bool isAlone = !host().creation.running();
-        const std::shared_ptr<WrapperCreation> creation(new WrapperCreation(progress),
-                                                        [progress, isAlone](WrapperCreation* ended) {
-                                                            if (isAlone) progress->setCancelAction(nullptr);
-                                                            delete ended;
-                                                        });
-        if (isAlone) {
-            progress->setCancelAction([weak = std::weak_ptr(creation)] {
-                if (const auto running = weak.lock()) running->cancelWrapperCreation();
-            });
-        }
-        work(creation);
+        work(building::cancellableCreation(progress));
     });
 }
 

@@ -108,7 +108,7 @@ int feedback(Session& session, const FeedbackTexts& texts) {
     } else if (session.console().isInteractive()) {
         tab.form.description = askedLines(session, "Your message");
     }
-    tab.form.addsComputerDescription = texts.specs;
+    tab.form.addsComputerDescription = texts.describesComputer;
     session.provideSite();
     return session.onWorker([&] { return tab.sendMail() ? int{done} : int{failed}; });
 }
@@ -134,7 +134,7 @@ int crashReport(Session& session, const std::string& file) {
     });
 }
 
-int specs(Session& session) {
+int describeComputer(Session& session) {
     return session.onWorker([&] {
         Record record;
         for (const NSHelpTab::Line& line : NSHelpTab().computerSpecifications()) {

@@ -159,7 +159,8 @@ void addFeedbackCommands(CLI::App& app, Parsed& parsed) {
     feedback->add_option("--mail", parsed.feedback.mail, "your mail address");
     feedback->add_option("--subject", parsed.feedback.subject, "what it is about");
     feedback->add_option("--text", parsed.feedback.text, "the message");
-    feedback->add_flag("--specs", parsed.feedback.specs, "with a description of this computer");
+    feedback->add_flag("--with-computer", parsed.feedback.describesComputer,
+                       "with a description of this computer");
     feedback->callback(
         [&] { parsed.command = [&](Session& session) { return cli::feedback(session, parsed.feedback); }; });
     CLI::App* crash = app.add_subcommand("crash-report", "send a crash report");
@@ -175,7 +176,7 @@ void addFeedbackCommands(CLI::App& app, Parsed& parsed) {
         };
     });
     app.add_subcommand("specs", "describe this computer")->callback([&] {
-        parsed.command = [](Session& session) { return specs(session); };
+        parsed.command = [](Session& session) { return describeComputer(session); };
     });
 }
 

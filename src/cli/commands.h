@@ -48,7 +48,7 @@ int setSetting(Session& session, const std::string& key, const std::vector<std::
 /// What `feedback` was given; what is missing is asked for in a terminal.
 struct FeedbackTexts {
     std::optional<std::string> name, mail, subject, text;
-    bool specs = false;
+    bool describesComputer = false;
 };
 /// `feedback`.
 int feedback(Session& session, const FeedbackTexts& texts);
@@ -58,7 +58,7 @@ int crashReport(Session& session, const std::string& file);
 enum class FixResources { no, yes };
 int resources(Session& session, FixResources fix);
 /// `specs`.
-int specs(Session& session);
+int describeComputer(Session& session);
 /// The pictures of `theme apply`; empty ones stay as they are.
 struct ThemePictures {
     std::string window, action, bottom;

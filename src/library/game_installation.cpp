@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "building/cancellable_creation.h"
 #include "building/entry_removal.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
@@ -370,13 +371,7 @@ void NSDescriptionView::downloadCkiFromSource(const std::string& source, const s
     MVThread::dispatchQueueWithName(
         "app.morvane.descriptionViewDownloadCkiAndInstall", Priority::normal, Concurrent::no,
         [self = self_, game = gameData_, progress = progress_, addPort = callbacks_.addPort, source, target] {
-            // Shared: the button may be pressed while the installation ends.
-            const auto creation = std::make_shared<WrapperCreation>(progress);
-            progress->setCancelAction([creation] { creation->cancelWrapperCreation(); });
-            const struct Detach {
-                NSProgressView& panel;
-                ~Detach() { panel.setCancelAction(nullptr); }
-            } detach{*progress};
+            const auto creation = building::cancellableCreation(progress);
             const auto cki = pathForDownloadedCkiOfGame(*game, source);
             if (!cki || !downloadCkiFile(*creation, catalogue::downloadAddress(game->gameID, source), *cki))
                 return;
