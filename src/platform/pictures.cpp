@@ -20,11 +20,12 @@ namespace {
 // --- Containers of several pictures
 // ----------------------------------------------------------------------------------
 
-/// One picture inside an ICO or ICNS file; `file` is a whole file of its own that holds nothing else.
+/// One picture inside an ICO or ICNS file: a whole file of its own that holds nothing else, or the picture.
 struct Member {
     Size size;
     int depth = 0;
-    std::string file;
+    std::string file = {};
+    QImage unpacked = {};
 };
 
 std::uint32_t bigEndian32(std::string_view bytes, std::size_t position) {
@@ -63,6 +64,47 @@ constexpr std::array icnsTypes = {
     IcnsType{"icp4", 16, 32, {}},      IcnsType{"is32", 16, 24, "s8mk"}, IcnsType{"ics8", 16, 8, "s8mk"},
 };
 
+/// The three channels of a 24-bit ICNS member, one behind the other: run lengths for each (a byte below 128:
+/// one more bytes than it says follow; else the next byte stands three times more often than it exceeds 128),
+/// or four bytes for each pixel, of which the first means nothing. Empty when the data don't fill the
+/// picture.
+std::string icnsChannels(std::string_view data, std::size_t pixels) {
+    std::string channels;
+    if (data.size() == 4 * pixels) {
+        for (std::size_t channel = 1; channel < 4; ++channel)
+            for (std::size_t pixel = 0; pixel < pixels; ++pixel) channels += data[4 * pixel + channel];
+        return channels;
+    }
+    for (std::size_t position = 0; position < data.size() && channels.size() < 3 * pixels;) {
+        const std::size_t control = littleEndian(data, position++, 1);
+        const std::size_t literal = control + 1;
+        if (control >= 128 ? position >= data.size() : literal > data.size() - position) return {};
+        if (control >= 128) {
+            channels.append(control - 128 + 3, data[position++]);
+        } else {
+            channels.append(data.substr(position, literal));
+            position += literal;
+        }
+    }
+    return channels.size() == 3 * pixels ? channels : std::string();
+}
+
+/// A 24-bit ICNS member with its mask, which holds a byte for each pixel; without one nothing is transparent.
+QImage icnsImage(const IcnsType& type, std::string_view data, std::string_view mask) {
+    const auto pixels = static_cast<std::size_t>(type.edge) * static_cast<std::size_t>(type.edge);
+    if (type.type == "it32" && data.size() >= 4) data.remove_prefix(4);  // always 0
+    const std::string channels = icnsChannels(data, pixels);
+    if (channels.empty()) return {};
+    QImage image(type.edge, type.edge, QImage::Format_RGBA8888);
+    uchar* target = image.bits();  // rows of four bytes a pixel have no padding
+    for (std::size_t pixel = 0; pixel < pixels; ++pixel) {
+        for (std::size_t channel = 0; channel < 3; ++channel)
+            *target++ = static_cast<uchar>(channels[channel * pixels + pixel]);
+        *target++ = mask.size() == pixels ? static_cast<uchar>(mask[pixel]) : uchar{255};
+    }
+    return image;
+}
+
 /// The members of an ICNS file, each with its mask. Their sizes follow from their types.
 std::vector<Member> icnsMembers(std::string_view bytes) {
     struct Entry {
@@ -84,11 +126,19 @@ std::vector<Member> icnsMembers(std::string_view bytes) {
     for (const IcnsType& type : icnsTypes) {
         const auto entry = find(type.type);
         if (entry == entries.end() || entry->whole.substr(header).starts_with(jpeg2000)) continue;
+        const auto mask = find(type.mask);
+        if (type.depth == 24) {
+            const std::string_view alpha = mask != entries.end() ? mask->whole.substr(header) : "";
+            members.push_back({.size = {type.edge, type.edge},
+                               .depth = type.depth,
+                               .unpacked = icnsImage(type, entry->whole.substr(header), alpha)});
+            continue;
+        }
         std::string body(entry->whole);
-        if (const auto mask = find(type.mask); mask != entries.end()) body += mask->whole;
+        if (mask != entries.end()) body += mask->whole;
         std::string file = "icns";
         appendBigEndian32(file, static_cast<std::uint32_t>(header + body.size()));
-        members.push_back({{type.edge, type.edge}, type.depth, file + body});
+        members.push_back({.size = {type.edge, type.edge}, .depth = type.depth, .file = file + body});
     }
     return members;
 }
@@ -112,9 +162,9 @@ std::vector<Member> icoMembers(std::string_view bytes) {
         file += bytes.substr(entry, 12);
         file += std::string("\x16\0\0\0", 4);  // behind the header and this one entry
         file += bytes.substr(offset, length);
-        members.push_back({{edge(entry), edge(entry + 1)},
-                           static_cast<int>(littleEndian(bytes, entry + 6, 2)),
-                           std::move(file)});
+        members.push_back({.size = {edge(entry), edge(entry + 1)},
+                           .depth = static_cast<int>(littleEndian(bytes, entry + 6, 2)),
+                           .file = std::move(file)});
     }
     return members;
 }
@@ -241,7 +291,7 @@ bool isWholeFile(std::string_view kind, std::string_view bytes, QSize size) {
 QImage imageFrom(std::string_view kind, std::string_view bytes) {
     if (!hasMembers(kind)) return Reader(kind, bytes).image();
     for (const Member& member : membersOf(kind, bytes)) {
-        QImage image = Reader(kind, member.file).image();
+        QImage image = member.file.empty() ? member.unpacked : Reader(kind, member.file).image();
         if (!image.isNull()) return image;
     }
     return {};

@@ -348,9 +348,16 @@ class BinaryReader {
 
     std::optional<Value> text(unsigned kind, std::size_t position, std::uint64_t count) {
         if (!fits(position, count, 1) || !spend(count)) return std::nullopt;
-        std::string bytes(bytes_.substr(position, count));
-        if (kind == 4) return Data{std::move(bytes)};
-        return bytes;
+        const std::string_view bytes = bytes_.substr(position, count);
+        if (kind == 4) return Data{std::string(bytes)};
+        std::string result;
+        result.reserve(bytes.size());
+        for (std::size_t at = 0; at < bytes.size();) {
+            // Kind 5 is meant to be ASCII; what is not, is taken for Latin-1, so that two keys that differ
+            // stay two.
+            utf8::append(result, kind == 5 ? static_cast<unsigned char>(bytes[at++]) : utf8::next(bytes, at));
+        }
+        return result;
     }
 
     std::optional<Value> utf16Text(std::size_t position, std::uint64_t count) {

@@ -77,7 +77,7 @@ char32_t numericEntity(std::string_view digits, unsigned base) {
     if (number >= 128 && number < 160 && windowsCharacters[number - 128] != 0) {
         return windowsCharacters[number - 128];
     }
-    return number == 0 ? utf8::replacement : number;
+    return number == 0 || number > 0x10FFFF ? utf8::replacement : number;
 }
 
 /// The character of the entity that begins at the position ("&"), which is moved behind it; "&" itself, with

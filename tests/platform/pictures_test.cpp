@@ -140,6 +140,45 @@ TEST(Pictures, OfAContainerTheLargestReadableCounts) {
     }
 }
 
+TEST(Pictures, OldIconMembersAreUnpacked) {
+    const auto run = [](std::size_t length, int value) {
+        std::string packed;
+        for (; length >= 130; length -= 130) packed += "\xFF"s + static_cast<char>(value);
+        return length >= 3 ? packed + static_cast<char>(length + 125) + static_cast<char>(value) : packed;
+    };
+    const std::string mask(256, '\x40');
+    // The first packed byte is 0: one byte as it stands.
+    const std::string small = "\0\x0A"s + run(255, 10) + run(256, 20) + run(256, 30);
+    // 2,048 bytes of packed data, as long as a picture of half the depth would be.
+    std::string odd;
+    for (int i = 0; i < 978; ++i) odd += "\0\x0A"s;
+    odd += run(46, 10) + run(1024, 20) + run(1024, 30);
+    odd += std::string(2048 - odd.size(), '\0');
+    std::string plainPixels;
+    for (int i = 0; i < 256; ++i) plainPixels += "\0\x0A\x14\x1E"s;
+    const struct {
+        const char* name;
+        std::string bytes;
+        int edge, alpha;
+    } rows[] = {
+        {"packed, with a mask", icns({{"is32", small}, {"s8mk", mask}}), 16, 64},
+        {"without a mask", icns({{"is32", small}}), 16, 255},
+        {"2,048 bytes", icns({{"il32", odd}}), 32, 255},
+        {"not packed", icns({{"is32", plainPixels}}), 16, 255},
+        {"the larger one damaged",
+         icns({{"il32",
+                "\x7F"
+                "few"},
+               {"is32", small}}),
+         16, 255},
+    };
+    for (const auto& row : rows) {
+        const std::optional<Picture> picture = decode(row.bytes);
+        ASSERT_TRUE(picture && picture->width == row.edge) << row.name;
+        EXPECT_EQ(at(*picture, row.edge - 1, row.edge - 1), (Pixel{10, 20, 30, row.alpha})) << row.name;
+    }
+}
+
 TEST(Pictures, OfACameraComeUpright) {
     std::string jpeg = encodeJpeg(plain(16, 8, brown));
     const std::string turned = "Exif\0\0MM\0*\0\0\0\x08\0\1\1\x12\0\3\0\0\0\1\0\6\0\0\0\0\0\0"s;

@@ -167,6 +167,14 @@ TEST(PropertyListBinary, ReadsEveryKind) {
     EXPECT_EQ(value->as<Dictionary>()->begin()->key, "z") << "the order of the file";
 }
 
+TEST(PropertyListBinary, TextIsAlwaysUtf8) {
+    const auto value = parse(binary({"\xD2\1\2\3\3"s, "\x51\xE9", "\x51\xE8",
+                                     "\x73"
+                                     "a\xFF"
+                                     "b"}));
+    EXPECT_EQ(value, Value(Dictionary{{"é", "a\uFFFDb"}, {"è", "a\uFFFDb"}})) << textOf(value);
+}
+
 TEST(PropertyListBinary, RefusesWhatIsNotWhole) {
     std::vector<std::string> doubling;  // 300 bytes that stand for a tree of 2 to the 60th values
     for (char i = 1; i <= 60; ++i) doubling.push_back("\xA2"s + i + i);

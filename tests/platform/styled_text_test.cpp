@@ -74,6 +74,9 @@ TEST(StyledTextFromHtml, BearsHostilePages) {
     EXPECT_EQ(textOf(repeated("<div><b>", 20000) + "x" + repeated("</i></b>", 20000) + "y"), "xy");
     EXPECT_EQ(textOf(repeated("<", 1000)), std::string(1000, '<'));
     EXPECT_EQ(textOf(repeated("<a <!--", 100000)), "");
+    const StyledText beyond = styledTextFromHtml("a&#x110000;&#xD800;b");
+    EXPECT_EQ(beyond.text, "a\uFFFD\uFFFDb");
+    EXPECT_EQ(beyond.runs.at(0).length, 4U) << "the runs sum to the text";
     EXPECT_EQ(textOf("a<b " + repeated("x=\"", 100000)), "a");
     EXPECT_EQ(textOf(std::string(5U << 20U, 'x')).size(), std::size_t{1} << 20U) << "the rest is dropped";
 }
