@@ -107,7 +107,6 @@ std::string temporaryName() {
 }
 
 // ---- Removal
-// -------------------------------------------------------------------------------------------------------
 
 /// Opens a folder, never through a link, so that it can be listed and emptied. Folders of the same user that
 /// deny that are granted the rights first: Windows programs leave read-only folders behind.
@@ -188,7 +187,6 @@ bool removeTree(int top, const std::string& name) {
 }
 
 // ---- Copying
-// -------------------------------------------------------------------------------------------------------
 
 using GoOn = std::function<bool()>;
 
@@ -319,7 +317,6 @@ bool liesInside(const std::string& path, const std::string& folder) {
 }
 
 // ---- Moving
-// --------------------------------------------------------------------------------------------------------
 
 /// A rename that never replaces anything.
 bool renameOnly(const std::string& source, const std::string& destination) {

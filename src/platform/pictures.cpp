@@ -18,7 +18,6 @@ namespace morvane::pictures {
 namespace {
 
 // --- Containers of several pictures
-// ----------------------------------------------------------------------------------
 
 /// One picture inside an ICO or ICNS file: a whole file of its own that holds nothing else, or the picture.
 struct Member {
@@ -185,7 +184,6 @@ bool hasMembers(std::string_view kind) {
 }
 
 // --- Decoding
-// --------------------------------------------------------------------------------------------------------
 
 bool isAcceptable(QSize size) {
     return size.width() > 0 && size.height() > 0 && size.width() <= longestEdge &&
@@ -317,7 +315,6 @@ std::string encoded(const QImage& image, const char* format, int quality) {
 }
 
 // --- Scaling
-// ---------------------------------------------------------------------------------------------------------
 
 constexpr double lobes = 3;
 
@@ -486,55 +483,7 @@ std::string encodeJpeg(const Picture& picture, int quality) {
 }
 
 std::string encodeTiff(const Picture& picture) {
-    if (!isWhole(picture)) return {};
-    enum Type : std::uint16_t { shortNumber = 3, longNumber = 4, rational = 5 };
-    struct Field {
-        std::uint16_t tag;
-        Type type;
-        std::uint32_t count, value;
-    };
-    constexpr std::uint32_t fieldCount = 14;
-    constexpr std::uint32_t fieldsStart = 8;
-    constexpr std::uint32_t bitsStart = fieldsStart + 2 + fieldCount * 12 + 4;
-    constexpr std::uint32_t resolutionStart = bitsStart + 4 * 2;
-    constexpr std::uint32_t pixelsStart = resolutionStart + 8;
-    const auto width = static_cast<std::uint32_t>(picture.width);
-    const auto height = static_cast<std::uint32_t>(picture.height);
-    const auto size = static_cast<std::uint32_t>(picture.rgba.size());
-    const std::array<Field, fieldCount> fields = {{
-        {256, longNumber, 1, width},
-        {257, longNumber, 1, height},
-        {258, shortNumber, 4, bitsStart},
-        {259, shortNumber, 1, 1},  // no compression
-        {262, shortNumber, 1, 2},  // RGB
-        {273, longNumber, 1, pixelsStart},
-        {277, shortNumber, 1, 4},
-        {278, longNumber, 1, height},
-        {279, longNumber, 1, size},
-        {282, rational, 1, resolutionStart},
-        {283, rational, 1, resolutionStart},
-        {284, shortNumber, 1, 1},  // channels interleaved
-        {296, shortNumber, 1, 2},  // inches
-        {338, shortNumber, 1, 2},  // the fourth channel is alpha, not multiplied in
-    }};
-    std::string bytes("II*\0\x08\0\0\0", 8);
-    const auto append = [&](std::uint32_t number, int count) {
-        for (int i = 0; i < count; ++i)
-            bytes += static_cast<char>((number >> (8U * static_cast<unsigned>(i))) & 0xFFU);
-    };
-    append(fieldCount, 2);
-    for (const Field& field : fields) {
-        append(field.tag, 2);
-        append(field.type, 2);
-        append(field.count, 4);
-        append(field.value, 4);
-    }
-    append(0, 4);                              // no further picture
-    for (int i = 0; i < 4; ++i) append(8, 2);  // bits of each channel
-    append(72, 4);
-    append(1, 4);
-    bytes.append(picture.rgba.begin(), picture.rgba.end());
-    return bytes;
+    return isWhole(picture) ? encoded(imageOf(picture), "tiff", -1) : std::string();
 }
 
 Picture scaledToWidth(const Picture& picture, int width) {

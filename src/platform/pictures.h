@@ -42,7 +42,7 @@ struct Size {
 /// the picture is laid on white.
 [[nodiscard]] std::string encodePng(const Picture& picture);
 [[nodiscard]] std::string encodeJpeg(const Picture& picture, int quality = 90);
-/// A baseline, uncompressed TIFF file of one image.
+/// An uncompressed TIFF file of one image.
 [[nodiscard]] std::string encodeTiff(const Picture& picture);
 
 /// Scales both edges by the factor width / picture.width with a Lanczos filter of three lobes, on

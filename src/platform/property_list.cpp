@@ -34,7 +34,6 @@ Value unsignedValue(std::uint64_t number) {
 }
 
 // --- Texts of the XML form
-// -------------------------------------------------------------------------------------------
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t\r\n";
@@ -96,7 +95,6 @@ std::optional<Value> dateFrom(std::string_view text) {
 }
 
 // --- Reading XML
-// -----------------------------------------------------------------------------------------------------
 
 /// Builds the value from the parser's events. Any surprise stops the parser and leaves no result.
 class XmlReader {
@@ -226,7 +224,6 @@ class XmlReader {
 };
 
 // --- Reading the binary form
-// -----------------------------------------------------------------------------------------
 
 /// An object may be referred to again and again, so that a small file can stand for a huge tree, or for an
 /// endless one: the tree is bounded while it is unfolded.
@@ -419,7 +416,6 @@ class BinaryReader {
 };
 
 // --- Writing XML
-// -----------------------------------------------------------------------------------------------------
 
 /// Characters that XML cannot hold become U+FFFD: a file with them in it could never be read again.
 void appendEscaped(std::string& xml, std::string_view text) {

@@ -59,7 +59,6 @@ constexpr std::array<std::string_view, 8> hiddenElements = {"script", "style",  
                                                             "iframe", "noembed", "noframes", "template"};
 
 // --- Entities
-// --------------------------------------------------------------------------------------------------------
 
 /// What browsers read numeric entities from 128 to 159 as; 0 where they have no other meaning.
 constexpr std::array<char16_t, 32> windowsCharacters = {
@@ -122,7 +121,6 @@ std::string decodedAttribute(std::string_view text) {
 }
 
 // --- Text with its runs
-// ----------------------------------------------------------------------------------------------
 
 struct Look {
     bool bold = false, italic = false;
@@ -180,7 +178,6 @@ class Output {
 };
 
 // --- Markup
-// ----------------------------------------------------------------------------------------------------------
 
 struct Tag {
     std::string name;

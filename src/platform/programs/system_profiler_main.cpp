@@ -35,7 +35,6 @@ std::uint64_t numberIn(const std::string& text, int base) {
 }
 
 // ---- Graphics
-// ------------------------------------------------------------------------------------------------------
 
 const std::string pciDevices = "/sys/bus/pci/devices";
 
@@ -188,7 +187,6 @@ void printDisplays() {
 }
 
 // ---- The computer
-// --------------------------------------------------------------------------------------------------
 
 struct Processors {
     std::string name;
