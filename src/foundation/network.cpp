@@ -18,7 +18,13 @@ HttpResponse fetch(const std::string& url, const std::optional<std::string>& bod
     HttpRequest request;
     request.url = url;
     request.body = body;
-    return http::fetch(request, host().creation.runsHere() ? &host().creation : nullptr);
+    HttpResponse response = http::fetch(request, host().creation.runsHere() ? &host().creation : nullptr);
+    // What is posted may be a message of the user's: only the address is kept.
+    host().log.write(response.error.empty() && response.status < 400 ? Log::Level::info : Log::Level::warning,
+                     std::string(body ? "post: " : "get: ") + url + ": status " +
+                         std::to_string(response.status) + ", " + std::to_string(response.body.size()) +
+                         " bytes" + (response.error.empty() ? "" : ", " + response.error));
+    return response;
 }
 
 /// Each character outside ASCII becomes one "?".

@@ -1,5 +1,6 @@
 #include "foundation/tasks.h"
 
+#include <chrono>
 #include <utility>
 
 #include "foundation/alerts.h"
@@ -16,6 +17,19 @@ namespace {
 std::optional<std::string> reported(const std::string& message) {
     MVAlert::showAlertErrorMessage(message);
     return "";
+}
+
+void log(const ProcessRequest& request, const std::optional<ProcessResult>& result,
+         std::chrono::steady_clock::duration time) {
+    std::string text = "program: " + request.program;
+    for (const std::string& argument : request.arguments) text += " [" + argument + "]";
+    const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
+    const bool succeeded = result && (!request.waitForExit || result->exitStatus == 0);
+    text += !result                ? ": could not be started"
+            : !request.waitForExit ? ": started"
+                                   : ": exit status " + std::to_string(result->exitStatus);
+    text += ", " + std::to_string(milliseconds) + " ms";
+    host().log.write(succeeded ? Log::Level::info : Log::Level::warning, text);
 }
 
 bool isRunnable(const std::string& path) {
@@ -43,7 +57,9 @@ std::optional<std::string> runProgram(const std::optional<std::string>& program,
     // Literally, without a home folder's "~": a folder that does not exist leaves the program in ours.
     if (runPath && files::kindBehind(*runPath) == files::Kind::folder) request.runFolder = runPath;
     if (host().creation.runsHere()) request.cancellation = &host().creation;
+    const auto start = std::chrono::steady_clock::now();
     std::optional<ProcessResult> result = processes::run(request);
+    log(request, result, std::chrono::steady_clock::now() - start);
     if (!result || wait == Wait::no) return "";
     if (!MVString::isValidUtf8(result->output)) return std::nullopt;
     return std::move(result->output);

@@ -20,6 +20,7 @@ Host::Host(Options options, UserInterface& ui)
       searchPath(options.searchPath + (options.searchPath.empty() ? "" : ":") + folders.programs),
       userInterface(ui),
       defaults(folders.home + "/Library/Preferences/app.morvane.plist"),
+      log(folders.home + "/Library/Logs/Morvane/morvane.log"),
       reachability_(std::move(options.reachability)),
       previous_(std::exchange(currentHost, this)) {
     pictures::settleOnMainThread();

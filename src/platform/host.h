@@ -16,6 +16,7 @@
 #include "platform/cancellation.h"
 #include "platform/defaults_store.h"
 #include "platform/folders.h"
+#include "platform/log.h"
 #include "platform/main_queue.h"
 #include "platform/sites.h"
 #include "platform/user_interface.h"
@@ -64,6 +65,7 @@ class Host {
     WorkQueues workQueues;
     Cancellation creation;
     DefaultsStore defaults;
+    Log log;
 
     [[nodiscard]] bool isReachable(const std::string& hostName) const;
 

@@ -165,8 +165,8 @@ TemporaryFolder::~TemporaryFolder() {
 
 TestMachine::TestMachine() : home(folder.path + "/home"), programsFolder(folder.path + "/programs") {
     reachable = [](const std::string& name) { return name != "offline.invalid"; };
-    for (const char* name : {"/home/Applications", "/home/Desktop", "/home/Downloads", "/Volumes", "/tmp",
-                             "/programs", "/root"}) {
+    for (const char* name : {"/home/Applications", "/home/Desktop", "/home/Downloads", "/home/Library",
+                             "/Volumes", "/tmp", "/programs", "/root"}) {
         fs::create_directories(folder.path + name);
     }
     Folders folders;
