@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/commands.h"
+#include "platform/utf8.h"
 
 namespace morvane::cli {
 
@@ -471,7 +472,9 @@ int runCommandLine(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? done : usage;
+        const int code = app.exit(error);
+        if (!std::cout.flush()) return failed;
+        return code == 0 ? done : usage;
     }
     if (!parsed.command) {
         std::cerr << app.help()
@@ -483,8 +486,17 @@ int runCommandLine(int argc, char** argv) {
         std::cerr << failure->message << "\n";
         return usage;
     }
-    Session session(parsed.json ? Output::json : Output::text, std::move(answers));
-    return parsed.command(session);
+    // What throws here is a fault of ours, or a question of a command that works on this thread alone.
+    try {
+        Session session(parsed.json ? Output::json : Output::text, std::move(answers));
+        return session.ending(parsed.command(session));
+    } catch (const Unanswered& question) {
+        std::cerr << "No answer to: " << harmless(question.what()) << "\n";
+        return unanswered;
+    } catch (const std::exception& error) {
+        std::cerr << "Error: " << harmless(error.what()) << "\n";
+        return failed;
+    }
 }
 
 }  // namespace morvane::cli

@@ -7,11 +7,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
-#include <cstdio>
+#include <cstring>
+#include <utility>
 
 #include "platform/folders.h"
 #include "platform/json.h"
+#include "platform/utf8.h"
 
 namespace morvane::cli {
 
@@ -23,12 +26,14 @@ std::size_t terminalWidth() {
 }
 
 // Straight to the descriptor: a line is out before the next program writes to the same terminal.
-void writeAll(int descriptor, std::string_view text) {
+bool writeAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = write(descriptor, text.data(), text.size());
-        if (written <= 0) return;
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
         text.remove_prefix(static_cast<std::size_t>(written));
     }
+    return true;
 }
 
 }  // namespace
@@ -81,7 +86,8 @@ std::string progressLine(const ProgressState& state, std::size_t columns) {
     }
     line += state.status;
     if (!state.subtitle.empty()) line += "  " + state.subtitle;
-    std::replace(line.begin(), line.end(), '\n', ' ');
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\t'; }, ' ');
     return fitted(line, columns);
 }
 
@@ -99,25 +105,38 @@ Console::~Console() {
 
 void Console::print(std::string_view text) {
     clearBar();
-    std::string line(text);
+    const bool isExact = output_ == Output::json && isatty(STDOUT_FILENO) == 0;
+    std::string line = isExact ? std::string(text) : harmless(text);
     if (!line.ends_with('\n')) line += '\n';
-    writeAll(STDOUT_FILENO, line);
+    writeOutput(line);
 }
 
-void Console::say(std::string_view text) {
+void Console::writeOutput(std::string_view text) {
+    if (!writeAll(STDOUT_FILENO, text) && !outputError_) outputError_ = std::strerror(errno);
+}
+
+void Console::sayLine(std::string text) {
     clearBar();
-    std::string line = bar_ ? wordWrapped(text, terminalWidth()) : std::string(text);
+    std::string line = bar_ ? wordWrapped(text, terminalWidth()) : std::move(text);
     if (!line.ends_with('\n')) line += '\n';
     writeAll(STDERR_FILENO, line);
 }
 
+void Console::say(std::string_view text) {
+    sayLine(harmless(text));
+}
+
+void Console::say(Emphasis emphasis, std::string_view heading, std::string_view text) {
+    sayLine(emphasised(emphasis, heading) + (text.empty() ? "" : ": " + harmless(text)));
+}
+
 void Console::emit(const Dictionary& event) {
-    writeAll(STDOUT_FILENO, jsonText(Value(event)) + "\n");
+    print(jsonText(Value(event)));
 }
 
 std::optional<std::string> Console::readLine(const std::string& prompt) {
     clearBar();
-    writeAll(STDERR_FILENO, prompt);
+    writeAll(STDERR_FILENO, harmless(prompt));
     interrupted_ = false;
     std::uint64_t ignored = 0;
     (void)!read(wakeUp_, &ignored, sizeof ignored);
@@ -161,7 +180,7 @@ void Console::clearBar() {
 
 void Console::drawBar(const ProgressState& state) {
     // One column is left free: a full line would move the cursor to the next one.
-    writeAll(STDERR_FILENO, "\r\033[K" + progressLine(state, terminalWidth() - 1));
+    writeAll(STDERR_FILENO, "\r\033[K" + harmless(progressLine(state, terminalWidth() - 1)));
     barShown_ = true;
 }
 
@@ -184,15 +203,13 @@ void Console::showProgress(const ProgressState& state) {
     std::string line = state.status + (state.subtitle.empty() ? "" : "  " + state.subtitle);
     if (line == lastLine_ || line.empty()) return;
     lastLine_ = line;
-    writeAll(STDERR_FILENO, line + "\n");
+    writeAll(STDERR_FILENO, harmless(line) + "\n");
 }
 
-std::string Console::bold(std::string_view text) const {
-    return colours_ ? "\033[1m" + std::string(text) + "\033[0m" : std::string(text);
-}
-
-std::string Console::red(std::string_view text) const {
-    return colours_ ? "\033[31m" + std::string(text) + "\033[0m" : std::string(text);
+std::string Console::emphasised(Emphasis emphasis, std::string_view text) const {
+    const std::string shown = harmless(text);
+    if (!colours_) return shown;
+    return (emphasis == Emphasis::error ? "\033[31m" : "\033[1m") + shown + "\033[0m";
 }
 
 }  // namespace morvane::cli

@@ -11,6 +11,7 @@
 namespace morvane::cli {
 
 enum class Output { text, json };
+enum class Emphasis { heading, error };
 
 class Console {
   public:
@@ -23,12 +24,19 @@ class Console {
     [[nodiscard]] bool isInteractive() const { return interactive_; }
     [[nodiscard]] Output output() const { return output_; }
 
+    // Whatever is shown passes `harmless`; JSON does so on a terminal only, elsewhere it is exact.
+
     /// To standard output: what the command was asked for.
     void print(std::string_view text);
     /// To standard error: what happens meanwhile. Wrapped to the width of a terminal.
     void say(std::string_view text);
+    /// "HEADING: TEXT", or the heading alone.
+    void say(Emphasis emphasis, std::string_view heading, std::string_view text = "");
     /// A line of the JSON output.
     void emit(const Dictionary& event);
+
+    /// Why the output is not whole ("No space left on device"), once some of it could not be written.
+    [[nodiscard]] const std::optional<std::string>& outputError() const { return outputError_; }
 
     /// Shows the prompt and reads a line. Nothing at the end of the input, and after an interrupt.
     [[nodiscard]] std::optional<std::string> readLine(const std::string& prompt);
@@ -40,10 +48,11 @@ class Console {
     /// A bar on a terminal, one line per change otherwise, JSON lines on request.
     void showProgress(const ProgressState& state);
 
-    [[nodiscard]] std::string bold(std::string_view text) const;
-    [[nodiscard]] std::string red(std::string_view text) const;
-
   private:
+    [[nodiscard]] std::string emphasised(Emphasis emphasis, std::string_view text) const;
+    /// To standard error, as it stands.
+    void sayLine(std::string text);
+    void writeOutput(std::string_view text);
     void clearBar();
     void drawBar(const ProgressState& state);
 
@@ -51,6 +60,7 @@ class Console {
     const bool interactive_;
     const bool bar_;      // standard error is a terminal
     const bool colours_;  // ... and colours are welcome
+    std::optional<std::string> outputError_;
     bool barShown_ = false;
     bool interrupted_ = false;
     std::atomic<bool> reading_ = false;

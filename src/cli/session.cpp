@@ -7,7 +7,7 @@
 #include <exception>
 #include <utility>
 
-#include "building/wrapper_creation.h"
+#include "building/cancellable_creation.h"
 #include "foundation/localization.h"
 #include "foundation/settings_keys.h"
 #include "platform/files.h"
@@ -53,9 +53,14 @@ Session::Session(Output output, Answers answers)
     host_ = std::make_unique<Host>(optionsOfProcess(), interface_);
     completeFromSettings(host_->sites.caskery, settings::caskerySite);
     completeFromSettings(host_->sites.catalogue, settings::catalogueSite);
-    host_->workQueues.setExceptionHandler([this](const std::exception_ptr& exception) {
-        const std::lock_guard lock(mutex_);
-        if (!exception_) exception_ = exception;
+    host_->workQueues.setExceptionHandler([this](const std::exception_ptr& exception) { keep(exception); });
+    // A request that has an effect is the user's, unless the loop below makes it.
+    cancelling_ = std::make_unique<Cancellation::Interrupter>(host_->creation, [this] {
+        if (!stranded_) cancelled_ = true;
+    });
+    host_->mainQueue.setExceptionHandler([this](const std::exception_ptr& exception) {
+        keep(exception);
+        stranded_ = true;
     });
     progress_ = std::make_shared<NSProgressView>();
     signalWatcher_ = std::thread([this] { watchSignals(); });
@@ -97,19 +102,12 @@ void Session::handleSignal(int signal) {
         host_->mainQueue.post([this] { cancelAfterAsking(); });
         return;
     }
-    cancelled_ = true;
     host_->creation.request();
 }
 
 void Session::cancelAfterAsking() {
-    if (WrapperCreation* creation = creation_) {
-        if (creation->cancelWrapperCreation()) cancelled_ = true;
-    } else if (progress_->cancel()) {
-        if (host_->creation.requested()) cancelled_ = true;
-    } else if (host_->creation.running()) {
-        cancelled_ = true;
-        host_->creation.request();
-    }
+    // The creation's own button asks. What it asks about may have ended by the time of the answer.
+    if (!progress_->cancel()) host_->creation.request();
 }
 
 void Session::provideSite() {
@@ -143,40 +141,63 @@ void Session::provideCatalogue() {
     host_->sites.catalogue = catalogue_->baseAddress();
 }
 
+void Session::keep(const std::exception_ptr& exception) {
+    const std::lock_guard lock(mutex_);
+    if (!exception_) exception_ = exception;
+}
+
+std::exception_ptr Session::kept() {
+    const std::lock_guard lock(mutex_);
+    return exception_;
+}
+
+bool Session::serveUntil(const std::function<bool()>& ended) {
+    host_->mainQueue.runUntil([&] { return stranded_ || ended(); });
+    // What the work posted last still belongs to its output.
+    if (!stranded_) host_->mainQueue.drain();
+    if (!stranded_) return true;
+    host_->creation.request();
+    host_->mainQueue.close();
+    return false;
+}
+
 int Session::onWorker(const std::function<int()>& work) {
     int result = failed;
-    std::exception_ptr exception;
     std::atomic<bool> ended = false;
     host_->workQueues.start("app.morvane.command", Priority::normal, [&] {
         try {
             result = work();
         } catch (...) {
-            exception = std::current_exception();
+            keep(std::current_exception());
         }
         ended = true;
         host_->mainQueue.wake();
     });
-    host_->mainQueue.runUntil([&] { return ended.load(); });
-    // What the work posted last still belongs to its output.
-    host_->mainQueue.drain();
-    return outcome(result, exception);
+    if (!serveUntil([&] { return ended.load(); })) host_->workQueues.joinAll();
+    return outcome(result);
+}
+
+int Session::onCancellableWorker(const std::function<int()>& work) {
+    return onWorker([&] {
+        if (!host_->creation.begin()) return int{failed};
+        // Also when the work is unwound.
+        struct End {
+            ~End() { host().creation.end(); }
+        } end;
+        return work();
+    });
 }
 
 int Session::untilIdle(const std::function<int()>& work) {
     int result = failed;
-    std::exception_ptr exception;
     try {
         result = work();
         do runUntilNoWorkIsLeft();
-        while (host_->workQueues.busy());
+        while (!stranded_ && host_->workQueues.busy());
     } catch (...) {
-        exception = std::current_exception();
+        keep(std::current_exception());
     }
-    {
-        const std::lock_guard lock(mutex_);
-        if (!exception) exception = exception_;
-    }
-    const int ending = outcome(result, exception);
+    const int ending = outcome(result);
     return ending == done && interface_.errorShown() ? int{failed} : ending;
 }
 
@@ -187,23 +208,11 @@ void Session::runUntilNoWorkIsLeft() {
         idle = true;
         host_->mainQueue.wake();
     });
-    try {
-        host_->mainQueue.runUntil([&] { return idle.load(); });
-        host_->mainQueue.drain();
-    } catch (...) {
-        // Who waits for this thread gets no answer any more.
-        host_->mainQueue.close();
-        waiting.join();
-        throw;
-    }
+    serveUntil([&] { return idle.load(); });
     waiting.join();
 }
 
-int Session::outcome(int result, const std::exception_ptr& exception) {
-    if (cancelled_ || console_.wasInterrupted()) {
-        console_.say(localized("Cancelled."));
-        return cancelled;
-    }
+int Session::outcome(int result) {
     if (interface_.unanswered()) {
         console_.say("No answer to: " + *interface_.unanswered());
         console_.say(
@@ -211,7 +220,11 @@ int Session::outcome(int result, const std::exception_ptr& exception) {
             "--defaults.");
         return unanswered;
     }
-    if (exception) {
+    if (cancelled_ || console_.wasInterrupted()) {
+        console_.say(localized("Cancelled."));
+        return cancelled;
+    }
+    if (const std::exception_ptr exception = kept()) {
         try {
             std::rethrow_exception(exception);
         } catch (const Cancelled&) {
@@ -227,11 +240,8 @@ int Session::withCreation(const std::function<int(WrapperCreation&)>& work) {
     provideSite();
     return onWorker([&] {
         // Made on the worker: it asks the site for the newest master wrapper.
-        WrapperCreation creation(progress_);
-        creation_ = &creation;
-        const int result = work(creation);
-        creation_ = nullptr;
-        return result;
+        const auto creation = building::cancellableCreation(progress_);
+        return work(*creation);
     });
 }
 
@@ -242,8 +252,15 @@ int Session::untilAskedToEnd(const std::function<int()>& begin) {
     return begun;
 }
 
+int Session::ending(int result) {
+    if (!console_.outputError()) return result;
+    console_.say(Emphasis::error, "Error",
+                 localized("The output could not be written: %@.", {*console_.outputError()}));
+    return result == done ? int{failed} : result;
+}
+
 int Session::fail(const std::string& message) {
-    console_.say(console_.red("Error") + ": " + message);
+    console_.say(Emphasis::error, "Error", message);
     return failed;
 }
 

@@ -48,6 +48,9 @@ class Session {
     /// Runs the work on a worker and the main queue here until everything that it started has ended. The
     /// work's result is the exit code, unless a question stayed unanswered or the user cancelled.
     int onWorker(const std::function<int()>& work);
+    /// The same for work that Ctrl-C ends as it ends an installation: the programs that it runs are stopped,
+    /// and it is unwound.
+    int onCancellableWorker(const std::function<int()>& work);
     /// The same with a creation, whose cancellation the user may ask for.
     int withCreation(const std::function<int(WrapperCreation&)>& work);
     /// Runs the work here, then the main queue, until everything that was started has ended. The work's
@@ -56,6 +59,8 @@ class Session {
     /// For a command that serves: the work begins it and returns `done`, then Ctrl-C or a termination signal
     /// is what ends it, and is no failure. Main thread.
     int untilAskedToEnd(const std::function<int()>& begin);
+    /// The exit code of the command whose work had this one: a failure when its output got lost.
+    int ending(int result);
     /// Says what went wrong; the exit code of a failure.
     int fail(const std::string& message);
 
@@ -65,9 +70,15 @@ class Session {
     void watchSignals();
     void handleSignal(int signal);
     void cancelAfterAsking();
+    /// Serves the main queue until the predicate holds. Something was thrown that no caller waits for: who
+    /// still waits for this thread gets no answer any more, and false.
+    bool serveUntil(const std::function<bool()>& ended);
     void runUntilNoWorkIsLeft();
+    /// Keeps the first exception.
+    void keep(const std::exception_ptr& exception);
+    [[nodiscard]] std::exception_ptr kept();
     /// The exit code of work that has ended.
-    int outcome(int result, const std::exception_ptr& exception);
+    int outcome(int result);
 
     Console console_;
     Answers answers_;
@@ -77,10 +88,11 @@ class Session {
     std::unique_ptr<runtime::SystemEngineStore> engines_;  // what the embedded site offers
     std::unique_ptr<SiteServer> site_;
     std::unique_ptr<CatalogueServer> catalogue_;
-    std::atomic<WrapperCreation*> creation_ = nullptr;
     std::atomic<bool> cancelled_ = false;
     std::mutex mutex_;
-    std::exception_ptr exception_;  // the first that background work has thrown
+    std::exception_ptr exception_;        // the first that was thrown, wherever
+    std::atomic<bool> stranded_ = false;  // the main thread has thrown something that nobody waits for
+    std::unique_ptr<Cancellation::Interrupter> cancelling_;
     std::atomic<bool> ending_ = false;
     std::atomic<bool> serving_ = false;
     std::atomic<bool> askedToEnd_ = false;

@@ -77,8 +77,7 @@ void TerminalInterface::showMessage(const Dialog& dialog) {
         console_.emit({{"event", "message"}, {"title", dialog.title}, {"text", dialog.text}});
         if (!isError) return;
     }
-    const std::string title = isError ? console_.red(dialog.title) : console_.bold(dialog.title);
-    console_.say(title + ": " + dialog.text);
+    console_.say(isError ? Emphasis::error : Emphasis::heading, dialog.title, dialog.text);
 }
 
 std::optional<DialogAnswer> TerminalInterface::scriptedAnswer(const Dialog& dialog) {
@@ -105,7 +104,8 @@ std::optional<DialogAnswer> TerminalInterface::askForText(const Dialog& dialog) 
     const auto* field = std::get_if<TextField>(&dialog.accessory);
     const std::string hint = field->text.empty() ? "" : " [" + field->text + "]";
     if (!dialog.text.empty()) console_.say(dialog.text);
-    const auto typed = console_.readLine(console_.bold(dialog.title) + hint + "\n(end of input cancels) > ");
+    console_.say(Emphasis::heading, dialog.title + hint);
+    const auto typed = console_.readLine("(end of input cancels) > ");
     if (!typed && console_.wasInterrupted()) return std::nullopt;
     if (!typed) return cancellation(dialog);
     return DialogAnswer{.button = dialog.defaultButton, .text = typed->empty() ? field->text : *typed};
@@ -113,7 +113,7 @@ std::optional<DialogAnswer> TerminalInterface::askForText(const Dialog& dialog) 
 
 std::optional<DialogAnswer> TerminalInterface::askForChoice(const Dialog& dialog) {
     const auto* box = std::get_if<ChoiceBox>(&dialog.accessory);
-    console_.say(console_.bold(dialog.title));
+    console_.say(Emphasis::heading, dialog.title);
     console_.say(dialog.text);
     for (std::size_t at = 0; at < box->options.size(); ++at)
         console_.say("  " + std::to_string(at + 1) + ") " + box->options[at]);
@@ -129,7 +129,7 @@ std::optional<DialogAnswer> TerminalInterface::askForChoice(const Dialog& dialog
 }
 
 std::optional<DialogAnswer> TerminalInterface::askForButton(const Dialog& dialog) {
-    console_.say(console_.bold(dialog.title));
+    console_.say(Emphasis::heading, dialog.title);
     if (!dialog.text.empty()) console_.say(dialog.text);
     if (const auto* image = std::get_if<ImageAccessory>(&dialog.accessory))
         console_.say("(picture: " + image->path + ")");
@@ -192,7 +192,7 @@ std::vector<std::string> TerminalInterface::chooseFiles(const OpenPanel& panel) 
         giveUp(panel.title);
         return {};
     }
-    console_.say(console_.bold(panel.title));
+    console_.say(Emphasis::heading, panel.title);
     if (!panel.types.empty()) console_.say("(one of: " + MVString::joined(panel.types, ", ") + ")");
     for (;;) {
         const auto typed = console_.readLine("Path (nothing to cancel) > ");
@@ -264,7 +264,7 @@ std::optional<std::string> TerminalInterface::chooseSavePath(const SavePanel& pa
         giveUp(panel.title);
         return std::nullopt;
     }
-    console_.say(console_.bold(panel.title));
+    console_.say(Emphasis::heading, panel.title);
     for (;;) {
         const auto typed = console_.readLine("Path [" + proposal + "] > ");
         if (!typed) return std::nullopt;
@@ -291,7 +291,7 @@ void TerminalInterface::notify(const Notification& notification) {
                        {"info", notification.info}});
         return;
     }
-    console_.say(console_.bold(notification.title) + ": " + notification.message);
+    console_.say(Emphasis::heading, notification.title, notification.message);
 }
 
 void TerminalInterface::openLink(const std::string& url) {

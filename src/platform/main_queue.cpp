@@ -106,6 +106,19 @@ void MainQueue::cancelTimer(TimerId timer) {
     if (found != timers_.end()) dropped = timers_.extract(found);
 }
 
+void MainQueue::setExceptionHandler(std::function<void(std::exception_ptr)> handler) {
+    exceptionHandler_ = std::move(handler);
+}
+
+void MainQueue::runGuarded(const Work& work) const {
+    if (!exceptionHandler_) return work();
+    try {
+        work();
+    } catch (...) {
+        exceptionHandler_(std::current_exception());
+    }
+}
+
 bool MainQueue::runOne() {
     Timer timer;
     Work work;
@@ -124,10 +137,10 @@ bool MainQueue::runOne() {
         }
     }
     if (work) {
-        work();
+        runGuarded(work);
         return true;
     }
-    timer.work();
+    runGuarded(timer.work);
     MutexLock lock(mutex_);
     // Counted from now: a dialog that was open for an hour must not be followed by an hour of ticks.
     const bool cancelled = std::erase(runningTimers_, timer.id) == 0;

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <exception>
 #include <functional>
 #include <map>
 #include <optional>
@@ -46,6 +47,10 @@ class MainQueue {
     /// Main thread only: run everything that is due now, without waiting; for foreign event loops.
     /// Returns how long until the next timer, if any.
     std::optional<std::chrono::milliseconds> drain();
+    /// Gets, on the main thread, what posted work and timers throw: nothing throws through an event loop.
+    /// Without a handler it leaves `runUntil` and `drain`. What is called with `callAndWait` throws at its
+    /// caller. Main thread, before any work.
+    void setExceptionHandler(std::function<void(std::exception_ptr)> handler);
     /// Called (on any thread) whenever work or an earlier timer has been added.
     void setWaker(Work waker);
     /// Wakes a `runUntil` so that it tests its predicate again.
@@ -62,10 +67,12 @@ class MainQueue {
         Work work;
     };
     bool runOne();
+    void runGuarded(const Work& work) const;
     TimerId addTimer(std::chrono::milliseconds delay, std::chrono::milliseconds period, Work work);
     void notify();
 
     const std::thread::id mainThread_;
+    std::function<void(std::exception_ptr)> exceptionHandler_;
     mutable Mutex mutex_;
     Condition changed_;
     std::deque<Work> work_ MV_GUARDED_BY(mutex_);

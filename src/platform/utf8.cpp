@@ -50,3 +50,30 @@ void append(std::string& text, char32_t character) {
 }
 
 }  // namespace morvane::utf8
+namespace morvane {
+
+namespace {
+
+bool isHarmful(char32_t character) {
+    if (character == '\t' || character == '\n') return false;
+    const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
+    const bool isLineBreak = character == 0x2028 || character == 0x2029;
+    const bool turnsText = (character >= 0x202A && character <= 0x202E) ||
+                           (character >= 0x2066 && character <= 0x2069) || character == 0x200E ||
+                           character == 0x200F || character == 0x061C;
+    return isControl || isLineBreak || turnsText;
+}
+
+}  // namespace
+
+std::string harmless(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t position = 0; position < text.size();) {
+        const char32_t character = utf8::next(text, position);
+        utf8::append(result, isHarmful(character) ? utf8::replacement : character);
+    }
+    return result;
+}
+
+}  // namespace morvane

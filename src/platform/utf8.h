@@ -1,4 +1,4 @@
-// platform/utf8.h: UTF-8 text as characters, for the readers and writers of this folder. Any thread.
+// platform/utf8.h: UTF-8 text as characters. Any thread.
 #pragma once
 
 #include <cstddef>
@@ -17,3 +17,11 @@ inline constexpr char32_t replacement = 0xFFFD;
 void append(std::string& text, char32_t character);
 
 }  // namespace morvane::utf8
+namespace morvane {
+
+/// What a front end may show of a text that came from outside: U+FFFD stands for each character that could
+/// command a terminal or show the text as another one (control characters but tab and line feed, directional
+/// overrides and isolates, the line separators of Unicode) and for each byte that is no UTF-8.
+[[nodiscard]] std::string harmless(std::string_view text);
+
+}  // namespace morvane
