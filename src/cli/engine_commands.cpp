@@ -1,4 +1,5 @@
 #include "building/engine_store.h"
+#include "building/tools.h"
 #include "cli/commands.h"
 #include "engines/caskery_engine.h"
 #include "foundation/file_manager.h"
@@ -52,11 +53,15 @@ int prepareEngine(Session& session, const std::string& name) {
 
 int addSystemEngine(Session& session, EngineKind kind) {
     return session.onWorker([&] {
+        // For Ctrl-C.
+        const building::SoleChange change;
+        if (!change.granted()) return static_cast<int>(failed);
         const std::string store = layout::enginesFolder();
         if (!MVFileManager::createDirectoryAtPath(store, IntermediateFolders::yes))
             return static_cast<int>(failed);
         const auto archive = runtime::packSystemEngine(
-            store, kind == EngineKind::full ? runtime::SystemEngine::full : runtime::SystemEngine::thin);
+            store, kind == EngineKind::full ? runtime::SystemEngine::full : runtime::SystemEngine::thin,
+            host().creation);
         if (const Failure* failure = failureOf(archive)) return session.fail(failure->message);
         session.console().print(std::get<std::string>(archive));
         return static_cast<int>(done);

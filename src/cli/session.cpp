@@ -11,6 +11,7 @@
 #include "foundation/localization.h"
 #include "foundation/settings_keys.h"
 #include "platform/files.h"
+#include "platform/process.h"
 #include "runtime/system_engine.h"
 #include "server/catalogue_publish.h"
 #include "server/catalogue_server.h"
@@ -67,6 +68,8 @@ Session::Session(Output output, Answers answers)
 }
 
 Session::~Session() {
+    // Its server waits for whoever answers a request.
+    if (engines_) engines_->cancel();
     host_->workQueues.joinAll();
     site_.reset();
     catalogue_.reset();
@@ -92,7 +95,9 @@ void Session::handleSignal(int signal) {
         return;
     }
     if (!host_->creation.running() && !console_.interrupt()) {
-        // Nothing is being made, so that there is nothing to unwind.
+        // Nothing is being made, so that there is nothing to unwind; what was started goes too.
+        if (engines_) engines_->cancel();
+        processes::stopChildren(std::chrono::seconds(10));
         std::_Exit(cancelled);
     }
     // A question that is open has the person's attention already; so has somebody who presses it a second
@@ -175,17 +180,6 @@ int Session::onWorker(const std::function<int()>& work) {
     });
     if (!serveUntil([&] { return ended.load(); })) host_->workQueues.joinAll();
     return outcome(result);
-}
-
-int Session::onCancellableWorker(const std::function<int()>& work) {
-    return onWorker([&] {
-        if (!host_->creation.begin()) return int{failed};
-        // Also when the work is unwound.
-        struct End {
-            ~End() { host().creation.end(); }
-        } end;
-        return work();
-    });
 }
 
 int Session::untilIdle(const std::function<int()>& work) {

@@ -48,9 +48,6 @@ class Session {
     /// Runs the work on a worker and the main queue here until everything that it started has ended. The
     /// work's result is the exit code, unless a question stayed unanswered or the user cancelled.
     int onWorker(const std::function<int()>& work);
-    /// The same for work that Ctrl-C ends as it ends an installation: the programs that it runs are stopped,
-    /// and it is unwound.
-    int onCancellableWorker(const std::function<int()>& work);
     /// The same with a creation, whose cancellation the user may ask for.
     int withCreation(const std::function<int(WrapperCreation&)>& work);
     /// Runs the work here, then the main queue, until everything that was started has ended. The work's

@@ -83,7 +83,11 @@ void TerminalInterface::showMessage(const Dialog& dialog) {
 std::optional<DialogAnswer> TerminalInterface::scriptedAnswer(const Dialog& dialog) {
     DialogAnswer result = defaultAnswer(dialog);
     const auto answer = answers_.takeAnswer(dialog.title);
-    if (!answer) return answers_.defaults ? std::optional(result) : std::nullopt;
+    if (!answer && answers_.defaults) {
+        noteDefault(dialog.title + ": " + dialog.text);
+        return result;
+    }
+    if (!answer) return std::nullopt;
     const auto button = choiceFor(answer->button, dialog.buttons, dialog.defaultButton);
     if (!button) {
         giveUp(dialog.title + ": there is no button \"" + answer->button + "\"");
@@ -148,6 +152,16 @@ std::optional<DialogAnswer> TerminalInterface::askForButton(const Dialog& dialog
             return DialogAnswer{.button = *button, .text = ""};
         console_.say("Please type a number or the beginning of an answer.");
     }
+}
+
+void TerminalInterface::noteDefault(const std::string& question) {
+    constexpr int mostTimes = 2, mostDefaults = 1000;
+    const auto [known, isNew] = defaulted_.try_emplace(question, 0);
+    if (isNew) {
+        for (auto& [other, times] : defaulted_) times = 0;
+    }
+    if (++known->second > mostTimes || ++defaults_ > mostDefaults)
+        giveUp(question + " (the default leads back to it)");
 }
 
 void TerminalInterface::giveUp(const std::string& question) {
@@ -259,8 +273,11 @@ std::optional<std::string> TerminalInterface::chooseSavePath(const SavePanel& pa
     }
     const std::string proposal = withType(files::join(panel.startFolder, panel.proposedName));
     if (!console_.isInteractive() || answers_.defaults) {
-        if (answers_.defaults && !panel.proposedName.empty() && files::kindOf(proposal) == files::Kind::none)
+        if (answers_.defaults && !panel.proposedName.empty() &&
+            files::kindOf(proposal) == files::Kind::none) {
+            noteDefault(panel.title + ": " + proposal);
             return proposal;
+        }
         giveUp(panel.title);
         return std::nullopt;
     }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <set>
 #include <stdexcept>
@@ -45,6 +46,10 @@ class TerminalInterface : public UserInterface {
 
   private:
     void showMessage(const Dialog& dialog);
+    /// Gives up on a question whose default leads back to it: answered so a third time without any question
+    /// in between that is a new one, or after very many questions in all. A person may go round as often as
+    /// they like.
+    void noteDefault(const std::string& question);
     [[nodiscard]] std::optional<DialogAnswer> scriptedAnswer(const Dialog& dialog);
     [[nodiscard]] std::optional<DialogAnswer> askForText(const Dialog& dialog);
     [[nodiscard]] std::optional<DialogAnswer> askForChoice(const Dialog& dialog);
@@ -57,6 +62,8 @@ class TerminalInterface : public UserInterface {
     Console& console_;
     Answers& answers_;
     std::set<std::string> cancelledPanels_;  // by their default
+    std::map<std::string, int> defaulted_;   // questions answered by their default; since the last new one
+    int defaults_ = 0;                       // in all
     std::optional<std::string> unanswered_;
     bool errorShown_ = false;
 };

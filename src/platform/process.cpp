@@ -16,6 +16,8 @@ extern "C" {
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
+#include <filesystem>
 #include <memory>
 
 #include "platform/cancellation.h"
@@ -319,6 +321,25 @@ bool launch(const std::string& program, const std::vector<std::string>& argument
     plan.ownSession = true;
     plan.orphan = true;
     return start(plan).has_value();
+}
+
+void stopChildren(std::chrono::milliseconds limit) {
+    std::vector<int> children;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc", ignored)) {
+        const std::string name = entry.path().filename().string();
+        if (name.find_first_not_of("0123456789") != std::string::npos) continue;
+        // "<number> (<name>) <state> <parent> ...": the name may hold anything.
+        const auto state = files::read(entry.path().string() + "/stat");
+        const auto* text = std::get_if<std::string>(&state);
+        const std::size_t end = text != nullptr ? text->rfind(')') : std::string::npos;
+        if (end == std::string::npos || end + 4 > text->size()) continue;
+        if (std::atoi(text->c_str() + end + 4) == ::getpid()) children.push_back(std::stoi(name));
+    }
+    // Each leads a group of its own; a group that is gone gets nothing.
+    for (const int child : children) ::kill(-child, SIGTERM);
+    static_cast<void>(waitForEnd(children, limit));
+    for (const int child : children) ::kill(-child, SIGKILL);
 }
 
 bool waitForEnd(const std::vector<int>& processes, std::chrono::milliseconds limit) {

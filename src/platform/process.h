@@ -43,6 +43,10 @@ namespace processes {
 /// device), and returns at once. False when it could not be started.
 bool launch(const std::string& program, const std::vector<std::string>& arguments = {});
 
+/// Asks every child of this process, with its process group, to end (SIGTERM), and ends what is left of them
+/// after the limit (SIGKILL). For a process that is about to end: whoever waits for a child sees it go.
+void stopChildren(std::chrono::milliseconds limit);
+
 /// Waits until the processes with these numbers have ended, children of this process or not, but no longer
 /// than the limit. True when all of them have.
 [[nodiscard]] bool waitForEnd(const std::vector<int>& processes, std::chrono::milliseconds limit);

@@ -44,13 +44,15 @@ Status failed(const std::string& path, const files::Error& error) {
     return Failure{path + ": " + *error};
 }
 
-Status runProgram(const std::string& name, const std::string& runFolder, std::vector<std::string> arguments) {
+Status runProgram(const std::string& name, const std::string& runFolder, std::vector<std::string> arguments,
+                  Cancellation& cancellation) {
     const auto program = programNamed(name);
     if (!program) return Failure{"The program " + name + " is missing."};
     ProcessRequest request;
     request.program = *program;
     request.arguments = std::move(arguments);
     request.runFolder = runFolder;
+    request.cancellation = &cancellation;
     const auto result = processes::run(request);
     if (!result || result->exitStatus != 0) return Failure{"The program " + name + " failed."};
     return std::nullopt;
@@ -139,7 +141,7 @@ Status layOutThin(const std::string& bundle, const SystemWine& wine) {
 
 /// The same places, relative to each other, as on this machine, because the loader finds its libraries by
 /// them.
-Status layOutFull(const std::string& bundle, const SystemWine& wine) {
+Status layOutFull(const std::string& bundle, const SystemWine& wine, Cancellation& cancellation) {
     const std::string root = files::parent(files::parent(wine.data));
     if (!wine.loader.starts_with(root + "/lib/") || !wine.libraries.starts_with(root + "/")) {
         return Failure{
@@ -148,7 +150,9 @@ Status layOutFull(const std::string& bundle, const SystemWine& wine) {
     const auto copy = [&](const std::string& source, const std::string& destination) -> Status {
         if (auto error = files::createFolder(files::parent(destination), true))
             return failed(destination, error);
-        return failed(destination, files::copy(source, destination));
+        const auto error = files::copy(source, destination, [&] { return !cancellation.requested(); });
+        if (cancellation.requested()) throw Cancelled();
+        return failed(destination, error);
     };
     const std::string loaderCopy = bundle + wine.loader.substr(root.size());
     // Wine starts the server that lies beside the loader under this name.
@@ -166,13 +170,14 @@ Status layOutFull(const std::string& bundle, const SystemWine& wine) {
 }
 
 /// Packs the bundle in `work` into `<name>.tar.7z` there.
-Status pack(const std::string& work, const std::string& name) {
+Status pack(const std::string& work, const std::string& name, Cancellation& cancellation) {
     const std::string tar = name + ".tar";
-    if (auto failure = runProgram(
-            "tar", work, {"--owner=0", "--group=0", "--numeric-owner", "-cf", tar, "ckwine.bundle"})) {
+    if (auto failure = runProgram("tar", work,
+                                  {"--owner=0", "--group=0", "--numeric-owner", "-cf", tar, "ckwine.bundle"},
+                                  cancellation)) {
         return failure;
     }
-    return runProgram("7z", work, {"a", "-bd", "-bso0", "-mx=1", tar + ".7z", tar});
+    return runProgram("7z", work, {"a", "-bd", "-bso0", "-mx=1", tar + ".7z", tar}, cancellation);
 }
 
 /// A folder that is removed at the end.
@@ -200,7 +205,8 @@ Result<std::string> systemEngineName() {
     return "CK9Wine" + version.substr(0, end);
 }
 
-Result<std::string> packSystemEngine(const std::string& folder, SystemEngine kind) {
+Result<std::string> packSystemEngine(const std::string& folder, SystemEngine kind,
+                                     Cancellation& cancellation) {
     const auto name = systemEngineName();
     if (failureOf(name) != nullptr) return name;
     const auto& engine = std::get<std::string>(name);
@@ -213,11 +219,12 @@ Result<std::string> packSystemEngine(const std::string& folder, SystemEngine kin
     const WorkFolder work{std::get<std::string>(temporary)};
     const std::string bundle = work.path + "/ckwine.bundle", archive = engine + ".tar.7z";
     const auto& found = std::get<SystemWine>(wine);
-    if (auto failure = kind == SystemEngine::thin ? layOutThin(bundle, found) : layOutFull(bundle, found))
+    if (auto failure =
+            kind == SystemEngine::thin ? layOutThin(bundle, found) : layOutFull(bundle, found, cancellation))
         return *failure;
     if (auto error = files::write(bundle + "/version", engine + "\n", files::Atomically::no))
         return Failure{*error};
-    if (auto failure = pack(work.path, engine)) return *failure;
+    if (auto failure = pack(work.path, engine, cancellation)) return *failure;
 
     const std::string destination = files::join(folder, archive);
     static_cast<void>(files::remove(destination));
@@ -247,9 +254,20 @@ Result<std::string> SystemEngineStore::archive(const std::string& name) {
         if (failureOf(folder) != nullptr) return folder;
         folder_ = std::get<std::string>(folder);
     }
-    const auto path = packSystemEngine(folder_, SystemEngine::thin);
+    const Failure ending{"The application ends."};
+    if (!packing_.begin()) return ending;
+    auto path = Result<std::string>(ending);
+    try {
+        path = packSystemEngine(folder_, SystemEngine::thin, packing_);
+    } catch (const Cancelled&) {
+    }
+    packing_.end();
     if (failureOf(path) == nullptr) archives_[name] = std::get<std::string>(path);
     return path;
+}
+
+void SystemEngineStore::cancel() {
+    packing_.shutDown();
 }
 
 }  // namespace morvane::runtime

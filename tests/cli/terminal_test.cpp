@@ -76,6 +76,21 @@ class Terminal : public morvane::testing::TestMachine {
     }
 };
 
+TEST_F(Terminal, DefaultsThatLeadBackEndTheCommand) {
+    answers.defaults = true;
+    Dialog other = question(), third = question();
+    other.text = "Sure?";
+    third.text = "Once more?";
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(terminal.showDialog(question()).button, 0U);
+        EXPECT_EQ(terminal.showDialog(other).button, 0U);
+    }
+    EXPECT_EQ(terminal.showDialog(third).button, 0U) << "something new: it goes on";
+    EXPECT_EQ(terminal.showDialog(question()).button, 0U);
+    EXPECT_EQ(terminal.showDialog(question()).button, 0U);
+    EXPECT_THROW(static_cast<void>(terminal.showDialog(question())), Unanswered);
+}
+
 TEST_F(Terminal, AnswersFromTheCommandLineThenByDefaults) {
     ASSERT_FALSE(answers.addAnswer("Warning=Yes"));
     EXPECT_EQ(terminal.showDialog(question()).button, 1U);

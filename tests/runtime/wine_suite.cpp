@@ -90,7 +90,7 @@ class Wine : public TestMachine {
     }
     static void unpackEngine() {
         SystemEngineMachine machine;
-        const auto archive = packSystemEngine(room->path, SystemEngine::thin);
+        const auto archive = packSystemEngine(room->path, SystemEngine::thin, host().creation);
         ASSERT_EQ(failureOf(archive), nullptr) << failureOf(archive)->message;
         engine = files::withoutExtension(
             files::withoutExtension(files::lastComponent(std::get<std::string>(archive))));
@@ -263,7 +263,7 @@ TEST_F(Wine, WinetricksRunsTheWrappersScriptInItsPrefix) {
 }
 
 TEST_F(Wine, AFullEngineRunsWithoutTheSystems) {
-    const auto archive = packSystemEngine(folder.path, SystemEngine::full);
+    const auto archive = packSystemEngine(folder.path, SystemEngine::full, host().creation);
     ASSERT_EQ(failureOf(archive), nullptr) << failureOf(archive)->message;
     ASSERT_EQ(
         runProgram(program("7z"), {"x", "-bd", "-bso0", std::get<std::string>(archive)}, folder.path).status,
