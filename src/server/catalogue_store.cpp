@@ -176,9 +176,11 @@ Result<std::unique_ptr<CatalogueStore>> CatalogueStore::open(const std::string& 
                                                              std::chrono::milliseconds patience) {
     if (const auto error = files::createFolder(folder, true))
         return Failure{localized("The folder %@ cannot be made: %@", {folder, *error})};
-    // Mails hold people's addresses. SQLite gives its other files the permissions of this one.
-    const Descriptor made(
-        ::open((folder + databaseName).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly));
+    // Mails hold people's addresses. SQLite gives its other files the permissions of this one. Closed before
+    // SQLite opens the file: the end of any descriptor of it drops the locks of the whole process, and the
+    // next process would take the database for its own and delete what is not in it yet.
+    Descriptor(::open((folder + databaseName).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly))
+        .reset();
     try {
         std::unique_ptr<CatalogueStore> store(new CatalogueStore(folder, patience));
         Database& database = store->state_->votes;
