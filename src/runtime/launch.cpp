@@ -9,6 +9,7 @@
 #include "runtime/prefix.h"
 #include "runtime/screen.h"
 #include "runtime/windows_programs.h"
+#include "wrapper/program_header.h"
 
 namespace morvane::runtime {
 namespace {
@@ -22,17 +23,22 @@ std::vector<std::string> joined(std::vector<std::string> first, const std::vecto
 }
 
 Failure wrongMachine(const std::string& path, Machine machine) {
-    if (machine == Machine::bits64) {
+    if (machine == Machine::x86) {
+        return Failure{
+            path +
+            " is a 32-bit program, and this wrapper's engine runs 64-bit programs only. Install Wine's "
+            "32-bit part (package wine32: dpkg --add-architecture i386, apt-get update, apt-get install "
+            "wine32:i386), make the system's engine again, or use an engine that runs 32-bit programs, and "
+            "create the wrapper anew."};
+    }
+    if (machine == Machine::x64) {
         return Failure{path +
                        " is a 64-bit program, and this wrapper's drive was made for 32-bit programs only."};
     }
-    return Failure{
-        path +
-        " is a 32-bit program, and this wrapper's engine runs 64-bit programs only. Install Wine's 32-bit "
-        "part "
-        "(package wine32: dpkg --add-architecture i386, apt-get update, apt-get install wine32:i386), make "
-        "the "
-        "system's engine again, or use an engine that runs 32-bit programs, and create the wrapper anew."};
+    const std::string name = nameOf(machine);
+    return Failure{path +
+                   (name.empty() ? " is a program for another processor" : " is an " + name + " program") +
+                   ", which this wrapper's engine cannot run. Use the game's edition for 64-bit PCs (x64)."};
 }
 
 /// A batch file that does nothing but start a program: the program itself, so that it runs in its own folder

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdint>
-#include <fstream>
 
 #include "platform/files.h"
 
@@ -22,24 +20,6 @@ std::string_view trimmed(std::string_view text) {
 
 bool isLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-/// The little-endian number at the offset; 0 beyond the end.
-std::uint32_t numberAt(std::string_view bytes, std::size_t offset, int size) {
-    if (offset + static_cast<std::size_t>(size) > bytes.size()) return 0;
-    std::uint32_t number = 0;
-    for (int index = size - 1; index >= 0; --index) {
-        number = number << 8 | static_cast<unsigned char>(bytes[offset + static_cast<std::size_t>(index)]);
-    }
-    return number;
-}
-
-std::string headOf(const std::string& path, std::size_t size) {
-    std::ifstream file(path, std::ios::binary);
-    std::string head(size, '\0');
-    file.read(head.data(), static_cast<std::streamsize>(size));
-    head.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
-    return head;
 }
 
 std::optional<std::string> entryWithoutCase(const std::string& folder, const std::string& name) {
@@ -101,42 +81,6 @@ std::optional<StartLine> startLineOf(std::string_view batchFile) {
     StartLine result{std::string(line.substr(1, end - 1)), std::string(trimmed(line.substr(end + 1)))};
     if (!isWindowsPath(result.program)) return std::nullopt;  // a window title, then
     return result;
-}
-
-Machine machineOf(const std::string& path) {
-    constexpr std::size_t mostHeaders = 4096;
-    const std::string head = headOf(path, mostHeaders);
-    const std::size_t header = numberAt(head, 0x3c, 4);
-    if (!head.starts_with("MZ") || header > mostHeaders ||
-        std::string_view(head).substr(std::min(header, head.size()), 4) != std::string_view("PE\0\0", 4)) {
-        return Machine::other;
-    }
-    const std::size_t optional = header + 24;
-    const bool wide = numberAt(head, optional, 2) == 0x20b;
-    const std::size_t directories = optional + (wide ? 112 : 96);
-    constexpr std::size_t dotNetDirectory = 14;
-    if (numberAt(head, directories - 4, 4) > dotNetDirectory &&
-        numberAt(head, directories + dotNetDirectory * 8, 4) != 0) {
-        return Machine::any;
-    }
-    switch (numberAt(head, header + 4, 2)) {
-        case 0x014c:
-            return Machine::bits32;
-        case 0x8664:
-            return Machine::bits64;
-        default:
-            return Machine::other;
-    }
-}
-
-bool prefixRuns(const std::string& prefix, Machine machine) {
-    const std::string windows = prefix + "/drive_c/windows";
-    if (machine == Machine::bits32) {
-        return files::kindBehind(windows + "/syswow64/ntdll.dll") == files::Kind::file ||
-               machineOf(windows + "/system32/ntdll.dll") == Machine::bits32;
-    }
-    if (machine == Machine::bits64) return machineOf(windows + "/system32/ntdll.dll") != Machine::bits32;
-    return true;
 }
 
 bool isWindowsPath(std::string_view path) {

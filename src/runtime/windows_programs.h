@@ -23,14 +23,6 @@ struct StartLine {
 /// redirections).
 [[nodiscard]] std::optional<StartLine> startLineOf(std::string_view batchFile);
 
-/// What a program file was made for.
-enum class Machine { other, bits32, bits64, any };
-/// From the header of the file: `any` for a .NET program, `other` for what is no Windows program.
-[[nodiscard]] Machine machineOf(const std::string& path);
-/// Whether programs of that machine can run in the prefix; judged by the system libraries that it was created
-/// with.
-[[nodiscard]] bool prefixRuns(const std::string& prefix, Machine machine);
-
 /// "C:\Games\a.exe" and "c:/Games/a.exe".
 [[nodiscard]] bool isWindowsPath(std::string_view path);
 /// The host's path of a Windows path, found without regard to case, as Wine does; nothing when no such file

@@ -6,12 +6,14 @@
 #include "runtime/builtin_files.h"
 #include "runtime/launch.h"
 #include "support/test_machine.h"
+#include "support/windows_file.h"
 
 namespace morvane::runtime {
 namespace {
 
 using testing::TemporaryFolder;
 using testing::TestMachine;
+using testing::windowsFile;
 using Texts = std::vector<std::string>;
 
 TEST(SplitArguments, AsWindowsProgramsDo) {
@@ -50,48 +52,6 @@ TEST(StartLineOf, OnlyABatchFileThatJustStartsAProgram) {
         {"", std::nullopt},
     };
     for (const auto& row : rows) EXPECT_EQ(startLineOf(row.text), row.line) << row.text;
-}
-
-std::string littleEndian(std::uint32_t value, int size) {
-    std::string bytes;
-    for (int index = 0; index < size; ++index) bytes += static_cast<char>(value >> (8 * index));
-    return bytes;
-}
-
-/// The headers of a Windows file with nothing behind them.
-std::string windowsFile(std::uint16_t machine, bool wide, bool dotNet = false) {
-    std::string bytes = "MZ" + std::string(58, '\0') + littleEndian(0x80, 4);
-    bytes.resize(0x80);
-    bytes += std::string("PE\0\0", 4) + littleEndian(machine, 2) + std::string(18, '\0');
-    std::string optional = littleEndian(wide ? 0x20b : 0x10b, 2);
-    optional.resize(wide ? 108 : 92);
-    optional += littleEndian(16, 4) + std::string(14 * 8, '\0') + littleEndian(dotNet ? 0x2008 : 0, 4);
-    optional.resize((wide ? 112 : 96) + 16 * 8);
-    return bytes + optional;
-}
-
-TEST(MachineOf, ReadsTheHeader) {
-    const TemporaryFolder folder;
-    const struct {
-        const char* name;
-        std::string bytes;
-        Machine machine;
-    } rows[] = {
-        {"32 bits", windowsFile(0x014c, false), Machine::bits32},
-        {"64 bits", windowsFile(0x8664, true), Machine::bits64},
-        {".NET, also in a 32-bit file", windowsFile(0x014c, false, true), Machine::any},
-        {"ARM", windowsFile(0xaa64, true), Machine::other},
-        {"cut before the header", windowsFile(0x8664, true).substr(0, 0x70), Machine::other},
-        {"cut in the header", windowsFile(0x8664, true).substr(0, 0x83), Machine::other},
-        {"a script", "#!/bin/sh", Machine::other},
-        {"empty", "", Machine::other},
-        {"header far away", "MZ" + std::string(58, '\0') + "\xff\xff\xff\xff", Machine::other},
-    };
-    for (const auto& row : rows) {
-        TestMachine::put(folder.path + "/a.exe", row.bytes);
-        EXPECT_EQ(machineOf(folder.path + "/a.exe"), row.machine) << row.name;
-    }
-    EXPECT_EQ(machineOf(folder.path + "/missing"), Machine::other);
 }
 
 class DriveC : public ::testing::Test {
