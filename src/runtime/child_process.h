@@ -15,12 +15,20 @@
 
 namespace morvane::runtime {
 
+enum class ChildOutput {
+    log,
+    /// On to our own standard output while the child is waited for. Through a pipe: a service that outlives
+    /// the child and has its output holds the pipe, not ours.
+    passedOn,
+};
+
 struct ChildRequest {
     std::string program;
     std::vector<std::string> arguments;
     std::map<std::string, std::string> environment;
     std::string runFolder;  ///< empty: inherited
     std::string log;        ///< output and errors are added to this file; empty: nowhere
+    ChildOutput output = ChildOutput::log;
 };
 
 enum class Ending { exited, askedToStop, timeOut };
@@ -56,9 +64,13 @@ class Child {
     void kill();
 
   private:
-    Child(pid_t number, int descriptor) : number_(number), descriptor_(descriptor) {}
+    Child(pid_t number, int descriptor, int output)
+        : number_(number), descriptor_(descriptor), output_(output) {}
+    void passOutputOn();
+
     pid_t number_;
     int descriptor_;
+    int output_;  ///< of the pipe; -1 without
     int status_ = 0;
 };
 

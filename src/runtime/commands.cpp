@@ -11,6 +11,7 @@
 #include "runtime/prefix.h"
 #include "runtime/windows_programs.h"
 #include "runtime/wine_session.h"
+#include "wrapper/program_header.h"
 
 namespace morvane::runtime {
 namespace {
@@ -64,10 +65,15 @@ std::chrono::milliseconds installerPatience() {
                : usual;
 }
 
-int installerCommand(const WrapperBundle& bundle, const Arguments& arguments) {
-    WineSession session(bundle, "", StopBy::server);
+int installerCommand(const WrapperBundle& bundle, const Arguments& arguments, ChildOutput output) {
+    WineSession session(bundle, "", StopBy::server, output);
     if (auto failure = readiness(session)) return report(failure);
-    const auto call = callFor(bundle, arguments[0], Arguments(arguments.begin() + 1, arguments.end()));
+    // Another file would be opened by a program of Wine's, or by a dialog, and nobody would come to close it.
+    if (!hasProgramEnding(arguments[0])) return report(Failure{arguments[0] + " is not a Windows program."});
+    const Arguments rest(arguments.begin() + 1, arguments.end());
+    const std::string program = session.nameablePath(arguments[0]);
+    const auto call =
+        output == ChildOutput::log ? callFor(bundle, program, rest) : consoleCallFor(bundle, program, rest);
     if (const Failure* failure = failureOf(call)) return report(*failure);
     const auto& [wineArguments, folder] = std::get<WineCall>(call);
     const int status = session.wine(wineArguments, folder, Display::shown);
@@ -138,14 +144,15 @@ int openCommand(const WrapperBundle& bundle, const Arguments& arguments) {
     const std::string extension = lowerCaseExtension(arguments[0]);
     const bool ours = std::find(launch.associations.begin(), launch.associations.end(), extension) !=
                       launch.associations.end();
-    auto call = callFor(bundle, arguments[0], Arguments(arguments.begin() + 1, arguments.end()));
+    const std::string file = session.nameablePath(arguments[0]);
+    auto call = callFor(bundle, file, Arguments(arguments.begin() + 1, arguments.end()));
     if (const Failure* failure = failureOf(call)) return report(*failure);
     auto& found = std::get<WineCall>(call);
     // A document that the wrapper's programs are registered for, also one whose ending Windows itself would
     // run.
     if (ours && !isWindowsPath(arguments[0])) {
-        const auto path = files::resolved(arguments[0]);
-        found.arguments = {"start.exe", "/wait", "/unix", path.value_or(arguments[0])};
+        const std::string path = file.starts_with('/') ? file : files::resolved(file).value_or(file);
+        found.arguments = {"start.exe", "/wait", "/unix", path};
     }
     applyLimits(launch);
     return play(session, onDesktop(found, bundle, launch.screen));
@@ -164,7 +171,12 @@ const std::vector<Command>& commands() {
          [](auto& bundle, auto&) { return createCommand(bundle, createPrefix); }},
         {"CKS-wineboot", 0, 0, [](auto& bundle, auto&) { return createCommand(bundle, updatePrefix); }},
         {"CKS-InstallICE", 0, 0, [](auto& bundle, auto&) { return report(installEngineFiles(bundle)); }},
-        {"CKS-installer", 1, any, installerCommand},
+        {"CKS-installer", 1, any,
+         [](auto& bundle, auto& arguments) { return installerCommand(bundle, arguments, ChildOutput::log); }},
+        {"CKS-console", 1, any,
+         [](auto& bundle, auto& arguments) {
+             return installerCommand(bundle, arguments, ChildOutput::passedOn);
+         }},
         {"CKS-winetricks", 1, any, winetricksCommand},
         {"CKS-winecfg", 0, 0, [](auto& bundle, auto&) { return toolCommand(bundle, {"winecfg.exe"}); }},
         {"CKS-regedit", 0, 0, [](auto& bundle, auto&) { return toolCommand(bundle, {"regedit.exe"}); }},

@@ -12,7 +12,8 @@ namespace morvane::runtime {
 /// standard error), 2 usage, 128 and more after a signal.
 ///
 ///     CKS-wineprefixcreate    CKS-wineboot    CKS-InstallICE
-///     CKS-installer FILE      CKS-winetricks VERB...
+///     CKS-installer PROGRAM [ARGUMENT...]         CKS-winetricks VERB...
+///     CKS-console PROGRAM [ARGUMENT...]           the same, and what the program prints is printed
 ///     CKS-winecfg    CKS-regedit    CKS-taskmgr    CKS-cmd
 ///     debug                   the plain start, with Wine's output in Logs/LastRunWine.log
 ///     PROGRAM [ARGUMENT...]   a program or document, by its host's path or its Windows path

@@ -23,39 +23,34 @@ std::vector<std::string> joined(std::vector<std::string> first, const std::vecto
 }
 
 Failure wrongMachine(const std::string& path, Machine machine) {
-    if (machine == Machine::x86) {
-        return Failure{
-            path +
-            " is a 32-bit program, and this wrapper's engine runs 64-bit programs only. Install Wine's "
-            "32-bit part (package wine32: dpkg --add-architecture i386, apt-get update, apt-get install "
-            "wine32:i386), make the system's engine again, or use an engine that runs 32-bit programs, and "
-            "create the wrapper anew."};
-    }
-    if (machine == Machine::x64) {
-        return Failure{path +
-                       " is a 64-bit program, and this wrapper's drive was made for 32-bit programs only."};
-    }
-    const std::string name = nameOf(machine);
-    return Failure{path +
-                   (name.empty() ? " is a program for another processor" : " is an " + name + " program") +
-                   ", which this wrapper's engine cannot run. Use the game's edition for 64-bit PCs (x64)."};
+    std::string text = refusalOf(machine);
+    text.replace(text.find("%@"), 2, path);
+    return Failure{text};
 }
 
 /// A batch file that does nothing but start a program: the program itself, so that it runs in its own folder
 /// and is waited for. "start" of Wine also takes a quoted program for the title of a window.
-std::optional<StartLine> startLineIn(const std::string& batchFile) {
+std::optional<StartLine> startLineIn(const WrapperBundle& bundle, const std::string& batchFile) {
     constexpr std::uint64_t longest = 8192;
     if (files::size(batchFile).value_or(longest) >= longest) return std::nullopt;
     const auto text = files::read(batchFile);
-    return failureOf(text) != nullptr ? std::nullopt : startLineOf(std::get<std::string>(text));
+    if (failureOf(text) != nullptr) return std::nullopt;
+    auto line = startLineOf(std::get<std::string>(text));
+    // To the command interpreter a percent sign may begin a variable, and letters beyond ASCII are of another
+    // encoding than the application's: a file of the very name is what the application means.
+    const auto meansMore = [](unsigned char c) { return c == '%' || c >= 0x80; };
+    if (line && std::any_of(line->program.begin(), line->program.end(), meansMore) &&
+        !hostPathOf(bundle.prefix(), line->program)) {
+        return std::nullopt;
+    }
+    return line;
 }
 
 Result<std::string> existingFile(const WrapperBundle& bundle, const std::string& program) {
     std::optional<std::string> path = program;
     if (isWindowsPath(program)) path = hostPathOf(bundle.prefix(), program);
     if (!path || files::kindBehind(*path) != files::Kind::file) return Failure{program + " is missing."};
-    const auto absolute = files::resolved(*path);
-    return absolute ? *absolute : *path;
+    return path->starts_with('/') ? *path : files::resolved(*path).value_or(*path);
 }
 
 }  // namespace
@@ -66,17 +61,38 @@ Result<WineCall> callFor(const WrapperBundle& bundle, const std::string& program
     if (const Failure* failure = failureOf(found)) return *failure;
     const auto& path = std::get<std::string>(found);
     const std::string extension = lowerCaseExtension(path), folder = files::parent(path);
+    if (files::lastComponent(path).find_first_of("\"*<>?|\\\n") != std::string::npos) {
+        return Failure{path + " has a name that Windows does not know: rename it."};
+    }
 
     if (extension == "bat" || extension == "cmd") {
-        if (const auto line = startLineIn(path)) {
+        if (const auto line = startLineIn(bundle, path)) {
             return callFor(bundle, line->program, joined(splitArguments(line->arguments), arguments));
         }
     }
     if (extension == "msi") return WineCall{joined({"msiexec.exe", "/i", path}, arguments), folder};
     if (extension != "exe") return WineCall{joined({"start.exe", "/wait", "/unix", path}, arguments), folder};
+    if (!beginsAsProgram(path)) return Failure{path + " is not a Windows program."};
     const Machine machine = machineOf(path);
     if (!prefixRuns(bundle.prefix(), machine)) return wrongMachine(path, machine);
     return WineCall{joined({isWindowsPath(program) ? program : path}, arguments), folder};
+}
+
+Result<WineCall> consoleCallFor(const WrapperBundle& bundle, const std::string& program,
+                                std::vector<std::string> arguments) {
+    auto call = callFor(bundle, program, std::move(arguments));
+    auto* found = std::get_if<WineCall>(&call);
+    const std::string extension = lowerCaseExtension(program);
+    if (found == nullptr || (extension != "bat" && extension != "cmd")) return call;
+    // One that only starts a program has become that program.
+    std::vector<std::string>& words = found->arguments;
+    if (words.front() != "start.exe") return call;
+    words.erase(words.begin(), words.begin() + 3);
+    // In its folder, which the call runs in; quoted in any case, because of the blank: "&" and "," may be in
+    // a name without one.
+    words.front() = ". \\..\\" + files::lastComponent(words.front());
+    words.insert(words.begin(), {"cmd.exe", "/c", "call"});
+    return call;
 }
 
 Result<WineCall> mainCall(const WrapperBundle& bundle, const LaunchSettings& settings) {

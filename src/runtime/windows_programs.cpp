@@ -22,6 +22,17 @@ bool isLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
 }
 
+/// Whether the line is more than one command. Inside quotes these characters mean themselves.
+bool changesLine(std::string_view line) {
+    bool quoted = false;
+    for (const char c : line) {
+        if (c == '"') quoted = !quoted;
+        if (c == '\r' || c == '\n') return true;
+        if (!quoted && std::string_view("&|<>^").find(c) != std::string_view::npos) return true;
+    }
+    return false;
+}
+
 std::optional<std::string> entryWithoutCase(const std::string& folder, const std::string& name) {
     const std::string exact = files::join(folder, name);
     if (files::kindBehind(exact) != files::Kind::none) return exact;
@@ -74,10 +85,10 @@ std::optional<StartLine> startLineOf(std::string_view batchFile) {
         white.find(line[start.size()]) != std::string_view::npos) {
         line = trimmed(line.substr(start.size()));
     }
-    if (!line.starts_with('"') || line.find_first_of("%&|<>^\r\n") != std::string_view::npos)
+    const std::size_t end = line.starts_with('"') ? line.find('"', 1) : std::string_view::npos;
+    if (end == std::string_view::npos || changesLine(line) || line.find('%', end) != std::string_view::npos) {
         return std::nullopt;
-    const std::size_t end = line.find('"', 1);
-    if (end == std::string_view::npos) return std::nullopt;
+    }
     StartLine result{std::string(line.substr(1, end - 1)), std::string(trimmed(line.substr(end + 1)))};
     if (!isWindowsPath(result.program)) return std::nullopt;  // a window title, then
     return result;

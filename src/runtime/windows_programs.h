@@ -19,8 +19,9 @@ struct StartLine {
     bool operator==(const StartLine&) const = default;
 };
 /// The program of a batch file whose only line is `start "C:\a b.exe" arguments`, or the same without
-/// "start"; nothing for any other batch file, and where `cmd` would change the line (percent signs,
-/// redirections).
+/// "start"; nothing for any other batch file, and where `cmd` would change the line (redirections, percent
+/// signs behind the program). A percent sign in the program is either part of its name or names a variable:
+/// the caller sees by whether there is such a file.
 [[nodiscard]] std::optional<StartLine> startLineOf(std::string_view batchFile);
 
 /// "C:\Games\a.exe" and "c:/Games/a.exe".

@@ -1,5 +1,7 @@
 #include "runtime/wine_session.h"
 
+#include <langinfo.h>
+#include <locale.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,6 +13,8 @@
 
 #include "platform/files.h"
 #include "platform/folders.h"
+#include "platform/utf8.h"
+#include "runtime/windows_programs.h"
 
 namespace morvane::runtime {
 namespace {
@@ -73,11 +77,20 @@ bool isInstalledProgram(const PrefixProcess& process) {
            command.find("\\temp\\") == std::string::npos;
 }
 
-/// A prefix cannot lie below a name with one of the characters that Windows forbids; a name for a game may
-/// well end in a question mark. Such a prefix is reached through a link, in a folder that only this user can
-/// enter.
+bool isUtf8(const std::string& text) {
+    std::string again;
+    for (std::size_t place = 0; place < text.size();) utf8::append(again, utf8::next(text, place));
+    return again == text;
+}
+
+/// A prefix cannot lie below a name with one of the characters that Windows forbids, nor below one that is
+/// not UTF-8; a name for a game may well end in a question mark. Such a prefix is reached through a link, in
+/// a folder that only this user can enter.
 bool isNameable(const std::string& path) {
-    return path.find_first_of("\"*<>?|\\") == std::string::npos;
+    const auto isForbidden = [](unsigned char c) {
+        return c < 0x20 || std::string_view("\"*<>?|\\").find(static_cast<char>(c)) != std::string_view::npos;
+    };
+    return std::none_of(path.begin(), path.end(), isForbidden) && isUtf8(path);
 }
 
 std::string linkTo(const std::string& prefix, const std::string& name) {
@@ -91,6 +104,34 @@ std::string linkTo(const std::string& prefix, const std::string& name) {
     if (!ours) return prefix;
     if (files::kindOf(link) == files::Kind::link) return link;
     return files::createSymbolicLink(link, prefix) ? prefix : link;
+}
+
+/// The character set of a locale by its name; empty for one that this machine does not have.
+std::string charactersOf(const std::string& locale) {
+    const locale_t found = ::newlocale(LC_CTYPE_MASK, locale.c_str(), nullptr);
+    if (found == nullptr) return "";
+    std::string characters = ::nl_langinfo_l(CODESET, found);
+    ::freelocale(found);
+    return characters;
+}
+
+/// Wine reads the names of files in the character set of LC_CTYPE, and loses those that do not fit. All of
+/// ours are UTF-8, so it gets a character type of that kind: of the user's own language where the machine has
+/// it, because Wine takes the old code pages of Windows from it. Everything else of the locale stays.
+void useUtf8(std::map<std::string, std::string>& variables) {
+    std::string type;
+    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const auto found = variables.find(name);
+        if (found != variables.end() && type.empty()) type = found->second;
+    }
+    if (charactersOf(type.empty() ? "C" : type) == "UTF-8") return;
+    const std::string sameLanguage = type.substr(0, type.find_first_of(".@")) + ".UTF-8";
+    if (const auto all = variables.find("LC_ALL"); all != variables.end() && !all->second.empty()) {
+        variables["LANG"] = all->second;
+        std::erase_if(variables, [](const auto& each) { return each.first.starts_with("LC_"); });
+    }
+    const bool hasSame = sameLanguage != ".UTF-8" && charactersOf(sameLanguage) == "UTF-8";
+    variables["LC_CTYPE"] = hasSame ? sameLanguage : "C.UTF-8";
 }
 
 std::set<int> numbersOf(const std::vector<PrefixProcess>& processes) {
@@ -131,20 +172,35 @@ std::vector<PrefixProcess> processesOf(const std::string& prefix) {
     return processes;
 }
 
-WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy)
-    : bundle_(std::move(bundle)), log_(std::move(log)), stopBy_(stopBy) {
+WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output)
+    : bundle_(std::move(bundle)), log_(std::move(log)), stopBy_(stopBy), output_(output) {
     prefix_ = bundle_.prefix();
     if (!isNameable(prefix_)) prefix_ = linkTo(prefix_, bundle_.serverName());
+    if (prefix_ != bundle_.prefix()) links_.push_back(prefix_);
     if (problem()) return;
     // Signal 0 only asks whether there is one.
     joined_ = quietly(server(), {"-k0"}, serverPatience) == 0;
 }
 
 WineSession::~WineSession() {
-    // A joined session's link is still in use by the start that it joined.
-    if (joined_ || prefix_ == bundle_.prefix()) return;
-    static_cast<void>(files::remove(prefix_));
-    ::rmdir(files::parent(prefix_).c_str());
+    // A joined session's links are still in use by the start that it joined.
+    if (joined_ || links_.empty()) return;
+    for (const std::string& link : links_) static_cast<void>(files::remove(link));
+    ::rmdir(files::parent(links_.front()).c_str());
+}
+
+std::string WineSession::nameablePath(const std::string& path) {
+    const std::string absolute = path.starts_with('/') ? path : files::resolved(path).value_or(path);
+    const std::string folder = files::parent(absolute);
+    if (isWindowsPath(path) || isNameable(folder) || absolute.starts_with(bundle_.prefix() + "/")) {
+        return path;
+    }
+    // Of this process: another start may have a file in the same folder.
+    const std::string name = "folder-" + std::to_string(::getpid()) + "-" + std::to_string(links_.size());
+    const std::string link = linkTo(folder, name);
+    if (link == folder) return path;
+    links_.push_back(link);
+    return files::join(link, files::lastComponent(absolute));
 }
 
 std::optional<Failure> WineSession::problem() const {
@@ -171,6 +227,7 @@ std::map<std::string, std::string> WineSession::environment(Display display) con
     for (const char* name : {"WINELOADER", "WINESERVER", "WINEDLLPATH", "WINEARCH", "WINEPREFIX"})
         variables.erase(name);
     variables["WINEPREFIX"] = prefix_;
+    useUtf8(variables);
     const std::string bin = bundle_.engineBin(), tools = bundle_.wrapper + "/Contents/Frameworks/bin";
     const std::string path = variables.contains("PATH") ? variables["PATH"] : "/usr/local/bin:/usr/bin:/bin";
     variables["PATH"] = bin + ":" + tools + ":" + path;
@@ -234,7 +291,10 @@ int WineSession::run(const std::string& path, const std::vector<std::string>& ar
                      const std::string& runFolder, Display display) {
     if (stopped_ != 0) return stopped_;
     startServer();
-    auto child = Child::start({path, arguments, environment(display), runFolder, log_});
+    auto variables = environment(display);
+    // As we name it, which may be by a link: Wine cannot name every folder to which one leads.
+    variables["PWD"] = runFolder;
+    auto child = Child::start({path, arguments, std::move(variables), runFolder, log_, output_});
     if (!child) {
         tell(path + " could not be started.");
         stopNow();

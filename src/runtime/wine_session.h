@@ -33,8 +33,8 @@ enum class StopBy { server, quitScript };
 
 class WineSession {
   public:
-    /// `log` receives what Wine prints; empty: nowhere.
-    WineSession(WrapperBundle bundle, std::string log, StopBy stopBy);
+    /// `log` receives what Wine prints; empty: nowhere. What programs print goes there too, or on.
+    WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output = ChildOutput::log);
     ~WineSession();
     WineSession(const WineSession&) = delete;
     WineSession& operator=(const WineSession&) = delete;
@@ -46,6 +46,9 @@ class WineSession {
     /// start, and nothing here waits for them or ends them.
     [[nodiscard]] bool joined() const { return joined_; }
 
+    /// A path by which Wine can name the file: Windows has no name for a folder whose name holds a quote or a
+    /// line break, so a file below one is reached through a link to its folder that ends with the session.
+    [[nodiscard]] std::string nameablePath(const std::string& path);
     /// Runs Wine with the arguments and waits for its end. The exit status, 0 to 255; `stopped()` after a
     /// signal.
     int wine(const std::vector<std::string>& arguments, const std::string& runFolder, Display display);
@@ -80,8 +83,10 @@ class WineSession {
     WrapperBundle bundle_;
     std::string log_;
     StopBy stopBy_;
+    ChildOutput output_;
     StopSignals signals_;
-    std::string prefix_;  ///< as Wine is told
+    std::string prefix_;              ///< as Wine is told
+    std::vector<std::string> links_;  ///< to be removed
     bool joined_ = false;
     int stopped_ = 0;
 };

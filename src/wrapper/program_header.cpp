@@ -1,5 +1,7 @@
 #include "wrapper/program_header.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -113,19 +115,39 @@ Machine machineOf(const std::string& path) {
     }
 }
 
-std::string nameOf(Machine machine) {
+const char* refusalOf(Machine machine) {
     switch (machine) {
         case Machine::x86:
-            return "32-bit";
+            return "%@ is a 32-bit program, and this wrapper's engine runs 64-bit programs only. Install "
+                   "Wine's "
+                   "32-bit part (package wine32: dpkg --add-architecture i386, apt-get update, apt-get "
+                   "install "
+                   "wine32:i386), make the system's engine again, or use an engine that runs 32-bit "
+                   "programs, "
+                   "and create the wrapper anew.";
         case Machine::x64:
-            return "64-bit";
+            return "%@ is a 64-bit program, and this wrapper's drive was made for 32-bit programs only.";
         case Machine::arm:
-            return "ARM";
+            return "%@ is an ARM program, which this wrapper's engine cannot run. Use the edition for PCs "
+                   "(x64).";
         case Machine::arm64:
-            return "ARM64";
+            return "%@ is an ARM64 program, which this wrapper's engine cannot run. Use the edition for PCs "
+                   "(x64).";
         default:
-            return "";
+            return "%@ is a program for another processor, which this wrapper's engine cannot run.";
     }
+}
+
+bool hasProgramEnding(const std::string& path) {
+    constexpr std::array endings{"exe", "com", "bat", "cmd", "msi", "lnk"};
+    const std::string extension = files::extension(path);
+    return std::any_of(endings.begin(), endings.end(),
+                       [&](const char* ending) { return ::strcasecmp(extension.c_str(), ending) == 0; });
+}
+
+bool beginsAsProgram(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return bytesAt(file, 0, 2) == "MZ";
 }
 
 bool engineRuns(const std::string& engine, Machine machine) {

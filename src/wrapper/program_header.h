@@ -18,8 +18,14 @@ enum class Machine {
 
 /// From the header of the file.
 [[nodiscard]] Machine machineOf(const std::string& path);
-/// "32-bit", "64-bit", "ARM", "ARM64"; for the others an empty text. Stands before "program" in a message.
-[[nodiscard]] std::string nameOf(Machine machine);
+/// Why a wrapper cannot run a program of that machine, and what to do: a format for the user, with "%@" for
+/// the program's path.
+[[nodiscard]] const char* refusalOf(Machine machine);
+/// Whether the file has the ending of a Windows program: exe, com, bat, cmd, msi or lnk, in any case. Another
+/// file would be opened by whatever Wine has for it, or by a dialog that waits.
+[[nodiscard]] bool hasProgramEnding(const std::string& path);
+/// Whether a file that ends in ".exe" begins as a program of Windows or DOS does.
+[[nodiscard]] bool beginsAsProgram(const std::string& path);
 
 /// Whether an engine runs programs of that machine, by its own Windows libraries. `engine` is the folder
 /// "ckwine.bundle"; one that holds no libraries starts this computer's Wine, which is looked at then, as it
