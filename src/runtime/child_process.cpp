@@ -166,7 +166,9 @@ Ending Child::wait(const StopSignals* signals, std::optional<std::chrono::millis
 }
 
 void Child::kill() {
-    if (number_ > 0) ::kill(number_, SIGKILL);
+    if (number_ <= 0) return;
+    ::kill(number_, SIGKILL);
+    ::waitpid(std::exchange(number_, 0), nullptr, 0);
 }
 
 }  // namespace morvane::runtime

@@ -99,6 +99,15 @@ int winetricksCommand(const WrapperBundle& bundle, const Arguments& verbs) {
                        : report(Failure{"winetricks ended with exit code " + std::to_string(status) + "."});
 }
 
+/// A script of the wrapper's menu, in Wine's environment, and what it has started in the wrapper.
+int menuCommand(const WrapperBundle& bundle, const Arguments& arguments) {
+    WineSession session(bundle, "", StopBy::server);
+    if (auto failure = readiness(session)) return report(failure);
+    const int status = session.program("/bin/bash", arguments, bundle.driveC());
+    session.waitForAll();
+    return session.stopped() != 0 ? session.stopped() : status;
+}
+
 int toolCommand(const WrapperBundle& bundle, const Arguments& wineArguments) {
     WineSession session(bundle, "", StopBy::server);
     if (auto failure = readiness(session)) return report(failure);
@@ -178,6 +187,7 @@ const std::vector<Command>& commands() {
              return installerCommand(bundle, arguments, ChildOutput::passedOn);
          }},
         {"CKS-winetricks", 1, any, winetricksCommand},
+        {"CKS-menu", 1, 1, menuCommand},
         {"CKS-winecfg", 0, 0, [](auto& bundle, auto&) { return toolCommand(bundle, {"winecfg.exe"}); }},
         {"CKS-regedit", 0, 0, [](auto& bundle, auto&) { return toolCommand(bundle, {"regedit.exe"}); }},
         {"CKS-taskmgr", 0, 0, [](auto& bundle, auto&) { return toolCommand(bundle, {"taskmgr.exe"}); }},

@@ -14,6 +14,7 @@ namespace morvane::runtime {
 ///     CKS-wineprefixcreate    CKS-wineboot    CKS-InstallICE
 ///     CKS-installer PROGRAM [ARGUMENT...]         CKS-winetricks VERB...
 ///     CKS-console PROGRAM [ARGUMENT...]           the same, and what the program prints is printed
+///     CKS-menu SCRIPT         an entry of the wrapper's menu
 ///     CKS-winecfg    CKS-regedit    CKS-taskmgr    CKS-cmd
 ///     debug                   the plain start, with Wine's output in Logs/LastRunWine.log
 ///     PROGRAM [ARGUMENT...]   a program or document, by its host's path or its Windows path

@@ -23,12 +23,19 @@ using namespace std::chrono_literals;
 
 /// A wineserver that was told to end is waited for this long at most.
 constexpr auto serverPatience = 15s;
+/// Services end within a few seconds once no program is left.
+constexpr std::chrono::milliseconds servicesPatience = 10s;
+/// How often a game that runs is looked after.
+constexpr std::chrono::milliseconds programsPatience = 1min;
 /// Programs that are asked to end may put a question to the user.
 constexpr auto askPatience = 20s;
 constexpr std::chrono::milliseconds longestGrace = 30s;
 
 constexpr std::array winesOwn{"services.exe", "winedevice.exe", "plugplay.exe", "svchost.exe", "explorer.exe",
                               "rpcss.exe",    "conhost.exe",    "tabtip.exe",   "wineboot.exe"};
+
+/// Of these, what is never a program that somebody opened a window of.
+constexpr std::array services{"services.exe", "winedevice.exe", "plugplay.exe", "svchost.exe", "rpcss.exe"};
 
 std::vector<std::string> splitAtNul(const std::string& bytes) {
     std::vector<std::string> pieces;
@@ -55,6 +62,10 @@ std::string procFile(const std::string& number, const char* name) {
 
 bool isWinesOwn(const PrefixProcess& process) {
     return std::find(winesOwn.begin(), winesOwn.end(), process.name) != winesOwn.end();
+}
+
+bool isService(const PrefixProcess& process) {
+    return std::find(services.begin(), services.end(), process.name) != services.end();
 }
 
 /// The programs that somebody started: neither the wineserver nor Wine's services.
@@ -176,17 +187,18 @@ WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, C
     : bundle_(std::move(bundle)), log_(std::move(log)), stopBy_(stopBy), output_(output) {
     prefix_ = bundle_.prefix();
     if (!isNameable(prefix_)) prefix_ = linkTo(prefix_, bundle_.serverName());
-    if (prefix_ != bundle_.prefix()) links_.push_back(prefix_);
     if (problem()) return;
     // Signal 0 only asks whether there is one.
     joined_ = quietly(server(), {"-k0"}, serverPatience) == 0;
 }
 
 WineSession::~WineSession() {
-    // A joined session's links are still in use by the start that it joined.
-    if (joined_ || links_.empty()) return;
-    for (const std::string& link : links_) static_cast<void>(files::remove(link));
-    ::rmdir(files::parent(links_.front()).c_str());
+    // A joined session's link to the prefix is still in use by the start that it joined.
+    if (!joined_ && prefix_ != bundle_.prefix()) links_.push_back(prefix_);
+    for (const std::string& link : links_) {
+        static_cast<void>(files::remove(link));
+        ::rmdir(files::parent(link).c_str());
+    }
 }
 
 std::string WineSession::nameablePath(const std::string& path) {
@@ -326,11 +338,25 @@ bool WineSession::waitFor(Child& child) {
 
 void WineSession::waitForAll() {
     if (joined_ || stopped_ != 0) return;
-    // A server whose last program has gone already would wait for ever for a first one.
-    std::vector<PrefixProcess> left = processesOf(bundle_.prefix());
-    std::erase_if(left, [](const PrefixProcess& one) { return one.isServer; });
-    if (left.empty()) return stopNow();
-    if (auto child = Child::start({server(), {"-w"}, environment(Display::hidden), "/", ""})) waitFor(*child);
+    for (std::set<int> before;;) {
+        std::vector<PrefixProcess> left = processesOf(bundle_.prefix());
+        std::erase_if(left, [](const PrefixProcess& one) { return one.isServer; });
+        // A server whose last program has gone already would wait for ever for a first one. So would it for a
+        // service that was still starting when the last program ended, and never hears of that.
+        const std::set<int> now = numbersOf(left);
+        const bool onlyServices = std::all_of(left.begin(), left.end(), isService);
+        if (left.empty() || (onlyServices && now == before)) return stopNow();
+        before = now;
+        auto child = Child::start({server(), {"-w"}, environment(Display::hidden), "/", ""});
+        if (!child) return stopNow();
+        const Ending ending = child->wait(&signals_, onlyServices ? servicesPatience : programsPatience);
+        if (ending == Ending::exited) return;
+        child->kill();
+        if (ending == Ending::askedToStop) {
+            stopped_ = 128 + signals_.take();
+            return stopAsAsked();
+        }
+    }
 }
 
 void WineSession::waitForInstaller(std::chrono::milliseconds patience) {

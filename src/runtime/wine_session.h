@@ -86,7 +86,7 @@ class WineSession {
     ChildOutput output_;
     StopSignals signals_;
     std::string prefix_;              ///< as Wine is told
-    std::vector<std::string> links_;  ///< to be removed
+    std::vector<std::string> links_;  ///< to folders of programs
     bool joined_ = false;
     int stopped_ = 0;
 };

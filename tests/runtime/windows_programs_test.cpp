@@ -46,7 +46,12 @@ TEST(StartLineOf, OnlyABatchFileThatJustStartsAProgram) {
         {R"(start "A title" notepad)", std::nullopt},
         {"start C:\\a.exe", std::nullopt},
         {"start \"C:\\a.exe\"\r\necho done", std::nullopt},
+        {R"("C:\Might & Magic ^1 <x>\a|b.exe" "& y")",
+         StartLine{R"(C:\Might & Magic ^1 <x>\a|b.exe)", R"("& y")"}},
+        {R"("C:\100% Orange Juice\a.exe" -w)", StartLine{R"(C:\100% Orange Juice\a.exe)", "-w"}},
         {R"("%ProgramFiles%\a.exe")", std::nullopt},
+        {R"("C:\a.exe" %1)", std::nullopt},
+        {R"("C:\a.exe" & del b)", std::nullopt},
         {R"("C:\a.exe" > out.txt)", std::nullopt},
         {"\"C:\\a.exe", std::nullopt},
         {"", std::nullopt},
@@ -89,7 +94,16 @@ TEST_F(DriveC, EachKindOfFileHasItsCall) {
     EXPECT_EQ(callOf(drive + "/start.bat"), (Texts{R"(C:\My Game\Game.EXE)", "-a", "b c"}));
     EXPECT_EQ(callOf(drive + "/more.bat"), (Texts{"start.exe", "/wait", "/unix", drive + "/more.bat"}));
     EXPECT_EQ(callOf(drive + "/setup.MSI"), (Texts{"msiexec.exe", "/i", drive + "/setup.MSI"}));
+    TestMachine::put(drive + "/100% Übung/a.exe", windowsFile(0x8664, true));
+    TestMachine::put(drive + "/text.exe", "root:x:0");
+    TestMachine::put(drive + "/phone.exe", windowsFile(0xaa64, true));
+    TestMachine::put(drive + "/literal.bat", R"("C:/100% Übung/a.exe")");
+    TestMachine::put(drive + "/variable.bat", R"("C:/%HOME% Übung/a.exe")");
     EXPECT_EQ(callOf("C:/none.exe"), (Texts{"C:/none.exe is missing."}));
+    EXPECT_EQ(callOf(drive + "/text.exe"), (Texts{drive + "/text.exe is not a Windows program."}));
+    EXPECT_NE(callOf(drive + "/phone.exe").at(0).find("an ARM64 program"), std::string::npos);
+    EXPECT_EQ(callOf(drive + "/literal.bat"), (Texts{"C:/100% Übung/a.exe"}));
+    EXPECT_EQ(callOf(drive + "/variable.bat").at(0), "start.exe");
     const auto call = callFor(bundle, drive + "/start.bat", {});
     EXPECT_EQ(std::get<WineCall>(call).runFolder, drive + "/My Game");  // games look for their files here
 }

@@ -107,12 +107,24 @@ class Wine : public TestMachine {
     };
 
     static Outcome runAs(const std::string& executable, std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), {"-u", "DISPLAY", "HOME=" + userHome,
+        arguments.insert(arguments.begin(), {"-u", "DISPLAY", "LC_ALL=C", "HOME=" + userHome,
                                              "CASKERY_INSTALLER_PATIENCE=1", wrapper + executable});
         return runProgram("/usr/bin/env", std::move(arguments));
     }
     static Outcome tool(std::vector<std::string> arguments) {
         return runAs("/Contents/Frameworks/bin/Caskery", std::move(arguments));
+    }
+    /// The launcher, left to run.
+    static pid_t startedLauncher(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"env", "-u", "DISPLAY", "HOME=" + userHome,
+                                             wrapper + "/Contents/MacOS/CaskeryLauncher"});
+        std::vector<char*> words;
+        for (std::string& argument : arguments) words.push_back(argument.data());
+        words.push_back(nullptr);
+        const pid_t child = ::fork();
+        if (child != 0) return child;
+        ::execv("/usr/bin/env", words.data());
+        ::_exit(127);
     }
     /// Until the file is there, in the root of drive C.
     static void waitForFile(const std::string& name) {
@@ -196,21 +208,45 @@ TEST_F(Wine, AnInstallersRegistryIsOnDiskAndTheGameThatItLeftIsEnded) {
     EXPECT_TRUE(processesOf(files::resolved(wrapper + "/Contents/Resources").value()).empty());
 }
 
-TEST_F(Wine, ABatchFileRunsByTheCommandInterpreter) {
-    put(driveC + "/more & more.bat",
-        "@echo off\r\n\"Z:" + probe + "\" set batch\r\n\"Z:" + probe + "\" exit\r\n");
-    EXPECT_EQ(tool({"CKS-installer", driveC + "/more & more.bat"}).status, 7);
-    EXPECT_NE(registry().find("\"batch\"=\"written\""), std::string::npos);
+// In a locale without UTF-8, which the names must survive as well.
+TEST_F(Wine, ProgramsAndBatchFilesOfAnyNameStartInTheirFolder) {
+    // The others join a start that keeps the prefix awake: that is ten times as fast.
+    const pid_t awake = startedLauncher({probe, "wait"});
+    waitForFile("out.txt");
+    const std::string outside = room->path + "/with \" and ?";
+    for (const std::string name :
+         {"Might & Magic", "a&b", "100% Juice", "a ^ b", "Pokémon", "Игра", "a;b,c=(d)"}) {
+        for (const std::string& place : {driveC + "/" + name, outside + "/" + name}) {
+            const std::string exe = place + "/" + name + ".exe", batch = place + "/" + name + ".bat";
+            put(exe, get(probe));
+            put(place + "/here.txt", "");
+            put(batch, "@echo off\r\necho %1\r\nif exist here.txt exit 3\r\n");
+            static_cast<void>(files::remove(driveC + "/out.txt"));
+            EXPECT_EQ(tool({"CKS-installer", exe, "exit", "x y"}).status, 7) << exe;
+            EXPECT_TRUE(out().ends_with("|exit|x y\n")) << out();
+            EXPECT_EQ(tool({"CKS-installer", batch}).status, 3) << batch;
+            const Outcome console = tool({"CKS-console", batch, "a b"});
+            EXPECT_EQ(console.status, 3) << batch;
+            EXPECT_EQ(console.output, "\"a b\"\r\n") << batch;
+        }
+        // As the application starts a program that it gives arguments to, and one on another drive.
+        put(driveC + "/line.bat", "start \"C:\\" + name + "\\" + name + ".exe\" exit line");
+        EXPECT_EQ(tool({"CKS-installer", driveC + "/line.bat"}).status, 7) << name;
+        EXPECT_TRUE(out().ends_with("|exit|line\n")) << out();
+    }
+    ::kill(awake, SIGTERM);
+    ::waitpid(awake, nullptr, 0);
+}
+
+TEST_F(Wine, AMenuScriptRunsInTheWrappersEnvironment) {
+    const std::string script = wrapper + "/Contents/Resources/CaskeryMenuScripts/AppEntry1--Édit";
+    put(script, "#!/bin/bash\nwine 'Z:" + probe + "' set menu\nexit 4\n");
+    EXPECT_EQ(tool({"CKS-menu", script}).status, 4);
+    EXPECT_NE(registry().find("\"menu\"=\"written\""), std::string::npos);
 }
 
 TEST_F(Wine, AStopSavesTheRegistry) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::execl("/usr/bin/env", "env", "-u", "DISPLAY", ("HOME=" + userHome).c_str(),
-                (wrapper + "/Contents/MacOS/CaskeryLauncher").c_str(), probe.c_str(), "set", "stopped",
-                "wait", nullptr);
-        ::_exit(127);
-    }
+    const pid_t child = startedLauncher({probe, "set", "stopped", "wait"});
     waitForFile("out.txt");
     // A second start joins the first one's Wine and leaves it running.
     EXPECT_EQ(runAs("/Contents/MacOS/CaskeryLauncher", {probe, "exit"}).status, 7);
@@ -249,6 +285,7 @@ TEST_F(Wine, WhatCannotRunIsRefused) {
     EXPECT_EQ(tool({"CKS-installer"}).status, 2);
     EXPECT_EQ(tool({"CKS-nothing"}).status, 2);
     EXPECT_EQ(tool({"/no/such/program.exe"}).status, 1);
+    EXPECT_EQ(tool({"CKS-installer", "/etc/passwd"}).status, 1);
 }
 
 TEST_F(Wine, WinetricksRunsTheWrappersScriptInItsPrefix) {
