@@ -216,7 +216,7 @@ NSPropertiesWindow::Field NSPropertiesWindow::getGameRunPath() const {
     if (kind_ == Kind::boxerGame || program.empty()) return {.text = "", .enabled = false};
     if (program.ends_with(".bat")) {
         const auto batch = NSUtilities::getMacPathForWindowsPath("C:" + program, mainWrapperPath_);
-        const auto text = batch ? MVString::stringWithContentsOfFile(*batch, Encoding::ascii) : std::nullopt;
+        const auto text = batch ? MVString::stringWithContentsOfFile(*batch, Encoding::utf8) : std::nullopt;
         return {.text = MVString::replacedAll(text.value_or(""), "\n", " & "), .enabled = true};
     }
     std::string text = "\"C:" + MVString::replacedAll(program, "/", "\\") + "\"";
@@ -417,7 +417,7 @@ std::optional<std::string> NSPropertiesWindow::writeBatchFile(const std::string&
         MVAlert::showAlertErrorMessage(failure->message);
         return std::nullopt;
     }
-    if (!MVString::writeToFile(text, std::get<std::string>(path), files::Atomically::yes, Encoding::ascii))
+    if (!MVString::writeToFile(text, std::get<std::string>(path), files::Atomically::yes, Encoding::utf8))
         return std::nullopt;
     return "/" + batch;
 }

@@ -94,8 +94,10 @@ void writeProgramOnOtherDrive(NSPortManager& target, const CommandLine& command,
     const std::string batch = "exec" + name + ".bat";
     const auto path = port_texts::gatedPath(*driveC, batch, Levels::one, nameText);
     if (!path) return;
-    MVString::writeToFile("\"" + command.program + "\" " + command.flags, *path, files::Atomically::no,
-                          Encoding::ascii);
+    if (!MVString::writeToFile("\"" + command.program + "\" " + command.flags, *path, files::Atomically::no,
+                               Encoding::utf8)) {
+        return;  // told; a setting that leads to no file would help nobody
+    }
     target.setPlistObject(Value(1), "use start.exe");
     target.setPlistObject(Value("/" + batch), "Program Name and Path");
 }

@@ -41,12 +41,12 @@ std::string inStringsFile(std::string_view text) {
 bool WrapperCreation::saveCloseSafely(bool closeSafely, const std::string& wrapper) {
     static constexpr std::string_view choice = "caskeryAppChoice=";
     const std::string path = wrapper + layout::quitScript;
-    auto script = MVString::stringWithContentsOfFile(path, Encoding::ascii);
+    auto script = MVString::stringWithContentsOfFile(path, Encoding::utf8);
     if (!script) return true;
     const std::size_t found = script->find(choice);
     if (found == std::string::npos || found + choice.size() == script->size()) return true;
     (*script)[found + choice.size()] = closeSafely ? '2' : '1';
-    MVString::writeToFile(*script, path, files::Atomically::yes, Encoding::ascii);
+    MVString::writeToFile(*script, path, files::Atomically::yes, Encoding::utf8);
     return true;
 }
 

@@ -18,11 +18,6 @@
 namespace morvane {
 namespace {
 
-// The public sites of this build, for addresses that outlive the process: the embedded server's port changes
-// with every start.
-constexpr const char* publicCaskerySite = "https://caskery.example/";
-constexpr const char* publicCatalogue = "https://morvane.example/";
-
 constexpr const char* scriptHeader =
     "#!/bin/bash\n"
     "cd \"$(dirname \"$0\")/../../\"\n"
@@ -40,10 +35,11 @@ bool isPlainInQuotes(std::string_view text) {
     return text.find_first_of("\"$`\\") == std::string_view::npos && !port_texts::hasControlCharacters(text);
 }
 
-/// The site's address as it can stand in a script.
-std::string lastingAddress(const std::string& site, const char* publicSite) {
+/// Whether the site's address can stand in a script, and still leads there when the script runs: the port of
+/// the embedded server changes with every start.
+bool isLasting(const std::string& site) {
     const auto parts = parseUrl(site);
-    return parts && !isLoopback(parts->host) && isPlainInQuotes(site) ? site : publicSite;
+    return parts && !isLoopback(parts->host) && isPlainInQuotes(site);
 }
 
 void addOwnEntries(std::vector<MenuEntry>& menu, const NSPortData& data, const std::string& wrapper) {
@@ -58,15 +54,19 @@ void addOwnEntries(std::vector<MenuEntry>& menu, const NSPortData& data, const s
     addAppMenuItemDictionaryWithName(menu, "Task Manager", R"(wine start "C:\windows\system32\taskmgr.exe")");
     addAppMenuItemDictionaryWithName(menu, "Forceful Quit", "wineserver -k");
 
-    const std::string site = lastingAddress(host().sites.caskery, publicCaskerySite);
-    const std::string catalogue = lastingAddress(host().sites.catalogue, publicCatalogue);
+    const std::string& site = host().sites.caskery;
+    const std::string& catalogue = host().sites.catalogue;
     const auto opening = [](const std::string& url) { return "open \"" + url + "\""; };
-    addHelpMenuItemDictionaryWithName(menu, "Caskery Website", opening(site + "tiki-index.php"));
-    addHelpMenuItemDictionaryWithName(menu, "Caskery FAQ", opening(site + "tiki-index.php?page=FAQ"));
-    addHelpMenuItemDictionaryWithName(menu, "Caskery Manual", opening(site + "tiki-index.php?page=Manual"));
-    addHelpMenuItemDictionaryWithName(menu, "Caskery Support Forum",
-                                      opening(site + "tiki-view_forum.php?forumId=1"));
-    addHelpMenuItemDictionaryWithName(menu, "Morvane Forum", opening(catalogue + "smf/"));
+    if (isLasting(site)) {
+        addHelpMenuItemDictionaryWithName(menu, "Caskery Website", opening(site + "tiki-index.php"));
+        addHelpMenuItemDictionaryWithName(menu, "Caskery FAQ", opening(site + "tiki-index.php?page=FAQ"));
+        addHelpMenuItemDictionaryWithName(menu, "Caskery Manual",
+                                          opening(site + "tiki-index.php?page=Manual"));
+        addHelpMenuItemDictionaryWithName(menu, "Caskery Support Forum",
+                                          opening(site + "tiki-view_forum.php?forumId=1"));
+    }
+    if (isLasting(catalogue))
+        addHelpMenuItemDictionaryWithName(menu, "Morvane Forum", opening(catalogue + "smf/"));
 }
 
 void removeOldScripts(const std::string& folder) {
@@ -81,8 +81,9 @@ bool writeScript(const MenuEntry& entry, const std::string& prefix, int number, 
     const auto script = port_texts::gatedPath(folder, prefix + std::to_string(number) + "--" + entry.name,
                                               Levels::one, "the title of a menu entry (WrapperMenu, name)");
     if (!script) return false;
-    if (MVString::writeToFile(scriptHeader + entry.desc, *script, files::Atomically::no, Encoding::ascii))
-        MVTask::runProgram(std::string("chmod"), "/", std::vector<std::string>{"755", *script}, Wait::no);
+    if (!MVString::writeToFile(scriptHeader + entry.desc, *script, files::Atomically::no, Encoding::utf8))
+        return false;
+    MVTask::runProgram(std::string("chmod"), "/", std::vector<std::string>{"755", *script}, Wait::no);
     return true;
 }
 

@@ -132,10 +132,10 @@ bool NSPortManager::runEXE(const std::string& program, const std::string& flags)
         return true;
     }
 
-    // The program's path is the first quoted argument: Wine's "start" takes it for the program, not for a
-    // title.
+    // The command tool takes such a line apart by itself, so that no interpreter of commands changes the name
+    // or reads it in another encoding.
     MVString::writeToFile("start \"" + windowsPath + "\" " + flags, batchPath, MVString::Atomically::yes,
-                          Encoding::ascii);
+                          Encoding::utf8);
     try {
         runWithArguments({"CKS-installer", batchPath});
     } catch (const Cancelled&) {

@@ -161,6 +161,7 @@ TEST_F(Properties, RunCommands) {
 
 TEST_F(Properties, ABatchFileThatCannotBeWrittenLeavesTheProgram) {
     open(wrapper);
+    put(wrapper + layout::driveC + "/exec" + window.shown().name.text + ".bat/a folder", "");
     window.typeRunCommand("D:\\Spiel über.exe");
     ui.expectError("Error while writting file: ");
     EXPECT_FALSE(window.saveDataToWrapper());

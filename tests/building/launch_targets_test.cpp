@@ -35,7 +35,7 @@ TEST_F(LaunchTargets, ProgramAndFlagsByDrive) {
              Row{"\"C:/Steam/Steam.exe\" -No-Dwrite", "/Steam/Steam.exe", "-no-cef-sandbox -No-Dwrite", 0},
              Row{"C:/*/Found/run.exe", "/Program Files/Found/run.exe", "", 0},
              Row{"C:/*/Missing/run.exe", "/*/Missing/run.exe", "", 0},
-             Row{"\"D:/Setup/run.exe\" -safe", "/execGame.bat", Value(), 1},
+             Row{"\"D:/Setup/Übung.exe\" -safe", "/execGame.bat", Value(), 1},
          }) {
         save({program("Game", row.path)});
         EXPECT_EQ(setting("Program Name and Path"), Value(row.program)) << row.path;
@@ -43,7 +43,7 @@ TEST_F(LaunchTargets, ProgramAndFlagsByDrive) {
         EXPECT_EQ(setting("use start.exe"), Value(row.start)) << row.path;
         put(wrapper + layout::infoPlist, before);
     }
-    EXPECT_EQ(get(driveC + "/execGame.bat"), "\"D:/Setup/run.exe\" -safe");
+    EXPECT_EQ(get(driveC + "/execGame.bat"), "\"D:/Setup/Übung.exe\" -safe");
 }
 
 TEST_F(LaunchTargets, AnUnknownProgramIsChosen) {

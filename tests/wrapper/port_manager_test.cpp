@@ -109,8 +109,8 @@ TEST_F(RunEXE, StartsTheProgramThroughABatchFile) {
     EXPECT_EQ(run(driveC + "/Games/My game.exe", "-w \"a b\""),
               "CKS-installer|" + batch + "|start \"C:\\Games\\My game.exe\" -w \"a b\"");
     EXPECT_FALSE(MVFileManager::fileExistsAtPath(batch));
-    EXPECT_EQ(run("/media/cd/100% & co.exe", ""),
-              "CKS-installer|" + driveC + "/100% & co.bat|start \"Z:\\media\\cd\\100% & co.exe\" ");
+    EXPECT_EQ(run("/media/cd/100% & café.exe", ""),
+              "CKS-installer|" + driveC + "/100% & café.bat|start \"Z:\\media\\cd\\100% & café.exe\" ");
 }
 
 TEST_F(RunEXE, KeepsAFileThatHasTheBatchFilesName) {
@@ -126,11 +126,6 @@ TEST_F(RunEXE, RefusesNamesThatWouldAddCommands) {
         EXPECT_EQ(run(driveC + program, ""), "not run") << program;
     }
     EXPECT_TRUE(std::filesystem::is_empty(driveC));
-}
-
-TEST_F(RunEXE, RunsTheToolAlthoughTheBatchFileCannotBeWritten) {
-    ui.expectError("Error while writting file: ");
-    EXPECT_EQ(run(driveC + "/caf\xC3\xA9.exe", ""), "CKS-installer|" + driveC + "/caf\xC3\xA9.bat|");
 }
 
 class Icon : public testing::TestMachine {
