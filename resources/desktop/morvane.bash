@@ -7,7 +7,7 @@ _morvane_command() {
     local on_off='--tray= --helvetica= --high-quality= --fn='
     case $1 in
     '')
-        subcommands='blank catalogue cki crash-report debug disc drive engine exe feedback icon install library logs mod
+        subcommands='blank catalogue cki crash-report debug disc drive engine exe feedback icon install library logs menu mod
             open plan play properties resources run serve settings show specs stop theme tool wrapper'
         options='--version'
         ;;
@@ -22,6 +22,7 @@ _morvane_command() {
     engine) subcommands='list prepare convert add-system' ;;
     'engine prepare' | 'engine convert') first=engines ;;
     'engine add-system') options='--full' ;;
+    exe) options='--output' ;;
     resources) options='--fix' ;;
     feedback) options='--name= --mail= --subject= --text= --with-computer' ;;
     install | plan | mod) options='--to=' ;;
@@ -41,6 +42,7 @@ _morvane_command() {
         ;;
     settings) subcommands='list get set' ;;
     'settings get' | 'settings set') first=settings ;;
+    stop) options='--all' ;;
     theme) subcommands='apply reset' ;;
     'theme apply') options='--window= --action= --bottom=' ;;
     tool) second='winecfg regedit taskmgr cmd' ;;

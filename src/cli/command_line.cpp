@@ -18,7 +18,7 @@ using Command = std::function<int(Session&)>;
 struct Parsed {
     std::vector<std::string> answers, choices;
     bool defaults = false, json = false;
-    std::string file, app, path, name, out, to, source;
+    std::string file, app, path, name, entry, out, to, source;
     PropertyChanges properties;
     FeedbackTexts feedback;
     ThemePictures theme;
@@ -82,13 +82,29 @@ void addWrapperCommands(CLI::App& app, Parsed& parsed) {
     command("debug", "start a wrapper with logs, and wait for its end")->callback([&] {
         parsed.command = [&](Session& session) { return cli::debug(session, parsed.app); };
     });
-    command("stop", "stop everything that runs in a wrapper")->callback([&] {
-        parsed.command = [&](Session& session) { return cli::stop(session, parsed.app); };
+    CLI::App* stop = app.add_subcommand("stop", "stop everything that runs in a wrapper");
+    stop->add_option("APP", parsed.app, "the wrapper");
+    stop->add_flag("--all", parsed.full, "every wrapper of the library, and all that is Wine's");
+    stop->callback([&] {
+        if (parsed.full != parsed.app.empty()) throw CLI::RequiredError("APP or --all");
+        parsed.command = [&](Session& session) {
+            return parsed.full ? stopAll(session) : cli::stop(session, parsed.app);
+        };
     });
     CLI::App* exe = command("exe", "run a Windows program in a wrapper");
-    exe->add_option("FILE", parsed.file, "an .exe, .msi or .bat file")->required();
+    exe->add_option("FILE", parsed.file, "an .exe, .com, .bat, .cmd, .msi or .lnk file")->required();
+    exe->add_option("ARGUMENT", parsed.words, "what the program gets; behind --");
+    exe->add_flag("--output", parsed.full, "show what the program prints");
     exe->callback([&] {
-        parsed.command = [&](Session& session) { return cli::exe(session, parsed.app, parsed.file); };
+        parsed.command = [&](Session& session) {
+            return cli::exe(session, parsed.app, parsed.file, parsed.words,
+                            parsed.full ? ProgramOutput::shown : ProgramOutput::dropped);
+        };
+    });
+    CLI::App* menu = command("menu", "print a wrapper's menu, or run an entry of it");
+    menu->add_option("ENTRY", parsed.entry, "its title");
+    menu->callback([&] {
+        parsed.command = [&](Session& session) { return cli::menu(session, parsed.app, parsed.entry); };
     });
     CLI::App* tool = command("tool", "open a tool of Wine for a wrapper");
     tool->add_option("TOOL", parsed.name, "which one")

@@ -21,14 +21,22 @@ int install(Session& session, const std::string& file);
 int blank(Session& session, const std::string& path, const NSCustomPortView& view);
 /// `plan FILE.cki [--to PATH.app] [--json]`. What `install` would do; an empty path leaves the place open.
 int plan(Session& session, const std::string& file, const std::string& wrapper);
-/// `run APP`. Starts a wrapper or a Custom EXE application of one and returns, or waits for its end.
+/// `run APP`. Starts a wrapper or a Custom EXE application of one and returns, or waits for its end. The exit
+/// status of what ran, here and below wherever a command waits for the end of a program.
 int run(Session& session, const std::string& app, Waiting waiting);
 /// `debug APP`. Waits for its end and says where the logs are.
 int debug(Session& session, const std::string& app);
 /// `stop APP`.
 int stop(Session& session, const std::string& app);
-/// `exe APP FILE`. Runs a Windows program, of the wrapper or from outside, in the wrapper.
-int exe(Session& session, const std::string& app, const std::string& file);
+/// `stop --all`. Every wrapper of the library, and whatever else is Wine's; after a question.
+int stopAll(Session& session);
+enum class ProgramOutput { dropped, shown };
+/// `exe APP FILE [--output] [-- ARGUMENT...]`. Runs a Windows program, of the wrapper or from outside, in the
+/// wrapper.
+int exe(Session& session, const std::string& app, const std::string& file,
+        const std::vector<std::string>& arguments, ProgramOutput output);
+/// `menu APP [ENTRY]`. Lists the wrapper's menu, or runs the entry of that title.
+int menu(Session& session, const std::string& app, const std::string& entry);
 /// `tool APP winecfg|regedit|taskmgr|cmd`.
 int tool(Session& session, const std::string& app, const std::string& name);
 

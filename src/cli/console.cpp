@@ -115,6 +115,10 @@ void Console::writeOutput(std::string_view text) {
     if (!writeAll(STDOUT_FILENO, text) && !outputError_) outputError_ = std::strerror(errno);
 }
 
+void Console::passOn(std::string_view text) {
+    writeOutput(text);
+}
+
 void Console::sayLine(std::string text) {
     clearBar();
     std::string line = bar_ ? wordWrapped(text, terminalWidth()) : std::move(text);

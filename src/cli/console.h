@@ -28,6 +28,8 @@ class Console {
 
     /// To standard output: what the command was asked for.
     void print(std::string_view text);
+    /// The same without a line end: what a program prints, piece by piece. Any one thread.
+    void passOn(std::string_view text);
     /// To standard error: what happens meanwhile. Wrapped to the width of a terminal.
     void say(std::string_view text);
     /// "HEADING: TEXT", or the heading alone.

@@ -53,6 +53,7 @@ NSDescriptionView::Callbacks GamePage::callbacks(Details details) {
     callbacks.addPort = [this](const std::string& path) {
         MVThread::dispatchBlockInMainQueue([this, path] { apps_.addLocalPort(path, {}); });
     };
+    callbacks.gameEnded = [this](int status) { gameStatus_ = status; };
     callbacks.missingApp = [this](const std::string& path) {
         session_.fail("There is nothing at " + path + ".");
     };
@@ -63,7 +64,8 @@ int GamePage::run(const std::function<int(NSDescriptionView&)>& action, const st
     int result = failed;
     opened_ = [&] { result = action(view_); };
     const int ended = session_.untilIdle(begin);
-    return ended == done ? result : ended;
+    if (ended != done) return ended;
+    return result == done ? gameStatus_.value_or(done) : result;
 }
 
 int GamePage::open(std::int64_t id, const std::function<int(NSDescriptionView&)>& action) {

@@ -17,8 +17,8 @@ class GamePage {
     /// With details, icon and ratings are loaded after the page is filled.
     GamePage(Session& session, Details details);
 
-    /// Shows the port of the catalogue, then runs the action, and all that it starts. The exit code; a
-    /// failure when there is no such port.
+    /// Shows the port of the catalogue, then runs the action, and all that it starts. The exit code, or the
+    /// exit status of the game that was played; a failure when there is no such port.
     int open(std::int64_t id, const std::function<int(NSDescriptionView&)>& action);
     /// The same with an installed game.
     int open(const std::string& path, const std::function<int(NSDescriptionView&)>& action);
@@ -31,6 +31,7 @@ class GamePage {
     Session& session_;
     NSAppsArray apps_;
     std::function<void()> opened_;
+    std::optional<int> gameStatus_;  // of a game that was played
     NSDescriptionView view_;
 };
 

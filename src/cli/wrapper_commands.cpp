@@ -1,10 +1,17 @@
+#include <algorithm>
+
 #include "cli/commands.h"
+#include "cli/table.h"
 #include "foundation/file_manager.h"
 #include "foundation/tasks.h"
+#include "library/apps_array.h"
 #include "platform/process.h"
+#include "wrapper/launch_problem.h"
 #include "wrapper/layout.h"
+#include "wrapper/menu_scripts.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/processes.h"
+#include "wrapper/program_header.h"
 
 namespace morvane::cli {
 
@@ -29,16 +36,12 @@ std::string executableOf(const std::string& wrapper) {
     return wrapper + "/Contents/MacOS/" + *name;
 }
 
-/// Runs a launcher until its program ends. What it prints is passed on.
+/// Runs a launcher until its program ends, whose exit status is the result. What it prints is passed on.
 int runToItsEnd(Session& session, const std::string& program, const std::vector<std::string>& arguments) {
     return session.onWorker([&] {
-        ProcessRequest request;
-        request.program = program;
-        request.arguments = arguments;
-        const auto result = processes::run(request);
-        if (!result) return session.fail(request.program + " could not be started.");
-        if (!result->output.empty()) session.console().print(result->output);
-        return result->exitStatus == 0 ? static_cast<int>(done) : static_cast<int>(failed);
+        const auto printed = [&session](std::string_view text) { session.console().passOn(text); };
+        const auto status = MVTask::exitStatusOfProgram(program, "~/", arguments, printed);
+        return status ? *status : session.fail(program + " could not be started.");
     });
 }
 
@@ -51,6 +54,8 @@ int run(Session& session, const std::string& app, Waiting waiting) {
     if (!isCustomExe && !wrapper) return failed;
     const std::string program = isCustomExe ? launcher : executableOf(*wrapper);
     if (waiting == Waiting::yes) return runToItsEnd(session, program, {});
+    // Nobody hears what it says once it has been left to itself.
+    if (const auto problem = launchProblem(expandedPath(app))) return session.fail(problem->message);
     return processes::launch(program) ? static_cast<int>(done)
                                       : session.fail(program + " could not be started.");
 }
@@ -73,31 +78,55 @@ int stop(Session& session, const std::string& app) {
     });
 }
 
-int exe(Session& session, const std::string& app, const std::string& file) {
+int stopAll(Session& session) {
+    NSAppsArray apps;
+    return session.untilIdle([&] {
+        apps.askToKillAllCaskeryProcessesFromLocalApps();
+        return int{done};
+    });
+}
+
+int exe(Session& session, const std::string& app, const std::string& file,
+        const std::vector<std::string>& arguments, ProgramOutput output) {
     const auto wrapper = wrapperAt(session, app);
     if (!wrapper) return failed;
     const std::string program = expandedPath(file);
     if (!MVFileManager::regularFileExistsAtPath(program))
         return session.fail("There is no file at " + program + ".");
-    return session.onWorker([&] {
-        const NSPortManager port = NSPortManager::managerWithPath(*wrapper);
-        if (program.starts_with(*wrapper + "/")) {
-            port.runEXE(program, "");
-        } else {
-            port.runWithArguments({"CKS-installer", program});
-        }
-        return static_cast<int>(done);
-    });
+    if (!hasProgramEnding(program)) {
+        return session.fail(program + " is no Windows program (.exe, .com, .bat, .cmd, .msi or .lnk).");
+    }
+    std::vector<std::string> words{output == ProgramOutput::shown ? "CKS-console" : "CKS-installer", program};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return runToItsEnd(session, MVString::pathByAppendingCaskeryFrameworkBinToPortPath(*wrapper), words);
 }
 
 int tool(Session& session, const std::string& app, const std::string& name) {
     const auto wrapper = wrapperAt(session, app);
     if (!wrapper) return failed;
-    return session.onWorker([&] {
-        MVTask::runProgram(MVString::pathByAppendingCaskeryFrameworkBinToPortPath(*wrapper), "~/",
-                           std::vector<std::string>{"CKS-" + name}, Wait::yes);
-        return static_cast<int>(done);
-    });
+    return runToItsEnd(session, MVString::pathByAppendingCaskeryFrameworkBinToPortPath(*wrapper),
+                       {"CKS-" + name});
+}
+
+int menu(Session& session, const std::string& app, const std::string& entry) {
+    const auto wrapper = wrapperAt(session, app);
+    if (!wrapper) return failed;
+    const auto entries = wrapperMenu(*wrapper);
+    if (entry.empty()) {
+        Table table{{{"menu", "Menu"}, {"name", "Name"}}, {}};
+        for (const MenuScript& script : entries) table.rows.push_back({script.menu, script.name});
+        printTable(session.console(), table);
+        return done;
+    }
+    const auto found = std::ranges::find(entries, entry, &MenuScript::name);
+    if (found == entries.end()) {
+        return session.fail("The menu of " + *wrapper + " has no entry \"" + entry + "\".");
+    }
+    // The "open" of its Help entries is a program of ours.
+    return runToItsEnd(
+        session, MVTask::getPathOfProgram("env").value_or("env"),
+        {"PATH=" + host().searchPath, MVString::pathByAppendingCaskeryFrameworkBinToPortPath(*wrapper),
+         "CKS-menu", found->path});
 }
 
 }  // namespace morvane::cli

@@ -14,11 +14,6 @@ namespace morvane::MVTask {
 
 namespace {
 
-std::optional<std::string> reported(const std::string& message) {
-    MVAlert::showAlertErrorMessage(message);
-    return "";
-}
-
 void log(const ProcessRequest& request, const std::optional<ProcessResult>& result,
          std::chrono::steady_clock::duration time) {
     std::string text = "program: " + request.program;
@@ -36,30 +31,48 @@ bool isRunnable(const std::string& path) {
     return files::kindBehind(path) != files::Kind::folder && files::isExecutable(path);
 }
 
+std::optional<ProcessResult> runLogged(const ProcessRequest& request) {
+    const auto start = std::chrono::steady_clock::now();
+    std::optional<ProcessResult> result = processes::run(request);
+    log(request, result, std::chrono::steady_clock::now() - start);
+    return result;
+}
+
+/// Nothing, after it was reported, for a program that cannot be run.
+std::optional<ProcessRequest> requestFor(const std::optional<std::string>& program,
+                                         const std::optional<std::string>& runPath, const Arguments& flags) {
+    host().creation.throwIfRequested();
+    std::optional<std::string> path = program;
+    if (path && !path->starts_with('/')) path = getPathOfProgram(*path);
+    std::string problem;
+    if (!path) {
+        problem = localized("Program couldn't be found.");
+    } else if (files::kindBehind(*path) == files::Kind::none) {
+        problem = localized("File %@ not found.", {*path});
+    } else if (!isRunnable(*path)) {
+        problem = localized("File %@ not runnable.", {*path});
+    }
+    if (!problem.empty()) {
+        MVAlert::showAlertErrorMessage(problem);
+        return std::nullopt;
+    }
+    ProcessRequest request{.program = *path, .arguments = flags.value_or(std::vector<std::string>{})};
+    // Literally, without a home folder's "~": a folder that does not exist leaves the program in ours.
+    if (runPath && files::kindBehind(*runPath) == files::Kind::folder) request.runFolder = runPath;
+    if (host().creation.runsHere()) request.cancellation = &host().creation;
+    return request;
+}
+
 }  // namespace
 
 std::optional<std::string> runProgram(const std::optional<std::string>& program,
                                       const std::optional<std::string>& runPath,
                                       const Environment& environment, const Arguments& flags, Wait wait) {
-    host().creation.throwIfRequested();
-    std::optional<std::string> path = program;
-    if (path && !path->starts_with('/')) path = getPathOfProgram(*path);
-    if (!path) return reported(localized("Program couldn't be found."));
-    if (files::kindBehind(*path) == files::Kind::none)
-        return reported(localized("File %@ not found.", {*path}));
-    if (!isRunnable(*path)) return reported(localized("File %@ not runnable.", {*path}));
-
-    ProcessRequest request{.program = *path,
-                           .arguments = flags.value_or(std::vector<std::string>{}),
-                           .runFolder = std::nullopt,
-                           .environment = environment,
-                           .waitForExit = wait == Wait::yes};
-    // Literally, without a home folder's "~": a folder that does not exist leaves the program in ours.
-    if (runPath && files::kindBehind(*runPath) == files::Kind::folder) request.runFolder = runPath;
-    if (host().creation.runsHere()) request.cancellation = &host().creation;
-    const auto start = std::chrono::steady_clock::now();
-    std::optional<ProcessResult> result = processes::run(request);
-    log(request, result, std::chrono::steady_clock::now() - start);
+    auto request = requestFor(program, runPath, flags);
+    if (!request) return "";
+    request->environment = environment;
+    request->waitForExit = wait == Wait::yes;
+    std::optional<ProcessResult> result = runLogged(*request);
     if (!result || wait == Wait::no) return "";
     if (!MVString::isValidUtf8(result->output)) return std::nullopt;
     return std::move(result->output);
@@ -74,6 +87,16 @@ std::optional<std::string> runProgram(const std::optional<std::string>& program,
 std::optional<std::string> runProgram(const std::optional<std::string>& program,
                                       const Environment& environment, const Arguments& flags) {
     return runProgram(program, "/", environment, flags, Wait::yes);
+}
+
+std::optional<int> exitStatusOfProgram(const std::string& program, const std::string& runPath,
+                                       const std::vector<std::string>& flags,
+                                       const std::function<void(std::string_view)>& printed) {
+    auto request = requestFor(program, runPath, flags);
+    if (!request) return std::nullopt;
+    request->printed = printed ? printed : [](std::string_view) {};
+    const std::optional<ProcessResult> result = runLogged(*request);
+    return result ? std::optional(result->exitStatus) : std::nullopt;
 }
 
 std::optional<std::string> runTerminalCommand(const std::string& command,

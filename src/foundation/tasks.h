@@ -3,9 +3,11 @@
 // On the thread of the running creation, a cancellation stops the program and throws `Cancelled`.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace morvane {
@@ -31,6 +33,12 @@ std::optional<std::string> runProgram(const std::optional<std::string>& program,
 /// `runProgram:withEnvironment:withFlags:`. In "/", waiting.
 std::optional<std::string> runProgram(const std::optional<std::string>& program,
                                       const Environment& environment, const Arguments& flags);
+/// Runs a program as `runProgram` does, waiting, for its exit status: 0 to 255, 128 and more after a signal;
+/// nothing when it could not be started (reported where it is missing or not executable). What it prints is
+/// handed on as it comes, on this thread, or dropped.
+std::optional<int> exitStatusOfProgram(const std::string& program, const std::string& runPath,
+                                       const std::vector<std::string>& flags,
+                                       const std::function<void(std::string_view)>& printed = {});
 /// `runTerminalCommand:atPath:wait:`. Splits at single spaces; a backslash before a space keeps it.
 std::optional<std::string> runTerminalCommand(const std::string& command,
                                               const std::optional<std::string>& path, Wait wait);

@@ -69,6 +69,7 @@ class NSDescriptionView {
         std::function<void(const std::string&)> removePort;   ///< from the library
         std::function<void(const std::string&)> missingApp;   ///< asks what became of it
         std::function<void(const std::string&)> properties;   ///< opens the properties editor
+        std::function<void(int)> gameEnded;                   ///< with the exit status of its run
     };
 
     NSDescriptionView(LibraryLayout layout, std::shared_ptr<NSProgressView> progress, Callbacks callbacks);

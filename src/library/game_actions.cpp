@@ -22,6 +22,7 @@
 #include "platform/http.h"
 #include "platform/workspace.h"
 #include "wrapper/archive_tools.h"
+#include "wrapper/launch_problem.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/processes.h"
@@ -51,13 +52,9 @@ bool isGalaxyWrapper(const std::string& wrapper) {
     return !isBoxer(wrapper) && settingsOf(wrapper).plistTextForKey("Program Name and Path") == galaxyProgram;
 }
 
-/// The wrapper in which the item's programs lie.
-std::string wrapperOf(const std::string& path) {
-    return MVFileManager::regularFileExistsAtPath(path + layout::customExeMark) ? files::parent(path) : path;
-}
-
-void runAndWait(const std::string& program, const std::vector<std::string>& arguments) {
-    MVTask::runProgram(program, "~/", arguments, Wait::yes);
+/// The exit status; nothing when it could not be started, which the user was told.
+std::optional<int> runAndWait(const std::string& program, const std::vector<std::string>& arguments) {
+    return MVTask::exitStatusOfProgram(program, "~/", arguments);
 }
 
 void inBackground(const char* queue, std::function<void()> work) {
@@ -73,19 +70,24 @@ void openLater(const std::string& path) {
     MVThread::dispatchBlockInMainQueue([path] { host().userInterface.openPath(path); });
 }
 
-/// A worker.
-void runDebugModeAndShowLogs(const std::string& wrapper, bool isGalaxy) {
-    runAndWait(frameworkProgram(wrapper), {"debug"});
+/// A worker. The exit status of the run.
+std::optional<int> runDebugModeAndShowLogs(const std::string& wrapper, bool isGalaxy) {
+    if (!MVFileManager::regularFileExistsAtPath(frameworkProgram(wrapper))) {
+        MVAlert::showAlertErrorMessage(localized("Not a valid Caskery wrapper!"));
+        return std::nullopt;
+    }
+    const auto status = runAndWait(frameworkProgram(wrapper), {"debug"});
     const std::string logs = wrapper + layout::resources + "/Logs/";
     if (isGalaxy) {
         for (const char* name : logNames) MVFileManager::removeItemAtPath(logs + name);
-        return;
+        return status;
     }
     if (!MVAlert::showBooleanAlertMessage(localized("Do you want to see the debug logs?"), "Debug", true))
-        return;
+        return status;
     for (const char* name : logNames) {
         if (MVFileManager::regularFileExistsAtPath(logs + name)) openLater(logs + name);
     }
+    return status;
 }
 
 void reportClash(const std::string& name, const std::string& folder) {
@@ -218,6 +220,8 @@ void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string
                 MVAlert::showAlertErrorMessage(localized("The main EXE of the port is missing!"));
                 return;
             }
+            if (const auto problem = machineProblem(*path, wrapperOf(wrapper)))
+                return MVAlert::showAlertErrorMessage(problem->message);
         }
         switches = isFlagSet(settings.plistObjectForKey("IsFnToggleEnabled"));
     }
@@ -225,17 +229,22 @@ void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string
         page_.actionTitle = MVString::uppercased(localized("Play"));
         if (callbacks_.actionTitleChanged) callbacks_.actionTitleChanged();
     }
-    inBackground("app.morvane.descriptionViewRunApp", [=] {
+    inBackground("app.morvane.descriptionViewRunApp", [=, self = self_] {
+        std::optional<int> status;
         const bool switching = switches && !NSUtilities::isUsingFnKeysFunctions();
         if (switching) switchFunctionKeys("on");
         if (boxer) {
             openLater(wrapper);
-        } else if (isGalaxy && MVFileManager::regularFileExistsAtPath(frameworkProgram(wrapper))) {
-            runDebugModeAndShowLogs(wrapper, isGalaxy);
+        } else if (isGalaxy) {
+            status = runDebugModeAndShowLogs(wrapper, isGalaxy);
         } else {
-            runAndWait(binary, {});
+            status = runAndWait(binary, {});
         }
         if (switching) switchFunctionKeys("off");
+        if (!status) return;
+        onPage(self, [status](NSDescriptionView& page) {
+            if (page.callbacks_.gameEnded) page.callbacks_.gameEnded(*status);
+        });
     });
 }
 
@@ -319,8 +328,10 @@ void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper) {
     const auto chosen = MVAlert::chooseFiles(source);
     if (chosen.empty()) return;
     const std::string extension = MVString::lowercased(files::extension(chosen.front()));
-    if (chosen.size() == 1 && extension == "exe")
-        return runAndWait(frameworkProgram(wrapper), {chosen.front()});
+    if (chosen.size() == 1 && extension == "exe") {
+        runAndWait(frameworkProgram(wrapper), {chosen.front()});
+        return;
+    }
 
     OpenPanel destination;
     destination.title = localized("Select the destination");

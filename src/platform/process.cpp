@@ -183,12 +183,17 @@ class Child {
 
     enum class Until { closed, exited };
     /// False when the interruption came first.
-    bool follow(Until until, int interruption, std::string& output) {
+    bool follow(Until until, int interruption, std::string& output,
+                const std::function<void(std::string_view)>& printed) {
         for (;;) {
             if (until == Until::closed ? !output_.valid() : !process_.valid()) return true;
             const auto ready = wait(until == Until::exited, interruption, -1);
             if (ready.interrupted) return false;
             if (ready.output) readInto(output);
+            if (printed && !output.empty()) {
+                printed(output);
+                output.clear();
+            }
             if (ready.exited) return true;
         }
     }
@@ -297,7 +302,7 @@ std::optional<ProcessResult> run(const ProcessRequest& request) {
     }
     ProcessResult result;
     const auto followUntil = [&](Child::Until until) {
-        if (child.follow(until, interruption.get(), result.output)) return;
+        if (child.follow(until, interruption.get(), result.output, request.printed)) return;
         child.stop();
         throw Cancelled();
     };

@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace morvane {
@@ -19,6 +20,8 @@ struct ProcessRequest {
     /// The program's whole environment; absent: inherited.
     std::optional<std::map<std::string, std::string>> environment = {};
     bool waitForExit = true;
+    /// Called with each piece of standard output as it comes, on the calling thread; the result has none then.
+    std::function<void(std::string_view)> printed = {};
     /// A request to it stops the program and what it started in its process group, and makes `run` throw
     /// `Cancelled`. Null for a program that a cancellation does not concern.
     Cancellation* cancellation = nullptr;

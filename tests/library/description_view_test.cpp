@@ -421,6 +421,12 @@ TEST_F(DescriptionView, RunsAGame) {
         EXPECT_EQ(exists(log), std::string(row.name) != "galaxy");
         fs::remove(runs);
     }
+    fs::remove(games + "galaxy.app/Contents/Frameworks/bin/Caskery");
+    ui.expectError("Not a valid Caskery wrapper!");
+    page->runWrapper(games + "galaxy.app", games + "galaxy.app/Contents/MacOS/CaskeryLauncher");
+    settle();
+    EXPECT_EQ(ran(), "fn on\nfn off\n");
+    fs::remove(runs);
     fs::remove(games + "plain.app/Contents/MacOS/CaskeryLauncher");
     ui.expectError("The App is corrupted! The executable is missing!");
     page->updateAndRunWrapper(games + "plain.app");

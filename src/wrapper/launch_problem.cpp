@@ -1,0 +1,72 @@
+#include "wrapper/launch_problem.h"
+
+#include "foundation/file_manager.h"
+#include "foundation/localization.h"
+#include "foundation/name_patterns.h"
+#include "foundation/text.h"
+#include "platform/files.h"
+#include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
+#include "wrapper/program_header.h"
+#include "wrapper/windows_paths.h"
+
+namespace morvane {
+namespace {
+
+bool isCustomExe(const std::string& application) {
+    return MVFileManager::regularFileExistsAtPath(application + layout::customExeMark);
+}
+
+/// The program that a batch file of the application's starts.
+std::optional<std::string> programOfBatchFile(const std::string& batchFile, const std::string& wrapper) {
+    constexpr std::uint64_t longest = 8192;
+    if (!MVString::lowercased(batchFile).ends_with(".bat")) return std::nullopt;
+    if (files::size(batchFile).value_or(longest) >= longest) return std::nullopt;
+    const auto text = files::read(batchFile);
+    if (failureOf(text) != nullptr || !std::get<std::string>(text).starts_with('"')) return std::nullopt;
+    const std::string program = NSUtilities::getFileNameOfWindowsPath(std::get<std::string>(text));
+    // A drive without a link would be reported; it is the launcher that says so.
+    const bool isLinked = program.size() > 2 && program[1] == ':' &&
+                          files::kindOf(wrapper + layout::dosdevices + "/" +
+                                        MVString::lowercased(program.substr(0, 2))) == files::Kind::link;
+    if (!isLinked) return std::nullopt;
+    return NSUtilities::getMacPathForWindowsPath(program, wrapper);
+}
+
+}  // namespace
+
+std::string wrapperOf(const std::string& application) {
+    return isCustomExe(application) ? files::parent(application) : application;
+}
+
+std::optional<Failure> machineProblem(const std::string& program, const std::string& wrapper) {
+    const std::string file = programOfBatchFile(program, wrapper).value_or(program);
+    const Machine machine = machineOf(file);
+    if (prefixRuns(wrapper + layout::resources, machine)) return std::nullopt;
+    return Failure{localized(refusalOf(machine), {file})};
+}
+
+std::optional<Failure> launchProblem(const std::string& application) {
+    const std::string wrapper = wrapperOf(application);
+    if (!MVFileManager::directoryExistsAtPath(wrapper + layout::engine)) {
+        return Failure{localized("This wrapper holds no engine: %@ is missing.", {wrapper + layout::engine})};
+    }
+    if (!MVFileManager::regularFileExistsAtPath(wrapper + layout::systemRegistry)) {
+        return Failure{localized("This wrapper has no Windows drive yet: %@ is missing.",
+                                 {wrapper + layout::systemRegistry})};
+    }
+    const auto settings = isCustomExe(application) ? NSPortManager::managerWithCustomExePath(application)
+                                                   : NSPortManager::managerWithPath(application);
+    std::string program = settings.plistTextForKey("Program Name and Path").value_or("");
+    while (program.starts_with('/')) program.erase(0, 1);
+    if (program.empty()) {
+        return Failure{localized("No program is set in %@.", {application})};
+    }
+    const auto found = MVFileManager::filesCompatibleWithStructure(program, wrapper + layout::driveC);
+    if (found.empty() || !MVFileManager::regularFileExistsAtPath(found.front())) {
+        return Failure{localized("The main EXE of the port is missing!")};
+    }
+    return machineProblem(found.front(), wrapper);
+}
+
+}  // namespace morvane

@@ -1,0 +1,23 @@
+// wrapper/launch_problem.h: what keeps a wrapper from running a program, found before anything is started. Any
+// thread; reads files only.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/result.h"
+
+namespace morvane {
+
+/// The wrapper in which the programs of an item lie: the item itself, or what a Custom EXE application is in.
+[[nodiscard]] std::string wrapperOf(const std::string& application);
+
+/// Why the wrapper cannot run the file, by the machine that it was made for. For a batch file that only starts
+/// a program (the main program on another drive), why it cannot run that one.
+[[nodiscard]] std::optional<Failure> machineProblem(const std::string& program, const std::string& wrapper);
+
+/// Why the item's own program cannot start: no engine, no drive C, no program set or none there, or one for
+/// another machine. As the launcher sees it: letters of drive C's names are found without regard to case.
+[[nodiscard]] std::optional<Failure> launchProblem(const std::string& application);
+
+}  // namespace morvane

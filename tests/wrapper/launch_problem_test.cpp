@@ -1,0 +1,62 @@
+#include "wrapper/launch_problem.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "platform/property_list.h"
+#include "support/test_machine.h"
+#include "support/windows_file.h"
+#include "wrapper/layout.h"
+
+namespace morvane {
+namespace {
+
+using testing::windowsFile;
+
+class LaunchProblem : public testing::TestMachine {
+  protected:
+    std::string of(const std::string& program) {
+        EXPECT_FALSE(property_lists::write(wrapper + layout::infoPlist,
+                                           Dictionary{{"Program Name and Path", program}}));
+        const auto problem = launchProblem(wrapper);
+        return problem ? problem->message : "";
+    }
+    const std::string wrapper = home + "/Game.app";
+    const std::string drive = wrapper + layout::driveC;
+};
+
+TEST_F(LaunchProblem, IsFoundBeforeAnythingStarts) {
+    put(wrapper + layout::infoPlist, "");
+    EXPECT_TRUE(of("/a.exe").starts_with("This wrapper holds no engine"));
+    put(wrapper + layout::engineVersion, "CK9Wine8.0");
+    EXPECT_TRUE(of("/a.exe").starts_with("This wrapper has no Windows drive yet"));
+    put(wrapper + layout::systemRegistry, "");
+    put(drive + "/windows/system32/ntdll.dll", windowsFile(0x8664, true));
+    std::filesystem::create_directories(wrapper + layout::dosdevices);
+    std::filesystem::create_symlink("../drive_d", wrapper + layout::dosdevices + std::string("/d:"));
+    put(wrapper + "/Contents/Resources/drive_d/old.exe", windowsFile(0x014c, false));
+    put(drive + "/Games/Run.exe", windowsFile(0x8664, true));
+    put(drive + "/phone.exe", windowsFile(0xaa64, true));
+    put(drive + "/execOld.bat", "\"D:/old.exe\" -safe");
+    put(drive + "/execLost.bat", "\"E:/old.exe\" ");
+    const struct {
+        const char *program, *problem;
+    } rows[] = {
+        {"/Games/Run.exe", ""},
+        {"/games/run.EXE", ""},
+        {"", "No program is set"},
+        {"/none.exe", "The main EXE of the port is missing!"},
+        {"/phone.exe", "/phone.exe is an ARM64 program"},
+        {"/execOld.bat", "/old.exe is a 32-bit program"},
+        {"/execLost.bat", ""},
+    };
+    for (const auto& row : rows) {
+        const std::string problem = of(row.program);
+        EXPECT_EQ(problem.empty(), *row.problem == 0) << row.program << problem;
+        EXPECT_NE(problem.find(row.problem), std::string::npos) << row.program << problem;
+    }
+}
+
+}  // namespace
+}  // namespace morvane
