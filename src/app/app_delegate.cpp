@@ -131,7 +131,11 @@ void AppDelegate::loadRankings() {
 }
 
 void AppDelegate::openRow(std::size_t row) {
-    if (const LocalItem* item = library_.localItem(row)) return gamePage_.openLocalItem(item->path);
+    if (const LocalItem* item = library_.localItem(row)) {
+        // A copy: while something is asked about the item, the rows may change.
+        const std::string path = item->path;
+        return gamePage_.openLocalItem(path);
+    }
     if (const CatalogueLine* line = library_.catalogueLine(row)) gamePage_.openCatalogueLine(*line);
 }
 

@@ -41,7 +41,7 @@ int play(Session& session, const std::string& app) {
     session.provideSite();
     GamePage page(session, GamePage::Details::no);
     return page.open(realPathOf(app), [](NSDescriptionView& view) {
-        view.playGame();
+        view.playGame(view.gameData());
         return int{done};
     });
 }

@@ -81,7 +81,8 @@ bool canReachCatalogue(Session& session) {
 }
 
 void printPage(Console& console, const NSDescriptionView& view, const std::string& path) {
-    const NSGameData& game = *view.gameData();
+    const auto shown = view.gameData();
+    const NSGameData& game = *shown;
     const auto list = [](const std::vector<std::string>& texts) {
         Array array;
         for (const std::string& text : texts) array.emplace_back(text);

@@ -173,7 +173,7 @@ void NSDescriptionView::openLocalItem(const std::string& path) {
     });
 }
 
-void NSDescriptionView::setGameData(std::shared_ptr<NSGameData> game, std::function<void()> blockInTheEnd) {
+void NSDescriptionView::setGameData(Game game, std::function<void()> blockInTheEnd) {
     if (!game) return;
     onPage(self_, [game, block = std::move(blockInTheEnd)](NSDescriptionView& page) {
         page.gameData_ = game;
@@ -183,7 +183,7 @@ void NSDescriptionView::setGameData(std::shared_ptr<NSGameData> game, std::funct
     if (callbacks_.pageChanged) loadDetails(std::move(game));
 }
 
-void NSDescriptionView::loadDetails(std::shared_ptr<NSGameData> game) {
+void NSDescriptionView::loadDetails(Game game) {
     // A server that does not answer must not keep the page from being shown: what comes from it follows.
     MVThread::dispatchQueueWithName(
         "app.morvane.loadPageDetails", Priority::normal, Concurrent::no,
@@ -250,10 +250,11 @@ void NSDescriptionView::fillPage() {
 
 void NSDescriptionView::flagsChanged(Shift shift) {
     shift_ = shift;
-    if (gameData_) titleActionButton();
+    titleActionButton();
 }
 
 void NSDescriptionView::titleActionButton() {
+    if (!gameData_) return;
     const NSGameData& game = *gameData_;
     // A local item is what is installed; what lies elsewhere under the same ID says nothing about it.
     const bool isInstalled =
@@ -299,34 +300,42 @@ void NSDescriptionView::openLinkForSourceButton(const std::string& source) const
 
 std::vector<NSDescriptionView::MenuItem> NSDescriptionView::moreMenu() {
     if (!gameData_) return {};
+    using View = NSDescriptionView;
     const NSGameData& game = *gameData_;
+    const auto item = [this](const std::string& title, bool enabled, void (View::*action)(const Game&)) {
+        return MenuItem{title, enabled, [self = self_, game = gameData_, action] {
+                            // Copies: the menu may be made anew while the action asks something.
+                            const auto page = self;
+                            const Game clicked = game;
+                            if (*page != nullptr) ((*page)->*action)(clicked);
+                        }};
+    };
     if (game.isGameInTheServer) {
         std::vector<MenuItem> menu{
-            {actionButtonInstallStringForGameData(game), true, [this] { installGame(); }},
-            {localized("Download CKI"), !game.isGameNative, [this] { downloadGameCKI(); }},
-            {localized("Instructions"), true, [this] { watchInstructions(); }},
-            {localized("Watch Trailer"), true, [this] { playTrailer(); }}};
+            item(actionButtonInstallStringForGameData(game), true, &View::installGame),
+            item(localized("Download CKI"), !game.isGameNative, &View::downloadGameCKI),
+            item(localized("Instructions"), true, &View::watchInstructions),
+            item(localized("Watch Trailer"), true, &View::playTrailer)};
         if (!game.crossoverAlternative.empty()) {
-            menu.push_back(
-                {localized("CrossOver Alternative"), true, [this] { showCrossOverAlternative(); }});
+            menu.push_back(item(localized("CrossOver Alternative"), true, &View::showCrossOverAlternative));
         }
         return menu;
     }
     const bool isWrapper = MVFileManager::regularFileExistsAtPath(
         MVString::pathByAppendingCaskeryFrameworkBinToPortPath(game.gamePath));
-    return {{localized("Play"), true, [this] { playGame(); }},
-            {localized("Debug"), isWrapper, [this] { debugGame(); }},
-            {localized("Force Close"), true, [this] { forceCloseGame(); }},
-            {localized("Properties"), true, [this] { gameProperties(); }},
-            {localized("Install Mod/Patch"), isWrapper, [this] { installModPatch(); }},
-            {localized("Open C: Drive"), isWrapper, [this] { openC_Drive(); }},
-            {localized("Show in Finder"), true, [this] { showInFinder(); }},
-            {localized("Task Manager"), isWrapper, [this] { taskManager(); }},
-            {localized("Command Prompt"), isWrapper, [this] { commandPrompt(); }},
-            {localized("Registry Editor"), isWrapper, [this] { registryEditor(); }},
-            {localized("Wine Configuration"), isWrapper, [this] { wineConfiguration(); }},
-            {localized("Open Control App"), isWrapper, [this] { launchCaskery(); }},
-            {localized("Remove"), true, [this] { removeGame(); }}};
+    return {item(localized("Play"), true, &View::playGame),
+            item(localized("Debug"), isWrapper, &View::debugGame),
+            item(localized("Force Close"), true, &View::forceCloseGame),
+            item(localized("Properties"), true, &View::gameProperties),
+            item(localized("Install Mod/Patch"), isWrapper, &View::installModPatch),
+            item(localized("Open C: Drive"), isWrapper, &View::openC_Drive),
+            item(localized("Show in Finder"), true, &View::showInFinder),
+            item(localized("Task Manager"), isWrapper, &View::taskManager),
+            item(localized("Command Prompt"), isWrapper, &View::commandPrompt),
+            item(localized("Registry Editor"), isWrapper, &View::registryEditor),
+            item(localized("Wine Configuration"), isWrapper, &View::wineConfiguration),
+            item(localized("Open Control App"), isWrapper, &View::launchCaskery),
+            item(localized("Remove"), true, &View::removeGame)};
 }
 
 void NSDescriptionView::setTrailerViewSize(double width, double height) {

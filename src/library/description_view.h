@@ -1,8 +1,13 @@
 // library/description_view.h: the page of one game: what it shows, and everything that its buttons and menus
 // do.
 //
-// Main thread. Long work runs on queues of its own and keeps to the game that was shown when it began.
-// Catalogue, wrapper and settings are read where a click needs them, so that the page is never stale.
+// Main thread, as are all callbacks. Long work runs on queues of its own, and ends without a word to a page
+// that is gone. Catalogue, wrapper and settings are read where a click needs them, so that the page is never
+// stale.
+//
+// While a question is open, anything may fill the page: an installation that ends, a link, a description that
+// was slow. So every action is given its game, which a button takes when it is clicked and a menu when it is
+// opened (`gameData`), and keeps to it through all its questions. Without a game nothing happens.
 #pragma once
 
 #include <array>
@@ -29,6 +34,9 @@ enum class LibraryLayout { grid, list };
 
 class NSDescriptionView {
   public:
+    /// A game as actions take it: theirs for as long as they need it, whatever the page shows.
+    using Game = std::shared_ptr<NSGameData>;
+
     /// A button for one source of the game.
     struct SourceIcon {
         std::string source;  ///< its tooltip
@@ -77,7 +85,8 @@ class NSDescriptionView {
     NSDescriptionView& operator=(const NSDescriptionView&) = delete;
 
     [[nodiscard]] const Page& page() const { return page_; }
-    [[nodiscard]] const std::shared_ptr<NSGameData>& gameData() const { return gameData_; }
+    /// The shown game; null when there is none.
+    [[nodiscard]] Game gameData() const { return gameData_; }
     /// `selectedGamePath`.
     [[nodiscard]] std::optional<std::string> selectedGamePath() const;
 
@@ -90,7 +99,7 @@ class NSDescriptionView {
     void openLocalItem(const std::string& path);
     /// `setGameData:withBlockInTheEnd:`. Any thread; fills the page on the main queue and calls the block
     /// there. Icon and ratings follow from the background, where somebody is told of the page's changes.
-    void setGameData(std::shared_ptr<NSGameData> game, std::function<void()> blockInTheEnd);
+    void setGameData(Game game, std::function<void()> blockInTheEnd);
     /// `setNullGameData`.
     void setNullGameData();
     /// `flagsChanged:`. Re-titles the action button.
@@ -103,26 +112,27 @@ class NSDescriptionView {
     [[nodiscard]] static std::vector<SourceIcon> setSourceIcons(const std::vector<std::string>& sources);
     /// `openLinkForSourceButton:`.
     void openLinkForSourceButton(const std::string& source) const;
-    /// The "More" menu of a catalogue entry; the item's menu of a local one.
+    /// The "More" menu of a catalogue entry; the item's menu of a local one. Its actions are for the game
+    /// that is shown now.
     [[nodiscard]] std::vector<MenuItem> moreMenu();
 
     // Getting a port (game_installation.cpp)
     /// A click on the action button: plays a local item, and installs, buys or saves a catalogue entry.
     void clickAction();
     /// `installGame:`.
-    void installGame();
+    void installGame(const Game& game);
     /// `runOrInstallGame`.
-    void runOrInstallGame();
+    void runOrInstallGame(const Game& game);
     /// `chooseDownloadSource`.
-    void chooseDownloadSource(const std::optional<std::string>& target = {});
+    void chooseDownloadSource(const Game& game, const std::optional<std::string>& target = {});
     /// `shouldInstallGameOrOpenLinkOfGame:ofSource:`.
-    bool shouldInstallGameOrOpenLinkOfGame(const NSGameData& game, const std::string& source);
+    bool shouldInstallGameOrOpenLinkOfGame(const Game& game, const std::string& source);
     /// `openBuyingLinkForNativeGame`.
-    void openBuyingLinkForNativeGame();
+    static void openBuyingLinkForNativeGame(const Game& game);
     /// `downloadGameCKI:`. Asks where to, and for the source.
-    void downloadGameCKI();
+    void downloadGameCKI(const Game& game);
     /// `downloadCkiOfSourceWithName:`. Asks where to, unless `target` says it.
-    void downloadCkiOfSourceWithName(const std::string& source,
+    void downloadCkiOfSourceWithName(const Game& game, const std::string& source,
                                      const std::optional<std::string>& target = {});
     /// `pathForDownloadedCkiOfGame:ofSource:`. The folder is made when it is missing; nothing after a
     /// reported failure.
@@ -135,7 +145,7 @@ class NSDescriptionView {
 
     // Actions on an installed game (game_actions.cpp)
     /// `playGame:`.
-    void playGame();
+    void playGame(const Game& game);
     /// `updateAndRunWrapper:`.
     void updateAndRunWrapper(const std::string& path);
     /// `updateWrapper:`. Runs it afterwards, unless the user has cancelled the update.
@@ -143,28 +153,28 @@ class NSDescriptionView {
     /// `runWrapper:withBinaryAtPath:`.
     void runWrapper(const std::string& wrapper, const std::string& binary);
     /// `debugGame:`, `runDebugModeOfWrapper:`.
-    void debugGame();
-    void runDebugModeOfWrapper(const std::string& wrapper);
+    void debugGame(const Game& game);
+    static void runDebugModeOfWrapper(const std::string& wrapper);
     /// `forceCloseGame:`.
-    void forceCloseGame();
+    void forceCloseGame(const Game& game);
     /// `removeGame:`.
-    void removeGame();
+    void removeGame(const Game& game);
     /// `showInFinder:`.
-    void showInFinder() const;
+    void showInFinder(const Game& game);
     /// `gameProperties:`.
-    void gameProperties();
+    void gameProperties(const Game& game);
     /// `openC_Drive:`.
-    void openC_Drive() const;
+    void openC_Drive(const Game& game);
     /// `launchCaskery:`.
-    void launchCaskery() const;
+    void launchCaskery(const Game& game);
     /// `runSelectedWrapperWithFlag:`, and the four tools.
-    void runSelectedWrapperWithFlag(const std::string& flag);
-    void taskManager() { runSelectedWrapperWithFlag("CKS-taskmgr"); }
-    void commandPrompt() { runSelectedWrapperWithFlag("CKS-cmd"); }
-    void registryEditor() { runSelectedWrapperWithFlag("CKS-regedit"); }
-    void wineConfiguration() { runSelectedWrapperWithFlag("CKS-winecfg"); }
+    static void runSelectedWrapperWithFlag(const Game& game, const std::string& flag);
+    void taskManager(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-taskmgr"); }
+    void commandPrompt(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-cmd"); }
+    void registryEditor(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-regedit"); }
+    void wineConfiguration(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-winecfg"); }
     /// `installModPatch:`, `installModPatchAtWrapper:`.
-    void installModPatch();
+    void installModPatch(const Game& game);
     static void installModPatchAtWrapper(const std::string& wrapper);
     /// `copyFiles:toFolder:`. A file over a folder, a folder over a file and an item onto itself are refused
     /// with a message; nothing is deleted then.
@@ -172,16 +182,16 @@ class NSDescriptionView {
 
     // Watching and rating (game_actions.cpp)
     /// `rateGame:`.
-    void rateGame();
+    void rateGame(const Game& game);
     /// The panel that `rateGame` has opened, until it closes.
     [[nodiscard]] NSVotingPanel* votingPanel() const { return votingPanel_.get(); }
     /// `playTrailer:`.
-    void playTrailer();
+    void playTrailer(const Game& game);
     /// `watchInstructions:`, `watchInstructionsForSource:`.
-    void watchInstructions();
-    void watchInstructionsForSource(const std::string& source);
+    void watchInstructions(const Game& game);
+    void watchInstructionsForSource(const Game& game, const std::string& source);
     /// `showCrossOverAlternative:`.
-    void showCrossOverAlternative();
+    void showCrossOverAlternative(const Game& game);
     /// The size of the view in which pages play, in points; 0 by 0 while there is none.
     void setTrailerViewSize(double width, double height);
 
@@ -194,10 +204,10 @@ class NSDescriptionView {
     void openEntry(std::int64_t id, std::function<std::optional<CatalogueLine>()> line);
     void fillPage();
     /// What may take long: the grid's trailer, the icon and the ratings.
-    void loadDetails(std::shared_ptr<NSGameData> game);
+    void loadDetails(Game game);
     void titleActionButton();
     /// `downloadCkiFromSource:toInstallAtPath:`.
-    void downloadCkiFromSource(const std::string& source, const std::string& target);
+    void downloadCkiFromSource(const Game& game, const std::string& source, const std::string& target);
     /// `installCkiAtPath:atPath:`. A worker. What is to be replaced is back in its place after a failure.
     static bool installCkiAtPath(const std::string& cki, const std::string& target, const NSGameData& game,
                                  WrapperCreation& creation);
@@ -206,7 +216,7 @@ class NSDescriptionView {
     const LibraryLayout layout_;
     const std::shared_ptr<NSProgressView> progress_;
     const Callbacks callbacks_;
-    std::shared_ptr<NSGameData> gameData_;
+    Game gameData_;
     std::shared_ptr<NSVotingPanel> votingPanel_;
     Page page_;
     Shift shift_ = Shift::up;

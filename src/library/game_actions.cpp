@@ -145,6 +145,10 @@ std::string crossTieOf(const std::string& page) {
     return isPlain ? tie : "";
 }
 
+std::optional<std::string> pathOf(const NSDescriptionView::Game& game) {
+    return game ? std::optional(game->gamePath) : std::nullopt;
+}
+
 bool isWebLink(const std::string& link) {
     const auto parts = parseUrl(link);
     return parts && (parts->scheme == "http" || parts->scheme == "https");
@@ -152,8 +156,8 @@ bool isWebLink(const std::string& link) {
 
 }  // namespace
 
-void NSDescriptionView::playGame() {
-    if (gameData_) updateAndRunWrapper(gameData_->gamePath);
+void NSDescriptionView::playGame(const Game& game) {
+    if (game) updateAndRunWrapper(game->gamePath);
 }
 
 void NSDescriptionView::updateAndRunWrapper(const std::string& path) {
@@ -221,7 +225,7 @@ void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string
         }
         switches = isFlagSet(settings.plistObjectForKey("IsFnToggleEnabled"));
     }
-    if (isGalaxy) {
+    if (isGalaxy && selectedGamePath() == wrapper) {
         page_.actionTitle = MVString::uppercased(localized("Play"));
         if (callbacks_.actionTitleChanged) callbacks_.actionTitleChanged();
     }
@@ -239,8 +243,8 @@ void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string
     });
 }
 
-void NSDescriptionView::debugGame() {
-    if (const auto path = selectedGamePath()) runDebugModeOfWrapper(*path);
+void NSDescriptionView::debugGame(const Game& game) {
+    if (const auto path = pathOf(game)) runDebugModeOfWrapper(*path);
 }
 
 void NSDescriptionView::runDebugModeOfWrapper(const std::string& wrapper) {
@@ -252,9 +256,9 @@ void NSDescriptionView::runDebugModeOfWrapper(const std::string& wrapper) {
                  [wrapper] { runDebugModeAndShowLogs(wrapper, isGalaxyWrapper(wrapper)); });
 }
 
-void NSDescriptionView::forceCloseGame() {
-    const auto path = selectedGamePath();
-    if (!path || gameData_->isGameInTheServer ||
+void NSDescriptionView::forceCloseGame(const Game& game) {
+    const auto path = pathOf(game);
+    if (!path || game->isGameInTheServer ||
         !MVAlert::showBooleanAlertMessage(
             localized("This will kill every process related with that app. Do you really want to do it?"),
             "Warning", false)) {
@@ -263,34 +267,34 @@ void NSDescriptionView::forceCloseGame() {
     NSUtilities::terminateAllCaskeryProcessesForWrapper(wrapperOf(*path), RemovingWrapper::no);
 }
 
-void NSDescriptionView::removeGame() {
-    const auto path = selectedGamePath();
-    if (!path || gameData_->isGameInTheServer) return;
+void NSDescriptionView::removeGame(const Game& game) {
+    const auto path = pathOf(game);
+    if (!path || game->isGameInTheServer) return;
     NSAppsArray::shouldRemoveLocalPort(*path, [this, path] {
         if (callbacks_.removePort) callbacks_.removePort(*path);
     });
 }
 
-void NSDescriptionView::showInFinder() const {
-    const auto path = selectedGamePath();
+void NSDescriptionView::showInFinder(const Game& game) {
+    const auto path = pathOf(game);
     if (path && MVFileManager::fileExistsAtPath(*path)) return host().userInterface.revealPath(*path);
     MVAlert::showAlertErrorMessage(localized("Folder not found."));
 }
 
-void NSDescriptionView::gameProperties() {
-    const auto path = selectedGamePath();
-    if (path && !gameData_->isGameInTheServer && callbacks_.properties) callbacks_.properties(*path);
+void NSDescriptionView::gameProperties(const Game& game) {
+    const auto path = pathOf(game);
+    if (path && !game->isGameInTheServer && callbacks_.properties) callbacks_.properties(*path);
 }
 
-void NSDescriptionView::openC_Drive() const {
-    const auto path = selectedGamePath();
+void NSDescriptionView::openC_Drive(const Game& game) {
+    const auto path = pathOf(game);
     const std::string drive = path.value_or("") + layout::dosdevices + "/c:/";
     if (path && MVFileManager::directoryExistsAtPath(drive)) return host().userInterface.openPath(drive);
     MVAlert::showAlertErrorMessage(localized("drive_c folder not found."));
 }
 
-void NSDescriptionView::launchCaskery() const {
-    const auto path = selectedGamePath();
+void NSDescriptionView::launchCaskery(const Game& game) {
+    const auto path = pathOf(game);
     const std::string program = MVString::pathByAppendingCaskeryAppBinaryToPortPath(path.value_or(""));
     if (!path || !files::isExecutable(program)) {
         MVAlert::showAlertErrorMessage(localized("There is no Control App available!"));
@@ -299,16 +303,16 @@ void NSDescriptionView::launchCaskery() const {
     MVTask::runProgramAtPath(program);
 }
 
-void NSDescriptionView::runSelectedWrapperWithFlag(const std::string& flag) {
-    const auto path = selectedGamePath();
+void NSDescriptionView::runSelectedWrapperWithFlag(const Game& game, const std::string& flag) {
+    const auto path = pathOf(game);
     if (!path || !MVFileManager::regularFileExistsAtPath(frameworkProgram(*path))) return;
     inBackground("app.morvane.listViewRunWrapperWithFlag",
                  [path = *path, flag] { runAndWait(frameworkProgram(path), {flag}); });
 }
 
-void NSDescriptionView::installModPatch() {
-    const auto path = selectedGamePath();
-    if (path && !gameData_->isGameInTheServer) installModPatchAtWrapper(*path);
+void NSDescriptionView::installModPatch(const Game& game) {
+    const auto path = pathOf(game);
+    if (path && !game->isGameInTheServer) installModPatchAtWrapper(*path);
 }
 
 void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper) {
@@ -358,55 +362,54 @@ void NSDescriptionView::copyFiles(const std::vector<std::string>& paths, const s
     }
 }
 
-void NSDescriptionView::rateGame() {
+void NSDescriptionView::rateGame(const Game& game) {
     constexpr std::int64_t firstKnownID = 2;
-    if (!gameData_ || gameData_->gameName.empty() || gameData_->gameID < firstKnownID) return;
+    if (!game || game->gameName.empty() || game->gameID < firstKnownID) return;
     const std::string title = localized(
-        "Rating \"%@\" on %@", {gameData_->gameName, NSComputerInformation::graphicCardType().value_or("")});
-    votingPanel_ = std::make_shared<NSVotingPanel>(gameData_->gameID, title, [this] {
+        "Rating \"%@\" on %@", {game->gameName, NSComputerInformation::graphicCardType().value_or("")});
+    votingPanel_ = std::make_shared<NSVotingPanel>(game->gameID, title, [this] {
         // Not at once: it is the panel that calls.
         onPage(self_, [](NSDescriptionView& page) { page.votingPanel_.reset(); });
     });
     if (callbacks_.showVotingPanel) callbacks_.showVotingPanel(*votingPanel_);
 }
 
-void NSDescriptionView::playTrailer() {
-    if (!gameData_) return;
-    if (!gameData_->trailer || gameData_->trailer->empty()) {
+void NSDescriptionView::playTrailer(const Game& game) {
+    if (!game) return;
+    if (!game->trailer || game->trailer->empty()) {
         MVAlert::showAlertMessage(localized("There is no trailer available."), "Warning");
         return;
     }
-    showWindow(localized("Trailer"), gameData_->trailerHTMLwithSize(trailerWidth_, trailerHeight_),
-               *gameData_->trailer);
+    showWindow(localized("Trailer"), game->trailerHTMLwithSize(trailerWidth_, trailerHeight_),
+               *game->trailer);
 }
 
-void NSDescriptionView::watchInstructions() {
-    if (gameData_)
-        watchInstructionsForSource(gameData_->gameSourcesList.empty() ? "Other"
-                                                                      : gameData_->gameSourcesList.front());
+void NSDescriptionView::watchInstructions(const Game& game) {
+    if (game)
+        watchInstructionsForSource(game,
+                                   game->gameSourcesList.empty() ? "Other" : game->gameSourcesList.front());
 }
 
-void NSDescriptionView::watchInstructionsForSource(const std::string& source) {
-    if (!gameData_) return;
-    inBackground(
-        "app.morvane.descriptionViewInstructions",
-        [self = self_, source, free = gameData_->isGameFree, width = trailerWidth_, height = trailerHeight_] {
-            const auto linkFor = [](const std::string& name) {
-                const auto answer = catalogue::answerOf(catalogue::instructionsAddress(name));
-                return answer && MVString::isValidUtf8(*answer) ? MVString::trimmed(*answer) : "";
-            };
-            std::string link = linkFor(source);
-            if (link.empty()) link = linkFor(free ? "Free" : "Other");
-            const std::string page = NSGameData::videoPlayerPageFromLink(link, width, height);
-            onPage(self, [page, link](NSDescriptionView& view) {
-                view.showWindow(localized("Instructions"), page, link);
-            });
+void NSDescriptionView::watchInstructionsForSource(const Game& game, const std::string& source) {
+    if (!game) return;
+    inBackground("app.morvane.descriptionViewInstructions", [self = self_, source, free = game->isGameFree,
+                                                             width = trailerWidth_, height = trailerHeight_] {
+        const auto linkFor = [](const std::string& name) {
+            const auto answer = catalogue::answerOf(catalogue::instructionsAddress(name));
+            return answer && MVString::isValidUtf8(*answer) ? MVString::trimmed(*answer) : "";
+        };
+        std::string link = linkFor(source);
+        if (link.empty()) link = linkFor(free ? "Free" : "Other");
+        const std::string page = NSGameData::videoPlayerPageFromLink(link, width, height);
+        onPage(self, [page, link](NSDescriptionView& view) {
+            view.showWindow(localized("Instructions"), page, link);
         });
+    });
 }
 
-void NSDescriptionView::showCrossOverAlternative() {
-    if (!gameData_ || !isWebLink(gameData_->crossoverAlternative)) return;
-    inBackground("app.morvane.descriptionViewCrossOver", [address = gameData_->crossoverAlternative] {
+void NSDescriptionView::showCrossOverAlternative(const Game& game) {
+    if (!game || !isWebLink(game->crossoverAlternative)) return;
+    inBackground("app.morvane.descriptionViewCrossOver", [address = game->crossoverAlternative] {
         const std::string tie = crossTieOf(catalogue::answerOf(address).value_or(""));
         const bool installs = !tie.empty() && workspace::opensScheme("com-codeweavers-crossover-crosstie");
         const std::string link =

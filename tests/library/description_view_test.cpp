@@ -225,7 +225,7 @@ TEST_F(DescriptionView, AsksBeforeItInstalls) {
         const auto bar = text.find("| ");
         text = start + text.substr(0, bar) + middle + text.substr(bar + 2);
         ui.expect(text).titleIs("Install App").defaultIs("Install Now").answer(row.press);
-        EXPECT_EQ(page->shouldInstallGameOrOpenLinkOfGame(*game, row.source), row.result);
+        EXPECT_EQ(page->shouldInstallGameOrOpenLinkOfGame(game, row.source), row.result);
         EXPECT_EQ(ui.dialogs.back().text, text);
         EXPECT_EQ(ui.dialogs.back().buttons, row.buttons);
         EXPECT_EQ(ui.dialogs.back().iconPath,
@@ -234,6 +234,85 @@ TEST_F(DescriptionView, AsksBeforeItInstalls) {
     }
     EXPECT_EQ(ui.opened, (Names{"http://shop/", "https://gog/"}));
     EXPECT_EQ(events, Names{"Instructions http://video/how"});
+}
+
+TEST_F(DescriptionView, KeepsToTheGameThatWasClicked) {
+    const auto inCatalogue = [&](std::int64_t id, const std::string& name) {
+        return entry({.id = id, .name = name, .path = site.baseAddress() + "ckis/" + name + "/"},
+                     "Steam=>http://" + name + "/;;Gog=>https://" + name + "/;;");
+    };
+    const auto bee = inCatalogue(21, "Bee"), ay = inCatalogue(22, "Ay");
+    const std::string beePath = installed("Bee", 31), ayPath = installed("Ay", 32);
+    const auto localBee = NSGameData::initWithPath(beePath), localAy = NSGameData::initWithPath(ayPath);
+    const auto item = [&](const std::string& title) {
+        for (const auto& each : page->moreMenu()) {
+            if (each.title == title) return each.action;
+        }
+        ADD_FAILURE() << "no " << title;
+        return std::function<void()>();
+    };
+    const auto choose = [&](const char* source, const char* button) {
+        ui.expect("Select the game version you already own").answer(source);
+        ui.expect("If you never installed a game").answer(button);
+    };
+    struct Row {
+        const char* name;
+        NSDescriptionView::Game shown, other;  ///< whatever is asked, the page shows the other one meanwhile
+        std::function<std::function<void()>()> action;
+        std::function<void()> script, check;
+    };
+    const Row rows[] = {{"install", bee, ay, [&] { return [&] { page->clickAction(); }; },
+                         [&] {
+                             ui.expect("Read the license agreement").answer("I Agree");
+                             choose("GOG", "Install Now");
+                             ui.expectSave("Create Port at...", games + "New.app");
+                             ui.expectError("That CKI file isn't available in the database.");
+                         },
+                         [&] {
+                             EXPECT_EQ(ui.savePanels.back().proposedName, "Bee");
+                             EXPECT_EQ(asked("/ckis/download.php?id=21&type=GOG"), 1);
+                             EXPECT_EQ(asked("/ckis/download.php"), 1);
+                         }},
+                        {"buy", bee, ay, [&] { return item("Install"); },
+                         [&] {
+                             ui.expect("Read the license agreement").answer("I Agree");
+                             choose("Steam", "Buy");
+                         },
+                         [&] { EXPECT_EQ(ui.opened, Names{"http://Bee/"}); }},
+                        {"save the port file", bee, ay, [&] { return item("Download CKI"); },
+                         [&] { ui.expectSave("Save CKI at...", home + "/mine.cki"); },
+                         [&] { EXPECT_EQ(asked("/ckis/Bee/Steam.cki"), 1); }},
+                        {"mod", localBee, localAy, [&] { return item("Install Mod/Patch"); },
+                         [&] {
+                             ui.expectChoice("Select the Mod/Patch file(s) and/or folder(s)", {home});
+                             ui.expectChoice("Select the destination", {});
+                         },
+                         [&] { EXPECT_TRUE(ui.openPanels.back().startFolder.starts_with(beePath)); }},
+                        {"remove", localBee, localAy, [&] { return item("Remove"); },
+                         [&] {
+                             ui.expect("Do you want to remove that app only").answer("Remove from Disk");
+                             ui.expect("Are you sure that you want to remove").answer("Yes");
+                         },
+                         [&] {
+                             EXPECT_FALSE(exists(beePath));
+                             EXPECT_TRUE(exists(ayPath));
+                         }}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        show(row.shown);
+        const auto action = row.action();
+        const bool isMenu = std::string(row.name) != "install";
+        if (isMenu) show(row.other);
+        row.script();
+        ui.whileAsking = [&] {
+            page->setGameData(row.other, {});
+            machine->mainQueue.drain();
+        };
+        action();
+        settle();
+        ui.whileAsking = {};
+        row.check();
+    }
 }
 
 TEST_F(DescriptionView, ChoosesThePlace) {
@@ -274,7 +353,7 @@ TEST_F(DescriptionView, ChoosesThePlace) {
         // The port file is nowhere: nothing more is asked.
         const bool goesOn = row.panels.empty() || !row.chosen.empty();
         if (goesOn) ui.expectError("That CKI file isn't available in the database.");
-        page->chooseDownloadSource();
+        page->chooseDownloadSource(page->gameData());
         settle();
         EXPECT_EQ(ui.savePanels.empty() ? "" : ui.savePanels.back().proposedName, row.proposal);
     }
@@ -331,7 +410,7 @@ TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {
         site.answer("/ckis/download.php", {.body = body});
         install();
         ui.expectError("");
-        page->chooseDownloadSource();
+        page->chooseDownloadSource(page->gameData());
         settle();
         EXPECT_EQ(get(save), "saved") << body;
     }
@@ -352,14 +431,14 @@ TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {
             EXPECT_TRUE(progress->cancel());
         }
     });
-    page->chooseDownloadSource();
+    page->chooseDownloadSource(page->gameData());
     settle();
     EXPECT_EQ(get(save), "saved");
     EXPECT_FALSE(progress->cancel()) << "there is nothing to cancel any more";
 
     publish();
     install();
-    page->chooseDownloadSource();
+    page->chooseDownloadSource(page->gameData());
     settle();
     EXPECT_EQ(asked("/ckis/download.php?id=21&type=GOG"), 4);
     EXPECT_FALSE(exists(save));
@@ -507,12 +586,12 @@ TEST_F(DescriptionView, BuysRatesAndOpensTheAlternative) {
     show(game);
     page->clickAction();
     page->openLinkForSourceButton("GOG");
-    page->showCrossOverAlternative();
+    page->showCrossOverAlternative(page->gameData());
     settle();
     show(entry({.id = 9, .isNative = true}, "Steam=>javascript:x;;"));
     ui.expectError("There is no buying link for that game! Inform us throw the Contact Us tab!");
     page->clickAction();
-    page->rateGame();
+    page->rateGame(page->gameData());
     EXPECT_EQ(events, Names{"Rating \"Half Life\" on NVIDIA"});
     page->votingPanel()->clickStar(2);
     page->votingPanel()->applyVote();
