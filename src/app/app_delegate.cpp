@@ -7,6 +7,7 @@
 #include "app/start_up.h"
 #include "foundation/alerts.h"
 #include "foundation/computer_information.h"
+#include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"
 #include "foundation/threads.h"
@@ -28,7 +29,8 @@ AppDelegate::AppDelegate(ShellView& view, std::shared_ptr<NSProgressView> progre
       layout_(layoutFor(view)),
       functionKeys_(std::make_shared<FunctionKeys>()),
       library_(apps_, {.reload = [this] { view_.libraryChanged(); },
-                       .installCkiFile = [this](const std::string& cki) { installCkiFile(cki); }}),
+                       .installCkiFile = [this](const std::string& cki) { installCkiFile(cki); },
+                       .removed = [this](const std::string& path) { itemRemoved(path); }}),
       gamePage_(layout_, progress_, gamePageCallbacks()),
       latest_(NSRankingList::TableType::latest, rankingCallbacks(NSRankingList::TableType::latest)),
       popular_(NSRankingList::TableType::popular, rankingCallbacks(NSRankingList::TableType::popular)),
@@ -39,6 +41,7 @@ AppDelegate::AppDelegate(ShellView& view, std::shared_ptr<NSProgressView> progre
 
 AppDelegate::~AppDelegate() {
     *self_ = nullptr;
+    closeProperties();
     view_.setURLHandler({});
     view_.setNotificationHandler({});
 }
@@ -51,17 +54,16 @@ void AppDelegate::onDelegate(const std::shared_ptr<AppDelegate*>& self,
 }
 
 NSDescriptionView::Callbacks AppDelegate::gamePageCallbacks() {
-    return {
-        .pageChanged = [this] { view_.gamePageChanged(); },
-        .actionTitleChanged = [this] { view_.actionTitleChanged(); },
-        .selectPage = [this] { view_.showGamePage(); },
-        .showWindow = [this](const NSDescriptionView::HtmlWindow& window) { view_.showWindow(window); },
-        .showVotingPanel = [this](NSVotingPanel& panel) { view_.showVotingPanel(panel); },
-        .addPort = [this](const std::string& path) { library_.addPort(path); },
-        .removePort =
-            [this](const std::string& path) { apps_.removeLocalPort(path, [this] { library_.reload(); }); },
-        .missingApp = [this](const std::string& path) { library_.missing(path); },
-        .properties = [this](const std::string& path) { showProperties(path); }};
+    return {.pageChanged = [this] { view_.gamePageChanged(); },
+            .actionTitleChanged = [this] { view_.actionTitleChanged(); },
+            .selectPage = [this] { view_.showGamePage(); },
+            .showWindow = [this](const NSDescriptionView::HtmlWindow& window) { view_.showWindow(window); },
+            .showVotingPanel = [this](const auto& panel) { view_.showVotingPanel(panel); },
+            .votingPanelClosed = [this] { view_.votingPanelClosed(); },
+            .addPort = [this](const std::string& path) { library_.addPort(path); },
+            .removePort = [this](const std::string& path) { library_.forget(path); },
+            .missingApp = [this](const std::string& path) { library_.missing(path); },
+            .properties = [this](const std::string& path) { showProperties(path); }};
 }
 
 NSRankingList::Callbacks AppDelegate::rankingCallbacks(NSRankingList::TableType type) {
@@ -140,7 +142,7 @@ void AppDelegate::openRow(std::size_t row) {
 }
 
 void AppDelegate::showProperties(const std::string& path) {
-    auto window = std::make_unique<NSPropertiesWindow>(NSPropertiesWindow::Callbacks{
+    const auto window = std::make_shared<NSPropertiesWindow>(NSPropertiesWindow::Callbacks{
         .changed = [this] { view_.propertiesChanged(); },
         .refresh =
             [this](const std::string& item, CustomEXE isCustomEXE) {
@@ -154,8 +156,19 @@ void AppDelegate::showProperties(const std::string& path) {
     if (const auto failure = window->setDataFromWrapperAtPath(path)) {
         return MVAlert::showAlertErrorMessage(failure->message);
     }
-    properties_ = std::move(window);
-    view_.showProperties(*properties_);
+    closeProperties();
+    properties_ = window;
+    view_.showProperties(window);
+}
+
+void AppDelegate::itemRemoved(const std::string& path) {
+    gamePage_.itemRemoved(path);
+    const bool isGone = properties_ && !MVFileManager::fileExistsAtPath(properties_->wrapperPath());
+    if (isGone) closeProperties();
+}
+
+void AppDelegate::closeProperties() {
+    if (std::exchange(properties_, nullptr)) view_.propertiesClosed();
 }
 
 }  // namespace morvane

@@ -54,7 +54,7 @@ class NSPreferencesView {
         std::function<void()> webViewZoomChanged;
     };
 
-    /// `awakeFromNib`. Writes missing defaults and fills the window.
+    /// `awakeFromNib`. Writes missing defaults and fills the window, without a word.
     explicit NSPreferencesView(Callbacks callbacks);
 
     [[nodiscard]] const Shown& shown() const { return shown_; }

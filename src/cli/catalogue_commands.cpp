@@ -109,15 +109,18 @@ int installFromCatalogue(Session& session, std::int64_t id, const std::string& s
 
 int rateCatalogueEntry(Session& session, std::int64_t id, int stars) {
     GamePage page(session, GamePage::Details::no);
-    return page.open(id, [&](NSDescriptionView& view) {
+    bool canBeRated = false;
+    page.vote = [&](NSVotingPanel& panel) {
+        canBeRated = true;
+        session.console().say(cellText(panel.title()));
+        panel.clickStar(stars);
+        panel.applyVote();
+    };
+    const int ended = page.open(id, [](NSDescriptionView& view) {
         view.rateGame(view.gameData());
-        NSVotingPanel* panel = view.votingPanel();
-        if (panel == nullptr) return session.fail("That port can't be rated.");
-        session.console().say(cellText(panel->title()));
-        panel->clickStar(stars);
-        panel->applyVote();
         return int{done};
     });
+    return ended == done && !canBeRated ? session.fail("That port can't be rated.") : ended;
 }
 
 int listRankings(Session& session, const std::string& name) {

@@ -7,7 +7,6 @@
 #include "cli/table.h"
 #include "foundation/network.h"
 #include "foundation/text.h"
-#include "foundation/threads.h"
 #include "platform/host.h"
 
 namespace morvane::cli {
@@ -40,8 +39,9 @@ NSDescriptionView::Callbacks GamePage::callbacks(Details details) {
     callbacks.showWindow = [this](const NSDescriptionView::HtmlWindow& window) {
         session_.console().say(window.link.empty() ? window.name : window.name + ": " + window.link);
     };
-    callbacks.addPort = [this](const std::string& path) {
-        MVThread::dispatchBlockInMainQueue([this, path] { apps_.addLocalPort(path, {}); });
+    callbacks.addPort = [this](const std::string& path) { apps_.addLocalPort(path, {}); };
+    callbacks.showVotingPanel = [this](const auto& panel) {
+        if (vote) vote(*panel);
     };
     callbacks.missingApp = [this](const std::string& path) {
         session_.fail("There is nothing at " + path + ".");

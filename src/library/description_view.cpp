@@ -97,12 +97,12 @@ NSDescriptionView::NSDescriptionView(LibraryLayout layout, std::shared_ptr<NSPro
     : layout_(layout),
       progress_(std::move(progress)),
       callbacks_(std::move(callbacks)),
-      self_(std::make_shared<NSDescriptionView*>(this)) {
-    setNullGameData();
-}
+      page_(pageWithoutGame()),
+      self_(std::make_shared<NSDescriptionView*>(this)) {}
 
 NSDescriptionView::~NSDescriptionView() {
     *self_ = nullptr;
+    closeVotingPanel();
 }
 
 void NSDescriptionView::onPage(const std::shared_ptr<NSDescriptionView*>& self,
@@ -160,8 +160,10 @@ void NSDescriptionView::openEntry(std::int64_t id, std::function<std::optional<C
 void NSDescriptionView::openLocalItem(const std::string& path) {
     progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
     progress_->showCreatingPort(CreatingPort::no);
-    ++clicks_;
+    const unsigned click = ++clicks_;
     auto item = NSGameData::initWithPath(path);
+    // A description that can't be read is told, and something else may be clicked meanwhile.
+    if (click != clicks_) return;
     if (!item) {
         progress_->closeCreatingPort(CreatingPort::no);
         if (callbacks_.missingApp) callbacks_.missingApp(path);
@@ -181,6 +183,14 @@ void NSDescriptionView::setGameData(Game game, std::function<void()> blockInTheE
         if (block) block();
     });
     if (callbacks_.pageChanged) loadDetails(std::move(game));
+}
+
+NSDescriptionView::Page NSDescriptionView::pageWithoutGame() {
+    Page page;
+    page.name = localized("Welcome to %@", {"Morvane"});
+    page.description = styledText(localized("Choose a game to see its page."));
+    page.descriptionSize = descriptionSize();
+    return page;
 }
 
 void NSDescriptionView::loadDetails(Game game) {
@@ -215,11 +225,16 @@ void NSDescriptionView::loadDetails(Game game) {
 
 void NSDescriptionView::setNullGameData() {
     gameData_.reset();
-    page_ = Page{};
-    page_.name = localized("Welcome to %@", {"Morvane"});
-    page_.description = styledText(localized("Choose a game to see its page."));
-    page_.descriptionSize = descriptionSize();
+    page_ = pageWithoutGame();
     if (callbacks_.pageChanged) callbacks_.pageChanged();
+}
+
+void NSDescriptionView::itemRemoved(const std::string& path) {
+    const auto shown = gameData_ && !gameData_->isGameInTheServer ? selectedGamePath() : std::nullopt;
+    if (!shown) return;
+    // A launcher in a wrapper that has only left the list is still there.
+    const bool isGone = shown->starts_with(path + "/") && !MVFileManager::fileExistsAtPath(*shown);
+    if (*shown == path || isGone) setNullGameData();
 }
 
 void NSDescriptionView::fillPage() {

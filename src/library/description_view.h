@@ -70,15 +70,18 @@ class NSDescriptionView {
     struct Callbacks {
         std::function<void()> pageChanged;
         std::function<void()> actionTitleChanged;
-        std::function<void()> selectPage;                     ///< shows the page's tab
-        std::function<void(const HtmlWindow&)> showWindow;    ///< opens the window, or fills it anew
-        std::function<void(NSVotingPanel&)> showVotingPanel;  ///< modal; lives until it closes itself
-        std::function<void(const std::string&)> addPort;      ///< to the library; any thread
-        std::function<void(const std::string&)> removePort;   ///< from the library
-        std::function<void(const std::string&)> missingApp;   ///< asks what became of it
-        std::function<void(const std::string&)> properties;   ///< opens the properties editor
+        std::function<void()> selectPage;                   ///< shows the page's tab
+        std::function<void(const HtmlWindow&)> showWindow;  ///< opens the window, or fills it anew
+        /// Modal, until `votingPanelClosed`. Who calls it keeps it.
+        std::function<void(const std::shared_ptr<NSVotingPanel>&)> showVotingPanel;
+        std::function<void()> votingPanelClosed;
+        std::function<void(const std::string&)> addPort;     ///< to the library
+        std::function<void(const std::string&)> removePort;  ///< from the library
+        std::function<void(const std::string&)> missingApp;  ///< asks what became of it
+        std::function<void(const std::string&)> properties;  ///< opens the properties editor
     };
 
+    /// A page without a game. It tells of nothing before the first operation.
     NSDescriptionView(LibraryLayout layout, std::shared_ptr<NSProgressView> progress, Callbacks callbacks);
     ~NSDescriptionView();
     NSDescriptionView(const NSDescriptionView&) = delete;
@@ -97,11 +100,14 @@ class NSDescriptionView {
     void openCatalogueID(std::int64_t id);
     /// A click on an item of the library.
     void openLocalItem(const std::string& path);
-    /// `setGameData:withBlockInTheEnd:`. Any thread; fills the page on the main queue and calls the block
-    /// there. Icon and ratings follow from the background, where somebody is told of the page's changes.
+    /// `setGameData:withBlockInTheEnd:`. Fills the page by the main queue and calls the block there. Icon and
+    /// ratings follow from the background, where somebody is told of the page's changes.
     void setGameData(Game game, std::function<void()> blockInTheEnd);
     /// `setNullGameData`.
     void setNullGameData();
+    /// The item is gone from the library: a page that shows it, or something that has gone with it, shows
+    /// no game any more.
+    void itemRemoved(const std::string& path);
     /// `flagsChanged:`. Re-titles the action button.
     void flagsChanged(Shift shift);
     /// `actionButtonInstallStringForGameData:`, `actionButtonInstallStringForGameWithID:andDependencyID:`.
@@ -155,9 +161,9 @@ class NSDescriptionView {
     /// `debugGame:`, `runDebugModeOfWrapper:`.
     void debugGame(const Game& game);
     static void runDebugModeOfWrapper(const std::string& wrapper);
-    /// `forceCloseGame:`.
+    /// `forceCloseGame:`. Asks, and returns at once.
     void forceCloseGame(const Game& game);
-    /// `removeGame:`.
+    /// `removeGame:`. Asks, and deletes in the background. The page shows no game any more once it is gone.
     void removeGame(const Game& game);
     /// `showInFinder:`.
     void showInFinder(const Game& game);
@@ -173,18 +179,19 @@ class NSDescriptionView {
     void commandPrompt(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-cmd"); }
     void registryEditor(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-regedit"); }
     void wineConfiguration(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-winecfg"); }
-    /// `installModPatch:`, `installModPatchAtWrapper:`.
+    /// `installModPatch:`, `installModPatchAtWrapper:`. Asks, and installs in the background. The completion
+    /// comes on the main thread: whether something was installed, as far as that is known.
     void installModPatch(const Game& game);
-    static void installModPatchAtWrapper(const std::string& wrapper);
-    /// `copyFiles:toFolder:`. A file over a folder, a folder over a file and an item onto itself are refused
-    /// with a message; nothing is deleted then.
-    static void copyFiles(const std::vector<std::string>& paths, const std::string& folder);
+    static void installModPatchAtWrapper(const std::string& wrapper,
+                                         std::function<void(bool installed)> completion);
+    /// `copyFiles:toFolder:`. Any thread; blocks. A file over a folder, a folder over a file and an item onto
+    /// itself are refused with a message; nothing is deleted then. Whether everything is there but for what
+    /// the user has declined.
+    static bool copyFiles(const std::vector<std::string>& paths, const std::string& folder);
 
     // Watching and rating (game_actions.cpp)
-    /// `rateGame:`.
+    /// `rateGame:`. The panel comes once the graphics card is known; it takes the place of one that is open.
     void rateGame(const Game& game);
-    /// The panel that `rateGame` has opened, until it closes.
-    [[nodiscard]] NSVotingPanel* votingPanel() const { return votingPanel_.get(); }
     /// `playTrailer:`.
     void playTrailer(const Game& game);
     /// `watchInstructions:`, `watchInstructionsForSource:`.
@@ -203,6 +210,7 @@ class NSDescriptionView {
     /// asked for: it is called in the background.
     void openEntry(std::int64_t id, std::function<std::optional<CatalogueLine>()> line);
     void fillPage();
+    [[nodiscard]] static Page pageWithoutGame();
     /// What may take long: the grid's trailer, the icon and the ratings.
     void loadDetails(Game game);
     void titleActionButton();
@@ -211,6 +219,8 @@ class NSDescriptionView {
     /// `installCkiAtPath:atPath:`. A worker. What is to be replaced is back in its place after a failure.
     static bool installCkiAtPath(const std::string& cki, const std::string& target, const NSGameData& game,
                                  WrapperCreation& creation);
+    void openVotingPanel(const NSGameData& game, const std::string& card);
+    void closeVotingPanel();
     void showWindow(const std::string& name, const std::string& html, const std::string& link) const;
 
     const LibraryLayout layout_;
@@ -218,6 +228,7 @@ class NSDescriptionView {
     const Callbacks callbacks_;
     Game gameData_;
     std::shared_ptr<NSVotingPanel> votingPanel_;
+    unsigned votingPanels_ = 0;  ///< opened so far
     Page page_;
     Shift shift_ = Shift::up;
     unsigned clicks_ = 0;  ///< on items; the last one is what is shown in the end

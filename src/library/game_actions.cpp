@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "building/outdated_wrapper.h"
 #include "building/wrapper_creation.h"
@@ -88,32 +89,38 @@ void runDebugModeAndShowLogs(const std::string& wrapper, bool isGalaxy) {
     }
 }
 
-void reportClash(const std::string& name, const std::string& folder) {
-    MVAlert::showAlertErrorMessage(
+bool reported(const std::string& message) {
+    MVAlert::showAlertErrorMessage(message);
+    return false;
+}
+
+bool reportClash(const std::string& name, const std::string& folder) {
+    return reported(
         localized("%@ can't be copied to %@: a file and a folder can't replace each other.", {name, folder}));
 }
 
 /// The old file goes when the new one is there.
-void replaceFile(const std::string& source, const std::string& destination) {
+bool replaceFile(const std::string& source, const std::string& destination) {
     const std::string previous = destination + ".morvane-previous";
-    if (!MVFileManager::moveItemAtPath(destination, previous)) return;
+    if (!MVFileManager::moveItemAtPath(destination, previous)) return false;
     if (archives::copyWhole(source, destination)) {
         MVFileManager::removeItemAtPath(previous);
-    } else {
-        MVFileManager::moveItemAtPath(previous, destination);
+        return true;
     }
+    MVFileManager::moveItemAtPath(previous, destination);
+    return false;
 }
 
-void copyItem(const std::string& source, const std::string& folder) {
+/// Whether the item is there then, or the user wants to keep what was there before.
+bool copyItem(const std::string& source, const std::string& folder) {
     const std::string name = files::lastComponent(source);
-    if (name.starts_with(".")) return;
+    if (name.starts_with(".")) return true;
     const std::string destination = files::join(folder, name);
     const auto kind = files::kindBehind(source), there = files::kindBehind(destination);
     if (kind == files::Kind::folder && files::kindOf(source) == files::Kind::folder) {
         if (there != files::Kind::none && there != files::Kind::folder) return reportClash(name, folder);
         const auto contents = files::list(source);
-        if (const Failure* failure = failureOf(contents))
-            return MVAlert::showAlertErrorMessage(failure->message);
+        if (const Failure* failure = failureOf(contents)) return reported(failure->message);
         std::vector<std::string> paths;
         for (const std::string& each : std::get<std::vector<std::string>>(contents)) {
             paths.push_back(files::join(source, each));
@@ -121,16 +128,14 @@ void copyItem(const std::string& source, const std::string& folder) {
         return NSDescriptionView::copyFiles(paths, destination);
     }
     if (files::kindOf(destination) == files::Kind::none) {
-        MVFileManager::copyItemAtPath(source, destination);
-        return;
+        return MVFileManager::copyItemAtPath(source, destination);
     }
     if (there == files::Kind::folder) return reportClash(name, folder);
-    if (MVAlert::showBooleanAlertMessage(
-            localized("There is already a file called %@ in the %@ folder. Do you want to replace it?",
-                      {name, folder}),
-            "Warning", false)) {
-        replaceFile(source, destination);
-    }
+    const bool replaces = MVAlert::showBooleanAlertMessage(
+        localized("There is already a file called %@ in the %@ folder. Do you want to replace it?",
+                  {name, folder}),
+        "Warning", false);
+    return !replaces || replaceFile(source, destination);
 }
 
 /// The number of the page's button for the CrossOver product; empty when there is none.
@@ -270,8 +275,10 @@ void NSDescriptionView::forceCloseGame(const Game& game) {
 void NSDescriptionView::removeGame(const Game& game) {
     const auto path = pathOf(game);
     if (!path || game->isGameInTheServer) return;
-    NSAppsArray::shouldRemoveLocalPort(*path, [this, path] {
-        if (callbacks_.removePort) callbacks_.removePort(*path);
+    NSAppsArray::shouldRemoveLocalPort(*path, [self = self_, path = *path] {
+        if (*self == nullptr) return;
+        if ((*self)->callbacks_.removePort) (*self)->callbacks_.removePort(path);
+        (*self)->itemRemoved(path);
     });
 }
 
@@ -312,19 +319,33 @@ void NSDescriptionView::runSelectedWrapperWithFlag(const Game& game, const std::
 
 void NSDescriptionView::installModPatch(const Game& game) {
     const auto path = pathOf(game);
-    if (path && !game->isGameInTheServer) installModPatchAtWrapper(*path);
+    if (path && !game->isGameInTheServer) installModPatchAtWrapper(*path, {});
 }
 
-void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper) {
+void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper,
+                                                 std::function<void(bool installed)> completion) {
+    const auto inBackgroundThenTell = [&](const std::function<bool()>& work) {
+        inBackground("app.morvane.descriptionViewInstallMod", [work, completion] {
+            const bool installed = work();
+            if (completion) MVThread::dispatchBlockInMainQueue([=] { completion(installed); });
+        });
+    };
+    const auto tellOfNothing = [&] {
+        if (completion) completion(false);
+    };
     OpenPanel source;
     source.title = localized("Select the Mod/Patch file(s) and/or folder(s)");
     source.startFolder = host().folders.home;
     source.folders = source.multiple = source.packagesAsFolders = true;
     const auto chosen = MVAlert::chooseFiles(source);
-    if (chosen.empty()) return;
+    if (chosen.empty()) return tellOfNothing();
     const std::string extension = MVString::lowercased(files::extension(chosen.front()));
-    if (chosen.size() == 1 && extension == "exe")
-        return runAndWait(frameworkProgram(wrapper), {chosen.front()});
+    if (chosen.size() == 1 && extension == "exe") {
+        return inBackgroundThenTell([program = frameworkProgram(wrapper), exe = chosen.front()] {
+            runAndWait(program, {exe});
+            return true;
+        });
+    }
 
     OpenPanel destination;
     destination.title = localized("Select the destination");
@@ -332,46 +353,65 @@ void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper) {
     destination.files = false;
     destination.folders = destination.packagesAsFolders = true;
     const auto folder = MVAlert::chooseFiles(destination);
-    if (folder.empty()) return;
+    if (folder.empty()) return tellOfNothing();
     const auto archives = WrapperCreation::archiveExtensions();
     const bool isArchive = chosen.size() == 1 && std::ranges::find(archives, extension) != archives.end() &&
                            MVFileManager::regularFileExistsAtPath(chosen.front());
-    if (isArchive) {
-        WrapperCreation::extractFileToFolder(chosen.front(), folder.front());
-    } else {
-        copyFiles(chosen, folder.front());
-    }
+    inBackgroundThenTell([isArchive, chosen, to = folder.front()] {
+        if (!isArchive) return copyFiles(chosen, to);
+        WrapperCreation::extractFileToFolder(chosen.front(), to);
+        return true;
+    });
 }
 
-void NSDescriptionView::copyFiles(const std::vector<std::string>& paths, const std::string& folder) {
+bool NSDescriptionView::copyFiles(const std::vector<std::string>& paths, const std::string& folder) {
     if (!MVFileManager::directoryExistsAtPath(folder) &&
         !MVFileManager::createDirectoryAtPath(folder, IntermediateFolders::yes)) {
-        return;
+        return false;
     }
     const auto target = files::resolved(folder);
+    bool copied = true;
     for (const std::string& path : paths) {
         const auto real = files::resolved(path);
         const bool intoItself = real && target &&
                                 (files::join(*target, files::lastComponent(path)) == *real ||
                                  *target == *real || target->starts_with(*real + "/"));
         if (intoItself) {
-            MVAlert::showAlertErrorMessage(localized("%@ can't be copied onto itself.", {path}));
+            copied = reported(localized("%@ can't be copied onto itself.", {path}));
             continue;
         }
-        copyItem(path, folder);
+        copied &= copyItem(path, folder);
     }
+    return copied;
 }
 
 void NSDescriptionView::rateGame(const Game& game) {
     constexpr std::int64_t firstKnownID = 2;
     if (!game || game->gameName.empty() || game->gameID < firstKnownID) return;
-    const std::string title = localized(
-        "Rating \"%@\" on %@", {game->gameName, NSComputerInformation::graphicCardType().value_or("")});
-    votingPanel_ = std::make_shared<NSVotingPanel>(game->gameID, title, [this] {
-        // Not at once: it is the panel that calls.
-        onPage(self_, [](NSDescriptionView& page) { page.votingPanel_.reset(); });
+    // The card's family is what a program prints.
+    inBackground("app.morvane.descriptionViewRateGame", [self = self_, game] {
+        onPage(self, [game, card = NSComputerInformation::graphicCardType().value_or("")](
+                         NSDescriptionView& page) { page.openVotingPanel(*game, card); });
     });
-    if (callbacks_.showVotingPanel) callbacks_.showVotingPanel(*votingPanel_);
+}
+
+void NSDescriptionView::openVotingPanel(const NSGameData& game, const std::string& card) {
+    closeVotingPanel();
+    const std::string title = localized("Rating \"%@\" on %@", {game.gameName, card});
+    votingPanel_ =
+        std::make_shared<NSVotingPanel>(game.gameID, title, [self = self_, number = ++votingPanels_] {
+            // Not at once: it is the panel that calls.
+            onPage(self, [number](NSDescriptionView& page) {
+                if (number == page.votingPanels_) page.closeVotingPanel();
+            });
+        });
+    if (callbacks_.showVotingPanel) callbacks_.showVotingPanel(votingPanel_);
+}
+
+void NSDescriptionView::closeVotingPanel() {
+    if (const auto panel = std::exchange(votingPanel_, nullptr); panel && callbacks_.votingPanelClosed) {
+        callbacks_.votingPanelClosed();
+    }
 }
 
 void NSDescriptionView::playTrailer(const Game& game) {
@@ -380,8 +420,14 @@ void NSDescriptionView::playTrailer(const Game& game) {
         MVAlert::showAlertMessage(localized("There is no trailer available."), "Warning");
         return;
     }
-    showWindow(localized("Trailer"), game->trailerHTMLwithSize(trailerWidth_, trailerHeight_),
-               *game->trailer);
+    // Whether there is a network at all is asked for first, which takes its time.
+    inBackground("app.morvane.descriptionViewTrailer",
+                 [self = self_, game, width = trailerWidth_, height = trailerHeight_] {
+                     const std::string html = game->trailerHTMLwithSize(width, height);
+                     onPage(self, [game, html](NSDescriptionView& page) {
+                         page.showWindow(localized("Trailer"), html, *game->trailer);
+                     });
+                 });
 }
 
 void NSDescriptionView::watchInstructions(const Game& game) {

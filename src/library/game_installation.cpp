@@ -372,14 +372,15 @@ void NSDescriptionView::downloadCkiFromSource(const Game& game, const std::strin
                                               const std::string& target) {
     MVThread::dispatchQueueWithName(
         "app.morvane.descriptionViewDownloadCkiAndInstall", Priority::normal, Concurrent::no,
-        [self = self_, game, progress = progress_, addPort = callbacks_.addPort, source, target] {
+        [self = self_, game, progress = progress_, source, target] {
             const auto creation = building::cancellableCreation(progress);
             const auto cki = pathForDownloadedCkiOfGame(*game, source);
             if (!cki || !downloadCkiFile(*creation, catalogue::downloadAddress(game->gameID, source), *cki))
                 return;
             if (!installCkiAtPath(*cki, target, *game, *creation)) return;
-            if (game->gameDependencyID == 0 && addPort) addPort(target);
-            onPage(self, [target](NSDescriptionView& page) {
+            onPage(self, [game, target](NSDescriptionView& page) {
+                const auto& addPort = page.callbacks_.addPort;
+                if (game->gameDependencyID == 0 && addPort) addPort(target);
                 page.setGameData(NSGameData::initWithPath(target), {});
             });
         });

@@ -93,11 +93,19 @@ void LibraryView::add() {
 }
 
 void LibraryView::remove(const std::string& path) {
-    NSAppsArray::shouldRemoveLocalPort(path, [&] { apps_.removeLocalPort(path, reloading()); });
+    NSAppsArray::shouldRemoveLocalPort(path, [this, path, alive = std::weak_ptr(alive_)] {
+        if (!alive.expired()) forget(path);
+    });
 }
 
 void LibraryView::missing(const std::string& path) {
     apps_.askAboutMissingApp(path, callbacks_.installCkiFile, reloading());
+    if (callbacks_.removed) callbacks_.removed(path);
+}
+
+void LibraryView::forget(const std::string& path) {
+    apps_.removeLocalPort(path, reloading());
+    if (callbacks_.removed) callbacks_.removed(path);
 }
 
 void LibraryView::addPort(const std::string& path) {

@@ -27,6 +27,8 @@ class LibraryView {
         std::function<void()> reload;
         /// Installs a port description that the user chose.
         std::function<void(const std::string& cki)> installCkiFile;
+        /// A local item has gone from the library.
+        std::function<void(const std::string& path)> removed = {};
     };
     struct Row {
         std::string title;
@@ -57,6 +59,8 @@ class LibraryView {
     void add();
     /// The remove action of a local item: the question, then the removal from the list.
     void remove(const std::string& path);
+    /// The item goes from the list, without a question.
+    void forget(const std::string& path);
     /// The question for a local item that is gone.
     void missing(const std::string& path);
     /// `addPort:`. Adds an item to the library; any thread.

@@ -401,6 +401,84 @@ TEST_F(Shell, LinksShowTheFirstPortAndInstallIt) {
     settle();
 }
 
+/// Asks for everything that it is told of, as a front end does.
+class AskingView : public RecordingView {
+  public:
+    explicit AskingView(std::unique_ptr<AppDelegate>& app) : app_(app) {}
+    void preferencesChanged() override { tell("preferences", app_ && &app_->preferences()); }
+    void appsFoldersChanged() override { tell("folders", app_ && &app_->appsFolders()); }
+    void gamePageChanged() override { tell("page", app_ && !app_->gamePage().page().name.empty()); }
+    void showVotingPanel(const std::shared_ptr<NSVotingPanel>& shown) override {
+        tell("panel", panel == nullptr);
+        panel = shown;
+    }
+    void votingPanelClosed() override { tell("panel closed", std::exchange(panel, {}) != nullptr); }
+    void showProperties(const std::shared_ptr<NSPropertiesWindow>& shown) override {
+        tell("properties of " + shown->shown().name.text, properties == nullptr);
+        properties = shown;
+    }
+    void propertiesChanged() override { tell("properties", properties != nullptr); }
+    void propertiesClosed() override { tell("properties closed", std::exchange(properties, {}) != nullptr); }
+
+    Lines told;
+    std::shared_ptr<NSVotingPanel> panel;
+    std::shared_ptr<NSPropertiesWindow> properties;
+
+  private:
+    void tell(const std::string& what, bool isInOrder) {
+        told.push_back(isInOrder ? what : what + " out of order");
+    }
+    std::unique_ptr<AppDelegate>& app_;
+};
+
+TEST_F(Shell, TellsOfWhatIsThereAndOfEachEnd) {
+    noGamesFolder();
+    scriptProgram("system_profiler", "");
+    const std::string one = makeRunnable(applications + "One.app", "One"),
+                      two = makeRunnable(applications + "Two.app", "Two");
+    putArchive(one + "/mv_desc.ckii", {{"ID", 7}});
+    AskingView asking(app);
+    app = std::make_unique<AppDelegate>(asking, progress);
+    const auto expectTold = [&](const char* when, const Lines& told) {
+        settle();
+        EXPECT_EQ(asking.told, told) << when;
+        asking.told.clear();
+    };
+    static_cast<void>(app->preferences());
+    static_cast<void>(app->appsFolders());
+    app->library().showTab(NSAppsArray::localTab);
+    expectTold("what is made says nothing", {});
+    app->preferences().changeFontSizeValue(14);
+    app->appsFolders().addRow();
+    expectTold("changes", {"preferences", "folders"});
+
+    app->showProperties(one);
+    asking.properties->typeName("Uno");
+    ui.expectError("/none.app is no wrapper");
+    app->showProperties("/none.app");
+    app->showProperties(two);
+    expectTold("one after the other",
+               {"properties of One", "properties", "properties closed", "properties of Two"});
+    app->closeProperties();
+    app->closeProperties();
+    app->showProperties(one);
+    app->gamePage().openLocalItem(one);
+    settle();
+    asking.told.clear();
+    app->gamePage().rateGame(app->gamePage().gameData());
+    settle();
+    // What has left the disk is nowhere shown.
+    ui.expect("Do you want to remove that app only").answer("Remove from Disk");
+    ui.expect("Are you sure").answer("Yes");
+    app->library().remove(one);
+    expectTold("removed", {"panel", "page", "properties closed"});
+    EXPECT_EQ(stored(), Lines{"Two=Two.app"});
+    app->showProperties(two);
+    asking.told.clear();
+    app.reset();
+    expectTold("the end", {"properties closed", "panel closed"});
+}
+
 TEST_F(Shell, ARowOfARankingListOpensTheWholeEntry) {
     noGamesFolder();
     scriptProgram("system_profiler", "");

@@ -31,9 +31,18 @@ class DescriptionView : public testing::BuildingMachine {
                     [this](const NSDescriptionView::HtmlWindow& window) {
                         events.push_back(window.name + " " + window.link);
                     },
-                .showVotingPanel = [this](NSVotingPanel& panel) { events.push_back(panel.title()); },
-                .addPort = [this](const std::string& path) { added = path; },
-                .removePort = {},
+                .showVotingPanel =
+                    [this](const auto& panel) {
+                        events.push_back(panel->title());
+                        votingPanel = panel;
+                    },
+                .votingPanelClosed = [this] { events.push_back("closed"); },
+                .addPort =
+                    [this](const std::string& path) {
+                        EXPECT_TRUE(machine->mainQueue.isMainThread());
+                        added = path;
+                    },
+                .removePort = [this](const std::string& path) { events.push_back("removed " + path); },
                 .missingApp = [this](const std::string& path) { events.push_back("missing " + path); },
                 .properties = {}});
     }
@@ -78,6 +87,7 @@ class DescriptionView : public testing::BuildingMachine {
     const std::string runs = folder.path + "/runs";
     std::unique_ptr<NSDescriptionView> page;
     Names events;
+    std::shared_ptr<NSVotingPanel> votingPanel;
     std::string added;
     int changes = 0;
 };
@@ -296,6 +306,8 @@ TEST_F(DescriptionView, KeepsToTheGameThatWasClicked) {
                          [&] {
                              EXPECT_FALSE(exists(beePath));
                              EXPECT_TRUE(exists(ayPath));
+                             EXPECT_EQ(events.back(), "removed " + beePath);
+                             EXPECT_EQ(page->gameData(), localAy);
                          }}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
@@ -450,6 +462,54 @@ TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {
     EXPECT_EQ(NSGameData::getIdentifierOfGameAtPath(target + "/Editor.app"), 21);
 }
 
+TEST_F(DescriptionView, ShowsNothingThatIsGone) {
+    const std::string path = installed("Game", 7);
+    fs::create_directories(path + "/Level.app");
+    struct Row {
+        const char *name, *button, *shown;
+        bool showsAGame;
+    };
+    const Row rows[] = {{"cancelled", "Cancel", "", true},
+                        {"only from the list, a launcher in it", "List Only", "/Level.app", true},
+                        {"only from the list", "List Only", "", false},
+                        {"a launcher in it", "Remove from Disk", "/Level.app", false}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        show(NSGameData::initWithPath(path + row.shown));
+        ui.expect("Do you want to remove that app only").answer(row.button);
+        const bool deletes = std::string(row.button) == "Remove from Disk";
+        if (deletes) ui.expect("Are you sure that you want to remove").answer("Yes");
+        page->removeGame(NSGameData::initWithPath(path));
+        if (deletes) {
+            EXPECT_TRUE(page->page().hasGame) << "until it is gone";
+        }
+        settle();
+        EXPECT_EQ(page->page().hasGame, row.showsAGame);
+        EXPECT_EQ(page->gameData() != nullptr, row.showsAGame);
+    }
+}
+
+TEST_F(DescriptionView, IsGoneBeforeAnInstallationEnds) {
+    putSharedVerbScript();
+    testing::publishMasterWrapper(
+        site, {.onPrefixCreate = "mkdir -p \"$wrapper/Contents/Resources/drive_c/Game\"\n"
+                                 "touch \"$wrapper/Contents/Resources/drive_c/Game/a.exe\"\n"});
+    testing::publishEngines(site, {"CK9Wine3.0"});
+    putEngine();
+    const Array exes{Dictionary{{"name", "Game"}, {"main", "X"}, {"path", "C:/Game/a.exe"}}};
+    const Dictionary port{
+        {"Engine", "CK9Wine3.0"}, {"Creator", "Me"}, {"Creator Mail", "me@there"}, {"EXEs", exes}};
+    site.answer("/ckis/download.php", {.body = get(cki(port))});
+    show(entry({.id = 21, .name = "Half Life"}));
+    ui.expect("If you never").answer("Install Now");
+    ui.expectSave("Create Port at...", games + "Mine.app");
+    page->chooseDownloadSource(page->gameData());
+    page.reset();
+    settle();
+    EXPECT_TRUE(exists(games + "Mine.app/mv_desc.ckii"));
+    EXPECT_EQ(added, "");
+}
+
 TEST_F(DescriptionView, SavesAPortFile) {
     site.answer("/ckis/Bob/9/A%20Shop.cki", {.body = "port"});
     show(entry({.id = 9, .name = "A/B: C", .path = site.baseAddress() + "ckis/Bob/9/"},
@@ -559,7 +619,11 @@ TEST_F(DescriptionView, InstallsModsAndAsksForEachClash) {
             ui.expect("There is already a file called b.txt in the " + drive + clash).answer("Yes");
         }
         if (names.back() == "file") ui.expectError("file can't be copied to ");
-        NSDescriptionView::installModPatchAtWrapper(path);
+        std::optional<bool> installed;
+        NSDescriptionView::installModPatchAtWrapper(path, [&](bool done) { installed = done; });
+        EXPECT_EQ(installed, std::nullopt) << "nothing is done while the main thread waits";
+        settle();
+        EXPECT_EQ(installed, names.back() != "file");
     };
     install({"Data", "file"});
     EXPECT_EQ(get(drive + "Data/a.txt"), "old a");
@@ -574,7 +638,7 @@ TEST_F(DescriptionView, InstallsModsAndAsksForEachClash) {
     EXPECT_EQ(namesIn(drive), (Names{"Data", "deep", "file"})) << "unpacked from where it lies";
     EXPECT_TRUE(exists(mods + "pack.ZIP"));
     ui.expectError(drive + "Data can't be copied onto itself.");
-    NSDescriptionView::copyFiles({drive + "Data"}, drive);
+    EXPECT_FALSE(NSDescriptionView::copyFiles({drive + "Data"}, drive));
     EXPECT_EQ(get(drive + "Data/b.txt"), "new");
 }
 
@@ -592,11 +656,19 @@ TEST_F(DescriptionView, BuysRatesAndOpensTheAlternative) {
     ui.expectError("There is no buying link for that game! Inform us throw the Contact Us tab!");
     page->clickAction();
     page->rateGame(page->gameData());
-    EXPECT_EQ(events, Names{"Rating \"Half Life\" on NVIDIA"});
-    page->votingPanel()->clickStar(2);
-    page->votingPanel()->applyVote();
     settle();
-    EXPECT_EQ(page->votingPanel(), nullptr);
+    page->rateGame(page->gameData());
+    settle();
+    const std::string rating = "Rating \"Half Life\" on NVIDIA";
+    EXPECT_EQ(events, (Names{rating, "closed", rating}));
+    votingPanel->clickStar(2);
+    votingPanel->applyVote();
+    settle();
+    EXPECT_EQ(events.back(), "closed");
+    page->rateGame(page->gameData());
+    settle();
+    page.reset();
+    EXPECT_EQ(events, (Names{rating, "closed", rating, "closed", rating, "closed"}));
     EXPECT_EQ(ui.opened,
               (Names{"http://shop/", game->crossoverAlternative,
                      site.baseAddress() + "ckis/facebook/ratePort.php?card=NVIDIA&rate=2&game=9"}));
