@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "app/start_up.h"
+#include "app/update_check.h"
 #include "foundation/alerts.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
@@ -94,7 +95,7 @@ NSPreferencesView& AppDelegate::preferences() {
     if (!preferences_) {
         preferences_ = std::make_unique<NSPreferencesView>(NSPreferencesView::Callbacks{
             .changed = [this] { view_.preferencesChanged(); },
-            .automaticallyChecksForUpdates = [this](bool on) { view_.setAutomaticUpdateChecks(on); },
+            .automaticallyChecksForUpdates = [](bool) { update_check::lookForUpdate(); },
             .updateDockInGridView = [this] { view_.updateDockInGridView(); },
             .webViewZoomChanged = [this] { view_.webViewZoomChanged(); }});
     }

@@ -45,7 +45,6 @@ class ShellView {
 
     /// Whether the front end has the layout at all.
     [[nodiscard]] virtual bool hasLayout(LibraryLayout) const { return true; }
-    virtual void setAutomaticUpdateChecks(bool) {}
     virtual void setWindowAppearance(WindowAppearance) {}
     /// The picture's path: the window's background, the action and trailer buttons, the grid's bottom button.
     virtual void setThemeImage(ThemeImage, const std::string&) {}

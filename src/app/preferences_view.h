@@ -46,7 +46,7 @@ class NSPreferencesView {
     struct Callbacks {
         /// The window shows something else now.
         std::function<void()> changed;
-        /// The self-updater's automatic checks are on or off from now on.
+        /// The look for updates is on or off from now on.
         std::function<void(bool on)> automaticallyChecksForUpdates;
         /// "UpdateDockInGridView": the grid shows or hides its shelf.
         std::function<void()> updateDockInGridView;

@@ -13,9 +13,9 @@
 #include "foundation/settings_keys.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
+#include "library/catalogue_addresses.h"
 #include "platform/files.h"
 #include "platform/host.h"
-#include "platform/http.h"
 #include "platform/styled_text.h"
 #include "wrapper/layout.h"
 
@@ -86,10 +86,7 @@ std::optional<std::string> linkOfSource(const NSGameData& game, const std::strin
     if (!game.descriptionDictionary) return std::nullopt;
     const auto* link = game.descriptionDictionary->get<std::string>(filled("%@ Link", {source}));
     if (link == nullptr && source == "GOG") link = game.descriptionDictionary->get<std::string>("Gog Link");
-    if (link == nullptr) return std::nullopt;
-    const auto parts = parseUrl(*link);
-    const bool isWebLink = parts && (parts->scheme == "http" || parts->scheme == "https");
-    return isWebLink ? std::optional(*link) : std::nullopt;
+    return link != nullptr && catalogue::isWebLink(*link) ? std::optional(*link) : std::nullopt;
 }
 
 NSDescriptionView::NSDescriptionView(LibraryLayout layout, std::shared_ptr<NSProgressView> progress,

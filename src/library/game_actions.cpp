@@ -20,7 +20,6 @@
 #include "library/description_view.h"
 #include "platform/files.h"
 #include "platform/host.h"
-#include "platform/http.h"
 #include "platform/workspace.h"
 #include "wrapper/archive_tools.h"
 #include "wrapper/layout.h"
@@ -152,11 +151,6 @@ std::string crossTieOf(const std::string& page) {
 
 std::optional<std::string> pathOf(const NSDescriptionView::Game& game) {
     return game ? std::optional(game->gamePath) : std::nullopt;
-}
-
-bool isWebLink(const std::string& link) {
-    const auto parts = parseUrl(link);
-    return parts && (parts->scheme == "http" || parts->scheme == "https");
 }
 
 }  // namespace
@@ -454,7 +448,7 @@ void NSDescriptionView::watchInstructionsForSource(const Game& game, const std::
 }
 
 void NSDescriptionView::showCrossOverAlternative(const Game& game) {
-    if (!game || !isWebLink(game->crossoverAlternative)) return;
+    if (!game || !catalogue::isWebLink(game->crossoverAlternative)) return;
     inBackground("app.morvane.descriptionViewCrossOver", [address = game->crossoverAlternative] {
         const std::string tie = crossTieOf(catalogue::answerOf(address).value_or(""));
         const bool installs = !tie.empty() && workspace::opensScheme("com-codeweavers-crossover-crosstie");

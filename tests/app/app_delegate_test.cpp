@@ -1,5 +1,6 @@
 #include "app/app_delegate.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <future>
 
@@ -22,7 +23,6 @@ class RecordingView : public ShellView {
         clickNotification = handler;
         if (handler) log.push_back("notifications");
     }
-    void setAutomaticUpdateChecks(bool on) override { log.push_back(on ? "updates on" : "updates off"); }
     void setWindowAppearance(WindowAppearance appearance) override {
         // The folders come before.
         const bool hasFolders = fs::is_directory(layout::applicationSupportFolder() + "/IconCache");
@@ -120,7 +120,7 @@ TEST_F(Shell, StartsInItsOrderOnAFreshHome) {
         .defaultIs("Yes")
         .answer("Yes");
     start();
-    EXPECT_EQ(view.log, (Lines{"notifications", "updates on", "light", "folders", "window.jpg", "b_azul.png",
+    EXPECT_EQ(view.log, (Lines{"notifications", "light", "folders", "window.jpg", "b_azul.png",
                                "b_azul_r.png", "Morvane|Morvane " + applicationVersion()}));
     EXPECT_TRUE(view.hasMenuletImage);
     EXPECT_EQ(view.page, site.baseAddress() + "blog/");
@@ -156,13 +156,12 @@ TEST_F(Shell, StartsInItsOrderOnAFreshHome) {
     const auto day = setting<Date>(settings::lastRunningDay);
     fs::remove(games + "/.localized/de.strings");
     put(support + "/window.jpg", "mine");
-    machine->defaults.set(settings::automaticUpdates, 0);
     machine->defaults.set(settings::useVibrantDarkStyle, true);
     machine->defaults.set(settings::useOldLibrary, true);
     view.log.clear();
     start();
-    EXPECT_EQ(Lines(view.log.begin(), view.log.begin() + 3), (Lines{"notifications", "updates off", "dark"}));
-    EXPECT_EQ(view.log.at(7), "list layout");
+    EXPECT_EQ(Lines(view.log.begin(), view.log.begin() + 2), (Lines{"notifications", "dark"}));
+    EXPECT_EQ(view.log.at(6), "list layout");
     EXPECT_EQ(app->tableInUse(), LibraryLayout::list);
     EXPECT_EQ(get(support + "/window.jpg"), "mine");
     EXPECT_TRUE(fs::exists(games + "/.localized/de.strings"));
@@ -225,6 +224,55 @@ TEST_F(Shell, CountsTheDaysAndAsksOnTheFifth) {
     const auto& field = std::get<TextField>(ui.dialogs.front().accessory);
     EXPECT_EQ(field.placeholder, "Your feedback goes here");
     EXPECT_EQ(field.width + field.height, 430);
+}
+
+TEST_F(Shell, LooksForAnUpdateOnceADay) {
+    noGamesFolder();
+    const std::string link = "https://there/new";
+    enum Circumstance { newDay, sameDay, notWanted, notReachable };
+    struct Row {
+        const char* name;
+        std::string file;
+        Circumstance when;
+        int looks;
+        bool told;
+    };
+    const Row rows[] = {{"newer", "999.0\n" + link + "\nmore", newDay, 1, true},
+                        {"the same day", "999.0\n" + link, sameDay, 0, false},
+                        {"not wanted", "999.0\n" + link, notWanted, 0, false},
+                        {"not reachable", "999.0\n" + link, notReachable, 0, false},
+                        {"reachable later that day", "999.0\r\n" + link + "\r\n", sameDay, 1, true},
+                        {"this one", applicationVersion() + ".0\n" + link, newDay, 1, false},
+                        {"older", "0.0.1\n" + link, newDay, 1, false},
+                        {"no web link", "999.0\nfile:///etc/passwd", newDay, 1, false},
+                        {"an error's page", "<html>\n<body>404</body>", newDay, 1, false},
+                        {"no version", "999.0 beta\n" + link, newDay, 1, false},
+                        {"nothing", "", newDay, 1, false}};
+    const auto looks = [&] {
+        const Lines requests = site.requests();
+        return std::ranges::count(requests, "GET /files/version.txt");
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        site.answer("/files/version.txt", {.body = row.file});
+        reachable = [&row](const std::string&) { return row.when != notReachable; };
+        machine->defaults.set(settings::automaticUpdates, row.when == notWanted ? 0 : 1);
+        if (row.when != sameDay) machine->defaults.set(settings::lastUpdateCheck, Date{0});
+        if (row.told) {
+            ui.expect("Morvane 999.0 is available.").titleIs("Software Update").answer("Visit Page");
+        }
+        const auto before = looks();
+        ui.opened.clear();
+        start();
+        EXPECT_EQ(looks() - before, row.looks);
+        EXPECT_EQ(ui.opened, row.told ? Lines{link} : Lines{});
+    }
+    // Switched on, it looks at once, if it has not yet.
+    machine->defaults.set(settings::lastUpdateCheck, std::nullopt);
+    const auto before = looks();
+    for (const bool on : {false, true, true}) app->preferences().atomaticallyCheckForUpdates(on);
+    settle();
+    EXPECT_EQ(looks(), before + 1);
 }
 
 TEST_F(Shell, WaitsForNoServer) {
