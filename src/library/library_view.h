@@ -36,6 +36,16 @@ class LibraryView {
         bool operator==(const Row&) const = default;
     };
 
+    /// The size of an item of the grid, in points.
+    struct ItemSize {
+        int width = 0, height = 0;
+        bool operator==(const ItemSize&) const = default;
+    };
+    /// What the setting "Collection View Icons Scale" makes of 191 by 240: reduced by it, and cut to whole
+    /// points. A setting that is missing or no positive number reduces by 1; one beyond what can be seen and
+    /// clicked, from a quarter to 8, counts as the nearest that can.
+    [[nodiscard]] static ItemSize gridItemSize();
+
     /// Shows nothing before `showTab`. Both must outlive the view.
     LibraryView(NSAppsArray& apps, Callbacks callbacks);
     LibraryView(const LibraryView&) = delete;
