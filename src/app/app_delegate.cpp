@@ -143,8 +143,13 @@ void AppDelegate::openRow(std::size_t row) {
 }
 
 void AppDelegate::showProperties(const std::string& path) {
+    const unsigned number = propertiesWindows_ + 1;
     const auto window = std::make_shared<NSPropertiesWindow>(NSPropertiesWindow::Callbacks{
-        .changed = [this] { view_.propertiesChanged(); },
+        .changed =
+            [this, number] {
+                // One that was closed may still be saving.
+                if (properties_ && number == propertiesWindows_) view_.propertiesChanged();
+            },
         .refresh =
             [this](const std::string& item, CustomEXE isCustomEXE) {
                 apps_.refreshLocalPortAtPath(item, isCustomEXE);
@@ -159,6 +164,7 @@ void AppDelegate::showProperties(const std::string& path) {
     }
     closeProperties();
     properties_ = window;
+    propertiesWindows_ = number;
     view_.showProperties(window);
 }
 

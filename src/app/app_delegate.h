@@ -156,6 +156,7 @@ class AppDelegate {
     std::unique_ptr<NSPreferencesView> preferences_;
     std::unique_ptr<NSAppsFoldersList> appsFolders_;
     std::shared_ptr<NSPropertiesWindow> properties_;
+    unsigned propertiesWindows_ = 0;  ///< shown so far
     std::set<WebView> loadedWebsites_;
     /// Holds nothing once the object is gone.
     const std::shared_ptr<AppDelegate*> self_;

@@ -507,8 +507,11 @@ TEST_F(Shell, TellsOfWhatIsThereAndOfEachEnd) {
     app->showProperties(two);
     expectTold("one after the other",
                {"properties of One", "properties", "properties closed", "properties of Two"});
+    const auto closed = asking.properties;
     app->closeProperties();
     app->closeProperties();
+    closed->typeName("Zwei");
+    expectTold("closed, and still in use", {"properties closed"});
     app->showProperties(one);
     app->gamePage().openLocalItem(one);
     settle();

@@ -125,7 +125,7 @@ TEST_F(LibraryViews, TheMenuOrdersAndMarksAndADragEndsTheOrder) {
     EXPECT_EQ(marks(), "Organize by: Name Size; Auto-organize by: Nothing* Name Size; ");
 
     const int before = reloads;
-    onWorker([&] { view.addPort(applications + "d.app"); });
+    view.addPort(applications + "d.app");
     awaitReloads(before + 1);
     EXPECT_EQ(titles(), "b c a d ");
     ui.expect("Do you want to remove that app only from the list").answer("List Only");
