@@ -315,11 +315,9 @@ std::vector<NSDescriptionView::MenuItem> NSDescriptionView::moreMenu() {
     using View = NSDescriptionView;
     const NSGameData& game = *gameData_;
     const auto item = [this](const std::string& title, bool enabled, void (View::*action)(const Game&)) {
+        // By the queue, which keeps the game: the menu may be made anew while the action asks something.
         return MenuItem{title, enabled, [self = self_, game = gameData_, action] {
-                            // Copies: the menu may be made anew while the action asks something.
-                            const auto page = self;
-                            const Game clicked = game;
-                            if (*page != nullptr) ((*page)->*action)(clicked);
+                            onPage(self, [game, action](View& page) { (page.*action)(game); });
                         }};
     };
     if (game.isGameInTheServer) {

@@ -119,7 +119,7 @@ class NSDescriptionView {
     /// `openLinkForSourceButton:`.
     void openLinkForSourceButton(const std::string& source) const;
     /// The "More" menu of a catalogue entry; the item's menu of a local one. Its actions are for the game
-    /// that is shown now.
+    /// that is shown now, and follow by the main queue.
     [[nodiscard]] std::vector<MenuItem> moreMenu();
 
     // Getting a port (game_installation.cpp)
