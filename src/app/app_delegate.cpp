@@ -1,11 +1,14 @@
 #include "app/app_delegate.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
 #include "app/start_up.h"
+#include "app/update_check.h"
 #include "foundation/alerts.h"
 #include "foundation/computer_information.h"
+#include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"
 #include "foundation/threads.h"
@@ -27,7 +30,8 @@ AppDelegate::AppDelegate(ShellView& view, std::shared_ptr<NSProgressView> progre
       layout_(layoutFor(view)),
       functionKeys_(std::make_shared<FunctionKeys>()),
       library_(apps_, {.reload = [this] { view_.libraryChanged(); },
-                       .installCkiFile = [this](const std::string& cki) { installCkiFile(cki); }}),
+                       .installCkiFile = [this](const std::string& cki) { installCkiFile(cki); },
+                       .removed = [this](const std::string& path) { itemRemoved(path); }}),
       gamePage_(layout_, progress_, gamePageCallbacks()),
       latest_(NSRankingList::TableType::latest, rankingCallbacks(NSRankingList::TableType::latest)),
       popular_(NSRankingList::TableType::popular, rankingCallbacks(NSRankingList::TableType::popular)),
@@ -38,6 +42,7 @@ AppDelegate::AppDelegate(ShellView& view, std::shared_ptr<NSProgressView> progre
 
 AppDelegate::~AppDelegate() {
     *self_ = nullptr;
+    closeProperties();
     view_.setURLHandler({});
     view_.setNotificationHandler({});
 }
@@ -50,25 +55,27 @@ void AppDelegate::onDelegate(const std::shared_ptr<AppDelegate*>& self,
 }
 
 NSDescriptionView::Callbacks AppDelegate::gamePageCallbacks() {
-    return {
-        .pageChanged = [this] { view_.gamePageChanged(); },
-        .actionTitleChanged = [this] { view_.actionTitleChanged(); },
-        .selectPage = [this] { view_.showGamePage(); },
-        .showWindow = [this](const NSDescriptionView::HtmlWindow& window) { view_.showWindow(window); },
-        .showVotingPanel = [this](NSVotingPanel& panel) { view_.showVotingPanel(panel); },
-        .addPort = [this](const std::string& path) { library_.addPort(path); },
-        .removePort =
-            [this](const std::string& path) { apps_.removeLocalPort(path, [this] { library_.reload(); }); },
-        .missingApp = [this](const std::string& path) { library_.missing(path); },
-        .properties = [this](const std::string& path) { showProperties(path); }};
+    return {.pageChanged = [this] { view_.gamePageChanged(); },
+            .actionTitleChanged = [this] { view_.actionTitleChanged(); },
+            .selectPage = [this] { view_.showGamePage(); },
+            .showWindow = [this](const NSDescriptionView::HtmlWindow& window) { view_.showWindow(window); },
+            .showVotingPanel = [this](const auto& panel) { view_.showVotingPanel(panel); },
+            .votingPanelClosed = [this] { view_.votingPanelClosed(); },
+            .addPort = [this](const std::string& path) { library_.addPort(path); },
+            .removePort = [this](const std::string& path) { library_.forget(path); },
+            .missingApp = [this](const std::string& path) { library_.missing(path); },
+            .properties = [this](const std::string& path) { showProperties(path); }};
 }
 
 NSRankingList::Callbacks AppDelegate::rankingCallbacks(NSRankingList::TableType type) {
     return {.reload = [this, type] { view_.rankingsChanged(type); },
             .openDescription =
-                [this](const CatalogueLine& line) {
+                [this](std::int64_t id) {
                     showMorvaneTab(MorvaneTab::library);
-                    gamePage_.openCatalogueLine(line);
+                    const auto& lines = apps_.serverAppsArray();
+                    const auto line = std::ranges::find(lines, id, &CatalogueLine::id);
+                    if (line != lines.end()) return gamePage_.openCatalogueLine(*line);
+                    gamePage_.openCatalogueID(id);
                 }};
 }
 
@@ -88,7 +95,7 @@ NSPreferencesView& AppDelegate::preferences() {
     if (!preferences_) {
         preferences_ = std::make_unique<NSPreferencesView>(NSPreferencesView::Callbacks{
             .changed = [this] { view_.preferencesChanged(); },
-            .automaticallyChecksForUpdates = [this](bool on) { view_.setAutomaticUpdateChecks(on); },
+            .automaticallyChecksForUpdates = [](bool) { update_check::lookForUpdate(); },
             .updateDockInGridView = [this] { view_.updateDockInGridView(); },
             .webViewZoomChanged = [this] { view_.webViewZoomChanged(); }});
     }
@@ -127,13 +134,22 @@ void AppDelegate::loadRankings() {
 }
 
 void AppDelegate::openRow(std::size_t row) {
-    if (const LocalItem* item = library_.localItem(row)) return gamePage_.openLocalItem(item->path);
+    if (const LocalItem* item = library_.localItem(row)) {
+        // A copy: while something is asked about the item, the rows may change.
+        const std::string path = item->path;
+        return gamePage_.openLocalItem(path);
+    }
     if (const CatalogueLine* line = library_.catalogueLine(row)) gamePage_.openCatalogueLine(*line);
 }
 
 void AppDelegate::showProperties(const std::string& path) {
-    auto window = std::make_unique<NSPropertiesWindow>(NSPropertiesWindow::Callbacks{
-        .changed = [this] { view_.propertiesChanged(); },
+    const unsigned number = propertiesWindows_ + 1;
+    const auto window = std::make_shared<NSPropertiesWindow>(NSPropertiesWindow::Callbacks{
+        .changed =
+            [this, number] {
+                // One that was closed may still be saving.
+                if (properties_ && number == propertiesWindows_) view_.propertiesChanged();
+            },
         .refresh =
             [this](const std::string& item, CustomEXE isCustomEXE) {
                 apps_.refreshLocalPortAtPath(item, isCustomEXE);
@@ -146,8 +162,20 @@ void AppDelegate::showProperties(const std::string& path) {
     if (const auto failure = window->setDataFromWrapperAtPath(path)) {
         return MVAlert::showAlertErrorMessage(failure->message);
     }
-    properties_ = std::move(window);
-    view_.showProperties(*properties_);
+    closeProperties();
+    properties_ = window;
+    propertiesWindows_ = number;
+    view_.showProperties(window);
+}
+
+void AppDelegate::itemRemoved(const std::string& path) {
+    gamePage_.itemRemoved(path);
+    const bool isGone = properties_ && !MVFileManager::fileExistsAtPath(properties_->wrapperPath());
+    if (isGone) closeProperties();
+}
+
+void AppDelegate::closeProperties() {
+    if (std::exchange(properties_, nullptr)) view_.propertiesClosed();
 }
 
 }  // namespace morvane

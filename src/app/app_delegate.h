@@ -54,8 +54,10 @@ class AppDelegate {
     void showMorvaneTab(MorvaneTab tab);
     /// A click on a row of the library view: its page.
     void openRow(std::size_t row);
-    /// The properties editor of an item; a failure is told.
+    /// The properties editor of an item, in place of the one that is open; a failure is told.
     void showProperties(const std::string& path);
+    /// The properties editor goes, with what is not saved. Nothing happens when there is none.
+    void closeProperties();
 
     // Start and end (start_up.cpp)
     /// `applicationDidFinishLaunching:`. Once.
@@ -121,6 +123,8 @@ class AppDelegate {
     /// Later on the main thread, unless the application object is gone by then.
     static void onDelegate(const std::shared_ptr<AppDelegate*>& self, std::function<void(AppDelegate&)> work);
     [[nodiscard]] NSDescriptionView::Callbacks gamePageCallbacks();
+    /// Nothing shows any more what has left the library.
+    void itemRemoved(const std::string& path);
     [[nodiscard]] NSRankingList::Callbacks rankingCallbacks(NSRankingList::TableType type);
 
     void checkIfShouldAutomaticallyCheckForUpdates();
@@ -151,7 +155,8 @@ class AppDelegate {
     NSHelpTab helpTab_;
     std::unique_ptr<NSPreferencesView> preferences_;
     std::unique_ptr<NSAppsFoldersList> appsFolders_;
-    std::unique_ptr<NSPropertiesWindow> properties_;
+    std::shared_ptr<NSPropertiesWindow> properties_;
+    unsigned propertiesWindows_ = 0;  ///< shown so far
     std::set<WebView> loadedWebsites_;
     /// Holds nothing once the object is gone.
     const std::shared_ptr<AppDelegate*> self_;

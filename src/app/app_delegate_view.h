@@ -1,7 +1,12 @@
 // app/app_delegate_view.h: what the application tells the front end that draws it. Main thread.
+//
+// Nothing is told while something is made: what is told can be asked about. A window with state of its own is
+// shown, changes, and is closed, in this order; its end is told also when the application ends, at which
+// nothing more can be asked of it.
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -40,7 +45,6 @@ class ShellView {
 
     /// Whether the front end has the layout at all.
     [[nodiscard]] virtual bool hasLayout(LibraryLayout) const { return true; }
-    virtual void setAutomaticUpdateChecks(bool) {}
     virtual void setWindowAppearance(WindowAppearance) {}
     /// The picture's path: the window's background, the action and trailer buttons, the grid's bottom button.
     virtual void setThemeImage(ThemeImage, const std::string&) {}
@@ -61,14 +65,17 @@ class ShellView {
     virtual void rankingsChanged(NSRankingList::TableType) {}
     virtual void preferencesChanged() {}
     virtual void appsFoldersChanged() {}
-    virtual void propertiesChanged() {}
     virtual void updateDockInGridView() {}
     virtual void webViewZoomChanged() {}
 
     virtual void showWindow(const NSDescriptionView::HtmlWindow&) {}
-    virtual void showVotingPanel(NSVotingPanel&) {}
-    /// Lives until the properties of another item are shown.
-    virtual void showProperties(NSPropertiesWindow&) {}
+    /// To be kept by the front end for as long as it uses it; another panel first closes this one.
+    virtual void showVotingPanel(const std::shared_ptr<NSVotingPanel>&) {}
+    virtual void votingPanelClosed() {}
+    /// The same.
+    virtual void showProperties(const std::shared_ptr<NSPropertiesWindow>&) {}
+    virtual void propertiesChanged() {}
+    virtual void propertiesClosed() {}
     virtual void beep() {}
     /// A port that was opened or made from the menu is finished and in the library.
     virtual void portInstalled(const std::string&) {}

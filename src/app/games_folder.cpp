@@ -9,6 +9,7 @@
 #include "foundation/localization.h"
 #include "foundation/settings_keys.h"
 #include "foundation/tasks.h"
+#include "foundation/threads.h"
 #include "library/apps_array.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -101,7 +102,8 @@ void createOrFixGamesFolder() {
     }
     if (!MVFileManager::directoryExistsAtPath(gamesFolder())) {
         createFolder(gamesFolder());
-        unpackIcon();
+        MVThread::dispatchQueueWithName("app.morvane.gamesFolderIcon", Priority::normal, Concurrent::no,
+                                        unpackIcon);
     }
     const std::string localizations = gamesFolder() + ".localized";
     createFolder(localizations);

@@ -144,7 +144,7 @@ std::vector<NSHelpTab::Line> NSHelpTab::computerSpecifications() {
                                                         computer::graphicCardMemorySize().value_or("?")})});
     lines.push_back({"RAM Memory: ", hardware("Memory")});
     lines.push_back({"Disk Size: ", computer::diskSize()});
-    lines.push_back({"macOS Version: ", computer::macOsVersion()});
+    if (const auto system = computer::systemName()) lines.push_back({"macOS Version: ", *system});
     return lines;
 }
 
@@ -169,6 +169,8 @@ const std::optional<std::string>& NSHelpTab::determinateMacCompleteModel() {
         const auto& report = hardwareReport();
         model_ = modelOfSerialNumber(NSComputerInformation::valueInReport("Serial Number (system)", report));
     }
+    // A machine that is no Mac.
+    if (!*model_) model_ = NSComputerInformation::machineModel();
     return *model_;
 }
 

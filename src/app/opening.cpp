@@ -174,7 +174,10 @@ std::vector<std::string> AppDelegate::applicationDockMenu() const {
 
 bool AppDelegate::launchLocalGameAction(std::size_t tag) {
     const auto& items = apps_.localAppsArray();
-    return tag < items.size() && shouldRunGameAtPath(items[tag].path);
+    if (tag >= items.size()) return false;
+    // A copy: while something is asked about the item, the list may change.
+    const std::string path = items[tag].path;
+    return shouldRunGameAtPath(path);
 }
 
 // ---- Links
@@ -221,11 +224,11 @@ void AppDelegate::showDescriptionOfTheFirstGameListedInThatPage(const std::strin
             }
             const auto entry = NSGameData::initWithDictionary(line);
             onDelegate(self, [entry](AppDelegate& app) {
-                app.gamePage_.setGameData(entry, [&app] {
+                app.gamePage_.setGameData(entry, [&app, entry] {
                     app.progress_->closeCreatingPort(CreatingPort::no);
                     if (app.layout_ == LibraryLayout::grid) app.view_.showGamePage();
                     app.showMorvaneTab(MorvaneTab::library);
-                    app.gamePage_.installGame();
+                    app.gamePage_.installGame(entry);
                 });
             });
         });

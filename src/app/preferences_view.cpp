@@ -60,7 +60,6 @@ NSPreferencesView::NSPreferencesView(Callbacks callbacks) : callbacks_(std::move
     for (const ThemeFile& file : themeFiles) {
         shown_.themeImages[static_cast<std::size_t>(file.image)] = themeImageNamed(file.name);
     }
-    tellChanged();
 }
 
 void NSPreferencesView::tellChanged() const {

@@ -46,7 +46,7 @@ class NSPreferencesView {
     struct Callbacks {
         /// The window shows something else now.
         std::function<void()> changed;
-        /// The self-updater's automatic checks are on or off from now on.
+        /// The look for updates is on or off from now on.
         std::function<void(bool on)> automaticallyChecksForUpdates;
         /// "UpdateDockInGridView": the grid shows or hides its shelf.
         std::function<void()> updateDockInGridView;
@@ -54,7 +54,7 @@ class NSPreferencesView {
         std::function<void()> webViewZoomChanged;
     };
 
-    /// `awakeFromNib`. Writes missing defaults and fills the window.
+    /// `awakeFromNib`. Writes missing defaults and fills the window, without a word.
     explicit NSPreferencesView(Callbacks callbacks);
 
     [[nodiscard]] const Shown& shown() const { return shown_; }

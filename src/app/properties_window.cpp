@@ -181,7 +181,6 @@ std::optional<Failure> NSPropertiesWindow::setDataFromWrapperAtPath(const std::s
     if (const auto description = descriptionFile(wrapperPath_ + layout::descriptionCkii))
         shown_.description = descriptionIn(*description);
     filled_ = shown_;
-    tellChanged();
     return std::nullopt;
 }
 
@@ -475,6 +474,7 @@ bool NSPropertiesWindow::moveTo(const std::string& location) {
         if (callbacks_.addToLibrary) callbacks_.addToLibrary(now);
     }
     static_cast<void>(setDataFromWrapperAtPath(now));
+    tellChanged();
     if (callbacks_.reloadItem) callbacks_.reloadItem(now);
     return moved;
 }

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <cmath>
+#include <ctime>
 #include <limits>
 
 #include "foundation/file_manager.h"
@@ -37,7 +39,8 @@ constexpr std::array list{
     Setting{offeredGamesFolder, Kind::flag, "the games folder was offered"},
     Setting{lastRunningDay, Kind::date, "the last day on which the application ran"},
     Setting{runningDaysCounter, Kind::integer, "days on which the application ran", 0, mostDays},
-    Setting{automaticUpdates, Kind::flag, "look for updates of the application"},
+    Setting{automaticUpdates, Kind::flag, "look for a newer version of the application, once a day"},
+    Setting{lastUpdateCheck, Kind::date, "the last day on which a newer version was looked for"},
     Setting{webAutomaticSpellingCorrection, Kind::boolean, "web pages correct the spelling by themselves"},
     Setting{caskerySite, Kind::text, "address of the engines and wrappers; none: the embedded site"},
     Setting{catalogueSite, Kind::text, "address of the catalogue; none: the embedded one"},
@@ -87,6 +90,24 @@ bool isKeptByTheApplication(Kind kind) {
 bool readsAsTrueWhenAbsent(const Setting& setting) {
     return std::string_view(setting.key) == automaticallySendCrashLogs ||
            std::string_view(setting.key) == automaticUpdates;
+}
+
+constexpr double from1970To2001 = 978307200;
+
+Date now() {
+    const std::chrono::duration<double> since1970 = std::chrono::system_clock::now().time_since_epoch();
+    return {since1970.count() - from1970To2001};
+}
+
+/// "2016-03-05": the user's calendar day; empty for a time of no calendar.
+std::string dayOf(const Date& date) {
+    constexpr double longest = 1e12;
+    if (!(std::abs(date.secondsSince2001) < longest)) return "";
+    const auto time = static_cast<std::time_t>(std::floor(date.secondsSince2001 + from1970To2001));
+    std::tm local{};
+    std::array<char, 32> text{};
+    if (localtime_r(&time, &local) == nullptr) return "";
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d", &local)};
 }
 
 }  // namespace
@@ -164,6 +185,17 @@ Value reading(const Setting& setting) {
         default:
             return stored.value_or(Value());
     }
+}
+
+bool isFirstOfDay(const char* key) {
+    const Date today = now();
+    bool isNew = false;
+    const bool isStored = host().defaults.update(key, [&](const std::optional<Value>& last) {
+        const Date* day = last ? last->as<Date>() : nullptr;
+        isNew = day == nullptr || dayOf(*day) != dayOf(today);
+        return isNew ? std::optional<Value>(today) : last;
+    });
+    return isStored && isNew;
 }
 
 std::int64_t integer(const char* key) {

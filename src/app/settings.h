@@ -36,5 +36,8 @@ struct Setting {
 /// The stored number: of a text its leading digits, of a real its whole part, of a boolean 0 or 1; 0 when
 /// absent.
 [[nodiscard]] std::int64_t integer(const char* key);
+/// Whether the date under the key is of another day than today, the user's calendar day; it is today's then.
+/// Of several processes, one sees the new day. False when the date can't be stored.
+[[nodiscard]] bool isFirstOfDay(const char* key);
 
 }  // namespace morvane::settings

@@ -2,15 +2,11 @@
 
 #include "app/start_up.h"
 
-#include <array>
-#include <chrono>
-#include <cmath>
-#include <ctime>
-
 #include "app/app_delegate.h"
 #include "app/crash_reports.h"
 #include "app/games_folder.h"
 #include "app/settings.h"
+#include "app/update_check.h"
 #include "foundation/alerts.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
@@ -31,37 +27,7 @@ namespace morvane {
 namespace {
 
 constexpr const char* wellKnownHost = "example.com";
-constexpr double from1970To2001 = 978307200;
 constexpr std::int64_t dayOfTheFeedbackQuestion = 5;
-
-Date now() {
-    const std::chrono::duration<double> since1970 = std::chrono::system_clock::now().time_since_epoch();
-    return {since1970.count() - from1970To2001};
-}
-
-/// "2016-03-05": the user's calendar day; empty for a time of no calendar.
-std::string dayOf(const Date& date) {
-    constexpr double longest = 1e12;
-    if (!(std::abs(date.secondsSince2001) < longest)) return "";
-    const auto time = static_cast<std::time_t>(std::floor(date.secondsSince2001 + from1970To2001));
-    std::tm local{};
-    std::array<char, 32> text{};
-    if (localtime_r(&time, &local) == nullptr) return "";
-    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d", &local)};
-}
-
-/// Whether today is a new day, which is then the last one. Of several processes, one sees it.
-bool isFirstRunOfDay() {
-    const Date today = now();
-    bool isNew = false;
-    const bool isStored =
-        host().defaults.update(settings::lastRunningDay, [&](const std::optional<Value>& last) {
-            const Date* day = last ? last->as<Date>() : nullptr;
-            isNew = day == nullptr || dayOf(*day) != dayOf(today);
-            return isNew ? std::optional<Value>(today) : last;
-        });
-    return isStored && isNew;
-}
 
 void askForFeedback() {
     constexpr double width = 340, height = 90;
@@ -115,7 +81,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 }
 
 void AppDelegate::checkIfShouldAutomaticallyCheckForUpdates() {
-    view_.setAutomaticUpdateChecks(host().defaults.getBool(settings::automaticUpdates, true));
+    update_check::lookForUpdate();
 }
 
 void AppDelegate::checkIfFnToggleIsEnabled() {
@@ -209,7 +175,9 @@ void AppDelegate::webPageLoaded() {
 
 void AppDelegate::recordRunningDay() {
     MVThread::dispatchQueueWithName("app.morvane.recordRunningDay", Priority::normal, Concurrent::no, [] {
-        if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) || !isFirstRunOfDay()) return;
+        if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) ||
+            !settings::isFirstOfDay(settings::lastRunningDay))
+            return;
         const std::int64_t days = settings::integer(settings::runningDaysCounter) + 1;
         host().defaults.set(settings::runningDaysCounter, days);
         if (days == dayOfTheFeedbackQuestion) askForFeedback();

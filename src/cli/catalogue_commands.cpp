@@ -84,24 +84,24 @@ int installFromCatalogue(Session& session, std::int64_t id, const std::string& s
     GamePage page(session, GamePage::Details::no);
     const auto target = to.empty() ? std::nullopt : std::optional(expandedPath(to));
     const int ended = page.open(id, [&](NSDescriptionView& view) {
-        const NSGameData& game = *view.gameData();
-        if (game.isGameNative) {
-            view.openBuyingLinkForNativeGame();
-            return session.fail(cellText(game.gameName) +
+        const auto game = view.gameData();
+        if (game->isGameNative) {
+            NSDescriptionView::openBuyingLinkForNativeGame(game);
+            return session.fail(cellText(game->gameName) +
                                 " is a native game: it is bought, and not installed here.");
         }
-        if (!source.empty() && !isSourceOf(session, game, source)) return int{failed};
+        if (!source.empty() && !isSourceOf(session, *game, source)) return int{failed};
         if (!WrapperCreation::doYouAgreeWithTheLicenseAgreement()) return int{failed};
         if (source.empty()) {
-            view.chooseDownloadSource(target);
+            view.chooseDownloadSource(game, target);
         } else {
-            view.downloadCkiOfSourceWithName(source, target);
+            view.downloadCkiOfSourceWithName(game, source, target);
         }
         return int{done};
     });
     // What was installed is shown afterwards. An error after which the installation went on is no failure of
     // it.
-    const auto& game = page.view().gameData();
+    const auto game = page.view().gameData();
     const bool installed = game && !game->isGameInTheServer;
     if (ended != done && !(ended == failed && installed)) return ended;
     return finished(session, installed ? game->gamePath : "");
@@ -109,15 +109,18 @@ int installFromCatalogue(Session& session, std::int64_t id, const std::string& s
 
 int rateCatalogueEntry(Session& session, std::int64_t id, int stars) {
     GamePage page(session, GamePage::Details::no);
-    return page.open(id, [&](NSDescriptionView& view) {
-        view.rateGame();
-        NSVotingPanel* panel = view.votingPanel();
-        if (panel == nullptr) return session.fail("That port can't be rated.");
-        session.console().say(cellText(panel->title()));
-        panel->clickStar(stars);
-        panel->applyVote();
+    bool canBeRated = false;
+    page.vote = [&](NSVotingPanel& panel) {
+        canBeRated = true;
+        session.console().say(cellText(panel.title()));
+        panel.clickStar(stars);
+        panel.applyVote();
+    };
+    const int ended = page.open(id, [](NSDescriptionView& view) {
+        view.rateGame(view.gameData());
         return int{done};
     });
+    return ended == done && !canBeRated ? session.fail("That port can't be rated.") : ended;
 }
 
 int listRankings(Session& session, const std::string& name) {
@@ -136,7 +139,7 @@ int listRankings(Session& session, const std::string& name) {
         {}};
     for (std::size_t index = 0; index < list.numberOfRows(); ++index) {
         const NSRankingList::Row& row = list.row(index);
-        table.rows.push_back({row.line.id, valueOf(row, type), row.line.name, row.line.creator});
+        table.rows.push_back({row.id, valueOf(row, type), row.name, row.creator});
     }
     printTable(session.console(), table);
     return ended;
@@ -148,10 +151,11 @@ int savePortFile(Session& session, std::int64_t id, const std::string& source, c
     if (!path.ends_with(".cki")) path += ".cki";
     if (files::kindOf(path) != files::Kind::none) return session.fail(path + " exists already.");
     const int ended = page.open(id, [&](NSDescriptionView& view) {
-        if (!isSourceOf(session, *view.gameData(), source)) return int{failed};
+        const auto game = view.gameData();
+        if (!isSourceOf(session, *game, source)) return int{failed};
         session.answers().addChoice("Save CKI at...", path);
         session.answers().addAnswer("Source", {source, {}});
-        view.downloadGameCKI();
+        view.downloadGameCKI(game);
         return int{done};
     });
     if (ended == done) session.console().print(path);

@@ -41,7 +41,7 @@ int play(Session& session, const std::string& app) {
     session.provideSite();
     GamePage page(session, GamePage::Details::no);
     return page.open(realPathOf(app), [](NSDescriptionView& view) {
-        view.playGame();
+        view.playGame(view.gameData());
         return int{done};
     });
 }
@@ -58,10 +58,13 @@ int installMod(Session& session, const std::string& app, const std::vector<std::
         session.answers().addChoices("Select the Mod/Patch file(s) and/or folder(s)", paths);
     }
     if (!to.empty()) session.answers().addChoice("Select the destination", to);
-    return session.untilIdle([&] {
-        NSDescriptionView::installModPatchAtWrapper(wrapper);
+    bool isInstalled = false;
+    const int ended = session.untilIdle([&] {
+        NSDescriptionView::installModPatchAtWrapper(wrapper,
+                                                    [&](bool installed) { isInstalled = installed; });
         return int{done};
     });
+    return ended == done && !isInstalled ? session.fail("Nothing was installed.") : ended;
 }
 
 int showDrive(Session& session, const std::string& app) {

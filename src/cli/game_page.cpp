@@ -7,22 +7,11 @@
 #include "cli/table.h"
 #include "foundation/network.h"
 #include "foundation/text.h"
-#include "foundation/threads.h"
-#include "library/catalogue_addresses.h"
 #include "platform/host.h"
 
 namespace morvane::cli {
 
 namespace {
-
-/// The list line of the port, asked for by its ID.
-std::optional<CatalogueLine> lineOf(std::int64_t id) {
-    const auto answer = catalogue::answerOf(catalogue::briefDescriptionAddress(std::to_string(id)));
-    if (!answer) return std::nullopt;
-    auto line = generateDictionaryForPortListLine(MVString::split(*answer, "<br>").front());
-    // Whatever page came instead has no line of that ID.
-    return line && line->id == id ? line : std::nullopt;
-}
 
 std::string kindOf(const NSGameData& game) {
     if (game.isBoxerGame) return "boxer";
@@ -50,8 +39,9 @@ NSDescriptionView::Callbacks GamePage::callbacks(Details details) {
     callbacks.showWindow = [this](const NSDescriptionView::HtmlWindow& window) {
         session_.console().say(window.link.empty() ? window.name : window.name + ": " + window.link);
     };
-    callbacks.addPort = [this](const std::string& path) {
-        MVThread::dispatchBlockInMainQueue([this, path] { apps_.addLocalPort(path, {}); });
+    callbacks.addPort = [this](const std::string& path) { apps_.addLocalPort(path, {}); };
+    callbacks.showVotingPanel = [this](const auto& panel) {
+        if (vote) vote(*panel);
     };
     callbacks.gameEnded = [this](int status) { gameStatus_ = status; };
     callbacks.missingApp = [this](const std::string& path) {
@@ -72,7 +62,7 @@ int GamePage::open(std::int64_t id, const std::function<int(NSDescriptionView&)>
     session_.provideSite();
     return run(action, [&] {
         if (!canReachCatalogue(session_)) return int{failed};
-        const auto line = lineOf(id);
+        const auto line = requestedLineOfID(id);
         if (!line) return session_.fail("The catalogue has no port of the ID " + std::to_string(id) + ".");
         view_.openCatalogueLine(*line);
         return int{done};
@@ -93,7 +83,8 @@ bool canReachCatalogue(Session& session) {
 }
 
 void printPage(Console& console, const NSDescriptionView& view, const std::string& path) {
-    const NSGameData& game = *view.gameData();
+    const auto shown = view.gameData();
+    const NSGameData& game = *shown;
     const auto list = [](const std::vector<std::string>& texts) {
         Array array;
         for (const std::string& text : texts) array.emplace_back(text);

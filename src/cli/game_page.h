@@ -24,6 +24,9 @@ class GamePage {
     int open(const std::string& path, const std::function<int(NSDescriptionView&)>& action);
     [[nodiscard]] const NSDescriptionView& view() const { return view_; }
 
+    /// What is done with a rating panel when one opens.
+    std::function<void(NSVotingPanel&)> vote;
+
   private:
     NSDescriptionView::Callbacks callbacks(Details details);
     int run(const std::function<int(NSDescriptionView&)>& action, const std::function<int()>& begin);

@@ -80,15 +80,19 @@ int addToLibrary(Session& session, const std::vector<std::string>& paths) {
 int removeFromLibrary(Session& session, const std::string& given, FromDisk fromDisk) {
     const std::string button = localized(fromDisk == FromDisk::yes ? "Remove from Disk" : "List Only");
     session.answers().addAnswer(localized("Remove App"), {.button = button, .text = std::nullopt});
-    return onLibrary(session, [&](NSAppsArray& apps, int& result) {
-        const std::string path = expandedPath(given);
+    const std::string path = expandedPath(given);
+    bool removed = false;
+    const int ended = onLibrary(session, [&](NSAppsArray& apps, int& result) {
         if (holds(apps, path)) {
-            NSAppsArray::shouldRemoveLocalPort(path, [&] { apps.removeLocalPort(path, {}); });
-            if (holds(apps, path)) result = session.fail(path + " was not removed.");
+            NSAppsArray::shouldRemoveLocalPort(path, [&apps, &removed, path] {
+                apps.removeLocalPort(path, {});
+                removed = !holds(apps, path);
+            });
         } else {
             result = session.fail(path + " is not in the library.");
         }
     });
+    return ended == done && !removed ? session.fail(path + " was not removed.") : ended;
 }
 
 int orderLibrary(Session& session, const std::string& order) {

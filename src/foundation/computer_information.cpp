@@ -11,6 +11,7 @@
 #include "foundation/localization.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
+#include "platform/files.h"
 #include "platform/host.h"
 #include "platform/property_list.h"
 
@@ -67,6 +68,41 @@ std::string readSystemVersion() {
     return version != nullptr ? *version : "";
 }
 
+/// The text of a file of the system, on one line; empty without one.
+std::string systemText(const std::string& path) {
+    const auto bytes = files::read(host().folders.systemRoot + path);
+    const auto* text = std::get_if<std::string>(&bytes);
+    return text != nullptr && MVString::isValidUtf8(*text) ? MVString::trimmed(*text) : "";
+}
+
+/// A field of the firmware's table, without what stands for none.
+std::string firmwareText(const char* field) {
+    static constexpr std::array fillers{"to be filled",   "system",  "default string", "not specified",
+                                        "not applicable", "unknown", "none",           "o.e.m."};
+    const std::string text = systemText(std::string("/sys/class/dmi/id/") + field);
+    const std::string words = MVString::lowercased(text) + " ";
+    const bool isFiller = std::ranges::any_of(
+        fillers, [&](const char* filler) { return words.starts_with(std::string(filler) + " "); });
+    return isFiller ? "" : text;
+}
+
+/// The value of a line `KEY="value"` of the system's description.
+std::string releaseValue(const std::string& release, const std::string& key) {
+    for (const std::string& line : MVString::split(release, "\n")) {
+        if (!line.starts_with(key + "=")) continue;
+        std::string value = MVString::trimmed(line.substr(key.size() + 1));
+        const bool isQuoted = value.size() > 1 && (value.front() == '"' || value.front() == '\'');
+        if (isQuoted && value.back() == value.front()) value = value.substr(1, value.size() - 2);
+        std::string text;
+        for (std::size_t at = 0; at < value.size(); ++at) {
+            if (value[at] == '\\' && at + 1 < value.size()) ++at;
+            text += value[at];
+        }
+        return text;
+    }
+    return "";
+}
+
 std::optional<std::string> property(std::string_view key) {
     const Dictionary card = graphicCardDictionary();
     const std::string* value = card.get<std::string>(key);
@@ -114,6 +150,29 @@ std::string macOsVersion() {
     MutexLock lock(cache.mutex);
     if (!cache.value.macOsVersion) cache.value.macOsVersion = readSystemVersion();
     return *cache.value.macOsVersion;
+}
+
+std::optional<std::string> machineModel() {
+    std::string model;
+    // Some makers put the name under which they sell it into the version.
+    for (const char* field : {"sys_vendor", "product_name", "product_version"}) {
+        const std::string text = firmwareText(field);
+        if (text.empty() || MVString::contains(model, text)) continue;
+        // A product that begins with its maker's name needs no other.
+        if (text.starts_with(model + " ")) model.clear();
+        model += (model.empty() ? "" : " ") + text;
+    }
+    return model.empty() ? std::nullopt : std::optional(model);
+}
+
+std::optional<std::string> systemName() {
+    if (std::string version = macOsVersion(); !version.empty()) return version;
+    std::string release = systemText("/etc/os-release");
+    if (release.empty()) release = systemText("/usr/lib/os-release");
+    for (const char* key : {"PRETTY_NAME", "NAME"}) {
+        if (std::string name = releaseValue(release, key); !name.empty()) return name;
+    }
+    return std::nullopt;
 }
 
 bool isSystemMacOsEqualOrSuperiorTo(std::string_view version) {

@@ -24,6 +24,13 @@ namespace morvane::NSComputerInformation {
 /// `isSystemMacOsEqualOrSuperiorTo:`.
 [[nodiscard]] bool isSystemMacOsEqualOrSuperiorTo(std::string_view version);
 
+/// What the machine's firmware says of its maker and product; nothing where it says nothing, or only what
+/// makers leave there unfilled.
+[[nodiscard]] std::optional<std::string> machineModel();
+/// `macOsVersion`, or the name of the system that is none: "Debian GNU/Linux 12 (bookworm)". Nothing when
+/// neither is known.
+[[nodiscard]] std::optional<std::string> systemName();
+
 /// What `system_profiler SPHardwareDataType` prints; not kept.
 [[nodiscard]] std::string hardwareReport();
 /// The value behind "label: " in a report, up to the line break; empty when it has none.

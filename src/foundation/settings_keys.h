@@ -30,6 +30,7 @@ inline constexpr const char* offeredGamesFolder = "Offered Games folder";   ///<
 inline constexpr const char* lastRunningDay = "Last running day";           ///< date
 inline constexpr const char* runningDaysCounter = "Running days counter";   ///< integer; absent: 0
 inline constexpr const char* automaticUpdates = "SUEnableAutomaticChecks";  ///< boolean; absent: yes
+inline constexpr const char* lastUpdateCheck = "Last update check";         ///< date
 
 /// Base addresses that replace the embedded site and catalogue; the environment goes before them.
 inline constexpr const char* caskerySite = "Caskery Site";

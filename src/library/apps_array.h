@@ -101,11 +101,11 @@ class NSAppsArray {
     /// `moveLocalPortAtIndex:toIndex:`. Nothing for an index that is not in the list as loaded.
     void moveLocalPortAtIndex(std::size_t from, std::size_t to);
 
-    /// `shouldRemoveLocalPort:withAction:`. Asks; the action runs on the calling thread. From the disk goes
-    /// what lies at the path, a link itself. Only what ends in ".app" or ".boxer" is ever removed, and never
-    /// the home folder, a folder above it or a path that is not plain: that is told, and the action runs
-    /// all the same.
-    static void shouldRemoveLocalPort(const std::string& path, const std::function<void()>& action);
+    /// `shouldRemoveLocalPort:withAction:`. Asks; the action runs on the main thread: for the list only at
+    /// once, else when the background has deleted what is to go. From the disk goes what lies at the path, a
+    /// link itself. Only what ends in ".app" or ".boxer" is ever removed, and never the home folder, a folder
+    /// above it or a path that is not plain: that is told, and the action runs all the same.
+    static void shouldRemoveLocalPort(const std::string& path, std::function<void()> action);
     /// The library's add action: the chooser, then each chosen application is added (the completion follows
     /// each) and each port description goes to `installCki`.
     void addByHand(const std::function<void(const std::string& cki)>& installCki,

@@ -6,6 +6,7 @@
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "foundation/text.h"
+#include "foundation/threads.h"
 #include "library/apps_array.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -44,7 +45,7 @@ void deleteFromDisk(const std::string& path) {
 
 }  // namespace
 
-void NSAppsArray::shouldRemoveLocalPort(const std::string& path, const std::function<void()>& action) {
+void NSAppsArray::shouldRemoveLocalPort(const std::string& path, std::function<void()> action) {
     enum Button : std::size_t { listOnly, fromDisk };
     Dialog dialog;
     dialog.title = localized("Remove App");
@@ -60,8 +61,11 @@ void NSAppsArray::shouldRemoveLocalPort(const std::string& path, const std::func
             "Warning", "Fatal", false)) {
         return;
     }
-    deleteFromDisk(path);
-    action();
+    MVThread::dispatchQueueWithName("app.morvane.removeFromDisk", Priority::normal, Concurrent::no,
+                                    [path, action = std::move(action)] {
+                                        deleteFromDisk(path);
+                                        MVThread::dispatchBlockInMainQueue(action);
+                                    });
 }
 
 void NSAppsArray::addByHand(const std::function<void(const std::string& cki)>& installCki,

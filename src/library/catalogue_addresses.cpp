@@ -58,10 +58,19 @@ std::string instructionsAddress(std::string_view source) {
     return filled("%@?source=%@", {page("instructions.php"), MVString::stringToWebStructure(source)});
 }
 
+std::string versionAddress() {
+    return filled("%@files/version.txt", {host().sites.catalogue});
+}
+
 std::string voteAddress(std::string_view card, int rate, std::int64_t id) {
     return filled("%@?card=%@&rate=%ld&game=%ld",
                   {page("facebook/ratePort.php"), MVString::stringToWebStructure(card), std::to_string(rate),
                    std::to_string(id)});
+}
+
+bool isWebLink(const std::string& link) {
+    const auto parts = parseUrl(link);
+    return parts && (parts->scheme == "http" || parts->scheme == "https");
 }
 
 std::optional<std::string> answerOf(const std::string& address) {

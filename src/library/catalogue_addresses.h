@@ -21,8 +21,13 @@ namespace morvane::catalogue {
 [[nodiscard]] std::string downloadAddress(std::int64_t id, std::string_view source);
 /// The link of an instruction video.
 [[nodiscard]] std::string instructionsAddress(std::string_view source);
+/// The file that tells the application's newest version.
+[[nodiscard]] std::string versionAddress();
 /// The page on which the user votes.
 [[nodiscard]] std::string voteAddress(std::string_view card, int rate, std::int64_t id);
+
+/// Whether a link that a stranger has written may be followed: http and https only.
+[[nodiscard]] bool isWebLink(const std::string& link);
 
 /// The answer's bytes, whatever its status; nothing when there is none, when it is longer than any answer is,
 /// and when the server falls silent. Blocks.

@@ -13,9 +13,9 @@
 #include "foundation/settings_keys.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
+#include "library/catalogue_addresses.h"
 #include "platform/files.h"
 #include "platform/host.h"
-#include "platform/http.h"
 #include "platform/styled_text.h"
 #include "wrapper/layout.h"
 
@@ -86,10 +86,7 @@ std::optional<std::string> linkOfSource(const NSGameData& game, const std::strin
     if (!game.descriptionDictionary) return std::nullopt;
     const auto* link = game.descriptionDictionary->get<std::string>(filled("%@ Link", {source}));
     if (link == nullptr && source == "GOG") link = game.descriptionDictionary->get<std::string>("Gog Link");
-    if (link == nullptr) return std::nullopt;
-    const auto parts = parseUrl(*link);
-    const bool isWebLink = parts && (parts->scheme == "http" || parts->scheme == "https");
-    return isWebLink ? std::optional(*link) : std::nullopt;
+    return link != nullptr && catalogue::isWebLink(*link) ? std::optional(*link) : std::nullopt;
 }
 
 NSDescriptionView::NSDescriptionView(LibraryLayout layout, std::shared_ptr<NSProgressView> progress,
@@ -97,12 +94,12 @@ NSDescriptionView::NSDescriptionView(LibraryLayout layout, std::shared_ptr<NSPro
     : layout_(layout),
       progress_(std::move(progress)),
       callbacks_(std::move(callbacks)),
-      self_(std::make_shared<NSDescriptionView*>(this)) {
-    setNullGameData();
-}
+      page_(pageWithoutGame()),
+      self_(std::make_shared<NSDescriptionView*>(this)) {}
 
 NSDescriptionView::~NSDescriptionView() {
     *self_ = nullptr;
+    closeVotingPanel();
 }
 
 void NSDescriptionView::onPage(const std::shared_ptr<NSDescriptionView*>& self,
@@ -117,22 +114,34 @@ std::optional<std::string> NSDescriptionView::selectedGamePath() const {
 }
 
 void NSDescriptionView::openCatalogueLine(const CatalogueLine& line) {
+    openEntry(line.id, [line] { return line; });
+}
+
+void NSDescriptionView::openCatalogueID(std::int64_t id) {
+    openEntry(id, [id] { return requestedLineOfID(id); });
+}
+
+void NSDescriptionView::openEntry(std::int64_t id, std::function<std::optional<CatalogueLine>()> lineOf) {
     progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
     progress_->showCreatingPort(CreatingPort::no);
     MVThread::dispatchQueueWithName(
         "app.morvane.loadDescription", Priority::normal, Concurrent::no,
-        [self = self_, line, progress = progress_, click = ++clicks_] {
-            auto entry = NSGameData::bufferedEntry(line.id);
+        [self = self_, id, lineOf = std::move(lineOf), progress = progress_, click = ++clicks_] {
+            const auto failWith = [&](const char* error) {
+                progress->closeCreatingPort(CreatingPort::no);
+                MVAlert::showAlertErrorMessage(localized(error));
+            };
+            auto entry = NSGameData::bufferedEntry(id);
             if (!entry) {
                 if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) {
-                    progress->closeCreatingPort(CreatingPort::no);
-                    MVAlert::showAlertErrorMessage(localized(
+                    return failWith(
                         "An error occured while connecting to the database! Please, check your internet "
-                        "connection and try again later."));
-                    return;
+                        "connection and try again later.");
                 }
+                const auto line = lineOf();
+                if (!line) return failWith("Port not found!");
                 entry = NSGameData::initWithDictionary(line);
-                NSGameData::bufferEntry(line.id, entry);
+                NSGameData::bufferEntry(id, entry);
             }
             onPage(self, [entry, click](NSDescriptionView& page) {
                 // Who has clicked on something else meanwhile does not wait for this any more.
@@ -148,8 +157,10 @@ void NSDescriptionView::openCatalogueLine(const CatalogueLine& line) {
 void NSDescriptionView::openLocalItem(const std::string& path) {
     progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
     progress_->showCreatingPort(CreatingPort::no);
-    ++clicks_;
+    const unsigned click = ++clicks_;
     auto item = NSGameData::initWithPath(path);
+    // A description that can't be read is told, and something else may be clicked meanwhile.
+    if (click != clicks_) return;
     if (!item) {
         progress_->closeCreatingPort(CreatingPort::no);
         if (callbacks_.missingApp) callbacks_.missingApp(path);
@@ -161,7 +172,7 @@ void NSDescriptionView::openLocalItem(const std::string& path) {
     });
 }
 
-void NSDescriptionView::setGameData(std::shared_ptr<NSGameData> game, std::function<void()> blockInTheEnd) {
+void NSDescriptionView::setGameData(Game game, std::function<void()> blockInTheEnd) {
     if (!game) return;
     onPage(self_, [game, block = std::move(blockInTheEnd)](NSDescriptionView& page) {
         page.gameData_ = game;
@@ -171,7 +182,15 @@ void NSDescriptionView::setGameData(std::shared_ptr<NSGameData> game, std::funct
     if (callbacks_.pageChanged) loadDetails(std::move(game));
 }
 
-void NSDescriptionView::loadDetails(std::shared_ptr<NSGameData> game) {
+NSDescriptionView::Page NSDescriptionView::pageWithoutGame() {
+    Page page;
+    page.name = localized("Welcome to %@", {"Morvane"});
+    page.description = styledText(localized("Choose a game to see its page."));
+    page.descriptionSize = descriptionSize();
+    return page;
+}
+
+void NSDescriptionView::loadDetails(Game game) {
     // A server that does not answer must not keep the page from being shown: what comes from it follows.
     MVThread::dispatchQueueWithName(
         "app.morvane.loadPageDetails", Priority::normal, Concurrent::no,
@@ -203,11 +222,16 @@ void NSDescriptionView::loadDetails(std::shared_ptr<NSGameData> game) {
 
 void NSDescriptionView::setNullGameData() {
     gameData_.reset();
-    page_ = Page{};
-    page_.name = localized("Welcome to %@", {"Morvane"});
-    page_.description = styledText(localized("Choose a game to see its page."));
-    page_.descriptionSize = descriptionSize();
+    page_ = pageWithoutGame();
     if (callbacks_.pageChanged) callbacks_.pageChanged();
+}
+
+void NSDescriptionView::itemRemoved(const std::string& path) {
+    const auto shown = gameData_ && !gameData_->isGameInTheServer ? selectedGamePath() : std::nullopt;
+    if (!shown) return;
+    // A launcher in a wrapper that has only left the list is still there.
+    const bool isGone = shown->starts_with(path + "/") && !MVFileManager::fileExistsAtPath(*shown);
+    if (*shown == path || isGone) setNullGameData();
 }
 
 void NSDescriptionView::fillPage() {
@@ -238,10 +262,11 @@ void NSDescriptionView::fillPage() {
 
 void NSDescriptionView::flagsChanged(Shift shift) {
     shift_ = shift;
-    if (gameData_) titleActionButton();
+    titleActionButton();
 }
 
 void NSDescriptionView::titleActionButton() {
+    if (!gameData_) return;
     const NSGameData& game = *gameData_;
     // A local item is what is installed; what lies elsewhere under the same ID says nothing about it.
     const bool isInstalled =
@@ -287,34 +312,40 @@ void NSDescriptionView::openLinkForSourceButton(const std::string& source) const
 
 std::vector<NSDescriptionView::MenuItem> NSDescriptionView::moreMenu() {
     if (!gameData_) return {};
+    using View = NSDescriptionView;
     const NSGameData& game = *gameData_;
+    const auto item = [this](const std::string& title, bool enabled, void (View::*action)(const Game&)) {
+        // By the queue, which keeps the game: the menu may be made anew while the action asks something.
+        return MenuItem{title, enabled, [self = self_, game = gameData_, action] {
+                            onPage(self, [game, action](View& page) { (page.*action)(game); });
+                        }};
+    };
     if (game.isGameInTheServer) {
         std::vector<MenuItem> menu{
-            {actionButtonInstallStringForGameData(game), true, [this] { installGame(); }},
-            {localized("Download CKI"), !game.isGameNative, [this] { downloadGameCKI(); }},
-            {localized("Instructions"), true, [this] { watchInstructions(); }},
-            {localized("Watch Trailer"), true, [this] { playTrailer(); }}};
+            item(actionButtonInstallStringForGameData(game), true, &View::installGame),
+            item(localized("Download CKI"), !game.isGameNative, &View::downloadGameCKI),
+            item(localized("Instructions"), true, &View::watchInstructions),
+            item(localized("Watch Trailer"), true, &View::playTrailer)};
         if (!game.crossoverAlternative.empty()) {
-            menu.push_back(
-                {localized("CrossOver Alternative"), true, [this] { showCrossOverAlternative(); }});
+            menu.push_back(item(localized("CrossOver Alternative"), true, &View::showCrossOverAlternative));
         }
         return menu;
     }
     const bool isWrapper = MVFileManager::regularFileExistsAtPath(
         MVString::pathByAppendingCaskeryFrameworkBinToPortPath(game.gamePath));
-    return {{localized("Play"), true, [this] { playGame(); }},
-            {localized("Debug"), isWrapper, [this] { debugGame(); }},
-            {localized("Force Close"), true, [this] { forceCloseGame(); }},
-            {localized("Properties"), true, [this] { gameProperties(); }},
-            {localized("Install Mod/Patch"), isWrapper, [this] { installModPatch(); }},
-            {localized("Open C: Drive"), isWrapper, [this] { openC_Drive(); }},
-            {localized("Show in Finder"), true, [this] { showInFinder(); }},
-            {localized("Task Manager"), isWrapper, [this] { taskManager(); }},
-            {localized("Command Prompt"), isWrapper, [this] { commandPrompt(); }},
-            {localized("Registry Editor"), isWrapper, [this] { registryEditor(); }},
-            {localized("Wine Configuration"), isWrapper, [this] { wineConfiguration(); }},
-            {localized("Open Control App"), isWrapper, [this] { launchCaskery(); }},
-            {localized("Remove"), true, [this] { removeGame(); }}};
+    return {item(localized("Play"), true, &View::playGame),
+            item(localized("Debug"), isWrapper, &View::debugGame),
+            item(localized("Force Close"), true, &View::forceCloseGame),
+            item(localized("Properties"), true, &View::gameProperties),
+            item(localized("Install Mod/Patch"), isWrapper, &View::installModPatch),
+            item(localized("Open C: Drive"), isWrapper, &View::openC_Drive),
+            item(localized("Show in Finder"), true, &View::showInFinder),
+            item(localized("Task Manager"), isWrapper, &View::taskManager),
+            item(localized("Command Prompt"), isWrapper, &View::commandPrompt),
+            item(localized("Registry Editor"), isWrapper, &View::registryEditor),
+            item(localized("Wine Configuration"), isWrapper, &View::wineConfiguration),
+            item(localized("Open Control App"), isWrapper, &View::launchCaskery),
+            item(localized("Remove"), true, &View::removeGame)};
 }
 
 void NSDescriptionView::setTrailerViewSize(double width, double height) {

@@ -1,8 +1,13 @@
 // library/description_view.h: the page of one game: what it shows, and everything that its buttons and menus
 // do.
 //
-// Main thread. Long work runs on queues of its own and keeps to the game that was shown when it began.
-// Catalogue, wrapper and settings are read where a click needs them, so that the page is never stale.
+// Main thread, as are all callbacks. Long work runs on queues of its own, and ends without a word to a page
+// that is gone. Catalogue, wrapper and settings are read where a click needs them, so that the page is never
+// stale.
+//
+// While a question is open, anything may fill the page: an installation that ends, a link, a description that
+// was slow. So every action is given its game, which a button takes when it is clicked and a menu when it is
+// opened (`gameData`), and keeps to it through all its questions. Without a game nothing happens.
 #pragma once
 
 #include <array>
@@ -29,6 +34,9 @@ enum class LibraryLayout { grid, list };
 
 class NSDescriptionView {
   public:
+    /// A game as actions take it: theirs for as long as they need it, whatever the page shows.
+    using Game = std::shared_ptr<NSGameData>;
+
     /// A button for one source of the game.
     struct SourceIcon {
         std::string source;  ///< its tooltip
@@ -62,36 +70,45 @@ class NSDescriptionView {
     struct Callbacks {
         std::function<void()> pageChanged;
         std::function<void()> actionTitleChanged;
-        std::function<void()> selectPage;                     ///< shows the page's tab
-        std::function<void(const HtmlWindow&)> showWindow;    ///< opens the window, or fills it anew
-        std::function<void(NSVotingPanel&)> showVotingPanel;  ///< modal; lives until it closes itself
-        std::function<void(const std::string&)> addPort;      ///< to the library; any thread
-        std::function<void(const std::string&)> removePort;   ///< from the library
-        std::function<void(const std::string&)> missingApp;   ///< asks what became of it
-        std::function<void(const std::string&)> properties;   ///< opens the properties editor
-        std::function<void(int)> gameEnded;                   ///< with the exit status of its run
+        std::function<void()> selectPage;                   ///< shows the page's tab
+        std::function<void(const HtmlWindow&)> showWindow;  ///< opens the window, or fills it anew
+        /// Modal, until `votingPanelClosed`. Who calls it keeps it.
+        std::function<void(const std::shared_ptr<NSVotingPanel>&)> showVotingPanel;
+        std::function<void()> votingPanelClosed;
+        std::function<void(const std::string&)> addPort;     ///< to the library
+        std::function<void(const std::string&)> removePort;  ///< from the library
+        std::function<void(const std::string&)> missingApp;  ///< asks what became of it
+        std::function<void(const std::string&)> properties;  ///< opens the properties editor
+        std::function<void(int)> gameEnded;                  ///< with the exit status of its run
     };
 
+    /// A page without a game. It tells of nothing before the first operation.
     NSDescriptionView(LibraryLayout layout, std::shared_ptr<NSProgressView> progress, Callbacks callbacks);
     ~NSDescriptionView();
     NSDescriptionView(const NSDescriptionView&) = delete;
     NSDescriptionView& operator=(const NSDescriptionView&) = delete;
 
     [[nodiscard]] const Page& page() const { return page_; }
-    [[nodiscard]] const std::shared_ptr<NSGameData>& gameData() const { return gameData_; }
+    /// The shown game; null when there is none.
+    [[nodiscard]] Game gameData() const { return gameData_; }
     /// `selectedGamePath`.
     [[nodiscard]] std::optional<std::string> selectedGamePath() const;
 
     // Filling (description_view.cpp)
     /// A click on a line of the catalogue: its entry is looked up, or built in the background, and shown.
     void openCatalogueLine(const CatalogueLine& line);
+    /// A click on a port of which only the ID is known: its line is asked for first.
+    void openCatalogueID(std::int64_t id);
     /// A click on an item of the library.
     void openLocalItem(const std::string& path);
-    /// `setGameData:withBlockInTheEnd:`. Any thread; fills the page on the main queue and calls the block
-    /// there. Icon and ratings follow from the background, where somebody is told of the page's changes.
-    void setGameData(std::shared_ptr<NSGameData> game, std::function<void()> blockInTheEnd);
+    /// `setGameData:withBlockInTheEnd:`. Fills the page by the main queue and calls the block there. Icon and
+    /// ratings follow from the background, where somebody is told of the page's changes.
+    void setGameData(Game game, std::function<void()> blockInTheEnd);
     /// `setNullGameData`.
     void setNullGameData();
+    /// The item is gone from the library: a page that shows it, or something that has gone with it, shows
+    /// no game any more.
+    void itemRemoved(const std::string& path);
     /// `flagsChanged:`. Re-titles the action button.
     void flagsChanged(Shift shift);
     /// `actionButtonInstallStringForGameData:`, `actionButtonInstallStringForGameWithID:andDependencyID:`.
@@ -102,26 +119,27 @@ class NSDescriptionView {
     [[nodiscard]] static std::vector<SourceIcon> setSourceIcons(const std::vector<std::string>& sources);
     /// `openLinkForSourceButton:`.
     void openLinkForSourceButton(const std::string& source) const;
-    /// The "More" menu of a catalogue entry; the item's menu of a local one.
+    /// The "More" menu of a catalogue entry; the item's menu of a local one. Its actions are for the game
+    /// that is shown now, and follow by the main queue.
     [[nodiscard]] std::vector<MenuItem> moreMenu();
 
     // Getting a port (game_installation.cpp)
     /// A click on the action button: plays a local item, and installs, buys or saves a catalogue entry.
     void clickAction();
     /// `installGame:`.
-    void installGame();
+    void installGame(const Game& game);
     /// `runOrInstallGame`.
-    void runOrInstallGame();
+    void runOrInstallGame(const Game& game);
     /// `chooseDownloadSource`.
-    void chooseDownloadSource(const std::optional<std::string>& target = {});
+    void chooseDownloadSource(const Game& game, const std::optional<std::string>& target = {});
     /// `shouldInstallGameOrOpenLinkOfGame:ofSource:`.
-    bool shouldInstallGameOrOpenLinkOfGame(const NSGameData& game, const std::string& source);
+    bool shouldInstallGameOrOpenLinkOfGame(const Game& game, const std::string& source);
     /// `openBuyingLinkForNativeGame`.
-    void openBuyingLinkForNativeGame();
+    static void openBuyingLinkForNativeGame(const Game& game);
     /// `downloadGameCKI:`. Asks where to, and for the source.
-    void downloadGameCKI();
+    void downloadGameCKI(const Game& game);
     /// `downloadCkiOfSourceWithName:`. Asks where to, unless `target` says it.
-    void downloadCkiOfSourceWithName(const std::string& source,
+    void downloadCkiOfSourceWithName(const Game& game, const std::string& source,
                                      const std::optional<std::string>& target = {});
     /// `pathForDownloadedCkiOfGame:ofSource:`. The folder is made when it is missing; nothing after a
     /// reported failure.
@@ -134,7 +152,7 @@ class NSDescriptionView {
 
     // Actions on an installed game (game_actions.cpp)
     /// `playGame:`.
-    void playGame();
+    void playGame(const Game& game);
     /// `updateAndRunWrapper:`.
     void updateAndRunWrapper(const std::string& path);
     /// `updateWrapper:`. Runs it afterwards, unless the user has cancelled the update.
@@ -142,45 +160,46 @@ class NSDescriptionView {
     /// `runWrapper:withBinaryAtPath:`.
     void runWrapper(const std::string& wrapper, const std::string& binary);
     /// `debugGame:`, `runDebugModeOfWrapper:`.
-    void debugGame();
-    void runDebugModeOfWrapper(const std::string& wrapper);
-    /// `forceCloseGame:`.
-    void forceCloseGame();
-    /// `removeGame:`.
-    void removeGame();
+    void debugGame(const Game& game);
+    static void runDebugModeOfWrapper(const std::string& wrapper);
+    /// `forceCloseGame:`. Asks, and returns at once.
+    void forceCloseGame(const Game& game);
+    /// `removeGame:`. Asks, and deletes in the background. The page shows no game any more once it is gone.
+    void removeGame(const Game& game);
     /// `showInFinder:`.
-    void showInFinder() const;
+    void showInFinder(const Game& game);
     /// `gameProperties:`.
-    void gameProperties();
+    void gameProperties(const Game& game);
     /// `openC_Drive:`.
-    void openC_Drive() const;
+    void openC_Drive(const Game& game);
     /// `launchCaskery:`.
-    void launchCaskery() const;
+    void launchCaskery(const Game& game);
     /// `runSelectedWrapperWithFlag:`, and the four tools.
-    void runSelectedWrapperWithFlag(const std::string& flag);
-    void taskManager() { runSelectedWrapperWithFlag("CKS-taskmgr"); }
-    void commandPrompt() { runSelectedWrapperWithFlag("CKS-cmd"); }
-    void registryEditor() { runSelectedWrapperWithFlag("CKS-regedit"); }
-    void wineConfiguration() { runSelectedWrapperWithFlag("CKS-winecfg"); }
-    /// `installModPatch:`, `installModPatchAtWrapper:`.
-    void installModPatch();
-    static void installModPatchAtWrapper(const std::string& wrapper);
-    /// `copyFiles:toFolder:`. A file over a folder, a folder over a file and an item onto itself are refused
-    /// with a message; nothing is deleted then.
-    static void copyFiles(const std::vector<std::string>& paths, const std::string& folder);
+    static void runSelectedWrapperWithFlag(const Game& game, const std::string& flag);
+    void taskManager(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-taskmgr"); }
+    void commandPrompt(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-cmd"); }
+    void registryEditor(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-regedit"); }
+    void wineConfiguration(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-winecfg"); }
+    /// `installModPatch:`, `installModPatchAtWrapper:`. Asks, and installs in the background. The completion
+    /// comes on the main thread: whether something was installed, as far as that is known.
+    void installModPatch(const Game& game);
+    static void installModPatchAtWrapper(const std::string& wrapper,
+                                         std::function<void(bool installed)> completion);
+    /// `copyFiles:toFolder:`. Any thread; blocks. A file over a folder, a folder over a file and an item onto
+    /// itself are refused with a message; nothing is deleted then. Whether everything is there but for what
+    /// the user has declined.
+    static bool copyFiles(const std::vector<std::string>& paths, const std::string& folder);
 
     // Watching and rating (game_actions.cpp)
-    /// `rateGame:`.
-    void rateGame();
-    /// The panel that `rateGame` has opened, until it closes.
-    [[nodiscard]] NSVotingPanel* votingPanel() const { return votingPanel_.get(); }
+    /// `rateGame:`. The panel comes once the graphics card is known; it takes the place of one that is open.
+    void rateGame(const Game& game);
     /// `playTrailer:`.
-    void playTrailer();
+    void playTrailer(const Game& game);
     /// `watchInstructions:`, `watchInstructionsForSource:`.
-    void watchInstructions();
-    void watchInstructionsForSource(const std::string& source);
+    void watchInstructions(const Game& game);
+    void watchInstructionsForSource(const Game& game, const std::string& source);
     /// `showCrossOverAlternative:`.
-    void showCrossOverAlternative();
+    void showCrossOverAlternative(const Game& game);
     /// The size of the view in which pages play, in points; 0 by 0 while there is none.
     void setTrailerViewSize(double width, double height);
 
@@ -188,22 +207,29 @@ class NSDescriptionView {
     /// Later on the main thread, unless the page is gone by then.
     static void onPage(const std::shared_ptr<NSDescriptionView*>& self,
                        std::function<void(NSDescriptionView&)> work);
+    /// Shows the entry of that ID, which is built from the line where it is not known yet. The line may be
+    /// asked for: it is called in the background.
+    void openEntry(std::int64_t id, std::function<std::optional<CatalogueLine>()> line);
     void fillPage();
+    [[nodiscard]] static Page pageWithoutGame();
     /// What may take long: the grid's trailer, the icon and the ratings.
-    void loadDetails(std::shared_ptr<NSGameData> game);
+    void loadDetails(Game game);
     void titleActionButton();
     /// `downloadCkiFromSource:toInstallAtPath:`.
-    void downloadCkiFromSource(const std::string& source, const std::string& target);
+    void downloadCkiFromSource(const Game& game, const std::string& source, const std::string& target);
     /// `installCkiAtPath:atPath:`. A worker. What is to be replaced is back in its place after a failure.
     static bool installCkiAtPath(const std::string& cki, const std::string& target, const NSGameData& game,
                                  WrapperCreation& creation);
+    void openVotingPanel(const NSGameData& game, const std::string& card);
+    void closeVotingPanel();
     void showWindow(const std::string& name, const std::string& html, const std::string& link) const;
 
     const LibraryLayout layout_;
     const std::shared_ptr<NSProgressView> progress_;
     const Callbacks callbacks_;
-    std::shared_ptr<NSGameData> gameData_;
+    Game gameData_;
     std::shared_ptr<NSVotingPanel> votingPanel_;
+    unsigned votingPanels_ = 0;  ///< opened so far
     Page page_;
     Shift shift_ = Shift::up;
     unsigned clicks_ = 0;  ///< on items; the last one is what is shown in the end

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "building/outdated_wrapper.h"
 #include "building/wrapper_creation.h"
@@ -19,7 +20,6 @@
 #include "library/description_view.h"
 #include "platform/files.h"
 #include "platform/host.h"
-#include "platform/http.h"
 #include "platform/workspace.h"
 #include "wrapper/archive_tools.h"
 #include "wrapper/launch_problem.h"
@@ -90,32 +90,38 @@ std::optional<int> runDebugModeAndShowLogs(const std::string& wrapper, bool isGa
     return status;
 }
 
-void reportClash(const std::string& name, const std::string& folder) {
-    MVAlert::showAlertErrorMessage(
+bool reported(const std::string& message) {
+    MVAlert::showAlertErrorMessage(message);
+    return false;
+}
+
+bool reportClash(const std::string& name, const std::string& folder) {
+    return reported(
         localized("%@ can't be copied to %@: a file and a folder can't replace each other.", {name, folder}));
 }
 
 /// The old file goes when the new one is there.
-void replaceFile(const std::string& source, const std::string& destination) {
+bool replaceFile(const std::string& source, const std::string& destination) {
     const std::string previous = destination + ".morvane-previous";
-    if (!MVFileManager::moveItemAtPath(destination, previous)) return;
+    if (!MVFileManager::moveItemAtPath(destination, previous)) return false;
     if (archives::copyWhole(source, destination)) {
         MVFileManager::removeItemAtPath(previous);
-    } else {
-        MVFileManager::moveItemAtPath(previous, destination);
+        return true;
     }
+    MVFileManager::moveItemAtPath(previous, destination);
+    return false;
 }
 
-void copyItem(const std::string& source, const std::string& folder) {
+/// Whether the item is there then, or the user wants to keep what was there before.
+bool copyItem(const std::string& source, const std::string& folder) {
     const std::string name = files::lastComponent(source);
-    if (name.starts_with(".")) return;
+    if (name.starts_with(".")) return true;
     const std::string destination = files::join(folder, name);
     const auto kind = files::kindBehind(source), there = files::kindBehind(destination);
     if (kind == files::Kind::folder && files::kindOf(source) == files::Kind::folder) {
         if (there != files::Kind::none && there != files::Kind::folder) return reportClash(name, folder);
         const auto contents = files::list(source);
-        if (const Failure* failure = failureOf(contents))
-            return MVAlert::showAlertErrorMessage(failure->message);
+        if (const Failure* failure = failureOf(contents)) return reported(failure->message);
         std::vector<std::string> paths;
         for (const std::string& each : std::get<std::vector<std::string>>(contents)) {
             paths.push_back(files::join(source, each));
@@ -123,16 +129,14 @@ void copyItem(const std::string& source, const std::string& folder) {
         return NSDescriptionView::copyFiles(paths, destination);
     }
     if (files::kindOf(destination) == files::Kind::none) {
-        MVFileManager::copyItemAtPath(source, destination);
-        return;
+        return MVFileManager::copyItemAtPath(source, destination);
     }
     if (there == files::Kind::folder) return reportClash(name, folder);
-    if (MVAlert::showBooleanAlertMessage(
-            localized("There is already a file called %@ in the %@ folder. Do you want to replace it?",
-                      {name, folder}),
-            "Warning", false)) {
-        replaceFile(source, destination);
-    }
+    const bool replaces = MVAlert::showBooleanAlertMessage(
+        localized("There is already a file called %@ in the %@ folder. Do you want to replace it?",
+                  {name, folder}),
+        "Warning", false);
+    return !replaces || replaceFile(source, destination);
 }
 
 /// The number of the page's button for the CrossOver product; empty when there is none.
@@ -147,15 +151,14 @@ std::string crossTieOf(const std::string& page) {
     return isPlain ? tie : "";
 }
 
-bool isWebLink(const std::string& link) {
-    const auto parts = parseUrl(link);
-    return parts && (parts->scheme == "http" || parts->scheme == "https");
+std::optional<std::string> pathOf(const NSDescriptionView::Game& game) {
+    return game ? std::optional(game->gamePath) : std::nullopt;
 }
 
 }  // namespace
 
-void NSDescriptionView::playGame() {
-    if (gameData_) updateAndRunWrapper(gameData_->gamePath);
+void NSDescriptionView::playGame(const Game& game) {
+    if (game) updateAndRunWrapper(game->gamePath);
 }
 
 void NSDescriptionView::updateAndRunWrapper(const std::string& path) {
@@ -225,7 +228,7 @@ void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string
         }
         switches = isFlagSet(settings.plistObjectForKey("IsFnToggleEnabled"));
     }
-    if (isGalaxy) {
+    if (isGalaxy && selectedGamePath() == wrapper) {
         page_.actionTitle = MVString::uppercased(localized("Play"));
         if (callbacks_.actionTitleChanged) callbacks_.actionTitleChanged();
     }
@@ -248,8 +251,8 @@ void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string
     });
 }
 
-void NSDescriptionView::debugGame() {
-    if (const auto path = selectedGamePath()) runDebugModeOfWrapper(*path);
+void NSDescriptionView::debugGame(const Game& game) {
+    if (const auto path = pathOf(game)) runDebugModeOfWrapper(*path);
 }
 
 void NSDescriptionView::runDebugModeOfWrapper(const std::string& wrapper) {
@@ -261,9 +264,9 @@ void NSDescriptionView::runDebugModeOfWrapper(const std::string& wrapper) {
                  [wrapper] { runDebugModeAndShowLogs(wrapper, isGalaxyWrapper(wrapper)); });
 }
 
-void NSDescriptionView::forceCloseGame() {
-    const auto path = selectedGamePath();
-    if (!path || gameData_->isGameInTheServer ||
+void NSDescriptionView::forceCloseGame(const Game& game) {
+    const auto path = pathOf(game);
+    if (!path || game->isGameInTheServer ||
         !MVAlert::showBooleanAlertMessage(
             localized("This will kill every process related with that app. Do you really want to do it?"),
             "Warning", false)) {
@@ -272,34 +275,36 @@ void NSDescriptionView::forceCloseGame() {
     NSUtilities::terminateAllCaskeryProcessesForWrapper(wrapperOf(*path), RemovingWrapper::no);
 }
 
-void NSDescriptionView::removeGame() {
-    const auto path = selectedGamePath();
-    if (!path || gameData_->isGameInTheServer) return;
-    NSAppsArray::shouldRemoveLocalPort(*path, [this, path] {
-        if (callbacks_.removePort) callbacks_.removePort(*path);
+void NSDescriptionView::removeGame(const Game& game) {
+    const auto path = pathOf(game);
+    if (!path || game->isGameInTheServer) return;
+    NSAppsArray::shouldRemoveLocalPort(*path, [self = self_, path = *path] {
+        if (*self == nullptr) return;
+        if ((*self)->callbacks_.removePort) (*self)->callbacks_.removePort(path);
+        (*self)->itemRemoved(path);
     });
 }
 
-void NSDescriptionView::showInFinder() const {
-    const auto path = selectedGamePath();
+void NSDescriptionView::showInFinder(const Game& game) {
+    const auto path = pathOf(game);
     if (path && MVFileManager::fileExistsAtPath(*path)) return host().userInterface.revealPath(*path);
     MVAlert::showAlertErrorMessage(localized("Folder not found."));
 }
 
-void NSDescriptionView::gameProperties() {
-    const auto path = selectedGamePath();
-    if (path && !gameData_->isGameInTheServer && callbacks_.properties) callbacks_.properties(*path);
+void NSDescriptionView::gameProperties(const Game& game) {
+    const auto path = pathOf(game);
+    if (path && !game->isGameInTheServer && callbacks_.properties) callbacks_.properties(*path);
 }
 
-void NSDescriptionView::openC_Drive() const {
-    const auto path = selectedGamePath();
+void NSDescriptionView::openC_Drive(const Game& game) {
+    const auto path = pathOf(game);
     const std::string drive = path.value_or("") + layout::dosdevices + "/c:/";
     if (path && MVFileManager::directoryExistsAtPath(drive)) return host().userInterface.openPath(drive);
     MVAlert::showAlertErrorMessage(localized("drive_c folder not found."));
 }
 
-void NSDescriptionView::launchCaskery() const {
-    const auto path = selectedGamePath();
+void NSDescriptionView::launchCaskery(const Game& game) {
+    const auto path = pathOf(game);
     const std::string program = MVString::pathByAppendingCaskeryAppBinaryToPortPath(path.value_or(""));
     if (!path || !files::isExecutable(program)) {
         MVAlert::showAlertErrorMessage(localized("There is no Control App available!"));
@@ -308,29 +313,40 @@ void NSDescriptionView::launchCaskery() const {
     MVTask::runProgramAtPath(program);
 }
 
-void NSDescriptionView::runSelectedWrapperWithFlag(const std::string& flag) {
-    const auto path = selectedGamePath();
+void NSDescriptionView::runSelectedWrapperWithFlag(const Game& game, const std::string& flag) {
+    const auto path = pathOf(game);
     if (!path || !MVFileManager::regularFileExistsAtPath(frameworkProgram(*path))) return;
     inBackground("app.morvane.listViewRunWrapperWithFlag",
                  [path = *path, flag] { runAndWait(frameworkProgram(path), {flag}); });
 }
 
-void NSDescriptionView::installModPatch() {
-    const auto path = selectedGamePath();
-    if (path && !gameData_->isGameInTheServer) installModPatchAtWrapper(*path);
+void NSDescriptionView::installModPatch(const Game& game) {
+    const auto path = pathOf(game);
+    if (path && !game->isGameInTheServer) installModPatchAtWrapper(*path, {});
 }
 
-void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper) {
+void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper,
+                                                 std::function<void(bool installed)> completion) {
+    const auto inBackgroundThenTell = [&](const std::function<bool()>& work) {
+        inBackground("app.morvane.descriptionViewInstallMod", [work, completion] {
+            const bool installed = work();
+            if (completion) MVThread::dispatchBlockInMainQueue([=] { completion(installed); });
+        });
+    };
+    const auto tellOfNothing = [&] {
+        if (completion) completion(false);
+    };
     OpenPanel source;
     source.title = localized("Select the Mod/Patch file(s) and/or folder(s)");
     source.startFolder = host().folders.home;
     source.folders = source.multiple = source.packagesAsFolders = true;
     const auto chosen = MVAlert::chooseFiles(source);
-    if (chosen.empty()) return;
+    if (chosen.empty()) return tellOfNothing();
     const std::string extension = MVString::lowercased(files::extension(chosen.front()));
     if (chosen.size() == 1 && extension == "exe") {
-        runAndWait(frameworkProgram(wrapper), {chosen.front()});
-        return;
+        return inBackgroundThenTell([program = frameworkProgram(wrapper), exe = chosen.front()] {
+            return runAndWait(program, {exe}) == 0;
+        });
     }
 
     OpenPanel destination;
@@ -339,85 +355,109 @@ void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper) {
     destination.files = false;
     destination.folders = destination.packagesAsFolders = true;
     const auto folder = MVAlert::chooseFiles(destination);
-    if (folder.empty()) return;
+    if (folder.empty()) return tellOfNothing();
     const auto archives = WrapperCreation::archiveExtensions();
     const bool isArchive = chosen.size() == 1 && std::ranges::find(archives, extension) != archives.end() &&
                            MVFileManager::regularFileExistsAtPath(chosen.front());
-    if (isArchive) {
-        WrapperCreation::extractFileToFolder(chosen.front(), folder.front());
-    } else {
-        copyFiles(chosen, folder.front());
-    }
+    inBackgroundThenTell([isArchive, chosen, to = folder.front()] {
+        if (!isArchive) return copyFiles(chosen, to);
+        WrapperCreation::extractFileToFolder(chosen.front(), to);
+        return true;
+    });
 }
 
-void NSDescriptionView::copyFiles(const std::vector<std::string>& paths, const std::string& folder) {
+bool NSDescriptionView::copyFiles(const std::vector<std::string>& paths, const std::string& folder) {
     if (!MVFileManager::directoryExistsAtPath(folder) &&
         !MVFileManager::createDirectoryAtPath(folder, IntermediateFolders::yes)) {
-        return;
+        return false;
     }
     const auto target = files::resolved(folder);
+    bool copied = true;
     for (const std::string& path : paths) {
         const auto real = files::resolved(path);
         const bool intoItself = real && target &&
                                 (files::join(*target, files::lastComponent(path)) == *real ||
                                  *target == *real || target->starts_with(*real + "/"));
         if (intoItself) {
-            MVAlert::showAlertErrorMessage(localized("%@ can't be copied onto itself.", {path}));
+            copied = reported(localized("%@ can't be copied onto itself.", {path}));
             continue;
         }
-        copyItem(path, folder);
+        copied &= copyItem(path, folder);
+    }
+    return copied;
+}
+
+void NSDescriptionView::rateGame(const Game& game) {
+    constexpr std::int64_t firstKnownID = 2;
+    if (!game || game->gameName.empty() || game->gameID < firstKnownID) return;
+    // The card's family is what a program prints.
+    inBackground("app.morvane.descriptionViewRateGame", [self = self_, game] {
+        onPage(self, [game, card = NSComputerInformation::graphicCardType().value_or("")](
+                         NSDescriptionView& page) { page.openVotingPanel(*game, card); });
+    });
+}
+
+void NSDescriptionView::openVotingPanel(const NSGameData& game, const std::string& card) {
+    closeVotingPanel();
+    const std::string title = localized("Rating \"%@\" on %@", {game.gameName, card});
+    votingPanel_ =
+        std::make_shared<NSVotingPanel>(game.gameID, title, [self = self_, number = ++votingPanels_] {
+            // Not at once: it is the panel that calls.
+            onPage(self, [number](NSDescriptionView& page) {
+                if (number == page.votingPanels_) page.closeVotingPanel();
+            });
+        });
+    if (callbacks_.showVotingPanel) callbacks_.showVotingPanel(votingPanel_);
+}
+
+void NSDescriptionView::closeVotingPanel() {
+    if (const auto panel = std::exchange(votingPanel_, nullptr); panel && callbacks_.votingPanelClosed) {
+        callbacks_.votingPanelClosed();
     }
 }
 
-void NSDescriptionView::rateGame() {
-    constexpr std::int64_t firstKnownID = 2;
-    if (!gameData_ || gameData_->gameName.empty() || gameData_->gameID < firstKnownID) return;
-    const std::string title = localized(
-        "Rating \"%@\" on %@", {gameData_->gameName, NSComputerInformation::graphicCardType().value_or("")});
-    votingPanel_ = std::make_shared<NSVotingPanel>(gameData_->gameID, title, [this] {
-        // Not at once: it is the panel that calls.
-        onPage(self_, [](NSDescriptionView& page) { page.votingPanel_.reset(); });
-    });
-    if (callbacks_.showVotingPanel) callbacks_.showVotingPanel(*votingPanel_);
-}
-
-void NSDescriptionView::playTrailer() {
-    if (!gameData_) return;
-    if (!gameData_->trailer || gameData_->trailer->empty()) {
+void NSDescriptionView::playTrailer(const Game& game) {
+    if (!game) return;
+    if (!game->trailer || game->trailer->empty()) {
         MVAlert::showAlertMessage(localized("There is no trailer available."), "Warning");
         return;
     }
-    showWindow(localized("Trailer"), gameData_->trailerHTMLwithSize(trailerWidth_, trailerHeight_),
-               *gameData_->trailer);
+    // Whether there is a network at all is asked for first, which takes its time.
+    inBackground("app.morvane.descriptionViewTrailer",
+                 [self = self_, game, width = trailerWidth_, height = trailerHeight_] {
+                     const std::string html = game->trailerHTMLwithSize(width, height);
+                     onPage(self, [game, html](NSDescriptionView& page) {
+                         page.showWindow(localized("Trailer"), html, *game->trailer);
+                     });
+                 });
 }
 
-void NSDescriptionView::watchInstructions() {
-    if (gameData_)
-        watchInstructionsForSource(gameData_->gameSourcesList.empty() ? "Other"
-                                                                      : gameData_->gameSourcesList.front());
+void NSDescriptionView::watchInstructions(const Game& game) {
+    if (game)
+        watchInstructionsForSource(game,
+                                   game->gameSourcesList.empty() ? "Other" : game->gameSourcesList.front());
 }
 
-void NSDescriptionView::watchInstructionsForSource(const std::string& source) {
-    if (!gameData_) return;
-    inBackground(
-        "app.morvane.descriptionViewInstructions",
-        [self = self_, source, free = gameData_->isGameFree, width = trailerWidth_, height = trailerHeight_] {
-            const auto linkFor = [](const std::string& name) {
-                const auto answer = catalogue::answerOf(catalogue::instructionsAddress(name));
-                return answer && MVString::isValidUtf8(*answer) ? MVString::trimmed(*answer) : "";
-            };
-            std::string link = linkFor(source);
-            if (link.empty()) link = linkFor(free ? "Free" : "Other");
-            const std::string page = NSGameData::videoPlayerPageFromLink(link, width, height);
-            onPage(self, [page, link](NSDescriptionView& view) {
-                view.showWindow(localized("Instructions"), page, link);
-            });
+void NSDescriptionView::watchInstructionsForSource(const Game& game, const std::string& source) {
+    if (!game) return;
+    inBackground("app.morvane.descriptionViewInstructions", [self = self_, source, free = game->isGameFree,
+                                                             width = trailerWidth_, height = trailerHeight_] {
+        const auto linkFor = [](const std::string& name) {
+            const auto answer = catalogue::answerOf(catalogue::instructionsAddress(name));
+            return answer && MVString::isValidUtf8(*answer) ? MVString::trimmed(*answer) : "";
+        };
+        std::string link = linkFor(source);
+        if (link.empty()) link = linkFor(free ? "Free" : "Other");
+        const std::string page = NSGameData::videoPlayerPageFromLink(link, width, height);
+        onPage(self, [page, link](NSDescriptionView& view) {
+            view.showWindow(localized("Instructions"), page, link);
         });
+    });
 }
 
-void NSDescriptionView::showCrossOverAlternative() {
-    if (!gameData_ || !isWebLink(gameData_->crossoverAlternative)) return;
-    inBackground("app.morvane.descriptionViewCrossOver", [address = gameData_->crossoverAlternative] {
+void NSDescriptionView::showCrossOverAlternative(const Game& game) {
+    if (!game || !catalogue::isWebLink(game->crossoverAlternative)) return;
+    inBackground("app.morvane.descriptionViewCrossOver", [address = game->crossoverAlternative] {
         const std::string tie = crossTieOf(catalogue::answerOf(address).value_or(""));
         const bool installs = !tie.empty() && workspace::opensScheme("com-codeweavers-crossover-crosstie");
         const std::string link =

@@ -225,27 +225,28 @@ std::optional<std::string> NSDescriptionView::validPortWithGameID(std::int64_t i
 }
 
 void NSDescriptionView::clickAction() {
-    if (!gameData_) return;
-    if (gameData_->isGameInTheServer) {
-        installGame();
+    const Game game = gameData_;
+    if (!game) return;
+    if (game->isGameInTheServer) {
+        installGame(game);
     } else {
-        playGame();
+        playGame(game);
     }
 }
 
-void NSDescriptionView::installGame() {
-    if (!gameData_) return;
-    if (gameData_->isGameNative) return openBuyingLinkForNativeGame();
+void NSDescriptionView::installGame(const Game& game) {
+    if (!game) return;
+    if (game->isGameNative) return openBuyingLinkForNativeGame(game);
     if (shift_ == Shift::held) {
-        downloadGameCKI();
+        downloadGameCKI(game);
         return titleActionButton();
     }
-    runOrInstallGame();
+    runOrInstallGame(game);
 }
 
-void NSDescriptionView::openBuyingLinkForNativeGame() {
-    if (!gameData_) return;
-    const auto link = linkOfSource(*gameData_, sourcesOf(*gameData_).front());
+void NSDescriptionView::openBuyingLinkForNativeGame(const Game& game) {
+    if (!game) return;
+    const auto link = linkOfSource(*game, sourcesOf(*game).front());
     if (!link) {
         MVAlert::showAlertErrorMessage(
             localized("There is no buying link for that game! Inform us throw the Contact Us tab!"));
@@ -254,16 +255,16 @@ void NSDescriptionView::openBuyingLinkForNativeGame() {
     host().userInterface.openLink(*link);
 }
 
-void NSDescriptionView::runOrInstallGame() {
-    if (!gameData_) return;
-    if (const auto installed = validPortWithGameID(gameData_->gameID)) return updateAndRunWrapper(*installed);
-    if (WrapperCreation::doYouAgreeWithTheLicenseAgreement()) chooseDownloadSource();
+void NSDescriptionView::runOrInstallGame(const Game& game) {
+    if (!game) return;
+    if (const auto installed = validPortWithGameID(game->gameID)) return updateAndRunWrapper(*installed);
+    if (WrapperCreation::doYouAgreeWithTheLicenseAgreement()) chooseDownloadSource(game);
 }
 
-void NSDescriptionView::chooseDownloadSource(const std::optional<std::string>& target) {
-    if (!gameData_) return;
-    const std::vector<std::string> sources = sourcesOf(*gameData_);
-    if (sources.size() == 1) return downloadCkiOfSourceWithName(sources.front(), target);
+void NSDescriptionView::chooseDownloadSource(const Game& game, const std::optional<std::string>& target) {
+    if (!game) return;
+    const std::vector<std::string> sources = sourcesOf(*game);
+    if (sources.size() == 1) return downloadCkiOfSourceWithName(game, sources.front(), target);
     Dialog sheet;
     sheet.title = localized("Choose a source");
     sheet.text = localized("Select the game version you already own or want to buy.");
@@ -273,16 +274,16 @@ void NSDescriptionView::chooseDownloadSource(const std::optional<std::string>& t
     }
     sheet.buttons.push_back(localized("Cancel"));
     const std::size_t chosen = MVAlert::showDialog(sheet).button;
-    if (chosen < sources.size()) downloadCkiOfSourceWithName(sources[chosen], target);
+    if (chosen < sources.size()) downloadCkiOfSourceWithName(game, sources[chosen], target);
 }
 
-bool NSDescriptionView::shouldInstallGameOrOpenLinkOfGame(const NSGameData& game, const std::string& source) {
-    const auto link = linkOfSource(game, source);
-    const std::string kind = game.gameDependencyID != 0 ? localized("an add-on") : localized("a game");
+bool NSDescriptionView::shouldInstallGameOrOpenLinkOfGame(const Game& game, const std::string& source) {
+    const auto link = linkOfSource(*game, source);
+    const std::string kind = game->gameDependencyID != 0 ? localized("an add-on") : localized("a game");
     const std::string origin =
         source == otherSource ? localized("with the %@ ", {"Morvane"}) : localized("from %@ ", {source});
     std::string before;
-    if (link && game.isGameFree) {
+    if (link && game->isGameFree) {
         before = localized(
             " visit the page to know more about it (or download the installer if requested in the "
             "description; it "
@@ -306,7 +307,7 @@ bool NSDescriptionView::shouldInstallGameOrOpenLinkOfGame(const NSGameData& game
         choices.push_back(choice);
     };
     add(localized("Install Now"), Choice::install);
-    if (link) add(game.isGameFree ? localized("Visit Page") : localized("Buy"), Choice::visit);
+    if (link) add(game->isGameFree ? localized("Visit Page") : localized("Buy"), Choice::visit);
     add(localized("Instructions"), Choice::instructions);
     add(localized("Cancel"), Choice::cancel);
     dialog.iconPath = source == otherSource ? "" : pictureOf(source);
@@ -318,9 +319,9 @@ bool NSDescriptionView::shouldInstallGameOrOpenLinkOfGame(const NSGameData& game
             return true;
         case Choice::visit:
             host().userInterface.openLink(*link);
-            return game.isGameFree;
+            return game->isGameFree;
         case Choice::instructions:
-            watchInstructionsForSource(source);
+            watchInstructionsForSource(game, source);
             return false;
         case Choice::cancel:
             return false;
@@ -328,10 +329,10 @@ bool NSDescriptionView::shouldInstallGameOrOpenLinkOfGame(const NSGameData& game
     return false;
 }
 
-void NSDescriptionView::downloadCkiOfSourceWithName(const std::string& source,
+void NSDescriptionView::downloadCkiOfSourceWithName(const Game& game, const std::string& source,
                                                     const std::optional<std::string>& wanted) {
-    if (!gameData_ || !shouldInstallGameOrOpenLinkOfGame(*gameData_, source)) return;
-    const auto target = wanted ? wanted : chooseTarget(*gameData_);
+    if (!game || !shouldInstallGameOrOpenLinkOfGame(game, source)) return;
+    const auto target = wanted ? wanted : chooseTarget(*game);
     if (!target) return;
     if (!files::isWritable(files::parent(*target))) {
         MVAlert::showAlertErrorMessage(
@@ -339,7 +340,7 @@ void NSDescriptionView::downloadCkiOfSourceWithName(const std::string& source,
         return;
     }
     if (const auto flaw = WrapperCreation::flawOfPlace(*target)) return MVAlert::showAlertErrorMessage(*flaw);
-    downloadCkiFromSource(source, *target);
+    downloadCkiFromSource(game, source, *target);
 }
 
 std::optional<std::string> NSDescriptionView::pathForDownloadedCkiOfGame(const NSGameData& game,
@@ -367,17 +368,19 @@ std::optional<std::string> NSDescriptionView::pathForDownloadedCkiOfGame(const N
     return std::get<std::string>(file);
 }
 
-void NSDescriptionView::downloadCkiFromSource(const std::string& source, const std::string& target) {
+void NSDescriptionView::downloadCkiFromSource(const Game& game, const std::string& source,
+                                              const std::string& target) {
     MVThread::dispatchQueueWithName(
         "app.morvane.descriptionViewDownloadCkiAndInstall", Priority::normal, Concurrent::no,
-        [self = self_, game = gameData_, progress = progress_, addPort = callbacks_.addPort, source, target] {
+        [self = self_, game, progress = progress_, source, target] {
             const auto creation = building::cancellableCreation(progress);
             const auto cki = pathForDownloadedCkiOfGame(*game, source);
             if (!cki || !downloadCkiFile(*creation, catalogue::downloadAddress(game->gameID, source), *cki))
                 return;
             if (!installCkiAtPath(*cki, target, *game, *creation)) return;
-            if (game->gameDependencyID == 0 && addPort) addPort(target);
-            onPage(self, [target](NSDescriptionView& page) {
+            onPage(self, [game, target](NSDescriptionView& page) {
+                const auto& addPort = page.callbacks_.addPort;
+                if (game->gameDependencyID == 0 && addPort) addPort(target);
                 page.setGameData(NSGameData::initWithPath(target), {});
             });
         });
@@ -400,9 +403,9 @@ bool NSDescriptionView::installCkiAtPath(const std::string& cki, const std::stri
     return true;
 }
 
-void NSDescriptionView::downloadGameCKI() {
-    if (!gameData_) return;
-    const std::vector<std::string> sources = sourcesOf(*gameData_);
+void NSDescriptionView::downloadGameCKI(const Game& game) {
+    if (!game) return;
+    const std::vector<std::string> sources = sourcesOf(*game);
     Form form{.fields = {{.kind = FormField::Kind::choice,
                           .label = localized("Source"),
                           .options = sources,
@@ -411,7 +414,7 @@ void NSDescriptionView::downloadGameCKI() {
     SavePanel panel;
     panel.title = localized("Save CKI at...");
     panel.startFolder = WrapperCreation::folderForNewPorts();
-    panel.proposedName = proposedNameOf(*gameData_);
+    panel.proposedName = proposedNameOf(*game);
     panel.types = {"cki"};
     panel.accessory = &form;
     const auto path = MVAlert::chooseSavePath(panel);
@@ -423,7 +426,7 @@ void NSDescriptionView::downloadGameCKI() {
         return;
     }
     const std::string address =
-        filled("%@%@.cki", {gameData_->gamePath, MVString::stringToWebStructure(sources[chosen])});
+        filled("%@%@.cki", {game->gamePath, MVString::stringToWebStructure(sources[chosen])});
     MVThread::dispatchQueueWithName("app.morvane.descriptionViewDownloadCKI", Priority::normal,
                                     Concurrent::no, [progress = progress_, address, path = *path] {
                                         Download download(progress);

@@ -1,13 +1,28 @@
 #include "library/library_view.h"
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "foundation/localization.h"
+#include "foundation/settings_keys.h"
 #include "foundation/threads.h"
 #include "library/game_data.h"
 #include "platform/host.h"
 
 namespace morvane {
+
+LibraryView::ItemSize LibraryView::gridItemSize() {
+    constexpr double width = 191, height = 240, least = 0.25, most = 8;
+    const auto stored = host().defaults.get(settings::collectionViewIconsScale);
+    double scale = 0;
+    if (const auto* real = stored ? stored->as<double>() : nullptr) scale = *real;
+    if (const auto* integer = stored ? stored->as<std::int64_t>() : nullptr)
+        scale = static_cast<double>(*integer);
+    if (!(scale > 0)) scale = 1;
+    scale = std::clamp(scale, least, most);
+    return {static_cast<int>(std::floor(width / scale)), static_cast<int>(std::floor(height / scale))};
+}
 
 LibraryView::LibraryView(NSAppsArray& apps, Callbacks callbacks)
     : apps_(apps), callbacks_(std::move(callbacks)) {}
@@ -93,11 +108,19 @@ void LibraryView::add() {
 }
 
 void LibraryView::remove(const std::string& path) {
-    NSAppsArray::shouldRemoveLocalPort(path, [&] { apps_.removeLocalPort(path, reloading()); });
+    NSAppsArray::shouldRemoveLocalPort(path, [this, path, alive = std::weak_ptr(alive_)] {
+        if (!alive.expired()) forget(path);
+    });
 }
 
 void LibraryView::missing(const std::string& path) {
     apps_.askAboutMissingApp(path, callbacks_.installCkiFile, reloading());
+    if (callbacks_.removed) callbacks_.removed(path);
+}
+
+void LibraryView::forget(const std::string& path) {
+    apps_.removeLocalPort(path, reloading());
+    if (callbacks_.removed) callbacks_.removed(path);
 }
 
 void LibraryView::addPort(const std::string& path) {

@@ -27,12 +27,24 @@ class LibraryView {
         std::function<void()> reload;
         /// Installs a port description that the user chose.
         std::function<void(const std::string& cki)> installCkiFile;
+        /// A local item has gone from the library.
+        std::function<void(const std::string& path)> removed = {};
     };
     struct Row {
         std::string title;
         bool isNew = false;  ///< marked with the sticker of new ports
         bool operator==(const Row&) const = default;
     };
+
+    /// The size of an item of the grid, in points.
+    struct ItemSize {
+        int width = 0, height = 0;
+        bool operator==(const ItemSize&) const = default;
+    };
+    /// What the setting "Collection View Icons Scale" makes of 191 by 240: reduced by it, and cut to whole
+    /// points. A setting that is missing or no positive number reduces by 1; one beyond what can be seen and
+    /// clicked, from a quarter to 8, counts as the nearest that can.
+    [[nodiscard]] static ItemSize gridItemSize();
 
     /// Shows nothing before `showTab`. Both must outlive the view.
     LibraryView(NSAppsArray& apps, Callbacks callbacks);
@@ -57,9 +69,11 @@ class LibraryView {
     void add();
     /// The remove action of a local item: the question, then the removal from the list.
     void remove(const std::string& path);
+    /// The item goes from the list, without a question.
+    void forget(const std::string& path);
     /// The question for a local item that is gone.
     void missing(const std::string& path);
-    /// `addPort:`. Adds an item to the library; any thread.
+    /// `addPort:`. Adds an item to the library, by the main queue.
     void addPort(const std::string& path);
     /// "Refresh List": forgets the catalogue's list and entries and loads the list again.
     void refreshList();

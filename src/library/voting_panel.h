@@ -9,7 +9,7 @@ namespace morvane {
 
 class NSVotingPanel {
   public:
-    /// `close` is called when the panel goes.
+    /// `close` is called when the panel is to go.
     NSVotingPanel(std::int64_t gameID, std::string title, std::function<void()> close);
 
     [[nodiscard]] const std::string& title() const { return title_; }

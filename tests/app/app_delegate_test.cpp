@@ -1,5 +1,6 @@
 #include "app/app_delegate.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <future>
 
@@ -22,7 +23,6 @@ class RecordingView : public ShellView {
         clickNotification = handler;
         if (handler) log.push_back("notifications");
     }
-    void setAutomaticUpdateChecks(bool on) override { log.push_back(on ? "updates on" : "updates off"); }
     void setWindowAppearance(WindowAppearance appearance) override {
         // The folders come before.
         const bool hasFolders = fs::is_directory(layout::applicationSupportFolder() + "/IconCache");
@@ -120,7 +120,7 @@ TEST_F(Shell, StartsInItsOrderOnAFreshHome) {
         .defaultIs("Yes")
         .answer("Yes");
     start();
-    EXPECT_EQ(view.log, (Lines{"notifications", "updates on", "light", "folders", "window.jpg", "b_azul.png",
+    EXPECT_EQ(view.log, (Lines{"notifications", "light", "folders", "window.jpg", "b_azul.png",
                                "b_azul_r.png", "Morvane|Morvane " + applicationVersion()}));
     EXPECT_TRUE(view.hasMenuletImage);
     EXPECT_EQ(view.page, site.baseAddress() + "blog/");
@@ -156,13 +156,12 @@ TEST_F(Shell, StartsInItsOrderOnAFreshHome) {
     const auto day = setting<Date>(settings::lastRunningDay);
     fs::remove(games + "/.localized/de.strings");
     put(support + "/window.jpg", "mine");
-    machine->defaults.set(settings::automaticUpdates, 0);
     machine->defaults.set(settings::useVibrantDarkStyle, true);
     machine->defaults.set(settings::useOldLibrary, true);
     view.log.clear();
     start();
-    EXPECT_EQ(Lines(view.log.begin(), view.log.begin() + 3), (Lines{"notifications", "updates off", "dark"}));
-    EXPECT_EQ(view.log.at(7), "list layout");
+    EXPECT_EQ(Lines(view.log.begin(), view.log.begin() + 2), (Lines{"notifications", "dark"}));
+    EXPECT_EQ(view.log.at(6), "list layout");
     EXPECT_EQ(app->tableInUse(), LibraryLayout::list);
     EXPECT_EQ(get(support + "/window.jpg"), "mine");
     EXPECT_TRUE(fs::exists(games + "/.localized/de.strings"));
@@ -225,6 +224,55 @@ TEST_F(Shell, CountsTheDaysAndAsksOnTheFifth) {
     const auto& field = std::get<TextField>(ui.dialogs.front().accessory);
     EXPECT_EQ(field.placeholder, "Your feedback goes here");
     EXPECT_EQ(field.width + field.height, 430);
+}
+
+TEST_F(Shell, LooksForAnUpdateOnceADay) {
+    noGamesFolder();
+    const std::string link = "https://there/new";
+    enum Circumstance { newDay, sameDay, notWanted, notReachable };
+    struct Row {
+        const char* name;
+        std::string file;
+        Circumstance when;
+        int looks;
+        bool told;
+    };
+    const Row rows[] = {{"newer", "999.0\n" + link + "\nmore", newDay, 1, true},
+                        {"the same day", "999.0\n" + link, sameDay, 0, false},
+                        {"not wanted", "999.0\n" + link, notWanted, 0, false},
+                        {"not reachable", "999.0\n" + link, notReachable, 0, false},
+                        {"reachable later that day", "999.0\r\n" + link + "\r\n", sameDay, 1, true},
+                        {"this one", applicationVersion() + ".0\n" + link, newDay, 1, false},
+                        {"older", "0.0.1\n" + link, newDay, 1, false},
+                        {"no web link", "999.0\nfile:///etc/passwd", newDay, 1, false},
+                        {"an error's page", "<html>\n<body>404</body>", newDay, 1, false},
+                        {"no version", "999.0 beta\n" + link, newDay, 1, false},
+                        {"nothing", "", newDay, 1, false}};
+    const auto looks = [&] {
+        const Lines requests = site.requests();
+        return std::ranges::count(requests, "GET /files/version.txt");
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        site.answer("/files/version.txt", {.body = row.file});
+        reachable = [&row](const std::string&) { return row.when != notReachable; };
+        machine->defaults.set(settings::automaticUpdates, row.when == notWanted ? 0 : 1);
+        if (row.when != sameDay) machine->defaults.set(settings::lastUpdateCheck, Date{0});
+        if (row.told) {
+            ui.expect("Morvane 999.0 is available.").titleIs("Software Update").answer("Visit Page");
+        }
+        const auto before = looks();
+        ui.opened.clear();
+        start();
+        EXPECT_EQ(looks() - before, row.looks);
+        EXPECT_EQ(ui.opened, row.told ? Lines{link} : Lines{});
+    }
+    // Switched on, it looks at once, if it has not yet.
+    machine->defaults.set(settings::lastUpdateCheck, std::nullopt);
+    const auto before = looks();
+    for (const bool on : {false, true, true}) app->preferences().atomaticallyCheckForUpdates(on);
+    settle();
+    EXPECT_EQ(looks(), before + 1);
 }
 
 TEST_F(Shell, WaitsForNoServer) {
@@ -399,6 +447,140 @@ TEST_F(Shell, LinksShowTheFirstPortAndInstallIt) {
     ui.expect("Read the license agreement").answer("I Disagree");
     EXPECT_FALSE(app->shouldWebViewFollow("mvid://7"));
     settle();
+}
+
+/// Asks for everything that it is told of, as a front end does.
+class AskingView : public RecordingView {
+  public:
+    explicit AskingView(std::unique_ptr<AppDelegate>& app) : app_(app) {}
+    void preferencesChanged() override { tell("preferences", app_ && &app_->preferences()); }
+    void appsFoldersChanged() override { tell("folders", app_ && &app_->appsFolders()); }
+    void gamePageChanged() override { tell("page", app_ && !app_->gamePage().page().name.empty()); }
+    void showVotingPanel(const std::shared_ptr<NSVotingPanel>& shown) override {
+        tell("panel", panel == nullptr);
+        panel = shown;
+    }
+    void votingPanelClosed() override { tell("panel closed", std::exchange(panel, {}) != nullptr); }
+    void showProperties(const std::shared_ptr<NSPropertiesWindow>& shown) override {
+        tell("properties of " + shown->shown().name.text, properties == nullptr);
+        properties = shown;
+    }
+    void propertiesChanged() override { tell("properties", properties != nullptr); }
+    void propertiesClosed() override { tell("properties closed", std::exchange(properties, {}) != nullptr); }
+
+    Lines told;
+    std::shared_ptr<NSVotingPanel> panel;
+    std::shared_ptr<NSPropertiesWindow> properties;
+
+  private:
+    void tell(const std::string& what, bool isInOrder) {
+        told.push_back(isInOrder ? what : what + " out of order");
+    }
+    std::unique_ptr<AppDelegate>& app_;
+};
+
+TEST_F(Shell, TellsOfWhatIsThereAndOfEachEnd) {
+    noGamesFolder();
+    scriptProgram("system_profiler", "");
+    const std::string one = makeRunnable(applications + "One.app", "One"),
+                      two = makeRunnable(applications + "Two.app", "Two");
+    putArchive(one + "/mv_desc.ckii", {{"ID", 7}});
+    AskingView asking(app);
+    app = std::make_unique<AppDelegate>(asking, progress);
+    const auto expectTold = [&](const char* when, const Lines& told) {
+        settle();
+        EXPECT_EQ(asking.told, told) << when;
+        asking.told.clear();
+    };
+    static_cast<void>(app->preferences());
+    static_cast<void>(app->appsFolders());
+    app->library().showTab(NSAppsArray::localTab);
+    expectTold("what is made says nothing", {});
+    app->preferences().changeFontSizeValue(14);
+    app->appsFolders().addRow();
+    expectTold("changes", {"preferences", "folders"});
+
+    app->showProperties(one);
+    asking.properties->typeName("Uno");
+    ui.expectError("/none.app is no wrapper");
+    app->showProperties("/none.app");
+    app->showProperties(two);
+    expectTold("one after the other",
+               {"properties of One", "properties", "properties closed", "properties of Two"});
+    const auto closed = asking.properties;
+    app->closeProperties();
+    app->closeProperties();
+    closed->typeName("Zwei");
+    expectTold("closed, and still in use", {"properties closed"});
+    app->showProperties(one);
+    app->gamePage().openLocalItem(one);
+    settle();
+    asking.told.clear();
+    app->gamePage().rateGame(app->gamePage().gameData());
+    settle();
+    // What has left the disk is nowhere shown.
+    ui.expect("Do you want to remove that app only").answer("Remove from Disk");
+    ui.expect("Are you sure").answer("Yes");
+    app->library().remove(one);
+    expectTold("removed", {"panel", "page", "properties closed"});
+    EXPECT_EQ(stored(), Lines{"Two=Two.app"});
+    app->showProperties(two);
+    asking.told.clear();
+    app.reset();
+    expectTold("the end", {"properties closed", "panel closed"});
+}
+
+TEST_F(Shell, ARowOfARankingListOpensTheWholeEntry) {
+    noGamesFolder();
+    scriptProgram("system_profiler", "");
+    start();
+    const std::string page = "/ckis/portDescription.php",
+                      line = "12 || Bob || Add-on || 0 || 0 || -- || 1 || 7",
+                      whole = " ||  ||  ||  ||  ||  || Good ||  ||  ||  ||  ||  || 0 || ";
+    site.answer("/ckis/rankingPorts.php", {.body = "12 || Bob || Add-on || 2016-03-05"});
+    app->showMorvaneTab(MorvaneTab::rankings);
+    settle();
+    const auto open = [&] {
+        app->rankingList(NSRankingList::TableType::latest).doubleClick(0);
+        settle();
+        return app->gamePage().gameData();
+    };
+    const auto asked = [&] {
+        Lines requests = site.requests();
+        std::erase_if(requests, [&](const auto& request) { return !request.starts_with("GET " + page); });
+        return requests.size();
+    };
+    struct Row {
+        const char* name;
+        std::vector<testing::SiteAnswer> answers;
+        std::size_t requests;
+        std::string text;
+    };
+    const Row rows[] = {
+        {"not in the catalogue", {{.body = ""}}, 1, ""},
+        {"without a description", {{.body = line}, {.body = "<html>"}}, 2, "The selected game seems to be"},
+        {"which is not kept", {{.body = line}, {.body = whole}}, 2, "Good"},
+        {"the whole one is", {{.body = "no more"}}, 0, "Good"}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const std::size_t before = asked();
+        site.answerInTurn(page, row.answers);
+        if (row.text.empty()) ui.expectError("Port not found!");
+        const auto game = open();
+        EXPECT_EQ(asked() - before, row.requests);
+        if (row.text.empty()) continue;
+        ASSERT_NE(game, nullptr);
+        EXPECT_TRUE(game->gameDescription->text.starts_with(row.text)) << game->gameDescription->text;
+        EXPECT_EQ(game->gameDependencyID, 7);
+        EXPECT_EQ(game->gamePath, site.baseAddress() + "ckis/Bob/12/");
+    }
+    site.answer("/ckis/listPorts.php", {.body = line + "<br>"});
+    app->library().refreshList();
+    settle();
+    const std::size_t before = asked();
+    site.answer(page, {.body = whole});
+    EXPECT_EQ(open()->gameDependencyID, 7);
+    EXPECT_EQ(asked() - before, 1U) << "the line is known";
 }
 
 TEST_F(Shell, AnOpenedPortDescriptionIsBuiltAndKept) {

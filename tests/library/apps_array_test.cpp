@@ -255,6 +255,7 @@ TEST_F(Library, RemovesFromTheDiskWhatIsAnAppOnly) {
         if (row.refused) ui.expectError("\"" + row.path);
         bool ran = false;
         NSAppsArray::shouldRemoveLocalPort(row.path, [&] { ran = true; });
+        onWorker([&] { machine->workQueues.joinAll(); });
         EXPECT_EQ(ran, row.runs);
         EXPECT_EQ(files::kindOf(row.path) != files::Kind::none, row.stays);
     }

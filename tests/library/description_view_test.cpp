@@ -31,9 +31,18 @@ class DescriptionView : public testing::BuildingMachine {
                     [this](const NSDescriptionView::HtmlWindow& window) {
                         events.push_back(window.name + " " + window.link);
                     },
-                .showVotingPanel = [this](NSVotingPanel& panel) { events.push_back(panel.title()); },
-                .addPort = [this](const std::string& path) { added = path; },
-                .removePort = {},
+                .showVotingPanel =
+                    [this](const auto& panel) {
+                        events.push_back(panel->title());
+                        votingPanel = panel;
+                    },
+                .votingPanelClosed = [this] { events.push_back("closed"); },
+                .addPort =
+                    [this](const std::string& path) {
+                        EXPECT_TRUE(machine->mainQueue.isMainThread());
+                        added = path;
+                    },
+                .removePort = [this](const std::string& path) { events.push_back("removed " + path); },
                 .missingApp = [this](const std::string& path) { events.push_back("missing " + path); },
                 .properties = {}});
     }
@@ -78,6 +87,7 @@ class DescriptionView : public testing::BuildingMachine {
     const std::string runs = folder.path + "/runs";
     std::unique_ptr<NSDescriptionView> page;
     Names events;
+    std::shared_ptr<NSVotingPanel> votingPanel;
     std::string added;
     int changes = 0;
 };
@@ -225,7 +235,7 @@ TEST_F(DescriptionView, AsksBeforeItInstalls) {
         const auto bar = text.find("| ");
         text = start + text.substr(0, bar) + middle + text.substr(bar + 2);
         ui.expect(text).titleIs("Install App").defaultIs("Install Now").answer(row.press);
-        EXPECT_EQ(page->shouldInstallGameOrOpenLinkOfGame(*game, row.source), row.result);
+        EXPECT_EQ(page->shouldInstallGameOrOpenLinkOfGame(game, row.source), row.result);
         EXPECT_EQ(ui.dialogs.back().text, text);
         EXPECT_EQ(ui.dialogs.back().buttons, row.buttons);
         EXPECT_EQ(ui.dialogs.back().iconPath,
@@ -234,6 +244,87 @@ TEST_F(DescriptionView, AsksBeforeItInstalls) {
     }
     EXPECT_EQ(ui.opened, (Names{"http://shop/", "https://gog/"}));
     EXPECT_EQ(events, Names{"Instructions http://video/how"});
+}
+
+TEST_F(DescriptionView, KeepsToTheGameThatWasClicked) {
+    const auto inCatalogue = [&](std::int64_t id, const std::string& name) {
+        return entry({.id = id, .name = name, .path = site.baseAddress() + "ckis/" + name + "/"},
+                     "Steam=>http://" + name + "/;;Gog=>https://" + name + "/;;");
+    };
+    const auto bee = inCatalogue(21, "Bee"), ay = inCatalogue(22, "Ay");
+    const std::string beePath = installed("Bee", 31), ayPath = installed("Ay", 32);
+    const auto localBee = NSGameData::initWithPath(beePath), localAy = NSGameData::initWithPath(ayPath);
+    const auto item = [&](const std::string& title) {
+        for (const auto& each : page->moreMenu()) {
+            if (each.title == title) return each.action;
+        }
+        ADD_FAILURE() << "no " << title;
+        return std::function<void()>();
+    };
+    const auto choose = [&](const char* source, const char* button) {
+        ui.expect("Select the game version you already own").answer(source);
+        ui.expect("If you never installed a game").answer(button);
+    };
+    struct Row {
+        const char* name;
+        NSDescriptionView::Game shown, other;  ///< whatever is asked, the page shows the other one meanwhile
+        std::function<std::function<void()>()> action;
+        std::function<void()> script, check;
+    };
+    const Row rows[] = {{"install", bee, ay, [&] { return [&] { page->clickAction(); }; },
+                         [&] {
+                             ui.expect("Read the license agreement").answer("I Agree");
+                             choose("GOG", "Install Now");
+                             ui.expectSave("Create Port at...", games + "New.app");
+                             ui.expectError("That CKI file isn't available in the database.");
+                         },
+                         [&] {
+                             EXPECT_EQ(ui.savePanels.back().proposedName, "Bee");
+                             EXPECT_EQ(asked("/ckis/download.php?id=21&type=GOG"), 1);
+                             EXPECT_EQ(asked("/ckis/download.php"), 1);
+                         }},
+                        {"buy", bee, ay, [&] { return item("Install"); },
+                         [&] {
+                             ui.expect("Read the license agreement").answer("I Agree");
+                             choose("Steam", "Buy");
+                         },
+                         [&] { EXPECT_EQ(ui.opened, Names{"http://Bee/"}); }},
+                        {"save the port file", bee, ay, [&] { return item("Download CKI"); },
+                         [&] { ui.expectSave("Save CKI at...", home + "/mine.cki"); },
+                         [&] { EXPECT_EQ(asked("/ckis/Bee/Steam.cki"), 1); }},
+                        {"mod", localBee, localAy, [&] { return item("Install Mod/Patch"); },
+                         [&] {
+                             ui.expectChoice("Select the Mod/Patch file(s) and/or folder(s)", {home});
+                             ui.expectChoice("Select the destination", {});
+                         },
+                         [&] { EXPECT_TRUE(ui.openPanels.back().startFolder.starts_with(beePath)); }},
+                        {"remove", localBee, localAy, [&] { return item("Remove"); },
+                         [&] {
+                             ui.expect("Do you want to remove that app only").answer("Remove from Disk");
+                             ui.expect("Are you sure that you want to remove").answer("Yes");
+                         },
+                         [&] {
+                             EXPECT_FALSE(exists(beePath));
+                             EXPECT_TRUE(exists(ayPath));
+                             EXPECT_EQ(events.back(), "removed " + beePath);
+                             EXPECT_EQ(page->gameData(), localAy);
+                         }}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        show(row.shown);
+        const auto action = row.action();
+        const bool isMenu = std::string(row.name) != "install";
+        if (isMenu) show(row.other);
+        row.script();
+        ui.whileAsking = [&] {
+            page->setGameData(row.other, {});
+            machine->mainQueue.drain();
+        };
+        action();
+        settle();
+        ui.whileAsking = {};
+        row.check();
+    }
 }
 
 TEST_F(DescriptionView, ChoosesThePlace) {
@@ -274,7 +365,7 @@ TEST_F(DescriptionView, ChoosesThePlace) {
         // The port file is nowhere: nothing more is asked.
         const bool goesOn = row.panels.empty() || !row.chosen.empty();
         if (goesOn) ui.expectError("That CKI file isn't available in the database.");
-        page->chooseDownloadSource();
+        page->chooseDownloadSource(page->gameData());
         settle();
         EXPECT_EQ(ui.savePanels.empty() ? "" : ui.savePanels.back().proposedName, row.proposal);
     }
@@ -331,7 +422,7 @@ TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {
         site.answer("/ckis/download.php", {.body = body});
         install();
         ui.expectError("");
-        page->chooseDownloadSource();
+        page->chooseDownloadSource(page->gameData());
         settle();
         EXPECT_EQ(get(save), "saved") << body;
     }
@@ -352,14 +443,14 @@ TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {
             EXPECT_TRUE(progress->cancel());
         }
     });
-    page->chooseDownloadSource();
+    page->chooseDownloadSource(page->gameData());
     settle();
     EXPECT_EQ(get(save), "saved");
     EXPECT_FALSE(progress->cancel()) << "there is nothing to cancel any more";
 
     publish();
     install();
-    page->chooseDownloadSource();
+    page->chooseDownloadSource(page->gameData());
     settle();
     EXPECT_EQ(asked("/ckis/download.php?id=21&type=GOG"), 4);
     EXPECT_FALSE(exists(save));
@@ -369,6 +460,54 @@ TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {
     EXPECT_EQ(page->page().actionTitle, "PLAY");
     EXPECT_EQ(NSGameData::getIdentifierOfGameAtPath(target), 21);
     EXPECT_EQ(NSGameData::getIdentifierOfGameAtPath(target + "/Editor.app"), 21);
+}
+
+TEST_F(DescriptionView, ShowsNothingThatIsGone) {
+    const std::string path = installed("Game", 7);
+    fs::create_directories(path + "/Level.app");
+    struct Row {
+        const char *name, *button, *shown;
+        bool showsAGame;
+    };
+    const Row rows[] = {{"cancelled", "Cancel", "", true},
+                        {"only from the list, a launcher in it", "List Only", "/Level.app", true},
+                        {"only from the list", "List Only", "", false},
+                        {"a launcher in it", "Remove from Disk", "/Level.app", false}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        show(NSGameData::initWithPath(path + row.shown));
+        ui.expect("Do you want to remove that app only").answer(row.button);
+        const bool deletes = std::string(row.button) == "Remove from Disk";
+        if (deletes) ui.expect("Are you sure that you want to remove").answer("Yes");
+        page->removeGame(NSGameData::initWithPath(path));
+        if (deletes) {
+            EXPECT_TRUE(page->page().hasGame) << "until it is gone";
+        }
+        settle();
+        EXPECT_EQ(page->page().hasGame, row.showsAGame);
+        EXPECT_EQ(page->gameData() != nullptr, row.showsAGame);
+    }
+}
+
+TEST_F(DescriptionView, IsGoneBeforeAnInstallationEnds) {
+    putSharedVerbScript();
+    testing::publishMasterWrapper(
+        site, {.onPrefixCreate = "mkdir -p \"$wrapper/Contents/Resources/drive_c/Game\"\n"
+                                 "touch \"$wrapper/Contents/Resources/drive_c/Game/a.exe\"\n"});
+    testing::publishEngines(site, {"CK9Wine3.0"});
+    putEngine();
+    const Array exes{Dictionary{{"name", "Game"}, {"main", "X"}, {"path", "C:/Game/a.exe"}}};
+    const Dictionary port{
+        {"Engine", "CK9Wine3.0"}, {"Creator", "Me"}, {"Creator Mail", "me@there"}, {"EXEs", exes}};
+    site.answer("/ckis/download.php", {.body = get(cki(port))});
+    show(entry({.id = 21, .name = "Half Life"}));
+    ui.expect("If you never").answer("Install Now");
+    ui.expectSave("Create Port at...", games + "Mine.app");
+    page->chooseDownloadSource(page->gameData());
+    page.reset();
+    settle();
+    EXPECT_TRUE(exists(games + "Mine.app/mv_desc.ckii"));
+    EXPECT_EQ(added, "");
 }
 
 TEST_F(DescriptionView, SavesAPortFile) {
@@ -486,7 +625,11 @@ TEST_F(DescriptionView, InstallsModsAndAsksForEachClash) {
             ui.expect("There is already a file called b.txt in the " + drive + clash).answer("Yes");
         }
         if (names.back() == "file") ui.expectError("file can't be copied to ");
-        NSDescriptionView::installModPatchAtWrapper(path);
+        std::optional<bool> installed;
+        NSDescriptionView::installModPatchAtWrapper(path, [&](bool done) { installed = done; });
+        EXPECT_EQ(installed, std::nullopt) << "nothing is done while the main thread waits";
+        settle();
+        EXPECT_EQ(installed, names.back() != "file");
     };
     install({"Data", "file"});
     EXPECT_EQ(get(drive + "Data/a.txt"), "old a");
@@ -501,7 +644,7 @@ TEST_F(DescriptionView, InstallsModsAndAsksForEachClash) {
     EXPECT_EQ(namesIn(drive), (Names{"Data", "deep", "file"})) << "unpacked from where it lies";
     EXPECT_TRUE(exists(mods + "pack.ZIP"));
     ui.expectError(drive + "Data can't be copied onto itself.");
-    NSDescriptionView::copyFiles({drive + "Data"}, drive);
+    EXPECT_FALSE(NSDescriptionView::copyFiles({drive + "Data"}, drive));
     EXPECT_EQ(get(drive + "Data/b.txt"), "new");
 }
 
@@ -513,17 +656,25 @@ TEST_F(DescriptionView, BuysRatesAndOpensTheAlternative) {
     show(game);
     page->clickAction();
     page->openLinkForSourceButton("GOG");
-    page->showCrossOverAlternative();
+    page->showCrossOverAlternative(page->gameData());
     settle();
     show(entry({.id = 9, .isNative = true}, "Steam=>javascript:x;;"));
     ui.expectError("There is no buying link for that game! Inform us throw the Contact Us tab!");
     page->clickAction();
-    page->rateGame();
-    EXPECT_EQ(events, Names{"Rating \"Half Life\" on NVIDIA"});
-    page->votingPanel()->clickStar(2);
-    page->votingPanel()->applyVote();
+    page->rateGame(page->gameData());
     settle();
-    EXPECT_EQ(page->votingPanel(), nullptr);
+    page->rateGame(page->gameData());
+    settle();
+    const std::string rating = "Rating \"Half Life\" on NVIDIA";
+    EXPECT_EQ(events, (Names{rating, "closed", rating}));
+    votingPanel->clickStar(2);
+    votingPanel->applyVote();
+    settle();
+    EXPECT_EQ(events.back(), "closed");
+    page->rateGame(page->gameData());
+    settle();
+    page.reset();
+    EXPECT_EQ(events, (Names{rating, "closed", rating, "closed", rating, "closed"}));
     EXPECT_EQ(ui.opened,
               (Names{"http://shop/", game->crossoverAlternative,
                      site.baseAddress() + "ckis/facebook/ratePort.php?card=NVIDIA&rate=2&game=9"}));

@@ -1,5 +1,7 @@
 #include "library/library_view.h"
 
+#include <limits>
+
 #include "library/apps_folders_list.h"
 #include "library/game_data.h"
 #include "library/library_machine.h"
@@ -78,7 +80,9 @@ TEST_F(LibraryViews, TheCatalogueIsLoadedOnceAndRefreshed) {
     EXPECT_TRUE(request.starts_with("GET /ckis/listPorts.php?developer=1&country=")) << request;
     EXPECT_EQ(site.requests().size(), 1U);
 
-    NSGameData::bufferEntry(2, std::make_shared<NSGameData>());
+    const auto entry = std::make_shared<NSGameData>();
+    entry->descriptionDictionary.emplace();
+    NSGameData::bufferEntry(2, entry);
     site.answer("/ckis/listPorts.php", {.body = "no list \xFF || at || all"});
     const auto menu = view.contextMenu();
     ASSERT_EQ(menu.size(), 1U);
@@ -121,13 +125,31 @@ TEST_F(LibraryViews, TheMenuOrdersAndMarksAndADragEndsTheOrder) {
     EXPECT_EQ(marks(), "Organize by: Name Size; Auto-organize by: Nothing* Name Size; ");
 
     const int before = reloads;
-    onWorker([&] { view.addPort(applications + "d.app"); });
+    view.addPort(applications + "d.app");
     awaitReloads(before + 1);
     EXPECT_EQ(titles(), "b c a d ");
     ui.expect("Do you want to remove that app only from the list").answer("List Only");
     view.remove(applications + "c.app");
     EXPECT_EQ(titles(), "b a d ");
     EXPECT_EQ(stored(), (Lines{"b=b.app", "a=a.app", "d=d.app"}));
+}
+
+TEST_F(LibraryViews, TheGridIsReducedByTheScale) {
+    struct Row {
+        std::optional<Value> scale;
+        LibraryView::ItemSize size;
+    };
+    const double notANumber = std::numeric_limits<double>::quiet_NaN(),
+                 endless = std::numeric_limits<double>::infinity();
+    const Row rows[] = {{std::nullopt, {191, 240}},      {Value(0.0), {191, 240}},
+                        {Value(1.5), {127, 160}},        {Value(2), {95, 120}},
+                        {Value(0.5), {382, 480}},        {Value(1e-300), {764, 960}},
+                        {Value(-1.0), {191, 240}},       {Value(endless), {23, 30}},
+                        {Value(notANumber), {191, 240}}, {Value("big"), {191, 240}}};
+    for (const Row& row : rows) {
+        machine->defaults.set(settings::collectionViewIconsScale, row.scale);
+        EXPECT_EQ(LibraryView::gridItemSize(), row.size) << row.size.width;
+    }
 }
 
 TEST_F(LibraryViews, TheFoldersPaneStoresAtAnEditOnly) {

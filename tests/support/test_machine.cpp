@@ -84,6 +84,7 @@ std::unique_ptr<ScriptedUserInterface::Expectation> ScriptedUserInterface::next(
 
 DialogAnswer ScriptedUserInterface::showDialog(const Dialog& dialog) {
     dialogs.push_back(dialog);
+    if (whileAsking) whileAsking();
     const bool isInput = std::holds_alternative<TextField>(dialog.accessory);
     const auto expectation = next(Expectation::Kind::dialog, isInput ? dialog.title : dialog.text);
     if (!expectation) return {.button = dialog.defaultButton, .text = ""};
@@ -112,12 +113,14 @@ DialogAnswer ScriptedUserInterface::showDialog(const Dialog& dialog) {
 
 std::vector<std::string> ScriptedUserInterface::chooseFiles(const OpenPanel& panel) {
     openPanels.push_back(panel);
+    if (whileAsking) whileAsking();
     const auto expectation = next(Expectation::Kind::open, panel.title);
     return expectation ? expectation->paths : std::vector<std::string>{};
 }
 
 std::optional<std::string> ScriptedUserInterface::chooseSavePath(const SavePanel& panel) {
     savePanels.push_back(panel);
+    if (whileAsking) whileAsking();
     const auto expectation = next(Expectation::Kind::save, panel.title);
     if (!expectation || expectation->paths.empty()) return std::nullopt;
     if (expectation->form && panel.accessory != nullptr) expectation->form(*panel.accessory);

@@ -68,6 +68,8 @@ class ScriptedUserInterface : public UserInterface {
     void launchBundle(const std::string& path) override { opened.push_back(path); }
     void bringToFront(const std::string& pathPrefix) override { broughtToFront.push_back(pathPrefix); }
 
+    /// What happens while a question is open, on the main thread.
+    std::function<void()> whileAsking;
     std::vector<Dialog> dialogs;        ///< every dialog shown
     std::vector<OpenPanel> openPanels;  ///< every file panel shown
     std::vector<SavePanel> savePanels;
