@@ -54,7 +54,7 @@ END
 mkdir -p "$work/content/files"
 head -c 1200 /dev/zero | tr '\0' x >"$work/content/files/small"
 
-"$morvane" serve --content "$work/content" --listen 127.0.0.1:0 >"$work/address" &
+"$morvane" serve --content "$work/content" --listen 127.0.0.1:0 --votes-per-hour 100000000 >"$work/address" &
 server=$!
 processes=$server
 while [ ! -s "$work/address" ]; do sleep 0.1; done

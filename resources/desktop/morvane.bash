@@ -34,7 +34,7 @@ _morvane_command() {
     run) options='--wait' ;;
     serve)
         subcommands='add'
-        options='--content= --listen= --behind-proxy'
+        options='--content= --listen= --behind-proxy --votes-per-hour='
         ;;
     'serve add')
         options='--name= --creator= --country= --description= --icon= --trailer= --crossover= --genre= --source-link=

@@ -28,6 +28,7 @@ struct Parsed {
     PortToPublish port;
     bool disk = false;
     std::size_t from = 0, place = 0;
+    std::int64_t votesPerHour = 0;
     std::int64_t id = 0;
     int stars = 0;
     Command command;
@@ -306,13 +307,16 @@ void addServeCommand(CLI::App& app, Parsed& parsed) {
     serve->add_option("--listen", parsed.name, "address and port; port 0 is a free one")
         ->default_val("127.0.0.1:0");
     serve->add_flag("--behind-proxy", parsed.behindProxy, "another server passes the requests on");
+    serve->add_option("--votes-per-hour", parsed.votesPerHour, "votes of one address that count")
+        ->default_val(60)
+        ->check(CLI::PositiveNumber);
     addPublishCommand(*serve, parsed);
     serve->callback([&parsed, serve] {
         if (!serve->get_subcommands().empty()) return;
         if (parsed.path.empty()) throw CLI::RequiredError("--content");
         parsed.command = [&](Session& session) {
             return cli::serve(session, parsed.path, parsed.name,
-                              parsed.behindProxy ? BehindProxy::yes : BehindProxy::no);
+                              parsed.behindProxy ? BehindProxy::yes : BehindProxy::no, parsed.votesPerHour);
         };
     });
 }

@@ -88,7 +88,8 @@ int prepareEngine(Session& session, const std::string& name);
 int addSystemEngine(Session& session, EngineKind kind);
 enum class BehindProxy { no, yes };
 /// `serve --content DIR [--listen ADDRESS]`. Prints the address once it serves; ends when asked to.
-int serve(Session& session, const std::string& folder, const std::string& address, BehindProxy behindProxy);
+int serve(Session& session, const std::string& folder, const std::string& address, BehindProxy behindProxy,
+          std::int64_t votesPerHour);
 /// `serve add DIR FILE.cki ...`. Prints the port's ID.
 int publish(Session& session, const std::string& folder, const PortToPublish& port);
 /// `engine convert NAME`. Repacks a stored engine of an old generation; done when it needs none.

@@ -15,12 +15,14 @@ std::optional<std::string> expanded(const std::optional<std::string>& path) {
 
 }  // namespace
 
-int serve(Session& session, const std::string& folder, const std::string& address, BehindProxy behindProxy) {
+int serve(Session& session, const std::string& folder, const std::string& address, BehindProxy behindProxy,
+          std::int64_t votesPerHour) {
     std::mutex complaining;
     CatalogueServer::Options options;
     options.content = expandedPath(folder);
     options.listen = address;
     options.threads = serverThreads;
+    options.votesPerHour = votesPerHour;
     options.behindProxy = behindProxy == BehindProxy::yes;
     options.complain = [&](const std::string& reason) {
         const std::lock_guard lock(complaining);

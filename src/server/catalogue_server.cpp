@@ -22,9 +22,6 @@
 namespace morvane {
 namespace {
 
-using httplib::Request;
-using httplib::Response;
-
 constexpr const char* plainText = "text/plain; charset=utf-8";
 constexpr const char* html = "text/html; charset=utf-8";
 constexpr const char* votePath = "/ckis/facebook/ratePort.php";
@@ -38,8 +35,9 @@ constexpr std::size_t mostInstructionBytes = 1U << 20;
 constexpr int rankingRows = 25, mostRankingRows = 100, frontPageRows = 10;
 constexpr int defaultStars = 4, mostStars = 5;
 constexpr std::size_t mostLists = 32;
+constexpr unsigned connectionsPerAddress = 64;
 
-enum Status { badRequest = 400, forbidden = 403, notFound = 404, notAllowed = 405, unavailable = 503 };
+enum Status { badRequest = 400, forbidden = 403, notFound = 404, tooManyRequests = 429, unavailable = 503 };
 
 struct Address {
     std::string host;
@@ -61,6 +59,10 @@ std::optional<Address> parsedAddress(std::string_view text) {
     return Address{std::string(host), port};
 }
 
+bool isLoopback(const std::string& host) {
+    return host == "localhost" || host == "::1" || host.starts_with("127.");
+}
+
 /// The number that the text is, whole; nothing for any other text.
 std::optional<std::int64_t> numberOf(std::string_view text) {
     std::int64_t number = 0;
@@ -77,8 +79,10 @@ std::string countryOf(const std::string& text) {
     return code ? country : everyCountry;
 }
 
-std::string cookieOf(const Request& request, std::string_view name) {
-    for (const std::string& pair : MVString::split(request.get_header_value("Cookie"), ";")) {
+std::string cookieOf(const HttpQuery& query, std::string_view name) {
+    // Several headers have been joined by commas, which no cookie of ours holds.
+    const std::string cookies = MVString::replacedAll(query.header("cookie"), ",", ";");
+    for (const std::string& pair : MVString::split(cookies, ";")) {
         const std::string cookie = MVString::trimmed(pair);
         if (cookie.size() > name.size() && cookie.starts_with(name) && cookie[name.size()] == '=')
             return cookie.substr(name.size() + 1);
@@ -86,9 +90,11 @@ std::string cookieOf(const Request& request, std::string_view name) {
     return {};
 }
 
-std::string valueOf(const httplib::Params& values, const std::string& key) {
-    const auto found = values.find(key);
-    return found == values.end() ? std::string() : found->second;
+using Form = std::map<std::string, std::string>;
+
+std::string valueOf(const Form& form, const std::string& key) {
+    const auto found = form.find(key);
+    return found == form.end() ? std::string() : found->second;
 }
 
 /// The text as UTF-8 without control characters but line breaks and tabs, cut to so many bytes.
@@ -105,35 +111,40 @@ std::string cleaned(std::string text, std::size_t most) {
     return text;
 }
 
-void answer(Response& response, std::string text, const char* type = plainText) {
-    response.set_content(std::move(text), type);
+HttpAnswer answer(std::string text, const char* type = plainText) {
+    return HttpAnswer::of(std::move(text), type);
 }
 
-void answerWithPage(Response& response, int status, std::string_view heading, std::string_view text) {
-    response.status = status;
-    answer(response, catalogue_texts::page(heading, text), html);
+HttpAnswer pageAnswer(int status, std::string_view heading, std::string_view text) {
+    return HttpAnswer::of(catalogue_texts::page(heading, text), html, status);
 }
 
 /// The answer that the application takes for a missing file.
-void answerMissing(Response& response, const char* text = catalogue_texts::missingFile) {
-    response.status = notFound;
-    answer(response, text, html);
+HttpAnswer missing(const char* text = catalogue_texts::missingFile) {
+    return HttpAnswer::of(text, html, notFound);
 }
 
-void answerWithFile(Response& response, const std::optional<std::string>& path,
-                    const char* missing = catalogue_texts::missingFile) {
-    if (path) http_answers::file(*path, response, contentTypeOf(*path));
-    if (!path || response.status == notFound) answerMissing(response, missing);
+HttpAnswer fileAnswer(const std::optional<std::string>& path,
+                      const char* whenMissing = catalogue_texts::missingFile) {
+    return path && files::kindBehind(*path) == files::Kind::file
+               ? HttpAnswer::ofFile(*path, contentTypeOf(*path))
+               : missing(whenMissing);
 }
 
 }  // namespace
 
 struct CatalogueServer::State {
-    State(Options given, std::unique_ptr<CatalogueStore> opened, Signer secret)
+    State(Options given, std::unique_ptr<CatalogueStore> opened, Signer secret, bool isLocal)
         : options(std::move(given)),
           store(std::move(opened)),
           signer(std::move(secret)),
-          listener(options.threads) {}
+          listener({.threads = options.threads,
+                    .bodyLimit = mostBodyBytes,
+                    // Behind another server all come from its address.
+                    .perAddress = isLocal || options.behindProxy ? 0 : connectionsPerAddress,
+                    .headers = {{"X-Content-Type-Options", "nosniff"}},
+                    .complain = options.complain},
+                   [this](const HttpQuery& query) { return answerTo(query); }) {}
 
     /// The text of a list, while it is of today and nothing is published.
     struct ListText {
@@ -150,65 +161,45 @@ struct CatalogueServer::State {
     /// Last: its threads end before what they use.
     HttpListener listener;
 
-    void route();
-    void answerGet(const Request& request, Response& response);
-    void answerPost(const Request& request, Response& response, const httplib::ContentReader& reader);
-    /// Does the work; a failure of the database is told as a server that is busy.
-    void guarded(Response& response, const std::function<void()>& work) const;
+    /// A failure of the database is told as a server that is busy.
+    [[nodiscard]] HttpAnswer answerTo(const HttpQuery& query);
+    [[nodiscard]] HttpAnswer answerGet(const HttpQuery& query);
+    [[nodiscard]] HttpAnswer answerPost(const HttpQuery& query) const;
 
-    void listPorts(const Request& request, Response& response);
-    void portDescription(const Request& request, Response& response) const;
-    void portRating(const Request& request, Response& response) const;
-    void rankingPorts(const Request& request, Response& response) const;
-    void download(const Request& request, Response& response) const;
-    void instructions(const Request& request, Response& response) const;
-    void showVote(const Request& request, Response& response) const;
-    void castVote(const Request& request, const httplib::Params& form, Response& response) const;
-    void takeMail(const Request& request, const httplib::Params& form, Response& response) const;
-    void frontPage(const Request& request, Response& response) const;
-    void news(const Request& request, Response& response) const;
-    void forum(const Request& request, Response& response) const;
+    [[nodiscard]] HttpAnswer listPorts(const HttpQuery& query);
+    [[nodiscard]] HttpAnswer portDescription(const HttpQuery& query) const;
+    [[nodiscard]] HttpAnswer portRating(const HttpQuery& query) const;
+    [[nodiscard]] HttpAnswer rankingPorts(const HttpQuery& query) const;
+    [[nodiscard]] HttpAnswer download(const HttpQuery& query) const;
+    [[nodiscard]] HttpAnswer instructions(const HttpQuery& query) const;
+    [[nodiscard]] HttpAnswer showVote(const HttpQuery& query) const;
+    [[nodiscard]] HttpAnswer castVote(const HttpQuery& query, const Form& form) const;
+    [[nodiscard]] HttpAnswer takeMail(const HttpQuery& query, const Form& form) const;
+    [[nodiscard]] HttpAnswer frontPage(const HttpQuery& query) const;
+    [[nodiscard]] HttpAnswer news(const HttpQuery& query) const;
+    [[nodiscard]] HttpAnswer forum(const HttpQuery& query) const;
 
     [[nodiscard]] std::shared_ptr<const std::string> listText(bool developer, const std::string& country);
-    [[nodiscard]] std::optional<std::string> voterOf(const Request& request) const;
-    [[nodiscard]] std::string senderOf(const Request& request) const;
-    bool answerWithOwnPage(const char* name, Response& response) const;
-    void answerWithAnyFile(const std::string& path, Response& response) const;
+    [[nodiscard]] std::optional<std::string> voterOf(const HttpQuery& query) const;
+    [[nodiscard]] std::string senderOf(const HttpQuery& query) const;
+    [[nodiscard]] std::optional<HttpAnswer> ownPage(const char* name) const;
+    [[nodiscard]] HttpAnswer anyFile(const std::string& path) const;
     [[nodiscard]] std::optional<std::string> portFile(std::string_view place) const;
 };
 
-void CatalogueServer::State::route() {
-    // Addresses are compared as texts: the library's own routes are regular expressions, tried one by one.
-    listener.server.set_pre_routing_handler([this](const Request& request, Response& response) {
-        using Handled = httplib::Server::HandlerResponse;
-        if (request.method == "POST") return Handled::Unhandled;
-        if (request.method == "GET" || request.method == "HEAD") {
-            guarded(response, [&] { answerGet(request, response); });
-        } else {
-            response.status = notAllowed;
-        }
-        return Handled::Handled;
-    });
-    listener.server.Post(
-        ".*", [this](const Request& request, Response& response, const httplib::ContentReader& reader) {
-            guarded(response, [&] { answerPost(request, response, reader); });
-        });
-    listener.server.limitBody(mostBodyBytes);
-    listener.server.set_default_headers({{"X-Content-Type-Options", "nosniff"}});
-}
-
-void CatalogueServer::State::guarded(Response& response, const std::function<void()>& work) const {
+HttpAnswer CatalogueServer::State::answerTo(const HttpQuery& query) {
     try {
-        work();
+        return query.method == "POST" ? answerPost(query) : answerGet(query);
     } catch (const DatabaseError& error) {
         if (options.complain) options.complain(error.what());
-        response.set_header("Retry-After", "5");
-        answerWithPage(response, unavailable, "Busy", "The catalogue is busy. Please, try again later.");
+        HttpAnswer busy = pageAnswer(unavailable, "Busy", "The catalogue is busy. Please, try again later.");
+        busy.headers["Retry-After"] = "5";
+        return busy;
     }
 }
 
-void CatalogueServer::State::answerGet(const Request& request, Response& response) {
-    using Answer = void (State::*)(const Request&, Response&) const;
+HttpAnswer CatalogueServer::State::answerGet(const HttpQuery& query) {
+    using Answer = HttpAnswer (State::*)(const HttpQuery&) const;
     static constexpr std::array<std::pair<std::string_view, Answer>, 12> addresses = {{
         {"/", &State::frontPage},
         {"/blog", &State::news},
@@ -223,63 +214,43 @@ void CatalogueServer::State::answerGet(const Request& request, Response& respons
         {"/smf/", &State::forum},
         {"/smf/index.php", &State::forum},
     }};
-    if (request.path == "/ckis/listPorts.php") return listPorts(request, response);
+    if (query.path == "/ckis/listPorts.php") return listPorts(query);
     const auto* found = std::find_if(addresses.begin(), addresses.end(),
-                                     [&](const auto& known) { return known.first == request.path; });
-    if (found != addresses.end()) return (this->*found->second)(request, response);
-    answerWithAnyFile(request.path, response);
+                                     [&](const auto& known) { return known.first == query.path; });
+    return found != addresses.end() ? (this->*found->second)(query) : anyFile(query.path);
 }
 
 /// Verb files and the ports' own; whatever is no such file may lie below "files".
-void CatalogueServer::State::answerWithAnyFile(const std::string& path, Response& response) const {
+HttpAnswer CatalogueServer::State::anyFile(const std::string& path) const {
     constexpr std::string_view verbs = "/ckis/winetricks/", ports = "/ckis/", others = "/files/";
-    const char* missing = catalogue_texts::missingFile;
+    const char* whenMissing = catalogue_texts::missingFile;
     std::optional<std::string> file;
     if (path.starts_with(verbs)) {
         file = fileBelow(options.content + "/winetricks", path.substr(verbs.size()));
-        missing = catalogue_texts::missingVerb;
+        whenMissing = catalogue_texts::missingVerb;
     } else if (path.starts_with(ports)) {
         file = portFile(std::string_view(path).substr(ports.size()));
     }
     if (!file)
         file = fileBelow(options.content + "/files",
                          path.starts_with(others) ? path.substr(others.size()) : path);
-    answerWithFile(response, file, missing);
+    return fileAnswer(file, whenMissing);
 }
 
-void CatalogueServer::State::answerPost(const Request& request, Response& response,
-                                        const httplib::ContentReader& reader) {
-    std::string body;
-    // Read in any case: what stays in the connection would be taken for the next request.
-    const bool read = reader([&](const char* bytes, std::size_t count) {
-        body.append(bytes, count);
-        return body.size() <= mostBodyBytes;
-    });
-    if (!read) {
-        if (response.status < badRequest) response.status = badRequest;
-        return;
-    }
-    httplib::Params form;
-    httplib::detail::parse_query_text(body, form);
-    if (request.path == votePath) return castVote(request, form, response);
-    if (request.path == "/en/send_form_email.php") return takeMail(request, form, response);
-    answerMissing(response);
+HttpAnswer CatalogueServer::State::answerPost(const HttpQuery& query) const {
+    if (query.path == votePath) return castVote(query, query.form());
+    if (query.path == "/en/send_form_email.php") return takeMail(query, query.form());
+    return missing();
 }
 
-void CatalogueServer::State::listPorts(const Request& request, Response& response) {
-    const bool developer = valueOf(request.params, "developer") == "1";
-    const std::string country = valueOf(request.params, "country");
-    if (request.has_param("search")) {
+HttpAnswer CatalogueServer::State::listPorts(const HttpQuery& query) {
+    const bool developer = query.parameter("developer") == "1";
+    const std::string country = query.parameter("country");
+    if (query.parameters.contains("search")) {
         const auto wanted = country.empty() ? std::nullopt : std::optional(countryOf(country));
-        return answer(response, catalogue_texts::list(
-                                    store->search(valueOf(request.params, "search"), wanted, developer)));
+        return answer(catalogue_texts::list(store->search(query.parameter("search"), wanted, developer)));
     }
-    const auto text = listText(developer, countryOf(country));
-    if (text->empty()) return answer(response, "");
-    response.set_content_provider(text->size(), plainText,
-                                  [text](std::size_t place, std::size_t left, httplib::DataSink& sink) {
-                                      return sink.write(text->data() + place, left);
-                                  });
+    return {.contentType = plainText, .text = listText(developer, countryOf(country))};
 }
 
 std::shared_ptr<const std::string> CatalogueServer::State::listText(bool developer,
@@ -304,48 +275,49 @@ std::shared_ptr<const std::string> CatalogueServer::State::listText(bool develop
     return text;
 }
 
-void CatalogueServer::State::portDescription(const Request& request, Response& response) const {
-    const std::int64_t id = numberOf(valueOf(request.params, "id")).value_or(0);
-    if (valueOf(request.params, "brief") == "true") {
+HttpAnswer CatalogueServer::State::portDescription(const HttpQuery& query) const {
+    const std::int64_t id = numberOf(query.parameter("id")).value_or(0);
+    if (query.parameter("brief") == "true") {
         const auto entry = store->entry(id);
-        return answer(response, entry ? catalogue_texts::list({*entry}) : "");
+        return answer(entry ? catalogue_texts::list({*entry}) : "");
     }
     const auto details = store->details(id);
-    answer(response, details ? catalogue_texts::description(*details, store->ratings(id)) : "");
+    return answer(details ? catalogue_texts::description(*details, store->ratings(id)) : "");
 }
 
-void CatalogueServer::State::portRating(const Request& request, Response& response) const {
-    const std::int64_t id = numberOf(valueOf(request.params, "game")).value_or(0);
-    answer(response, store->entry(id) ? catalogue_texts::ratings(store->ratings(id)) : "");
+HttpAnswer CatalogueServer::State::portRating(const HttpQuery& query) const {
+    const std::int64_t id = numberOf(query.parameter("game")).value_or(0);
+    return answer(store->entry(id) ? catalogue_texts::ratings(store->ratings(id)) : "");
 }
 
-void CatalogueServer::State::rankingPorts(const Request& request, Response& response) const {
+HttpAnswer CatalogueServer::State::rankingPorts(const HttpQuery& query) const {
     static constexpr std::array<std::pair<std::string_view, RankingKind>, 3> kinds = {
         {{"latest", RankingKind::latest},
          {"popular", RankingKind::popular},
          {"highrated", RankingKind::highrated}}};
-    const std::string type = valueOf(request.params, "type");
+    const std::string type = query.parameter("type");
     const auto* kind =
         std::find_if(kinds.begin(), kinds.end(), [&](const auto& known) { return known.first == type; });
-    if (kind == kinds.end()) return answer(response, "");
-    const std::int64_t rows = numberOf(valueOf(request.params, "num")).value_or(rankingRows);
+    if (kind == kinds.end()) return answer("");
+    const std::int64_t rows = numberOf(query.parameter("num")).value_or(rankingRows);
     const int count = static_cast<int>(std::clamp<std::int64_t>(rows, 0, mostRankingRows));
-    answer(response, catalogue_texts::ranking(store->ranking(
-                         kind->second, count, cardFamilyNamed(valueOf(request.params, "card")))));
+    return answer(catalogue_texts::ranking(
+        store->ranking(kind->second, count, cardFamilyNamed(query.parameter("card")))));
 }
 
-void CatalogueServer::State::download(const Request& request, Response& response) const {
-    const std::int64_t id = numberOf(valueOf(request.params, "id")).value_or(0);
-    answerWithFile(response, store->ckiPath(id, valueOf(request.params, "type")));
+HttpAnswer CatalogueServer::State::download(const HttpQuery& query) const {
+    const std::int64_t id = numberOf(query.parameter("id")).value_or(0);
+    HttpAnswer answered = fileAnswer(store->ckiPath(id, query.parameter("type")));
     // A look at the head, or the rest of a broken transfer, is no download of its own.
-    const bool whole = request.method == "GET" && request.ranges.empty();
-    if (!whole || response.status == notFound) return;
+    const bool whole = query.method == "GET" && !query.headers.contains("range");
+    if (!whole || answered.status == notFound) return answered;
     try {
         store->countDownload(id);
     } catch (const DatabaseError& error) {
         // The player gets his file all the same.
         if (options.complain) options.complain(error.what());
     }
+    return answered;
 }
 
 /// The file at a place below "ckis/": creator, folder, file.
@@ -362,118 +334,115 @@ std::optional<std::string> CatalogueServer::State::portFile(std::string_view pla
     return store->ckiPath(*id, std::string(file.substr(0, file.size() - ending.size())));
 }
 
-void CatalogueServer::State::instructions(const Request& request, Response& response) const {
+HttpAnswer CatalogueServer::State::instructions(const HttpQuery& query) const {
     const std::string path = options.content + "/instructions";
-    const std::string source = MVString::lowercased(valueOf(request.params, "source"));
-    if (files::size(path).value_or(mostInstructionBytes) >= mostInstructionBytes) return answer(response, "");
+    const std::string source = MVString::lowercased(query.parameter("source"));
+    if (files::size(path).value_or(mostInstructionBytes) >= mostInstructionBytes) return answer("");
     const auto read = files::read(path);
     if (failureOf(read) == nullptr) {
         for (const std::string& line : MVString::split(std::get<std::string>(read), "\n")) {
             const std::size_t equals = line.find('=');
             if (equals != std::string::npos &&
                 MVString::lowercased(MVString::trimmed(line.substr(0, equals))) == source)
-                return answer(response, MVString::trimmed(line.substr(equals + 1)));
+                return answer(MVString::trimmed(line.substr(equals + 1)));
         }
     }
-    answer(response, "");
+    return answer("");
 }
 
 /// The signed ID in the cookie; nothing without one that fits.
-std::optional<std::string> CatalogueServer::State::voterOf(const Request& request) const {
-    const std::string cookie = cookieOf(request, voterCookie);
+std::optional<std::string> CatalogueServer::State::voterOf(const HttpQuery& query) const {
+    const std::string cookie = cookieOf(query, voterCookie);
     const std::size_t dot = cookie.find('.');
     if (dot == std::string::npos) return std::nullopt;
     const std::string voter = cookie.substr(0, dot);
     return signer.fits(cookie.substr(dot + 1), "voter", voter) ? std::optional(voter) : std::nullopt;
 }
 
-void CatalogueServer::State::showVote(const Request& request, Response& response) const {
-    const auto game = store->entry(numberOf(valueOf(request.params, "game")).value_or(0));
-    if (!game)
-        return answerWithPage(response, notFound, "No such game",
-                              "The catalogue has no game of that number.");
-    auto voter = voterOf(request);
+HttpAnswer CatalogueServer::State::showVote(const HttpQuery& query) const {
+    const auto game = store->entry(numberOf(query.parameter("game")).value_or(0));
+    if (!game) return pageAnswer(notFound, "No such game", "The catalogue has no game of that number.");
+    auto voter = voterOf(query);
     if (!voter) voter = randomHex(voterBytes);
-    const std::int64_t stars = numberOf(valueOf(request.params, "rate")).value_or(defaultStars);
+    const std::int64_t stars = numberOf(query.parameter("rate")).value_or(defaultStars);
     catalogue_texts::VoteForm form;
     form.game = *game;
-    form.card = valueOf(request.params, "card");
+    form.card = query.parameter("card");
     form.stars = stars >= 1 && stars <= mostStars ? static_cast<int>(stars) : defaultStars;
     form.token = signer.sign("vote form", *voter);
-    answer(response, catalogue_texts::voteForm(form), html);
+    HttpAnswer page = answer(catalogue_texts::voteForm(form), html);
     // Made anew each time, so that it lasts for a year from the last vote. A page of another site cannot send
     // it along with a form of its own.
-    response.set_header("Set-Cookie", filled("%@=%@.%@; Path=%@; Max-Age=%@; HttpOnly; SameSite=Lax",
-                                             {voterCookie, *voter, signer.sign("voter", *voter), votePath,
-                                              std::to_string(cookieSeconds)}));
-    response.set_header("Cache-Control", "no-store");
-    response.set_header(
-        "Content-Security-Policy",
-        "default-src 'none'; style-src 'unsafe-inline'; form-action 'self'; frame-ancestors 'none'");
+    page.headers["Set-Cookie"] =
+        filled("%@=%@.%@; Path=%@; Max-Age=%@; HttpOnly; SameSite=Lax",
+               {voterCookie, *voter, signer.sign("voter", *voter), votePath, std::to_string(cookieSeconds)});
+    page.headers["Cache-Control"] = "no-store";
+    page.headers["Content-Security-Policy"] =
+        "default-src 'none'; style-src 'unsafe-inline'; form-action 'self'; frame-ancestors 'none'";
+    return page;
 }
 
-void CatalogueServer::State::castVote(const Request& request, const httplib::Params& form,
-                                      Response& response) const {
-    const auto voter = voterOf(request);
+HttpAnswer CatalogueServer::State::castVote(const HttpQuery& query, const Form& form) const {
+    const auto voter = voterOf(query);
     if (!voter || !signer.fits(valueOf(form, "token"), "vote form", *voter))
-        return answerWithPage(
-            response, forbidden, "Not counted",
-            "The vote needs a cookie of this page. Please, allow it, and open the page again.");
+        return pageAnswer(forbidden, "Not counted",
+                          "The vote needs a cookie of this page. Please, allow it, and open the page again.");
     const auto family = cardFamilyNamed(valueOf(form, "card"));
     const std::int64_t stars = numberOf(valueOf(form, "rate")).value_or(0);
     if (!family || stars < 1 || stars > mostStars)
-        return answerWithPage(response, badRequest, "Not counted",
-                              "Please, go back and choose a graphics card and one to five stars.");
+        return pageAnswer(badRequest, "Not counted",
+                          "Please, go back and choose a graphics card and one to five stars.");
     const std::int64_t game = numberOf(valueOf(form, "game")).value_or(0);
-    if (!store->vote(*voter, game, *family, static_cast<int>(stars)))
-        return answerWithPage(response, notFound, "No such game",
-                              "The catalogue has no game of that number.");
-    answerWithPage(response, 200, "Thank you",
-                   filled("Your vote counts: %@ of 5 for %@.",
-                          {std::to_string(stars), cardFamilyNames.at(static_cast<std::size_t>(*family))}));
+    using Arrival = CatalogueStore::Arrival;
+    const Arrival arrival =
+        store->vote(*voter, senderOf(query), game, *family, static_cast<int>(stars), options.votesPerHour);
+    if (arrival == Arrival::noSuchPort)
+        return pageAnswer(notFound, "No such game", "The catalogue has no game of that number.");
+    if (arrival == Arrival::tooMany)
+        return pageAnswer(tooManyRequests, "Not counted",
+                          "Too many votes came from your address. Please, try again in an hour.");
+    return pageAnswer(200, "Thank you",
+                      filled("Your vote counts: %@ of 5 for %@.",
+                             {std::to_string(stars), cardFamilyNames.at(static_cast<std::size_t>(*family))}));
 }
 
-std::string CatalogueServer::State::senderOf(const Request& request) const {
-    if (!options.behindProxy) return request.remote_addr;
-    const std::string addresses = request.get_header_value("X-Forwarded-For");
+std::string CatalogueServer::State::senderOf(const HttpQuery& query) const {
+    if (!options.behindProxy) return query.sender;
+    const std::string addresses = query.header("x-forwarded-for");
     return cleaned(MVString::trimmed(MVString::split(addresses, ",").back()), mostLineBytes);
 }
 
 /// Refusals have the status of a success too: the application shows only such an answer's text.
-void CatalogueServer::State::takeMail(const Request& request, const httplib::Params& form,
-                                      Response& response) const {
-    const Mail mail{senderOf(request), cleaned(valueOf(form, "name"), mostLineBytes),
+HttpAnswer CatalogueServer::State::takeMail(const HttpQuery& query, const Form& form) const {
+    const Mail mail{senderOf(query), cleaned(valueOf(form, "name"), mostLineBytes),
                     cleaned(valueOf(form, "email"), mostLineBytes),
                     cleaned(valueOf(form, "subject"), mostLineBytes),
                     cleaned(valueOf(form, "comment"), mostBodyBytes)};
-    if (MVString::trimmed(mail.comment).empty())
-        return answer(response, "<p>The message is empty.</p>", html);
-    if (store->addMail(mail) == CatalogueStore::MailResult::tooMany)
-        return answer(response, "<p>Too many messages were sent. Please, try again in an hour.</p>", html);
-    answer(response, "<!-- Success --><p>Thank you. Your message was sent.</p>", html);
+    if (MVString::trimmed(mail.comment).empty()) return answer("<p>The message is empty.</p>", html);
+    if (store->addMail(mail) == CatalogueStore::Arrival::tooMany)
+        return answer("<p>Too many messages were sent. Please, try again in an hour.</p>", html);
+    return answer("<!-- Success --><p>Thank you. Your message was sent.</p>", html);
 }
 
-bool CatalogueServer::State::answerWithOwnPage(const char* name, Response& response) const {
+std::optional<HttpAnswer> CatalogueServer::State::ownPage(const char* name) const {
     const auto path = fileBelow(options.content + "/pages", name);
-    if (path) http_answers::file(*path, response, html);
-    return path && response.status != notFound;
+    return path ? std::optional(HttpAnswer::ofFile(*path, html)) : std::nullopt;
 }
 
-void CatalogueServer::State::frontPage(const Request&, Response& response) const {
-    if (answerWithOwnPage("front.html", response)) return;
-    answer(response,
-           catalogue_texts::frontPage(store->ranking(RankingKind::latest, frontPageRows, std::nullopt)),
-           html);
+HttpAnswer CatalogueServer::State::frontPage(const HttpQuery&) const {
+    if (auto own = ownPage("front.html")) return *own;
+    return answer(
+        catalogue_texts::frontPage(store->ranking(RankingKind::latest, frontPageRows, std::nullopt)), html);
 }
 
-void CatalogueServer::State::news(const Request&, Response& response) const {
-    if (!answerWithOwnPage("news.html", response))
-        answerWithPage(response, 200, "News", "There is no news yet.");
+HttpAnswer CatalogueServer::State::news(const HttpQuery&) const {
+    if (auto own = ownPage("news.html")) return *own;
+    return pageAnswer(200, "News", "There is no news yet.");
 }
 
-void CatalogueServer::State::forum(const Request&, Response& response) const {
-    if (!answerWithOwnPage("forum.html", response))
-        answerWithPage(response, 200, "Forum", "This catalogue has no forum yet.");
+HttpAnswer CatalogueServer::State::forum(const HttpQuery&) const {
+    if (auto own = ownPage("forum.html")) return *own;
+    return pageAnswer(200, "Forum", "This catalogue has no forum yet.");
 }
 
 Result<std::unique_ptr<CatalogueServer>> CatalogueServer::start(const Options& options) {
@@ -483,10 +452,9 @@ Result<std::unique_ptr<CatalogueServer>> CatalogueServer::start(const Options& o
     if (const Failure* failure = failureOf(store)) return *failure;
     auto signer = Signer::withSecretAt(options.content + "/secret");
     if (const Failure* failure = failureOf(signer)) return *failure;
-    auto state =
-        std::make_unique<State>(options, std::get<0>(std::move(store)), std::get<0>(std::move(signer)));
+    auto state = std::make_unique<State>(options, std::get<0>(std::move(store)),
+                                         std::get<0>(std::move(signer)), isLoopback(address->host));
     state->address = *std::move(address);
-    state->route();
     if (!state->listener.listenOn(state->address.host, state->address.port))
         return Failure{localized("Nothing can listen on %@.", {options.listen})};
     return std::unique_ptr<CatalogueServer>(new CatalogueServer(std::move(state)));

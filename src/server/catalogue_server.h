@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -26,7 +27,9 @@ class CatalogueServer {
         std::string content;
         std::string listen = "127.0.0.1:0";  ///< "127.0.0.1:8080", "[::1]:8080"; port 0 is a free one
         std::size_t threads = 8;             ///< how many clients are answered at once
-        /// Behind another server: the sender of a mail is the last address of "X-Forwarded-For".
+        /// Votes of one address within an hour; more are refused.
+        std::int64_t votesPerHour = 60;
+        /// Behind another server: the sender of a mail or a vote is the last address of "X-Forwarded-For".
         bool behindProxy = false;
         /// How long a request waits for a database that another process holds.
         std::chrono::milliseconds patience{5000};

@@ -16,10 +16,10 @@
 namespace morvane {
 namespace {
 
-constexpr std::int64_t schemaVersion = 1;
+constexpr std::int64_t schemaVersion = 2;
 constexpr std::int64_t secondsPerHour = 3600, secondsPerDay = 86400;
 constexpr std::int64_t newFor = 30 * secondsPerDay;
-constexpr std::int64_t mailsPerHour = 10, mailsPerDay = 1000;
+constexpr std::int64_t mailsPerHour = 10, mailsPerDay = 1000, votesPerDay = 1'000'000;
 constexpr int mostFound = 100;
 constexpr const char* databaseName = "/catalogue.db";
 constexpr const char* iconName = "/Icon.png";
@@ -67,6 +67,17 @@ INSERT INTO publications VALUES(0);
 PRAGMA user_version=1;
 )";
 
+/// Who has sent what lately, for the bounds: a day's worth.
+constexpr const char* arrivalsSchema = R"(
+CREATE TABLE arrivals(kind TEXT NOT NULL, sender TEXT NOT NULL, at INTEGER NOT NULL) STRICT;
+CREATE INDEX arrivals_by_sender ON arrivals(kind, sender, at);
+CREATE INDEX arrivals_by_time ON arrivals(at);
+INSERT INTO arrivals SELECT 'mail', sender, at FROM mails WHERE at > unixepoch() - 86400;
+DROP INDEX mails_by_sender;
+DROP INDEX mails_by_time;
+PRAGMA user_version=2;
+)";
+
 std::int64_t now() {
     return std::chrono::duration_cast<std::chrono::seconds>(
                std::chrono::system_clock::now().time_since_epoch())
@@ -108,11 +119,30 @@ std::optional<std::pair<std::string, std::string>> nameAndCountry(const std::str
     return std::pair(folder.substr(0, folder.size() - pattern.size()), std::string(end.substr(2, 2)));
 }
 
-void createSchema(Database& database) {
+void updateSchema(Database& database) {
     Transaction transaction(database);
     // Asked again inside: another process may have been quicker.
-    if (firstInteger(*database.query("PRAGMA user_version")) == 0) database.script(schema);
+    const auto version = [&] { return firstInteger(*database.query("PRAGMA user_version")); };
+    if (version() == 0) database.script(schema);
+    if (version() == 1) database.script(arrivalsSchema);
     transaction.commit();
+}
+
+/// Notes that the sender sends one more of the kind, within the transaction of what is sent. False, and
+/// nothing is noted, when the sender has sent so many within the hour, or all have within the day.
+bool noteArrival(Database& database, const char* kind, const std::string& sender, std::int64_t mostPerHour,
+                 std::int64_t mostPerDay) {
+    const std::int64_t time = now();
+    const auto ofSender = firstInteger(
+        *database.query("SELECT count(*) FROM arrivals WHERE kind = ?1 AND sender = ?2 AND at > ?3", kind,
+                        sender, time - secondsPerHour));
+    const auto ofAll = firstInteger(
+        *database.query("SELECT count(*) FROM (SELECT 1 FROM arrivals WHERE kind = ?1 AND at > ?2 LIMIT ?3)",
+                        kind, time - secondsPerDay, mostPerDay));
+    if (ofSender >= mostPerHour || ofAll >= mostPerDay) return false;
+    database.run("DELETE FROM arrivals WHERE at <= ?1", time - secondsPerDay);
+    database.run("INSERT INTO arrivals(kind, sender, at) VALUES(?1, ?2, ?3)", kind, sender, time);
+    return true;
 }
 
 }  // namespace
@@ -187,7 +217,7 @@ Result<std::unique_ptr<CatalogueStore>> CatalogueStore::open(const std::string& 
         const auto version = firstInteger(*database.query("PRAGMA user_version"));
         if (version > schemaVersion)
             return Failure{localized("The catalogue in %@ was made by a newer version.", {folder})};
-        if (version == 0) createSchema(database);
+        if (version < schemaVersion) updateSchema(database);
         return store;
     } catch (const DatabaseError& error) {
         return Failure{localized("The catalogue in %@ cannot be opened: %@", {folder, error.what()})};
@@ -345,33 +375,32 @@ void CatalogueStore::countDownload(std::int64_t id) {
         "INSERT INTO downloads(port, count) VALUES(?1, 1) ON CONFLICT DO UPDATE SET count = count + 1", id);
 }
 
-bool CatalogueStore::vote(const std::string& voter, std::int64_t id, CardFamily family, int stars) {
+CatalogueStore::Arrival CatalogueStore::vote(const std::string& voter, const std::string& sender,
+                                             std::int64_t id, CardFamily family, int stars,
+                                             std::int64_t mostPerHour) {
     const MutexLock lock(state_->writing);
     Database& database = state_->votes;
     Transaction transaction(database);
-    if (!database.query("SELECT 1 FROM ports WHERE id = ?1", id)->next()) return false;
+    if (!database.query("SELECT 1 FROM ports WHERE id = ?1", id)->next()) return Arrival::noSuchPort;
+    if (!noteArrival(database, "vote", sender, mostPerHour, votesPerDay)) return Arrival::tooMany;
     database.run(
         "INSERT INTO votes(voter, port, family, stars, at) VALUES(?1, ?2, ?3, ?4, ?5) "
         "ON CONFLICT DO UPDATE SET stars = excluded.stars, at = excluded.at",
         voter, id, static_cast<int>(family), stars, now());
     transaction.commit();
-    return true;
+    return Arrival::stored;
 }
 
-CatalogueStore::MailResult CatalogueStore::addMail(const Mail& mail) {
+CatalogueStore::Arrival CatalogueStore::addMail(const Mail& mail) {
     const MutexLock lock(state_->writing);
     Database& database = state_->votes;
     Transaction transaction(database);
-    const auto ofSender = firstInteger(*database.query(
-        "SELECT count(*) FROM mails WHERE sender = ?1 AND at > ?2", mail.sender, now() - secondsPerHour));
-    const auto ofAll =
-        firstInteger(*database.query("SELECT count(*) FROM mails WHERE at > ?1", now() - secondsPerDay));
-    if (ofSender >= mailsPerHour || ofAll >= mailsPerDay) return MailResult::tooMany;
+    if (!noteArrival(database, "mail", mail.sender, mailsPerHour, mailsPerDay)) return Arrival::tooMany;
     database.run(
         "INSERT INTO mails(at, sender, name, email, subject, comment) VALUES(?1, ?2, ?3, ?4, ?5, ?6)", now(),
         mail.sender, mail.name, mail.email, mail.subject, mail.comment);
     transaction.commit();
-    return MailResult::stored;
+    return Arrival::stored;
 }
 
 namespace {

@@ -116,11 +116,13 @@ class CatalogueStore {
     [[nodiscard]] std::string iconPath(std::int64_t id) const;
 
     void countDownload(std::int64_t id);
-    /// The voter's vote for the port on that family, in place of an earlier one. False without such a port.
-    [[nodiscard]] bool vote(const std::string& voter, std::int64_t id, CardFamily family, int stars);
-    enum class MailResult { stored, tooMany };
+    enum class Arrival { stored, tooMany, noSuchPort };
+    /// The voter's vote for the port on that family, in place of an earlier one. Refuses more than so many of
+    /// one sender (a network address) within an hour.
+    [[nodiscard]] Arrival vote(const std::string& voter, const std::string& sender, std::int64_t id,
+                               CardFamily family, int stars, std::int64_t mostPerHour);
     /// Refuses more than ten mails of a sender within an hour, and more than a thousand of all within a day.
-    [[nodiscard]] MailResult addMail(const Mail& mail);
+    [[nodiscard]] Arrival addMail(const Mail& mail);
 
     /// Publishes a port, or adds to the port of that creator, name and country: the ID. The texts are not
     /// looked at. A failure where something that a new port needs is missing.

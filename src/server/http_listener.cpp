@@ -1,294 +1,534 @@
 #include "server/http_listener.h"
 
+#include <fcntl.h>
+#include <microhttpd.h>
 #include <netdb.h>
-#include <poll.h>
-#include <sys/eventfd.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
+#include <charconv>
 #include <chrono>
+#include <cstdint>
 #include <deque>
-#include <fstream>
-#include <functional>
-#include <memory>
+#include <exception>
+#include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
+#include "foundation/text.h"
 #include "platform/annotations.h"
-#include "platform/files.h"
+#include "platform/descriptor.h"
 
 namespace morvane {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr milliseconds betweenRequests{5000}, ofItsOwn{1000};
-constexpr seconds toBegin{10};                       // a request, or an answer, may rest this long in all...
-constexpr std::size_t slowestBytesPerSecond = 4096;  // ... beyond what this speed takes
-constexpr std::size_t requestsPerConnection = 1000;
-constexpr std::size_t mostHeaderBytes = 1 << 16;
-constexpr std::size_t waitingPerThread = 16;
+constexpr seconds toSendAHead{15}, toBegin{10}, betweenLooks{1};
+constexpr std::uint64_t slowestBytesPerSecond = 4096;
+constexpr unsigned mostConnections = 4096;
+constexpr std::size_t memoryOfConnection = 32768;
 constexpr int backlog = 1024;
 
-/// The socket of one client. Every wait ends when its time is over or the server does.
-class Connection : public httplib::Stream {
-  public:
-    Connection(socket_t socket, int ending, int crowd, std::size_t mostBytes)
-        : socket_(socket), ending_(ending), crowd_(crowd), mostBytes_(mostBytes) {}
-
-    /// Whether another request begins in time, and before others need the thread.
-    bool awaitRequest() {
-        const auto now = Clock::now();
-        // The thread is there for the first request. Between two it is of more use to others, but a client
-        // that goes on at once must not run into a closing connection.
-        const auto mine = now + (std::exchange(first_, false) ? betweenRequests : ofItsOwn);
-        const bool begun =
-            at_ < filled_ || await(POLLIN, mine) || await(POLLIN, now + betweenRequests, crowd_);
-        begun_ = Clock::now();
-        received_ = sent_ = 0;
-        return begun;
-    }
-
-    [[nodiscard]] bool is_readable() const override {
-        return at_ < filled_ || await(POLLIN, deadline(received_));
-    }
-    [[nodiscard]] bool is_writable() const override { return await(POLLOUT, deadline(sent_)); }
-
-    ssize_t read(char* bytes, std::size_t size) override {
-        if (at_ == filled_ && !fill()) return failed_ ? -1 : 0;
-        const std::size_t count = std::min(size, filled_ - at_);
-        std::copy_n(buffer_.begin() + static_cast<std::ptrdiff_t>(at_), count, bytes);
-        at_ += count;
-        return static_cast<ssize_t>(count);
-    }
-
-    ssize_t write(const char* bytes, std::size_t size) override {
-        // The answer's time begins with its first byte: what the server needs is not the client's fault.
-        if (sent_ == 0) begun_ = Clock::now();
-        while (is_writable()) {
-            const ssize_t count = ::send(socket_, bytes, size, MSG_NOSIGNAL | MSG_DONTWAIT);
-            if (count > 0) sent_ += static_cast<std::size_t>(count);
-            if (count >= 0 || (errno != EAGAIN && errno != EINTR)) return count;
-        }
-        return -1;
-    }
-
-    void get_remote_ip_and_port(std::string& ip, int& port) const override {
-        addressOf(::getpeername, ip, port);
-    }
-    void get_local_ip_and_port(std::string& ip, int& port) const override {
-        addressOf(::getsockname, ip, port);
-    }
-    [[nodiscard]] socket_t socket() const override { return socket_; }
-
-  private:
-    [[nodiscard]] Clock::time_point deadline(std::size_t bytes) const {
-        return begun_ + toBegin + seconds(bytes / slowestBytesPerSecond);
-    }
-
-    static constexpr int none = -1;  // of descriptors
-
-    [[nodiscard]] bool await(short events, Clock::time_point until, int crowd = none) const {
-        for (;;) {
-            const auto left = std::chrono::ceil<milliseconds>(until - Clock::now());
-            if (left <= milliseconds(0)) return false;
-            std::array<pollfd, 3> polled = {pollfd{socket_, events, 0}, pollfd{ending_, POLLIN, 0},
-                                            pollfd{crowd, POLLIN, 0}};
-            const int ready = ::poll(polled.data(), polled.size(), static_cast<int>(left.count()));
-            if (ready < 0 && errno != EINTR) return false;
-            if (polled[1].revents != 0) return false;
-            if (polled[0].revents != 0) return true;
-            if (polled[2].revents != 0) return false;
-        }
-    }
-
-    bool fill() {
-        failed_ = true;
-        if (received_ >= mostBytes_ || !is_readable()) return false;
-        const ssize_t count = ::recv(socket_, buffer_.data(), buffer_.size(), 0);
-        failed_ = count < 0;
-        if (count <= 0) return false;
-        at_ = 0;
-        filled_ = static_cast<std::size_t>(count);
-        received_ += filled_;
-        return true;
-    }
-
-    void addressOf(int (*name)(int, sockaddr*, socklen_t*), std::string& ip, int& port) const {
-        sockaddr_storage address{};
-        socklen_t length = sizeof address;
-        auto* generic = reinterpret_cast<sockaddr*>(&address);
-        std::array<char, NI_MAXHOST> host{};
-        std::array<char, NI_MAXSERV> service{};
-        if (name(socket_, generic, &length) != 0) return;
-        if (::getnameinfo(generic, length, host.data(), host.size(), service.data(), service.size(),
-                          NI_NUMERICHOST | NI_NUMERICSERV) != 0)
-            return;
-        ip = host.data();
-        port = std::atoi(service.data());
-    }
-
-    const socket_t socket_;
-    const int ending_, crowd_;
-    const std::size_t mostBytes_;
-    bool first_ = true;
-    std::array<char, 1 << 14> buffer_{};
-    std::size_t at_ = 0, filled_ = 0, received_ = 0, sent_ = 0;
-    bool failed_ = false;
-    Clock::time_point begun_;
+enum Status {
+    ok = 200,
+    partialContent = 206,
+    badRequest = 400,
+    notFound = 404,
+    notAllowed = 405,
+    lengthRequired = 411,
+    tooLarge = 413,
+    badRange = 416,
+    serverError = 500,
+    unavailable = 503
 };
 
-/// Threads that take connections in the order of their coming. Beyond a number of them the accepting thread
-/// waits, and with it the clients in the system's own queue.
-class BoundedQueue : public httplib::TaskQueue {
+int digitOf(char character) {
+    if (character >= '0' && character <= '9') return character - '0';
+    if (character >= 'a' && character <= 'f') return character - 'a' + 10;
+    if (character >= 'A' && character <= 'F') return character - 'A' + 10;
+    return -1;
+}
+
+/// "%41" is "A"; a "%" without two digits stays. In parameters "+" is a blank.
+std::string decoded(std::string_view text, bool plusIsBlank) {
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const bool isCode = text[at] == '%' && at + 2 < text.size() && digitOf(text[at + 1]) >= 0 &&
+                            digitOf(text[at + 2]) >= 0;
+        if (isCode) {
+            result += static_cast<char>(digitOf(text[at + 1]) * 16 + digitOf(text[at + 2]));
+            at += 2;
+        } else {
+            result += plusIsBlank && text[at] == '+' ? ' ' : text[at];
+        }
+    }
+    return result;
+}
+
+std::map<std::string, std::string> parametersIn(std::string_view text) {
+    std::map<std::string, std::string> parameters;
+    while (!text.empty()) {
+        const std::string_view pair = text.substr(0, text.find('&'));
+        text.remove_prefix(std::min(pair.size() + 1, text.size()));
+        const std::size_t equals = std::min(pair.find('='), pair.size());
+        if (pair.empty()) continue;
+        parameters.emplace(decoded(pair.substr(0, equals), true),
+                           decoded(pair.substr(std::min(equals + 1, pair.size())), true));
+    }
+    return parameters;
+}
+
+std::string numericAddress(const sockaddr* address) {
+    if (address == nullptr) return "";
+    std::array<char, NI_MAXHOST> host{};
+    const socklen_t length = address->sa_family == AF_INET6 ? sizeof(sockaddr_in6) : sizeof(sockaddr_in);
+    const int failed = ::getnameinfo(address, length, host.data(), host.size(), nullptr, 0, NI_NUMERICHOST);
+    return failed == 0 ? host.data() : "";
+}
+
+struct ByteRange {
+    std::uint64_t first = 0, size = 0;
+};
+enum class Wanted { whole, part, nothing };
+
+/// One range of bytes, as RFC 9110 has it; several, and whatever is none, ask for the whole.
+Wanted rangeOf(std::string_view header, std::uint64_t size, ByteRange& range) {
+    constexpr std::string_view unit = "bytes=";
+    if (!header.starts_with(unit)) return Wanted::whole;
+    header.remove_prefix(unit.size());
+    const std::size_t dash = header.find('-');
+    if (dash == std::string_view::npos) return Wanted::whole;
+    const auto number = [](std::string_view text) -> std::optional<std::uint64_t> {
+        std::uint64_t value = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        return error == std::errc() && end == text.data() + text.size() ? std::optional(value) : std::nullopt;
+    };
+    const std::string_view from = header.substr(0, dash), to = header.substr(dash + 1);
+    const auto first = number(from), last = number(to);
+    if ((!from.empty() && !first) || (!to.empty() && !last) || (!first && !last)) return Wanted::whole;
+    if (first && last && *last < *first) return Wanted::whole;
+    if (!first) {  // the last so many
+        if (*last == 0 || size == 0) return Wanted::nothing;
+        range = {size - std::min(*last, size), std::min(*last, size)};
+        return Wanted::part;
+    }
+    if (*first >= size) return Wanted::nothing;
+    range = {*first, std::min(last.value_or(size - 1), size - 1) - *first + 1};
+    return Wanted::part;
+}
+
+/// As many open files as the system allows: each client is one.
+void allowManyFiles() {
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    const rlim_t wanted = std::min<rlim_t>(limit.rlim_max, 2 * mostConnections);
+    if (limit.rlim_cur >= wanted) return;
+    limit.rlim_cur = wanted;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+struct Listening {
+    Descriptor socket;
+    int port = -1;
+};
+
+std::optional<Listening> listenAt(const std::string& host, int port) {
+    addrinfo wanted{};
+    wanted.ai_socktype = SOCK_STREAM;
+    wanted.ai_flags = AI_PASSIVE | AI_NUMERICSERV;
+    addrinfo* found = nullptr;
+    if (::getaddrinfo(host.c_str(), std::to_string(port).c_str(), &wanted, &found) != 0) return std::nullopt;
+    const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> addresses(found, ::freeaddrinfo);
+    for (const addrinfo* address = found; address != nullptr; address = address->ai_next) {
+        Descriptor socket(::socket(address->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        const int yes = 1;
+        // Not "reuse port": a second server would take half of the requests.
+        ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        sockaddr_storage bound{};
+        socklen_t length = sizeof bound;
+        auto* generic = reinterpret_cast<sockaddr*>(&bound);
+        if (!socket.valid() || ::bind(socket.get(), address->ai_addr, address->ai_addrlen) != 0 ||
+            ::listen(socket.get(), backlog) != 0 || ::getsockname(socket.get(), generic, &length) != 0)
+            continue;
+        const in_port_t number = generic->sa_family == AF_INET6
+                                     ? reinterpret_cast<sockaddr_in6*>(generic)->sin6_port
+                                     : reinterpret_cast<sockaddr_in*>(generic)->sin_port;
+        return Listening{std::move(socket), ntohs(number)};
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::string HttpQuery::parameter(const std::string& name) const {
+    const auto found = parameters.find(name);
+    return found == parameters.end() ? std::string() : found->second;
+}
+
+std::string HttpQuery::header(const std::string& lowerCaseName) const {
+    const auto found = headers.find(lowerCaseName);
+    return found == headers.end() ? std::string() : found->second;
+}
+
+std::map<std::string, std::string> HttpQuery::form() const {
+    return parametersIn(body);
+}
+
+HttpAnswer HttpAnswer::of(std::string text, std::string contentType, int status) {
+    return {.status = status,
+            .contentType = std::move(contentType),
+            .text = std::make_shared<const std::string>(std::move(text))};
+}
+
+HttpAnswer HttpAnswer::ofFile(std::string path, std::string contentType) {
+    return {.contentType = std::move(contentType), .file = std::move(path)};
+}
+
+/// The event loop of the library with its callbacks, the handlers' threads, and a thread that drops clients
+/// that dawdle.
+class HttpListener::Server {
   public:
-    BoundedQueue(BoundedServer& server, std::size_t threads)
-        : server_(server), most_(threads * waitingPerThread) {
-        while (threads_.size() < threads) threads_.emplace_back([this] { work(); });
-    }
+    Server(Options options, Handler handler) : options_(std::move(options)), handler_(std::move(handler)) {}
 
-    void enqueue(std::function<void()> task) override {
-        const MutexLock lock(mutex_);
-        while (tasks_.size() >= most_) room_.wait(mutex_);
-        tasks_.push_back(std::move(task));
-        server_.setCrowded(tasks_.size() > idle_);
-        work_.notify_one();
-    }
-
-    void shutdown() override {
+    ~Server() {
+        if (daemon_ == nullptr) return;
         {
             const MutexLock lock(mutex_);
             ending_ = true;
         }
         work_.notify_all();
+        end_.notify_all();
+        // The library bears no request that nobody will go on with.
         for (std::thread& thread : threads_) thread.join();
+        MHD_stop_daemon(daemon_);
+    }
+
+    bool serve(Descriptor socket) {
+        allowManyFiles();
+        const std::array<MHD_OptionItem, 11> settings{{
+            {MHD_OPTION_LISTEN_SOCKET, socket.get(), nullptr},
+            {MHD_OPTION_CONNECTION_LIMIT, mostConnections, nullptr},
+            {MHD_OPTION_PER_IP_CONNECTION_LIMIT, options_.perAddress, nullptr},
+            {MHD_OPTION_CONNECTION_TIMEOUT, toSendAHead.count(), nullptr},
+            {MHD_OPTION_CONNECTION_MEMORY_LIMIT, memoryOfConnection, nullptr},
+            {MHD_OPTION_STRICT_FOR_CLIENT, 1, nullptr},
+            {MHD_OPTION_URI_LOG_CALLBACK, reinterpret_cast<std::intptr_t>(&began), this},
+            {MHD_OPTION_NOTIFY_COMPLETED, reinterpret_cast<std::intptr_t>(&completed), this},
+            {MHD_OPTION_NOTIFY_CONNECTION, reinterpret_cast<std::intptr_t>(&connected), this},
+            {MHD_OPTION_EXTERNAL_LOGGER, reinterpret_cast<std::intptr_t>(&ignoreMessage), nullptr},
+            {MHD_OPTION_END, 0, nullptr},
+        }};
+        daemon_ = MHD_start_daemon(
+            MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG, 0, nullptr, nullptr,
+            &answer, this, MHD_OPTION_ARRAY, settings.data(), MHD_OPTION_END);
+        if (daemon_ == nullptr) return false;
+        static_cast<void>(socket.release());  // the library's from now on
+        for (std::size_t thread = 0; thread < options_.threads; ++thread)
+            threads_.emplace_back([this] { work(); });
+        threads_.emplace_back([this] { dropDawdlers(); });
+        return true;
     }
 
   private:
-    void work() {
-        for (;;) {
-            std::function<void()> task;
-            {
-                const MutexLock lock(mutex_);
-                ++idle_;
-                while (tasks_.empty() && !ending_) work_.wait(mutex_);
-                --idle_;
-                if (tasks_.empty()) return;
-                task = std::move(tasks_.front());
-                tasks_.pop_front();
-                server_.setCrowded(tasks_.size() > idle_);
-            }
-            room_.notify_one();
-            task();
+    /// One request. The event loop and a handler's thread have it in turn.
+    struct Exchange {
+        enum class Stage { head, body, handled } stage = Stage::head;
+        std::string address;  ///< as it was sent
+        HttpQuery query;
+        HttpAnswer answer;
+        MHD_Connection* connection = nullptr;
+    };
+    /// When a connection is dropped; none while a handler works.
+    using Deadline = std::optional<Clock::time_point>;
+
+    // --- Callbacks of the library, on its thread. Nothing may be thrown through it.
+
+    static void* began(void* server, const char* address, MHD_Connection*) noexcept {
+        static_cast<void>(server);
+        try {
+            auto exchange = std::make_unique<Exchange>();
+            exchange->address = address;
+            return exchange.release();
+        } catch (const std::exception&) {
+            return nullptr;  // out of memory: the connection is closed
         }
     }
 
-    BoundedServer& server_;
-    const std::size_t most_;
-    Mutex mutex_;
-    Condition work_, room_;
-    std::deque<std::function<void()>> tasks_ MV_GUARDED_BY(mutex_);
-    std::size_t idle_ MV_GUARDED_BY(mutex_) = 0;
-    bool ending_ MV_GUARDED_BY(mutex_) = false;
+    static MHD_Result answer(void* server, MHD_Connection* connection, const char*, const char* method,
+                             const char*, const char* data, size_t* size, void** context) noexcept {
+        auto* const exchange = static_cast<Exchange*>(*context);
+        if (exchange == nullptr) return MHD_NO;
+        try {
+            return static_cast<Server*>(server)->goOn(*exchange, connection, method, data, *size);
+        } catch (const std::exception&) {
+            return MHD_NO;
+        }
+    }
+
+    static void completed(void* server, MHD_Connection* connection, void** context,
+                          MHD_RequestTerminationCode) noexcept {
+        delete static_cast<Exchange*>(*context);
+        *context = nullptr;
+        static_cast<Server*>(server)->setDeadline(connection, Clock::now() + toSendAHead);
+    }
+
+    static void connected(void* server, MHD_Connection* connection, void**,
+                          MHD_ConnectionNotificationCode code) noexcept {
+        auto* const self = static_cast<Server*>(server);
+        const MutexLock lock(self->mutex_);
+        // Before the library closes the socket: a number that is somebody else's by then is never shut.
+        if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+            self->deadlines_.erase(connection);
+            return;
+        }
+        try {
+            self->deadlines_[connection] = Clock::now() + toSendAHead;
+        } catch (const std::exception&) {
+            // Then only the library's own limit of idleness holds.
+        }
+    }
+
+    static void ignoreMessage(void*, const char*, va_list) noexcept {}
+
+    static MHD_Result addHeader(void* headers, MHD_ValueKind, const char* name, const char* value) noexcept {
+        try {
+            auto& known = *static_cast<std::map<std::string, std::string>*>(headers);
+            const auto [place, isNew] =
+                known.try_emplace(MVString::lowercased(name), value != nullptr ? value : "");
+            if (!isNew) place->second += std::string(", ") + (value != nullptr ? value : "");
+            return MHD_YES;
+        } catch (const std::exception&) {
+            return MHD_NO;
+        }
+    }
+
+    // --- A request on its way
+
+    MHD_Result goOn(Exchange& exchange, MHD_Connection* connection, const char* method, const char* data,
+                    size_t& size) {
+        HttpQuery& query = exchange.query;
+        switch (exchange.stage) {
+            case Exchange::Stage::head: {
+                exchange.stage = Exchange::Stage::body;
+                query.method = method;
+                readHead(exchange, connection);
+                const auto flaw = flawOf(query);
+                if (!flaw) return MHD_YES;
+                HttpAnswer refusal{.status = *flaw};
+                // What follows may be the body that was not understood: it is never read as a request.
+                refusal.headers["Connection"] = "close";
+                return send(exchange, refusal, connection);
+            }
+            case Exchange::Stage::body:
+                if (size > 0) {
+                    query.body.append(data, size);
+                    size = 0;
+                    setDeadline(connection, deadlineFor(options_.bodyLimit));
+                    return query.body.size() <= options_.bodyLimit ? MHD_YES : MHD_NO;
+                }
+                exchange.stage = Exchange::Stage::handled;
+                exchange.connection = connection;
+                setDeadline(connection, std::nullopt);
+                MHD_suspend_connection(connection);
+                enqueue(exchange);
+                return MHD_YES;
+            case Exchange::Stage::handled:
+                return send(exchange, exchange.answer, connection);
+        }
+        return MHD_NO;
+    }
+
+    static void readHead(Exchange& exchange, MHD_Connection* connection) {
+        HttpQuery& query = exchange.query;
+        const std::string_view address = exchange.address;
+        const std::size_t mark = std::min(address.find('?'), address.size());
+        query.path = decoded(address.substr(0, mark), false);
+        query.parameters = parametersIn(address.substr(std::min(mark + 1, address.size())));
+        MHD_get_connection_values(connection, MHD_HEADER_KIND, &addHeader, &query.headers);
+        const auto* client = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
+        if (client != nullptr) query.sender = numericAddress(client->client_addr);
+    }
+
+    /// The status of a request that is refused: whoever stands in front of this server must not be able to
+    /// read another end of it than we do.
+    [[nodiscard]] std::optional<int> flawOf(const HttpQuery& query) const {
+        const auto length = query.headers.find("content-length");
+        const bool hasLength = length != query.headers.end();
+        if (query.headers.contains("transfer-encoding")) return hasLength ? badRequest : lengthRequired;
+        std::uint64_t bytes = 0;
+        if (hasLength) {
+            const std::string& text = length->second;
+            const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), bytes);
+            // Two lengths have been joined by a comma.
+            if (text.empty() || end != text.data() + text.size()) return badRequest;
+            if (error != std::errc()) return tooLarge;
+        }
+        const bool takesBody = query.method == "POST" && options_.bodyLimit > 0;
+        if (bytes > 0 && !takesBody) return query.method == "POST" ? tooLarge : badRequest;
+        if (bytes > options_.bodyLimit) return tooLarge;
+        const bool isKnown = query.method == "GET" || query.method == "HEAD" || query.method == "POST";
+        if (!isKnown) return notAllowed;
+        return std::nullopt;
+    }
+
+    MHD_Result send(const Exchange& exchange, const HttpAnswer& answer, MHD_Connection* connection) {
+        int status = answer.status;
+        std::map<std::string, std::string> headers = options_.headers;
+        for (const auto& [name, value] : answer.headers) headers[name] = value;
+        std::uint64_t size = 0;
+        MHD_Response* response = nullptr;
+        if (!answer.file.empty()) {
+            response = fileResponse(exchange.query, answer, status, headers, size);
+        } else if (answer.text) {
+            size = answer.text->size();
+            response = MHD_create_response_from_buffer_with_free_callback_cls(
+                answer.text->size(), const_cast<char*>(answer.text->data()), &releaseText,
+                new std::shared_ptr<const std::string>(answer.text));
+        }
+        if (response == nullptr)
+            response = MHD_create_response_from_buffer(0, nullptr, MHD_RESPMEM_PERSISTENT);
+        if (response == nullptr) return MHD_NO;
+        headers["Content-Type"] = answer.contentType;
+        for (const auto& [name, value] : headers)
+            MHD_add_response_header(response, name.c_str(), value.c_str());
+        setDeadline(connection, deadlineFor(size));
+        const MHD_Result queued = MHD_queue_response(connection, static_cast<unsigned>(status), response);
+        MHD_destroy_response(response);
+        return queued;
+    }
+
+    static void releaseText(void* text) noexcept {
+        delete static_cast<std::shared_ptr<const std::string>*>(text);
+    }
+
+    /// Null when it can't be read, with that status.
+    static MHD_Response* fileResponse(const HttpQuery& query, const HttpAnswer& answer, int& status,
+                                      std::map<std::string, std::string>& headers, std::uint64_t& size) {
+        Descriptor file(::open(answer.file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        struct stat state {};
+        if (!file.valid() || ::fstat(file.get(), &state) != 0 || !S_ISREG(state.st_mode)) {
+            status = notFound;
+            return nullptr;
+        }
+        const auto whole = static_cast<std::uint64_t>(state.st_size);
+        ByteRange range{0, whole};
+        headers["Accept-Ranges"] = "bytes";
+        // We give no mark by which a client could know that its part is of the same file.
+        const bool mayBePart = status == ok && !query.headers.contains("if-range");
+        const Wanted wanted = mayBePart ? rangeOf(query.header("range"), whole, range) : Wanted::whole;
+        if (wanted == Wanted::nothing) {
+            status = badRange;
+            headers["Content-Range"] = "bytes */" + std::to_string(whole);
+            return nullptr;
+        }
+        if (wanted == Wanted::part) {
+            status = partialContent;
+            headers["Content-Range"] = "bytes " + std::to_string(range.first) + "-" +
+                                       std::to_string(range.first + range.size - 1) + "/" +
+                                       std::to_string(whole);
+        }
+        size = range.size;
+        MHD_Response* const response =
+            MHD_create_response_from_fd_at_offset64(range.size, file.get(), range.first);
+        if (response != nullptr) static_cast<void>(file.release());  // the response's
+        return response;
+    }
+
+    // --- Handlers
+
+    void enqueue(Exchange& exchange) {
+        {
+            const MutexLock lock(mutex_);
+            waiting_.push_back(&exchange);
+        }
+        work_.notify_one();
+    }
+
+    void work() {
+        for (;;) {
+            Exchange* exchange = nullptr;
+            bool ending = false;
+            {
+                const MutexLock lock(mutex_);
+                while (waiting_.empty() && !ending_) work_.wait(mutex_);
+                if (waiting_.empty()) return;
+                exchange = waiting_.front();
+                waiting_.pop_front();
+                ending = ending_;
+            }
+            exchange->answer = ending ? HttpAnswer{.status = unavailable} : answerTo(exchange->query);
+            MHD_resume_connection(exchange->connection);
+        }
+    }
+
+    HttpAnswer answerTo(const HttpQuery& query) const {
+        std::string reason = "an unknown failure";
+        try {
+            return handler_(query);
+        } catch (const std::exception& error) {
+            reason = error.what();
+        } catch (...) {
+        }
+        if (options_.complain) options_.complain(reason);
+        return {.status = serverError};
+    }
+
+    // --- Clients that dawdle
+
+    static Clock::time_point deadlineFor(std::uint64_t bytes) {
+        return Clock::now() + toBegin + seconds(bytes / slowestBytesPerSecond);
+    }
+
+    void setDeadline(MHD_Connection* connection, Deadline deadline) {
+        const MutexLock lock(mutex_);
+        const auto known = deadlines_.find(connection);
+        if (known != deadlines_.end()) known->second = deadline;
+    }
+
+    void dropDawdlers() {
+        const MutexLock lock(mutex_);
+        while (!ending_) {
+            end_.wait_until(mutex_, Clock::now() + betweenLooks);
+            const auto now = Clock::now();
+            for (auto& [connection, deadline] : deadlines_) {
+                if (!deadline || *deadline > now) continue;
+                deadline.reset();
+                const auto* socket = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+                // The event loop sees the end and clears up.
+                if (socket != nullptr) ::shutdown(socket->connect_fd, SHUT_RDWR);
+            }
+        }
+    }
+
+    const Options options_;
+    const Handler handler_;
+    MHD_Daemon* daemon_ = nullptr;
     std::vector<std::thread> threads_;
+    Mutex mutex_;
+    Condition work_, end_;
+    std::deque<Exchange*> waiting_ MV_GUARDED_BY(mutex_);
+    std::map<MHD_Connection*, Deadline> deadlines_ MV_GUARDED_BY(mutex_);
+    bool ending_ MV_GUARDED_BY(mutex_) = false;
 };
 
-}  // namespace
+HttpListener::HttpListener(Options options, Handler handler)
+    : server_(std::make_unique<Server>(std::move(options), std::move(handler))) {}
 
-BoundedServer::BoundedServer(std::size_t threads)
-    : ending_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), crowd_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    // The head and the body of an answer are written apart.
-    set_tcp_nodelay(true);
-    // The library's own choice would let a second server take the same port, and half of the requests.
-    set_socket_options([](socket_t socket) {
-        const int yes = 1;
-        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-    });
-    new_task_queue = [this, threads]() -> httplib::TaskQueue* {
-        auto queue = std::make_unique<BoundedQueue>(*this, threads);
-        started_.set_value();
-        return queue.release();
-    };
-}
-
-void BoundedServer::limitBody(std::size_t bytes) {
-    bodyLimit_ = bytes;
-    set_payload_max_length(bytes);
-}
-
-void BoundedServer::setCrowded(bool crowded) {
-    if (crowded_.exchange(crowded) == crowded) return;
-    eventfd_t count = 0;
-    // Readable for as long as it is so.
-    if (crowded) {
-        ::eventfd_write(crowd_.get(), 1);
-    } else {
-        ::eventfd_read(crowd_.get(), &count);
-    }
-}
-
-bool BoundedServer::serve() {
-    if (::listen(svr_sock_, backlog) != 0) return false;
-    thread_ = std::thread([this] { listen_after_bind(); });
-    // From then on it can be stopped again.
-    started_.get_future().wait();
-    return true;
-}
-
-void BoundedServer::end() {
-    if (!thread_.joinable()) return;
-    ::eventfd_write(ending_.get(), 1);
-    stop();
-    thread_.join();
-}
-
-bool BoundedServer::process_and_close_socket(socket_t socket) {
-    Connection connection(socket, ending_.get(), crowd_.get(), bodyLimit_ + mostHeaderBytes);
-    bool closed = false;
-    for (std::size_t left = requestsPerConnection; left > 0 && connection.awaitRequest(); --left) {
-        const bool last = left == 1 || crowded_;
-        if (!process_request(connection, last, closed, nullptr) || last || closed) break;
-    }
-    ::shutdown(socket, SHUT_RDWR);
-    ::close(socket);
-    return true;
-}
-
-HttpListener::~HttpListener() {
-    server.end();
-}
+HttpListener::~HttpListener() = default;
 
 bool HttpListener::listenOn(const std::string& address, int port) {
-    if (port == 0) {
-        port_ = server.bind_to_any_port(address);
-    } else {
-        port_ = server.bind_to_port(address, port) ? port : -1;
-    }
-    if (port_ > 0 && !server.serve()) port_ = -1;
-    return port_ > 0;
-}
-
-void http_answers::file(const std::string& path, httplib::Response& response,
-                        const std::string& contentType) {
-    const auto size = files::size(path);
-    const auto file = std::make_shared<std::ifstream>(path, std::ios::binary);
-    if (!size || !file->is_open()) {
-        response.status = 404;
-        return;
-    }
-    if (*size == 0) return response.set_content("", contentType);
-    const auto send = [file](std::size_t place, std::size_t left, httplib::DataSink& sink) {
-        std::array<char, 1 << 16> block{};
-        file->seekg(static_cast<std::streamoff>(place));
-        file->read(block.data(), static_cast<std::streamsize>(std::min(left, block.size())));
-        const auto count = static_cast<std::size_t>(file->gcount());
-        return count > 0 && sink.write(block.data(), count);
-    };
-    response.set_content_provider(*size, contentType, send);
+    auto listening = listenAt(address, port);
+    if (!listening || !server_->serve(std::move(listening->socket))) return false;
+    port_ = listening->port;
+    return true;
 }
 
 }  // namespace morvane

@@ -1,72 +1,82 @@
-// server/http_listener.h: what the servers of this folder share: a listening socket with a bounded number of
-// threads, connections that are bounded in time and size, and the answer that is a file. Not for other
-// folders: they see no server library.
+// server/http_listener.h: HTTP for the servers of this folder: requests that are whole and unambiguous, answers
+// that are texts or files, and bounds on everything that a client can hold. Not for other folders.
+//
+// One event loop reads and writes for all clients; handlers run on a few threads beside it, so that neither a
+// slow client nor a slow handler keeps others waiting. What a client may do:
+//     a request's head: 32 KB, and 15 seconds from the connection or the last answer, which is also how long
+//     an idle connection is kept;
+//     a body: of POST only, with one length, at most `bodyLimit` bytes;
+//     a body and an answer: ten seconds, and one more for each 4,096 bytes;
+//     connections: 4,096 in all.
+// Whatever else is a bad request, after which the connection is closed: nothing that followed it is read as a
+// request of its own.
 #pragma once
 
-#include <httplib.h>
-
-#include <atomic>
 #include <cstddef>
-#include <future>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
 #include <string>
-#include <thread>
-
-#include "platform/descriptor.h"
 
 namespace morvane {
 
-/// A connection is kept for further requests, but gives its thread away when others wait. Each request and
-/// each answer has seconds to begin with and then must flow at a modest speed: a client that dawdles is
-/// dropped.
-class BoundedServer : public httplib::Server {
-  public:
-    explicit BoundedServer(std::size_t threads);
+struct HttpQuery {
+    std::string method;                             ///< "GET", "HEAD" or "POST"
+    std::string path;                               ///< decoded, without the query; any bytes
+    std::map<std::string, std::string> parameters;  ///< of the address, decoded; the first of each name
+    std::map<std::string, std::string> headers;     ///< by name in lower case; repeated ones joined by ", "
+    std::string body;
+    std::string sender;  ///< the numeric address of the other end
 
-    /// The most bytes of a request's body; more are answered with 413. Without a limit there is no body.
-    void limitBody(std::size_t bytes);
-    /// Serves from now on, on threads of its own. After the binding, once.
-    bool serve();
-    /// Ends the transfers and joins the threads.
-    void end();
-    /// For the queue of connections: whether one waits that no thread is free for.
-    void setCrowded(bool crowded);
+    /// Of the address; empty when it is not there.
+    [[nodiscard]] std::string parameter(const std::string& name) const;
+    [[nodiscard]] std::string header(const std::string& lowerCaseName) const;
+    /// The fields of a form in the body, decoded; the first of each name.
+    [[nodiscard]] std::map<std::string, std::string> form() const;
+};
 
-  private:
-    bool process_and_close_socket(socket_t socket) override;
+struct HttpAnswer {
+    int status = 200;
+    std::string contentType = "text/plain; charset=utf-8";
+    std::map<std::string, std::string> headers = {};
+    /// One of the two; neither is an empty answer. A text may be shared among answers.
+    std::shared_ptr<const std::string> text = {};
+    std::string file = {};  ///< read while it is sent; a status of 404 and no content when it can't be opened
 
-    std::size_t bodyLimit_ = 0;
-    Descriptor ending_, crowd_;  // event counters that the waits look at
-    std::atomic<bool> crowded_ = false;
-    std::promise<void> started_;
-    std::thread thread_;
+    [[nodiscard]] static HttpAnswer of(std::string text, std::string contentType, int status = 200);
+    [[nodiscard]] static HttpAnswer ofFile(std::string path,
+                                           std::string contentType = "application/octet-stream");
 };
 
 class HttpListener {
   public:
-    static constexpr std::size_t fewThreads = 4, manyThreads = 32;
+    struct Options {
+        std::size_t threads = 4;    ///< handlers that run at once
+        std::size_t bodyLimit = 0;  ///< bytes; more are answered with 413
+        /// Connections of one address; 0: no bound of its own, as behind a proxy.
+        unsigned perAddress = 0;
+        std::map<std::string, std::string> headers = {};  ///< of every answer
+        /// Told, on any thread, what a handler has thrown. The client gets a status of 500.
+        std::function<void(const std::string&)> complain = {};
+    };
+    /// Called on the handlers' threads, several at once.
+    using Handler = std::function<HttpAnswer(const HttpQuery&)>;
 
-    explicit HttpListener(std::size_t threads = fewThreads) : server(threads) {}
-    ~HttpListener();  ///< ends the transfers and joins the threads
+    HttpListener(Options options, Handler handler);
+    /// Ends the transfers, waits for the handlers that run, and joins the threads.
+    ~HttpListener();
     HttpListener(const HttpListener&) = delete;
     HttpListener& operator=(const HttpListener&) = delete;
 
-    /// To be given its routes before it listens.
-    BoundedServer server;
-
-    /// Serves from now on. Port 0: a free one. False when the address cannot be had.
+    /// Serves from now on; once. Port 0: a free one. False when the address cannot be had.
     bool listenOn(const std::string& address, int port);
     [[nodiscard]] int port() const { return port_; }
 
   private:
+    class Server;
+    std::unique_ptr<Server> server_;
     int port_ = -1;
 };
 
-namespace http_answers {
-
-/// Answers with the file, read as it is sent: archives are larger than what should be held in memory. Not
-/// found when it cannot be read.
-void file(const std::string& path, httplib::Response& response,
-          const std::string& contentType = "application/octet-stream");
-
-}  // namespace http_answers
 }  // namespace morvane

@@ -12,6 +12,7 @@ namespace morvane {
 namespace {
 
 constexpr std::string_view archiveEnding = ".tar.7z";
+const HttpAnswer notFound{.status = 404};
 
 /// One visible name, not a way to another folder.
 bool isPlainName(const std::string& name) {
@@ -22,7 +23,9 @@ bool isPlainName(const std::string& name) {
 }  // namespace
 
 struct SiteServer::State {
-    explicit State(Content served) : content(std::move(served)) {}
+    explicit State(Content served)
+        : content(std::move(served)),
+          listener({}, [this](const HttpQuery& query) { return answerTo(query); }) {}
 
     Content content;
     /// Held while a callback runs.
@@ -30,52 +33,42 @@ struct SiteServer::State {
     /// Last: its threads end before what they use.
     HttpListener listener;
 
-    void route() {
-        listener.server.Get("/Wrapper/(.+)",
-                            [this](const httplib::Request& request, httplib::Response& response) {
-                                answerFromFolder(request.matches[1], response);
-                            });
-        listener.server.Get("/Engines/EngineList.txt",
-                            [this](const httplib::Request&, httplib::Response& response) {
-                                std::string list;
-                                const MutexLock lock(mutex);
-                                for (const std::string& name : content.engineNames()) list += name + "\n";
-                                response.set_content(list, "text/plain; charset=utf-8");
-                            });
-        listener.server.Get("/Engines/(.+)",
-                            [this](const httplib::Request& request, httplib::Response& response) {
-                                answerWithEngine(request.matches[1], response);
-                            });
+    HttpAnswer answerTo(const HttpQuery& query) {
+        constexpr std::string_view wrappers = "/Wrapper/", engines = "/Engines/",
+                                   list = "/Engines/EngineList.txt";
+        if (query.method == "POST") return notFound;
+        if (query.path.starts_with(wrappers)) return fileOfFolder(query.path.substr(wrappers.size()));
+        if (query.path == list) return engineList();
+        if (query.path.starts_with(engines)) return engine(query.path.substr(engines.size()));
+        return notFound;
     }
 
-    void answerFromFolder(const std::string& name, httplib::Response& response) const {
+    [[nodiscard]] HttpAnswer fileOfFolder(const std::string& name) const {
         const std::string path = content.siteFolder + "/Wrapper/" + name;
-        if (isPlainName(name) && files::kindOf(path) == files::Kind::file)
-            return http_answers::file(path, response);
-        response.status = 404;
+        const bool isThere = isPlainName(name) && files::kindOf(path) == files::Kind::file;
+        return isThere ? HttpAnswer::ofFile(path) : notFound;
     }
 
-    void answerWithEngine(const std::string& file, httplib::Response& response) {
-        response.status = 404;
-        if (!isPlainName(file) || !file.ends_with(archiveEnding)) return;
+    HttpAnswer engineList() {
+        std::string list;
+        const MutexLock lock(mutex);
+        for (const std::string& name : content.engineNames()) list += name + "\n";
+        return HttpAnswer::of(std::move(list), "text/plain; charset=utf-8");
+    }
+
+    HttpAnswer engine(const std::string& file) {
+        if (!isPlainName(file) || !file.ends_with(archiveEnding)) return notFound;
         const std::string name = file.substr(0, file.size() - archiveEnding.size());
-        std::string archive;
-        {
-            const MutexLock lock(mutex);
-            // Only what the list names reaches the callback.
-            const std::vector<std::string> names = content.engineNames();
-            if (std::find(names.begin(), names.end(), name) == names.end()) return;
-            const auto made = content.engineArchive(name);
-            if (failureOf(made) != nullptr) return;
-            archive = std::get<std::string>(made);
-        }
-        response.status = -1;  // the library's "not set yet"
-        http_answers::file(archive, response);
+        const MutexLock lock(mutex);
+        // Only what the list names reaches the callback.
+        const std::vector<std::string> names = content.engineNames();
+        if (std::find(names.begin(), names.end(), name) == names.end()) return notFound;
+        const auto made = content.engineArchive(name);
+        return failureOf(made) == nullptr ? HttpAnswer::ofFile(std::get<std::string>(made)) : notFound;
     }
 };
 
 SiteServer::SiteServer(Content content) : state_(std::make_unique<State>(std::move(content))) {
-    state_->route();
     state_->listener.listenOn("127.0.0.1", 0);
 }
 

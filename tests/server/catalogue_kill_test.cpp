@@ -28,7 +28,7 @@ class ServeProcess {
         if (process_ == 0) {
             ::dup2(ends[1], STDOUT_FILENO);
             ::execl(MORVANE_BUILD_FOLDER "/bin/morvane", "morvane", "serve", "--content", content.c_str(),
-                    "--listen", "127.0.0.1:0", nullptr);
+                    "--listen", "127.0.0.1:0", "--votes-per-hour", "1000000", nullptr);
             ::_exit(127);
         }
         ::close(ends[1]);

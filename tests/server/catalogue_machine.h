@@ -3,7 +3,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <httplib.h>
 
 #include <string>
 #include <variant>
@@ -12,6 +11,7 @@
 #include "platform/http.h"
 #include "platform/pictures.h"
 #include "ports/typed_stream.h"
+#include "raw_client.h"
 #include "server/catalogue_publish.h"
 #include "server/catalogue_server.h"
 #include "server/database.h"
@@ -60,35 +60,40 @@ class CatalogueMachine : public TestMachine {
 /// A browser: keeps the cookie of the vote page, and can fill in its form.
 class Browser {
   public:
-    explicit Browser(const std::string& base) : client_(base.substr(0, base.size() - 1)) {}
+    explicit Browser(const std::string& base) : port_(portOf(base)) {}
 
     /// Opens the vote page; false when there is none.
     bool open(std::int64_t game, const std::string& card = "NVIDIA") {
-        httplib::Headers headers;
-        if (!cookie.empty()) headers.emplace("Cookie", cookie);
-        const auto page = client_.Get(path, {{"card", card}, {"game", std::to_string(game)}}, headers);
-        if (!page || page->status != 200) return false;
-        cookie = page->get_header_value("Set-Cookie");
+        const RawAnswer page = request(port_, "GET",
+                                       std::string(path) + "?card=" + MVString::stringToWebStructure(card) +
+                                           "&game=" + std::to_string(game),
+                                       proxied + (cookie.empty() ? "" : "Cookie: " + cookie + "\r\n"));
+        if (page.status != 200) return false;
+        cookie = page.header("Set-Cookie");
         cookie.resize(cookie.find(';'));
         const std::string mark = "name=\"token\" value=\"";
-        const std::size_t begin = page->body.find(mark) + mark.size();
-        token = page->body.substr(begin, page->body.find('"', begin) - begin);
+        const std::size_t begin = page.body.find(mark) + mark.size();
+        token = page.body.substr(begin, page.body.find('"', begin) - begin);
         return true;
     }
 
     /// The status of the answer; 0 without one.
-    int vote(std::int64_t game, const std::string& card, const std::string& stars) {
-        const httplib::Params form = {
-            {"game", std::to_string(game)}, {"card", card}, {"rate", stars}, {"token", token}};
-        const auto answer = client_.Post(path, {{"Cookie", cookie}}, form);
-        return answer ? answer->status : 0;
+    [[nodiscard]] int vote(std::int64_t game, const std::string& card, const std::string& stars) const {
+        const auto field = [](const char* name, const std::string& value) {
+            return std::string(name) + "=" + MVString::stringToWebStructure(value) + "&";
+        };
+        return request(port_, "POST", path, proxied + "Cookie: " + cookie + "\r\n",
+                       field("game", std::to_string(game)) + field("card", card) + field("rate", stars) +
+                           field("token", token))
+            .status;
     }
 
     std::string cookie, token;
+    std::string proxied;  ///< headers of a server in between
 
   private:
     static constexpr const char* path = "/ckis/facebook/ratePort.php";
-    httplib::Client client_;
+    int port_;
 };
 
 }  // namespace morvane::testing

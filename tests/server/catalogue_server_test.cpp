@@ -1,13 +1,14 @@
 #include "server/catalogue_server.h"
 
-#include <arpa/inet.h>
-#include <sys/socket.h>
+#include <sys/resource.h>
 
+#include <algorithm>
+#include <cstdlib>
+#include <random>
 #include <thread>
 
 #include "catalogue_machine.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/files.h"
 
 namespace morvane {
@@ -15,6 +16,10 @@ namespace {
 
 using testing::Browser;
 using testing::CatalogueMachine;
+using testing::portOf;
+using testing::RawAnswer;
+using testing::RawClient;
+using testing::request;
 using namespace std::chrono_literals;
 
 class Catalogue : public CatalogueMachine {
@@ -135,12 +140,32 @@ TEST_F(Catalogue, AnswersInTheFormatsOfTheProtocol) {
 TEST_F(Catalogue, AHeadIsNoDownloadAndNeitherIsARest) {
     idOf(publish(port("Game")));
     serve();
-    httplib::Client client(base.substr(0, base.size() - 1));
     const std::string path = "/ckis/download.php?id=2&type=CD", recipe = get(cki("CD"));
-    EXPECT_EQ(client.Head(path)->get_header_value("Content-Length"), std::to_string(recipe.size()));
-    EXPECT_EQ(client.Get(path, {{"Range", "bytes=5-"}})->body, recipe.substr(5));
+    const int port = portOf(base);
+    const auto head = request(port, "HEAD", path);
+    EXPECT_EQ(head.header("Content-Length"), std::to_string(recipe.size()));
+    EXPECT_EQ(head.body, "");
+    const std::string size = std::to_string(recipe.size());
+    struct Row {
+        const char* range;
+        int status;
+        std::string body, contentRange;
+    };
+    for (const Row& row : {Row{"bytes=5-", 206, recipe.substr(5), ""},
+                           {"bytes=0-2", 206, recipe.substr(0, 3), "bytes 0-2/" + size},
+                           {"bytes=-4", 206, recipe.substr(recipe.size() - 4), ""},
+                           {"bytes=9999999-", 416, "", "bytes */" + size},
+                           {"bytes=0-1,3-4", 200, recipe, ""},
+                           {"bytes=3-1", 200, recipe, ""},
+                           {"bytes=x-", 200, recipe, ""},
+                           {"lines=1-2", 200, recipe, ""}}) {
+        const auto answer = request(port, "GET", path, "Range: " + std::string(row.range) + "\r\n");
+        EXPECT_EQ(answer.status, row.status) << row.range;
+        EXPECT_EQ(answer.body, row.body) << row.range;
+        EXPECT_TRUE(row.contentRange.empty() || answer.header("Content-Range") == row.contentRange);
+    }
     EXPECT_EQ(text("ckis/rankingPorts.php?type=popular"), "");
-    EXPECT_EQ(client.Delete("/")->status, 405);
+    EXPECT_EQ(request(port, "DELETE", "/").status, 405);
 }
 
 TEST_F(Catalogue, WhatIsPublishedWhileItServesIsInTheNextList) {
@@ -222,6 +247,44 @@ TEST_F(Catalogue, AVoteNeedsTheFormOfItsOwnVoter) {
               std::string::npos);
 }
 
+TEST_F(Catalogue, VotesOfOneAddressAreBounded) {
+    idOf(publish(port("Game")));
+    auto started = CatalogueServer::start({.content = content, .votesPerHour = 3, .behindProxy = true});
+    const std::string address = std::get<0>(started)->baseAddress();
+    const auto vote = [&](const std::string& from) {
+        Browser voter(address);  // a new one each time, as without cookies
+        voter.proxied = "X-Forwarded-For: 10.0.0.9, " + from + "\r\n";
+        return voter.open(2) ? voter.vote(2, "NVIDIA", "5") : 0;
+    };
+    for (int voter = 0; voter < 3; ++voter) EXPECT_EQ(vote("10.0.0.1"), 200);
+    EXPECT_EQ(vote("10.0.0.1"), 429);
+    EXPECT_EQ(vote("10.0.0.2"), 200);
+    Database database(content + "/catalogue.db", Database::Durability::process, 1s);
+    const auto votes = database.query("SELECT count(*) FROM votes");
+    EXPECT_TRUE(votes->next() && votes->integer(0) == 4);
+}
+
+TEST_F(Catalogue, NothingIsLostWhenOthersOpenTheDatabaseThatTheServerMade) {
+    serve();
+    const auto elsewhere = [&](const std::string& work) {
+        // Another process: the locks of this one don't count for its own connections.
+        return std::system(("sqlite3 '" + content + "/catalogue.db' \"" + work + "\" >/dev/null").c_str());
+    };
+    Browser voter(base);
+    ASSERT_EQ(elsewhere("INSERT INTO ports(id, creator, name, country, free, native, developer, dependency, "
+                        "published, folded) VALUES(2, 'Bob', 'Game', '--', 0, 0, 0, 0, 0, 'game')"),
+              0);
+    ASSERT_TRUE(voter.open(2));
+    EXPECT_EQ(voter.vote(2, "NVIDIA", "5"), 200);
+    ASSERT_EQ(elsewhere("SELECT * FROM votes"), 0);
+    EXPECT_EQ(voter.vote(2, "Intel HD", "4"), 200);
+    ASSERT_EQ(elsewhere("SELECT * FROM votes"), 0);
+    server.reset();
+    Database database(content + "/catalogue.db", Database::Durability::process, 1s);
+    const auto votes = database.query("SELECT count(*) FROM votes");
+    EXPECT_TRUE(votes->next() && votes->integer(0) == 2);
+}
+
 TEST_F(Catalogue, MailsAreKeptAndBounded) {
     serve();
     const auto mail = [&](std::string body) {
@@ -266,28 +329,78 @@ TEST_F(Catalogue, ADatabaseThatIsHeldLetsReadersInAndTurnsVotersAway) {
 
 TEST_F(Catalogue, ClientsThatDawdleHoldNobodyUpAndEndWithTheServer) {
     serve();
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(base.substr(base.rfind(':') + 1))));
-    ::inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
-    std::vector<Descriptor> idle;
-    for (int client = 0; client < 7; ++client) {
-        idle.emplace_back(::socket(AF_INET, SOCK_STREAM, 0));
-        ASSERT_EQ(::connect(idle.back().get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        ASSERT_GT(::send(idle.back().get(), "GET / HT", 8, MSG_NOSIGNAL), 0);
-    }
-    // Kept connections give way to each other: more of them than there are threads left.
-    std::vector<std::unique_ptr<httplib::Client>> clients;
-    for (int client = 0; client < 4; ++client) {
-        clients.push_back(std::make_unique<httplib::Client>(base.substr(0, base.size() - 1)));
-        clients.back()->set_keep_alive(true);
-        const auto answer = clients.back()->Get("/blog/");
-        ASSERT_TRUE(answer);
-        EXPECT_EQ(answer->status, 200);
+    const int port = portOf(base);
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    std::vector<std::unique_ptr<RawClient>> slow;
+    // Each takes two descriptors of this process.
+    const std::size_t count = std::min<std::size_t>(1000, (limit.rlim_cur - 100) / 2);
+    for (std::size_t client = 0; client < count; ++client) {
+        slow.push_back(std::make_unique<RawClient>(port));
+        ASSERT_TRUE(slow.back()->connected()) << client;
+        slow.back()->send(
+            client % 2 == 0
+                ? "GET / HT"
+                : "POST /en/send_form_email.php HTTP/1.1\r\nHost: a\r\nContent-Length: 100\r\n\r\nx");
     }
     const auto before = std::chrono::steady_clock::now();
+    EXPECT_EQ(request(port, "GET", "/blog/").status, 200);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 1s);
+    const auto end = std::chrono::steady_clock::now();
     server.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - before, 4s);
+    EXPECT_LT(std::chrono::steady_clock::now() - end, 4s);
+}
+
+TEST_F(Catalogue, NoRequestHidesInAnother) {
+    serve();
+    const int port = portOf(base);
+    const std::string hidden = "GET /blog/ HTTP/1.1\r\nHost: a\r\n\r\n";
+    const std::string length = "Content-Length: " + std::to_string(hidden.size()) + "\r\n";
+    const std::string mail = "POST /en/send_form_email.php HTTP/1.1\r\nHost: a\r\n";
+    for (const std::string& head :
+         {"GET / HTTP/1.1\r\nHost: a\r\n" + length, "HEAD / HTTP/1.1\r\nHost: a\r\n" + length,
+          mail + "Content-Length: 0\r\n" + length, mail + length + "Content-Length: 0\r\n",
+          mail + length + length, mail + length + "Transfer-Encoding: chunked\r\n",
+          mail + "Transfer-Encoding: chunked\r\n" + length, mail + "Transfer-Encoding: identity\r\n",
+          mail + "Content-Length: 0, 5\r\n", mail + "Content-Length: -1\r\n", mail + "Content-Length: +0\r\n",
+          mail + "Content-Length: 99999999999999999999\r\n",
+          std::string("DELETE / HTTP/1.1\r\nHost: a\r\n") + length}) {
+        const RawClient client(port);
+        client.send(head + "\r\n" + hidden);
+        const std::string answers = client.receive();
+        EXPECT_GE(RawAnswer(answers).status, 400) << head << answers;
+        EXPECT_EQ(answers.find("HTTP/1.1 2"), std::string::npos) << head << answers;
+        EXPECT_EQ(answers.find("no news"), std::string::npos) << head;
+    }
+    // Two that are whole are two.
+    const RawClient client(port);
+    client.send(mail + "Content-Length: 9\r\n\r\ncomment=x" + hidden);
+    EXPECT_NE(client.receive(300).find("no news"), std::string::npos);
+}
+
+TEST_F(Catalogue, BearsWhateverComes) {
+    serve();
+    const int port = portOf(base);
+    std::mt19937 random(7);
+    const std::string whole =
+        "POST /en/send_form_email.php?x=%41&y HTTP/1.1\r\nHost: a\r\nCookie: voter=a.b\r\n"
+        "Range: bytes=0-1\r\nContent-Length: 9\r\n\r\ncomment= ";
+    for (int round = 0; round < 10000; ++round) {
+        std::string bytes = whole;
+        for (unsigned change = random() % 6; change > 0; --change)
+            bytes[random() % bytes.size()] = static_cast<char>(random());
+        if (round % 3 == 0) bytes.resize(random() % bytes.size());
+        if (round % 7 == 0) bytes.insert(random() % (bytes.size() + 1), random() % 50, '%');
+        const RawClient client(port);
+        ASSERT_TRUE(client.connected()) << round;
+        client.send(bytes);
+    }
+    const RawClient endless(port);
+    for (int line = 0; line < 10000 && endless.send("X-" + std::to_string(line) + ": and so on\r\n");
+         ++line) {
+    }
+    EXPECT_EQ(request(port, "GET", "/" + std::string(1'000'000, 'a')).body.find("news"), std::string::npos);
+    EXPECT_EQ(request(port, "GET", "/blog/").status, 200);
 }
 
 TEST_F(Catalogue, FilesOfTheFolderAndNothingElse) {
