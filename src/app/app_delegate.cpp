@@ -1,5 +1,6 @@
 #include "app/app_delegate.h"
 
+#include <algorithm>
 #include <atomic>
 #include <utility>
 
@@ -66,9 +67,12 @@ NSDescriptionView::Callbacks AppDelegate::gamePageCallbacks() {
 NSRankingList::Callbacks AppDelegate::rankingCallbacks(NSRankingList::TableType type) {
     return {.reload = [this, type] { view_.rankingsChanged(type); },
             .openDescription =
-                [this](const CatalogueLine& line) {
+                [this](std::int64_t id) {
                     showMorvaneTab(MorvaneTab::library);
-                    gamePage_.openCatalogueLine(line);
+                    const auto& lines = apps_.serverAppsArray();
+                    const auto line = std::ranges::find(lines, id, &CatalogueLine::id);
+                    if (line != lines.end()) return gamePage_.openCatalogueLine(*line);
+                    gamePage_.openCatalogueID(id);
                 }};
 }
 

@@ -136,7 +136,7 @@ int listRankings(Session& session, const std::string& name) {
         {}};
     for (std::size_t index = 0; index < list.numberOfRows(); ++index) {
         const NSRankingList::Row& row = list.row(index);
-        table.rows.push_back({row.line.id, valueOf(row, type), row.line.name, row.line.creator});
+        table.rows.push_back({row.id, valueOf(row, type), row.name, row.creator});
     }
     printTable(session.console(), table);
     return ended;

@@ -8,21 +8,11 @@
 #include "foundation/network.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
-#include "library/catalogue_addresses.h"
 #include "platform/host.h"
 
 namespace morvane::cli {
 
 namespace {
-
-/// The list line of the port, asked for by its ID.
-std::optional<CatalogueLine> lineOf(std::int64_t id) {
-    const auto answer = catalogue::answerOf(catalogue::briefDescriptionAddress(std::to_string(id)));
-    if (!answer) return std::nullopt;
-    auto line = generateDictionaryForPortListLine(MVString::split(*answer, "<br>").front());
-    // Whatever page came instead has no line of that ID.
-    return line && line->id == id ? line : std::nullopt;
-}
 
 std::string kindOf(const NSGameData& game) {
     if (game.isBoxerGame) return "boxer";
@@ -72,7 +62,7 @@ int GamePage::open(std::int64_t id, const std::function<int(NSDescriptionView&)>
     session_.provideSite();
     return run(action, [&] {
         if (!canReachCatalogue(session_)) return int{failed};
-        const auto line = lineOf(id);
+        const auto line = requestedLineOfID(id);
         if (!line) return session_.fail("The catalogue has no port of the ID " + std::to_string(id) + ".");
         view_.openCatalogueLine(*line);
         return int{done};

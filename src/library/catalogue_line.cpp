@@ -9,6 +9,7 @@
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/apps_array.h"
+#include "library/catalogue_addresses.h"
 #include "library/name_order.h"
 #include "platform/host.h"
 
@@ -66,6 +67,14 @@ std::optional<CatalogueLine> generateDictionaryForPortListLine(std::string_view 
     if (fields.size() > 7) line.dependencyID = MVString::initialIntValue(fields[7]);
     if (fields.size() > 8) line.isNative = MVString::initialIntValue(fields[8]) != 0;
     return line;
+}
+
+std::optional<CatalogueLine> requestedLineOfID(std::int64_t id) {
+    const auto answer = catalogue::answerOf(catalogue::briefDescriptionAddress(std::to_string(id)));
+    if (!answer) return std::nullopt;
+    auto line = generateDictionaryForPortListLine(MVString::split(*answer, "<br>").front());
+    // Whatever page came instead has no line of that ID.
+    return line && line->id == id ? line : std::nullopt;
 }
 
 void NSAppsArray::loadServerAppsBlock(Completion completion) {

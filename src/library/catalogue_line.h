@@ -24,5 +24,8 @@ struct CatalogueLine {
 /// `generateDictionaryForPortListLine:`. Nothing for a line of fewer than six fields, or one that is not
 /// UTF-8.
 [[nodiscard]] std::optional<CatalogueLine> generateDictionaryForPortListLine(std::string_view line);
+/// The line of the port of that ID, asked for by itself. Nothing when the catalogue has none, or does not
+/// answer. Blocks.
+[[nodiscard]] std::optional<CatalogueLine> requestedLineOfID(std::int64_t id);
 
 }  // namespace morvane

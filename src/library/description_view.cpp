@@ -117,22 +117,34 @@ std::optional<std::string> NSDescriptionView::selectedGamePath() const {
 }
 
 void NSDescriptionView::openCatalogueLine(const CatalogueLine& line) {
+    openEntry(line.id, [line] { return line; });
+}
+
+void NSDescriptionView::openCatalogueID(std::int64_t id) {
+    openEntry(id, [id] { return requestedLineOfID(id); });
+}
+
+void NSDescriptionView::openEntry(std::int64_t id, std::function<std::optional<CatalogueLine>()> lineOf) {
     progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
     progress_->showCreatingPort(CreatingPort::no);
     MVThread::dispatchQueueWithName(
         "app.morvane.loadDescription", Priority::normal, Concurrent::no,
-        [self = self_, line, progress = progress_, click = ++clicks_] {
-            auto entry = NSGameData::bufferedEntry(line.id);
+        [self = self_, id, lineOf = std::move(lineOf), progress = progress_, click = ++clicks_] {
+            const auto failWith = [&](const char* error) {
+                progress->closeCreatingPort(CreatingPort::no);
+                MVAlert::showAlertErrorMessage(localized(error));
+            };
+            auto entry = NSGameData::bufferedEntry(id);
             if (!entry) {
                 if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) {
-                    progress->closeCreatingPort(CreatingPort::no);
-                    MVAlert::showAlertErrorMessage(localized(
+                    return failWith(
                         "An error occured while connecting to the database! Please, check your internet "
-                        "connection and try again later."));
-                    return;
+                        "connection and try again later.");
                 }
+                const auto line = lineOf();
+                if (!line) return failWith("Port not found!");
                 entry = NSGameData::initWithDictionary(line);
-                NSGameData::bufferEntry(line.id, entry);
+                NSGameData::bufferEntry(id, entry);
             }
             onPage(self, [entry, click](NSDescriptionView& page) {
                 // Who has clicked on something else meanwhile does not wait for this any more.

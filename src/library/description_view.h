@@ -85,6 +85,8 @@ class NSDescriptionView {
     // Filling (description_view.cpp)
     /// A click on a line of the catalogue: its entry is looked up, or built in the background, and shown.
     void openCatalogueLine(const CatalogueLine& line);
+    /// A click on a port of which only the ID is known: its line is asked for first.
+    void openCatalogueID(std::int64_t id);
     /// A click on an item of the library.
     void openLocalItem(const std::string& path);
     /// `setGameData:withBlockInTheEnd:`. Any thread; fills the page on the main queue and calls the block
@@ -188,6 +190,9 @@ class NSDescriptionView {
     /// Later on the main thread, unless the page is gone by then.
     static void onPage(const std::shared_ptr<NSDescriptionView*>& self,
                        std::function<void(NSDescriptionView&)> work);
+    /// Shows the entry of that ID, which is built from the line where it is not known yet. The line may be
+    /// asked for: it is called in the background.
+    void openEntry(std::int64_t id, std::function<std::optional<CatalogueLine>()> line);
     void fillPage();
     /// What may take long: the grid's trailer, the icon and the ratings.
     void loadDetails(std::shared_ptr<NSGameData> game);

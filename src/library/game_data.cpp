@@ -168,6 +168,7 @@ std::shared_ptr<NSGameData> NSGameData::bufferedEntry(std::int64_t id) {
 }
 
 void NSGameData::bufferEntry(std::int64_t id, std::shared_ptr<NSGameData> entry) {
+    if (!entry->descriptionDictionary) return;
     auto& buffer = host().serverAppsBuffer;
     const MutexLock guard(buffer.mutex);
     buffer.value[id] = std::move(entry);

@@ -34,6 +34,7 @@ class NSGameData {
 
     /// `serverAppsBuffer`: the entry kept for the catalogue ID, or null.
     [[nodiscard]] static std::shared_ptr<NSGameData> bufferedEntry(std::int64_t id);
+    /// An entry whose description could not be loaded is not kept: the next click asks again.
     static void bufferEntry(std::int64_t id, std::shared_ptr<NSGameData> entry);
     /// `clearServerAppsBuffer`.
     static void clearServerAppsBuffer();

@@ -94,11 +94,9 @@ std::vector<NSRankingList::Row> NSRankingList::rowsOfAnswer(std::string_view ans
         const auto fields = MVString::split(piece, " || ");
         if (fields.size() < 4 || !MVString::isValidUtf8(piece)) continue;
         Row row;
-        row.line.id = MVString::initialIntValue(MVString::trimmed(fields[0]));
-        row.line.creator = fields[1];
-        row.line.name = fields[2];
-        row.line.path = filled(
-            "%@ckis/%@/%@/", {host().sites.catalogue, fields[1], MVString::stringToWebStructure(fields[2])});
+        row.id = MVString::initialIntValue(MVString::trimmed(fields[0]));
+        row.creator = fields[1];
+        row.name = fields[2];
         switch (tableType) {
             case TableType::latest:
                 row.date = dateToReadableDate(fields[3]);
@@ -129,17 +127,17 @@ std::string NSRankingList::valueAtRow(std::size_t index) const {
     const Row& row = rows_.at(index);
     switch (tableType_) {
         case TableType::latest:
-            return filled("(%@) %@", {row.date, row.line.name});
+            return filled("(%@) %@", {row.date, row.name});
         case TableType::popular:
-            return filled("(%@ down.) %@", {withGroupingSeparators(row.downloads), row.line.name});
+            return filled("(%@ down.) %@", {withGroupingSeparators(row.downloads), row.name});
         case TableType::highrated:
-            return filled("%@ - %@", {oneDecimal(row.rate), row.line.name});
+            return filled("%@ - %@", {oneDecimal(row.rate), row.name});
     }
     return "";
 }
 
 void NSRankingList::doubleClick(std::size_t row) {
-    if (row < rows_.size() && callbacks_.openDescription) callbacks_.openDescription(rows_[row].line);
+    if (row < rows_.size() && callbacks_.openDescription) callbacks_.openDescription(rows_[row].id);
 }
 
 }  // namespace morvane

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -9,22 +10,22 @@
 #include <variant>
 #include <vector>
 
-#include "library/catalogue_line.h"
-
 namespace morvane {
 
 class NSRankingList {
   public:
     enum class TableType { latest, popular, highrated };
+    /// Less than a line of the catalogue: it says neither what the port depends on nor where it lies.
     struct Row {
-        CatalogueLine line;
+        std::int64_t id = 0;
+        std::string creator, name;
         std::string date;            ///< readable; of "latest"
         std::int64_t downloads = 0;  ///< of "popular"
         double rate = 0;             ///< of "highrated"
     };
     struct Callbacks {
-        std::function<void()> reload;                               ///< the rows have changed
-        std::function<void(const CatalogueLine&)> openDescription;  ///< a row was opened
+        std::function<void()> reload;                          ///< the rows have changed
+        std::function<void(std::int64_t id)> openDescription;  ///< the row of that port was opened
     };
 
     NSRankingList(TableType tableType, Callbacks callbacks);

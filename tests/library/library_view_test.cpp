@@ -78,7 +78,9 @@ TEST_F(LibraryViews, TheCatalogueIsLoadedOnceAndRefreshed) {
     EXPECT_TRUE(request.starts_with("GET /ckis/listPorts.php?developer=1&country=")) << request;
     EXPECT_EQ(site.requests().size(), 1U);
 
-    NSGameData::bufferEntry(2, std::make_shared<NSGameData>());
+    const auto entry = std::make_shared<NSGameData>();
+    entry->descriptionDictionary.emplace();
+    NSGameData::bufferEntry(2, entry);
     site.answer("/ckis/listPorts.php", {.body = "no list \xFF || at || all"});
     const auto menu = view.contextMenu();
     ASSERT_EQ(menu.size(), 1U);
