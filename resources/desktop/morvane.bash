@@ -11,7 +11,7 @@ _morvane_command() {
             open plan play properties resources run serve settings show specs stop theme tool wrapper'
         options='--version'
         ;;
-    blank) options='--engine= --steam --origin --uplay --mac-driver' ;;
+    blank) options='--engine= --steam --origin --uplay --mac-driver --no-installer' ;;
     catalogue) subcommands='list show install rate rankings save' ;;
     'catalogue install') options='--source= --to=' ;;
     'catalogue rate') second='1 2 3 4 5' ;;
@@ -25,7 +25,8 @@ _morvane_command() {
     exe) options='--output' ;;
     resources) options='--fix' ;;
     feedback) options='--name= --mail= --subject= --text= --with-computer' ;;
-    install | plan | mod) options='--to=' ;;
+    install | mod) options='--to=' ;;
+    plan) options='--to= --answers' ;;
     library) subcommands='list scan add remove order move folders' ;;
     'library remove') options='--disk' ;;
     'library order') first='name size none' ;;

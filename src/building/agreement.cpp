@@ -1,3 +1,4 @@
+#include "building/foreseen_questions.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
@@ -21,11 +22,7 @@ bool WrapperCreation::agreement() {
         MVAlert::showAlertErrorMessage(localized("Error while reading file: %@", {failure->message}));
         return false;
     }
-    Dialog dialog;
-    dialog.title = localized("License Agreement");
-    dialog.text = localized("Read the license agreement before installing:");
-    dialog.buttons = {localized("I Agree"), localized("I Disagree")};
-    dialog.accessory = LongText{std::get<std::string>(std::move(text))};
+    const Dialog dialog = building::agreementDialog(std::get<std::string>(std::move(text)));
     return MVAlert::showDialog(dialog).button == 0;
 }
 

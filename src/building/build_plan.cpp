@@ -8,6 +8,8 @@
 #include "building/configuration_stages.h"
 #include "building/engine_store.h"
 #include "building/extra_files.h"
+#include "building/foreseen_questions.h"
+#include "building/program_check.h"
 #include "building/store_clients.h"
 #include "building/verb_script.h"
 #include "building/winetricks_files.h"
@@ -23,6 +25,7 @@
 #include "platform/host.h"
 #include "platform/http.h"
 #include "wrapper/layout.h"
+#include "wrapper/program_header.h"
 
 namespace morvane {
 namespace {
@@ -35,12 +38,17 @@ constexpr std::uint64_t bytesOfPrefix = 185'000'000;
 /// How much larger an engine is than its archive, measured: 43 MB become 168 MB.
 constexpr std::uint64_t unpackingRatio = 4;
 
+enum class AskForSizes { no, yes };
+
 /// Asks servers for sizes; one that does not answer is asked once.
 class Sizes {
   public:
+    explicit Sizes(AskForSizes asking) : asking_(asking) {}
+
     std::optional<std::uint64_t> sizeBehind(const std::string& link) {
         const auto parts = parseUrl(link);
-        if (!parts || silent_.contains(parts->host) || !NSUtilities::isWebsiteOfUrlAvailable(link))
+        if (asking_ == AskForSizes::no || !parts || silent_.contains(parts->host) ||
+            !NSUtilities::isWebsiteOfUrlAvailable(link))
             return std::nullopt;
         const HttpResponse head =
             http::fetch({.url = link, .idleTimeout = 5s, .headOnly = true}, &host().creation);
@@ -49,21 +57,55 @@ class Sizes {
     }
 
   private:
+    const AskForSizes asking_;
     std::set<std::string> silent_;
 };
 
 class Planner {
   public:
-    Planner(const WrapperCreation& creation, const NSPortData& port, std::string wrapper)
-        : creation_(creation), port_(port), wrapper_(std::move(wrapper)) {}
+    Planner(const WrapperCreation& creation, const NSPortData& port, std::string wrapper, AskForSizes asking)
+        : creation_(creation), port_(port), wrapper_(std::move(wrapper)), asking_(asking), sizes_(asking) {}
 
-    BuildPlan plan(Place place) {
-        addEntry(place);
+    void addOpening(Place place) {
+        begin(localized("Before anything is made"));
+        ask({.shown = building::agreementDialog(""), .answer = localized("I Agree"), .othersEnd = true});
+        ask({.shown = building::foreignPortDialog(),
+             .answer = localized("Install it anyway"),
+             .othersEnd = true});
+        if (place == Place::proposed) {
+            const std::string name = files::withoutExtension(files::lastComponent(wrapper_));
+            ask({.shown = building::placePanel(name), .answer = wrapper_});
+        }
+    }
+    /// A blank wrapper's: its place is known, and nobody else has described it.
+    void addAgreement() {
+        begin(localized("Before anything is made"));
+        ask({.shown = building::agreementDialog(""), .answer = localized("I Agree"), .othersEnd = true});
+    }
+    void addSignature() {
+        begin(localized("Before anything is made"));
+        if (port_.isSigned()) return;
+        ask({.shown = building::unsignedPortDialog(), .answer = localized("Yes"), .othersEnd = true});
+    }
+    /// Belongs to the stage that is open.
+    void addRequirements() {
+        const std::string requirements = WrapperCreation::requirementsListForPortData(port_);
+        ask({.shown = building::requirementsDialog(requirements),
+             .answer = localized("Yes"),
+             .othersEnd = true,
+             .isAsked = !requirements.empty()});
+        if (!requirements.empty()) stage().supplies = MVString::split(requirements, "\n");
+    }
+
+    BuildPlan build() {
         addMasterWrapper();
         addEngine();
         addCreation();
         for (const ConfigurationStage stage : configurationStages(port_)) addConfiguration(stage);
         plan_.spaceFree = files::freeSpace(existing(files::parent(wrapper_)));
+        if (!plan_.obstacle && asking_ == AskForSizes::yes) {
+            plan_.obstacle = building::flawOfInstaller(port_, wrapper_);
+        }
         return std::move(plan_);
     }
 
@@ -72,6 +114,7 @@ class Planner {
         return plan_.stages.emplace_back(PlannedStage{.title = title});
     }
     PlannedStage& stage() { return plan_.stages.back(); }
+    void ask(ForeseenQuestion question) { stage().questions.push_back(std::move(question)); }
 
     void download(const std::string& what, const std::string& link) {
         const auto size = sizes_.sizeBehind(link);
@@ -85,17 +128,6 @@ class Planner {
         while (folder.size() > 1 && !MVFileManager::directoryExistsAtPath(folder))
             folder = files::parent(folder);
         return folder;
-    }
-
-    void addEntry(Place place) {
-        PlannedStage& entry = begin(localized("Before anything is made"));
-        entry.questions = {localized("License Agreement"),
-                           localized("Whether to install a port from a stranger")};
-        if (place == Place::proposed) entry.questions.push_back(localized("Create Port at..."));
-        const std::string requirements = WrapperCreation::requirementsListForPortData(port_);
-        if (requirements.empty()) return;
-        entry.questions.push_back(localized("Whether all requirements are met"));
-        entry.supplies = MVString::split(requirements, "\n");
     }
 
     void addMasterWrapper() {
@@ -126,7 +158,7 @@ class Planner {
             case Source::Kind::stored:
                 stage().present.push_back(first.place);
                 if (NSCaskeryEngine(first.engine).nameAfterConversion()) {
-                    stage().questions.push_back(localized("Convert Old Engine"));
+                    ask({.shown = NSCaskeryEngine::conversionDialog(), .answer = localized("Yes")});
                 }
                 plan_.spaceNeeded += unpackingRatio * files::size(first.place).value_or(0);
                 break;
@@ -138,7 +170,7 @@ class Planner {
                 break;
             }
             case Source::Kind::user:
-                stage().questions.push_back(localized("Where the engine %@ is", {engine}));
+                for (auto& each : building::foreseenEngineQuestions(engine)) ask(std::move(each));
                 stage().supplies.push_back(localized("the engine %@", {engine}));
         }
     }
@@ -201,8 +233,7 @@ class Planner {
                 return;
             case programs:
                 begin(line);
-                for (const ExeEntry& exe : port_.exes) stage().actions.push_back(exe.name + ": " + exe.path);
-                return;
+                return addPrograms();
             case steam:
                 return addClient(store_clients::steam());
             case origin:
@@ -210,7 +241,9 @@ class Planner {
             case uplay:
                 return addClient(store_clients::uplay());
             case gogGalaxy:
-                return addClient(store_clients::gogGalaxy());
+                // Its link is asked for on GOG's page.
+                if (asking_ == AskForSizes::yes) addClient(store_clients::gogGalaxy());
+                return;
             case extraFilesBefore:
                 return addExtraFiles(line, port_.extraFilesBeforeInstaller);
             case extraFilesAfter:
@@ -272,9 +305,13 @@ class Planner {
         } else if (!winetricks::isWebLink(file.link)) {
             stage().actions.push_back(localized("%@ is no link that can be followed", {file.link}));
         } else if (byHand) {
-            stage().questions.push_back(
-                localized("Whether %@ was downloaded by hand from %@", {file.file, file.link}));
-            stage().supplies.push_back(file.file);
+            const std::string yes = localized("Yes"), no = localized("No");
+            ForeseenQuestion without{.shown = building::noManualDownloadDialog(), .answer = yes};
+            ask({.shown = building::manualDownloadDialog(file.file),
+                 .answer = no,
+                 .branches = {{no, {std::move(without)}}}});
+            stage().supplies.push_back(localized("%@, to be saved from %@ as %@",
+                                                 {file.file, file.link, std::get<std::string>(place)}));
         } else {
             download(localized("winetrick %@", {file.folder}), file.link);
         }
@@ -300,7 +337,7 @@ class Planner {
             if (extra_files::isDownloaded(entry)) {
                 download(localized("extra file %@", {name}), *entry.origin);
             } else {
-                stage().questions.push_back(localized("Select the file %@", {entry.origin.value_or("")}));
+                ask({.shown = building::extraFilePanel(entry), .answer = entry.origin.value_or("")});
                 stage().supplies.push_back(entry.origin.value_or(""));
             }
             if (entry.autorun) stage().actions.push_back(localized("Running %@...", {name}));
@@ -308,20 +345,43 @@ class Planner {
     }
 
     void addInstaller() {
+        const std::string name = building::installerNameIn(port_.originalInstallerName);
         const auto installer = WrapperCreation::foundInstaller(port_.originalInstallerName, port_.source);
         if (installer) {
             stage().present.push_back(*installer);
             stage().actions.push_back(localized("Running %@...", {*installer}));
-        } else {
-            stage().questions.push_back(localized("Select the installer"));
-            stage().supplies.push_back(
-                port_.originalInstallerName.value_or(localized("the game's installer")));
+            if (machineOf(*installer) == Machine::x86) {
+                stage().actions.push_back(localized("It is a 32-bit program, which the engine must run"));
+            }
+            return;
+        }
+        ForeseenQuestion without{.shown = building::noInstallerDialog(), .answer = localized("Yes")};
+        const std::string what = name.empty() ? localized("the game's installer") : name;
+        ask({.shown = building::installerPanel(name),
+             .answer = what,
+             .flaw =
+                 [engine = port_.engine.value_or(""), wrapper = wrapper_](const std::string& path) {
+                     return building::flawOfProgramForEngine(path,
+                                                             building::engineForWrapper(engine, wrapper));
+                 },
+             .branches = {{"", {std::move(without)}}}});
+        stage().supplies.push_back(what);
+    }
+
+    void addPrograms() {
+        for (const ExeEntry& exe : port_.exes) {
+            stage().actions.push_back(exe.name + ": " + exe.path);
+            if (!WrapperCreation::isProgramToChoose(exe)) continue;
+            ask({.shown = building::programPanel(exe.name, ""),
+                 .answer = localized("the program's path on the wrapper's drive C"),
+                 .isMadeByTheWork = true});
         }
     }
 
     const WrapperCreation& creation_;
     const NSPortData& port_;
     const std::string wrapper_;
+    const AskForSizes asking_;
     Sizes sizes_;
     std::optional<winetricks::Script> script_;
     std::set<std::string> visited_;
@@ -337,6 +397,54 @@ Array asArray(const std::vector<std::string>& texts) {
     return {texts.begin(), texts.end()};
 }
 
+/// What is asked, on one line: the rest of a long text is shown when it is asked.
+std::string headingOf(const ForeseenQuestion& question) {
+    if (const auto* dialog = std::get_if<Dialog>(&question.shown)) {
+        const std::string text = dialog->text.substr(0, dialog->text.find('\n'));
+        return text.empty() ? dialog->title : dialog->title + ": " + text;
+    }
+    const auto* open = std::get_if<OpenPanel>(&question.shown);
+    return open != nullptr ? open->title : std::get<SavePanel>(question.shown).title;
+}
+
+std::vector<std::string> buttonsOf(const ForeseenQuestion& question) {
+    const auto* dialog = std::get_if<Dialog>(&question.shown);
+    return dialog != nullptr ? dialog->buttons : std::vector<std::string>{};
+}
+
+const std::vector<ForeseenQuestion>& nextAfterTheAnswer(const ForeseenQuestion& question) {
+    static const std::vector<ForeseenQuestion> none;
+    const auto branch =
+        std::ranges::find(question.branches, question.answer, &ForeseenQuestion::Branch::button);
+    return branch != question.branches.end() ? branch->questions : none;
+}
+
+void addQuestions(std::string& text, const std::vector<ForeseenQuestion>& questions,
+                  const OptionOf& optionOf) {
+    for (const ForeseenQuestion& question : questions) {
+        if (!question.isAsked) continue;
+        text += "   " + localized("question: %@", {headingOf(question)});
+        for (const std::string& button : buttonsOf(question)) text += " [" + button + "]";
+        text += "\n             " + optionOf(question) + "\n";
+        addQuestions(text, nextAfterTheAnswer(question), optionOf);
+    }
+}
+
+Array asArray(const std::vector<ForeseenQuestion>& questions, const OptionOf& optionOf) {
+    Array array;
+    for (const ForeseenQuestion& question : questions) {
+        if (!question.isAsked) continue;
+        const auto* dialog = std::get_if<Dialog>(&question.shown);
+        array.push_back(Dictionary{{"title", dialog != nullptr ? dialog->title : headingOf(question)},
+                                   {"text", dialog != nullptr ? dialog->text : ""},
+                                   {"buttons", asArray(buttonsOf(question))},
+                                   {"answer", question.answer},
+                                   {"option", optionOf(question)}});
+        for (Value& next : asArray(nextAfterTheAnswer(question), optionOf)) array.push_back(std::move(next));
+    }
+    return array;
+}
+
 }  // namespace
 
 BuildPlan planOfBuild(const WrapperCreation& creation, const std::optional<Result<NSPortData>>& port,
@@ -345,10 +453,40 @@ BuildPlan planOfBuild(const WrapperCreation& creation, const std::optional<Resul
     if (place == Place::chosen) {
         if (auto flaw = WrapperCreation::flawOfPlace(wrapper)) return {.obstacle = std::move(flaw)};
     }
-    return Planner(creation, std::get<NSPortData>(*port), wrapper).plan(place);
+    Planner planner(creation, std::get<NSPortData>(*port), wrapper, AskForSizes::yes);
+    planner.addOpening(place);
+    planner.addRequirements();
+    return planner.build();
 }
 
-std::string shown(const BuildPlan& plan) {
+std::vector<ForeseenQuestion> questionsOf(const BuildPlan& plan) {
+    std::vector<ForeseenQuestion> questions;
+    for (const PlannedStage& stage : plan.stages) {
+        questions.insert(questions.end(), stage.questions.begin(), stage.questions.end());
+    }
+    return questions;
+}
+
+std::vector<ForeseenQuestion> questionsOfBuild(const WrapperCreation& creation, const NSPortData& port,
+                                               const std::string& wrapper, Trust trust) {
+    Planner planner(creation, port, wrapper, AskForSizes::no);
+    if (trust == Trust::yes) {
+        planner.addSignature();
+    } else {
+        planner.addOpening(Place::proposed);
+    }
+    planner.addRequirements();
+    return questionsOf(planner.build());
+}
+
+std::vector<ForeseenQuestion> questionsOfBlank(const WrapperCreation& creation, const NSPortData& port,
+                                               const std::string& wrapper) {
+    Planner planner(creation, port, wrapper, AskForSizes::no);
+    planner.addAgreement();
+    return questionsOf(planner.build());
+}
+
+std::string shown(const BuildPlan& plan, const OptionOf& optionOf) {
     std::string text;
     if (plan.obstacle) text += localized("This port can't be built: %@", {*plan.obstacle}) + "\n";
     int number = 0;
@@ -364,8 +502,7 @@ std::string shown(const BuildPlan& plan) {
                 "\n" + "             " + each.link + "\n";
         }
         for (const std::string& each : stage.actions) text += "   " + each + "\n";
-        for (const std::string& each : stage.questions)
-            text += "   " + localized("question: %@", {each}) + "\n";
+        addQuestions(text, stage.questions, optionOf);
         for (const std::string& each : stage.supplies) text += "   " + localized("bring: %@", {each}) + "\n";
     }
     if (plan.stages.empty()) return text;
@@ -376,7 +513,7 @@ std::string shown(const BuildPlan& plan) {
     return text + "\n";
 }
 
-Value asValue(const BuildPlan& plan) {
+Value asValue(const BuildPlan& plan, const OptionOf& optionOf) {
     Array stages;
     for (const PlannedStage& stage : plan.stages) {
         Array downloads;
@@ -392,7 +529,7 @@ Value asValue(const BuildPlan& plan) {
                                     {"present", asArray(stage.present)},
                                     {"downloads", std::move(downloads)},
                                     {"actions", asArray(stage.actions)},
-                                    {"questions", asArray(stage.questions)},
+                                    {"questions", asArray(stage.questions, optionOf)},
                                     {"supplies", asArray(stage.supplies)}});
     }
     return Dictionary{

@@ -6,11 +6,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "building/wrapper_creation.h"
+#include "platform/user_interface.h"
 #include "platform/value.h"
 
 namespace morvane {
@@ -25,9 +27,9 @@ struct PlannedStage {
     std::string title;
     std::vector<std::string> present = {};  ///< what is there already and not fetched again
     std::vector<PlannedDownload> downloads = {};
-    std::vector<std::string> actions = {};    ///< what is done beside, in order
-    std::vector<std::string> questions = {};  ///< what the user will be asked
-    std::vector<std::string> supplies = {};   ///< what the user must bring
+    std::vector<std::string> actions = {};         ///< what is done beside, in order
+    std::vector<ForeseenQuestion> questions = {};  ///< what the user will be asked
+    std::vector<std::string> supplies = {};        ///< what the user must bring
 };
 
 struct BuildPlan {
@@ -42,13 +44,28 @@ struct BuildPlan {
 /// Whether the place of the wrapper is settled, or what the save panel will propose.
 enum class Place { chosen, proposed };
 
+/// Of a port that the user has opened as a file.
 [[nodiscard]] BuildPlan planOfBuild(const WrapperCreation& creation,
                                     const std::optional<Result<NSPortData>>& port, const std::string& wrapper,
                                     Place place);
 
+/// All that will be asked, in order, with what is not asked this time.
+[[nodiscard]] std::vector<ForeseenQuestion> questionsOf(const BuildPlan& plan);
+/// What the installation of such a port will ask, from the first question on: with trust, from the check of
+/// the port on. Asks no server for sizes.
+[[nodiscard]] std::vector<ForeseenQuestion> questionsOfBuild(const WrapperCreation& creation,
+                                                             const NSPortData& port,
+                                                             const std::string& wrapper, Trust trust);
+/// The same of a blank wrapper, whose place is known.
+[[nodiscard]] std::vector<ForeseenQuestion> questionsOfBlank(const WrapperCreation& creation,
+                                                             const NSPortData& port,
+                                                             const std::string& wrapper);
+
+/// How the front end takes the answer to a question beforehand: the option to write.
+using OptionOf = std::function<std::string(const ForeseenQuestion&)>;
 /// For a person, with line ends.
-[[nodiscard]] std::string shown(const BuildPlan& plan);
+[[nodiscard]] std::string shown(const BuildPlan& plan, const OptionOf& optionOf);
 /// For a program: the same fields under the same names.
-[[nodiscard]] Value asValue(const BuildPlan& plan);
+[[nodiscard]] Value asValue(const BuildPlan& plan, const OptionOf& optionOf);
 
 }  // namespace morvane

@@ -1,6 +1,9 @@
 // The stage that turns a wrapper with a fresh prefix into the port, in its fixed order.
 
+#include <algorithm>
+
 #include "building/configuration_stages.h"
+#include "building/verb_script.h"
 #include "building/winetricks_lists.h"
 #include "building/wrapper_creation.h"
 #include "foundation/file_manager.h"
@@ -39,6 +42,16 @@ void writeFlags(NSPortManager& port, const NSPortData& data) {
 void writeFnToggle(NSPortManager& port, const NSPortData& data) {
     port.setPlistObject(Value(data.fnToggleDefaultValue), "IsFnToggleEnabled");
     port.synchronizePlist();
+}
+
+/// Whether anything of the port runs the verb script: its own requests, or what a store's client needs first.
+bool needsVerbs(const NSPortData& port) {
+    const auto isComponent = [](const std::string& entry) {
+        return entry != installAppMarker &&
+               verb_script::requestOf(entry, std::nullopt).kind != verb_script::Request::Kind::engine;
+    };
+    return port.isSteam || port.isOrigin || port.isUplay || port.isGogGalaxy ||
+           std::ranges::any_of(port.winetricks, isComponent);
 }
 
 void notifyInstalled(const NSPortManager& port) {
@@ -150,7 +163,7 @@ void WrapperCreation::runStage(ConfigurationStage stage, const NSPortData& port,
             saveExtensions(port.supportedExtensions, settings);
             return;
         case verbScript:
-            updateWinetricksListAtFile(settings.path);
+            updateWinetricksListAtFile(settings.path, needsVerbs(port) ? NeedsVerbs::yes : NeedsVerbs::no);
             return;
         case verbsBefore:
             installWinetricks(winetricksBeforeAppFromList(port.winetricks), settings);

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "building/engine_store.h"
+#include "building/program_check.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -50,9 +51,15 @@ bool WrapperCreation::buildPortAt(const std::string& wrapper, const NSPortData& 
         host().creation.throwIfRequested();
         return true;
     };
+    // Now that the engine is there, and nothing of the wrapper yet.
+    const auto installerCanRun = [&] {
+        const auto flaw = building::flawOfInstaller(port, wrapper);
+        if (flaw) MVAlert::showAlertErrorMessage(*flaw);
+        return !flaw;
+    };
     return updateCaskery() && goOn() && prepareEngine(engine, port.engineCustomLink) && goOn() &&
-           createWrapperAt(wrapper, building::engineForWrapper(engine, wrapper)) && goOn() &&
-           configureWrapperAt(wrapper, port);
+           installerCanRun() && createWrapperAt(wrapper, building::engineForWrapper(engine, wrapper)) &&
+           goOn() && configureWrapperAt(wrapper, port);
 }
 
 bool WrapperCreation::createWrapperAt(const std::string& wrapper, const std::string& engine) {

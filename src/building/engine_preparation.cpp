@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "building/engine_store.h"
+#include "building/foreseen_questions.h"
 #include "building/tools.h"
 #include "building/wrapper_creation.h"
 #include "engines/caskery_engine.h"
@@ -93,8 +94,8 @@ struct EngineAnswer {
     std::string link = {};
 };
 
-EngineAnswer askForFile(WrapperCreation& creation, const std::string& engine, std::string_view question) {
-    if (MVAlert::showBooleanAlertMessage(localized(question, {engine}), "Warning", true)) {
+EngineAnswer askForFile(WrapperCreation& creation, const std::string& engine, building::SiteIs site) {
+    if (MVAlert::isAnsweredYes(building::engineFileDialog(engine, site))) {
         creation.getLocalCustomEngine(engine);
         return {EngineAnswer::Kind::file};
     }
@@ -104,18 +105,9 @@ EngineAnswer askForFile(WrapperCreation& creation, const std::string& engine, st
 
 EngineAnswer askForEngine(WrapperCreation& creation, const std::string& engine) {
     for (;;) {
-        if (!building::siteIsReachable()) {
-            return askForFile(creation, engine,
-                              "Caskery website seems to be offline. Do you have the port engine (%@) in your "
-                              "computer?");
-        }
-        if (!MVAlert::showBooleanAlertMessage(
-                localized(
-                    "Your port engine (%@) seems to be unavailable at the Caskery download source and don't "
-                    "contains a custom link. Do you have the custom engine download link?",
-                    {engine}),
-                "Warning", true)) {
-            return askForFile(creation, engine, "Do you have the port engine (%@) in your computer?");
+        if (!building::siteIsReachable()) return askForFile(creation, engine, building::SiteIs::offline);
+        if (!MVAlert::isAnsweredYes(building::engineLinkDialog(engine))) {
+            return askForFile(creation, engine, building::SiteIs::reachable);
         }
         const auto link =
             MVAlert::inputDialogWithMessage(localized("Paste here the engine download link"), "");
@@ -201,6 +193,21 @@ void reportCorruptedEngine(const std::string& place) {
         localized("The engine %@ is corrupted! Remove it and then try again!", {place}));
 }
 
+/// A private folder outside the store, which another process may be using.
+struct PassingFolder {
+    PassingFolder() {
+        auto made = files::createTemporaryFolder(host().folders.temporary, "morvane-engine-");
+        if (auto* folder = std::get_if<std::string>(&made)) path = std::move(*folder);
+    }
+    ~PassingFolder() {
+        if (!path.empty()) static_cast<void>(files::remove(path));
+    }
+    PassingFolder(const PassingFolder&) = delete;
+    PassingFolder& operator=(const PassingFolder&) = delete;
+
+    std::string path;  ///< empty when there is none
+};
+
 /// Puts the bundle into the wrapper. The old engine goes only when the new one lies beside it, complete: the
 /// move may be a copy between disks, which may fail. It is renamed first, since half an engine that still
 /// tells its name would pass for an engine after a kill.
@@ -223,10 +230,31 @@ bool replaceEngine(const std::string& bundle, const std::string& wrapper) {
 
 }  // namespace
 
+OpenPanel building::engineFilePanel(const std::string& engine) {
+    OpenPanel panel;
+    panel.title = localized("Select the engine %@", {engine});
+    panel.types = archiveKinds();
+    panel.packagesAsFolders = true;
+    return panel;
+}
+
 std::optional<std::string> building::storedEngineArchive(const std::string& engine) {
     if (auto known = NSCaskeryEngine::localPathForEngine(engine)) return known;
     const auto archives = storedArchivesOf(engine);
     return archives.empty() ? std::nullopt : std::optional(archives.front());
+}
+
+bool building::storedEngineRuns(const std::string& engine, Machine machine) {
+    const auto archive = storedEngineArchive(engine);
+    const PassingFolder folder;
+    if (!archive || folder.path.empty()) return true;
+    if (*archive == WrapperCreation::localPathForOfficialEngine(engine)) {
+        static_cast<void>(unpackOfficialArchive(*archive, engine, folder.path));
+    } else {
+        unpackInLevels(*archive, folder.path);
+    }
+    const std::string bundle = files::join(folder.path, bundleName);
+    return files::kindOf(bundle) != files::Kind::folder || engineRuns(bundle, machine);
 }
 
 std::string building::engineForWrapper(const std::string& engine, const std::string& wrapper) {
@@ -307,11 +335,7 @@ bool WrapperCreation::downloadOfficialEngine(const std::string& engine) {
 }
 
 bool WrapperCreation::getLocalCustomEngine(const std::string& engine) {
-    OpenPanel panel;
-    panel.title = localized("Select the engine %@", {engine});
-    panel.types = archiveKinds();
-    panel.packagesAsFolders = true;
-    const std::vector<std::string> chosen = MVAlert::chooseFiles(panel);
+    const std::vector<std::string> chosen = MVAlert::chooseFiles(building::engineFilePanel(engine));
     if (chosen.empty()) return true;
     if (const auto destination = placeInStore(engine + "." + files::extension(chosen.front()))) {
         // Half an archive in the store would be taken for the engine from then on.

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "wrapper/program_header.h"
+
 namespace morvane::building {
 
 /// The archive of the engine, of whatever kind can be unpacked; nothing when the store holds none.
@@ -25,5 +27,9 @@ struct EngineSource {
 /// made of it, or the most recent one that is compatible with it where only that was to be had. A wrapper
 /// that holds one of the first two keeps it.
 [[nodiscard]] std::string engineForWrapper(const std::string& engine, const std::string& wrapper);
+
+/// Whether the engine runs programs of that machine: its archive is unpacked in a passing folder for that.
+/// Yes for an engine that is not in the store or cannot be unpacked, of which the build tells.
+[[nodiscard]] bool storedEngineRuns(const std::string& engine, Machine machine);
 
 }  // namespace morvane::building

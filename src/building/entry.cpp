@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <string_view>
 
+#include "building/build_plan.h"
+#include "building/foreseen_questions.h"
+#include "building/program_check.h"
 #include "building/tools.h"
 #include "building/wrapper_creation.h"
 #include "engines/caskery_engine.h"
@@ -24,28 +27,14 @@ namespace {
 constexpr std::string_view oldestCki = "1.5.4";
 
 std::optional<std::string> askWhereToSave(const std::string& proposedName, Form* accessory) {
-    SavePanel panel;
-    panel.title = localized("Create Port at...");
-    panel.startFolder = WrapperCreation::folderForNewPorts();
-    panel.proposedName = proposedName;
-    panel.types = {"app"};
+    SavePanel panel = building::placePanel(proposedName);
     panel.accessory = accessory;
     return MVAlert::chooseSavePath(panel);
 }
 
 bool userTrustsForeignPort() {
     constexpr std::size_t install = 1;
-    Dialog dialog;
-    dialog.title = localized("Warning");
-    dialog.text = localized(
-        "That port wasn't downloaded directly from our server. It might contain download links to malicious "
-        "software "
-        "which can damage your computer and steal personal data. There is also no warranty that this port is "
-        "going to "
-        "work properly.");
-    dialog.buttons = {localized("Cancel"), localized("Install it anyway")};
-    dialog.style = Dialog::Style::critical;
-    return MVAlert::showDialog(dialog).button == install;
+    return MVAlert::showDialog(building::foreignPortDialog()).button == install;
 }
 
 void addFilesToSupply(std::vector<std::string>& lines, const std::vector<ExtraFileEntry>& entries) {
@@ -109,8 +98,16 @@ std::string WrapperCreation::folderForNewPorts() {
 }
 
 void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionHandler handler) {
-    if (!doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort()) return;
-    const auto wrapper = askWhereToSave(files::withoutExtension(files::lastComponent(file)), nullptr);
+    const std::string name = files::withoutExtension(files::lastComponent(file));
+    // A port that cannot be read asks nothing; why is told when it is to be installed.
+    const bool goesOn = MVAlert::canBeAnswered([&]() -> std::vector<ForeseenQuestion> {
+        const auto port = NSPortData::initWithCkiAtPath(file);
+        if (flawOfPort(port)) return {};
+        return questionsOfBuild(*this, std::get<NSPortData>(port),
+                                files::join(folderForNewPorts(), name + ".app"), Trust::no);
+    });
+    if (!goesOn || !doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort()) return;
+    const auto wrapper = askWhereToSave(name, nullptr);
     if (!wrapper) return;
     MVThread::dispatchQueueWithName("app.morvane.wrapperCreationInstallCki", Priority::normal, Concurrent::no,
                                     [this, file, wrapper = *wrapper, handler = std::move(handler)] {
@@ -122,11 +119,20 @@ void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionH
 int WrapperCreation::installCKI(const std::string& file, const std::string& wrapper, Trust trust) {
     const auto portData = [&]() -> std::optional<NSPortData> {
         auto port = NSPortData::initWithCkiAtPath(file);
-        if (!shouldInstallPortData(port, trust)) return std::nullopt;
+        if (!canAnswerFor(port, wrapper, trust) || !shouldInstallPortData(port, trust)) return std::nullopt;
         return std::get<NSPortData>(std::move(port));
     };
     const auto backUp = [&] { MVFileManager::copyItemAtPath(file, wrapper + layout::backupCki); };
     return runCreation(wrapper, portData, backUp);
+}
+
+bool WrapperCreation::canAnswerFor(const std::optional<Result<NSPortData>>& port, const std::string& wrapper,
+                                   Trust trust) {
+    // A file that the user has opened was looked at before its first question.
+    if (trust == Trust::no || flawOfPort(port)) return true;
+    return MVAlert::canBeAnswered(
+               [&] { return questionsOfBuild(*this, std::get<NSPortData>(*port), wrapper, trust); }) ||
+           errorWithMessage(std::nullopt);
 }
 
 int WrapperCreation::runCreation(const std::string& wrapper,
@@ -161,11 +167,10 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         if (built && !existedBefore) finish();
         errorWithMessage(std::nullopt);
         return built ? 0 : -1;
-    } catch (const Cancelled& cancelled) {
+    } catch (const Cancelled&) {
         // First: the report and the clean-up are not to be cancelled as well.
         host().creation.end();
-        errorWithMessage(localized("%@: %@", {localized(cancelled.what()),
-                                              localized("User requested wrapper creation termination")}));
+        errorWithMessage(cancellationReport());
         stopAndRemove(wrapper);
         return -1;
     } catch (...) {
@@ -222,23 +227,13 @@ std::optional<std::string> WrapperCreation::flawOfPlace(const std::string& wrapp
 bool WrapperCreation::shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust) {
     if (const auto flaw = flawOfPort(port)) return errorWithMessage(flaw);
     const NSPortData& data = std::get<NSPortData>(*port);
-    const bool isSigned = data.creator && data.creatorMail;
-    if (trust == Trust::yes && !isSigned &&
-        !MVAlert::showBooleanAlertMessage(
-            localized(
-                "That CKI file doesn't have a valid signature, but it seems to have been downloaded from our "
-                "server. Please, send us an email about that. Do you want to install it anyway? We don't "
-                "recommend that."),
-            "Error", false)) {
+    if (trust == Trust::yes && !data.isSigned() && !MVAlert::isAnsweredYes(building::unsignedPortDialog())) {
         return errorWithMessage(localized("The Port creation was canceled!"));
     }
+    // Before the user is asked to get anything ready for a build that cannot come to its end.
+    if (const auto flaw = building::flawOfInstaller(data, "")) return errorWithMessage(flaw);
     const std::string requirements = requirementsListForPortData(data);
-    if (!requirements.empty() &&
-        !MVAlert::showBooleanAlertMessage(
-            localized("That port has some requirements that must be met in order to install that application "
-                      "correctly. Do you have all the items from that list?\n\n%@",
-                      {requirements}),
-            "Warning", true)) {
+    if (!requirements.empty() && !MVAlert::isAnsweredYes(building::requirementsDialog(requirements))) {
         return errorWithMessage(localized("Get all the items from the list before installing that port!"));
     }
     return true;
@@ -278,9 +273,21 @@ void WrapperCreation::createBlankPortWithCompletionHandler(CompletionHandler han
         });
 }
 
+std::optional<NSPortData> WrapperCreation::portOfBlank(const std::string& wrapper,
+                                                       const NSCustomPortView& view) {
+    auto port = NSPortData::customPortAtPath(wrapper, view.engine, view.DRMs, view.macDriver);
+    if (!port || view.installer == InstallerNow::yes) return port;
+    port->originalInstallerNeeded = false;
+    for (ExeEntry& exe : port->exes) {
+        // Something that every drive has, until the user says which program it is.
+        if (isProgramToChoose(exe)) exe.path = "C:/windows/explorer.exe";
+    }
+    return port;
+}
+
 int WrapperCreation::createBlankWrapperAtPath(const std::string& wrapper, const NSCustomPortView& view) {
     const auto portData = [&] {
-        auto port = NSPortData::customPortAtPath(wrapper, view.engine, view.DRMs, view.macDriver);
+        auto port = portOfBlank(wrapper, view);
         if (!port) {
             errorWithMessage(
                 localized("An unknown error while creating that custom port! The custom port creation is "
@@ -306,6 +313,11 @@ void WrapperCreation::requestCancellation() {
     // The request comes first: a download that is ended without one asks the user what to do about it.
     host().creation.request();
     if (isDownloading()) finishDownload();
+}
+
+std::string WrapperCreation::cancellationReport() {
+    return localized(
+        "%@: %@", {localized(Cancelled().what()), localized("User requested wrapper creation termination")});
 }
 
 bool WrapperCreation::errorWithMessage(const std::optional<std::string>& message) {

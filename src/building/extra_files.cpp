@@ -6,6 +6,7 @@
 #include <array>
 
 #include "building/entry_removal.h"
+#include "building/foreseen_questions.h"
 #include "building/port_texts.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
@@ -125,13 +126,7 @@ bool prepare(const std::string& target) {
 }
 
 std::optional<std::string> chosenFile(const ExtraFileEntry& entry) {
-    const std::string origin = entry.origin.value_or("");
-    OpenPanel panel;
-    panel.title = localized("Select the file %@", {origin});
-    panel.shouldEnable = [valid = NSValidInstallerDelegate(origin)](const std::string& path) {
-        return valid.shouldEnable(path);
-    };
-    auto chosen = MVAlert::chooseFiles(panel);
+    auto chosen = MVAlert::chooseFiles(building::extraFilePanel(entry));
     if (chosen.empty()) return std::nullopt;
     return std::move(chosen.front());
 }

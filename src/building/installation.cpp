@@ -6,6 +6,8 @@
 #include <set>
 
 #include "building/entry_removal.h"
+#include "building/foreseen_questions.h"
+#include "building/program_check.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -75,24 +77,19 @@ std::optional<std::string> installerByAutorun(const std::vector<std::string>& pl
     return std::nullopt;
 }
 
-/// The installer that the user picks; nothing when the user goes on without one.
-std::optional<std::string> installerByChoice(const std::string& expectedName) {
-    const NSValidInstallerDelegate valid(expectedName);
-    OpenPanel panel;
-    panel.title = localized("Select the installer");
-    panel.types = {"exe", "EXE", "bat", "BAT", "msi", "MSI"};
-    panel.shouldEnable = [&valid](const std::string& path) { return valid.shouldEnable(path); };
+/// The installer that the user picks, which the wrapper can run; nothing when the user goes on without one.
+std::optional<std::string> installerByChoice(const std::string& expectedName, const std::string& wrapper) {
+    const OpenPanel panel = building::installerPanel(expectedName);
     for (;;) {
         const auto chosen = MVAlert::chooseFiles(panel);
-        if (!chosen.empty()) return chosen.front();
-        if (MVAlert::showBooleanAlertMessage(
-                localized("That port requires an installer in order to work. If you don't provide an "
-                          "installer, that "
-                          "port probably won't work. If you don't have an installer yet, check the port "
-                          "sources list. "
-                          "Are you sure that you want to continue without selecting the installer?"),
-                "Warning", false))
+        const auto flaw = chosen.empty() ? std::nullopt : building::flawOfProgram(chosen.front(), wrapper);
+        if (flaw) {
+            MVAlert::showAlertErrorMessage(*flaw);
+        } else if (!chosen.empty()) {
+            return chosen.front();
+        } else if (MVAlert::isAnsweredYes(building::noInstallerDialog())) {
             return std::nullopt;
+        }
         // A closed main queue answers every question with its default: the application is ending, and nobody
         // will choose.
         if (!host().mainQueue.callAndWait([] {})) return std::nullopt;
@@ -100,9 +97,10 @@ std::optional<std::string> installerByChoice(const std::string& expectedName) {
 }
 
 std::optional<std::string> findInstaller(const std::optional<std::string>& name,
-                                         const std::optional<std::string>& source) {
+                                         const std::optional<std::string>& source,
+                                         const std::string& wrapper) {
     if (auto installer = WrapperCreation::foundInstaller(name, source)) return installer;
-    return installerByChoice(name ? MVString::split(*name, "/").back() : "");
+    return installerByChoice(building::installerNameIn(name), wrapper);
 }
 
 /// Calls the work every three seconds on the main thread while it lives: a worker has no event loop of its
@@ -131,7 +129,7 @@ std::optional<std::string> WrapperCreation::foundInstaller(const std::optional<s
 
 bool WrapperCreation::installApp(const std::optional<std::string>& installerName,
                                  const std::optional<std::string>& source, const NSPortManager& port) {
-    const auto installer = findInstaller(installerName, source);
+    const auto installer = findInstaller(installerName, source, port.path);
     if (!installer) return true;
     setMessage(localized("Running %@...", {*installer}));
     const std::string note = localized("IMPORTANT NOTE: Don’t launch the app after the installation.");

@@ -1,6 +1,7 @@
 // The programs of a port: the wrapper's own launch target, and small launcher applications for the others.
 
 #include "building/entry_removal.h"
+#include "building/foreseen_questions.h"
 #include "building/port_texts.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
@@ -60,12 +61,8 @@ std::optional<std::string> applicationFor(const ExeEntry& exe, const std::string
 }
 
 std::string chosenProgram(const ExeEntry& exe, const std::string& wrapper) {
-    OpenPanel panel;
-    panel.title = localized("Select the EXE of %@", {exe.name});
-    panel.startFolder = NSUtilities::getMacPathForWindowsPath("C:/", wrapper).value_or("");
-    panel.types = {"exe", "EXE", "bat", "BAT", "msi", "MSI"};
-    panel.packagesAsFolders = true;
-    const auto chosen = MVAlert::chooseFiles(panel);
+    const auto chosen = MVAlert::chooseFiles(
+        building::programPanel(exe.name, NSUtilities::getMacPathForWindowsPath("C:/", wrapper).value_or("")));
     return chosen.empty() ? unknownProgram : NSUtilities::getWindowsPathForMacPath(chosen.front(), wrapper);
 }
 
@@ -129,6 +126,10 @@ std::string colourDepth(const std::string& colours) {
 }
 
 }  // namespace
+
+bool WrapperCreation::isProgramToChoose(const ExeEntry& exe) {
+    return commandLineOf(exe).program == unknownProgram;
+}
 
 bool WrapperCreation::saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port) {
     const std::string& wrapper = port.path;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "building/foreseen_questions.h"
 #include "building/winetricks_files.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
@@ -124,17 +125,8 @@ void openForUser(const std::string& link, const std::string& folder) {
 
 /// Asks for the file; whether the user wants to go on without it.
 bool userGivesUp(const std::string& file) {
-    if (MVAlert::showBooleanAlertMessage(
-            localized("You need to download %@ and move it into the opened folder, otherwise the winetrick "
-                      "installation won't work. Do you have already saved the file?",
-                      {file}),
-            "Warning", true)) {
-        return false;
-    }
-    return MVAlert::showBooleanAlertMessage(
-        localized("You haven't saved the file yet! If you don't save that file in that folder the winetricks "
-                  "installation won't work! Are you sure you want to continue without downloading?"),
-        "Warning", false);
+    return !MVAlert::isAnsweredYes(building::manualDownloadDialog(file)) &&
+           MVAlert::isAnsweredYes(building::noManualDownloadDialog());
 }
 
 /// Has the user fetch the file, until it is there or he gives up.

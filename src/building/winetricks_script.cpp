@@ -28,12 +28,13 @@ constexpr std::string_view silent = "WINETRICKS_OPT_SHAREDPREFIX=1 ; winetricks_
 constexpr std::string_view versionCheck = "winetricks_latest_version_check()\n{\n    if";
 constexpr std::string_view noVersionCheck = "winetricks_latest_version_check()\n{\n    return\n    if";
 
-void tellOfFailedUpdate() {
+void warnOfFailedUpdate() {
     const auto catalogue = parseUrl(host().sites.catalogue);
-    MVAlert::showAlertErrorMessage(
+    MVAlert::showAlertMessage(
         localized("The winetricks list failed to update from GitHub and from %s. That can be a problem if "
                   "that port uses any recent winetrick.",
-                  {catalogue ? catalogue->host : localized("the catalogue server")}));
+                  {catalogue ? catalogue->host : localized("the catalogue server")}),
+        "Warning");
 }
 
 void makeRunnable(const std::string& script) {
@@ -70,7 +71,10 @@ std::optional<winetricks::Script> winetricks::scriptWithSource() {
                                                                       : std::nullopt;
 }
 
-bool WrapperCreation::updateWinetricksListAtFile(const std::string& wrapper) {
+bool WrapperCreation::updateWinetricksListAtFile(const std::string& wrapper, NeedsVerbs needsVerbs) {
+    const auto tellOfFailedUpdate = [needsVerbs] {
+        if (needsVerbs == NeedsVerbs::yes) warnOfFailedUpdate();
+    };
     const std::string shared = winetricks::sharedScript();
     if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.verbs) &&
         !NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) &&

@@ -22,11 +22,16 @@ namespace morvane {
 
 enum class Trust { no, yes };
 
+enum class InstallerNow { no, yes };
+
 /// What the blank-port panel holds (class `NSCustomPortView`).
 struct NSCustomPortView {
     std::string engine;
     unsigned DRMs = 0;  ///< bits of `drm`
     MacDriver macDriver = MacDriver::no;
+    /// Without one, a wrapper that no client goes into asks for no installer and no program, and starts
+    /// Wine's file explorer.
+    InstallerNow installer = InstallerNow::yes;
 };
 
 /// Where the master wrapper of a build comes from.
@@ -47,7 +52,8 @@ class WrapperCreation : public Download {
 
     // Entry (entry.cpp, agreement.cpp)
     /// `createPortFromCKIFile:withCompletionHandler:`. Any thread; asks, then goes on in the background,
-    /// where this object is used until the handler has returned.
+    /// where this object is used until the handler has returned. Where nobody can be asked later, answers
+    /// that will be missing end it first, as they do in `installCKI` with trust.
     void createPortFromCKIFile(const std::string& file, CompletionHandler handler);
     /// `installCKI:atPath:trust:`. 0 for success, -1 for failure.
     int installCKI(const std::string& file, const std::string& wrapper, Trust trust);
@@ -65,6 +71,9 @@ class WrapperCreation : public Download {
     void createBlankPortWithCompletionHandler(CompletionHandler handler);
     /// `createBlankWrapperAtPath:withDetailsOfCustomPortView:`.
     int createBlankWrapperAtPath(const std::string& wrapper, const NSCustomPortView& view);
+    /// The port that this builds; nothing when it cannot be described.
+    [[nodiscard]] static std::optional<NSPortData> portOfBlank(const std::string& wrapper,
+                                                               const NSCustomPortView& view);
     /// `doYouAgreeWithTheLicenseAgreement`. Any thread; asked every time.
     [[nodiscard]] static bool doYouAgreeWithTheLicenseAgreement();
     /// `agreement`. Main thread.
@@ -74,6 +83,8 @@ class WrapperCreation : public Download {
     bool cancelWrapperCreation();
     /// The same without the question; any thread, never blocks.
     void requestCancellation();
+    /// What a cancelled creation is reported with.
+    [[nodiscard]] static std::string cancellationReport();
     /// `errorWithMessage:`. Ends the creation; false.
     bool errorWithMessage(const std::optional<std::string>& message);
 
@@ -144,9 +155,10 @@ class WrapperCreation : public Download {
 
     // Windows components (winetricks.cpp; winetricks_script.cpp; winetricks_files.cpp)
     /// `updateWinetricksListAtFile:`. Replaces the wrapper's verb script and the shared copy by a fresh one,
-    /// patched. False when there was none to be had anywhere, after an error; true when there was no way to
-    /// ask.
-    bool updateWinetricksListAtFile(const std::string& wrapper);
+    /// patched. False when there was none to be had anywhere; true when there was no way to ask. A port that
+    /// needs the script is warned then.
+    enum class NeedsVerbs { no, yes };
+    bool updateWinetricksListAtFile(const std::string& wrapper, NeedsVerbs needsVerbs);
     /// `isWinetrickFileContentValid:`. At least 50 bytes of UTF-8 that are no error page.
     [[nodiscard]] static bool isWinetrickFileContentValid(const std::optional<std::string>& bytes);
     /// `setWinetricksSilent:atWrapper:`.
@@ -241,6 +253,8 @@ class WrapperCreation : public Download {
     // Launch targets and menu (launch_targets.cpp, wrapper_menu.cpp)
     /// `saveEXEs:atPort:`. True.
     bool saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port);
+    /// Whether the player is asked for that program, after the installation.
+    [[nodiscard]] static bool isProgramToChoose(const ExeEntry& exe);
     /// `setMainExeDataAtPort:forExe:`. The wrapper is the one that holds the target's programs.
     void setMainExeDataAtPort(NSPortManager& target, const ExeEntry& exe, const std::string& wrapper);
     /// `setScreenOptionsAtPort:forExe:`.
@@ -256,6 +270,8 @@ class WrapperCreation : public Download {
     /// error; `finish` runs after a successful build of a wrapper that was not there before.
     int runCreation(const std::string& wrapper, const std::function<std::optional<NSPortData>()>& portData,
                     const std::function<void()>& finish);
+    /// False after it has ended the creation, because an answer will be missing.
+    bool canAnswerFor(const std::optional<Result<NSPortData>>& port, const std::string& wrapper, Trust trust);
     /// After a cancellation: stops what runs in the wrapper, and removes what this run has made of it.
     void stopAndRemove(const std::string& wrapper) const;
     enum class UnpackedMasterWrapper { failed, broken, done };

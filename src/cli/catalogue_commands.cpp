@@ -15,7 +15,7 @@ namespace {
 
 /// Whether the game is sold there; its sources are said when not.
 bool isSourceOf(Session& session, const NSGameData& game, const std::string& source) {
-    const std::vector<std::string>& sources = game.gameSourcesList;
+    const std::vector<std::string> sources = sourcesOf(game);
     if (std::ranges::find(sources, source) != sources.end()) return true;
     session.fail("The sources of " + cellText(game.gameName) +
                  " are: " + cellText(MVString::joined(sources, ", ")));
@@ -57,19 +57,18 @@ int listCatalogue(Session& session, const std::vector<std::string>& words) {
     session.provideSite();
     NSAppsArray apps;
     const int ended = session.untilIdle([&] {
-        if (!canReachCatalogue(session)) return int{failed};
         apps.loadServerAppsBlock([&] {
             apps.loadToArrayAppsFromTab(NSAppsArray::catalogueTab, MVString::joined(words, " "), {});
         });
         return int{done};
     });
-    if (ended == done && apps.serverAppsArray().empty()) {
-        return session.fail("The catalogue at \"" + host().sites.catalogue + "\" has given no list.");
-    }
+    if (ended != done && ended != failed) return ended;
+    if (!apps.hasCatalogueAnswered()) return failWithoutCatalogue(session);
     if (const auto* lines = std::get_if<std::vector<CatalogueLine>>(&apps.array())) {
         printTable(session.console(), tableOf(*lines));
     }
-    return ended;
+    // A line that cannot be read is told; the others are listed all the same.
+    return done;
 }
 
 int showCatalogueEntry(Session& session, std::int64_t id) {
@@ -129,10 +128,10 @@ int listRankings(Session& session, const std::string& name) {
     session.provideSite();
     NSRankingList list(type, {});
     const int ended = session.untilIdle([&] {
-        if (!canReachCatalogue(session)) return int{failed};
         list.loadRankingListForVideoCard(NSComputerInformation::graphicCardType().value_or(""));
         return int{done};
     });
+    if (ended == done && !list.hasAnswered()) return failWithoutCatalogue(session);
     const char* heading = type == Type::latest ? "Date" : type == Type::popular ? "Downloads" : "Rate";
     Table table{
         {{"id", "ID"}, {MVString::lowercased(heading), heading}, {"name", "Name"}, {"creator", "Creator"}},

@@ -24,7 +24,7 @@ struct Parsed {
     ThemePictures theme;
     std::vector<std::string> words;
     bool steam = false, origin = false, uplay = false, macDriver = false, full = false, wait = false,
-         behindProxy = false;
+         behindProxy = false, answersOnly = false, withoutInstaller = false;
     PortToPublish port;
     bool disk = false;
     std::size_t from = 0, place = 0;
@@ -44,8 +44,13 @@ void addPortCommands(CLI::App& app, Parsed& parsed) {
     CLI::App* plan = app.add_subcommand("plan", "tell what an installation would do, without doing it");
     plan->add_option("FILE.cki", parsed.file, "the port description")->required();
     plan->add_option("--to", parsed.to, "where the wrapper would be made (PATH.app)");
+    plan->add_flag("--answers", parsed.answersOnly,
+                   "only the command line that installs it without a question, to fill in");
     plan->callback([&] {
-        parsed.command = [&](Session& session) { return cli::plan(session, parsed.file, parsed.to); };
+        parsed.command = [&](Session& session) {
+            return cli::plan(session, parsed.file, parsed.to,
+                             parsed.answersOnly ? PlanAs::commandLine : PlanAs::stages);
+        };
     });
 
     CLI::App* blank = app.add_subcommand("blank", "make an empty wrapper");
@@ -55,6 +60,7 @@ void addPortCommands(CLI::App& app, Parsed& parsed) {
     blank->add_flag("--origin", parsed.origin, "with the Origin client");
     blank->add_flag("--uplay", parsed.uplay, "with the Uplay client");
     blank->add_flag("--mac-driver", parsed.macDriver, "with Wine's Mac graphics driver");
+    blank->add_flag("--no-installer", parsed.withoutInstaller, "without an installer, and without questions");
     blank->callback([&] {
         parsed.command = [&](Session& session) {
             NSCustomPortView view;
@@ -62,6 +68,7 @@ void addPortCommands(CLI::App& app, Parsed& parsed) {
             view.DRMs = (parsed.steam ? drm::steam : 0) | (parsed.origin ? drm::origin : 0) |
                         (parsed.uplay ? drm::uplay : 0);
             view.macDriver = parsed.macDriver ? MacDriver::yes : MacDriver::no;
+            view.installer = parsed.withoutInstaller ? InstallerNow::no : InstallerNow::yes;
             return cli::blank(session, parsed.path, view);
         };
     });

@@ -19,8 +19,10 @@ enum class EngineKind { thin, full };
 int install(Session& session, const std::string& file);
 /// `blank PATH.app --engine NAME`.
 int blank(Session& session, const std::string& path, const NSCustomPortView& view);
-/// `plan FILE.cki [--to PATH.app] [--json]`. What `install` would do; an empty path leaves the place open.
-int plan(Session& session, const std::string& file, const std::string& wrapper);
+/// `plan FILE.cki [--to PATH.app] [--answers] [--json]`. What `install` would do, or the command line that
+/// does it without a question; an empty path leaves the place open.
+enum class PlanAs { stages, commandLine };
+int plan(Session& session, const std::string& file, const std::string& to, PlanAs as);
 /// `run APP`. Starts a wrapper or a Custom EXE application of one and returns, or waits for its end. The exit
 /// status of what ran, here and below wherever a command waits for the end of a program.
 int run(Session& session, const std::string& app, Waiting waiting);
@@ -147,7 +149,8 @@ int installMod(Session& session, const std::string& app, const std::vector<std::
 int showDrive(Session& session, const std::string& app);
 /// `logs APP`. The logs of the last run.
 int listLogs(Session& session, const std::string& app);
-/// Says where the new wrapper is; a failure when there is none.
+/// Says where the new wrapper is, and how to start it; a failure when there is none, and when its program is
+/// missing, with what to do then.
 int finished(Session& session, const std::string& wrapper);
 
 }  // namespace morvane::cli

@@ -7,6 +7,7 @@
 #include "cli/table.h"
 #include "foundation/network.h"
 #include "foundation/text.h"
+#include "library/catalogue_addresses.h"
 #include "platform/host.h"
 
 namespace morvane::cli {
@@ -62,7 +63,9 @@ int GamePage::open(std::int64_t id, const std::function<int(NSDescriptionView&)>
     session_.provideSite();
     return run(action, [&] {
         if (!canReachCatalogue(session_)) return int{failed};
-        const auto line = requestedLineOfID(id);
+        const auto answer = requestedLineOfID(id);
+        if (failureOf(answer) != nullptr) return failWithoutCatalogue(session_);
+        const auto& line = std::get<std::optional<CatalogueLine>>(answer);
         if (!line) return session_.fail("The catalogue has no port of the ID " + std::to_string(id) + ".");
         view_.openCatalogueLine(*line);
         return int{done};
@@ -78,8 +81,14 @@ int GamePage::open(const std::string& path, const std::function<int(NSDescriptio
 
 bool canReachCatalogue(Session& session) {
     if (NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) return true;
-    session.fail("The catalogue at \"" + host().sites.catalogue + "\" can't be reached.");
+    failWithoutCatalogue(session);
     return false;
+}
+
+int failWithoutCatalogue(Session& session) {
+    const int code = session.fail(catalogue::unreachable());
+    session.console().say("The catalogue's address is \"" + host().sites.catalogue + "\".");
+    return code;
 }
 
 void printPage(Console& console, const NSDescriptionView& view, const std::string& path) {

@@ -40,6 +40,8 @@ class GamePage {
 
 /// Says that the catalogue cannot be reached, when it cannot.
 [[nodiscard]] bool canReachCatalogue(Session& session);
+/// The same of one that has not answered; the exit code of that.
+int failWithoutCatalogue(Session& session);
 /// The page's facts, and its description as paragraphs for a person.
 void printPage(Console& console, const NSDescriptionView& view, const std::string& path);
 

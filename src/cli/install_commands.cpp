@@ -3,7 +3,12 @@
 #include <mutex>
 #include <optional>
 
+#include "app/app_delegate.h"
+#include "building/build_plan.h"
 #include "cli/commands.h"
+#include "foundation/alerts.h"
+#include "platform/files.h"
+#include "wrapper/port_manager.h"
 
 namespace morvane::cli {
 
@@ -44,19 +49,46 @@ class Completion {
 
 }  // namespace
 
+namespace {
+
+/// The program that the wrapper starts, when it is not there; as its settings name it.
+std::optional<std::string> missingProgram(const std::string& wrapper) {
+    const NSPortManager settings = NSPortManager::managerWithPath(wrapper);
+    const auto path = WrapperCreation::mainExePathFromPort(settings);
+    if (path && files::kindBehind(*path) == files::Kind::file) return std::nullopt;
+    return "C:" + settings.plistTextForKey("Program Name and Path").value_or("");
+}
+
+}  // namespace
+
 int finished(Session& session, const std::string& wrapper) {
     if (wrapper.empty()) return failed;
+    const auto missing = missingProgram(wrapper);
+    const std::string quoted = shellQuoted(wrapper);
     if (session.console().output() == Output::json) {
-        session.console().emit({{"event", "done"}, {"wrapper", wrapper}});
+        session.console().emit(
+            {{"event", "done"}, {"wrapper", wrapper}, {"missing", missing ? Value(*missing) : Value()}});
     } else {
-        session.console().print("The wrapper is " + wrapper + "\nStart it with: morvane run '" + wrapper +
-                                "'");
+        session.console().print("The wrapper is " + wrapper);
+    }
+    if (missing) {
+        return session.fail("The game's program " + *missing +
+                            " is not in it. Run its installer again with\n    morvane exe " + quoted +
+                            " INSTALLER\nor say which program it is with\n    morvane properties " + quoted +
+                            " --run 'C:\\FOLDER\\PROGRAM.exe'\nor remove the wrapper with\n    morvane "
+                            "library remove " +
+                            quoted + " --disk");
+    }
+    if (session.console().output() == Output::text) {
+        session.console().print("Start it with: morvane run " + quoted);
     }
     return done;
 }
 
 int install(Session& session, const std::string& file) {
     std::string wrapper;
+    // On a fresh home, the place that the plan proposes is not there yet.
+    AppDelegate::verifyNeededFolders();
     const int result = session.withCreation([&](WrapperCreation& creation) {
         Completion completion;
         creation.createPortFromCKIFile(expandedPath(file), completion.handler());
@@ -64,20 +96,26 @@ int install(Session& session, const std::string& file) {
         return finished(session, wrapper);
     });
     // The wrapper is there, whatever becomes of the list; that it could not be changed is told.
-    if (result == done) static_cast<void>(addToLibrary(session, {wrapper}));
+    if (!wrapper.empty()) static_cast<void>(addToLibrary(session, {wrapper}));
     return result;
 }
 
 int blank(Session& session, const std::string& path, const NSCustomPortView& view) {
     std::string wrapper = expandedPath(path);
     if (!wrapper.ends_with(".app")) wrapper += ".app";
+    bool built = false;
     const int result = session.withCreation([&](WrapperCreation& creation) {
-        if (!WrapperCreation::doYouAgreeWithTheLicenseAgreement()) return static_cast<int>(failed);
-        const bool built = creation.createBlankWrapperAtPath(wrapper, view) == 0;
+        const bool goesOn = MVAlert::canBeAnswered([&]() -> std::vector<ForeseenQuestion> {
+            const auto port = WrapperCreation::portOfBlank(wrapper, view);
+            if (!port) return {};
+            return questionsOfBlank(creation, *port, wrapper);
+        });
+        if (!goesOn || !WrapperCreation::doYouAgreeWithTheLicenseAgreement()) return static_cast<int>(failed);
+        built = creation.createBlankWrapperAtPath(wrapper, view) == 0;
         return finished(session, built ? wrapper : "");
     });
     // The wrapper is there, whatever becomes of the list; that it could not be changed is told.
-    if (result == done) static_cast<void>(addToLibrary(session, {wrapper}));
+    if (built) static_cast<void>(addToLibrary(session, {wrapper}));
     return result;
 }
 

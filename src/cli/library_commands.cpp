@@ -66,7 +66,9 @@ int addToLibrary(Session& session, const std::vector<std::string>& paths) {
         for (const std::string& given : paths) {
             const std::string path = expandedPath(given);
             if (!path.ends_with(".app") && !path.ends_with(".boxer")) {
-                result = session.fail(path + " is no application: its name ends in neither .app nor .boxer.");
+                result =
+                    session.fail(localized("Couldn't add %@ to the library. Incompatible application type.",
+                                           {files::lastComponent(path)}));
             } else if (files::kindBehind(path) != files::Kind::folder) {
                 result = session.fail("There is no application at " + path + ".");
             } else {

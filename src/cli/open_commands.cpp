@@ -18,12 +18,9 @@ class TerminalShell : public ShellView {
     void showWindow(const NSDescriptionView::HtmlWindow& window) override {
         if (!window.link.empty()) console_.say(window.name + ": " + window.link);
     }
-    void portInstalled(const std::string& wrapper) override {
-        installed = true;
-        console_.print("The wrapper is " + wrapper + "\nStart it with: morvane run '" + wrapper + "'");
-    }
+    void portInstalled(const std::string& wrapper) override { installed = wrapper; }
 
-    bool installed = false;
+    std::string installed;
 
   private:
     Console& console_;
@@ -69,7 +66,8 @@ int open(Session& session, const std::string& given) {
     });
     if (ended != done) return ended;
     if (isLink) handled = app.gamePage().gameData() != nullptr;
-    if (isPort) handled = shell.installed;
+    if (isPort && !shell.installed.empty()) return finished(session, shell.installed);
+    if (isPort) handled = false;
     return handled ? int{done} : session.fail(what + " was not opened.");
 }
 

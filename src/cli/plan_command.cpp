@@ -6,19 +6,33 @@
 
 namespace morvane::cli {
 
-int plan(Session& session, const std::string& file, const std::string& wrapper) {
+namespace {
+
+/// What installs the port without a terminal, for a shell; paths of files are to be filled in.
+std::string commandLine(const std::string& cki, const std::string& to, const BuildPlan& plan) {
+    std::string line = "morvane install " + shellQuoted(cki);
+    if (!to.empty()) line += " --to " + shellQuoted(expandedPath(to));
+    for (const std::string& option : optionsFor(questionsOf(plan))) line += " \\\n    " + option;
+    return line;
+}
+
+}  // namespace
+
+int plan(Session& session, const std::string& file, const std::string& to, PlanAs as) {
     return session.withCreation([&](WrapperCreation& creation) {
         const std::string cki = expandedPath(file);
         const std::string proposed = files::join(WrapperCreation::folderForNewPorts(),
                                                  files::withoutExtension(files::lastComponent(cki)) + ".app");
         const auto port = NSPortData::initWithCkiAtPath(cki);
-        const BuildPlan plan = wrapper.empty()
-                                   ? planOfBuild(creation, port, proposed, Place::proposed)
-                                   : planOfBuild(creation, port, expandedPath(wrapper), Place::chosen);
+        const std::string wrapper = to.empty() ? proposed : expandedPath(to);
+        const BuildPlan plan =
+            planOfBuild(creation, port, wrapper, to.empty() ? Place::proposed : Place::chosen);
         if (session.console().output() == Output::json) {
-            session.console().print(jsonText(asValue(plan), JsonLayout::indented));
+            session.console().print(jsonText(asValue(plan, optionOf), JsonLayout::indented));
+        } else if (as == PlanAs::commandLine) {
+            if (!plan.obstacle) session.console().print(commandLine(cki, to, plan));
         } else if (!plan.stages.empty()) {
-            session.console().print(shown(plan));
+            session.console().print(shown(plan, optionOf));
         }
         if (!plan.obstacle) return static_cast<int>(done);
         return session.fail(*plan.obstacle);

@@ -208,10 +208,8 @@ void Session::runUntilNoWorkIsLeft() {
 
 int Session::outcome(int result) {
     if (interface_.unanswered()) {
+        if (interface_.choiceRefused()) return failed;
         console_.say("No answer to: " + *interface_.unanswered());
-        console_.say(
-            "Give one with --answer 'TITLE=BUTTON' or --choose 'TITLE=PATH', or take the defaults with "
-            "--defaults.");
         return unanswered;
     }
     if (cancelled_ || console_.wasInterrupted()) {

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "building/wrapper_creation.h"
+#include "foundation/alerts.h"
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -28,10 +30,6 @@ DialogAnswer cancellation(const Dialog& dialog) {
     DialogAnswer answer = defaultAnswer(dialog);
     answer.button = dialog.buttons.size() - 1;
     return answer;
-}
-
-bool hasType(const std::string& path, const std::vector<std::string>& types) {
-    return std::find(types.begin(), types.end(), files::extension(path)) != types.end();
 }
 
 }  // namespace
@@ -71,6 +69,8 @@ std::string expandedPath(const std::string& typed) {
 }
 
 void TerminalInterface::showMessage(const Dialog& dialog) {
+    // Nobody has cancelled anything: an answer was missing, which is told at the end.
+    if (unanswered_ && dialog.text == WrapperCreation::cancellationReport()) return;
     const bool isError = dialog.icon == Dialog::Icon::stop;
     errorShown_ = errorShown_ || isError;
     if (console_.output() == Output::json) {
@@ -82,18 +82,13 @@ void TerminalInterface::showMessage(const Dialog& dialog) {
 
 std::optional<DialogAnswer> TerminalInterface::scriptedAnswer(const Dialog& dialog) {
     DialogAnswer result = defaultAnswer(dialog);
-    const auto answer = answers_.takeAnswer(dialog.title);
+    const auto answer = answers_.takeAnswer(dialog.title, dialog.buttons);
     if (!answer && answers_.defaults) {
         noteDefault(dialog.title + ": " + dialog.text);
         return result;
     }
     if (!answer) return std::nullopt;
-    const auto button = choiceFor(answer->button, dialog.buttons, dialog.defaultButton);
-    if (!button) {
-        giveUp(dialog.title + ": there is no button \"" + answer->button + "\"");
-        return result;
-    }
-    result.button = *button;
+    result.button = choiceFor(answer->button, dialog.buttons, dialog.defaultButton).value_or(result.button);
     if (!answer->text) return result;
     result.text = *answer->text;
     if (const auto* box = std::get_if<ChoiceBox>(&dialog.accessory)) {
@@ -190,20 +185,40 @@ DialogAnswer TerminalInterface::showDialog(const Dialog& dialog) {
         if (!answer && console_.wasInterrupted()) host().creation.request();
     }
     if (answer) return *answer;
-    giveUp(dialog.title + ": " + dialog.text);
+    giveUp(asked(dialog));
     return {.button = dialog.defaultButton, .text = ""};
+}
+
+bool TerminalInterface::accepts(const std::vector<ForeseenQuestion>& questions) {
+    const auto shortcoming = answers_.shortcomingFor(questions);
+    if (shortcoming.unusable) {
+        MVAlert::showAlertErrorMessage(*shortcoming.unusable);
+        return false;
+    }
+    if (shortcoming.unanswered.empty()) return true;
+    unanswered_ = MVString::joined(shortcoming.unanswered, "\nNo answer to: ");
+    return false;
+}
+
+std::string TerminalInterface::knownChoice(const OpenPanel& panel) const {
+    const std::string path = answers_.nextChoice(panel.title).value_or("");
+    if (path.empty() || MVAlert::flawOfChoice(panel, expandedPath(path))) return "";
+    return expandedPath(path);
 }
 
 std::vector<std::string> TerminalInterface::chooseFiles(const OpenPanel& panel) {
     if (auto paths = answers_.takeChoices(panel.title)) {
         if (!panel.multiple && paths->size() > 1) paths->resize(1);
-        for (std::string& path : *paths) path = expandedPath(path);
+        for (std::string& path : *paths) {
+            path = expandedPath(path);
+            if (!console_.isInteractive() && MVAlert::flawOfChoice(panel, path)) choiceRefused_ = true;
+        }
         return *paths;
     }
     // A panel that comes back after its default would come back for ever.
     if (answers_.defaults && cancelledPanels_.insert(panel.title).second) return {};
     if (answers_.defaults || !console_.isInteractive()) {
-        giveUp(panel.title);
+        giveUp(asked(panel));
         return {};
     }
     console_.say(Emphasis::heading, panel.title);
@@ -213,22 +228,9 @@ std::vector<std::string> TerminalInterface::chooseFiles(const OpenPanel& panel) 
         if (!typed && console_.wasInterrupted()) host().creation.request();
         if (!typed || typed->empty()) return {};
         const std::string path = expandedPath(*typed);
-        files::Kind kind = files::kindBehind(path);
-        // A bundle is chosen like a file.
-        const bool isBundle =
-            kind == files::Kind::folder && !panel.packagesAsFolders && hasType(path, panel.types);
-        if (isBundle) kind = files::Kind::file;
-        if (kind == files::Kind::none) {
-            console_.say("There is nothing at " + path);
-        } else if (kind == files::Kind::folder ? !panel.folders : !panel.files) {
-            console_.say(panel.folders ? "That is not a folder." : "That is not a file.");
-        } else if (kind != files::Kind::folder && !panel.types.empty() && !hasType(path, panel.types)) {
-            console_.say("That file has none of the possible types.");
-        } else if (panel.shouldEnable && !panel.shouldEnable(path)) {
-            console_.say("That file is not the one that is asked for.");
-        } else {
-            return {path};
-        }
+        const auto flaw = MVAlert::flawOfChoice(panel, path);
+        if (!flaw) return {path};
+        console_.say(*flaw);
     }
 }
 
@@ -239,9 +241,10 @@ void TerminalInterface::fill(Form& form) {
             isBox ? std::vector<std::string>{"No", "Yes"} : field.options;
         if (options.size() < 2) continue;
         auto chosen = std::optional(field.chosen);
-        if (const auto answer = answers_.takeAnswer(field.label)) {
+        if (const auto answer = answers_.takeAnswer(field.label, options)) {
             chosen = choiceFor(answer->button, options, field.chosen);
-            if (!chosen) return giveUp(field.label + ": there is no choice \"" + answer->button + "\"");
+        } else if (answers_.answersFor(field.label) > 0) {
+            return giveUp(field.label + ": it is one of " + MVString::joined(options, ", "));
         } else if (console_.isInteractive() && !answers_.defaults) {
             const Dialog question{.title = field.label,
                                   .text = "",
@@ -278,7 +281,7 @@ std::optional<std::string> TerminalInterface::chooseSavePath(const SavePanel& pa
             noteDefault(panel.title + ": " + proposal);
             return proposal;
         }
-        giveUp(panel.title);
+        giveUp(asked(panel));
         return std::nullopt;
     }
     console_.say(Emphasis::heading, panel.title);

@@ -31,6 +31,10 @@ class TerminalInterface : public UserInterface {
     DialogAnswer showDialog(const Dialog& dialog) override;
     std::vector<std::string> chooseFiles(const OpenPanel& panel) override;
     std::optional<std::string> chooseSavePath(const SavePanel& panel) override;
+    /// Without a terminal.
+    [[nodiscard]] bool isAnsweredBeforehand() const override { return !console_.isInteractive(); }
+    bool accepts(const std::vector<ForeseenQuestion>& questions) override;
+    [[nodiscard]] std::string knownChoice(const OpenPanel& panel) const override;
     void showProgress(const ProgressState& state) override;
     void notify(const Notification& notification) override;
     void openLink(const std::string& url) override;
@@ -39,8 +43,10 @@ class TerminalInterface : public UserInterface {
     void launchBundle(const std::string& path) override;
     void bringToFront(const std::string& pathPrefix) override;
 
-    /// The question that nobody answered, if there was one.
+    /// The questions that nobody answered, with the options that would, if there were any.
     [[nodiscard]] const std::optional<std::string>& unanswered() const { return unanswered_; }
+    /// Whether a path of the command line was one that its panel does not offer: a failure, since it was told.
+    [[nodiscard]] bool choiceRefused() const { return choiceRefused_; }
     /// Whether an error was shown.
     [[nodiscard]] bool errorShown() const { return errorShown_; }
 
@@ -66,6 +72,7 @@ class TerminalInterface : public UserInterface {
     int defaults_ = 0;                       // in all
     std::optional<std::string> unanswered_;
     bool errorShown_ = false;
+    bool choiceRefused_ = false;
 };
 
 /// The button or choice that was typed: its number, its name or the beginning of it, whatever the case; the

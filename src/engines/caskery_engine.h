@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/user_interface.h"
+
 namespace morvane {
 
 /// One engine name: "CK", a generation digit, "Wine", a version.
@@ -47,6 +49,8 @@ class NSCaskeryEngine {
     /// only when the new one has been unpacked; a failure is told to the user and changes nothing. On the
     /// thread of the running creation a cancellation changes nothing either, and throws `Cancelled`.
     void convertOldEngine();
+    /// What that asks.
+    [[nodiscard]] static Dialog conversionDialog();
     /// `getMiddleWord:`.
     [[nodiscard]] static std::string getMiddleWord(std::string_view text);
 };

@@ -157,6 +157,12 @@ std::optional<std::string> NSCaskeryEngine::nameAfterConversion() const {
     return std::nullopt;
 }
 
+Dialog NSCaskeryEngine::conversionDialog() {
+    return MVAlert::booleanDialog(
+        localized("Your engine is CK5/CK6/CK7.\nWould you like to convert it into a CK8 Engine?"),
+        "Convert Old Engine", true);
+}
+
 void NSCaskeryEngine::convertOldEngine() {
     const auto newName = nameAfterConversion();
     if (!newName || !isWorthConverting(engine) || !staysInEnginesFolder(engine) ||
@@ -165,12 +171,7 @@ void NSCaskeryEngine::convertOldEngine() {
     }
     if (!MVFileManager::regularFileExistsAtPath(files::join(layout::enginesFolder(), engine + ".tar.7z")))
         return;
-    if (!MVAlert::showBooleanAlertMessage(
-            localized("Your engine is CK5/CK6/CK7.\nWould you like to convert it into a CK8 Engine?"),
-            "Convert Old Engine", true) ||
-        !archives::archiveToolWorks("7za")) {
-        return;
-    }
+    if (!MVAlert::isAnsweredYes(conversionDialog()) || !archives::archiveToolWorks("7za")) return;
     const archives::UnpackingFolder folder;
     if (folder.path.empty()) return;
     const Conversion conversion(engine, *newName, folder.path);

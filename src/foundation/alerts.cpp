@@ -1,5 +1,6 @@
 #include "foundation/alerts.h"
 
+#include <set>
 #include <string_view>
 
 #include "foundation/localization.h"
@@ -35,6 +36,17 @@ void styleByTitle(Dialog& dialog, std::string_view title) {
     }
 }
 
+Dialog plainBooleanDialog(const std::string& message, const std::string& title, bool defaultAnswer) {
+    const auto buttons = defaultAnswer ? std::vector{"Yes", "No"} : std::vector{"No", "Yes"};
+    return dialogWith(localized(title), message, buttons);
+}
+
+std::set<std::string> lowercasedAll(const std::vector<std::string>& texts) {
+    std::set<std::string> result;
+    for (const std::string& text : texts) result.insert(MVString::lowercased(text));
+    return result;
+}
+
 std::string pathOfImage(const std::string& name) {
     return files::join(host().folders.resources, name + ".png");
 }
@@ -58,10 +70,50 @@ DialogAnswer showDialog(const Dialog& dialog) {
     return answer;
 }
 
-std::vector<std::string> chooseFiles(const OpenPanel& panel) {
-    std::vector<std::string> paths;
-    onMainThread([&] { paths = host().userInterface.chooseFiles(panel); });
-    return paths;
+bool isAnsweredYes(const Dialog& dialog) {
+    return dialog.buttons.at(showDialog(dialog).button) == localized("Yes");
+}
+
+std::vector<std::string> chooseFiles(const OpenPanel& panel, OtherTypes otherTypes) {
+    for (;;) {
+        std::vector<std::string> paths;
+        onMainThread([&] { paths = host().userInterface.chooseFiles(panel); });
+        std::optional<std::string> flaw;
+        for (const std::string& path : paths) {
+            if (!flaw) flaw = flawOfChoice(panel, path, otherTypes);
+        }
+        if (!flaw) return paths;
+        showAlertErrorMessage(*flaw);
+    }
+}
+
+std::optional<std::string> flawOfChoice(const OpenPanel& panel, const std::string& path,
+                                        OtherTypes otherTypes) {
+    const files::Kind kind = files::kindBehind(path);
+    if (kind == files::Kind::none) return localized("There is nothing at %@.", {path});
+    const std::set<std::string> types = lowercasedAll(panel.types);
+    const bool hasType = types.contains(MVString::lowercased(files::extension(path)));
+    // A bundle is chosen like a file.
+    const bool isBundle = kind == files::Kind::folder && !panel.packagesAsFolders && hasType;
+    const bool isFolder = kind == files::Kind::folder && !isBundle;
+    if (isFolder && !panel.folders) return localized("%@ is a folder, and no file.", {path});
+    if (!isFolder && !panel.files) return localized("%@ is no folder.", {path});
+    if (!isFolder && !types.empty() && !hasType && otherTypes == OtherTypes::refused) {
+        return localized("%@ has none of the possible types: %@.",
+                         {path, MVString::joined({types.begin(), types.end()}, ", ")});
+    }
+    if (panel.shouldEnable && !panel.shouldEnable(path)) {
+        return localized("%@ is not what is asked for: %@.", {path, panel.title});
+    }
+    return std::nullopt;
+}
+
+bool canBeAnswered(const std::function<std::vector<ForeseenQuestion>()>& questions) {
+    if (!host().userInterface.isAnsweredBeforehand()) return true;
+    const auto foreseen = questions();
+    bool accepted = true;
+    onMainThread([&] { accepted = host().userInterface.accepts(foreseen); });
+    return accepted;
 }
 
 std::optional<std::string> chooseSavePath(const SavePanel& panel) {
@@ -87,10 +139,15 @@ void showAlertMessageWithException(const std::string& name, const std::string& r
 bool showBooleanAlertMessageWithSettings(const std::string& message, const std::optional<std::string>& title,
                                          bool defaultAnswer, const std::function<void(Dialog&)>& settings) {
     if (!title) return !defaultAnswer;
-    const auto buttons = defaultAnswer ? std::vector{"Yes", "No"} : std::vector{"No", "Yes"};
-    Dialog dialog = dialogWith(localized(*title), message, buttons);
+    Dialog dialog = plainBooleanDialog(message, *title, defaultAnswer);
     if (settings) settings(dialog);
     return showDialog(dialog).button == 0 ? defaultAnswer : !defaultAnswer;
+}
+
+Dialog booleanDialog(const std::string& message, const std::string& title, bool defaultAnswer) {
+    Dialog dialog = plainBooleanDialog(message, title, defaultAnswer);
+    styleByTitle(dialog, title);
+    return dialog;
 }
 
 bool showBooleanAlertMessage(const std::string& message, const std::optional<std::string>& title,
@@ -117,12 +174,17 @@ bool showBooleanAlertMessageWithImageNamed(const std::string& message,
 std::optional<std::string> inputDialogWithMessage(const std::string& message,
                                                   const std::string& defaultValue) {
     constexpr std::size_t cancel = 1;
-    Dialog dialog = dialogWith(message, "", {"OK", "Cancel"});
-    dialog.accessory = TextField{.text = defaultValue};
+    const Dialog dialog = inputDialog(message, defaultValue);
     DialogAnswer answer{.button = cancel, .text = ""};
     onMainThread([&] { answer = host().userInterface.showDialog(dialog); });
     if (answer.button == cancel) return std::nullopt;
     return answer.text;
+}
+
+Dialog inputDialog(const std::string& message, const std::string& defaultValue) {
+    Dialog dialog = dialogWith(message, "", {"OK", "Cancel"});
+    dialog.accessory = TextField{.text = defaultValue};
+    return dialog;
 }
 
 }  // namespace morvane::MVAlert

@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/user_interface.h"
 
@@ -25,6 +26,8 @@ void showAlertMessageWithException(const std::string& name, const std::string& r
 /// nothing is shown and the answer is the opposite of the default.
 [[nodiscard]] bool showBooleanAlertMessage(const std::string& message,
                                            const std::optional<std::string>& title, bool defaultAnswer);
+/// The dialog that it shows.
+[[nodiscard]] Dialog booleanDialog(const std::string& message, const std::string& title, bool defaultAnswer);
 /// `showBooleanAlertMessage:withTitle:withDefault:withSettings:`. The settings change the dialog before it is
 /// shown.
 [[nodiscard]] bool showBooleanAlertMessageWithSettings(const std::string& message,
@@ -45,11 +48,26 @@ void showAlertMessageWithException(const std::string& name, const std::string& r
 /// `inputDialogWithMessage:withDefaultValue:`. The text, or nothing for "Cancel".
 [[nodiscard]] std::optional<std::string> inputDialogWithMessage(const std::string& message,
                                                                 const std::string& defaultValue);
+/// The dialog that it shows.
+[[nodiscard]] Dialog inputDialog(const std::string& message, const std::string& defaultValue);
 
 /// Any dialog that is none of the above: built here, shown and answered on the main thread.
 [[nodiscard]] DialogAnswer showDialog(const Dialog& dialog);
-/// File panels, shown and answered on the main thread in the same way.
-[[nodiscard]] std::vector<std::string> chooseFiles(const OpenPanel& panel);
+/// Shows a dialog with a button "Yes", and tells whether that was pressed.
+[[nodiscard]] bool isAnsweredYes(const Dialog& dialog);
+/// Whether a file of another type than the panel's is refused here, or by the caller in words of its own.
+enum class OtherTypes { refused, passedOn };
+/// File panels, shown and answered on the main thread in the same way. What is chosen can be: a path that
+/// the panel does not offer is named in an error, and the panel comes back.
+[[nodiscard]] std::vector<std::string> chooseFiles(const OpenPanel& panel,
+                                                   OtherTypes otherTypes = OtherTypes::refused);
+/// Why the panel does not offer the path, in a sentence that names it; nothing when it does.
+[[nodiscard]] std::optional<std::string> flawOfChoice(const OpenPanel& panel, const std::string& path,
+                                                      OtherTypes otherTypes = OtherTypes::refused);
 [[nodiscard]] std::optional<std::string> chooseSavePath(const SavePanel& panel);
+
+/// Whether the user interface has, or can get, the answers to what is going to be asked. Asks for nothing and
+/// is true where somebody sits at it; `questions` is not called then.
+[[nodiscard]] bool canBeAnswered(const std::function<std::vector<ForeseenQuestion>()>& questions);
 
 }  // namespace morvane::MVAlert

@@ -338,10 +338,11 @@ bool Download::downloadFile(const std::string& url, const std::string& path, Sil
     for (int retries = 0; silence == Silence::no || retries <= silentRetries; ++retries) {
         if (shouldCancelDownloadOfFile(link, path, silence)) return false;
         // Only a file that is to be used instead still lies there. The address can't be reached, or is none:
-        // a transfer that got through after all (by a proxy) would replace what the user chose.
-        const bool usesFile = MVFileManager::regularFileExistsAtPath(path);
-        if (silence == Silence::no && !usesFile) progressWindow->setCurrentValue(0);
-        const std::optional<Received> received = usesFile ? Received{} : receive(link, silence);
+        // nothing is asked about it any more, and a transfer that got through after all (by a proxy) would
+        // replace what the user chose.
+        if (MVFileManager::regularFileExistsAtPath(path)) return true;
+        if (silence == Silence::no) progressWindow->setCurrentValue(0);
+        const std::optional<Received> received = receive(link, silence);
         if (!received) return false;
         // A stalled transfer with a new link is not saved: what the new link gives is the outcome.
         const std::optional<std::string> next = received->updatedLink

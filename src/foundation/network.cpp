@@ -50,9 +50,13 @@ bool isUsingClassicLibraryLayout() {
 }
 
 bool isUsingFnKeysFunctions() {
-    return booleanValue(MVTask::runTerminalCommand("defaults read -g com.apple.keyboard.fnState -bool",
-                                                   std::nullopt, Wait::yes)
-                            .value_or(""));
+    // Read by a narrower rule than other booleans: neither a sign nor a zero may stand before what decides.
+    const std::string answer =
+        MVString::trimmed(MVTask::runTerminalCommand("defaults read -g com.apple.keyboard.fnState -bool",
+                                                     std::nullopt, Wait::yes)
+                              .value_or(""));
+    return !answer.empty() &&
+           std::string_view("YyTt123456789").find(answer.front()) != std::string_view::npos;
 }
 
 bool isWebsiteAvailable(const std::string& hostName) {

@@ -124,6 +124,8 @@ class NSAppsArray {
     /// `loadServerAppsBlock:`. Blocks nothing; a list that is loaded is kept. Of the lines that are none, the
     /// first ten are reported.
     void loadServerAppsBlock(Completion completion);
+    /// Whether the catalogue has answered the last load, be it with an empty list.
+    [[nodiscard]] bool hasCatalogueAnswered() const { return serverAnswered_; }
     /// `clearServerAppsArray`.
     void clearServerAppsArray() { server_.clear(); }
 
@@ -151,6 +153,7 @@ class NSAppsArray {
     std::int64_t tabType_ = localTab;
     bool loaded_ = false;
     bool scanning_ = false;
+    bool serverAnswered_ = false;
     std::vector<Completion> afterScan_;
     /// False once the object is gone: work that still runs then ends, and touches nothing.
     std::shared_ptr<std::atomic<bool>> alive_ = std::make_shared<std::atomic<bool>>(true);

@@ -74,7 +74,7 @@ void NSAppsArray::addByHand(const std::function<void(const std::string& cki)>& i
     panel.title = localized("Select the new application");
     panel.types = {"cki", "app", "boxer"};
     panel.multiple = true;
-    for (const std::string& path : MVAlert::chooseFiles(panel)) {
+    for (const std::string& path : MVAlert::chooseFiles(panel, MVAlert::OtherTypes::passedOn)) {
         if (path.ends_with(".app") || path.ends_with(".boxer")) {
             addLocalPort(path, completion);
         } else if (path.ends_with(".cki")) {

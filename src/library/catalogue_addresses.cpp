@@ -78,8 +78,15 @@ std::optional<std::string> answerOf(const std::string& address) {
     constexpr std::uint64_t longestAnswer = std::uint64_t{16} << 20;
     auto response =
         http::fetch({.url = address, .idleTimeout = longestSilence, .longestBody = longestAnswer});
-    if (!response.error.empty()) return std::nullopt;
+    constexpr int firstOwnTrouble = 500;
+    if (!response.error.empty() || response.status >= firstOwnTrouble) return std::nullopt;
     return std::move(response.body);
+}
+
+std::string unreachable() {
+    return localized(
+        "An error occured while connecting to the database! Please, check your internet connection and try "
+        "again later.");
 }
 
 }  // namespace morvane::catalogue

@@ -29,8 +29,10 @@ namespace morvane::catalogue {
 /// Whether a link that a stranger has written may be followed: http and https only.
 [[nodiscard]] bool isWebLink(const std::string& link);
 
-/// The answer's bytes, whatever its status; nothing when there is none, when it is longer than any answer is,
-/// and when the server falls silent. Blocks.
+/// The answer's bytes; nothing when there is none, when it is longer than any answer is, when the server
+/// falls silent, and when it only says that it is in trouble (a status of 500 and more). Blocks.
 [[nodiscard]] std::optional<std::string> answerOf(const std::string& address);
+/// What the user is told of a catalogue that does not answer.
+[[nodiscard]] std::string unreachable();
 
 }  // namespace morvane::catalogue

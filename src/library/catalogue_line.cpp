@@ -29,14 +29,23 @@ std::string portFolder(const CatalogueLine& line, bool isNamedAfterGame) {
     return folder + MVString::stringToWebStructure(line.name) + country + "/";
 }
 
-std::vector<CatalogueLine> requestedLines() {
+/// A portal or a proxy answers with a page of its own in the catalogue's place.
+bool isPage(std::string_view answer) {
+    if (MVString::contains(answer, " || ")) return false;
+    const std::string start = MVString::lowercased(MVString::trimmed(answer.substr(0, 100)));
+    return start.starts_with("<!doctype") || start.starts_with("<html");
+}
+
+/// Nothing when the catalogue does not answer.
+std::optional<std::vector<CatalogueLine>> requestedLines() {
     const std::string developer = std::to_string(host().defaults.getBool(settings::developerMode, false));
-    const std::string address = host().sites.catalogue + "ckis/listPorts.php?developer=" + developer +
-                                "&country=" + NSUtilities::getCountryCode();
+    const auto answer =
+        catalogue::answerOf(host().sites.catalogue + "ckis/listPorts.php?developer=" + developer +
+                            "&country=" + NSUtilities::getCountryCode());
+    if (!answer || !MVString::isValidUtf8(*answer) || isPage(*answer)) return std::nullopt;
     std::vector<CatalogueLine> lines;
     int alerts = 0;
-    for (const std::string& piece :
-         MVString::split(NSUtilities::stringWithContentsOfURL(address).value_or(""), "<br>")) {
+    for (const std::string& piece : MVString::split(*answer, "<br>")) {
         if (!MVString::contains(piece, " || ")) continue;
         if (auto line = generateDictionaryForPortListLine(piece)) {
             lines.push_back(std::move(*line));
@@ -69,12 +78,12 @@ std::optional<CatalogueLine> generateDictionaryForPortListLine(std::string_view 
     return line;
 }
 
-std::optional<CatalogueLine> requestedLineOfID(std::int64_t id) {
+Result<std::optional<CatalogueLine>> requestedLineOfID(std::int64_t id) {
     const auto answer = catalogue::answerOf(catalogue::briefDescriptionAddress(std::to_string(id)));
-    if (!answer) return std::nullopt;
+    if (!answer || isPage(*answer)) return Failure{catalogue::unreachable()};
     auto line = generateDictionaryForPortListLine(MVString::split(*answer, "<br>").front());
-    // Whatever page came instead has no line of that ID.
-    return line && line->id == id ? line : std::nullopt;
+    // Whatever text came instead has no line of that ID.
+    return line && line->id == id ? std::move(line) : std::nullopt;
 }
 
 void NSAppsArray::loadServerAppsBlock(Completion completion) {
@@ -82,14 +91,15 @@ void NSAppsArray::loadServerAppsBlock(Completion completion) {
     const auto finish = [this, alive = alive_, completion = std::move(completion)](Lines lines) {
         MVThread::dispatchBlockInMainQueue([this, alive, completion, lines = std::move(lines)]() mutable {
             if (!*alive) return;
+            serverAnswered_ = lines.has_value();
             if (lines) server_ = std::move(*lines);
             if (completion) completion();
         });
     };
-    if (!server_.empty()) return finish(std::nullopt);
+    if (!server_.empty()) return finish(server_);
     MVThread::dispatchQueueWithName("app.morvane.loadServerApps", Priority::normal, Concurrent::no, [finish] {
         const bool reachable = NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue);
-        finish(reachable ? Lines(requestedLines()) : std::nullopt);
+        finish(reachable ? requestedLines() : std::nullopt);
     });
 }
 

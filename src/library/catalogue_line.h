@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/result.h"
+
 namespace morvane {
 
 /// A line of the catalogue's list, or a row of a ranking list.
@@ -24,8 +26,8 @@ struct CatalogueLine {
 /// `generateDictionaryForPortListLine:`. Nothing for a line of fewer than six fields, or one that is not
 /// UTF-8.
 [[nodiscard]] std::optional<CatalogueLine> generateDictionaryForPortListLine(std::string_view line);
-/// The line of the port of that ID, asked for by itself. Nothing when the catalogue has none, or does not
-/// answer. Blocks.
-[[nodiscard]] std::optional<CatalogueLine> requestedLineOfID(std::int64_t id);
+/// The line of the port of that ID, asked for by itself. Nothing when the catalogue has none; a failure, in
+/// the user's words, when it does not answer. Blocks.
+[[nodiscard]] Result<std::optional<CatalogueLine>> requestedLineOfID(std::int64_t id);
 
 }  // namespace morvane

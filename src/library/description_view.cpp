@@ -114,32 +114,33 @@ std::optional<std::string> NSDescriptionView::selectedGamePath() const {
 }
 
 void NSDescriptionView::openCatalogueLine(const CatalogueLine& line) {
-    openEntry(line.id, [line] { return line; });
+    openEntry(line.id, [line] { return std::optional(line); });
 }
 
 void NSDescriptionView::openCatalogueID(std::int64_t id) {
     openEntry(id, [id] { return requestedLineOfID(id); });
 }
 
-void NSDescriptionView::openEntry(std::int64_t id, std::function<std::optional<CatalogueLine>()> lineOf) {
+void NSDescriptionView::openEntry(std::int64_t id,
+                                  std::function<Result<std::optional<CatalogueLine>>()> lineOf) {
     progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
     progress_->showCreatingPort(CreatingPort::no);
     MVThread::dispatchQueueWithName(
         "app.morvane.loadDescription", Priority::normal, Concurrent::no,
         [self = self_, id, lineOf = std::move(lineOf), progress = progress_, click = ++clicks_] {
-            const auto failWith = [&](const char* error) {
+            const auto failWith = [&](const std::string& error) {
                 progress->closeCreatingPort(CreatingPort::no);
-                MVAlert::showAlertErrorMessage(localized(error));
+                MVAlert::showAlertErrorMessage(error);
             };
             auto entry = NSGameData::bufferedEntry(id);
             if (!entry) {
                 if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) {
-                    return failWith(
-                        "An error occured while connecting to the database! Please, check your internet "
-                        "connection and try again later.");
+                    return failWith(catalogue::unreachable());
                 }
-                const auto line = lineOf();
-                if (!line) return failWith("Port not found!");
+                const auto answer = lineOf();
+                if (const Failure* failure = failureOf(answer)) return failWith(failure->message);
+                const auto& line = std::get<std::optional<CatalogueLine>>(answer);
+                if (!line) return failWith(localized("Port not found!"));
                 entry = NSGameData::initWithDictionary(line);
                 NSGameData::bufferEntry(id, entry);
             }
@@ -211,9 +212,7 @@ void NSDescriptionView::loadDetails(Game game) {
                 page.callbacks_.pageChanged();
             });
             if (!canBeRated(*game)) return;
-            later([stars = std::array{game->atiAmdRankingIndicator(), game->nvidiaRankingIndicator(),
-                                      game->intelIrisRankingIndicator(),
-                                      game->intelHdRankingIndicator()}](NSDescriptionView& page) {
+            later([stars = game->ratings()](NSDescriptionView& page) {
                 page.page_.stars = stars;
                 page.callbacks_.pageChanged();
             });

@@ -209,7 +209,7 @@ class NSDescriptionView {
                        std::function<void(NSDescriptionView&)> work);
     /// Shows the entry of that ID, which is built from the line where it is not known yet. The line may be
     /// asked for: it is called in the background.
-    void openEntry(std::int64_t id, std::function<std::optional<CatalogueLine>()> line);
+    void openEntry(std::int64_t id, std::function<Result<std::optional<CatalogueLine>>()> line);
     void fillPage();
     [[nodiscard]] static Page pageWithoutGame();
     /// What may take long: the grid's trailer, the icon and the ratings.
@@ -241,6 +241,9 @@ class NSDescriptionView {
 /// The "%@ Link" of a source in a description; "GOG" is found under "Gog Link" as well. Nothing when it is
 /// empty or missing, and when it is no http or https link.
 [[nodiscard]] std::optional<std::string> linkOfSource(const NSGameData& game, const std::string& source);
+
+/// The sources that the game can be installed from: "Other" when its entry names none.
+[[nodiscard]] std::vector<std::string> sourcesOf(const NSGameData& game);
 
 /// Which wrappers an add-on can be installed into (`NSValidPortDelegate`, made by `allocAndInitWithID:`).
 class NSValidPortDelegate {

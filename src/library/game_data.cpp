@@ -290,6 +290,21 @@ void NSGameData::loadRankingIndicatorValues() {
     setRatingsWithString(answer && MVString::isValidUtf8(*answer) ? *answer : "");
 }
 
+std::array<double, 4> NSGameData::ratings() {
+    const auto known = [this] {
+        const MutexLock guard(mutex_);
+        return std::array{ratings_.atiAmd, ratings_.nvidia, ratings_.intelIris, ratings_.intelHd};
+    };
+    auto values = known();
+    if (!std::ranges::all_of(values, [](const auto& value) { return value.has_value(); })) {
+        loadRankingIndicatorValues();
+        values = known();
+    }
+    std::array<double, 4> stars{};
+    std::ranges::transform(values, stars.begin(), [](const auto& value) { return value.value_or(0); });
+    return stars;
+}
+
 void NSGameData::setRatingsWithString(std::string_view ratings) {
     const MutexLock guard(mutex_);
     for (const std::string& piece : MVString::split(ratings, ", ")) {

@@ -8,6 +8,7 @@
 // these and of the schemes "mvid" and "morvane".
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -63,6 +64,8 @@ class NSGameData {
     [[nodiscard]] double nvidiaRankingIndicator();
     [[nodiscard]] double intelIrisRankingIndicator();
     [[nodiscard]] double intelHdRankingIndicator();
+    /// All four of them, in that order, with one request at most.
+    [[nodiscard]] std::array<double, 4> ratings();
     /// `loadRankingIndicatorValues`.
     void loadRankingIndicatorValues();
     /// `setRatingsWithString:`. "ATi/AMD:4.5, NVIDIA:3": what it does not name stays.

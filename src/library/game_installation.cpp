@@ -46,10 +46,6 @@ bool isWrapper(const std::string& path) {
         MVString::pathByAppendingCaskeryLauncherBinToPortPath(path));
 }
 
-std::vector<std::string> sourcesOf(const NSGameData& game) {
-    return game.gameSourcesList.empty() ? std::vector<std::string>{otherSource} : game.gameSourcesList;
-}
-
 std::string pictureOf(const std::string& source) {
     const std::string name = MVString::lowercased(source);
     if (name.find('/') != std::string::npos) return "";
@@ -196,6 +192,10 @@ bool NSValidPortDelegate::doesPathMatches(const std::string& path) const {
 
 bool NSValidPortDelegate::shouldEnable(const std::string& path) const {
     return !path.ends_with(".app") || doesPathMatches(path);
+}
+
+std::vector<std::string> sourcesOf(const NSGameData& game) {
+    return game.gameSourcesList.empty() ? std::vector<std::string>{otherSource} : game.gameSourcesList;
 }
 
 std::string NSDescriptionView::defaultGamesFolder() {

@@ -37,6 +37,8 @@ class NSRankingList {
     /// loaded, or when the catalogue cannot be reached.
     void loadRankingListForVideoCard(const std::string& card);
 
+    /// Whether the catalogue has answered, be it with an empty list.
+    [[nodiscard]] bool hasAnswered() const { return loaded_; }
     [[nodiscard]] std::size_t numberOfRows() const { return rows_.size(); }
     [[nodiscard]] const Row& row(std::size_t index) const { return rows_.at(index); }
     /// The text of a row: `valueForLatestPortAtRow:`, `valueForPopularPortAtRow:` or

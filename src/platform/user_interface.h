@@ -69,7 +69,7 @@ struct DialogAnswer {
 struct OpenPanel {
     std::string title;
     std::string startFolder;         ///< empty: the front end's own choice
-    std::vector<std::string> types;  ///< extensions without dot, compared as given; empty: everything
+    std::vector<std::string> types;  ///< extensions without dot, whatever their case; empty: everything
     bool files = true;
     bool folders = false;
     bool packagesAsFolders = false;  ///< `.app` bundles can be entered
@@ -85,6 +85,26 @@ struct SavePanel {
     std::string proposedName;
     std::vector<std::string> types;
     Form* accessory = nullptr;
+};
+
+/// A question that some work is going to ask, and how it goes on after the answer.
+struct ForeseenQuestion {
+    std::variant<Dialog, OpenPanel, SavePanel> shown;
+    /// The button with which the work goes on as it should; of a panel, what the path should be.
+    std::string answer;
+    bool othersEnd = false;  ///< any other button ends the work
+    /// False: not this time, since nothing calls for it now. An answer that was given for it is meant for it
+    /// all the same, and for no later question of that title.
+    bool isAsked = true;
+    bool isMadeByTheWork = false;  ///< of a panel: its file is not there yet
+    /// Why a file cannot be chosen, beyond what the panel says; absent: any can.
+    std::function<std::optional<std::string>(const std::string& path)> flaw = {};
+    /// What is asked next, by the button; after a cancelled panel, by the empty text.
+    struct Branch {
+        std::string button;
+        std::vector<ForeseenQuestion> questions;
+    };
+    std::vector<Branch> branches = {};
 };
 
 struct ProgressState {
@@ -115,6 +135,19 @@ class UserInterface {
     /// The chosen paths; empty when cancelled.
     virtual std::vector<std::string> chooseFiles(const OpenPanel& panel) = 0;
     virtual std::optional<std::string> chooseSavePath(const SavePanel& panel) = 0;
+    /// Whether `accepts` and `knownChoice` are of any use: to foresee questions may block on the network.
+    [[nodiscard]] virtual bool isAnsweredBeforehand() const { return false; }
+    /// Called before the work begins. False when an answer is missing that nobody can give later, which has
+    /// been told; the work is not begun then.
+    virtual bool accepts(const std::vector<ForeseenQuestion>& questions) {
+        static_cast<void>(questions);
+        return true;
+    }
+    /// The path that the panel will give, where that is settled already; empty otherwise.
+    [[nodiscard]] virtual std::string knownChoice(const OpenPanel& panel) const {
+        static_cast<void>(panel);
+        return "";
+    }
     virtual void showProgress(const ProgressState& state) = 0;
     virtual void notify(const Notification& notification) = 0;
 

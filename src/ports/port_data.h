@@ -78,6 +78,9 @@ class NSPortData {
     /// `ckiVersionIsAtLeast:`.
     [[nodiscard]] bool ckiVersionIsAtLeast(std::string_view version) const;
 
+    /// Whether it says who made it.
+    [[nodiscard]] bool isSigned() const { return creator && creatorMail; }
+
     std::optional<std::string> ckiVersion, creator, creatorMail, source, portType, engine, engineCustomLink,
         company;
     std::optional<std::vector<MenuEntry>> portMenu;

@@ -53,15 +53,17 @@ TEST_F(ExtraFiles, LinksArePlacedUnpackedAndRun) {
 }
 
 TEST_F(ExtraFiles, TheUserSuppliesWhatIsNoLink) {
-    const std::string own = home + "/Own/Patch 2.EXE", place = driveC + "/Extra";
+    const std::string own = home + "/Own/Patch 2.EXE", exact = home + "/Own/PATCH.exe",
+                      place = driveC + "/Extra";
     put(own, "chosen");
+    put(exact, "chosen");
     put(place + "/patch.exe", "old");
     const std::tuple<ExtraFileEntry, Names, std::string> rows[] = {
-        {{"patch.exe", "C:/Extra", false}, {own}, ""},
+        {{"patch.exe", "C:/Extra", false}, {exact}, ""},
         {{"patch*.exe", "C:/Extra", false}, {own}, ""},
         {{std::nullopt, "C:/Extra/", false}, {own}, ""},
         {{"patch.exe", "C:/Extra", false}, {place + "/patch.exe"}, ""},  // already in its place
-        {{"patch.exe", "C:/Extra", true}, {own}, "CKS-installer " + own + "\n"},
+        {{"patch.exe", "C:/Extra", true}, {exact}, "CKS-installer " + exact + "\n"},
         // Nothing chosen: nothing is replaced or unpacked, and the name goes on as it is.
         {{"patch.exe", "C:/Extra", false}, {}, ""},
         {{"setup.exe", std::nullopt, true}, {}, "CKS-installer setup.exe\n"},
@@ -76,6 +78,15 @@ TEST_F(ExtraFiles, TheUserSuppliesWhatIsNoLink) {
     }
     EXPECT_EQ(listing(place), (Names{"Patch 2.EXE", "patch.exe", "temp.exe"}));
     EXPECT_EQ(get(place + "/patch.exe"), "chosen");
+    // A path that leads nowhere, or to another file, is named, and the file is asked for again.
+    put(testing::commandLog(wrapper), "");
+    for (const std::string& wrong : {home + "/Own/missing.exe", work + "/packed.zip"}) {
+        ui.expectChoice("Select the file patch*.exe", {wrong});
+        ui.expectError(wrong.ends_with("zip") ? wrong : "There is nothing at " + wrong);
+    }
+    ui.expectChoice("Select the file patch*.exe", {own});
+    bring({{"patch*.exe", std::nullopt, true}});
+    EXPECT_EQ(asked(), "CKS-installer " + own + "\n");
     const OpenPanel& panel = ui.openPanels[1];
     EXPECT_TRUE(!panel.multiple && panel.shouldEnable(own) && !panel.shouldEnable(work + "/b.EXE"));
 }

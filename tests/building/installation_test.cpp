@@ -22,9 +22,11 @@ class Installation : public testing::ConfiguredWrapper {
         return line.substr(14, line.size() - 15);
     }
     void expectChooser(const std::vector<std::string>& files) {
+        for (const std::string& file : files) put(file, "MZ");
         ui.expectChoice("Select the installer", files);
     }
 
+    const std::string chosen = home + "/chosen/";
     const std::string volumes, desktop = home + "/Desktop";
     NSPortManager port;
 };
@@ -72,14 +74,14 @@ TEST_F(Installation, FallsBackToTheDiscsAutorunFile) {
     // Only discs have such files.
     put(home + "/Downloads/autorun.inf", "open=lower.exe\r\n");
     put(home + "/Downloads/lower.exe", "MZ");
-    expectChooser({"/chosen/setup.exe"});
-    EXPECT_EQ(install("setup.exe", "GOG"), "/chosen/setup.exe");
+    expectChooser({chosen + "setup.exe"});
+    EXPECT_EQ(install("setup.exe", "GOG"), chosen + "setup.exe");
     // The user's folders may be missing.
     for (const std::string& gone : {home + "/Downloads", desktop, volumes})
         ASSERT_EQ(files::remove(gone), std::nullopt);
     for (const char* source : {"CD", "GOG"}) {
-        expectChooser({"/chosen/setup.exe"});
-        EXPECT_EQ(install("setup.exe", source), "/chosen/setup.exe");
+        expectChooser({chosen + "setup.exe"});
+        EXPECT_EQ(install("setup.exe", source), chosen + "setup.exe");
     }
 }
 
@@ -88,8 +90,8 @@ TEST_F(Installation, AsksUntilAFileIsChosenOrTheUserGivesUp) {
     put(home + "/Downloads/a.exe", "MZ");
     expectChooser({});
     ui.expect(withoutInstaller).titleIs("Warning").defaultIs("No").answer("No");
-    expectChooser({"/chosen/setup_gog.exe"});
-    EXPECT_EQ(install("disc1/setup_*.exe", "GOG"), "/chosen/setup_gog.exe");
+    expectChooser({chosen + "setup_gog.exe"});
+    EXPECT_EQ(install("disc1/setup_*.exe", "GOG"), chosen + "setup_gog.exe");
     const OpenPanel& panel = ui.openPanels.back();
     EXPECT_TRUE(panel.files && !panel.folders && !panel.multiple && panel.shouldEnable);
     EXPECT_EQ(panel.types, (Names{"exe", "EXE", "bat", "BAT", "msi", "MSI"}));
@@ -99,8 +101,8 @@ TEST_F(Installation, AsksUntilAFileIsChosenOrTheUserGivesUp) {
     expectChooser({});
     ui.expect(withoutInstaller).answer("Yes");
     EXPECT_EQ(install(std::nullopt, std::nullopt), "");
-    expectChooser({"/chosen/any.exe"});
-    EXPECT_EQ(install("", std::nullopt), "/chosen/any.exe")
+    expectChooser({chosen + "any.exe"});
+    EXPECT_EQ(install("", std::nullopt), chosen + "any.exe")
         << "an empty name does not run the first download";
     EXPECT_EQ(ui.progress.back().subtitle, note);
 }
@@ -120,7 +122,7 @@ TEST_F(DesktopCleanUp, RemovesNewShortcutsOnly) {
     whenInstalling("cd '" + desktop +
                    "'; for f in Game.lnk Game.desktop Game.appref-ms notes.txt Upper.LNK; do : > $f; done\n"
                    "mkdir Folder.lnk; ln -s ../precious.txt Link.lnk; ln -s /nowhere Dangling.desktop\n");
-    expectChooser({"/chosen/setup.exe"});
+    expectChooser({chosen + "setup.exe"});
     install(std::nullopt, std::nullopt);
     EXPECT_EQ(listing(desktop), (Names{"Folder.lnk", "Old.lnk", "Upper.LNK", "notes.txt"}));
     EXPECT_EQ(get(home + "/precious.txt"), "kept");

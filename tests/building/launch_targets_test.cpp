@@ -47,6 +47,7 @@ TEST_F(LaunchTargets, ProgramAndFlagsByDrive) {
 }
 
 TEST_F(LaunchTargets, AnUnknownProgramIsChosen) {
+    put(driveC + "/Game/chosen.exe", "MZ");
     ui.expectChoice("Select the EXE of Game", {driveC + "/Game/chosen.exe"});
     save({program("Game", "C:/nothing.exe")});
     EXPECT_EQ(setting("Program Name and Path"), Value("/Game/chosen.exe"));

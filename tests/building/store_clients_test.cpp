@@ -105,6 +105,7 @@ TEST_F(StoreClients, TheUserDecidesWhatFollowsAFailedInstallation) {
     ui.expect("There is already a file called \"SteamSetup.exe\"").answer("No");
     ui.expect("Do you want to override it?").answer("Yes");
     expectAnswers("Steam", "Yes", nullptr);
+    put(home + "/Chosen.exe", "MZ");
     ui.expectChoice("Select the installer", {home + "/Chosen.exe"});
     EXPECT_TRUE(install(&WrapperCreation::installSteamAtPort));
     EXPECT_EQ(site.requests(), (Names{"GET " + link, "GET " + link}));

@@ -3,6 +3,7 @@
 #include "cli/answers.h"
 #include "cli/console.h"
 #include "cli/terminal_interface.h"
+#include "foundation/text.h"
 #include "support/test_machine.h"
 
 namespace morvane::cli {
@@ -18,10 +19,12 @@ TEST(Answers, AreUsedInTheOrderOfTheirTitles) {
     EXPECT_TRUE(answers.addAnswer("no equals sign"));
     EXPECT_TRUE(answers.addAnswer("=Yes"));
 
-    EXPECT_EQ(answers.takeAnswer("Warning")->button, "Yes");
-    EXPECT_EQ(answers.takeAnswer("Warning")->button, "No");
-    EXPECT_FALSE(answers.takeAnswer("Warning"));
-    EXPECT_EQ(answers.takeAnswer("Paste here")->text, "http://a/b=c");
+    const std::vector<std::string> yesNo{"Yes", "No"};
+    EXPECT_FALSE(answers.takeAnswer("Warning", {"Cancel", "Install it anyway"}));
+    EXPECT_EQ(answers.takeAnswer("Warning", yesNo)->button, "Yes");
+    EXPECT_EQ(answers.takeAnswer("Warning", yesNo)->button, "No");
+    EXPECT_FALSE(answers.takeAnswer("Warning", yesNo));
+    EXPECT_EQ(answers.takeAnswer("Paste here", {"OK", "Cancel"})->text, "http://a/b=c");
     EXPECT_EQ(answers.takeChoice("Select the installer"), "/tmp/a=b.exe");
     EXPECT_FALSE(answers.takeChoice("Select the installer"));
 }
@@ -95,7 +98,8 @@ TEST_F(Terminal, AnswersFromTheCommandLineThenByDefaults) {
     ASSERT_FALSE(answers.addAnswer("Warning=Yes"));
     EXPECT_EQ(terminal.showDialog(question()).button, 1U);
     EXPECT_THROW(terminal.showDialog(question()), Unanswered);
-    EXPECT_EQ(terminal.unanswered(), "Warning: Really?");
+    EXPECT_EQ(terminal.unanswered(),
+              "Warning: Really? [No] [Yes]\n    --answer 'Warning=No' or --answer 'Warning=Yes'");
     answers.defaults = true;
     EXPECT_EQ(terminal.showDialog(question()).button, 0U);
 }
@@ -134,6 +138,7 @@ TEST_F(Terminal, FilePanelsTakePathsAndExpandHomes) {
     ASSERT_FALSE(answers.addChoice("Select="));
     OpenPanel panel;
     panel.title = "Select";
+    EXPECT_EQ(terminal.knownChoice(panel), "") << "there is no such file";
     EXPECT_EQ(terminal.chooseFiles(panel), std::vector<std::string>{home + "/a.exe"});
     EXPECT_TRUE(terminal.chooseFiles(panel).empty());
 
@@ -164,6 +169,93 @@ TEST_F(Terminal, FilePanelsTakePathsAndExpandHomes) {
     EXPECT_EQ(form.fields[1].chosen, 1U);
     EXPECT_EQ(form.fields[2].chosen, 1U);
     EXPECT_EQ(expandedPath("~"), home);
+}
+
+/// A port's questions: two of one title, of which one may not be asked this time, and a file.
+class Foreseen : public Terminal {
+  protected:
+    static ForeseenQuestion dialog(const char* title, std::vector<std::string> buttons, const char* answer) {
+        Dialog shown;
+        shown.title = title;
+        shown.text = "Text";
+        shown.buttons = std::move(buttons);
+        return {.shown = shown, .answer = answer, .othersEnd = true};
+    }
+    [[nodiscard]] std::vector<ForeseenQuestion> questions(bool requirementsAreAsked) const {
+        OpenPanel panel;
+        panel.title = "Select the installer";
+        panel.types = {"exe"};
+        auto requirements = dialog("Warning", {"Yes", "No"}, "Yes");
+        requirements.isAsked = requirementsAreAsked;
+        ForeseenQuestion installer{.shown = panel, .answer = "setup.exe"};
+        installer.branches = {{"", {dialog("Warning", {"No", "Yes"}, "Yes")}}};
+        return {dialog("License Agreement", {"I Agree", "I Disagree"}, "I Agree"),
+                dialog("Warning", {"Cancel", "Install it anyway"}, "Install it anyway"), requirements,
+                installer};
+    }
+};
+
+TEST_F(Foreseen, IsCheckedBeforeAnythingIsMade) {
+    put(home + "/setup.exe", "MZ");
+    put(home + "/notes.txt", "text");
+    const struct {
+        const char* name;
+        std::vector<std::string> answers, choices;
+        std::string missing;  ///< the options that would answer, "|" between
+        bool refused = false;
+    } rows[] = {
+        {"nothing is given",
+         {},
+         {},
+         "License Agreement|Warning=Install it anyway|Warning=Yes|Select the installer"},
+        {"all is given, one of another order",
+         {"Warning=Yes", "Warning=Install it anyway", "License Agreement=I Agree"},
+         {"Select the installer=~/setup.exe"},
+         ""},
+        {"an answer that ends it needs no more", {"License Agreement=I Disagree"}, {}, ""},
+        {"a panel is cancelled: its question follows",
+         {"License Agreement=I Agree", "Warning=Install", "Warning=Yes"},
+         {"Select the installer="},
+         "Warning=Yes"},
+        {"a file that is not there",
+         {"License Agreement=I Agree", "Warning=Install", "Warning=Yes"},
+         {"Select the installer=~/missing.exe"},
+         "",
+         true},
+        {"a file of another kind",
+         {"License Agreement=I Agree", "Warning=Install", "Warning=Yes"},
+         {"Select the installer=~/notes.txt"},
+         "",
+         true},
+    };
+    for (const auto& row : rows) {
+        Answers given;
+        for (const std::string& each : row.answers) ASSERT_FALSE(given.addAnswer(each));
+        for (const std::string& each : row.choices) ASSERT_FALSE(given.addChoice(each));
+        const auto shortcoming = given.shortcomingFor(questions(true));
+        EXPECT_EQ(shortcoming.unusable.has_value(), row.refused) << row.name;
+        const std::string missing = MVString::joined(shortcoming.unanswered, "\n");
+        EXPECT_EQ(missing.empty(), row.missing.empty()) << row.name << "\n" << missing;
+        for (const std::string& each : MVString::split(row.missing, "|")) {
+            EXPECT_NE(missing.find(each), std::string::npos) << row.name << "\n" << missing;
+        }
+    }
+    EXPECT_FALSE(terminal.accepts(questions(true)));
+    EXPECT_TRUE(terminal.unanswered());
+}
+
+TEST_F(Foreseen, AnAnswerThatIsNotNeededThisTimeAnswersNothingElse) {
+    put(home + "/setup.exe", "MZ");
+    for (const char* each : {"License Agreement=I Agree", "Warning=Install it anyway", "Warning=Yes"})
+        ASSERT_FALSE(answers.addAnswer(each));
+    ASSERT_FALSE(answers.addChoice("Select the installer=~/setup.exe"));
+    EXPECT_TRUE(terminal.accepts(questions(false)));
+    EXPECT_EQ(answers.answersFor("Warning"), 1U);
+    EXPECT_FALSE(answers.takeAnswer("Warning", {"No", "Yes"}));
+}
+
+TEST(ShellQuoted, IsOneWord) {
+    EXPECT_EQ(shellQuoted("Baldur's Gate.app"), "'Baldur'\\''s Gate.app'");
 }
 
 }  // namespace

@@ -87,11 +87,10 @@ TEST_F(Pipeline, BlankWrapperWithAnEngineGivenAsAFile) {
                               .c_str()),
               0);
     const std::string blank = home + "/Applications/Blank.app";
-    const auto built = morvane.run(
-        {"blank", blank, "--engine", "CK9Wine99.1", "--answer", "License Agreement=I Agree", "--answer",
-         "Warning=No", "--answer", "Warning=Yes", "--choose",
-         "Select the engine CK9Wine99.1=" + work + "/mine.tar.xz", "--choose",
-         "Select the installer=", "--answer", "Warning=Yes", "--choose", "Select the EXE of Blank="});
+    const auto built =
+        morvane.run({"blank", blank, "--engine", "CK9Wine99.1", "--answer", "License Agreement=I Agree",
+                     "--answer", "Warning=No", "--answer", "Warning=Yes", "--choose",
+                     "Select the engine CK9Wine99.1=" + work + "/mine.tar.xz", "--no-installer"});
     EXPECT_EQ(built.exitCode, 0) << built.output;
     EXPECT_TRUE(fs::exists(blank + "/Contents/Resources/system.reg")) << built.output;
     EXPECT_EQ(TestMachine::get(blank + "/Contents/Frameworks/ckwine.bundle/version"), "CK9Wine99.1\n");
@@ -116,9 +115,8 @@ TEST_F(Pipeline, AnOldEngineIsConvertedAndAnOldWrapperUpdated) {
                      packedTar7z(work, "CaskeryEngine.bundle", "CK7Wine1.3.1.tar"));
     ASSERT_EQ(
         morvane.run({"engine", "convert", "CK7Wine1.3.1", "--answer", "Convert Old Engine=Yes"}).exitCode, 0);
-    const auto built = morvane.run(
-        {"blank", blank, "--engine", "CK8Wine1.3.1", "--answer", "License Agreement=I Agree", "--choose",
-         "Select the installer=", "--answer", "Warning=Yes", "--choose", "Select the EXE of Blank="});
+    const auto built = morvane.run({"blank", blank, "--engine", "CK8Wine1.3.1", "--answer",
+                                    "License Agreement=I Agree", "--no-installer"});
     ASSERT_EQ(built.exitCode, 0) << built.output;
     EXPECT_NE(morvane.run({"wrapper", "update", blank}).output.find(" is up to date."), std::string::npos);
     const std::string drive = blank + "/Contents/Resources/drive_c/", plist = blank + "/Contents/Info.plist";

@@ -67,10 +67,12 @@ TEST_F(Alerts, AnswerAWorkerFromTheMainThread) {
         EXPECT_EQ(MVAlert::inputDialogWithMessage("Link:", "before"), "http://a");
         ui.expectInput("Link:").type("typed").answer("Cancel");
         EXPECT_EQ(MVAlert::inputDialogWithMessage("Link:", ""), std::nullopt);
-        ui.expectChoice("Select", {"/a", "/b"});
+        put(home + "/a", "");
+        put(home + "/b", "");
+        ui.expectChoice("Select", {home + "/a", home + "/b"});
         OpenPanel panel;
         panel.title = "Select";
-        EXPECT_EQ(MVAlert::chooseFiles(panel), (std::vector<std::string>{"/a", "/b"}));
+        EXPECT_EQ(MVAlert::chooseFiles(panel), (std::vector<std::string>{home + "/a", home + "/b"}));
     });
     EXPECT_EQ(std::get<TextField>(ui.dialogs.front().accessory).text, "before");
     EXPECT_TRUE(ui.dialogs.front().text.empty());

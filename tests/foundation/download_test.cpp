@@ -185,7 +185,6 @@ TEST_F(Downloads, AFileThatIsUsedInsteadIsNotReplaced) {
     put(path, "old");
     EXPECT_TRUE(run(link("good"), Silence::yes));
     ui.expect("You aren't connected to the internet, but there is already a file").answer("Yes");
-    ui.expect(notAvailable).answer("No");
     EXPECT_TRUE(run(link("good")));
     EXPECT_EQ(get(path), "old");
     EXPECT_FALSE(requested());

@@ -100,8 +100,10 @@ TEST_F(Machine, NotificationsAreForTheMainThread) {
 TEST_F(Machine, FunctionKeysAndLibraryLayoutAreSettings) {
     scriptProgram("defaults", "[ \"$*\" = 'read -g com.apple.keyboard.fnState -bool' ] && echo 1");
     EXPECT_TRUE(NSUtilities::isUsingFnKeysFunctions());
-    scriptProgram("defaults", "echo 0");
-    EXPECT_FALSE(NSUtilities::isUsingFnKeysFunctions());
+    for (const char* off : {"0", "-1", "01", "+yes"}) {
+        scriptProgram("defaults", std::string("echo ' ") + off + "'");
+        EXPECT_FALSE(NSUtilities::isUsingFnKeysFunctions()) << off;
+    }
     EXPECT_FALSE(NSUtilities::isUsingClassicLibraryLayout());
     machine->defaults.set("Use old Library", Value("YES"));
     EXPECT_TRUE(NSUtilities::isUsingClassicLibraryLayout());

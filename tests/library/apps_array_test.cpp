@@ -270,15 +270,20 @@ TEST_F(Library, AddsByHandAndLocatesWhatIsMissing) {
         .titleIs("App Missing")
         .defaultIs("Locate the App")
         .answer("Locate the App");
+    const std::string cki = home + "/game.cki", setup = home + "/setup.exe";
+    put(cki, "");
+    put(setup, "");
+    for (const char* app : {"N.app", "D.boxer"}) put(applications + app + "/Contents/Info.plist", "");
     ui.expectChoice("Select the new application",
-                    {applications + "N.app", applications + "D.boxer", "/a/game.cki", "/a/setup.exe"});
+                    {applications + "N.app", applications + "D.boxer", cki, setup});
     ui.expectError("Couldn't add setup.exe to the library. Incompatible application type.");
     Lines ports;
     int changes = 0;
     apps.askAboutMissingApp(
-        applications + "gone.app", [&](const std::string& cki) { ports.push_back(cki); }, [&] { ++changes; });
+        applications + "gone.app", [&](const std::string& port) { ports.push_back(port); },
+        [&] { ++changes; });
     EXPECT_EQ(stored(), (Lines{"N=N.app", "D=D.boxer"}));
-    EXPECT_EQ(ports, Lines{"/a/game.cki"});
+    EXPECT_EQ(ports, Lines{cki});
     EXPECT_EQ(changes, 3);
     const OpenPanel& panel = ui.openPanels.back();
     EXPECT_EQ(panel.types, (Lines{"cki", "app", "boxer"}));

@@ -185,6 +185,7 @@ TEST_F(LibraryViews, TheFoldersPaneStoresAtAnEditOnly) {
     ui.expectChoice("Select the Apps Folder", {});
     pane.editRow(0);
     EXPECT_EQ(kept(), Value(Array{games, applications}));
+    put(folder.path + "/apps/readme.txt", "");
     ui.expectChoice("Select the Apps Folder", {folder.path + "/apps"});
     pane.editRow(0);
     EXPECT_EQ(kept(), Value(Array{folder.path + "/apps/"}));
