@@ -1,10 +1,11 @@
 #include "app/crash_reports.h"
 
+#include <algorithm>
+#include <iterator>
 #include <vector>
 
 #include "app/help_tab.h"
 #include "foundation/alerts.h"
-#include "foundation/file_manager.h"
 #include "foundation/formats.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"
@@ -12,14 +13,29 @@
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/mail_form.h"
+#include "platform/crash_handler.h"
 #include "platform/files.h"
 #include "platform/host.h"
 
 namespace morvane::crash_reports {
 namespace {
 
-std::string reportsFolder() {
-    return filled("%@/Library/Logs/DiagnosticReports/", {host().folders.home});
+constexpr std::size_t mostReports = 10;
+
+std::string reportsFolder(const Folders& folders) {
+    return filled("%@/Library/Logs/DiagnosticReports/", {folders.home});
+}
+
+/// The names of the reports, oldest first.
+std::vector<std::string> reportsIn(const std::string& folder) {
+    std::vector<std::string> reports;
+    const auto names = files::list(folder);
+    if (const auto* list = std::get_if<std::vector<std::string>>(&names)) {
+        std::ranges::copy_if(*list, std::back_inserter(reports), [](const std::string& name) {
+            return name.starts_with(filled("%@_", {"Morvane"}));
+        });
+    }
+    return reports;
 }
 
 /// What the user did when it happened, as it stands in the message.
@@ -40,6 +56,18 @@ std::string askedDetails() {
 
 }  // namespace
 
+void writeOwnReports(const Folders& folders) {
+    const std::string folder = reportsFolder(folders);
+    auto reports = reportsIn(folder);
+    std::erase_if(reports, [](const std::string& name) { return !name.ends_with(".crash"); });
+    for (std::size_t each = 0; each + mostReports < reports.size(); ++each) {
+        const std::string path = folder + reports[each];
+        if (files::kindOf(path) == files::Kind::file) static_cast<void>(files::remove(path));
+    }
+    installCrashHandler(
+        {.folder = files::parent(folder + "x"), .program = "Morvane", .version = applicationVersion()});
+}
+
 void lookForCrashLogs() {
     if (!host().defaults.getBool(settings::automaticallySendCrashLogs, true)) return;
     MVThread::dispatchQueueWithName("app.morvane.lookForCrashLogs", Priority::low, Concurrent::no, [] {
@@ -50,15 +78,9 @@ void lookForCrashLogs() {
 }
 
 std::optional<std::string> newCrashLog() {
-    const std::string folder = reportsFolder();
-    if (!MVFileManager::directoryExistsAtPath(folder)) return std::nullopt;
-    const auto names = files::list(folder);
-    std::string last;
-    if (const auto* list = std::get_if<std::vector<std::string>>(&names)) {
-        for (const std::string& name : *list) {
-            if (name.starts_with(filled("%@_", {"Morvane"}))) last = name;
-        }
-    }
+    const std::string folder = reportsFolder(host().folders);
+    const auto reports = reportsIn(folder);
+    const std::string last = reports.empty() ? "" : reports.back();
     const auto handled = host().defaults.get(settings::lastFoundCrashLog);
     if (last.empty() || handled == Value(last)) return std::nullopt;
     return folder + last;

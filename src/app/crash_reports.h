@@ -1,15 +1,21 @@
 // app/crash_reports.h: crash reports of earlier runs on their way to the catalogue. Any thread.
 //
-// The system writes the reports, into "Library/Logs/DiagnosticReports" of the home folder. Where it writes
-// none there, as on Linux, only reports that the user has put there (or names to the command) are sent.
+// The reports lie in "Library/Logs/DiagnosticReports" of the home folder, where some systems write them
+// themselves; elsewhere the program does.
 #pragma once
 
 #include <optional>
 #include <string>
 
+#include "platform/folders.h"
+
 namespace morvane::crash_reports {
 
 enum class AskForDetails { no, yes };
+
+/// Has this process write a report when it crashes, and removes the oldest reports of its kind beyond ten.
+/// Main thread, before any other.
+void writeOwnReports(const Folders& folders);
 
 /// `lookForCrashLogs`. Returns at once; the search runs on the queue "app.morvane.lookForCrashLogs". A report
 /// is sent at most once, also when the catalogue does not take it.
