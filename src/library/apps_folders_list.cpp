@@ -19,7 +19,8 @@ std::string applicationsFolder() {
 }
 
 void store(const std::vector<std::string>& folders) {
-    host().defaults.set(settings::mainFolder, Array(folders.begin(), folders.end()));
+    if (host().defaults.set(settings::mainFolder, Array(folders.begin(), folders.end()))) return;
+    MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {host().defaults.path()}));
 }
 
 }  // namespace
@@ -77,6 +78,7 @@ void NSAppsFoldersList::editRow(std::size_t row) {
 void NSAppsFoldersList::addRow() {
     const std::size_t place = selection_.empty() ? rows_.size() : selection_.front();
     rows_.insert(rows_.begin() + static_cast<std::ptrdiff_t>(place), applicationsFolder());
+    store(rows_);
     notify();
 }
 
@@ -88,6 +90,7 @@ void NSAppsFoldersList::removeSelectedRows() {
     }
     selection_.clear();
     if (first > 0) selection_.push_back(first - 1);
+    store(rows_);
     notify();
 }
 

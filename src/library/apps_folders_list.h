@@ -38,7 +38,8 @@ class NSAppsFoldersList {
     [[nodiscard]] static bool savesAutomatically();
     void setSavesAutomatically(bool on);
 
-    /// A click that edits the row: asks for a folder. The only action that stores the rows.
+    // Each of these stores the rows at once; a failure is told.
+    /// A click that edits the row: asks for a folder.
     void editRow(std::size_t row);
     /// Inserts the applications folder at the first selected row, or at the end.
     void addRow();
