@@ -5,6 +5,8 @@ namespace morvane::settings {
 
 // The library.
 inline constexpr const char* appList = "App List";  ///< list of "Name" and "Path"; absent: never made
+/// Dictionary: by path, what an item of the library is known by after it was moved; absent: never made.
+inline constexpr const char* appIdentities = "App Identities";
 /// List of apps folders, each ending in "/"; a single text in its older form.
 inline constexpr const char* mainFolder = "Main Folder";
 /// Integer, 0 by name, 1 by size; absent: the user's own order.

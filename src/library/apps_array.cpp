@@ -13,6 +13,7 @@
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/apps_scan.h"
+#include "library/moved_apps.h"
 #include "library/name_order.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -43,6 +44,10 @@ std::optional<List> listOf(const std::optional<Value>& stored) {
         list.push_back({name != nullptr ? *name : nameFromPath(*path), *path});
     }
     return list;
+}
+
+std::optional<List> storedList() {
+    return listOf(host().defaults.get(settings::appList));
 }
 
 Value valueOf(const List& list) {
@@ -130,8 +135,12 @@ List NSAppsArray::checkForCustomEXEsInWrapper(const std::string& wrapper) {
     return launchers;
 }
 
+bool NSAppsArray::isMissing(const std::string& path) {
+    return files::kindBehind(path) == files::Kind::none;
+}
+
 List NSAppsArray::storedItems() {
-    return listOf(host().defaults.get(settings::appList)).value_or(List{});
+    return storedList().value_or(List{});
 }
 
 List NSAppsArray::caskeryWrappersInLocalTab() const {
@@ -166,7 +175,7 @@ std::vector<std::string> NSAppsArray::validAppsFolders() {
 void NSAppsArray::loadLocalAppsBlock(Completion completion) {
     tellOfDamagedSettings();
     static_cast<void>(validAppsFolders());
-    auto stored = listOf(host().defaults.get(settings::appList));
+    auto stored = storedList();
     if (!stored) return loadLocalAppsForTheFirstTimeBlock(std::move(completion));
     if (!loaded_) {
         local_ = stored_ = std::move(*stored);
@@ -203,6 +212,47 @@ void NSAppsArray::takeScanned(List found) {
     for (const Completion& completion : std::exchange(afterScan_, {})) run(completion);
 }
 
+void NSAppsArray::scanAgain(Completion completion) {
+    whenLoaded([this, completion = std::move(completion)] {
+        MVThread::dispatchQueueWithName(
+            "app.morvane.scanAppsAgain", Priority::normal, Concurrent::no,
+            [this, alive = alive_, folders = validAppsFolders(), completion] {
+                List found = scanAppsFolders(folders, [&] { return alive->load(); });
+                sortByName(found);
+                MVThread::dispatchBlockInMainQueue([this, alive, found = std::move(found), completion] {
+                    if (*alive) takeScannedAgain(found, completion);
+                });
+            });
+    });
+}
+
+void NSAppsArray::takeScannedAgain(const List& found, Completion completion) {
+    const auto identities = moved_apps::storedIdentities();
+    auto moves = moved_apps::movesOf(merged(local_, stored_, storedList()), found, identities);
+    const auto folders = validAppsFolders();
+    for (const auto& [old, now] : moved_apps::Moves(moves)) {
+        moves.merge(moved_apps::moveDeadLinks(old, now, folders));
+    }
+    change([&](List& list) {
+        List now;
+        for (LocalItem& item : list) {
+            const auto move = moves.find(item.path);
+            if (move == moves.end()) {
+                now.push_back(std::move(item));
+            } else if (const std::string& place = move->second; !holds(list, place) && !holds(now, place)) {
+                const bool isLauncher = MVFileManager::regularFileExistsAtPath(place + layout::customExeMark);
+                now.push_back(
+                    generateDictionaryForWrapper(place, isLauncher ? CustomEXE::yes : CustomEXE::no));
+            }
+        }
+        for (const LocalItem& item : found) {
+            if (!holds(now, item.path)) now.push_back(item);
+        }
+        list = std::move(now);
+    });
+    keepOrder(std::move(completion));
+}
+
 void NSAppsArray::whenLoaded(const std::function<void()>& work) {
     if (loaded_) return work();
     loadLocalAppsBlock(work);
@@ -219,6 +269,7 @@ void NSAppsArray::change(const std::function<void(List&)>& edit) {
     local_ = std::move(*changed);
     if (isStored) {
         stored_ = local_;
+        moved_apps::rememberIdentities(local_);
     } else {
         MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {host().defaults.path()}));
     }
@@ -299,20 +350,32 @@ void NSAppsArray::addLocalPort(const std::string& given, Completion completion) 
                 if (isStorablePath(item.path) && !holds(list, item.path)) list.push_back(item);
             }
         });
-        const auto order = autoOrder();
-        if (order != orderByName && order != orderBySize) return run(completion);
-        reorderLocalAppsArrayBy(*order, SavingOrder::no, [this, completion = std::move(completion)] {
-            saveLocalAppList();
-            run(completion);
-        });
+        keepOrder(std::move(completion));
+    });
+}
+
+void NSAppsArray::keepOrder(Completion completion) {
+    const auto order = autoOrder();
+    if (order != orderByName && order != orderBySize) return run(completion);
+    reorderLocalAppsArrayBy(*order, SavingOrder::no, [this, completion = std::move(completion)] {
+        saveLocalAppList();
+        run(completion);
     });
 }
 
 void NSAppsArray::removeLocalPort(const std::string& path, Completion completion) {
     whenLoaded([this, path, completion = std::move(completion)] {
+        auto gone = moved_apps::deadLinksInto(path, validAppsFolders());
+        if (isMissing(path)) gone.push_back(path);
         change([&](List& list) {
             const auto item = std::ranges::find(list, path, &LocalItem::path);
-            if (item != list.end()) list.erase(item);
+            if (item == list.end()) return;
+            list.erase(item);
+            std::erase_if(list, [&](const LocalItem& other) {
+                return isMissing(other.path) && std::ranges::any_of(gone, [&](const std::string& place) {
+                           return other.path == place || other.path.starts_with(place + "/");
+                       });
+            });
         });
         run(completion);
     });

@@ -63,6 +63,8 @@ class NSAppsArray {
     /// Whether the local library has been loaded or scanned.
     [[nodiscard]] bool isLoaded() const { return loaded_; }
 
+    /// Whether nothing lies at an item's path any more; also for a link that leads nowhere.
+    [[nodiscard]] static bool isMissing(const std::string& path);
     /// The items of the list as it is stored; empty before the first scan.
     [[nodiscard]] static std::vector<LocalItem> storedItems();
     /// The apps folders as the setting has them, each ending in "/"; a missing or older form is replaced
@@ -75,6 +77,11 @@ class NSAppsArray {
     /// once, bundles that end in ".app" are not entered; real folders go before links, so that an item is
     /// found where it lies. What was stored meanwhile stays in the list.
     void loadLocalAppsForTheFirstTimeBlock(Completion completion);
+
+    /// Looks into the apps folders again. An item that was moved there is found again, and keeps its place in
+    /// the list, as do all; links beside a wrapper follow it. New items come at the end, by name, or into the
+    /// order that is kept.
+    void scanAgain(Completion completion);
 
     /// `reorderLocalAppsArrayByNameWithBlock:`, `reorderLocalAppsArrayBySizeWithBlock:`.
     void reorderLocalAppsArrayByNameWithBlock(Completion completion);
@@ -93,7 +100,8 @@ class NSAppsArray {
     /// `addLocalPort:withBlock:`. With an automatic order the completion comes later, on the main queue; else
     /// at once.
     void addLocalPort(const std::string& path, Completion completion);
-    /// `removeLocalPort:withBlock:`. Completion at once.
+    /// `removeLocalPort:withBlock:`. Completion at once. Of something that is gone from the disk, what lay
+    /// inside it leaves the list too, and links that led into it.
     void removeLocalPort(const std::string& path, Completion completion);
     /// `refreshLocalPortAtPath:whichIsCustomEXE:`.
     void refreshLocalPortAtPath(const std::string& path, CustomEXE isCustomEXE);
@@ -103,18 +111,20 @@ class NSAppsArray {
 
     /// `shouldRemoveLocalPort:withAction:`. Asks; the action runs on the main thread: for the list only at
     /// once, else when the background has deleted what is to go. From the disk goes what lies at the path, a
-    /// link itself. Only what ends in ".app" or ".boxer" is ever removed, and never the home folder, a folder
-    /// above it or a path that is not plain: that is told, and the action runs all the same.
+    /// link itself, and the links in the apps folders that led into it. Only what ends in ".app" or ".boxer"
+    /// is ever removed, and never the home folder, a folder above it or a path that is not plain: that is
+    /// told, and the action runs all the same.
     static void shouldRemoveLocalPort(const std::string& path, std::function<void()> action);
     /// The library's add action: the chooser, then each chosen application is added (the completion follows
     /// each) and each port description goes to `installCki`.
     void addByHand(const std::function<void(const std::string& cki)>& installCki,
                    const Completion& completion);
-    /// The question for an item whose path is gone: removes it from the list, then may go on with
-    /// `addByHand`. The completion comes after the removal, and after each addition.
-    void askAboutMissingApp(const std::string& path,
-                            const std::function<void(const std::string& cki)>& installCki,
-                            const Completion& completion);
+    /// The question for an item whose path is gone: removes it from the list, and adds what the user locates
+    /// as `addByHand` does. The completion comes after the removal, and after each addition. Gives what was
+    /// located.
+    std::vector<std::string> askAboutMissingApp(const std::string& path,
+                                                const std::function<void(const std::string& cki)>& installCki,
+                                                const Completion& completion);
     /// `caskeryWrappersInLocalTab`: the items that can run a Windows program.
     [[nodiscard]] std::vector<LocalItem> caskeryWrappersInLocalTab() const;
 
@@ -145,6 +155,12 @@ class NSAppsArray {
     /// Sorts a copy on a queue of that name and brings the list into its order.
     void reorder(const std::string& queue, const std::function<void(List&)>& sort, Completion completion);
     void takeScanned(List found);
+    void takeScannedAgain(const List& found, Completion completion);
+    void addChosen(const std::vector<std::string>& chosen,
+                   const std::function<void(const std::string& cki)>& installCki,
+                   const Completion& completion);
+    /// Brings the list into the order that is kept and stores it; without one the completion runs at once.
+    void keepOrder(Completion completion);
 
     Shown array_;
     List local_;

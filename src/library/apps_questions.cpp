@@ -8,6 +8,7 @@
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/apps_array.h"
+#include "library/moved_apps.h"
 #include "platform/files.h"
 #include "platform/host.h"
 
@@ -33,14 +34,28 @@ bool mayBeDeleted(const std::string& path) {
     return isBundle && isPlain && folder && !enclosesHome(path) && !enclosesHome(files::join(*folder, name));
 }
 
-void deleteFromDisk(const std::string& path) {
+/// False, which is told, for what is no app's place.
+bool deleteFromDisk(const std::string& path) {
     if (!mayBeDeleted(path)) {
         MVAlert::showAlertErrorMessage(
             localized("\"%@\" isn't removed from the disk: that is no place of an app.", {path}));
-        return;
+        return false;
     }
     // A failure is not told: the item leaves the list all the same.
     static_cast<void>(files::remove(path));
+    return true;
+}
+
+bool isApplication(const std::string& path) {
+    return path.ends_with(".app") || path.ends_with(".boxer");
+}
+
+std::vector<std::string> chosenApplications() {
+    OpenPanel panel;
+    panel.title = localized("Select the new application");
+    panel.types = {"cki", "app", "boxer"};
+    panel.multiple = true;
+    return MVAlert::chooseFiles(panel, MVAlert::OtherTypes::passedOn);
 }
 
 }  // namespace
@@ -61,21 +76,27 @@ void NSAppsArray::shouldRemoveLocalPort(const std::string& path, std::function<v
             "Warning", "Fatal", false)) {
         return;
     }
-    MVThread::dispatchQueueWithName("app.morvane.removeFromDisk", Priority::normal, Concurrent::no,
-                                    [path, action = std::move(action)] {
-                                        deleteFromDisk(path);
-                                        MVThread::dispatchBlockInMainQueue(action);
-                                    });
+    MVThread::dispatchQueueWithName(
+        "app.morvane.removeFromDisk", Priority::normal, Concurrent::no, [path, action = std::move(action)] {
+            const bool wasApp = deleteFromDisk(path);
+            MVThread::dispatchBlockInMainQueue([path, action, wasApp] {
+                action();
+                // After the action: the library tells from where a link leads what it was.
+                if (wasApp) moved_apps::removeDeadLinksInto(path, validAppsFolders());
+            });
+        });
 }
 
 void NSAppsArray::addByHand(const std::function<void(const std::string& cki)>& installCki,
                             const Completion& completion) {
-    OpenPanel panel;
-    panel.title = localized("Select the new application");
-    panel.types = {"cki", "app", "boxer"};
-    panel.multiple = true;
-    for (const std::string& path : MVAlert::chooseFiles(panel, MVAlert::OtherTypes::passedOn)) {
-        if (path.ends_with(".app") || path.ends_with(".boxer")) {
+    addChosen(chosenApplications(), installCki, completion);
+}
+
+void NSAppsArray::addChosen(const std::vector<std::string>& chosen,
+                            const std::function<void(const std::string& cki)>& installCki,
+                            const Completion& completion) {
+    for (const std::string& path : chosen) {
+        if (isApplication(path)) {
             addLocalPort(path, completion);
         } else if (path.ends_with(".cki")) {
             if (installCki) installCki(path);
@@ -87,9 +108,9 @@ void NSAppsArray::addByHand(const std::function<void(const std::string& cki)>& i
     }
 }
 
-void NSAppsArray::askAboutMissingApp(const std::string& path,
-                                     const std::function<void(const std::string& cki)>& installCki,
-                                     const Completion& completion) {
+std::vector<std::string> NSAppsArray::askAboutMissingApp(
+    const std::string& path, const std::function<void(const std::string& cki)>& installCki,
+    const Completion& completion) {
     enum Button : std::size_t { locate };
     Dialog dialog;
     dialog.title = localized("App Missing");
@@ -99,8 +120,12 @@ void NSAppsArray::askAboutMissingApp(const std::string& path,
     dialog.buttons = {localized("Locate the App"), localized("Remove it")};
     dialog.style = Dialog::Style::critical;
     const std::size_t button = MVAlert::showDialog(dialog).button;
+    // Before the removal: a command that has no answer to it ends here, with nothing lost.
+    auto located = button == locate ? chosenApplications() : std::vector<std::string>{};
     removeLocalPort(path, completion);
-    if (button == locate) addByHand(installCki, completion);
+    addChosen(located, installCki, completion);
+    std::erase_if(located, [](const std::string& chosen) { return !isApplication(chosen); });
+    return located;
 }
 
 }  // namespace morvane

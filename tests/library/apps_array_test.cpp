@@ -1,6 +1,7 @@
 #include "library/apps_array.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "foundation/tasks.h"
 #include "foundation/text.h"
@@ -261,6 +262,91 @@ TEST_F(Library, RemovesFromTheDiskWhatIsAnAppOnly) {
     }
     EXPECT_EQ(get(outside + "/save"), "precious");
     EXPECT_EQ(files::kindOf(home + "/precious"), files::Kind::file);
+}
+
+TEST_F(Library, AWrapperTakesAlongWhatLayInItAndTheLinksToThat) {
+    const std::string wrapper = applications + "RPG/Game.app", away = folder.path + "/Game.app";
+    makeWrapper(wrapper);
+    for (const char* name : {"Tool.app", "Editor.app"})
+        put(wrapper + "/" + name + "/Contents/MacOS/CustomEXE", "");
+    put(applications + "Other.app/Tool.app/Contents/MacOS/CustomEXE", "");
+    std::filesystem::create_directories(home + "/elsewhere");
+    const std::pair<std::string, std::string> links[] = {
+        {applications + "RPG/Tool.app", "Game.app/Tool.app"},
+        {applications + "top.app", "RPG/../RPG/Game.app/Editor.app"},
+        {applications + "whole.app", wrapper + "/Editor.app"},
+        {applications + "to it.app", "RPG/Game.app"},
+        {applications + "deep/dead.app", "../RPG/Game.app/none"},
+        {applications + "alive.app", "Other.app/Tool.app"},
+        {applications + "dead.app", "Game.app/Tool.app"},
+        {applications + "twin.app", "RPG/Game.app2/Tool.app"},
+        {home + "/elsewhere/Tool.app", wrapper + "/Tool.app"}};
+    std::filesystem::create_directories(applications + "deep");
+    for (const auto& [link, target] : links) ASSERT_FALSE(files::createSymbolicLink(link, target));
+    load(apps);
+    for (const char* name : {"top.app", "alive.app", "dead.app"}) apps.addLocalPort(applications + name, {});
+    const std::size_t all = stored().size();
+    EXPECT_EQ(all, 9U) << "by the link to it, too";
+
+    // From the list only: it is still there, and so is all that lies in it.
+    apps.removeLocalPort(wrapper, {});
+    EXPECT_EQ(stored().size(), all - 1);
+    apps.addLocalPort(wrapper, {});
+    ui.expect("Do you want to remove that app only").answer("Remove from Disk");
+    ui.expect("Are you sure that you want to remove that app permanently").answer("Yes");
+    NSAppsArray::shouldRemoveLocalPort(wrapper, [&] { apps.removeLocalPort(wrapper, {}); });
+    EXPECT_EQ(stored(), (Lines{"alive=alive.app", "dead=dead.app"}));
+    Lines left;
+    for (const auto& [link, target] : links) {
+        if (files::kindOf(link) == files::Kind::link) left.push_back(files::lastComponent(link));
+    }
+    EXPECT_EQ(left, (Lines{"dead.app", "alive.app", "dead.app", "twin.app", "Tool.app"}));
+}
+
+TEST_F(Library, AScanFindsAgainWhatWasMoved) {
+    const std::string old = applications + "Game.app", now = applications + "RPG/Mine.app";
+    makeWrapper(old, "The Game");
+    put(old + "/Tool.app/Contents/MacOS/CustomEXE", "");
+    ASSERT_FALSE(files::createSymbolicLink(applications + "Tool.app", "Game.app/Tool.app"));
+    makeWrapper(applications + "Twin.app", "The Game");
+    put(applications + "D.boxer/file", "");
+    const std::string copied = applications + "Copied.app";
+    makeWrapper(copied, "Copied");
+    load(apps);
+    apps.addLocalPort(applications + "Tool.app", {});
+    apps.addLocalPort(applications + "gone.app", {});
+    const auto place = [&](const std::string& line) {
+        const auto lines = stored();
+        return std::ranges::find(lines, line) - lines.begin();
+    };
+    apps.moveLocalPortAtIndex(static_cast<std::size_t>(place("The Game=Game.app")), 0);
+    const auto before = stored();
+
+    std::filesystem::create_directories(applications + "RPG");
+    std::filesystem::rename(old, now);
+    std::filesystem::rename(applications + "D.boxer", applications + "RPG/E.boxer");
+    // To another file system, as far as a test can: an item of its own.
+    std::filesystem::copy(copied, applications + "RPG/Copied.app", std::filesystem::copy_options::recursive);
+    std::filesystem::remove_all(copied);
+    makeWrapper(applications + "RPG/A new one.app");
+    EXPECT_TRUE(NSAppsArray::isMissing(old));
+    complete([&](auto done) { apps.scanAgain(std::move(done)); });
+
+    Lines expected = before;
+    const auto moved = [&](const char* from, const char* to) {
+        std::ranges::replace(expected, std::string(from), std::string(to));
+    };
+    moved("The Game=Game.app", "The Game=RPG/Mine.app");
+    moved("Tool=Game.app/Tool.app", "Tool=RPG/Mine.app/Tool.app");
+    moved("Tool=Tool.app", "Tool=RPG/Tool.app");
+    moved("D=D.boxer", "E=RPG/E.boxer");
+    moved("Copied=Copied.app", "Copied=RPG/Copied.app");
+    expected.emplace_back("A new one=RPG/A new one.app");
+    EXPECT_EQ(stored(), expected);
+    EXPECT_EQ(files::kindOf(applications + "Tool.app"), files::Kind::none);
+    EXPECT_EQ(files::kindBehind(applications + "RPG/Tool.app"), files::Kind::folder);
+    complete([&](auto done) { apps.scanAgain(std::move(done)); });
+    EXPECT_EQ(stored(), expected);
 }
 
 TEST_F(Library, AddsByHandAndLocatesWhatIsMissing) {
