@@ -336,15 +336,8 @@ std::optional<ImageData> NSGameData::loadImage() const {
         auto bytes = NSUtilities::safeDataWithContentsOfURL(gamePath + "Icon.png");
         return icon_cache::imageFromBytes(std::move(bytes).value_or("")).value_or(ImageData{});
     }
-    if (isBoxerGame) {
-        return icon_cache::imageFromFile(host().folders.resources + "/boxer.png").value_or(ImageData{});
-    }
-    const auto setting = NSUtilities::getPlistItem("CFBundleIconFile", gamePath);
-    const auto name = NSUtilities::iconFileName(setting ? &*setting : nullptr);
-    if (!name) return std::nullopt;
-    const auto file = pathInside(gamePath + layout::resources, *name, Levels::many, "the icon's name");
-    if (failureOf(file) != nullptr) return std::nullopt;
-    return icon_cache::imageFromFile(std::get<std::string>(file));
+    auto icon = icon_cache::localIcon(gamePath);
+    return isBoxerGame ? icon.value_or(ImageData{}) : icon;
 }
 
 }  // namespace morvane

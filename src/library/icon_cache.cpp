@@ -4,10 +4,14 @@
 #include <filesystem>
 #include <utility>
 
+#include "foundation/file_manager.h"
 #include "foundation/network.h"
+#include "foundation/safe_paths.h"
 #include "platform/files.h"
+#include "platform/host.h"
 #include "platform/pictures.h"
 #include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
 
 namespace morvane::icon_cache {
 
@@ -67,6 +71,28 @@ std::optional<ImageData> icon(std::int64_t id, const std::string& folder) {
         return image;
     }
     return std::nullopt;
+}
+
+std::optional<std::string> localIconPath(const std::string& item) {
+    if (item.ends_with(".boxer")) {
+        const std::string own = item + layout::folderIcon;
+        return MVFileManager::regularFileExistsAtPath(own)
+                   ? own
+                   : files::join(host().folders.resources, "boxer.png");
+    }
+    const bool isCustomExe = MVFileManager::regularFileExistsAtPath(item + layout::customExeMark);
+    const auto setting = NSUtilities::getPlistItem(
+        "CFBundleIconFile", isCustomExe ? layout::customExePlist : layout::infoPlist, item);
+    const auto name = NSUtilities::iconFileName(setting ? &*setting : nullptr);
+    if (!name) return std::nullopt;
+    const auto file = pathInside(item + layout::resources, *name, Levels::many, "the icon's name");
+    const auto* path = std::get_if<std::string>(&file);
+    return path != nullptr ? std::optional(*path) : std::nullopt;
+}
+
+std::optional<ImageData> localIcon(const std::string& item) {
+    const auto path = localIconPath(item);
+    return path ? imageFromFile(*path) : std::nullopt;
 }
 
 }  // namespace morvane::icon_cache

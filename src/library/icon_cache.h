@@ -24,4 +24,11 @@ inline constexpr int attempts = 3;
 /// and kept. Nothing when no attempt gave a picture.
 [[nodiscard]] std::optional<ImageData> icon(std::int64_t id, const std::string& folder);
 
+/// The file that holds the icon of an installed item: the one that its settings name, a Custom EXE
+/// application's own settings among them; of a Boxer bundle the picture that the user gave it, else the
+/// emulator's. Nothing where no such file is named; the file may be missing.
+[[nodiscard]] std::optional<std::string> localIconPath(const std::string& item);
+/// That file as a picture.
+[[nodiscard]] std::optional<ImageData> localIcon(const std::string& item);
+
 }  // namespace morvane::icon_cache

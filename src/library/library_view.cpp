@@ -25,7 +25,9 @@ LibraryView::ItemSize LibraryView::gridItemSize() {
 }
 
 LibraryView::LibraryView(NSAppsArray& apps, Callbacks callbacks)
-    : apps_(apps), callbacks_(std::move(callbacks)) {}
+    : apps_(apps),
+      callbacks_(std::move(callbacks)),
+      icons_([this](const std::string& key) { tellIconChanged(key); }) {}
 
 void LibraryView::showTab(std::int64_t tabType) {
     tabType_ = tabType;
@@ -44,6 +46,7 @@ void LibraryView::search(const std::string& keywords) {
 
 void LibraryView::reload() {
     apps_.loadToArrayAppsFromTab(tabType_, keywords_, {});
+    icons_.refreshLocal();
     if (callbacks_.reload) callbacks_.reload();
 }
 
@@ -56,13 +59,30 @@ NSAppsArray::Completion LibraryView::reloading() {
 std::vector<LibraryView::Row> LibraryView::rows() const {
     std::vector<Row> rows;
     if (const auto* items = std::get_if<std::vector<LocalItem>>(&apps_.array())) {
-        for (const LocalItem& item : *items) rows.push_back({.title = item.name});
+        for (const LocalItem& item : *items)
+            rows.push_back({.title = item.name, .isMissing = NSAppsArray::isMissing(item.path)});
     } else {
         for (const CatalogueLine& line : std::get<std::vector<CatalogueLine>>(apps_.array())) {
             rows.push_back({.title = line.name, .isNew = line.isNew});
         }
     }
     return rows;
+}
+
+std::shared_ptr<const ImageData> LibraryView::icon(std::size_t row) {
+    if (const LocalItem* item = localItem(row)) return icons_.icon(*item);
+    const CatalogueLine* line = catalogueLine(row);
+    return line != nullptr ? icons_.icon(*line) : nullptr;
+}
+
+void LibraryView::tellIconChanged(const std::string& key) const {
+    if (!callbacks_.iconChanged) return;
+    const auto tell = [&](const auto& shown) {
+        for (std::size_t row = 0; row < shown.size(); ++row) {
+            if (RowIcons::keyOf(shown[row]) == key) return callbacks_.iconChanged(row);
+        }
+    };
+    std::visit(tell, apps_.array());
 }
 
 const LocalItem* LibraryView::localItem(std::size_t row) const {
@@ -132,6 +152,7 @@ void LibraryView::addPort(const std::string& path) {
 void LibraryView::refreshList() {
     apps_.clearServerAppsArray();
     NSGameData::clearServerAppsBuffer();
+    icons_.refreshCatalogue();
     apps_.loadServerAppsBlock(reloading());
 }
 

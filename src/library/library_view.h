@@ -5,10 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "library/apps_array.h"
+#include "library/row_icons.h"
 
 namespace morvane {
 
@@ -25,6 +27,8 @@ class LibraryView {
     struct Callbacks {
         /// The rows have changed.
         std::function<void()> reload;
+        /// The icon of a row has come, or has changed.
+        std::function<void(std::size_t row)> iconChanged = {};
         /// Installs a port description that the user chose.
         std::function<void(const std::string& cki)> installCkiFile;
         /// A local item has gone from the library.
@@ -32,7 +36,8 @@ class LibraryView {
     };
     struct Row {
         std::string title;
-        bool isNew = false;  ///< marked with the sticker of new ports
+        bool isNew = false;      ///< marked with the sticker of new ports
+        bool isMissing = false;  ///< an item that is gone from its place, and is marked so
         bool operator==(const Row&) const = default;
     };
 
@@ -57,6 +62,9 @@ class LibraryView {
     void search(const std::string& keywords);
     [[nodiscard]] const std::string& keywords() const { return keywords_; }
     [[nodiscard]] std::vector<Row> rows() const;
+    /// The icon of a row; null while it is not known, and for none. To be asked for the rows that are drawn:
+    /// it is fetched then, and told.
+    [[nodiscard]] std::shared_ptr<const ImageData> icon(std::size_t row);
     /// The item or line of a row; nothing for a row of the other tab, or none.
     [[nodiscard]] const LocalItem* localItem(std::size_t row) const;
     [[nodiscard]] const CatalogueLine* catalogueLine(std::size_t row) const;
@@ -82,11 +90,13 @@ class LibraryView {
 
   private:
     [[nodiscard]] NSAppsArray::Completion reloading();
+    void tellIconChanged(const std::string& key) const;
 
     NSAppsArray& apps_;
     Callbacks callbacks_;
     std::int64_t tabType_ = NSAppsArray::localTab;
     std::string keywords_;
+    RowIcons icons_;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

@@ -36,6 +36,7 @@ inline constexpr const char* systemRegistry = "/Contents/Resources/system.reg";
 inline constexpr const char* settingsToolResources = "/Caskery.app/Contents/Resources";
 inline constexpr const char* customExeTemplate = "/Caskery.app/Contents/Resources/CustomEXE.app";
 inline constexpr const char* customExeMark = "/Contents/MacOS/CustomEXE";
+inline constexpr const char* folderIcon = "/.icon.png";  ///< the user's, of a Boxer bundle
 inline constexpr const char* backupCki = "/mv_backup.cki";
 inline constexpr const char* descriptionCkii = "/mv_desc.ckii";
 

@@ -1,9 +1,12 @@
 #include "library/library_view.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <limits>
 
 #include "library/apps_folders_list.h"
 #include "library/game_data.h"
+#include "library/icon_cache.h"
 #include "library/library_machine.h"
 
 namespace morvane {
@@ -152,7 +155,77 @@ TEST_F(LibraryViews, TheGridIsReducedByTheScale) {
     }
 }
 
-TEST_F(LibraryViews, TheFoldersPaneStoresAtAnEditOnly) {
+TEST_F(LibraryViews, IconsComeOnceTheyAreAskedFor) {
+    const std::string wrapper = applications + "a.app", boxer = applications + "b.boxer";
+    makeWrapper(wrapper);
+    setPlist(wrapper, {{"CFBundleIconFile", "Game"}});
+    put(wrapper + "/Contents/Resources/Game.icns", png(3));
+    put(wrapper + "/t.app/Contents/MacOS/CustomEXE", "");
+    put(wrapper + "/t.app/Contents/Info.plist.cexe",
+        property_lists::xml(Dictionary{{"CFBundleIconFile", "Own"}}));
+    put(wrapper + "/t.app/Contents/Resources/Own.icns", png(4));
+    put(boxer + "/.icon.png", png(5));
+    makeWrapper(applications + "z.app");
+    std::vector<std::size_t> told;
+    LibraryView icons(
+        apps,
+        {.reload = {}, .iconChanged = [&](std::size_t row) { told.push_back(row); }, .installCkiFile = {}});
+    const auto width = [&](std::size_t row) {
+        const auto icon = icons.icon(row);
+        return icon ? icon->width : 0;
+    };
+    const auto settle = [&] {
+        machine->workQueues.joinAll();
+        machine->mainQueue.drain();
+    };
+    icons.showTab(NSAppsArray::localTab);
+    settle();
+    for (std::size_t row = 0; row < 5; ++row) EXPECT_EQ(width(row), 0) << row;
+    EXPECT_TRUE(told.empty());
+    settle();
+    std::ranges::sort(told);
+    EXPECT_EQ(told, (std::vector<std::size_t>{0, 1, 2})) << "a wrapper, a bundle, a launcher";
+    EXPECT_EQ(width(0), 3);
+    EXPECT_EQ(width(1), 5);
+    EXPECT_EQ(width(2), 4);
+
+    // A new picture is shown after the next reload, and the old one until then.
+    put(wrapper + "/Contents/Resources/Game.icns", png(6));
+    icons.reload();
+    EXPECT_EQ(width(0), 3);
+    settle();
+    EXPECT_EQ(width(0), 6);
+    std::filesystem::rename(applications + "z.app", applications + "y.app");
+    EXPECT_TRUE(icons.rows()[3].isMissing && !icons.rows()[0].isMissing);
+
+    const std::string list = "1 || Bob || A || 0 || 0 || --<br>2 || Bob || B || 0 || 0 || --";
+    site.answer("/ckis/listPorts.php", {.body = list});
+    site.answer("/ckis/Bob/1/Icon.png", {.body = png(7)});
+    site.answer("/ckis/Bob/2/Icon.png", {.body = "<html>"});
+    reachable = [](const std::string&) { return true; };
+    told.clear();
+    icons.showTab(NSAppsArray::catalogueTab);
+    settle();
+    for (int time = 0; time < 3; ++time) {
+        for (std::size_t row = 0; row < 2; ++row) static_cast<void>(width(row));
+        settle();
+    }
+    EXPECT_EQ(width(0), 7);
+    EXPECT_EQ(told, std::vector<std::size_t>{0});
+    const auto asked = [&](const char* what) {
+        return std::ranges::count(site.requests(), std::string(what));
+    };
+    EXPECT_EQ(asked("GET /ckis/Bob/1/Icon.png"), 1);
+    EXPECT_EQ(asked("GET /ckis/Bob/2/Icon.png"), icon_cache::attempts) << "and not again";
+    icons.refreshList();
+    settle();
+    site.answer("/ckis/Bob/2/Icon.png", {.body = png(8)});
+    static_cast<void>(width(1));
+    settle();
+    EXPECT_EQ(width(1), 8);
+}
+
+TEST_F(LibraryViews, TheFoldersPaneStoresEachChange) {
     put(applications + "Games.localized/file", "");
     machine->defaults.set(settings::mainFolder, "/Old/");
     int beeps = 0;
@@ -176,15 +249,16 @@ TEST_F(LibraryViews, TheFoldersPaneStoresAtAnEditOnly) {
     EXPECT_FALSE(pane.keyDown(deleteKey, true));
     EXPECT_TRUE(pane.keyDown(plus, false));
     EXPECT_EQ(pane.rows(), (Lines{applications, games, applications}));
+    EXPECT_EQ(kept(), Value(Array{applications, games, applications}));
     pane.select({1, 2});
     EXPECT_TRUE(pane.keyDown(minus, false));
     EXPECT_EQ(pane.rows(), Lines{applications});
     EXPECT_EQ(pane.selection(), std::vector<std::size_t>{0});
-    EXPECT_EQ(kept(), Value(Array{games, applications})) << "neither is stored";
+    EXPECT_EQ(kept(), Value(Array{applications}));
 
     ui.expectChoice("Select the Apps Folder", {});
     pane.editRow(0);
-    EXPECT_EQ(kept(), Value(Array{games, applications}));
+    EXPECT_EQ(kept(), Value(Array{applications}));
     put(folder.path + "/apps/readme.txt", "");
     ui.expectChoice("Select the Apps Folder", {folder.path + "/apps"});
     pane.editRow(0);
