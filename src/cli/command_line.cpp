@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/commands.h"
+#include "cli/installed_app.h"
 #include "platform/utf8.h"
 
 namespace morvane::cli {
@@ -84,7 +85,9 @@ void addWrapperCommands(CLI::App& app, Parsed& parsed) {
     run->add_flag("--wait", parsed.wait, "return when the program has ended");
     run->callback([&] {
         parsed.command = [&](Session& session) {
-            return cli::run(session, parsed.app, parsed.wait ? Waiting::yes : Waiting::no);
+            return withInstalledApp(session, parsed.app, [&](const std::string& item) {
+                return cli::run(session, item, parsed.wait ? Waiting::yes : Waiting::no);
+            });
         };
     });
     command("debug", "start a wrapper with logs, and wait for its end")->callback([&] {
@@ -144,7 +147,9 @@ void addPropertiesCommand(CLI::App& app, Parsed& parsed) {
     addSwitch("--fn", changes.functionKeys, "F1 to F12 act as function keys");
     properties->callback([&] {
         parsed.command = [&](Session& session) {
-            return cli::properties(session, parsed.app, parsed.properties);
+            return withInstalledApp(session, parsed.app, [&](const std::string& item) {
+                return cli::properties(session, item, parsed.properties);
+            });
         };
     });
 }
@@ -435,7 +440,10 @@ void addGameCommands(CLI::App& app, Parsed& parsed) {
         CLI::App* sub = app.add_subcommand(name, description);
         sub->add_option("APP", parsed.app, "the installed game")->required();
         sub->callback([&parsed, run] {
-            parsed.command = [&parsed, run](Session& session) { return run(session, parsed.app); };
+            parsed.command = [&parsed, run](Session& session) {
+                return withInstalledApp(session, parsed.app,
+                                        [&](const std::string& item) { return run(session, item); });
+            };
         });
         return sub;
     };

@@ -110,7 +110,7 @@ int mountDisc(Session& session, const std::string& identifier);
 int open(Session& session, const std::string& what);
 /// `library list [WORDS]`. Places count from 1.
 int listLibrary(Session& session, const std::vector<std::string>& words);
-/// `library scan`. Adds what lies in the apps folders, and keeps what is in the list; by name.
+/// `library scan`. Finds again what was moved in the apps folders, adds what is new, and keeps the order.
 int scanLibrary(Session& session);
 /// `library add PATH...`.
 int addToLibrary(Session& session, const std::vector<std::string>& paths);

@@ -9,6 +9,7 @@
 #include "foundation/settings_keys.h"
 #include "foundation/text.h"
 #include "library/apps_array.h"
+#include "library/icon_cache.h"
 #include "platform/files.h"
 #include "platform/host.h"
 
@@ -29,15 +30,26 @@ int onLibrary(Session& session, const std::function<void(NSAppsArray&, int& resu
     return ended == done ? result : ended;
 }
 
+/// For programs, which may draw them.
+void addIcons(Table& table, const std::vector<LocalItem>& items) {
+    table.columns.push_back({"icon", "Icon"});
+    for (std::size_t row = 0; row < items.size(); ++row) {
+        const auto path = icon_cache::localIconPath(items[row].path);
+        const bool isThere = path && files::kindBehind(*path) == files::Kind::file;
+        table.rows[row].push_back(isThere ? *path : "");
+    }
+}
+
 void printItems(Console& console, const NSAppsArray& apps, const std::vector<LocalItem>& items) {
     std::unordered_map<std::string, std::int64_t> places;
     for (const LocalItem& item : apps.localAppsArray()) {
         places.emplace(item.path, static_cast<std::int64_t>(places.size()) + 1);
     }
-    Table table{{{"place", "Place"}, {"name", "Name"}, {"path", "Path"}}, {}};
+    Table table{{{"place", "Place"}, {"name", "Name"}, {"path", "Path"}, {"missing", "Missing"}}, {}};
     for (const LocalItem& item : items) {
-        table.rows.push_back({places.at(item.path), item.name, item.path});
+        table.rows.push_back({places.at(item.path), item.name, item.path, NSAppsArray::isMissing(item.path)});
     }
+    if (console.output() == Output::json) addIcons(table, items);
     printTable(console, table);
 }
 
@@ -56,8 +68,7 @@ int listLibrary(Session& session, const std::vector<std::string>& words) {
 
 int scanLibrary(Session& session) {
     return onLibrary(session, [&](NSAppsArray& apps, int&) {
-        apps.loadLocalAppsForTheFirstTimeBlock(
-            [&] { printItems(session.console(), apps, apps.localAppsArray()); });
+        apps.scanAgain([&] { printItems(session.console(), apps, apps.localAppsArray()); });
     });
 }
 

@@ -13,7 +13,7 @@ TEST(LibraryCommands, KeepAndChangeTheList) {
     setenv("MORVANE_HOME", folder.path.c_str(), 1);
     const std::string apps = folder.path + "/Applications/", more = folder.path + "/More";
     for (const char* name : {"Beta.app", "Alpha.app", "Gamma.app"}) {
-        TestMachine::put(apps + name + "/Contents/MacOS/CaskeryLauncher", "", true);
+        TestMachine::put(apps + name + "/Contents/MacOS/CaskeryLauncher", "#!/bin/sh\n", true);
         TestMachine::put(apps + name + "/Contents/Frameworks/bin/Caskery",
                          "#!/bin/sh\necho \"$@\" >> \"$0.log\"\n", true);
     }
@@ -21,7 +21,7 @@ TEST(LibraryCommands, KeepAndChangeTheList) {
     TestMachine::put(more + "/a b.exe", "");
     std::filesystem::create_directories(apps + "Native.app");
     const auto line = [&](int place, const std::string& name) {
-        return std::to_string(place) + "\t" + name + "\t" + apps + name + ".app\n";
+        return std::to_string(place) + "\t" + name + "\t" + apps + name + ".app\tno\n";
     };
     struct Row {
         std::vector<std::string> arguments;
@@ -48,7 +48,9 @@ TEST(LibraryCommands, KeepAndChangeTheList) {
         {{"folders", "add", folder.path + "/none"}, 1},
         {{"folders", "remove", apps}, 0},
         {{"folders"}, 0, more + "/\tyes\n"},
-        {{"--json", "list", "beta"}, 0, R"([{"place":2,"name":"Beta","path":")" + apps + "Beta.app\"}]\n"},
+        {{"--json", "list", "beta"},
+         0,
+         R"([{"place":2,"name":"Beta","path":")" + apps + "Beta.app\",\"missing\":false,\"icon\":\"\"}]\n"},
     };
     const auto run = [](const std::vector<std::string>& words) {
         std::vector<std::string> copy = words;
@@ -71,6 +73,31 @@ TEST(LibraryCommands, KeepAndChangeTheList) {
               0);
     EXPECT_EQ(TestMachine::get(apps + "Beta.app/Contents/Frameworks/bin/Caskery.log"), more + "/a b.exe\n");
     EXPECT_EQ(run({"morvane", "open", more + "/readme.txt"}), 1);
+
+    // What is gone is marked, asked about and, where it was located, gone on with.
+    std::filesystem::rename(apps + "Beta.app", more + "/Beta.app");
+    const std::string title = "App Missing";
+    const Row missing[] = {
+        {{"library", "list", "beta"}, 0, "2\tBeta\t" + apps + "Beta.app\tyes\n"},
+        {{"show", apps + "Beta.app"}, 4},
+        {{"show", apps + "Beta.app", "--answer", title + "=Locate the App"}, 4},
+        {{"library", "list", "beta"}, 0, "2\tBeta\t" + apps + "Beta.app\tyes\n"},
+        {{"run", apps + "Beta.app/", "--wait", "--answer", title + "=Locate the App", "--choose",
+          "Select the new application=" + more + "/Beta.app"},
+         0},
+        {{"library", "list", "beta"}, 0, "2\tBeta\t" + more + "/Beta.app\tno\n"},
+        {{"properties", apps + "Beta.app"}, 1},
+    };
+    for (const Row& row : missing) {
+        std::vector<std::string> words{"morvane"};
+        words.insert(words.end(), row.arguments.begin(), row.arguments.end());
+        ::testing::internal::CaptureStdout();
+        EXPECT_EQ(run(words), row.exitCode) << row.arguments[0] << " " << row.arguments.back();
+        EXPECT_EQ(::testing::internal::GetCapturedStdout(), row.output) << row.arguments[0];
+    }
+    std::filesystem::remove_all(more + "/Beta.app");
+    EXPECT_EQ(run({"morvane", "play", more + "/Beta.app", "--answer", title + "=Remove it"}), 1);
+    EXPECT_EQ(run({"morvane", "library", "remove", more + "/Beta.app"}), 1) << "it has left the list";
     unsetenv("MORVANE_HOME");
 }
 

@@ -1,0 +1,34 @@
+#include "cli/installed_app.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "cli/terminal_interface.h"
+#include "library/apps_array.h"
+
+namespace morvane::cli {
+
+int withInstalledApp(Session& session, const std::string& given,
+                     const std::function<int(const std::string& app)>& command) {
+    std::string path = expandedPath(given);
+    while (path.size() > 1 && path.ends_with('/')) path.pop_back();
+    const auto items = NSAppsArray::storedItems();
+    const bool isListed = std::ranges::find(items, path, &LocalItem::path) != items.end();
+    if (!isListed || !NSAppsArray::isMissing(path)) return command(given);
+
+    NSAppsArray apps;
+    std::vector<std::string> located;
+    const int ended = session.untilIdle([&] {
+        const auto refuseCki = [&](const std::string& cki) {
+            session.fail(cki + " is a port description, and no installed app.");
+        };
+        apps.loadLocalAppsBlock([&] { located = apps.askAboutMissingApp(path, refuseCki, {}); });
+        return int{done};
+    });
+    if (ended != done) return ended;
+    std::erase_if(located, NSAppsArray::isMissing);
+    if (!located.empty()) return command(located.front());
+    return session.fail("There is nothing at " + path + ".");
+}
+
+}  // namespace morvane::cli
