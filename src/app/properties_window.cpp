@@ -1,5 +1,6 @@
 #include "app/properties_window.h"
 
+#include <chrono>
 #include <vector>
 
 #include "building/entry_removal.h"
@@ -13,10 +14,12 @@
 #include "library/icon_cache.h"
 #include "platform/files.h"
 #include "platform/pictures.h"
+#include "platform/process.h"
 #include "ports/exe_selection.h"
 #include "ports/port_data.h"
 #include "ports/typed_stream.h"
 #include "wrapper/layout.h"
+#include "wrapper/processes.h"
 #include "wrapper/registry.h"
 #include "wrapper/windows_paths.h"
 
@@ -99,13 +102,13 @@ bool isWrapper(const std::string& path) {
 
 // A Boxer bundle shows its game's own icon; the user's is that of the folder, which file managers read off
 // here.
-constexpr const char* folderIcon = "/.icon.png";
 constexpr const char* folderSettings = "/.directory";
 
 bool saveFolderIcon(const ImageData& image, const std::string& folder) {
     const auto picture = pictures::decode(image.bytes);
     if (!picture) return true;  // dragged away: the folder keeps its icon
-    auto error = files::write(folder + folderIcon, pictures::encodePng(*picture), files::Atomically::yes);
+    auto error =
+        files::write(folder + layout::folderIcon, pictures::encodePng(*picture), files::Atomically::yes);
     if (!error && files::kindOf(folder + folderSettings) == files::Kind::none) {
         error = files::write(folder + folderSettings, "[Desktop Entry]\nIcon=./.icon.png\n",
                              files::Atomically::yes);
@@ -200,7 +203,7 @@ std::string NSPropertiesWindow::settingsFileText(std::string_view key) const {
 }
 
 std::optional<std::string> NSPropertiesWindow::iconPath() const {
-    const std::string ofFolder = wrapperPath_ + folderIcon;
+    const std::string ofFolder = wrapperPath_ + layout::folderIcon;
     if (kind_ == Kind::boxerGame && MVFileManager::regularFileExistsAtPath(ofFolder)) return ofFolder;
     const auto setting = NSUtilities::getPlistItem("CFBundleIconFile", plistFilePath_, wrapperPath_);
     const auto name = setting ? NSUtilities::iconFileName(&*setting) : std::nullopt;
@@ -344,6 +347,7 @@ bool NSPropertiesWindow::saveDataToWrapper() {
         MVAlert::showAlertErrorMessage(failure->message);
         return false;
     }
+    if (!isRegistryAtRest()) return false;
     const bool runsPrograms = kind_ != Kind::boxerGame;
     bool saved = true;
     if (shown_.icon != filled_.icon) saved &= saveIconWithImage();
@@ -365,6 +369,36 @@ bool NSPropertiesWindow::saveDataToWrapper() {
     return moveTo(std::get<std::string>(location)) && saved;
 }
 
+bool NSPropertiesWindow::isRegistryAtRest() {
+    isSaveCancelled_ = false;
+    const bool isWritten = shown_.wineSystemTray != filled_.wineSystemTray ||
+                           shown_.helveticaNeueFont != filled_.helveticaNeueFont ||
+                           shown_.highQualityMode != filled_.highQualityMode;
+    if (!isWritten) return true;
+    // Its processes know its real path.
+    const std::string wrapper = files::resolved(mainWrapperPath_).value_or(mainWrapperPath_);
+    const auto running = NSUtilities::runningProcessesOfWrapper(wrapper);
+    if (running.empty()) return true;
+    enum Button : std::size_t { stop, cancel };
+    Dialog dialog;
+    dialog.title = localized("App Running");
+    dialog.text = localized(
+        "%@ is running, and would undo the changes when it ends. Do you want to stop it and save them? What "
+        "isn't saved inside it will be lost.",
+        {files::lastComponent(mainWrapperPath_)});
+    dialog.buttons = {localized("Stop and Save"), localized("Cancel")};
+    dialog.defaultButton = cancel;
+    dialog.style = Dialog::Style::critical;
+    isSaveCancelled_ = MVAlert::showDialog(dialog).button != stop;
+    if (isSaveCancelled_) return false;
+    NSUtilities::terminateAllCaskeryProcessesForWrapperNow(wrapper, RemovingWrapper::no);
+    constexpr std::chrono::seconds patience{5};
+    if (processes::waitForEnd(running, patience)) return true;
+    MVAlert::showAlertErrorMessage(
+        localized("%@ could not be stopped. Nothing was saved.", {files::lastComponent(mainWrapperPath_)}));
+    return false;
+}
+
 Result<std::string> NSPropertiesWindow::newLocation() const {
     const std::string& name = shown_.name.text;
     if (name == filled_.name.text) return wrapperPath_;
@@ -384,8 +418,10 @@ Result<std::string> NSPropertiesWindow::newLocation() const {
 bool NSPropertiesWindow::saveIconWithImage() const {
     const ImageData image = shown_.icon.value_or(ImageData{});
     if (kind_ == Kind::boxerGame) return saveFolderIcon(image, wrapperPath_);
-    itemStore().setIconWithImage(image);
-    return true;
+    // Dragged away: the item keeps the icon that it has.
+    if (!shown_.icon || itemStore().setIconWithImage(image)) return true;
+    MVAlert::showAlertErrorMessage(localized("The icon of %@ couldn't be saved.", {wrapperPath_}));
+    return false;
 }
 
 bool NSPropertiesWindow::saveRunPath(const std::string& text) const {

@@ -1,8 +1,9 @@
 // app/properties_window.h: the properties of an installed item: what the window shows of it, and where each
 // setting goes when it is saved.
 //
-// One thread at a time; saving asks nothing, reports failures in dialogs and blocks for the time that a new
-// icon takes. The item should not run meanwhile: its engine writes the registry files when it stops.
+// One thread at a time; saving reports failures in dialogs and blocks for the time that a new icon takes, or
+// the end of a wrapper that runs: its engine would write the registry files anew when it ends, so that the
+// user is asked before they are changed.
 //
 // Every file is replaced whole, so that a save that is killed leaves each of them old or new.
 #pragma once
@@ -86,8 +87,11 @@ class NSPropertiesWindow {
 
     /// `saveDataToWrapper`. False when something could not be written or renamed, which the user has been
     /// told; the rest is saved. A name that no folder can have is refused before anything is written. What
-    /// the user has not changed is not written.
+    /// the user has not changed is not written. False, with nothing written, also when the wrapper runs and
+    /// is not to be stopped.
     bool saveDataToWrapper();
+    /// Whether the user has called off the last save.
+    [[nodiscard]] bool isSaveCancelled() const { return isSaveCancelled_; }
 
     /// `isHighQualityModeCompatibleWithEngine:`.
     [[nodiscard]] static bool isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine);
@@ -107,6 +111,9 @@ class NSPropertiesWindow {
 
     /// `WrapperPathNewLocation`: where the item will lie, or why its name can't be.
     [[nodiscard]] Result<std::string> newLocation() const;
+    /// Whether the registry files are not going to be written anew by an engine that ends: asks, and stops
+    /// it.
+    bool isRegistryAtRest();
     bool saveIconWithImage() const;
     bool saveRunPath(const std::string& text) const;
     /// A program on another drive is started by a batch file on drive C. The path for the settings, or
@@ -128,6 +135,7 @@ class NSPropertiesWindow {
     std::string wrapperPath_, mainWrapperPath_;
     std::string plistFilePath_;  ///< relative to the item, with a leading "/"
     Shown shown_, filled_;       ///< now, and as the item has it
+    bool isSaveCancelled_ = false;
 };
 
 }  // namespace morvane

@@ -1,6 +1,7 @@
 #include "app/properties_window.h"
 #include "cli/commands.h"
 #include "cli/table.h"
+#include "foundation/localization.h"
 #include "foundation/settings_keys.h"
 #include "foundation/text.h"
 #include "library/apps_array.h"
@@ -148,7 +149,17 @@ int properties(Session& session, const std::string& app, const PropertyChanges& 
     int result = done;
     if (asksForAnything(changes)) {
         if (const auto refusal = enter(window, changes)) return session.fail(*refusal);
-        if (!window.saveDataToWrapper()) result = session.fail("Not everything could be saved.");
+        // On the main thread until all is said: an alert that nobody answers ends the command.
+        const int ended = session.untilIdle([&] {
+            if (window.saveDataToWrapper()) return int{done};
+            if (window.isSaveCancelled()) {
+                session.console().say(localized("Cancelled."));
+                return int{cancelled};
+            }
+            return session.fail("Not everything could be saved.");
+        });
+        if (ended != done) result = ended;
+        if (ended == cancelled || ended == unanswered) return ended;
     }
     printRecord(session.console(), shownBy(window));
     return result;

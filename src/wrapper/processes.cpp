@@ -66,16 +66,18 @@ bool mayBeStopped(const std::string& number, const std::vector<std::string>& own
            std::ranges::find(own, number) == own.end() && !processes::runsOwnProgram(number);
 }
 
-void killListedProcesses(const std::optional<std::string>& wrapper) {
+std::vector<std::string> listedProcesses(const std::optional<std::string>& wrapper) {
     const std::vector<std::string> own = processes::ownLine();
+    std::vector<std::string> numbers;
     for (const std::string& line : MVString::split(run("ps", {"ax"}), "\n")) {
         const bool selected = wrapper ? MVString::contains(line, *wrapper)
                                       : MVString::contains(MVString::lowercased(line), "wine");
         if (!selected) continue;
         const std::vector<std::string> pieces = MVString::split(line, " ");
         const auto number = std::ranges::find_if(pieces, [](const auto& piece) { return !piece.empty(); });
-        if (number != pieces.end() && mayBeStopped(*number, own)) run("kill", {"-9", *number});
+        if (number != pieces.end() && mayBeStopped(*number, own)) numbers.push_back(*number);
     }
+    return numbers;
 }
 
 void removeLock(const std::string& wrapper) {
@@ -101,6 +103,15 @@ void removeLaunchRegistrations(const std::string& wrapper) {
 
 }  // namespace
 
+std::vector<int> runningProcessesOfWrapper(const std::string& wrapper) {
+    std::vector<int> numbers;
+    if (!isWrapperPath(wrapper)) return numbers;
+    for (const std::string& number : listedProcesses(files::resolved(wrapper).value_or(wrapper))) {
+        numbers.push_back(static_cast<int>(MVString::initialIntValue(number)));
+    }
+    return numbers;
+}
+
 bool terminateAllCaskeryProcessesForWrapper(const std::optional<std::string>& wrapper,
                                             RemovingWrapper removing) {
     MVThread::dispatchQueueWithName(
@@ -116,7 +127,7 @@ void terminateAllCaskeryProcessesForWrapperNow(const std::optional<std::string>&
     const WineNames names = exists ? wineNamesOf(*wrapper) : WineNames{};
     run("killall", {"-9", names.wine});
     run("killall", {"-9", names.server});
-    killListedProcesses(wrapper);
+    for (const std::string& number : listedProcesses(wrapper)) run("kill", {"-9", number});
     if (!wrapper) return;
     removeLock(*wrapper);
     removeLaunchRegistrations(*wrapper);

@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace morvane {
 
@@ -19,6 +20,9 @@ namespace NSUtilities {
 /// says "wine".
 bool terminateAllCaskeryProcessesForWrapper(const std::optional<std::string>& wrapper,
                                             RemovingWrapper removing);
+/// The numbers of the processes that have the wrapper's path, its real one, in their `ps` line, as far as the
+/// two operations would stop them.
+[[nodiscard]] std::vector<int> runningProcessesOfWrapper(const std::string& wrapper);
 /// The same work on the calling thread.
 void terminateAllCaskeryProcessesForWrapperNow(const std::optional<std::string>& wrapper,
                                                RemovingWrapper removing);

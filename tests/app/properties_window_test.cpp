@@ -362,6 +362,39 @@ TEST_F(Properties, ANewPictureBecomesTheIconFile) {
     EXPECT_TRUE(window.shown().icon);
 }
 
+TEST_F(Properties, AnIconThatCannotBeSavedIsAFailure) {
+    open(wrapper);
+    ASSERT_TRUE(window.changeIcon(ImageData{pictures::encodePng({1, 1, {255, 0, 0, 255}})}));
+    set({{"CFBundleIconFile", ""}});
+    ui.expectError("The icon of " + wrapper + " couldn't be saved.");
+    EXPECT_FALSE(window.saveDataToWrapper());
+}
+
+TEST_F(Properties, ARunningWrapperIsStoppedBeforeItsRegistryIsWritten) {
+    for (const char* name : {"killall", "launchctl"}) scriptProgram(name, "");
+    const std::string log = folder.path + "/killed";
+    scriptProgram("kill", "echo \"$@\" >> '" + log + "'");
+    scriptProgram("ps", "echo '99999999 ?  S  0:00 " + wrapper + "/Contents/x.exe'");
+    const std::string question = "Game.app is running, and would undo the changes when it ends.";
+    open(wrapper);
+    window.typeName("New");
+    EXPECT_TRUE(window.saveDataToWrapper()) << "the settings file is nobody else's";
+
+    window.switchWineSystemTray(false);
+    window.typeName("Newer");
+    ui.expect(question).titleIs("App Running").defaultIs("Cancel").answer("Cancel");
+    EXPECT_FALSE(window.saveDataToWrapper());
+    EXPECT_TRUE(window.isSaveCancelled());
+    EXPECT_EQ(setting("CFBundleName"), Value("New"));
+    EXPECT_EQ(files::kindOf(log), files::Kind::none);
+
+    ui.expect(question).answer("Stop and Save");
+    EXPECT_TRUE(window.saveDataToWrapper());
+    EXPECT_FALSE(window.isSaveCancelled());
+    EXPECT_EQ(get(log), "-9 99999999\n");
+    EXPECT_EQ(lines(x11, "user"), "\"ShowSystray\"=\"N\"");
+}
+
 TEST(HighQualityMode, NeedsAnEngineThatKnowsIt) {
     struct Row {
         const char* engine;
