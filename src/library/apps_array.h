@@ -120,8 +120,8 @@ class NSAppsArray {
     void addByHand(const std::function<void(const std::string& cki)>& installCki,
                    const Completion& completion);
     /// The question for an item whose path is gone: removes it from the list, and adds what the user locates
-    /// as `addByHand` does. The completion comes after the removal, and after each addition. Gives what was
-    /// located.
+    /// as `addByHand` does. Links into it that are dead now go, or follow it. The completion comes after the
+    /// removal, and after each addition. Gives what was located.
     std::vector<std::string> askAboutMissingApp(const std::string& path,
                                                 const std::function<void(const std::string& cki)>& installCki,
                                                 const Completion& completion);

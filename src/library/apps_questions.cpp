@@ -125,6 +125,8 @@ std::vector<std::string> NSAppsArray::askAboutMissingApp(
     removeLocalPort(path, completion);
     addChosen(located, installCki, completion);
     std::erase_if(located, [](const std::string& chosen) { return !isApplication(chosen); });
+    if (button != locate) moved_apps::removeDeadLinksInto(path, validAppsFolders());
+    if (located.size() == 1) moved_apps::moveDeadLinks(path, located.front(), validAppsFolders());
     return located;
 }
 

@@ -347,6 +347,19 @@ TEST_F(Library, AScanFindsAgainWhatWasMoved) {
     EXPECT_EQ(files::kindBehind(applications + "RPG/Tool.app"), files::Kind::folder);
     complete([&](auto done) { apps.scanAgain(std::move(done)); });
     EXPECT_EQ(stored(), expected);
+
+    // Where no scan sees it the user does; what nobody finds leaves no links either.
+    const std::string outside = home + "/Mine.app";
+    std::filesystem::rename(now, outside);
+    ui.expect("Your app isn't").answer("Locate the App");
+    ui.expectChoice("Select the new application", {outside});
+    EXPECT_EQ(apps.askAboutMissingApp(now, {}, {}), Lines{outside});
+    EXPECT_EQ(files::kindOf(applications + "RPG/Tool.app"), files::Kind::none);
+    EXPECT_EQ(files::kindBehind(home + "/Tool.app"), files::Kind::folder);
+    ASSERT_FALSE(files::createSymbolicLink(applications + "Tool.app", "gone.app/Tool.app"));
+    ui.expect("Your app isn't").answer("Remove it");
+    apps.askAboutMissingApp(applications + "gone.app", {}, {});
+    EXPECT_EQ(files::kindOf(applications + "Tool.app"), files::Kind::none);
 }
 
 TEST_F(Library, AddsByHandAndLocatesWhatIsMissing) {
