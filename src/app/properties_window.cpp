@@ -353,16 +353,11 @@ bool NSPropertiesWindow::saveDataToWrapper() {
     if (shown_.icon != filled_.icon) saved &= saveIconWithImage();
     if (runsPrograms && shown_.run.text != filled_.run.text) saved &= saveRunPath(shown_.run.text);
     if (runsPrograms) {
-        // One after the other: a store takes in the file when it is made, and the item's own may be the main
-        // wrapper's.
-        NSPortManager item = itemStore();
-        saveWindowTypeAtPort(item);
-        saved &= item.synchronizePlist();
+        saved &= saveWindowType();
         const NSPortManager main = NSPortManager::managerWithPath(mainWrapperPath_);
         saved &= saveWineSystemTrayAtPort(main);
         saved &= saveHelveticaNeueFontAtPort(main);
         saved &= saveHighQualityModeAtPort(main);
-        saved &= main.synchronizePlist();
         saved &= saveTexts();
     }
     if (shown_.description != filled_.description) saved &= saveDescription();
@@ -459,10 +454,15 @@ std::optional<std::string> NSPropertiesWindow::writeBatchFile(const std::string&
 
 bool NSPropertiesWindow::saveTexts() const {
     NSPortManager port = itemStore();
-    port.setPlistObject(Value(shown_.name.text), nameKey);
-    port.setPlistObject(Value(shown_.version.text), versionKey);
-    port.setPlistObject(Value(shown_.functionKeys.on ? 1 : 0), functionKeysKey);
-    return port.synchronizePlist();
+    bool isChanged = false;
+    const auto save = [&](const char* key, Value value, bool isNew) {
+        if (isNew) port.setPlistObject(std::move(value), key);
+        isChanged |= isNew;
+    };
+    save(nameKey, shown_.name.text, shown_.name.text != filled_.name.text);
+    save(versionKey, shown_.version.text, shown_.version.text != filled_.version.text);
+    save(functionKeysKey, shown_.functionKeys.on ? 1 : 0, shown_.functionKeys != filled_.functionKeys);
+    return !isChanged || port.synchronizePlist();
 }
 
 bool NSPropertiesWindow::saveDescription() const {
@@ -548,9 +548,15 @@ bool NSPropertiesWindow::saveHelveticaNeueFontAtPort(const NSPortManager& port) 
 
 // ---- Screen mode
 
+bool NSPropertiesWindow::saveWindowType() const {
+    if (shown_.windowType == filled_.windowType) return true;
+    NSPortManager port = itemStore();
+    saveWindowTypeAtPort(port);
+    return port.synchronizePlist();
+}
+
 void NSPropertiesWindow::saveWindowTypeAtPort(NSPortManager& port) const {
     const WindowType now = shown_.windowType, before = filled_.windowType;
-    if (now == before) return;
     if (now == WindowType::ofPort) {
         saveOriginalResolutionAtPort(port);
     } else if (before == WindowType::ofPort) {

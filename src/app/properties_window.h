@@ -125,6 +125,7 @@ class NSPropertiesWindow {
     bool saveWineSystemTrayAtPort(const NSPortManager& port) const;
     bool saveHelveticaNeueFontAtPort(const NSPortManager& port) const;
     bool saveHighQualityModeAtPort(const NSPortManager& port) const;
+    bool saveWindowType() const;
     void saveWindowTypeAtPort(NSPortManager& port) const;
     static void switchFakeResolutionAtPort(NSPortManager& port);
     static void saveFakeResolutionAtPort(NSPortManager& port, bool fullscreen);

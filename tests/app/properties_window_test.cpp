@@ -98,7 +98,10 @@ TEST_F(Properties, ShowsAWrapperAndLeavesItAsItIsWhenNothingChanges) {
     EXPECT_FALSE(window.switchHighQualityMode(true));
 
     const std::string user = get(wrapper + "/Contents/Resources/user.reg");
+    const std::string settings = get(wrapper + layout::infoPlist) + " ";
+    put(wrapper + layout::infoPlist, settings);
     EXPECT_TRUE(window.saveDataToWrapper());
+    EXPECT_EQ(get(wrapper + layout::infoPlist), settings) << "not even anew";
     EXPECT_EQ(get(wrapper + "/Contents/Resources/user.reg"), user);
     EXPECT_EQ(files::kindOf(wrapper + layout::descriptionCkii), files::Kind::none);
     EXPECT_EQ(setting("Program Flags"), Value("-w \"a b\""));
