@@ -1,7 +1,6 @@
 #include "library/moved_apps.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <optional>
 #include <utility>
 
@@ -25,24 +24,20 @@ bool isInsideABundle(const std::string& path) {
     return files::parent(path).ends_with(".app");
 }
 
-/// Where the folder itself lies, and the place below it in plain form; nothing is followed below.
-std::string plainPlace(const std::string& folder, const std::string& below) {
-    const std::filesystem::path real = files::resolved(folder).value_or(folder);
-    return (real / below).lexically_normal().string();
-}
-
 /// Where the link leads, when that is inside the wrapper, as a path below it; empty for the wrapper itself.
 std::optional<std::string> targetInside(const std::string& wrapper, const std::string& link) {
     const auto destination = files::destinationOfLink(link);
     const auto* text = std::get_if<std::string>(&destination);
-    if (text == nullptr) return std::nullopt;
-    const std::string place = plainPlace(files::parent(wrapper), files::lastComponent(wrapper));
-    const std::string target = text->starts_with('/')
-                                   ? plainPlace(files::parent(*text), files::lastComponent(*text))
-                                   : plainPlace(files::parent(link), *text);
-    if (target == place) return "";
-    if (!isInside(target, place)) return std::nullopt;
-    return target.substr(place.size() + 1);
+    const auto folder = files::resolved(files::parent(wrapper));
+    if (text == nullptr || !folder) return std::nullopt;
+    const std::string place = files::join(*folder, files::lastComponent(wrapper));
+    // The links on the way are followed, so that ".." goes up from where they lead.
+    const auto target =
+        files::resolved(text->starts_with('/') ? *text : files::join(files::parent(link), *text));
+    if (!target) return std::nullopt;
+    if (*target == place) return "";
+    if (!isInside(*target, place)) return std::nullopt;
+    return target->substr(place.size() + 1);
 }
 
 /// The only one of the items that fits; null for none and for several.
@@ -129,7 +124,7 @@ Moves movesOf(const List& list, const List& found, const Identities& identities)
 
 std::vector<std::string> deadLinksInto(const std::string& wrapper,
                                        const std::vector<std::string>& appsFolders) {
-    if (files::kindOf(wrapper) != files::Kind::none) return {};
+    if (!wrapper.starts_with('/') || files::kindOf(wrapper) != files::Kind::none) return {};
     std::vector<std::string> folders;
     for (const std::string& folder : appsFolders) folders.push_back(files::parent(folder + "x"));
     const std::string beside = files::parent(wrapper);
@@ -162,13 +157,12 @@ Moves moveDeadLinks(const std::string& wrapper, const std::string& newPlace,
     for (const std::string& link : deadLinksInto(wrapper, appsFolders)) {
         const std::string name = targetInside(wrapper, link).value_or("");
         const std::string application = files::join(newPlace, name);
-        if (name.empty() || name.find('/') != std::string::npos ||
-            files::kindOf(application) != files::Kind::folder)
-            continue;
-        if (files::remove(link)) continue;
-        WrapperCreation::createAliasToCustomEXE(application, newPlace);
+        if (name.empty() || name.find('/') != std::string::npos) continue;
         const std::string newLink = files::join(files::parent(newPlace), name);
-        if (files::resolved(newLink) == files::resolved(application)) moves.emplace(link, newLink);
+        const bool isFree = newLink == link || files::kindOf(newLink) == files::Kind::none;
+        if (files::kindOf(application) != files::Kind::folder || !isFree || files::remove(link)) continue;
+        WrapperCreation::createAliasToCustomEXE(application, newPlace);
+        moves.emplace(link, newLink);
     }
     return moves;
 }
