@@ -76,15 +76,16 @@ void NSAppsArray::shouldRemoveLocalPort(const std::string& path, std::function<v
             "Warning", "Fatal", false)) {
         return;
     }
-    MVThread::dispatchQueueWithName(
-        "app.morvane.removeFromDisk", Priority::normal, Concurrent::no, [path, action = std::move(action)] {
-            const bool wasApp = deleteFromDisk(path);
-            MVThread::dispatchBlockInMainQueue([path, action, wasApp] {
-                action();
-                // After the action: the library tells from where a link leads what it was.
-                if (wasApp) moved_apps::removeDeadLinksInto(path, validAppsFolders());
-            });
-        });
+    MVThread::dispatchQueueWithName("app.morvane.removeFromDisk", Priority::normal, Concurrent::no,
+                                    [path, action = std::move(action)] {
+                                        const bool wasApp = deleteFromDisk(path);
+                                        MVThread::dispatchBlockInMainQueue([path, action, wasApp] {
+                                            action();
+                                            // After the action: the library tells from where a link leads what it was.
+                                            if (wasApp)
+                                                moved_apps::removeDeadLinksInto(path, validAppsFolders());
+                                        });
+                                    });
 }
 
 void NSAppsArray::addByHand(const std::function<void(const std::string& cki)>& installCki,

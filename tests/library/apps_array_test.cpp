@@ -294,7 +294,9 @@ TEST_F(Library, AWrapperTakesAlongWhatLayInItAndTheLinksToThat) {
     apps.addLocalPort(wrapper, {});
     ui.expect("Do you want to remove that app only").answer("Remove from Disk");
     ui.expect("Are you sure that you want to remove that app permanently").answer("Yes");
-    NSAppsArray::shouldRemoveLocalPort(wrapper, [&] { apps.removeLocalPort(wrapper, {}); });
+    complete([&](auto done) {
+        NSAppsArray::shouldRemoveLocalPort(wrapper, [&, done] { apps.removeLocalPort(wrapper, done); });
+    });
     EXPECT_EQ(stored(), (Lines{"alive=alive.app", "dead=dead.app"}));
     Lines left;
     for (const auto& [link, target] : links) {
