@@ -77,7 +77,7 @@ void NSAppsArray::addByHand(const std::function<void(const std::string& cki)>& i
     for (const std::string& path : MVAlert::chooseFiles(panel, MVAlert::OtherTypes::passedOn)) {
         if (path.ends_with(".app") || path.ends_with(".boxer")) {
             addLocalPort(path, completion);
-        } else if (path.ends_with(".cki")) {
+        } else if (MVString::lowercased(path).ends_with(".cki")) {
             if (installCki) installCki(path);
         } else {
             MVAlert::showAlertErrorMessage(
