@@ -49,6 +49,10 @@ _morvane_command() {
     tool) second='winecfg regedit taskmgr cmd' ;;
     wrapper) subcommands='update' ;;
     esac
+    case $1 in
+    debug | drive | exe | icon | logs | menu | mod | play | properties | run | show | stop | tool | 'library remove' | \
+        'wrapper update') first=installed ;;
+    esac
     options+=' --answer= --choose= --defaults --json --help'
 }
 
@@ -74,6 +78,10 @@ _morvane_offer() {
     local typed=$2 program=${COMP_WORDS[0]}
     case $1 in
     engines) _morvane_matching "$typed" < <("$program" engine list 2>/dev/null | cut -f 1) ;;
+    installed)
+        _morvane_matching "${typed//\\/}" < <("$program" library list 2>/dev/null | cut -f 3)
+        ((${#COMPREPLY[@]})) || _morvane_offer '' "$typed"
+        ;;
     settings) _morvane_matching "${typed//\\/}" < <("$program" settings list 2>/dev/null | cut -f 1) ;;
     '')
         compopt -o filenames 2>/dev/null

@@ -1,8 +1,12 @@
 #include "cli/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <functional>
+#include <iostream>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/commands.h"
@@ -474,6 +478,44 @@ std::optional<Failure> fillAnswers(Answers& answers, const Parsed& parsed) {
     return std::nullopt;
 }
 
+/// How many letters one word is away from the other: put in, left out, another, or two that changed places.
+std::size_t distanceBetween(std::string_view a, std::string_view b) {
+    std::vector<std::vector<std::size_t>> table(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+    for (std::size_t i = 0; i <= a.size(); ++i) {
+        for (std::size_t j = 0; j <= b.size(); ++j) {
+            if (i == 0 || j == 0) {
+                table[i][j] = i + j;
+                continue;
+            }
+            const std::size_t other = a[i - 1] == b[j - 1] ? 0 : 1;
+            table[i][j] = std::min({table[i - 1][j] + 1, table[i][j - 1] + 1, table[i - 1][j - 1] + other});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                table[i][j] = std::min(table[i][j], table[i - 2][j - 2] + 1);
+        }
+    }
+    return table[a.size()][b.size()];
+}
+
+/// What to say of a first word that is no command; nothing when it is one.
+std::optional<std::string> unknownCommand(const CLI::App& app, int argc, char** argv) {
+    const std::string_view word = argc > 1 ? argv[1] : "";
+    if (word.empty() || word.starts_with('-')) return std::nullopt;
+    std::string nearest;
+    std::size_t least = std::max<std::size_t>(word.size() / 2, 1) + 1;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        const std::string name = command->get_name();
+        if (name == word) return std::nullopt;
+        const std::size_t distance = distanceBetween(word, name);
+        if (distance < least) {
+            least = distance;
+            nearest = name;
+        }
+    }
+    std::string text = "There is no command \"" + std::string(word.substr(0, 100)) + "\".";
+    if (!nearest.empty()) text += " Did you mean \"" + nearest + "\"?";
+    return text + " \"morvane --help\" names them all.";
+}
+
 }  // namespace
 
 int runCommandLine(int argc, char** argv) {
@@ -507,6 +549,10 @@ int runCommandLine(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
+        if (const auto unknown = unknownCommand(app, argc, argv)) {
+            std::cerr << harmless(*unknown) << "\n";
+            return usage;
+        }
         const int code = app.exit(error);
         if (!std::cout.flush()) return failed;
         return code == 0 ? done : usage;

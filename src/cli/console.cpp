@@ -138,33 +138,48 @@ void Console::emit(const Dictionary& event) {
     print(jsonText(Value(event)));
 }
 
-std::optional<std::string> Console::readLine(const std::string& prompt) {
-    clearBar();
-    writeAll(STDERR_FILENO, harmless(prompt));
-    interrupted_ = false;
-    std::uint64_t ignored = 0;
-    (void)!read(wakeUp_, &ignored, sizeof ignored);
-    reading_ = true;
-    std::string line;
-    std::optional<std::string> result;
+std::optional<char> Console::nextByte() {
     for (;;) {
         pollfd both[2] = {{STDIN_FILENO, POLLIN, 0}, {wakeUp_, POLLIN, 0}};
         if (poll(both, 2, -1) < 0) continue;
         if (both[1].revents != 0) {
             interrupted_ = true;
-            // What was typed so far belongs to no question any more.
-            tcflush(STDIN_FILENO, TCIFLUSH);
-            writeAll(STDERR_FILENO, "\n");
-            break;
+            return std::nullopt;
         }
         char character = 0;
         // One byte at a time: what follows the line may be meant for the next question.
-        if (read(STDIN_FILENO, &character, 1) <= 0) break;
-        if (character == '\n') {
-            result = line;
-            break;
-        }
-        line += character;
+        const ssize_t count = read(STDIN_FILENO, &character, 1);
+        if (count < 0 && errno == EINTR) continue;
+        return count > 0 ? std::optional(character) : std::nullopt;
+    }
+}
+
+std::optional<std::string> Console::readLine(const std::string& prompt) {
+    clearBar();
+    interrupted_ = false;
+    std::uint64_t ignored = 0;
+    (void)!read(wakeUp_, &ignored, sizeof ignored);
+    reading_ = true;
+    std::optional<std::string> result;
+    if (interactive_ && bar_) {
+        if (!editor_) editor_ = std::make_unique<LineEditor>([this] { return nextByte(); });
+        // Lines before the last one are no part of what is being edited.
+        const std::string shown = harmless(prompt);
+        const std::size_t line = shown.rfind('\n') + 1;
+        writeAll(STDERR_FILENO, shown.substr(0, line));
+        result = editor_->read(shown.substr(line));
+    } else {
+        writeAll(STDERR_FILENO, harmless(prompt));
+        std::string line;
+        std::optional<char> character;
+        while ((character = nextByte()) && *character != '\n') line += *character;
+        if (character) result = line;
+    }
+    if (interrupted_) {
+        // What was typed so far belongs to no question any more.
+        tcflush(STDIN_FILENO, TCIFLUSH);
+        writeAll(STDERR_FILENO, "\n");
+        result.reset();
     }
     reading_ = false;
     return result;

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "cli/line_editor.h"
 #include "platform/user_interface.h"
 
 namespace morvane::cli {
@@ -40,7 +42,8 @@ class Console {
     /// Why the output is not whole ("No space left on device"), once some of it could not be written.
     [[nodiscard]] const std::optional<std::string>& outputError() const { return outputError_; }
 
-    /// Shows the prompt and reads a line. Nothing at the end of the input, and after an interrupt.
+    /// Shows the prompt and reads a line; on a terminal with cursor keys, history and Tab for paths. Nothing
+    /// at the end of the input, and after an interrupt.
     [[nodiscard]] std::optional<std::string> readLine(const std::string& prompt);
     /// Any thread: ends a `readLine` that waits. False when none does.
     bool interrupt();
@@ -55,6 +58,8 @@ class Console {
     /// To standard error, as it stands.
     void sayLine(std::string text);
     void writeOutput(std::string_view text);
+    /// Waits for a byte of the input; nothing at its end, and after an interrupt.
+    [[nodiscard]] std::optional<char> nextByte();
     void clearBar();
     void drawBar(const ProgressState& state);
 
@@ -66,7 +71,8 @@ class Console {
     bool barShown_ = false;
     bool interrupted_ = false;
     std::atomic<bool> reading_ = false;
-    int wakeUp_ = -1;  // an event counter that ends a read
+    std::unique_ptr<LineEditor> editor_;  // with the first question at a terminal
+    int wakeUp_ = -1;                     // an event counter that ends a read
     std::string lastLine_;
 };
 

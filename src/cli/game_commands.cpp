@@ -1,5 +1,7 @@
 // What is done with an installed game, by the code of its page.
 
+#include <unistd.h>
+
 #include <array>
 
 #include "cli/commands.h"
@@ -70,7 +72,12 @@ int installMod(Session& session, const std::string& app, const std::vector<std::
 int showDrive(Session& session, const std::string& app) {
     const std::string drive = expandedPath(app) + layout::dosdevices + "/c:/";
     if (!MVFileManager::directoryExistsAtPath(drive)) return session.fail("drive_c folder not found.");
-    printRecord(session.console(), {{{"path", "Drive C"}, drive}});
+    const bool isForProgram = session.console().output() == Output::text && isatty(STDOUT_FILENO) == 0;
+    if (isForProgram) {
+        session.console().print(drive);
+    } else {
+        printRecord(session.console(), {{{"path", "Drive C"}, drive}});
+    }
     return done;
 }
 

@@ -62,7 +62,7 @@ std::optional<std::string> missingProgram(const std::string& wrapper) {
 }  // namespace
 
 int finished(Session& session, const std::string& wrapper) {
-    if (wrapper.empty()) return failed;
+    if (wrapper.empty()) return session.endedWithoutResult();
     const auto missing = missingProgram(wrapper);
     const std::string quoted = shellQuoted(wrapper);
     if (session.console().output() == Output::json) {
@@ -87,6 +87,9 @@ int finished(Session& session, const std::string& wrapper) {
 
 int install(Session& session, const std::string& file) {
     std::string wrapper;
+    // Before anybody reads a licence.
+    if (files::kindBehind(expandedPath(file)) != files::Kind::file)
+        return session.fail("There is no file at " + expandedPath(file) + ".");
     // On a fresh home, the place that the plan proposes is not there yet.
     AppDelegate::verifyNeededFolders();
     const int result = session.withCreation([&](WrapperCreation& creation) {

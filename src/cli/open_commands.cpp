@@ -3,6 +3,7 @@
 
 #include "app/app_delegate.h"
 #include "cli/commands.h"
+#include "foundation/file_manager.h"
 #include "foundation/text.h"
 #include "platform/host.h"
 
@@ -54,7 +55,10 @@ int open(Session& session, const std::string& given) {
     session.provideSite();
     TerminalShell shell(session.console());
     AppDelegate app(shell, session.progress());
-    const bool isLink = MVString::contains(what, "://"), isPort = what.ends_with(".cki");
+    const bool isLink = MVString::contains(what, "://"),
+               isPort = MVString::lowercased(what).ends_with(".cki");
+    if (!isLink && !MVFileManager::fileExistsAtPath(expandedPath(what)))
+        return session.fail("There is nothing at " + expandedPath(what) + ".");
     bool handled = false;
     const int ended = session.untilIdle([&] {
         AppDelegate::verifyNeededFolders();
@@ -68,7 +72,10 @@ int open(Session& session, const std::string& given) {
     if (isLink) handled = app.gamePage().gameData() != nullptr;
     if (isPort && !shell.installed.empty()) return finished(session, shell.installed);
     if (isPort) handled = false;
-    return handled ? int{done} : session.fail(what + " was not opened.");
+    if (handled) return done;
+    if (isPort) return session.endedWithoutResult();
+    return session.fail(
+        what + " was not opened: it is no port (.cki), no Windows program (.exe) and no application (.app).");
 }
 
 }  // namespace morvane::cli

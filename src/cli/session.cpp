@@ -251,7 +251,14 @@ int Session::ending(int result) {
     return result == done ? int{failed} : result;
 }
 
+int Session::endedWithoutResult() {
+    const bool isDecline = !failureTold_ && !interface_.errorShown() && !interface_.unanswered();
+    if (isDecline) cancelled_ = true;
+    return isDecline ? cancelled : failed;
+}
+
 int Session::fail(const std::string& message) {
+    failureTold_ = true;
     console_.say(Emphasis::error, "Error", message);
     return failed;
 }

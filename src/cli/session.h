@@ -58,6 +58,8 @@ class Session {
     int untilAskedToEnd(const std::function<int()>& begin);
     /// The exit code of the command whose work had this one: a failure when its output got lost.
     int ending(int result);
+    /// The exit code of work that gave nothing: a failure where one was told; else the user has declined.
+    int endedWithoutResult();
     /// Says what went wrong; the exit code of a failure.
     int fail(const std::string& message);
 
@@ -86,6 +88,7 @@ class Session {
     std::unique_ptr<SiteServer> site_;
     std::unique_ptr<CatalogueServer> catalogue_;
     std::atomic<bool> cancelled_ = false;
+    std::atomic<bool> failureTold_ = false;
     std::mutex mutex_;
     std::exception_ptr exception_;        // the first that was thrown, wherever
     std::atomic<bool> stranded_ = false;  // the main thread has thrown something that nobody waits for

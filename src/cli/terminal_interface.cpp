@@ -78,6 +78,8 @@ void TerminalInterface::showMessage(const Dialog& dialog) {
         if (!isError) return;
     }
     console_.say(isError ? Emphasis::error : Emphasis::heading, dialog.title, dialog.text);
+    // The texts are made for windows.
+    if (MVString::contains(dialog.text, " button")) console_.say("(Here: give the same command again.)");
 }
 
 std::optional<DialogAnswer> TerminalInterface::scriptedAnswer(const Dialog& dialog) {

@@ -99,7 +99,7 @@ void NSAppsArray::addChosen(const std::vector<std::string>& chosen,
     for (const std::string& path : chosen) {
         if (isApplication(path)) {
             addLocalPort(path, completion);
-        } else if (path.ends_with(".cki")) {
+        } else if (MVString::lowercased(path).ends_with(".cki")) {
             if (installCki) installCki(path);
         } else {
             MVAlert::showAlertErrorMessage(

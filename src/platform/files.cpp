@@ -521,9 +521,13 @@ Error setPermissions(const std::string& path, unsigned mode) {
 
 Result<std::string> read(const std::string& path) {
     if (!usable(path)) return lastFailure();
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    // Without waiting for somebody at the other end of a pipe.
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (!file.valid() || ::fstat(file.get(), &status) != 0) return lastFailure();
+    if (S_ISDIR(status.st_mode)) return Failure{describe(EISDIR)};
+    if (!S_ISREG(status.st_mode)) return Failure{"It is no file with contents of its own."};
+    if (static_cast<std::uint64_t>(status.st_size) > longestRead) return Failure{describe(EFBIG)};
     std::string bytes;
     std::size_t filled = 0;
     // One byte more than the size, so that the end is seen without growing; /proc's files have the size 0.
@@ -534,6 +538,7 @@ Result<std::string> read(const std::string& path) {
         if (count < 0) return lastFailure();
         if (count == 0) break;
         filled += static_cast<std::size_t>(count);
+        if (filled > longestRead) return Failure{describe(EFBIG)};
         if (filled == bytes.size()) bytes.resize(bytes.size() * 2 + 4096);
     }
     bytes.resize(filled);

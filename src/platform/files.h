@@ -54,7 +54,9 @@ enum class Kind { none, file, folder, link, other };
 [[nodiscard]] std::optional<std::uint64_t> freeSpace(const std::string& path);
 [[nodiscard]] Error setPermissions(const std::string& path, unsigned mode);
 
-/// The whole file, byte by byte.
+inline constexpr std::uint64_t longestRead = std::uint64_t{1} << 30;  ///< bytes of a file that is read whole
+/// The whole file, byte by byte. A failure at once for pipes, devices and whatever else might never end, and
+/// for longer files.
 [[nodiscard]] Result<std::string> read(const std::string& path);
 enum class Atomically { no, yes };
 /// Creates or replaces the file. Atomically: written beside it, flushed, and renamed into place, with the old
