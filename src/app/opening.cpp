@@ -79,10 +79,10 @@ std::string textOf(const std::string& bytes) {
 // ---- Files
 
 bool AppDelegate::openFile(const std::string& path) {
-    const std::string name = MVString::lowercased(path);
-    if (name.ends_with(".cki")) return shouldRunCkiFile(path);
-    if (name.ends_with(".exe")) return shouldRunExeFile(path);
-    if (name.ends_with(".app")) return shouldRunGameAtPath(path);
+    // Other systems' habit: of the three, only the Windows program may be written in any case.
+    if (path.ends_with(".cki")) return shouldRunCkiFile(path);
+    if (MVString::lowercased(path).ends_with(".exe")) return shouldRunExeFile(path);
+    if (path.ends_with(".app")) return shouldRunGameAtPath(path);
     return false;
 }
 

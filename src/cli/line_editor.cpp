@@ -8,6 +8,7 @@
 
 #include "cli/terminal_interface.h"
 #include "platform/files.h"
+#include "platform/utf8.h"
 
 namespace morvane::cli {
 
@@ -32,10 +33,22 @@ struct LineEditor::State {
     }
     static char* promptOf(EditLine* editor) { return of(editor).prompt.data(); }
 
-    static int byte(EditLine* editor, char* character) {
-        const auto next = of(editor).nextByte();
-        if (next) *character = *next;
-        return next ? 1 : 0;
+    /// The next character. The library takes wide ones, whatever it was compiled for.
+    static int character(EditLine* editor, wchar_t* character) {
+        std::string bytes;
+        do {
+            const auto next = of(editor).nextByte();
+            if (!next) return 0;
+            bytes += *next;
+        } while (bytes.size() < lengthOf(bytes.front()));
+        std::size_t position = 0;
+        *character = static_cast<wchar_t>(utf8::next(bytes, position));
+        return 1;
+    }
+    /// Of the character that begins with the byte.
+    static std::size_t lengthOf(char first) {
+        const auto byte = static_cast<unsigned char>(first);
+        return byte < 0xC0 ? 1 : byte < 0xE0 ? 2 : byte < 0xF0 ? 3 : 4;
     }
 
     static unsigned char complete(EditLine* editor, int) {
@@ -59,7 +72,7 @@ LineEditor::LineEditor(std::function<std::optional<char>()> nextByte) : state_(s
     EditLine* editor = state_->editor;
     el_set(editor, EL_CLIENTDATA, state_.get());
     el_set(editor, EL_PROMPT, &State::promptOf);
-    el_set(editor, EL_GETCFN, &State::byte);
+    el_set(editor, EL_GETCFN, &State::character);
     el_set(editor, EL_EDITOR, "emacs");
     el_set(editor, EL_SIGNAL, 0);
     el_set(editor, EL_HIST, history, state_->history);

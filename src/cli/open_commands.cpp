@@ -55,8 +55,7 @@ int open(Session& session, const std::string& given) {
     session.provideSite();
     TerminalShell shell(session.console());
     AppDelegate app(shell, session.progress());
-    const bool isLink = MVString::contains(what, "://"),
-               isPort = MVString::lowercased(what).ends_with(".cki");
+    const bool isLink = MVString::contains(what, "://"), isPort = what.ends_with(".cki");
     if (!isLink && !MVFileManager::fileExistsAtPath(expandedPath(what)))
         return session.fail("There is nothing at " + expandedPath(what) + ".");
     bool handled = false;
@@ -75,7 +74,9 @@ int open(Session& session, const std::string& given) {
     if (handled) return done;
     if (isPort) return session.endedWithoutResult();
     return session.fail(
-        what + " was not opened: it is no port (.cki), no Windows program (.exe) and no application (.app).");
+        what +
+        " was not opened: it is no port (.cki, in small letters), no Windows program (.exe) and "
+        "no application (.app, in small letters).");
 }
 
 }  // namespace morvane::cli

@@ -184,7 +184,11 @@ DialogAnswer TerminalInterface::showDialog(const Dialog& dialog) {
             answer = askForButton(dialog);
         }
         // Ctrl-C at a question is a cancellation already.
-        if (!answer && console_.wasInterrupted()) host().creation.request();
+        if (!answer && console_.wasInterrupted()) {
+            if (!host().creation.running()) throw Cancelled();
+            host().creation.request();
+            return defaultAnswer(dialog);
+        }
     }
     if (answer) return *answer;
     giveUp(asked(dialog));
