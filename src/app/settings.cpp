@@ -42,6 +42,8 @@ constexpr std::array list{
     Setting{automaticUpdates, Kind::flag, "look for a newer version of the application, once a day"},
     Setting{lastUpdateCheck, Kind::date, "the last day on which a newer version was looked for"},
     Setting{webAutomaticSpellingCorrection, Kind::boolean, "web pages correct the spelling by themselves"},
+    Setting{prefixCreationTime, Kind::real,
+            "seconds that making a prefix took last, for the bar of the next one"},
     Setting{caskerySite, Kind::text, "address of the engines and wrappers; none: the embedded site"},
     Setting{catalogueSite, Kind::text, "address of the catalogue; none: the embedded one"},
 };

@@ -3,11 +3,13 @@
 #include <string_view>
 
 #include "building/engine_store.h"
+#include "building/estimated_progress.h"
 #include "building/program_check.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
+#include "foundation/settings_keys.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "platform/files.h"
@@ -113,7 +115,12 @@ bool WrapperCreation::createPrefixOf(const std::string& wrapper) {
     const std::string tool =
         MVString::pathByAppendingCaskeryFrameworkBinToPortPath(temporary.value_or(wrapper));
     makeRunnable("+x", tool);
-    MVTask::runProgram(tool, "/", std::vector<std::string>{"CKS-wineprefixcreate"}, Wait::yes);
+    {
+        building::EstimatedProgress estimate(progressWindow, settings::prefixCreationTime);
+        MVTask::runProgram(tool, "/", std::vector<std::string>{"CKS-wineprefixcreate"}, Wait::yes);
+        if (MVFileManager::fileExistsAtPath(temporary.value_or(wrapper) + layout::systemRegistry))
+            estimate.finished();
+    }
     if (!temporary) return true;
     if (MVFileManager::moveItemAtPath(*temporary, wrapper)) {
         ownWrapper_ = wrapper;

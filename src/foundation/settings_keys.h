@@ -34,6 +34,9 @@ inline constexpr const char* runningDaysCounter = "Running days counter";   ///<
 inline constexpr const char* automaticUpdates = "SUEnableAutomaticChecks";  ///< boolean; absent: yes
 inline constexpr const char* lastUpdateCheck = "Last update check";         ///< date
 
+/// Real: the seconds that making a prefix took last, for the bar of the next one.
+inline constexpr const char* prefixCreationTime = "Prefix Creation Time";
+
 /// Base addresses that replace the embedded site and catalogue; the environment goes before them.
 inline constexpr const char* caskerySite = "Caskery Site";
 inline constexpr const char* catalogueSite = "Catalogue Site";
