@@ -136,56 +136,61 @@ bool isTar(const std::string& path) {
     return file && std::string_view(magic.data(), magic.size()) == "ustar";
 }
 
-/// What unpacking one file of a level gives; the file itself when it is no archive.
-std::vector<std::string> unpackedOnce(const std::string& file) {
+/// What unpacking one file of a level gives, in the fresh folder; the file itself when it is no archive.
+std::vector<std::string> unpackedOnce(const std::string& file, const std::string& folder) {
     // Anything but a file could block whoever opens it.
     if (files::kindBehind(file) != files::Kind::file) return {file};
     const bool tar = isTar(file);
     if (!tar && !isFurtherKind(MVString::lowercased(files::extension(file)))) {
-        return WrapperCreation::extractFile(file);
+        return WrapperCreation::extractFileToFolder(file, folder);
     }
-    const std::string folder = files::parent(file);
-    const auto before = MVFileManager::contentsOfDirectoryAtPath(folder);
     // The tar program keeps links and run bits, without which an engine does not start.
     if (tar) {
         if (!archives::unpackTar(file, folder)) return {};
-    } else if (!archives::endedWell(archives::archiveTool("7z"), folder, {"x", "-y", file})) {
+    } else if (!archives::unpack("7z", file, folder, {"-y"})) {
         return {};
     }
-    std::vector<std::string> added;
-    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(folder)) {
-        if (std::ranges::find(before, name) == before.end()) added.push_back(files::join(folder, name));
-    }
-    return added;
+    std::vector<std::string> entries;
+    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(folder))
+        entries.push_back(files::join(folder, name));
+    return entries;
 }
 
-/// Unpacks the archive into the folder, and what comes out of it, until the engine is there.
-void unpackInLevels(const std::string& archive, const std::string& folder) {
-    const std::string link = files::join(folder, files::lastComponent(archive));
-    if (!MVFileManager::createSymbolicLinkAtPath(link, archive)) return;
-    const std::string bundle = files::join(folder, bundleName);
-    std::vector<std::string> level{link};
+/// Unpacks the archive, and what comes out of it, each in a folder of its own, until the engine is there; the
+/// engine's path.
+std::optional<std::string> unpackedInLevels(const std::string& archive,
+                                            const archives::UnpackingFolder& unpacking) {
+    const auto isBundle = [](const std::string& path) {
+        // A link instead of the folder would make the wrapper run what lies elsewhere.
+        return files::lastComponent(path) == bundleName && files::kindOf(path) == files::Kind::folder;
+    };
+    std::vector<std::string> level{archive};
     for (int depth = 0; depth < deepestNesting; ++depth) {
         host().creation.throwIfRequested();
         std::vector<std::string> next;
         for (const std::string& file : level) {
-            auto files = unpackedOnce(file);
+            const std::string folder = unpacking.level();
+            if (folder.empty()) return std::nullopt;
+            auto files = unpackedOnce(file, folder);
             next.insert(next.end(), files.begin(), files.end());
         }
-        if (next == level || std::ranges::find(next, bundle) != next.end()) return;
+        if (const auto bundle = std::ranges::find_if(next, isBundle); bundle != next.end()) return *bundle;
+        if (next == level) return std::nullopt;
         level = std::move(next);
     }
+    return std::nullopt;
 }
 
-bool unpackOfficialArchive(const std::string& archive, const std::string& engine, const std::string& folder) {
-    const std::string tar = files::join(folder, engine + ".tar");
-    if (!archives::endedWell(archives::archiveTool("7za"), folder, {"x", archive}) ||
-        files::kindOf(tar) != files::Kind::file) {
-        return false;
-    }
-    static_cast<void>(archives::unpackTar(tar, folder));
-    MVFileManager::removeItemAtPath(tar);
-    return true;
+/// The engine's path; an empty one when the archive is whole and holds none. Nothing when it is not whole.
+std::optional<std::string> unpackedOfficialArchive(const std::string& archive, const std::string& engine,
+                                                   const archives::UnpackingFolder& unpacking) {
+    const std::string outer = unpacking.level(), inner = unpacking.level();
+    if (outer.empty() || inner.empty()) return std::nullopt;
+    const auto tar = archives::unpackedTar(archive, {engine + ".tar"}, outer);
+    if (!tar) return std::nullopt;
+    static_cast<void>(archives::unpackTar(*tar, inner));
+    const std::string bundle = files::join(inner, bundleName);
+    return files::kindOf(bundle) == files::Kind::folder ? bundle : "";
 }
 
 void reportCorruptedEngine(const std::string& place) {
@@ -360,15 +365,11 @@ ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const 
     if (!archives::archiveToolWorks("7za")) return ExtractedEngine::failure;
     std::optional<archives::UnpackingFolder> unpacking;
     const auto freshFolder = [&] { return !unpacking.emplace().path.empty(); };
-    std::string bundle;
-    const auto found = [&] {
-        // A link instead of the folder would make the wrapper run what lies elsewhere.
-        bundle = files::join(unpacking->path, bundleName);
-        return files::kindOf(bundle) == files::Kind::folder;
-    };
+    std::optional<std::string> bundle;
     if (isOfficial) {
         if (!freshFolder()) return ExtractedEngine::failure;
-        if (!unpackOfficialArchive(official, engine, unpacking->path)) {
+        bundle = unpackedOfficialArchive(official, engine, *unpacking);
+        if (!bundle) {
             reportCorruptedEngine(*place);
             MVThread::dispatchBlockInMainQueue(
                 [] { host().userInterface.openPath(layout::enginesFolder()); });
@@ -377,14 +378,16 @@ ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const 
     }
     for (const std::string& archive : isOfficial ? std::vector<std::string>() : storedArchivesOf(engine)) {
         if (!freshFolder()) return ExtractedEngine::failure;
-        unpackInLevels(archive, unpacking->path);
-        if (found()) break;
+        bundle = unpackedInLevels(archive, *unpacking);
+        if (bundle) break;
     }
-    if (!unpacking || !found()) {
+    if (!bundle || bundle->empty()) {
         reportCorruptedEngine(*place);
         return ExtractedEngine::failure;
     }
-    return replaceEngine(bundle, wrapper) ? ExtractedEngine::installed : ExtractedEngine::failure;
+    // In the wrapper, what leads out of the engine leads elsewhere than it did in the archive's folder.
+    archives::tame(*bundle);
+    return replaceEngine(*bundle, wrapper) ? ExtractedEngine::installed : ExtractedEngine::failure;
 }
 
 std::optional<std::string> WrapperCreation::getCaskeryWrapperEngineFromPath(const std::string& wrapper) {

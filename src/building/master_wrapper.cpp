@@ -62,16 +62,6 @@ void removeMasterWrappersExcept(const std::string& version) {
     }
 }
 
-/// Unpacks the archive's outer layer; the tar file, or nothing when the archive is not whole.
-std::optional<std::string> unpackedTar(const std::string& version, const std::string& folder) {
-    if (!archives::endedWell(archives::archiveTool("7za"), folder, {"x", masterArchive(version)})) return {};
-    for (const char* ending : {".tar", ".app.tar"}) {
-        std::string tar = files::join(folder, version + ending);
-        if (files::kindOf(tar) == files::Kind::file) return tar;
-    }
-    return std::nullopt;
-}
-
 }  // namespace
 
 WrapperCreation::WrapperCreation(std::shared_ptr<NSProgressView> progress)
@@ -176,7 +166,10 @@ WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(cons
     const archives::UnpackingFolder unpacking;
     if (unpacking.path.empty()) return UnpackedMasterWrapper::failed;
 
-    const auto tar = unpackedTar(version, unpacking.path);
+    const std::string outer = unpacking.level(), inner = unpacking.level();
+    if (outer.empty() || inner.empty()) return UnpackedMasterWrapper::failed;
+    const auto tar =
+        archives::unpackedTar(masterArchive(version), {version + ".tar", version + ".app.tar"}, outer);
     if (!tar) {
         const bool replace = MVAlert::showBooleanAlertMessage(
             localized(
@@ -189,9 +182,9 @@ WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(cons
             localized("Your Caskery Master Wrapper is corrupted! The wrapper creation failed!"));
         return UnpackedMasterWrapper::failed;
     }
-    const bool whole = archives::unpackTar(*tar, unpacking.path);
+    const bool whole = archives::unpackTar(*tar, inner);
     setMessage(localized("Creating Wrapper %@...", {version}));
-    const std::string unpackedWrapper = files::join(unpacking.path, version + ".app");
+    const std::string unpackedWrapper = files::join(inner, version + ".app");
     // A link would make every new wrapper one and the same.
     if (!whole || files::kindOf(unpackedWrapper) != files::Kind::folder) return UnpackedMasterWrapper::done;
     if (!MVFileManager::moveItemAtPath(unpackedWrapper, masterWrapper(version))) {

@@ -285,6 +285,36 @@ TEST_F(EnginePreparation, AnArchiveOfOddThingsEndsAsAnyOther) {
     expectExtracted(ExtractedEngine::failure, std::nullopt, {"CK9Wine3.0.tar"});
 }
 
+/// Each row: an outer archive with a link, and in it an archive that writes through the link.
+TEST_F(EnginePreparation, AnArchiveInAnArchiveStaysInItsFolder) {
+    const std::string outside = folder.path + "/outside";
+    put(outside + "/version", "mine");
+    testing::makeFakeEngine(packing.path, "CK9Wine3.0");
+    put(packing.path + "/evil/version", "evil");
+    pack(
+        "tar -cf CK9Wine3.0.tar --transform 's,^evil,ckwine.bundle,' evil/version && cp CK9Wine3.0.tar in.tar");
+    const std::string outer = "rm -rf out* ckwine.bundle && ln -s " + outside + " ckwine.bundle && ";
+    const std::pair<const char*, std::string> rows[] = {
+        {"CK9Wine3.0.tar.7z", "7za a -snl out.7z ckwine.bundle CK9Wine3.0.tar && mv out.7z out"},
+        {"CK9Wine3.0.tar", "tar -cf out ckwine.bundle in.tar"},
+        {"CK9Wine3.0.zip", "7za a -snl -tzip out.zip ckwine.bundle in.tar && mv out.zip out"},
+    };
+    for (const auto& [stored, command] : rows) {
+        SCOPED_TRACE(stored);
+        fs::remove_all(engines);
+        fs::remove_all(wrapper);
+        fs::create_directories(frameworks);
+        pack(outer + command);
+        put(engines + "/" + stored, get(packing.path + "/out"));
+        create([&](WrapperCreation& creation) {
+            if (creation.extractEngine("CK9Wine3.0", wrapper) == ExtractedEngine::failure) return;
+            EXPECT_FALSE(fs::is_symlink(bundle));
+        });
+        EXPECT_EQ(get(outside + "/version"), "mine");
+        EXPECT_EQ(namesIn(outside), Names{"version"});
+    }
+}
+
 TEST_F(EnginePreparation, AnArchiveCannotReachWhatLiesBesideItInTheStore) {
     // A zip file that holds a file of its own name, and of another engine's.
     put(packing.path + "/CK9Wine3.0.zip", "evil");
