@@ -87,6 +87,92 @@ std::string officialLinkOf(const std::string& engine) {
     return host().sites.caskery + "Engines/" + MVString::stringToWebStructure(engine) + ".tar.7z";
 }
 
+/// Moves an archive that can't be used to a name that no archive is looked for under, made of the one that it
+/// would have; the new path, or nothing after a reported error.
+std::optional<std::string> putAside(const std::string& archive, const std::string& name) {
+    std::string aside = name + ".damaged";
+    for (int number = 2; files::kindOf(aside) != files::Kind::none; ++number)
+        aside = name + ".damaged-" + std::to_string(number);
+    return MVFileManager::moveItemAtPath(archive, aside) ? std::optional(aside) : std::nullopt;
+}
+
+/// Puts the archives of that name aside that can't be used. False when one had to stay.
+bool leaveWholeArchives(const std::string& engine) {
+    for (const std::string& archive : storedArchivesOf(engine)) {
+        if (archives::isWhole(archive)) continue;
+        const auto aside = putAside(archive, archive);
+        if (!aside) return false;
+        MVAlert::showAlertErrorMessage(
+            localized("The archive %@ is damaged, or no archive at all. It is not used any more, and is now "
+                      "at %@.",
+                      {archive, *aside}));
+    }
+    return true;
+}
+
+/// The same for what the engine may be taken from, up to the first that is there.
+bool leaveWholeArchivesFor(const std::string& engine) {
+    const NSCaskeryEngine wanted(engine);
+    for (const std::string& name :
+         {engine, wanted.nameAfterConversion().value_or(engine),
+          NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine}) {
+        if (!leaveWholeArchives(name)) return false;
+        if (building::storedEngineArchive(name)) return true;
+    }
+    return true;
+}
+
+enum class Arrived { calledOff, damaged, stored };
+
+/// Downloads an archive, and puts it into the store when it is whole. A download that leaves no file counts
+/// as stored: what has become of it was told.
+Arrived download(WrapperCreation& creation, const std::string& link, const std::string& destination,
+                 const std::string& engine) {
+    const archives::UnpackingFolder arriving(".arriving");
+    if (arriving.path.empty()) return Arrived::calledOff;
+    const std::string arrived = files::join(arriving.path, files::lastComponent(destination));
+    if (!creation.downloadFileToPath(link, arrived, localized("engine %@", {engine})))
+        return Arrived::calledOff;
+    if (!MVFileManager::regularFileExistsAtPath(arrived)) return Arrived::stored;
+    if (!archives::isWhole(arrived)) {
+        const auto aside = putAside(arrived, destination);
+        MVAlert::showAlertErrorMessage(localized(
+            "What was downloaded as the engine %@ is damaged, or no archive at all (%@). Check your connection "
+            "and prepare the engine again, or put a whole archive at %@.",
+            {engine, aside.value_or(link), destination}));
+        return Arrived::damaged;
+    }
+    // Something of that name, but of no kind in which the engine is looked for.
+    if (files::kindOf(destination) != files::Kind::none && !putAside(destination, destination))
+        return Arrived::damaged;
+    return MVFileManager::moveItemAtPath(arrived, destination) ? Arrived::stored : Arrived::damaged;
+}
+
+Arrived downloadOfficial(WrapperCreation& creation, const std::string& engine) {
+    // The catalogue comes from outside as well, and the name becomes that of a file.
+    if (!isOfficialEngine(engine) || !placeInStore(engine)) return Arrived::calledOff;
+    return download(creation, officialLinkOf(engine) + building::cacheBuster(),
+                    WrapperCreation::localPathForOfficialEngine(engine), engine);
+}
+
+/// Copies the file that the user picks into the store. False when it is no archive, which the user is told;
+/// picking none is no failure.
+bool takeUsersArchive(const std::string& engine) {
+    const std::vector<std::string> chosen = MVAlert::chooseFiles(building::engineFilePanel(engine));
+    if (chosen.empty()) return true;
+    const auto destination = placeInStore(engine + "." + files::extension(chosen.front()));
+    if (!destination) return true;
+    const std::string archive = files::resolved(chosen.front()).value_or(chosen.front());
+    if (!archives::isWhole(archive)) {
+        MVAlert::showAlertErrorMessage(localized(
+            "%@ is damaged, or no archive at all: it can't be used as the engine %@.", {archive, engine}));
+        return false;
+    }
+    // Half an archive in the store would be taken for the engine from then on.
+    static_cast<void>(archives::copyWhole(archive, *destination));
+    return true;
+}
+
 /// What the user answered to the search for an engine: a link, a file that is in the store now, or nothing at
 /// all.
 struct EngineAnswer {
@@ -94,20 +180,19 @@ struct EngineAnswer {
     std::string link = {};
 };
 
-EngineAnswer askForFile(WrapperCreation& creation, const std::string& engine, building::SiteIs site) {
+EngineAnswer askForFile(const std::string& engine, building::SiteIs site) {
     if (MVAlert::isAnsweredYes(building::engineFileDialog(engine, site))) {
-        creation.getLocalCustomEngine(engine);
-        return {EngineAnswer::Kind::file};
+        return {takeUsersArchive(engine) ? EngineAnswer::Kind::file : EngineAnswer::Kind::givenUp};
     }
     MVAlert::showAlertErrorMessage(localized("Port creation will fail! The engine isn't available!"));
     return {EngineAnswer::Kind::givenUp};
 }
 
-EngineAnswer askForEngine(WrapperCreation& creation, const std::string& engine) {
+EngineAnswer askForEngine(const std::string& engine) {
     for (;;) {
-        if (!building::siteIsReachable()) return askForFile(creation, engine, building::SiteIs::offline);
+        if (!building::siteIsReachable()) return askForFile(engine, building::SiteIs::offline);
         if (!MVAlert::isAnsweredYes(building::engineLinkDialog(engine))) {
-            return askForFile(creation, engine, building::SiteIs::reachable);
+            return askForFile(engine, building::SiteIs::reachable);
         }
         const auto link =
             MVAlert::inputDialogWithMessage(localized("Paste here the engine download link"), "");
@@ -156,10 +241,9 @@ std::vector<std::string> unpackedOnce(const std::string& file, const std::string
     return entries;
 }
 
-/// Unpacks the archive, and what comes out of it, each in a folder of its own, until the engine is there; the
-/// engine's path.
-std::optional<std::string> unpackedInLevels(const std::string& archive,
-                                            const archives::UnpackingFolder& unpacking) {
+/// Unpacks the archive, and what comes out of it, each in a folder of its own in the place, until the engine is
+/// there; the engine's path.
+std::optional<std::string> unpackedInLevels(const std::string& archive, const std::string& place) {
     const auto isBundle = [](const std::string& path) {
         // A link instead of the folder would make the wrapper run what lies elsewhere.
         return files::lastComponent(path) == bundleName && files::kindOf(path) == files::Kind::folder;
@@ -169,7 +253,7 @@ std::optional<std::string> unpackedInLevels(const std::string& archive,
         host().creation.throwIfRequested();
         std::vector<std::string> next;
         for (const std::string& file : level) {
-            const std::string folder = unpacking.level();
+            const std::string folder = archives::freshFolder(place);
             if (folder.empty()) return std::nullopt;
             auto files = unpackedOnce(file, folder);
             next.insert(next.end(), files.begin(), files.end());
@@ -183,8 +267,8 @@ std::optional<std::string> unpackedInLevels(const std::string& archive,
 
 /// The engine's path; an empty one when the archive is whole and holds none. Nothing when it is not whole.
 std::optional<std::string> unpackedOfficialArchive(const std::string& archive, const std::string& engine,
-                                                   const archives::UnpackingFolder& unpacking) {
-    const std::string outer = unpacking.level(), inner = unpacking.level();
+                                                   const std::string& place) {
+    const std::string outer = archives::freshFolder(place), inner = archives::freshFolder(place);
     if (outer.empty() || inner.empty()) return std::nullopt;
     const auto tar = archives::unpackedTar(archive, {engine + ".tar"}, outer);
     if (!tar) return std::nullopt;
@@ -253,13 +337,10 @@ bool building::storedEngineRuns(const std::string& engine, Machine machine) {
     const auto archive = storedEngineArchive(engine);
     const PassingFolder folder;
     if (!archive || folder.path.empty()) return true;
-    if (*archive == WrapperCreation::localPathForOfficialEngine(engine)) {
-        static_cast<void>(unpackOfficialArchive(*archive, engine, folder.path));
-    } else {
-        unpackInLevels(*archive, folder.path);
-    }
-    const std::string bundle = files::join(folder.path, bundleName);
-    return files::kindOf(bundle) != files::Kind::folder || engineRuns(bundle, machine);
+    const bool isOfficial = *archive == WrapperCreation::localPathForOfficialEngine(engine);
+    const auto bundle = isOfficial ? unpackedOfficialArchive(*archive, engine, folder.path)
+                                   : unpackedInLevels(*archive, folder.path);
+    return !bundle || bundle->empty() || engineRuns(*bundle, machine);
 }
 
 std::string building::engineForWrapper(const std::string& engine, const std::string& wrapper) {
@@ -311,21 +392,27 @@ bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std
         !MVFileManager::createDirectoryAtPath(layout::enginesFolder(), IntermediateFolders::yes)) {
         return false;
     }
+    // Without 7-Zip every archive would pass for a damaged one.
+    if (!archives::archiveToolWorks("7z") || !leaveWholeArchivesFor(engine)) return false;
     for (const building::EngineSource& source : building::engineSources(engine, customLink)) {
-        const bool isThere = source.kind == building::EngineSource::Kind::stored;
-        const bool isOfficial = source.kind == building::EngineSource::Kind::official;
-        if (!isThere && !(isOfficial && downloadOfficialEngine(source.engine))) continue;
+        using Kind = building::EngineSource::Kind;
+        if (source.kind != Kind::stored && source.kind != Kind::official) continue;
+        if (source.kind == Kind::official) {
+            const Arrived arrived = downloadOfficial(*this, source.engine);
+            if (arrived == Arrived::damaged) return false;
+            if (arrived == Arrived::calledOff) continue;
+        }
         NSCaskeryEngine(source.engine).convertOldEngine();
         return true;
     }
     if (!customLink) {
-        const EngineAnswer answer = askForEngine(*this, engine);
+        const EngineAnswer answer = askForEngine(engine);
         if (answer.kind != EngineAnswer::Kind::link) return answer.kind == EngineAnswer::Kind::file;
         customLink = answer.link;
     }
     if (customLink->empty()) return true;
     const auto destination = placeInStore(engine + "." + extensionOfLink(*customLink));
-    return destination && downloadFileToPath(*customLink, *destination, localized("engine %@", {engine}));
+    return destination && download(*this, *customLink, *destination, engine) == Arrived::stored;
 }
 
 std::string WrapperCreation::localPathForOfficialEngine(const std::string& engine) {
@@ -333,20 +420,11 @@ std::string WrapperCreation::localPathForOfficialEngine(const std::string& engin
 }
 
 bool WrapperCreation::downloadOfficialEngine(const std::string& engine) {
-    // The catalogue comes from outside as well, and the name becomes that of a file.
-    if (!isOfficialEngine(engine) || !placeInStore(engine)) return false;
-    return downloadFileToPath(officialLinkOf(engine) + building::cacheBuster(),
-                              localPathForOfficialEngine(engine), localized("engine %@", {engine}));
+    return downloadOfficial(*this, engine) == Arrived::stored;
 }
 
 bool WrapperCreation::getLocalCustomEngine(const std::string& engine) {
-    const std::vector<std::string> chosen = MVAlert::chooseFiles(building::engineFilePanel(engine));
-    if (chosen.empty()) return true;
-    if (const auto destination = placeInStore(engine + "." + files::extension(chosen.front()))) {
-        // Half an archive in the store would be taken for the engine from then on.
-        static_cast<void>(
-            archives::copyWhole(files::resolved(chosen.front()).value_or(chosen.front()), *destination));
-    }
+    static_cast<void>(takeUsersArchive(engine));
     return true;
 }
 
@@ -368,7 +446,7 @@ ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const 
     std::optional<std::string> bundle;
     if (isOfficial) {
         if (!freshFolder()) return ExtractedEngine::failure;
-        bundle = unpackedOfficialArchive(official, engine, *unpacking);
+        bundle = unpackedOfficialArchive(official, engine, unpacking->path);
         if (!bundle) {
             reportCorruptedEngine(*place);
             MVThread::dispatchBlockInMainQueue(
@@ -378,7 +456,7 @@ ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const 
     }
     for (const std::string& archive : isOfficial ? std::vector<std::string>() : storedArchivesOf(engine)) {
         if (!freshFolder()) return ExtractedEngine::failure;
-        bundle = unpackedInLevels(archive, *unpacking);
+        bundle = unpackedInLevels(archive, unpacking->path);
         if (bundle) break;
     }
     if (!bundle || bundle->empty()) {

@@ -166,7 +166,8 @@ WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(cons
     const archives::UnpackingFolder unpacking;
     if (unpacking.path.empty()) return UnpackedMasterWrapper::failed;
 
-    const std::string outer = unpacking.level(), inner = unpacking.level();
+    const std::string outer = archives::freshFolder(unpacking.path),
+                      inner = archives::freshFolder(unpacking.path);
     if (outer.empty() || inner.empty()) return UnpackedMasterWrapper::failed;
     const auto tar =
         archives::unpackedTar(masterArchive(version), {version + ".tar", version + ".app.tar"}, outer);

@@ -158,7 +158,7 @@ bool unpack(const std::string& tool, const std::string& archive, const std::stri
 
 bool isWhole(const std::string& archive) {
     return files::kindBehind(archive) == files::Kind::file &&
-           endedWell(archiveTool("7z"), "/", arguments("t", {}, archive));
+           endedWell(archiveTool("7z"), "/", arguments("t", {"-bso0", "-bse0", "-bsp0"}, archive));
 }
 
 void tame(const std::string& folder) {
@@ -189,8 +189,8 @@ UnpackingFolder::~UnpackingFolder() {
     if (!path.empty()) static_cast<void>(files::remove(path));
 }
 
-std::string UnpackingFolder::level() const {
-    auto made = files::createTemporaryFolder(path, "level-");
+std::string freshFolder(const std::string& parent) {
+    auto made = files::createTemporaryFolder(parent, "level-");
     if (const Failure* failure = failureOf(made)) {
         MVAlert::showAlertErrorMessage(localized("Error while creating folder: %@", {failure->message}));
         return "";

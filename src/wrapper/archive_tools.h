@@ -46,6 +46,10 @@ void tame(const std::string& folder);
                                                      const std::vector<std::string>& names,
                                                      const std::string& folder);
 
+/// A fresh folder inside the other, for one archive alone: what an outer archive has left leads no inner one
+/// astray. Empty after a reported error.
+[[nodiscard]] std::string freshFolder(const std::string& parent);
+
 /// A fresh folder of the wrapper technology's support folder, to unpack in: what an archive holds beside the
 /// expected can't overwrite anything there, and half of a wrapper is never taken for one. Removed at the end.
 class UnpackingFolder {
@@ -56,10 +60,6 @@ class UnpackingFolder {
     ~UnpackingFolder();
     UnpackingFolder(const UnpackingFolder&) = delete;
     UnpackingFolder& operator=(const UnpackingFolder&) = delete;
-
-    /// A fresh folder inside, for one archive alone: what an outer archive has left leads no inner one astray.
-    /// Empty after a reported error.
-    [[nodiscard]] std::string level() const;
 
     std::string path;
 };
