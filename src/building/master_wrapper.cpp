@@ -106,6 +106,8 @@ MasterWrapperSource WrapperCreation::masterWrapperSource() const {
     const bool canAsk = newestCaskery && building::siteIsReachable();
     const auto& version = canAsk ? newestCaskery : currentCaskery;
     if (isOnDisk(version)) return {Kind::onDisk, masterWrapper(*version)};
+    // A cancelled unpacking has left it.
+    if (canAsk && archives::isWhole(masterArchive(*version))) return {Kind::archive, masterArchive(*version)};
     if (canAsk) {
         return {Kind::download, host().sites.caskery + "Wrapper/" +
                                     MVString::stringToWebStructure(*newestCaskery) + ".app.tar.7z"};
@@ -137,10 +139,18 @@ bool WrapperCreation::updateCaskery() {
         if (source.kind == MasterWrapperSource::Kind::download) {
             setMessage(localized("Updating Caskery Master Wrapper..."));
             const std::string archive = masterArchive(*newestCaskery);
+            // What lies there is no use, or it would have been taken: nobody needs to be asked about it.
+            if (files::kindOf(archive) != files::Kind::none) {
+                // Without 7-Zip, nothing could be said of it.
+                if (!archives::archiveToolWorks("7z")) return failed(std::nullopt);
+                MVFileManager::removeItemAtPath(archive);
+            }
             downloadFile(source.place + building::cacheBuster(), archive, Silence::no);
             // The old master wrapper stays until the new one has been unpacked: the archive may be broken,
             // and then the user would be left without any.
             if (MVFileManager::regularFileExistsAtPath(archive)) currentCaskery = newestCaskery;
+        } else if (newestCaskery && source.place == masterArchive(*newestCaskery)) {
+            currentCaskery = newestCaskery;
         }
         if (!currentCaskery || !MVFileManager::regularFileExistsAtPath(masterArchive(*currentCaskery))) {
             return failed(localized("Caskery Master Wrapper download failed!"));
