@@ -166,14 +166,17 @@ Dialog NSCaskeryEngine::conversionDialog() {
         "Convert Old Engine", true);
 }
 
+bool NSCaskeryEngine::offersConversion() const {
+    return nameAfterConversion() && isWorthConverting(engine) &&
+           MVFileManager::regularFileExistsAtPath(files::join(layout::enginesFolder(), engine + ".tar.7z"));
+}
+
 void NSCaskeryEngine::convertOldEngine() {
     const auto newName = nameAfterConversion();
     if (!newName || !isWorthConverting(engine) || !staysInEnginesFolder(engine) ||
-        !staysInEnginesFolder(*newName)) {
+        !staysInEnginesFolder(*newName) || !offersConversion()) {
         return;
     }
-    if (!MVFileManager::regularFileExistsAtPath(files::join(layout::enginesFolder(), engine + ".tar.7z")))
-        return;
     if (!MVAlert::isAnsweredYes(conversionDialog()) || !archives::archiveToolWorks("7za")) return;
     const archives::UnpackingFolder folder;
     if (folder.path.empty()) return;
