@@ -96,10 +96,17 @@ std::optional<std::string> putAside(const std::string& archive, const std::strin
     return MVFileManager::moveItemAtPath(archive, aside) ? std::optional(aside) : std::nullopt;
 }
 
-/// Puts the archives of that name aside that can't be used. False when one had to stay.
+/// Puts the archives of that name aside that can't be used. False when one had to stay. Beside an official
+/// one, no other is used.
 bool leaveWholeArchives(const std::string& engine) {
-    for (const std::string& archive : storedArchivesOf(engine)) {
-        if (archives::isWhole(archive)) continue;
+    const std::string official = WrapperCreation::localPathForOfficialEngine(engine);
+    std::vector<std::string> stored = storedArchivesOf(engine);
+    std::ranges::stable_partition(stored, [&](const auto& archive) { return archive == official; });
+    for (const std::string& archive : stored) {
+        if (archives::isWhole(archive)) {
+            if (archive == official) return true;
+            continue;
+        }
         const auto aside = putAside(archive, archive);
         if (!aside) return false;
         MVAlert::showAlertErrorMessage(

@@ -169,9 +169,10 @@ TEST_F(EnginePreparation, OnlyAWholeArchiveEntersTheStore) {
     for (const std::string& body : {std::string("<html>Log in</html>"), short7z, flipped}) {
         fs::remove_all(engines);
         site.answer("/Engines/CK9Wine3.0.tar.7z", {.body = body});
-        ui.expectError("What was downloaded as the engine CK9Wine3.0 is damaged, or no archive at all (" + name +
-                       ".damaged). Check your connection and prepare the engine again, or put a whole archive at " +
-                       name + ".");
+        ui.expectError(
+            "What was downloaded as the engine CK9Wine3.0 is damaged, or no archive at all (" + name +
+            ".damaged). Check your connection and prepare the engine again, or put a whole archive at " +
+            name + ".");
         expectPrepared(false);
         EXPECT_EQ(namesIn(engines), Names{"CK9Wine3.0.tar.7z.damaged"});
         site.answer("/files/Engine.zip", {.body = body});
