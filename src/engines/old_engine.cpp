@@ -173,10 +173,8 @@ bool NSCaskeryEngine::offersConversion() const {
 
 void NSCaskeryEngine::convertOldEngine() {
     const auto newName = nameAfterConversion();
-    if (!newName || !isWorthConverting(engine) || !staysInEnginesFolder(engine) ||
-        !staysInEnginesFolder(*newName) || !offersConversion()) {
+    if (!newName || !offersConversion() || !staysInEnginesFolder(engine) || !staysInEnginesFolder(*newName))
         return;
-    }
     if (!MVAlert::isAnsweredYes(conversionDialog()) || !archives::archiveToolWorks("7za")) return;
     const archives::UnpackingFolder folder;
     if (folder.path.empty()) return;

@@ -104,6 +104,7 @@ TEST_F(Plan, TellsWhatTheBuildTakesAndMakesNothing) {
     // A component's engine that nobody has, then what this port needs from the user, by their real titles.
     EXPECT_EQ(asked(questionsOf(plan)),
               (Names{"License Agreement=I Agree", "Warning=Install it anyway", "Warning=Yes",
+                     "Error=Yes", "Select the installer=Origin installer",
                      "Select the file patch.exe=patch.exe", "Warning=No", "Warning=Yes",
                      "Select the engine CK9Wine4.0=the archive of the engine"}))
         << shown(plan, option);
