@@ -336,9 +336,8 @@ class Planner {
     void addManualInstallation(const std::string& client) {
         const std::string yes = localized("Yes"), what = localized("%@ installer", {client});
         ForeseenQuestion nothing{.shown = building::noInstallerDialog(), .answer = yes};
-        ForeseenQuestion installer{.shown = building::installerPanel(""),
-                                   .answer = what,
-                                   .branches = {{"", {std::move(nothing)}}}};
+        ForeseenQuestion installer{
+            .shown = building::installerPanel(""), .answer = what, .branches = {{"", {std::move(nothing)}}}};
         ForeseenQuestion without{.shown = building::withoutClientDialog(client), .answer = yes};
         ask({.shown = building::manualClientDialog(client),
              .answer = yes,

@@ -152,7 +152,8 @@ bool WrapperCreation::installDRM(const std::string& client, const std::string& u
             setSubtitle("");
         }
         tellOfNoAddress();
-        if (!isInstalled() && MVAlert::isAnsweredYes(building::manualClientDialog(client))) installApp(std::nullopt, std::nullopt, port);
+        if (!isInstalled() && MVAlert::isAnsweredYes(building::manualClientDialog(client)))
+            installApp(std::nullopt, std::nullopt, port);
         if (isInstalled()) {
             // A file that was there before, and that the user took instead, is not ours to delete.
             if (downloaded) removeFileOrLink(*installer);

@@ -103,10 +103,9 @@ TEST_F(Plan, TellsWhatTheBuildTakesAndMakesNothing) {
     EXPECT_TRUE(plan.spaceFree);
     // A component's engine that nobody has, then what this port needs from the user, by their real titles.
     EXPECT_EQ(asked(questionsOf(plan)),
-              (Names{"License Agreement=I Agree", "Warning=Install it anyway", "Warning=Yes",
-                     "Error=Yes", "Select the installer=Origin installer",
-                     "Select the file patch.exe=patch.exe", "Warning=No", "Warning=Yes",
-                     "Select the engine CK9Wine4.0=the archive of the engine"}))
+              (Names{"License Agreement=I Agree", "Warning=Install it anyway", "Warning=Yes", "Error=Yes",
+                     "Select the installer=Origin installer", "Select the file patch.exe=patch.exe",
+                     "Warning=No", "Warning=Yes", "Select the engine CK9Wine4.0=the archive of the engine"}))
         << shown(plan, option);
     EXPECT_NE(shown(plan, option).find("question: Select the file patch.exe\n             the option\n"),
               std::string::npos);
