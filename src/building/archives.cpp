@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <system_error>
 
@@ -12,7 +13,6 @@
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "foundation/safe_paths.h"
-#include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -74,61 +74,86 @@ std::vector<std::string> entriesOf(const std::string& folder) {
                                        : std::get<std::vector<std::string>>(std::move(names));
 }
 
-/// Removes the links that lead out of the unpacked folder, and lets its folders be moved, which the archive's
-/// own permissions may forbid.
-void tame(const std::string& folder, const std::string& root) {
-    using std::filesystem::perms;
-    std::error_code ignored;
-    std::filesystem::permissions(folder, perms::owner_all, std::filesystem::perm_options::add, ignored);
-    for (const std::string& name : entriesOf(folder)) {
-        const std::string path = files::join(folder, name);
-        const auto kind = files::kindOf(path);
-        if (kind == files::Kind::folder) tame(path, root);
-        if (kind != files::Kind::link) continue;
-        const auto destination = files::destinationOfLink(path);
-        const auto* text = std::get_if<std::string>(&destination);
-        if (text == nullptr || text->starts_with("/") || !staysInside(root, path))
-            static_cast<void>(files::remove(path));
-    }
-}
+/// The way of what was unpacked to its folder: in place of files of the same names; folders are joined. What
+/// a link of the folder would lead out of it stays behind, and so does what meets an entry of another kind, as
+/// the tool itself leaves that.
+class Arrival {
+  public:
+    Arrival(std::string unpacked, std::string folder)
+        : unpacked_(std::move(unpacked)), folder_(std::move(folder)) {}
 
-/// Moves the entries into the folder, in place of files of the same names; folders are joined. What a link of
-/// the folder would lead out of `root` stays behind, and so does what meets an entry of another kind, as the
-/// tool itself leaves that. The first path that a link has kept back.
-std::optional<std::string> moveInto(const std::string& unpacked, const std::string& folder,
-                                    const std::string& root) {
-    std::optional<std::string> kept;
-    for (const std::string& name : entriesOf(unpacked)) {
-        host().creation.throwIfRequested();
-        const std::string from = files::join(unpacked, name), to = files::join(folder, name);
-        const bool isFolder = files::kindOf(from) == files::Kind::folder;
-        const auto there = files::kindOf(to);
-        if (isFolder && files::kindBehind(to) == files::Kind::folder) {
-            const auto blocked = staysInside(root, to) ? moveInto(from, to, root) : std::optional(to);
-            if (!kept) kept = blocked;
-            continue;
+    /// How many files of the folder would be replaced.
+    [[nodiscard]] std::size_t replacedFiles() {
+        std::size_t count = 0;
+        walk(unpacked_, folder_, [&count](const std::string&, const std::string& to) {
+            if (files::kindOf(to) != files::Kind::none) ++count;
+        });
+        return count;
+    }
+    void move(Replacing replacing) {
+        walk(unpacked_, folder_, [replacing](const std::string& from, const std::string& to) {
+            if (replacing == Replacing::no && files::kindOf(to) != files::Kind::none) return;
+            if (removeFileOrLink(to)) MVFileManager::moveItemAtPath(from, to);
+        });
+        if (!blocked_) return;
+        MVAlert::showAlertErrorMessage(
+            localized("\"%@\" was not unpacked: a link leads out of its folder.", {*blocked_}));
+    }
+
+  private:
+    /// Calls the work for each entry that can go to its place.
+    void walk(const std::string& unpacked, const std::string& folder,
+              const std::function<void(const std::string& from, const std::string& to)>& work) {
+        for (const std::string& name : entriesOf(unpacked)) {
+            host().creation.throwIfRequested();
+            const std::string from = files::join(unpacked, name), to = files::join(folder, name);
+            const bool isFolder = files::kindOf(from) == files::Kind::folder;
+            const auto there = files::kindOf(to);
+            if (isFolder && files::kindBehind(to) == files::Kind::folder) {
+                if (staysInside(folder_, to)) {
+                    walk(from, to, work);
+                } else if (!blocked_) {
+                    blocked_ = to;
+                }
+            } else if (there == files::Kind::none || (!isFolder && there != files::Kind::folder)) {
+                work(from, to);
+            }
         }
-        if (there != files::Kind::none && (isFolder || there == files::Kind::folder)) continue;
-        if (removeFileOrLink(to)) MVFileManager::moveItemAtPath(from, to);
     }
-    return kept;
+
+    const std::string unpacked_, folder_;
+    std::optional<std::string> blocked_;  ///< the first path that a link has kept back
+};
+
+/// A name beside the archive that nothing has yet: "Patch" for "Patch.zip", or "Patch 2".
+std::string freeFolderBeside(const std::string& archive) {
+    const std::string name = files::withoutExtension(archive);
+    std::string folder = name;
+    for (int number = 2; files::kindOf(folder) != files::Kind::none; ++number)
+        folder = name + " " + std::to_string(number);
+    return folder;
 }
 
-/// The tool's arguments for an archive. It would take "*" and "?" in the path for a pattern, and unpack
-/// whatever else of the user's fits.
-std::vector<std::string> unpackingArguments(const std::string& archive) {
-    std::vector<std::string> arguments{"x", "-y"};
-    if (archive.find_first_of("*?") != std::string::npos) arguments.emplace_back("-spd");
-    // A name that begins with "-" or "@" would be no name: a whole path begins with "/".
-    std::error_code ignored;
-    arguments.push_back(std::filesystem::absolute(archive, ignored).string());
-    return arguments;
-}
+/// A folder that goes at the end, unless something is in it.
+class PassingFolder {
+  public:
+    explicit PassingFolder(std::string path) : path_(std::move(path)) {}
+    ~PassingFolder() {
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+    }
+    PassingFolder(const PassingFolder&) = delete;
+    PassingFolder& operator=(const PassingFolder&) = delete;
+
+  private:
+    const std::string path_;
+};
 
 }  // namespace
 
 std::vector<std::string> WrapperCreation::extractFileToFolder(const std::string& archive,
-                                                              const std::optional<std::string>& folder) {
+                                                              const std::optional<std::string>& folder,
+                                                              Replacing replacing) {
     if (!folder) return {};
     if (folder->empty()) return {archive};
     if (!MVFileManager::directoryExistsAtPath(*folder))
@@ -142,17 +167,35 @@ std::vector<std::string> WrapperCreation::extractFileToFolder(const std::string&
     {
         const UnpackingPlace place(*folder);
         if (place.path.empty()) return {};
-        MVTask::runProgram(archives::archiveTool(tool), place.path, unpackingArguments(archive), Wait::no);
-        tame(place.path, place.path);
-        if (const auto kept = moveInto(place.path, *folder, *folder)) {
-            MVAlert::showAlertErrorMessage(
-                localized("\"%@\" was not unpacked: a link leads out of its folder.", {*kept}));
+        // What can be had of an archive that is not whole is taken.
+        static_cast<void>(archives::unpack(tool, archive, place.path, {"-y"}));
+        Arrival arrival(place.path, *folder);
+        const std::size_t replaced = replacing == Replacing::ask ? arrival.replacedFiles() : 0;
+        if (replaced > 0) {
+            replacing =
+                MVAlert::showBooleanAlertMessage(
+                    localized("The archive %@ holds %@ of the files that are already in the %@ folder. "
+                              "Do you want to replace them?",
+                              {files::lastComponent(archive), std::to_string(replaced), *folder}),
+                    "Warning", false)
+                    ? Replacing::yes
+                    : Replacing::no;
         }
+        arrival.move(replacing);
     }
     std::vector<std::string> added;
     for (const std::string& entry : MVFileManager::contentsOfDirectoryAtPath(*folder))
         if (!before.contains(entry)) added.push_back(files::join(*folder, entry));
     return added;
+}
+
+std::vector<std::string> WrapperCreation::extractFileApart(const std::string& archive) {
+    if (kindOfArchive(archive) == nullptr) return {archive};
+    if (!MVFileManager::regularFileExistsAtPath(archive)) return {};
+    const std::string folder = freeFolderBeside(archive);
+    if (!MVFileManager::createDirectoryAtPath(folder, IntermediateFolders::no)) return {};
+    const PassingFolder passing(folder);
+    return extractFileToFolder(archive, folder);
 }
 
 std::vector<std::string> WrapperCreation::extractFile(const std::string& archive) {

@@ -157,7 +157,7 @@ class Planner {
         switch (first.kind) {
             case Source::Kind::stored:
                 stage().present.push_back(first.place);
-                if (NSCaskeryEngine(first.engine).nameAfterConversion()) {
+                if (NSCaskeryEngine(first.engine).offersConversion()) {
                     ask({.shown = NSCaskeryEngine::conversionDialog(), .answer = localized("Yes")});
                 }
                 plan_.spaceNeeded += unpackingRatio * files::size(first.place).value_or(0);
@@ -325,9 +325,24 @@ class Planner {
                                                              store_clients::proofOnDriveC(client, wrapper_));
         if (isThere) {
             stage().present.push_back(client.name);
+        } else if (client.link.empty()) {
+            stage().actions.push_back(store_clients::noAddressOf(client.name));
+            addManualInstallation(client.name);
         } else {
             download(localized("%@ installer", {client.name}), client.link);
         }
+    }
+
+    void addManualInstallation(const std::string& client) {
+        const std::string yes = localized("Yes"), what = localized("%@ installer", {client});
+        ForeseenQuestion nothing{.shown = building::noInstallerDialog(), .answer = yes};
+        ForeseenQuestion installer{
+            .shown = building::installerPanel(""), .answer = what, .branches = {{"", {std::move(nothing)}}}};
+        ForeseenQuestion without{.shown = building::withoutClientDialog(client), .answer = yes};
+        ask({.shown = building::manualClientDialog(client),
+             .answer = yes,
+             .branches = {{yes, {std::move(installer)}}, {localized("No"), {std::move(without)}}}});
+        stage().supplies.push_back(what);
     }
 
     void addExtraFiles(const std::string& title, const std::vector<ExtraFileEntry>& entries) {

@@ -87,6 +87,99 @@ std::string officialLinkOf(const std::string& engine) {
     return host().sites.caskery + "Engines/" + MVString::stringToWebStructure(engine) + ".tar.7z";
 }
 
+/// Moves an archive that can't be used to a name that no archive is looked for under, made of the one that it
+/// would have; the new path, or nothing after a reported error.
+std::optional<std::string> putAside(const std::string& archive, const std::string& name) {
+    std::string aside = name + ".damaged";
+    for (int number = 2; files::kindOf(aside) != files::Kind::none; ++number)
+        aside = name + ".damaged-" + std::to_string(number);
+    return MVFileManager::moveItemAtPath(archive, aside) ? std::optional(aside) : std::nullopt;
+}
+
+/// Puts the archives of that name aside that can't be used. False when one had to stay. Beside an official
+/// one, no other is used.
+bool leaveWholeArchives(const std::string& engine) {
+    const std::string official = WrapperCreation::localPathForOfficialEngine(engine);
+    std::vector<std::string> stored = storedArchivesOf(engine);
+    std::ranges::stable_partition(stored, [&](const auto& archive) { return archive == official; });
+    for (const std::string& archive : stored) {
+        if (archives::isWhole(archive)) {
+            if (archive == official) return true;
+            continue;
+        }
+        const auto aside = putAside(archive, archive);
+        if (!aside) return false;
+        MVAlert::showAlertErrorMessage(
+            localized("The archive %@ is damaged, or no archive at all. It is not used any more, and is now "
+                      "at %@.",
+                      {archive, *aside}));
+    }
+    return true;
+}
+
+/// The same for what the engine may be taken from, up to the first that is there.
+bool leaveWholeArchivesFor(const std::string& engine) {
+    const NSCaskeryEngine wanted(engine);
+    for (const std::string& name :
+         {engine, wanted.nameAfterConversion().value_or(engine),
+          NSCaskeryEngine(engine).updateToMostRecentVersionForPortType("Caskery").engine}) {
+        if (!leaveWholeArchives(name)) return false;
+        if (building::storedEngineArchive(name)) return true;
+    }
+    return true;
+}
+
+enum class Arrived { calledOff, damaged, stored };
+
+/// Downloads an archive, and puts it into the store when it is whole. A download that leaves no file counts
+/// as stored: what has become of it was told.
+Arrived download(WrapperCreation& creation, const std::string& link, const std::string& destination,
+                 const std::string& engine) {
+    const archives::UnpackingFolder arriving(".arriving");
+    if (arriving.path.empty()) return Arrived::calledOff;
+    const std::string arrived = files::join(arriving.path, files::lastComponent(destination));
+    if (!creation.downloadFileToPath(link, arrived, localized("engine %@", {engine})))
+        return Arrived::calledOff;
+    if (!MVFileManager::regularFileExistsAtPath(arrived)) return Arrived::stored;
+    if (!archives::isWhole(arrived)) {
+        const auto aside = putAside(arrived, destination);
+        MVAlert::showAlertErrorMessage(localized(
+            "What was downloaded as the engine %@ is damaged, or no archive at all (%@). Check your connection "
+            "and prepare the engine again, or put a whole archive at %@.",
+            {engine, aside.value_or(link), destination}));
+        return Arrived::damaged;
+    }
+    // Something of that name, but of no kind in which the engine is looked for.
+    if (files::kindOf(destination) != files::Kind::none && !putAside(destination, destination))
+        return Arrived::damaged;
+    return MVFileManager::moveItemAtPath(arrived, destination) ? Arrived::stored : Arrived::damaged;
+}
+
+Arrived downloadOfficial(WrapperCreation& creation, const std::string& engine) {
+    // The catalogue comes from outside as well, and the name becomes that of a file.
+    if (!isOfficialEngine(engine) || !placeInStore(engine)) return Arrived::calledOff;
+    return download(creation, officialLinkOf(engine) + building::cacheBuster(),
+                    WrapperCreation::localPathForOfficialEngine(engine), engine);
+}
+
+/// Copies the file that the user picks into the store. False when it is no archive, which the user is told;
+/// picking none is no failure.
+bool takeUsersArchive(const std::string& engine) {
+    const std::vector<std::string> chosen = MVAlert::chooseFiles(building::engineFilePanel(engine));
+    if (chosen.empty()) return true;
+    const auto destination = placeInStore(engine + "." + files::extension(chosen.front()));
+    if (!destination) return true;
+    const std::string archive = files::resolved(chosen.front()).value_or(chosen.front());
+    if (!archives::isWhole(archive)) {
+        MVAlert::showAlertErrorMessage(localized(
+            "%@ is damaged, or no archive at all: it can't be used as the engine %@.", {archive, engine}));
+        return false;
+    }
+    // Half an archive in the store would be taken for the engine from then on.
+    static_cast<void>(archives::copyWhole(archive, *destination));
+    return true;
+}
+
 /// What the user answered to the search for an engine: a link, a file that is in the store now, or nothing at
 /// all.
 struct EngineAnswer {
@@ -94,20 +187,19 @@ struct EngineAnswer {
     std::string link = {};
 };
 
-EngineAnswer askForFile(WrapperCreation& creation, const std::string& engine, building::SiteIs site) {
+EngineAnswer askForFile(const std::string& engine, building::SiteIs site) {
     if (MVAlert::isAnsweredYes(building::engineFileDialog(engine, site))) {
-        creation.getLocalCustomEngine(engine);
-        return {EngineAnswer::Kind::file};
+        return {takeUsersArchive(engine) ? EngineAnswer::Kind::file : EngineAnswer::Kind::givenUp};
     }
     MVAlert::showAlertErrorMessage(localized("Port creation will fail! The engine isn't available!"));
     return {EngineAnswer::Kind::givenUp};
 }
 
-EngineAnswer askForEngine(WrapperCreation& creation, const std::string& engine) {
+EngineAnswer askForEngine(const std::string& engine) {
     for (;;) {
-        if (!building::siteIsReachable()) return askForFile(creation, engine, building::SiteIs::offline);
+        if (!building::siteIsReachable()) return askForFile(engine, building::SiteIs::offline);
         if (!MVAlert::isAnsweredYes(building::engineLinkDialog(engine))) {
-            return askForFile(creation, engine, building::SiteIs::reachable);
+            return askForFile(engine, building::SiteIs::reachable);
         }
         const auto link =
             MVAlert::inputDialogWithMessage(localized("Paste here the engine download link"), "");
@@ -136,56 +228,60 @@ bool isTar(const std::string& path) {
     return file && std::string_view(magic.data(), magic.size()) == "ustar";
 }
 
-/// What unpacking one file of a level gives; the file itself when it is no archive.
-std::vector<std::string> unpackedOnce(const std::string& file) {
+/// What unpacking one file of a level gives, in the fresh folder; the file itself when it is no archive.
+std::vector<std::string> unpackedOnce(const std::string& file, const std::string& folder) {
     // Anything but a file could block whoever opens it.
     if (files::kindBehind(file) != files::Kind::file) return {file};
     const bool tar = isTar(file);
     if (!tar && !isFurtherKind(MVString::lowercased(files::extension(file)))) {
-        return WrapperCreation::extractFile(file);
+        return WrapperCreation::extractFileToFolder(file, folder);
     }
-    const std::string folder = files::parent(file);
-    const auto before = MVFileManager::contentsOfDirectoryAtPath(folder);
     // The tar program keeps links and run bits, without which an engine does not start.
     if (tar) {
         if (!archives::unpackTar(file, folder)) return {};
-    } else if (!archives::endedWell(archives::archiveTool("7z"), folder, {"x", "-y", file})) {
+    } else if (!archives::unpack("7z", file, folder, {"-y"})) {
         return {};
     }
-    std::vector<std::string> added;
-    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(folder)) {
-        if (std::ranges::find(before, name) == before.end()) added.push_back(files::join(folder, name));
-    }
-    return added;
+    std::vector<std::string> entries;
+    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(folder))
+        entries.push_back(files::join(folder, name));
+    return entries;
 }
 
-/// Unpacks the archive into the folder, and what comes out of it, until the engine is there.
-void unpackInLevels(const std::string& archive, const std::string& folder) {
-    const std::string link = files::join(folder, files::lastComponent(archive));
-    if (!MVFileManager::createSymbolicLinkAtPath(link, archive)) return;
-    const std::string bundle = files::join(folder, bundleName);
-    std::vector<std::string> level{link};
+/// Unpacks the archive, and what comes out of it, each in a folder of its own in the place, until the engine is
+/// there; the engine's path.
+std::optional<std::string> unpackedInLevels(const std::string& archive, const std::string& place) {
+    const auto isBundle = [](const std::string& path) {
+        // A link instead of the folder would make the wrapper run what lies elsewhere.
+        return files::lastComponent(path) == bundleName && files::kindOf(path) == files::Kind::folder;
+    };
+    std::vector<std::string> level{archive};
     for (int depth = 0; depth < deepestNesting; ++depth) {
         host().creation.throwIfRequested();
         std::vector<std::string> next;
         for (const std::string& file : level) {
-            auto files = unpackedOnce(file);
+            const std::string folder = archives::freshFolder(place);
+            if (folder.empty()) return std::nullopt;
+            auto files = unpackedOnce(file, folder);
             next.insert(next.end(), files.begin(), files.end());
         }
-        if (next == level || std::ranges::find(next, bundle) != next.end()) return;
+        if (const auto bundle = std::ranges::find_if(next, isBundle); bundle != next.end()) return *bundle;
+        if (next == level) return std::nullopt;
         level = std::move(next);
     }
+    return std::nullopt;
 }
 
-bool unpackOfficialArchive(const std::string& archive, const std::string& engine, const std::string& folder) {
-    const std::string tar = files::join(folder, engine + ".tar");
-    if (!archives::endedWell(archives::archiveTool("7za"), folder, {"x", archive}) ||
-        files::kindOf(tar) != files::Kind::file) {
-        return false;
-    }
-    static_cast<void>(archives::unpackTar(tar, folder));
-    MVFileManager::removeItemAtPath(tar);
-    return true;
+/// The engine's path; an empty one when the archive is whole and holds none. Nothing when it is not whole.
+std::optional<std::string> unpackedOfficialArchive(const std::string& archive, const std::string& engine,
+                                                   const std::string& place) {
+    const std::string outer = archives::freshFolder(place), inner = archives::freshFolder(place);
+    if (outer.empty() || inner.empty()) return std::nullopt;
+    const auto tar = archives::unpackedTar(archive, {engine + ".tar"}, outer);
+    if (!tar) return std::nullopt;
+    static_cast<void>(archives::unpackTar(*tar, inner));
+    const std::string bundle = files::join(inner, bundleName);
+    return files::kindOf(bundle) == files::Kind::folder ? bundle : "";
 }
 
 void reportCorruptedEngine(const std::string& place) {
@@ -248,13 +344,10 @@ bool building::storedEngineRuns(const std::string& engine, Machine machine) {
     const auto archive = storedEngineArchive(engine);
     const PassingFolder folder;
     if (!archive || folder.path.empty()) return true;
-    if (*archive == WrapperCreation::localPathForOfficialEngine(engine)) {
-        static_cast<void>(unpackOfficialArchive(*archive, engine, folder.path));
-    } else {
-        unpackInLevels(*archive, folder.path);
-    }
-    const std::string bundle = files::join(folder.path, bundleName);
-    return files::kindOf(bundle) != files::Kind::folder || engineRuns(bundle, machine);
+    const bool isOfficial = *archive == WrapperCreation::localPathForOfficialEngine(engine);
+    const auto bundle = isOfficial ? unpackedOfficialArchive(*archive, engine, folder.path)
+                                   : unpackedInLevels(*archive, folder.path);
+    return !bundle || bundle->empty() || engineRuns(*bundle, machine);
 }
 
 std::string building::engineForWrapper(const std::string& engine, const std::string& wrapper) {
@@ -306,21 +399,27 @@ bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std
         !MVFileManager::createDirectoryAtPath(layout::enginesFolder(), IntermediateFolders::yes)) {
         return false;
     }
+    // Without 7-Zip every archive would pass for a damaged one.
+    if (!archives::archiveToolWorks("7z") || !leaveWholeArchivesFor(engine)) return false;
     for (const building::EngineSource& source : building::engineSources(engine, customLink)) {
-        const bool isThere = source.kind == building::EngineSource::Kind::stored;
-        const bool isOfficial = source.kind == building::EngineSource::Kind::official;
-        if (!isThere && !(isOfficial && downloadOfficialEngine(source.engine))) continue;
+        using Kind = building::EngineSource::Kind;
+        if (source.kind != Kind::stored && source.kind != Kind::official) continue;
+        if (source.kind == Kind::official) {
+            const Arrived arrived = downloadOfficial(*this, source.engine);
+            if (arrived == Arrived::damaged) return false;
+            if (arrived == Arrived::calledOff) continue;
+        }
         NSCaskeryEngine(source.engine).convertOldEngine();
         return true;
     }
     if (!customLink) {
-        const EngineAnswer answer = askForEngine(*this, engine);
+        const EngineAnswer answer = askForEngine(engine);
         if (answer.kind != EngineAnswer::Kind::link) return answer.kind == EngineAnswer::Kind::file;
         customLink = answer.link;
     }
     if (customLink->empty()) return true;
     const auto destination = placeInStore(engine + "." + extensionOfLink(*customLink));
-    return destination && downloadFileToPath(*customLink, *destination, localized("engine %@", {engine}));
+    return destination && download(*this, *customLink, *destination, engine) == Arrived::stored;
 }
 
 std::string WrapperCreation::localPathForOfficialEngine(const std::string& engine) {
@@ -328,20 +427,11 @@ std::string WrapperCreation::localPathForOfficialEngine(const std::string& engin
 }
 
 bool WrapperCreation::downloadOfficialEngine(const std::string& engine) {
-    // The catalogue comes from outside as well, and the name becomes that of a file.
-    if (!isOfficialEngine(engine) || !placeInStore(engine)) return false;
-    return downloadFileToPath(officialLinkOf(engine) + building::cacheBuster(),
-                              localPathForOfficialEngine(engine), localized("engine %@", {engine}));
+    return downloadOfficial(*this, engine) == Arrived::stored;
 }
 
 bool WrapperCreation::getLocalCustomEngine(const std::string& engine) {
-    const std::vector<std::string> chosen = MVAlert::chooseFiles(building::engineFilePanel(engine));
-    if (chosen.empty()) return true;
-    if (const auto destination = placeInStore(engine + "." + files::extension(chosen.front()))) {
-        // Half an archive in the store would be taken for the engine from then on.
-        static_cast<void>(
-            archives::copyWhole(files::resolved(chosen.front()).value_or(chosen.front()), *destination));
-    }
+    static_cast<void>(takeUsersArchive(engine));
     return true;
 }
 
@@ -360,15 +450,11 @@ ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const 
     if (!archives::archiveToolWorks("7za")) return ExtractedEngine::failure;
     std::optional<archives::UnpackingFolder> unpacking;
     const auto freshFolder = [&] { return !unpacking.emplace().path.empty(); };
-    std::string bundle;
-    const auto found = [&] {
-        // A link instead of the folder would make the wrapper run what lies elsewhere.
-        bundle = files::join(unpacking->path, bundleName);
-        return files::kindOf(bundle) == files::Kind::folder;
-    };
+    std::optional<std::string> bundle;
     if (isOfficial) {
         if (!freshFolder()) return ExtractedEngine::failure;
-        if (!unpackOfficialArchive(official, engine, unpacking->path)) {
+        bundle = unpackedOfficialArchive(official, engine, unpacking->path);
+        if (!bundle) {
             reportCorruptedEngine(*place);
             MVThread::dispatchBlockInMainQueue(
                 [] { host().userInterface.openPath(layout::enginesFolder()); });
@@ -377,14 +463,16 @@ ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const 
     }
     for (const std::string& archive : isOfficial ? std::vector<std::string>() : storedArchivesOf(engine)) {
         if (!freshFolder()) return ExtractedEngine::failure;
-        unpackInLevels(archive, unpacking->path);
-        if (found()) break;
+        bundle = unpackedInLevels(archive, unpacking->path);
+        if (bundle) break;
     }
-    if (!unpacking || !found()) {
+    if (!bundle || bundle->empty()) {
         reportCorruptedEngine(*place);
         return ExtractedEngine::failure;
     }
-    return replaceEngine(bundle, wrapper) ? ExtractedEngine::installed : ExtractedEngine::failure;
+    // In the wrapper, what leads out of the engine leads elsewhere than it did in the archive's folder.
+    archives::tame(*bundle);
+    return replaceEngine(*bundle, wrapper) ? ExtractedEngine::installed : ExtractedEngine::failure;
 }
 
 std::optional<std::string> WrapperCreation::getCaskeryWrapperEngineFromPath(const std::string& wrapper) {

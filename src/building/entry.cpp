@@ -6,6 +6,7 @@
 #include "building/build_plan.h"
 #include "building/foreseen_questions.h"
 #include "building/program_check.h"
+#include "building/replaced_item.h"
 #include "building/tools.h"
 #include "building/wrapper_creation.h"
 #include "engines/caskery_engine.h"
@@ -116,14 +117,15 @@ void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionH
                                     });
 }
 
-int WrapperCreation::installCKI(const std::string& file, const std::string& wrapper, Trust trust) {
+int WrapperCreation::installCKI(const std::string& file, const std::string& wrapper, Trust trust,
+                                Replacing replacing) {
     const auto portData = [&]() -> std::optional<NSPortData> {
         auto port = NSPortData::initWithCkiAtPath(file);
         if (!canAnswerFor(port, wrapper, trust) || !shouldInstallPortData(port, trust)) return std::nullopt;
         return std::get<NSPortData>(std::move(port));
     };
     const auto backUp = [&] { MVFileManager::copyItemAtPath(file, wrapper + layout::backupCki); };
-    return runCreation(wrapper, portData, backUp);
+    return runCreation(wrapper, portData, backUp, replacing);
 }
 
 bool WrapperCreation::canAnswerFor(const std::optional<Result<NSPortData>>& port, const std::string& wrapper,
@@ -137,7 +139,7 @@ bool WrapperCreation::canAnswerFor(const std::optional<Result<NSPortData>>& port
 
 int WrapperCreation::runCreation(const std::string& wrapper,
                                  const std::function<std::optional<NSPortData>()>& portData,
-                                 const std::function<void()>& finish) {
+                                 const std::function<void()>& finish, Replacing replacing) {
     if (!host().creation.begin()) {
         building::tellOfNoLock();
         return -1;
@@ -151,7 +153,8 @@ int WrapperCreation::runCreation(const std::string& wrapper,
     }
     ownWrapper_.reset();
     usedTemporaryPath_.reset();
-    const bool existedBefore = files::kindOf(wrapper) != files::Kind::none;
+    // Put back before the lock is free.
+    building::ReplacedItem replaced(wrapper);
     try {
         const auto port = portData();
         if (!port) return -1;
@@ -159,12 +162,18 @@ int WrapperCreation::runCreation(const std::string& wrapper,
             errorWithMessage(flaw);
             return -1;
         }
+        if (replacing == Replacing::yes && !replaced.stepAside()) {
+            errorWithMessage(std::nullopt);
+            return -1;
+        }
+        const bool existedBefore = files::kindOf(wrapper) != files::Kind::none;
         progressWindow->setIsCreatingWrapper(true);
         setMessage(localized("Checking Caskery..."));
         progressWindow->showCreatingPort(CreatingPort::yes);
         const bool built = buildPortAt(wrapper, *port);
         host().creation.throwIfRequested();
         if (built && !existedBefore) finish();
+        if (built) replaced.discard();
         errorWithMessage(std::nullopt);
         return built ? 0 : -1;
     } catch (const Cancelled&) {
@@ -295,7 +304,8 @@ int WrapperCreation::createBlankWrapperAtPath(const std::string& wrapper, const 
         }
         return port;
     };
-    return runCreation(wrapper, portData, [] {});
+    return runCreation(
+        wrapper, portData, [] {}, Replacing::no);
 }
 
 bool WrapperCreation::cancelWrapperCreation() {

@@ -152,7 +152,7 @@ std::vector<std::string> suppliedFiles(const ExtraFileEntry& entry, const Target
         // The origin goes on as it stands, but is not unpacked: it may name any archive of the user's.
         return entry.origin ? std::vector<std::string>{*entry.origin} : std::vector<std::string>{};
     }
-    if (!target.path) return WrapperCreation::extractFile(*chosen);
+    if (!target.path) return WrapperCreation::extractFileApart(*chosen);
     // A pattern is no name for a file.
     const bool isPattern = MVString::contains(entry.origin.value_or(""), "*");
     const Target place = isPattern ? targetOf(entry, files::lastComponent(*chosen), wrapper) : target;
@@ -170,7 +170,8 @@ std::vector<std::string> filesOf(const ExtraFileEntry& entry, const std::string&
     if (!entry.autorun && !prepare(*target.path)) return {};
     creation.downloadFileToPath(*entry.origin, *target.path,
                                 localized("extra file %@", {files::lastComponent(*target.path)}));
-    return WrapperCreation::extractFile(*target.path);
+    return entry.autorun ? WrapperCreation::extractFileApart(*target.path)
+                         : WrapperCreation::extractFile(*target.path);
 }
 
 }  // namespace

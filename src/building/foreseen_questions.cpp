@@ -134,6 +134,19 @@ Dialog noInstallerDialog() {
         "Warning", false);
 }
 
+Dialog manualClientDialog(const std::string& client) {
+    return MVAlert::booleanDialog(
+        localized("Something wrong happened while installing %@. Do you want to perform the installation "
+                  "manually by selecting an installer?",
+                  {client}),
+        "Error", true);
+}
+
+Dialog withoutClientDialog(const std::string& client) {
+    return MVAlert::booleanDialog(
+        localized("You didn't installed %@. Do you want to continue anyway?", {client}), "Error", false);
+}
+
 OpenPanel extraFilePanel(const ExtraFileEntry& entry) {
     const std::string origin = entry.origin.value_or("");
     OpenPanel panel;

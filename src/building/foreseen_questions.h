@@ -33,6 +33,10 @@ enum class SiteIs { reachable, offline };
 /// The name is the last level of the port's own; empty for any.
 [[nodiscard]] OpenPanel installerPanel(const std::string& name);
 [[nodiscard]] Dialog noInstallerDialog();
+/// A store client whose silent installation has failed: whether the user selects its installer, and whether
+/// to go on without it.
+[[nodiscard]] Dialog manualClientDialog(const std::string& client);
+[[nodiscard]] Dialog withoutClientDialog(const std::string& client);
 [[nodiscard]] OpenPanel extraFilePanel(const ExtraFileEntry& entry);
 /// The program of a port that names none.
 [[nodiscard]] OpenPanel programPanel(const std::string& name, const std::string& startFolder);

@@ -16,6 +16,7 @@
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/volumes.h"
 #include "ports/exe_selection.h"
 #include "wrapper/windows_paths.h"
 
@@ -31,25 +32,10 @@ bool isShortcut(std::string_view name) {
                        [name](std::string_view ending) { return name.ends_with(ending); });
 }
 
-bool isStartUpDisk(const std::string& volume) {
-    if (files::kindOf(volume) != files::Kind::link) return false;
-    const auto destination = files::destinationOfLink(volume);
-    const auto* text = std::get_if<std::string>(&destination);
-    return text != nullptr && *text == "/";
-}
-
-/// The folders in which an installer of that source is looked for. The folder of the mounted volumes need not
-/// exist.
+/// The folders in which an installer of that source is looked for.
 std::vector<std::string> placesToSearch(const std::optional<std::string>& source) {
     if (source != "CD") return {host().folders.downloads};
-    std::vector<std::string> places;
-    const std::string& volumes = host().folders.volumes;
-    if (!MVFileManager::directoryExistsAtPath(volumes)) return places;
-    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(volumes)) {
-        const std::string volume = files::join(volumes, name);
-        if (!isStartUpDisk(volume)) places.push_back(volume);
-    }
-    return places;
+    return volumes::mounted(host().folders);
 }
 
 std::optional<std::string> installerByName(const std::string& name, const std::vector<std::string>& places) {

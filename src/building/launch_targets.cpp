@@ -7,6 +7,7 @@
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
+#include "foundation/safe_paths.h"
 #include "foundation/text.h"
 #include "foundation/text_files.h"
 #include "platform/files.h"
@@ -119,6 +120,13 @@ void writeWindowsVersion(const std::string& program, const ExeEntry& exe, const 
                              wrapper);
 }
 
+/// Whether a link beside the wrapper with that destination leads into the wrapper, be it to what is gone.
+bool leadsInto(const std::string& wrapper, const std::string& destination) {
+    const std::string path =
+        destination.starts_with("/") ? destination : files::join(files::parent(wrapper), destination);
+    return staysInside(wrapper, path);
+}
+
 std::string colourDepth(const std::string& colours) {
     if (colours == "256 colors") return "8";
     if (colours == "16 bits") return "15";  // not 16: the setting has the depths 8, 15 and 24 only
@@ -200,7 +208,8 @@ void WrapperCreation::createAliasToCustomEXE(const std::string& application, con
         case files::Kind::link: {
             const auto current = files::destinationOfLink(link);
             const auto* text = std::get_if<std::string>(&current);
-            if (text != nullptr && *text == destination) return;
+            // Another wrapper's has the older right to the name.
+            if (text == nullptr || *text == destination || !leadsInto(wrapper, *text)) return;
             if (!removeFileOrLink(link)) return;
             break;
         }

@@ -62,16 +62,6 @@ void removeMasterWrappersExcept(const std::string& version) {
     }
 }
 
-/// Unpacks the archive's outer layer; the tar file, or nothing when the archive is not whole.
-std::optional<std::string> unpackedTar(const std::string& version, const std::string& folder) {
-    if (!archives::endedWell(archives::archiveTool("7za"), folder, {"x", masterArchive(version)})) return {};
-    for (const char* ending : {".tar", ".app.tar"}) {
-        std::string tar = files::join(folder, version + ending);
-        if (files::kindOf(tar) == files::Kind::file) return tar;
-    }
-    return std::nullopt;
-}
-
 }  // namespace
 
 WrapperCreation::WrapperCreation(std::shared_ptr<NSProgressView> progress)
@@ -116,6 +106,8 @@ MasterWrapperSource WrapperCreation::masterWrapperSource() const {
     const bool canAsk = newestCaskery && building::siteIsReachable();
     const auto& version = canAsk ? newestCaskery : currentCaskery;
     if (isOnDisk(version)) return {Kind::onDisk, masterWrapper(*version)};
+    // A cancelled unpacking has left it.
+    if (canAsk && archives::isWhole(masterArchive(*version))) return {Kind::archive, masterArchive(*version)};
     if (canAsk) {
         return {Kind::download, host().sites.caskery + "Wrapper/" +
                                     MVString::stringToWebStructure(*newestCaskery) + ".app.tar.7z"};
@@ -147,10 +139,18 @@ bool WrapperCreation::updateCaskery() {
         if (source.kind == MasterWrapperSource::Kind::download) {
             setMessage(localized("Updating Caskery Master Wrapper..."));
             const std::string archive = masterArchive(*newestCaskery);
+            // What lies there is no use, or it would have been taken: nobody needs to be asked about it.
+            if (files::kindOf(archive) != files::Kind::none) {
+                // Without 7-Zip, nothing could be said of it.
+                if (!archives::archiveToolWorks("7z")) return failed(std::nullopt);
+                MVFileManager::removeItemAtPath(archive);
+            }
             downloadFile(source.place + building::cacheBuster(), archive, Silence::no);
             // The old master wrapper stays until the new one has been unpacked: the archive may be broken,
             // and then the user would be left without any.
             if (MVFileManager::regularFileExistsAtPath(archive)) currentCaskery = newestCaskery;
+        } else if (newestCaskery && source.place == masterArchive(*newestCaskery)) {
+            currentCaskery = newestCaskery;
         }
         if (!currentCaskery || !MVFileManager::regularFileExistsAtPath(masterArchive(*currentCaskery))) {
             return failed(localized("Caskery Master Wrapper download failed!"));
@@ -176,7 +176,11 @@ WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(cons
     const archives::UnpackingFolder unpacking;
     if (unpacking.path.empty()) return UnpackedMasterWrapper::failed;
 
-    const auto tar = unpackedTar(version, unpacking.path);
+    const std::string outer = archives::freshFolder(unpacking.path),
+                      inner = archives::freshFolder(unpacking.path);
+    if (outer.empty() || inner.empty()) return UnpackedMasterWrapper::failed;
+    const auto tar =
+        archives::unpackedTar(masterArchive(version), {version + ".tar", version + ".app.tar"}, outer);
     if (!tar) {
         const bool replace = MVAlert::showBooleanAlertMessage(
             localized(
@@ -189,9 +193,9 @@ WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(cons
             localized("Your Caskery Master Wrapper is corrupted! The wrapper creation failed!"));
         return UnpackedMasterWrapper::failed;
     }
-    const bool whole = archives::unpackTar(*tar, unpacking.path);
+    const bool whole = archives::unpackTar(*tar, inner);
     setMessage(localized("Creating Wrapper %@...", {version}));
-    const std::string unpackedWrapper = files::join(unpacking.path, version + ".app");
+    const std::string unpackedWrapper = files::join(inner, version + ".app");
     // A link would make every new wrapper one and the same.
     if (!whole || files::kindOf(unpackedWrapper) != files::Kind::folder) return UnpackedMasterWrapper::done;
     if (!MVFileManager::moveItemAtPath(unpackedWrapper, masterWrapper(version))) {

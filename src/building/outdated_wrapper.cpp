@@ -53,22 +53,43 @@ WrapperUpdate updateTo(const std::string& wrapper, const std::string& version, N
     return WrapperUpdate::updated;
 }
 
-/// The numbers of the processes that have to do with the wrapper.
-std::vector<int> processesOf(const std::string& wrapper) {
-    // What an update that was killed has started runs under the other name.
-    const std::string away = WrapperUpdater::passingName(wrapper);
+/// The numbers of the processes whose lines hold one of the paths.
+std::vector<int> processesOf(const std::vector<std::string>& paths) {
     // Whoever asks has the path on the own command line.
     const auto own = processes::ownLine();
     const auto lines =
         MVTask::runProgram("ps", std::nullopt, std::vector<std::string>{"ax"}, Wait::yes).value_or("");
     std::vector<int> users;
     for (const std::string& line : MVString::split(lines, "\n")) {
-        if (!MVString::contains(line, wrapper) && !MVString::contains(line, away)) continue;
+        if (std::ranges::none_of(paths, [&](const auto& path) { return MVString::contains(line, path); }))
+            continue;
         const std::string number = MVString::split(MVString::trimmed(line), " ").front();
         const auto process = static_cast<int>(MVString::initialIntValue(number));
         if (process > 0 && std::ranges::find(own, number) == own.end()) users.push_back(process);
     }
     return users;
+}
+
+std::vector<int> usersOf(const std::string& wrapper) {
+    // What an update that was killed has started runs under the other name.
+    return processesOf({wrapper, WrapperUpdater::passingName(wrapper)});
+}
+
+/// Ends what an update that was killed has left running at the wrapper's other place. To be called by the
+/// only update there is: then nobody else has started anything there.
+void endLeftovers(const std::string& away) {
+    constexpr std::chrono::seconds patience{3};
+    // The first lets Wine's server write the registry.
+    for (const char* signal : {"-TERM", "-KILL"}) {
+        const std::vector<int> running = processesOf({away});
+        for (const int process : running) {
+            const std::string number = std::to_string(process);
+            // Another command that waits for its turn.
+            if (processes::runsOwnProgram(number)) continue;
+            MVTask::runProgram("kill", std::nullopt, std::vector<std::string>{signal, number}, Wait::yes);
+        }
+        if (running.empty() || processes::waitForEnd(running, patience)) return;
+    }
 }
 
 }  // namespace
@@ -91,13 +112,14 @@ std::optional<OutdatedWrapper> outdatedWrapper(const std::string& wrapper) {
 bool isWrapperInUse(const std::string& wrapper) {
     // What has just been stopped takes a moment to go.
     constexpr std::chrono::seconds patience{3};
-    const std::vector<int> users = processesOf(wrapper);
-    return !users.empty() && (!processes::waitForEnd(users, patience) || !processesOf(wrapper).empty());
+    const std::vector<int> users = usersOf(wrapper);
+    return !users.empty() && (!processes::waitForEnd(users, patience) || !usersOf(wrapper).empty());
 }
 
 WrapperUpdate updateOutdatedWrapper(const std::string& path, WrapperCreation& creation) {
     const SoleChange change;
     if (!change.granted()) return WrapperUpdate::failed;
+    if (const auto away = WrapperUpdater::leftAwayAt(path)) endLeftovers(*away);
     if (isWrapperInUse(path)) {
         // An update that was killed may have left it away from its place.
         const bool isThere = MVFileManager::directoryExistsAtPath(path);

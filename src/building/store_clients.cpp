@@ -8,6 +8,7 @@
 
 #include "building/entry_removal.h"
 #include "building/extra_files.h"
+#include "building/foreseen_questions.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -87,6 +88,13 @@ StoreClient gogGalaxy() {
             {"msxml3", "vcrun2012", "nocrashdialog"}};
 }
 
+std::string noAddressOf(const std::string& client) {
+    return localized(
+        "This version of %@ knows no address of %@'s installer. Get the installer yourself and "
+        "select it.",
+        {"Morvane", client});
+}
+
 std::string proofOnDriveC(const StoreClient& client, const std::string& wrapper) {
     const std::string programs = NSUtilities::programFilesPathfromWrapper(wrapper, For64BitsApplication::no);
     return programs.substr(std::min<std::size_t>(2, programs.size())) + "/" + client.proof;
@@ -113,19 +121,6 @@ std::optional<std::string> installerPath(const std::string& link, const std::str
     return std::get<std::string>(std::move(path));
 }
 
-bool wantsManualInstallation(const std::string& client) {
-    return MVAlert::showBooleanAlertMessage(
-        localized("Something wrong happened while installing %@. Do you want to perform the installation "
-                  "manually by selecting an installer?",
-                  {client}),
-        "Error", true);
-}
-
-bool goesOnWithout(const std::string& client) {
-    return MVAlert::showBooleanAlertMessage(
-        localized("You didn't installed %@. Do you want to continue anyway?", {client}), "Error", false);
-}
-
 /// A closed main queue answers every question with its default, and the default here is one more try.
 bool isEnding() {
     return !host().mainQueue.callAndWait([] {});
@@ -137,6 +132,9 @@ bool WrapperCreation::installDRM(const std::string& client, const std::string& u
                                  const std::string& neededFile, const std::vector<std::string>& winetricks,
                                  const NSPortManager& port) {
     installWinetricks(winetricks, port);
+    const auto tellOfNoAddress = [&] {
+        if (url.empty()) MVAlert::showAlertErrorMessage(store_clients::noAddressOf(client));
+    };
     const std::string driveC = port.path + layout::driveC;
     const std::string proof = files::join(driveC, neededFile);
     const auto isInstalled = [&proof] { return MVFileManager::fileExistsAtPath(proof); };
@@ -153,11 +151,13 @@ bool WrapperCreation::installDRM(const std::string& client, const std::string& u
             runInstaller(*installer, flags, port);
             setSubtitle("");
         }
-        if (!isInstalled() && wantsManualInstallation(client)) installApp(std::nullopt, std::nullopt, port);
+        tellOfNoAddress();
+        if (!isInstalled() && MVAlert::isAnsweredYes(building::manualClientDialog(client)))
+            installApp(std::nullopt, std::nullopt, port);
         if (isInstalled()) {
             // A file that was there before, and that the user took instead, is not ours to delete.
             if (downloaded) removeFileOrLink(*installer);
-        } else if (goesOnWithout(client) || isEnding()) {
+        } else if (MVAlert::isAnsweredYes(building::withoutClientDialog(client)) || isEnding()) {
             return false;
         }
     }

@@ -11,7 +11,7 @@ namespace morvane::store_clients {
 
 struct StoreClient {
     std::string name;   ///< as shown
-    std::string link;   ///< of the installer
+    std::string link;   ///< of the installer; empty where its site is not known
     std::string flags;  ///< for a silent installation
     std::string proof;  ///< under the 32-bit Program Files folder; what shows that it is installed
     std::vector<std::string> components;  ///< Windows components that come first
@@ -23,6 +23,8 @@ struct StoreClient {
 /// Asks GOG's web page for the version: blocks on the network.
 [[nodiscard]] StoreClient gogGalaxy();
 
+/// What the user is told of a client without a link.
+[[nodiscard]] std::string noAddressOf(const std::string& client);
 /// The path below the wrapper's drive C that shows that the client is installed.
 [[nodiscard]] std::string proofOnDriveC(const StoreClient& client, const std::string& wrapper);
 

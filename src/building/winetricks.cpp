@@ -1,5 +1,10 @@
 // The requests of a port's list of Windows components, one after the other.
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
 #include "building/engine_store.h"
 #include "building/port_texts.h"
 #include "building/verb_script.h"
@@ -11,9 +16,11 @@
 #include "foundation/localization.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
+#include "foundation/text_files.h"
 #include "platform/cancellation.h"
 #include "platform/host.h"
 #include "wrapper/layout.h"
+#include "wrapper/registry.h"
 
 namespace morvane {
 
@@ -58,7 +65,42 @@ class Attended {
     const std::string& wrapper_;
 };
 
+/// The components that set the Windows version, and Wine's own names for the versions.
+constexpr std::array<std::pair<std::string_view, const char*>, 15> windowsVersions{{
+    {"win11", "win11"},
+    {"win10", "win10"},
+    {"win81", "win81"},
+    {"win8", "win8"},
+    {"win2k8r2", "win2008r2"},
+    {"win7", "win7"},
+    {"win2k8", "win2008"},
+    {"vista", "vista"},
+    {"win2k3", "win2003"},
+    {"winxp", "winxp"},
+    {"win2k", "win2k"},
+    {"nt40", "nt40"},
+    {"winme", "winme"},
+    {"win98", "win98"},
+    {"win95", "win95"},
+}};
+
+/// Sets the Windows version of the whole wrapper where the component does that and no script knows it: without
+/// the network there may be none, and all that the script would do is to write the registry. Whether it was
+/// that.
+bool setWindowsVersion(const std::string& component, const std::string& wrapper) {
+    const auto* version =
+        std::ranges::find(windowsVersions, component, &decltype(windowsVersions)::value_type::first);
+    if (version == windowsVersions.end()) return false;
+    const std::string script =
+        MVString::stringWithContentsOfFile(winetricks::scriptOf(wrapper), Encoding::utf8).value_or("");
+    if (verb_script::textOfComponent(script, component)) return false;
+    NSUtilities::replaceRegistryStrings(R"([Software\\Wine])", {{"Version", version->second}}, "user",
+                                        wrapper);
+    return true;
+}
+
 void installComponent(const std::string& component, const NSPortManager& port) {
+    if (setWindowsVersion(component, port.path)) return;
     std::optional<Attended> attended;
     if (needsUser(component)) attended.emplace(port.path);
     port.installWinetrick(component);

@@ -38,7 +38,8 @@ std::string labelOf(const std::string& component) {
 }
 
 Result<std::string> placeOfFolder(const std::string& component) {
-    return pathInside(winetricks::cacheFolder(), component, Levels::one, localized("a winetrick's name"));
+    // A helper's folder may have several levels.
+    return pathInside(winetricks::cacheFolder(), component, Levels::many, localized("a winetrick's name"));
 }
 
 /// The place of the file in the cache, in a folder that exists. A name that leads elsewhere is reported and
@@ -276,18 +277,38 @@ void WrapperCreation::downloadFileFromMorvaneWebsiteToWinetrick(const std::strin
     downloadFileToPath(download.link, *target, labelOf(component));
 }
 
+namespace {
+
+constexpr std::size_t sha1Digits = 40, sha256Digits = 64;
+
+/// The sum of the file in the form of the expected one; nothing for one of no known form, which says nothing
+/// about the file.
+std::optional<std::string> sumLike(const std::string& expected, const std::string& file) {
+    if (expected.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos) return std::nullopt;
+    if (expected.size() == sha1Digits) return NSUtilities::getFileSHA1CheckSum(file);
+    if (expected.size() == sha256Digits) return NSUtilities::getFileSHA256CheckSum(file);
+    return std::nullopt;
+}
+
+}  // namespace
+
 void WrapperCreation::compareSHA1Checksum(const std::string& expected, const std::string& file,
                                           WithoutAsking promptingErrorDialog,
                                           const std::function<void(bool again)>& completion) {
     // A download that failed has left no file, and so no sum to be wrong.
-    const std::string computed =
-        MVFileManager::regularFileExistsAtPath(file) ? NSUtilities::getFileSHA1CheckSum(file) : "";
-    if (computed.empty() || expected.empty() || computed == expected) return completion(false);
+    const auto sum = MVFileManager::regularFileExistsAtPath(file) ? sumLike(expected, file) : std::nullopt;
+    const std::string computed = sum.value_or("");
+    if (computed.empty() || computed == expected) return completion(false);
+    const bool isSha256 = expected.size() == sha256Digits;
+    if (isSha256 && computed == MVString::lowercased(expected)) return completion(false);
     MVFileManager::removeItemAtPath(file);
     if (promptingErrorDialog == WithoutAsking::yes) return completion(true);
     completion(MVAlert::showBooleanAlertMessage(
-        localized("The SHA1 checksum of the downloaded file is %@ while the one specified in the "
-                  "winetricks.sh file is %@. Should it be downloaded again?",
+        localized(isSha256
+                      ? "The SHA256 checksum of the downloaded file is %@ while the one specified in the "
+                        "winetricks.sh file is %@. Should it be downloaded again?"
+                      : "The SHA1 checksum of the downloaded file is %@ while the one specified in the "
+                        "winetricks.sh file is %@. Should it be downloaded again?",
                   {computed, shown(expected)}),
         "Warning", true));
 }

@@ -21,6 +21,8 @@
 namespace morvane {
 
 enum class Trust { no, yes };
+/// What becomes of files that are there already.
+enum class Replacing { no, ask, yes };
 
 enum class InstallerNow { no, yes };
 
@@ -56,7 +58,10 @@ class WrapperCreation : public Download {
     /// that will be missing end it first, as they do in `installCKI` with trust.
     void createPortFromCKIFile(const std::string& file, CompletionHandler handler);
     /// `installCKI:atPath:trust:`. 0 for success, -1 for failure.
-    int installCKI(const std::string& file, const std::string& wrapper, Trust trust);
+    /// With `Replacing::yes` what lies in the wrapper's place steps aside while the wrapper is built, and is
+    /// gone when it is there; after a failure it is put back, or the user is told where it is.
+    int installCKI(const std::string& file, const std::string& wrapper, Trust trust,
+                   Replacing replacing = Replacing::no);
     /// `shouldInstallPortData:withTrust:`.
     [[nodiscard]] bool shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust);
     /// Why no wrapper can be built from what was loaded, or made at the place: what the user is told.
@@ -243,10 +248,15 @@ class WrapperCreation : public Download {
     [[nodiscard]] static std::optional<std::string> completeWindowsPath(const std::string& windowsPath,
                                                                         const std::string& wrapper);
     /// `extractFile:toFolder:`, `extractFile:`. The archive may lie anywhere. The entries of the folder that
-    /// were not there before; the archive itself when its kind is not known.
+    /// were not there before; the archive itself when its kind is not known. What is to be replaced without
+    /// a question lies in a wrapper, where a patch is meant to replace it.
     static std::vector<std::string> extractFileToFolder(const std::string& archive,
-                                                        const std::optional<std::string>& folder);
+                                                        const std::optional<std::string>& folder,
+                                                        Replacing replacing = Replacing::yes);
     static std::vector<std::string> extractFile(const std::string& archive);
+    /// The same into a fresh folder beside the archive, named after it: for the user's own folders, where an
+    /// archive may hold files of any name.
+    static std::vector<std::string> extractFileApart(const std::string& archive);
     /// The archive extensions of both tools, for file panels.
     [[nodiscard]] static std::vector<std::string> archiveExtensions();
 
@@ -269,7 +279,7 @@ class WrapperCreation : public Download {
     /// failure ending, the cancellation. `portData` gives nothing after it has ended the creation with an
     /// error; `finish` runs after a successful build of a wrapper that was not there before.
     int runCreation(const std::string& wrapper, const std::function<std::optional<NSPortData>()>& portData,
-                    const std::function<void()>& finish);
+                    const std::function<void()>& finish, Replacing replacing);
     /// False after it has ended the creation, because an answer will be missing.
     bool canAnswerFor(const std::optional<Result<NSPortData>>& port, const std::string& wrapper, Trust trust);
     /// After a cancellation: stops what runs in the wrapper, and removes what this run has made of it.

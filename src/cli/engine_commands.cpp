@@ -34,15 +34,10 @@ int listEngines(Session& session) {
 
 int prepareEngine(Session& session, const std::string& name) {
     return session.withCreation([&](WrapperCreation& creation) {
-        if (!host().creation.begin()) return static_cast<int>(failed);
-        bool prepared = false;
-        try {
-            prepared = creation.prepareEngine(name, std::nullopt);
-        } catch (const Cancelled&) {
-            host().creation.end();
-            throw;
-        }
-        host().creation.end();
+        // The store has one writer at a time.
+        const building::SoleChange change;
+        if (!change.granted()) return static_cast<int>(failed);
+        const bool prepared = creation.prepareEngine(name, std::nullopt);
         // It may have come, or been converted, under another name.
         const auto archive = building::storedEngineArchive(building::engineForWrapper(name, ""));
         if (!prepared || !archive) return session.fail("The engine " + name + " is not available.");

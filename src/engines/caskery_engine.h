@@ -43,6 +43,8 @@ class NSCaskeryEngine {
     NSCaskeryEngine& updateToMostRecentVersionForPortType(std::string_view portType);
     /// The name that a conversion gives an engine of the generations 5 to 7; nothing for every other name.
     [[nodiscard]] std::optional<std::string> nameAfterConversion() const;
+    /// Whether `convertOldEngine` would ask: by the name, and by the "<name>.tar.7z" in the engine folder.
+    [[nodiscard]] bool offersConversion() const;
     /// `convertOldEngine` (old_engine.cpp). Offers to repack the engine folder's "<name>.tar.7z", when it is
     /// of the generations 5 to 7, as an archive of generation 8, which then takes its place, and its name
     /// that of `engine`. Blocks for as long as packing takes; one conversion at a time. The old archive goes

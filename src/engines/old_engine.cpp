@@ -50,13 +50,16 @@ bool hasParts(const std::string& folder) {
     return true;
 }
 
-/// Unpacks both layers of "<engine>.tar.7z" into a fresh folder.
+/// Unpacks both layers of "<engine>.tar.7z", the inner one into a fresh folder of that path.
 bool unpacked(const std::string& archive, const std::string& engine, const std::string& folder) {
-    if (!MVFileManager::createDirectoryAtPath(folder, IntermediateFolders::no)) return false;
-    const std::string tar = files::join(folder, engine + ".tar");
-    return archives::endedWell(archives::archiveTool("7za"), folder, {"x", archive}) &&
-           files::kindOf(tar) == files::Kind::file && archives::unpackTar(tar, folder) &&
-           MVFileManager::removeItemAtPath(tar);
+    const std::string outer = folder + ".packed";
+    if (!MVFileManager::createDirectoryAtPath(outer, IntermediateFolders::no) ||
+        !MVFileManager::createDirectoryAtPath(folder, IntermediateFolders::no)) {
+        return false;
+    }
+    const auto tar = archives::unpackedTar(archive, {engine + ".tar"}, outer);
+    const bool isWhole = tar && archives::unpackTar(*tar, folder);
+    return MVFileManager::removeItemAtPath(outer) && isWhole;
 }
 
 /// Whether the archive can be unpacked and holds an engine as a wrapper of today needs it.
@@ -163,13 +166,14 @@ Dialog NSCaskeryEngine::conversionDialog() {
         "Convert Old Engine", true);
 }
 
+bool NSCaskeryEngine::offersConversion() const {
+    return nameAfterConversion() && isWorthConverting(engine) &&
+           MVFileManager::regularFileExistsAtPath(files::join(layout::enginesFolder(), engine + ".tar.7z"));
+}
+
 void NSCaskeryEngine::convertOldEngine() {
     const auto newName = nameAfterConversion();
-    if (!newName || !isWorthConverting(engine) || !staysInEnginesFolder(engine) ||
-        !staysInEnginesFolder(*newName)) {
-        return;
-    }
-    if (!MVFileManager::regularFileExistsAtPath(files::join(layout::enginesFolder(), engine + ".tar.7z")))
+    if (!newName || !offersConversion() || !staysInEnginesFolder(engine) || !staysInEnginesFolder(*newName))
         return;
     if (!MVAlert::isAnsweredYes(conversionDialog()) || !archives::archiveToolWorks("7za")) return;
     const archives::UnpackingFolder folder;

@@ -344,6 +344,11 @@ std::string passingName(const std::string& wrapper) {
     return withoutApp(wrapper) + std::string(passingEnding);
 }
 
+std::optional<std::string> leftAwayAt(const std::string& path) {
+    std::string away = path.ends_with(passingEnding) ? path : passingName(path);
+    return exists(away + journalFile) ? std::optional(std::move(away)) : std::nullopt;
+}
+
 Result<std::string> backInItsPlace(const std::string& path) {
     std::string wrapper = path;
     // Only a wrapper that was being updated is there by accident: a game may have such a name.

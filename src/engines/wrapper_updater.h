@@ -40,6 +40,9 @@ bool updateOldCaskeryWrapperAtPath(const std::string& wrapper, const std::string
 [[nodiscard]] bool needsRepair(const std::string& wrapper);
 /// The name that the wrapper has for the time of one step. An update that is killed then leaves it there.
 [[nodiscard]] std::string passingName(const std::string& wrapper);
+/// Where the wrapper of that path lies while an update that was killed has left it away from its place;
+/// nothing when it does not.
+[[nodiscard]] std::optional<std::string> leftAwayAt(const std::string& path);
 /// The wrapper of that path in its place, also for the path that it has while it is away. Moves a wrapper
 /// back that an update has left away from it; refuses when both places are taken.
 [[nodiscard]] Result<std::string> backInItsPlace(const std::string& path);

@@ -38,6 +38,14 @@ std::string lossyAscii(std::string_view text) {
     return ascii;
 }
 
+std::string sumOf(const std::string& path, const std::string& kind) {
+    // "SHA1(path)= digest" and a line break; paths may hold spaces, the digest never does.
+    const std::string output = MVTask::runProgram("openssl", "/", {{kind, path}}, Wait::yes).value_or("");
+    const std::size_t space = output.rfind(' ');
+    if (space == std::string::npos) return "";
+    return getFragmentAfter(std::nullopt, "\n", std::string_view(output).substr(space + 1));
+}
+
 }  // namespace
 
 std::string getCountryCode() {
@@ -102,11 +110,11 @@ void showNotificationMessage(const std::string& message, const std::string& titl
 }
 
 std::string getFileSHA1CheckSum(const std::string& path) {
-    // "SHA1(path)= digest" and a line break; paths may hold spaces, the digest never does.
-    const std::string output = MVTask::runProgram("openssl", "/", {{"sha1", path}}, Wait::yes).value_or("");
-    const std::size_t space = output.rfind(' ');
-    if (space == std::string::npos) return "";
-    return getFragmentAfter(std::nullopt, "\n", std::string_view(output).substr(space + 1));
+    return sumOf(path, "sha1");
+}
+
+std::string getFileSHA256CheckSum(const std::string& path) {
+    return sumOf(path, "sha256");
 }
 
 std::optional<std::string> safeDataWithContentsOfURL(const std::string& url) {

@@ -31,6 +31,8 @@ void showNotificationMessage(const std::string& message, const std::string& titl
                              const std::optional<ImageData>& icon);
 /// `getFileSHA1CheckSum:`. Lower-case hexadecimal; what the tool printed last, or empty, when it failed.
 [[nodiscard]] std::string getFileSHA1CheckSum(const std::string& path);
+/// The same with SHA-256.
+[[nodiscard]] std::string getFileSHA256CheckSum(const std::string& path);
 /// `safeDataWithContentsOfURL:`. The bytes at an address (a GET), or nothing when the transfer failed. The
 /// status is not looked at.
 [[nodiscard]] std::optional<std::string> safeDataWithContentsOfURL(const std::string& url);

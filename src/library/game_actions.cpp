@@ -361,7 +361,7 @@ void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper,
                            MVFileManager::regularFileExistsAtPath(chosen.front());
     inBackgroundThenTell([isArchive, chosen, to = folder.front()] {
         if (!isArchive) return copyFiles(chosen, to);
-        WrapperCreation::extractFileToFolder(chosen.front(), to);
+        WrapperCreation::extractFileToFolder(chosen.front(), to, Replacing::ask);
         return true;
     });
 }

@@ -120,52 +120,6 @@ bool downloadCkiFile(Download& download, const std::string& address, const std::
     return false;
 }
 
-/// What lies where a new wrapper goes, and was chosen to be replaced: it steps aside, and is lost only once
-/// the new one is there.
-class ReplacedItem {
-  public:
-    explicit ReplacedItem(std::string place)
-        : place_(std::move(place)), aside_(place_ + ".morvane-replaced") {}
-    ~ReplacedItem() {
-        if (!isAside_) return;
-        // A failed creation may have left something to look into.
-        if (files::kindOf(place_) == files::Kind::none) {
-            MVFileManager::moveItemAtPath(aside_, place_);
-        } else {
-            MVAlert::showAlertMessage(localized("What was to be replaced is now at %@.", {aside_}),
-                                      "Warning");
-        }
-    }
-    ReplacedItem(const ReplacedItem&) = delete;
-    ReplacedItem& operator=(const ReplacedItem&) = delete;
-
-    /// False when it stays where it is, which the user is told.
-    [[nodiscard]] bool stepAside() {
-        if (files::kindOf(place_) == files::Kind::none) return true;
-        if (files::kindOf(aside_) != files::Kind::none) {
-            MVAlert::showAlertErrorMessage(localized(
-                "%@ is what an earlier installation was to replace. Move it away or delete it first.",
-                {aside_}));
-            return false;
-        }
-        isAside_ = MVFileManager::moveItemAtPath(place_, aside_);
-        return isAside_;
-    }
-    void discard() {
-        if (!isAside_) return;
-        isAside_ = false;
-        if (files::kindOf(aside_) == files::Kind::link) {
-            removeFileOrLink(aside_);
-        } else {
-            MVFileManager::removeItemAtPath(aside_);
-        }
-    }
-
-  private:
-    const std::string place_, aside_;
-    bool isAside_ = false;
-};
-
 void storeDescription(const Dictionary& description, const std::string& wrapper) {
     const auto bytes = typed_stream::archive(Value(description));
     std::optional<std::string> error;
@@ -389,12 +343,9 @@ void NSDescriptionView::downloadCkiFromSource(const Game& game, const std::strin
 bool NSDescriptionView::installCkiAtPath(const std::string& cki, const std::string& target,
                                          const NSGameData& game, WrapperCreation& creation) {
     const std::optional<Dictionary> description = game.descriptionDictionary;
-    ReplacedItem replaced(target);
-    // What is no port is told of by the installation itself, which then leaves the place alone.
-    const bool isPort = !WrapperCreation::flawOfPort(NSPortData::initWithCkiAtPath(cki));
-    if (game.gameDependencyID == 0 && isPort && !replaced.stepAside()) return false;
-    if (creation.installCKI(cki, target, Trust::yes) != 0) return false;
-    replaced.discard();
+    // An add-on goes into the wrapper that is there.
+    const Replacing replacing = game.gameDependencyID == 0 ? Replacing::yes : Replacing::no;
+    if (creation.installCKI(cki, target, Trust::yes, replacing) != 0) return false;
     if (!description) return true;
     storeDescription(*description, target);
     for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(target)) {

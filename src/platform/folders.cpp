@@ -45,16 +45,6 @@ std::string resourcesFolder() {
     return (program.parent_path().parent_path() / "share/morvane").string();
 }
 
-std::string volumesFolder() {
-    if (isFolder("/Volumes")) return "/Volumes";
-    const passwd* user = getpwuid(getuid());
-    const std::string name = user != nullptr ? user->pw_name : environmentVariable("USER");
-    for (const std::string& parent : {std::string("/run/media/"), std::string("/media/")}) {
-        if (isFolder(parent + name)) return parent + name;
-    }
-    return "/media";
-}
-
 }  // namespace
 
 Folders Folders::fromEnvironment() {
@@ -64,8 +54,7 @@ Folders Folders::fromEnvironment() {
     const bool ownWorld = !environmentVariable("MORVANE_HOME").empty();
     folders.applications =
         !ownWorld && isFolder("/Applications") ? "/Applications" : folders.home + "/Applications";
-    folders.volumes =
-        ownWorld && isFolder(folders.home + "/Volumes") ? folders.home + "/Volumes" : volumesFolder();
+    if (ownWorld && isFolder(folders.home + "/Volumes")) folders.volumes = folders.home + "/Volumes";
     folders.temporary = "/tmp";
     folders.resources = resourcesFolder();
     folders.programs = folders.resources + "/programs";

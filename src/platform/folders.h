@@ -9,13 +9,14 @@ struct Folders {
     std::string home;          ///< `$MORVANE_HOME` (a relative one counts from the working folder), else
                                ///< `$HOME`; the fixed `Library/...` tails lie below it
     std::string applications;  ///< `/Applications` where it exists, else `Applications` in the home folder
-    std::string volumes;       ///< `/Volumes` where it exists, else the user's folder of the media mounts
-    std::string temporary;     ///< "/tmp"
-    std::string resources;     ///< the application's resources: `$MORVANE_RESOURCES`, else `../share/morvane`
-    std::string programs;      ///< `programs` in the resources: put at the end of the search path
-    std::string desktop;       ///< `Desktop` in the home folder
-    std::string downloads;     ///< `Downloads` in the home folder
-    std::string systemRoot;    ///< "" on a real machine; where `/System/...` files are looked for
+    std::string volumes;     ///< the only folder of volumes: `$MORVANE_HOME/Volumes`; empty for those of the
+                             ///< machine (platform/volumes.h)
+    std::string temporary;   ///< "/tmp"
+    std::string resources;   ///< the application's resources: `$MORVANE_RESOURCES`, else `../share/morvane`
+    std::string programs;    ///< `programs` in the resources: put at the end of the search path
+    std::string desktop;     ///< `Desktop` in the home folder
+    std::string downloads;   ///< `Downloads` in the home folder
+    std::string systemRoot;  ///< "" on a real machine; where `/System/...` files are looked for
 
     /// The folders of this process's environment.
     [[nodiscard]] static Folders fromEnvironment();

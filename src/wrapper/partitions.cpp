@@ -12,6 +12,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/utf8.h"
+#include "platform/volumes.h"
 
 namespace morvane::NSPartitionMounter {
 namespace {
@@ -77,7 +78,7 @@ bool isDeviceName(std::string_view identifier) {
 }  // namespace
 
 std::string mountPoint() {
-    return files::join(host().folders.volumes, "MV_WIN_DISC");
+    return files::join(volumes::parent(host().folders), "MV_WIN_DISC");
 }
 
 std::vector<MountableDisk> mountableDisksList() {

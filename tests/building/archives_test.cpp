@@ -6,6 +6,7 @@
 #include "platform/files.h"
 #include "support/fake_wrapper.h"
 #include "support/test_machine.h"
+#include "wrapper/archive_tools.h"
 
 namespace morvane {
 namespace {
@@ -92,10 +93,53 @@ TEST_F(ExtractFile, NothingLandsOutsideTheFolder) {
         EXPECT_EQ(std::ranges::count(all, name), 0) << name;
 }
 
+TEST_F(ExtractFile, InTheUsersOwnFoldersNothingIsReplacedUnasked) {
+    pack("game.zip", {"setup.exe", "taxes.pdf"});
+    put(store + "/taxes.pdf", "mine");
+    put(store + "/game/notes.txt", "mine");
+    const std::string archive = store + "/game.zip", apart = store + "/game 2";
+    onWorker([&] {
+        EXPECT_EQ(WrapperCreation::extractFileApart(archive),
+                  (Names{apart + "/setup.exe", apart + "/taxes.pdf"}));
+        EXPECT_EQ(WrapperCreation::extractFileApart(store + "/taxes.pdf"), Names{store + "/taxes.pdf"});
+        put(store + "/damaged.zip", "no archive");
+        EXPECT_EQ(WrapperCreation::extractFileApart(store + "/damaged.zip"), Names{});
+    });
+    EXPECT_EQ(files::kindOf(store + "/damaged"), files::Kind::none);
+    for (const auto& [answer, expected] :
+         {std::pair{"No", "mine"}, std::pair{"Yes", "contents of taxes.pdf"}}) {
+        ui.expect("The archive game.zip holds 1 of the files that are already in the " + store + " folder.")
+            .defaultIs("No")
+            .answer(answer);
+        static_cast<void>(files::remove(store + "/setup.exe"));
+        onWorker([&] { WrapperCreation::extractFileToFolder(archive, store, Replacing::ask); });
+        EXPECT_EQ(get(store + "/taxes.pdf"), expected);
+        EXPECT_EQ(get(store + "/setup.exe"), "contents of setup.exe");
+    }
+    EXPECT_EQ(get(store + "/game/notes.txt"), "mine");
+}
+
+TEST_F(ExtractFile, WhatIsUnpackedIsTamed) {
+    const std::string place = store + "/place";
+    put(folder.path + "/victim", "unharmed");
+    put(place + "/plain", "plain");
+    put(store + "/make.sh",
+        "cd place; ln ../../victim other-name; ln plain second-name; mkfifo pipe; ln -s plain inside\n"
+        "ln -s ../.. up; mkdir deep; ln -s $PWD/plain deep/absolute; ln -s inside chain; ln -s up/x chain2\n"
+        "mkdir locked; ln -s / locked/root; chmod 0 locked\n");
+    testing::runTool(store, {"/bin/sh", "make.sh"});
+    archives::tame(place);
+    EXPECT_EQ(std::get<Names>(files::listBelow(place)),
+              (Names{"chain", "deep", "inside", "locked", "plain", "second-name"}));
+    EXPECT_EQ(get(folder.path + "/victim"), "unharmed");
+}
+
 TEST_F(ExtractFile, TheFolderDecidesWhetherAnythingIsUnpacked) {
     const std::string fresh = store + "/a/b";
-    const auto into = WrapperCreation::extractFileToFolder;
     onWorker([&] {
+        const auto into = [](const std::string& archive, const std::optional<std::string>& place) {
+            return WrapperCreation::extractFileToFolder(archive, place);
+        };
         EXPECT_EQ(into("/x/game.zip", std::nullopt), Names{});
         EXPECT_EQ(into("/x/game.zip", ""), Names{"/x/game.zip"});
         EXPECT_EQ(into("/x/game.exe", fresh), Names{"/x/game.exe"});

@@ -74,6 +74,7 @@ TEST_F(Plan, TellsWhatTheBuildTakesAndMakesNothing) {
     const BuildPlan plan = planOf(
         {{"Engine", "CK9Wine3.0"},
          {"Is Steam", true},
+         {"Is Origin", true},
          {"Original Installer Needed", true},
          {"Original Installer Name", "setup*.exe"},
          {"Winetricks", Array{"fonts", "d3dx9 | VC:NVIDIA", "Install App", "Change Engine: CK9Wine4.0"}},
@@ -93,15 +94,18 @@ TEST_F(Plan, TellsWhatTheBuildTakesAndMakesNothing) {
                      "d3dx9 | VC:NVIDIA is left out: it is for another graphics card"}));
     EXPECT_EQ(downloadsOf(stageOf(plan, "Installing Steam in the background...")),
               Names{"Steam installer " + base + "client/installer/SteamSetup.exe 77"});
+    const PlannedStage origin = stageOf(plan, "Installing Origin in the background...");
+    EXPECT_EQ(downloadsOf(origin).size(), 1U) << "a component's";
+    EXPECT_TRUE(origin.actions.back().starts_with("This version of Morvane knows no address of Origin"));
     EXPECT_EQ(stageOf(plan, "Requesting Installer...").present, Names{home + "/Downloads/setup-1.exe"});
     EXPECT_FALSE(plan.sizesAreKnown) << "the extra file's is not told";
     EXPECT_GT(plan.spaceNeeded, 185'000'000U);
     EXPECT_TRUE(plan.spaceFree);
     // A component's engine that nobody has, then what this port needs from the user, by their real titles.
     EXPECT_EQ(asked(questionsOf(plan)),
-              (Names{"License Agreement=I Agree", "Warning=Install it anyway", "Warning=Yes",
-                     "Select the file patch.exe=patch.exe", "Warning=No", "Warning=Yes",
-                     "Select the engine CK9Wine4.0=the archive of the engine"}))
+              (Names{"License Agreement=I Agree", "Warning=Install it anyway", "Warning=Yes", "Error=Yes",
+                     "Select the installer=Origin installer", "Select the file patch.exe=patch.exe",
+                     "Warning=No", "Warning=Yes", "Select the engine CK9Wine4.0=the archive of the engine"}))
         << shown(plan, option);
     EXPECT_NE(shown(plan, option).find("question: Select the file patch.exe\n             the option\n"),
               std::string::npos);

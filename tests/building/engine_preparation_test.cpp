@@ -46,19 +46,20 @@ class EnginePreparation : public testing::BuildingMachine {
     const std::string corrupted =
         "The engine " + engines + "/CK9Wine3.0 is corrupted! Remove it and then try again!";
     const Names official{"CK9Wine3.0.tar.7z"};
+    const std::string archive = testing::packedEngine("CK9Wine3.0");
 };
 
 TEST_F(EnginePreparation, TakesAnArchiveFromTheStoreWithoutTheNetwork) {
     offline();
     for (const char* ending : {"tar.7z", "zip", "xz", "tar", "tar.gz", "tar.bz2", "tgz", "tar.xz"}) {
         fs::remove_all(engines);
-        put(engines + "/CK9Wine3.0." + ending, "x");
+        put(engines + "/CK9Wine3.0." + ending, archive);
         expectPrepared(true);
     }
     // Another engine's archive, and a file of no archive kind.
     fs::remove_all(engines);
     put(engines + "/CK9Wine3.0.1.tar.7z", "x");
-    put(engines + "/CK9Wine3.0.txt", "x");
+    put(engines + "/CK9Wine3.0.txt", archive);
     ui.expect(offlineQuestion).titleIs("Warning").defaultIs("Yes").answer("No");
     ui.expectError(unavailable);
     expectPrepared(false);
@@ -90,7 +91,7 @@ TEST_F(EnginePreparation, StoresADownloadFromALinkUnderItsExtension) {
     };
     for (const auto& [link, stored] : rows) {
         fs::remove_all(engines);
-        site.answer("/" + link.substr(0, link.find('?')), {.body = "engine"});
+        site.answer("/" + link.substr(0, link.find('?')), {.body = archive});
         expectPrepared(true, "CK9Wine3.0", site.baseAddress() + link);
         EXPECT_EQ(namesIn(engines), stored);
     }
@@ -104,7 +105,7 @@ TEST_F(EnginePreparation, StoresADownloadFromALinkUnderItsExtension) {
 }
 
 TEST_F(EnginePreparation, AsksForALinkUntilItIsOne) {
-    site.answer("/Engine.zip", {.body = "engine"});
+    site.answer("/Engine.zip", {.body = archive});
     for (const std::string& typed :
          {std::string("my disk"), std::string(), site.baseAddress() + "Engine.zip"}) {
         ui.expect(linkQuestion).titleIs("Warning").defaultIs("Yes").answer("Yes");
@@ -112,14 +113,14 @@ TEST_F(EnginePreparation, AsksForALinkUntilItIsOne) {
         typed.empty() ? input.answer("Cancel") : input.type(typed);
     }
     expectPrepared(true);
-    EXPECT_EQ(get(engines + "/CK9Wine3.0.zip"), "engine");
+    EXPECT_EQ(get(engines + "/CK9Wine3.0.zip"), archive);
 }
 
 TEST_F(EnginePreparation, AsksForAFile) {
-    put(home + "/Downloads/wine-3.0.tar.xz", "engine");
+    put(home + "/Downloads/wine-3.0.tar.xz", archive);
     expectFileQuestions({home + "/Downloads/wine-3.0.tar.xz"});
     expectPrepared(true);
-    EXPECT_EQ(get(engines + "/CK9Wine3.0.xz"), "engine");
+    EXPECT_EQ(get(engines + "/CK9Wine3.0.xz"), archive);
     const OpenPanel& panel = ui.openPanels.at(0);
     EXPECT_TRUE(panel.files && !panel.folders && !panel.multiple && panel.packagesAsFolders);
     for (const char* type : {"7z", "zip", "xz", "rar", "gz", "bz2"}) {
@@ -142,7 +143,9 @@ TEST_F(EnginePreparation, AsksForAFile) {
 }
 
 TEST_F(EnginePreparation, KeepsNoHalfOfAFileInTheStore) {
-    put(home + "/Downloads/wine-3.0.zip", std::string(1 << 20, 'x'));
+    put(packing.path + "/large", std::string(1 << 20, 'x'));
+    pack("7za a -tzip -mx0 large.zip large");
+    put(home + "/Downloads/wine-3.0.zip", get(packing.path + "/large.zip"));
     expectFileQuestions({home + "/Downloads/wine-3.0.zip"});
     ui.expectError("Error while copying file: ");
     // A full disk without a disk.
@@ -155,6 +158,50 @@ TEST_F(EnginePreparation, KeepsNoHalfOfAFileInTheStore) {
     ::setrlimit(RLIMIT_FSIZE, &before);
     ::signal(SIGXFSZ, handler);
     EXPECT_EQ(namesIn(engines), Names{});
+}
+
+/// Each row: what a server sends in the place of an archive, or what has become of it on the way.
+TEST_F(EnginePreparation, OnlyAWholeArchiveEntersTheStore) {
+    const std::string short7z = archive.substr(0, archive.size() / 2), name = engines + "/CK9Wine3.0.tar.7z";
+    std::string flipped = archive;
+    flipped[flipped.size() / 3] = static_cast<char>(flipped[flipped.size() / 3] ^ 0x55);
+    testing::publishEngines(site, {"CK9Wine3.0"});
+    for (const std::string& body : {std::string("<html>Log in</html>"), short7z, flipped}) {
+        fs::remove_all(engines);
+        site.answer("/Engines/CK9Wine3.0.tar.7z", {.body = body});
+        ui.expectError(
+            "What was downloaded as the engine CK9Wine3.0 is damaged, or no archive at all (" + name +
+            ".damaged). Check your connection and prepare the engine again, or put a whole archive at " +
+            name + ".");
+        expectPrepared(false);
+        EXPECT_EQ(namesIn(engines), Names{"CK9Wine3.0.tar.7z.damaged"});
+        site.answer("/files/Engine.zip", {.body = body});
+        ui.expectError("What was downloaded as the engine CK8Wine9.0 is damaged");
+        expectPrepared(false, "CK8Wine9.0", site.baseAddress() + "files/Engine.zip");
+        put(home + "/Downloads/wine.7z", body);
+        fs::remove_all(engines);
+        // One that an earlier version has stored goes out of the way of a good one.
+        put(name, body);
+        put(name + ".damaged", "mine");
+        site.answer("/Engines/CK9Wine3.0.tar.7z", {.body = archive});
+        ui.expectError("The archive " + name +
+                       " is damaged, or no archive at all. It is not used any more, and is now at " + name +
+                       ".damaged-2.");
+        expectPrepared(true);
+        EXPECT_EQ(get(name), archive);
+        EXPECT_EQ(get(name + ".damaged-2"), body);
+        // The user's own file stays where it is.
+        fs::remove_all(engines);
+        offline();
+        ui.expect(offlineQuestion).answer("Yes");
+        ui.expectChoice("Select the engine CK9Wine3.0", {home + "/Downloads/wine.7z"});
+        ui.expectError(home + "/Downloads/wine.7z is damaged, or no archive at all");
+        expectPrepared(false);
+        EXPECT_EQ(namesIn(engines), Names{});
+        EXPECT_EQ(get(home + "/Downloads/wine.7z"), body);
+        reachable = [](const std::string&) { return true; };
+    }
+    EXPECT_FALSE(exists(engines + "/../.arriving"));
 }
 
 TEST_F(EnginePreparation, RefusesNamesThatLeaveTheStore) {
@@ -283,6 +330,36 @@ TEST_F(EnginePreparation, AnArchiveOfOddThingsEndsAsAnyOther) {
     fs::create_directories(frameworks);
     ui.expectError(corrupted);
     expectExtracted(ExtractedEngine::failure, std::nullopt, {"CK9Wine3.0.tar"});
+}
+
+/// Each row: an outer archive with a link, and in it an archive that writes through the link.
+TEST_F(EnginePreparation, AnArchiveInAnArchiveStaysInItsFolder) {
+    const std::string outside = folder.path + "/outside";
+    put(outside + "/version", "mine");
+    testing::makeFakeEngine(packing.path, "CK9Wine3.0");
+    put(packing.path + "/evil/version", "evil");
+    pack(
+        "tar -cf CK9Wine3.0.tar --transform 's,^evil,ckwine.bundle,' evil/version && cp CK9Wine3.0.tar in.tar");
+    const std::string outer = "rm -rf out* ckwine.bundle && ln -s " + outside + " ckwine.bundle && ";
+    const std::pair<const char*, std::string> rows[] = {
+        {"CK9Wine3.0.tar.7z", "7za a -snl out.7z ckwine.bundle CK9Wine3.0.tar && mv out.7z out"},
+        {"CK9Wine3.0.tar", "tar -cf out ckwine.bundle in.tar"},
+        {"CK9Wine3.0.zip", "7za a -snl -tzip out.zip ckwine.bundle in.tar && mv out.zip out"},
+    };
+    for (const auto& [stored, command] : rows) {
+        SCOPED_TRACE(stored);
+        fs::remove_all(engines);
+        fs::remove_all(wrapper);
+        fs::create_directories(frameworks);
+        pack(outer + command);
+        put(engines + "/" + stored, get(packing.path + "/out"));
+        create([&](WrapperCreation& creation) {
+            if (creation.extractEngine("CK9Wine3.0", wrapper) == ExtractedEngine::failure) return;
+            EXPECT_FALSE(fs::is_symlink(bundle));
+        });
+        EXPECT_EQ(get(outside + "/version"), "mine");
+        EXPECT_EQ(namesIn(outside), Names{"version"});
+    }
 }
 
 TEST_F(EnginePreparation, AnArchiveCannotReachWhatLiesBesideItInTheStore) {

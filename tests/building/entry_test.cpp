@@ -190,6 +190,14 @@ TEST_F(Entry, BuildsOneWrapperAtATime) {
     ASSERT_TRUE(lock);
     ui.expectError(twoWrappers);
     expectInstalled(-1, file);
+    // The one that is refused does not move away what the other may be building.
+    put(wrapper + "/Contents/half", "x");
+    ui.expectError(twoWrappers);
+    create([&](WrapperCreation& creation) {
+        EXPECT_EQ(creation.installCKI(file, wrapper, Trust::no, Replacing::yes), -1);
+    });
+    EXPECT_TRUE(exists(wrapper + "/Contents/half"));
+    EXPECT_EQ(namesIn(home + "/Applications"), Names{"Game.app"});
 }
 
 TEST_F(Entry, SaysThatTheSupportFolderCannotBeWrittenTo) {

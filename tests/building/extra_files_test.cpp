@@ -41,12 +41,14 @@ TEST_F(ExtraFiles, LinksArePlacedUnpackedAndRun) {
     EXPECT_EQ(asked(), "") << "nothing is to be run";
     EXPECT_EQ(ui.statusLines().front(), "Downloading extra file My Data.zip...");
     put(downloads + "/keep.exe", "kept");
+    put(downloads + "/a.msi", "mine");
     put(home + "/Desktop/Old.lnk", "");
     whenInstalling(": > '" + home + "/Desktop/Tool.lnk'\n");
     ui.expect("There is already a file called \"keep.exe\"").answer("Yes");
     bring({linked("a/My%20Data.zip"), linked("keep.exe")});
-    EXPECT_EQ(asked(), "CKS-installer " + downloads + "/a.msi\nCKS-installer " + downloads +
-                           "/b.EXE\nCKS-installer " + downloads + "/keep.exe\n");
+    EXPECT_EQ(asked(), "CKS-installer " + downloads + "/My Data/a.msi\nCKS-installer " + downloads +
+                           "/My Data/b.EXE\nCKS-installer " + downloads + "/keep.exe\n");
+    EXPECT_EQ(get(downloads + "/a.msi"), "mine");
     EXPECT_EQ(get(downloads + "/keep.exe"), "kept");
     EXPECT_EQ(listing(home + "/Desktop"), Names{"Old.lnk"});
     EXPECT_EQ(ui.statusLines().back(), "Running " + downloads + "/keep.exe...");

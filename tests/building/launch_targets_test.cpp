@@ -124,14 +124,22 @@ TEST_F(LaunchTargets, EveryOtherProgramGetsALauncherBesideTheWrapper) {
     EXPECT_EQ(destination(applications + "/Editor.app"), "Game.app/Editor.app");
 }
 
-TEST_F(LaunchTargets, TheLinkReplacesLinksOnly) {
+TEST_F(LaunchTargets, TheLinkReplacesLinksIntoTheSameWrapperOnly) {
     put(home + "/target/save.dat", "my game");
     link("/nowhere", applications + "/Dangling.app");
     link("Game.app/Other.app", applications + "/Linked.app");
     link(home + "/target", applications + "/Away.app");
-    for (const std::string name : {"New.app", "New.app", "Dangling.app", "Linked.app", "Away.app"}) {
+    link(wrapper + "/Gone.app", applications + "/Whole.app");
+    link("First.app/Editor.app", applications + "/Editor.app");
+    for (const std::string name : {"New.app", "New.app", "Linked.app", "Whole.app"}) {
         alias(name);
         EXPECT_EQ(destination(applications + "/" + name), "Game.app/" + name);
+    }
+    for (const auto& [name, kept] : {std::pair<std::string, std::string>{"Dangling.app", "/nowhere"},
+                                     {"Away.app", home + "/target"},
+                                     {"Editor.app", "First.app/Editor.app"}}) {
+        alias(name);
+        EXPECT_EQ(destination(applications + "/" + name), kept) << "another wrapper's, or the user's";
     }
     EXPECT_EQ(get(home + "/target/save.dat"), "my game");
 

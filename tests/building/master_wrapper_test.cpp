@@ -121,6 +121,19 @@ TEST_F(MasterWrapper, IsUsedAsItIsWhereTheSiteDoesNotHelp) {
     expectUpdate(true, "Caskery-2.6.2", newMaster);
 }
 
+/// As a cancelled unpacking leaves it, or a killed download.
+TEST_F(MasterWrapper, AnArchiveThatIsThereIsTakenWhenItIsWhole) {
+    const std::string whole = testing::packedMasterWrapper(), left = masters + "/Caskery-2.6.2.tar.7z";
+    testing::publishMasterWrapper(site);
+    for (const auto& [body, downloads] : {std::pair{whole, 0}, {whole.substr(0, whole.size() / 2), 1}}) {
+        fs::remove_all(masters);
+        keepOldMaster();
+        put(left, body);
+        expectUpdate(true, "Caskery-2.6.2", newMaster);
+        EXPECT_EQ(asked("/Wrapper/Caskery"), downloads);
+    }
+}
+
 /// Each row: what the site answers for the archive, and what the user sees of it.
 TEST_F(MasterWrapper, KeepsTheOldOneWhateverTheDownloadBrings) {
     const std::string whole = testing::packedMasterWrapper();
@@ -197,7 +210,6 @@ TEST_F(MasterWrapper, SaysWhatToInstallWithout7Zip) {
     expectFailure();
     // A starter that finds no 7-Zip on the machine.
     put(resources + "/7za", "#!/bin/sh\nexit 127\n", true);
-    ui.expect("There is already a file called \"Caskery-2.6.2.tar.7z\"").answer("Yes");
     expectFailure();
 }
 

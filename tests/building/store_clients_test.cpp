@@ -112,6 +112,7 @@ TEST_F(StoreClients, TheUserDecidesWhatFollowsAFailedInstallation) {
     EXPECT_FALSE(exists(driveC + "/SteamSetup.exe"));
     // Without an address there is nothing to download.
     machine->sites.origin.clear();
+    ui.expectError("This version of Morvane knows no address of Origin's installer.");
     expectAnswers("Origin", "No", "Yes");
     EXPECT_FALSE(install(&WrapperCreation::installOriginAtPort));
     EXPECT_EQ(get(wrapper + layout::systemRegistry), untouched) << "no client, no settings of it";

@@ -2,6 +2,7 @@
 
 #include "building/building_machine.h"
 #include "foundation/text.h"
+#include "wrapper/registry.h"
 
 namespace morvane {
 namespace {
@@ -57,6 +58,7 @@ class Winetricks : public testing::BuildingMachine {
         return paths;
     }
 
+    const std::string rightSha256 = "27042F4e6eca7d0b2a7ee4026df2ecfa51d3339e6d122aa099118ecd8563bad9";
     const std::string runs = folder.path + "/runs", base = site.baseAddress();
     const std::string script = wrapper + "/Caskery.app/Contents/Resources/winetricks";
     const std::string commandTool = wrapper + "/Contents/Frameworks/bin/Caskery";
@@ -132,9 +134,24 @@ TEST_F(Winetricks, InstallsRequestsInOrder) {
     for (const std::string& list : lists) EXPECT_FALSE(exists(wrapper + list)) << list;
 }
 
+TEST_F(Winetricks, TheWindowsVersionNeedsNoScript) {
+    const std::string registry = wrapper + "/Contents/Resources/user.reg";
+    put(registry, "WINE REGISTRY Version 2\n\n[Software\\\\Wine] 5\n\"Version\"=\"win7\"\n\"Kept\"=\"x\"\n");
+    offline();
+    fs::remove(script);
+    install({"win2k3"});
+    EXPECT_EQ(NSUtilities::getRegistry(R"([Software\\Wine])", "user", wrapper),
+              "\"Version\"=\"win2003\"\n\"Kept\"=\"x\"");
+    EXPECT_FALSE(exists(runs));
+    // Where the script knows it, it is asked.
+    putScript("w_metadata win10 settings\n    w_set_winver win10\n");
+    install({"win10"});
+    EXPECT_TRUE(MVString::contains(get(runs), "CKS-winetricks win10"));
+}
+
 TEST_F(Winetricks, FetchesEverythingThatAComponentCalls) {
     putScript(
-        "helper_shared()\n{\n    w_download_to fonts @h/font.zip SUM\n}\n"
+        "helper_shared()\n{\n    w_download_to fonts/deep @h/font.zip SUM\n}\n"
         "w_metadata one dlls\n    w_call two\n    w_call icodecs\n    helper_shared\n"
         "    w_download_manual @m gacutil-net40.tar.bz2 0123\n"
         "    w_download $WINETRICKS_SOURCEFORGE/p/one.exe SUM\n"
@@ -150,7 +167,7 @@ TEST_F(Winetricks, FetchesEverythingThatAComponentCalls) {
     EXPECT_EQ(listed, paths);
     install({"one"});
     EXPECT_EQ(fetched(), paths);
-    for (const char* file : {"fonts/font.zip", "two/two.exe", "icodecs/codinstl.exe",
+    for (const char* file : {"fonts/deep/font.zip", "two/two.exe", "icodecs/codinstl.exe",
                              "dotnet40/gacutil-net40.tar.bz2", "one/one.exe"})
         EXPECT_EQ(get(cache + file), "right") << file;
     // What is in the cache is checked, and not fetched again.
@@ -170,7 +187,10 @@ TEST_F(Winetricks, OffersAWrongFileAgain) {
         {"from the archive", "bad", "right", rightSum, {"Yes"}, 2, true},
         {"wrong everywhere, then declined", "bad", "bad", rightSum, {"Yes", "No"}, 3, false},
         {"wrong everywhere", "bad", "bad", rightSum, {"Yes", "Yes", "Yes", "Yes"}, 8, false, true},
-        {"another kind of sum", "right", "right", std::string(64, 'a'), {"No"}, 1, false},
+        {"SHA-256", "right", "right", rightSha256, {}, 1, true},
+        {"wrong SHA-256", "bad", "right", rightSha256, {"Yes"}, 2, true},
+        {"a sum of no known form", "right", "right", std::string(96, 'a'), {}, 1, true},
+        {"no sum of any form", "right", "right", std::string(64, 'x'), {}, 1, true},
         {"no sum", "bad", "bad", "", {}, 1, true},
     };
     for (const auto& row : rows) {
@@ -179,7 +199,11 @@ TEST_F(Winetricks, OffersAWrongFileAgain) {
         site.answer("/f", {.body = row.first});
         site.answer("/archive/" + base + "f", {.body = row.archived});
         for (const char* answer : row.answers)
-            ui.expect(sumQuestion).titleIs("Warning").defaultIs("Yes").answer(answer);
+            ui.expect(row.sum == rightSha256 ? MVString::replacedAll(sumQuestion, "SHA1", "SHA256")
+                                             : sumQuestion)
+                .titleIs("Warning")
+                .defaultIs("Yes")
+                .answer(answer);
         if (row.givenUp) ui.expectError("\"f\" of the winetrick one was downloaded several times");
         install({"one"});
         Names expected;
@@ -218,14 +242,14 @@ TEST_F(Winetricks, InstallsWithoutFetchingWhatLeadsAstray) {
     fs::create_directory_symlink(folder.path, cache + "linked");
     putScript(
         "w_metadata .. dlls\n    w_download @a\nw_metadata linked dlls\n    w_download @secret SUM\n"
-        "w_metadata a/b dlls\n    w_download @a\nhelper_up()\n    w_download_to .. @a\n"
-        "w_metadata one dlls\n    w_call ..\n    w_call a/b\n    w_call linked\n    helper_up\n"
+        "w_metadata a/../b dlls\n    w_download @a\nhelper_up()\n    w_download_to .. @a\n"
+        "w_metadata one dlls\n    w_call ..\n    w_call a/../b\n    w_call linked\n    helper_up\n"
         "    w_download_manual file:///etc/passwd setup.exe\n    w_download @x/..\n"
         "    w_download FILE://localhost/etc/passwd\n    w_download $_W_url\n    w_download @good\n"
         "w_metadata two dlls\n    w_download_manual @page ../../setup.exe\n");
     site.answer("/good", {.body = "x"});
     for (const char* error :
-         {"\"..\" can't", "\"a/b\" can't", "\"linked\" can't", "\"..\" can't",
+         {"\"..\" can't", "\"a/../b\" can't", "\"linked\" can't", "\"..\" can't",
           "The download link seems to be invalid. \"file:", "\"..\" can't",
           "The download link seems to be invalid. \"FILE:",
           "The download link seems to be invalid. \"$_W_url", "\"../../setup.exe\" can't"})

@@ -113,6 +113,26 @@ TEST_F(Updater, NineStepsOfWhichEachMayBeTheLast) {
     }
 }
 
+TEST_F(Updater, WhatAKilledUpdateHasLeftRunningIsEndedByTheNext) {
+    EXPECT_THROW(update("Step 8"), std::string);
+    fs::rename(wrapper, away);
+    // Beyond the numbers that processes have.
+    scriptProgram("ps", "[ -e '" + folder.path + "/ended' ] || echo ' 4999999 ? S wineserver " + away + "'");
+    scriptProgram("kill", "echo \"$*\" >> '" + folder.path + "/ended'");
+    for (const std::string& asked : {away, wrapper}) {
+        SCOPED_TRACE(asked);
+        fs::remove(folder.path + "/ended");
+        create([&](WrapperCreation& creation) {
+            EXPECT_EQ(building::updateOutdatedWrapper(asked, creation), building::WrapperUpdate::updated);
+        });
+        expectUpdated();
+        EXPECT_EQ(get(folder.path + "/ended"), "-TERM 4999999\n");
+        makeOld();
+        EXPECT_THROW(update("Step 8"), std::string);
+        fs::rename(wrapper, away);
+    }
+}
+
 /// What a kill within a step, of this or of another tool, leaves.
 TEST_F(Updater, EveryStateInBetweenIsRepaired) {
     const std::string fresh = frameworks + ".new", old = frameworks + ".old", engine = "/ckwine.bundle";
