@@ -43,12 +43,20 @@ class Taming {
         for (const std::string& link : links_) {
             const auto destination = files::destinationOfLink(link);
             const auto* text = std::get_if<std::string>(&destination);
-            if (text == nullptr || text->starts_with("/") || !staysInside(root_, link))
-                static_cast<void>(files::remove(link));
+            const bool isTame = text != nullptr && (text->starts_with("/") ? leadsToSystemProgram(link)
+                                                                           : staysInside(root_, link));
+            if (!isTame) static_cast<void>(files::remove(link));
         }
     }
 
   private:
+    /// What the system has installed, and no user can change.
+    static bool leadsToSystemProgram(const std::string& link) {
+        const std::string program = files::resolved(link).value_or("");
+        return program.starts_with("/usr/") && files::kindOf(program) == files::Kind::file &&
+               files::isExecutable(program);
+    }
+
     void visit(const std::string& folder) {
         using std::filesystem::perms;
         std::error_code ignored;

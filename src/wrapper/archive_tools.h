@@ -26,7 +26,8 @@ namespace morvane::archives {
 [[nodiscard]] bool isWhole(const std::string& archive);
 
 /// Makes harmless what an archive of a stranger's has left in the folder: links that lead out of it and
-/// absolute ones go, so do files that have another name elsewhere (a change would change that one, too) and
+/// absolute ones go (but to a program of the system, below "/usr": engines made of this machine's Wine have
+/// one), so do files that have another name elsewhere (a change would change that one, too) and
 /// what is no file, folder or link. What stays may be moved and removed, whatever the archive's permissions.
 /// Unpacked in a folder where it is alone, and tamed before the next archive is unpacked beside it or out of
 /// it, no archive reaches anything else.
