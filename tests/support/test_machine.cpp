@@ -175,14 +175,15 @@ TemporaryFolder::~TemporaryFolder() {
 TestMachine::TestMachine() : home(folder.path + "/home"), programsFolder(folder.path + "/programs") {
     reachable = [](const std::string& name) { return name != "offline.invalid"; };
     for (const char* name : {"/home/Applications", "/home/Desktop", "/home/Downloads", "/home/Library",
-                             "/Volumes", "/tmp", "/programs", "/root"}) {
+                             "/Volumes", "/passing", "/tmp", "/programs", "/root"}) {
         fs::create_directories(folder.path + name);
     }
     Folders folders;
     folders.home = home;
     folders.applications = home + "/Applications";
     folders.volumes = folder.path + "/Volumes";
-    folders.temporary = folder.path + "/tmp";
+    folders.temporary = folder.path + "/passing";
+    folders.sharedTemporary = folder.path + "/tmp";
     folders.resources = environmentVariable("MORVANE_TEST_RESOURCES");
     if (folders.resources.empty()) folders.resources = MORVANE_SHARE_FOLDER;
     folders.programs = programsFolder;
