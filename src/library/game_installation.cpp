@@ -59,7 +59,7 @@ bool automaticFolderSave() {
 /// The place that needs no question: in the first apps folder, under the game's name. Nothing when the name
 /// is no file name, and when something lies there: what is replaced is for the user to say.
 std::optional<std::string> automaticTarget(const NSGameData& game) {
-    const std::string name = MVString::replacedAll(fileNameOf(game), "/", "-");
+    const std::string name = fileNameOf(game);
     if (name.empty()) return std::nullopt;
     const auto place = pathInside(NSDescriptionView::defaultGamesFolder(), name + ".app", Levels::one,
                                   localized("the game's name"));

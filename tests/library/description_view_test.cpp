@@ -276,7 +276,8 @@ TEST_F(DescriptionView, KeepsToTheGameThatWasClicked) {
                              ui.expect("Read the license agreement").answer("I Agree");
                              choose("GOG", "Install Now");
                              ui.expectSave("Create Port at...", games + "New.app");
-                             ui.expectError("That CKI file isn't available in the database.");
+                             ui.expect("The informed file isn't available.").answer("No");
+                             ui.expectError("The CKI download failed for some unknown reason!");
                          },
                          [&] {
                              EXPECT_EQ(ui.savePanels.back().proposedName, "Bee");
@@ -364,7 +365,10 @@ TEST_F(DescriptionView, ChoosesThePlace) {
         }
         // The port file is nowhere: nothing more is asked.
         const bool goesOn = row.panels.empty() || !row.chosen.empty();
-        if (goesOn) ui.expectError("That CKI file isn't available in the database.");
+        if (goesOn) {
+            ui.expect("The informed file isn't available.").answer("No");
+            ui.expectError("The CKI download failed for some unknown reason!");
+        }
         page->chooseDownloadSource(page->gameData());
         settle();
         EXPECT_EQ(ui.savePanels.empty() ? "" : ui.savePanels.back().proposedName, row.proposal);
