@@ -291,7 +291,11 @@ TEST_F(DescriptionView, KeepsToTheGameThatWasClicked) {
                          },
                          [&] { EXPECT_EQ(ui.opened, Names{"http://Bee/"}); }},
                         {"save the port file", bee, ay, [&] { return item("Download CKI"); },
-                         [&] { ui.expectSave("Save CKI at...", home + "/mine.cki"); },
+                         [&] {
+                             ui.expectSave("Save CKI at...", home + "/mine.cki");
+                             ui.expect("The informed file isn't available.").answer("No");
+                             ui.expectError("The CKI download failed for some unknown reason!");
+                         },
                          [&] { EXPECT_EQ(asked("/ckis/Bee/Steam.cki"), 1); }},
                         {"mod", localBee, localAy, [&] { return item("Install Mod/Patch"); },
                          [&] {
