@@ -13,8 +13,8 @@
 #include "library/apps_array.h"
 #include "platform/files.h"
 #include "platform/host.h"
-#include "platform/ownership.h"
 #include "platform/pictures.h"
+#include "platform/private_folder.h"
 #include "platform/utf8.h"
 
 namespace morvane::games_folder {
@@ -73,24 +73,16 @@ void setFolderIcon(const std::string& icon) {
                                    files::Atomically::yes));
 }
 
-/// Whether the place is free then. A folder stays.
-bool clear(const std::string& path) {
-    const auto kind = files::kindOf(path);
-    return kind == files::Kind::none || (kind != files::Kind::folder && !files::remove(path));
-}
-
 void unpackIcon() {
     const std::string& resources = host().folders.resources;
-    const std::string& temporary = host().folders.temporary;
-    const std::string icon = temporary + "/games.icns";
-    // Everybody may write there: nothing of somebody else's is written through, or taken for ours.
-    if (!clear(icon)) return;
+    const auto temporary = files::PrivateFolder::make(host().folders.temporary);
+    if (failureOf(temporary) != nullptr) return;
+    const std::string& folder = std::get<files::PrivateFolder>(temporary).path();
     MVTask::runProgram(
         filled("%@/7za", {resources}), "/",
-        MVTask::Arguments({"x", filled("%@/games.7z", {resources}), filled("-o%@", {temporary}), "-y"}),
+        MVTask::Arguments({"x", filled("%@/games.7z", {resources}), filled("-o%@", {folder}), "-y"}),
         Wait::yes);
-    if (files::kindOf(icon) == files::Kind::file && files::isOwn(icon)) setFolderIcon(icon);
-    clear(icon);
+    setFolderIcon(folder + "/games.icns");
 }
 
 }  // namespace

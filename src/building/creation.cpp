@@ -1,5 +1,6 @@
 // The spine of the pipeline: a port is built in four stages, and a wrapper gets its engine and its prefix.
 
+#include <algorithm>
 #include <string_view>
 
 #include "building/engine_store.h"
@@ -14,31 +15,28 @@
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
-#include "platform/ownership.h"
+#include "platform/private_folder.h"
 #include "wrapper/layout.h"
 
 namespace morvane {
 
 namespace {
 
-/// Whether what lies at the temporary path is what a build of this user left there, and no finished port.
-bool isLeftover(const std::string& path) {
-    return files::kindOf(path) == files::Kind::folder && files::isOwn(path) &&
-           files::kindOf(path + "/Contents") == files::Kind::folder &&
-           files::kindOf(path + layout::backupCki) == files::Kind::none &&
-           files::kindOf(path + layout::descriptionCkii) == files::Kind::none;
-}
+/// What Wine cannot bear in the path of a prefix that it creates, beside "&".
+constexpr std::string_view unwanted = "!#$%^*()+=|\\?><;:@";
 
-bool clearTemporaryPath(const std::string& path) {
-    if (files::kindOf(path) == files::Kind::none) return true;
-    if (!isLeftover(path)) {
-        MVAlert::showAlertErrorMessage(localized(
-            "The wrapper is prepared at %@, but something else lies there. Move it to a different folder "
-            "and then try again.",
-            {path}));
-        return false;
-    }
-    return MVFileManager::removeItemAtPath(path);
+/// A fresh folder for a new wrapper; nothing where none can be had. The user's own may lie below a name that
+/// Wine cannot bear.
+std::optional<files::PrivateFolder> folderForPrefix() {
+    const std::string& own = host().folders.temporary;
+    const bool isPlain = std::ranges::none_of(own, [](unsigned char character) {
+        return character < ' ' || character == '"' || character == '&' ||
+               unwanted.find(static_cast<char>(character)) != std::string_view::npos;
+    });
+    auto folder = isPlain ? files::PrivateFolder::make(own)
+                          : files::PrivateFolder::makeInShared(host().folders.sharedTemporary);
+    if (failureOf(folder) != nullptr) return std::nullopt;
+    return std::get<files::PrivateFolder>(std::move(folder));
 }
 
 void makeRunnable(const std::string& mode, const std::string& path) {
@@ -104,46 +102,53 @@ bool WrapperCreation::createWrapperAt(const std::string& wrapper, const std::str
 }
 
 bool WrapperCreation::createPrefixOf(const std::string& wrapper) {
-    // A wrapper that was there before may hold a game's data, which have no business in a folder that is
-    // emptied when the machine starts.
-    const auto temporary = ownWrapper_ == wrapper ? temporaryPathFor(wrapper) : std::nullopt;
-    if (temporary) {
-        if (!clearTemporaryPath(*temporary) || !MVFileManager::moveItemAtPath(wrapper, *temporary))
+    // A wrapper that was there before may hold a game's data, which have no business in a passing folder.
+    if (ownWrapper_ == wrapper) passing_ = folderForPrefix();
+    const std::string place = passing_ ? files::join(passing_->path(), temporaryNameFor(wrapper)) : wrapper;
+    if (passing_) {
+        if (!MVFileManager::moveItemAtPath(wrapper, place)) {
+            passing_.reset();
             return false;
-        ownWrapper_ = usedTemporaryPath_ = temporary;
+        }
+        ownWrapper_ = usedTemporaryPath_ = place;
     }
-    const std::string tool =
-        MVString::pathByAppendingCaskeryFrameworkBinToPortPath(temporary.value_or(wrapper));
+    const std::string tool = MVString::pathByAppendingCaskeryFrameworkBinToPortPath(place);
     makeRunnable("+x", tool);
     {
         building::EstimatedProgress estimate(progressWindow, settings::prefixCreationTime);
         MVTask::runProgram(tool, "/", std::vector<std::string>{"CKS-wineprefixcreate"}, Wait::yes);
-        if (MVFileManager::fileExistsAtPath(temporary.value_or(wrapper) + layout::systemRegistry))
-            estimate.finished();
+        if (MVFileManager::fileExistsAtPath(place + layout::systemRegistry)) estimate.finished();
     }
-    if (!temporary) return true;
-    if (MVFileManager::moveItemAtPath(*temporary, wrapper)) {
+    if (!passing_) return true;
+    const bool isBack = MVFileManager::moveItemAtPath(place, wrapper);
+    if (isBack) {
         ownWrapper_ = wrapper;
-        return true;
+    } else {
+        keepOrRemove(place, wrapper);
     }
-    MVAlert::showAlertErrorMessage(localized(
-        "The wrapper is at %@ now. Move it to %@ before you create it again.", {*temporary, wrapper}));
-    return false;
+    passing_.reset();
+    return isBack;
 }
 
-std::optional<std::string> WrapperCreation::temporaryPathFor(const std::string& wrapper) {
-    const std::string& folder = host().folders.temporary;
-    if (!files::isWritable(folder)) return std::nullopt;
+void WrapperCreation::keepOrRemove(const std::string& place, const std::string& wrapper) {
+    if (!MVAlert::showBooleanAlertMessage(
+            localized("The wrapper can't be moved to %@. Do you want to keep what has been made of it?",
+                      {wrapper}),
+            "Error", false)) {
+        return;
+    }
+    const auto kept = passing_->keep();
+    if (const Failure* failure = failureOf(kept)) return MVAlert::showAlertErrorMessage(failure->message);
+    ownWrapper_.reset();
+    MVAlert::showAlertErrorMessage(
+        localized("The wrapper is at %@ now. Move it to %@ before you create it again.",
+                  {files::join(std::get<std::string>(kept), files::lastComponent(place)), wrapper}));
+}
+
+std::string WrapperCreation::temporaryNameFor(const std::string& wrapper) {
     std::string name = MVString::replacedAll(files::lastComponent(wrapper), "&", "and");
-    constexpr std::string_view unwanted = "!#$%^*()+=|\\?><;:@";
-    std::erase_if(name, [=](char character) { return unwanted.find(character) != std::string_view::npos; });
-    const std::string path = folder + "/" + name;
-    // What lies at the temporary path is cleared away: a wrapper in the temporary folder is prepared in its
-    // place, and so is one that lies inside a bundle there.
-    const std::string real = files::resolved(wrapper).value_or(wrapper);
-    const std::string realPath = files::resolved(path).value_or(path);
-    if (real == realPath || real.starts_with(realPath + "/")) return std::nullopt;
-    return path;
+    std::erase_if(name, [](char character) { return unwanted.find(character) != std::string_view::npos; });
+    return name;
 }
 
 }  // namespace morvane

@@ -20,6 +20,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/http.h"
+#include "platform/private_folder.h"
 #include "wrapper/archive_tools.h"
 #include "wrapper/layout.h"
 
@@ -44,6 +45,11 @@ std::vector<std::string> archiveKinds() {
     std::vector<std::string> kinds = WrapperCreation::archiveExtensions();
     kinds.insert(kinds.end(), furtherKinds.begin(), furtherKinds.end());
     return kinds;
+}
+
+bool isArchiveKind(std::string_view extension) {
+    const std::vector<std::string> kinds = archiveKinds();
+    return std::ranges::find(kinds, MVString::lowercased(extension)) != kinds.end();
 }
 
 /// "CK9Wine3.0.zip" and "CK9Wine3.0.tar.xz" are archives of CK9Wine3.0; "CK9Wine3.0.1.zip" is another
@@ -129,30 +135,96 @@ bool leaveWholeArchivesFor(const std::string& engine) {
     return true;
 }
 
-enum class Arrived { calledOff, damaged, stored };
+/// Whatever it is called: an xz file unpacks into a name without an extension.
+bool isTar(const std::string& path) {
+    constexpr std::streamoff magicAt = 257;
+    std::array<char, 5> magic{};
+    std::ifstream file(path, std::ios::binary);
+    file.seekg(magicAt);
+    file.read(magic.data(), magic.size());
+    return file && std::string_view(magic.data(), magic.size()) == "ustar";
+}
 
-/// Downloads an archive, and puts it into the store when it is whole. A download that leaves no file counts
-/// as stored: what has become of it was told.
-Arrived download(WrapperCreation& creation, const std::string& link, const std::string& destination,
+/// The extension of the link's last path component, or of a file name in its query where that one is of no
+/// kind; "tar.gz" where there is none.
+std::string extensionOfLink(const std::string& link) {
+    const auto parts = parseUrl(link);
+    const std::string path = parts ? parts->path : link.substr(0, link.find_first_of("?#"));
+    const std::string extension = files::extension(files::lastComponent(path));
+    if (isArchiveKind(extension)) return extension;
+    const std::string withoutFragment = link.substr(0, link.find('#'));
+    std::string query = withoutFragment.substr(std::min(withoutFragment.find('?'), withoutFragment.size()));
+    std::ranges::replace_if(
+        query, [](char each) { return each == '&' || each == '?'; }, '\n');
+    for (const std::string& value : MVString::split(query, "\n")) {
+        const std::string inQuery = files::extension(value);
+        if (isArchiveKind(inQuery)) return inQuery;
+    }
+    return extension.empty() ? "tar.gz" : extension;
+}
+
+/// The kind of an archive by its first bytes; empty for those that have none of the usual beginnings.
+std::string kindByFirstBytes(const std::string& path) {
+    struct Beginning {
+        std::string_view bytes, kind;
+    };
+    using namespace std::string_view_literals;
+    constexpr std::array beginnings{Beginning{"7z\xBC\xAF\x27\x1C"sv, "7z"},
+                                    Beginning{"\xFD"
+                                              "7zXZ\0"sv,
+                                              "xz"},
+                                    Beginning{"\x1F\x8B"sv, "gz"}, Beginning{"PK\3\4"sv, "zip"},
+                                    Beginning{"BZh"sv, "bz2"}};
+    std::array<char, 6> bytes{};
+    std::ifstream(path, std::ios::binary).read(bytes.data(), bytes.size());
+    const std::string_view start(bytes.data(), bytes.size());
+    const auto* found = std::ranges::find_if(
+        beginnings, [start](const Beginning& each) { return start.starts_with(each.bytes); });
+    if (found != beginnings.end()) return std::string(found->kind);
+    return isTar(path) ? "tar" : "";
+}
+
+/// Where an archive that came from a link goes: a link need not tell what it leads to.
+std::string withItsKind(const std::string& destination, const std::string& engine,
+                        const std::string& arrived) {
+    const bool isTold = isArchiveKind(files::extension(destination)) && files::extension(destination) != "gz";
+    const std::string kind = isTold ? "" : kindByFirstBytes(arrived);
+    if (kind.empty() || kind == files::extension(destination)) return destination;
+    return files::join(files::parent(destination), engine + "." + kind);
+}
+
+void reportUnavailableEngine() {
+    MVAlert::showAlertErrorMessage(localized("Port creation will fail! The engine isn't available!"));
+}
+
+enum class Arrived { calledOff, failed, stored };
+
+/// Downloads an archive, and puts it into the store when it is whole; without one the user is told how that
+/// ends.
+Arrived download(WrapperCreation& creation, const std::string& link, std::string destination,
                  const std::string& engine) {
     const archives::UnpackingFolder arriving(".arriving");
     if (arriving.path.empty()) return Arrived::calledOff;
     const std::string arrived = files::join(arriving.path, files::lastComponent(destination));
     if (!creation.downloadFileToPath(link, arrived, localized("engine %@", {engine})))
         return Arrived::calledOff;
-    if (!MVFileManager::regularFileExistsAtPath(arrived)) return Arrived::stored;
+    if (!MVFileManager::regularFileExistsAtPath(arrived)) {
+        reportUnavailableEngine();
+        return Arrived::failed;
+    }
+    destination = withItsKind(destination, engine, arrived);
     if (!archives::isWhole(arrived)) {
         const auto aside = putAside(arrived, destination);
         MVAlert::showAlertErrorMessage(localized(
             "What was downloaded as the engine %@ is damaged, or no archive at all (%@). Check your connection "
             "and prepare the engine again, or put a whole archive at %@.",
             {engine, aside.value_or(link), destination}));
-        return Arrived::damaged;
+        return Arrived::failed;
     }
     // Something of that name, but of no kind in which the engine is looked for.
     if (files::kindOf(destination) != files::Kind::none && !putAside(destination, destination))
-        return Arrived::damaged;
-    return MVFileManager::moveItemAtPath(arrived, destination) ? Arrived::stored : Arrived::damaged;
+        return Arrived::failed;
+    return MVFileManager::moveItemAtPath(arrived, destination) ? Arrived::stored : Arrived::failed;
 }
 
 Arrived downloadOfficial(WrapperCreation& creation, const std::string& engine) {
@@ -191,7 +263,7 @@ EngineAnswer askForFile(const std::string& engine, building::SiteIs site) {
     if (MVAlert::isAnsweredYes(building::engineFileDialog(engine, site))) {
         return {takeUsersArchive(engine) ? EngineAnswer::Kind::file : EngineAnswer::Kind::givenUp};
     }
-    MVAlert::showAlertErrorMessage(localized("Port creation will fail! The engine isn't available!"));
+    reportUnavailableEngine();
     return {EngineAnswer::Kind::givenUp};
 }
 
@@ -207,25 +279,6 @@ EngineAnswer askForEngine(const std::string& engine) {
             return {EngineAnswer::Kind::link, *link};
         }
     }
-}
-
-/// The extension of the link's last path component; "tar.gz" where it has none.
-std::string extensionOfLink(const std::string& link) {
-    const auto parts = parseUrl(link);
-    const std::string path = parts ? parts->path : link;
-    const std::string extension =
-        files::extension(files::lastComponent(path.substr(0, path.find_first_of("?#"))));
-    return extension.empty() ? "tar.gz" : extension;
-}
-
-/// Whatever it is called: an xz file unpacks into a name without an extension.
-bool isTar(const std::string& path) {
-    constexpr std::streamoff magicAt = 257;
-    std::array<char, 5> magic{};
-    std::ifstream file(path, std::ios::binary);
-    file.seekg(magicAt);
-    file.read(magic.data(), magic.size());
-    return file && std::string_view(magic.data(), magic.size()) == "ustar";
 }
 
 /// What unpacking one file of a level gives, in the fresh folder; the file itself when it is no archive.
@@ -289,21 +342,6 @@ void reportCorruptedEngine(const std::string& place) {
         localized("The engine %@ is corrupted! Remove it and then try again!", {place}));
 }
 
-/// A private folder outside the store, which another process may be using.
-struct PassingFolder {
-    PassingFolder() {
-        auto made = files::createTemporaryFolder(host().folders.temporary, "morvane-engine-");
-        if (auto* folder = std::get_if<std::string>(&made)) path = std::move(*folder);
-    }
-    ~PassingFolder() {
-        if (!path.empty()) static_cast<void>(files::remove(path));
-    }
-    PassingFolder(const PassingFolder&) = delete;
-    PassingFolder& operator=(const PassingFolder&) = delete;
-
-    std::string path;  ///< empty when there is none
-};
-
 /// Puts the bundle into the wrapper. The old engine goes only when the new one lies beside it, complete: the
 /// move may be a copy between disks, which may fail. It is renamed first, since half an engine that still
 /// tells its name would pass for an engine after a kill.
@@ -342,11 +380,13 @@ std::optional<std::string> building::storedEngineArchive(const std::string& engi
 
 bool building::storedEngineRuns(const std::string& engine, Machine machine) {
     const auto archive = storedEngineArchive(engine);
-    const PassingFolder folder;
-    if (!archive || folder.path.empty()) return true;
+    // Outside the store, which another process may be using.
+    const auto folder = files::PrivateFolder::make(host().folders.temporary);
+    if (!archive || failureOf(folder) != nullptr) return true;
+    const std::string& place = std::get<files::PrivateFolder>(folder).path();
     const bool isOfficial = *archive == WrapperCreation::localPathForOfficialEngine(engine);
-    const auto bundle = isOfficial ? unpackedOfficialArchive(*archive, engine, folder.path)
-                                   : unpackedInLevels(*archive, folder.path);
+    const auto bundle =
+        isOfficial ? unpackedOfficialArchive(*archive, engine, place) : unpackedInLevels(*archive, place);
     return !bundle || bundle->empty() || engineRuns(*bundle, machine);
 }
 
@@ -406,7 +446,7 @@ bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std
         if (source.kind != Kind::stored && source.kind != Kind::official) continue;
         if (source.kind == Kind::official) {
             const Arrived arrived = downloadOfficial(*this, source.engine);
-            if (arrived == Arrived::damaged) return false;
+            if (arrived == Arrived::failed) return false;
             if (arrived == Arrived::calledOff) continue;
         }
         NSCaskeryEngine(source.engine).convertOldEngine();
@@ -419,7 +459,10 @@ bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std
     }
     if (customLink->empty()) return true;
     const auto destination = placeInStore(engine + "." + extensionOfLink(*customLink));
-    return destination && download(*this, *customLink, *destination, engine) == Arrived::stored;
+    if (!destination) return false;
+    const Arrived arrived = download(*this, *customLink, *destination, engine);
+    if (arrived == Arrived::calledOff) reportUnavailableEngine();
+    return arrived == Arrived::stored;
 }
 
 std::string WrapperCreation::localPathForOfficialEngine(const std::string& engine) {

@@ -181,8 +181,10 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         host().creation.end();
         errorWithMessage(cancellationReport());
         stopAndRemove(wrapper);
+        passing_.reset();
         return -1;
     } catch (...) {
+        passing_.reset();
         errorWithMessage(std::nullopt);
         throw;
     }

@@ -14,6 +14,7 @@
 
 #include "building/configuration_stages.h"
 #include "foundation/download.h"
+#include "platform/private_folder.h"
 #include "platform/result.h"
 #include "ports/port_data.h"
 #include "wrapper/port_manager.h"
@@ -132,9 +133,9 @@ class WrapperCreation : public Download {
     bool buildPortAt(const std::string& wrapper, const NSPortData& port);
     /// `createWrapperAt:withEngine:`.
     bool createWrapperAt(const std::string& wrapper, const std::string& engine);
-    /// Where a new wrapper lies while its prefix is created; nothing when it stays in its place. A wrapper
-    /// that was there before always stays.
-    [[nodiscard]] static std::optional<std::string> temporaryPathFor(const std::string& wrapper);
+    /// What a new wrapper is called while its prefix is created, in a folder where it is alone. A wrapper that
+    /// was there before stays in its place, and so does one for which no such folder can be had.
+    [[nodiscard]] static std::string temporaryNameFor(const std::string& wrapper);
 
     // Configuration (configuration.cpp, settings_writers.cpp, registry_writers.cpp)
     /// `configureWrapperAt:withPortData:`. True.
@@ -290,6 +291,8 @@ class WrapperCreation : public Download {
     /// The step of `createWrapperAt` that runs the wrapper's own tool, at the temporary path where there is
     /// one.
     bool createPrefixOf(const std::string& wrapper);
+    /// When the wrapper can't go back to its place.
+    void keepOrRemove(const std::string& place, const std::string& wrapper);
     void runStage(ConfigurationStage stage, const NSPortData& port, NSPortManager& settings);
     /// The stage of the settings files, and of what needs nothing but the port's own values.
     void configureData(const NSPortData& port, NSPortManager& settings);
@@ -301,6 +304,8 @@ class WrapperCreation : public Download {
     std::optional<std::string> ownWrapper_;
     /// The temporary path, from the moment at which this run has moved its wrapper there.
     std::optional<std::string> usedTemporaryPath_;
+    /// Holds the temporary path.
+    std::optional<files::PrivateFolder> passing_;
 };
 
 /// The menu list of a port: an entry of the same title is replaced, the new one comes last.

@@ -11,7 +11,6 @@
 #include "foundation/text_files.h"
 #include "platform/files.h"
 #include "platform/host.h"
-#include "platform/ownership.h"
 #include "platform/property_list.h"
 #include "wrapper/banner.h"
 #include "wrapper/layout.h"
@@ -220,11 +219,6 @@ class Update {
             if (!exists(engineIn(place)) && exists(engineIn(folder)))
                 MVFileManager::moveItemAtPath(engineIn(folder), engineIn(place));
         }
-        // Where other tools keep the engine meanwhile. Anybody can put something there.
-        const std::string stray = host().folders.temporary + "/ckwineCKTEMP.bundle";
-        if (exists(engineIn(place)) || files::kindOf(stray) != Kind::folder || !files::isOwn(stray)) return;
-        if (MVFileManager::createDirectoryAtPath(place, IntermediateFolders::yes))
-            MVFileManager::moveItemAtPath(stray, engineIn(place));
     }
 
     /// The new folder is made whole beside the old one before the engine goes into it.

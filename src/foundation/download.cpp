@@ -1,6 +1,8 @@
 #include "foundation/download.h"
 
 #include <algorithm>
+#include <atomic>
+#include <functional>
 #include <utility>
 
 #include "foundation/alerts.h"
@@ -10,6 +12,8 @@
 #include "foundation/network.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/http.h"
+#include "platform/main_queue.h"
 
 namespace morvane {
 
@@ -90,13 +94,13 @@ bool shouldCancelForInvalidLink(const std::string& path, Silence silence) {
 
 }  // namespace
 
-/// One transfer. Its events and ticks come on the main thread and alone touch what it has received, until
-/// `stop`; from then on that belongs to the waiting caller. The mutex guards the hand-over, and is never held
-/// while something is posted to the main queue.
+/// One transfer. Its events and ticks come on the main thread and alone touch what it has received, but for the
+/// file, which the connection's thread fills; from `stop` on all of it belongs to the waiting caller. The mutex
+/// guards the hand-over, and is never held while something is posted to the main queue.
 class Download::Transfer : public std::enable_shared_from_this<Transfer> {
   public:
-    Transfer(std::shared_ptr<NSProgressView> progressWindow, Silence silence)
-        : progressWindow_(std::move(progressWindow)), silent_(silence == Silence::yes) {}
+    Transfer(const std::string& path, std::shared_ptr<NSProgressView> progressWindow, Silence silence)
+        : received(path), progressWindow_(std::move(progressWindow)), silent_(silence == Silence::yes) {}
 
     /// Main thread.
     void start(const std::string& url);
@@ -127,8 +131,14 @@ class Download::Transfer : public std::enable_shared_from_this<Transfer> {
     };
 
     void startChronometer();
-    void didReceiveData(std::string_view chunk);
+    /// On the connection's thread.
+    std::optional<std::string> take(std::string_view chunk, std::optional<std::uint64_t> announcedLength);
+    void didReceiveData(std::uint64_t bytes);
+    void didFailWithError(const std::string& description);
     void didFinishLoading();
+    /// Does the work on the main thread. What it throws ends the transfer and is the caller's: nothing goes
+    /// through the event loop.
+    void guarded(const std::function<void()>& work);
     void updateUI();
     void askForUpdatedLink();
     [[nodiscard]] bool isEnding();
@@ -142,6 +152,7 @@ class Download::Transfer : public std::enable_shared_from_this<Transfer> {
     std::uint64_t downloadedAtSecond_ = 0;
     Clock::time_point downloadStartMoment_;
     int errorTimer_ = 1;
+    std::atomic<bool> hadEmptyChunk_ = false;
 
     Mutex mutex_;
     Condition changed_;
@@ -175,13 +186,14 @@ void Download::Transfer::start(const std::string& url) {
     handlers.response = [self](std::optional<std::uint64_t> announcedLength) {
         if (!self->isEnding()) self->received.fullSize = announcedLength.value_or(0);
     };
-    handlers.data = [self](std::string_view chunk) { self->didReceiveData(chunk); };
-    handlers.failed = [self](const std::string& description) {
-        if (self->isEnding()) return;
-        self->received.error = description;
-        self->finish();
+    handlers.body = [self](std::string_view chunk, std::optional<std::uint64_t> announcedLength) {
+        return self->take(chunk, announcedLength);
     };
-    handlers.ended = [self] { self->didFinishLoading(); };
+    handlers.data = [self](std::uint64_t bytes) { self->guarded([&] { self->didReceiveData(bytes); }); };
+    handlers.failed = [self](const std::string& description) {
+        self->guarded([&] { self->didFailWithError(description); });
+    };
+    handlers.ended = [self] { self->guarded([&] { self->didFinishLoading(); }); };
     connection_ = std::make_unique<http::Transfer>(host().mainQueue, request, std::move(handlers));
 }
 
@@ -197,6 +209,7 @@ void Download::Transfer::startChronometer() {
 void Download::Transfer::stop() {
     finish();
     connection_.reset();
+    received.size = received.file.size();
     std::optional<MainQueue::TimerId> monitor, releaser;
     {
         MutexLock lock(mutex_);
@@ -255,21 +268,45 @@ void Download::Transfer::setAsking(bool asking) {
     changed_.notify_all();
 }
 
-void Download::Transfer::didReceiveData(std::string_view chunk) {
-    if (isEnding()) return;
-    if (chunk.empty()) {
-        MVAlert::showAlertErrorMessage(localized("An unknown error happened during the download."));
+void Download::Transfer::guarded(const std::function<void()>& work) {
+    try {
+        work();
+    } catch (...) {
+        received.thrown = std::current_exception();
+        setAsking(false);
         finish();
-        return;
     }
-    received.body += chunk;
+}
+
+std::optional<std::string> Download::Transfer::take(std::string_view chunk,
+                                                    std::optional<std::uint64_t> announcedLength) {
+    if (chunk.empty()) {
+        hadEmptyChunk_ = true;
+        return localized("An unknown error happened during the download.");
+    }
+    return received.file.append(chunk, announcedLength);
+}
+
+void Download::Transfer::didReceiveData(std::uint64_t bytes) {
+    if (isEnding()) return;
+    received.size += bytes;
     if (silent_) return;
-    downloadedAtSecond_ += chunk.size();
+    downloadedAtSecond_ += bytes;
     if (received.fullSize == 0) return;
-    const std::uint64_t progress = received.body.size() * 1000 / received.fullSize;
+    const std::uint64_t progress = received.size * 1000 / received.fullSize;
     if (progress == percentage_) return;
     percentage_ = progress;
     progressWindow_->setCurrentValue(static_cast<int>(std::min<std::uint64_t>(progress, 1000)));
+}
+
+void Download::Transfer::didFailWithError(const std::string& description) {
+    if (isEnding()) return;
+    if (hadEmptyChunk_) {
+        MVAlert::showAlertErrorMessage(description);
+    } else {
+        received.error = description;
+    }
+    finish();
 }
 
 void Download::Transfer::didFinishLoading() {
@@ -280,14 +317,16 @@ void Download::Transfer::didFinishLoading() {
 
 void Download::Transfer::tick() {
     if (silent_ || isEnding()) return;
-    updateUI();
-    errorTimer_ = received.body.empty() ? errorTimer_ + 1 : 1;
-    downloadedAtSecond_ = 0;
-    if (errorTimer_ % ticksToAQuestion == 0) askForUpdatedLink();
+    guarded([this] {
+        updateUI();
+        errorTimer_ = received.size == 0 ? errorTimer_ + 1 : 1;
+        downloadedAtSecond_ = 0;
+        if (errorTimer_ % ticksToAQuestion == 0) askForUpdatedLink();
+    });
 }
 
 void Download::Transfer::updateUI() {
-    const std::uint64_t done = received.body.size();
+    const std::uint64_t done = received.size;
     const std::string speed = readableSize(downloadedAtSecond_);
     std::string subtitle;
     if (received.fullSize == 0) {
@@ -330,7 +369,7 @@ Download::Download(std::shared_ptr<NSProgressView> window) : progressWindow(std:
 Download::~Download() = default;
 
 bool Download::Received::isWhole() const {
-    return !body.empty() && !error && body.size() >= fullSize;
+    return size > 0 && !error && size >= fullSize;
 }
 
 bool Download::downloadFile(const std::string& url, const std::string& path, Silence silence) {
@@ -342,12 +381,11 @@ bool Download::downloadFile(const std::string& url, const std::string& path, Sil
         // replace what the user chose.
         if (MVFileManager::regularFileExistsAtPath(path)) return true;
         if (silence == Silence::no) progressWindow->setCurrentValue(0);
-        const std::optional<Received> received = receive(link, silence);
+        std::optional<Received> received = receive(link, path, silence);
         if (!received) return false;
         // A stalled transfer with a new link is not saved: what the new link gives is the outcome.
-        const std::optional<std::string> next = received->updatedLink
-                                                    ? received->updatedLink
-                                                    : saveDownloadedFile(*received, link, path, silence);
+        const std::optional<std::string> next =
+            received->updatedLink ? received->updatedLink : saveDownloadedFile(*received, link, silence);
         if (!next) return true;
         link = *next;
     }
@@ -361,9 +399,10 @@ bool Download::shouldCancelDownloadOfFile(const std::string& url, const std::str
     return shouldCancelForExistingFile(path, silence);
 }
 
-std::optional<Download::Received> Download::receive(const std::string& url, Silence silence) {
+std::optional<Download::Received> Download::receive(const std::string& url, const std::string& path,
+                                                    Silence silence) {
     host().creation.throwIfRequested();
-    const auto transfer = std::make_shared<Transfer>(progressWindow, silence);
+    const auto transfer = std::make_shared<Transfer>(path, progressWindow, silence);
     setCurrent(transfer);
     bool ended = false;
     {
@@ -376,13 +415,27 @@ std::optional<Download::Received> Download::receive(const std::string& url, Sile
     if (!host().mainQueue.callAndWait([&] { transfer->stop(); })) transfer->stop();
     setCurrent(nullptr);
     host().creation.throwIfRequested();
+    const Received& received = transfer->received;
+    const bool whole = received.isWhole();
+    host().log.write(whole ? Log::Level::info : Log::Level::warning,
+                     "download: " + url + ": " + std::to_string(received.size) + " bytes" +
+                         (whole ? "" : ", " + received.error.value_or("not whole")));
+    if (received.thrown) std::rethrow_exception(received.thrown);
     if (!ended) return std::nullopt;
     return std::move(transfer->received);
 }
 
-std::optional<std::string> Download::saveDownloadedFile(const Received& received, const std::string& url,
-                                                        const std::string& path, Silence silence) {
-    if (received.body.empty()) {
+std::optional<std::string> Download::saveDownloadedFile(Received& received, const std::string& url,
+                                                        Silence silence) {
+    const auto reportUnwritten = [silence](const std::string& description) -> std::optional<std::string> {
+        if (silence == Silence::no) {
+            MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {description}));
+        }
+        return std::nullopt;
+    };
+    // A full disk is no matter of the link's, or of another try.
+    if (const files::Error& error = received.file.error()) return reportUnwritten(*error);
+    if (received.size == 0) {
         if (silence == Silence::yes) return std::nullopt;
         if (!asks("The informed file isn't available. Do you want to inform an updated link?", "Error",
                   true)) {
@@ -399,11 +452,8 @@ std::optional<std::string> Download::saveDownloadedFile(const Received& received
             return url;
         }
     }
-    const files::Error error = files::write(path, received.body, files::Atomically::yes);
-    if (error && silence == Silence::no) {
-        MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {*error}));
-    }
-    return std::nullopt;
+    const files::Error error = received.file.putInPlace();
+    return error ? reportUnwritten(*error) : std::nullopt;
 }
 
 void Download::finishDownload() {

@@ -1,23 +1,23 @@
-// foundation/download.h: one blocking download into memory, with progress and the questions around it.
+// foundation/download.h: one blocking download into a file, with progress and the questions around it.
 //
 // `downloadFile` blocks and is called on a worker thread; events, timer and questions run on the main thread.
 // On the thread of the running creation, a cancellation throws `Cancelled`. One instance runs one transfer at
 // a time.
 //
-// The HTTP status is not looked at: an error page is a body like any other. The body is held in memory and
-// written in one piece, so that a kill at any moment leaves the old file or the new one.
+// What arrives is written beside the destination and renamed into place at the end, so that a kill at any
+// moment leaves the old file or the new one. No more is taken than the disk has room for. An error page (a
+// status of 400 and more) counts as nothing received.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "foundation/progress_view.h"
 #include "platform/annotations.h"
-#include "platform/http.h"
-#include "platform/main_queue.h"
+#include "platform/passing_file.h"
 
 namespace morvane {
 
@@ -36,7 +36,7 @@ class Download {
     Download& operator=(const Download&) = delete;
 
     /// `downloadFile:to:inSilence:`. False when it was called off before any transfer (also by the end of the
-    /// application); true does not promise a file.
+    /// application); true does not promise a file. A full disk is told, and leaves nothing.
     bool downloadFile(const std::string& url, const std::string& path, Silence silence);
     /// `shouldCancelDownloadOfFile:to:inSilence:`. Asks the user where it has to; true to call the download
     /// off.
@@ -46,7 +46,7 @@ class Download {
     /// on with what has arrived.
     void finishDownload();
     /// `timerFireMethod:`. Main thread: one tick of the one-second timer. May ask for an updated link; the
-    /// caller of the transfer then starts again with that link.
+    /// caller of the transfer then starts again with that link. What asking throws reaches that caller.
     void timerFireMethod();
     /// Whether a transfer is in progress.
     [[nodiscard]] bool isDownloading() const;
@@ -57,20 +57,24 @@ class Download {
     class Transfer;
     /// What a transfer left behind.
     struct Received {
-        std::string body;
+        explicit Received(const std::string& path) : file(path) {}
+
+        files::PassingFile file;
+        std::uint64_t size = 0;  ///< of the body
         std::optional<std::string> error;
         std::uint64_t fullSize = 0;
         std::optional<std::string> updatedLink;  ///< the user's answer to the question of a stalled transfer
+        std::exception_ptr thrown;               ///< by a question on the main thread
 
         /// Something has arrived, without an error, and not less than was announced.
         [[nodiscard]] bool isWhole() const;
     };
 
     /// Blocks until the transfer has ended; nothing when the application ends first.
-    std::optional<Received> receive(const std::string& url, Silence silence);
+    std::optional<Received> receive(const std::string& url, const std::string& path, Silence silence);
     /// `saveDownloadedFile:atPath:`. The address to start again with, or nothing when the download is done.
-    static std::optional<std::string> saveDownloadedFile(const Received& received, const std::string& url,
-                                                         const std::string& path, Silence silence);
+    static std::optional<std::string> saveDownloadedFile(Received& received, const std::string& url,
+                                                         Silence silence);
     void setCurrent(std::shared_ptr<Transfer> transfer);
     [[nodiscard]] std::shared_ptr<Transfer> current() const;
 

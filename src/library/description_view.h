@@ -23,6 +23,7 @@
 #include "library/catalogue_line.h"
 #include "library/game_data.h"
 #include "library/voting_panel.h"
+#include "platform/private_folder.h"
 
 namespace morvane {
 
@@ -141,10 +142,13 @@ class NSDescriptionView {
     /// `downloadCkiOfSourceWithName:`. Asks where to, unless `target` says it.
     void downloadCkiOfSourceWithName(const Game& game, const std::string& source,
                                      const std::optional<std::string>& target = {});
-    /// `pathForDownloadedCkiOfGame:ofSource:`. The folder is made when it is missing; nothing after a
-    /// reported failure.
-    [[nodiscard]] static std::optional<std::string> pathForDownloadedCkiOfGame(const NSGameData& game,
-                                                                               const std::string& source);
+    /// A port on its way into a wrapper. The folder goes with the object.
+    struct DownloadedCki {
+        files::PrivateFolder folder;
+        std::string path;
+    };
+    /// The place of the source's port in a fresh folder; nothing after a reported failure.
+    [[nodiscard]] static std::optional<DownloadedCki> pathForDownloadedCkiOfSource(const std::string& source);
     /// `defaultGamesFolder`. Ends in "/".
     [[nodiscard]] static std::string defaultGamesFolder();
     /// `validPortWithGameID:`. A wrapper of the library or of the apps folders; none for IDs below 2.

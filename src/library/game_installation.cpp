@@ -17,7 +17,6 @@
 #include "library/description_view.h"
 #include "platform/files.h"
 #include "platform/host.h"
-#include "platform/ownership.h"
 #include "ports/port_data.h"
 #include "ports/typed_stream.h"
 #include "wrapper/layout.h"
@@ -297,29 +296,20 @@ void NSDescriptionView::downloadCkiOfSourceWithName(const Game& game, const std:
     downloadCkiFromSource(game, source, *target);
 }
 
-std::optional<std::string> NSDescriptionView::pathForDownloadedCkiOfGame(const NSGameData& game,
-                                                                         const std::string& source) {
-    const auto report = [](const std::string& message) -> std::optional<std::string> {
-        MVAlert::showAlertErrorMessage(message);
-        return std::nullopt;
-    };
-    const std::string name = fileNameOf(game);
-    const auto folder =
-        pathInside(host().folders.temporary, name.empty() ? std::to_string(game.gameID) : name, Levels::one,
-                   localized("the game's name"));
-    if (const Failure* failure = failureOf(folder)) return report(failure->message);
-    const auto& path = std::get<std::string>(folder);
-    if (files::kindOf(path) == files::Kind::none &&
-        !MVFileManager::createDirectoryAtPath(path, IntermediateFolders::yes)) {
+std::optional<NSDescriptionView::DownloadedCki> NSDescriptionView::pathForDownloadedCkiOfSource(
+    const std::string& source) {
+    auto folder = files::PrivateFolder::make(host().folders.temporary);
+    if (const Failure* failure = failureOf(folder)) {
+        MVAlert::showAlertErrorMessage(localized("Error while creating folder: %@", {failure->message}));
         return std::nullopt;
     }
-    // The folder lies where everybody may write: in one of somebody else's, the port file could be changed.
-    if (files::kindOf(path) != files::Kind::folder || !files::isOwn(path)) {
-        return report(localized("The CKI can't be stored at %@, because something else lies there.", {path}));
+    auto& made = std::get<files::PrivateFolder>(folder);
+    auto file = pathInside(made.path(), source + ".cki", Levels::one, localized("the source's name"));
+    if (const Failure* failure = failureOf(file)) {
+        MVAlert::showAlertErrorMessage(failure->message);
+        return std::nullopt;
     }
-    const auto file = pathInside(path, source + ".cki", Levels::one, localized("the source's name"));
-    if (const Failure* failure = failureOf(file)) return report(failure->message);
-    return std::get<std::string>(file);
+    return DownloadedCki{std::move(made), std::get<std::string>(std::move(file))};
 }
 
 void NSDescriptionView::downloadCkiFromSource(const Game& game, const std::string& source,
@@ -328,10 +318,10 @@ void NSDescriptionView::downloadCkiFromSource(const Game& game, const std::strin
         "app.morvane.descriptionViewDownloadCkiAndInstall", Priority::normal, Concurrent::no,
         [self = self_, game, progress = progress_, source, target] {
             const auto creation = building::cancellableCreation(progress);
-            const auto cki = pathForDownloadedCkiOfGame(*game, source);
-            if (!cki || !downloadCkiFile(*creation, catalogue::downloadAddress(game->gameID, source), *cki))
-                return;
-            if (!installCkiAtPath(*cki, target, *game, *creation)) return;
+            const auto cki = pathForDownloadedCkiOfSource(source);
+            const std::string address = catalogue::downloadAddress(game->gameID, source);
+            if (!cki || !downloadCkiFile(*creation, address, cki->path)) return;
+            if (!installCkiAtPath(cki->path, target, *game, *creation)) return;
             onPage(self, [game, target](NSDescriptionView& page) {
                 const auto& addPort = page.callbacks_.addPort;
                 if (game->gameDependencyID == 0 && addPort) addPort(target);

@@ -3,6 +3,8 @@
 
 #include <unistd.h>
 
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace morvane {
@@ -32,5 +34,10 @@ class Descriptor {
   private:
     int number_ = -1;
 };
+
+/// False, with `errno` set, when not all of the bytes could be written.
+[[nodiscard]] bool writeAll(int descriptor, std::string_view bytes);
+/// 16 hexadecimal digits that nobody has used for a name yet.
+[[nodiscard]] std::string randomDigits();
 
 }  // namespace morvane

@@ -5,7 +5,6 @@
 #include <linux/fs.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -84,26 +83,9 @@ std::optional<std::vector<std::string>> entriesOf(int folder) {
     return names;
 }
 
-bool writeAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return false;
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
-}
-
 /// An unlikely name that is short enough beside a name of the full length.
 std::string temporaryName() {
-    std::array<unsigned char, 8> random{};
-    if (::getrandom(random.data(), random.size(), 0) < 0) random[0] = static_cast<unsigned char>(::getpid());
-    std::string name = ".morvane-";
-    for (const unsigned char byte : random) {
-        name += "0123456789abcdef"[byte >> 4];
-        name += "0123456789abcdef"[byte & 15];
-    }
-    return name;
+    return ".morvane-" + randomDigits();
 }
 
 // ---- Removal

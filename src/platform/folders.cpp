@@ -55,7 +55,12 @@ Folders Folders::fromEnvironment() {
     folders.applications =
         !ownWorld && isFolder("/Applications") ? "/Applications" : folders.home + "/Applications";
     if (ownWorld && isFolder(folders.home + "/Volumes")) folders.volumes = folders.home + "/Volumes";
-    folders.temporary = "/tmp";
+    const std::string cache = environmentVariable("XDG_CACHE_HOME");
+    folders.temporary = ownWorld                 ? folders.home + "/Library/Caches/Morvane"
+                        : cache.starts_with("/") ? withoutFinalSlash(cache) + "/morvane"
+                                                 : folders.home + "/.cache/morvane";
+    folders.temporary += "/passing";
+    folders.sharedTemporary = "/tmp";
     folders.resources = resourcesFolder();
     folders.programs = folders.resources + "/programs";
     folders.desktop = folders.home + "/Desktop";

@@ -9,9 +9,11 @@ struct Folders {
     std::string home;          ///< `$MORVANE_HOME` (a relative one counts from the working folder), else
                                ///< `$HOME`; the fixed `Library/...` tails lie below it
     std::string applications;  ///< `/Applications` where it exists, else `Applications` in the home folder
-    std::string volumes;     ///< the only folder of volumes: `$MORVANE_HOME/Volumes`; empty for those of the
-                             ///< machine (platform/volumes.h)
-    std::string temporary;   ///< "/tmp"
+    std::string volumes;    ///< the only folder of volumes: `$MORVANE_HOME/Volumes`; empty for those of the
+                            ///< machine (platform/volumes.h)
+    std::string temporary;  ///< this user's own, for what passes: in `$MORVANE_HOME`, else in the user's
+                            ///< cache folder. Made at its first use (`files::PrivateFolder`)
+    std::string sharedTemporary;  ///< "/tmp", where everybody may write: nothing there is ours by its name
     std::string resources;   ///< the application's resources: `$MORVANE_RESOURCES`, else `../share/morvane`
     std::string programs;    ///< `programs` in the resources: put at the end of the search path
     std::string desktop;     ///< `Desktop` in the home folder

@@ -5,6 +5,7 @@
 
 #include "platform/http.h"
 #include "platform/pictures.h"
+#include "platform/private_folder.h"
 
 namespace morvane {
 
@@ -24,6 +25,8 @@ Host::Host(Options options, UserInterface& ui)
       reachability_(std::move(options.reachability)),
       previous_(std::exchange(currentHost, this)) {
     pictures::settleOnMainThread();
+    for (const std::string& folder : {folders.temporary, folders.sharedTemporary})
+        files::PrivateFolder::removeLeftovers(folder);
 }
 
 Host::~Host() {

@@ -10,7 +10,6 @@
 #include <thread>
 #include <utility>
 
-#include "platform/annotations.h"
 #include "platform/cancellation.h"
 #include "platform/main_queue.h"
 
@@ -21,8 +20,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char* protocols = "http,https,ftp";
 constexpr long mostRedirections = 10;
-/// So much may wait for the main thread before a transfer pauses.
-constexpr std::size_t mostInFlight = 8 << 20;
 
 struct Wording {
     CURLcode code;
@@ -41,6 +38,7 @@ constexpr std::array wordings{
     Wording{CURLE_RECV_ERROR, "The connection was lost"},
     Wording{CURLE_SEND_ERROR, "The connection was lost"},
     Wording{CURLE_TOO_MANY_REDIRECTS, "The server redirects without end"},
+    Wording{CURLE_HTTP_RETURNED_ERROR, "The server does not give the file"},
     Wording{CURLE_REMOTE_FILE_NOT_FOUND, "The file is not on the server"},
     Wording{CURLE_REMOTE_ACCESS_DENIED, "The server denies access to the file"},
     Wording{CURLE_SSL_CONNECT_ERROR, "No secure connection to the server could be made"},
@@ -56,8 +54,13 @@ std::string describe(CURLcode code) {
 /// What a connection hands on, on the thread that runs it.
 struct Events {
     std::function<void(std::optional<std::uint64_t> announcedLength)> response;
-    std::function<void(std::string_view bytes)> data;
+    /// False ends the connection.
+    std::function<bool(std::string_view bytes)> data;
 };
+
+/// What is wanted: the answer, whatever it is, whole; or a file. A receiver of a file is told its length and
+/// judges by itself whether it is whole; an error page is none.
+enum class Purpose { answer, file };
 
 /// One request, run by `run` on one thread and stopped by `stop` from any.
 class Connection {
@@ -71,18 +74,15 @@ class Connection {
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    /// Whether a body that ends before the announced length counts as an end like any other: a receiver that
-    /// is told the length judges by itself.
-    enum class ShortBody { isError, isEnd };
-
     /// The description of the error; empty after success, and after `stop`.
-    std::string run(Events events, ShortBody shortBody) {
+    std::string run(Events events, Purpose purpose) {
         events_ = std::move(events);
         if (!parseUrl(request_.url)) return describe(CURLE_URL_MALFORMAT);
         if (!prepare()) return describe(CURLE_OUT_OF_MEMORY);
+        set(CURLOPT_FAILONERROR, purpose == Purpose::file ? 1L : 0L);
         curl_multi_add_handle(multi_, easy_);
         CURLcode code = follow();
-        if (code == CURLE_PARTIAL_FILE && shortBody == ShortBody::isEnd) code = CURLE_OK;
+        if (code == CURLE_PARTIAL_FILE && purpose == Purpose::file) code = CURLE_OK;
         curl_multi_remove_handle(multi_, easy_);
         if (stopped_) return {};
         if (code == CURLE_OK) announce();
@@ -106,7 +106,7 @@ class Connection {
         if (easy_ == nullptr || multi_ == nullptr) return false;
         set(CURLOPT_URL, request_.url.c_str());
         set(CURLOPT_PROTOCOLS_STR, protocols);
-        set(CURLOPT_REDIR_PROTOCOLS_STR, protocols);
+        allowRedirections();
         set(CURLOPT_FOLLOWLOCATION, 1L);
         set(CURLOPT_MAXREDIRS, mostRedirections);
         set(CURLOPT_USERAGENT, "Morvane");
@@ -133,6 +133,16 @@ class Connection {
         set(CURLOPT_XFERINFOFUNCTION, &Connection::onProgress);
         set(CURLOPT_XFERINFODATA, this);
         return true;
+    }
+
+    /// What was asked for over a safe connection never comes over one that anybody could change. To be called
+    /// for each answer: the way there may have been an unsafe one.
+    void allowRedirections() {
+        const char* address = nullptr;
+        curl_easy_getinfo(easy_, CURLINFO_EFFECTIVE_URL, &address);
+        std::string scheme(parseUrl(address != nullptr ? address : request_.url).value_or(UrlParts()).scheme);
+        for (char& c : scheme) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        set(CURLOPT_REDIR_PROTOCOLS_STR, scheme == "https" ? "https" : protocols);
     }
 
     template <class T>
@@ -189,6 +199,7 @@ class Connection {
         if (line.starts_with("http/")) connection.redirects_ = false;
         if (line.starts_with("location:")) connection.redirects_ = true;
         if (line == "\r\n" || line == "\n") {
+            connection.allowRedirections();
             const int status = connection.status();
             const bool passing = status < 200 || (status < 400 && status >= 300 && connection.redirects_);
             connection.headEnded_ = !passing;
@@ -199,7 +210,7 @@ class Connection {
     static std::size_t onData(char* bytes, std::size_t, std::size_t count, void* self) {
         auto& connection = *static_cast<Connection*>(self);
         connection.announce();
-        if (connection.events_.data) connection.events_.data({bytes, count});
+        if (connection.stopped_ || !connection.events_.data({bytes, count})) connection.stop();
         // Afterwards: while the receiver held this thread up, the server was not silent.
         connection.lastSign_ = Clock::now();
         return connection.stopped_ ? 0 : count;
@@ -283,11 +294,11 @@ HttpResponse fetch(const HttpRequest& request, Cancellation* cancellation) {
     bool tooLong = false;
     const auto take = [&](std::string_view bytes) {
         tooLong = response.body.size() + bytes.size() > request.longestBody;
-        if (tooLong) return connection.stop();
-        response.body += bytes;
+        if (!tooLong) response.body += bytes;
+        return !tooLong;
     };
     const auto announced = [&](std::optional<std::uint64_t> length) { response.announcedLength = length; };
-    response.error = connection.run({.response = announced, .data = take}, Connection::ShortBody::isError);
+    response.error = connection.run({.response = announced, .data = take}, Purpose::answer);
     if (tooLong) {
         response.body.clear();
         response.error = "The answer is larger than " + std::to_string(request.longestBody >> 20) + " MB.";
@@ -309,54 +320,42 @@ struct Transfer::State {
     std::atomic<bool> over = false;
     std::thread thread;
 
-    Mutex mutex;
-    Condition changed;
-    std::size_t inFlight MV_GUARDED_BY(mutex) = 0;
+    /// What the main thread has not been told of yet: one event tells of all of it, so that a main thread that
+    /// is busy elsewhere finds no heap of them.
+    std::atomic<std::uint64_t> untold = 0;
 
-    void add(std::size_t bytes) {
-        MutexLock lock(mutex);
-        while (inFlight > mostInFlight && !connection.stopped()) changed.wait(mutex);
-        inFlight += bytes;
-    }
-    void release(std::size_t bytes) {
-        MutexLock lock(mutex);
-        inFlight -= bytes;
-        changed.notify_all();
-    }
-    void stop() {
-        MutexLock lock(mutex);
-        connection.stop();
-        changed.notify_all();
-    }
+    // The transfer's thread's: the length, and what `body` has refused with.
+    std::optional<std::uint64_t> announced;
+    std::string refusal;
 
-    /// On its way to the main thread. Handed over or dropped there, it makes room for the next.
-    struct Chunk {
-        Chunk(std::shared_ptr<State> owner, std::string_view text) : state(std::move(owner)), bytes(text) {
-            state->add(bytes.size());
-        }
-        ~Chunk() { state->release(bytes.size()); }
-        Chunk(const Chunk&) = delete;
-        Chunk& operator=(const Chunk&) = delete;
-        const std::shared_ptr<State> state;
-        const std::string bytes;
-    };
+    void tellData(const std::shared_ptr<State>& self, std::uint64_t bytes) {
+        if (bytes == 0 || untold.fetch_add(bytes) != 0) return;
+        queue.post([self] {
+            const std::uint64_t count = self->untold.exchange(0);
+            if (!self->over && self->handlers.data) self->handlers.data(count);
+        });
+    }
 
     /// `self` keeps the handlers alive while one of them destroys the transfer.
     static void follow(const std::shared_ptr<State>& self) {
         Events events;
         events.response = [&self](std::optional<std::uint64_t> length) {
+            self->announced = length;
             self->queue.post([self, length] {
                 if (!self->over && self->handlers.response) self->handlers.response(length);
             });
         };
         events.data = [&self](std::string_view bytes) {
-            auto chunk = std::make_shared<const Chunk>(self, bytes);
-            self->queue.post([chunk = std::move(chunk)] {
-                State& state = *chunk->state;
-                if (!state.over && state.handlers.data) state.handlers.data(chunk->bytes);
-            });
+            auto refusal = self->handlers.body ? self->handlers.body(bytes, self->announced) : std::nullopt;
+            if (refusal) {
+                self->refusal = std::move(*refusal);
+                return false;
+            }
+            self->tellData(self, bytes.size());
+            return true;
         };
-        const std::string error = self->connection.run(std::move(events), Connection::ShortBody::isEnd);
+        std::string error = self->connection.run(std::move(events), Purpose::file);
+        if (!self->refusal.empty()) error = self->refusal;
         self->queue.post([self, error] {
             if (self->over.exchange(true)) return;
             if (error.empty()) {
@@ -381,7 +380,7 @@ Transfer::~Transfer() {
 
 void Transfer::cancel() {
     state_->over = true;
-    state_->stop();
+    state_->connection.stop();
 }
 
 }  // namespace http

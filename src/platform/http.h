@@ -41,20 +41,31 @@ struct UrlParts {
 
 namespace http {
 
-/// Blocks until the whole response is there; follows redirections; never uses a cache. With a cancellation, a
-/// request to it ends the transfer and throws `Cancelled`.
+// Both follow redirections, a bounded number of them: from https to https only, and never to a file of this
+// machine. Neither uses a cache.
+
+/// Blocks until the whole response is there, of whatever status. With a cancellation, a request to it ends the
+/// transfer and throws `Cancelled`.
 [[nodiscard]] HttpResponse fetch(const HttpRequest& request, Cancellation* cancellation = nullptr);
 
-/// The events of a transfer, all on the main thread. Exactly one of `failed` and `ended` comes, last.
+/// Where the body goes, and the events of a transfer. Exactly one of `failed` and `ended` comes, last. All but
+/// `body` are called on the main thread.
 struct TransferHandlers {
+    /// On the transfer's own thread, piece by piece; the network waits meanwhile. A description of what went
+    /// wrong ends the transfer, as failed. Not called any more once the transfer is destroyed.
+    std::function<std::optional<std::string>(std::string_view bytes,
+                                             std::optional<std::uint64_t> announcedLength)>
+        body;
     std::function<void(std::optional<std::uint64_t> announcedLength)> response;
-    std::function<void(std::string_view chunk)> data;
+    /// So many bytes more have gone to `body`.
+    std::function<void(std::uint64_t bytes)> data;
     std::function<void(const std::string& description)> failed;
     std::function<void()> ended;
 };
 
-/// A running GET. A body that ends before the announced length has `ended`: the receiver compares. Destroying
-/// or cancelling it stops the transfer; no handler is called afterwards.
+/// A running GET. A status of 400 and more is a failure, without a body. A body that ends before the announced
+/// length has `ended`: the receiver compares. Destroying or cancelling it stops the transfer; no handler is
+/// called afterwards.
 class Transfer {
   public:
     /// Starts at once, on a thread of its own that the destructor joins. To be destroyed on the main thread,
@@ -63,7 +74,7 @@ class Transfer {
     ~Transfer();
     Transfer(const Transfer&) = delete;
     Transfer& operator=(const Transfer&) = delete;
-    /// Main thread: no handler is called after it.
+    /// Main thread: no event comes after it.
     void cancel();
 
   private:

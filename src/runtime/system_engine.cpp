@@ -233,10 +233,6 @@ Result<std::string> packSystemEngine(const std::string& folder, SystemEngine kin
     return destination;
 }
 
-SystemEngineStore::~SystemEngineStore() {
-    if (!folder_.empty()) static_cast<void>(files::remove(folder_));
-}
-
 std::vector<std::string> SystemEngineStore::names() const {
     const auto name = systemEngineName();
     if (failureOf(name) != nullptr) return {};
@@ -249,16 +245,16 @@ Result<std::string> SystemEngineStore::archive(const std::string& name) {
     const auto ours = systemEngineName();
     if (failureOf(ours) != nullptr) return ours;
     if (std::get<std::string>(ours) != name) return Failure{"There is no engine " + name + "."};
-    if (folder_.empty()) {
-        const auto folder = files::createTemporaryFolder(host().folders.temporary, "morvane-engines-");
-        if (failureOf(folder) != nullptr) return folder;
-        folder_ = std::get<std::string>(folder);
+    if (!folder_) {
+        auto folder = files::PrivateFolder::make(host().folders.temporary);
+        if (const Failure* failure = failureOf(folder)) return *failure;
+        folder_ = std::get<files::PrivateFolder>(std::move(folder));
     }
     const Failure ending{"The application ends."};
     if (!packing_.begin()) return ending;
     auto path = Result<std::string>(ending);
     try {
-        path = packSystemEngine(folder_, SystemEngine::thin, packing_);
+        path = packSystemEngine(folder_->path(), SystemEngine::thin, packing_);
     } catch (const Cancelled&) {
     }
     packing_.end();

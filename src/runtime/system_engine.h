@@ -6,11 +6,13 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/annotations.h"
 #include "platform/cancellation.h"
+#include "platform/private_folder.h"
 #include "platform/result.h"
 
 namespace morvane::runtime {
@@ -33,7 +35,6 @@ enum class SystemEngine { thin, full };
 class SystemEngineStore {
   public:
     SystemEngineStore() = default;
-    ~SystemEngineStore();
     SystemEngineStore(const SystemEngineStore&) = delete;
     SystemEngineStore& operator=(const SystemEngineStore&) = delete;
 
@@ -46,7 +47,7 @@ class SystemEngineStore {
   private:
     Cancellation packing_;
     Mutex mutex_;
-    std::string folder_ MV_GUARDED_BY(mutex_);
+    std::optional<files::PrivateFolder> folder_ MV_GUARDED_BY(mutex_);
     std::map<std::string, std::string> archives_ MV_GUARDED_BY(mutex_);
 };
 

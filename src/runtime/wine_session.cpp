@@ -111,7 +111,7 @@ std::string linkTo(const std::string& prefix, const std::string& name) {
     ::mkdir(folder.c_str(), 0700);
     struct stat information {};
     const bool ours = ::lstat(folder.c_str(), &information) == 0 && S_ISDIR(information.st_mode) &&
-                      information.st_uid == ::getuid() && (information.st_mode & 022) == 0;
+                      information.st_uid == ::getuid() && (information.st_mode & 077) == 0;
     if (!ours) return prefix;
     if (files::kindOf(link) == files::Kind::link) return link;
     return files::createSymbolicLink(link, prefix) ? prefix : link;

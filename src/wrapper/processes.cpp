@@ -12,6 +12,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/own_process.h"
+#include "platform/ownership.h"
 #include "wrapper/layout.h"
 
 namespace morvane::NSUtilities {
@@ -81,8 +82,10 @@ std::vector<std::string> listedProcesses(const std::optional<std::string>& wrapp
 }
 
 void removeLock(const std::string& wrapper) {
-    const std::string folder = host().folders.temporary + "/" + MVString::replacedAll(wrapper, "/", "xCKx");
-    // Anybody may put a link here: what it leads to is not ours.
+    const std::string folder =
+        host().folders.sharedTemporary + "/" + MVString::replacedAll(wrapper, "/", "xCKx");
+    // Anybody may put something here: what is not ours stays, and so does what a link leads to.
+    if (!files::isOwn(folder)) return;
     if (files::kindOf(folder) == files::Kind::folder) MVFileManager::removeItemAtPath(folder + "/lockfile");
     MVFileManager::removeItemAtPath(folder);
 }

@@ -113,7 +113,7 @@ class BuildingMachine : public TestMachine {
     const std::string resources = folder.path + "/resources";
     const std::string masters = home + "/Library/Application Support/Caskery/Wrapper";
     const std::string engines = home + "/Library/Application Support/Caskery/Engines";
-    const std::string temporary = folder.path + "/tmp";
+    const std::string temporary = folder.path + "/passing";
     const std::string wrapper = home + "/Applications/Game.app";
 };
 

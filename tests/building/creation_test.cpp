@@ -1,6 +1,5 @@
-#include <unistd.h>
-
 #include "building/building_machine.h"
+#include "platform/private_folder.h"
 
 namespace morvane {
 namespace {
@@ -21,43 +20,39 @@ class Creation : public testing::BuildingMachine {
             EXPECT_EQ(creation.createWrapperAt(path, "CK9Wine3.0"), expected);
         });
     }
-    const std::string tellsWhere = "echo \"$wrapper\" > \"$wrapper/Contents/Resources/where\"";
+    const std::string tellsWhere =
+        "echo \"$wrapper\" > \"$wrapper/Contents/Resources/where\"\n"
+        "echo $(stat -c %a \"$wrapper/..\" \"$wrapper/../..\") > '" +
+        folder.path + "/mode'";
     const std::string where = "/Contents/Resources/where", save = "/Contents/Resources/drive_c/save.dat";
-    const std::string newMaster = masters + "/Caskery-2.6.2.app", passing = temporary + "/Game.app";
+    const std::string newMaster = masters + "/Caskery-2.6.2.app";
 };
 
-TEST_F(Creation, TemporaryPathLosesWhatWineCannotBear) {
-    fs::create_directories(temporary + "/Outer.app/Contents");
-    fs::create_directory_symlink(temporary, home + "/link");
+TEST_F(Creation, TemporaryNameLosesWhatWineCannotBear) {
     const std::pair<const char*, const char*> rows[] = {
-        {"/Tom & Jerry: Round 2 (Demo).app", "/Tom and Jerry Round 2 Demo.app"},
-        {"/!#$%^&*()+=|\\?><;:@.app", "/and.app"},
-        {"/Plain - name_ö'[1]{2}~`,.\".app", "/Plain - name_ö'[1]{2}~`,.\".app"},
+        {"/Tom & Jerry: Round 2 (Demo).app", "Tom and Jerry Round 2 Demo.app"},
+        {"/!#$%^&*()+=|\\?><;:@.app", "and.app"},
+        {"/Plain - name_ö'[1]{2}~`,.\".app", "Plain - name_ö'[1]{2}~`,.\".app"},
     };
     for (const auto& [name, expected] : rows) {
-        EXPECT_EQ(WrapperCreation::temporaryPathFor(home + name), temporary + expected);
-    }
-    // What lies at the temporary path is cleared away, so the wrapper itself must not lie there.
-    for (const std::string& inPlace :
-         {passing, home + "/link/Game.app", temporary + "/Outer.app/Outer.app"}) {
-        EXPECT_EQ(WrapperCreation::temporaryPathFor(inPlace), std::nullopt) << inPlace;
+        EXPECT_EQ(WrapperCreation::temporaryNameFor(home + name), expected);
     }
 }
 
 TEST_F(Creation, MakesTheEngineAndThePrefixAtTheTemporaryPath) {
     const std::string path = home + "/Applications/Tom & Jerry: Round 2 (Demo).app";
-    const std::string place = temporary + "/Tom and Jerry Round 2 Demo.app";
     prepare();
     // The tool is not runnable in the master wrapper.
     fs::permissions(newMaster + "/Contents/Frameworks/bin/Caskery", fs::perms(0644));
-    put(place + "/Contents/leftover", "x");
     expectCreated(true, path);
-    EXPECT_EQ(get(path + where), place + "\n");
+    const std::string place = get(path + where);
+    EXPECT_TRUE(place.starts_with(temporary + "/")) << place;
+    EXPECT_TRUE(place.ends_with("/Tom and Jerry Round 2 Demo.app\n")) << place;
+    EXPECT_EQ(get(folder.path + "/mode"), "700 700\n") << "of the folders that nobody else enters";
     EXPECT_EQ(get(testing::commandLog(path)), "CKS-wineprefixcreate\n");
     EXPECT_EQ(WrapperCreation::getCaskeryWrapperEngineFromPath(path), "CK9Wine3.0");
     EXPECT_EQ(fs::status(path + "/Contents/Frameworks/ckwine.bundle").permissions(), fs::perms(0777));
     EXPECT_TRUE(exists(path + "/Contents/Resources/system.reg"));
-    EXPECT_FALSE(exists(path + "/Contents/leftover"));
     EXPECT_EQ(namesIn(temporary), Names{});
     EXPECT_EQ(ui.statusLines(), (Names{"Creating Wrapper Caskery-2.6.2...", "Extracting Engine CK9Wine3.0...",
                                        "Preparing Wrapper..."}));
@@ -87,38 +82,12 @@ TEST_F(Creation, StaysInItsPlaceAsAnOldWrapperAndWithoutATemporaryFolder) {
     EXPECT_EQ(get(wrapper + save), "saved");
     EXPECT_EQ(WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper), "CK9Wine3.0");
 
+    // Nothing of ours: what somebody else has put there is not entered.
     fs::remove(temporary);
+    fs::create_directory_symlink(home, temporary);
     fs::remove_all(wrapper);
     expectCreated(true, wrapper);
     EXPECT_EQ(get(wrapper + where), wrapper + "\n");
-}
-
-TEST_F(Creation, TakesNothingButALeftoverForALeftover) {
-    prepare();
-    const std::string elsewhere = home + "/elsewhere.app";
-    put(elsewhere + "/Contents/mine", "mine");
-    std::vector<std::function<void()>> rows{
-        [&] { put(passing, "a file"); },
-        [&] { put(passing + "/mine", "a folder without the layout"); },
-        [&] { fs::create_directory_symlink(elsewhere, passing); },
-        [&] { put(passing + "/mv_backup.cki", "a finished port"), put(passing + "/Contents/mine", "x"); },
-    };
-    if (::geteuid() == 0) {
-        rows.emplace_back([&] {
-            put(passing + "/Contents/mine", "somebody else's");
-            ASSERT_EQ(::lchown(passing.c_str(), 12345, 12345), 0);
-        });
-    }
-    for (const auto& makeObstacle : rows) {
-        fs::remove_all(passing);
-        fs::remove_all(wrapper);
-        makeObstacle();
-        ui.expectError("The wrapper is prepared at " + passing + ", but something else lies there.");
-        expectCreated(false, wrapper);
-        EXPECT_TRUE(exists(passing));
-        EXPECT_TRUE(exists(wrapper + "/Contents"));
-    }
-    EXPECT_EQ(get(elsewhere + "/Contents/mine"), "mine");
 }
 
 TEST_F(Creation, EndsWithoutTheFramework) {
@@ -149,13 +118,23 @@ TEST_F(Creation, AsksForTheMasterWrapperWhenThereIsNoPrefix) {
     }
 }
 
-TEST_F(Creation, TellsWhereTheWrapperIsWhenItCannotGoBack) {
-    // Something new lies in the wrapper's place when its prefix is ready.
-    prepare({.onPrefixCreate = "mkdir -p '" + wrapper + "/Contents'"});
-    ui.expectError("Error while moving file: ");
-    ui.expectError("The wrapper is at " + passing + " now. Move it to " + wrapper);
-    expectCreated(false, wrapper);
-    EXPECT_TRUE(exists(passing + "/Contents/Resources/system.reg"));
+TEST_F(Creation, KeepsAWrapperThatCannotGoBackOnlyWhenTheUserWantsIt) {
+    for (const bool keeps : {false, true}) {
+        // Something new lies in the wrapper's place when its prefix is ready.
+        prepare({.onPrefixCreate = "mkdir -p '" + wrapper + "/Contents'"});
+        ui.expectError("Error while moving file: ");
+        ui.expect("The wrapper can't be moved to " + wrapper + ".")
+            .defaultIs("No")
+            .answer(keeps ? "Yes" : "No");
+        if (keeps) ui.expectError("The wrapper is at " + temporary + "/");
+        expectCreated(false, wrapper);
+        fs::remove_all(wrapper);
+        EXPECT_EQ(namesIn(temporary).size(), keeps ? 1U : 0U);
+    }
+    const std::string told = ui.dialogs.back().text;
+    const std::string place = told.substr(told.find('/'), told.find(" now") - told.find('/'));
+    files::PrivateFolder::removeLeftovers(temporary);
+    EXPECT_TRUE(exists(place + "/Contents/Resources/system.reg")) << place;
 }
 
 }  // namespace

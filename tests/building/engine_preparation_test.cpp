@@ -86,7 +86,9 @@ TEST_F(EnginePreparation, StoresADownloadFromALinkUnderItsExtension) {
     const std::pair<std::string, Names> rows[] = {
         {"files/Engine.zip", {"CK9Wine3.0.zip"}},
         {"files/wine-3.0.tar.xz", {"CK9Wine3.0.xz"}},
-        {"files/Engine", {"CK9Wine3.0.tar.gz"}},
+        {"files/Engine", {"CK9Wine3.0.7z"}},
+        {"download.php?id=5", {"CK9Wine3.0.7z"}},
+        {"download?id=5&file=CK9Wine8.0.tar.7Z#top", {"CK9Wine3.0.7Z"}},
         {"files/Engine.7z?from=a.b/c.d#e.f", {"CK9Wine3.0.7z"}},
     };
     for (const auto& [link, stored] : rows) {
@@ -101,7 +103,11 @@ TEST_F(EnginePreparation, StoresADownloadFromALinkUnderItsExtension) {
     EXPECT_EQ(namesIn(engines), Names{});
     // A download that is called off.
     ui.expectError("The website seems to be offline.");
+    ui.expectError(unavailable);
     expectPrepared(false, "CK9Wine3.0", "http://offline.invalid/Engine.zip");
+    ui.expect("The informed file isn't available.").answer("No");
+    ui.expectError(unavailable);
+    expectPrepared(false, "CK9Wine3.0", site.baseAddress() + "missing.zip");
 }
 
 TEST_F(EnginePreparation, AsksForALinkUntilItIsOne) {

@@ -149,7 +149,8 @@ TEST_F(MasterWrapper, KeepsTheOldOneWhateverTheDownloadBrings) {
         bool corrupted;
     };
     const Row rows[] = {
-        {"error page", {.status = 404, .body = "<html>Not found</html>"}, nullptr, true},
+        {"error page", {.status = 404, .body = "<html>Not found</html>"}, notAvailable, false},
+        {"page of a portal", {.body = "<html>Log in</html>"}, nullptr, true},
         {"flipped bits", {.body = flipped}, nullptr, true},
         {"short", shortened, "", true},
         {"hangs up", {.body = "", .drop = true}, notAvailable, false},

@@ -84,7 +84,6 @@ class Updater : public testing::BuildingMachine {
     }
     const std::string contents = wrapper + "/Contents/", frameworks = contents + "Frameworks";
     const std::string away = home + "/Applications/GameElCapitanFix.app";
-    const std::string stray = temporary + "/ckwineCKTEMP.bundle";
 };
 
 TEST_F(Updater, NineStepsOfWhichEachMayBeTheLast) {
@@ -144,8 +143,6 @@ TEST_F(Updater, EveryStateInBetweenIsRepaired) {
         {"the engine is in the new folder", moveEngine},
         {"between the names", [&] { moveEngine(), fs::rename(frameworks, old); }},
         {"all is in the old folder", [&] { fs::rename(frameworks, old); }},
-        {"no folder, and the engine is in the temporary one",
-         [&] { fs::rename(frameworks + engine, stray), fs::remove_all(frameworks); }},
         {"the binaries have the old name", [&] { fs::rename(contents + "MacOS", contents + "MacOS.old"); }},
         {"the wrapper is away", [&] { fs::rename(wrapper, away); }},
         {"the wrapper is away, and asked for there",
@@ -161,7 +158,6 @@ TEST_F(Updater, EveryStateInBetweenIsRepaired) {
         leave();
         update();
         expectUpdated();
-        EXPECT_FALSE(exists(stray));
     }
 }
 
@@ -185,14 +181,6 @@ TEST_F(Updater, WhatCannotBeUpdatedStays) {
     put(contents + "Resources/user.reg", registry);
     update();
     expectUpdated();
-
-    // A link in the temporary folder is no engine of ours.
-    fs::rename(frameworks + "/ckwine.bundle", folder.path + "/engine");
-    fs::create_directory_symlink(folder.path + "/engine", stray);
-    ui.expectError("Error while moving file: ");
-    update();
-    EXPECT_EQ(namesIn(frameworks), (Names{"bin", "new.dylib"}));
-    EXPECT_TRUE(exists(stray) && WrapperUpdater::needsRepair(wrapper));
 
     fs::remove_all(masters);
     ui.expectError("The master wrapper Caskery-2.7-b is missing or damaged.");

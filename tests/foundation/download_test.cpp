@@ -1,6 +1,9 @@
 #include "foundation/download.h"
 
+#include <sys/resource.h>
+
 #include <atomic>
+#include <csignal>
 #include <filesystem>
 
 #include "support/loopback_site.h"
@@ -46,6 +49,15 @@ class Downloads : public testing::TestMachine {
     }
     [[nodiscard]] bool requested() const { return !site.requests().empty(); }
     [[nodiscard]] bool fileExists() const { return std::filesystem::exists(path); }
+    /// What lies beside the file for the time of a download.
+    [[nodiscard]] std::vector<std::string> passing() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(home)) {
+            const std::string name = entry.path().filename();
+            if (name.starts_with(".morvane-part-")) names.push_back(name);
+        }
+        return names;
+    }
 
   private:
     std::atomic<bool> over = false;
@@ -54,17 +66,14 @@ class Downloads : public testing::TestMachine {
 TEST_F(Downloads, SaveWhatArrivesWithoutAnError) {
     site.answer("/plain", {.body = std::string(300000, 'p')});
     site.answer("/without-length", {.body = "no length", .withoutLength = true});
-    site.answer("/status", {.status = 500, .body = "an error page"});
     EXPECT_TRUE(run(link("plain")));
     EXPECT_EQ(get(path), std::string(300000, 'p'));
     EXPECT_EQ(ui.progress.front().value, 0);
     EXPECT_EQ(ui.progress.back().value, 1000);
     EXPECT_TRUE(ui.progress.back().indeterminate) << "after the end";
-    for (const auto& [name, body] : {std::pair{"without-length", "no length"}, {"status", "an error page"}}) {
-        std::filesystem::remove(path);
-        EXPECT_TRUE(run(link(name)));
-        EXPECT_EQ(get(path), body);
-    }
+    std::filesystem::remove(path);
+    EXPECT_TRUE(run(link("without-length")));
+    EXPECT_EQ(get(path), "no length");
 }
 
 TEST_F(Downloads, AShortBodyIsSavedOnlyWhenTheUserSaysSo) {
@@ -80,9 +89,14 @@ TEST_F(Downloads, AShortBodyIsSavedOnlyWhenTheUserSaysSo) {
 TEST_F(Downloads, NothingReceivedAsksForAnotherLink) {
     site.answer("/empty", {});
     site.answer("/dropped", {.body = "", .drop = true});
+    site.answer("/error", {.status = 500, .body = "an error page"});
     site.answer("/good", {.body = "good"});
     ui.expect(notAvailable).titleIs("Error").defaultIs("Yes").answer("Yes");
     ui.expectInput("Inform the updated link:").type(link("dropped"));
+    ui.expect(notAvailable).answer("Yes");
+    ui.expectInput("Inform the updated link:").type(link("error"));
+    ui.expect(notAvailable).answer("Yes");
+    ui.expectInput("Inform the updated link:").type(link("missing"));
     ui.expect(notAvailable).answer("Yes");
     ui.expectInput("Inform the updated link:").type(link("good"));
     EXPECT_TRUE(run(link("empty")));
@@ -107,8 +121,10 @@ TEST_F(Downloads, SilentOnesNeverAskAndGiveUp) {
     EXPECT_TRUE(run(link("short"), Silence::yes));
     EXPECT_EQ(site.requests().size(), 1U + Download::silentRetries);
     EXPECT_FALSE(fileExists());
-    EXPECT_TRUE(run(link("empty"), Silence::yes));
-    EXPECT_FALSE(fileExists());
+    for (const char* nothing : {"empty", "missing"}) {
+        EXPECT_TRUE(run(link(nothing), Silence::yes));
+        EXPECT_FALSE(fileExists());
+    }
     put(path, "old");
     EXPECT_TRUE(run(link("good"), Silence::yes));
     EXPECT_EQ(get(path), "good");
@@ -117,12 +133,33 @@ TEST_F(Downloads, SilentOnesNeverAskAndGiveUp) {
     EXPECT_TRUE(ui.progress.empty());
 }
 
-TEST_F(Downloads, AFullDiskIsTold) {
+TEST_F(Downloads, AFullDiskIsToldAndLeavesNothing) {
     site.answer("/good", {.body = "good"});
+    site.answer("/endless", {.body = std::string(3 << 20, 'e'), .withoutLength = true});
+    site.answer("/huge", {.body = "begin", .announcedLength = 1LL << 60, .stall = true});
+    ui.expectError("Error while writting file: No space left on device");
+    EXPECT_TRUE(run(link("huge")));
+    {
+        // Stands for a disk that is full in the middle.
+        const auto before = ::signal(SIGXFSZ, SIG_IGN);
+        rlimit old{};
+        ::getrlimit(RLIMIT_FSIZE, &old);
+        const rlimit small{.rlim_cur = 1 << 20, .rlim_max = old.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &small);
+        ui.expectError("Error while writting file: File too large");
+        EXPECT_TRUE(run(link("endless")));
+        EXPECT_TRUE(run(link("endless"), Silence::yes));
+        ::setrlimit(RLIMIT_FSIZE, &old);
+        ::signal(SIGXFSZ, before);
+    }
+    EXPECT_EQ(passing(), std::vector<std::string>{});
+    EXPECT_FALSE(fileExists());
+
     std::filesystem::create_directory(path);  // what cannot be replaced by a file
     EXPECT_TRUE(run(link("good"), Silence::yes));
     ui.expectError("Error while writting file: ");
     EXPECT_TRUE(run(link("good")));
+    EXPECT_EQ(passing(), std::vector<std::string>{});
 }
 
 TEST_F(Downloads, AreDecidedBeforeAnyByteIsFetched) {
@@ -233,12 +270,28 @@ TEST_F(Downloads, ACancellationThrowsAndWritesNothing) {
     site.answer("/stalled", {.body = "part", .announcedLength = 100, .stall = true});
     onWorker([&] {
         ASSERT_TRUE(machine->creation.begin());
-        once([&] { return requested(); }, [&] { machine->creation.request(); });
+        once([&] { return !passing().empty(); }, [&] { machine->creation.request(); });
         EXPECT_THROW(download.downloadFile(link("stalled"), path, Silence::no), Cancelled);
         machine->creation.end();
     });
     EXPECT_FALSE(fileExists());
+    EXPECT_TRUE(passing().empty());
     EXPECT_FALSE(download.isDownloading());
+}
+
+TEST_F(Downloads, WhatTheQuestionOfATickThrowsReachesTheCaller) {
+    site.answer("/stalled", {.body = "", .announcedLength = 100, .stall = true});
+    for (const bool atTheLink : {false, true}) {
+        const std::size_t before = site.requests().size();
+        if (atTheLink) ui.expect(stalled).answer("Yes");
+        ui.expect("").throws();
+        once([&] { return site.requests().size() > before; },
+             [&] {
+                 for (int tick = 1; tick <= 10; ++tick) EXPECT_NO_THROW(download.timerFireMethod());
+             });
+        EXPECT_THROW(run(link("stalled")), std::runtime_error);
+        EXPECT_FALSE(download.isDownloading());
+    }
 }
 
 TEST_F(Downloads, TheEndOfTheApplicationReleasesTheCaller) {

@@ -276,7 +276,8 @@ TEST_F(DescriptionView, KeepsToTheGameThatWasClicked) {
                              ui.expect("Read the license agreement").answer("I Agree");
                              choose("GOG", "Install Now");
                              ui.expectSave("Create Port at...", games + "New.app");
-                             ui.expectError("That CKI file isn't available in the database.");
+                             ui.expect("The informed file isn't available.").answer("No");
+                             ui.expectError("The CKI download failed for some unknown reason!");
                          },
                          [&] {
                              EXPECT_EQ(ui.savePanels.back().proposedName, "Bee");
@@ -290,7 +291,11 @@ TEST_F(DescriptionView, KeepsToTheGameThatWasClicked) {
                          },
                          [&] { EXPECT_EQ(ui.opened, Names{"http://Bee/"}); }},
                         {"save the port file", bee, ay, [&] { return item("Download CKI"); },
-                         [&] { ui.expectSave("Save CKI at...", home + "/mine.cki"); },
+                         [&] {
+                             ui.expectSave("Save CKI at...", home + "/mine.cki");
+                             ui.expect("The informed file isn't available.").answer("No");
+                             ui.expectError("The CKI download failed for some unknown reason!");
+                         },
                          [&] { EXPECT_EQ(asked("/ckis/Bee/Steam.cki"), 1); }},
                         {"mod", localBee, localAy, [&] { return item("Install Mod/Patch"); },
                          [&] {
@@ -364,7 +369,10 @@ TEST_F(DescriptionView, ChoosesThePlace) {
         }
         // The port file is nowhere: nothing more is asked.
         const bool goesOn = row.panels.empty() || !row.chosen.empty();
-        if (goesOn) ui.expectError("That CKI file isn't available in the database.");
+        if (goesOn) {
+            ui.expect("The informed file isn't available.").answer("No");
+            ui.expectError("The CKI download failed for some unknown reason!");
+        }
         page->chooseDownloadSource(page->gameData());
         settle();
         EXPECT_EQ(ui.savePanels.empty() ? "" : ui.savePanels.back().proposedName, row.proposal);
@@ -378,25 +386,25 @@ TEST_F(DescriptionView, ChoosesThePlace) {
     EXPECT_EQ(NSDescriptionView::validPortWithGameID(1), std::nullopt);
 }
 
-TEST_F(DescriptionView, KeepsPortFilesInTheirFolder) {
-    struct Row {
-        std::string name, source;
-        std::string path;  ///< below the temporary folder; empty: refused
-    };
-    put(temporary + "/Blocked", "somebody else's");
-    const Row rows[] = {{"A: Game", "GOG", "/A - Game/GOG.cki"},
-                        {"../x", "GOG", ""},
-                        {std::string("a\0b", 3), "GOG", ""},
-                        {"Game", "../../x", ""},
-                        {"Blocked", "GOG", ""},
-                        {"Game", "a/b", ""}};
-    for (const Row& row : rows) {
-        NSGameData game;
-        game.gameName = row.name;
-        if (row.path.empty()) ui.expectError("");
-        const auto path = NSDescriptionView::pathForDownloadedCkiOfGame(game, row.source);
-        EXPECT_EQ(path.value_or(""), row.path.empty() ? "" : temporary + row.path) << row.name;
+TEST_F(DescriptionView, PortFilesPassThroughAFolderOfTheirOwn) {
+    for (const char* source : {"../../x", "a/b", ""}) {
+        ui.expectError("");
+        const auto cki =
+            NSDescriptionView::pathForDownloadedCkiOfSource(source + std::string(*source == 0, '\n'));
+        EXPECT_FALSE(cki) << source;
     }
+    {
+        const auto first = NSDescriptionView::pathForDownloadedCkiOfSource("GOG");
+        const auto second = NSDescriptionView::pathForDownloadedCkiOfSource("GOG");
+        ASSERT_TRUE(first && second);
+        EXPECT_EQ(first->path, first->folder.path() + "/GOG.cki");
+        EXPECT_NE(first->path, second->path);
+    }
+    EXPECT_TRUE(fs::is_empty(temporary));
+    fs::remove(temporary);
+    fs::create_directory_symlink(home, temporary);
+    ui.expectError("Error while creating folder: " + temporary);
+    EXPECT_FALSE(NSDescriptionView::pathForDownloadedCkiOfSource("GOG"));
 }
 
 TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {

@@ -24,7 +24,8 @@ class Variable {
 };
 
 TEST(Folders, AHomeOfItsOwnIsNeverTheRealOne) {
-    const Variable home("HOME", "/real"), resources("MORVANE_RESOURCES", "share/");
+    const Variable home("HOME", "/real"), resources("MORVANE_RESOURCES", "share/"),
+        cache("XDG_CACHE_HOME", "/cache");
     const std::string here = std::filesystem::current_path().string();
     const struct {
         const char* named;
@@ -35,6 +36,8 @@ TEST(Folders, AHomeOfItsOwnIsNeverTheRealOne) {
         const Folders folders = Folders::fromEnvironment();
         EXPECT_EQ(folders.home, row.home) << row.named;
         EXPECT_EQ(folders.desktop, row.home + "/Desktop");
+        EXPECT_EQ(folders.temporary,
+                  *row.named == 0 ? "/cache/morvane/passing" : row.home + "/Library/Caches/Morvane/passing");
         EXPECT_EQ(folders.programs, here + "/share/programs");
     }
 }

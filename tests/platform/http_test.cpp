@@ -27,7 +27,7 @@ std::chrono::seconds limitFor(const std::string& address) {
     return std::chrono::seconds(silent ? 1 : 60);
 }
 
-const std::string big(30 << 20, 'b');  // more than may wait for the main thread
+const std::string big(30 << 20, 'b');
 
 /// A site with every kind of answer.
 class Site : public LoopbackSite {
@@ -45,6 +45,7 @@ class Site : public LoopbackSite {
         answer("/without", {.body = "until the end", .withoutLength = true});
         answer("/drop", {.body = "", .drop = true});
         answer("/stall", {.body = "half", .announcedLength = 8, .stall = true});
+        answer("/refused", {.body = "more than there is"});
         answer("/silent", {.body = "", .announcedLength = 9, .stall = true});
     }
 };
@@ -120,6 +121,7 @@ class Transfers : public ::testing::Test {
     MainQueue queue;
     const Site site;
     std::string events, received;
+    std::uint64_t told = 0;
     bool over = false;
 
     HttpRequest to(const std::string& path) const {
@@ -131,10 +133,20 @@ class Transfers : public ::testing::Test {
             EXPECT_TRUE(queue.isMainThread());
             events += "response " + (length ? std::to_string(*length) : "unknown");
         };
-        handlers.data = [this](std::string_view chunk) {
+        handlers.body = [this](std::string_view bytes,
+                               std::optional<std::uint64_t> length) -> std::optional<std::string> {
+            EXPECT_FALSE(queue.isMainThread());
+            received += bytes;
+            if (length == 18) {
+                received.clear();
+                return "no room";
+            }
+            return std::nullopt;
+        };
+        handlers.data = [this](std::uint64_t bytes) {
             EXPECT_TRUE(queue.isMainThread());
-            EXPECT_FALSE(chunk.empty());
-            received += chunk;
+            EXPECT_GT(bytes, 0U);
+            told += bytes;
         };
         handlers.failed = [this](const std::string& description) {
             events += " failed: " + description;
@@ -158,17 +170,22 @@ TEST_F(Transfers, Events) {
         {"short", "half", "response 8 ended"},
         {"drop", "", " failed: The server closed the connection without an answer"},
         {"moved", std::string("a\0b", 3), "response 3 ended"},
-        {"missing", "<html>not here</html>", "response 21 ended"},
+        {"circle", "", " failed: The server redirects without end"},
+        {"to-file", "", " failed: Addresses of this kind are not supported"},
+        {"missing", "", "response 21 failed: The server does not give the file"},
+        {"refused", "", "response 18 failed: no room"},
         {"silent", "", "response 9 failed: The server did not answer in time"},
     };
     for (const auto& row : rows) {
         events.clear();
         received.clear();
+        told = 0;
         over = false;
         const Transfer transfer(queue, to(row.path), recording());
         queue.runUntil([this] { return over; });
         EXPECT_EQ(events, row.events) << row.path;
         EXPECT_TRUE(received == row.body) << row.path << ": " << received.size();
+        EXPECT_EQ(told, received.size());
     }
 }
 
@@ -198,7 +215,7 @@ TEST_F(Transfers, SilentOnceCancelledOrDestroyedInAnyHandler) {
 }
 
 TEST_F(Transfers, DestroyedWhileTheMainThreadIsElsewhere) {
-    // Nobody drains the queue: the transfer has filled its share and waits for room.
+    // Nobody drains the queue.
     for (const char* path : {"big", "stall"}) {
         std::make_unique<Transfer>(queue, to(path), recording()).reset();
         queue.drain();

@@ -85,7 +85,7 @@ TEST_F(Site, StopsInTheMiddleOfATransferAndWithoutAnyRequest) {
     std::atomic<bool> over = false;
     bool stopped = false;
     http::TransferHandlers handlers;
-    handlers.data = [&](std::string_view) {
+    handlers.data = [&](std::uint64_t) {
         if (!std::exchange(stopped, true)) server.reset();
     };
     handlers.failed = [&](const std::string&) { over = true; };

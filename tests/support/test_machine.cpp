@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 
 #include "platform/folders.h"
@@ -41,6 +42,10 @@ ScriptedUserInterface::Expectation& ScriptedUserInterface::Expectation::defaultI
 ScriptedUserInterface::Expectation& ScriptedUserInterface::Expectation::titleIs(const std::string& title) {
     expectedTitle = title;
     return *this;
+}
+
+void ScriptedUserInterface::Expectation::throws() {
+    throwing = true;
 }
 
 ScriptedUserInterface::Expectation& ScriptedUserInterface::expect(const std::string& text) {
@@ -88,6 +93,7 @@ DialogAnswer ScriptedUserInterface::showDialog(const Dialog& dialog) {
     const bool isInput = std::holds_alternative<TextField>(dialog.accessory);
     const auto expectation = next(Expectation::Kind::dialog, isInput ? dialog.title : dialog.text);
     if (!expectation) return {.button = dialog.defaultButton, .text = ""};
+    if (expectation->throwing) throw std::runtime_error("nobody answers");
     if (!expectation->expectedTitle.empty()) {
         EXPECT_EQ(dialog.title, expectation->expectedTitle);
     }
@@ -169,14 +175,15 @@ TemporaryFolder::~TemporaryFolder() {
 TestMachine::TestMachine() : home(folder.path + "/home"), programsFolder(folder.path + "/programs") {
     reachable = [](const std::string& name) { return name != "offline.invalid"; };
     for (const char* name : {"/home/Applications", "/home/Desktop", "/home/Downloads", "/home/Library",
-                             "/Volumes", "/tmp", "/programs", "/root"}) {
+                             "/Volumes", "/passing", "/tmp", "/programs", "/root"}) {
         fs::create_directories(folder.path + name);
     }
     Folders folders;
     folders.home = home;
     folders.applications = home + "/Applications";
     folders.volumes = folder.path + "/Volumes";
-    folders.temporary = folder.path + "/tmp";
+    folders.temporary = folder.path + "/passing";
+    folders.sharedTemporary = folder.path + "/tmp";
     folders.resources = environmentVariable("MORVANE_TEST_RESOURCES");
     if (folders.resources.empty()) folders.resources = MORVANE_SHARE_FOLDER;
     folders.programs = programsFolder;

@@ -39,6 +39,8 @@ class ScriptedUserInterface : public UserInterface {
         /// Checks the first button, the default.
         Expectation& defaultIs(const std::string& button);
         Expectation& titleIs(const std::string& title);
+        /// Answers with an exception, as a front end does that has nobody to ask.
+        void throws();
 
       private:
         friend class ScriptedUserInterface;
@@ -47,6 +49,7 @@ class ScriptedUserInterface : public UserInterface {
         std::string expectedDefault, expectedTitle;
         std::vector<std::string> paths;
         std::function<void(Form&)> form;
+        bool throwing = false;
     };
     Expectation& expect(const std::string& text);
     Expectation& expectInput(const std::string& title) { return expect(title); }

@@ -1,0 +1,44 @@
+// platform/passing_file.h: a file that is filled beside its place, and put there when it is whole. One thread at
+// a time.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/files.h"
+
+namespace morvane::files {
+
+/// Nothing is made before the first byte. What is not put in its place is removed with the object; what a
+/// killed process has left beside the same place goes when the next file for it begins.
+class PassingFile {
+  public:
+    /// A file of an unknown length leaves so many bytes of the disk free, or a tenth of what was free at its
+    /// beginning where that is less.
+    static constexpr std::uint64_t reserve = std::uint64_t{256} << 20;
+
+    explicit PassingFile(std::string place);
+    ~PassingFile();
+    PassingFile(PassingFile&&) noexcept;
+    PassingFile& operator=(PassingFile&&) noexcept;
+
+    /// Adds the bytes. `wholeLength` is what the file is going to have in the end, where that is known: more
+    /// than is free is refused before anything is written. After an error nothing more is added.
+    [[nodiscard]] Error append(std::string_view bytes, std::optional<std::uint64_t> wholeLength);
+    /// The first error of `append`.
+    [[nodiscard]] const Error& error() const;
+    [[nodiscard]] std::uint64_t size() const;
+
+    /// Flushes the file and renames it into place; what lies there is replaced, a file's permissions are kept.
+    /// To be called once, after bytes were added.
+    [[nodiscard]] Error putInPlace();
+
+  private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace morvane::files

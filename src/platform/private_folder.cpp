@@ -1,0 +1,104 @@
+#include "platform/private_folder.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+#include "platform/descriptor.h"
+
+namespace morvane::files {
+
+namespace {
+
+constexpr std::string_view passing = "morvane-passing-", kept = "morvane-kept-";
+
+Failure failureAt(const std::string& path, const std::string& description) {
+    return Failure{path + ": " + description};
+}
+
+/// Opens the folder itself, never through a link, when it is this user's own.
+Descriptor openOwn(const std::string& path) {
+    Descriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (!folder.valid() || ::fstat(folder.get(), &status) != 0) return {};
+    if (status.st_uid == ::geteuid()) return folder;
+    errno = EPERM;
+    return {};
+}
+
+Error makePrivate(const std::string& path) {
+    if (Error error = createFolder(parent(path), true)) return error;
+    if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) return std::generic_category().message(errno);
+    const Descriptor folder = openOwn(path);
+    if (!folder.valid() || ::fchmod(folder.get(), 0700) != 0) return std::generic_category().message(errno);
+    return std::nullopt;
+}
+
+}  // namespace
+
+struct PrivateFolder::State {
+    State(std::string place, Descriptor held) : path(std::move(place)), lock(std::move(held)) {}
+    ~State() {
+        if (!path.empty()) static_cast<void>(remove(path));
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    std::string path;
+    Descriptor lock;
+};
+
+PrivateFolder::PrivateFolder(std::unique_ptr<State> state) : state_(std::move(state)) {}
+PrivateFolder::PrivateFolder(PrivateFolder&&) noexcept = default;
+PrivateFolder& PrivateFolder::operator=(PrivateFolder&&) noexcept = default;
+PrivateFolder::~PrivateFolder() = default;
+
+Result<PrivateFolder> PrivateFolder::make(const std::string& folder) {
+    if (const Error error = makePrivate(folder)) return failureAt(folder, *error);
+    return makeInShared(folder);
+}
+
+Result<PrivateFolder> PrivateFolder::makeInShared(const std::string& folder) {
+    for (;;) {
+        auto made = createTemporaryFolder(folder, std::string(passing));
+        if (const Failure* failure = failureOf(made)) return failureAt(folder, failure->message);
+        auto path = std::get<std::string>(std::move(made));
+        Descriptor lock = openOwn(path);
+        struct stat status {};
+        // Without the lock it looked like a leftover, which somebody may have removed. On a file system without
+        // locks nobody takes it for one.
+        const bool locked = lock.valid() && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+        if (locked ? ::fstat(lock.get(), &status) == 0 && status.st_nlink > 0
+                   : errno != EWOULDBLOCK && errno != ENOENT)
+            return PrivateFolder(std::make_unique<State>(std::move(path), std::move(lock)));
+    }
+}
+
+const std::string& PrivateFolder::path() const {
+    return state_->path;
+}
+
+Result<std::string> PrivateFolder::keep() {
+    const std::string name = lastComponent(state_->path);
+    const std::string place = join(parent(state_->path), std::string(kept) + name.substr(passing.size()));
+    if (const Error error = move(state_->path, place)) return failureAt(place, *error);
+    state_->path.clear();
+    return place;
+}
+
+void PrivateFolder::removeLeftovers(const std::string& folder) {
+    const auto names = list(folder);
+    if (failureOf(names) != nullptr) return;
+    for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+        if (!name.starts_with(passing)) continue;
+        const std::string path = join(folder, name);
+        const Descriptor lock = openOwn(path);
+        if (lock.valid() && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0) static_cast<void>(remove(path));
+    }
+}
+
+}  // namespace morvane::files

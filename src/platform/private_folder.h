@@ -1,0 +1,39 @@
+// platform/private_folder.h: folders for what passes, which only this user can enter. Any thread.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/files.h"
+#include "platform/result.h"
+
+namespace morvane::files {
+
+/// A fresh folder (0700) under a name that nobody can guess, removed with the object and all that is in it. Its
+/// lock tells other processes that somebody still needs it.
+class PrivateFolder {
+  public:
+    /// Inside the folder, which is made with its parents when it is missing. It must be this user's own, and is
+    /// closed to everybody else; a link, or what belongs to somebody else, is refused.
+    [[nodiscard]] static Result<PrivateFolder> make(const std::string& folder);
+    /// Inside a folder where everybody may write.
+    [[nodiscard]] static Result<PrivateFolder> makeInShared(const std::string& folder);
+
+    PrivateFolder(PrivateFolder&&) noexcept;
+    PrivateFolder& operator=(PrivateFolder&&) noexcept;
+    ~PrivateFolder();
+
+    [[nodiscard]] const std::string& path() const;
+    /// Leaves it to the user, who finds it at the path that is given.
+    [[nodiscard]] Result<std::string> keep();
+
+    /// Removes what killed processes of this user have left in the folder. Harmless when it is missing.
+    static void removeLeftovers(const std::string& folder);
+
+  private:
+    struct State;
+    explicit PrivateFolder(std::unique_ptr<State> state);
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace morvane::files

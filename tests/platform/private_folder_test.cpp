@@ -1,0 +1,78 @@
+#include "platform/private_folder.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "support/test_machine.h"
+
+namespace morvane::files {
+namespace {
+
+namespace fs = std::filesystem;
+
+class PrivateFolders : public ::testing::Test {
+  public:
+    const testing::TemporaryFolder folder;
+    const std::string own = folder.path + "/cache/own";
+
+    static PrivateFolder made(Result<PrivateFolder> result) {
+        if (const Failure* failure = failureOf(result)) throw std::runtime_error(failure->message);
+        return std::get<PrivateFolder>(std::move(result));
+    }
+    static fs::perms modeOf(const std::string& path) { return fs::status(path).permissions(); }
+};
+
+TEST_F(PrivateFolders, AreThisUsersAloneAndGoAtTheEnd) {
+    fs::create_directories(own);
+    fs::permissions(own, fs::perms(0777));
+    {
+        const PrivateFolder first = made(PrivateFolder::make(own)), second = made(PrivateFolder::make(own));
+        EXPECT_NE(first.path(), second.path());
+        EXPECT_EQ(modeOf(own), fs::perms(0700));
+        EXPECT_EQ(modeOf(first.path()), fs::perms(0700));
+        fs::create_directories(first.path() + "/a/b");
+    }
+    EXPECT_TRUE(fs::is_empty(own));
+}
+
+TEST_F(PrivateFolders, AreNotMadeInWhatIsNotOurs) {
+    fs::create_directories(folder.path + "/cache");
+    std::vector<std::function<void()>> obstacles{
+        [&] { fs::create_directory_symlink(folder.path, own); },
+        [&] { testing::TestMachine::put(own, "a file"); },
+    };
+    if (::geteuid() == 0) {
+        obstacles.emplace_back([&] {
+            fs::create_directory(own);
+            ASSERT_EQ(::chown(own.c_str(), 12345, 12345), 0);
+        });
+    }
+    for (const auto& put : obstacles) {
+        put();
+        const auto result = PrivateFolder::make(own);
+        ASSERT_NE(failureOf(result), nullptr);
+        EXPECT_TRUE(failureOf(result)->message.starts_with(own + ": ")) << failureOf(result)->message;
+        fs::remove(own);
+    }
+}
+
+TEST_F(PrivateFolders, LeftoversGoAndWhatIsUsedOrKeptStays) {
+    const PrivateFolder used = made(PrivateFolder::make(own));
+    PrivateFolder wanted = made(PrivateFolder::make(own));
+    testing::TestMachine::put(wanted.path() + "/game", "x");
+    const std::string kept = std::get<std::string>(wanted.keep());
+    // As a killed process leaves it: locked by nobody.
+    const std::string name = lastComponent(used.path());
+    const std::string leftover = own + "/" + name.substr(0, name.size() - 6) + "left!!";
+    testing::TestMachine::put(leftover + "/a/b", "x");
+    fs::create_directory_symlink(kept, own + "/" + name.substr(0, name.size() - 6) + "link!!");
+    PrivateFolder::removeLeftovers(own);
+    EXPECT_TRUE(fs::exists(used.path()));
+    EXPECT_TRUE(fs::exists(kept + "/game"));
+    EXPECT_FALSE(fs::exists(leftover));
+}
+
+}  // namespace
+}  // namespace morvane::files
