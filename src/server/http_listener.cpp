@@ -141,6 +141,14 @@ bool isToken(std::string_view name) {
     });
 }
 
+/// The library puts a folded line behind the name when there is no value before it: a length would hide there.
+bool hidesLength(std::string_view lowerCaseName) {
+    constexpr std::array<std::string_view, 2> lengths = {"content-length", "transfer-encoding"};
+    return std::any_of(lengths.begin(), lengths.end(), [&](std::string_view length) {
+        return lowerCaseName.starts_with(length) && lowerCaseName != length;
+    });
+}
+
 /// What the other end has taken of all that was sent on the connection.
 std::uint64_t bytesTaken(int socket) {
     tcp_info state{};
@@ -335,9 +343,9 @@ class HttpListener::Server {
         const bool isPlain =
             std::none_of(text.begin(), text.end(), [](char c) { return isControl(c) && c != '\t'; });
         try {
-            if (!isToken(key) || !isPlain) exchange.isClear = false;
-            const auto [place, isNew] =
-                exchange.query.headers.try_emplace(MVString::lowercased(std::string(key)), text);
+            const std::string lowerCaseName = MVString::lowercased(std::string(key));
+            if (!isToken(key) || !isPlain || hidesLength(lowerCaseName)) exchange.isClear = false;
+            const auto [place, isNew] = exchange.query.headers.try_emplace(lowerCaseName, text);
             if (!isNew) place->second.append(", ").append(text);
             return MHD_YES;
         } catch (const std::exception&) {
@@ -378,6 +386,8 @@ class HttpListener::Server {
                 exchange.connection = connection;
                 return enqueue(exchange) ? MHD_YES : MHD_NO;
             case Exchange::Stage::handled:
+                // Whatever length the library has read, nothing behind it is a request.
+                if (query.headers.contains("content-length")) exchange.answer.headers["Connection"] = "close";
                 return send(exchange, exchange.answer, connection);
         }
         return MHD_NO;

@@ -8,8 +8,8 @@
 //     a body: of POST only, with one length, at most `bodyLimit` bytes;
 //     a body and an answer: ten seconds, and one more for each 4,096 bytes that have come or been taken;
 //     connections: 4,096 in all.
-// Whatever else is a bad request, after which the connection is closed: nothing that followed it is read as a
-// request of its own.
+// Whatever else is a bad request. After one, and after a request with a length, the connection is closed:
+// nothing that followed it is read as a request of its own.
 #pragma once
 
 #include <cstddef>
