@@ -24,6 +24,7 @@ namespace {
 
 constexpr const char* plainText = "text/plain; charset=utf-8";
 constexpr const char* html = "text/html; charset=utf-8";
+constexpr const char* downloadPath = "/ckis/download.php";
 constexpr const char* votePath = "/ckis/facebook/ratePort.php";
 constexpr const char* voterCookie = "voter";
 constexpr int cookieSeconds = 365 * 86400;
@@ -143,6 +144,11 @@ struct CatalogueServer::State {
                     // Behind another server all come from its address.
                     .perAddress = isLocal || options.behindProxy ? 0 : connectionsPerAddress,
                     .headers = {{"X-Content-Type-Options", "nosniff"}},
+                    // What writes waits for the disk, and for other processes that hold the database.
+                    .isSlow =
+                        [](const HttpQuery& query) {
+                            return query.method == "POST" || query.path == downloadPath;
+                        },
                     .complain = options.complain},
                    [this](const HttpQuery& query) { return answerTo(query); }) {}
 
@@ -204,7 +210,7 @@ HttpAnswer CatalogueServer::State::answerGet(const HttpQuery& query) {
         {"/", &State::frontPage},
         {"/blog", &State::news},
         {"/blog/", &State::news},
-        {"/ckis/download.php", &State::download},
+        {downloadPath, &State::download},
         {"/ckis/instructions.php", &State::instructions},
         {"/ckis/portDescription.php", &State::portDescription},
         {"/ckis/portRating.php", &State::portRating},

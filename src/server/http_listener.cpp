@@ -1,6 +1,7 @@
 #include "server/http_listener.h"
 
 #include <fcntl.h>
+#include <linux/tcp.h>
 #include <microhttpd.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -125,6 +126,36 @@ Wanted rangeOf(std::string_view header, std::uint64_t size, ByteRange& range) {
     return Wanted::part;
 }
 
+bool isControl(char character) {
+    return static_cast<unsigned char>(character) < ' ' || character == '\x7f';
+}
+
+/// As RFC 9110 has the name of a header. Any other ("Content-Length " with the blank) is one name to us and
+/// may be another to whoever stands in front.
+bool isToken(std::string_view name) {
+    constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
+    return !name.empty() && std::all_of(name.begin(), name.end(), [&](char character) {
+        const char letter = static_cast<char>(character | 0x20);
+        return (letter >= 'a' && letter <= 'z') || (character >= '0' && character <= '9') ||
+               marks.find(character) != std::string_view::npos;
+    });
+}
+
+/// The library puts a folded line behind the name when there is no value before it: a length would hide there.
+bool hidesLength(std::string_view lowerCaseName) {
+    constexpr std::array<std::string_view, 2> lengths = {"content-length", "transfer-encoding"};
+    return std::any_of(lengths.begin(), lengths.end(), [&](std::string_view length) {
+        return lowerCaseName.starts_with(length) && lowerCaseName != length;
+    });
+}
+
+/// What the other end has taken of all that was sent on the connection.
+std::uint64_t bytesTaken(int socket) {
+    tcp_info state{};
+    socklen_t length = sizeof state;
+    return ::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &state, &length) == 0 ? state.tcpi_bytes_acked : 0;
+}
+
 /// As many open files as the system allows: each client is one.
 void allowManyFiles() {
     rlimit limit{};
@@ -243,11 +274,18 @@ class HttpListener::Server {
         enum class Stage { head, body, handled } stage = Stage::head;
         std::string address;  ///< as it was sent
         HttpQuery query;
+        bool isClear = true;  ///< the head could be read in one way only
+        Clock::time_point begun;
         HttpAnswer answer;
         MHD_Connection* connection = nullptr;
     };
-    /// When a connection is dropped; none while a handler works.
-    using Deadline = std::optional<Clock::time_point>;
+    /// When a connection is dropped.
+    struct Deadline {
+        std::optional<Clock::time_point> at;  ///< none while a handler works
+        /// Of a long answer, which has more time for what the client has taken: how much it had before.
+        std::optional<std::uint64_t> takenBefore = {};
+        Clock::time_point begun = {};
+    };
 
     // --- Callbacks of the library, on its thread. Nothing may be thrown through it.
 
@@ -277,7 +315,7 @@ class HttpListener::Server {
                           MHD_RequestTerminationCode) noexcept {
         delete static_cast<Exchange*>(*context);
         *context = nullptr;
-        static_cast<Server*>(server)->setDeadline(connection, Clock::now() + toSendAHead);
+        static_cast<Server*>(server)->setDeadline(connection, {Clock::now() + toSendAHead});
     }
 
     static void connected(void* server, MHD_Connection* connection, void**,
@@ -290,7 +328,7 @@ class HttpListener::Server {
             return;
         }
         try {
-            self->deadlines_[connection] = Clock::now() + toSendAHead;
+            self->deadlines_[connection] = {Clock::now() + toSendAHead};
         } catch (const std::exception&) {
             // Then only the library's own limit of idleness holds.
         }
@@ -298,14 +336,20 @@ class HttpListener::Server {
 
     static void ignoreMessage(void*, const char*, va_list) noexcept {}
 
-    static MHD_Result addHeader(void* headers, MHD_ValueKind, const char* name, const char* value) noexcept {
+    static MHD_Result addHeader(void* given, MHD_ValueKind, const char* name, size_t nameSize,
+                                const char* value, size_t valueSize) noexcept {
+        auto& exchange = *static_cast<Exchange*>(given);
+        const std::string_view key(name, nameSize), text(value != nullptr ? value : "", valueSize);
+        const bool isPlain =
+            std::none_of(text.begin(), text.end(), [](char c) { return isControl(c) && c != '\t'; });
         try {
-            auto& known = *static_cast<std::map<std::string, std::string>*>(headers);
-            const auto [place, isNew] =
-                known.try_emplace(MVString::lowercased(name), value != nullptr ? value : "");
-            if (!isNew) place->second += std::string(", ") + (value != nullptr ? value : "");
+            const std::string lowerCaseName = MVString::lowercased(std::string(key));
+            if (!isToken(key) || !isPlain || hidesLength(lowerCaseName)) exchange.isClear = false;
+            const auto [place, isNew] = exchange.query.headers.try_emplace(lowerCaseName, text);
+            if (!isNew) place->second.append(", ").append(text);
             return MHD_YES;
         } catch (const std::exception&) {
+            exchange.isClear = false;  // a length may be missing
             return MHD_NO;
         }
     }
@@ -320,8 +364,12 @@ class HttpListener::Server {
                 exchange.stage = Exchange::Stage::body;
                 query.method = method;
                 readHead(exchange, connection);
-                const auto flaw = flawOf(query);
-                if (!flaw) return MHD_YES;
+                const auto flaw = exchange.isClear ? flawOf(query) : badRequest;
+                if (!flaw) {
+                    exchange.begun = Clock::now();
+                    setDeadline(connection, {exchange.begun + toBegin});
+                    return MHD_YES;
+                }
                 HttpAnswer refusal{.status = *flaw};
                 // What follows may be the body that was not understood: it is never read as a request.
                 refusal.headers["Connection"] = "close";
@@ -331,16 +379,15 @@ class HttpListener::Server {
                 if (size > 0) {
                     query.body.append(data, size);
                     size = 0;
-                    setDeadline(connection, deadlineFor(options_.bodyLimit));
+                    setDeadline(connection, {exchange.begun + timeFor(query.body.size())});
                     return query.body.size() <= options_.bodyLimit ? MHD_YES : MHD_NO;
                 }
                 exchange.stage = Exchange::Stage::handled;
                 exchange.connection = connection;
-                setDeadline(connection, std::nullopt);
-                MHD_suspend_connection(connection);
-                enqueue(exchange);
-                return MHD_YES;
+                return enqueue(exchange) ? MHD_YES : MHD_NO;
             case Exchange::Stage::handled:
+                // Whatever length the library has read, nothing behind it is a request.
+                if (query.headers.contains("content-length")) exchange.answer.headers["Connection"] = "close";
                 return send(exchange, exchange.answer, connection);
         }
         return MHD_NO;
@@ -352,7 +399,8 @@ class HttpListener::Server {
         const std::size_t mark = std::min(address.find('?'), address.size());
         query.path = decoded(address.substr(0, mark), false);
         query.parameters = parametersIn(address.substr(std::min(mark + 1, address.size())));
-        MHD_get_connection_values(connection, MHD_HEADER_KIND, &addHeader, &query.headers);
+        if (std::any_of(address.begin(), address.end(), isControl)) exchange.isClear = false;
+        MHD_get_connection_values_n(connection, MHD_HEADER_KIND, &addHeader, &exchange);
         const auto* client = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
         if (client != nullptr) query.sender = numericAddress(client->client_addr);
     }
@@ -399,7 +447,7 @@ class HttpListener::Server {
         headers["Content-Type"] = answer.contentType;
         for (const auto& [name, value] : headers)
             MHD_add_response_header(response, name.c_str(), value.c_str());
-        setDeadline(connection, deadlineFor(size));
+        setDeadline(connection, deadlineOfAnswer(connection, size));
         const MHD_Result queued = MHD_queue_response(connection, static_cast<unsigned>(status), response);
         MHD_destroy_response(response);
         return queued;
@@ -422,7 +470,7 @@ class HttpListener::Server {
         ByteRange range{0, whole};
         headers["Accept-Ranges"] = "bytes";
         // We give no mark by which a client could know that its part is of the same file.
-        const bool mayBePart = status == ok && !query.headers.contains("if-range");
+        const bool mayBePart = status == ok && query.method == "GET" && !query.headers.contains("if-range");
         const Wanted wanted = mayBePart ? rangeOf(query.header("range"), whole, range) : Wanted::whole;
         if (wanted == Wanted::nothing) {
             status = badRange;
@@ -444,28 +492,56 @@ class HttpListener::Server {
 
     // --- Handlers
 
-    void enqueue(Exchange& exchange) {
+    /// False at the end of the server. The library ends the process at its end when a request is suspended
+    /// that nobody will go on with: so none is, once the handlers' threads may be gone.
+    bool enqueue(Exchange& exchange) {
+        const bool isSlow = options_.isSlow && options_.isSlow(exchange.query);
         {
             const MutexLock lock(mutex_);
-            waiting_.push_back(&exchange);
+            if (ending_) return false;
+            const auto known = deadlines_.find(exchange.connection);
+            if (known != deadlines_.end()) known->second = {};
+            (isSlow ? waitingSlow_ : waiting_).push_back(&exchange);
+            MHD_suspend_connection(exchange.connection);
         }
         work_.notify_one();
+        return true;
+    }
+
+    /// The next one, or null; slow ones have half of the threads at most, so that the others go on.
+    Exchange* next(bool& isSlow) MV_REQUIRES(mutex_) {
+        const std::size_t mostSlow = std::max<std::size_t>(1, options_.threads / 2);
+        isSlow = !waitingSlow_.empty() && (slowAtWork_ < mostSlow || ending_);
+        std::deque<Exchange*>& queue = isSlow ? waitingSlow_ : waiting_;
+        if (queue.empty()) return nullptr;
+        Exchange* const exchange = queue.front();
+        queue.pop_front();
+        if (isSlow) ++slowAtWork_;
+        return exchange;
     }
 
     void work() {
         for (;;) {
             Exchange* exchange = nullptr;
-            bool ending = false;
+            bool isEnding = false, isSlow = false;
             {
                 const MutexLock lock(mutex_);
-                while (waiting_.empty() && !ending_) work_.wait(mutex_);
-                if (waiting_.empty()) return;
-                exchange = waiting_.front();
-                waiting_.pop_front();
-                ending = ending_;
+                while ((exchange = next(isSlow)) == nullptr && !ending_) work_.wait(mutex_);
+                if (exchange == nullptr) return;
+                isEnding = ending_;
             }
-            exchange->answer = ending ? HttpAnswer{.status = unavailable} : answerTo(exchange->query);
+            try {
+                exchange->answer = isEnding ? HttpAnswer{.status = unavailable} : answerTo(exchange->query);
+            } catch (...) {
+                exchange->answer.status = serverError;  // not even memory to say why
+            }
             MHD_resume_connection(exchange->connection);
+            if (!isSlow) continue;
+            {
+                const MutexLock lock(mutex_);
+                --slowAtWork_;
+            }
+            work_.notify_one();
         }
     }
 
@@ -483,11 +559,22 @@ class HttpListener::Server {
 
     // --- Clients that dawdle
 
-    static Clock::time_point deadlineFor(std::uint64_t bytes) {
-        return Clock::now() + toBegin + seconds(bytes / slowestBytesPerSecond);
+    static Clock::duration timeFor(std::uint64_t bytes) {
+        return toBegin + seconds(bytes / slowestBytesPerSecond);
     }
 
-    void setDeadline(MHD_Connection* connection, Deadline deadline) {
+    static Deadline deadlineOfAnswer(MHD_Connection* connection, std::uint64_t size) {
+        const auto now = Clock::now();
+        if (timeFor(size) <= 2 * toBegin) return {now + timeFor(size)};
+        return {now + toBegin, bytesTaken(socketOf(connection)), now};
+    }
+
+    static int socketOf(MHD_Connection* connection) {
+        const auto* socket = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+        return socket != nullptr ? socket->connect_fd : -1;
+    }
+
+    void setDeadline(MHD_Connection* connection, const Deadline& deadline) {
         const MutexLock lock(mutex_);
         const auto known = deadlines_.find(connection);
         if (known != deadlines_.end()) known->second = deadline;
@@ -499,11 +586,14 @@ class HttpListener::Server {
             end_.wait_until(mutex_, Clock::now() + betweenLooks);
             const auto now = Clock::now();
             for (auto& [connection, deadline] : deadlines_) {
-                if (!deadline || *deadline > now) continue;
-                deadline.reset();
-                const auto* socket = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+                if (!deadline.at || *deadline.at > now) continue;
+                const int socket = socketOf(connection);
+                if (deadline.takenBefore)
+                    deadline.at = deadline.begun + timeFor(bytesTaken(socket) - *deadline.takenBefore);
+                if (*deadline.at > now) continue;
+                deadline.at.reset();
                 // The event loop sees the end and clears up.
-                if (socket != nullptr) ::shutdown(socket->connect_fd, SHUT_RDWR);
+                ::shutdown(socket, SHUT_RDWR);
             }
         }
     }
@@ -514,7 +604,8 @@ class HttpListener::Server {
     std::vector<std::thread> threads_;
     Mutex mutex_;
     Condition work_, end_;
-    std::deque<Exchange*> waiting_ MV_GUARDED_BY(mutex_);
+    std::deque<Exchange*> waiting_ MV_GUARDED_BY(mutex_), waitingSlow_ MV_GUARDED_BY(mutex_);
+    std::size_t slowAtWork_ MV_GUARDED_BY(mutex_) = 0;
     std::map<MHD_Connection*, Deadline> deadlines_ MV_GUARDED_BY(mutex_);
     bool ending_ MV_GUARDED_BY(mutex_) = false;
 };

@@ -6,10 +6,10 @@
 //     a request's head: 32 KB, and 15 seconds from the connection or the last answer, which is also how long
 //     an idle connection is kept;
 //     a body: of POST only, with one length, at most `bodyLimit` bytes;
-//     a body and an answer: ten seconds, and one more for each 4,096 bytes;
+//     a body and an answer: ten seconds, and one more for each 4,096 bytes that have come or been taken;
 //     connections: 4,096 in all.
-// Whatever else is a bad request, after which the connection is closed: nothing that followed it is read as a
-// request of its own.
+// Whatever else is a bad request. After one, and after a request with a length, the connection is closed:
+// nothing that followed it is read as a request of its own.
 #pragma once
 
 #include <cstddef>
@@ -57,6 +57,9 @@ class HttpListener {
         /// Connections of one address; 0: no bound of its own, as behind a proxy.
         unsigned perAddress = 0;
         std::map<std::string, std::string> headers = {};  ///< of every answer
+        /// Whether the handler may have to wait for something: such requests get half of the threads at most.
+        /// Called on the event loop.
+        std::function<bool(const HttpQuery&)> isSlow = {};
         /// Told, on any thread, what a handler has thrown. The client gets a status of 500.
         std::function<void(const std::string&)> complain = {};
     };

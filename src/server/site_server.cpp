@@ -11,7 +11,7 @@
 namespace morvane {
 namespace {
 
-constexpr std::string_view archiveEnding = ".tar.7z";
+constexpr std::string_view archiveEnding = ".tar.7z", engines = "/Engines/";
 const HttpAnswer notFound{.status = 404};
 
 /// One visible name, not a way to another folder.
@@ -25,7 +25,9 @@ bool isPlainName(const std::string& name) {
 struct SiteServer::State {
     explicit State(Content served)
         : content(std::move(served)),
-          listener({}, [this](const HttpQuery& query) { return answerTo(query); }) {}
+          // An engine is packed while its request waits, and holds the others of its kind up.
+          listener({.isSlow = [](const HttpQuery& query) { return query.path.starts_with(engines); }},
+                   [this](const HttpQuery& query) { return answerTo(query); }) {}
 
     Content content;
     /// Held while a callback runs.
@@ -34,8 +36,7 @@ struct SiteServer::State {
     HttpListener listener;
 
     HttpAnswer answerTo(const HttpQuery& query) {
-        constexpr std::string_view wrappers = "/Wrapper/", engines = "/Engines/",
-                                   list = "/Engines/EngineList.txt";
+        constexpr std::string_view wrappers = "/Wrapper/", list = "/Engines/EngineList.txt";
         if (query.method == "POST") return notFound;
         if (query.path.starts_with(wrappers)) return fileOfFolder(query.path.substr(wrappers.size()));
         if (query.path == list) return engineList();

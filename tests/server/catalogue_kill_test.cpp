@@ -11,6 +11,7 @@
 
 #include "catalogue_machine.h"
 #include "foundation/text.h"
+#include "platform/process.h"
 
 namespace morvane {
 namespace {
@@ -128,6 +129,48 @@ TEST_F(KilledServer, HasEveryVoteThatItAnswered) {
         "WHERE votes.port = ratings.port AND votes.family = ratings.family)");
     EXPECT_FALSE(wrongSums->next());
     EXPECT_EQ(server.end(SIGTERM), 0);
+}
+
+/// What the program prints; its failure is the test's.
+std::string printed(const std::string& program, std::vector<std::string> arguments) {
+    const auto result = processes::run({.program = program, .arguments = std::move(arguments)});
+    EXPECT_TRUE(result && result->exitStatus == 0) << program;
+    return result ? MVString::trimmed(result->output) : std::string();
+}
+
+class SharedServer : public CatalogueMachine {};
+
+TEST_F(SharedServer, KeepsVotesAndMailsWhileOtherProcessesUseItsDatabase) {
+    const std::string database = content + "/catalogue.db";
+    const auto found = processes::search("sqlite3", "/usr/bin:/bin");
+    ASSERT_FALSE(found.empty());
+    const auto counted = [&](const std::string& table) {
+        return printed(found.front(), {database, "SELECT count(*) FROM " + table});
+    };
+    ServeProcess server(content);  // of an empty folder: it makes the database
+    ASSERT_FALSE(server.base.empty());
+    const PortToPublish game = port("Game");
+    EXPECT_EQ(printed(MORVANE_BUILD_FOLDER "/bin/morvane",
+                      {"serve", "add", content, *game.cki, "--name", game.name, "--creator", game.creator,
+                       "--description", *game.description, "--icon", *game.icon}),
+              "2");
+    int voters = 0;
+    const auto vote = [&] {
+        Browser browser(server.base);
+        ASSERT_TRUE(browser.open(2));
+        EXPECT_EQ(browser.vote(2, "NVIDIA", "5"), 200);
+        ++voters;
+    };
+    for (int turn = 0; turn < 3; ++turn) {
+        vote();
+        EXPECT_EQ(counted("votes"), std::to_string(voters));
+        vote();
+    }
+    EXPECT_TRUE(http::fetch({server.base + "en/send_form_email.php", "comment=Hello"})
+                    .body.starts_with("<!-- Success -->"));
+    EXPECT_EQ(server.end(SIGTERM), 0);
+    EXPECT_EQ(counted("votes"), std::to_string(voters));
+    EXPECT_EQ(counted("mails"), "1");
 }
 
 }  // namespace

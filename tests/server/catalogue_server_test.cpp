@@ -3,7 +3,8 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <atomic>
+#include <optional>
 #include <random>
 #include <thread>
 
@@ -24,8 +25,8 @@ using namespace std::chrono_literals;
 
 class Catalogue : public CatalogueMachine {
   protected:
-    void serve() {
-        auto started = CatalogueServer::start({.content = content, .patience = 50ms});
+    void serve(std::chrono::milliseconds patience = 50ms) {
+        auto started = CatalogueServer::start({.content = content, .patience = patience});
         ASSERT_EQ(failureOf(started), nullptr);
         server = std::get<0>(std::move(started));
         base = server->baseAddress();
@@ -264,27 +265,6 @@ TEST_F(Catalogue, VotesOfOneAddressAreBounded) {
     EXPECT_TRUE(votes->next() && votes->integer(0) == 4);
 }
 
-TEST_F(Catalogue, NothingIsLostWhenOthersOpenTheDatabaseThatTheServerMade) {
-    serve();
-    const auto elsewhere = [&](const std::string& work) {
-        // Another process: the locks of this one don't count for its own connections.
-        return std::system(("sqlite3 '" + content + "/catalogue.db' \"" + work + "\" >/dev/null").c_str());
-    };
-    Browser voter(base);
-    ASSERT_EQ(elsewhere("INSERT INTO ports(id, creator, name, country, free, native, developer, dependency, "
-                        "published, folded) VALUES(2, 'Bob', 'Game', '--', 0, 0, 0, 0, 0, 'game')"),
-              0);
-    ASSERT_TRUE(voter.open(2));
-    EXPECT_EQ(voter.vote(2, "NVIDIA", "5"), 200);
-    ASSERT_EQ(elsewhere("SELECT * FROM votes"), 0);
-    EXPECT_EQ(voter.vote(2, "Intel HD", "4"), 200);
-    ASSERT_EQ(elsewhere("SELECT * FROM votes"), 0);
-    server.reset();
-    Database database(content + "/catalogue.db", Database::Durability::process, 1s);
-    const auto votes = database.query("SELECT count(*) FROM votes");
-    EXPECT_TRUE(votes->next() && votes->integer(0) == 2);
-}
-
 TEST_F(Catalogue, MailsAreKeptAndBounded) {
     serve();
     const auto mail = [&](std::string body) {
@@ -363,7 +343,9 @@ TEST_F(Catalogue, NoRequestHidesInAnother) {
           mail + length + length, mail + length + "Transfer-Encoding: chunked\r\n",
           mail + "Transfer-Encoding: chunked\r\n" + length, mail + "Transfer-Encoding: identity\r\n",
           mail + "Content-Length: 0, 5\r\n", mail + "Content-Length: -1\r\n", mail + "Content-Length: +0\r\n",
-          mail + "Content-Length: 99999999999999999999\r\n",
+          mail + "Content-Length: 99999999999999999999\r\n", mail + "Content-Length : 5\r\n",
+          mail + "Transfer-Encoding\t: chunked\r\n", mail + "Transfer-Encoding:\r\n chunked\r\n",
+          mail + "Content-Length:\r\n\t5\r\nX: y\r\n", mail + "X: y\rContent-Length: 5\r\n",
           std::string("DELETE / HTTP/1.1\r\nHost: a\r\n") + length}) {
         const RawClient client(port);
         client.send(head + "\r\n" + hidden);
@@ -372,10 +354,61 @@ TEST_F(Catalogue, NoRequestHidesInAnother) {
         EXPECT_EQ(answers.find("HTTP/1.1 2"), std::string::npos) << head << answers;
         EXPECT_EQ(answers.find("no news"), std::string::npos) << head;
     }
+    for (const std::string& zero : {std::string(), std::string("\0009", 2)}) {
+        const RawClient client(port);
+        client.send(mail + "Content-Length: 0" + zero + "\r\n\r\n" + hidden);
+        EXPECT_EQ(client.receive().find("no news"), std::string::npos);
+    }
     // Two that are whole are two.
     const RawClient client(port);
-    client.send(mail + "Content-Length: 9\r\n\r\ncomment=x" + hidden);
+    client.send("GET / HTTP/1.1\r\nHost: a\r\n\r\n" + hidden);
     EXPECT_NE(client.receive(300).find("no news"), std::string::npos);
+}
+
+TEST_F(Catalogue, EndsWhileRequestsArrive) {
+    constexpr int enough = 30;
+    for (int round = 0; round < 10; ++round) {
+        serve();
+        const int port = portOf(base);
+        std::atomic<bool> ended = false;
+        std::atomic<int> answered = 0;
+        std::vector<std::thread> threads;
+        for (int client = 0; client < 8; ++client) {
+            threads.emplace_back([&] {
+                const RawClient many(port);
+                const std::string one = "GET /ckis/listPorts.php?search=a HTTP/1.1\r\nHost: a\r\n\r\n";
+                while (!ended && many.send(one + one + one + one) && !many.receive(1).empty()) {
+                    ++answered;
+                    answered.notify_all();
+                }
+                answered = enough;  // also when it could not go on
+                answered.notify_all();
+            });
+        }
+        for (int seen = 0; seen < enough; seen = answered) answered.wait(seen);
+        server.reset();
+        ended = true;
+        for (std::thread& thread : threads) thread.join();
+    }
+}
+
+TEST_F(Catalogue, VotersThatWaitLeaveThreadsToReaders) {
+    idOf(publish(port("Game")));
+    serve(3s);
+    Browser voter(base);
+    ASSERT_TRUE(voter.open(2));
+    Database other(content + "/catalogue.db", Database::Durability::process, 1s);
+    std::optional<Transaction> holding(std::in_place, other);
+    std::vector<std::thread> threads;
+    std::atomic<int> counted = 0;
+    for (int vote = 0; vote < 12; ++vote)
+        threads.emplace_back([&] { counted += Browser(voter).vote(2, "NVIDIA", "5") == 200 ? 1 : 0; });
+    const auto before = std::chrono::steady_clock::now();
+    for (int reader = 0; reader < 200; ++reader) EXPECT_EQ(fetch("ckis/portRating.php?game=2").status, 200);
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 2s);
+    holding.reset();
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(counted, 12);
 }
 
 TEST_F(Catalogue, BearsWhateverComes) {
