@@ -198,7 +198,10 @@ TestMachine::TestMachine() : home(folder.path + "/home"), programsFolder(folder.
     machine = std::make_unique<Host>(std::move(options), ui);
 }
 
-TestMachine::~TestMachine() = default;
+TestMachine::~TestMachine() {
+    // Its queues may still ask what the members below stand for.
+    machine.reset();
+}
 
 void TestMachine::onWorker(const std::function<void()>& work, std::chrono::seconds limit) {
     std::atomic<bool> done = false;
