@@ -136,9 +136,14 @@ bool noteArrival(Database& database, const char* kind, const std::string& sender
     const auto ofSender = firstInteger(
         *database.query("SELECT count(*) FROM arrivals WHERE kind = ?1 AND sender = ?2 AND at > ?3", kind,
                         sender, time - secondsPerHour));
-    const auto ofAll = firstInteger(
-        *database.query("SELECT count(*) FROM (SELECT 1 FROM arrivals WHERE kind = ?1 AND at > ?2 LIMIT ?3)",
-                        kind, time - secondsPerDay, mostPerDay));
+    // Rows come at one end and go at the other: there are no more of them than that. Counting is for when it
+    // could matter, not for each vote of a busy day.
+    auto ofAll = firstInteger(
+        *database.query("SELECT 1 + (SELECT max(rowid) FROM arrivals) - (SELECT min(rowid) FROM arrivals)"));
+    if (ofAll >= mostPerDay)
+        ofAll = firstInteger(*database.query(
+            "SELECT count(*) FROM arrivals INDEXED BY arrivals_by_sender WHERE kind = ?1 AND at > ?2", kind,
+            time - secondsPerDay));
     if (ofSender >= mostPerHour || ofAll >= mostPerDay) return false;
     database.run("DELETE FROM arrivals WHERE at <= ?1", time - secondsPerDay);
     database.run("INSERT INTO arrivals(kind, sender, at) VALUES(?1, ?2, ?3)", kind, sender, time);

@@ -224,7 +224,8 @@ HttpAnswer HttpAnswer::ofFile(std::string path, std::string contentType) {
 }
 
 /// The event loop of the library with its callbacks, the handlers' threads, and a thread that drops clients
-/// that dawdle.
+/// that dawdle. The library's own limit of idleness is not used: it takes a client for idle that is still
+/// fetching what lies in the system's buffer.
 class HttpListener::Server {
   public:
     Server(Options options, Handler handler) : options_(std::move(options)), handler_(std::move(handler)) {}
@@ -244,11 +245,10 @@ class HttpListener::Server {
 
     bool serve(Descriptor socket) {
         allowManyFiles();
-        const std::array<MHD_OptionItem, 11> settings{{
+        const std::array<MHD_OptionItem, 10> settings{{
             {MHD_OPTION_LISTEN_SOCKET, socket.get(), nullptr},
             {MHD_OPTION_CONNECTION_LIMIT, mostConnections, nullptr},
             {MHD_OPTION_PER_IP_CONNECTION_LIMIT, options_.perAddress, nullptr},
-            {MHD_OPTION_CONNECTION_TIMEOUT, toSendAHead.count(), nullptr},
             {MHD_OPTION_CONNECTION_MEMORY_LIMIT, memoryOfConnection, nullptr},
             {MHD_OPTION_STRICT_FOR_CLIENT, 1, nullptr},
             {MHD_OPTION_URI_LOG_CALLBACK, reinterpret_cast<std::intptr_t>(&began), this},
@@ -330,7 +330,7 @@ class HttpListener::Server {
         try {
             self->deadlines_[connection] = {Clock::now() + toSendAHead};
         } catch (const std::exception&) {
-            // Then only the library's own limit of idleness holds.
+            ::shutdown(socketOf(connection), SHUT_RDWR);  // nobody would watch it
         }
     }
 
