@@ -1,9 +1,12 @@
 #include "server/catalogue_store.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 #include "foundation/localization.h"
@@ -126,6 +129,16 @@ void updateSchema(Database& database) {
     if (version() == 0) database.script(schema);
     if (version() == 1) database.script(arrivalsSchema);
     transaction.commit();
+}
+
+/// Who is counted as one sender: of IPv6, where everybody has very many addresses, the network (/64).
+std::string networkOf(const std::string& sender) {
+    in6_addr address{};
+    if (::inet_pton(AF_INET6, sender.c_str(), &address) != 1 || IN6_IS_ADDR_V4MAPPED(&address)) return sender;
+    std::fill(std::begin(address.s6_addr) + 8, std::end(address.s6_addr), std::uint8_t{0});
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    ::inet_ntop(AF_INET6, &address, text.data(), text.size());
+    return std::string(text.data()) + "/64";
 }
 
 /// Notes that the sender sends one more of the kind, within the transaction of what is sent. False, and
@@ -387,7 +400,7 @@ CatalogueStore::Arrival CatalogueStore::vote(const std::string& voter, const std
     Database& database = state_->votes;
     Transaction transaction(database);
     if (!database.query("SELECT 1 FROM ports WHERE id = ?1", id)->next()) return Arrival::noSuchPort;
-    if (!noteArrival(database, "vote", sender, mostPerHour, votesPerDay)) return Arrival::tooMany;
+    if (!noteArrival(database, "vote", networkOf(sender), mostPerHour, votesPerDay)) return Arrival::tooMany;
     database.run(
         "INSERT INTO votes(voter, port, family, stars, at) VALUES(?1, ?2, ?3, ?4, ?5) "
         "ON CONFLICT DO UPDATE SET stars = excluded.stars, at = excluded.at",
@@ -400,7 +413,8 @@ CatalogueStore::Arrival CatalogueStore::addMail(const Mail& mail) {
     const MutexLock lock(state_->writing);
     Database& database = state_->votes;
     Transaction transaction(database);
-    if (!noteArrival(database, "mail", mail.sender, mailsPerHour, mailsPerDay)) return Arrival::tooMany;
+    if (!noteArrival(database, "mail", networkOf(mail.sender), mailsPerHour, mailsPerDay))
+        return Arrival::tooMany;
     database.run(
         "INSERT INTO mails(at, sender, name, email, subject, comment) VALUES(?1, ?2, ?3, ?4, ?5, ?6)", now(),
         mail.sender, mail.name, mail.email, mail.subject, mail.comment);

@@ -260,9 +260,11 @@ TEST_F(Catalogue, VotesOfOneAddressAreBounded) {
     for (int voter = 0; voter < 3; ++voter) EXPECT_EQ(vote("10.0.0.1"), 200);
     EXPECT_EQ(vote("10.0.0.1"), 429);
     EXPECT_EQ(vote("10.0.0.2"), 200);
+    for (int voter = 0; voter < 4; ++voter)
+        EXPECT_EQ(vote("2001:db8:1:2::" + std::to_string(voter)), voter < 3 ? 200 : 429) << "one network";
     Database database(content + "/catalogue.db", Database::Durability::process, 1s);
     const auto votes = database.query("SELECT count(*) FROM votes");
-    EXPECT_TRUE(votes->next() && votes->integer(0) == 4);
+    EXPECT_TRUE(votes->next() && votes->integer(0) == 7);
 }
 
 TEST_F(Catalogue, MailsAreKeptAndBounded) {
