@@ -31,9 +31,8 @@ class WrapperCreation;
 
 class AppDelegate {
   public:
-    /// `init`. Handles links from now on. The view must outlive it, and hears of changes at once.
+    /// Handles links from now on. The view must outlive it, and hears of changes at once.
     AppDelegate(ShellView& view, std::shared_ptr<NSProgressView> progress);
-    /// `dealloc`.
     ~AppDelegate();
     AppDelegate(const AppDelegate&) = delete;
     AppDelegate& operator=(const AppDelegate&) = delete;
@@ -47,10 +46,10 @@ class AppDelegate {
     /// Both are filled, and write missing settings, when they are first asked for.
     [[nodiscard]] NSPreferencesView& preferences();
     [[nodiscard]] NSAppsFoldersList& appsFolders();
-    /// `tableInUse`. The layout that was settled when the application was made.
+    /// The layout that was settled when the application was made.
     [[nodiscard]] LibraryLayout tableInUse() const { return layout_; }
 
-    /// `showMorvaneTab:`. Also for the user's own click: loads what the tab shows, once.
+    /// Also for the user's own click: loads what the tab shows, once.
     void showMorvaneTab(MorvaneTab tab);
     /// A click on a row of the library view: its page.
     void openRow(std::size_t row);
@@ -60,63 +59,54 @@ class AppDelegate {
     void closeProperties();
 
     // Start and end (start_up.cpp)
-    /// `applicationDidFinishLaunching:`. Once.
+    /// Once.
     void applicationDidFinishLaunching();
-    /// `applicationWillTerminate:`. Blocks on two programs.
+    /// Blocks on two programs.
     void applicationWillTerminate() const;
-    /// `applicationShouldTerminateAfterLastWindowClosed:`.
     [[nodiscard]] static bool applicationShouldTerminateAfterLastWindowClosed() { return true; }
-    /// `applicationShouldHandleReopen:hasVisibleWindows:`.
     bool applicationShouldHandleReopen();
-    /// `userNotificationCenter:shouldPresentNotification:`. Also while the application is in front.
+    /// Also while the application is in front.
     [[nodiscard]] static bool shouldPresentNotification() { return true; }
-    /// `userNotificationCenter:didActivateNotification:`. Runs the game that the notification carries.
+    /// Runs the game that the notification carries.
     void didActivateNotification(const std::string& info);
     /// A web view has loaded its page, or failed to.
     void webPageLoaded();
 
-    /// `verifyFolder:`. With its parents; a folder that can't be created is not reported.
+    /// With its parents; a folder that can't be created is not reported.
     static void verifyFolder(const std::string& path);
-    /// `verifyNeededFolders`.
     static void verifyNeededFolders();
-    /// `destinationOfCopiedImage:`. The user's picture of that name, or the default's copy; nothing without
-    /// both.
+    /// The user's picture of that name, or the default's copy; nothing without both.
     [[nodiscard]] static std::optional<std::string> destinationOfCopiedImage(const std::string& name);
-    /// `shouldEnableDarkMode`.
     [[nodiscard]] static bool shouldEnableDarkMode();
-    /// `recordRunningDay`. Returns at once. On the fifth day the user is asked for feedback.
+    /// Returns at once. On the fifth day the user is asked for feedback.
     static void recordRunningDay();
 
     // Files and links (opening.cpp)
-    /// `application:openFile:`. Whether the file is one to open; of a program and an application, whether it
-    /// was started.
+    /// Whether the file is one to open; of a program and an application, whether it was started.
     bool openFile(const std::string& path);
-    /// `shouldRunCkiFile:`. True.
+    /// True.
     bool shouldRunCkiFile(const std::string& path);
-    /// `shouldRunExeFile:`. In the wrapper that holds it, else in one that the user chooses from the library
-    /// as far as it is loaded.
+    /// In the wrapper that holds it, else in one that the user chooses from the library as far as it is
+    /// loaded.
     bool shouldRunExeFile(const std::string& path);
-    /// `shouldRunGameAtPath:`. Whether the path exists.
+    /// Whether the path exists.
     bool shouldRunGameAtPath(const std::string& path);
-    /// `installCkiFile:`. Asks, and builds the port in the background.
+    /// Asks, and builds the port in the background.
     void installCkiFile(const std::string& path);
-    /// `createWrapper:`.
     void createWrapper();
-    /// `createBlankWrapper:`.
     void createBlankWrapper();
 
-    /// `applicationDockMenu:`. The titles; an item's tag is its index.
+    /// The titles; an item's tag is its index.
     [[nodiscard]] std::vector<std::string> applicationDockMenu() const;
-    /// `launchLocalGameAction:`. False for an item that is gone.
+    /// False for an item that is gone.
     bool launchLocalGameAction(std::size_t tag);
 
-    /// `handleURLEvent:withReplyEvent:`. A text without "://" does nothing. Anybody may send a link: it shows
-    /// a page and asks, and is never more than a text of a request to the catalogue.
+    /// A text without "://" does nothing. Anybody may send a link: it shows a page and asks, and is never
+    /// more than a text of a request to the catalogue.
     void handleURLEvent(const std::string& link);
     /// Whether a web view loads what was clicked in it: the application's own links are opened here, those of
     /// the CrossOver product by that product.
     bool shouldWebViewFollow(const std::string& link);
-    /// `showDescriptionOfTheFirstGameListedInThatPage:`.
     void showDescriptionOfTheFirstGameListedInThatPage(const std::string& address);
 
   private:

@@ -17,16 +17,15 @@ enum class AskForDetails { no, yes };
 /// Main thread, before any other.
 void writeOwnReports(const Folders& folders);
 
-/// `lookForCrashLogs`. Returns at once; the search runs on the queue "app.morvane.lookForCrashLogs". A report
-/// is sent at most once, also when the catalogue does not take it.
+/// Returns at once; the search runs on the queue "app.morvane.lookForCrashLogs". A report is sent at most
+/// once, also when the catalogue does not take it.
 void lookForCrashLogs();
 /// The last report, unless it is the one that was handled last.
 [[nodiscard]] std::optional<std::string> newCrashLog();
 /// Sends the report at the path with the user's words, and remembers its name. An unreadable one is sent
 /// empty.
 void sendNewCrashLog(const std::string& path);
-/// `sendCrashLog:withTextFieldDelegate:`. Asks, when it is to, and posts; blocks on both. The answer is not
-/// looked at.
+/// Asks, when it is to, and posts; blocks on both. The answer is not looked at.
 void sendCrashLog(const std::string& report, AskForDetails ask);
 /// The version that the report names, or the application's own.
 [[nodiscard]] std::string crashedVersion(const std::string& report);

@@ -4,10 +4,9 @@
 
 namespace morvane::games_folder {
 
-/// `verifyGamesFolder`. Completes the folder where it is there; else offers it, once in the life of the
-/// settings.
+/// Completes the folder where it is there; else offers it, once in the life of the settings.
 void verifyGamesFolder();
-/// `createOrFixGamesFolder`. What can't be written is not reported.
+/// What can't be written is not reported.
 void createOrFixGamesFolder();
 
 }  // namespace morvane::games_folder

@@ -29,12 +29,11 @@ class NSHelpTab {
     };
     Form form;
 
-    /// `sendMail:`. Checks the form and posts it; what is missing, and the outcome, are told in a dialog. The
-    /// fields stay. Whether the message was taken.
+    /// Checks the form and posts it; what is missing, and the outcome, are told in a dialog. The fields stay.
+    /// Whether the message was taken.
     bool sendMail();
-    /// `specsButtonClicked:`.
     void specsButtonClicked();
-    /// `morvaneHelp:`. The catalogue in the browser. Main thread.
+    /// The catalogue in the browser. Main thread.
     static void morvaneHelp();
 
     struct Line {
@@ -42,17 +41,16 @@ class NSHelpTab {
     };
     /// This computer, line by line. The hardware report and the model are read once for a help tab.
     [[nodiscard]] std::vector<Line> computerSpecifications();
-    /// `computerSpecificationsInHTML:`. HTML is a text without formatting of its own.
+    /// HTML is a text without formatting of its own.
     [[nodiscard]] StyledText computerSpecificationsInHTML(InHTML html);
-    /// `determinateMacCompleteModel`. Nothing when it is not known.
+    /// Nothing when it is not known.
     [[nodiscard]] const std::optional<std::string>& determinateMacCompleteModel();
 
-    /// `boldString:inHTML:`, `normalString:inHTML:`. With line breaks as "<br>" in HTML.
+    /// With line breaks as "<br>" in HTML.
     [[nodiscard]] static StyledText boldString(const std::string& text, InHTML html);
     [[nodiscard]] static StyledText normalString(const std::string& text, InHTML html);
 
-    /// `control:textView:doCommandBySelector:`. What a key inserts into a field of several lines instead of
-    /// leaving it; nothing for any other command.
+    /// What a key inserts into a field of several lines instead of leaving it; nothing for any other command.
     [[nodiscard]] static std::optional<std::string> textForCommand(FieldCommand command);
 
   private:

@@ -54,36 +54,28 @@ class NSPreferencesView {
         std::function<void()> webViewZoomChanged;
     };
 
-    /// `awakeFromNib`. Writes missing defaults and fills the window, without a word.
+    /// Writes missing defaults and fills the window, without a word.
     explicit NSPreferencesView(Callbacks callbacks);
 
     [[nodiscard]] const Shown& shown() const { return shown_; }
 
-    /// `selectedDeveloperMode:`.
     void selectedDeveloperMode(bool on);
-    /// `selectedAutomaticCrashLog:`.
     void selectedAutomaticCrashLog(bool on);
-    /// `changeFontSizeValue:`.
     void changeFontSizeValue(std::int64_t value);
-    /// `changeWebViewZoom:`.
     void changeWebViewZoom(std::int64_t value);
-    /// `atomaticallyCheckForUpdates:`.
     void atomaticallyCheckForUpdates(bool on);
-    /// `hideDockInGridViewAction:`.
     void hideDockInGridViewAction(bool on);
 
     /// A picture dropped into a well. False, and the well is unchanged, for what is no picture.
     bool putThemeImage(ThemeImage well, const ImageData& picture);
-    /// `applyNewTheme:`. Saves the wells that hold a picture, and tells that the next start shows them. False
-    /// when a file could not be written, which is not reported otherwise.
+    /// Saves the wells that hold a picture, and tells that the next start shows them. False when a file could
+    /// not be written, which is not reported otherwise.
     bool applyNewTheme();
-    /// `resetTheme:`. False when a file could not be written; it is then as it was.
+    /// False when a file could not be written; it is then as it was.
     bool resetTheme();
 
-    /// `saveThemeImage:withName:usingType:`.
     static bool saveThemeImage(const ImageData& image, std::string_view name, ImageFormat type);
-    /// `copyOriginalThemeImageNamed:`. Puts the default in place of the user's; the picture that is there
-    /// then.
+    /// Puts the default in place of the user's; the picture that is there then.
     [[nodiscard]] static std::optional<ImageData> copyOriginalThemeImageNamed(const std::string& name);
 
   private:
@@ -101,7 +93,7 @@ class WebTextSize {
     virtual void makeTextStandardSize() = 0;
     virtual void makeTextLarger() = 0;
 };
-/// `reloadWebViewTextZoom`. As many steps larger than standard as the setting says.
+/// As many steps larger than standard as the setting says.
 void reloadWebViewTextZoom(WebTextSize& view);
 
 }  // namespace morvane

@@ -59,9 +59,9 @@ class NSPropertiesWindow {
 
     explicit NSPropertiesWindow(Callbacks callbacks = Callbacks()) : callbacks_(std::move(callbacks)) {}
 
-    /// `setDataFromWrapperAtPath:`. A failure when no item of the three kinds lies there; the window is
-    /// unchanged then. A link, as it lies beside a wrapper, stands for the application that it leads to. Who
-    /// fills the window is not told that it has changed.
+    /// A failure when no item of the three kinds lies there; the window is unchanged then. A link, as it lies
+    /// beside a wrapper, stands for the application that it leads to. Who fills the window is not told that
+    /// it has changed.
     [[nodiscard]] std::optional<Failure> setDataFromWrapperAtPath(const std::string& path);
 
     [[nodiscard]] const Shown& shown() const { return shown_; }
@@ -82,18 +82,16 @@ class NSPropertiesWindow {
     bool switchFunctionKeys(bool on);
     /// A picture dropped on the icon, or nothing when it is dragged away. False for what is no picture.
     bool changeIcon(std::optional<ImageData> picture);
-    /// `searchNewRunPath:`. Asks for a program and puts its command into the run field.
+    /// Asks for a program and puts its command into the run field.
     void searchNewRunPath();
 
-    /// `saveDataToWrapper`. False when something could not be written or renamed, which the user has been
-    /// told; the rest is saved. A name that no folder can have is refused before anything is written. What
-    /// the user has not changed is not written. False, with nothing written, also when the wrapper runs and
-    /// is not to be stopped.
+    /// False when something could not be written or renamed, which the user has been told; the rest is saved.
+    /// A name that no folder can have is refused before anything is written. What the user has not changed is
+    /// not written. False, with nothing written, also when the wrapper runs and is not to be stopped.
     bool saveDataToWrapper();
     /// Whether the user has called off the last save.
     [[nodiscard]] bool isSaveCancelled() const { return isSaveCancelled_; }
 
-    /// `isHighQualityModeCompatibleWithEngine:`.
     [[nodiscard]] static bool isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine);
 
   private:

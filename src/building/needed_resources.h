@@ -22,13 +22,10 @@ class NSNeededResourcesWindow {
 
     explicit NSNeededResourcesWindow(std::shared_ptr<NSProgressView> progressWindow);
 
-    /// `reloadContents`. Worker thread: asks the site for the newest version.
+    /// Worker thread: asks the site for the newest version.
     void reloadContents();
-    /// `caskeryWrapperIsUpdated`.
     [[nodiscard]] static Status caskeryWrapperIsUpdated();
-    /// `isHomeFolderWritable`.
     [[nodiscard]] static bool isHomeFolderWritable();
-    /// `symbolForNumber:`.
     [[nodiscard]] static std::string symbolForNumber(Status status);
     /// A double click on a row: fixes it when it is missing. Worker thread.
     void fixRow(std::size_t row);

@@ -34,7 +34,7 @@ struct Download {
     std::string checksum;  ///< as the script has it; may be empty
 };
 
-/// `getFromString:wordNumber:`. Word 1 to 3 of a cleaned line.
+/// Word 1 to 3 of a cleaned line.
 [[nodiscard]] std::optional<std::string> getFromString(std::string_view line, int wordNumber);
 /// The text without its first and its last character; nothing when it has fewer than two.
 [[nodiscard]] std::optional<std::string> withoutEnds(std::string_view text);

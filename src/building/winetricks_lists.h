@@ -11,13 +11,13 @@ namespace morvane {
 /// The pseudo-verb that stands for the game's installation.
 inline constexpr const char* installAppMarker = "Install App";
 
-/// `winetricksBeforeAppFromList:`. The whole list when it does not hold the marker.
+/// The whole list when it does not hold the marker.
 [[nodiscard]] inline std::vector<std::string> winetricksBeforeAppFromList(
     const std::vector<std::string>& list) {
     return {list.begin(), std::find(list.begin(), list.end(), installAppMarker)};
 }
 
-/// `winetricksAfterAppFromList:`. Empty when the list does not hold the marker.
+/// Empty when the list does not hold the marker.
 [[nodiscard]] inline std::vector<std::string> winetricksAfterAppFromList(
     const std::vector<std::string>& list) {
     const auto marker = std::find(list.begin(), list.end(), installAppMarker);

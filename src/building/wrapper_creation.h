@@ -54,44 +54,40 @@ class WrapperCreation : public Download {
     explicit WrapperCreation(std::shared_ptr<NSProgressView> progressWindow);
 
     // Entry (entry.cpp, agreement.cpp)
-    /// `createPortFromCKIFile:withCompletionHandler:`. Any thread; asks, then goes on in the background,
-    /// where this object is used until the handler has returned. Where nobody can be asked later, answers
-    /// that will be missing end it first, as they do in `installCKI` with trust.
+    /// Any thread; asks, then goes on in the background, where this object is used until the handler has
+    /// returned. Where nobody can be asked later, answers that will be missing end it first, as they do in
+    /// `installCKI` with trust.
     void createPortFromCKIFile(const std::string& file, CompletionHandler handler);
-    /// `installCKI:atPath:trust:`. 0 for success, -1 for failure.
-    /// With `Replacing::yes` what lies in the wrapper's place steps aside while the wrapper is built, and is
-    /// gone when it is there; after a failure it is put back, or the user is told where it is.
+    /// 0 for success, -1 for failure. With `Replacing::yes` what lies in the wrapper's place steps aside
+    /// while the wrapper is built, and is gone when it is there; after a failure it is put back, or the user
+    /// is told where it is.
     int installCKI(const std::string& file, const std::string& wrapper, Trust trust,
                    Replacing replacing = Replacing::no);
-    /// `shouldInstallPortData:withTrust:`.
     [[nodiscard]] bool shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust);
     /// Why no wrapper can be built from what was loaded, or made at the place: what the user is told.
     [[nodiscard]] static std::optional<std::string> flawOfPort(const std::optional<Result<NSPortData>>& port);
     [[nodiscard]] static std::optional<std::string> flawOfPlace(const std::string& wrapper);
     /// The first of the user's apps folders. An older form of the setting is a single text.
     [[nodiscard]] static std::string folderForNewPorts();
-    /// `requirementsListForPortData:`. Lines, or empty when there is nothing to ask.
+    /// Lines, or empty when there is nothing to ask.
     [[nodiscard]] static std::string requirementsListForPortData(const NSPortData& port);
-    /// `createBlankPortWithCompletionHandler:`. The same; asks the site for the engines, so better not on the
-    /// main thread.
+    /// As `createPortFromCKIFile`. Asks the site for the engines, so better not on the main thread.
     void createBlankPortWithCompletionHandler(CompletionHandler handler);
-    /// `createBlankWrapperAtPath:withDetailsOfCustomPortView:`.
     int createBlankWrapperAtPath(const std::string& wrapper, const NSCustomPortView& view);
     /// The port that this builds; nothing when it cannot be described.
     [[nodiscard]] static std::optional<NSPortData> portOfBlank(const std::string& wrapper,
                                                                const NSCustomPortView& view);
-    /// `doYouAgreeWithTheLicenseAgreement`. Any thread; asked every time.
+    /// Any thread; asked every time.
     [[nodiscard]] static bool doYouAgreeWithTheLicenseAgreement();
-    /// `agreement`. Main thread.
+    /// Main thread.
     [[nodiscard]] static bool agreement();
-    /// `cancelWrapperCreation:`. Main thread: asks, then requests the cancellation. False when the user went
-    /// on.
+    /// Main thread: asks, then requests the cancellation. False when the user went on.
     bool cancelWrapperCreation();
     /// The same without the question; any thread, never blocks.
     void requestCancellation();
     /// What a cancelled creation is reported with.
     [[nodiscard]] static std::string cancellationReport();
-    /// `errorWithMessage:`. Ends the creation; false.
+    /// Ends the creation; false.
     bool errorWithMessage(const std::optional<std::string>& message);
 
     // Master wrapper (master_wrapper.cpp)
@@ -100,157 +96,128 @@ class WrapperCreation : public Download {
     /// How often `updateCaskery` downloads and unpacks before it gives up on an archive that never yields its
     /// wrapper.
     static constexpr int masterWrapperPasses = 3;
-    /// `getNewestCaskeryVersion`. Blocks on the network until an answer is known; a site that says nothing
-    /// for some seconds leaves it unknown until the next call.
+    /// Blocks on the network until an answer is known; a site that says nothing for some seconds leaves it
+    /// unknown until the next call.
     [[nodiscard]] static std::optional<std::string> getNewestCaskeryVersion();
-    /// `getCurrentCaskeryVersion`.
     [[nodiscard]] static std::optional<std::string> getCurrentCaskeryVersion();
     [[nodiscard]] MasterWrapperSource masterWrapperSource() const;
-    /// `updateCaskery`. True when the current master wrapper is on disk afterwards.
+    /// True when the current master wrapper is on disk afterwards.
     bool updateCaskery();
-    /// `copyingMasterWrapperToPath:`.
     bool copyingMasterWrapperToPath(const std::string& wrapper);
-    /// `downloadFile:toPath:ofType:`. With the progress line "Downloading %@...".
+    /// With the progress line "Downloading %@...".
     bool downloadFileToPath(const std::string& url, const std::string& path, const std::string& type);
 
     // Engine (engine_preparation.cpp)
-    /// `prepareEngine:usingCustomEngineLink:`.
     bool prepareEngine(const std::string& engine, std::optional<std::string> customLink);
-    /// `localPathForOfficialEngine:`.
     [[nodiscard]] static std::string localPathForOfficialEngine(const std::string& engine);
-    /// `downloadOfficialEngine:`.
     bool downloadOfficialEngine(const std::string& engine);
-    /// `getLocalCustomEngine:`. True always.
+    /// True always.
     bool getLocalCustomEngine(const std::string& engine);
-    /// `extractEngine:toWrapper:`.
     ExtractedEngine extractEngine(const std::string& engine, const std::string& wrapper);
-    /// `getCaskeryWrapperEngineFromPath:`.
     [[nodiscard]] static std::optional<std::string> getCaskeryWrapperEngineFromPath(
         const std::string& wrapper);
 
     // Creation (creation.cpp)
-    /// `buildPortAt:withPortData:`.
     bool buildPortAt(const std::string& wrapper, const NSPortData& port);
-    /// `createWrapperAt:withEngine:`.
     bool createWrapperAt(const std::string& wrapper, const std::string& engine);
     /// What a new wrapper is called while its prefix is created, in a folder where it is alone. A wrapper that
     /// was there before stays in its place, and so does one for which no such folder can be had.
     [[nodiscard]] static std::string temporaryNameFor(const std::string& wrapper);
 
     // Configuration (configuration.cpp, settings_writers.cpp, registry_writers.cpp)
-    /// `configureWrapperAt:withPortData:`. True.
+    /// True.
     bool configureWrapperAt(const std::string& wrapper, const NSPortData& port);
-    /// `saveCloseSafely:atFile:`.
     bool saveCloseSafely(bool closeSafely, const std::string& wrapper);
-    /// `saveCompany:atFile:`.
     bool saveCompany(const std::optional<std::string>& company, const std::string& wrapper);
-    /// `saveMacDriver:atFile:`, `saveDirect3DBoost:atFile:`, `saveDecorateWindow:atFile:`.
     bool saveMacDriver(bool use, const std::string& wrapper);
     bool saveDirect3DBoost(bool use, const std::string& wrapper);
     bool saveDecorateWindow(bool decorate, const std::string& wrapper);
-    /// `saveDrives:atFile:`. An empty list keeps the default links.
+    /// An empty list keeps the default links.
     bool saveDrives(const std::optional<std::vector<DriveEntry>>& drives, const std::string& wrapper);
-    /// `saveExtensions:atPort:`.
     bool saveExtensions(const std::optional<std::vector<ExtensionEntry>>& extensions, NSPortManager& port);
-    /// `saveOverridesForPortData:atPort:`.
     bool saveOverridesForPortData(const NSPortData& data, NSPortManager& port);
-    /// `settingVideoCardMemorySizeAtPort:`. False when the size is not known.
+    /// False when the size is not known.
     bool settingVideoCardMemorySizeAtPort(const NSPortManager& port);
-    /// `removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile:`.
     bool removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(const std::string& wrapper);
 
     // Windows components (winetricks.cpp; winetricks_script.cpp; winetricks_files.cpp)
-    /// `updateWinetricksListAtFile:`. Replaces the wrapper's verb script and the shared copy by a fresh one,
-    /// patched. False when there was none to be had anywhere; true when there was no way to ask. A port that
-    /// needs the script is warned then.
+    /// Replaces the wrapper's verb script and the shared copy by a fresh one, patched. False when there was
+    /// none to be had anywhere; true when there was no way to ask. A port that needs the script is warned
+    /// then.
     enum class NeedsVerbs { no, yes };
     bool updateWinetricksListAtFile(const std::string& wrapper, NeedsVerbs needsVerbs);
-    /// `isWinetrickFileContentValid:`. At least 50 bytes of UTF-8 that are no error page.
+    /// At least 50 bytes of UTF-8 that are no error page.
     [[nodiscard]] static bool isWinetrickFileContentValid(const std::optional<std::string>& bytes);
-    /// `setWinetricksSilent:atWrapper:`.
     static void setWinetricksSilent(Silence silent, const std::string& wrapper);
-    /// `installWinetricks:atPort:`. Components, each with its graphics conditions, and engine changes, in
-    /// order. True.
+    /// Components, each with its graphics conditions, and engine changes, in order. True.
     bool installWinetricks(const std::vector<std::string>& requests, const NSPortManager& port);
-    /// `manuallyDownloadWinetrick:AtFile:`. Fetches what the component, and all that it calls, will download.
+    /// Fetches what the component, and all that it calls, will download.
     void manuallyDownloadWinetrick(const std::string& component, const std::string& wrapper);
-    /// `downloadWDownloadWinetrick:fromRaw:`. The ordinary downloads in a component's text.
+    /// The ordinary downloads in a component's text.
     void downloadWDownloadWinetrick(const std::string& component, const std::string& raw);
-    /// `downloadWDownloadManualWinetrick:fromRaw:`. The first manual download in a component's text.
+    /// The first manual download in a component's text.
     void downloadWDownloadManualWinetrick(const std::string& component, const std::string& raw);
-    /// `downloadHelperWinetrick:fromRaw:`. The downloads of a helper function, out of the whole script.
+    /// The downloads of a helper function, out of the whole script.
     void downloadHelperWinetrick(const std::string& helper, const std::string& raw);
-    /// `downloadFile:fromMorvaneWebsiteToWinetrick:`.
     void downloadFileFromMorvaneWebsiteToWinetrick(const std::string& file, const std::string& component);
-    /// `compareSHA1Checksum:withFile:promptingErrorDialog:withCompletionHandler:`. Deletes a file whose sum
-    /// is another one. The completion gets whether it is to be downloaded again, which the user decides
-    /// unless `WithoutAsking::yes`.
+    /// Deletes a file whose sum is another one. The completion gets whether it is to be downloaded again,
+    /// which the user decides unless `WithoutAsking::yes`.
     enum class WithoutAsking { no, yes };
     static void compareSHA1Checksum(const std::string& expected, const std::string& file,
                                     WithoutAsking promptingErrorDialog,
                                     const std::function<void(bool again)>& completion);
-    /// `localFolderForWinetrick:`. The component's folder of the download cache, made if needed, with "/" at
-    /// its end; nothing for a name that is no folder's name, which is reported.
+    /// The component's folder of the download cache, made if needed, with "/" at its end; nothing for a name
+    /// that is no folder's name, which is reported.
     [[nodiscard]] static std::optional<std::string> localFolderForWinetrick(const std::string& component);
-    /// `verifyingWinetrickThatChangesEngine:`. Prepares the engine of a request's words: its name and, in
-    /// quotes, a link.
+    /// Prepares the engine of a request's words: its name and, in quotes, a link.
     void verifyingWinetrickThatChangesEngine(const std::vector<std::string>& words);
-    /// `changeEngineTo:atWrapper:`. Puts the prepared engine into the wrapper and brings the prefix up to
-    /// date.
+    /// Puts the prepared engine into the wrapper and brings the prefix up to date.
     void changeEngineTo(const std::string& engine, const std::string& wrapper);
 
     // Extra files (extra_files.cpp)
-    /// `downloadExtraFiles:atPort:`. True.
+    /// True.
     bool downloadExtraFiles(const std::vector<ExtraFileEntry>& entries, const NSPortManager& port);
 
     // Store clients (store_clients.cpp)
-    /// `installDRM:fromUrl:withFlags:withNeededFileAtPath:installingWinetricks:atPort:`. The proof is
-    /// relative to drive C. False when the user goes on without the client.
+    /// The proof is relative to drive C. False when the user goes on without the client.
     bool installDRM(const std::string& client, const std::string& url, const std::string& flags,
                     const std::string& neededFile, const std::vector<std::string>& winetricks,
                     const NSPortManager& port);
-    /// `installSteamAtPort:`, `installOriginAtPort:`, `installUplayAtPort:`, `installGOGGalaxyAtPort:`. The
-    /// same result; the registry of Origin and Uplay is edited after a successful installation only.
+    /// The same result; the registry of Origin and Uplay is edited after a successful installation only.
     bool installSteamAtPort(const NSPortManager& port);
     bool installOriginAtPort(const NSPortManager& port);
     bool installUplayAtPort(const NSPortManager& port);
     bool installGOGGalaxyAtPort(const NSPortManager& port);
 
     // Installer (installation.cpp)
-    /// `installApp:fromSource:atPort:`. True.
+    /// True.
     bool installApp(const std::optional<std::string>& installerName, const std::optional<std::string>& source,
                     const NSPortManager& port);
     /// The installer that needs no question: on a disc, or in the folder of downloads.
     [[nodiscard]] static std::optional<std::string> foundInstaller(
         const std::optional<std::string>& installerName, const std::optional<std::string>& source);
-    /// `runInstaller:withFlags:atPort:`. True.
+    /// True.
     bool runInstaller(const std::string& installer, const std::string& flags, const NSPortManager& port);
-    /// `keepWindowInFrontForAppOfTimer:`. Main thread.
+    /// Main thread.
     static void keepWindowInFrontForAppOfTimer(const std::string& wrapper);
-    /// `desktopFolderBeforeExtraction`.
     [[nodiscard]] static std::vector<std::string> desktopFolderBeforeExtraction();
-    /// `removeAllFromDesktopFolderAfterExtractionExcept:`. Of the new entries, the shortcuts only.
+    /// Of the new entries, the shortcuts only.
     static void removeAllFromDesktopFolderAfterExtractionExcept(const std::vector<std::string>& names);
-    /// `removeUselessDesktopFilesCreatedOnBlock:`.
     static void removeUselessDesktopFilesCreatedOnBlock(const std::function<void()>& work);
-    /// `relativePathsAreInExes:`.
     [[nodiscard]] static bool relativePathsAreInExes(const std::vector<ExeEntry>& exes);
 
     // Main program and archives (main_program.cpp, archives.cpp)
-    /// `confirmMainExePathForPort:ofSource:`.
     std::optional<std::string> confirmMainExePathForPort(NSPortManager& port,
                                                          const std::optional<std::string>& source);
-    /// `mainExePathFromPort:`.
     [[nodiscard]] static std::optional<std::string> mainExePathFromPort(const NSPortManager& port);
-    /// `alternateMainExePathForPort:`, `alternateMainExePathForGOGPort:`. Store what they find.
+    /// Store what they find.
     static std::optional<std::string> alternateMainExePathForPort(NSPortManager& port);
     static std::optional<std::string> alternateMainExePathForGOGPort(NSPortManager& port);
-    /// `completeWindowsPath:fromWrapper:`.
     [[nodiscard]] static std::optional<std::string> completeWindowsPath(const std::string& windowsPath,
                                                                         const std::string& wrapper);
-    /// `extractFile:toFolder:`, `extractFile:`. The archive may lie anywhere. The entries of the folder that
-    /// were not there before; the archive itself when its kind is not known. What is to be replaced without
-    /// a question lies in a wrapper, where a patch is meant to replace it.
+    /// The archive may lie anywhere. The entries of the folder that were not there before; the archive itself
+    /// when its kind is not known. What is to be replaced without a question lies in a wrapper, where a patch
+    /// is meant to replace it.
     static std::vector<std::string> extractFileToFolder(const std::string& archive,
                                                         const std::optional<std::string>& folder,
                                                         Replacing replacing = Replacing::yes);
@@ -262,17 +229,15 @@ class WrapperCreation : public Download {
     [[nodiscard]] static std::vector<std::string> archiveExtensions();
 
     // Launch targets and menu (launch_targets.cpp, wrapper_menu.cpp)
-    /// `saveEXEs:atPort:`. True.
+    /// True.
     bool saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port);
     /// Whether the player is asked for that program, after the installation.
     [[nodiscard]] static bool isProgramToChoose(const ExeEntry& exe);
-    /// `setMainExeDataAtPort:forExe:`. The wrapper is the one that holds the target's programs.
+    /// The wrapper is the one that holds the target's programs.
     void setMainExeDataAtPort(NSPortManager& target, const ExeEntry& exe, const std::string& wrapper);
-    /// `setScreenOptionsAtPort:forExe:`.
     static void setScreenOptionsAtPort(NSPortManager& target, const ExeEntry& exe);
-    /// `createAliasToCustomEXE:atFile:`.
     static void createAliasToCustomEXE(const std::string& application, const std::string& wrapper);
-    /// `saveCaskeryWrapperMenuForPort:atPort:`. True.
+    /// True.
     bool saveCaskeryWrapperMenuForPort(const NSPortData& data, const std::string& wrapper);
 
   private:
@@ -312,10 +277,8 @@ class WrapperCreation : public Download {
 /// `addMenuItemDictionaryOfMenu:withName:andCommand:`.
 void addMenuItemDictionaryOfMenu(std::vector<MenuEntry>& menu, const std::string& type,
                                  const std::string& name, const std::string& command);
-/// `addAppMenuItemDictionaryWithName:andCommand:`.
 void addAppMenuItemDictionaryWithName(std::vector<MenuEntry>& menu, const std::string& name,
                                       const std::string& command);
-/// `addHelpMenuItemDictionaryWithName:andCommand:`.
 void addHelpMenuItemDictionaryWithName(std::vector<MenuEntry>& menu, const std::string& name,
                                        const std::string& command);
 

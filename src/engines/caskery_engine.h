@@ -16,30 +16,27 @@ namespace morvane {
 /// One engine name: "CK", a generation digit, "Wine", a version.
 class NSCaskeryEngine {
   public:
-    /// `engineWithName:`.
     explicit NSCaskeryEngine(std::string name) : engine(std::move(name)) {}
 
     std::string engine;
 
-    /// `getListOfAvailableEnginesOnline`. Empty when the site cannot be reached and nothing is known yet.
+    /// Empty when the site cannot be reached and nothing is known yet.
     [[nodiscard]] static std::vector<std::string> getListOfAvailableEnginesOnline();
-    /// `getListOfAvailableEngines`. The online list and the local engines, in engine order (newest first).
+    /// The online list and the local engines, in engine order (newest first).
     [[nodiscard]] static std::vector<std::string> getListOfAvailableEngines();
-    /// `versioningOrderOfFirstString:andSecondString:`. -1, 0 or 1; newer first.
+    /// -1, 0 or 1; newer first.
     [[nodiscard]] static int versioningOrderOfFirstString(std::string_view first, std::string_view second);
-    /// `alphabeticalOrderOfFirstString:andSecondString:`. -1, 0 or 1; by character codes.
+    /// -1, 0 or 1; by character codes.
     [[nodiscard]] static int alphabeticalOrderOfFirstString(std::string_view first, std::string_view second);
     /// The order of engine lists: -1, 0 or 1; newest first, other names last.
     [[nodiscard]] static int engineOrder(std::string_view first, std::string_view second);
-    /// `isEngineVcrun2012Compatible:`.
     [[nodiscard]] static bool isEngineVcrun2012Compatible(std::string_view name);
-    /// `localPathForEngine:`. The archive in the engine folder, by the first known extension that exists
-    /// there.
+    /// The archive in the engine folder, by the first known extension that exists there.
     [[nodiscard]] static std::optional<std::string> localPathForEngine(const std::string& name);
 
-    /// `getCaskeryMostRecentGenerationOfEngine`. 8 or 9.
+    /// 8 or 9.
     [[nodiscard]] int getCaskeryMostRecentGenerationOfEngine() const;
-    /// `updateToMostRecentVersionForPortType:`. Rewrites the name; returns the object.
+    /// Rewrites the name; returns the object.
     NSCaskeryEngine& updateToMostRecentVersionForPortType(std::string_view portType);
     /// The name that a conversion gives an engine of the generations 5 to 7; nothing for every other name.
     [[nodiscard]] std::optional<std::string> nameAfterConversion() const;
@@ -53,7 +50,6 @@ class NSCaskeryEngine {
     void convertOldEngine();
     /// What that asks.
     [[nodiscard]] static Dialog conversionDialog();
-    /// `getMiddleWord:`.
     [[nodiscard]] static std::string getMiddleWord(std::string_view text);
 };
 

@@ -19,18 +19,14 @@ namespace morvane::WrapperUpdater {
 /// Called with one text per step, on the updater's thread.
 using StatusBlock = std::function<void(const std::string& step)>;
 
-/// `updateOldCaskeryWrapperAtPath:toCaskeryVersion:withStatusBlock:`. The version is the master wrapper's
-/// name, without ".app". True always. Without a usable master wrapper, and where the wrapper can't be
-/// written to, the user is told so and nothing is changed.
+/// The version is the master wrapper's name, without ".app". True always. Without a usable master wrapper,
+/// and where the wrapper can't be written to, the user is told so and nothing is changed.
 bool updateOldCaskeryWrapperAtPath(const std::string& wrapper, const std::string& version,
                                    const StatusBlock& status);
-/// `getWrapperDLLsOverrideFromWrapper:`.
 [[nodiscard]] std::string getWrapperDLLsOverrideFromWrapper(const std::string& wrapper);
-/// `getExesDLLsOverridesFromWrapper:`. Whole blocks, in file order.
+/// Whole blocks, in file order.
 [[nodiscard]] std::vector<std::string> getExesDLLsOverridesFromWrapper(const std::string& wrapper);
-/// `getOpenGLConfigurationsFromWrapper:`.
 [[nodiscard]] std::string getOpenGLConfigurationsFromWrapper(const std::string& wrapper);
-/// `getDirect3DConfigurationsFromWrapper:`.
 [[nodiscard]] std::string getDirect3DConfigurationsFromWrapper(const std::string& wrapper);
 
 /// The version that the wrapper had before an update of it that has not finished; nothing when none is

@@ -14,38 +14,34 @@
 
 namespace morvane::MVAlert {
 
-/// `showAlertMessage:withTitle:`. One button "OK"; the title "Warning" gives the critical style, "Error" the
-/// stop icon.
+/// One button "OK"; the title "Warning" gives the critical style, "Error" the stop icon.
 void showAlertMessage(const std::string& message, const std::string& title);
-/// `showAlertErrorMessage:`. The same with the title "Error".
+/// The same with the title "Error".
 void showAlertErrorMessage(const std::string& message);
-/// `showAlertMessageWithException:`.
 void showAlertMessageWithException(const std::string& name, const std::string& reason);
 
-/// `showBooleanAlertMessage:withTitle:withDefault:`. The default answer is the first button. Without a title
-/// nothing is shown and the answer is the opposite of the default.
+/// The default answer is the first button. Without a title nothing is shown and the answer is the opposite of
+/// the default.
 [[nodiscard]] bool showBooleanAlertMessage(const std::string& message,
                                            const std::optional<std::string>& title, bool defaultAnswer);
 /// The dialog that it shows.
 [[nodiscard]] Dialog booleanDialog(const std::string& message, const std::string& title, bool defaultAnswer);
-/// `showBooleanAlertMessage:withTitle:withDefault:withSettings:`. The settings change the dialog before it is
-/// shown.
+/// The settings change the dialog before it is shown.
 [[nodiscard]] bool showBooleanAlertMessageWithSettings(const std::string& message,
                                                        const std::optional<std::string>& title,
                                                        bool defaultAnswer,
                                                        const std::function<void(Dialog&)>& settings);
-/// `showBooleanAlertMessage:withTitle:withIconNamed:withDefault:`. "Critical", "Fatal", a resource's name or
-/// a path.
+/// "Critical", "Fatal", a resource's name or a path.
 [[nodiscard]] bool showBooleanAlertMessageWithIconNamed(const std::string& message,
                                                         const std::optional<std::string>& title,
                                                         const std::optional<std::string>& iconName,
                                                         bool defaultAnswer);
-/// `showBooleanAlertMessage:withTitle:withImageNamed:withDefault:`. The image is shown under the text.
+/// The image is shown under the text.
 [[nodiscard]] bool showBooleanAlertMessageWithImageNamed(const std::string& message,
                                                          const std::optional<std::string>& title,
                                                          const std::optional<std::string>& imageName,
                                                          bool defaultAnswer);
-/// `inputDialogWithMessage:withDefaultValue:`. The text, or nothing for "Cancel".
+/// The text, or nothing for "Cancel".
 [[nodiscard]] std::optional<std::string> inputDialogWithMessage(const std::string& message,
                                                                 const std::string& defaultValue);
 /// The dialog that it shows.

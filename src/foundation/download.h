@@ -35,18 +35,17 @@ class Download {
     Download(const Download&) = delete;
     Download& operator=(const Download&) = delete;
 
-    /// `downloadFile:to:inSilence:`. False when it was called off before any transfer (also by the end of the
-    /// application); true does not promise a file. A full disk is told, and leaves nothing.
+    /// False when it was called off before any transfer (also by the end of the application); true does not
+    /// promise a file. A full disk is told, and leaves nothing.
     bool downloadFile(const std::string& url, const std::string& path, Silence silence);
-    /// `shouldCancelDownloadOfFile:to:inSilence:`. Asks the user where it has to; true to call the download
-    /// off.
+    /// Asks the user where it has to; true to call the download off.
     [[nodiscard]] bool shouldCancelDownloadOfFile(const std::string& url, const std::string& path,
                                                   Silence silence);
-    /// `finishDownload`. Any thread: ends the transfer in progress, if any, and wakes its caller, which goes
-    /// on with what has arrived.
+    /// Any thread: ends the transfer in progress, if any, and wakes its caller, which goes on with what has
+    /// arrived.
     void finishDownload();
-    /// `timerFireMethod:`. Main thread: one tick of the one-second timer. May ask for an updated link; the
-    /// caller of the transfer then starts again with that link. What asking throws reaches that caller.
+    /// Main thread: one tick of the one-second timer. May ask for an updated link; the caller of the transfer
+    /// then starts again with that link. What asking throws reaches that caller.
     void timerFireMethod();
     /// Whether a transfer is in progress.
     [[nodiscard]] bool isDownloading() const;
@@ -72,7 +71,7 @@ class Download {
 
     /// Blocks until the transfer has ended; nothing when the application ends first.
     std::optional<Received> receive(const std::string& url, const std::string& path, Silence silence);
-    /// `saveDownloadedFile:atPath:`. The address to start again with, or nothing when the download is done.
+    /// The address to start again with, or nothing when the download is done.
     static std::optional<std::string> saveDownloadedFile(Received& received, const std::string& url,
                                                          Silence silence);
     void setCurrent(std::shared_ptr<Transfer> transfer);

@@ -13,27 +13,25 @@ enum class IntermediateFolders { no, yes };
 
 namespace MVFileManager {
 
-/// `createSymbolicLinkAtPath:withDestinationPath:`. The destination is stored as given.
+/// The destination is stored as given.
 bool createSymbolicLinkAtPath(const std::string& path, const std::string& destination);
-/// `createDirectoryAtPath:withIntermediateDirectories:`.
 bool createDirectoryAtPath(const std::string& path, IntermediateFolders intermediate);
-/// `moveItemAtPath:toPath:`.
 bool moveItemAtPath(const std::string& source, const std::string& destination);
-/// `copyItemAtPath:toPath:`. Folders are copied whole; the destination must not exist.
+/// Folders are copied whole; the destination must not exist.
 bool copyItemAtPath(const std::string& source, const std::string& destination);
-/// `removeItemAtPath:`. True without doing anything when nothing exists there, a dangling link included.
+/// True without doing anything when nothing exists there, a dangling link included.
 bool removeItemAtPath(const std::string& path);
-/// `contentsOfDirectoryAtPath:`. Names, hidden ones included; empty after a reported error.
+/// Names, hidden ones included; empty after a reported error.
 [[nodiscard]] std::vector<std::string> contentsOfDirectoryAtPath(const std::string& path);
-/// `destinationOfSymbolicLinkAtPath:`. Nothing after a reported error.
+/// Nothing after a reported error.
 [[nodiscard]] std::optional<std::string> destinationOfSymbolicLinkAtPath(const std::string& path);
-/// `directoryExistsAtPath:`. A link to a folder counts.
+/// A link to a folder counts.
 [[nodiscard]] bool directoryExistsAtPath(const std::string& path);
-/// `regularFileExistsAtPath:`. Something that is not a folder, links followed.
+/// Something that is not a folder, links followed.
 [[nodiscard]] bool regularFileExistsAtPath(const std::string& path);
 /// Whether anything exists at the path, links followed.
 [[nodiscard]] bool fileExistsAtPath(const std::string& path);
-/// `sizeOfDirectoryAtPath:`. Bytes; links add nothing; 0 when it cannot be listed.
+/// Bytes; links add nothing; 0 when it cannot be listed.
 [[nodiscard]] std::uint64_t sizeOfDirectoryAtPath(const std::string& path);
 
 }  // namespace MVFileManager

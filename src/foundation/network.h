@@ -10,31 +10,29 @@
 
 namespace morvane::NSUtilities {
 
-/// `getCountryCode`. "--" when the user's locale has none.
+/// "--" when the user's locale has none.
 [[nodiscard]] std::string getCountryCode();
-/// `isUsingClassicLibraryLayout`.
 [[nodiscard]] bool isUsingClassicLibraryLayout();
-/// `isUsingFnKeysFunctions`. Whether F1 to F12 act as standard function keys.
+/// Whether F1 to F12 act as standard function keys.
 [[nodiscard]] bool isUsingFnKeysFunctions();
-/// `isWebsiteAvailable:`. Quick, without a connection.
+/// Quick, without a connection.
 [[nodiscard]] bool isWebsiteAvailable(const std::string& host);
 /// The same for the host of an address; false when it has none.
 [[nodiscard]] bool isWebsiteOfUrlAvailable(const std::string& url);
-/// `launchURL:withPostString:`. The answer of a status from 200 to 299 when it is UTF-8 and not empty;
-/// otherwise the transport error's description when there was one, else nothing.
+/// The answer of a status from 200 to 299 when it is UTF-8 and not empty; otherwise the transport error's
+/// description when there was one, else nothing.
 [[nodiscard]] std::optional<std::string> launchURL(const std::string& url, const std::string& postString);
-/// `launchURL:withPostValues:`. The pairs joined as a form, values escaped, in order.
+/// The pairs joined as a form, values escaped, in order.
 [[nodiscard]] std::optional<std::string> launchURLWithPostValues(
     const std::string& url, const std::vector<std::pair<std::string, std::string>>& postValues);
-/// `showNotificationMessage:withTitle:withInfo:withIcon:`. With the action "Play".
+/// With the action "Play".
 void showNotificationMessage(const std::string& message, const std::string& title, const std::string& info,
                              const std::optional<ImageData>& icon);
-/// `getFileSHA1CheckSum:`. Lower-case hexadecimal; what the tool printed last, or empty, when it failed.
+/// Lower-case hexadecimal; what the tool printed last, or empty, when it failed.
 [[nodiscard]] std::string getFileSHA1CheckSum(const std::string& path);
 /// The same with SHA-256.
 [[nodiscard]] std::string getFileSHA256CheckSum(const std::string& path);
-/// `safeDataWithContentsOfURL:`. The bytes at an address (a GET), or nothing when the transfer failed. The
-/// status is not looked at.
+/// The bytes at an address (a GET), or nothing when the transfer failed. The status is not looked at.
 [[nodiscard]] std::optional<std::string> safeDataWithContentsOfURL(const std::string& url);
 /// The text at an address (a GET), or nothing when the transfer failed or it is not UTF-8. The status is not
 /// looked at.

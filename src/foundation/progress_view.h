@@ -17,19 +17,16 @@ class NSProgressView {
   public:
     NSProgressView();
 
-    /// `showCreatingPort:`. Clears the subtitle, makes the bar indeterminate, 111 points high.
+    /// Clears the subtitle, makes the bar indeterminate, 111 points high.
     bool showCreatingPort(CreatingPort creatingPort);
-    /// `setMessage:creatingPort:`.
     bool setMessage(const std::string& message, CreatingPort creatingPort);
-    /// `setSubtitle:creatingPort:`.
     bool setSubtitle(const std::string& subtitle, CreatingPort creatingPort);
-    /// `closeCreatingPort:`. Collapses the panel unless a wrapper is being created.
+    /// Collapses the panel unless a wrapper is being created.
     bool closeCreatingPort(CreatingPort creatingPort);
-    /// `setCurrentValue:`. 0 to 1000; makes the bar determinate.
+    /// 0 to 1000; makes the bar determinate.
     void setCurrentValue(int value);
-    /// `setIndeterminate:`.
     void setIndeterminate(bool indeterminate);
-    /// `setHeight:`. Points.
+    /// Points.
     void setHeight(int height);
 
     /// What the panel's cancel button does; without an action there is none to press.

@@ -19,18 +19,16 @@ namespace MVTask {
 using Arguments = std::optional<std::vector<std::string>>;
 using Environment = std::optional<std::map<std::string, std::string>>;
 
-/// `runProgram:atRunPath:withEnvironment:withFlags:wait:`. The program's standard output; the empty text on
-/// every failure (reported where the program is missing or not executable) and without the wait; nothing when
-/// it is not UTF-8. A run path that does not exist is ignored. Returns only when the output is closed, also
-/// without the wait.
+/// The program's standard output; the empty text on every failure (reported where the program is missing or
+/// not executable) and without the wait; nothing when it is not UTF-8. A run path that does not exist is
+/// ignored. Returns only when the output is closed, also without the wait.
 std::optional<std::string> runProgram(const std::optional<std::string>& program,
                                       const std::optional<std::string>& runPath,
                                       const Environment& environment, const Arguments& flags, Wait wait);
-/// `runProgram:atRunPath:withFlags:wait:`.
 std::optional<std::string> runProgram(const std::optional<std::string>& program,
                                       const std::optional<std::string>& runPath, const Arguments& flags,
                                       Wait wait);
-/// `runProgram:withEnvironment:withFlags:`. In "/", waiting.
+/// In "/", waiting.
 std::optional<std::string> runProgram(const std::optional<std::string>& program,
                                       const Environment& environment, const Arguments& flags);
 /// Runs a program as `runProgram` does, waiting, for its exit status: 0 to 255, 128 and more after a signal;
@@ -39,13 +37,13 @@ std::optional<std::string> runProgram(const std::optional<std::string>& program,
 std::optional<int> exitStatusOfProgram(const std::string& program, const std::string& runPath,
                                        const std::vector<std::string>& flags,
                                        const std::function<void(std::string_view)>& printed = {});
-/// `runTerminalCommand:atPath:wait:`. Splits at single spaces; a backslash before a space keeps it.
+/// Splits at single spaces; a backslash before a space keeps it.
 std::optional<std::string> runTerminalCommand(const std::string& command,
                                               const std::optional<std::string>& path, Wait wait);
-/// `getPathOfProgram:`. The last match on the search path, at whose end the application's own programs are;
-/// kept once found. Nothing when there is none.
+/// The last match on the search path, at whose end the application's own programs are; kept once found.
+/// Nothing when there is none.
 [[nodiscard]] std::optional<std::string> getPathOfProgram(const std::string& name);
-/// `runProgramAtPath:`. Starts it without arguments and returns at once.
+/// Starts it without arguments and returns at once.
 void runProgramAtPath(const std::string& path);
 
 }  // namespace MVTask

@@ -21,28 +21,26 @@ struct TextRange {
 
 namespace MVString {
 
-/// `contains:`. Literal; an empty part never occurs.
+/// Literal; an empty part never occurs.
 [[nodiscard]] bool contains(std::string_view text, std::string_view part);
-/// `containsWord:`. Whether a piece of the lower-cased text, split at " :-,", equals the word.
+/// Whether a piece of the lower-cased text, split at " :-,", equals the word.
 [[nodiscard]] bool containsWord(std::string_view text, std::string_view word);
-/// `containsOneOfSynonyms:`.
 [[nodiscard]] bool containsOneOfSynonyms(std::string_view text, const std::vector<std::string>& words);
-/// `containsAbbreviation:`. Whether the letters begin consecutive words of the text.
+/// Whether the letters begin consecutive words of the text.
 [[nodiscard]] bool containsAbbreviation(std::string_view text, std::string_view abbreviation);
-/// `matchesWithSearchTerms:`. Whether every term of the search text matches the name.
+/// Whether every term of the search text matches the name.
 [[nodiscard]] bool matchesWithSearchTerms(std::string_view name, std::string_view searchText);
-/// `rangeAfterString:andBeforeString:`. Nothing when the start marker does not occur.
+/// Nothing when the start marker does not occur.
 [[nodiscard]] std::optional<TextRange> rangeAfterString(std::string_view text,
                                                         const std::optional<std::string_view>& start,
                                                         const std::optional<std::string_view>& end);
-/// `initialIntValue`. The leading decimal digits as a number (the largest when they do not fit), else 0.
+/// The leading decimal digits as a number (the largest when they do not fit), else 0.
 [[nodiscard]] std::int64_t initialIntValue(std::string_view text);
-/// `stringToWebStructure`. Escaped for use inside a web address; "&" and "?" are escaped, other separators
-/// stay.
+/// Escaped for use inside a web address; "&" and "?" are escaped, other separators stay.
 [[nodiscard]] std::string stringToWebStructure(std::string_view text);
-/// `stringWithHexString:`. The characters with the given white-space separated hexadecimal codes.
+/// The characters with the given white-space separated hexadecimal codes.
 [[nodiscard]] std::string stringWithHexString(std::string_view hexCodes);
-/// `stringByRemovingEvenCharsFromString:`. The bytes at the positions 0, 2, 4... of an 8-bit text.
+/// The bytes at the positions 0, 2, 4... of an 8-bit text.
 [[nodiscard]] std::string stringByRemovingEvenCharsFromString(std::string_view text);
 
 /// Full lower-casing of UTF-8 letters; bytes that are not UTF-8 stay.

@@ -16,10 +16,9 @@ namespace MVString {
 
 using files::Atomically;
 
-/// `stringWithContentsOfFile:encoding:`. Nothing when there is no file, and after a reported error.
+/// Nothing when there is no file, and after a reported error.
 [[nodiscard]] std::optional<std::string> stringWithContentsOfFile(const std::string& path, Encoding encoding);
-/// `writeToFile:atomically:encoding:`. False after a reported error, also for a character outside the
-/// encoding.
+/// False after a reported error, also for a character outside the encoding.
 bool writeToFile(std::string_view text, const std::string& path, Atomically atomically, Encoding encoding);
 
 }  // namespace MVString

@@ -12,10 +12,10 @@ enum class Concurrent { no, yes };
 
 namespace MVThread {
 
-/// `dispatchQueueWithName:priority:concurrent:withBlock:`. Runs the work later on a queue of its own.
+/// Runs the work later on a queue of its own.
 void dispatchQueueWithName(const std::string& label, Priority priority, Concurrent concurrent,
                            std::function<void()> work);
-/// `dispatchBlockInMainQueue:`. Runs the work later on the main thread, in the order submitted.
+/// Runs the work later on the main thread, in the order submitted.
 void dispatchBlockInMainQueue(std::function<void()> work);
 
 }  // namespace MVThread

@@ -49,10 +49,9 @@ class NSAppsArray {
     NSAppsArray(const NSAppsArray&) = delete;
     NSAppsArray& operator=(const NSAppsArray&) = delete;
 
-    /// `generateDictionaryForWrapper:isCustomEXE:`.
     [[nodiscard]] static LocalItem generateDictionaryForWrapper(const std::string& path,
                                                                 CustomEXE isCustomEXE);
-    /// `checkForCustomEXEsInWrapper:`. By name.
+    /// By name.
     [[nodiscard]] static std::vector<LocalItem> checkForCustomEXEsInWrapper(const std::string& wrapper);
 
     /// `array`, `localAppsArray`, `serverAppsArray`, `tabType` (1 for the catalogue, any other: local).
@@ -71,11 +70,11 @@ class NSAppsArray {
     /// first.
     [[nodiscard]] static std::vector<std::string> validAppsFolders();
 
-    /// `loadLocalAppsBlock:`. With a stored list the completion runs at once; else after the first scan.
+    /// With a stored list the completion runs at once; else after the first scan.
     void loadLocalAppsBlock(Completion completion);
-    /// `loadLocalAppsForTheFirstTimeBlock:`. A scan that runs already is joined. Each real folder is walked
-    /// once, bundles that end in ".app" are not entered; real folders go before links, so that an item is
-    /// found where it lies. What was stored meanwhile stays in the list.
+    /// A scan that runs already is joined. Each real folder is walked once, bundles that end in ".app" are
+    /// not entered; real folders go before links, so that an item is found where it lies. What was stored
+    /// meanwhile stays in the list.
     void loadLocalAppsForTheFirstTimeBlock(Completion completion);
 
     /// Looks into the apps folders again. An item that was moved there is found again, and keeps its place in
@@ -83,37 +82,31 @@ class NSAppsArray {
     /// order that is kept.
     void scanAgain(Completion completion);
 
-    /// `reorderLocalAppsArrayByNameWithBlock:`, `reorderLocalAppsArrayBySizeWithBlock:`.
     void reorderLocalAppsArrayByNameWithBlock(Completion completion);
     void reorderLocalAppsArrayBySizeWithBlock(Completion completion);
-    /// `reorderLocalAppsArrayBy:savingOrder:withBlock:`. Any other order than the two does nothing, and calls
-    /// no completion.
+    /// Any other order than the two does nothing, and calls no completion.
     void reorderLocalAppsArrayBy(std::int64_t order, SavingOrder saving, Completion completion);
-    /// `disableLocalAppsArrayAutoOrder`.
     static void disableLocalAppsArrayAutoOrder();
     /// The order that is kept ("Auto-order Apps List"), if any.
     [[nodiscard]] static std::optional<std::int64_t> autoOrder();
-    /// `saveLocalAppList`.
     void saveLocalAppList();
 
     // The following load the library first when it is not yet: with a stored list they run at once.
-    /// `addLocalPort:withBlock:`. With an automatic order the completion comes later, on the main queue; else
-    /// at once.
+    /// With an automatic order the completion comes later, on the main queue; else at once.
     void addLocalPort(const std::string& path, Completion completion);
-    /// `removeLocalPort:withBlock:`. Completion at once. Of something that is gone from the disk, what lay
-    /// inside it leaves the list too, and links that led into it.
+    /// Completion at once. Of something that is gone from the disk, what lay inside it leaves the list too,
+    /// and links that led into it.
     void removeLocalPort(const std::string& path, Completion completion);
-    /// `refreshLocalPortAtPath:whichIsCustomEXE:`.
     void refreshLocalPortAtPath(const std::string& path, CustomEXE isCustomEXE);
 
-    /// `moveLocalPortAtIndex:toIndex:`. Nothing for an index that is not in the list as loaded.
+    /// Nothing for an index that is not in the list as loaded.
     void moveLocalPortAtIndex(std::size_t from, std::size_t to);
 
-    /// `shouldRemoveLocalPort:withAction:`. Asks; the action runs on the main thread: for the list only at
-    /// once, else when the background has deleted what is to go. From the disk goes what lies at the path, a
-    /// link itself, and the links in the apps folders that led into it. Only what ends in ".app" or ".boxer"
-    /// is ever removed, and never the home folder, a folder above it or a path that is not plain: that is
-    /// told, and the action runs all the same.
+    /// Asks; the action runs on the main thread: for the list only at once, else when the background has
+    /// deleted what is to go. From the disk goes what lies at the path, a link itself, and the links in the
+    /// apps folders that led into it. Only what ends in ".app" or ".boxer" is ever removed, and never the
+    /// home folder, a folder above it or a path that is not plain: that is told, and the action runs all the
+    /// same.
     static void shouldRemoveLocalPort(const std::string& path, std::function<void()> action);
     /// The library's add action: the chooser, then each chosen application is added (the completion follows
     /// each) and each port description goes to `installCki`.
@@ -128,21 +121,18 @@ class NSAppsArray {
     /// `caskeryWrappersInLocalTab`: the items that can run a Windows program.
     [[nodiscard]] std::vector<LocalItem> caskeryWrappersInLocalTab() const;
 
-    /// `loadToArrayAppsFromTab:filteringWithKeywords:withBlock:`. `array` is made at once.
+    /// `array` is made at once.
     void loadToArrayAppsFromTab(std::int64_t tabType, std::string_view keywords, Completion completion);
 
-    /// `loadServerAppsBlock:`. Blocks nothing; a list that is loaded is kept. Of the lines that are none, the
-    /// first ten are reported.
+    /// Blocks nothing; a list that is loaded is kept. Of the lines that are none, the first ten are reported.
     void loadServerAppsBlock(Completion completion);
     /// Whether the catalogue has answered the last load, be it with an empty list.
     [[nodiscard]] bool hasCatalogueAnswered() const { return serverAnswered_; }
-    /// `clearServerAppsArray`.
     void clearServerAppsArray() { server_.clear(); }
 
-    /// `askToKillAllCaskeryProcessesFromLocalApps`. Asks first, and loads the library when it is not yet.
+    /// Asks first, and loads the library when it is not yet.
     void askToKillAllCaskeryProcessesFromLocalApps();
-    /// `killAllCaskeryProcessesFromLocalAppsAfterLoading`. Returns at once; the wrappers are stopped side by
-    /// side, then whatever else says "wine".
+    /// Returns at once; the wrappers are stopped side by side, then whatever else says "wine".
     void killAllCaskeryProcessesFromLocalAppsAfterLoading() const;
 
   private:

@@ -23,8 +23,7 @@ struct CatalogueLine {
     bool operator==(const CatalogueLine&) const = default;
 };
 
-/// `generateDictionaryForPortListLine:`. Nothing for a line of fewer than six fields, or one that is not
-/// UTF-8.
+/// Nothing for a line of fewer than six fields, or one that is not UTF-8.
 [[nodiscard]] std::optional<CatalogueLine> generateDictionaryForPortListLine(std::string_view line);
 /// The line of the port of that ID, asked for by itself. Nothing when the catalogue has none; a failure, in
 /// the user's words, when it does not answer. Blocks.

@@ -92,7 +92,6 @@ class NSDescriptionView {
     [[nodiscard]] const Page& page() const { return page_; }
     /// The shown game; null when there is none.
     [[nodiscard]] Game gameData() const { return gameData_; }
-    /// `selectedGamePath`.
     [[nodiscard]] std::optional<std::string> selectedGamePath() const;
 
     // Filling (description_view.cpp)
@@ -102,23 +101,19 @@ class NSDescriptionView {
     void openCatalogueID(std::int64_t id);
     /// A click on an item of the library.
     void openLocalItem(const std::string& path);
-    /// `setGameData:withBlockInTheEnd:`. Fills the page by the main queue and calls the block there. Icon and
-    /// ratings follow from the background, where somebody is told of the page's changes.
+    /// Fills the page by the main queue and calls the block there. Icon and ratings follow from the
+    /// background, where somebody is told of the page's changes.
     void setGameData(Game game, std::function<void()> blockInTheEnd);
-    /// `setNullGameData`.
     void setNullGameData();
     /// The item is gone from the library: a page that shows it, or something that has gone with it, shows
     /// no game any more.
     void itemRemoved(const std::string& path);
-    /// `flagsChanged:`. Re-titles the action button.
+    /// Re-titles the action button.
     void flagsChanged(Shift shift);
-    /// `actionButtonInstallStringForGameData:`, `actionButtonInstallStringForGameWithID:andDependencyID:`.
     [[nodiscard]] static std::string actionButtonInstallStringForGameData(const NSGameData& game);
     [[nodiscard]] static std::string actionButtonInstallStringForGameWithID(std::int64_t id,
                                                                             std::int32_t dependencyID);
-    /// `setSourceIcons:`.
     [[nodiscard]] static std::vector<SourceIcon> setSourceIcons(const std::vector<std::string>& sources);
-    /// `openLinkForSourceButton:`.
     void openLinkForSourceButton(const std::string& source) const;
     /// The "More" menu of a catalogue entry; the item's menu of a local one. Its actions are for the game
     /// that is shown now, and follow by the main queue.
@@ -127,19 +122,14 @@ class NSDescriptionView {
     // Getting a port (game_installation.cpp)
     /// A click on the action button: plays a local item, and installs, buys or saves a catalogue entry.
     void clickAction();
-    /// `installGame:`.
     void installGame(const Game& game);
-    /// `runOrInstallGame`.
     void runOrInstallGame(const Game& game);
-    /// `chooseDownloadSource`.
     void chooseDownloadSource(const Game& game, const std::optional<std::string>& target = {});
-    /// `shouldInstallGameOrOpenLinkOfGame:ofSource:`.
     bool shouldInstallGameOrOpenLinkOfGame(const Game& game, const std::string& source);
-    /// `openBuyingLinkForNativeGame`.
     static void openBuyingLinkForNativeGame(const Game& game);
-    /// `downloadGameCKI:`. Asks where to, and for the source.
+    /// Asks where to, and for the source.
     void downloadGameCKI(const Game& game);
-    /// `downloadCkiOfSourceWithName:`. Asks where to, unless `target` says it.
+    /// Asks where to, unless `target` says it.
     void downloadCkiOfSourceWithName(const Game& game, const std::string& source,
                                      const std::optional<std::string>& target = {});
     /// A port on its way into a wrapper. The folder goes with the object.
@@ -149,34 +139,26 @@ class NSDescriptionView {
     };
     /// The place of the source's port in a fresh folder; nothing after a reported failure.
     [[nodiscard]] static std::optional<DownloadedCki> pathForDownloadedCkiOfSource(const std::string& source);
-    /// `defaultGamesFolder`. Ends in "/".
+    /// Ends in "/".
     [[nodiscard]] static std::string defaultGamesFolder();
-    /// `validPortWithGameID:`. A wrapper of the library or of the apps folders; none for IDs below 2.
+    /// A wrapper of the library or of the apps folders; none for IDs below 2.
     [[nodiscard]] static std::optional<std::string> validPortWithGameID(std::int64_t id);
 
     // Actions on an installed game (game_actions.cpp)
-    /// `playGame:`.
     void playGame(const Game& game);
-    /// `updateAndRunWrapper:`.
     void updateAndRunWrapper(const std::string& path);
-    /// `updateWrapper:`. Runs it afterwards, unless the user has cancelled the update.
+    /// Runs it afterwards, unless the user has cancelled the update.
     void updateWrapper(const std::string& wrapper);
-    /// `runWrapper:withBinaryAtPath:`.
     void runWrapper(const std::string& wrapper, const std::string& binary);
-    /// `debugGame:`, `runDebugModeOfWrapper:`.
     void debugGame(const Game& game);
     static void runDebugModeOfWrapper(const std::string& wrapper);
-    /// `forceCloseGame:`. Asks, and returns at once.
+    /// Asks, and returns at once.
     void forceCloseGame(const Game& game);
-    /// `removeGame:`. Asks, and deletes in the background. The page shows no game any more once it is gone.
+    /// Asks, and deletes in the background. The page shows no game any more once it is gone.
     void removeGame(const Game& game);
-    /// `showInFinder:`.
     void showInFinder(const Game& game);
-    /// `gameProperties:`.
     void gameProperties(const Game& game);
-    /// `openC_Drive:`.
     void openC_Drive(const Game& game);
-    /// `launchCaskery:`.
     void launchCaskery(const Game& game);
     /// `runSelectedWrapperWithFlag:`, and the four tools.
     static void runSelectedWrapperWithFlag(const Game& game, const std::string& flag);
@@ -184,25 +166,22 @@ class NSDescriptionView {
     void commandPrompt(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-cmd"); }
     void registryEditor(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-regedit"); }
     void wineConfiguration(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-winecfg"); }
-    /// `installModPatch:`, `installModPatchAtWrapper:`. Asks, and installs in the background. The completion
-    /// comes on the main thread: whether something was installed, as far as that is known.
+    /// Asks, and installs in the background. The completion comes on the main thread: whether something was
+    /// installed, as far as that is known.
     void installModPatch(const Game& game);
     static void installModPatchAtWrapper(const std::string& wrapper,
                                          std::function<void(bool installed)> completion);
-    /// `copyFiles:toFolder:`. Any thread; blocks. A file over a folder, a folder over a file and an item onto
-    /// itself are refused with a message; nothing is deleted then. Whether everything is there but for what
-    /// the user has declined.
+    /// Any thread; blocks. A file over a folder, a folder over a file and an item onto itself are refused
+    /// with a message; nothing is deleted then. Whether everything is there but for what the user has
+    /// declined.
     static bool copyFiles(const std::vector<std::string>& paths, const std::string& folder);
 
     // Watching and rating (game_actions.cpp)
-    /// `rateGame:`. The panel comes once the graphics card is known; it takes the place of one that is open.
+    /// The panel comes once the graphics card is known; it takes the place of one that is open.
     void rateGame(const Game& game);
-    /// `playTrailer:`.
     void playTrailer(const Game& game);
-    /// `watchInstructions:`, `watchInstructionsForSource:`.
     void watchInstructions(const Game& game);
     void watchInstructionsForSource(const Game& game, const std::string& source);
-    /// `showCrossOverAlternative:`.
     void showCrossOverAlternative(const Game& game);
     /// The size of the view in which pages play, in points; 0 by 0 while there is none.
     void setTrailerViewSize(double width, double height);
@@ -219,9 +198,8 @@ class NSDescriptionView {
     /// What may take long: the grid's trailer, the icon and the ratings.
     void loadDetails(Game game);
     void titleActionButton();
-    /// `downloadCkiFromSource:toInstallAtPath:`.
     void downloadCkiFromSource(const Game& game, const std::string& source, const std::string& target);
-    /// `installCkiAtPath:atPath:`. A worker. What is to be replaced is back in its place after a failure.
+    /// A worker. What is to be replaced is back in its place after a failure.
     static bool installCkiAtPath(const std::string& cki, const std::string& target, const NSGameData& game,
                                  WrapperCreation& creation);
     void openVotingPanel(const NSGameData& game, const std::string& card);
@@ -254,7 +232,6 @@ class NSValidPortDelegate {
   public:
     explicit NSValidPortDelegate(std::int64_t id) : id_(id) {}
     bool anyCaskeryPortAllowed = false;
-    /// `doesPathMatches:`.
     [[nodiscard]] bool doesPathMatches(const std::string& path) const;
     /// Whether a file panel offers the path: folders can be entered.
     [[nodiscard]] bool shouldEnable(const std::string& path) const;

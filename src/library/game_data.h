@@ -24,20 +24,18 @@ namespace morvane {
 
 class NSGameData {
   public:
-    /// `initWithDictionary:`. A catalogue entry, or null without a line. One request to the catalogue.
+    /// A catalogue entry, or null without a line. One request to the catalogue.
     [[nodiscard]] static std::shared_ptr<NSGameData> initWithDictionary(
         const std::optional<CatalogueLine>& line);
-    /// `initWithPath:`. A local item, or null when nothing exists at the path. Reports a description file
-    /// that cannot be read.
+    /// A local item, or null when nothing exists at the path. Reports a description file that cannot be read.
     [[nodiscard]] static std::shared_ptr<NSGameData> initWithPath(const std::string& path);
-    /// `getIdentifierOfGameAtPath:`. 1 when none is known.
+    /// 1 when none is known.
     [[nodiscard]] static std::int64_t getIdentifierOfGameAtPath(const std::string& wrapper);
 
     /// `serverAppsBuffer`: the entry kept for the catalogue ID, or null.
     [[nodiscard]] static std::shared_ptr<NSGameData> bufferedEntry(std::int64_t id);
     /// An entry whose description could not be loaded is not kept: the next click asks again.
     static void bufferEntry(std::int64_t id, std::shared_ptr<NSGameData> entry);
-    /// `clearServerAppsBuffer`.
     static void clearServerAppsBuffer();
 
     std::string gamePath;  ///< on disk, or the port's folder on the server, ending in "/"
@@ -66,23 +64,21 @@ class NSGameData {
     [[nodiscard]] double intelHdRankingIndicator();
     /// All four of them, in that order, with one request at most.
     [[nodiscard]] std::array<double, 4> ratings();
-    /// `loadRankingIndicatorValues`.
     void loadRankingIndicatorValues();
-    /// `setRatingsWithString:`. "ATi/AMD:4.5, NVIDIA:3": what it does not name stays.
+    /// "ATi/AMD:4.5, NVIDIA:3": what it does not name stays.
     void setRatingsWithString(std::string_view ratings);
 
-    /// `gameImage`. The icon, loaded on first use: an empty picture when the server has none, nothing when
-    /// the bundle has none (the next use tries again).
+    /// The icon, loaded on first use: an empty picture when the server has none, nothing when the bundle has
+    /// none (the next use tries again).
     [[nodiscard]] std::optional<ImageData> gameImage();
 
-    /// `getRepairedDescription:`. Bold and italic only, in Helvetica of the user's size; justified and white
-    /// is how a page draws it.
+    /// Bold and italic only, in Helvetica of the user's size; justified and white is how a page draws it.
     [[nodiscard]] static StyledText getRepairedDescription(const StyledText& description);
 
-    /// `trailerHTMLwithSize:`. Points.
+    /// Points.
     [[nodiscard]] std::string trailerHTMLwithSize(double width, double height) const;
-    /// `videoPlayerPageFromLink:withSize:`, `imageViewPageFromLink:withSize:`. The link stands in an
-    /// attribute, with what would end it there escaped; a link that is not http or https counts as none.
+    /// The link stands in an attribute, with what would end it there escaped; a link that is not http or
+    /// https counts as none.
     [[nodiscard]] static std::string videoPlayerPageFromLink(const std::optional<std::string>& link,
                                                              double width, double height);
     [[nodiscard]] static std::string imageViewPageFromLink(const std::string& link, double width,

@@ -81,7 +81,7 @@ class LibraryView {
     void forget(const std::string& path);
     /// The question for a local item that is gone.
     void missing(const std::string& path);
-    /// `addPort:`. Adds an item to the library, by the main queue.
+    /// Adds an item to the library, by the main queue.
     void addPort(const std::string& path);
     /// "Refresh List": forgets the catalogue's list and entries and loads the list again.
     void refreshList();

@@ -11,11 +11,11 @@ namespace morvane::mail_form {
 
 using PostValues = std::vector<std::pair<std::string, std::string>>;
 
-/// `sendMailWithPostValues:`. Whether the catalogue took the message; the user is told either way.
+/// Whether the catalogue took the message; the user is told either way.
 bool sendMailWithPostValues(const PostValues& values);
-/// `sendMailWithPostString:`. The same for a body that is ready.
+/// The same for a body that is ready.
 bool sendMailWithPostString(const std::string& body);
-/// `checkMailSendingOutput:`. Tells the user what the answer means.
+/// Tells the user what the answer means.
 bool checkMailSendingOutput(const std::optional<std::string>& answer);
 
 /// Posts and looks at no answer.

@@ -33,8 +33,8 @@ class NSRankingList {
     NSRankingList(const NSRankingList&) = delete;
     NSRankingList& operator=(const NSRankingList&) = delete;
 
-    /// `loadRankingListForVideoCard:`. Loads the rows once, in the background; nothing happens when they are
-    /// loaded, or when the catalogue cannot be reached.
+    /// Loads the rows once, in the background; nothing happens when they are loaded, or when the catalogue
+    /// cannot be reached.
     void loadRankingListForVideoCard(const std::string& card);
 
     /// Whether the catalogue has answered, be it with an empty list.
@@ -47,7 +47,7 @@ class NSRankingList {
     /// Opens the row's entry; nothing for a row that is not there.
     void doubleClick(std::size_t row);
 
-    /// `dateToReadableDate:`. "2016-03-05" to "05/Mar/2016"; a text of another form stays as it is.
+    /// "2016-03-05" to "05/Mar/2016"; a text of another form stays as it is.
     [[nodiscard]] static std::string dateToReadableDate(std::string_view date);
     /// The rows of an answer of the catalogue.
     [[nodiscard]] static std::vector<Row> rowsOfAnswer(std::string_view answer, TableType tableType);

@@ -17,10 +17,9 @@ class NSVotingPanel {
     [[nodiscard]] int vote() const { return vote_; }
     /// A click on one of the five stars, 1 to 5.
     void clickStar(int star);
-    /// `applyVote:`. Opens the vote page in the browser and closes the panel, which stays open when the
-    /// graphics card is not known.
+    /// Opens the vote page in the browser and closes the panel, which stays open when the graphics card is
+    /// not known.
     void applyVote();
-    /// `cancelVote:`.
     void cancelVote();
 
   private:

@@ -11,40 +11,27 @@ namespace morvane {
 
 namespace NSExeSelection {
 
-/// `selectAsMainExe:forPort:`. The run path: the program's Windows path in quotes, a blank and the flags.
+/// The run path: the program's Windows path in quotes, a blank and the flags.
 [[nodiscard]] std::string selectAsMainExe(const std::string& file, const std::string& wrapper);
-/// `getLNKPathFromFileContents:forType:`. With "/" separators, or empty.
+/// With "/" separators, or empty.
 [[nodiscard]] std::string getLNKPathFromFileContents(std::string_view contents, std::string_view type);
-/// `getLNKPathFromString:forType:`.
 [[nodiscard]] std::optional<std::string> getLNKPathFromString(std::string_view text, std::string_view type);
-/// `getLNKDriveFromString:`.
 [[nodiscard]] std::string getLNKDriveFromString(std::string_view text);
-/// `getLNKFlagsFromFileContents:forPath:`.
 [[nodiscard]] std::string getLNKFlagsFromFileContents(std::string_view contents, std::string_view path);
-/// `getLNKFlagsFromString:forPath:`.
 [[nodiscard]] std::optional<std::string> getLNKFlagsFromString(std::string_view text,
                                                                std::string_view folder);
-/// `getLNKFlagsFromRareString:forPath:`.
 [[nodiscard]] std::optional<std::string> getLNKFlagsFromRareString(std::string_view text,
                                                                    std::string_view path);
-/// `getLNKFileFromDESKTOPFileContents:forPort:`.
 [[nodiscard]] std::optional<std::string> getLNKFileFromDESKTOPFileContents(std::string_view contents,
                                                                            const std::string& wrapper);
-/// `getEXEFileFromDESKTOPFileContents:`.
 [[nodiscard]] std::string getEXEFileFromDESKTOPFileContents(std::string_view contents);
-/// `getDESKTOPPathFromFileContents:forPort:`.
 [[nodiscard]] std::string getDESKTOPPathFromFileContents(std::string_view contents,
                                                          const std::string& wrapper);
-/// `getDESKTOPFlagsFromFileContents:forPath:forPort:`.
 [[nodiscard]] std::string getDESKTOPFlagsFromFileContents(std::string_view contents, std::string_view path,
                                                           const std::string& wrapper);
-/// `getURLFlagsFromSteamFileContents:`.
 [[nodiscard]] std::string getURLFlagsFromSteamFileContents(std::string_view contents);
-/// `getSteamExePathForPort:`.
 [[nodiscard]] std::string getSteamExePathForPort(const std::string& wrapper);
-/// `getAutorunPathFromFile:forPort:`.
 [[nodiscard]] std::string getAutorunPathFromFile(const std::string& file, const std::string& wrapper);
-/// `pathByUpdatingPath:forPort:`.
 [[nodiscard]] std::string pathByUpdatingPath(const std::string& path, const std::string& wrapper);
 
 /// The program that an autorun file starts, looked for beside it whatever the case: the installer search's

@@ -54,13 +54,12 @@ enum class MacDriver { no, yes };
 
 class NSPortData {
   public:
-    /// `initWithCkiAtPath:`. The port data, or the loader's message.
+    /// The port data, or the loader's message.
     [[nodiscard]] static Result<NSPortData> initWithCkiAtPath(const std::string& path);
-    /// `initWithDictionary:ofCkiAtPath:`. The path may be absent.
+    /// The path may be absent.
     [[nodiscard]] static NSPortData initWithDictionary(const Dictionary& dictionary,
                                                        const std::optional<std::string>& path);
-    /// `customPortAtPath:withEngine:installingDRMs:withMacDriver:`. A blank port, or nothing without a name
-    /// or engine.
+    /// A blank port, or nothing without a name or engine.
     [[nodiscard]] static std::optional<NSPortData> customPortAtPath(const std::string& wrapper,
                                                                     const std::string& engine, unsigned drms,
                                                                     MacDriver macDriver);
@@ -68,14 +67,10 @@ class NSPortData {
     [[nodiscard]] static std::optional<Dictionary> customPortDictionary(const std::string& wrapper,
                                                                         const std::string& engine,
                                                                         unsigned drms, MacDriver macDriver);
-    /// `winetricksWithObject:`.
     [[nodiscard]] static std::vector<std::string> winetricksWithObject(const Value* object);
-    /// `overridesFromCKI:`.
     [[nodiscard]] static Array overridesFromCKI(const Dictionary& cki);
-    /// `checkIfCKI:atPath:isForDRM:`.
     [[nodiscard]] static bool checkIfCKI(const Dictionary& cki, const std::optional<std::string>& path,
                                          std::string_view drmName);
-    /// `ckiVersionIsAtLeast:`.
     [[nodiscard]] bool ckiVersionIsAtLeast(std::string_view version) const;
 
     /// Whether it says who made it.
@@ -99,7 +94,7 @@ class NSPortData {
          fnToggleDefaultValue = false;
 };
 
-/// `ckiVersion:isAtLeast:`. Component by component as numbers; a missing version has no components.
+/// Component by component as numbers; a missing version has no components.
 [[nodiscard]] bool ckiVersion(const std::optional<std::string>& version, std::string_view least);
 
 /// A number other than 0, true, or a text that reads as true.
@@ -107,10 +102,10 @@ class NSPortData {
 
 namespace NSUtilities {
 
-/// `loadArchivedObjectFromFile:ofType:`. The root object, always a dictionary, or a message; the type label
-/// is "CKI" or "CKII". A root of any other kind is an invalid format.
+/// The root object, always a dictionary, or a message; the type label is "CKI" or "CKII". A root of any other
+/// kind is an invalid format.
 [[nodiscard]] Result<Value> loadArchivedObjectFromFile(const std::string& path, const std::string& type);
-/// `safeUnarchiveObjectWithData:`. Nothing for damaged archives.
+/// Nothing for damaged archives.
 [[nodiscard]] std::optional<Value> safeUnarchiveObjectWithData(std::string_view bytes);
 
 }  // namespace NSUtilities

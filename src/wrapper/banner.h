@@ -5,8 +5,7 @@
 
 namespace morvane {
 
-/// `addHollinBannerAtFile:`. Replaces the wrapper's banner by the application's, where it has one. True
-/// always.
+/// Replaces the wrapper's banner by the application's, where it has one. True always.
 bool addHollinBannerAtFile(const std::string& wrapper);
 
 }  // namespace morvane

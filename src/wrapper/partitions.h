@@ -18,15 +18,15 @@ struct MountableDisk {
 /// "MV_WIN_DISC" in the folder of the volumes: where the one disc that can be mounted at a time lies.
 [[nodiscard]] std::string mountPoint();
 
-/// `mountableDisksList`. The inserted discs with an Apple partition scheme, in the order of the list.
+/// The inserted discs with an Apple partition scheme, in the order of the list.
 [[nodiscard]] std::vector<MountableDisk> mountableDisksList();
 enum class Mounting { tried, cancelled, impossible };
 
-/// `mountAndOpenDiscWithID:`. Read-only at the mount point, instead of the disc that was there before.
-/// Failures of the mount are not seen: the folder that is opened is empty then. Impossible for an identifier
-/// that is more than letters and digits; it is reported, and nothing is done.
+/// Read-only at the mount point, instead of the disc that was there before. Failures of the mount are not
+/// seen: the folder that is opened is empty then. Impossible for an identifier that is more than letters and
+/// digits; it is reported, and nothing is done.
 Mounting mountAndOpenDiscWithID(const std::string& identifier);
-/// `mountWindowsPartition`. Asks which one; impossible when there is none, which is reported.
+/// Asks which one; impossible when there is none, which is reported.
 Mounting mountWindowsPartition();
 
 }  // namespace morvane::NSPartitionMounter

@@ -16,9 +16,7 @@ namespace morvane {
 /// property list gives a store without that dictionary: reads give nothing, writes do nothing.
 class NSPortManager {
   public:
-    /// `managerWithPath:`.
     [[nodiscard]] static NSPortManager managerWithPath(const std::string& wrapper);
-    /// `managerWithCustomExePath:`.
     [[nodiscard]] static NSPortManager managerWithCustomExePath(const std::string& application);
 
     std::string path;
@@ -26,39 +24,33 @@ class NSPortManager {
     std::optional<Dictionary> plist;
     std::optional<Dictionary> x11Plist;
 
-    /// `plistObjectForKey:`.
     [[nodiscard]] const Value* plistObjectForKey(std::string_view key) const;
     /// The value when it is text.
     [[nodiscard]] std::optional<std::string> plistTextForKey(std::string_view key) const;
-    /// `setPlistObject:forKey:`. Removes the key without a value.
+    /// Removes the key without a value.
     void setPlistObject(const std::optional<Value>& value, const std::string& key);
-    /// `synchronizePlist`. Writes the file whole, atomically; false when that failed, true also without a
-    /// dictionary.
+    /// Writes the file whole, atomically; false when that failed, true also without a dictionary.
     bool synchronizePlist() const;
-    /// `x11PlistObjectForKey:`.
     [[nodiscard]] const Value* x11PlistObjectForKey(std::string_view key) const;
-    /// `setX11PlistObject:forKey:`. Removes the key without a value.
+    /// Removes the key without a value.
     void setX11PlistObject(const std::optional<Value>& value, const std::string& key);
-    /// `synchronizeX11Plist`.
     bool synchronizeX11Plist() const;
 
-    /// `runWithArguments:`. Runs the command tool and waits; true always.
+    /// Runs the command tool and waits; true always.
     bool runWithArguments(const std::vector<std::string>& arguments) const;
-    /// `installWinetrick:`.
     bool installWinetrick(const std::string& winetrick) const;
-    /// `runEXE:withFlags:`. Runs a program of the wrapper, by its Mac path, through a batch file in the root
-    /// of drive C that is gone afterwards; true always. The batch file takes the program's name, with a
-    /// number when the game has a file of that name. A path with a quote or a line break, which could smuggle
-    /// in a command, is reported and not run.
+    /// Runs a program of the wrapper, by its Mac path, through a batch file in the root of drive C that is
+    /// gone afterwards; true always. The batch file takes the program's name, with a number when the game has
+    /// a file of that name. A path with a quote or a line break, which could smuggle in a command, is
+    /// reported and not run.
     bool runEXE(const std::string& program, const std::string& flags) const;
 
-    /// `savePngImage:withSize:atPath:`. Scaled to that width in pixels; failures are not reported.
+    /// Scaled to that width in pixels; failures are not reported.
     void savePngImage(const Picture& picture, int size, const std::string& path) const;
-    /// `saveIconsetImage:withSize:atFolder:`. The size and its "@2x".
+    /// The size and its "@2x".
     void saveIconsetImage(const Picture& picture, int size, const std::string& folder) const;
-    /// `setIconWithImage:`. Replaces the icon file, which stays when no new one could be made. Nothing
-    /// happens without a picture that can be decoded or without "CFBundleIconFile". Whether the icon is a new
-    /// one.
+    /// Replaces the icon file, which stays when no new one could be made. Nothing happens without a picture
+    /// that can be decoded or without "CFBundleIconFile". Whether the icon is a new one.
     bool setIconWithImage(const std::optional<ImageData>& image) const;
 };
 
@@ -67,11 +59,10 @@ class NSPortManager {
 
 namespace NSUtilities {
 
-/// `getPlistItem:fromPlist:fromWrapper:`. The relative path begins with "/".
+/// The relative path begins with "/".
 [[nodiscard]] std::optional<Value> getPlistItem(const std::string& key, const std::string& plist,
                                                 const std::string& wrapper);
-/// `getPlistItem:fromWrapper:`. From "/Game Info.plist" for a ".boxer" bundle, else from
-/// "/Contents/Info.plist".
+/// From "/Game Info.plist" for a ".boxer" bundle, else from "/Contents/Info.plist".
 [[nodiscard]] std::optional<Value> getPlistItem(const std::string& key, const std::string& wrapper);
 /// The file name of a wrapper's icon, ".icns" included; nothing without "CFBundleIconFile".
 [[nodiscard]] std::optional<std::string> iconFileName(const Value* iconSetting);

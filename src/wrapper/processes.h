@@ -15,9 +15,8 @@ enum class RemovingWrapper { no, yes };
 
 namespace NSUtilities {
 
-/// `terminateAllCaskeryProcessesForWrapper:removingWrappers:`. Returns true at once; the work runs on the
-/// queue "app.morvane.killingCaskeryProcessesForWrapper". Without a wrapper, every process whose `ps` line
-/// says "wine".
+/// Returns true at once; the work runs on the queue "app.morvane.killingCaskeryProcessesForWrapper". Without
+/// a wrapper, every process whose `ps` line says "wine".
 bool terminateAllCaskeryProcessesForWrapper(const std::optional<std::string>& wrapper,
                                             RemovingWrapper removing);
 /// The numbers of the processes that have the wrapper's path, its real one, in their `ps` line, as far as the

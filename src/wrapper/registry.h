@@ -18,29 +18,26 @@
 
 namespace morvane::NSUtilities {
 
-/// `getPathForRegistryFile:fromWrapper:`.
 [[nodiscard]] std::string getPathForRegistryFile(const std::string& name, const std::string& wrapper);
-/// `getRegistry:fromReg:fromWrapper:`. The key's value lines, joined by line feeds; empty when it has none.
+/// The key's value lines, joined by line feeds; empty when it has none.
 [[nodiscard]] std::string getRegistry(const std::string& header, const std::string& name,
                                       const std::string& wrapper);
-/// `getRegistriesWithGramar:fromReg:fromWrapper:`. Whole blocks whose header matches the pattern with one
-/// "*".
+/// Whole blocks whose header matches the pattern with one "*".
 [[nodiscard]] std::vector<std::string> getRegistriesWithGramar(const std::string& pattern,
                                                                const std::string& name,
                                                                const std::string& wrapper);
-/// `addRegistry:fromReg:fromWrapper:`. Appends the block.
+/// Appends the block.
 void addRegistry(const std::string& block, const std::string& name, const std::string& wrapper);
-/// `deleteRegistry:fromReg:fromWrapper:`. Removes every block of the key and shortens gaps to one empty line.
-/// Makes no file where there is none.
+/// Removes every block of the key and shortens gaps to one empty line. Makes no file where there is none.
 void deleteRegistry(const std::string& header, const std::string& name, const std::string& wrapper);
-/// `getValueForKey:fromRegistry:`. The data as written, or empty.
+/// The data as written, or empty.
 [[nodiscard]] std::string getValueForKey(std::string_view valueName, std::string_view lines);
-/// `getStringValueForKey:fromRegistry:`. Between the quotes, still escaped, or empty.
+/// Between the quotes, still escaped, or empty.
 [[nodiscard]] std::string getStringValueForKey(std::string_view valueName, std::string_view lines);
-/// `setOnRegistry:value:forKey:`. The changed lines; without data the value is removed.
+/// The changed lines; without data the value is removed.
 [[nodiscard]] std::string setOnRegistry(const std::string& lines, const std::optional<std::string>& data,
                                         const std::string& valueName);
-/// `setOnRegistry:stringValue:forKey:`. The text is put in quotes and not escaped.
+/// The text is put in quotes and not escaped.
 [[nodiscard]] std::string setOnRegistryStringValue(const std::string& lines, const std::string& text,
                                                    const std::string& valueName);
 
@@ -58,8 +55,7 @@ struct RegistryString {
 void replaceRegistryStrings(const std::string& header, const std::vector<RegistryString>& values,
                             const std::string& name, const std::string& wrapper);
 
-/// `saveUserOverrides:atFile:`. Replaces the key of each fragment in the "user" file; elements that are no
-/// text are skipped. True always.
+/// Replaces the key of each fragment in the "user" file; elements that are no text are skipped. True always.
 bool saveUserOverrides(const Array& fragments, const std::string& wrapper);
 
 }  // namespace morvane::NSUtilities

@@ -12,22 +12,20 @@ enum class For64BitsApplication { no, yes };
 
 namespace NSUtilities {
 
-/// `getMacPathForWindowsPath:ofWrapper:`. The host path of "C:/Games/a.exe" inside the wrapper.
-/// Nothing when the path is shorter than two characters, or when its drive has no link (which is reported).
+/// The host path of "C:/Games/a.exe" inside the wrapper. Nothing when the path is shorter than two
+/// characters, or when its drive has no link (which is reported).
 [[nodiscard]] std::optional<std::string> getMacPathForWindowsPath(std::string_view windowsPath,
                                                                   const std::string& wrapper);
-/// `getWindowsPathForMacPath:ofWrapper:`. With "/" separators, by the first drive letter that leads there,
-/// else Z.
+/// With "/" separators, by the first drive letter that leads there, else Z.
 [[nodiscard]] std::string getWindowsPathForMacPath(const std::string& macPath, const std::string& wrapper);
-/// `getFileNameOfWindowsPath:`. The program of a command line, with "/" separators.
+/// The program of a command line, with "/" separators.
 [[nodiscard]] std::string getFileNameOfWindowsPath(std::string_view commandLine);
-/// `getFlagsOfWindowsPath:`. The arguments of a command line, as they are.
+/// The arguments of a command line, as they are.
 [[nodiscard]] std::string getFlagsOfWindowsPath(std::string_view commandLine);
-/// `programFilesPathfromWrapper:for64bitsApplication:`. As a Windows path; "C:/Program Files" when not known.
+/// As a Windows path; "C:/Program Files" when not known.
 [[nodiscard]] std::string programFilesPathfromWrapper(const std::string& wrapper, For64BitsApplication wide);
-/// `windowsSystemNameFromSystemCode:`. "winxp" to "Windows XP".
+/// "winxp" to "Windows XP".
 [[nodiscard]] std::optional<std::string> windowsSystemNameFromSystemCode(std::string_view code);
-/// `windowsSystemCodeFromSystemName:`.
 [[nodiscard]] std::optional<std::string> windowsSystemCodeFromSystemName(std::string_view name);
 
 }  // namespace NSUtilities
