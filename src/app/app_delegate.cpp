@@ -159,8 +159,8 @@ void AppDelegate::showProperties(const std::string& path) {
             [this](const std::string& item) { apps_.removeLocalPort(item, [this] { library_.reload(); }); },
         .addToLibrary = [this](const std::string& item) { library_.addPort(item); },
         .reloadItem = [this](const std::string& item) { gamePage_.openLocalItem(item); }});
-    if (const auto failure = window->setDataFromWrapperAtPath(path)) {
-        return MVAlert::showAlertErrorMessage(failure->message);
+    if (const auto shown = window->setDataFromWrapperAtPath(path); !shown) {
+        return MVAlert::showAlertErrorMessage(shown.error().message());
     }
     closeProperties();
     properties_ = window;

@@ -30,8 +30,8 @@ std::string reportsFolder(const Folders& folders) {
 std::vector<std::string> reportsIn(const std::string& folder) {
     std::vector<std::string> reports;
     const auto names = files::list(folder);
-    if (const auto* list = std::get_if<std::vector<std::string>>(&names)) {
-        std::ranges::copy_if(*list, std::back_inserter(reports), [](const std::string& name) {
+    if (names) {
+        std::ranges::copy_if(*names, std::back_inserter(reports), [](const std::string& name) {
             return name.starts_with(filled("%@_", {"Morvane"}));
         });
     }
@@ -88,8 +88,7 @@ std::optional<std::string> newCrashLog() {
 
 void sendNewCrashLog(const std::string& path) {
     const auto bytes = files::read(path);
-    const auto* text = std::get_if<std::string>(&bytes);
-    sendCrashLog(text != nullptr && MVString::isValidUtf8(*text) ? *text : "", AskForDetails::yes);
+    sendCrashLog(bytes && MVString::isValidUtf8(*bytes) ? *bytes : "", AskForDetails::yes);
     host().defaults.set(settings::lastFoundCrashLog, Value(files::lastComponent(path)));
 }
 

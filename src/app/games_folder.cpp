@@ -63,12 +63,11 @@ std::string utf16(std::string_view text) {
 /// Desktops take a folder's picture from its ".directory" file; not every one reads icon files.
 void setFolderIcon(const std::string& icon) {
     const auto bytes = files::read(icon);
-    const auto* contents = std::get_if<std::string>(&bytes);
-    const auto picture = contents != nullptr ? pictures::decode(*contents) : std::nullopt;
+    const auto picture = bytes ? pictures::decode(*bytes) : std::nullopt;
     if (!picture) return;
     constexpr int edge = 256;
     const std::string png = pictures::encodePng(pictures::scaledToWidth(*picture, edge));
-    if (files::write(gamesFolder() + ".icon.png", png, files::Atomically::yes)) return;
+    if (!files::write(gamesFolder() + ".icon.png", png, files::Atomically::yes)) return;
     static_cast<void>(files::write(gamesFolder() + ".directory", "[Desktop Entry]\nIcon=./.icon.png\n",
                                    files::Atomically::yes));
 }
@@ -76,8 +75,8 @@ void setFolderIcon(const std::string& icon) {
 void unpackIcon() {
     const std::string& resources = host().folders.resources;
     const auto temporary = files::PrivateFolder::make(host().folders.temporary);
-    if (failureOf(temporary) != nullptr) return;
-    const std::string& folder = std::get<files::PrivateFolder>(temporary).path();
+    if (!temporary) return;
+    const std::string& folder = temporary->path();
     MVTask::runProgram(
         filled("%@/7za", {resources}), "/",
         MVTask::Arguments({"x", filled("%@/games.7z", {resources}), filled("-o%@", {folder}), "-y"}),

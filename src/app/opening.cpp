@@ -50,19 +50,19 @@ void runExe(const char* label, const std::string& wrapper, const std::string& pr
 }
 
 void storeBackup(const std::string& archive, const std::string& bundle) {
-    if (const auto error = files::write(bundle + layout::backupCki, archive, files::Atomically::yes)) {
+    if (const auto done = files::write(bundle + layout::backupCki, archive, files::Atomically::yes); !done) {
         MVAlert::showAlertErrorMessage(
-            localized("The port description of %@ could not be stored: %@", {bundle, *error}));
+            localized("The port description of %@ could not be stored: %@", {bundle, done.error().why}));
     }
 }
 
 /// Into the wrapper and each Custom EXE launcher of it.
 void storeBackups(const Value& description, const std::string& wrapper) {
     const auto archive = typed_stream::archive(description);
-    if (const Failure* failure = failureOf(archive)) return MVAlert::showAlertErrorMessage(failure->message);
-    storeBackup(std::get<std::string>(archive), wrapper);
+    if (!archive) return MVAlert::showAlertErrorMessage(archive.error().message());
+    storeBackup(*archive, wrapper);
     for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(wrapper)) {
-        storeBackup(std::get<std::string>(archive), launcher.path);
+        storeBackup(*archive, launcher.path);
     }
 }
 
@@ -135,7 +135,7 @@ void AppDelegate::installCkiFile(const std::string& path) {
         creation->createPortFromCKIFile(path, [self, creation, description = std::move(description)](
                                                   bool failed, const std::string& wrapper) {
             if (failed) return;
-            if (const auto* value = std::get_if<Value>(&description)) storeBackups(*value, wrapper);
+            if (description) storeBackups(*description, wrapper);
             onDelegate(self, [wrapper](AppDelegate& app) {
                 app.library_.addPort(wrapper);
                 app.view_.portInstalled(wrapper);

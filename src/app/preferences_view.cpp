@@ -32,8 +32,8 @@ std::optional<ImageData> themeImageNamed(std::string_view name) {
 }
 
 bool writeThemeFile(std::string_view name, std::string_view bytes) {
-    if (files::createFolder(layout::applicationSupportFolder(), true)) return false;
-    return !files::write(themePath(name), bytes, files::Atomically::yes);
+    if (!files::createFolder(layout::applicationSupportFolder(), true)) return false;
+    return files::write(themePath(name), bytes, files::Atomically::yes).has_value();
 }
 
 std::string restartText() {
@@ -150,8 +150,7 @@ bool NSPreferencesView::saveThemeImage(const ImageData& image, std::string_view 
 std::optional<ImageData> NSPreferencesView::copyOriginalThemeImageNamed(const std::string& name) {
     // In one step: a copy that fails leaves the user's picture.
     const auto original = files::read(files::join(host().folders.resources, name));
-    if (const auto* bytes = std::get_if<std::string>(&original))
-        static_cast<void>(writeThemeFile(name, *bytes));
+    if (original) static_cast<void>(writeThemeFile(name, *original));
     return themeImageNamed(name);
 }
 

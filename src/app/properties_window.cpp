@@ -107,14 +107,16 @@ constexpr const char* folderSettings = "/.directory";
 bool saveFolderIcon(const ImageData& image, const std::string& folder) {
     const auto picture = pictures::decode(image.bytes);
     if (!picture) return true;  // dragged away: the folder keeps its icon
-    auto error =
+    auto written =
         files::write(folder + layout::folderIcon, pictures::encodePng(*picture), files::Atomically::yes);
-    if (!error && files::kindOf(folder + folderSettings) == files::Kind::none) {
-        error = files::write(folder + folderSettings, "[Desktop Entry]\nIcon=./.icon.png\n",
-                             files::Atomically::yes);
+    if (written && files::kindOf(folder + folderSettings) == files::Kind::none) {
+        written = files::write(folder + folderSettings, "[Desktop Entry]\nIcon=./.icon.png\n",
+                               files::Atomically::yes);
     }
-    if (error) MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {*error}));
-    return !error;
+    if (!written)
+        MVAlert::showAlertErrorMessage(
+            localized("Error while writting file: %@", {written.error().reason()}));
+    return written.has_value();
 }
 
 StyledText descriptionIn(const Dictionary& description) {
@@ -126,8 +128,7 @@ StyledText descriptionIn(const Dictionary& description) {
 /// Nothing when the file is missing or no such archive.
 std::optional<Dictionary> descriptionFile(const std::string& path) {
     const auto loaded = NSUtilities::loadArchivedObjectFromFile(path, "CKII");
-    const auto* root = std::get_if<Value>(&loaded);
-    const auto* dictionary = root != nullptr ? root->as<Dictionary>() : nullptr;
+    const auto* dictionary = loaded ? loaded->as<Dictionary>() : nullptr;
     return dictionary != nullptr ? std::optional(*dictionary) : std::nullopt;
 }
 
@@ -137,8 +138,8 @@ void moveLinkBesideWrapper(const std::string& old, const std::string& now, const
     const std::string folder = files::parent(wrapper);
     const std::string link = files::join(folder, files::lastComponent(old));
     const auto destination = files::destinationOfLink(link);
-    const auto* text = std::get_if<std::string>(&destination);
-    if (text == nullptr || *text != files::lastComponent(wrapper) + "/" + files::lastComponent(old)) return;
+    if (!destination || *destination != files::lastComponent(wrapper) + "/" + files::lastComponent(old))
+        return;
     if (files::kindOf(files::join(folder, files::lastComponent(now))) == files::Kind::none)
         WrapperCreation::createAliasToCustomEXE(now, wrapper);
     removeFileOrLink(link);
@@ -148,7 +149,7 @@ void moveLinkBesideWrapper(const std::string& old, const std::string& now, const
 
 // ---- Filling
 
-std::optional<Failure> NSPropertiesWindow::setDataFromWrapperAtPath(const std::string& path) {
+Result<> NSPropertiesWindow::setDataFromWrapperAtPath(const std::string& path) {
     const std::string item = withoutLink(path);
     Kind kind = Kind::caskeryWrapper;
     std::string mainWrapper = item;
@@ -184,7 +185,7 @@ std::optional<Failure> NSPropertiesWindow::setDataFromWrapperAtPath(const std::s
     if (const auto description = descriptionFile(wrapperPath_ + layout::descriptionCkii))
         shown_.description = descriptionIn(*description);
     filled_ = shown_;
-    return std::nullopt;
+    return {};
 }
 
 NSPortManager NSPropertiesWindow::itemStore() const {
@@ -209,8 +210,7 @@ std::optional<std::string> NSPropertiesWindow::iconPath() const {
     const auto name = setting ? NSUtilities::iconFileName(&*setting) : std::nullopt;
     if (!name) return std::nullopt;
     const auto path = pathInside(wrapperPath_ + layout::resources, *name, Levels::one, "the icon's name");
-    const auto* text = std::get_if<std::string>(&path);
-    return text != nullptr ? std::optional(*text) : std::nullopt;
+    return path ? std::optional(*path) : std::nullopt;
 }
 
 NSPropertiesWindow::Field NSPropertiesWindow::getGameRunPath() const {
@@ -343,8 +343,8 @@ void NSPropertiesWindow::searchNewRunPath() {
 
 bool NSPropertiesWindow::saveDataToWrapper() {
     const auto location = newLocation();
-    if (const Failure* failure = failureOf(location)) {
-        MVAlert::showAlertErrorMessage(failure->message);
+    if (!location) {
+        MVAlert::showAlertErrorMessage(location.error().message());
         return false;
     }
     if (!isRegistryAtRest()) return false;
@@ -361,7 +361,7 @@ bool NSPropertiesWindow::saveDataToWrapper() {
         saved &= saveTexts();
     }
     if (shown_.description != filled_.description) saved &= saveDescription();
-    return moveTo(std::get<std::string>(location)) && saved;
+    return moveTo(*location) && saved;
 }
 
 bool NSPropertiesWindow::isRegistryAtRest() {
@@ -404,7 +404,7 @@ Result<std::string> NSPropertiesWindow::newLocation() const {
         // name the folder's own is shown.
         if (name.empty()) return wrapperPath_;
         const auto checked = pathInside(wrapperPath_, name, Levels::one, what);
-        return failureOf(checked) != nullptr ? checked : wrapperPath_;
+        return !checked ? checked : wrapperPath_;
     }
     if (name.empty()) return pathInside(folder, name, Levels::one, what);
     return pathInside(folder, name + (kind_ == Kind::boxerGame ? ".boxer" : ".app"), Levels::one, what);
@@ -443,12 +443,11 @@ std::optional<std::string> NSPropertiesWindow::writeBatchFile(const std::string&
     const auto driveC = NSUtilities::getMacPathForWindowsPath("C:/", mainWrapperPath_);
     if (!driveC) return std::nullopt;
     const auto path = pathInside(*driveC, batch, Levels::one, localized("the name"));
-    if (const Failure* failure = failureOf(path)) {
-        MVAlert::showAlertErrorMessage(failure->message);
+    if (!path) {
+        MVAlert::showAlertErrorMessage(path.error().message());
         return std::nullopt;
     }
-    if (!MVString::writeToFile(text, std::get<std::string>(path), files::Atomically::yes, Encoding::utf8))
-        return std::nullopt;
+    if (!MVString::writeToFile(text, *path, files::Atomically::yes, Encoding::utf8)) return std::nullopt;
     return "/" + batch;
 }
 
@@ -479,14 +478,11 @@ bool NSPropertiesWindow::saveDescription() const {
     for (StyledRun& run : text.runs) run.white = true;
     description->set("Description", std::move(text));
     const auto archive = typed_stream::archive(Value(*description));
-    files::Error error;
-    if (const Failure* failure = failureOf(archive)) {
-        error = failure->message;
-    } else {
-        error = files::write(path, std::get<std::string>(archive), files::Atomically::yes);
-    }
-    if (error) MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {*error}));
-    return !error;
+    const Result<> written = archive ? files::write(path, *archive, files::Atomically::yes) : archive.error();
+    if (!written)
+        MVAlert::showAlertErrorMessage(
+            localized("Error while writting file: %@", {written.error().reason()}));
+    return written.has_value();
 }
 
 bool NSPropertiesWindow::moveTo(const std::string& location) {

@@ -62,7 +62,7 @@ class NSPropertiesWindow {
     /// A failure when no item of the three kinds lies there; the window is unchanged then. A link, as it lies
     /// beside a wrapper, stands for the application that it leads to. Who fills the window is not told that
     /// it has changed.
-    [[nodiscard]] std::optional<Failure> setDataFromWrapperAtPath(const std::string& path);
+    [[nodiscard]] Result<> setDataFromWrapperAtPath(const std::string& path);
 
     [[nodiscard]] const Shown& shown() const { return shown_; }
     [[nodiscard]] Kind kind() const { return kind_; }

@@ -128,9 +128,8 @@ std::optional<std::string> AppDelegate::destinationOfCopiedImage(const std::stri
     if (MVFileManager::fileExistsAtPath(copy)) return copy;
     const std::string resource = files::join(host().folders.resources, name);
     const auto bytes = files::read(resource);
-    const auto* contents = std::get_if<std::string>(&bytes);
-    if (contents == nullptr) return std::nullopt;
-    return files::write(copy, *contents, files::Atomically::yes) ? resource : copy;
+    if (!bytes) return std::nullopt;
+    return files::write(copy, *bytes, files::Atomically::yes) ? copy : resource;
 }
 
 void AppDelegate::loadAppTheme() {

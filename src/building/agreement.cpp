@@ -17,12 +17,12 @@ bool WrapperCreation::doYouAgreeWithTheLicenseAgreement() {
 bool WrapperCreation::agreement() {
     const std::string path = files::join(host().folders.resources, "agreement.txt");
     auto text = files::read(path);
-    if (const Failure* failure = failureOf(text)) {
+    if (!text) {
         // Nobody can agree to what can't be read.
-        MVAlert::showAlertErrorMessage(localized("Error while reading file: %@", {failure->message}));
+        MVAlert::showAlertErrorMessage(localized("Error while reading file: %@", {text.error().why}));
         return false;
     }
-    const Dialog dialog = building::agreementDialog(std::get<std::string>(std::move(text)));
+    const Dialog dialog = building::agreementDialog(*std::move(text));
     return MVAlert::showDialog(dialog).button == 0;
 }
 

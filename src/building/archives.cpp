@@ -53,10 +53,11 @@ class UnpackingPlace {
   public:
     explicit UnpackingPlace(const std::string& parent) {
         auto made = files::createTemporaryFolder(parent, ".unpacking-");
-        if (const Failure* failure = failureOf(made)) {
-            MVAlert::showAlertErrorMessage(localized("Error while creating folder: %@", {failure->message}));
+        if (!made) {
+            MVAlert::showAlertErrorMessage(
+                localized("Error while creating folder: %@", {made.error().message()}));
         } else {
-            path = std::get<std::string>(std::move(made));
+            path = *std::move(made);
         }
     }
     ~UnpackingPlace() {
@@ -70,8 +71,7 @@ class UnpackingPlace {
 
 std::vector<std::string> entriesOf(const std::string& folder) {
     auto names = files::list(folder);
-    return failureOf(names) != nullptr ? std::vector<std::string>{}
-                                       : std::get<std::vector<std::string>>(std::move(names));
+    return !names ? std::vector<std::string>{} : *std::move(names);
 }
 
 /// The way of what was unpacked to its folder: in place of files of the same names; folders are joined. What

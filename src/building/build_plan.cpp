@@ -298,10 +298,10 @@ class Planner {
 
     void addCached(const verb_script::Download& file, bool byHand) {
         const auto place = winetricks::placeInCache(file.folder, file.file);
-        if (const Failure* failure = failureOf(place)) {
-            stage().actions.push_back(failure->message);
-        } else if (MVFileManager::fileExistsAtPath(std::get<std::string>(place))) {
-            stage().present.push_back(std::get<std::string>(place));
+        if (!place) {
+            stage().actions.push_back(place.error().message());
+        } else if (MVFileManager::fileExistsAtPath(*place)) {
+            stage().present.push_back(*place);
         } else if (!winetricks::isWebLink(file.link)) {
             stage().actions.push_back(localized("%@ is no link that can be followed", {file.link}));
         } else if (byHand) {
@@ -310,8 +310,8 @@ class Planner {
             ask({.shown = building::manualDownloadDialog(file.file),
                  .answer = no,
                  .branches = {{no, {std::move(without)}}}});
-            stage().supplies.push_back(localized("%@, to be saved from %@ as %@",
-                                                 {file.file, file.link, std::get<std::string>(place)}));
+            stage().supplies.push_back(
+                localized("%@, to be saved from %@ as %@", {file.file, file.link, *place}));
         } else {
             download(localized("winetrick %@", {file.folder}), file.link);
         }
@@ -468,7 +468,7 @@ BuildPlan planOfBuild(const WrapperCreation& creation, const std::optional<Resul
     if (place == Place::chosen) {
         if (auto flaw = WrapperCreation::flawOfPlace(wrapper)) return {.obstacle = std::move(flaw)};
     }
-    Planner planner(creation, std::get<NSPortData>(*port), wrapper, AskForSizes::yes);
+    Planner planner(creation, **port, wrapper, AskForSizes::yes);
     planner.addOpening(place);
     planner.addRequirements();
     return planner.build();

@@ -21,8 +21,8 @@ std::optional<ImageData> iconOf(const NSPortManager& port) {
     const auto name = NSUtilities::iconFileName(port.plistObjectForKey("CFBundleIconFile"));
     if (!name) return std::nullopt;
     auto bytes = files::read(port.path + layout::resources + "/" + *name);
-    if (failureOf(bytes) != nullptr) return std::nullopt;
-    return ImageData{std::get<std::string>(std::move(bytes)), 0, 0};
+    if (!bytes) return std::nullopt;
+    return ImageData{*std::move(bytes), 0, 0};
 }
 
 void writeX11Settings(NSPortManager& port, const NSPortData& data) {

@@ -35,8 +35,8 @@ std::optional<files::PrivateFolder> folderForPrefix() {
     });
     auto folder = isPlain ? files::PrivateFolder::make(own)
                           : files::PrivateFolder::makeInShared(host().folders.sharedTemporary);
-    if (failureOf(folder) != nullptr) return std::nullopt;
-    return std::get<files::PrivateFolder>(std::move(folder));
+    if (!folder) return std::nullopt;
+    return *std::move(folder);
 }
 
 void makeRunnable(const std::string& mode, const std::string& path) {
@@ -138,11 +138,11 @@ void WrapperCreation::keepOrRemove(const std::string& place, const std::string& 
         return;
     }
     const auto kept = passing_->keep();
-    if (const Failure* failure = failureOf(kept)) return MVAlert::showAlertErrorMessage(failure->message);
+    if (!kept) return MVAlert::showAlertErrorMessage(kept.error().message());
     ownWrapper_.reset();
     MVAlert::showAlertErrorMessage(
         localized("The wrapper is at %@ now. Move it to %@ before you create it again.",
-                  {files::join(std::get<std::string>(kept), files::lastComponent(place)), wrapper}));
+                  {files::join(*kept, files::lastComponent(place)), wrapper}));
 }
 
 std::string WrapperCreation::temporaryNameFor(const std::string& wrapper) {

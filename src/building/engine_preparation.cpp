@@ -77,11 +77,11 @@ std::vector<std::string> storedArchivesOf(const std::string& engine) {
 /// the store is reported and gives nothing.
 std::optional<std::string> placeInStore(const std::string& engine) {
     auto place = pathInside(layout::enginesFolder(), engine, Levels::one, localized("the engine's name"));
-    if (const Failure* failure = failureOf(place)) {
-        MVAlert::showAlertErrorMessage(failure->message);
+    if (!place) {
+        MVAlert::showAlertErrorMessage(place.error().message());
         return std::nullopt;
     }
-    return std::get<std::string>(std::move(place));
+    return *std::move(place);
 }
 
 bool isOfficialEngine(const std::string& engine) {
@@ -382,8 +382,8 @@ bool building::storedEngineRuns(const std::string& engine, Machine machine) {
     const auto archive = storedEngineArchive(engine);
     // Outside the store, which another process may be using.
     const auto folder = files::PrivateFolder::make(host().folders.temporary);
-    if (!archive || failureOf(folder) != nullptr) return true;
-    const std::string& place = std::get<files::PrivateFolder>(folder).path();
+    if (!archive || !folder) return true;
+    const std::string& place = folder->path();
     const bool isOfficial = *archive == WrapperCreation::localPathForOfficialEngine(engine);
     const auto bundle =
         isOfficial ? unpackedOfficialArchive(*archive, engine, place) : unpackedInLevels(*archive, place);

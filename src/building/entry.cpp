@@ -104,8 +104,7 @@ void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionH
     const bool goesOn = MVAlert::canBeAnswered([&]() -> std::vector<ForeseenQuestion> {
         const auto port = NSPortData::initWithCkiAtPath(file);
         if (flawOfPort(port)) return {};
-        return questionsOfBuild(*this, std::get<NSPortData>(port),
-                                files::join(folderForNewPorts(), name + ".app"), Trust::no);
+        return questionsOfBuild(*this, *port, files::join(folderForNewPorts(), name + ".app"), Trust::no);
     });
     if (!goesOn || !doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort()) return;
     const auto wrapper = askWhereToSave(name, nullptr);
@@ -122,7 +121,7 @@ int WrapperCreation::installCKI(const std::string& file, const std::string& wrap
     const auto portData = [&]() -> std::optional<NSPortData> {
         auto port = NSPortData::initWithCkiAtPath(file);
         if (!canAnswerFor(port, wrapper, trust) || !shouldInstallPortData(port, trust)) return std::nullopt;
-        return std::get<NSPortData>(std::move(port));
+        return *std::move(port);
     };
     const auto backUp = [&] { MVFileManager::copyItemAtPath(file, wrapper + layout::backupCki); };
     return runCreation(wrapper, portData, backUp, replacing);
@@ -132,8 +131,7 @@ bool WrapperCreation::canAnswerFor(const std::optional<Result<NSPortData>>& port
                                    Trust trust) {
     // A file that the user has opened was looked at before its first question.
     if (trust == Trust::no || flawOfPort(port)) return true;
-    return MVAlert::canBeAnswered(
-               [&] { return questionsOfBuild(*this, std::get<NSPortData>(*port), wrapper, trust); }) ||
+    return MVAlert::canBeAnswered([&] { return questionsOfBuild(*this, **port, wrapper, trust); }) ||
            errorWithMessage(std::nullopt);
 }
 
@@ -204,8 +202,8 @@ void WrapperCreation::stopAndRemove(const std::string& wrapper) const {
 
 std::optional<std::string> WrapperCreation::flawOfPort(const std::optional<Result<NSPortData>>& port) {
     if (!port) return localized("An unknown error happened. Please contact the developer.");
-    if (const Failure* failure = failureOf(*port)) return failure->message;
-    if (!std::get<NSPortData>(*port).ckiVersionIsAtLeast(oldestCki)) {
+    if (!*port) return port->error().message();
+    if (!(*port)->ckiVersionIsAtLeast(oldestCki)) {
         return localized("That CKI file version is incompatible!");
     }
     return std::nullopt;
@@ -237,7 +235,7 @@ std::optional<std::string> WrapperCreation::flawOfPlace(const std::string& wrapp
 
 bool WrapperCreation::shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust) {
     if (const auto flaw = flawOfPort(port)) return errorWithMessage(flaw);
-    const NSPortData& data = std::get<NSPortData>(*port);
+    const NSPortData& data = **port;
     if (trust == Trust::yes && !data.isSigned() && !MVAlert::isAnsweredYes(building::unsignedPortDialog())) {
         return errorWithMessage(localized("The Port creation was canceled!"));
     }

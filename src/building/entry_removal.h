@@ -15,9 +15,10 @@ namespace morvane {
 inline bool removeFileOrLink(const std::string& path) {
     const auto kind = files::kindOf(path);
     if (kind == files::Kind::none || kind == files::Kind::folder) return true;
-    const auto error = files::remove(path);
-    if (error) MVAlert::showAlertErrorMessage(localized("Error while removing file: %@", {*error}));
-    return !error;
+    const auto removed = files::remove(path);
+    if (!removed)
+        MVAlert::showAlertErrorMessage(localized("Error while removing file: %@", {removed.error().why}));
+    return removed.has_value();
 }
 
 }  // namespace morvane

@@ -160,7 +160,7 @@ void WrapperCreation::removeAllFromDesktopFolderAfterExtractionExcept(const std:
 void WrapperCreation::removeUselessDesktopFilesCreatedOnBlock(const std::function<void()>& work) {
     const std::string& desktop = host().folders.desktop;
     // Without knowing what was there before, every shortcut of the user would count as new.
-    if (MVFileManager::directoryExistsAtPath(desktop) && failureOf(files::list(desktop)) != nullptr) {
+    if (MVFileManager::directoryExistsAtPath(desktop) && !files::list(desktop)) {
         work();
         return;
     }

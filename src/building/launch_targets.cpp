@@ -207,9 +207,8 @@ void WrapperCreation::createAliasToCustomEXE(const std::string& application, con
             break;
         case files::Kind::link: {
             const auto current = files::destinationOfLink(link);
-            const auto* text = std::get_if<std::string>(&current);
             // Another wrapper's has the older right to the name.
-            if (text == nullptr || *text == destination || !leadsInto(wrapper, *text)) return;
+            if (!current || *current == destination || !leadsInto(wrapper, *current)) return;
             if (!removeFileOrLink(link)) return;
             break;
         }

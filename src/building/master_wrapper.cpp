@@ -81,7 +81,7 @@ std::optional<std::string> WrapperCreation::getNewestCaskeryVersion() {
     const std::string version = MVString::replacedAll(MVString::replacedAll(answer.body, "\n", ""), "\r", "");
     if (version.size() < shortestVersion || !version.starts_with(technology)) return std::nullopt;
     // The version becomes a file name: an answer that leads elsewhere is as good as none.
-    if (failureOf(pathInside(layout::masterFolder(), version + ".tar.7z", Levels::one, version))) return {};
+    if (!pathInside(layout::masterFolder(), version + ".tar.7z", Levels::one, version)) return {};
     cache.value = version;
     return version;
 }

@@ -127,8 +127,8 @@ WrapperUpdate updateOutdatedWrapper(const std::string& path, WrapperCreation& cr
                                  {isThere ? path : WrapperUpdater::passingName(path)}));
     }
     const auto found = WrapperUpdater::backInItsPlace(path);
-    if (const Failure* failure = failureOf(found)) return failing(failure->message);
-    const auto& wrapper = std::get<std::string>(found);
+    if (!found) return failing(found.error().message());
+    const auto& wrapper = *found;
     if (!isWrapper(wrapper)) return failing(localized("%@ is not a wrapper.", {wrapper}));
     if (!creation.newestCaskery && !creation.currentCaskery) {
         return failing(localized("No master wrapper is known: the download site can't be reached."));

@@ -85,8 +85,8 @@ void refuse(std::string_view text, std::string_view what) {
 std::optional<std::string> gatedPath(const std::string& folder, std::string_view text, Levels levels,
                                      std::string_view what) {
     auto path = pathInside(folder, text, levels, what);
-    if (auto* inside = std::get_if<std::string>(&path)) return std::move(*inside);
-    tellLeftOut(std::get<Failure>(path).message);
+    if (path) return std::move(*path);
+    tellLeftOut(path.error().message());
     return std::nullopt;
 }
 

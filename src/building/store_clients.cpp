@@ -117,8 +117,8 @@ bool install(WrapperCreation& creation, const StoreClient& client, const NSPortM
 /// Where the installer is downloaded to; nothing for a link that gives no name for a file.
 std::optional<std::string> installerPath(const std::string& link, const std::string& driveC) {
     auto path = pathInside(driveC, extra_files::nameOfLink(link), Levels::one, "the installer's name");
-    if (failureOf(path) != nullptr) return std::nullopt;
-    return std::get<std::string>(std::move(path));
+    if (!path) return std::nullopt;
+    return *std::move(path);
 }
 
 /// A closed main queue answers every question with its default, and the default here is one more try.

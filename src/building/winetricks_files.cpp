@@ -46,12 +46,13 @@ Result<std::string> placeOfFolder(const std::string& component) {
 /// gives nothing.
 std::optional<std::string> targetOf(const VerbDownload& download) {
     auto place = winetricks::placeInCache(download.folder, download.file);
-    if (const Failure* failure = failureOf(place)) {
-        MVAlert::showAlertErrorMessage(failure->message + " " + localized("That file is not downloaded."));
+    if (!place) {
+        MVAlert::showAlertErrorMessage(place.error().message() + " " +
+                                       localized("That file is not downloaded."));
         return std::nullopt;
     }
     if (!WrapperCreation::localFolderForWinetrick(download.folder)) return std::nullopt;
-    return std::get<std::string>(std::move(place));
+    return *std::move(place);
 }
 
 bool isInCatalogue(const VerbDownload& manual) {
@@ -171,9 +172,8 @@ std::string winetricks::cacheFolder() {
 
 Result<std::string> winetricks::placeInCache(const std::string& folder, const std::string& file) {
     auto place = placeOfFolder(folder);
-    if (failureOf(place) != nullptr) return place;
-    return pathInside(std::get<std::string>(place), file, Levels::one,
-                      localized("a file name of a winetrick"));
+    if (!place) return place;
+    return pathInside(*place, file, Levels::one, localized("a file name of a winetrick"));
 }
 
 bool winetricks::isWebLink(const std::string& link) {
@@ -227,11 +227,11 @@ void winetricks::fetchFilesOf(WrapperCreation& creation, const std::string& comp
 
 std::optional<std::string> WrapperCreation::localFolderForWinetrick(const std::string& component) {
     const auto place = placeOfFolder(component);
-    if (const Failure* failure = failureOf(place)) {
-        MVAlert::showAlertErrorMessage(failure->message);
+    if (!place) {
+        MVAlert::showAlertErrorMessage(place.error().message());
         return std::nullopt;
     }
-    const std::string& path = std::get<std::string>(place);
+    const std::string& path = *place;
     if (!MVFileManager::directoryExistsAtPath(path) &&
         !MVFileManager::createDirectoryAtPath(path, IntermediateFolders::yes)) {
         return std::nullopt;

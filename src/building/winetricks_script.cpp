@@ -65,8 +65,8 @@ std::optional<winetricks::Script> winetricks::scriptWithSource() {
     if (auto script = fetched(host().sites.catalogue, "ckis/winetricks/winetricks")) return script;
     if (!MVFileManager::regularFileExistsAtPath(sharedScript())) return std::nullopt;
     auto bytes = files::read(sharedScript());
-    if (failureOf(bytes) != nullptr) return std::nullopt;
-    Script shared{std::get<std::string>(std::move(bytes)), ""};
+    if (!bytes) return std::nullopt;
+    Script shared{*std::move(bytes), ""};
     return WrapperCreation::isWinetrickFileContentValid(shared.bytes) ? std::optional(std::move(shared))
                                                                       : std::nullopt;
 }

@@ -30,7 +30,7 @@ std::optional<T> takeFirst(std::map<std::string, std::deque<T>>& queues, const s
 
 }  // namespace
 
-std::optional<Failure> Answers::addAnswer(const std::string& option) {
+Result<> Answers::addAnswer(const std::string& option) {
     const auto parts = splitAtEquals(option);
     if (!parts) return Failure{"--answer wants TITLE=BUTTON, not \"" + option + "\""};
     const auto& [title, answer] = *parts;
@@ -40,14 +40,14 @@ std::optional<Failure> Answers::addAnswer(const std::string& option) {
     } else {
         addAnswer(title, {answer.substr(0, colon), answer.substr(colon + 1)});
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> Answers::addChoice(const std::string& option) {
+Result<> Answers::addChoice(const std::string& option) {
     const auto parts = splitAtEquals(option);
     if (!parts) return Failure{"--choose wants TITLE=PATH, not \"" + option + "\""};
     addChoice(parts->first, parts->second);
-    return std::nullopt;
+    return {};
 }
 
 void Answers::addAnswer(const std::string& title, Answer answer) {

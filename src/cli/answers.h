@@ -22,9 +22,9 @@ class Answers {
     };
 
     /// "TITLE=BUTTON" or "TITLE=BUTTON:TEXT".
-    [[nodiscard]] std::optional<Failure> addAnswer(const std::string& option);
+    [[nodiscard]] Result<> addAnswer(const std::string& option);
     /// "TITLE=PATH"; an empty path cancels the panel.
-    [[nodiscard]] std::optional<Failure> addChoice(const std::string& option);
+    [[nodiscard]] Result<> addChoice(const std::string& option);
     void addAnswer(const std::string& title, Answer answer);
     void addChoice(const std::string& title, const std::string& path);
     /// All of them for one panel, which takes several.

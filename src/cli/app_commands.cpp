@@ -90,8 +90,8 @@ int setSetting(Session& session, const std::string& key, const std::vector<std::
     if (setting == nullptr)
         return session.fail("There is no setting \"" + key + "\". See: morvane settings list");
     const auto value = settings::valueFor(*setting, words);
-    if (const Failure* failure = failureOf(value)) return session.fail(failure->message);
-    const Value& wanted = std::get<Value>(value);
+    if (!value) return session.fail(value.error());
+    const Value& wanted = *value;
     if (!setInPreferences(setting->key, wanted)) host().defaults.set(setting->key, wanted);
     if (host().defaults.get(setting->key) != wanted)
         return session.fail(host().defaults.path() + " could not be written.");
@@ -117,8 +117,8 @@ int crashReport(Session& session, const std::string& file) {
     std::string report;
     if (!file.empty()) {
         auto bytes = files::read(expandedPath(file));
-        if (const Failure* failure = failureOf(bytes)) return session.fail(file + ": " + failure->message);
-        report = std::get<std::string>(std::move(bytes));
+        if (!bytes) return session.fail(bytes.error());
+        report = *std::move(bytes);
         if (!MVString::isValidUtf8(report)) return session.fail(file + " is no text.");
     }
     session.provideSite();
@@ -156,8 +156,8 @@ int applyTheme(Session& session, const ThemePictures& pictures) {
     for (const auto& [well, path] : wells) {
         if (path.empty()) continue;
         auto bytes = files::read(expandedPath(path));
-        if (const Failure* failure = failureOf(bytes)) return session.fail(path + ": " + failure->message);
-        if (!view.putThemeImage(well, {std::get<std::string>(std::move(bytes))}))
+        if (!bytes) return session.fail(bytes.error());
+        if (!view.putThemeImage(well, {*std::move(bytes)}))
             return session.fail(path + " is no picture that can be read.");
         any = true;
     }

@@ -466,16 +466,16 @@ void addGameCommands(CLI::App& app, Parsed& parsed) {
     });
 }
 
-std::optional<Failure> fillAnswers(Answers& answers, const Parsed& parsed) {
+Result<> fillAnswers(Answers& answers, const Parsed& parsed) {
     for (const std::string& option : parsed.answers) {
-        if (auto failure = answers.addAnswer(option)) return failure;
+        if (auto checked = answers.addAnswer(option); !checked) return checked;
     }
     for (const std::string& option : parsed.choices) {
-        if (auto failure = answers.addChoice(option)) return failure;
+        if (auto checked = answers.addChoice(option); !checked) return checked;
     }
     if (!parsed.to.empty()) answers.addChoice("Create Port at...", parsed.to);
     answers.defaults = parsed.defaults;
-    return std::nullopt;
+    return {};
 }
 
 /// How many letters one word is away from the other: put in, left out, another, or two that changed places.
@@ -563,8 +563,8 @@ int runCommandLine(int argc, char** argv) {
         return usage;
     }
     Answers answers;
-    if (const auto failure = fillAnswers(answers, parsed)) {
-        std::cerr << failure->message << "\n";
+    if (const auto filled = fillAnswers(answers, parsed); !filled) {
+        std::cerr << filled.error().message() << "\n";
         return usage;
     }
     // What throws here is a fault of ours, or a question of a command that works on this thread alone.

@@ -33,7 +33,7 @@ int mountDisc(Session& session, const std::string& identifier) {
         if (mounting == Mounting::impossible) return static_cast<int>(failed);
         const std::string folder = NSPartitionMounter::mountPoint();
         const auto names = files::list(folder);
-        const bool isMounted = failureOf(names) == nullptr && !std::get<0>(names).empty();
+        const bool isMounted = names && !names->empty();
         return isMounted ? static_cast<int>(done) : session.fail("Nothing is mounted at " + folder + ".");
     });
 }

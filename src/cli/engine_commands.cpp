@@ -57,8 +57,8 @@ int addSystemEngine(Session& session, EngineKind kind) {
         const auto archive = runtime::packSystemEngine(
             store, kind == EngineKind::full ? runtime::SystemEngine::full : runtime::SystemEngine::thin,
             host().creation);
-        if (const Failure* failure = failureOf(archive)) return session.fail(failure->message);
-        session.console().print(std::get<std::string>(archive));
+        if (!archive) return session.fail(archive.error());
+        session.console().print(*archive);
         return static_cast<int>(done);
     });
 }

@@ -88,8 +88,8 @@ int listLogs(Session& session, const std::string& app) {
     for (const char* name : {"LastRunX11.log", "LastRunWine.log"}) {
         const std::string path = wrapper + layout::resources + "/Logs/" + name;
         const auto text = files::read(path);
-        if (failureOf(text) != nullptr) continue;
-        const auto bytes = static_cast<std::int64_t>(std::get<std::string>(text).size());
+        if (!text) continue;
+        const auto bytes = static_cast<std::int64_t>(text->size());
         table.rows.push_back({name, bytes, path});
     }
     printTable(session.console(), table);

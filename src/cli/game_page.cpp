@@ -64,8 +64,8 @@ int GamePage::open(std::int64_t id, const std::function<int(NSDescriptionView&)>
     return run(action, [&] {
         if (!canReachCatalogue(session_)) return int{failed};
         const auto answer = requestedLineOfID(id);
-        if (failureOf(answer) != nullptr) return failWithoutCatalogue(session_);
-        const auto& line = std::get<std::optional<CatalogueLine>>(answer);
+        if (!answer) return failWithoutCatalogue(session_);
+        const auto& line = *answer;
         if (!line) return session_.fail("The catalogue has no port of the ID " + std::to_string(id) + ".");
         view_.openCatalogueLine(*line);
         return int{done};

@@ -15,8 +15,8 @@ Result<ImageData> pictureAt(const std::string& path) {
     if (files::kindBehind(path) != files::Kind::file) return Failure{"There is no file at " + path + "."};
     if (files::size(path).value_or(0) > largestFile) return Failure{path + " is too large for a picture."};
     auto bytes = files::read(path);
-    if (const Failure* failure = failureOf(bytes)) return Failure{path + ": " + failure->message};
-    ImageData image{std::get<std::string>(std::move(bytes)), 0, 0};
+    if (!bytes) return bytes.error();
+    ImageData image{*std::move(bytes), 0, 0};
     if (pictures::kindOf(image.bytes).empty())
         return Failure{path + " is not a picture (PNG, JPEG, TIFF, GIF, BMP, ICNS, ICO or WebP)."};
     if (!pictures::decode(image.bytes)) {
@@ -42,11 +42,11 @@ int setIcon(Session& session, const std::string& app, const std::string& picture
     const auto settings = settingsOf(path);
     if (!settings) return session.fail(path + " is not a wrapper, and not an application of one.");
     const auto image = pictureAt(expandedPath(picture));
-    if (const Failure* failure = failureOf(image)) return session.fail(failure->message);
+    if (!image) return session.fail(image.error());
     if (!NSUtilities::iconFileName(settings->plistObjectForKey("CFBundleIconFile")))
         return session.fail("The settings of " + path + " name no icon file.");
     return session.onWorker([&] {
-        if (settings->setIconWithImage(std::get<ImageData>(image))) return static_cast<int>(done);
+        if (settings->setIconWithImage(*image)) return static_cast<int>(done);
         return session.fail("No icon could be made; the old one stays.");
     });
 }

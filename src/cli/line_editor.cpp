@@ -103,10 +103,10 @@ std::string pathCompletion(const std::string& begun) {
     const std::string name = slash == std::string::npos ? begun : begun.substr(slash + 1);
     const std::string folder = expandedPath(slash == std::string::npos ? "." : begun.substr(0, slash + 1));
     const auto entries = files::list(folder);
-    if (failureOf(entries) != nullptr) return "";
+    if (!entries) return "";
     std::optional<std::string> common;
     std::size_t fitting = 0;
-    for (const std::string& entry : std::get<std::vector<std::string>>(entries)) {
+    for (const std::string& entry : *entries) {
         // Hidden files are offered to those who ask for them.
         if (!entry.starts_with(name) || (name.empty() && entry.starts_with('.'))) continue;
         ++fitting;

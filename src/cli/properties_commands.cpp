@@ -94,16 +94,16 @@ Record shownBy(const Window& window) {
             {{"fixed", "Can't be changed"}, std::move(fixed)}};
 }
 
-/// Does what the user of the window would do. Why it can't be done, or nothing.
-std::optional<std::string> enter(Window& window, const PropertyChanges& changes) {
+/// Does what the user of the window would do.
+Result<> enter(Window& window, const PropertyChanges& changes) {
     for (const auto* text : {&changes.name, &changes.version, &changes.run, &changes.description}) {
-        if (*text && !MVString::isValidUtf8(**text)) return "A text is not UTF-8.";
+        if (*text && !MVString::isValidUtf8(**text)) return Failure{"A text is not UTF-8."};
     }
     if (changes.icon) {
         auto bytes = files::read(expandedPath(*changes.icon));
-        if (const Failure* failure = failureOf(bytes)) return *changes.icon + ": " + failure->message;
-        if (!window.changeIcon(ImageData{std::get<std::string>(std::move(bytes))}))
-            return *changes.icon + " is no picture that can be read.";
+        if (!bytes) return bytes.error();
+        if (!window.changeIcon(ImageData{*std::move(bytes)}))
+            return Failure{*changes.icon + " is no picture that can be read."};
     }
     if (changes.name) window.typeName(*changes.name);
     if (changes.description) window.editDescription(styledText(*changes.description));
@@ -125,9 +125,9 @@ std::optional<std::string> enter(Window& window, const PropertyChanges& changes)
     };
     for (const auto& control : controls) {
         if (control.word && !control.change())
-            return std::string("--") + control.name + " can't be changed for this item.";
+            return Failure{std::string("--") + control.name + " can't be changed for this item."};
     }
-    return std::nullopt;
+    return {};
 }
 
 bool asksForAnything(const PropertyChanges& changes) {
@@ -144,11 +144,11 @@ bool asksForAnything(const PropertyChanges& changes) {
 int properties(Session& session, const std::string& app, const PropertyChanges& changes) {
     NSAppsArray apps;
     Window window(libraryCallbacks(apps));
-    if (const auto failure = window.setDataFromWrapperAtPath(expandedPath(app)))
-        return session.fail(failure->message);
+    if (const auto shown = window.setDataFromWrapperAtPath(expandedPath(app)); !shown)
+        return session.fail(shown.error());
     int result = done;
     if (asksForAnything(changes)) {
-        if (const auto refusal = enter(window, changes)) return session.fail(*refusal);
+        if (const auto entered = enter(window, changes); !entered) return session.fail(entered.error());
         // On the main thread until all is said: an alert that nobody answers ends the command.
         const int ended = session.untilIdle([&] {
             if (window.saveDataToWrapper()) return int{done};

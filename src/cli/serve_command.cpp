@@ -31,8 +31,8 @@ int serve(Session& session, const std::string& folder, const std::string& addres
     std::unique_ptr<CatalogueServer> server;
     return session.untilAskedToEnd([&] {
         auto started = CatalogueServer::start(options);
-        if (const Failure* failure = failureOf(started)) return session.fail(failure->message);
-        server = std::get<0>(std::move(started));
+        if (!started) return session.fail(started.error());
+        server = *std::move(started);
         session.console().print(server->baseAddress());
         return static_cast<int>(done);
     });
@@ -45,10 +45,10 @@ int publish(Session& session, const std::string& folder, const PortToPublish& gi
         port.description = expanded(given.description);
         port.icon = expanded(given.icon);
         auto store = CatalogueStore::open(expandedPath(folder));
-        if (const Failure* failure = failureOf(store)) return session.fail(failure->message);
-        const auto id = publishPort(*std::get<0>(store), port);
-        if (const Failure* failure = failureOf(id)) return session.fail(failure->message);
-        session.console().print(std::to_string(std::get<std::int64_t>(id)));
+        if (!store) return session.fail(store.error());
+        const auto id = publishPort(**store, port);
+        if (!id) return session.fail(id.error());
+        session.console().print(std::to_string(*id));
         return done;
     });
 }

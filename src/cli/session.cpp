@@ -123,7 +123,7 @@ void Session::provideSite() {
 void Session::provideDownloads() {
     // The site offers this machine's Wine; without one, the questions that follow need an explanation.
     const auto engine = runtime::systemEngineName();
-    if (const Failure* failure = failureOf(engine)) console_.say(failure->message);
+    if (!engine) console_.say(engine.error().message());
     SiteServer::Content content;
     content.siteFolder = host_->folders.resources + "/site";
     engines_ = std::make_unique<runtime::SystemEngineStore>();
@@ -136,13 +136,14 @@ void Session::provideDownloads() {
 void Session::provideCatalogue() {
     const std::string samples = host_->folders.resources + "/samples/catalogue.plist";
     const std::string content = files::join(layout::applicationSupportFolder(), "Catalogue");
-    const auto sayWhy = [this](const Failure& failure) { console_.say(failure.message); };
+    const auto sayWhy = [this](const Failure& failure) { console_.say(failure.message()); };
     if (files::kindOf(samples) == files::Kind::file) {
-        if (const auto failure = prepareSampleCatalogue(samples, content)) sayWhy(*failure);
+        if (const auto prepared = prepareSampleCatalogue(samples, content); !prepared)
+            sayWhy(prepared.error());
     }
     auto started = CatalogueServer::start({.content = content});
-    if (const Failure* failure = failureOf(started)) return sayWhy(*failure);
-    catalogue_ = std::get<std::unique_ptr<CatalogueServer>>(std::move(started));
+    if (!started) return sayWhy(started.error());
+    catalogue_ = *std::move(started);
     host_->sites.catalogue = catalogue_->baseAddress();
 }
 

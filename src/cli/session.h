@@ -14,6 +14,7 @@
 #include "cli/terminal_interface.h"
 #include "foundation/progress_view.h"
 #include "platform/host.h"
+#include "platform/result.h"
 
 namespace morvane {
 class CatalogueServer;
@@ -62,6 +63,7 @@ class Session {
     int endedWithoutResult();
     /// Says what went wrong; the exit code of a failure.
     int fail(const std::string& message);
+    int fail(const Failure& failure) { return fail(failure.message()); }
 
   private:
     void provideDownloads();

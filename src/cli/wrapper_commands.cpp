@@ -6,7 +6,7 @@
 #include "foundation/tasks.h"
 #include "library/apps_array.h"
 #include "platform/process.h"
-#include "wrapper/launch_problem.h"
+#include "wrapper/launch_check.h"
 #include "wrapper/layout.h"
 #include "wrapper/menu_scripts.h"
 #include "wrapper/port_manager.h"
@@ -55,7 +55,7 @@ int run(Session& session, const std::string& app, Waiting waiting) {
     const std::string program = isCustomExe ? launcher : executableOf(*wrapper);
     if (waiting == Waiting::yes) return runToItsEnd(session, program, {});
     // Nobody hears what it says once it has been left to itself.
-    if (const auto problem = launchProblem(expandedPath(app))) return session.fail(problem->message);
+    if (const auto checked = checkLaunch(expandedPath(app)); !checked) return session.fail(checked.error());
     return processes::launch(program) ? static_cast<int>(done)
                                       : session.fail(program + " could not be started.");
 }

@@ -190,9 +190,9 @@ std::optional<std::string> NSCaskeryEngine::localPathForEngine(const std::string
     // The name may come from a port. It is checked without an extension: the archive itself may well be a
     // link to another disk.
     const auto stem = pathInside(layout::enginesFolder(), name, Levels::one, "the engine's name");
-    if (failureOf(stem) != nullptr) return std::nullopt;
+    if (!stem) return std::nullopt;
     for (const std::string_view extension : archiveExtensions) {
-        std::string path = std::get<std::string>(stem) + "." + std::string(extension);
+        std::string path = *stem + "." + std::string(extension);
         if (MVFileManager::regularFileExistsAtPath(path)) return path;
     }
     return std::nullopt;

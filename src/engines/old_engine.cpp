@@ -147,8 +147,8 @@ class Conversion {
 bool staysInEnginesFolder(const std::string& engine) {
     const auto place =
         pathInside(layout::enginesFolder(), engine, Levels::one, localized("the engine's name"));
-    if (const Failure* failure = failureOf(place)) MVAlert::showAlertErrorMessage(failure->message);
-    return failureOf(place) == nullptr;
+    if (!place) MVAlert::showAlertErrorMessage(place.error().message());
+    return place.has_value();
 }
 
 }  // namespace

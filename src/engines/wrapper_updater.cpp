@@ -49,14 +49,15 @@ std::optional<Dictionary> dictionaryAt(const std::string& path) {
 }
 
 bool write(const Dictionary& dictionary, const std::string& path) {
-    const files::Error error = property_lists::write(path, dictionary);
-    if (error) MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {*error}));
-    return !error;
+    const auto written = property_lists::write(path, dictionary);
+    if (!written)
+        MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {written.error().why}));
+    return written.has_value();
 }
 
 /// Dangling links included, which nobody looks behind.
 bool removeWhole(const std::string& path) {
-    if (files::kindOf(path) == Kind::link) return !files::remove(path);
+    if (files::kindOf(path) == Kind::link) return files::remove(path).has_value();
     return MVFileManager::removeItemAtPath(path);
 }
 
@@ -143,11 +144,11 @@ class Update {
             return false;
         }
         const auto place = backInItsPlace(wrapper_);
-        if (const Failure* failure = failureOf(place)) {
-            MVAlert::showAlertErrorMessage(failure->message);
+        if (!place) {
+            MVAlert::showAlertErrorMessage(place.error().message());
             return false;
         }
-        wrapper_ = std::get<std::string>(place);
+        wrapper_ = *place;
         journal_ = dictionaryAt(wrapper_ + journalFile).value_or(Dictionary());
         if (!journal_.contains(versionKey)) {
             const auto settings = dictionaryAt(wrapper_ + layout::infoPlist);
@@ -178,11 +179,10 @@ class Update {
     [[nodiscard]] bool hasOverrides() const {
         if (overrides_.empty()) return true;
         const auto text = files::read(registryFile());
-        if (failureOf(text) != nullptr) return false;
+        if (!text) return false;
         return std::ranges::all_of(overrides_, [&](const Value& override) {
             const auto* block = override.as<std::string>();
-            return block == nullptr ||
-                   MVString::contains(std::get<std::string>(text), block->substr(0, block->find(']') + 1));
+            return block == nullptr || MVString::contains(*text, block->substr(0, block->find(']') + 1));
         });
     }
 
@@ -283,9 +283,9 @@ class Update {
             static_cast<void>(files::move(away, wrapper_));
             throw;
         }
-        const files::Error error = files::move(away, wrapper_);
-        if (!error) return true;
-        MVAlert::showAlertErrorMessage(localized("Error while moving file: %@", {*error}));
+        const auto moved = files::move(away, wrapper_);
+        if (moved) return true;
+        MVAlert::showAlertErrorMessage(localized("Error while moving file: %@", {moved.error().why}));
         MVAlert::showAlertErrorMessage(
             localized("The wrapper is at %@ now. Update it again to have it moved back.", {away}));
         return false;
@@ -352,13 +352,11 @@ Result<std::string> backInItsPlace(const std::string& path) {
     const std::string away = passingName(wrapper);
     if (!exists(away)) return wrapper;
     if (exists(wrapper)) {
-        return Failure{
-            localized("Both %@ and %@ are there. Move the one away that is not your game, and "
-                      "update the wrapper again.",
-                      {wrapper, away})};
+        return Failure{localized("Both %@ and %@ are there.", {wrapper, away}), "",
+                       localized("Move the one away that is not your game, and update the wrapper again.")};
     }
-    if (const files::Error error = files::move(away, wrapper)) {
-        return Failure{localized("Error while moving file: %@", {*error})};
+    if (const auto done = files::move(away, wrapper); !done) {
+        return Failure{localized("Error while moving file"), done.error().why};
     }
     return wrapper;
 }

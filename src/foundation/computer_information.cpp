@@ -71,8 +71,7 @@ std::string readSystemVersion() {
 /// The text of a file of the system, on one line; empty without one.
 std::string systemText(const std::string& path) {
     const auto bytes = files::read(host().folders.systemRoot + path);
-    const auto* text = std::get_if<std::string>(&bytes);
-    return text != nullptr && MVString::isValidUtf8(*text) ? MVString::trimmed(*text) : "";
+    return bytes && MVString::isValidUtf8(*bytes) ? MVString::trimmed(*bytes) : "";
 }
 
 /// A field of the firmware's table, without what stands for none.

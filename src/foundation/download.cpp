@@ -48,7 +48,7 @@ bool shouldCancelForExistingFile(const std::string& path, Silence silence) {
     while (MVFileManager::regularFileExistsAtPath(path)) {
         if (silence == Silence::yes) {
             // A file that cannot be removed would be in the way for ever.
-            if (files::remove(path)) return true;
+            if (!files::remove(path)) return true;
             continue;
         }
         if (asksAboutFile("There is already a file called \"%@\" in the specified folder. "
@@ -132,7 +132,7 @@ class Download::Transfer : public std::enable_shared_from_this<Transfer> {
 
     void startChronometer();
     /// On the connection's thread.
-    std::optional<std::string> take(std::string_view chunk, std::optional<std::uint64_t> announcedLength);
+    Result<> take(std::string_view chunk, std::optional<std::uint64_t> announcedLength);
     void didReceiveData(std::uint64_t bytes);
     void didFailWithError(const std::string& description);
     void didFinishLoading();
@@ -186,7 +186,7 @@ void Download::Transfer::start(const std::string& url) {
     handlers.response = [self](std::optional<std::uint64_t> announcedLength) {
         if (!self->isEnding()) self->received.fullSize = announcedLength.value_or(0);
     };
-    handlers.body = [self](std::string_view chunk, std::optional<std::uint64_t> announcedLength) {
+    handlers.body = [self](std::string_view chunk, std::optional<std::uint64_t> announcedLength) -> Result<> {
         return self->take(chunk, announcedLength);
     };
     handlers.data = [self](std::uint64_t bytes) { self->guarded([&] { self->didReceiveData(bytes); }); };
@@ -278,11 +278,10 @@ void Download::Transfer::guarded(const std::function<void()>& work) {
     }
 }
 
-std::optional<std::string> Download::Transfer::take(std::string_view chunk,
-                                                    std::optional<std::uint64_t> announcedLength) {
+Result<> Download::Transfer::take(std::string_view chunk, std::optional<std::uint64_t> announcedLength) {
     if (chunk.empty()) {
         hadEmptyChunk_ = true;
-        return localized("An unknown error happened during the download.");
+        return Failure{"", localized("An unknown error happened during the download.")};
     }
     return received.file.append(chunk, announcedLength);
 }
@@ -434,7 +433,7 @@ std::optional<std::string> Download::saveDownloadedFile(Received& received, cons
         return std::nullopt;
     };
     // A full disk is no matter of the link's, or of another try.
-    if (const files::Error& error = received.file.error()) return reportUnwritten(*error);
+    if (const auto& written = received.file.soFar(); !written) return reportUnwritten(written.error().why);
     if (received.size == 0) {
         if (silence == Silence::yes) return std::nullopt;
         if (!asks("The informed file isn't available. Do you want to inform an updated link?", "Error",
@@ -452,8 +451,8 @@ std::optional<std::string> Download::saveDownloadedFile(Received& received, cons
             return url;
         }
     }
-    const files::Error error = received.file.putInPlace();
-    return error ? reportUnwritten(*error) : std::nullopt;
+    const auto placed = received.file.putInPlace();
+    return placed ? std::nullopt : reportUnwritten(placed.error().why);
 }
 
 void Download::finishDownload() {

@@ -18,9 +18,9 @@ void report(std::string_view message, const std::string& description) {
     MVAlert::showAlertErrorMessage(localized(message, {description}));
 }
 
-bool succeeded(const files::Error& error, std::string_view message) {
-    if (error) report(message, *error);
-    return !error;
+bool succeeded(const Result<>& result, std::string_view message) {
+    if (!result) report(message, result.error().why);
+    return result.has_value();
 }
 
 /// For what may take long on the thread of the running creation.
@@ -41,16 +41,16 @@ bool createDirectoryAtPath(const std::string& path, IntermediateFolders intermed
 }
 
 bool moveItemAtPath(const std::string& source, const std::string& destination) {
-    const files::Error error = files::move(source, destination, untilCancelled());
-    if (error) host().creation.throwIfRequested();
-    return succeeded(error, "Error while moving file: %@");
+    const auto moved = files::move(source, destination, untilCancelled());
+    if (!moved) host().creation.throwIfRequested();
+    return succeeded(moved, "Error while moving file: %@");
 }
 
 bool copyItemAtPath(const std::string& source, const std::string& destination) {
-    const files::Error error = files::copy(source, destination, untilCancelled());
+    const auto copied = files::copy(source, destination, untilCancelled());
     // A copy that was interrupted is no error to tell the user.
-    if (error) host().creation.throwIfRequested();
-    return succeeded(error, "Error while copying file: %@");
+    if (!copied) host().creation.throwIfRequested();
+    return succeeded(copied, "Error while copying file: %@");
 }
 
 bool removeItemAtPath(const std::string& path) {
@@ -60,20 +60,20 @@ bool removeItemAtPath(const std::string& path) {
 
 std::vector<std::string> contentsOfDirectoryAtPath(const std::string& path) {
     auto names = files::list(path);
-    if (const Failure* failure = failureOf(names)) {
-        report("Error while listing folder contents: %@", failure->message);
+    if (!names) {
+        report("Error while listing folder contents: %@", names.error().why);
         return {};
     }
-    return std::get<std::vector<std::string>>(std::move(names));
+    return *std::move(names);
 }
 
 std::optional<std::string> destinationOfSymbolicLinkAtPath(const std::string& path) {
     auto destination = files::destinationOfLink(path);
-    if (const Failure* failure = failureOf(destination)) {
-        report("Error while retrieving symbolic link destination: %@", failure->message);
+    if (!destination) {
+        report("Error while retrieving symbolic link destination: %@", destination.error().why);
         return std::nullopt;
     }
-    return std::get<std::string>(std::move(destination));
+    return *std::move(destination);
 }
 
 bool directoryExistsAtPath(const std::string& path) {
@@ -91,9 +91,9 @@ bool fileExistsAtPath(const std::string& path) {
 
 std::uint64_t sizeOfDirectoryAtPath(const std::string& path) {
     const auto items = files::listBelow(path);
-    if (failureOf(items) != nullptr) return 0;
+    if (!items) return 0;
     std::uint64_t total = 0;
-    for (const std::string& item : std::get<std::vector<std::string>>(items)) {
+    for (const std::string& item : *items) {
         const std::string itemPath = files::join(path, item);
         if (files::kindOf(itemPath) == files::Kind::link) continue;
         total += files::size(itemPath).value_or(0);

@@ -17,13 +17,15 @@ bool isAscii(std::string_view text) {
                        [](char character) { return static_cast<unsigned char>(character) < 0x80; });
 }
 
-/// Why the bytes are no text of the encoding; nothing when they are.
-files::Error mismatch(std::string_view bytes, Encoding encoding) {
+/// Whether the bytes of that file are a text of the encoding.
+Result<> checked(std::string_view bytes, Encoding encoding, const std::string& path) {
     if (encoding == Encoding::ascii && !isAscii(bytes)) {
-        return localized("the text holds characters outside the ASCII encoding");
+        return Failure{path, localized("the text holds characters outside the ASCII encoding")};
     }
-    if (encoding == Encoding::utf8 && !isValidUtf8(bytes)) return localized("the text is not valid UTF-8");
-    return std::nullopt;
+    if (encoding == Encoding::utf8 && !isValidUtf8(bytes)) {
+        return Failure{path, localized("the text is not valid UTF-8")};
+    }
+    return {};
 }
 
 }  // namespace
@@ -31,22 +33,20 @@ files::Error mismatch(std::string_view bytes, Encoding encoding) {
 std::optional<std::string> stringWithContentsOfFile(const std::string& path, Encoding encoding) {
     if (files::kindBehind(path) == files::Kind::none) return std::nullopt;
     auto contents = files::read(path);
-    files::Error error;
-    if (const Failure* failure = failureOf(contents)) {
-        error = failure->message;
-    } else {
-        error = mismatch(std::get<std::string>(contents), encoding);
+    if (contents) {
+        if (auto isText = checked(*contents, encoding, path); !isText) contents = isText.error();
     }
-    if (!error) return std::get<std::string>(std::move(contents));
-    MVAlert::showAlertErrorMessage(localized("Error while reading file: %@", {*error}));
+    if (contents) return *std::move(contents);
+    MVAlert::showAlertErrorMessage(localized("Error while reading file: %@", {contents.error().why}));
     return std::nullopt;
 }
 
 bool writeToFile(std::string_view text, const std::string& path, Atomically atomically, Encoding encoding) {
-    files::Error error = mismatch(text, encoding);
-    if (!error) error = files::write(path, text, atomically);
-    if (error) MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {*error}));
-    return !error;
+    auto written = checked(text, encoding, path);
+    if (written) written = files::write(path, text, atomically);
+    if (!written)
+        MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {written.error().why}));
+    return written.has_value();
 }
 
 }  // namespace morvane::MVString

@@ -126,8 +126,8 @@ LocalItem NSAppsArray::generateDictionaryForWrapper(const std::string& path, Cus
 List NSAppsArray::checkForCustomEXEsInWrapper(const std::string& wrapper) {
     List launchers;
     const auto names = files::list(wrapper);
-    if (failureOf(names) != nullptr) return launchers;
-    for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+    if (!names) return launchers;
+    for (const std::string& name : *names) {
         const std::string path = files::join(wrapper, name);
         if (!MVFileManager::regularFileExistsAtPath(path + layout::customExeMark)) continue;
         launchers.push_back(generateDictionaryForWrapper(path, CustomEXE::yes));

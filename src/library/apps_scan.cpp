@@ -44,8 +44,8 @@ class Scan {
             const auto real = files::resolved(folder.empty() ? "/" : folder);
             if (!real || !walked_.insert(*real).second) continue;
             const auto names = files::list(folder.empty() ? "/" : folder);
-            if (failureOf(names) != nullptr) continue;
-            for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+            if (!names) continue;
+            for (const std::string& name : *names) {
                 if (!goOn_()) return;
                 look(folder + "/" + name, name);
             }

@@ -138,8 +138,8 @@ void NSDescriptionView::openEntry(std::int64_t id,
                     return failWith(catalogue::unreachable());
                 }
                 const auto answer = lineOf();
-                if (const Failure* failure = failureOf(answer)) return failWith(failure->message);
-                const auto& line = std::get<std::optional<CatalogueLine>>(answer);
+                if (!answer) return failWith(answer.error().message());
+                const auto& line = *answer;
                 if (!line) return failWith(localized("Port not found!"));
                 entry = NSGameData::initWithDictionary(line);
                 NSGameData::bufferEntry(id, entry);

@@ -22,7 +22,7 @@
 #include "platform/host.h"
 #include "platform/workspace.h"
 #include "wrapper/archive_tools.h"
-#include "wrapper/launch_problem.h"
+#include "wrapper/launch_check.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/processes.h"
@@ -121,9 +121,9 @@ bool copyItem(const std::string& source, const std::string& folder) {
     if (kind == files::Kind::folder && files::kindOf(source) == files::Kind::folder) {
         if (there != files::Kind::none && there != files::Kind::folder) return reportClash(name, folder);
         const auto contents = files::list(source);
-        if (const Failure* failure = failureOf(contents)) return reported(failure->message);
+        if (!contents) return reported(contents.error().message());
         std::vector<std::string> paths;
-        for (const std::string& each : std::get<std::vector<std::string>>(contents)) {
+        for (const std::string& each : *contents) {
             paths.push_back(files::join(source, each));
         }
         return NSDescriptionView::copyFiles(paths, destination);
@@ -223,8 +223,8 @@ void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string
                 MVAlert::showAlertErrorMessage(localized("The main EXE of the port is missing!"));
                 return;
             }
-            if (const auto problem = machineProblem(*path, wrapperOf(wrapper)))
-                return MVAlert::showAlertErrorMessage(problem->message);
+            if (const auto checked = checkMachine(*path, wrapperOf(wrapper)); !checked)
+                return MVAlert::showAlertErrorMessage(checked.error().message());
         }
         switches = isFlagSet(settings.plistObjectForKey("IsFnToggleEnabled"));
     }

@@ -99,8 +99,8 @@ std::optional<std::string> sourceOf(const std::string& wrapper) {
     const std::string file = wrapper + layout::backupCki;
     if (!MVFileManager::fileExistsAtPath(file)) return std::nullopt;
     const auto loaded = NSUtilities::loadArchivedObjectFromFile(file, "CKI");
-    if (failureOf(loaded) != nullptr) return std::nullopt;
-    const auto* source = std::get<Value>(loaded).as<Dictionary>()->get<std::string>("Source");
+    if (!loaded) return std::nullopt;
+    const auto* source = loaded->as<Dictionary>()->get<std::string>("Source");
     return source != nullptr ? std::optional(*source) : std::nullopt;
 }
 
@@ -207,8 +207,8 @@ void NSGameData::readDescriptionFile() {
     const auto file = descriptionFileOf(gamePath);
     if (!file) return;
     auto loaded = NSUtilities::loadArchivedObjectFromFile(*file, "CKII");
-    if (const Failure* failure = failureOf(loaded)) return MVAlert::showAlertErrorMessage(failure->message);
-    auto* dictionary = std::get<Value>(loaded).as<Dictionary>();
+    if (!loaded) return MVAlert::showAlertErrorMessage(loaded.error().message());
+    auto* dictionary = loaded->as<Dictionary>();
     if (dictionary == nullptr) {
         return MVAlert::showAlertErrorMessage(
             localized("An unknown error occured while loading the description."));
@@ -227,8 +227,8 @@ std::int64_t NSGameData::getIdentifierOfGameAtPath(const std::string& wrapper) {
     const auto file = descriptionFileOf(wrapper);
     if (!file) return unknown;
     const auto loaded = NSUtilities::loadArchivedObjectFromFile(*file, "CKII");
-    if (failureOf(loaded) != nullptr) return unknown;
-    return integerReading(std::get<Value>(loaded).as<Dictionary>()->find("ID")).value_or(unknown);
+    if (!loaded) return unknown;
+    return integerReading(loaded->as<Dictionary>()->find("ID")).value_or(unknown);
 }
 
 // ---- Description

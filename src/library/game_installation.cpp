@@ -63,9 +63,8 @@ std::optional<std::string> automaticTarget(const NSGameData& game) {
     if (name.empty()) return std::nullopt;
     const auto place = pathInside(NSDescriptionView::defaultGamesFolder(), name + ".app", Levels::one,
                                   localized("the game's name"));
-    const auto* path = std::get_if<std::string>(&place);
-    const bool isFree = path != nullptr && files::kindOf(*path) == files::Kind::none;
-    return isFree ? std::optional(*path) : std::nullopt;
+    const bool isFree = place && files::kindOf(*place) == files::Kind::none;
+    return isFree ? std::optional(*place) : std::nullopt;
 }
 
 std::optional<std::string> askForTarget(const NSGameData& game) {
@@ -120,17 +119,13 @@ bool downloadCkiFile(Download& download, const std::string& address, const std::
 }
 
 void storeDescription(const Dictionary& description, const std::string& wrapper) {
-    const auto bytes = typed_stream::archive(Value(description));
-    std::optional<std::string> error;
-    if (const Failure* failure = failureOf(bytes)) {
-        error = failure->message;
-    } else {
-        error = files::write(wrapper + layout::descriptionCkii, std::get<std::string>(bytes),
-                             files::Atomically::yes);
-    }
-    if (error) {
+    const auto archive = typed_stream::archive(Value(description));
+    const Result<> stored =
+        archive ? files::write(wrapper + layout::descriptionCkii, *archive, files::Atomically::yes)
+                : archive.error();
+    if (!stored) {
         MVAlert::showAlertErrorMessage(
-            localized("The description of %@ could not be stored: %@", {wrapper, *error}));
+            localized("The description of %@ could not be stored: %@", {wrapper, stored.error().reason()}));
     }
 }
 
@@ -168,8 +163,8 @@ std::optional<std::string> NSDescriptionView::validPortWithGameID(std::int64_t i
     }
     for (const std::string& folder : NSAppsArray::validAppsFolders()) {
         const auto names = files::list(folder);
-        if (failureOf(names) != nullptr) continue;
-        for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+        if (!names) continue;
+        for (const std::string& name : *names) {
             const std::string path = files::join(folder, name);
             if (name.ends_with(".app") && holdsIt(path)) return path;
         }
@@ -299,17 +294,18 @@ void NSDescriptionView::downloadCkiOfSourceWithName(const Game& game, const std:
 std::optional<NSDescriptionView::DownloadedCki> NSDescriptionView::pathForDownloadedCkiOfSource(
     const std::string& source) {
     auto folder = files::PrivateFolder::make(host().folders.temporary);
-    if (const Failure* failure = failureOf(folder)) {
-        MVAlert::showAlertErrorMessage(localized("Error while creating folder: %@", {failure->message}));
+    if (!folder) {
+        MVAlert::showAlertErrorMessage(
+            localized("Error while creating folder: %@", {folder.error().message()}));
         return std::nullopt;
     }
-    auto& made = std::get<files::PrivateFolder>(folder);
+    auto& made = *folder;
     auto file = pathInside(made.path(), source + ".cki", Levels::one, localized("the source's name"));
-    if (const Failure* failure = failureOf(file)) {
-        MVAlert::showAlertErrorMessage(failure->message);
+    if (!file) {
+        MVAlert::showAlertErrorMessage(file.error().message());
         return std::nullopt;
     }
-    return DownloadedCki{std::move(made), std::get<std::string>(std::move(file))};
+    return DownloadedCki{std::move(made), *std::move(file)};
 }
 
 void NSDescriptionView::downloadCkiFromSource(const Game& game, const std::string& source,

@@ -35,7 +35,7 @@ std::optional<ImageData> keptIcon(const std::string& path) {
 
 /// An icon that cannot be kept is shown all the same.
 void keep(const std::string& path, const std::string& bytes) {
-    if (files::createFolder(files::parent(path), true)) return;
+    if (!files::createFolder(files::parent(path), true)) return;
     static_cast<void>(files::write(path, bytes, files::Atomically::yes));
 }
 
@@ -52,8 +52,8 @@ std::optional<ImageData> imageFromBytes(std::string bytes) {
 std::optional<ImageData> imageFromFile(const std::string& path) {
     if (files::kindBehind(path) != files::Kind::file) return std::nullopt;
     auto bytes = files::read(path);
-    if (failureOf(bytes) != nullptr) return std::nullopt;
-    return imageFromBytes(std::get<std::string>(std::move(bytes)));
+    if (!bytes) return std::nullopt;
+    return imageFromBytes(*std::move(bytes));
 }
 
 std::string pathForID(std::int64_t id) {
@@ -86,8 +86,7 @@ std::optional<std::string> localIconPath(const std::string& item) {
     const auto name = NSUtilities::iconFileName(setting ? &*setting : nullptr);
     if (!name) return std::nullopt;
     const auto file = pathInside(item + layout::resources, *name, Levels::many, "the icon's name");
-    const auto* path = std::get_if<std::string>(&file);
-    return path != nullptr ? std::optional(*path) : std::nullopt;
+    return file ? std::optional(*file) : std::nullopt;
 }
 
 std::optional<ImageData> localIcon(const std::string& item) {

@@ -27,13 +27,12 @@ bool isInsideABundle(const std::string& path) {
 /// Where the link leads, when that is inside the wrapper, as a path below it; empty for the wrapper itself.
 std::optional<std::string> targetInside(const std::string& wrapper, const std::string& link) {
     const auto destination = files::destinationOfLink(link);
-    const auto* text = std::get_if<std::string>(&destination);
     const auto folder = files::resolved(files::parent(wrapper));
-    if (text == nullptr || !folder) return std::nullopt;
+    if (!destination || !folder) return std::nullopt;
     const std::string place = files::join(*folder, files::lastComponent(wrapper));
     // The links on the way are followed, so that ".." goes up from where they lead.
-    const auto target =
-        files::resolved(text->starts_with('/') ? *text : files::join(files::parent(link), *text));
+    const auto target = files::resolved(
+        destination->starts_with('/') ? *destination : files::join(files::parent(link), *destination));
     if (!target) return std::nullopt;
     if (*target == place) return "";
     if (!isInside(*target, place)) return std::nullopt;
@@ -133,8 +132,8 @@ std::vector<std::string> deadLinksInto(const std::string& wrapper,
     std::vector<std::string> links;
     for (const std::string& folder : folders) {
         const auto names = files::list(folder);
-        if (failureOf(names) != nullptr) continue;
-        for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+        if (!names) continue;
+        for (const std::string& name : *names) {
             const std::string path = files::join(folder, name);
             const bool isDead =
                 files::kindOf(path) == files::Kind::link && files::kindBehind(path) == files::Kind::none;
@@ -160,7 +159,7 @@ Moves moveDeadLinks(const std::string& wrapper, const std::string& newPlace,
         if (name.empty() || name.find('/') != std::string::npos) continue;
         const std::string newLink = files::join(files::parent(newPlace), name);
         const bool isFree = newLink == link || files::kindOf(newLink) == files::Kind::none;
-        if (files::kindOf(application) != files::Kind::folder || !isFree || files::remove(link)) continue;
+        if (files::kindOf(application) != files::Kind::folder || !isFree || !files::remove(link)) continue;
         WrapperCreation::createAliasToCustomEXE(application, newPlace);
         moves.emplace(link, newLink);
     }

@@ -45,7 +45,7 @@ std::optional<std::string> keepAside(const std::string& path) {
     for (int number = 2; files::kindOf(aside) != files::Kind::none; ++number) {
         aside = path + ".damaged" + std::to_string(number);
     }
-    if (files::move(path, aside)) return std::nullopt;
+    if (!files::move(path, aside)) return std::nullopt;
     return aside;
 }
 
@@ -87,11 +87,11 @@ void DefaultsStore::reload() const {
         return;
     }
     const Result<std::string> bytes = files::read(path_);
-    if (failureOf(bytes) != nullptr) {
+    if (!bytes) {
         state_ = State::unreadable;
         return;
     }
-    std::optional<Value> value = property_lists::parse(std::get<std::string>(bytes));
+    std::optional<Value> value = property_lists::parse(*bytes);
     Dictionary* const values = value ? value->as<Dictionary>() : nullptr;
     state_ = values != nullptr ? State::readable : State::damaged;
     if (values != nullptr) values_ = std::move(*values);
@@ -124,7 +124,7 @@ bool DefaultsStore::set(const std::string& key, const std::optional<Value>& valu
 bool DefaultsStore::update(const std::string& key,
                            const std::function<std::optional<Value>(const std::optional<Value>&)>& change) {
     const MutexLock guard(mutex_);
-    if (files::createFolder(files::parent(path_), true)) return false;
+    if (!files::createFolder(files::parent(path_), true)) return false;
     const StoreLock lock(path_ + ".lock");
     if (!lock.isHeld() || !makeReadable()) return false;
 
@@ -138,7 +138,7 @@ bool DefaultsStore::update(const std::string& key,
     } else {
         changed.erase(key);
     }
-    if (property_lists::write(path_, changed)) return false;
+    if (!property_lists::write(path_, changed)) return false;
     values_ = std::move(changed);
     stamp_ = stampOfFile();
     return true;

@@ -24,14 +24,11 @@ namespace {
 /// Between two questions whether to go on, a copy moves this much.
 constexpr std::int64_t copyChunk = 16 << 20;
 
-std::string describe(int number) {
-    return std::generic_category().message(number);
+Failure failureAt(const std::string& path, int number) {
+    return {.what = path, .why = std::generic_category().message(number)};
 }
-Error lastError() {
-    return describe(errno);
-}
-Failure lastFailure() {
-    return Failure{describe(errno)};
+Failure lastFailure(const std::string& path) {
+    return failureAt(path, errno);
 }
 
 /// Sets `errno` and answers false for what the system would silently cut off at the NUL.
@@ -314,26 +311,27 @@ bool renameOnly(const std::string& source, const std::string& destination) {
 }
 
 /// Copies under a passing name, so that the destination appears whole or not at all; the source goes last.
-Error moveBetweenFileSystems(const std::string& source, const std::string& destination, const GoOn& goOn) {
+Result<> moveBetweenFileSystems(const std::string& source, const std::string& destination, const GoOn& goOn) {
     const std::string passing = join(parent(destination), temporaryName());
-    Error error = copy(source, passing, goOn);
-    if (!error) {
+    Result<> done = copy(source, passing, goOn);
+    if (done) {
         const Descriptor folder(::open(parent(destination).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         // The only copy is about to go: it has to be on the disk, and late write errors have to show.
-        if (folder.valid() && ::syncfs(folder.get()) != 0) error = lastError();
-        if (!error && !renameOnly(passing, destination)) error = lastError();
+        if (folder.valid() && ::syncfs(folder.get()) != 0) done = lastFailure(source);
+        if (done && !renameOnly(passing, destination)) done = lastFailure(source);
     }
-    if (error) {
+    if (!done) {
         if (kindOf(passing) != Kind::none) static_cast<void>(remove(passing));
-        return error;
+        return done;
     }
     return remove(source);
 }
 
-Error writeInPlace(const std::string& path, std::string_view bytes) {
+Result<> writeInPlace(const std::string& path, std::string_view bytes) {
     Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-    if (!file.valid() || !writeAll(file.get(), bytes) || ::close(file.release()) != 0) return lastError();
-    return std::nullopt;
+    if (!file.valid() || !writeAll(file.get(), bytes) || ::close(file.release()) != 0)
+        return lastFailure(path);
+    return {};
 }
 
 bool fillAndReplace(int folder, const std::string& passing, const std::string& name, std::string_view bytes) {
@@ -355,12 +353,13 @@ bool fillAndReplace(int folder, const std::string& passing, const std::string& n
     return done;
 }
 
-Error writeAtomically(const std::string& path, std::string_view bytes) {
+Result<> writeAtomically(const std::string& path, std::string_view bytes) {
     const std::string name = lastComponent(path);
     const Descriptor folder(::open(parent(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.valid() || !fillAndReplace(folder.get(), temporaryName(), name, bytes)) return lastError();
+    if (!folder.valid() || !fillAndReplace(folder.get(), temporaryName(), name, bytes))
+        return lastFailure(path);
     ::fsync(folder.get());  // the file is in place already; a file system that cannot do this loses nothing
-    return std::nullopt;
+    return {};
 }
 
 bool listInto(int folder, const std::string& prefix, std::vector<std::string>& paths) {
@@ -396,18 +395,18 @@ bool isWritable(const std::string& path) {
     return usable(path) && ::access(path.c_str(), W_OK) == 0;
 }
 
-Error createSymbolicLink(const std::string& path, const std::string& destination) {
-    if (!usable(path) || !usable(destination)) return lastError();
-    if (::symlink(destination.c_str(), path.c_str()) != 0) return lastError();
-    return std::nullopt;
+Result<> createSymbolicLink(const std::string& path, const std::string& destination) {
+    if (!usable(path) || !usable(destination)) return lastFailure(path);
+    if (::symlink(destination.c_str(), path.c_str()) != 0) return lastFailure(path);
+    return {};
 }
 
 Result<std::string> destinationOfLink(const std::string& path) {
     std::string destination(256, '\0');
     for (;;) {
-        if (!usable(path)) return lastFailure();
+        if (!usable(path)) return lastFailure(path);
         const ssize_t length = ::readlink(path.c_str(), destination.data(), destination.size());
-        if (length < 0) return lastFailure();
+        if (length < 0) return lastFailure(path);
         if (static_cast<std::size_t>(length) < destination.size()) {
             destination.resize(static_cast<std::size_t>(length));
             return destination;
@@ -416,71 +415,70 @@ Result<std::string> destinationOfLink(const std::string& path) {
     }
 }
 
-Error createFolder(const std::string& path, bool withParents) {
-    if (!usable(path)) return lastError();
-    if (::mkdir(path.c_str(), 0777) == 0) return std::nullopt;
-    if (!withParents) return lastError();
+Result<> createFolder(const std::string& path, bool withParents) {
+    if (!usable(path)) return lastFailure(path);
+    if (::mkdir(path.c_str(), 0777) == 0) return {};
+    if (!withParents) return lastFailure(path);
     if (errno == EEXIST) {
-        if (kindBehind(path) == Kind::folder) return std::nullopt;
-        return describe(EEXIST);
+        if (kindBehind(path) == Kind::folder) return {};
+        return failureAt(path, EEXIST);
     }
     const std::string above = parent(path);
-    if (errno != ENOENT || above.empty() || above == path) return lastError();
-    if (Error error = createFolder(above, true)) return error;
-    if (::mkdir(path.c_str(), 0777) == 0) return std::nullopt;
+    if (errno != ENOENT || above.empty() || above == path) return lastFailure(path);
+    if (auto made = createFolder(above, true); !made) return made;
+    if (::mkdir(path.c_str(), 0777) == 0) return {};
     const int number = errno;
-    if (number == EEXIST && kindBehind(path) == Kind::folder)
-        return std::nullopt;  // somebody else was faster
-    return describe(number);
+    if (number == EEXIST && kindBehind(path) == Kind::folder) return {};  // somebody else was faster
+    return failureAt(path, number);
 }
 
-Error move(const std::string& source, const std::string& destination, const std::function<bool()>& goOn) {
-    if (!usable(source) || !usable(destination)) return lastError();
+Result<> move(const std::string& source, const std::string& destination, const std::function<bool()>& goOn) {
+    if (!usable(source) || !usable(destination)) return lastFailure(source);
     const std::string from(withoutFinalSlashes(source));
     const std::string to(withoutFinalSlashes(destination));
-    if (renameOnly(from, to)) return std::nullopt;
-    if (errno != EXDEV) return lastError();
-    if (kindOf(to) != Kind::none) return describe(EEXIST);
+    if (renameOnly(from, to)) return {};
+    if (errno != EXDEV) return lastFailure(source);
+    if (kindOf(to) != Kind::none) return failureAt(source, EEXIST);
     return moveBetweenFileSystems(from, to, goOn);
 }
 
-Error copy(const std::string& source, const std::string& destination, const std::function<bool()>& goOn) {
-    if (!usable(source) || !usable(destination)) return lastError();
+Result<> copy(const std::string& source, const std::string& destination, const std::function<bool()>& goOn) {
+    if (!usable(source) || !usable(destination)) return lastFailure(source);
     const std::string from(withoutFinalSlashes(source));
     const std::string to(withoutFinalSlashes(destination));
     // A folder copied into itself would never end.
-    if (kindOf(from) == Kind::folder && liesInside(to, from)) return describe(EINVAL);
-    if (!copyEntry(AT_FDCWD, from, AT_FDCWD, to, goOn)) return lastError();
-    return std::nullopt;
+    if (kindOf(from) == Kind::folder && liesInside(to, from)) return failureAt(source, EINVAL);
+    if (!copyEntry(AT_FDCWD, from, AT_FDCWD, to, goOn)) return lastFailure(source);
+    return {};
 }
 
-Error remove(const std::string& path) {
-    if (!usable(path)) return lastError();
+Result<> remove(const std::string& path) {
+    if (!usable(path)) return lastFailure(path);
     const std::string name = lastComponent(path);
-    if (name.empty() || name == "." || name == "..") return describe(EBUSY);
+    if (name.empty() || name == "." || name == "..") return failureAt(path, EBUSY);
     const std::string above = parent(path);
     const Descriptor folder(::open(above.empty() ? "." : above.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.valid()) return lastError();
-    if (::unlinkat(folder.get(), name.c_str(), 0) == 0) return std::nullopt;
-    if (errno != EISDIR) return lastError();
-    if (!removeTree(folder.get(), name)) return lastError();
-    return std::nullopt;
+    if (!folder.valid()) return lastFailure(path);
+    if (::unlinkat(folder.get(), name.c_str(), 0) == 0) return {};
+    if (errno != EISDIR) return lastFailure(path);
+    if (!removeTree(folder.get(), name)) return lastFailure(path);
+    return {};
 }
 
 Result<std::vector<std::string>> list(const std::string& folder) {
-    if (!usable(folder)) return lastFailure();
+    if (!usable(folder)) return lastFailure(folder);
     const Descriptor open(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!open.valid()) return lastFailure();
+    if (!open.valid()) return lastFailure(folder);
     auto names = entriesOf(open.get());
-    if (!names) return lastFailure();
+    if (!names) return lastFailure(folder);
     return std::move(*names);
 }
 
 Result<std::vector<std::string>> listBelow(const std::string& folder) {
-    if (!usable(folder)) return lastFailure();
+    if (!usable(folder)) return lastFailure(folder);
     const Descriptor open(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     std::vector<std::string> paths;
-    if (!open.valid() || !listInto(open.get(), "", paths)) return lastFailure();
+    if (!open.valid() || !listInto(open.get(), "", paths)) return lastFailure(folder);
     return paths;
 }
 
@@ -496,20 +494,20 @@ std::optional<std::uint64_t> freeSpace(const std::string& path) {
     return static_cast<std::uint64_t>(status.f_bavail) * status.f_frsize;
 }
 
-Error setPermissions(const std::string& path, unsigned mode) {
-    if (!usable(path) || ::chmod(path.c_str(), mode & 07777u) != 0) return lastError();
-    return std::nullopt;
+Result<> setPermissions(const std::string& path, unsigned mode) {
+    if (!usable(path) || ::chmod(path.c_str(), mode & 07777u) != 0) return lastFailure(path);
+    return {};
 }
 
 Result<std::string> read(const std::string& path) {
-    if (!usable(path)) return lastFailure();
+    if (!usable(path)) return lastFailure(path);
     // Without waiting for somebody at the other end of a pipe.
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
-    if (!file.valid() || ::fstat(file.get(), &status) != 0) return lastFailure();
-    if (S_ISDIR(status.st_mode)) return Failure{describe(EISDIR)};
-    if (!S_ISREG(status.st_mode)) return Failure{"It is no file with contents of its own."};
-    if (static_cast<std::uint64_t>(status.st_size) > longestRead) return Failure{describe(EFBIG)};
+    if (!file.valid() || ::fstat(file.get(), &status) != 0) return lastFailure(path);
+    if (S_ISDIR(status.st_mode)) return failureAt(path, EISDIR);
+    if (!S_ISREG(status.st_mode)) return Failure{path, "It is no file with contents of its own."};
+    if (static_cast<std::uint64_t>(status.st_size) > longestRead) return failureAt(path, EFBIG);
     std::string bytes;
     std::size_t filled = 0;
     // One byte more than the size, so that the end is seen without growing; /proc's files have the size 0.
@@ -517,18 +515,18 @@ Result<std::string> read(const std::string& path) {
     for (;;) {
         const ssize_t count = ::read(file.get(), bytes.data() + filled, bytes.size() - filled);
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return lastFailure();
+        if (count < 0) return lastFailure(path);
         if (count == 0) break;
         filled += static_cast<std::size_t>(count);
-        if (filled > longestRead) return Failure{describe(EFBIG)};
+        if (filled > longestRead) return failureAt(path, EFBIG);
         if (filled == bytes.size()) bytes.resize(bytes.size() * 2 + 4096);
     }
     bytes.resize(filled);
     return bytes;
 }
 
-Error write(const std::string& path, std::string_view bytes, Atomically atomically) {
-    if (!usable(path)) return lastError();
+Result<> write(const std::string& path, std::string_view bytes, Atomically atomically) {
+    if (!usable(path)) return lastFailure(path);
     return atomically == Atomically::yes ? writeAtomically(path, bytes) : writeInPlace(path, bytes);
 }
 
@@ -562,8 +560,8 @@ std::optional<std::string> resolved(const std::string& path) {
             continue;
         }
         const auto destination = destinationOfLink(next);
-        if (failureOf(destination) != nullptr || ++links > mostLinks) return std::nullopt;
-        const auto& text = std::get<std::string>(destination);
+        if (!destination || ++links > mostLinks) return std::nullopt;
+        const auto& text = *destination;
         if (text.starts_with('/')) real.clear();
         putInFront(text);
     }
@@ -572,7 +570,7 @@ std::optional<std::string> resolved(const std::string& path) {
 
 Result<std::string> createTemporaryFolder(const std::string& parentFolder, const std::string& prefix) {
     std::string path = join(parentFolder, prefix + "XXXXXX");
-    if (!usable(path) || ::mkdtemp(path.data()) == nullptr) return lastFailure();
+    if (!usable(path) || ::mkdtemp(path.data()) == nullptr) return lastFailure(parentFolder);
     return path;
 }
 

@@ -1,5 +1,6 @@
-// platform/files.h: file-system actions that report the system's own description of an error. Any thread.
+// platform/files.h: file-system actions. Any thread.
 //
+// A failure names the path that was given; why is the system's own description ("No such file or directory").
 // Paths are absolute texts, used as they are. A path that holds a NUL is refused as invalid.
 #pragma once
 
@@ -14,9 +15,6 @@
 
 namespace morvane::files {
 
-/// The system's description of an error ("No such file or directory"), or nothing on success.
-using Error = std::optional<std::string>;
-
 enum class Kind { none, file, folder, link, other };
 /// What lies at the path itself (a link is a link).
 [[nodiscard]] Kind kindOf(const std::string& path);
@@ -26,22 +24,22 @@ enum class Kind { none, file, folder, link, other };
 [[nodiscard]] bool isExecutable(const std::string& path);
 [[nodiscard]] bool isWritable(const std::string& path);
 
-[[nodiscard]] Error createSymbolicLink(const std::string& path, const std::string& destination);
+[[nodiscard]] Result<> createSymbolicLink(const std::string& path, const std::string& destination);
 [[nodiscard]] Result<std::string> destinationOfLink(const std::string& path);
 /// With parents: an existing folder is a success; without: an error.
-[[nodiscard]] Error createFolder(const std::string& path, bool withParents);
+[[nodiscard]] Result<> createFolder(const std::string& path, bool withParents);
 /// A rename, or a copy followed by a removal between file systems; the destination must not exist. The source
 /// stays whole until the destination is; a failed copy leaves nothing behind. `goOn` as for `copy`.
-[[nodiscard]] Error move(const std::string& source, const std::string& destination,
-                         const std::function<bool()>& goOn = {});
+[[nodiscard]] Result<> move(const std::string& source, const std::string& destination,
+                            const std::function<bool()>& goOn = {});
 /// Copies a file, a link (as a link) or a folder whole, with permissions and times; the destination must not
 /// exist, and not lie inside the source. Shares storage where the file system can. `goOn` is asked between
 /// entries and within large files; false ends with an error. After an error, what was copied so far stays.
-[[nodiscard]] Error copy(const std::string& source, const std::string& destination,
-                         const std::function<bool()>& goOn = {});
+[[nodiscard]] Result<> copy(const std::string& source, const std::string& destination,
+                            const std::function<bool()>& goOn = {});
 /// Removes a file, a link (never what it points at) or a folder with everything inside, read-only folders
 /// included. Stops at the first thing that cannot be removed; what is mounted inside is never entered.
-[[nodiscard]] Error remove(const std::string& path);
+[[nodiscard]] Result<> remove(const std::string& path);
 /// The names of the entries, hidden ones included, sorted by character code so that results do not depend on
 /// the file system.
 [[nodiscard]] Result<std::vector<std::string>> list(const std::string& folder);
@@ -52,7 +50,7 @@ enum class Kind { none, file, folder, link, other };
 [[nodiscard]] std::optional<std::uint64_t> size(const std::string& path);
 /// Bytes free for this user on the file system that holds the path.
 [[nodiscard]] std::optional<std::uint64_t> freeSpace(const std::string& path);
-[[nodiscard]] Error setPermissions(const std::string& path, unsigned mode);
+[[nodiscard]] Result<> setPermissions(const std::string& path, unsigned mode);
 
 inline constexpr std::uint64_t longestRead = std::uint64_t{1} << 30;  ///< bytes of a file that is read whole
 /// The whole file, byte by byte. A failure at once for pipes, devices and whatever else might never end, and
@@ -61,7 +59,7 @@ inline constexpr std::uint64_t longestRead = std::uint64_t{1} << 30;  ///< bytes
 enum class Atomically { no, yes };
 /// Creates or replaces the file. Atomically: written beside it, flushed, and renamed into place, with the old
 /// file's permissions kept; a link at the path is replaced by the file.
-[[nodiscard]] Error write(const std::string& path, std::string_view bytes, Atomically atomically);
+[[nodiscard]] Result<> write(const std::string& path, std::string_view bytes, Atomically atomically);
 
 /// The path with every link and ".." resolved, as far as it exists; nothing when a link cannot be read.
 [[nodiscard]] std::optional<std::string> resolved(const std::string& path);

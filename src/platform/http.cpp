@@ -346,9 +346,9 @@ struct Transfer::State {
             });
         };
         events.data = [&self](std::string_view bytes) {
-            auto refusal = self->handlers.body ? self->handlers.body(bytes, self->announced) : std::nullopt;
-            if (refusal) {
-                self->refusal = std::move(*refusal);
+            const auto taken = self->handlers.body ? self->handlers.body(bytes, self->announced) : Result<>();
+            if (!taken) {
+                self->refusal = taken.error().why;
                 return false;
             }
             self->tellData(self, bytes.size());

@@ -10,6 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/result.h"
+
 namespace morvane {
 
 class Cancellation;
@@ -51,11 +53,9 @@ namespace http {
 /// Where the body goes, and the events of a transfer. Exactly one of `failed` and `ended` comes, last. All but
 /// `body` are called on the main thread.
 struct TransferHandlers {
-    /// On the transfer's own thread, piece by piece; the network waits meanwhile. A description of what went
-    /// wrong ends the transfer, as failed. Not called any more once the transfer is destroyed.
-    std::function<std::optional<std::string>(std::string_view bytes,
-                                             std::optional<std::uint64_t> announcedLength)>
-        body;
+    /// On the transfer's own thread, piece by piece; the network waits meanwhile. A failure ends the
+    /// transfer, as failed, with why. Not called any more once the transfer is destroyed.
+    std::function<Result<>(std::string_view bytes, std::optional<std::uint64_t> announcedLength)> body;
     std::function<void(std::optional<std::uint64_t> announcedLength)> response;
     /// So many bytes more have gone to `body`.
     std::function<void(std::uint64_t bytes)> data;

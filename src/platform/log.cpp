@@ -76,7 +76,7 @@ void Log::write(Level level, std::string_view text) {
 void Log::append(const std::string& line) {
     Descriptor file = opened(path_);
     if (!file.valid()) {
-        if (files::createFolder(files::parent(path_), true)) return;
+        if (!files::createFolder(files::parent(path_), true)) return;
         file = opened(path_);
         if (!file.valid()) return;
     }

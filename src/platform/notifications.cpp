@@ -51,7 +51,7 @@ std::string fileOf(const std::optional<ImageData>& image) {
     if (!picture) return "";
     const std::string path = folder + "/morvane-notification.png";
     const std::string png = pictures::encodePng(pictures::scaledToWidth(*picture, edge));
-    return files::write(path, png, files::Atomically::yes) ? "" : path;
+    return files::write(path, png, files::Atomically::yes) ? path : "";
 }
 
 std::vector<std::string> argumentsFor(const Notification& notification, bool withAction) {

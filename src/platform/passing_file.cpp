@@ -65,8 +65,11 @@ struct PassingFile::State {
     std::uint64_t size = 0;
     std::uint64_t floor = 0;     ///< so much is to stay free
     std::uint64_t nextLook = 0;  ///< the size at which the free space is looked at
-    Error error;
+    Result<> soFar;
 
+    [[nodiscard]] Failure failure(int number) const {
+        return {.what = place, .why = std::generic_category().message(number)};
+    }
     /// These give false with `errno` set.
     [[nodiscard]] bool begin(std::optional<std::uint64_t> wholeLength);
     [[nodiscard]] bool create(const std::string& prefix, mode_t mode);
@@ -83,8 +86,8 @@ bool PassingFile::State::begin(std::optional<std::uint64_t> wholeLength) {
     if (!folder.valid()) return false;
     const std::string prefix = prefixFor(lastComponent(place));
     const auto names = list(parent(place));
-    if (failureOf(names) == nullptr) {
-        for (const std::string& entry : std::get<std::vector<std::string>>(names)) {
+    if (names) {
+        for (const std::string& entry : *names) {
             const bool isOne = entry.size() == prefix.size() + digits && entry.starts_with(prefix);
             if (isOne && isLeftover(folder.get(), entry)) ::unlinkat(folder.get(), entry.c_str(), 0);
         }
@@ -146,37 +149,37 @@ PassingFile::~PassingFile() = default;
 PassingFile::PassingFile(PassingFile&&) noexcept = default;
 PassingFile& PassingFile::operator=(PassingFile&&) noexcept = default;
 
-Error PassingFile::append(std::string_view bytes, std::optional<std::uint64_t> wholeLength) {
+Result<> PassingFile::append(std::string_view bytes, std::optional<std::uint64_t> wholeLength) {
     State& state = *state_;
-    if (state.error) return state.error;
+    if (!state.soFar) return state.soFar;
     if ((!state.file.valid() && !state.begin(wholeLength)) || !state.hasRoom() ||
         !writeAll(state.file.get(), bytes)) {
-        state.error = std::generic_category().message(errno);
-        return state.error;
+        state.soFar = state.failure(errno);
+        return state.soFar;
     }
     state.size += bytes.size();
-    return std::nullopt;
+    return {};
 }
 
-const Error& PassingFile::error() const {
-    return state_->error;
+const Result<>& PassingFile::soFar() const {
+    return state_->soFar;
 }
 
 std::uint64_t PassingFile::size() const {
     return state_->size;
 }
 
-Error PassingFile::putInPlace() {
+Result<> PassingFile::putInPlace() {
     State& state = *state_;
-    if (state.error) return state.error;
-    if (!state.file.valid()) return std::generic_category().message(ENOENT);
+    if (!state.soFar) return state.soFar;
+    if (!state.file.valid()) return state.failure(ENOENT);
     if (!state.finish()) {
-        state.error = std::generic_category().message(errno);
-        return state.error;
+        state.soFar = state.failure(errno);
+        return state.soFar;
     }
     state.name.clear();
     ::fsync(state.folder.get());  // in place already; a file system that cannot do this loses nothing
-    return std::nullopt;
+    return {};
 }
 
 }  // namespace morvane::files

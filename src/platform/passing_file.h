@@ -26,15 +26,15 @@ class PassingFile {
     PassingFile& operator=(PassingFile&&) noexcept;
 
     /// Adds the bytes. `wholeLength` is what the file is going to have in the end, where that is known: more
-    /// than is free is refused before anything is written. After an error nothing more is added.
-    [[nodiscard]] Error append(std::string_view bytes, std::optional<std::uint64_t> wholeLength);
-    /// The first error of `append`.
-    [[nodiscard]] const Error& error() const;
+    /// than is free is refused before anything is written. After a failure nothing more is added.
+    [[nodiscard]] Result<> append(std::string_view bytes, std::optional<std::uint64_t> wholeLength);
+    /// The first failure of `append`.
+    [[nodiscard]] const Result<>& soFar() const;
     [[nodiscard]] std::uint64_t size() const;
 
     /// Flushes the file and renames it into place; what lies there is replaced, a file's permissions are kept.
     /// To be called once, after bytes were added.
-    [[nodiscard]] Error putInPlace();
+    [[nodiscard]] Result<> putInPlace();
 
   private:
     struct State;

@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::string_view passing = "morvane-passing-", kept = "morvane-kept-";
 
-Failure failureAt(const std::string& path, const std::string& description) {
-    return Failure{path + ": " + description};
+Failure lastFailure(const std::string& path) {
+    return {.what = path, .why = std::generic_category().message(errno)};
 }
 
 /// Opens the folder itself, never through a link, when it is this user's own.
@@ -30,12 +30,12 @@ Descriptor openOwn(const std::string& path) {
     return {};
 }
 
-Error makePrivate(const std::string& path) {
-    if (Error error = createFolder(parent(path), true)) return error;
-    if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) return std::generic_category().message(errno);
+Result<> makePrivate(const std::string& path) {
+    if (const auto made = createFolder(parent(path), true); !made) return Failure{path, made.error().why};
+    if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) return lastFailure(path);
     const Descriptor folder = openOwn(path);
-    if (!folder.valid() || ::fchmod(folder.get(), 0700) != 0) return std::generic_category().message(errno);
-    return std::nullopt;
+    if (!folder.valid() || ::fchmod(folder.get(), 0700) != 0) return lastFailure(path);
+    return {};
 }
 
 }  // namespace
@@ -58,15 +58,15 @@ PrivateFolder& PrivateFolder::operator=(PrivateFolder&&) noexcept = default;
 PrivateFolder::~PrivateFolder() = default;
 
 Result<PrivateFolder> PrivateFolder::make(const std::string& folder) {
-    if (const Error error = makePrivate(folder)) return failureAt(folder, *error);
+    if (const auto made = makePrivate(folder); !made) return made.error();
     return makeInShared(folder);
 }
 
 Result<PrivateFolder> PrivateFolder::makeInShared(const std::string& folder) {
     for (;;) {
         auto made = createTemporaryFolder(folder, std::string(passing));
-        if (const Failure* failure = failureOf(made)) return failureAt(folder, failure->message);
-        auto path = std::get<std::string>(std::move(made));
+        if (!made) return Failure{folder, made.error().why};
+        auto path = *std::move(made);
         Descriptor lock = openOwn(path);
         struct stat status {};
         // Without the lock it looked like a leftover, which somebody may have removed. On a file system without
@@ -85,15 +85,15 @@ const std::string& PrivateFolder::path() const {
 Result<std::string> PrivateFolder::keep() {
     const std::string name = lastComponent(state_->path);
     const std::string place = join(parent(state_->path), std::string(kept) + name.substr(passing.size()));
-    if (const Error error = move(state_->path, place)) return failureAt(place, *error);
+    if (const auto moved = move(state_->path, place); !moved) return Failure{place, moved.error().why};
     state_->path.clear();
     return place;
 }
 
 void PrivateFolder::removeLeftovers(const std::string& folder) {
     const auto names = list(folder);
-    if (failureOf(names) != nullptr) return;
-    for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+    if (!names) return;
+    for (const std::string& name : *names) {
         if (!name.starts_with(passing)) continue;
         const std::string path = join(folder, name);
         const Descriptor lock = openOwn(path);

@@ -336,10 +336,9 @@ void stopChildren(std::chrono::milliseconds limit) {
         if (name.find_first_not_of("0123456789") != std::string::npos) continue;
         // "<number> (<name>) <state> <parent> ...": the name may hold anything.
         const auto state = files::read(entry.path().string() + "/stat");
-        const auto* text = std::get_if<std::string>(&state);
-        const std::size_t end = text != nullptr ? text->rfind(')') : std::string::npos;
-        if (end == std::string::npos || end + 4 > text->size()) continue;
-        if (std::atoi(text->c_str() + end + 4) == ::getpid()) children.push_back(std::stoi(name));
+        const std::size_t end = state ? state->rfind(')') : std::string::npos;
+        if (end == std::string::npos || end + 4 > state->size()) continue;
+        if (std::atoi(state->c_str() + end + 4) == ::getpid()) children.push_back(std::stoi(name));
     }
     // Each leads a group of its own; a group that is gone gets nothing.
     for (const int child : children) ::kill(-child, SIGTERM);

@@ -520,8 +520,7 @@ std::optional<Value> parse(std::string_view bytes) {
 
 std::optional<Value> read(const std::string& path) {
     const Result<std::string> bytes = files::read(path);
-    const auto* text = std::get_if<std::string>(&bytes);
-    return text != nullptr ? parse(*text) : std::nullopt;
+    return bytes ? parse(*bytes) : std::nullopt;
 }
 
 std::string xml(const Value& value) {
@@ -530,7 +529,7 @@ std::string xml(const Value& value) {
     return std::move(writer.xml) + "</plist>\n";
 }
 
-files::Error write(const std::string& path, const Value& value) {
+Result<> write(const std::string& path, const Value& value) {
     return files::write(path, xml(value), files::Atomically::yes);
 }
 

@@ -18,6 +18,6 @@ namespace morvane::property_lists {
 /// As XML. Null values, pictures and styled texts cannot stand in a property list and are left out.
 [[nodiscard]] std::string xml(const Value& value);
 /// Writes it as XML, atomically.
-[[nodiscard]] files::Error write(const std::string& path, const Value& value);
+[[nodiscard]] Result<> write(const std::string& path, const Value& value);
 
 }  // namespace morvane::property_lists

@@ -56,7 +56,7 @@ bool isRemovableDevice(const std::string& device) {
     const std::string folder = "/sys/dev/block/" + device;
     for (const char* mark : {"/removable", "/../removable"}) {
         const auto text = files::read(folder + mark);
-        if (failureOf(text) == nullptr) return std::get<std::string>(text).starts_with('1');
+        if (text) return text->starts_with('1');
     }
     return false;
 }
@@ -64,8 +64,7 @@ bool isRemovableDevice(const std::string& device) {
 bool isStartUpDisk(const std::string& volume) {
     if (files::kindOf(volume) != files::Kind::link) return false;
     const auto destination = files::destinationOfLink(volume);
-    const auto* text = std::get_if<std::string>(&destination);
-    return text != nullptr && *text == "/";
+    return destination && *destination == "/";
 }
 
 /// Volumes in the order in which they are added, without doubles.
@@ -78,9 +77,8 @@ class Found {
     }
     void addEntriesOf(const std::string& folder) {
         const auto names = files::list(folder);
-        if (failureOf(names) != nullptr) return;
-        for (const std::string& name : std::get<std::vector<std::string>>(names))
-            add(files::join(folder, name));
+        if (!names) return;
+        for (const std::string& name : *names) add(files::join(folder, name));
     }
     /// A folder of volumes is none itself.
     void leaveOut(const std::string& folder) { known_.insert(files::resolved(folder).value_or(folder)); }
@@ -102,8 +100,8 @@ std::vector<std::string> mounted(const Folders& folders) {
     for (const std::string& folder : parents()) found.leaveOut(folder);
     for (const std::string& folder : parents()) found.addEntriesOf(folder);
     const auto table = files::read("/proc/self/mountinfo");
-    if (failureOf(table) != nullptr) return std::move(found.paths);
-    for (const std::string& path : mediaIn(std::get<std::string>(table), isRemovableDevice)) found.add(path);
+    if (!table) return std::move(found.paths);
+    for (const std::string& path : mediaIn(*table, isRemovableDevice)) found.add(path);
     return std::move(found.paths);
 }
 

@@ -21,13 +21,11 @@ void startProgram(const std::string& name, const std::vector<std::string>& argum
 
 bool runsBelow(const std::string& process, const std::string& folder) {
     const auto program = files::destinationOfLink(process + "/exe");
-    const auto* path = std::get_if<std::string>(&program);
-    if (path != nullptr && path->starts_with(folder + "/")) return true;
+    if (program && program->starts_with(folder + "/")) return true;
     const auto environment = files::read(process + "/environ");
-    const auto* variables = std::get_if<std::string>(&environment);
-    if (variables == nullptr) return false;
+    if (!environment) return false;
     const std::string wanted = "WINEPREFIX=" + folder + "/";
-    return variables->starts_with(wanted) || variables->find('\0' + wanted) != std::string::npos;
+    return environment->starts_with(wanted) || environment->find('\0' + wanted) != std::string::npos;
 }
 
 }  // namespace
@@ -68,9 +66,8 @@ void bringToFront(const std::string& pathPrefix) {
     const auto xdotool = processes::search("xdotool", host().searchPath);
     if (xdotool.empty() || environmentVariable("DISPLAY").empty()) return;
     const auto entries = files::list("/proc");
-    const auto* names = std::get_if<std::vector<std::string>>(&entries);
-    if (names == nullptr) return;
-    for (const std::string& name : *names) {
+    if (!entries) return;
+    for (const std::string& name : *entries) {
         if (std::isdigit(static_cast<unsigned char>(name.front())) == 0 ||
             !runsBelow("/proc/" + name, pathPrefix)) {
             continue;

@@ -101,7 +101,7 @@ class Reader {
         while (good() && at_ < archive_.size()) readGroup(0);
         graph_.groups = finished(0);
         if (good() && graph_.groups.count == 0) fail("there is no root");
-        if (failure_) return *failure_;
+        if (!soFar_) return soFar_.error();
         return std::move(graph_);
     }
 
@@ -116,12 +116,12 @@ class Reader {
         std::size_t index;
     };
 
-    bool good() const { return !failure_; }
+    bool good() const { return soFar_.has_value(); }
     std::size_t left() const { return archive_.size() - at_; }
 
     void fail(std::string_view what) {
-        if (failure_) return;
-        failure_ = Failure{
+        if (!soFar_) return;
+        soFar_ = Failure{
             localized("The archive is damaged at byte %@: %@.", {std::to_string(at_), localized(what)})};
         at_ = archive_.size();
     }
@@ -416,7 +416,7 @@ class Reader {
 
     const std::string_view archive_;
     std::size_t at_ = 0;
-    std::optional<Failure> failure_;
+    Result<> soFar_;
     std::size_t itemCount_ = 0;
     std::deque<SharedString> strings_;  // entries stay where they are while nested values add more
     std::vector<Slot> slots_;

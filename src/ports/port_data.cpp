@@ -104,11 +104,9 @@ std::string wrapperName(const std::string& wrapper) {
 
 std::optional<ImageData> blankPortIcon() {
     auto bytes = files::read(files::join(host().folders.resources, "create_wrapper.png"));
-    auto* picture = std::get_if<std::string>(&bytes);
-    const auto size = picture != nullptr ? pictures::sizeOf(*picture) : std::nullopt;
+    const auto size = bytes ? pictures::sizeOf(*bytes) : std::nullopt;
     if (!size) return std::nullopt;
-    return ImageData{std::move(*picture), static_cast<double>(size->width),
-                     static_cast<double>(size->height)};
+    return ImageData{std::move(*bytes), static_cast<double>(size->width), static_cast<double>(size->height)};
 }
 
 /// What the blank port's main program is: the client that will be installed, or not known yet.
@@ -123,8 +121,8 @@ std::string blankPortProgram(unsigned drms) {
 
 Result<NSPortData> NSPortData::initWithCkiAtPath(const std::string& path) {
     auto loaded = NSUtilities::loadArchivedObjectFromFile(path, "CKI");
-    if (const Failure* failure = failureOf(loaded)) return *failure;
-    return initWithDictionary(*std::get<Value>(loaded).as<Dictionary>(), path);
+    if (!loaded) return loaded.error();
+    return initWithDictionary(*loaded->as<Dictionary>(), path);
 }
 
 NSPortData NSPortData::initWithDictionary(const Dictionary& cki, const std::optional<std::string>& path) {
@@ -301,14 +299,13 @@ Result<Value> loadArchivedObjectFromFile(const std::string& path, const std::str
         return Failure{localized("There is no %@ file at %@!", {type, path})};
     }
     const auto contents = files::read(path);
-    const auto* bytes = std::get_if<std::string>(&contents);
     // A catalogue without such a port answers with a page, or with nothing.
-    if (bytes != nullptr &&
-        (bytes->empty() || (bytes->starts_with("<html>") && MVString::isValidUtf8(*bytes)))) {
+    if (contents &&
+        (contents->empty() || (contents->starts_with("<html>") && MVString::isValidUtf8(*contents)))) {
         return Failure{localized(
             "That %@ file isn't available in the database. Inform us through the Contact Us tab.", {type})};
     }
-    auto root = bytes != nullptr ? safeUnarchiveObjectWithData(*bytes) : std::nullopt;
+    auto root = contents ? safeUnarchiveObjectWithData(*contents) : std::nullopt;
     if (!root || root->as<Dictionary>() == nullptr) {
         return Failure{localized("That %@ file is corrupted or the format is invalid!", {type})};
     }
@@ -317,7 +314,7 @@ Result<Value> loadArchivedObjectFromFile(const std::string& path, const std::str
 
 std::optional<Value> safeUnarchiveObjectWithData(std::string_view bytes) {
     auto root = typed_stream::unarchive(bytes);
-    if (auto* value = std::get_if<Value>(&root)) return std::move(*value);
+    if (root) return std::move(*root);
     return std::nullopt;
 }
 

@@ -133,11 +133,11 @@ bool fits(const Value& value, Kind kind) {
 
 Result<Value> pictureAt(const std::string& path, std::string_view key) {
     auto contents = files::read(path);
-    if (const Failure* failure = failureOf(contents)) {
+    if (!contents) {
         return Failure{
-            localized("The picture of the key \"%@\" cannot be read: %@", {key, failure->message})};
+            localized("The picture of the key \"%@\" cannot be read: %@", {key, contents.error().why})};
     }
-    auto& bytes = std::get<std::string>(contents);
+    auto& bytes = *contents;
     const auto picture = pictures::decode(bytes);
     if (!picture)
         return Failure{localized("The picture of the key \"%@\" cannot be decoded: %@", {key, path})};
@@ -163,8 +163,8 @@ Result<Value> checkedValue(const Value& value, const Key& key, const std::string
     for (const Value& entry : *value.as<Array>()) {
         auto result = checked(*entry.as<Dictionary>(), key.entryKeys, folder,
                               name + " " + std::to_string(entries.size() + 1) + ": ");
-        if (const Failure* failure = failureOf(result)) return *failure;
-        entries.push_back(std::move(std::get<Dictionary>(result)));
+        if (!result) return result.error();
+        entries.push_back(std::move(*result));
     }
     return Value(std::move(entries));
 }
@@ -176,8 +176,8 @@ Result<Dictionary> checked(const Dictionary& dictionary, std::span<const Key> ke
         const auto key = std::ranges::find(keys, std::string_view(name), &Key::name);
         if (key == keys.end()) return Failure{localized("The key \"%@\" is unknown.", {where + name})};
         auto element = checkedValue(value, *key, folder, where + name);
-        if (const Failure* failure = failureOf(element)) return *failure;
-        result.set(name, std::move(std::get<Value>(element)));
+        if (!element) return element.error();
+        result.set(name, std::move(*element));
     }
     return result;
 }
@@ -335,8 +335,8 @@ Result<Dictionary> read(const std::string& path) {
 Result<std::string> shown(const std::string& path) {
     const bool isDescription = MVString::lowercased(files::extension(path)) == "ckii";
     auto loaded = NSUtilities::loadArchivedObjectFromFile(path, isDescription ? "CKII" : "CKI");
-    if (const Failure* failure = failureOf(loaded)) return *failure;
-    const Dictionary& dictionary = *std::get<Value>(loaded).as<Dictionary>();
+    if (!loaded) return loaded.error();
+    const Dictionary& dictionary = *loaded->as<Dictionary>();
     Report report;
     for (const auto& [key, value] : dictionary) report.value(0, key, value);
     if (!isDescription) addPortData(report, NSPortData::initWithDictionary(dictionary, path));

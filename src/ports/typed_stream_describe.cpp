@@ -115,8 +115,8 @@ class Describer {
 
 Result<Value> describe(std::string_view bytes) {
     auto graph = readGraph(bytes);
-    if (const Failure* failure = failureOf(graph)) return *failure;
-    return Describer(std::get<Graph>(graph), bytes.size()).whole();
+    if (!graph) return graph.error();
+    return Describer(*graph, bytes.size()).whole();
 }
 
 }  // namespace morvane::typed_stream

@@ -138,7 +138,7 @@ class Converter {
         const ObjectIndex* object = groups.size() > 1 ? std::get_if<ObjectIndex>(&groups[1]) : nullptr;
         if (object == nullptr) return Failure{localized("The archive holds no root object.")};
         auto value = convert(*object, 0);
-        if (failure_) return *failure_;
+        if (!soFar_) return soFar_.error();
         if (!value) {
             return Failure{localized("The archive holds an object of the class %@, which cannot be read.",
                                      {graph_.classOf(graph_.at(*object)).name})};
@@ -147,16 +147,16 @@ class Converter {
     }
 
   private:
-    bool good() const { return !failure_; }
+    bool good() const { return soFar_.has_value(); }
     std::span<const Item> fieldsOf(const Object& object) const { return graph_.in(object.fields); }
 
     std::nullopt_t fail(std::string_view what) {
-        if (!failure_) failure_ = Failure{localized(what)};
+        if (soFar_) soFar_ = Failure{localized(what)};
         return std::nullopt;
     }
     std::nullopt_t misfit(const Object& object) {
-        if (!failure_) {
-            failure_ =
+        if (soFar_) {
+            soFar_ =
                 Failure{localized("The archive is damaged: an object of the class %@ does not fit its class.",
                                   {graph_.classOf(object).name})};
         }
@@ -460,15 +460,15 @@ class Converter {
 
     const Graph& graph_;
     std::size_t nodesLeft_, bytesLeft_;
-    std::optional<Failure> failure_;
+    Result<> soFar_;
 };
 
 }  // namespace
 
 Result<Value> unarchive(std::string_view bytes) {
     auto graph = readGraph(bytes);
-    if (const Failure* failure = failureOf(graph)) return *failure;
-    return Converter(std::get<Graph>(graph), bytes.size()).root();
+    if (!graph) return graph.error();
+    return Converter(*graph, bytes.size()).root();
 }
 
 }  // namespace morvane::typed_stream

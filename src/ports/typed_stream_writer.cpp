@@ -71,13 +71,13 @@ class Writer {
         integer(1000);
         group("@");
         value(root);
-        if (failure_) return *failure_;
+        if (!soFar_) return soFar_.error();
         return std::move(out_);
     }
 
   private:
     void fail(std::string message) {
-        if (!failure_) failure_ = Failure{std::move(message)};
+        if (soFar_) soFar_ = Failure{std::move(message)};
     }
 
     void byte(unsigned value) { out_ += static_cast<char>(static_cast<unsigned char>(value)); }
@@ -164,7 +164,7 @@ class Writer {
     template <class Body>
     void object(Chain chain, Body body) {
         if (depth_ == deepestNesting) fail(localized("An archive holds at most 256 levels."));
-        if (failure_) return;
+        if (!soFar_) return;
         ++depth_;
         byte(0x84);
         ++slots_;
@@ -378,7 +378,7 @@ class Writer {
 
     const ByteOrder order_;
     std::string out_;
-    std::optional<Failure> failure_;
+    Result<> soFar_;
     int depth_ = 0;
     std::size_t slots_ = 0;  // numbers given to objects, classes and C strings
     std::unordered_map<std::string, std::size_t> strings_, classes_, cStrings_;

@@ -126,9 +126,9 @@ std::uint64_t cutDebugInformation(const std::string& path) {
 
 std::uint64_t cutDebugInformationBelow(const std::string& folder) {
     const auto paths = files::listBelow(folder);
-    if (failureOf(paths) != nullptr) return 0;
+    if (!paths) return 0;
     std::uint64_t saved = 0;
-    for (const std::string& path : std::get<std::vector<std::string>>(paths)) {
+    for (const std::string& path : *paths) {
         saved += cutDebugInformation(files::join(folder, path));
     }
     return saved;

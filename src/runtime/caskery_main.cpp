@@ -10,14 +10,14 @@
 int main(int count, char** texts) {
     using namespace morvane;
     const auto program = files::destinationOfLink("/proc/self/exe");
-    if (const Failure* failure = failureOf(program)) {
-        runtime::tell("/proc/self/exe: " + failure->message);
+    if (!program) {
+        runtime::tell("/proc/self/exe: " + program.error().message());
         return 1;
     }
-    const auto bundle = runtime::WrapperBundle::around(std::get<std::string>(program));
-    if (const Failure* failure = failureOf(bundle)) {
-        runtime::tell(failure->message);
+    const auto bundle = runtime::WrapperBundle::around(*program);
+    if (!bundle) {
+        runtime::tell(bundle.error().message());
         return 1;
     }
-    return runtime::runCommand(std::get<runtime::WrapperBundle>(bundle), {texts + 1, texts + count});
+    return runtime::runCommand(*bundle, {texts + 1, texts + count});
 }

@@ -21,13 +21,13 @@ using Arguments = std::vector<std::string>;
 
 constexpr int usage = 2;
 
-int report(const std::optional<Failure>& failure) {
-    if (failure) tell(failure->message);
-    return failure ? 1 : 0;
+int report(const Result<>& result) {
+    if (!result) tell(result.error().message());
+    return result ? 0 : 1;
 }
 
-int reportIn(const WineSession& session, const std::optional<Failure>& failure) {
-    return session.stopped() != 0 ? session.stopped() : report(failure);
+int reportIn(const WineSession& session, const Result<>& result) {
+    return session.stopped() != 0 ? session.stopped() : report(result);
 }
 
 bool hasDisplay() {
@@ -35,21 +35,21 @@ bool hasDisplay() {
 }
 
 /// What every start of a program needs: an engine, a drive C, the user's folders.
-std::optional<Failure> readiness(const WineSession& session) {
-    if (auto failure = session.problem()) return failure;
+Result<> readiness(const WineSession& session) {
+    if (auto checked = session.usable(); !checked) return checked;
     const WrapperBundle& bundle = session.bundle();
     if (files::kindBehind(bundle.prefix() + "/system.reg") != files::Kind::file) {
         return Failure{"This wrapper has no Windows drive yet: " + bundle.prefix() +
                        "/system.reg is missing."};
     }
     if (!hasDisplay()) tell("There is no display (DISPLAY is not set): windows cannot be shown.");
-    if (auto failure = keepDrives(bundle)) return failure;
+    if (auto checked = keepDrives(bundle); !checked) return checked;
     return makeUserFolders(bundle);
 }
 
-int createCommand(const WrapperBundle& bundle, std::optional<Failure> (*make)(WineSession&)) {
+int createCommand(const WrapperBundle& bundle, Result<> (*make)(WineSession&)) {
     WineSession session(bundle, "", StopBy::server);
-    if (auto failure = session.problem()) return report(failure);
+    if (auto checked = session.usable(); !checked) return report(checked);
     if (session.joined()) return report(Failure{"Programs of this wrapper are running: end them first."});
     return reportIn(session, make(session));
 }
@@ -67,15 +67,15 @@ std::chrono::milliseconds installerPatience() {
 
 int installerCommand(const WrapperBundle& bundle, const Arguments& arguments, ChildOutput output) {
     WineSession session(bundle, "", StopBy::server, output);
-    if (auto failure = readiness(session)) return report(failure);
+    if (auto checked = readiness(session); !checked) return report(checked);
     // Another file would be opened by a program of Wine's, or by a dialog, and nobody would come to close it.
     if (!hasProgramEnding(arguments[0])) return report(Failure{arguments[0] + " is not a Windows program."});
     const Arguments rest(arguments.begin() + 1, arguments.end());
     const std::string program = session.nameablePath(arguments[0]);
     const auto call =
         output == ChildOutput::log ? callFor(bundle, program, rest) : consoleCallFor(bundle, program, rest);
-    if (const Failure* failure = failureOf(call)) return report(*failure);
-    const auto& [wineArguments, folder] = std::get<WineCall>(call);
+    if (!call) return report(call.error());
+    const auto& [wineArguments, folder] = *call;
     const int status = session.wine(wineArguments, folder, Display::shown);
     session.waitForInstaller(installerPatience());
     return session.stopped() != 0 ? session.stopped() : status;
@@ -83,7 +83,7 @@ int installerCommand(const WrapperBundle& bundle, const Arguments& arguments, Ch
 
 int winetricksCommand(const WrapperBundle& bundle, const Arguments& verbs) {
     WineSession session(bundle, "", StopBy::server);
-    if (auto failure = readiness(session)) return report(failure);
+    if (auto checked = readiness(session); !checked) return report(checked);
     if (files::kindBehind(bundle.winetricks()) != files::Kind::file) {
         return report(
             Failure{"This wrapper has no winetricks script: " + bundle.winetricks() + " is missing."});
@@ -102,7 +102,7 @@ int winetricksCommand(const WrapperBundle& bundle, const Arguments& verbs) {
 /// A script of the wrapper's menu, in Wine's environment, and what it has started in the wrapper.
 int menuCommand(const WrapperBundle& bundle, const Arguments& arguments) {
     WineSession session(bundle, "", StopBy::server);
-    if (auto failure = readiness(session)) return report(failure);
+    if (auto checked = readiness(session); !checked) return report(checked);
     const int status = session.program("/bin/bash", arguments, bundle.driveC());
     session.waitForAll();
     return session.stopped() != 0 ? session.stopped() : status;
@@ -110,7 +110,7 @@ int menuCommand(const WrapperBundle& bundle, const Arguments& arguments) {
 
 int toolCommand(const WrapperBundle& bundle, const Arguments& wineArguments) {
     WineSession session(bundle, "", StopBy::server);
-    if (auto failure = readiness(session)) return report(failure);
+    if (auto checked = readiness(session); !checked) return report(checked);
     return play(session, {wineArguments, bundle.driveC()});
 }
 
@@ -118,7 +118,7 @@ int toolCommand(const WrapperBundle& bundle, const Arguments& wineArguments) {
 void beginLogs(const WrapperBundle& bundle, const WineCall& call) {
     std::string engine = "unknown";
     const auto version = files::read(bundle.engine() + "/version");
-    if (failureOf(version) == nullptr) engine = std::get<std::string>(version);
+    if (version) engine = *version;
     std::string wine =
         "Wrapper: " + bundle.wrapper + "\nEngine: " + engine.substr(0, engine.find('\n')) + "\nCommand:";
     for (const std::string& argument : call.arguments) wine += " [" + argument + "]";
@@ -133,13 +133,13 @@ void beginLogs(const WrapperBundle& bundle, const WineCall& call) {
 int playCommand(const WrapperBundle& bundle, bool debug) {
     WineSession session(bundle, debug ? bundle.logs() + "/LastRunWine.log" : "", StopBy::quitScript);
     const auto settings = launchSettingsOf(bundle);
-    if (const Failure* failure = failureOf(settings)) return report(*failure);
-    if (auto failure = readiness(session)) return report(failure);
-    const auto& launch = std::get<LaunchSettings>(settings);
+    if (!settings) return report(settings.error());
+    if (auto checked = readiness(session); !checked) return report(checked);
+    const auto& launch = *settings;
     const auto call = mainCall(bundle, launch);
-    if (const Failure* failure = failureOf(call)) return report(*failure);
+    if (!call) return report(call.error());
     applyLimits(launch);
-    const WineCall placed = onDesktop(std::get<WineCall>(call), bundle, launch.screen);
+    const WineCall placed = onDesktop(*call, bundle, launch.screen);
     if (debug) beginLogs(bundle, placed);
     return play(session, placed);
 }
@@ -147,16 +147,16 @@ int playCommand(const WrapperBundle& bundle, bool debug) {
 int openCommand(const WrapperBundle& bundle, const Arguments& arguments) {
     WineSession session(bundle, "", StopBy::quitScript);
     const auto settings = launchSettingsOf(bundle);
-    if (const Failure* failure = failureOf(settings)) return report(*failure);
-    if (auto failure = readiness(session)) return report(failure);
-    const auto& launch = std::get<LaunchSettings>(settings);
+    if (!settings) return report(settings.error());
+    if (auto checked = readiness(session); !checked) return report(checked);
+    const auto& launch = *settings;
     const std::string extension = lowerCaseExtension(arguments[0]);
     const bool ours = std::find(launch.associations.begin(), launch.associations.end(), extension) !=
                       launch.associations.end();
     const std::string file = session.nameablePath(arguments[0]);
     auto call = callFor(bundle, file, Arguments(arguments.begin() + 1, arguments.end()));
-    if (const Failure* failure = failureOf(call)) return report(*failure);
-    auto& found = std::get<WineCall>(call);
+    if (!call) return report(call.error());
+    auto& found = *call;
     // A document that the wrapper's programs are registered for, also one whose ending Windows itself would
     // run.
     if (ours && !isWindowsPath(arguments[0])) {

@@ -34,8 +34,8 @@ std::optional<StartLine> startLineIn(const WrapperBundle& bundle, const std::str
     constexpr std::uint64_t longest = 8192;
     if (files::size(batchFile).value_or(longest) >= longest) return std::nullopt;
     const auto text = files::read(batchFile);
-    if (failureOf(text) != nullptr) return std::nullopt;
-    auto line = startLineOf(std::get<std::string>(text));
+    if (!text) return std::nullopt;
+    auto line = startLineOf(*text);
     // To the command interpreter a percent sign may begin a variable, and letters beyond ASCII are of another
     // encoding than the application's: a file of the very name is what the application means.
     const auto meansMore = [](unsigned char c) { return c == '%' || c >= 0x80; };
@@ -58,8 +58,8 @@ Result<std::string> existingFile(const WrapperBundle& bundle, const std::string&
 Result<WineCall> callFor(const WrapperBundle& bundle, const std::string& program,
                          std::vector<std::string> arguments) {
     const auto found = existingFile(bundle, program);
-    if (const Failure* failure = failureOf(found)) return *failure;
-    const auto& path = std::get<std::string>(found);
+    if (!found) return found.error();
+    const auto& path = *found;
     const std::string extension = lowerCaseExtension(path), folder = files::parent(path);
     if (files::lastComponent(path).find_first_of("\"*<>?|\\\n") != std::string::npos) {
         return Failure{path + " has a name that Windows does not know: rename it."};
@@ -81,11 +81,10 @@ Result<WineCall> callFor(const WrapperBundle& bundle, const std::string& program
 Result<WineCall> consoleCallFor(const WrapperBundle& bundle, const std::string& program,
                                 std::vector<std::string> arguments) {
     auto call = callFor(bundle, program, std::move(arguments));
-    auto* found = std::get_if<WineCall>(&call);
     const std::string extension = lowerCaseExtension(program);
-    if (found == nullptr || (extension != "bat" && extension != "cmd")) return call;
+    if (!call || (extension != "bat" && extension != "cmd")) return call;
     // One that only starts a program has become that program.
-    std::vector<std::string>& words = found->arguments;
+    std::vector<std::string>& words = call->arguments;
     if (words.front() != "start.exe") return call;
     words.erase(words.begin(), words.begin() + 3);
     // In its folder, which the call runs in; quoted in any case, because of the blank: "&" and "," may be in
@@ -101,13 +100,12 @@ Result<WineCall> mainCall(const WrapperBundle& bundle, const LaunchSettings& set
                        ": \"Program Name and Path\" is empty."};
     }
     auto call = callFor(bundle, "C:" + settings.program, splitArguments(settings.flags));
-    const auto* direct = std::get_if<WineCall>(&call);
     const bool isExe = settings.program.size() > 4 && lowerCaseExtension(settings.program) == "exe";
-    if (direct == nullptr || !settings.useStart || !isExe) return call;
+    if (!call || !settings.useStart || !isExe) return call;
     const auto path = hostPathOf(bundle.prefix(), "C:" + settings.program);
     std::vector<std::string> arguments{"start.exe", "/wait", "/unix", path.value_or(settings.program)};
-    arguments.insert(arguments.end(), direct->arguments.begin() + 1, direct->arguments.end());
-    return WineCall{std::move(arguments), direct->runFolder};
+    arguments.insert(arguments.end(), call->arguments.begin() + 1, call->arguments.end());
+    return WineCall{std::move(arguments), call->runFolder};
 }
 
 WineCall onDesktop(WineCall call, const WrapperBundle& bundle, const ScreenMode& screen) {

@@ -33,13 +33,12 @@ std::string userName() {
 
 std::vector<std::string> pathsBelow(const std::string& folder) {
     const auto paths = files::listBelow(folder);
-    return failureOf(paths) != nullptr ? std::vector<std::string>()
-                                       : std::get<std::vector<std::string>>(paths);
+    return !paths ? std::vector<std::string>() : *paths;
 }
 
 /// Turns what Wine linked to the home folder all the same into folders. Only in a new prefix, where nobody
 /// else put links yet.
-std::optional<Failure> cutLinksOut(const WrapperBundle& bundle) {
+Result<> cutLinksOut(const WrapperBundle& bundle) {
     const std::string users = bundle.driveC() + "/users";
     const auto inside = files::resolved(bundle.prefix());
     if (!inside) return Failure{bundle.prefix() + " cannot be read."};
@@ -48,15 +47,16 @@ std::optional<Failure> cutLinksOut(const WrapperBundle& bundle) {
         if (files::kindOf(link) != files::Kind::link) continue;
         const auto target = files::resolved(link);
         if (target && target->starts_with(*inside + "/")) continue;
-        if (auto error = files::remove(link)) return Failure{link + ": " + *error};
-        if (auto error = files::createFolder(link, true)) return Failure{link + ": " + *error};
+        if (const auto done = files::remove(link); !done) return Failure{link + ": " + done.error().why};
+        if (const auto done = files::createFolder(link, true); !done)
+            return Failure{link + ": " + done.error().why};
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> bootPrefix(WineSession& session, const std::string& option) {
+Result<> bootPrefix(WineSession& session, const std::string& option) {
     const WrapperBundle& bundle = session.bundle();
-    if (auto failure = makeUserFolders(bundle)) return failure;
+    if (auto checked = makeUserFolders(bundle); !checked) return checked;
     // Without a display Wine can't ask for anything. It returns before the registry is written.
     const int status = session.wine({"wineboot.exe", option}, bundle.prefix(), Display::hidden);
     session.waitForAll();
@@ -68,12 +68,12 @@ std::optional<Failure> bootPrefix(WineSession& session, const std::string& optio
                            "/" + name + "."};
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 }  // namespace
 
-std::optional<Failure> makeUserFolders(const WrapperBundle& bundle) {
+Result<> makeUserFolders(const WrapperBundle& bundle) {
     const std::string name = userName();
     if (name.empty() || name.find('/') != std::string::npos || name == "..") {
         return Failure{"The user has no usable name."};
@@ -81,51 +81,54 @@ std::optional<Failure> makeUserFolders(const WrapperBundle& bundle) {
     for (const char* folder : userFolders) {
         const std::string path = bundle.driveC() + "/users/" + name + "/" + folder;
         if (files::kindOf(path) != files::Kind::none) continue;
-        if (auto error = files::createFolder(path, true)) return Failure{path + ": " + *error};
+        if (const auto done = files::createFolder(path, true); !done)
+            return Failure{path + ": " + done.error().why};
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> keepDrives(const WrapperBundle& bundle) {
+Result<> keepDrives(const WrapperBundle& bundle) {
     constexpr std::array<std::pair<const char*, const char*>, 2> drives{{{"c:", "../drive_c"}, {"z:", "/"}}};
     const std::string folder = bundle.prefix() + "/dosdevices";
-    if (auto error = files::createFolder(folder, true)) return Failure{folder + ": " + *error};
+    if (const auto done = files::createFolder(folder, true); !done)
+        return Failure{folder + ": " + done.error().why};
     for (const auto& [name, destination] : drives) {
         const std::string link = folder + "/" + name;
         if (files::kindOf(link) != files::Kind::none) continue;
-        if (auto error = files::createSymbolicLink(link, destination)) return Failure{link + ": " + *error};
+        if (const auto done = files::createSymbolicLink(link, destination); !done)
+            return Failure{link + ": " + done.error().why};
     }
-    return std::nullopt;
+    return {};
 }
 
-std::optional<Failure> createPrefix(WineSession& session) {
-    if (auto failure = bootPrefix(session, "--init")) return failure;
+Result<> createPrefix(WineSession& session) {
+    if (auto checked = bootPrefix(session, "--init"); !checked) return checked;
     return cutLinksOut(session.bundle());
 }
 
-std::optional<Failure> updatePrefix(WineSession& session) {
+Result<> updatePrefix(WineSession& session) {
     return bootPrefix(session, "--update");
 }
 
 std::string updateStampOf(const WrapperBundle& bundle) {
     const auto stamp = files::read(bundle.prefix() + "/.update-timestamp");
-    return failureOf(stamp) != nullptr ? std::string() : std::get<std::string>(stamp);
+    return !stamp ? std::string() : *stamp;
 }
 
 void slimPrefix(const WrapperBundle& bundle) {
     cutDebugInformationBelow(bundle.driveC() + "/windows");
 }
 
-std::optional<Failure> installEngineFiles(const WrapperBundle& bundle) {
+Result<> installEngineFiles(const WrapperBundle& bundle) {
     const auto names = files::list(bundle.engineBin());
-    if (const Failure* failure = failureOf(names))
-        return Failure{bundle.engineBin() + ": " + failure->message};
-    for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+    if (!names) return names.error();
+    for (const std::string& name : *names) {
         const std::string path = files::join(bundle.engineBin(), name);
         if (files::kindOf(path) != files::Kind::file) continue;
-        if (auto error = files::setPermissions(path, 0755)) return Failure{path + ": " + *error};
+        if (const auto done = files::setPermissions(path, 0755); !done)
+            return Failure{path + ": " + done.error().why};
     }
-    return std::nullopt;
+    return {};
 }
 
 }  // namespace morvane::runtime

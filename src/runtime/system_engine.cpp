@@ -21,8 +21,6 @@ constexpr const char* noWine =
 constexpr std::array tools{"wineboot", "winecfg", "wineconsole", "winedbg", "winefile",
                            "winepath", "msiexec", "notepad",     "regedit", "regsvr32"};
 
-using Status = std::optional<Failure>;
-
 /// The first program of that name on the search path. Links stay: the distribution may point them elsewhere
 /// later.
 std::optional<std::string> programNamed(const std::string& name) {
@@ -34,18 +32,13 @@ std::optional<std::string> programNamed(const std::string& name) {
 bool isElf(const std::string& path) {
     if (files::kindBehind(path) != files::Kind::file) return false;
     const auto bytes = files::read(path);
-    return failureOf(bytes) == nullptr && std::get<std::string>(bytes).starts_with(
-                                              "\x7f"
-                                              "ELF");
+    return bytes && bytes->starts_with(
+                        "\x7f"
+                        "ELF");
 }
 
-Status failed(const std::string& path, const files::Error& error) {
-    if (!error) return std::nullopt;
-    return Failure{path + ": " + *error};
-}
-
-Status runProgram(const std::string& name, const std::string& runFolder, std::vector<std::string> arguments,
-                  Cancellation& cancellation) {
+Result<> runProgram(const std::string& name, const std::string& runFolder, std::vector<std::string> arguments,
+                    Cancellation& cancellation) {
     const auto program = programNamed(name);
     if (!program) return Failure{"The program " + name + " is missing."};
     ProcessRequest request;
@@ -55,7 +48,7 @@ Status runProgram(const std::string& name, const std::string& runFolder, std::ve
     request.cancellation = &cancellation;
     const auto result = processes::run(request);
     if (!result || result->exitStatus != 0) return Failure{"The program " + name + " failed."};
-    return std::nullopt;
+    return {};
 }
 
 /// Where this machine's Wine lies. Distributions wrap both programs in scripts, which look for the real ones
@@ -110,73 +103,73 @@ std::string quoted(std::string_view text) {
 }
 
 /// `exec COMMAND "$@"`: a link to the loader would look for its libraries in the wrong place.
-Status writeScript(const std::string& path, const std::string& command) {
+Result<> writeScript(const std::string& path, const std::string& command) {
     const std::string script = "#!/bin/sh\nexec " + command + " \"$@\"\n";
-    if (auto error = files::write(path, script, files::Atomically::no)) return failed(path, error);
-    return failed(path, files::setPermissions(path, 0755));
+    if (const auto done = files::write(path, script, files::Atomically::no); !done) return done;
+    return files::setPermissions(path, 0755);
 }
 
 /// The scripts of both kinds. `wine` is a command for the shell, `server` the destination of a link.
-Status writePrograms(const std::string& bin, const std::string& wine, const std::string& server) {
+Result<> writePrograms(const std::string& bin, const std::string& wine, const std::string& server) {
     // The real server under a name with the ending that stopping looks for. Without clients it ends at once
     // (-p0).
-    if (auto error = files::createSymbolicLink(bin + "/CaskeryWineserver", server)) return Failure{*error};
+    if (const auto done = files::createSymbolicLink(bin + "/CaskeryWineserver", server); !done) return done;
     const std::string here = "\"${0%/*}\"/";
-    if (auto failure = writeScript(bin + "/wineserver", here + "CaskeryWineserver -p0")) return failure;
+    if (auto written = writeScript(bin + "/wineserver", here + "CaskeryWineserver -p0"); !written)
+        return written;
     for (const char* name : {"wine", "wine64", "CaskeryWine"}) {
-        if (auto failure = writeScript(bin + "/" + name, wine)) return failure;
+        if (auto written = writeScript(bin + "/" + name, wine); !written) return written;
     }
     for (const char* tool : tools) {
-        if (auto failure = writeScript(bin + "/" + tool, here + "wine " + tool + ".exe")) return failure;
+        if (auto written = writeScript(bin + "/" + tool, here + "wine " + tool + ".exe"); !written)
+            return written;
     }
-    return std::nullopt;
+    return {};
 }
 
-Status layOutThin(const std::string& bundle, const SystemWine& wine) {
+Result<> layOutThin(const std::string& bundle, const SystemWine& wine) {
     for (const char* folder : {"bin", "lib", "share"}) {
-        if (auto error = files::createFolder(bundle + "/" + folder, true)) return failed(bundle, error);
+        if (const auto done = files::createFolder(bundle + "/" + folder, true); !done) return done;
     }
     return writePrograms(bundle + "/bin", quoted(wine.wine), wine.server);
 }
 
 /// The same places, relative to each other, as on this machine, because the loader finds its libraries by
 /// them.
-Status layOutFull(const std::string& bundle, const SystemWine& wine, Cancellation& cancellation) {
+Result<> layOutFull(const std::string& bundle, const SystemWine& wine, Cancellation& cancellation) {
     const std::string root = files::parent(files::parent(wine.data));
     if (!wine.loader.starts_with(root + "/lib/") || !wine.libraries.starts_with(root + "/")) {
         return Failure{
             "A full copy of this computer's Wine cannot be made: it is laid out in an unknown way."};
     }
-    const auto copy = [&](const std::string& source, const std::string& destination) -> Status {
-        if (auto error = files::createFolder(files::parent(destination), true))
-            return failed(destination, error);
-        const auto error = files::copy(source, destination, [&] { return !cancellation.requested(); });
+    const auto copy = [&](const std::string& source, const std::string& destination) -> Result<> {
+        if (const auto done = files::createFolder(files::parent(destination), true); !done) return done;
+        auto copied = files::copy(source, destination, [&] { return !cancellation.requested(); });
         if (cancellation.requested()) throw Cancelled();
-        return failed(destination, error);
+        return copied;
     };
     const std::string loaderCopy = bundle + wine.loader.substr(root.size());
     // Wine starts the server that lies beside the loader under this name.
     const std::string serverCopy = files::parent(loaderCopy) + "/wineserver";
     const std::string librariesCopy = bundle + wine.libraries.substr(root.size());
-    if (auto failure = copy(wine.loader, loaderCopy)) return failure;
-    if (auto failure = copy(wine.server, serverCopy)) return failure;
-    if (auto failure = copy(wine.libraries, librariesCopy)) return failure;
-    if (auto failure = copy(wine.data, bundle + "/share/wine")) return failure;
+    if (auto written = copy(wine.loader, loaderCopy); !written) return written;
+    if (auto written = copy(wine.server, serverCopy); !written) return written;
+    if (auto written = copy(wine.libraries, librariesCopy); !written) return written;
+    if (auto written = copy(wine.data, bundle + "/share/wine"); !written) return written;
     cutDebugInformationBelow(librariesCopy);
-    if (auto error = files::createFolder(bundle + "/bin", true)) return failed(bundle, error);
+    if (const auto done = files::createFolder(bundle + "/bin", true); !done) return done;
     const std::string up = "..";
     return writePrograms(bundle + "/bin", "\"${0%/*}\"/" + quoted(up + loaderCopy.substr(bundle.size())),
                          up + serverCopy.substr(bundle.size()));
 }
 
 /// Packs the bundle in `work` into `<name>.tar.7z` there.
-Status pack(const std::string& work, const std::string& name, Cancellation& cancellation) {
+Result<> pack(const std::string& work, const std::string& name, Cancellation& cancellation) {
     const std::string tar = name + ".tar";
-    if (auto failure = runProgram("tar", work,
-                                  {"--owner=0", "--group=0", "--numeric-owner", "-cf", tar, "ckwine.bundle"},
-                                  cancellation)) {
-        return failure;
-    }
+    auto packed =
+        runProgram("tar", work, {"--owner=0", "--group=0", "--numeric-owner", "-cf", tar, "ckwine.bundle"},
+                   cancellation);
+    if (!packed) return packed;
     return runProgram("7z", work, {"a", "-bd", "-bso0", "-mx=1", tar + ".7z", tar}, cancellation);
 }
 
@@ -208,47 +201,46 @@ Result<std::string> systemEngineName() {
 Result<std::string> packSystemEngine(const std::string& folder, SystemEngine kind,
                                      Cancellation& cancellation) {
     const auto name = systemEngineName();
-    if (failureOf(name) != nullptr) return name;
-    const auto& engine = std::get<std::string>(name);
+    if (!name) return name;
+    const auto& engine = *name;
     const auto wine = findWine();
-    if (const Failure* failure = failureOf(wine)) return *failure;
+    if (!wine) return wine.error();
 
-    if (auto error = files::createFolder(folder, true)) return Failure{folder + ": " + *error};
+    if (const auto done = files::createFolder(folder, true); !done) return done.error();
     const auto temporary = files::createTemporaryFolder(folder, ".engine-");
-    if (const Failure* failure = failureOf(temporary)) return *failure;
-    const WorkFolder work{std::get<std::string>(temporary)};
+    if (!temporary) return temporary.error();
+    const WorkFolder work{*temporary};
     const std::string bundle = work.path + "/ckwine.bundle", archive = engine + ".tar.7z";
-    const auto& found = std::get<SystemWine>(wine);
-    if (auto failure =
-            kind == SystemEngine::thin ? layOutThin(bundle, found) : layOutFull(bundle, found, cancellation))
-        return *failure;
-    if (auto error = files::write(bundle + "/version", engine + "\n", files::Atomically::no))
-        return Failure{*error};
-    if (auto failure = pack(work.path, engine, cancellation)) return *failure;
+    const auto& found = *wine;
+    const auto laidOut =
+        kind == SystemEngine::thin ? layOutThin(bundle, found) : layOutFull(bundle, found, cancellation);
+    if (!laidOut) return laidOut.error();
+    if (const auto done = files::write(bundle + "/version", engine + "\n", files::Atomically::no); !done)
+        return done.error();
+    if (const auto packed = pack(work.path, engine, cancellation); !packed) return packed.error();
 
     const std::string destination = files::join(folder, archive);
     static_cast<void>(files::remove(destination));
-    if (auto error = files::move(work.path + "/" + archive, destination))
-        return Failure{destination + ": " + *error};
+    if (const auto done = files::move(work.path + "/" + archive, destination); !done) return done.error();
     return destination;
 }
 
 std::vector<std::string> SystemEngineStore::names() const {
     const auto name = systemEngineName();
-    if (failureOf(name) != nullptr) return {};
-    return {std::get<std::string>(name)};
+    if (!name) return {};
+    return {*name};
 }
 
 Result<std::string> SystemEngineStore::archive(const std::string& name) {
     const MutexLock lock(mutex_);
     if (const auto known = archives_.find(name); known != archives_.end()) return known->second;
     const auto ours = systemEngineName();
-    if (failureOf(ours) != nullptr) return ours;
-    if (std::get<std::string>(ours) != name) return Failure{"There is no engine " + name + "."};
+    if (!ours) return ours;
+    if (*ours != name) return Failure{"There is no engine " + name + "."};
     if (!folder_) {
         auto folder = files::PrivateFolder::make(host().folders.temporary);
-        if (const Failure* failure = failureOf(folder)) return *failure;
-        folder_ = std::get<files::PrivateFolder>(std::move(folder));
+        if (!folder) return folder.error();
+        folder_ = *std::move(folder);
     }
     const Failure ending{"The application ends."};
     if (!packing_.begin()) return ending;
@@ -258,7 +250,7 @@ Result<std::string> SystemEngineStore::archive(const std::string& name) {
     } catch (const Cancelled&) {
     }
     packing_.end();
-    if (failureOf(path) == nullptr) archives_[name] = std::get<std::string>(path);
+    if (path) archives_[name] = *path;
     return path;
 }
 

@@ -37,8 +37,8 @@ std::optional<std::string> entryWithoutCase(const std::string& folder, const std
     const std::string exact = files::join(folder, name);
     if (files::kindBehind(exact) != files::Kind::none) return exact;
     const auto names = files::list(folder);
-    if (failureOf(names) != nullptr) return std::nullopt;
-    for (const std::string& entry : std::get<std::vector<std::string>>(names)) {
+    if (!names) return std::nullopt;
+    for (const std::string& entry : *names) {
         if (::strcasecmp(entry.c_str(), name.c_str()) == 0) return files::join(folder, entry);
     }
     return std::nullopt;

@@ -114,7 +114,7 @@ std::string linkTo(const std::string& prefix, const std::string& name) {
                       information.st_uid == ::getuid() && (information.st_mode & 077) == 0;
     if (!ours) return prefix;
     if (files::kindOf(link) == files::Kind::link) return link;
-    return files::createSymbolicLink(link, prefix) ? prefix : link;
+    return files::createSymbolicLink(link, prefix) ? link : prefix;
 }
 
 /// The character set of a locale by its name; empty for one that this machine does not have.
@@ -160,14 +160,14 @@ void tell(const std::string& line) {
 std::vector<PrefixProcess> processesOf(const std::string& prefix) {
     std::vector<PrefixProcess> processes;
     const auto names = files::list("/proc");
-    if (failureOf(names) != nullptr) return processes;
+    if (!names) return processes;
     constexpr std::string_view variable = "WINEPREFIX=";
     const auto wanted = files::resolved(prefix);
-    for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+    for (const std::string& name : *names) {
         if (name.find_first_not_of("0123456789") != std::string::npos) continue;
         const auto link = files::destinationOfLink("/proc/" + name + "/exe");
-        if (failureOf(link) != nullptr) continue;
-        const std::string program = files::lastComponent(std::get<std::string>(link));
+        if (!link) continue;
+        const std::string program = files::lastComponent(*link);
         if (!program.starts_with("wine")) continue;
         const auto variables = splitAtNul(procFile(name, "environ"));
         const bool ours = std::any_of(variables.begin(), variables.end(), [&](const std::string& one) {
@@ -187,7 +187,7 @@ WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, C
     : bundle_(std::move(bundle)), log_(std::move(log)), stopBy_(stopBy), output_(output) {
     prefix_ = bundle_.prefix();
     if (!isNameable(prefix_)) prefix_ = linkTo(prefix_, bundle_.serverName());
-    if (problem()) return;
+    if (!usable()) return;
     // Signal 0 only asks whether there is one.
     joined_ = quietly(server(), {"-k0"}, serverPatience) == 0;
 }
@@ -215,7 +215,7 @@ std::string WineSession::nameablePath(const std::string& path) {
     return files::join(link, files::lastComponent(absolute));
 }
 
-std::optional<Failure> WineSession::problem() const {
+Result<> WineSession::usable() const {
     const std::string wine = bundle_.engineBin() + "/wine";
     if (files::kindBehind(bundle_.engine()) != files::Kind::folder) {
         return Failure{"This wrapper holds no engine: " + bundle_.engine() + " is missing."};
@@ -224,7 +224,7 @@ std::optional<Failure> WineSession::problem() const {
         if (!files::isExecutable(path))
             return Failure{"The engine is incomplete: " + path + " cannot be run."};
     }
-    return std::nullopt;
+    return {};
 }
 
 std::map<std::string, std::string> WineSession::environment(Display display) const {
@@ -287,14 +287,14 @@ void WineSession::startServer() {
                                      ? "CaskeryWineserver"
                                      : "wineserver";
         const auto names = files::list(bundle_.engineBin());
-        if (failureOf(names) != nullptr) return;
+        if (!names) return;
         // A wrapper that was moved leaves its old name, which would sort last and win.
-        for (const std::string& name : std::get<std::vector<std::string>>(names)) {
+        for (const std::string& name : *names) {
             if (name.starts_with("wrapper-") && name.ends_with("Wineserver")) {
                 static_cast<void>(files::remove(files::join(bundle_.engineBin(), name)));
             }
         }
-        if (files::createSymbolicLink(named, real)) return;
+        if (!files::createSymbolicLink(named, real)) return;
     }
     quietly(named, {"-p0"}, serverPatience);
 }

@@ -40,7 +40,7 @@ class WineSession {
     WineSession& operator=(const WineSession&) = delete;
 
     /// What is missing before anything can run, in words for the user.
-    [[nodiscard]] std::optional<Failure> problem() const;
+    [[nodiscard]] Result<> usable() const;
     [[nodiscard]] const WrapperBundle& bundle() const { return bundle_; }
     /// True when programs of this wrapper were running already when the session began: they belong to another
     /// start, and nothing here waits for them or ends them.

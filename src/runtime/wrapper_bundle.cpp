@@ -116,12 +116,12 @@ Result<LaunchSettings> launchSettingsOf(const WrapperBundle& bundle) {
     const bool custom = bundle.role == Role::customExe;
     const auto own =
         readSettings(bundle.application + (custom ? "/Contents/Info.plist.cexe" : "/Contents/Info.plist"));
-    if (const Failure* failure = failureOf(own)) return *failure;
+    if (!own) return own.error();
     const auto shared = custom ? readSettings(bundle.wrapper + "/Contents/Info.plist") : own;
-    if (const Failure* failure = failureOf(shared)) return *failure;
+    if (!shared) return shared.error();
 
-    const auto& settings = std::get<Dictionary>(own);
-    const auto& wrapperSettings = std::get<Dictionary>(shared);
+    const auto& settings = *own;
+    const auto& wrapperSettings = *shared;
     LaunchSettings launch;
     launch.program = textOf(settings, "Program Name and Path");
     launch.flags = textOf(settings, "Program Flags");

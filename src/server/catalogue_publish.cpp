@@ -26,8 +26,6 @@ constexpr int longestIconEdge = 512;
 /// Older recipes are refused by the application.
 constexpr std::string_view oldestCki = "1.5.4";
 
-using Refusal = std::optional<Failure>;
-
 bool isControl(unsigned char character) {
     return character < ' ' || character == 0x7f;
 }
@@ -36,7 +34,7 @@ bool isControl(unsigned char character) {
 constexpr std::array<std::string_view, 4> separators = {"||", "<br>", ";;", "=>"};
 
 /// A text of one line: no separator of the answers, no control character.
-Refusal checkLine(std::string_view what, const std::string& text, std::size_t most) {
+Result<> checkLine(std::string_view what, const std::string& text, std::size_t most) {
     if (text.empty()) return Failure{localized("%@ is empty.", {what})};
     if (text.size() > most)
         return Failure{localized("%@ is longer than %@ bytes.", {what, std::to_string(most)})};
@@ -51,12 +49,12 @@ Refusal checkLine(std::string_view what, const std::string& text, std::size_t mo
             return Failure{localized("%@ holds \"%@\", which separates the catalogue's fields: \"%@\".",
                                      {what, separator, text})};
     }
-    return std::nullopt;
+    return {};
 }
 
 /// A text that stands in addresses as it is: letters, digits and "-_.", no dot in front.
-Refusal checkAddressPart(std::string_view what, const std::string& text, std::size_t most) {
-    if (auto refusal = checkLine(what, text, most)) return refusal;
+Result<> checkAddressPart(std::string_view what, const std::string& text, std::size_t most) {
+    if (auto checked = checkLine(what, text, most); !checked) return checked;
     const auto plain = [](char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
                c == '_' || c == '.';
@@ -67,43 +65,43 @@ Refusal checkAddressPart(std::string_view what, const std::string& text, std::si
                       "and \".\" (not "
                       "in front) are possible: \"%@\".",
                       {what, text})};
-    return std::nullopt;
+    return {};
 }
 
-Refusal checkLink(std::string_view what, const std::string& link) {
-    if (auto refusal = checkLine(what, link, mostLinkBytes)) return refusal;
+Result<> checkLink(std::string_view what, const std::string& link) {
+    if (auto checked = checkLine(what, link, mostLinkBytes); !checked) return checked;
     const auto url = parseUrl(link);
     const bool web = url && (url->scheme == "http" || url->scheme == "https");
     if (!web || link.find_first_of(" \"<>") != std::string::npos)
         return Failure{localized("%@ is no web address: \"%@\".", {what, link})};
-    return std::nullopt;
+    return {};
 }
 
-Refusal checkCreator(const std::string& creator) {
-    if (auto refusal = checkAddressPart("The creator", creator, mostFolderBytes)) return refusal;
+Result<> checkCreator(const std::string& creator) {
+    if (auto checked = checkAddressPart("The creator", creator, mostFolderBytes); !checked) return checked;
     // Folders of the catalogue's own, beside those of the creators.
     if (creator == "facebook" || creator == "winetricks")
         return Failure{localized("The creator cannot be called \"%@\".", {creator})};
-    return std::nullopt;
+    return {};
 }
 
-Refusal checkCountry(const std::string& country) {
+Result<> checkCountry(const std::string& country) {
     const auto letter = [](char character) { return character >= 'A' && character <= 'Z'; };
     if (country == everyCountry ||
         (country.size() == 2 && std::all_of(country.begin(), country.end(), letter)))
-        return std::nullopt;
+        return {};
     return Failure{localized("The country is no code of two capital letters: \"%@\".", {country})};
 }
 
 /// An HTML text stands in one field: it may hold lines, but not the separator of fields.
-Refusal checkDescription(const std::string& html) {
+Result<> checkDescription(const std::string& html) {
     const auto refused = [](unsigned char c) { return isControl(c) && c != '\n' && c != '\r' && c != '\t'; };
     if (!MVString::isValidUtf8(html)) return Failure{localized("The description is no UTF-8 text.")};
     if (std::any_of(html.begin(), html.end(), refused))
         return Failure{localized("The description holds a control character.")};
     if (html.find("||") != std::string::npos)
         return Failure{localized("The description holds \"||\", which separates the catalogue's fields.")};
-    return std::nullopt;
+    return {};
 }
 
 Result<std::string> boundedFile(std::string_view what, const std::string& path, std::uint64_t most) {
@@ -118,8 +116,8 @@ Result<std::string> boundedFile(std::string_view what, const std::string& path, 
 /// PNG of a size that a list of games can do with.
 Result<std::string> iconBytes(const std::string& path) {
     auto bytes = boundedFile("The icon", path, mostIconBytes);
-    if (failureOf(bytes) != nullptr) return bytes;
-    const std::string& given = std::get<std::string>(bytes);
+    if (!bytes) return bytes;
+    const std::string& given = *bytes;
     const auto picture = pictures::decode(given);
     if (!picture) return Failure{localized("The icon is no picture that can be read: %@", {path})};
     const int edge = std::max(picture->width, picture->height);
@@ -131,17 +129,17 @@ Result<std::string> iconBytes(const std::string& path) {
 
 Result<Publication::File> ckiFile(const std::string& path) {
     auto bytes = boundedFile("The CKI file", path, mostCkiBytes);
-    if (const Failure* failure = failureOf(bytes)) return *failure;
+    if (!bytes) return bytes.error();
     const auto port = NSPortData::initWithCkiAtPath(path);
-    if (const Failure* failure = failureOf(port)) return *failure;
-    const NSPortData& data = std::get<NSPortData>(port);
+    if (!port) return port.error();
+    const NSPortData& data = *port;
     if (!data.ckiVersionIsAtLeast(oldestCki))
         return Failure{localized("The CKI file is older than version %@, which the application refuses: %@",
                                  {oldestCki, path})};
     const std::string source = data.source && !data.source->empty() ? *data.source : "Other";
-    if (auto refusal = checkAddressPart("The CKI file's \"Source\"", source, mostSourceBytes))
-        return *refusal;
-    return Publication::File{source, std::get<std::string>(std::move(bytes))};
+    if (auto checked = checkAddressPart("The CKI file's \"Source\"", source, mostSourceBytes); !checked)
+        return checked.error();
+    return Publication::File{source, *std::move(bytes)};
 }
 
 Result<CatalogueSource> sourceLink(const std::string& text) {
@@ -149,38 +147,39 @@ Result<CatalogueSource> sourceLink(const std::string& text) {
     if (equals == std::string::npos)
         return Failure{localized("A source's link is given as SOURCE=URL, not as \"%@\".", {text})};
     CatalogueSource source{text.substr(0, equals), text.substr(equals + 1)};
-    if (auto refusal = checkAddressPart("The source's name", source.name, mostSourceBytes)) return *refusal;
-    if (auto refusal = checkLink("The source's link", source.link)) return *refusal;
+    if (auto checked = checkAddressPart("The source's name", source.name, mostSourceBytes); !checked)
+        return checked.error();
+    if (auto checked = checkLink("The source's link", source.link); !checked) return checked.error();
     return source;
 }
 
-Refusal checkGenres(const std::vector<std::string>& genres) {
+Result<> checkGenres(const std::vector<std::string>& genres) {
     if (genres.size() > mostGenres) return Failure{localized("There are too many genres.")};
     for (const std::string& genre : genres) {
-        if (auto refusal = checkLine("The genre", genre, mostNameBytes)) return refusal;
+        if (auto checked = checkLine("The genre", genre, mostNameBytes); !checked) return checked;
         if (genre.find(',') != std::string::npos)
             return Failure{localized("The genre holds a comma: \"%@\".", {genre})};
     }
-    return std::nullopt;
+    return {};
 }
 
-Refusal checkTexts(const PortToPublish& port) {
-    if (auto refusal = checkLine("The name", port.name, mostNameBytes)) return refusal;
-    if (auto refusal = checkCreator(port.creator)) return refusal;
-    if (auto refusal = checkCountry(port.country)) return refusal;
+Result<> checkTexts(const PortToPublish& port) {
+    if (auto checked = checkLine("The name", port.name, mostNameBytes); !checked) return checked;
+    if (auto checked = checkCreator(port.creator); !checked) return checked;
+    if (auto checked = checkCountry(port.country); !checked) return checked;
     if (port.trailer && !port.trailer->empty()) {
-        if (auto refusal = checkLink("The trailer", *port.trailer)) return refusal;
+        if (auto checked = checkLink("The trailer", *port.trailer); !checked) return checked;
     }
     if (port.crossover && !port.crossover->empty()) {
-        if (auto refusal = checkLink("The CrossOver page", *port.crossover)) return refusal;
+        if (auto checked = checkLink("The CrossOver page", *port.crossover); !checked) return checked;
     }
-    return port.genres ? checkGenres(*port.genres) : std::nullopt;
+    return port.genres ? checkGenres(*port.genres) : Result<>();
 }
 
 }  // namespace
 
 Result<Publication> checkedPublication(const PortToPublish& port) {
-    if (auto refusal = checkTexts(port)) return *refusal;
+    if (auto checked = checkTexts(port); !checked) return checked.error();
     Publication publication{.creator = port.creator,
                             .name = port.name,
                             .country = port.country,
@@ -193,32 +192,32 @@ Result<Publication> checkedPublication(const PortToPublish& port) {
                             .developer = port.developer};
     if (port.cki) {
         auto file = ckiFile(*port.cki);
-        if (const Failure* failure = failureOf(file)) return *failure;
-        publication.cki = std::get<Publication::File>(std::move(file));
+        if (!file) return file.error();
+        publication.cki = *std::move(file);
     }
     if (port.description) {
         auto html = boundedFile("The description", *port.description, mostDescriptionBytes);
-        if (const Failure* failure = failureOf(html)) return *failure;
-        if (auto refusal = checkDescription(std::get<std::string>(html))) return *refusal;
-        publication.description = MVString::trimmed(std::get<std::string>(html));
+        if (!html) return html.error();
+        if (auto checked = checkDescription(*html); !checked) return checked.error();
+        publication.description = MVString::trimmed(*html);
     }
     if (port.icon) {
         auto icon = iconBytes(*port.icon);
-        if (const Failure* failure = failureOf(icon)) return *failure;
-        publication.icon = std::get<std::string>(std::move(icon));
+        if (!icon) return icon.error();
+        publication.icon = *std::move(icon);
     }
     for (const std::string& text : port.sourceLinks) {
         auto link = sourceLink(text);
-        if (const Failure* failure = failureOf(link)) return *failure;
-        publication.links.push_back(std::get<CatalogueSource>(std::move(link)));
+        if (!link) return link.error();
+        publication.links.push_back(*std::move(link));
     }
     return publication;
 }
 
 Result<std::int64_t> publishPort(CatalogueStore& store, const PortToPublish& port) {
     const auto publication = checkedPublication(port);
-    if (const Failure* failure = failureOf(publication)) return *failure;
-    return store.publish(std::get<Publication>(publication));
+    if (!publication) return publication.error();
+    return store.publish(*publication);
 }
 
 namespace {
@@ -268,7 +267,7 @@ std::vector<PortToPublish> portsOf(const Dictionary& entry, const std::string& f
 
 }  // namespace
 
-std::optional<Failure> publishList(CatalogueStore& store, const std::string& list) try {
+Result<> publishList(CatalogueStore& store, const std::string& list) try {
     const auto read = property_lists::read(list);
     const auto* entries = read ? read->as<Array>() : nullptr;
     if (entries == nullptr) return Failure{localized("There is no list of ports at %@.", {list})};
@@ -277,22 +276,22 @@ std::optional<Failure> publishList(CatalogueStore& store, const std::string& lis
         if (entry == nullptr) continue;
         for (const PortToPublish& port : portsOf(*entry, files::parent(list))) {
             const auto checked = checkedPublication(port);
-            if (const Failure* failure = failureOf(checked)) return *failure;
-            const auto& publication = std::get<Publication>(checked);
+            if (!checked) return checked.error();
+            const auto& publication = *checked;
             if (store.holds(publication)) continue;
             const auto published = store.publish(publication);
-            if (const Failure* failure = failureOf(published)) return *failure;
+            if (!published) return published.error();
         }
     }
-    return std::nullopt;
+    return {};
 } catch (const DatabaseError& error) {
     return Failure{localized("The catalogue cannot be read: %@", {error.what()})};
 }
 
-std::optional<Failure> prepareSampleCatalogue(const std::string& list, const std::string& content) {
+Result<> prepareSampleCatalogue(const std::string& list, const std::string& content) {
     auto store = CatalogueStore::open(content);
-    if (const Failure* failure = failureOf(store)) return *failure;
-    return publishList(*std::get<0>(store), list);
+    if (!store) return store.error();
+    return publishList(**store, list);
 }
 
 }  // namespace morvane

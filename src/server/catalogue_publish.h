@@ -38,11 +38,10 @@ struct PortToPublish {
 /// of dictionaries with "Name", "Creator", "CKIs" (a list), "Description", "Icon" (files beside the list)
 /// and, as wanted, "Country", "Trailer", "CrossOver", "Genres", "Source Links", "Free", "Developer". For the
 /// samples that the application brings along: cheap when there is nothing to do.
-[[nodiscard]] std::optional<Failure> publishList(CatalogueStore& store, const std::string& list);
+[[nodiscard]] Result<> publishList(CatalogueStore& store, const std::string& list);
 
 /// The content folder of the embedded catalogue, made and filled with the list's ports where they are
 /// missing. A folder that others filled keeps what they put there.
-[[nodiscard]] std::optional<Failure> prepareSampleCatalogue(const std::string& list,
-                                                            const std::string& content);
+[[nodiscard]] Result<> prepareSampleCatalogue(const std::string& list, const std::string& content);
 
 }  // namespace morvane

@@ -345,8 +345,8 @@ HttpAnswer CatalogueServer::State::instructions(const HttpQuery& query) const {
     const std::string source = MVString::lowercased(query.parameter("source"));
     if (files::size(path).value_or(mostInstructionBytes) >= mostInstructionBytes) return answer("");
     const auto read = files::read(path);
-    if (failureOf(read) == nullptr) {
-        for (const std::string& line : MVString::split(std::get<std::string>(read), "\n")) {
+    if (read) {
+        for (const std::string& line : MVString::split(*read, "\n")) {
             const std::size_t equals = line.find('=');
             if (equals != std::string::npos &&
                 MVString::lowercased(MVString::trimmed(line.substr(0, equals))) == source)
@@ -455,11 +455,11 @@ Result<std::unique_ptr<CatalogueServer>> CatalogueServer::start(const Options& o
     auto address = parsedAddress(options.listen);
     if (!address) return Failure{localized("%@ is no address like 127.0.0.1:8080.", {options.listen})};
     auto store = CatalogueStore::open(options.content, options.patience);
-    if (const Failure* failure = failureOf(store)) return *failure;
+    if (!store) return store.error();
     auto signer = Signer::withSecretAt(options.content + "/secret");
-    if (const Failure* failure = failureOf(signer)) return *failure;
-    auto state = std::make_unique<State>(options, std::get<0>(std::move(store)),
-                                         std::get<0>(std::move(signer)), isLoopback(address->host));
+    if (!signer) return signer.error();
+    auto state =
+        std::make_unique<State>(options, *std::move(store), *std::move(signer), isLoopback(address->host));
     state->address = *std::move(address);
     if (!state->listener.listenOn(state->address.host, state->address.port))
         return Failure{localized("Nothing can listen on %@.", {options.listen})};

@@ -222,8 +222,8 @@ CatalogueStore::~CatalogueStore() = default;
 
 Result<std::unique_ptr<CatalogueStore>> CatalogueStore::open(const std::string& folder,
                                                              std::chrono::milliseconds patience) {
-    if (const auto error = files::createFolder(folder, true))
-        return Failure{localized("The folder %@ cannot be made: %@", {folder, *error})};
+    if (const auto done = files::createFolder(folder, true); !done)
+        return Failure{localized("The folder %@ cannot be made: %@", {folder, done.error().why})};
     // Mails hold people's addresses. SQLite gives its other files the permissions of this one. Closed before
     // SQLite opens the file: the end of any descriptor of it drops the locks of the whole process, and the
     // next process would take the database for its own and delete what is not in it yet.
@@ -431,13 +431,13 @@ std::optional<std::int64_t> idOf(Database& database, const Publication& port) {
 }
 
 /// The message for whoever publishes, or nothing; below as well.
-std::optional<std::string> whatIsMissing(Database& database, const Publication& port) {
+Result<> isComplete(Database& database, const Publication& port) {
     if (!idOf(database, port) && (!port.description || !port.icon))
-        return localized("A new port needs a description and an icon.");
+        return Failure{localized("A new port needs a description and an icon.")};
     if (port.dependency.value_or(0) != 0 &&
         !database.query("SELECT 1 FROM ports WHERE id = ?1", *port.dependency)->next())
-        return localized("There is no port %@ to depend on.", {std::to_string(*port.dependency)});
-    return std::nullopt;
+        return Failure{localized("There is no port %@ to depend on.", {std::to_string(*port.dependency)})};
+    return {};
 }
 
 /// The ports row: made, or changed where the publication says something.
@@ -468,7 +468,7 @@ void writePage(Database& database, std::int64_t id, const Publication& port) {
         database.run("UPDATE pages SET genres = ?2 WHERE port = ?1", id, MVString::joined(*port.genres, ","));
 }
 
-std::optional<std::string> writeSources(Database& database, std::int64_t id, const Publication& port) {
+Result<> writeSources(Database& database, std::int64_t id, const Publication& port) {
     if (port.cki)
         database.run(
             "INSERT INTO sources(port, name, link, has_file) VALUES(?1, ?2, '', 1) "
@@ -480,29 +480,29 @@ std::optional<std::string> writeSources(Database& database, std::int64_t id, con
         // A source that is only a link could be chosen for an installation, and would have no file.
         if (!native &&
             !database.query("SELECT 1 FROM sources WHERE port = ?1 AND name = ?2", id, link.name)->next())
-            return localized("There is no CKI file of the source %@.", {link.name});
+            return Failure{localized("There is no CKI file of the source %@.", {link.name})};
         database.run(
             "INSERT INTO sources(port, name, link, has_file) VALUES(?1, ?2, ?3, 0) "
             "ON CONFLICT DO UPDATE SET link = excluded.link",
             id, link.name, link.link);
     }
     if (!database.query("SELECT 1 FROM sources WHERE port = ?1", id)->next())
-        return localized("A port needs a CKI file, or, when it is native, a link of a source.");
-    return std::nullopt;
+        return Failure{localized("A port needs a CKI file, or, when it is native, a link of a source.")};
+    return {};
 }
 
-files::Error writeFiles(Database& database, const std::string& folder, std::int64_t id,
-                        const Publication& port) {
-    if (auto error = files::createFolder(folder, true)) return error;
+Result<> writeFiles(Database& database, const std::string& folder, std::int64_t id, const Publication& port) {
+    if (const auto done = files::createFolder(folder, true); !done) return done;
     if (port.cki) {
         // The name that the source was first published under, whatever the case of its letters now.
         const auto row =
             database.query("SELECT name FROM sources WHERE port = ?1 AND name = ?2", id, port.cki->source);
         row->next();
         const std::string path = folder + "/" + row->text(0) + ".cki";
-        if (auto error = files::write(path, port.cki->bytes, files::Atomically::yes)) return error;
+        if (const auto done = files::write(path, port.cki->bytes, files::Atomically::yes); !done) return done;
     }
-    return port.icon ? files::write(folder + iconName, *port.icon, files::Atomically::yes) : std::nullopt;
+    if (!port.icon) return {};
+    return files::write(folder + iconName, *port.icon, files::Atomically::yes);
 }
 
 }  // namespace
@@ -512,19 +512,19 @@ Result<std::int64_t> CatalogueStore::publish(const Publication& port) {
         const MutexLock lock(state_->writing);
         Database& database = state_->votes;
         Transaction transaction(database);
-        if (const auto refusal = whatIsMissing(database, port)) return Failure{*refusal};
+        if (const auto complete = isComplete(database, port); !complete) return complete.error();
         const std::int64_t id = writePort(database, port);
         writePage(database, id, port);
-        if (const auto refusal = writeSources(database, id, port)) return Failure{*refusal};
+        if (const auto written = writeSources(database, id, port); !written) return written.error();
         database.run("UPDATE publications SET count = count + 1");
         // The files come before the commit: what a client can ask for is there. A kill between the two leaves
         // files that nobody asks for, and that the next publication replaces.
-        if (const auto error = writeFiles(database, portFolder(id), id, port))
-            return Failure{localized("The port's files cannot be written: %@", {*error})};
+        if (const auto written = writeFiles(database, portFolder(id), id, port); !written)
+            return Failure{localized("The port's files cannot be written"), written.error().why};
         transaction.commit();
         return id;
     } catch (const DatabaseError& error) {
-        return Failure{localized("The catalogue cannot be written: %@", {error.what()})};
+        return Failure{localized("The catalogue cannot be written"), error.what()};
     }
 }
 
@@ -538,7 +538,7 @@ bool CatalogueStore::holds(const Publication& port) const {
     const auto path = id ? ckiPath(*id, port.cki->source) : std::nullopt;
     if (!path) return false;
     const auto stored = files::read(*path);
-    return failureOf(stored) == nullptr && std::get<std::string>(stored) == port.cki->bytes;
+    return stored && *stored == port.cki->bytes;
 }
 
 }  // namespace morvane

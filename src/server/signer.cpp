@@ -53,8 +53,8 @@ Result<Signer> Signer::withSecretAt(const std::string& path) {
     if (files::kindBehind(path) == files::Kind::none && !makeSecret(path))
         return Failure{localized("The server's secret cannot be written to %@: %@", {path, strerror(errno)})};
     auto read = files::read(path);
-    if (const Failure* failure = failureOf(read)) return *failure;
-    std::string secret = std::get<std::string>(std::move(read));
+    if (!read) return read.error();
+    std::string secret = *std::move(read);
     if (secret.size() < secretBytes)
         return Failure{
             localized("The server's secret in %@ is damaged. Without the file, a new one is made, "

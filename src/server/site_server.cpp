@@ -65,7 +65,7 @@ struct SiteServer::State {
         const std::vector<std::string> names = content.engineNames();
         if (std::find(names.begin(), names.end(), name) == names.end()) return notFound;
         const auto made = content.engineArchive(name);
-        return failureOf(made) == nullptr ? HttpAnswer::ofFile(std::get<std::string>(made)) : notFound;
+        return made ? HttpAnswer::ofFile(*made) : notFound;
     }
 };
 

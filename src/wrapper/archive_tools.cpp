@@ -25,8 +25,7 @@ namespace {
 
 std::vector<std::string> entriesOf(const std::string& folder) {
     auto names = files::list(folder);
-    return failureOf(names) != nullptr ? std::vector<std::string>{}
-                                       : std::get<std::vector<std::string>>(std::move(names));
+    return !names ? std::vector<std::string>{} : *std::move(names);
 }
 
 class Taming {
@@ -42,9 +41,8 @@ class Taming {
         // Last, when all of the links' destinations are what they will be.
         for (const std::string& link : links_) {
             const auto destination = files::destinationOfLink(link);
-            const auto* text = std::get_if<std::string>(&destination);
-            const bool isTame = text != nullptr && (text->starts_with("/") ? leadsToSystemProgram(link)
-                                                                           : staysInside(root_, link));
+            const bool isTame = destination && (destination->starts_with("/") ? leadsToSystemProgram(link)
+                                                                              : staysInside(root_, link));
             if (!isTame) static_cast<void>(files::remove(link));
         }
     }
@@ -199,11 +197,12 @@ UnpackingFolder::~UnpackingFolder() {
 
 std::string freshFolder(const std::string& parent) {
     auto made = files::createTemporaryFolder(parent, "level-");
-    if (const Failure* failure = failureOf(made)) {
-        MVAlert::showAlertErrorMessage(localized("Error while creating folder: %@", {failure->message}));
+    if (!made) {
+        MVAlert::showAlertErrorMessage(
+            localized("Error while creating folder: %@", {made.error().message()}));
         return "";
     }
-    return std::get<std::string>(std::move(made));
+    return *std::move(made);
 }
 
 bool copyWhole(const std::string& source, const std::string& destination) {

@@ -24,11 +24,11 @@ struct IconPaths {
 Result<IconPaths> iconPaths(const std::string& iconName, const std::string& wrapper) {
     const std::string resources = wrapper + layout::resources;
     const auto icon = pathInside(resources, iconName, Levels::one, "the icon's name");
-    if (const Failure* failure = failureOf(icon)) return *failure;
+    if (!icon) return icon.error();
     const std::string setName = files::withoutExtension(iconName) + ".iconset";
     const auto iconSet = pathInside(resources, setName, Levels::one, "the icon's name");
-    if (const Failure* failure = failureOf(iconSet)) return *failure;
-    return IconPaths{std::get<std::string>(icon), std::get<std::string>(iconSet)};
+    if (!iconSet) return iconSet.error();
+    return IconPaths{*icon, *iconSet};
 }
 
 bool holdsFile(const std::string& path) {
@@ -77,12 +77,12 @@ bool NSPortManager::setIconWithImage(const std::optional<ImageData>& image) cons
     const auto iconName = NSUtilities::iconFileName(plistObjectForKey("CFBundleIconFile"));
     if (!picture || !iconName) return false;
     const auto paths = iconPaths(*iconName, path);
-    if (const Failure* failure = failureOf(paths)) {
-        MVAlert::showAlertErrorMessage(failure->message);
+    if (!paths) {
+        MVAlert::showAlertErrorMessage(paths.error().message());
         return false;
     }
 
-    const auto& [icon, iconSet] = std::get<IconPaths>(paths);
+    const auto& [icon, iconSet] = *paths;
     MVFileManager::removeItemAtPath(iconSet);  // left by a run that was killed
     MVFileManager::createDirectoryAtPath(iconSet, IntermediateFolders::no);
     for (int size = smallestIcon; size <= largestIcon; size *= 2) saveIconsetImage(*picture, size, iconSet);

@@ -24,7 +24,7 @@ std::optional<Dictionary> readSettings(const std::string& path) {
 }
 
 bool writeSettings(const std::optional<Dictionary>& settings, const std::string& path) {
-    return !settings || !property_lists::write(path, *settings);
+    return !settings || property_lists::write(path, *settings);
 }
 
 void setSetting(std::optional<Dictionary>& settings, const std::optional<Value>& value,
@@ -55,8 +55,8 @@ Result<std::string> batchFilePath(const std::string& program, const std::string&
         const std::string numbered = number == 1 ? name : name + " " + std::to_string(number);
         auto path =
             pathInside(wrapper + layout::driveC, numbered + ".bat", Levels::one, "the program's name");
-        if (failureOf(path) != nullptr) return path;
-        if (files::kindOf(std::get<std::string>(path)) == files::Kind::none) return path;
+        if (!path) return path;
+        if (files::kindOf(*path) == files::Kind::none) return path;
     }
 }
 
@@ -122,11 +122,11 @@ bool NSPortManager::runEXE(const std::string& program, const std::string& flags)
     const std::string windowsPath =
         MVString::replacedAll(NSUtilities::getWindowsPathForMacPath(program, path), "/", "\\");
     const auto batchFile = batchFilePath(program, path);
-    if (const Failure* failure = failureOf(batchFile)) {
-        MVAlert::showAlertErrorMessage(failure->message);
+    if (!batchFile) {
+        MVAlert::showAlertErrorMessage(batchFile.error().message());
         return true;
     }
-    const std::string& batchPath = std::get<std::string>(batchFile);
+    const std::string& batchPath = *batchFile;
     if (!fitsBatchLine(windowsPath)) {
         MVAlert::showAlertErrorMessage(localized("The path of the program cannot be used: %@", {program}));
         return true;

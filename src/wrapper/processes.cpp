@@ -30,9 +30,8 @@ struct WineNames {
 WineNames wineNamesOf(const std::string& wrapper) {
     WineNames names;
     const auto listing = files::listBelow(wrapper + layout::engine + "/bin");
-    const auto* items = std::get_if<std::vector<std::string>>(&listing);
-    if (items == nullptr) return names;
-    for (const std::string& item : *items) {
+    if (!listing) return names;
+    for (const std::string& item : *listing) {
         const std::string name = files::lastComponent(item);
         if (name.starts_with('-')) continue;  // would be an option of killall
         if (name.ends_with("Wine")) {

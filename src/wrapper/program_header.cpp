@@ -51,8 +51,8 @@ bool isFile(const std::string& path) {
 /// What lies in the folder, if it is one.
 std::vector<std::string> namesIn(const std::string& folder) {
     auto names = files::list(folder);
-    if (failureOf(names) != nullptr) return {};
-    return std::move(std::get<std::vector<std::string>>(names));
+    if (!names) return {};
+    return std::move(*names);
 }
 
 /// The machines whose libraries lie in a Wine below the folder: in "lib/wine", "lib64/wine" or

@@ -88,9 +88,8 @@ std::string getWindowsPathForMacPath(const std::string& macPath, const std::stri
     for (char letter = 'C'; letter < 'Z'; ++letter) {
         // Most letters have no link, which is no failure here: the quiet operation is used.
         const auto link = files::destinationOfLink(linkOfDrive(std::string(1, letter), wrapper));
-        const auto* destination = std::get_if<std::string>(&link);
-        if (destination == nullptr) continue;
-        const std::string folder = pathBehindDrive(*destination, "/", wrapper);
+        if (!link) continue;
+        const std::string folder = pathBehindDrive(*link, "/", wrapper);
         if (macPath.starts_with(folder)) return std::string(1, letter) + ":/" + macPath.substr(folder.size());
     }
     return "Z:" + macPath;

@@ -118,8 +118,7 @@ TEST_F(Preferences, WordsBecomeValuesOfTheirSetting) {
         const auto* setting = settings::named(row.key);
         ASSERT_NE(setting, nullptr) << row.key;
         const auto value = settings::valueFor(*setting, row.words);
-        const auto* given = std::get_if<Value>(&value);
-        EXPECT_EQ(given != nullptr ? std::optional(*given) : std::nullopt, row.value) << row.key;
+        EXPECT_EQ(value ? std::optional(*value) : std::nullopt, row.value) << row.key;
     }
     EXPECT_EQ(settings::named("no such"), nullptr);
     EXPECT_EQ(settings::reading(*settings::named(settings::collectionViewIconsScale)), Value(1.0));

@@ -50,13 +50,13 @@ class Properties : public testing::TestMachine {
     }
     std::string makeLauncher(const std::string& name) const {
         std::string application = wrapper + "/" + name + ".app";
-        EXPECT_EQ(files::copy(wrapper + layout::customExeTemplate, application), std::nullopt);
+        EXPECT_TRUE(files::copy(wrapper + layout::customExeTemplate, application));
         WrapperCreation::createAliasToCustomEXE(application, wrapper);
         return application;
     }
     void open(const std::string& path) {
-        const auto failure = window.setDataFromWrapperAtPath(path);
-        ASSERT_FALSE(failure) << failure->message;
+        const auto shown = window.setDataFromWrapperAtPath(path);
+        ASSERT_TRUE(shown) << shown.error().message();
     }
     static StyledText text(const std::string& words) {
         return {words, {{.length = words.size(), .italic = true}}};
@@ -251,15 +251,14 @@ TEST_F(Properties, FakeScreenModesAndBack) {
 
 TEST_F(Properties, TheDescriptionIsRewrittenInWhiteBesideItsOtherKeys) {
     const std::string file = wrapper + layout::descriptionCkii;
-    put(file,
-        std::get<std::string>(typed_stream::archive(Dictionary{
-            {"ID", 12}, {"Description", text("old")}, {"Steam Link", "http://a/"}, {"new", Array{1}}})));
+    put(file, *typed_stream::archive(Dictionary{
+                  {"ID", 12}, {"Description", text("old")}, {"Steam Link", "http://a/"}, {"new", Array{1}}}));
     open(wrapper);
     EXPECT_EQ(window.shown().description.text, "old");
     window.editDescription(text("now"));
     EXPECT_TRUE(window.saveDataToWrapper());
     const auto loaded = NSUtilities::loadArchivedObjectFromFile(file, "CKII");
-    const auto* root = std::get<Value>(loaded).as<Dictionary>();
+    const auto* root = loaded->as<Dictionary>();
     EXPECT_EQ(*root->get<std::int64_t>("ID"), 12);
     EXPECT_EQ(*root->find("new"), Value(Array{1}));
     const auto* description = root->get<StyledText>("Description");
@@ -286,8 +285,7 @@ TEST_F(Properties, ARenamedLauncherTakesItsLinkAlong) {
     window.typeName("Map Editor");
     EXPECT_TRUE(window.saveDataToWrapper());
     EXPECT_EQ(setting(now + layout::customExePlist, "CFBundleName"), Value("Map Editor"));
-    EXPECT_EQ(std::get<std::string>(files::destinationOfLink(folderOfLinks + "/Map Editor.app")),
-              "Game.app/Map Editor.app");
+    EXPECT_EQ(*files::destinationOfLink(folderOfLinks + "/Map Editor.app"), "Game.app/Map Editor.app");
     EXPECT_EQ(files::kindOf(folderOfLinks + "/Editor.app"), files::Kind::none);
     EXPECT_EQ(library, (std::vector<std::string>{"remove " + old, "add " + now, "show " + now}));
 }
@@ -328,7 +326,7 @@ TEST_F(Properties, NamesThatCannotBeAreRefused) {
     window.typeName("../x");
     ui.expectError("\"../x\" can't be used as the name");
     EXPECT_FALSE(window.saveDataToWrapper());
-    EXPECT_TRUE(window.setDataFromWrapperAtPath(home + "/Applications/None.app"));
+    EXPECT_FALSE(window.setDataFromWrapperAtPath(home + "/Applications/None.app"));
 }
 
 TEST_F(Properties, ABoxerBundleHasNameIconAndDescriptionOnly) {

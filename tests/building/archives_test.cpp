@@ -28,7 +28,7 @@ class ExtractFile : public testing::TestMachine {
         }
         testing::runTool(work, command);
         put(store + "/" + archive, get(command[2]));
-        EXPECT_EQ(files::remove(work), std::nullopt);
+        EXPECT_TRUE(files::remove(work));
     }
     /// What the unpacking of a file in the store gives, without the store's path.
     Names extracted(const std::string& name) {
@@ -88,7 +88,7 @@ TEST_F(ExtractFile, NothingLandsOutsideTheFolder) {
     for (const auto& [name, linked] : {std::pair{"inside", true}, {"absolute", false}, {"relative", false}})
         EXPECT_EQ(fs::is_symlink(store + "/" + name), linked) << name;
     EXPECT_EQ(get(outside + "/victim"), "unharmed");
-    const Names all = std::get<Names>(files::listBelow(folder.path));
+    const Names all = *files::listBelow(folder.path);
     for (const char* name : {"escaped", "escaped2", "escaped3", "through", "x", "outside/x"})
         EXPECT_EQ(std::ranges::count(all, name), 0) << name;
 }
@@ -129,8 +129,7 @@ TEST_F(ExtractFile, WhatIsUnpackedIsTamed) {
         "mkdir locked; ln -s / locked/root; chmod 0 locked\n");
     testing::runTool(store, {"/bin/sh", "make.sh"});
     archives::tame(place);
-    EXPECT_EQ(std::get<Names>(files::listBelow(place)),
-              (Names{"chain", "deep", "inside", "locked", "plain", "second-name"}));
+    EXPECT_EQ(*files::listBelow(place), (Names{"chain", "deep", "inside", "locked", "plain", "second-name"}));
     EXPECT_EQ(get(folder.path + "/victim"), "unharmed");
 }
 

@@ -104,7 +104,7 @@ class BuildingMachine : public TestMachine {
         Dictionary dictionary{{"CKI Version", "1.5.9"}, {"Name", "Game"}};
         for (const auto& [key, value] : keys) dictionary.set(key, value);
         const std::string path = folder.path + "/Game.cki";
-        put(path, std::get<std::string>(typed_stream::archive(Value(dictionary))));
+        put(path, *typed_stream::archive(Value(dictionary)));
         return path;
     }
 

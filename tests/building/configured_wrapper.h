@@ -37,20 +37,17 @@ class ConfiguredWrapper : public TestMachine {
     std::unique_ptr<WrapperCreation> creation;
 
     static void link(const std::string& destination, const std::string& path) {
-        ASSERT_EQ(files::createSymbolicLink(path, destination), std::nullopt);
+        ASSERT_TRUE(files::createSymbolicLink(path, destination));
     }
     /// Where the link points, or "" when there is none.
     [[nodiscard]] static std::string destination(const std::string& path) {
         const auto result = files::destinationOfLink(path);
-        const auto* text = std::get_if<std::string>(&result);
-        return text != nullptr ? *text : "";
+        return result.value_or("");
     }
     [[nodiscard]] static bool exists(const std::string& path) {
         return files::kindOf(path) != files::Kind::none;
     }
-    [[nodiscard]] static Names listing(const std::string& folder) {
-        return std::get<Names>(files::list(folder));
-    }
+    [[nodiscard]] static Names listing(const std::string& folder) { return *files::list(folder); }
     static ExeEntry program(const std::string& name, const std::string& path, bool isMain = true) {
         ExeEntry exe;
         exe.name = name;

@@ -37,8 +37,8 @@ TEST_F(Pipeline, InstallerFromDownloads) {
         std::string name = *plist.get<std::string>("CFBundleIconFile");
         return name.ends_with(".icns") ? name : name + ".icns";
     }());
-    ASSERT_FALSE(failureOf(icon));
-    EXPECT_TRUE(std::get<std::string>(icon).starts_with("icns"));
+    ASSERT_TRUE(icon);
+    EXPECT_TRUE(icon->starts_with("icns"));
     EXPECT_TRUE(fs::is_empty(home + "/Desktop"));
     const auto library = morvane.run({"library", "list"});
     EXPECT_EQ(library.output, "1\tStar Catcher\t" + app + "\tno\n2\tStar Catcher Scores\t" + app +
@@ -49,7 +49,7 @@ TEST_F(Pipeline, InstallerFromDownloads) {
     fs::rename(app, moved);
     Dictionary withFlags = settings(moved + "/Contents/Info.plist");
     withFlags.set("Program Flags", "-score 7");
-    ASSERT_FALSE(property_lists::write(moved + "/Contents/Info.plist", Value(withFlags)));
+    ASSERT_TRUE(property_lists::write(moved + "/Contents/Info.plist", Value(withFlags)));
     const auto played = morvane.run({"run", moved, "--wait"});
     EXPECT_EQ(played.exitCode, 0) << played.output;
     EXPECT_EQ(TestMachine::get(moved + game + "score.txt"), "best=7\r\n");
@@ -127,7 +127,7 @@ TEST_F(Pipeline, AnOldEngineIsConvertedAndAnOldWrapperUpdated) {
     Dictionary own = settings(plist);
     own.set("Program Name and Path", "/windows/system32/cmd.exe");
     own.set("Program Flags", "/c echo started>C:\\started.txt");
-    ASSERT_FALSE(property_lists::write(plist, own));
+    ASSERT_TRUE(property_lists::write(plist, own));
 
     LoopbackSite site;
     publishNewestVersion(site, "Caskery-2.0");

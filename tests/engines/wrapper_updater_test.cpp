@@ -48,7 +48,7 @@ class Updater : public testing::BuildingMachine {
     static void setPlist(const std::string& app, const std::string& key, const char* value) {
         Dictionary plist = *property_lists::read(app + "/Contents/Info.plist")->as<Dictionary>();
         plist.set(key, value);
-        ASSERT_FALSE(property_lists::write(app + "/Contents/Info.plist", plist));
+        ASSERT_TRUE(property_lists::write(app + "/Contents/Info.plist", plist));
     }
     /// The texts of the steps; killed at the one that begins so.
     Names update(const std::string& killedAt = "none") {
@@ -148,7 +148,7 @@ TEST_F(Updater, EveryStateInBetweenIsRepaired) {
         {"the wrapper is away, and asked for there",
          [&] {
              fs::rename(wrapper, away);
-             EXPECT_EQ(WrapperUpdater::backInItsPlace(away), Result<std::string>(wrapper));
+             EXPECT_EQ(WrapperUpdater::backInItsPlace(away).value_or(""), wrapper);
          }},
     };
     for (const auto& [name, leave] : rows) {

@@ -78,7 +78,7 @@ class DescriptionView : public testing::BuildingMachine {
         fs::create_directories(path + "/Contents/Resources/drive_c");
         fs::create_directories(path + "/Contents/Resources/dosdevices");
         fs::create_symlink("../drive_c", path + "/Contents/Resources/dosdevices/c:");
-        put(path + "/mv_desc.ckii", std::get<std::string>(typed_stream::archive(Dictionary{{"ID", id}})));
+        put(path + "/mv_desc.ckii", *typed_stream::archive(Dictionary{{"ID", id}}));
         return path;
     }
     [[nodiscard]] std::string ran() const { return exists(runs) ? get(runs) : ""; }

@@ -117,12 +117,12 @@ TEST_F(GameData, ALocalItemIsWhatLiesOnDisk) {
                       built = applications + "built.app";
     makeWrapper(wrapper, "Wrapped");
     put(wrapper + "/mv_desc.ckii",
-        std::get<std::string>(typed_stream::archive(
+        *typed_stream::archive(
             Dictionary{{"ID", 34},
                        {"Description", StyledText{"text", {{4, true, true, "Times", 40, "x:y"}}}},
                        {"Trailer", "T"},
                        {"CrossOverLink", "C"},
-                       {"Future", "kept"}})));
+                       {"Future", "kept"}}));
     putArchive(wrapper + "/mv_backup.cki", {{"Source", "Steam"}, {"ID", 99}});
     put(custom + "/Contents/MacOS/CustomEXE", "");
     putArchive(custom + "/mv_desc.ckii", {{"ID", "text"}, {"Trailer", 7}});

@@ -29,7 +29,7 @@ class LibraryMachine : public TestMachine {
         put(bundle + "/Contents/Info.plist", property_lists::xml(plist));
     }
     void putArchive(const std::string& path, const Dictionary& dictionary) {
-        put(path, std::get<std::string>(typed_stream::archive(dictionary)));
+        put(path, *typed_stream::archive(dictionary));
     }
     /// Serves the main queue until the operation has called its completion.
     void complete(const std::function<void(NSAppsArray::Completion)>& operation) {

@@ -54,7 +54,7 @@ TEST(CrashHandler, WritesAReportAndThenLetsTheProgramDie) {
         waitpid(child, &status, 0);
         EXPECT_FALSE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
 
-        const auto names = std::get<std::vector<std::string>>(files::list(folder));
+        const auto names = *files::list(folder);
         ASSERT_EQ(names.size(), 1U);
         EXPECT_TRUE(names[0].starts_with("Morvane_20") &&
                     names[0].ends_with("_" + std::to_string(child) + ".crash"))
@@ -62,7 +62,7 @@ TEST(CrashHandler, WritesAReportAndThenLetsTheProgramDie) {
         struct stat attributes {};
         stat((folder + "/" + names[0]).c_str(), &attributes);
         EXPECT_EQ(attributes.st_mode & 0777U, 0600U);
-        const std::string report = std::get<std::string>(files::read(folder + "/" + names[0]));
+        const std::string report = *files::read(folder + "/" + names[0]);
         EXPECT_TRUE(
             report.starts_with("Process: Morvane [" + std::to_string(child) + "]\nVersion: 1.2 (3)\n"));
         for (const std::string& line : row.lines) EXPECT_NE(report.find(line), std::string::npos) << report;

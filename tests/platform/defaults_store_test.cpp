@@ -26,7 +26,7 @@ TEST_F(DefaultsStoreTest, EveryChangeIsOnDisk) {
     EXPECT_TRUE(store.set("Gone", std::nullopt));
     EXPECT_EQ(property_lists::read(path), Value(Dictionary{{"Name", "value"}}));
     EXPECT_EQ(DefaultsStore(path).get("Name"), Value("value"));
-    EXPECT_FALSE(files::remove(path));
+    EXPECT_TRUE(files::remove(path));
     EXPECT_FALSE(store.get("Name")) << "a file that was removed is an empty store";
 }
 

@@ -133,15 +133,14 @@ class Transfers : public ::testing::Test {
             EXPECT_TRUE(queue.isMainThread());
             events += "response " + (length ? std::to_string(*length) : "unknown");
         };
-        handlers.body = [this](std::string_view bytes,
-                               std::optional<std::uint64_t> length) -> std::optional<std::string> {
+        handlers.body = [this](std::string_view bytes, std::optional<std::uint64_t> length) -> Result<> {
             EXPECT_FALSE(queue.isMainThread());
             received += bytes;
             if (length == 18) {
                 received.clear();
-                return "no room";
+                return Failure{"", "no room"};
             }
-            return std::nullopt;
+            return {};
         };
         handlers.data = [this](std::uint64_t bytes) {
             EXPECT_TRUE(queue.isMainThread());

@@ -14,7 +14,7 @@ class Iconutil : public ::testing::Test {
     const std::string iconset = folder.path + "/a b.iconset";
     const std::string icon = folder.path + "/a b.icns";
 
-    Iconutil() { EXPECT_FALSE(files::createFolder(iconset, false)); }
+    Iconutil() { EXPECT_TRUE(files::createFolder(iconset, false)); }
 
     void putPng(const std::string& name, int width, int height) {
         Picture picture{width, height, {}};

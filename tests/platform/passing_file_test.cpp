@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "support/results.h"
 #include "support/test_machine.h"
 
 namespace morvane::files {
@@ -17,9 +18,7 @@ class PassingFiles : public ::testing::Test {
     const testing::TemporaryFolder folder;
     const std::string place = folder.path + "/" + std::string(255, 'n');  // the longest name there is
 
-    [[nodiscard]] std::vector<std::string> entries() const {
-        return std::get<std::vector<std::string>>(list(folder.path));
-    }
+    [[nodiscard]] std::vector<std::string> entries() const { return *list(folder.path); }
     static void put(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
 };
 
@@ -29,22 +28,22 @@ TEST_F(PassingFiles, AppearWholeOrNotAtAll) {
     {
         PassingFile file(place);
         EXPECT_EQ(entries().size(), 1U) << "nothing is made before the first byte";
-        EXPECT_EQ(file.append("ne", std::nullopt), std::nullopt);
-        EXPECT_EQ(std::get<std::string>(read(place)), "old");
+        EXPECT_TRUE(file.append("ne", std::nullopt));
+        EXPECT_EQ(*read(place), "old");
     }
     EXPECT_EQ(entries().size(), 1U);
     PassingFile file(place);
-    EXPECT_EQ(file.append("ne", 3), std::nullopt);
-    EXPECT_EQ(file.append("w", 3), std::nullopt);
-    EXPECT_EQ(file.putInPlace(), std::nullopt);
-    EXPECT_EQ(std::get<std::string>(read(place)), "new");
+    EXPECT_TRUE(file.append("ne", 3));
+    EXPECT_TRUE(file.append("w", 3));
+    EXPECT_TRUE(file.putInPlace());
+    EXPECT_EQ(*read(place), "new");
     EXPECT_EQ(fs::status(place).permissions(), fs::perms(0640));
     EXPECT_EQ(entries().size(), 1U);
 }
 
 TEST_F(PassingFiles, WhatAKilledProcessLeftGoesWithTheNextAndNothingElseDoes) {
     PassingFile running(place);
-    ASSERT_EQ(running.append("running", std::nullopt), std::nullopt);
+    ASSERT_TRUE(running.append("running", std::nullopt));
     std::string name = entries().front();
     // The names differ in the last digits only.
     const auto sibling = [&](const std::string& end) {
@@ -56,19 +55,21 @@ TEST_F(PassingFiles, WhatAKilledProcessLeftGoesWithTheNextAndNothingElseDoes) {
     put(other, "for another place");
     fs::create_symlink(other, link);
     PassingFile next(place);
-    ASSERT_EQ(next.append("next", std::nullopt), std::nullopt);
+    ASSERT_TRUE(next.append("next", std::nullopt));
     EXPECT_FALSE(fs::exists(leftover));
     EXPECT_TRUE(fs::is_symlink(link));
     EXPECT_TRUE(fs::exists(other));
-    EXPECT_EQ(next.putInPlace(), std::nullopt);
-    EXPECT_EQ(running.putInPlace(), std::nullopt);
-    EXPECT_EQ(std::get<std::string>(read(place)), "running");
+    EXPECT_TRUE(next.putInPlace());
+    EXPECT_TRUE(running.putInPlace());
+    EXPECT_EQ(*read(place), "running");
 }
 
 TEST_F(PassingFiles, Errors) {
-    EXPECT_EQ(PassingFile(place).append("x", std::uint64_t{1} << 60), "No space left on device");
-    EXPECT_EQ(PassingFile(folder.path + "/no/file").append("x", 1), "No such file or directory");
-    EXPECT_EQ(PassingFile(place + std::string(1, '\0')).append("x", 1), "Invalid argument");
+    EXPECT_EQ(testing::why(PassingFile(place).append("x", std::uint64_t{1} << 60)),
+              "No space left on device");
+    EXPECT_EQ(testing::why(PassingFile(folder.path + "/no/file").append("x", 1)),
+              "No such file or directory");
+    EXPECT_EQ(testing::why(PassingFile(place + std::string(1, '\0')).append("x", 1)), "Invalid argument");
     EXPECT_TRUE(entries().empty());
 }
 

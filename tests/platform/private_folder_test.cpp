@@ -18,8 +18,8 @@ class PrivateFolders : public ::testing::Test {
     const std::string own = folder.path + "/cache/own";
 
     static PrivateFolder made(Result<PrivateFolder> result) {
-        if (const Failure* failure = failureOf(result)) throw std::runtime_error(failure->message);
-        return std::get<PrivateFolder>(std::move(result));
+        if (!result) throw std::runtime_error(result.error().message());
+        return *std::move(result);
     }
     static fs::perms modeOf(const std::string& path) { return fs::status(path).permissions(); }
 };
@@ -52,8 +52,8 @@ TEST_F(PrivateFolders, AreNotMadeInWhatIsNotOurs) {
     for (const auto& put : obstacles) {
         put();
         const auto result = PrivateFolder::make(own);
-        ASSERT_NE(failureOf(result), nullptr);
-        EXPECT_TRUE(failureOf(result)->message.starts_with(own + ": ")) << failureOf(result)->message;
+        ASSERT_FALSE(result);
+        EXPECT_TRUE(result.error().message().starts_with(own + ": ")) << result.error().message();
         fs::remove(own);
     }
 }
@@ -62,7 +62,7 @@ TEST_F(PrivateFolders, LeftoversGoAndWhatIsUsedOrKeptStays) {
     const PrivateFolder used = made(PrivateFolder::make(own));
     PrivateFolder wanted = made(PrivateFolder::make(own));
     testing::TestMachine::put(wanted.path() + "/game", "x");
-    const std::string kept = std::get<std::string>(wanted.keep());
+    const std::string kept = *wanted.keep();
     // As a killed process leaves it: locked by nobody.
     const std::string name = lastComponent(used.path());
     const std::string leftover = own + "/" + name.substr(0, name.size() - 6) + "left!!";

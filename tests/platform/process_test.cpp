@@ -217,9 +217,9 @@ TEST_F(Programs, LaunchedInASessionOfTheirOwn) {
 TEST_F(Programs, SearchFindsEveryCopyInOrder) {
     const auto put = [&](const std::string& name, unsigned mode) {
         const std::string path = folder.path + "/" + name;
-        ASSERT_EQ(files::createFolder(files::parent(path), true), std::nullopt);
-        ASSERT_EQ(files::write(path, "", files::Atomically::no), std::nullopt);
-        ASSERT_EQ(files::setPermissions(path, mode), std::nullopt);
+        ASSERT_TRUE(files::createFolder(files::parent(path), true));
+        ASSERT_TRUE(files::write(path, "", files::Atomically::no));
+        ASSERT_TRUE(files::setPermissions(path, mode));
     };
     put("a/tool", 0755);
     put("b/tool", 0644);        // not executable

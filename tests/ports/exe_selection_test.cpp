@@ -79,8 +79,8 @@ class Selection : public testing::TestMachine {
     }
     void link(const std::string& letter, const std::string& destination) {
         const std::string drives = wrapper + "/Contents/Resources/dosdevices";
-        ASSERT_FALSE(files::createFolder(drives, true));
-        ASSERT_FALSE(files::createSymbolicLink(drives + "/" + letter, destination));
+        ASSERT_TRUE(files::createFolder(drives, true));
+        ASSERT_TRUE(files::createSymbolicLink(drives + "/" + letter, destination));
     }
     const std::string wrapper, drive;
     const std::string steam = "\"C:\\Program Files (x86)\\Steam\\steam.exe\" ";

@@ -13,7 +13,7 @@ namespace {
 using namespace morvane::testing;
 
 std::string archived(const Value& root) {
-    return std::get<std::string>(typed_stream::archive(root));
+    return *typed_stream::archive(root);
 }
 
 NSPortData portOf(const Dictionary& cki, const std::optional<std::string>& path = std::nullopt) {
@@ -24,7 +24,7 @@ using CkiLoader = TestMachine;
 
 TEST_F(CkiLoader, SaysWhatIsWrong) {
     const std::string missing = home + "/none.ckii";
-    EXPECT_EQ(failureOf(NSUtilities::loadArchivedObjectFromFile(missing, "CKII"))->message,
+    EXPECT_EQ(NSUtilities::loadArchivedObjectFromFile(missing, "CKII").error().message(),
               "There is no CKII file at " + missing + "!");
     const std::string unavailable =
         "That CKI file isn't available in the database. Inform us through the Contact Us tab.";
@@ -42,10 +42,10 @@ TEST_F(CkiLoader, SaysWhatIsWrong) {
     for (const auto& [contents, message] : rows) {
         put(path, contents);
         const auto port = NSPortData::initWithCkiAtPath(path);
-        EXPECT_EQ(failureOf(port) != nullptr ? failureOf(port)->message : "", message) << contents;
-        EXPECT_EQ(message.empty() && std::get<NSPortData>(port).isSteam, message.empty()) << "by the name";
+        EXPECT_EQ(!port ? port.error().message() : "", message) << contents;
+        EXPECT_EQ(message.empty() && port->isSteam, message.empty()) << "by the name";
     }
-    EXPECT_EQ(failureOf(NSUtilities::loadArchivedObjectFromFile(home, "CKI"))->message, corrupted);
+    EXPECT_EQ(NSUtilities::loadArchivedObjectFromFile(home, "CKI").error().message(), corrupted);
 }
 
 TEST(PortData, ReadsEveryKey) {

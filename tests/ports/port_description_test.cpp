@@ -20,7 +20,7 @@ class PortDescription : public TestMachine {
     }
     std::string messageFor(const Value& description) {
         const auto result = read(description);
-        return failureOf(result) != nullptr ? failureOf(result)->message : "";
+        return !result ? result.error().message() : "";
     }
     const std::string path = home + "/port.plist";
     const std::string png = pictures::encodePng({5, 4, std::vector<std::uint8_t>(80, 7)});
@@ -40,13 +40,13 @@ TEST_F(PortDescription, BecomesACkiWithItsPictures) {
                                  {"Drives", Array{Dictionary{{"name", "d"}}}},
                                  {"EXEs", Array{entry("pictures/icon.png"), entry(absolute.c_str())}}};
     const auto result = read(description);
-    ASSERT_EQ(failureOf(result), nullptr) << failureOf(result)->message;
+    ASSERT_TRUE(result) << result.error().message();
     Dictionary expected = description;
     Dictionary exe = entry("");
     exe.set("icon", ImageData{png, 5, 4});
     expected.set("EXEs", Array{exe, exe});
-    EXPECT_TRUE(std::get<Dictionary>(result) == expected);
-    EXPECT_EQ(failureOf(typed_stream::archive(std::get<Dictionary>(result))), nullptr);
+    EXPECT_TRUE(*result == expected);
+    EXPECT_TRUE(typed_stream::archive(*result));
 }
 
 TEST_F(PortDescription, IsRefusedWithTheKeysName) {
@@ -75,8 +75,8 @@ TEST_F(PortDescription, IsRefusedWithTheKeysName) {
     }
     EXPECT_NE(messageFor(Array{}), "");
     put(path, "no property list");
-    EXPECT_NE(failureOf(port_description::read(path)), nullptr);
-    EXPECT_NE(failureOf(port_description::read(home + "/none.plist")), nullptr);
+    EXPECT_FALSE(port_description::read(path));
+    EXPECT_FALSE(port_description::read(home + "/none.plist"));
 }
 
 TEST_F(PortDescription, ShowsACkiInBothByteOrders) {
@@ -89,12 +89,12 @@ TEST_F(PortDescription, ShowsACkiInBothByteOrders) {
         {"EXEs", Array{Dictionary{{"main", "X"}, {"path", "C:/a.exe"}, {"icon", ImageData{png, 16, 16.5}}}}}};
     const std::string file = home + "/Game (Steam).cki";
     for (const auto order : {typed_stream::ByteOrder::little, typed_stream::ByteOrder::big}) {
-        const std::string bytes = std::get<std::string>(typed_stream::archive(cki, order));
+        const std::string bytes = *typed_stream::archive(cki, order);
         put(file, bytes);
         const auto shown = port_description::shown(file);
-        ASSERT_EQ(failureOf(shown), nullptr);
+        ASSERT_TRUE(shown);
         const std::string tiffBytes = std::to_string(pictures::encodeTiff(*pictures::decode(png)).size());
-        EXPECT_EQ(std::get<std::string>(shown), R"(Creator: me\n\x1b[31m\x9b
+        EXPECT_EQ(*shown, R"(Creator: me\n\x1b[31m\x9b
 Engine: CK8Wine3.0
 Port Type: Caskery
 DLLsOverrides: "d3d9"="native"
@@ -104,7 +104,7 @@ EXEs:
         main: X
         path: C:/a.exe
         icon: TIFF picture, 16 x 16.500000 points, )" +
-                                                    tiffBytes + R"( bytes
+                              tiffBytes + R"( bytes
 
 Read as:
     Engine: CK9Wine3.0
@@ -123,13 +123,12 @@ Read as:
 
 TEST_F(PortDescription, ShowsACkiiWithoutPortData) {
     const std::string file = home + "/mv_desc.ckii";
-    put(file, std::get<std::string>(typed_stream::archive(
-                  Dictionary{{"ID", 12},
-                             {"Description", StyledText{"ab", {{2, false, false, "", 0, ""}}}},
-                             {"When", Date{86400}}})));
-    EXPECT_EQ(std::get<std::string>(port_description::shown(file)),
-              "ID: 12\nDescription: ab\nWhen: 2001-01-02 00:00:00 UTC\n");
-    EXPECT_EQ(failureOf(port_description::shown(home + "/none.cki"))->message,
+    put(file,
+        *typed_stream::archive(Dictionary{{"ID", 12},
+                                          {"Description", StyledText{"ab", {{2, false, false, "", 0, ""}}}},
+                                          {"When", Date{86400}}}));
+    EXPECT_EQ(*port_description::shown(file), "ID: 12\nDescription: ab\nWhen: 2001-01-02 00:00:00 UTC\n");
+    EXPECT_EQ(port_description::shown(home + "/none.cki").error().message(),
               "There is no CKI file at " + home + "/none.cki!");
 }
 

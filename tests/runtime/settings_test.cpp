@@ -58,11 +58,11 @@ class Bundle : public ::testing::Test {
     }
     WrapperBundle around(const std::string& program) const {
         auto bundle = WrapperBundle::around(wrapper + program);
-        EXPECT_EQ(failureOf(bundle), nullptr) << program;
-        return std::get<WrapperBundle>(bundle);
+        EXPECT_TRUE(bundle) << program;
+        return *bundle;
     }
     void settings(const std::string& file, Dictionary values) const {
-        ASSERT_FALSE(property_lists::write(wrapper + file, std::move(values)));
+        ASSERT_TRUE(property_lists::write(wrapper + file, std::move(values)));
     }
     TemporaryFolder folder;
     const std::string wrapper;
@@ -84,7 +84,7 @@ TEST_F(Bundle, IsFoundFromEachOfItsPrograms) {
         EXPECT_EQ(bundle.application, wrapper + row.application) << row.program;
         EXPECT_EQ(bundle.role, row.role) << row.program;
     }
-    EXPECT_NE(failureOf(WrapperBundle::around("/usr/bin/caskery")), nullptr);
+    EXPECT_FALSE(WrapperBundle::around("/usr/bin/caskery"));
 }
 
 TEST_F(Bundle, ACustomExeHasItsOwnProgramAndTheWrappersLimits) {
@@ -99,8 +99,8 @@ TEST_F(Bundle, ACustomExeHasItsOwnProgramAndTheWrappersLimits) {
                                                       {"Disable CPUs", false},
                                                       {"Resolution", "640x480x24sleep0"}});
     const auto result = launchSettingsOf(around("/Editor.app/Contents/MacOS/CustomEXE"));
-    ASSERT_EQ(failureOf(result), nullptr);
-    const auto& launch = std::get<LaunchSettings>(result);
+    ASSERT_TRUE(result);
+    const auto& launch = *result;
     EXPECT_EQ(launch.program, "/editor.exe");
     EXPECT_EQ(launch.flags, "-a");
     EXPECT_TRUE(launch.useStart);
@@ -113,8 +113,8 @@ TEST_F(Bundle, ACustomExeHasItsOwnProgramAndTheWrappersLimits) {
 TEST_F(Bundle, UnreadableSettingsAreNamed) {
     TestMachine::put(wrapper + "/Contents/Info.plist", "not a list");
     const auto result = launchSettingsOf(around("/Contents/MacOS/CaskeryLauncher"));
-    ASSERT_NE(failureOf(result), nullptr);
-    EXPECT_NE(failureOf(result)->message.find(wrapper + "/Contents/Info.plist"), std::string::npos);
+    ASSERT_FALSE(result);
+    EXPECT_NE(result.error().message().find(wrapper + "/Contents/Info.plist"), std::string::npos);
 }
 
 TEST_F(Bundle, TheDesktopOfAWrapperHasAPlainName) {

@@ -53,7 +53,7 @@ class Wine : public TestMachine {
         room = new TemporaryFolder;
         userHome = room->path + "/home";
         for (const char* name : {"/Desktop", "/Documents"})
-            ASSERT_FALSE(files::createFolder(userHome + name, true));
+            ASSERT_TRUE(files::createFolder(userHome + name, true));
         wrapper = room->path + "/made/It's \"A\" Game? & Co.app";
         unpackMaster();
         unpackEngine();
@@ -65,10 +65,10 @@ class Wine : public TestMachine {
         created = tool({"CKS-wineprefixcreate"});
         // Made in one place and moved to another, as every wrapper is.
         const std::string moved = room->path + "/It's \"A\" Game? & Co.app";
-        ASSERT_FALSE(files::move(wrapper, moved));
+        ASSERT_TRUE(files::move(wrapper, moved));
         wrapper = moved;
         driveC = wrapper + "/Contents/Resources/drive_c";
-        ASSERT_FALSE(files::createFolder(driveC + "/Game", true));
+        ASSERT_TRUE(files::createFolder(driveC + "/Game", true));
     }
     static void TearDownTestSuite() {
         if (room == nullptr) return;
@@ -82,23 +82,21 @@ class Wine : public TestMachine {
 
     static void unpackMaster() {
         const std::string work = room->path + "/made";
-        ASSERT_FALSE(files::createFolder(work, true));
+        ASSERT_TRUE(files::createFolder(work, true));
         const std::string archive = MORVANE_BUILD_FOLDER "/share/morvane/site/Wrapper/Caskery-1.0.app.tar.7z";
         ASSERT_EQ(runProgram(program("7z"), {"x", "-bd", "-bso0", archive}, work).status, 0);
         ASSERT_EQ(runProgram(program("tar"), {"-xf", "Caskery-1.0.tar"}, work).status, 0);
-        ASSERT_FALSE(files::move(work + "/Caskery-1.0.app", wrapper));
+        ASSERT_TRUE(files::move(work + "/Caskery-1.0.app", wrapper));
     }
     static void unpackEngine() {
         SystemEngineMachine machine;
         const auto archive = packSystemEngine(room->path, SystemEngine::thin, host().creation);
-        ASSERT_EQ(failureOf(archive), nullptr) << failureOf(archive)->message;
-        engine = files::withoutExtension(
-            files::withoutExtension(files::lastComponent(std::get<std::string>(archive))));
+        ASSERT_TRUE(archive) << archive.error().message();
+        engine = files::withoutExtension(files::withoutExtension(files::lastComponent(*archive)));
         const std::string work = wrapper + "/Contents/Frameworks";
-        ASSERT_EQ(
-            runProgram(program("7z"), {"x", "-bd", "-bso0", std::get<std::string>(archive)}, work).status, 0);
+        ASSERT_EQ(runProgram(program("7z"), {"x", "-bd", "-bso0", *archive}, work).status, 0);
         ASSERT_EQ(runProgram(program("tar"), {"-xf", engine + ".tar"}, work).status, 0);
-        ASSERT_FALSE(files::remove(work + "/" + engine + ".tar"));
+        ASSERT_TRUE(files::remove(work + "/" + engine + ".tar"));
     }
     /// A host for the packer, before the fixture's own.
     struct SystemEngineMachine {
@@ -144,7 +142,7 @@ class Wine : public TestMachine {
     static void settings(const std::string& file, const Dictionary& changes) {
         auto values = *property_lists::read(wrapper + file)->as<Dictionary>();
         for (const auto& [key, value] : changes) values.set(key, value);
-        ASSERT_FALSE(property_lists::write(wrapper + file, values));
+        ASSERT_TRUE(property_lists::write(wrapper + file, values));
     }
     static std::string user() {
         const char* name = ::getenv("USER");
@@ -166,7 +164,7 @@ TEST_F(Wine, APrefixIsMadeInsideTheWrapper) {
          {"/system.reg", "/user.reg", "/dosdevices/z:", "/drive_c/windows/system32/kernel32.dll"}) {
         EXPECT_NE(files::kindBehind(prefix + name), files::Kind::none) << name;
     }
-    EXPECT_EQ(std::get<std::string>(files::destinationOfLink(prefix + "/dosdevices/c:")), "../drive_c");
+    EXPECT_EQ(*files::destinationOfLink(prefix + "/dosdevices/c:"), "../drive_c");
     std::uintmax_t size = 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(prefix + "/drive_c")) {
         EXPECT_FALSE(entry.is_symlink()) << entry.path();  // nothing leads to the home folder
@@ -178,7 +176,7 @@ TEST_F(Wine, APrefixIsMadeInsideTheWrapper) {
 }
 
 TEST_F(Wine, TheMainProgramStartsInItsFolderWithItsFlags) {
-    ASSERT_FALSE(files::createFolder(driveC + "/My Game", true));
+    ASSERT_TRUE(files::createFolder(driveC + "/My Game", true));
     static_cast<void>(files::copy(probe, driveC + "/My Game/game.exe"));
     settings("/Contents/Info.plist", {{"Program Name and Path", "/My Game/game.exe"},
                                       {"Program Flags", R"(exit "t w o" -c:\d)"},
@@ -260,14 +258,14 @@ TEST_F(Wine, AStopSavesTheRegistry) {
 
 TEST_F(Wine, AStartPutsBackWhatIsMissingAndLeavesTheUsersLinks) {
     const std::string prefix = wrapper + "/Contents/Resources", users = driveC + "/users/" + user();
-    for (const char* link : {"/dosdevices/c:", "/dosdevices/z:"}) ASSERT_FALSE(files::remove(prefix + link));
-    for (const char* name : {"/Documents", "/Music"}) ASSERT_FALSE(files::remove(users + name));
-    ASSERT_FALSE(files::createSymbolicLink(users + "/Documents", "/somewhere/saves"));
+    for (const char* link : {"/dosdevices/c:", "/dosdevices/z:"}) ASSERT_TRUE(files::remove(prefix + link));
+    for (const char* name : {"/Documents", "/Music"}) ASSERT_TRUE(files::remove(users + name));
+    ASSERT_TRUE(files::createSymbolicLink(users + "/Documents", "/somewhere/saves"));
     EXPECT_EQ(tool({probe, "exit"}).status, 7);
-    EXPECT_EQ(std::get<std::string>(files::destinationOfLink(prefix + "/dosdevices/c:")), "../drive_c");
-    EXPECT_EQ(std::get<std::string>(files::destinationOfLink(prefix + "/dosdevices/z:")), "/");
+    EXPECT_EQ(*files::destinationOfLink(prefix + "/dosdevices/c:"), "../drive_c");
+    EXPECT_EQ(*files::destinationOfLink(prefix + "/dosdevices/z:"), "/");
     EXPECT_EQ(files::kindOf(users + "/Music"), files::Kind::folder);
-    EXPECT_EQ(std::get<std::string>(files::destinationOfLink(users + "/Documents")), "/somewhere/saves");
+    EXPECT_EQ(*files::destinationOfLink(users + "/Documents"), "/somewhere/saves");
 }
 
 TEST_F(Wine, DebugKeepsWhatWineSays) {
@@ -301,10 +299,8 @@ TEST_F(Wine, WinetricksRunsTheWrappersScriptInItsPrefix) {
 
 TEST_F(Wine, AFullEngineRunsWithoutTheSystems) {
     const auto archive = packSystemEngine(folder.path, SystemEngine::full, host().creation);
-    ASSERT_EQ(failureOf(archive), nullptr) << failureOf(archive)->message;
-    ASSERT_EQ(
-        runProgram(program("7z"), {"x", "-bd", "-bso0", std::get<std::string>(archive)}, folder.path).status,
-        0);
+    ASSERT_TRUE(archive) << archive.error().message();
+    ASSERT_EQ(runProgram(program("7z"), {"x", "-bd", "-bso0", *archive}, folder.path).status, 0);
     ASSERT_EQ(runProgram(program("tar"), {"-xf", engine + ".tar"}, folder.path).status, 0);
     const std::string bundle = folder.path + "/ckwine.bundle", prefix = folder.path + "/prefix";
     EXPECT_EQ(get(bundle + "/version"), engine + "\n");
@@ -325,7 +321,7 @@ TEST_F(Wine, AFullEngineRunsWithoutTheSystems) {
     EXPECT_FALSE(running.empty());
     for (const PrefixProcess& process : running) {
         const auto path = files::destinationOfLink("/proc/" + std::to_string(process.number) + "/exe");
-        EXPECT_TRUE(std::get<std::string>(path).starts_with(bundle + "/")) << std::get<std::string>(path);
+        EXPECT_TRUE(path->starts_with(bundle + "/")) << *path;
     }
     EXPECT_EQ(inPrefix({"wineserver", "-k"}), 0);
 }

@@ -31,7 +31,7 @@ class CatalogueMachine : public TestMachine {
         Dictionary recipe{{"CKI Version", "1.6.1"}, {"Company", company}};
         if (!source.empty()) recipe.set("Source", source);
         const std::string path = files + "/" + MVString::replacedAll(source, "/", "-") + company + ".cki";
-        put(path, std::get<std::string>(typed_stream::archive(Value(recipe))));
+        put(path, *typed_stream::archive(Value(recipe)));
         return path;
     }
 
@@ -45,13 +45,12 @@ class CatalogueMachine : public TestMachine {
 
     /// Through a store of its own, as another process would.
     Result<std::int64_t> publish(const PortToPublish& port) const {
-        return publishPort(*std::get<0>(CatalogueStore::open(content)), port);
+        return publishPort(**CatalogueStore::open(content), port);
     }
 
     static std::int64_t idOf(const Result<std::int64_t>& published) {
-        const Failure* failure = failureOf(published);
-        EXPECT_EQ(failure, nullptr) << failure->message;
-        return failure == nullptr ? std::get<std::int64_t>(published) : 0;
+        EXPECT_TRUE(published) << published.error().message();
+        return published.value_or(0);
     }
 
     const std::string content = folder.path + "/content", files = folder.path + "/files";

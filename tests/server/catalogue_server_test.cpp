@@ -27,8 +27,8 @@ class Catalogue : public CatalogueMachine {
   protected:
     void serve(std::chrono::milliseconds patience = 50ms) {
         auto started = CatalogueServer::start({.content = content, .patience = patience});
-        ASSERT_EQ(failureOf(started), nullptr);
-        server = std::get<0>(std::move(started));
+        ASSERT_TRUE(started);
+        server = *std::move(started);
         base = server->baseAddress();
     }
     [[nodiscard]] HttpResponse fetch(const std::string& path) const { return http::fetch({base + path}); }
@@ -251,7 +251,7 @@ TEST_F(Catalogue, AVoteNeedsTheFormOfItsOwnVoter) {
 TEST_F(Catalogue, VotesOfOneAddressAreBounded) {
     idOf(publish(port("Game")));
     auto started = CatalogueServer::start({.content = content, .votesPerHour = 3, .behindProxy = true});
-    const std::string address = std::get<0>(started)->baseAddress();
+    const std::string address = (*started)->baseAddress();
     const auto vote = [&](const std::string& from) {
         Browser voter(address);  // a new one each time, as without cookies
         voter.proxied = "X-Forwarded-For: 10.0.0.9, " + from + "\r\n";
@@ -451,7 +451,7 @@ TEST_F(Catalogue, FilesOfTheFolderAndNothingElse) {
                                             {"/up", ".."},
                                             {"/tohidden", ".hidden"},
                                             {"/in", "sub/page.html"}})
-        EXPECT_FALSE(files::createSymbolicLink(root + link, destination));
+        EXPECT_TRUE(files::createSymbolicLink(root + link, destination));
     serve();
     for (const auto& [path, body] : {std::pair{"file.txt", "whole"},
                                      {"files/file.txt", "whole"},
@@ -476,11 +476,10 @@ TEST_F(Catalogue, DoesNotStartWhereItCannotServe) {
     put(folder.path + "/file", "");
     for (const std::string& listen : {taken, std::string(), std::string("8080"), std::string("127.0.0.1"),
                                       std::string("127.0.0.1:x"), std::string("127.0.0.1:70000")})
-        EXPECT_NE(failureOf(CatalogueServer::start({.content = content, .listen = listen})), nullptr)
-            << listen;
-    EXPECT_NE(failureOf(CatalogueServer::start({.content = folder.path + "/file"})), nullptr);
+        EXPECT_FALSE(CatalogueServer::start({.content = content, .listen = listen})) << listen;
+    EXPECT_FALSE(CatalogueServer::start({.content = folder.path + "/file"}));
     put(folder.path + "/damaged/catalogue.db", std::string(5000, 'x'));
-    EXPECT_NE(failureOf(CatalogueServer::start({.content = folder.path + "/damaged"})), nullptr);
+    EXPECT_FALSE(CatalogueServer::start({.content = folder.path + "/damaged"}));
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ class PortManager : public testing::TestMachine {
   protected:
     void save(const std::string& path, const Dictionary& settings) const {
         put(path, "");
-        ASSERT_EQ(property_lists::write(path, settings), std::nullopt);
+        ASSERT_TRUE(property_lists::write(path, settings));
     }
     std::string names(const std::string& path) const {
         std::string keys;

@@ -171,7 +171,7 @@ constexpr std::uint64_t sector = 512;
 
 std::string property(const std::string& device, const std::string& name) {
     const auto bytes = files::read(systemPath(std::string(blockDevices) + device + "/" + name));
-    return failureOf(bytes) != nullptr ? std::string() : std::get<std::string>(bytes);
+    return !bytes ? std::string() : *bytes;
 }
 
 std::uint64_t sizeOf(const std::string& device) {
@@ -180,8 +180,7 @@ std::uint64_t sizeOf(const std::string& device) {
 
 std::vector<std::string> namesIn(const std::string& folder) {
     const auto names = files::list(systemPath(folder));
-    return failureOf(names) != nullptr ? std::vector<std::string>()
-                                       : std::get<std::vector<std::string>>(names);
+    return !names ? std::vector<std::string>() : *names;
 }
 
 /// Those that the kernel knows; it has no names for them.

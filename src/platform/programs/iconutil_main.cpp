@@ -110,7 +110,7 @@ std::optional<std::string> pngOf(const Slot& slot, const std::string& folder, st
         path = files::join(folder, std::string(name) + ".png");
         if (name.empty() || files::kindBehind(path) != files::Kind::file) continue;
         const Result<std::string> bytes = files::read(path);
-        return failureOf(bytes) != nullptr ? std::string() : std::get<std::string>(bytes);
+        return !bytes ? std::string() : *bytes;
     }
     return std::nullopt;
 }
@@ -136,8 +136,8 @@ int makeIcns(const std::string& folder, const std::string& target) {
     if (entries.empty()) return fail(folder + ": no icon_NxN.png file of a standard size in it");
     std::string file;
     appendEntry(file, "icns", entries);
-    if (const files::Error error = files::write(target, file, files::Atomically::yes)) {
-        return fail(target + ": " + *error);
+    if (const auto done = files::write(target, file, files::Atomically::yes); !done) {
+        return fail(target + ": " + done.error().why);
     }
     return 0;
 }

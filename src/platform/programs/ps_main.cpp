@@ -23,7 +23,7 @@ using namespace morvane;
 
 std::string contents(const std::string& path) {
     auto bytes = files::read(path);
-    return failureOf(bytes) != nullptr ? std::string() : std::get<std::string>(std::move(bytes));
+    return !bytes ? std::string() : *std::move(bytes);
 }
 
 /// The wrapper of a prefix "<wrapper>.app/Contents/Resources", or of a place below it.

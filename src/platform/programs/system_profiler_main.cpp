@@ -25,8 +25,8 @@ using namespace morvane;
 /// The file's text without white space at its end; empty when it cannot be read.
 std::string contents(const std::string& path) {
     const auto bytes = files::read(environmentVariable("MORVANE_SYSTEM_ROOT") + path);
-    if (failureOf(bytes) != nullptr) return {};
-    const auto& text = std::get<std::string>(bytes);
+    if (!bytes) return {};
+    const auto& text = *bytes;
     return text.substr(0, text.find_last_not_of(" \n\t") + 1);
 }
 
@@ -53,9 +53,8 @@ constexpr std::uint64_t amd = 0x1002, nvidia = 0x10de, intel = 0x8086;
 std::vector<std::string> pciFolders() {
     const auto names = files::list(environmentVariable("MORVANE_SYSTEM_ROOT") + pciDevices);
     std::vector<std::string> folders;
-    if (failureOf(names) != nullptr) return folders;
-    for (const auto& name : std::get<std::vector<std::string>>(names))
-        folders.push_back(files::join(pciDevices, name));
+    if (!names) return folders;
+    for (const auto& name : *names) folders.push_back(files::join(pciDevices, name));
     return folders;
 }
 

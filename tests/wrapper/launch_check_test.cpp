@@ -1,4 +1,4 @@
-#include "wrapper/launch_problem.h"
+#include "wrapper/launch_check.h"
 
 #include <gtest/gtest.h>
 
@@ -14,19 +14,19 @@ namespace {
 
 using testing::windowsFile;
 
-class LaunchProblem : public testing::TestMachine {
+class LaunchCheck : public testing::TestMachine {
   protected:
     std::string of(const std::string& program) {
-        EXPECT_FALSE(property_lists::write(wrapper + layout::infoPlist,
-                                           Dictionary{{"Program Name and Path", program}}));
-        const auto problem = launchProblem(wrapper);
-        return problem ? problem->message : "";
+        EXPECT_TRUE(property_lists::write(wrapper + layout::infoPlist,
+                                          Dictionary{{"Program Name and Path", program}}));
+        const auto checked = checkLaunch(wrapper);
+        return checked ? "" : checked.error().message();
     }
     const std::string wrapper = home + "/Game.app";
     const std::string drive = wrapper + layout::driveC;
 };
 
-TEST_F(LaunchProblem, IsFoundBeforeAnythingStarts) {
+TEST_F(LaunchCheck, RefusesBeforeAnythingStarts) {
     put(wrapper + layout::infoPlist, "");
     EXPECT_TRUE(of("/a.exe").starts_with("This wrapper holds no engine"));
     put(wrapper + layout::engineVersion, "CK9Wine8.0");

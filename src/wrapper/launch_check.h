@@ -1,4 +1,4 @@
-// wrapper/launch_problem.h: what keeps a wrapper from running a program, found before anything is started. Any
+// wrapper/launch_check.h: what keeps a wrapper from running a program, found before anything is started. Any
 // thread; reads files only.
 #pragma once
 
@@ -14,10 +14,10 @@ namespace morvane {
 
 /// Why the wrapper cannot run the file, by the machine that it was made for. For a batch file that only starts
 /// a program (the main program on another drive), why it cannot run that one.
-[[nodiscard]] std::optional<Failure> machineProblem(const std::string& program, const std::string& wrapper);
+[[nodiscard]] Result<> checkMachine(const std::string& program, const std::string& wrapper);
 
 /// Why the item's own program cannot start: no engine, no drive C, no program set or none there, or one for
 /// another machine. As the launcher sees it: letters of drive C's names are found without regard to case.
-[[nodiscard]] std::optional<Failure> launchProblem(const std::string& application);
+[[nodiscard]] Result<> checkLaunch(const std::string& application);
 
 }  // namespace morvane

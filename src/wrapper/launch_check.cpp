@@ -1,4 +1,4 @@
-#include "wrapper/launch_problem.h"
+#include "wrapper/launch_check.h"
 
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -23,8 +23,8 @@ std::optional<std::string> programOfBatchFile(const std::string& batchFile, cons
     if (!MVString::lowercased(batchFile).ends_with(".bat")) return std::nullopt;
     if (files::size(batchFile).value_or(longest) >= longest) return std::nullopt;
     const auto text = files::read(batchFile);
-    if (failureOf(text) != nullptr || !std::get<std::string>(text).starts_with('"')) return std::nullopt;
-    const std::string program = NSUtilities::getFileNameOfWindowsPath(std::get<std::string>(text));
+    if (!text || !text->starts_with('"')) return std::nullopt;
+    const std::string program = NSUtilities::getFileNameOfWindowsPath(*text);
     // A drive without a link would be reported; it is the launcher that says so.
     const bool isLinked = program.size() > 2 && program[1] == ':' &&
                           files::kindOf(wrapper + layout::dosdevices + "/" +
@@ -39,14 +39,14 @@ std::string wrapperOf(const std::string& application) {
     return isCustomExe(application) ? files::parent(application) : application;
 }
 
-std::optional<Failure> machineProblem(const std::string& program, const std::string& wrapper) {
+Result<> checkMachine(const std::string& program, const std::string& wrapper) {
     const std::string file = programOfBatchFile(program, wrapper).value_or(program);
     const Machine machine = machineOf(file);
-    if (prefixRuns(wrapper + layout::resources, machine)) return std::nullopt;
+    if (prefixRuns(wrapper + layout::resources, machine)) return {};
     return Failure{localized(refusalOf(machine), {file})};
 }
 
-std::optional<Failure> launchProblem(const std::string& application) {
+Result<> checkLaunch(const std::string& application) {
     const std::string wrapper = wrapperOf(application);
     if (!MVFileManager::directoryExistsAtPath(wrapper + layout::engine)) {
         return Failure{localized("This wrapper holds no engine: %@ is missing.", {wrapper + layout::engine})};
@@ -66,7 +66,7 @@ std::optional<Failure> launchProblem(const std::string& application) {
     if (found.empty() || !MVFileManager::regularFileExistsAtPath(found.front())) {
         return Failure{localized("The main EXE of the port is missing!")};
     }
-    return machineProblem(found.front(), wrapper);
+    return checkMachine(found.front(), wrapper);
 }
 
 }  // namespace morvane
