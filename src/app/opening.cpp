@@ -18,7 +18,7 @@
 #include "platform/utf8.h"
 #include "ports/port_data.h"
 #include "ports/typed_stream.h"
-#include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -26,26 +26,20 @@ namespace {
 /// No search and no identifier is longer, and no server reads longer addresses.
 constexpr std::size_t longestLink = 4096;
 
-bool canRunPrograms(const std::string& wrapper) {
-    return MVFileManager::regularFileExistsAtPath(
-        MVString::pathByAppendingCaskeryFrameworkBinToPortPath(wrapper));
-}
-
 /// The outermost bundle around the program that can run it.
 std::optional<std::string> wrapperAround(const std::string& program) {
     const auto parts = MVString::split(program, ".app");
     std::string bundle;
     for (std::size_t part = 0; part + 1 < parts.size(); ++part) {
         bundle += parts[part] + ".app";
-        if (canRunPrograms(bundle)) return bundle;
+        if (Wrapper(bundle).runsPrograms()) return bundle;
     }
     return std::nullopt;
 }
 
 void runExe(const char* label, const std::string& wrapper, const std::string& program) {
     MVThread::dispatchQueueWithName(label, Priority::normal, Concurrent::no, [wrapper, program] {
-        MVTask::runProgram(MVString::pathByAppendingCaskeryFrameworkBinToPortPath(wrapper), std::nullopt,
-                           MVTask::Arguments({program}), Wait::no);
+        MVTask::runProgram(Wrapper(wrapper).tool(), std::nullopt, MVTask::Arguments({program}), Wait::no);
     });
 }
 
@@ -108,7 +102,7 @@ bool AppDelegate::shouldRunExeFile(const std::string& path) {
     const DialogAnswer answer = MVAlert::showDialog(dialog);
     if (answer.button != 0 || answer.chosen >= box.options.size()) return false;
     const auto chosen = std::ranges::find(wrappers, box.options[answer.chosen], &LocalItem::name);
-    if (!canRunPrograms(chosen->path)) return false;
+    if (!Wrapper(chosen->path).runsPrograms()) return false;
     runExe("app.morvane.appDelegateRunExeFileAtPort", chosen->path, path);
     return true;
 }

@@ -18,24 +18,13 @@
 #include "ports/exe_selection.h"
 #include "ports/port_data.h"
 #include "ports/typed_stream.h"
-#include "wrapper/layout.h"
 #include "wrapper/processes.h"
 #include "wrapper/registry.h"
 #include "wrapper/windows_paths.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
-
-constexpr const char* nameKey = "CFBundleName";
-constexpr const char* versionKey = "CFBundleShortVersionString";
-constexpr const char* programKey = "Program Name and Path";
-constexpr const char* flagsKey = "Program Flags";
-constexpr const char* startKey = "use start.exe";
-constexpr const char* functionKeysKey = "IsFnToggleEnabled";
-constexpr const char* randrKey = "Use RandR";
-constexpr const char* fullscreenKey = "Fullscreen";
-constexpr const char* resolutionKey = "Resolution";
-constexpr const char* originalResolutionKey = "OriginalResolution";
 
 /// A registry option of two texts.
 struct RegistryOption {
@@ -95,11 +84,6 @@ std::string withoutLink(std::string path) {
     return files::resolved(path).value_or(path);
 }
 
-bool isWrapper(const std::string& path) {
-    return MVFileManager::regularFileExistsAtPath(
-        MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path));
-}
-
 // A Boxer bundle shows its game's own icon; the user's is that of the folder, which file managers read off
 // here.
 constexpr const char* folderSettings = "/.directory";
@@ -150,38 +134,26 @@ void moveLinkBesideWrapper(const std::string& old, const std::string& now, const
 // ---- Filling
 
 Result<> NSPropertiesWindow::setDataFromWrapperAtPath(const std::string& path) {
-    const std::string item = withoutLink(path);
-    Kind kind = Kind::caskeryWrapper;
-    std::string mainWrapper = item;
-    if (item.ends_with(".boxer") && MVFileManager::directoryExistsAtPath(item)) {
-        kind = Kind::boxerGame;
-    } else if (MVFileManager::regularFileExistsAtPath(item + layout::customExeMark) &&
-               isWrapper(files::parent(item))) {
-        kind = Kind::customEXE;
-        mainWrapper = files::parent(item);
-    } else if (!isWrapper(item)) {
+    const LibraryItem item(withoutLink(path));
+    const bool isOne = item.isBoxerGame() ? MVFileManager::directoryExistsAtPath(item.path())
+                                          : item.wrapper().runsPrograms();
+    if (!isOne) {
         return Failure{localized("%@ is no wrapper, no application of one and no Boxer bundle.", {path})};
     }
-    kind_ = kind;
-    wrapperPath_ = item;
-    mainWrapperPath_ = mainWrapper;
-    plistFilePath_ = kind == Kind::customEXE   ? layout::customExePlist
-                     : kind == Kind::boxerGame ? "/Game Info.plist"
-                                               : layout::infoPlist;
+    item_ = item;
+    wrapperPath_ = item.path();
+    mainWrapperPath_ = item.wrapper().path();
 
-    const bool runsPrograms = kind != Kind::boxerGame;
+    const bool runsPrograms = !item.isBoxerGame();
     shown_ = {};
-    if (kind == Kind::caskeryWrapper) shown_.name.text = settingsFileText(nameKey);
-    if (shown_.name.text.empty()) shown_.name.text = fileName();
-    const auto version = NSUtilities::getPlistItem(versionKey, plistFilePath_, wrapperPath_);
-    const auto* versionText = version ? version->as<std::string>() : nullptr;
-    shown_.version = {versionText != nullptr ? *versionText : "1.0", runsPrograms};
+    if (item.isWrapper()) shown_.name.text = setting(wrapper_keys::bundleName);
+    if (shown_.name.text.empty()) shown_.name.text = item.name();
+    shown_.version = {setting(wrapper_keys::bundleShortVersion), runsPrograms};
     if (const auto icon = iconPath()) shown_.icon = icon_cache::imageFromFile(*icon);
     shown_.run = getGameRunPath();
     fillRegistryOptions();
     shown_.windowType = windowTypeOf(itemStore());
-    const auto functionKeys = NSUtilities::getPlistItem(functionKeysKey, plistFilePath_, wrapperPath_);
-    shown_.functionKeys = {runsPrograms && functionKeys && isFlagSet(&*functionKeys), runsPrograms};
+    shown_.functionKeys = {runsPrograms && setting(wrapper_keys::isFnToggleEnabled), runsPrograms};
     if (const auto description = descriptionFile(wrapperPath_ + layout::descriptionCkii))
         shown_.description = descriptionIn(*description);
     filled_ = shown_;
@@ -189,45 +161,38 @@ Result<> NSPropertiesWindow::setDataFromWrapperAtPath(const std::string& path) {
 }
 
 NSPortManager NSPropertiesWindow::itemStore() const {
-    return kind_ == Kind::customEXE ? NSPortManager::managerWithCustomExePath(wrapperPath_)
-                                    : NSPortManager::managerWithPath(wrapperPath_);
+    return NSPortManager::managerOfItem(*item_);
 }
 
-std::string NSPropertiesWindow::fileName() const {
-    return files::withoutExtension(files::lastComponent(wrapperPath_));
-}
-
-std::string NSPropertiesWindow::settingsFileText(std::string_view key) const {
-    const auto value = NSUtilities::getPlistItem(std::string(key), plistFilePath_, wrapperPath_);
-    const auto* text = value ? value->as<std::string>() : nullptr;
-    return text != nullptr ? *text : "";
+template <class T>
+T NSPropertiesWindow::setting(const WrapperKey<T>& key) const {
+    return findSetting(*item_, key).value_or(T(key.fallback));
 }
 
 std::optional<std::string> NSPropertiesWindow::iconPath() const {
     const std::string ofFolder = wrapperPath_ + layout::folderIcon;
-    if (kind_ == Kind::boxerGame && MVFileManager::regularFileExistsAtPath(ofFolder)) return ofFolder;
-    const auto setting = NSUtilities::getPlistItem("CFBundleIconFile", plistFilePath_, wrapperPath_);
-    const auto name = setting ? NSUtilities::iconFileName(&*setting) : std::nullopt;
+    if (item_->isBoxerGame() && MVFileManager::regularFileExistsAtPath(ofFolder)) return ofFolder;
+    const auto name = NSUtilities::iconFileName(findSetting(*item_, wrapper_keys::bundleIconFile));
     if (!name) return std::nullopt;
     const auto path = pathInside(wrapperPath_ + layout::resources, *name, Levels::one, "the icon's name");
     return path ? std::optional(*path) : std::nullopt;
 }
 
 NSPropertiesWindow::Field NSPropertiesWindow::getGameRunPath() const {
-    const std::string program = settingsFileText(programKey);
-    if (kind_ == Kind::boxerGame || program.empty()) return {.text = "", .enabled = false};
+    const std::string program = setting(wrapper_keys::program);
+    if (item_->isBoxerGame() || program.empty()) return {.text = "", .enabled = false};
     if (program.ends_with(".bat")) {
         const auto batch = NSUtilities::getMacPathForWindowsPath("C:" + program, mainWrapperPath_);
         const auto text = batch ? MVString::stringWithContentsOfFile(*batch, Encoding::utf8) : std::nullopt;
         return {.text = MVString::replacedAll(text.value_or(""), "\n", " & "), .enabled = true};
     }
     std::string text = "\"C:" + MVString::replacedAll(program, "/", "\\") + "\"";
-    if (const std::string flags = settingsFileText(flagsKey); !flags.empty()) text += " " + flags;
+    if (const std::string flags = setting(wrapper_keys::programFlags); !flags.empty()) text += " " + flags;
     return {.text = text, .enabled = true};
 }
 
 void NSPropertiesWindow::fillRegistryOptions() {
-    if (kind_ == Kind::boxerGame) {
+    if (item_->isBoxerGame()) {
         constexpr CheckBox none{.on = false, .enabled = false};
         shown_.wineSystemTray = shown_.helveticaNeueFont = shown_.highQualityMode = none;
         return;
@@ -244,10 +209,8 @@ void NSPropertiesWindow::fillRegistryOptions() {
 }
 
 NSPropertiesWindow::WindowType NSPropertiesWindow::windowTypeOf(const NSPortManager& port) const {
-    if (kind_ == Kind::boxerGame || port.plistObjectForKey(originalResolutionKey) == nullptr)
-        return WindowType::ofPort;
-    return isFlagSet(port.plistObjectForKey(fullscreenKey)) ? WindowType::fakeFullScreen
-                                                            : WindowType::fakeWindowed;
+    if (item_->isBoxerGame() || !port.find(wrapper_keys::originalResolution)) return WindowType::ofPort;
+    return port.get(wrapper_keys::fullscreen) ? WindowType::fakeFullScreen : WindowType::fakeWindowed;
 }
 
 bool NSPropertiesWindow::isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine) {
@@ -348,7 +311,7 @@ bool NSPropertiesWindow::saveDataToWrapper() {
         return false;
     }
     if (!isRegistryAtRest()) return false;
-    const bool runsPrograms = kind_ != Kind::boxerGame;
+    const bool runsPrograms = !item_->isBoxerGame();
     bool saved = true;
     if (shown_.icon != filled_.icon) saved &= saveIconWithImage();
     if (runsPrograms && shown_.run.text != filled_.run.text) saved &= saveRunPath(shown_.run.text);
@@ -399,7 +362,7 @@ Result<std::string> NSPropertiesWindow::newLocation() const {
     if (name == filled_.name.text) return wrapperPath_;
     const std::string folder = files::parent(wrapperPath_);
     const std::string what = localized("the name");
-    if (kind_ == Kind::caskeryWrapper) {
+    if (item_->isWrapper()) {
         // The folder keeps its name, but the setting is a line of text, and may name a batch file. Without a
         // name the folder's own is shown.
         if (name.empty()) return wrapperPath_;
@@ -407,12 +370,12 @@ Result<std::string> NSPropertiesWindow::newLocation() const {
         return !checked ? checked : wrapperPath_;
     }
     if (name.empty()) return pathInside(folder, name, Levels::one, what);
-    return pathInside(folder, name + (kind_ == Kind::boxerGame ? ".boxer" : ".app"), Levels::one, what);
+    return pathInside(folder, name + (item_->isBoxerGame() ? ".boxer" : ".app"), Levels::one, what);
 }
 
 bool NSPropertiesWindow::saveIconWithImage() const {
     const ImageData image = shown_.icon.value_or(ImageData{});
-    if (kind_ == Kind::boxerGame) return saveFolderIcon(image, wrapperPath_);
+    if (item_->isBoxerGame()) return saveFolderIcon(image, wrapperPath_);
     // Dragged away: the item keeps the icon that it has.
     if (!shown_.icon || itemStore().setIconWithImage(image)) return true;
     MVAlert::showAlertErrorMessage(localized("The icon of %@ couldn't be saved.", {wrapperPath_}));
@@ -426,14 +389,14 @@ bool NSPropertiesWindow::saveRunPath(const std::string& text) const {
     const std::size_t colon = program.find(':');
     if (colon == 1 && program.front() == 'C') {
         const bool isExe = MVString::lowercased(program).ends_with(".exe");
-        port.setPlistObject(Value(program.substr(colon + 1)), programKey);
-        port.setPlistObject(Value(isExe ? 0 : 1), startKey);
-        port.setPlistObject(Value(NSUtilities::getFlagsOfWindowsPath(text)), flagsKey);
+        port.set(wrapper_keys::program, program.substr(colon + 1));
+        port.set(wrapper_keys::useStart, !isExe);
+        port.set(wrapper_keys::programFlags, NSUtilities::getFlagsOfWindowsPath(text));
     } else {
         const auto batch = writeBatchFile(text);
         if (!batch) return false;
-        port.setPlistObject(Value(1), startKey);
-        port.setPlistObject(Value(*batch), programKey);
+        port.set(wrapper_keys::useStart, true);
+        port.set(wrapper_keys::program, *batch);
     }
     return port.synchronizePlist();
 }
@@ -454,13 +417,14 @@ std::optional<std::string> NSPropertiesWindow::writeBatchFile(const std::string&
 bool NSPropertiesWindow::saveTexts() const {
     NSPortManager port = itemStore();
     bool isChanged = false;
-    const auto save = [&](const char* key, Value value, bool isNew) {
-        if (isNew) port.setPlistObject(std::move(value), key);
+    const auto save = [&](const auto& key, const auto& value, bool isNew) {
+        if (isNew) port.set(key, value);
         isChanged |= isNew;
     };
-    save(nameKey, shown_.name.text, shown_.name.text != filled_.name.text);
-    save(versionKey, shown_.version.text, shown_.version.text != filled_.version.text);
-    save(functionKeysKey, shown_.functionKeys.on ? 1 : 0, shown_.functionKeys != filled_.functionKeys);
+    save(wrapper_keys::bundleName, shown_.name.text, shown_.name.text != filled_.name.text);
+    save(wrapper_keys::bundleShortVersion, shown_.version.text, shown_.version.text != filled_.version.text);
+    save(wrapper_keys::isFnToggleEnabled, shown_.functionKeys.on,
+         shown_.functionKeys != filled_.functionKeys);
     return !isChanged || port.synchronizePlist();
 }
 
@@ -490,7 +454,7 @@ bool NSPropertiesWindow::moveTo(const std::string& location) {
     bool moved = true;
     if (location == old) {
         if (callbacks_.refresh)
-            callbacks_.refresh(old, kind_ == Kind::customEXE ? CustomEXE::yes : CustomEXE::no);
+            callbacks_.refresh(old, item_->isCustomEXE() ? CustomEXE::yes : CustomEXE::no);
     } else if (files::kindOf(location) != files::Kind::none) {
         MVAlert::showAlertErrorMessage(localized(
             "There is already an app with that name in the same folder! The app couldn't be renamed!"));
@@ -501,7 +465,7 @@ bool NSPropertiesWindow::moveTo(const std::string& location) {
     }
     const std::string now = moved ? location : old;
     if (now != old) {
-        if (kind_ == Kind::customEXE) moveLinkBesideWrapper(old, now, mainWrapperPath_);
+        if (item_->isCustomEXE()) moveLinkBesideWrapper(old, now, mainWrapperPath_);
         if (callbacks_.removeFromLibrary) callbacks_.removeFromLibrary(old);
         if (callbacks_.addToLibrary) callbacks_.addToLibrary(now);
     }
@@ -563,35 +527,34 @@ void NSPropertiesWindow::saveWindowTypeAtPort(NSPortManager& port) const {
 }
 
 void NSPropertiesWindow::switchFakeResolutionAtPort(NSPortManager& port) {
-    port.setPlistObject(Value(!isFlagSet(port.plistObjectForKey(fullscreenKey))), fullscreenKey);
+    port.set(wrapper_keys::fullscreen, !port.get(wrapper_keys::fullscreen));
 }
 
 void NSPropertiesWindow::saveFakeResolutionAtPort(NSPortManager& port, bool fullscreen) {
-    const std::string resolution = port.plistTextForKey(resolutionKey).value_or("");
-    const auto digit = [&](const char* key) { return isFlagSet(port.plistObjectForKey(key)) ? "1" : "0"; };
-    const std::string original = filled("%d%d%@", {digit(randrKey), digit(fullscreenKey), resolution});
-    port.setPlistObject(Value(original), originalResolutionKey);
-    port.setPlistObject(Value(0), randrKey);
-    port.setPlistObject(Value(fullscreen ? 1 : 0), fullscreenKey);
-    port.setPlistObject(Value(filled("Current Resolutionx%dsleep0", {colourDepthOf(resolution)})),
-                        resolutionKey);
+    const std::string resolution = port.get(wrapper_keys::resolution);
+    const auto digit = [&](const wrapper_keys::Flag& key) { return port.get(key) ? "1" : "0"; };
+    const std::string original =
+        filled("%d%d%@", {digit(wrapper_keys::useRandR), digit(wrapper_keys::fullscreen), resolution});
+    port.set(wrapper_keys::originalResolution, original);
+    port.set(wrapper_keys::useRandR, false);
+    port.set(wrapper_keys::fullscreen, fullscreen);
+    port.set(wrapper_keys::resolution, filled("Current Resolutionx%dsleep0", {colourDepthOf(resolution)}));
 }
 
 void NSPropertiesWindow::saveOriginalResolutionAtPort(NSPortManager& port) {
-    const std::string original = port.plistTextForKey(originalResolutionKey).value_or("");
-    port.setPlistObject(std::nullopt, originalResolutionKey);
+    const std::string original = port.get(wrapper_keys::originalResolution);
+    port.set(wrapper_keys::originalResolution, std::nullopt);
     // A setting that somebody else has spoilt has nothing to restore.
     if (original.size() < 2) return;
     const std::string resolution = original.substr(2);
     const bool automatic = original[0] == '1';
-    port.setPlistObject(Value(automatic ? 1 : 0), randrKey);
+    port.set(wrapper_keys::useRandR, automatic);
     if (automatic) {
-        port.setPlistObject(Value(0), fullscreenKey);
-        port.setPlistObject(Value(filled("novdx%dsleep0", {colourDepthOf(resolution)})), resolutionKey);
+        port.set(wrapper_keys::fullscreen, false);
+        port.set(wrapper_keys::resolution, filled("novdx%dsleep0", {colourDepthOf(resolution)}));
     } else {
-        port.setPlistObject(Value(original[1] == '1'), fullscreenKey);
-        port.setPlistObject(resolution.empty() ? std::nullopt : std::optional<Value>(resolution),
-                            resolutionKey);
+        port.set(wrapper_keys::fullscreen, original[1] == '1');
+        port.set(wrapper_keys::resolution, resolution.empty() ? std::nullopt : std::optional(resolution));
     }
 }
 

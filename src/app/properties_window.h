@@ -23,7 +23,7 @@ namespace morvane {
 
 class NSPropertiesWindow {
   public:
-    enum class Kind { caskeryWrapper, customEXE, boxerGame };
+    using Kind = LibraryItem::Kind;
     /// The values are those of the radio buttons.
     enum class WindowType { fakeFullScreen = 0, fakeWindowed = 1, ofPort = 2 };
 
@@ -65,7 +65,7 @@ class NSPropertiesWindow {
     [[nodiscard]] Result<> setDataFromWrapperAtPath(const std::string& path);
 
     [[nodiscard]] const Shown& shown() const { return shown_; }
-    [[nodiscard]] Kind kind() const { return kind_; }
+    [[nodiscard]] Kind kind() const { return item_ ? item_->kind() : Kind::wrapper; }
     [[nodiscard]] const std::string& wrapperPath() const { return wrapperPath_; }
     /// The wrapper that holds the registry and drive C.
     [[nodiscard]] const std::string& mainWrapperPath() const { return mainWrapperPath_; }
@@ -96,8 +96,9 @@ class NSPropertiesWindow {
 
   private:
     [[nodiscard]] NSPortManager itemStore() const;
-    [[nodiscard]] std::string fileName() const;
-    [[nodiscard]] std::string settingsFileText(std::string_view key) const;
+    /// As the item's settings file has it, or the key's own value.
+    template <class T>
+    [[nodiscard]] T setting(const WrapperKey<T>& key) const;
     [[nodiscard]] std::optional<std::string> iconPath() const;
 
     [[nodiscard]] Field getGameRunPath() const;
@@ -130,10 +131,9 @@ class NSPropertiesWindow {
     static void saveOriginalResolutionAtPort(NSPortManager& port);
 
     Callbacks callbacks_;
-    Kind kind_ = Kind::caskeryWrapper;
+    std::optional<LibraryItem> item_;  ///< what the window shows; nothing before it is filled
     std::string wrapperPath_, mainWrapperPath_;
-    std::string plistFilePath_;  ///< relative to the item, with a leading "/"
-    Shown shown_, filled_;       ///< now, and as the item has it
+    Shown shown_, filled_;  ///< now, and as the item has it
     bool isSaveCancelled_ = false;
 };
 

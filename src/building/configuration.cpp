@@ -18,7 +18,7 @@ namespace morvane {
 namespace {
 
 std::optional<ImageData> iconOf(const NSPortManager& port) {
-    const auto name = NSUtilities::iconFileName(port.plistObjectForKey("CFBundleIconFile"));
+    const auto name = NSUtilities::iconFileName(port.find(wrapper_keys::bundleIconFile));
     if (!name) return std::nullopt;
     auto bytes = files::read(port.path + layout::resources + "/" + *name);
     if (!bytes) return std::nullopt;
@@ -26,21 +26,21 @@ std::optional<ImageData> iconOf(const NSPortManager& port) {
 }
 
 void writeX11Settings(NSPortManager& port, const NSPortData& data) {
-    port.setX11PlistObject(Value(data.emulateThreeButtonsMouse), "enable_fake_buttons");
-    port.setX11PlistObject(Value(data.optionKeyWorksAsAlt), "option_sends_alt");
+    port.set(wrapper_keys::enableFakeButtons, data.emulateThreeButtonsMouse);
+    port.set(wrapper_keys::optionSendsAlt, data.optionKeyWorksAsAlt);
     port.synchronizeX11Plist();
 }
 
 void writeFlags(NSPortManager& port, const NSPortData& data) {
-    port.setPlistObject(Value(data.singleCpuMode), "Disable CPUs");
-    port.setPlistObject(Value(data.decorateWindowWithQuartz), "force wrapper quartz-wm");
-    port.setPlistObject(Value(data.useXQuartz), "Use XQuartz");
-    port.setPlistObject(Value(data.maxFiles10240), "set max files");
+    port.set(wrapper_keys::disableCPUs, data.singleCpuMode);
+    port.set(wrapper_keys::forceQuartzWM, data.decorateWindowWithQuartz);
+    port.set(wrapper_keys::useXQuartz, data.useXQuartz);
+    port.set(wrapper_keys::setMaxFiles, data.maxFiles10240);
     port.synchronizePlist();
 }
 
 void writeFnToggle(NSPortManager& port, const NSPortData& data) {
-    port.setPlistObject(Value(data.fnToggleDefaultValue), "IsFnToggleEnabled");
+    port.set(wrapper_keys::isFnToggleEnabled, data.fnToggleDefaultValue);
     port.synchronizePlist();
 }
 

@@ -16,7 +16,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/private_folder.h"
-#include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 
@@ -77,7 +77,7 @@ bool WrapperCreation::createWrapperAt(const std::string& wrapper, const std::str
             if (MVFileManager::fileExistsAtPath(wrapper + layout::systemRegistry)) return true;
     }
     host().creation.throwIfRequested();
-    if (!MVFileManager::fileExistsAtPath(MVString::pathByAppendingCaskeryFrameworkBinToPortPath(wrapper))) {
+    if (!MVFileManager::fileExistsAtPath(Wrapper(wrapper).tool())) {
         MVAlert::showAlertErrorMessage(
             localized("Wrapper creation failed! The Caskery framework couldn't be found!"));
         return false;
@@ -112,7 +112,7 @@ bool WrapperCreation::createPrefixOf(const std::string& wrapper) {
         }
         ownWrapper_ = usedTemporaryPath_ = place;
     }
-    const std::string tool = MVString::pathByAppendingCaskeryFrameworkBinToPortPath(place);
+    const std::string tool = Wrapper(place).tool();
     makeRunnable("+x", tool);
     {
         building::EstimatedProgress estimate(progressWindow, settings::prefixCreationTime);

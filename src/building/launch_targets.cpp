@@ -78,10 +78,9 @@ void addSteamFlags(CommandLine& command) {
 
 void writeProgramOnDriveC(NSPortManager& target, const CommandLine& command) {
     const bool isExe = MVString::lowercased(command.program).ends_with(".exe");
-    target.setPlistObject(Value(command.program.substr(command.program.find(':') + 1)),
-                          "Program Name and Path");
-    target.setPlistObject(Value(isExe ? 0 : 1), "use start.exe");
-    target.setPlistObject(Value(command.flags), "Program Flags");
+    target.set(wrapper_keys::program, command.program.substr(command.program.find(':') + 1));
+    target.set(wrapper_keys::useStart, !isExe);
+    target.set(wrapper_keys::programFlags, command.flags);
 }
 
 /// The setting holds a path on drive C only, so a program elsewhere is started by a batch file there.
@@ -96,8 +95,8 @@ void writeProgramOnOtherDrive(NSPortManager& target, const CommandLine& command,
                                Encoding::utf8)) {
         return;  // told; a setting that leads to no file would help nobody
     }
-    target.setPlistObject(Value(1), "use start.exe");
-    target.setPlistObject(Value("/" + batch), "Program Name and Path");
+    target.set(wrapper_keys::useStart, true);
+    target.set(wrapper_keys::program, "/" + batch);
 }
 
 std::optional<std::string> windowsVersionFor(const std::string& programName, const ExeEntry& exe) {
@@ -144,14 +143,14 @@ bool WrapperCreation::saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager&
     for (const ExeEntry& exe : exes) {
         if (!isUsable(exe)) continue;
         if (exe.isMain) {
-            port.setPlistObject(exe.version, "CFBundleShortVersionString");
+            port.set(wrapper_keys::bundleShortVersion, exe.version);
             port.setIconWithImage(exe.icon);
             setMainExeDataAtPort(port, exe, wrapper);
             setScreenOptionsAtPort(port, exe);
             const std::string name =
                 exe.name.empty() ? files::withoutExtension(files::lastComponent(wrapper)) : exe.name;
-            port.setPlistObject(Value(name), "CFBundleName");
-            port.setPlistObject(Value(name + ".Caskery.prefs"), "CFBundleIdentifier");
+            port.set(wrapper_keys::bundleName, name);
+            port.set(wrapper_keys::bundleIdentifier, name + ".Caskery.prefs");
             port.synchronizePlist();
             continue;
         }
@@ -162,7 +161,7 @@ bool WrapperCreation::saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager&
             static_cast<void>(archives::copyWhole(wrapper + layout::customExeTemplate, *application));
         }
         NSPortManager target = NSPortManager::managerWithCustomExePath(*application);
-        target.setPlistObject(exe.version, "CFBundleShortVersionString");
+        target.set(wrapper_keys::bundleShortVersion, exe.version);
         target.setIconWithImage(exe.icon);
         setMainExeDataAtPort(target, exe, wrapper);
         setScreenOptionsAtPort(target, exe);
@@ -189,12 +188,11 @@ void WrapperCreation::setMainExeDataAtPort(NSPortManager& target, const ExeEntry
 void WrapperCreation::setScreenOptionsAtPort(NSPortManager& target, const ExeEntry& exe) {
     const std::string withoutDesktop = "novdx" + colourDepth(exe.colours) + "sleep0";
     const bool automatic = exe.automatic != 0;
-    target.setPlistObject(Value(automatic ? 1 : 0), "Use RandR");
-    target.setPlistObject(automatic ? Value(0) : Value(exe.fullscreen), "Fullscreen");
-    target.setPlistObject(Value(!automatic && exe.virtualdesktop != 0
-                                    ? exe.resolution + "x" + colourDepth(exe.colours) + "sleep0"
-                                    : withoutDesktop),
-                          "Resolution");
+    target.set(wrapper_keys::useRandR, automatic);
+    target.set(wrapper_keys::fullscreen, !automatic && exe.fullscreen);
+    target.set(wrapper_keys::resolution, !automatic && exe.virtualdesktop != 0
+                                             ? exe.resolution + "x" + colourDepth(exe.colours) + "sleep0"
+                                             : withoutDesktop);
 }
 
 void WrapperCreation::createAliasToCustomEXE(const std::string& application, const std::string& wrapper) {

@@ -12,8 +12,6 @@
 namespace morvane {
 namespace {
 
-constexpr const char* programKey = "Program Name and Path";
-
 bool exists(const std::optional<std::string>& path) {
     return path && MVFileManager::fileExistsAtPath(*path);
 }
@@ -21,14 +19,14 @@ bool exists(const std::optional<std::string>& path) {
 /// Looks for the main program with one level of its path, counted from the empty piece before the first "/",
 /// made variable; what it finds becomes the setting.
 std::optional<std::string> alternateMainExePath(NSPortManager& port, std::size_t variableLevel) {
-    const auto program = port.plistTextForKey(programKey);
+    const auto program = port.find(wrapper_keys::program);
     if (!program) return std::nullopt;
     auto levels = MVString::split(*program, "/");
     if (levels.size() < 3) return program;
     levels[variableLevel] = "*";
     auto completed = WrapperCreation::completeWindowsPath("C:" + MVString::joined(levels, "/"), port.path);
     if (!completed || completed->size() < 3) return completed;
-    port.setPlistObject(Value(completed->substr(2)), programKey);
+    port.set(wrapper_keys::program, completed->substr(2));
     port.synchronizePlist();
     return NSUtilities::getMacPathForWindowsPath(*completed, port.path);
 }
@@ -58,7 +56,7 @@ std::optional<std::string> WrapperCreation::confirmMainExePathForPort(
 }
 
 std::optional<std::string> WrapperCreation::mainExePathFromPort(const NSPortManager& port) {
-    const auto program = port.plistTextForKey(programKey);
+    const auto program = port.find(wrapper_keys::program);
     if (!program) return std::nullopt;
     return NSUtilities::getMacPathForWindowsPath("C:" + *program, port.path);
 }

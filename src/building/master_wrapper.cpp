@@ -15,7 +15,7 @@
 #include "platform/host.h"
 #include "platform/http.h"
 #include "wrapper/archive_tools.h"
-#include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 
@@ -51,8 +51,7 @@ bool isOfMasterWrapper(const std::string& name) {
     if (!archive && !name.ends_with(".app")) return false;
     if (name.starts_with(technology)) return true;
     const std::string path = files::join(layout::masterFolder(), name);
-    return !archive && MVFileManager::regularFileExistsAtPath(
-                           MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path));
+    return !archive && Wrapper(path).runsPrograms();
 }
 
 void removeMasterWrappersExcept(const std::string& version) {
@@ -217,10 +216,8 @@ bool WrapperCreation::copyingMasterWrapperToPath(const std::string& wrapper) {
     // Half a copy would pass for an existing wrapper the next time.
     if (!archives::copyWhole(files::resolved(source).value_or(source), wrapper)) return false;
     ownWrapper_ = wrapper;
-    MVTask::runProgram(
-        "chmod", "/",
-        std::vector<std::string>{"+x", MVString::pathByAppendingCaskeryAppBinaryToPortPath(wrapper)},
-        Wait::yes);
+    MVTask::runProgram("chmod", "/", std::vector<std::string>{"+x", Wrapper(wrapper).settingsTool()},
+                       Wait::yes);
     if (MVFileManager::fileExistsAtPath(wrapper)) return true;
     if (wrapper.starts_with(host().folders.home + "/Desktop/")) {
         MVAlert::showAlertErrorMessage(localized(

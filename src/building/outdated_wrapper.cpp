@@ -29,11 +29,7 @@ WrapperUpdate failing(const std::string& message) {
 /// Whether it is a wrapper, be it one that an update has left in pieces.
 bool isWrapper(const std::string& path) {
     return MVFileManager::directoryExistsAtPath(path) &&
-           (WrapperUpdater::versionBeforeUnfinishedUpdate(path) ||
-            MVFileManager::regularFileExistsAtPath(
-                MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path)) ||
-            MVFileManager::regularFileExistsAtPath(
-                MVString::pathByAppendingCaskeryLauncherBinToPortPath(path)));
+           (WrapperUpdater::versionBeforeUnfinishedUpdate(path) || LibraryItem(path).isWrapper());
 }
 
 WrapperUpdate updateTo(const std::string& wrapper, const std::string& version, NSProgressView& progress) {
@@ -99,11 +95,7 @@ std::optional<OutdatedWrapper> outdatedWrapper(const std::string& wrapper) {
     if (!newest) newest = WrapperCreation::getCurrentCaskeryVersion();
     if (!newest) return std::nullopt;
     auto version = WrapperUpdater::versionBeforeUnfinishedUpdate(wrapper);
-    if (!version) {
-        const auto setting = NSUtilities::getPlistItem("CFBundleVersion", wrapper);
-        const auto* text = setting ? setting->as<std::string>() : nullptr;
-        version = text != nullptr ? *text : "";
-    }
+    if (!version) version = findSetting(LibraryItem(wrapper), wrapper_keys::bundleVersion).value_or("");
     *version = MVString::replacedAll(*version, " ", "-");
     if (version == newest) return std::nullopt;
     return OutdatedWrapper{*version, *newest};

@@ -219,13 +219,13 @@ bool WrapperCreation::saveExtensions(const std::optional<std::vector<ExtensionEn
     std::vector<std::string> associations;
     for (const ExtensionEntry& entry : *extensions)
         if (saveExtension(entry, port.path)) associations.push_back(entry.app);
-    port.setPlistObject(Value(MVString::joined(associations, " ")), "Associations");
+    port.set(wrapper_keys::associations, MVString::joined(associations, " "));
     port.synchronizePlist();
     return true;
 }
 
 bool WrapperCreation::saveOverridesForPortData(const NSPortData& data, NSPortManager& port) {
-    port.setPlistObject(Value(0), "Try To Use GPU Info");
+    port.set(wrapper_keys::tryToUseGPUInfo, false);
     port.synchronizePlist();
     setMessage(localized("Overriding registries..."));
     Array overrides;

@@ -19,8 +19,8 @@
 #include "foundation/text_files.h"
 #include "platform/cancellation.h"
 #include "platform/host.h"
-#include "wrapper/layout.h"
 #include "wrapper/registry.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 
@@ -151,7 +151,7 @@ void WrapperCreation::verifyingWinetrickThatChangesEngine(const std::vector<std:
 
 void WrapperCreation::changeEngineTo(const std::string& engine, const std::string& wrapper) {
     if (extractEngine(engine, wrapper) == ExtractedEngine::failure) return;
-    const std::string launcher = MVString::pathByAppendingCaskeryLauncherBinToPortPath(wrapper);
+    const std::string launcher = Wrapper(wrapper).launcher();
     const auto run = [](const std::string& program, const std::vector<std::string>& arguments) {
         MVTask::runProgram(program, "/", arguments, Wait::yes);
     };

@@ -22,8 +22,7 @@ std::string realPathOf(const std::string& app) {
 }
 
 bool isWrapper(Session& session, const std::string& path) {
-    if (MVFileManager::regularFileExistsAtPath(MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path)))
-        return true;
+    if (Wrapper(path).runsPrograms()) return true;
     session.fail(path + " is not a wrapper.");
     return false;
 }

@@ -28,11 +28,9 @@ Result<ImageData> pictureAt(const std::string& path) {
 
 /// Nothing when there is neither a wrapper nor a Custom EXE application of one.
 std::optional<NSPortManager> settingsOf(const std::string& app) {
-    if (MVFileManager::regularFileExistsAtPath(app + layout::customExeMark))
-        return NSPortManager::managerWithCustomExePath(app);
-    if (MVFileManager::regularFileExistsAtPath(MVString::pathByAppendingCaskeryFrameworkBinToPortPath(app)))
-        return NSPortManager::managerWithPath(app);
-    return std::nullopt;
+    const LibraryItem item(app);
+    if (!item.isCustomEXE() && !item.isWrapper()) return std::nullopt;
+    return NSPortManager::managerOfItem(item);
 }
 
 }  // namespace
@@ -43,7 +41,7 @@ int setIcon(Session& session, const std::string& app, const std::string& picture
     if (!settings) return session.fail(path + " is not a wrapper, and not an application of one.");
     const auto image = pictureAt(expandedPath(picture));
     if (!image) return session.fail(image.error());
-    if (!NSUtilities::iconFileName(settings->plistObjectForKey("CFBundleIconFile")))
+    if (!NSUtilities::iconFileName(settings->find(wrapper_keys::bundleIconFile)))
         return session.fail("The settings of " + path + " name no icon file.");
     return session.onWorker([&] {
         if (settings->setIconWithImage(*image)) return static_cast<int>(done);

@@ -56,7 +56,7 @@ std::optional<std::string> missingProgram(const std::string& wrapper) {
     const NSPortManager settings = NSPortManager::managerWithPath(wrapper);
     const auto path = WrapperCreation::mainExePathFromPort(settings);
     if (path && files::kindBehind(*path) == files::Kind::file) return std::nullopt;
-    return "C:" + settings.plistTextForKey("Program Name and Path").value_or("");
+    return "C:" + settings.get(wrapper_keys::program);
 }
 
 }  // namespace

@@ -43,7 +43,8 @@ const char* wordFor(Window::Kind kind) {
             return "application of a wrapper";
         case Window::Kind::boxerGame:
             return "Boxer bundle";
-        case Window::Kind::caskeryWrapper:
+        case Window::Kind::wrapper:
+        case Window::Kind::application:
             break;
     }
     return "wrapper";

@@ -20,19 +20,14 @@ namespace {
 /// Nothing, after the failure was said, when the path holds no wrapper.
 std::optional<std::string> wrapperAt(Session& session, const std::string& app) {
     const std::string path = expandedPath(app);
-    const std::string tool = MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path);
-    if (MVFileManager::directoryExistsAtPath(path) && MVFileManager::regularFileExistsAtPath(tool))
-        return path;
+    if (Wrapper(path).runsPrograms()) return path;
     session.fail(path + " is not a wrapper.");
     return std::nullopt;
 }
 
 std::string executableOf(const std::string& wrapper) {
-    const auto executable = NSUtilities::getPlistItem("CFBundleExecutable", wrapper);
-    const auto* name = executable ? executable->as<std::string>() : nullptr;
-    if (name == nullptr || name->find('/') != std::string::npos) {
-        return MVString::pathByAppendingCaskeryLauncherBinToPortPath(wrapper);
-    }
+    const auto name = findSetting(LibraryItem(wrapper), wrapper_keys::bundleExecutable);
+    if (!name || name->find('/') != std::string::npos) return Wrapper(wrapper).launcher();
     return wrapper + "/Contents/MacOS/" + *name;
 }
 
@@ -48,11 +43,10 @@ int runToItsEnd(Session& session, const std::string& program, const std::vector<
 }  // namespace
 
 int run(Session& session, const std::string& app, Waiting waiting) {
-    const std::string launcher = expandedPath(app) + layout::customExeMark;
-    const bool isCustomExe = MVFileManager::regularFileExistsAtPath(launcher);
-    const auto wrapper = isCustomExe ? std::nullopt : wrapperAt(session, app);
-    if (!isCustomExe && !wrapper) return failed;
-    const std::string program = isCustomExe ? launcher : executableOf(*wrapper);
+    const LibraryItem item(expandedPath(app));
+    const auto wrapper = item.isCustomEXE() ? std::nullopt : wrapperAt(session, app);
+    if (!item.isCustomEXE() && !wrapper) return failed;
+    const std::string program = item.isCustomEXE() ? item.launcher() : executableOf(*wrapper);
     if (waiting == Waiting::yes) return runToItsEnd(session, program, {});
     // Nobody hears what it says once it has been left to itself.
     if (const auto checked = checkLaunch(expandedPath(app)); !checked) return session.fail(checked.error());
@@ -98,14 +92,13 @@ int exe(Session& session, const std::string& app, const std::string& file,
     }
     std::vector<std::string> words{output == ProgramOutput::shown ? "CKS-console" : "CKS-installer", program};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    return runToItsEnd(session, MVString::pathByAppendingCaskeryFrameworkBinToPortPath(*wrapper), words);
+    return runToItsEnd(session, Wrapper(*wrapper).tool(), words);
 }
 
 int tool(Session& session, const std::string& app, const std::string& name) {
     const auto wrapper = wrapperAt(session, app);
     if (!wrapper) return failed;
-    return runToItsEnd(session, MVString::pathByAppendingCaskeryFrameworkBinToPortPath(*wrapper),
-                       {"CKS-" + name});
+    return runToItsEnd(session, Wrapper(*wrapper).tool(), {"CKS-" + name});
 }
 
 int menu(Session& session, const std::string& app, const std::string& entry) {
@@ -123,10 +116,8 @@ int menu(Session& session, const std::string& app, const std::string& entry) {
         return session.fail("The menu of " + *wrapper + " has no entry \"" + entry + "\".");
     }
     // The "open" of its Help entries is a program of ours.
-    return runToItsEnd(
-        session, MVTask::getPathOfProgram("env").value_or("env"),
-        {"PATH=" + host().searchPath, MVString::pathByAppendingCaskeryFrameworkBinToPortPath(*wrapper),
-         "CKS-menu", found->path});
+    return runToItsEnd(session, MVTask::getPathOfProgram("env").value_or("env"),
+                       {"PATH=" + host().searchPath, Wrapper(*wrapper).tool(), "CKS-menu", found->path});
 }
 
 }  // namespace morvane::cli

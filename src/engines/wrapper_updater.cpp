@@ -13,8 +13,8 @@
 #include "platform/host.h"
 #include "platform/property_list.h"
 #include "wrapper/banner.h"
-#include "wrapper/layout.h"
 #include "wrapper/registry.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane::WrapperUpdater {
 namespace {
@@ -137,7 +137,7 @@ class Update {
     }
 
     bool begin() {
-        const std::string tool = MVString::pathByAppendingCaskeryFrameworkBinToPortPath(master_);
+        const std::string tool = Wrapper(master_).tool();
         if (!MVFileManager::regularFileExistsAtPath(tool) || !dictionaryAt(master_ + layout::infoPlist)) {
             MVAlert::showAlertErrorMessage(localized(
                 "The master wrapper %@ is missing or damaged. The wrapper was not updated.", {version_}));
@@ -265,8 +265,7 @@ class Update {
     }
 
     static void runLauncher(const std::string& wrapper, const char* command) {
-        MVTask::runProgram(MVString::pathByAppendingCaskeryLauncherBinToPortPath(wrapper), "/",
-                           std::vector<std::string>{command}, Wait::yes);
+        MVTask::runProgram(Wrapper(wrapper).launcher(), "/", std::vector<std::string>{command}, Wait::yes);
     }
 
     /// False when the wrapper could not be moved back.

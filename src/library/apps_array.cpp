@@ -115,10 +115,9 @@ NSAppsArray::~NSAppsArray() {
 // ---- Items
 
 LocalItem NSAppsArray::generateDictionaryForWrapper(const std::string& path, CustomEXE isCustomEXE) {
-    if (isCustomEXE == CustomEXE::no && !path.ends_with(".boxer")) {
-        const auto name = NSUtilities::getPlistItem("CFBundleName", path);
-        const auto* text = name ? name->as<std::string>() : nullptr;
-        if (text != nullptr && !text->empty()) return {*text, path};
+    if (isCustomEXE == CustomEXE::no && !LibraryItem::isBoxerName(path)) {
+        const auto name = bundleNameOf(path);
+        if (name && !name->empty()) return {*name, path};
     }
     return {nameFromPath(path), path};
 }
@@ -129,7 +128,7 @@ List NSAppsArray::checkForCustomEXEsInWrapper(const std::string& wrapper) {
     if (!names) return launchers;
     for (const std::string& name : *names) {
         const std::string path = files::join(wrapper, name);
-        if (!MVFileManager::regularFileExistsAtPath(path + layout::customExeMark)) continue;
+        if (!LibraryItem(path).isCustomEXE()) continue;
         launchers.push_back(generateDictionaryForWrapper(path, CustomEXE::yes));
     }
     return launchers;
@@ -145,10 +144,8 @@ List NSAppsArray::storedItems() {
 
 List NSAppsArray::caskeryWrappersInLocalTab() const {
     List wrappers;
-    std::ranges::copy_if(local_, std::back_inserter(wrappers), [](const LocalItem& item) {
-        return MVFileManager::regularFileExistsAtPath(
-            MVString::pathByAppendingCaskeryFrameworkBinToPortPath(item.path));
-    });
+    std::ranges::copy_if(local_, std::back_inserter(wrappers),
+                         [](const LocalItem& item) { return Wrapper(item.path).runsPrograms(); });
     return wrappers;
 }
 
@@ -240,7 +237,7 @@ void NSAppsArray::takeScannedAgain(const List& found, Completion completion) {
             if (move == moves.end()) {
                 now.push_back(std::move(item));
             } else if (const std::string& place = move->second; !holds(list, place) && !holds(now, place)) {
-                const bool isLauncher = MVFileManager::regularFileExistsAtPath(place + layout::customExeMark);
+                const bool isLauncher = LibraryItem(place).isCustomEXE();
                 now.push_back(
                     generateDictionaryForWrapper(place, isLauncher ? CustomEXE::yes : CustomEXE::no));
             }

@@ -8,7 +8,7 @@
 #include "foundation/file_manager.h"
 #include "foundation/text.h"
 #include "platform/files.h"
-#include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 
@@ -54,15 +54,15 @@ class Scan {
 
     void look(const std::string& path, const std::string& name) {
         if (name.ends_with(".app")) {
-            if (MVFileManager::regularFileExistsAtPath(
-                    MVString::pathByAppendingCaskeryLauncherBinToPortPath(path))) {
+            if (Wrapper(path).exists()) {
                 add(NSAppsArray::generateDictionaryForWrapper(path, CustomEXE::no));
                 for (LocalItem& item : NSAppsArray::checkForCustomEXEsInWrapper(path)) add(std::move(item));
             }
             return;
         }
         // A Boxer bundle is looked into as well.
-        if (name.ends_with(".boxer")) add(NSAppsArray::generateDictionaryForWrapper(path, CustomEXE::no));
+        if (LibraryItem::isBoxerName(name))
+            add(NSAppsArray::generateDictionaryForWrapper(path, CustomEXE::no));
         const files::Kind kind = files::kindOf(path);
         if (kind == files::Kind::folder) {
             folders_.push_back(path);

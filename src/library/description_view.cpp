@@ -330,8 +330,7 @@ std::vector<NSDescriptionView::MenuItem> NSDescriptionView::moreMenu() {
         }
         return menu;
     }
-    const bool isWrapper = MVFileManager::regularFileExistsAtPath(
-        MVString::pathByAppendingCaskeryFrameworkBinToPortPath(game.gamePath));
+    const bool isWrapper = Wrapper(game.gamePath).runsPrograms();
     return {item(localized("Play"), true, &View::playGame),
             item(localized("Debug"), isWrapper, &View::debugGame),
             item(localized("Force Close"), true, &View::forceCloseGame),

@@ -34,22 +34,9 @@ namespace {
 constexpr const char* galaxyProgram = "/Program Files/GalaxyClient/GalaxyClient.exe";
 constexpr std::array<const char*, 2> logNames{"LastRunX11.log", "LastRunWine.log"};
 
-bool isBoxer(const std::string& path) {
-    return path.ends_with(".boxer");
-}
-
-std::string frameworkProgram(const std::string& wrapper) {
-    return MVString::pathByAppendingCaskeryFrameworkBinToPortPath(wrapper);
-}
-
-/// The settings of a wrapper, or of a Custom EXE application of one.
-NSPortManager settingsOf(const std::string& path) {
-    const bool isCustomExe = MVFileManager::regularFileExistsAtPath(path + layout::customExeMark);
-    return isCustomExe ? NSPortManager::managerWithCustomExePath(path) : NSPortManager::managerWithPath(path);
-}
-
-bool isGalaxyWrapper(const std::string& wrapper) {
-    return !isBoxer(wrapper) && settingsOf(wrapper).plistTextForKey("Program Name and Path") == galaxyProgram;
+bool isGalaxyWrapper(const std::string& path) {
+    const LibraryItem item(path);
+    return !item.isBoxerGame() && findSetting(item, wrapper_keys::program) == galaxyProgram;
 }
 
 /// The exit status; nothing when it could not be started, which the user was told.
@@ -72,11 +59,11 @@ void openLater(const std::string& path) {
 
 /// A worker. The exit status of the run.
 std::optional<int> runDebugModeAndShowLogs(const std::string& wrapper, bool isGalaxy) {
-    if (!MVFileManager::regularFileExistsAtPath(frameworkProgram(wrapper))) {
+    if (!Wrapper(wrapper).runsPrograms()) {
         MVAlert::showAlertErrorMessage(localized("Not a valid Caskery wrapper!"));
         return std::nullopt;
     }
-    const auto status = runAndWait(frameworkProgram(wrapper), {"debug"});
+    const auto status = runAndWait(Wrapper(wrapper).tool(), {"debug"});
     const std::string logs = wrapper + layout::resources + "/Logs/";
     if (isGalaxy) {
         for (const char* name : logNames) MVFileManager::removeItemAtPath(logs + name);
@@ -162,21 +149,21 @@ void NSDescriptionView::playGame(const Game& game) {
 }
 
 void NSDescriptionView::updateAndRunWrapper(const std::string& path) {
-    if (MVFileManager::regularFileExistsAtPath(frameworkProgram(path))) return updateWrapper(path);
-    if (isBoxer(path)) return runWrapper(path, path);
-    const auto executable = NSUtilities::getPlistItem("CFBundleExecutable", path);
-    const auto* name = executable ? executable->as<std::string>() : nullptr;
+    if (Wrapper(path).runsPrograms()) return updateWrapper(path);
+    const LibraryItem item(path);
+    if (item.isBoxerGame()) return runWrapper(path, path);
+    const auto name = findSetting(item, wrapper_keys::bundleExecutable);
     // Without settings there may be nothing at all any more, which the user is told.
-    if (name == nullptr && MVFileManager::directoryExistsAtPath(path)) return;
-    if (name != nullptr && name->find('/') != std::string::npos) return;
-    runWrapper(path, filled("%@/Contents/MacOS/%@", {path, name != nullptr ? *name : ""}));
+    if (!name && MVFileManager::directoryExistsAtPath(path)) return;
+    if (name && name->find('/') != std::string::npos) return;
+    runWrapper(path, filled("%@/Contents/MacOS/%@", {path, name.value_or("")}));
 }
 
 void NSDescriptionView::updateWrapper(const std::string& wrapper) {
     // A machine that is no Mac tells no version; its wrappers run best when they are up to date as well.
     const bool isOldSystem = !NSComputerInformation::macOsVersion().empty() &&
                              !NSComputerInformation::isSystemMacOsEqualOrSuperiorTo("10.11");
-    const std::string program = MVString::pathByAppendingCaskeryLauncherBinToPortPath(wrapper);
+    const std::string program = Wrapper(wrapper).launcher();
     const auto run = [self = self_, wrapper, program] {
         onPage(self, [=](NSDescriptionView& page) { page.runWrapper(wrapper, program); });
     };
@@ -202,7 +189,8 @@ void NSDescriptionView::updateWrapper(const std::string& wrapper) {
 }
 
 void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string& binary) {
-    const bool boxer = isBoxer(wrapper);
+    const LibraryItem item(wrapper);
+    const bool boxer = item.isBoxerGame();
     const bool isThere =
         boxer ? MVFileManager::directoryExistsAtPath(binary) : MVFileManager::regularFileExistsAtPath(binary);
     if (!isThere) {
@@ -213,20 +201,20 @@ void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string
     }
     bool switches = false, isGalaxy = false;
     if (!boxer) {
-        const NSPortManager settings = settingsOf(wrapper);
-        const auto program = settings.plistTextForKey("Program Name and Path");
+        const NSPortManager settings = NSPortManager::managerOfItem(item);
+        const auto program = settings.find(wrapper_keys::program);
         isGalaxy = program == galaxyProgram;
         if (program && !program->empty()) {
             const auto path =
-                NSUtilities::getMacPathForWindowsPath(filled("C:%@", {*program}), wrapperOf(wrapper));
+                NSUtilities::getMacPathForWindowsPath(filled("C:%@", {*program}), item.wrapper().path());
             if (!path || !MVFileManager::regularFileExistsAtPath(*path)) {
                 MVAlert::showAlertErrorMessage(localized("The main EXE of the port is missing!"));
                 return;
             }
-            if (const auto checked = checkMachine(*path, wrapperOf(wrapper)); !checked)
+            if (const auto checked = checkMachine(*path, item.wrapper().path()); !checked)
                 return MVAlert::showAlertErrorMessage(checked.error().message());
         }
-        switches = isFlagSet(settings.plistObjectForKey("IsFnToggleEnabled"));
+        switches = settings.get(wrapper_keys::isFnToggleEnabled);
     }
     if (isGalaxy && selectedGamePath() == wrapper) {
         page_.actionTitle = MVString::uppercased(localized("Play"));
@@ -256,7 +244,7 @@ void NSDescriptionView::debugGame(const Game& game) {
 }
 
 void NSDescriptionView::runDebugModeOfWrapper(const std::string& wrapper) {
-    if (!MVFileManager::regularFileExistsAtPath(frameworkProgram(wrapper))) {
+    if (!Wrapper(wrapper).runsPrograms()) {
         MVAlert::showAlertErrorMessage(localized("Not a valid Caskery wrapper!"));
         return;
     }
@@ -272,7 +260,8 @@ void NSDescriptionView::forceCloseGame(const Game& game) {
             "Warning", false)) {
         return;
     }
-    NSUtilities::terminateAllCaskeryProcessesForWrapper(wrapperOf(*path), RemovingWrapper::no);
+    NSUtilities::terminateAllCaskeryProcessesForWrapper(LibraryItem(*path).wrapper().path(),
+                                                        RemovingWrapper::no);
 }
 
 void NSDescriptionView::removeGame(const Game& game) {
@@ -305,7 +294,7 @@ void NSDescriptionView::openC_Drive(const Game& game) {
 
 void NSDescriptionView::launchCaskery(const Game& game) {
     const auto path = pathOf(game);
-    const std::string program = MVString::pathByAppendingCaskeryAppBinaryToPortPath(path.value_or(""));
+    const std::string program = Wrapper(path.value_or("")).settingsTool();
     if (!path || !files::isExecutable(program)) {
         MVAlert::showAlertErrorMessage(localized("There is no Control App available!"));
         return;
@@ -315,9 +304,9 @@ void NSDescriptionView::launchCaskery(const Game& game) {
 
 void NSDescriptionView::runSelectedWrapperWithFlag(const Game& game, const std::string& flag) {
     const auto path = pathOf(game);
-    if (!path || !MVFileManager::regularFileExistsAtPath(frameworkProgram(*path))) return;
+    if (!path || !Wrapper(*path).runsPrograms()) return;
     inBackground("app.morvane.listViewRunWrapperWithFlag",
-                 [path = *path, flag] { runAndWait(frameworkProgram(path), {flag}); });
+                 [path = *path, flag] { runAndWait(Wrapper(path).tool(), {flag}); });
 }
 
 void NSDescriptionView::installModPatch(const Game& game) {
@@ -344,7 +333,7 @@ void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper,
     if (chosen.empty()) return tellOfNothing();
     const std::string extension = MVString::lowercased(files::extension(chosen.front()));
     if (chosen.size() == 1 && extension == "exe") {
-        return inBackgroundThenTell([program = frameworkProgram(wrapper), exe = chosen.front()] {
+        return inBackgroundThenTell([program = Wrapper(wrapper).tool(), exe = chosen.front()] {
             return runAndWait(program, {exe}) == 0;
         });
     }

@@ -187,16 +187,13 @@ std::shared_ptr<NSGameData> NSGameData::initWithPath(const std::string& path) {
     auto item = std::make_shared<NSGameData>();
     item->gameID = 1;
     item->gamePath = path;
-    item->isCustomEXE = files::lastComponent(files::parent(path)).ends_with(".app");
-    item->isBoxerGame = path.ends_with(".boxer");
+    item->isCustomEXE = LibraryItem::liesInBundle(path);
+    item->isBoxerGame = LibraryItem::isBoxerName(path);
     item->gameName = files::withoutExtension(files::lastComponent(path));
     if (!item->isBoxerGame) {
-        item->isGameNative =
-            !item->isCustomEXE && !MVFileManager::regularFileExistsAtPath(
-                                      MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path));
-        const auto name = NSUtilities::getPlistItem("CFBundleName", path);
-        const auto* text = name ? name->as<std::string>() : nullptr;
-        if (text != nullptr && !text->empty()) item->gameName = *text;
+        item->isGameNative = !item->isCustomEXE && !Wrapper(path).runsPrograms();
+        const auto name = bundleNameOf(path);
+        if (name && !name->empty()) item->gameName = *name;
     }
     item->readDescriptionFile();
     item->gameSourcesList = {sourceOf(item->isCustomEXE ? files::parent(path) : path).value_or("Local")};

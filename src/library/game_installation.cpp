@@ -40,11 +40,6 @@ std::string proposedNameOf(const NSGameData& game) {
     return name.substr(std::min(name.find_first_not_of('.'), name.size()));
 }
 
-bool isWrapper(const std::string& path) {
-    return MVFileManager::regularFileExistsAtPath(
-        MVString::pathByAppendingCaskeryLauncherBinToPortPath(path));
-}
-
 std::string pictureOf(const std::string& source) {
     const std::string name = MVString::lowercased(source);
     if (name.find('/') != std::string::npos) return "";
@@ -132,7 +127,7 @@ void storeDescription(const Dictionary& description, const std::string& wrapper)
 }  // namespace
 
 bool NSValidPortDelegate::doesPathMatches(const std::string& path) const {
-    if (!isWrapper(path)) return false;
+    if (!Wrapper(path).exists()) return false;
     if (anyCaskeryPortAllowed) return true;
     return id_ >= firstKnownID && MVFileManager::regularFileExistsAtPath(path + layout::descriptionCkii) &&
            NSGameData::getIdentifierOfGameAtPath(path) == id_;
@@ -156,7 +151,7 @@ std::string NSDescriptionView::defaultGamesFolder() {
 std::optional<std::string> NSDescriptionView::validPortWithGameID(std::int64_t id) {
     if (id < firstKnownID) return std::nullopt;
     const auto holdsIt = [id](const std::string& path) {
-        return isWrapper(path) && NSGameData::getIdentifierOfGameAtPath(path) == id;
+        return Wrapper(path).exists() && NSGameData::getIdentifierOfGameAtPath(path) == id;
     };
     for (const LocalItem& item : NSAppsArray::storedItems()) {
         if (holdsIt(item.path)) return item.path;

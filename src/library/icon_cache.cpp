@@ -74,16 +74,14 @@ std::optional<ImageData> icon(std::int64_t id, const std::string& folder) {
 }
 
 std::optional<std::string> localIconPath(const std::string& item) {
-    if (item.ends_with(".boxer")) {
+    const LibraryItem known(item);
+    if (known.isBoxerGame()) {
         const std::string own = item + layout::folderIcon;
         return MVFileManager::regularFileExistsAtPath(own)
                    ? own
                    : files::join(host().folders.resources, "boxer.png");
     }
-    const bool isCustomExe = MVFileManager::regularFileExistsAtPath(item + layout::customExeMark);
-    const auto setting = NSUtilities::getPlistItem(
-        "CFBundleIconFile", isCustomExe ? layout::customExePlist : layout::infoPlist, item);
-    const auto name = NSUtilities::iconFileName(setting ? &*setting : nullptr);
+    const auto name = NSUtilities::iconFileName(findSetting(known, wrapper_keys::bundleIconFile));
     if (!name) return std::nullopt;
     const auto file = pathInside(item + layout::resources, *name, Levels::many, "the icon's name");
     return file ? std::optional(*file) : std::nullopt;

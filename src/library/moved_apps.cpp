@@ -21,7 +21,7 @@ bool isInside(const std::string& path, const std::string& folder) {
 }
 
 bool isInsideABundle(const std::string& path) {
-    return files::parent(path).ends_with(".app");
+    return LibraryItem::liesInBundle(path);
 }
 
 /// Where the link leads, when that is inside the wrapper, as a path below it; empty for the wrapper itself.

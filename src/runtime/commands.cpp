@@ -38,8 +38,8 @@ bool hasDisplay() {
 Result<> readiness(const WineSession& session) {
     if (auto checked = session.usable(); !checked) return checked;
     const WrapperBundle& bundle = session.bundle();
-    if (files::kindBehind(bundle.prefix() + "/system.reg") != files::Kind::file) {
-        return Failure{"This wrapper has no Windows drive yet: " + bundle.prefix() +
+    if (files::kindBehind(bundle.wrapper.systemRegistry()) != files::Kind::file) {
+        return Failure{"This wrapper has no Windows drive yet: " + bundle.wrapper.prefix() +
                        "/system.reg is missing."};
     }
     if (!hasDisplay()) tell("There is no display (DISPLAY is not set): windows cannot be shown.");
@@ -84,15 +84,15 @@ int installerCommand(const WrapperBundle& bundle, const Arguments& arguments, Ch
 int winetricksCommand(const WrapperBundle& bundle, const Arguments& verbs) {
     WineSession session(bundle, "", StopBy::server);
     if (auto checked = readiness(session); !checked) return report(checked);
-    if (files::kindBehind(bundle.winetricks()) != files::Kind::file) {
-        return report(
-            Failure{"This wrapper has no winetricks script: " + bundle.winetricks() + " is missing."});
+    if (files::kindBehind(bundle.wrapper.winetricks()) != files::Kind::file) {
+        return report(Failure{"This wrapper has no winetricks script: " + bundle.wrapper.winetricks() +
+                              " is missing."});
     }
     // The script installs into the prefix that it is given; in the application's copy the option also makes
     // it silent.
-    Arguments arguments{bundle.winetricks(), "--no-isolate"};
+    Arguments arguments{bundle.wrapper.winetricks(), "--no-isolate"};
     arguments.insert(arguments.end(), verbs.begin(), verbs.end());
-    const int status = session.program("/bin/sh", arguments, bundle.driveC());
+    const int status = session.program("/bin/sh", arguments, bundle.wrapper.driveC());
     session.waitForInstaller(installerPatience());
     if (session.stopped() != 0) return session.stopped();
     return status == 0 ? 0
@@ -103,7 +103,7 @@ int winetricksCommand(const WrapperBundle& bundle, const Arguments& verbs) {
 int menuCommand(const WrapperBundle& bundle, const Arguments& arguments) {
     WineSession session(bundle, "", StopBy::server);
     if (auto checked = readiness(session); !checked) return report(checked);
-    const int status = session.program("/bin/bash", arguments, bundle.driveC());
+    const int status = session.program("/bin/bash", arguments, bundle.wrapper.driveC());
     session.waitForAll();
     return session.stopped() != 0 ? session.stopped() : status;
 }
@@ -111,27 +111,29 @@ int menuCommand(const WrapperBundle& bundle, const Arguments& arguments) {
 int toolCommand(const WrapperBundle& bundle, const Arguments& wineArguments) {
     WineSession session(bundle, "", StopBy::server);
     if (auto checked = readiness(session); !checked) return report(checked);
-    return play(session, {wineArguments, bundle.driveC()});
+    return play(session, {wineArguments, bundle.wrapper.driveC()});
 }
 
 /// Line by line what a debug run says before Wine does.
 void beginLogs(const WrapperBundle& bundle, const WineCall& call) {
     std::string engine = "unknown";
-    const auto version = files::read(bundle.engine() + "/version");
+    const auto version = files::read(bundle.wrapper.engineVersion());
     if (version) engine = *version;
-    std::string wine =
-        "Wrapper: " + bundle.wrapper + "\nEngine: " + engine.substr(0, engine.find('\n')) + "\nCommand:";
+    std::string wine = "Wrapper: " + bundle.wrapper.path() +
+                       "\nEngine: " + engine.substr(0, engine.find('\n')) + "\nCommand:";
     for (const std::string& argument : call.arguments) wine += " [" + argument + "]";
     std::string display = "DISPLAY=" + environmentVariable("DISPLAY") +
                           "\nWAYLAND_DISPLAY=" + environmentVariable("WAYLAND_DISPLAY") +
                           "\nXDG_SESSION_TYPE=" + environmentVariable("XDG_SESSION_TYPE") + "\n";
-    static_cast<void>(files::createFolder(bundle.logs(), true));
-    static_cast<void>(files::write(bundle.logs() + "/LastRunWine.log", wine + "\n\n", files::Atomically::no));
-    static_cast<void>(files::write(bundle.logs() + "/LastRunX11.log", display, files::Atomically::no));
+    static_cast<void>(files::createFolder(bundle.wrapper.logs(), true));
+    static_cast<void>(
+        files::write(bundle.wrapper.logs() + "/LastRunWine.log", wine + "\n\n", files::Atomically::no));
+    static_cast<void>(
+        files::write(bundle.wrapper.logs() + "/LastRunX11.log", display, files::Atomically::no));
 }
 
 int playCommand(const WrapperBundle& bundle, bool debug) {
-    WineSession session(bundle, debug ? bundle.logs() + "/LastRunWine.log" : "", StopBy::quitScript);
+    WineSession session(bundle, debug ? bundle.wrapper.logs() + "/LastRunWine.log" : "", StopBy::quitScript);
     const auto settings = launchSettingsOf(bundle);
     if (!settings) return report(settings.error());
     if (auto checked = readiness(session); !checked) return report(checked);

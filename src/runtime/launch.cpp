@@ -40,7 +40,7 @@ std::optional<StartLine> startLineIn(const WrapperBundle& bundle, const std::str
     // encoding than the application's: a file of the very name is what the application means.
     const auto meansMore = [](unsigned char c) { return c == '%' || c >= 0x80; };
     if (line && std::any_of(line->program.begin(), line->program.end(), meansMore) &&
-        !hostPathOf(bundle.prefix(), line->program)) {
+        !hostPathOf(bundle.wrapper.prefix(), line->program)) {
         return std::nullopt;
     }
     return line;
@@ -48,7 +48,7 @@ std::optional<StartLine> startLineIn(const WrapperBundle& bundle, const std::str
 
 Result<std::string> existingFile(const WrapperBundle& bundle, const std::string& program) {
     std::optional<std::string> path = program;
-    if (isWindowsPath(program)) path = hostPathOf(bundle.prefix(), program);
+    if (isWindowsPath(program)) path = hostPathOf(bundle.wrapper.prefix(), program);
     if (!path || files::kindBehind(*path) != files::Kind::file) return Failure{program + " is missing."};
     return path->starts_with('/') ? *path : files::resolved(*path).value_or(*path);
 }
@@ -74,7 +74,7 @@ Result<WineCall> callFor(const WrapperBundle& bundle, const std::string& program
     if (extension != "exe") return WineCall{joined({"start.exe", "/wait", "/unix", path}, arguments), folder};
     if (!beginsAsProgram(path)) return Failure{path + " is not a Windows program."};
     const Machine machine = machineOf(path);
-    if (!prefixRuns(bundle.prefix(), machine)) return wrongMachine(path, machine);
+    if (!prefixRuns(bundle.wrapper.prefix(), machine)) return wrongMachine(path, machine);
     return WineCall{joined({isWindowsPath(program) ? program : path}, arguments), folder};
 }
 
@@ -102,7 +102,7 @@ Result<WineCall> mainCall(const WrapperBundle& bundle, const LaunchSettings& set
     auto call = callFor(bundle, "C:" + settings.program, splitArguments(settings.flags));
     const bool isExe = settings.program.size() > 4 && lowerCaseExtension(settings.program) == "exe";
     if (!call || !settings.useStart || !isExe) return call;
-    const auto path = hostPathOf(bundle.prefix(), "C:" + settings.program);
+    const auto path = hostPathOf(bundle.wrapper.prefix(), "C:" + settings.program);
     std::vector<std::string> arguments{"start.exe", "/wait", "/unix", path.value_or(settings.program)};
     arguments.insert(arguments.end(), call->arguments.begin() + 1, call->arguments.end());
     return WineCall{std::move(arguments), call->runFolder};

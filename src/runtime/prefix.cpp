@@ -39,9 +39,9 @@ std::vector<std::string> pathsBelow(const std::string& folder) {
 /// Turns what Wine linked to the home folder all the same into folders. Only in a new prefix, where nobody
 /// else put links yet.
 Result<> cutLinksOut(const WrapperBundle& bundle) {
-    const std::string users = bundle.driveC() + "/users";
-    const auto inside = files::resolved(bundle.prefix());
-    if (!inside) return Failure{bundle.prefix() + " cannot be read."};
+    const std::string users = bundle.wrapper.driveC() + "/users";
+    const auto inside = files::resolved(bundle.wrapper.prefix());
+    if (!inside) return Failure{bundle.wrapper.prefix() + " cannot be read."};
     for (const std::string& path : pathsBelow(users)) {
         const std::string link = users + "/" + path;
         if (files::kindOf(link) != files::Kind::link) continue;
@@ -58,14 +58,14 @@ Result<> bootPrefix(WineSession& session, const std::string& option) {
     const WrapperBundle& bundle = session.bundle();
     if (auto checked = makeUserFolders(bundle); !checked) return checked;
     // Without a display Wine can't ask for anything. It returns before the registry is written.
-    const int status = session.wine({"wineboot.exe", option}, bundle.prefix(), Display::hidden);
+    const int status = session.wine({"wineboot.exe", option}, bundle.wrapper.prefix(), Display::hidden);
     session.waitForAll();
     if (session.stopped() != 0) return Failure{"Stopped."};
     slimPrefix(bundle);
     for (const char* name : {"system.reg", "user.reg", "dosdevices/c:", "drive_c/windows/system32"}) {
-        if (files::kindBehind(bundle.prefix() + "/" + name) == files::Kind::none) {
-            return Failure{"Wine (exit code " + std::to_string(status) + ") did not make " + bundle.prefix() +
-                           "/" + name + "."};
+        if (files::kindBehind(bundle.wrapper.prefix() + "/" + name) == files::Kind::none) {
+            return Failure{"Wine (exit code " + std::to_string(status) + ") did not make " +
+                           bundle.wrapper.prefix() + "/" + name + "."};
         }
     }
     return {};
@@ -79,7 +79,7 @@ Result<> makeUserFolders(const WrapperBundle& bundle) {
         return Failure{"The user has no usable name."};
     }
     for (const char* folder : userFolders) {
-        const std::string path = bundle.driveC() + "/users/" + name + "/" + folder;
+        const std::string path = bundle.wrapper.driveC() + "/users/" + name + "/" + folder;
         if (files::kindOf(path) != files::Kind::none) continue;
         if (const auto done = files::createFolder(path, true); !done)
             return Failure{path + ": " + done.error().why};
@@ -89,7 +89,7 @@ Result<> makeUserFolders(const WrapperBundle& bundle) {
 
 Result<> keepDrives(const WrapperBundle& bundle) {
     constexpr std::array<std::pair<const char*, const char*>, 2> drives{{{"c:", "../drive_c"}, {"z:", "/"}}};
-    const std::string folder = bundle.prefix() + "/dosdevices";
+    const std::string folder = bundle.wrapper.dosdevices();
     if (const auto done = files::createFolder(folder, true); !done)
         return Failure{folder + ": " + done.error().why};
     for (const auto& [name, destination] : drives) {
@@ -111,19 +111,19 @@ Result<> updatePrefix(WineSession& session) {
 }
 
 std::string updateStampOf(const WrapperBundle& bundle) {
-    const auto stamp = files::read(bundle.prefix() + "/.update-timestamp");
+    const auto stamp = files::read(bundle.wrapper.prefix() + "/.update-timestamp");
     return !stamp ? std::string() : *stamp;
 }
 
 void slimPrefix(const WrapperBundle& bundle) {
-    cutDebugInformationBelow(bundle.driveC() + "/windows");
+    cutDebugInformationBelow(bundle.wrapper.driveC() + "/windows");
 }
 
 Result<> installEngineFiles(const WrapperBundle& bundle) {
-    const auto names = files::list(bundle.engineBin());
+    const auto names = files::list(bundle.wrapper.engineBin());
     if (!names) return names.error();
     for (const std::string& name : *names) {
-        const std::string path = files::join(bundle.engineBin(), name);
+        const std::string path = files::join(bundle.wrapper.engineBin(), name);
         if (files::kindOf(path) != files::Kind::file) continue;
         if (const auto done = files::setPermissions(path, 0755); !done)
             return Failure{path + ": " + done.error().why};

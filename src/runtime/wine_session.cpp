@@ -185,7 +185,7 @@ std::vector<PrefixProcess> processesOf(const std::string& prefix) {
 
 WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output)
     : bundle_(std::move(bundle)), log_(std::move(log)), stopBy_(stopBy), output_(output) {
-    prefix_ = bundle_.prefix();
+    prefix_ = bundle_.wrapper.prefix();
     if (!isNameable(prefix_)) prefix_ = linkTo(prefix_, bundle_.serverName());
     if (!usable()) return;
     // Signal 0 only asks whether there is one.
@@ -194,7 +194,7 @@ WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, C
 
 WineSession::~WineSession() {
     // A joined session's link to the prefix is still in use by the start that it joined.
-    if (!joined_ && prefix_ != bundle_.prefix()) links_.push_back(prefix_);
+    if (!joined_ && prefix_ != bundle_.wrapper.prefix()) links_.push_back(prefix_);
     for (const std::string& link : links_) {
         static_cast<void>(files::remove(link));
         ::rmdir(files::parent(link).c_str());
@@ -204,7 +204,7 @@ WineSession::~WineSession() {
 std::string WineSession::nameablePath(const std::string& path) {
     const std::string absolute = path.starts_with('/') ? path : files::resolved(path).value_or(path);
     const std::string folder = files::parent(absolute);
-    if (isWindowsPath(path) || isNameable(folder) || absolute.starts_with(bundle_.prefix() + "/")) {
+    if (isWindowsPath(path) || isNameable(folder) || absolute.starts_with(bundle_.wrapper.prefix() + "/")) {
         return path;
     }
     // Of this process: another start may have a file in the same folder.
@@ -216,9 +216,9 @@ std::string WineSession::nameablePath(const std::string& path) {
 }
 
 Result<> WineSession::usable() const {
-    const std::string wine = bundle_.engineBin() + "/wine";
-    if (files::kindBehind(bundle_.engine()) != files::Kind::folder) {
-        return Failure{"This wrapper holds no engine: " + bundle_.engine() + " is missing."};
+    const std::string wine = bundle_.wrapper.engineBin() + "/wine";
+    if (files::kindBehind(bundle_.wrapper.engine()) != files::Kind::folder) {
+        return Failure{"This wrapper holds no engine: " + bundle_.wrapper.engine() + " is missing."};
     }
     for (const std::string& path : {wine, server()}) {
         if (!files::isExecutable(path))
@@ -240,7 +240,8 @@ std::map<std::string, std::string> WineSession::environment(Display display) con
         variables.erase(name);
     variables["WINEPREFIX"] = prefix_;
     useUtf8(variables);
-    const std::string bin = bundle_.engineBin(), tools = bundle_.wrapper + "/Contents/Frameworks/bin";
+    const std::string bin = bundle_.wrapper.engineBin(),
+                      tools = bundle_.wrapper.path() + "/Contents/Frameworks/bin";
     const std::string path = variables.contains("PATH") ? variables["PATH"] : "/usr/local/bin:/usr/bin:/bin";
     variables["PATH"] = bin + ":" + tools + ":" + path;
     variables["WINESERVER"] = server();
@@ -250,7 +251,7 @@ std::map<std::string, std::string> WineSession::environment(Display display) con
 
     // No desktop entries, and no offer to fetch Mono or Gecko, unless the engine brings them along.
     std::string overrides = "winemenubuilder.exe=d";
-    const std::string share = bundle_.engine() + "/share/wine/";
+    const std::string share = bundle_.wrapper.engine() + "/share/wine/";
     const bool brings = files::kindBehind(share + "mono") == files::Kind::folder ||
                         files::kindBehind(share + "gecko") == files::Kind::folder;
     if (!brings) overrides += ";appwiz.cpl=d";
@@ -281,17 +282,17 @@ int WineSession::quietly(const std::string& path, const std::vector<std::string>
 /// one. Where it cannot be (no links on this file system, an engine with a script for a server), Wine starts
 /// it as it always does.
 void WineSession::startServer() {
-    const std::string named = bundle_.engineBin() + "/" + bundle_.serverName();
+    const std::string named = bundle_.wrapper.engineBin() + "/" + bundle_.serverName();
     if (!files::isExecutable(named)) {
-        const std::string real = files::isExecutable(bundle_.engineBin() + "/CaskeryWineserver")
+        const std::string real = files::isExecutable(bundle_.wrapper.engineBin() + "/CaskeryWineserver")
                                      ? "CaskeryWineserver"
                                      : "wineserver";
-        const auto names = files::list(bundle_.engineBin());
+        const auto names = files::list(bundle_.wrapper.engineBin());
         if (!names) return;
         // A wrapper that was moved leaves its old name, which would sort last and win.
         for (const std::string& name : *names) {
             if (name.starts_with("wrapper-") && name.ends_with("Wineserver")) {
-                static_cast<void>(files::remove(files::join(bundle_.engineBin(), name)));
+                static_cast<void>(files::remove(files::join(bundle_.wrapper.engineBin(), name)));
             }
         }
         if (!files::createSymbolicLink(named, real)) return;
@@ -317,7 +318,7 @@ int WineSession::run(const std::string& path, const std::vector<std::string>& ar
 
 int WineSession::wine(const std::vector<std::string>& arguments, const std::string& runFolder,
                       Display display) {
-    return run(bundle_.engineBin() + "/wine", arguments, runFolder, display);
+    return run(bundle_.wrapper.engineBin() + "/wine", arguments, runFolder, display);
 }
 
 int WineSession::program(const std::string& path, const std::vector<std::string>& arguments,
@@ -339,7 +340,7 @@ bool WineSession::waitFor(Child& child) {
 void WineSession::waitForAll() {
     if (joined_ || stopped_ != 0) return;
     for (std::set<int> before;;) {
-        std::vector<PrefixProcess> left = processesOf(bundle_.prefix());
+        std::vector<PrefixProcess> left = processesOf(bundle_.wrapper.prefix());
         std::erase_if(left, [](const PrefixProcess& one) { return one.isServer; });
         // A server whose last program has gone already would wait for ever for a first one. So would it for a
         // service that was still starting when the last program ended, and never hears of that.
@@ -362,11 +363,11 @@ void WineSession::waitForAll() {
 void WineSession::waitForInstaller(std::chrono::milliseconds patience) {
     if (joined_ || stopped_ != 0) return;
     for (std::set<int> before;;) {
-        const std::vector<PrefixProcess> programs = programsOf(bundle_.prefix());
+        const std::vector<PrefixProcess> programs = programsOf(bundle_.wrapper.prefix());
         const std::set<int> now = numbersOf(programs);
         const bool onlyInstalled = std::all_of(programs.begin(), programs.end(), isInstalledProgram);
         if (!programs.empty() && onlyInstalled && now == before) break;
-        if (processesOf(bundle_.prefix()).empty()) return;
+        if (processesOf(bundle_.wrapper.prefix()).empty()) return;
         if (programs.empty()) return waitForAll();
         before = now;
         auto child = Child::start({server(), {"-w"}, environment(Display::hidden), "/", ""});
@@ -380,7 +381,7 @@ void WineSession::waitForInstaller(std::chrono::milliseconds patience) {
         }
     }
     tell("The installer has ended but left a program running. It is asked to end.");
-    quietly(bundle_.engineBin() + "/wine", {"wineboot.exe", "--end-session"}, askPatience);
+    quietly(bundle_.wrapper.engineBin() + "/wine", {"wineboot.exe", "--end-session"}, askPatience);
     if (quietly(server(), {"-w"}, std::min(patience, longestGrace)) != 0) stopNow();
 }
 
@@ -389,9 +390,10 @@ void WineSession::stopNow() {
 }
 
 void WineSession::stopAsAsked() {
-    if (stopBy_ == StopBy::quitScript && files::kindBehind(bundle_.quitScript()) == files::Kind::file) {
+    if (stopBy_ == StopBy::quitScript &&
+        files::kindBehind(bundle_.wrapper.quitScript()) == files::Kind::file) {
         auto script =
-            Child::start({"/bin/bash", {bundle_.quitScript()}, environment(Display::shown), "/", ""});
+            Child::start({"/bin/bash", {bundle_.wrapper.quitScript()}, environment(Display::shown), "/", ""});
         // A second signal means now.
         if (script && script->wait(&signals_, std::nullopt) == Ending::askedToStop) script->kill();
     }

@@ -78,7 +78,7 @@ class WineSession {
                 std::optional<std::chrono::milliseconds> limit);
     void startServer();
     void stopAsAsked();
-    [[nodiscard]] std::string server() const { return bundle_.engineBin() + "/wineserver"; }
+    [[nodiscard]] std::string server() const { return bundle_.wrapper.engineBin() + "/wineserver"; }
 
     WrapperBundle bundle_;
     std::string log_;

@@ -8,6 +8,7 @@
 
 #include "platform/files.h"
 #include "platform/property_list.h"
+#include "wrapper/wrapper_settings.h"
 
 namespace morvane::runtime {
 namespace {
@@ -27,18 +28,6 @@ std::optional<int> wholeNumber(std::string_view digits) {
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
     if (error != std::errc() || end != digits.data() + digits.size() || digits.empty()) return std::nullopt;
     return number;
-}
-
-/// Flags stand as booleans or as integers in settings files.
-bool isSet(const Dictionary& settings, std::string_view key) {
-    if (const bool* flag = settings.get<bool>(key)) return *flag;
-    const std::int64_t* number = settings.get<std::int64_t>(key);
-    return number != nullptr && *number != 0;
-}
-
-std::string textOf(const Dictionary& settings, std::string_view key) {
-    const std::string* text = settings.get<std::string>(key);
-    return text != nullptr ? *text : std::string();
 }
 
 Result<Dictionary> readSettings(const std::string& path) {
@@ -67,23 +56,22 @@ Result<WrapperBundle> WrapperBundle::around(const std::string& program) {
          folder = files::parent(folder)) {
         if (bundle.application.empty() && folder.ends_with(".app")) bundle.application = folder;
         // The settings tool and the Custom EXE applications are bundles without a Frameworks folder.
-        if (folder.ends_with(".app") &&
-            files::kindBehind(folder + "/Contents/Frameworks/bin/Caskery") == files::Kind::file) {
-            bundle.wrapper = folder;
+        if (folder.ends_with(".app") && Wrapper(folder).runsPrograms()) {
+            bundle.wrapper = Wrapper(folder);
             break;
         }
     }
-    if (bundle.wrapper.empty()) return Failure{program + " does not lie in a wrapper."};
-    if (bundle.application != bundle.wrapper) {
+    if (bundle.wrapper.path().empty()) return Failure{program + " does not lie in a wrapper."};
+    if (bundle.application != bundle.wrapper.path()) {
         bundle.role = files::lastComponent(program) == "CustomEXE" ? Role::customExe : Role::settingsTool;
     }
-    if (bundle.role != Role::customExe) bundle.application = bundle.wrapper;
+    if (bundle.role != Role::customExe) bundle.application = bundle.wrapper.path();
     return bundle;
 }
 
 std::string WrapperBundle::serverName() const {
     std::uint32_t hash = 2166136261U;  // FNV-1a
-    for (const unsigned char byte : wrapper) hash = (hash ^ byte) * 16777619U;
+    for (const unsigned char byte : wrapper.path()) hash = (hash ^ byte) * 16777619U;
     std::array<char, 9> digits{};
     std::snprintf(digits.data(), digits.size(), "%08x", hash);
     return std::string("wrapper-") + digits.data() + "Wineserver";
@@ -114,22 +102,21 @@ ScreenMode screenModeOf(std::string_view resolution) {
 
 Result<LaunchSettings> launchSettingsOf(const WrapperBundle& bundle) {
     const bool custom = bundle.role == Role::customExe;
-    const auto own =
-        readSettings(bundle.application + (custom ? "/Contents/Info.plist.cexe" : "/Contents/Info.plist"));
+    const auto own = readSettings(bundle.application + (custom ? layout::customExePlist : layout::infoPlist));
     if (!own) return own.error();
-    const auto shared = custom ? readSettings(bundle.wrapper + "/Contents/Info.plist") : own;
+    const auto shared = custom ? readSettings(bundle.wrapper.infoPlist()) : own;
     if (!shared) return shared.error();
 
     const auto& settings = *own;
     const auto& wrapperSettings = *shared;
     LaunchSettings launch;
-    launch.program = textOf(settings, "Program Name and Path");
-    launch.flags = textOf(settings, "Program Flags");
-    launch.useStart = isSet(settings, "use start.exe");
-    launch.screen = screenModeOf(textOf(settings, "Resolution"));
-    launch.singleCpu = isSet(wrapperSettings, "Disable CPUs");
-    launch.manyFiles = isSet(wrapperSettings, "set max files");
-    launch.associations = wordsOf(textOf(wrapperSettings, "Associations"));
+    launch.program = getSetting(settings, wrapper_keys::program);
+    launch.flags = getSetting(settings, wrapper_keys::programFlags);
+    launch.useStart = getSetting(settings, wrapper_keys::useStart);
+    launch.screen = screenModeOf(getSetting(settings, wrapper_keys::resolution));
+    launch.singleCpu = getSetting(wrapperSettings, wrapper_keys::disableCPUs);
+    launch.manyFiles = getSetting(wrapperSettings, wrapper_keys::setMaxFiles);
+    launch.associations = wordsOf(getSetting(wrapperSettings, wrapper_keys::associations));
     return launch;
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/result.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane::runtime {
 
@@ -20,7 +21,7 @@ enum class Role {
 
 /// Where things lie, all found from the program's own path, so that a wrapper works wherever it is moved.
 struct WrapperBundle {
-    std::string wrapper;      ///< the folder <Name>.app
+    Wrapper wrapper{""};
     std::string application;  ///< the wrapper, or the Custom EXE application in it
     Role role = Role::tool;
 
@@ -28,17 +29,6 @@ struct WrapperBundle {
     /// in none.
     [[nodiscard]] static Result<WrapperBundle> around(const std::string& program);
 
-    [[nodiscard]] std::string prefix() const { return wrapper + "/Contents/Resources"; }
-    [[nodiscard]] std::string driveC() const { return prefix() + "/drive_c"; }
-    [[nodiscard]] std::string engine() const { return wrapper + "/Contents/Frameworks/ckwine.bundle"; }
-    [[nodiscard]] std::string engineBin() const { return engine() + "/bin"; }
-    [[nodiscard]] std::string logs() const { return prefix() + "/Logs"; }
-    [[nodiscard]] std::string quitScript() const {
-        return prefix() + "/CaskeryMenuScripts/CaskeryQuitScript";
-    }
-    [[nodiscard]] std::string winetricks() const {
-        return wrapper + "/Caskery.app/Contents/Resources/winetricks";
-    }
     /// A name of this wrapper's own for its wineserver, "wrapper-<hash of the path>Wineserver". Stopping a
     /// wrapper kills by the name in the engine's `bin` that sorts last, so a name shared by all wrappers
     /// would end everybody's games.

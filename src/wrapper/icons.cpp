@@ -74,7 +74,7 @@ void NSPortManager::saveIconsetImage(const Picture& picture, int size, const std
 
 bool NSPortManager::setIconWithImage(const std::optional<ImageData>& image) const {
     const std::optional<Picture> picture = image ? pictures::decode(image->bytes) : std::nullopt;
-    const auto iconName = NSUtilities::iconFileName(plistObjectForKey("CFBundleIconFile"));
+    const auto iconName = NSUtilities::iconFileName(find(wrapper_keys::bundleIconFile));
     if (!picture || !iconName) return false;
     const auto paths = iconPaths(*iconName, path);
     if (!paths) {

@@ -13,10 +13,6 @@
 namespace morvane {
 namespace {
 
-bool isCustomExe(const std::string& application) {
-    return MVFileManager::regularFileExistsAtPath(application + layout::customExeMark);
-}
-
 /// The program that a batch file of the application's starts.
 std::optional<std::string> programOfBatchFile(const std::string& batchFile, const std::string& wrapper) {
     constexpr std::uint64_t longest = 8192;
@@ -35,10 +31,6 @@ std::optional<std::string> programOfBatchFile(const std::string& batchFile, cons
 
 }  // namespace
 
-std::string wrapperOf(const std::string& application) {
-    return isCustomExe(application) ? files::parent(application) : application;
-}
-
 Result<> checkMachine(const std::string& program, const std::string& wrapper) {
     const std::string file = programOfBatchFile(program, wrapper).value_or(program);
     const Machine machine = machineOf(file);
@@ -47,7 +39,9 @@ Result<> checkMachine(const std::string& program, const std::string& wrapper) {
 }
 
 Result<> checkLaunch(const std::string& application) {
-    const std::string wrapper = wrapperOf(application);
+    const LibraryItem item(application);
+    const Wrapper around = item.wrapper();
+    const std::string& wrapper = around.path();
     if (!MVFileManager::directoryExistsAtPath(wrapper + layout::engine)) {
         return Failure{localized("This wrapper holds no engine: %@ is missing.", {wrapper + layout::engine})};
     }
@@ -55,9 +49,7 @@ Result<> checkLaunch(const std::string& application) {
         return Failure{localized("This wrapper has no Windows drive yet: %@ is missing.",
                                  {wrapper + layout::systemRegistry})};
     }
-    const auto settings = isCustomExe(application) ? NSPortManager::managerWithCustomExePath(application)
-                                                   : NSPortManager::managerWithPath(application);
-    std::string program = settings.plistTextForKey("Program Name and Path").value_or("");
+    std::string program = findSetting(item, wrapper_keys::program).value_or("");
     while (program.starts_with('/')) program.erase(0, 1);
     if (program.empty()) {
         return Failure{localized("No program is set in %@.", {application})};

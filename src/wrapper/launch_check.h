@@ -9,9 +9,6 @@
 
 namespace morvane {
 
-/// The wrapper in which the programs of an item lie: the item itself, or what a Custom EXE application is in.
-[[nodiscard]] std::string wrapperOf(const std::string& application);
-
 /// Why the wrapper cannot run the file, by the machine that it was made for. For a batch file that only starts
 /// a program (the main program on another drive), why it cannot run that one.
 [[nodiscard]] Result<> checkMachine(const std::string& program, const std::string& wrapper);

@@ -4,22 +4,6 @@
 
 namespace morvane {
 
-namespace MVString {
-
-std::string pathByAppendingCaskeryFrameworkBinToPortPath(const std::string& wrapper) {
-    return wrapper + "/Contents/Frameworks/bin/Caskery";
-}
-
-std::string pathByAppendingCaskeryAppBinaryToPortPath(const std::string& wrapper) {
-    return wrapper + "/Caskery.app/Contents/MacOS/Caskery";
-}
-
-std::string pathByAppendingCaskeryLauncherBinToPortPath(const std::string& wrapper) {
-    return wrapper + "/Contents/MacOS/CaskeryLauncher";
-}
-
-}  // namespace MVString
-
 namespace layout {
 
 std::string supportFolder() {

@@ -6,18 +6,6 @@
 
 namespace morvane {
 
-namespace MVString {
-
-/// `pathByAppendingCaskeryFrameworkBinToPortPath`: "/Contents/Frameworks/bin/Caskery". The wrapper path must
-/// not end with "/", here and below.
-[[nodiscard]] std::string pathByAppendingCaskeryFrameworkBinToPortPath(const std::string& wrapper);
-/// `pathByAppendingCaskeryAppBinaryToPortPath`: "/Caskery.app/Contents/MacOS/Caskery".
-[[nodiscard]] std::string pathByAppendingCaskeryAppBinaryToPortPath(const std::string& wrapper);
-/// `pathByAppendingCaskeryLauncherBinToPortPath`: "/Contents/MacOS/CaskeryLauncher".
-[[nodiscard]] std::string pathByAppendingCaskeryLauncherBinToPortPath(const std::string& wrapper);
-
-}  // namespace MVString
-
 namespace layout {
 
 // Below a wrapper.
@@ -36,7 +24,8 @@ inline constexpr const char* systemRegistry = "/Contents/Resources/system.reg";
 inline constexpr const char* settingsToolResources = "/Caskery.app/Contents/Resources";
 inline constexpr const char* customExeTemplate = "/Caskery.app/Contents/Resources/CustomEXE.app";
 inline constexpr const char* customExeMark = "/Contents/MacOS/CustomEXE";
-inline constexpr const char* folderIcon = "/.icon.png";  ///< the user's, of a Boxer bundle
+inline constexpr const char* boxerPlist = "/Game Info.plist";  ///< below a Boxer bundle
+inline constexpr const char* folderIcon = "/.icon.png";        ///< the user's, of a Boxer bundle
 inline constexpr const char* backupCki = "/mv_backup.cki";
 inline constexpr const char* descriptionCkii = "/mv_desc.ckii";
 

@@ -78,14 +78,12 @@ NSPortManager NSPortManager::managerWithCustomExePath(const std::string& applica
     return manager;
 }
 
-const Value* NSPortManager::plistObjectForKey(std::string_view key) const {
-    return plist ? plist->find(key) : nullptr;
+NSPortManager NSPortManager::managerOfItem(const LibraryItem& item) {
+    return item.isCustomEXE() ? managerWithCustomExePath(item.path()) : managerWithPath(item.path());
 }
 
-std::optional<std::string> NSPortManager::plistTextForKey(std::string_view key) const {
-    const std::string* text = plist ? plist->get<std::string>(key) : nullptr;
-    if (text == nullptr) return std::nullopt;
-    return *text;
+const Value* NSPortManager::plistObjectForKey(std::string_view key) const {
+    return plist ? plist->find(key) : nullptr;
 }
 
 void NSPortManager::setPlistObject(const std::optional<Value>& value, const std::string& key) {
@@ -109,8 +107,7 @@ bool NSPortManager::synchronizeX11Plist() const {
 }
 
 bool NSPortManager::runWithArguments(const std::vector<std::string>& arguments) const {
-    MVTask::runProgram(MVString::pathByAppendingCaskeryFrameworkBinToPortPath(path), std::nullopt, arguments,
-                       Wait::yes);
+    MVTask::runProgram(Wrapper(path).tool(), std::nullopt, arguments, Wait::yes);
     return true;
 }
 
@@ -146,11 +143,10 @@ bool NSPortManager::runEXE(const std::string& program, const std::string& flags)
     return true;
 }
 
-bool isFlagSet(const Value* value) {
-    if (value == nullptr) return false;
-    if (const bool* flag = value->as<bool>()) return *flag;
-    const std::int64_t* number = value->as<std::int64_t>();
-    return number != nullptr && *number != 0;
+std::optional<std::string> bundleNameOf(const std::string& path) {
+    const auto name = NSUtilities::getPlistItem(wrapper_keys::bundleName.name, path);
+    const auto* text = name ? name->as<std::string>() : nullptr;
+    return text != nullptr ? std::optional(*text) : std::nullopt;
 }
 
 namespace NSUtilities {
@@ -164,13 +160,13 @@ std::optional<Value> getPlistItem(const std::string& key, const std::string& pli
 }
 
 std::optional<Value> getPlistItem(const std::string& key, const std::string& wrapper) {
-    return getPlistItem(key, wrapper.ends_with(".boxer") ? "/Game Info.plist" : layout::infoPlist, wrapper);
+    return getPlistItem(key, LibraryItem::isBoxerName(wrapper) ? layout::boxerPlist : layout::infoPlist,
+                        wrapper);
 }
 
-std::optional<std::string> iconFileName(const Value* iconSetting) {
-    const std::string* name = iconSetting != nullptr ? iconSetting->as<std::string>() : nullptr;
-    if (name == nullptr || name->empty()) return std::nullopt;
-    return name->ends_with(".icns") ? *name : *name + ".icns";
+std::optional<std::string> iconFileName(const std::optional<std::string>& iconSetting) {
+    if (!iconSetting || iconSetting->empty()) return std::nullopt;
+    return iconSetting->ends_with(".icns") ? *iconSetting : *iconSetting + ".icns";
 }
 
 }  // namespace NSUtilities

@@ -9,6 +9,8 @@
 
 #include "platform/pictures.h"
 #include "platform/value.h"
+#include "wrapper/wrapper.h"
+#include "wrapper/wrapper_settings.h"
 
 namespace morvane {
 
@@ -19,14 +21,36 @@ class NSPortManager {
     [[nodiscard]] static NSPortManager managerWithPath(const std::string& wrapper);
     [[nodiscard]] static NSPortManager managerWithCustomExePath(const std::string& application);
 
+    /// Of a wrapper or a launcher in one; of another item that is a bundle as well, its Info.plist's.
+    [[nodiscard]] static NSPortManager managerOfItem(const LibraryItem& item);
+
     std::string path;
     bool isCustomEXE = false;
     std::optional<Dictionary> plist;
     std::optional<Dictionary> x11Plist;
 
+    // Settings by their keys (`wrapper_keys`).
+    /// The key's own value for a missing one.
+    template <class T>
+    [[nodiscard]] T get(const WrapperKey<T>& key) const {
+        const auto& settings = key.file == SettingsFile::x11 ? x11Plist : plist;
+        return getSetting(settings ? *settings : Dictionary(), key);
+    }
+    /// Nothing for a missing one.
+    template <class T>
+    [[nodiscard]] std::optional<T> find(const WrapperKey<T>& key) const {
+        const auto& settings = key.file == SettingsFile::x11 ? x11Plist : plist;
+        return settings ? findSetting(*settings, key) : std::nullopt;
+    }
+    /// Removes the key without a value.
+    template <class T>
+    void set(const WrapperKey<T>& key, const std::optional<std::type_identity_t<T>>& value) {
+        const auto stored = value ? std::optional(settingValue(key, *value)) : std::nullopt;
+        key.file == SettingsFile::x11 ? setX11PlistObject(stored, key.name)
+                                      : setPlistObject(stored, key.name);
+    }
+
     [[nodiscard]] const Value* plistObjectForKey(std::string_view key) const;
-    /// The value when it is text.
-    [[nodiscard]] std::optional<std::string> plistTextForKey(std::string_view key) const;
     /// Removes the key without a value.
     void setPlistObject(const std::optional<Value>& value, const std::string& key);
     /// Writes the file whole, atomically; false when that failed, true also without a dictionary.
@@ -54,8 +78,12 @@ class NSPortManager {
     bool setIconWithImage(const std::optional<ImageData>& image) const;
 };
 
-/// Flags are booleans or integers in settings files; anything else, and nothing, is false.
-[[nodiscard]] bool isFlagSet(const Value* value);
+/// "CFBundleName" of the Info.plist, also of a launcher; of a Boxer bundle, of its own file.
+[[nodiscard]] std::optional<std::string> bundleNameOf(const std::string& path);
+
+/// One setting of an item, without a store.
+template <class T>
+[[nodiscard]] std::optional<T> findSetting(const LibraryItem& item, const WrapperKey<T>& key);
 
 namespace NSUtilities {
 
@@ -64,8 +92,16 @@ namespace NSUtilities {
                                                 const std::string& wrapper);
 /// From "/Game Info.plist" for a ".boxer" bundle, else from "/Contents/Info.plist".
 [[nodiscard]] std::optional<Value> getPlistItem(const std::string& key, const std::string& wrapper);
-/// The file name of a wrapper's icon, ".icns" included; nothing without "CFBundleIconFile".
-[[nodiscard]] std::optional<std::string> iconFileName(const Value* iconSetting);
+/// The file name of a wrapper's icon, ".icns" included, by its setting; nothing without one.
+[[nodiscard]] std::optional<std::string> iconFileName(const std::optional<std::string>& iconSetting);
 
 }  // namespace NSUtilities
+
+template <class T>
+std::optional<T> findSetting(const LibraryItem& item, const WrapperKey<T>& key) {
+    const std::string file = item.settingsFile().substr(item.path().size());
+    const auto value = NSUtilities::getPlistItem(key.name, file, item.path());
+    return value ? findSetting(Dictionary{{key.name, *value}}, key) : std::nullopt;
+}
+
 }  // namespace morvane

@@ -117,7 +117,7 @@ TEST_F(Properties, SavesTheTextsOfAWrapperInItsSettings) {
     EXPECT_TRUE(window.saveDataToWrapper());
     EXPECT_EQ(setting("CFBundleName"), Value("New"));
     EXPECT_EQ(setting("CFBundleShortVersionString"), Value("2.5"));
-    EXPECT_EQ(setting("IsFnToggleEnabled"), Value(1));
+    EXPECT_EQ(setting("IsFnToggleEnabled"), Value(true));
     EXPECT_EQ(window.wrapperPath(), wrapper);
     EXPECT_TRUE(window.shown().functionKeys.on);
 }
@@ -233,7 +233,7 @@ TEST_F(Properties, FakeScreenModesAndBack) {
         window.chooseWindowType(Type::fakeWindowed);
         EXPECT_TRUE(window.saveDataToWrapper());
         EXPECT_EQ(setting("Resolution"), Value(row.faked));
-        EXPECT_EQ(setting("Fullscreen"), Value(0));
+        EXPECT_EQ(setting("Fullscreen"), Value(false));
         EXPECT_EQ(setting("OriginalResolution"),
                   Value(std::to_string(row.randr) + (row.fullscreen ? "1" : "0") + row.resolution));
         window.chooseWindowType(Type::fakeFullScreen);

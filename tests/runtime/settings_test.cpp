@@ -80,7 +80,7 @@ TEST_F(Bundle, IsFoundFromEachOfItsPrograms) {
     };
     for (const auto& row : rows) {
         const WrapperBundle bundle = around(row.program);
-        EXPECT_EQ(bundle.wrapper, wrapper) << row.program;
+        EXPECT_EQ(bundle.wrapper.path(), wrapper) << row.program;
         EXPECT_EQ(bundle.application, wrapper + row.application) << row.program;
         EXPECT_EQ(bundle.role, row.role) << row.program;
     }
@@ -131,7 +131,7 @@ TEST_F(Bundle, TwoWrappersNameTheirServersDifferently) {
     const std::string name = other.serverName();
     EXPECT_TRUE(name.ends_with("Wineserver"));
     EXPECT_GT(name, "CaskeryWineserver");  // the last name in the listing is the one that a stop kills
-    other.wrapper += "2";
+    other.wrapper = Wrapper(other.wrapper.path() + "2");
     EXPECT_NE(other.serverName(), name);
 }
 

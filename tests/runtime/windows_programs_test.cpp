@@ -61,12 +61,12 @@ TEST(StartLineOf, OnlyABatchFileThatJustStartsAProgram) {
 
 class DriveC : public ::testing::Test {
   protected:
-    DriveC() : bundle{folder.path + "/G.app", folder.path + "/G.app", Role::tool} {
-        TestMachine::put(bundle.driveC() + "/windows/system32/ntdll.dll", windowsFile(0x8664, true));
-        TestMachine::put(bundle.driveC() + "/My Game/Game.EXE", windowsFile(0x8664, true));
-        TestMachine::put(bundle.driveC() + "/My Game/old.exe", windowsFile(0x014c, false));
-        EXPECT_TRUE(files::createFolder(bundle.prefix() + "/dosdevices", true));
-        EXPECT_TRUE(files::createSymbolicLink(bundle.prefix() + "/dosdevices/c:", "../drive_c"));
+    DriveC() : bundle{Wrapper(folder.path + "/G.app"), folder.path + "/G.app", Role::tool} {
+        TestMachine::put(bundle.wrapper.driveC() + "/windows/system32/ntdll.dll", windowsFile(0x8664, true));
+        TestMachine::put(bundle.wrapper.driveC() + "/My Game/Game.EXE", windowsFile(0x8664, true));
+        TestMachine::put(bundle.wrapper.driveC() + "/My Game/old.exe", windowsFile(0x014c, false));
+        EXPECT_TRUE(files::createFolder(bundle.wrapper.dosdevices(), true));
+        EXPECT_TRUE(files::createSymbolicLink(bundle.wrapper.prefix() + "/dosdevices/c:", "../drive_c"));
     }
     Texts callOf(const std::string& program, Texts arguments = {}) {
         auto call = callFor(bundle, program, std::move(arguments));
@@ -78,15 +78,15 @@ class DriveC : public ::testing::Test {
 };
 
 TEST_F(DriveC, PathsAreFoundWithoutRegardToCase) {
-    EXPECT_EQ(hostPathOf(bundle.prefix(), R"(c:\my game\GAME.exe)"),
-              files::resolved(bundle.driveC()).value() + "/My Game/Game.EXE");
-    EXPECT_EQ(hostPathOf(bundle.prefix(), "C:/My Game/none.exe"), std::nullopt);
-    EXPECT_EQ(hostPathOf(bundle.prefix(), "D:/a.exe"), std::nullopt);
-    EXPECT_EQ(hostPathOf(bundle.prefix(), "a.exe"), std::nullopt);
+    EXPECT_EQ(hostPathOf(bundle.wrapper.prefix(), R"(c:\my game\GAME.exe)"),
+              files::resolved(bundle.wrapper.driveC()).value() + "/My Game/Game.EXE");
+    EXPECT_EQ(hostPathOf(bundle.wrapper.prefix(), "C:/My Game/none.exe"), std::nullopt);
+    EXPECT_EQ(hostPathOf(bundle.wrapper.prefix(), "D:/a.exe"), std::nullopt);
+    EXPECT_EQ(hostPathOf(bundle.wrapper.prefix(), "a.exe"), std::nullopt);
 }
 
 TEST_F(DriveC, EachKindOfFileHasItsCall) {
-    const std::string drive = files::resolved(bundle.driveC()).value();
+    const std::string drive = files::resolved(bundle.wrapper.driveC()).value();
     TestMachine::put(drive + "/start.bat", R"(start "C:\My Game\Game.EXE" -a "b c")");
     TestMachine::put(drive + "/more.bat", "@echo off\r\n\"C:\\My Game\\Game.EXE\"\r\n");
     TestMachine::put(drive + "/setup.MSI", "x");
@@ -110,7 +110,7 @@ TEST_F(DriveC, EachKindOfFileHasItsCall) {
 
 TEST_F(DriveC, A32BitProgramNeedsTheEngines32BitPart) {
     EXPECT_NE(callOf("C:/My Game/old.exe").at(0).find("wine32"), std::string::npos);
-    TestMachine::put(bundle.driveC() + "/windows/syswow64/ntdll.dll", windowsFile(0x014c, false));
+    TestMachine::put(bundle.wrapper.driveC() + "/windows/syswow64/ntdll.dll", windowsFile(0x014c, false));
     EXPECT_EQ(callOf("C:/My Game/old.exe"), (Texts{"C:/My Game/old.exe"}));
 }
 
@@ -122,7 +122,7 @@ TEST_F(DriveC, TheStartCommandIsUsedOnlyWhereItIsAskedFor) {
     EXPECT_EQ(call->arguments, (Texts{"C:/My Game/Game.EXE", "-a", "b c"}));
     settings.useStart = true;
     call = mainCall(bundle, settings);
-    const std::string drive = files::resolved(bundle.driveC()).value();
+    const std::string drive = files::resolved(bundle.wrapper.driveC()).value();
     EXPECT_EQ(call->arguments,
               (Texts{"start.exe", "/wait", "/unix", drive + "/My Game/Game.EXE", "-a", "b c"}));
     settings.program.clear();

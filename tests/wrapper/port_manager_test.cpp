@@ -35,34 +35,34 @@ TEST_F(PortManager, KeepsUnknownKeysAndTheirOrder) {
     save(info, {{"Unknown", Array{1, "a"}}, {"Fullscreen", true}, {"Program Flags", "-x"}});
     save(wrapper + layout::x11Plist, {{"option_sends_alt", false}, {"other", 1}});
     NSPortManager manager = NSPortManager::managerWithPath(wrapper);
-    manager.setPlistObject(std::nullopt, "Fullscreen");
-    manager.setPlistObject("-y", "Program Flags");
-    manager.setPlistObject(1, "New");
+    manager.set(wrapper_keys::fullscreen, std::nullopt);
+    manager.set(wrapper_keys::programFlags, "-y");
+    manager.set(wrapper_keys::useStart, true);
     EXPECT_EQ(names(info), "Unknown Fullscreen Program Flags ") << "nothing is written before";
     EXPECT_TRUE(manager.synchronizePlist());
-    EXPECT_EQ(names(info), "Unknown Program Flags New ");
-    manager.setX11PlistObject(true, "option_sends_alt");
+    EXPECT_EQ(names(info), "Unknown Program Flags use start.exe ");
+    manager.set(wrapper_keys::optionSendsAlt, true);
     EXPECT_TRUE(manager.synchronizeX11Plist());
 
     const NSPortManager again = NSPortManager::managerWithPath(wrapper);
-    EXPECT_EQ(again.plistTextForKey("Program Flags"), "-y");
-    EXPECT_EQ(again.plistTextForKey("New"), std::nullopt);
-    EXPECT_TRUE(isFlagSet(again.x11PlistObjectForKey("option_sends_alt")));
-    EXPECT_TRUE(isFlagSet(again.x11PlistObjectForKey("other")));
-    EXPECT_FALSE(isFlagSet(again.x11PlistObjectForKey("missing")));
+    EXPECT_EQ(again.get(wrapper_keys::programFlags), "-y");
+    EXPECT_EQ(*again.plistObjectForKey("use start.exe"), Value(1)) << "the launcher's own form";
+    EXPECT_TRUE(again.get(wrapper_keys::optionSendsAlt));
+    EXPECT_EQ(again.get(wrapper_keys::bundleShortVersion), "1.0") << "missing";
+    EXPECT_EQ(again.find(wrapper_keys::bundleShortVersion), std::nullopt);
 }
 
 TEST_F(PortManager, WithoutAReadableFileNothingIsWritten) {
     for (const char* contents : {"", "no property list", "<plist><string>text</string></plist>"}) {
         put(info, contents);
         NSPortManager manager = NSPortManager::managerWithPath(wrapper);
-        manager.setPlistObject("x", "CFBundleName");
-        EXPECT_EQ(manager.plistObjectForKey("CFBundleName"), nullptr);
+        manager.set(wrapper_keys::bundleName, "x");
+        EXPECT_EQ(manager.find(wrapper_keys::bundleName), std::nullopt);
         EXPECT_TRUE(manager.synchronizePlist());
         EXPECT_EQ(get(info), contents);
     }
     NSPortManager missing = NSPortManager::managerWithPath(home + "/None.app");
-    missing.setPlistObject("x", "CFBundleName");
+    missing.set(wrapper_keys::bundleName, "x");
     EXPECT_TRUE(missing.synchronizePlist());
     EXPECT_FALSE(MVFileManager::fileExistsAtPath(home + "/None.app"));
 }
@@ -74,10 +74,49 @@ TEST_F(PortManager, ACustomExeHasItsOwnFile) {
     save(application + layout::x11Plist, {{"option_sends_alt", true}});
     NSPortManager manager = NSPortManager::managerWithCustomExePath(application);
     EXPECT_FALSE(manager.x11Plist);
-    manager.setPlistObject("b", "Program Flags");
+    manager.set(wrapper_keys::programFlags, "b");
     EXPECT_TRUE(manager.synchronizePlist());
-    EXPECT_EQ(NSPortManager::managerWithCustomExePath(application).plistTextForKey("Program Flags"), "b");
-    EXPECT_EQ(NSPortManager::managerWithPath(application).plistTextForKey("Program Flags"), "untouched");
+    EXPECT_EQ(NSPortManager::managerWithCustomExePath(application).get(wrapper_keys::programFlags), "b");
+    EXPECT_EQ(NSPortManager::managerWithPath(application).get(wrapper_keys::programFlags), "untouched");
+}
+
+TEST_F(PortManager, ReadsFlagsInEitherFormAndNothingElse) {
+    const struct {
+        Value value;
+        bool isSet;
+    } rows[] = {{true, true}, {false, false}, {1, true}, {-2, true}, {0, false}, {"1", false}, {1.0, false}};
+    for (const auto& row : rows) {
+        save(info, {{"Fullscreen", row.value}, {"Program Flags", row.value}});
+        const NSPortManager manager = NSPortManager::managerWithPath(wrapper);
+        EXPECT_EQ(manager.get(wrapper_keys::fullscreen), row.isSet) << row.value.kind();
+        EXPECT_EQ(manager.find(wrapper_keys::programFlags).has_value(),
+                  row.value.as<std::string>() != nullptr);
+    }
+}
+
+TEST_F(PortManager, ItemsAreToldApartByWhatTheyHold) {
+    using Kind = LibraryItem::Kind;
+    put(Wrapper(wrapper).launcher(), "");
+    put(wrapper + "/Editor.app" + layout::customExeMark, "");
+    put(wrapper + "/Caskery.app/Contents/MacOS/Caskery", "");
+    put(home + "/Old.app/Contents/Frameworks/bin/Caskery", "");
+    put(home + "/Game.boxer/Game Info.plist", "");
+    const struct {
+        const char* path;
+        Kind kind;
+        const char* settings;
+    } rows[] = {{"/Applications/Game.app/", Kind::wrapper, "/Contents/Info.plist"},
+                {"/Applications/Game.app/Editor.app", Kind::customEXE, "/Contents/Info.plist.cexe"},
+                {"/Applications/Game.app/Caskery.app", Kind::application, "/Contents/Info.plist"},
+                {"/Old.app", Kind::wrapper, "/Contents/Info.plist"},
+                {"/Game.boxer", Kind::boxerGame, "/Game Info.plist"},
+                {"/none.app", Kind::application, "/Contents/Info.plist"}};
+    for (const auto& row : rows) {
+        const LibraryItem item(home + row.path);
+        EXPECT_EQ(item.kind(), row.kind) << row.path;
+        EXPECT_EQ(item.settingsFile(), item.path() + row.settings) << row.path;
+    }
+    EXPECT_EQ(LibraryItem(wrapper + "/Editor.app").wrapper(), Wrapper(wrapper));
 }
 
 // The wrapper's command tool, standing in for one that runs Wine: it logs its arguments and the batch file's
