@@ -9,7 +9,7 @@
 #include "foundation/formats.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/mail_form.h"
@@ -69,7 +69,7 @@ void writeOwnReports(const Folders& folders) {
 }
 
 void lookForCrashLogs() {
-    if (!host().defaults.getBool(settings::automaticallySendCrashLogs, true)) return;
+    if (!settings::get(settings::automaticallySendCrashLogs)) return;
     MVThread::dispatchQueueWithName("app.morvane.lookForCrashLogs", Priority::low, Concurrent::no, [] {
         // Here and not before: a name service that hangs must not hold up the start.
         if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) return;
@@ -81,15 +81,14 @@ std::optional<std::string> newCrashLog() {
     const std::string folder = reportsFolder(host().folders);
     const auto reports = reportsIn(folder);
     const std::string last = reports.empty() ? "" : reports.back();
-    const auto handled = host().defaults.get(settings::lastFoundCrashLog);
-    if (last.empty() || handled == Value(last)) return std::nullopt;
+    if (last.empty() || settings::get(settings::lastFoundCrashLog) == last) return std::nullopt;
     return folder + last;
 }
 
 void sendNewCrashLog(const std::string& path) {
     const auto bytes = files::read(path);
     sendCrashLog(bytes && MVString::isValidUtf8(*bytes) ? *bytes : "", AskForDetails::yes);
-    host().defaults.set(settings::lastFoundCrashLog, Value(files::lastComponent(path)));
+    settings::set(settings::lastFoundCrashLog, files::lastComponent(path));
 }
 
 std::string crashedVersion(const std::string& report) {

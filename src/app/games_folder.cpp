@@ -7,7 +7,7 @@
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/tasks.h"
 #include "foundation/threads.h"
 #include "library/apps_array.h"
@@ -108,7 +108,7 @@ void createOrFixGamesFolder() {
 void verifyGamesFolder() {
     const bool exists = MVFileManager::directoryExistsAtPath(gamesFolder());
     if (exists) createOrFixGamesFolder();
-    if (host().defaults.getBool(settings::offeredGamesFolder, false)) return;
+    if (settings::get(settings::offeredGamesFolder)) return;
     if (!exists && MVAlert::showBooleanAlertMessage(
                        localized("Do you want to create a games folder inside /Applications? It's a good way "
                                  "to organize your games. It has a custom icon made by Brannock (DeviantArt) "
@@ -117,7 +117,7 @@ void verifyGamesFolder() {
                        "Games folder", true)) {
         createOrFixGamesFolder();
     }
-    host().defaults.set(settings::offeredGamesFolder, 1);
+    settings::set(settings::offeredGamesFolder, true);
 }
 
 }  // namespace morvane::games_folder

@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "app/settings.h"
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "library/icon_cache.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -16,12 +15,14 @@
 namespace morvane {
 namespace {
 
-constexpr std::pair<const char*, int> defaults[] = {
-    {settings::automaticUpdates, 1},           {settings::developerMode, 0},
-    {settings::automaticallySendCrashLogs, 1}, {settings::descriptionFontSize, 12},
-    {settings::webViewIncreaseTextSize, 0},    {settings::useOldLibrary, 0},
-    {settings::hideDockInGridView, 0},
-};
+void writeMissingSettings() {
+    for (const settings::Setting* setting : settings::all()) {
+        if (!setting->isWrittenAtFirst || settings::stored(*setting)) continue;
+        settings::store(*setting, setting->kind == settings::Kind::boolean
+                                      ? Value(setting->fallback != 0)
+                                      : Value(static_cast<std::int64_t>(setting->fallback)));
+    }
+}
 
 std::string themePath(std::string_view name) {
     return layout::applicationSupportFolder() + "/" + std::string(name);
@@ -47,16 +48,13 @@ NSPreferencesView::Stepper stepper(std::int64_t value) {
 }  // namespace
 
 NSPreferencesView::NSPreferencesView(Callbacks callbacks) : callbacks_(std::move(callbacks)) {
-    for (const auto& [key, value] : defaults) {
-        if (!host().defaults.get(key)) host().defaults.set(key, Value(value));
-    }
-    const auto isOn = [](const char* key) { return host().defaults.getBool(key, false); };
-    shown_.checksForUpdates = isOn(settings::automaticUpdates);
-    shown_.developerMode = isOn(settings::developerMode);
-    shown_.sendsCrashReports = isOn(settings::automaticallySendCrashLogs);
-    shown_.hidesDock = isOn(settings::hideDockInGridView);
-    shown_.descriptionFontSize = stepper(settings::integer(settings::descriptionFontSize));
-    shown_.webViewZoom = stepper(settings::integer(settings::webViewIncreaseTextSize));
+    writeMissingSettings();
+    shown_.checksForUpdates = settings::get(settings::automaticUpdates);
+    shown_.developerMode = settings::get(settings::developerMode);
+    shown_.sendsCrashReports = settings::get(settings::automaticallySendCrashLogs);
+    shown_.hidesDock = settings::get(settings::hideDockInGridView);
+    shown_.descriptionFontSize = stepper(settings::get(settings::descriptionFontSize));
+    shown_.webViewZoom = stepper(settings::get(settings::webViewIncreaseTextSize));
     for (const ThemeFile& file : themeFiles) {
         shown_.themeImages[static_cast<std::size_t>(file.image)] = themeImageNamed(file.name);
     }
@@ -66,20 +64,21 @@ void NSPreferencesView::tellChanged() const {
     if (callbacks_.changed) callbacks_.changed();
 }
 
-void NSPreferencesView::store(const char* key, std::int64_t value) {
-    host().defaults.set(key, Value(value));
+template <class T>
+void NSPreferencesView::store(const settings::Key<T>& key, T value) {
+    settings::set(key, value);
     tellChanged();
 }
 
 void NSPreferencesView::selectedDeveloperMode(bool on) {
     shown_.developerMode = on;
-    store(settings::developerMode, on ? 1 : 0);
+    store(settings::developerMode, on);
     MVAlert::showAlertMessage(restartText(), "Warning");
 }
 
 void NSPreferencesView::selectedAutomaticCrashLog(bool on) {
     shown_.sendsCrashReports = on;
-    store(settings::automaticallySendCrashLogs, on ? 1 : 0);
+    store(settings::automaticallySendCrashLogs, on);
 }
 
 void NSPreferencesView::changeFontSizeValue(std::int64_t value) {
@@ -95,13 +94,13 @@ void NSPreferencesView::changeWebViewZoom(std::int64_t value) {
 
 void NSPreferencesView::atomaticallyCheckForUpdates(bool on) {
     shown_.checksForUpdates = on;
-    store(settings::automaticUpdates, on ? 1 : 0);
+    store(settings::automaticUpdates, on);
     if (callbacks_.automaticallyChecksForUpdates) callbacks_.automaticallyChecksForUpdates(on);
 }
 
 void NSPreferencesView::hideDockInGridViewAction(bool on) {
     shown_.hidesDock = on;
-    store(settings::hideDockInGridView, on ? 1 : 0);
+    store(settings::hideDockInGridView, on);
     if (callbacks_.updateDockInGridView) callbacks_.updateDockInGridView();
 }
 
@@ -157,7 +156,7 @@ std::optional<ImageData> NSPreferencesView::copyOriginalThemeImageNamed(const st
 void reloadWebViewTextZoom(WebTextSize& view) {
     constexpr std::int64_t most = 20;
     view.makeTextStandardSize();
-    const std::int64_t steps = std::min(settings::integer(settings::webViewIncreaseTextSize), most);
+    const std::int64_t steps = std::min(settings::get(settings::webViewIncreaseTextSize), most);
     for (std::int64_t step = 0; step < steps; ++step) view.makeTextLarger();
 }
 

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/settings.h"
 #include "platform/value.h"
 
 namespace morvane {
@@ -79,7 +80,8 @@ class NSPreferencesView {
     [[nodiscard]] static std::optional<ImageData> copyOriginalThemeImageNamed(const std::string& name);
 
   private:
-    void store(const char* key, std::int64_t value);
+    template <class T>
+    void store(const settings::Key<T>& key, T value);
     void tellChanged() const;
 
     Callbacks callbacks_;

@@ -5,7 +5,7 @@
 #include "app/app_delegate.h"
 #include "app/crash_reports.h"
 #include "app/games_folder.h"
-#include "app/settings.h"
+#include "app/settings_by_name.h"
 #include "app/update_check.h"
 #include "foundation/alerts.h"
 #include "foundation/computer_information.h"
@@ -13,7 +13,7 @@
 #include "foundation/formats.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/tasks.h"
 #include "foundation/threads.h"
 #include "library/mail_form.h"
@@ -76,7 +76,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     games_folder::verifyGamesFolder();
     crash_reports::lookForCrashLogs();
     recordRunningDay();
-    host().defaults.set(settings::webAutomaticSpellingCorrection, false);
+    settings::set(settings::webAutomaticSpellingCorrection, false);
     loadLists();
 }
 
@@ -111,7 +111,7 @@ void AppDelegate::verifyNeededFolders() {
 }
 
 bool AppDelegate::shouldEnableDarkMode() {
-    return host().defaults.getBool(settings::useVibrantDarkStyle, false);
+    return settings::get(settings::useVibrantDarkStyle);
 }
 
 void AppDelegate::beginWithWindowAppearance() {
@@ -136,7 +136,8 @@ void AppDelegate::loadAppTheme() {
     for (const ThemeFile& file : themeFiles) {
         if (const auto path = destinationOfCopiedImage(file.name)) view_.setThemeImage(file.image, *path);
     }
-    if (!host().defaults.get(settings::useOldLibrary)) host().defaults.set(settings::useOldLibrary, false);
+    if (!settings::stored(settings::useOldLibrary))
+        settings::set(settings::useOldLibrary, settings::get(settings::useOldLibrary));
     if (layout_ == LibraryLayout::list) view_.showListLayout();
 }
 
@@ -177,8 +178,8 @@ void AppDelegate::recordRunningDay() {
         if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) ||
             !settings::isFirstOfDay(settings::lastRunningDay))
             return;
-        const std::int64_t days = settings::integer(settings::runningDaysCounter) + 1;
-        host().defaults.set(settings::runningDaysCounter, days);
+        const std::int64_t days = settings::get(settings::runningDaysCounter) + 1;
+        settings::set(settings::runningDaysCounter, days);
         if (days == dayOfTheFeedbackQuestion) askForFeedback();
     });
 }

@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "app/help_tab.h"
-#include "app/settings.h"
+#include "app/settings_by_name.h"
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/catalogue_addresses.h"
@@ -57,7 +57,7 @@ std::optional<Release> releaseIn(const std::string& answer) {
 }
 
 bool isWanted() {
-    return host().defaults.getBool(settings::automaticUpdates, true);
+    return settings::get(settings::automaticUpdates);
 }
 
 void tellOf(const Release& release) {

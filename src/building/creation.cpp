@@ -10,7 +10,7 @@
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "platform/files.h"

@@ -13,7 +13,7 @@
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "platform/files.h"
@@ -90,7 +90,7 @@ NSCustomPortView choicesOf(const Form& panel) {
 }  // namespace
 
 std::string WrapperCreation::folderForNewPorts() {
-    const auto setting = host().defaults.get(settings::mainFolder);
+    const auto setting = settings::stored(settings::mainFolder);
     if (!setting) return host().folders.applications;
     const Value* first = &*setting;
     if (const Array* folders = setting->as<Array>()) first = folders->empty() ? nullptr : &folders->front();

@@ -26,13 +26,13 @@ void show(NSProgressView& progress, double elapsed, double expected) {
 
 }  // namespace
 
-EstimatedProgress::EstimatedProgress(std::shared_ptr<NSProgressView> progress, std::string setting)
-    : progress_(std::move(progress)), setting_(std::move(setting)) {
-    const auto stored = host().defaults.get(setting_);
-    const auto* expected = stored ? stored->as<double>() : nullptr;
-    if (expected == nullptr || *expected <= 0) return;
-    timer_ = host().mainQueue.every(betweenSteps, [view = progress_, start = start_, expected = *expected] {
-        show(*view, Seconds(Clock::now() - start).count(), expected);
+EstimatedProgress::EstimatedProgress(std::shared_ptr<NSProgressView> progress,
+                                     const settings::Key<double>& setting)
+    : progress_(std::move(progress)), setting_(setting) {
+    const double seconds = settings::get(setting_);
+    if (seconds <= 0) return;
+    timer_ = host().mainQueue.every(betweenSteps, [view = progress_, start = start_, seconds] {
+        show(*view, Seconds(Clock::now() - start).count(), seconds);
     });
 }
 
@@ -44,7 +44,7 @@ EstimatedProgress::~EstimatedProgress() {
 }
 
 void EstimatedProgress::finished() {
-    host().defaults.set(setting_, Value(Seconds(Clock::now() - start_).count()));
+    settings::set(setting_, Seconds(Clock::now() - start_).count());
 }
 
 }  // namespace morvane::building

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "foundation/progress_view.h"
+#include "foundation/settings.h"
 #include "platform/main_queue.h"
 
 namespace morvane::building {
@@ -16,7 +17,7 @@ namespace morvane::building {
 class EstimatedProgress {
   public:
     /// `setting` keeps the time, in seconds.
-    EstimatedProgress(std::shared_ptr<NSProgressView> progress, std::string setting);
+    EstimatedProgress(std::shared_ptr<NSProgressView> progress, const settings::Key<double>& setting);
     ~EstimatedProgress();
     EstimatedProgress(const EstimatedProgress&) = delete;
     EstimatedProgress& operator=(const EstimatedProgress&) = delete;
@@ -24,7 +25,7 @@ class EstimatedProgress {
 
   private:
     const std::shared_ptr<NSProgressView> progress_;
-    const std::string setting_;
+    const settings::Key<double> setting_;
     const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     MainQueue::TimerId timer_ = 0;
 };

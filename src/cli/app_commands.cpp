@@ -1,10 +1,10 @@
 #include "app/crash_reports.h"
 #include "app/help_tab.h"
 #include "app/preferences_view.h"
-#include "app/settings.h"
+#include "app/settings_by_name.h"
 #include "cli/commands.h"
 #include "cli/table.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -15,21 +15,22 @@ namespace morvane::cli {
 namespace {
 
 /// What the preferences window does when the user changes a setting that it shows; false for any other.
-bool setInPreferences(std::string_view key, const Value& value) {
+bool setInPreferences(const settings::Setting& setting, const Value& value) {
     const auto* number = value.as<std::int64_t>();
     if (number == nullptr) return false;
     NSPreferencesView view{{}};
-    if (key == settings::developerMode) {
+    const auto is = [&](const settings::Setting& other) { return &setting == &other; };
+    if (is(settings::developerMode)) {
         view.selectedDeveloperMode(*number != 0);
-    } else if (key == settings::automaticallySendCrashLogs) {
+    } else if (is(settings::automaticallySendCrashLogs)) {
         view.selectedAutomaticCrashLog(*number != 0);
-    } else if (key == settings::automaticUpdates) {
+    } else if (is(settings::automaticUpdates)) {
         view.atomaticallyCheckForUpdates(*number != 0);
-    } else if (key == settings::hideDockInGridView) {
+    } else if (is(settings::hideDockInGridView)) {
         view.hideDockInGridViewAction(*number != 0);
-    } else if (key == settings::descriptionFontSize) {
+    } else if (is(settings::descriptionFontSize)) {
         view.changeFontSizeValue(*number);
-    } else if (key == settings::webViewIncreaseTextSize) {
+    } else if (is(settings::webViewIncreaseTextSize)) {
         view.changeWebViewZoom(*number);
     } else {
         return false;
@@ -64,13 +65,13 @@ int listSettings(Session& session) {
     Table table{
         {{"key", "Key"}, {"value", "Value"}, {"stored", "Stored"}, {"kind", "Kind"}, {"meaning", "Meaning"}},
         {}};
-    for (const settings::Setting& setting : settings::all()) {
-        Value value = settings::reading(setting);
+    for (const settings::Setting* setting : settings::all()) {
+        Value value = settings::reading(*setting);
         // The library's entries are listed by a command of their own.
-        const auto* entries = setting.kind == settings::Kind::library ? value.as<Array>() : nullptr;
+        const auto* entries = setting->kind == settings::Kind::library ? value.as<Array>() : nullptr;
         if (entries != nullptr) value = std::to_string(entries->size()) + " items";
-        table.rows.push_back({setting.key, std::move(value), host().defaults.get(setting.key).has_value(),
-                              settings::wordFor(setting.kind), setting.meaning});
+        table.rows.push_back({setting->key, std::move(value), settings::stored(*setting).has_value(),
+                              settings::wordFor(setting->kind), setting->meaning});
     }
     printTable(session.console(), table);
     return done;
@@ -92,8 +93,8 @@ int setSetting(Session& session, const std::string& key, const std::vector<std::
     const auto value = settings::valueFor(*setting, words);
     if (!value) return session.fail(value.error());
     const Value& wanted = *value;
-    if (!setInPreferences(setting->key, wanted)) host().defaults.set(setting->key, wanted);
-    if (host().defaults.get(setting->key) != wanted)
+    if (!setInPreferences(*setting, wanted)) settings::store(*setting, wanted);
+    if (settings::stored(*setting) != wanted)
         return session.fail(host().defaults.path() + " could not be written.");
     return done;
 }

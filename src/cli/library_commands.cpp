@@ -6,7 +6,7 @@
 #include "cli/commands.h"
 #include "cli/table.h"
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "library/apps_array.h"
 #include "library/icon_cache.h"
@@ -148,7 +148,7 @@ int changeAppsFolders(Session& session, FolderChange change, const std::string& 
     } else if (place == folders.end()) {
         folders.push_back(folder);
     }
-    if (!host().defaults.set(settings::mainFolder, Array(folders.begin(), folders.end())))
+    if (!settings::store(settings::mainFolder, Array(folders.begin(), folders.end())))
         return session.fail(host().defaults.path() + " could not be written.");
     return done;
 }

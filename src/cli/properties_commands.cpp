@@ -2,7 +2,7 @@
 #include "cli/commands.h"
 #include "cli/table.h"
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "library/apps_array.h"
 #include "platform/files.h"
@@ -18,7 +18,7 @@ using Window = NSPropertiesWindow;
 /// Keeps the stored library in step with what the command changes. A library that was never made is left to
 /// its first scan.
 Window::Callbacks libraryCallbacks(NSAppsArray& apps) {
-    const auto isStored = [] { return host().defaults.get(settings::appList).has_value(); };
+    const auto isStored = [] { return settings::stored(settings::appList).has_value(); };
     Window::Callbacks callbacks;
     callbacks.refresh = [&apps, isStored](const std::string& path, CustomEXE isCustomEXE) {
         if (isStored()) apps.refreshLocalPortAtPath(path, isCustomEXE);

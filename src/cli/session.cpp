@@ -9,7 +9,7 @@
 
 #include "building/cancellable_creation.h"
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "platform/files.h"
 #include "platform/process.h"
 #include "runtime/system_engine.h"
@@ -38,10 +38,9 @@ Host::Options optionsOfProcess() {
 }
 
 /// Where neither the environment nor the build names an address, the user's settings may.
-void completeFromSettings(std::string& site, const char* setting) {
+void completeFromSettings(std::string& site, const settings::Key<std::string>& setting) {
     if (!site.empty()) return;
-    const auto stored = host().defaults.get(setting);
-    if (const auto* text = stored ? stored->as<std::string>() : nullptr) site = withFinalSlash(*text);
+    if (const std::string stored = settings::get(setting); !stored.empty()) site = withFinalSlash(stored);
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include "foundation/computer_information.h"
 #include "foundation/formats.h"
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "platform/folders.h"
@@ -54,7 +54,7 @@ std::string getCountryCode() {
 }
 
 bool isUsingClassicLibraryLayout() {
-    return host().defaults.getBool(settings::useOldLibrary, false);
+    return settings::get(settings::useOldLibrary);
 }
 
 bool isUsingFnKeysFunctions() {

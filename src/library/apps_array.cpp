@@ -9,7 +9,7 @@
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/apps_scan.h"
@@ -47,7 +47,7 @@ std::optional<List> listOf(const std::optional<Value>& stored) {
 }
 
 std::optional<List> storedList() {
-    return listOf(host().defaults.get(settings::appList));
+    return listOf(settings::stored(settings::appList));
 }
 
 Value valueOf(const List& list) {
@@ -153,7 +153,7 @@ List NSAppsArray::caskeryWrappersInLocalTab() const {
 
 std::vector<std::string> NSAppsArray::validAppsFolders() {
     const std::string applications = host().folders.applications + "/";
-    const auto setting = host().defaults.get(settings::mainFolder);
+    const auto setting = settings::stored(settings::mainFolder);
     if (const Array* stored = setting ? setting->as<Array>() : nullptr) {
         std::vector<std::string> folders;
         for (const Value& folder : *stored) {
@@ -165,7 +165,7 @@ std::vector<std::string> NSAppsArray::validAppsFolders() {
     std::vector<std::string> folders{applications};
     const std::string games = applications + gamesFolderName;
     if (MVFileManager::directoryExistsAtPath(games)) folders.insert(folders.begin(), games);
-    host().defaults.set(settings::mainFolder, Array(folders.begin(), folders.end()));
+    settings::store(settings::mainFolder, Array(folders.begin(), folders.end()));
     return folders;
 }
 
@@ -257,7 +257,7 @@ void NSAppsArray::whenLoaded(const std::function<void()>& work) {
 
 void NSAppsArray::change(const std::function<void(List&)>& edit) {
     std::optional<List> changed;
-    const bool isStored = host().defaults.update(settings::appList, [&](const std::optional<Value>& stored) {
+    const bool isStored = settings::update(settings::appList, [&](const std::optional<Value>& stored) {
         changed = merged(local_, stored_, listOf(stored));
         edit(*changed);
         return valueOf(*changed);
@@ -309,7 +309,7 @@ void NSAppsArray::reorderLocalAppsArrayBySizeWithBlock(Completion completion) {
 
 void NSAppsArray::reorderLocalAppsArrayBy(std::int64_t order, SavingOrder saving, Completion completion) {
     if (order != orderByName && order != orderBySize) return;
-    if (saving == SavingOrder::yes) host().defaults.set(settings::autoOrderAppsList, order);
+    if (saving == SavingOrder::yes) settings::set(settings::autoOrderAppsList, order);
     const auto sorted = [this, saving, completion = std::move(completion)] {
         if (saving == SavingOrder::yes) saveLocalAppList();
         run(completion);
@@ -319,14 +319,11 @@ void NSAppsArray::reorderLocalAppsArrayBy(std::int64_t order, SavingOrder saving
 }
 
 void NSAppsArray::disableLocalAppsArrayAutoOrder() {
-    host().defaults.set(settings::autoOrderAppsList, std::nullopt);
+    settings::remove(settings::autoOrderAppsList);
 }
 
 std::optional<std::int64_t> NSAppsArray::autoOrder() {
-    const auto order = host().defaults.get(settings::autoOrderAppsList);
-    const auto* number = order ? order->as<std::int64_t>() : nullptr;
-    if (number == nullptr) return std::nullopt;
-    return *number;
+    return settings::find(settings::autoOrderAppsList);
 }
 
 // ---- Single items

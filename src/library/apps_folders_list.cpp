@@ -7,7 +7,7 @@
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "platform/host.h"
 
 namespace morvane {
@@ -19,7 +19,7 @@ std::string applicationsFolder() {
 }
 
 void store(const std::vector<std::string>& folders) {
-    if (host().defaults.set(settings::mainFolder, Array(folders.begin(), folders.end()))) return;
+    if (settings::store(settings::mainFolder, Array(folders.begin(), folders.end()))) return;
     MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {host().defaults.path()}));
 }
 
@@ -27,7 +27,7 @@ void store(const std::vector<std::string>& folders) {
 
 NSAppsFoldersList::NSAppsFoldersList(NSAppsArray& apps, Callbacks callbacks)
     : apps_(apps), callbacks_(std::move(callbacks)) {
-    const auto setting = host().defaults.get(settings::mainFolder);
+    const auto setting = settings::stored(settings::mainFolder);
     if (!setting || setting->as<Array>() == nullptr) store({applicationsFolder()});
     rows_ = NSAppsArray::validAppsFolders();
     const std::string games = applicationsFolder() + gamesFolderName;
@@ -35,8 +35,8 @@ NSAppsFoldersList::NSAppsFoldersList(NSAppsArray& apps, Callbacks callbacks)
         rows_.insert(rows_.begin(), games);
         store(rows_);
     }
-    if (!host().defaults.get(settings::automaticFolderSave)) {
-        host().defaults.set(settings::automaticFolderSave, 1);
+    if (!settings::stored(settings::automaticFolderSave)) {
+        settings::set(settings::automaticFolderSave, true);
     }
 }
 
@@ -54,11 +54,11 @@ void NSAppsFoldersList::select(std::vector<std::size_t> rows) {
 }
 
 bool NSAppsFoldersList::savesAutomatically() {
-    return host().defaults.getBool(settings::automaticFolderSave, false);
+    return settings::get(settings::automaticFolderSave);
 }
 
 void NSAppsFoldersList::setSavesAutomatically(bool on) {
-    host().defaults.set(settings::automaticFolderSave, on ? 1 : 0);
+    settings::set(settings::automaticFolderSave, on);
     notify();
 }
 
@@ -121,7 +121,7 @@ void NSAppsFoldersList::resetLocalApps() {
                                           false)) {
         return;
     }
-    host().defaults.set(settings::appList, std::nullopt);
+    settings::remove(settings::appList);
     apps_.loadLocalAppsBlock(callbacks_.libraryLoaded);
 }
 

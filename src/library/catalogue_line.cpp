@@ -5,7 +5,7 @@
 #include "foundation/formats.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/apps_array.h"
@@ -38,7 +38,7 @@ bool isPage(std::string_view answer) {
 
 /// Nothing when the catalogue does not answer.
 std::optional<std::vector<CatalogueLine>> requestedLines() {
-    const std::string developer = std::to_string(host().defaults.getBool(settings::developerMode, false));
+    const std::string developer = std::to_string(settings::get(settings::developerMode));
     const auto answer =
         catalogue::answerOf(host().sites.catalogue + "ckis/listPorts.php?developer=" + developer +
                             "&country=" + NSUtilities::getCountryCode());

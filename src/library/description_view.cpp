@@ -10,7 +10,7 @@
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/catalogue_addresses.h"
@@ -59,9 +59,8 @@ StyledText withTodaysButtonTitle(const StyledText& text) {
 }
 
 double descriptionSize() {
-    const auto setting = host().defaults.get(settings::descriptionFontSize);
-    const auto* size = setting ? setting->as<std::int64_t>() : nullptr;
-    return size != nullptr && *size > 0 ? static_cast<double>(*size) : 12;
+    const std::int64_t size = settings::get(settings::descriptionFontSize);
+    return size > 0 ? static_cast<double>(size) : settings::descriptionFontSize.fallback;
 }
 
 std::string imageOfSource(const std::string& source) {
@@ -292,7 +291,7 @@ std::string NSDescriptionView::actionButtonInstallStringForGameData(const NSGame
 
 std::string NSDescriptionView::actionButtonInstallStringForGameWithID(std::int64_t id,
                                                                       std::int32_t dependencyID) {
-    const bool plays = dependencyID == 0 && host().defaults.getBool(settings::automaticFolderSave, false) &&
+    const bool plays = dependencyID == 0 && settings::get(settings::automaticFolderSave) &&
                        validPortWithGameID(id).has_value();
     return plays ? localized("Play") : localized("Install");
 }

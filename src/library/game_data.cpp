@@ -12,7 +12,7 @@
 #include "foundation/localization.h"
 #include "foundation/network.h"
 #include "foundation/safe_paths.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "library/catalogue_addresses.h"
 #include "library/icon_cache.h"
@@ -76,10 +76,8 @@ bool isSafeLink(std::string_view link) {
 }
 
 double descriptionFontSize() {
-    const auto size = host().defaults.get(settings::descriptionFontSize);
-    if (const auto* points = size ? size->as<std::int64_t>() : nullptr) return static_cast<double>(*points);
-    const auto* points = size ? size->as<double>() : nullptr;
-    return points != nullptr ? *points : 0;
+    // 0: the platform's own size.
+    return static_cast<double>(settings::find(settings::descriptionFontSize).value_or(0));
 }
 
 const char* helvetica(bool bold, bool italic) {

@@ -10,7 +10,7 @@
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "foundation/safe_paths.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/catalogue_addresses.h"
@@ -48,7 +48,7 @@ std::string pictureOf(const std::string& source) {
 }
 
 bool automaticFolderSave() {
-    return host().defaults.getBool(settings::automaticFolderSave, false);
+    return settings::get(settings::automaticFolderSave);
 }
 
 /// The place that needs no question: in the first apps folder, under the game's name. Nothing when the name

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/threads.h"
 #include "library/game_data.h"
 #include "platform/host.h"
@@ -14,13 +14,7 @@ namespace morvane {
 
 LibraryView::ItemSize LibraryView::gridItemSize() {
     constexpr double width = 191, height = 240, least = 0.25, most = 8;
-    const auto stored = host().defaults.get(settings::collectionViewIconsScale);
-    double scale = 0;
-    if (const auto* real = stored ? stored->as<double>() : nullptr) scale = *real;
-    if (const auto* integer = stored ? stored->as<std::int64_t>() : nullptr)
-        scale = static_cast<double>(*integer);
-    if (!(scale > 0)) scale = 1;
-    scale = std::clamp(scale, least, most);
+    const double scale = std::clamp(settings::get(settings::collectionViewIconsScale), least, most);
     return {static_cast<int>(std::floor(width / scale)), static_cast<int>(std::floor(height / scale))};
 }
 

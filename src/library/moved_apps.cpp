@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "building/wrapper_creation.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "platform/file_identity.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -64,7 +64,7 @@ const LocalItem* sameElsewhere(const LocalItem& item, const List& missing, const
 
 Identities storedIdentities() {
     Identities identities;
-    const auto stored = host().defaults.get(settings::appIdentities);
+    const auto stored = settings::stored(settings::appIdentities);
     if (const auto* dictionary = stored ? stored->as<Dictionary>() : nullptr) {
         for (const auto& [path, identity] : *dictionary) {
             if (const auto* text = identity.as<std::string>()) identities.emplace(path, *text);
@@ -88,7 +88,7 @@ void rememberIdentities(const List& items) {
     Dictionary dictionary;
     for (const auto& [path, identity] : now) dictionary.set(path, identity);
     // Not told when it fails: an item that has moved is then known by its name.
-    host().defaults.set(settings::appIdentities, Value(std::move(dictionary)));
+    settings::store(settings::appIdentities, Value(std::move(dictionary)));
 }
 
 Moves movesOf(const List& list, const List& found, const Identities& identities) {

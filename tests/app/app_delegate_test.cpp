@@ -93,18 +93,18 @@ class Shell : public testing::LibraryMachine {
         return fs::remove(path + "/Contents/MacOS/play.log");
     }
     template <class T>
-    [[nodiscard]] T setting(const char* key) const {
-        const auto value = machine->defaults.get(key);
+    [[nodiscard]] T setting(const settings::Setting& key) const {
+        const auto value = settings::stored(key);
         const T* found = value ? value->as<T>() : nullptr;
-        EXPECT_NE(found, nullptr) << key;
+        EXPECT_NE(found, nullptr) << key.key;
         return found != nullptr ? *found : T{};
     }
     void ranDaysAgo(double days, int counter) {
         const double since1970 = static_cast<double>(time(nullptr));
-        machine->defaults.set(settings::lastRunningDay, Date{since1970 - 978307200.0 - days * 86400});
-        machine->defaults.set(settings::runningDaysCounter, counter);
+        settings::store(settings::lastRunningDay, Date{since1970 - 978307200.0 - days * 86400});
+        settings::store(settings::runningDaysCounter, counter);
     }
-    void noGamesFolder() { machine->defaults.set(settings::offeredGamesFolder, 1); }
+    void noGamesFolder() { settings::store(settings::offeredGamesFolder, 1); }
 
     RecordingView view;
     const std::shared_ptr<NSProgressView> progress = std::make_shared<NSProgressView>();
@@ -156,8 +156,8 @@ TEST_F(Shell, StartsInItsOrderOnAFreshHome) {
     const auto day = setting<Date>(settings::lastRunningDay);
     fs::remove(games + "/.localized/de.strings");
     put(support + "/window.jpg", "mine");
-    machine->defaults.set(settings::useVibrantDarkStyle, true);
-    machine->defaults.set(settings::useOldLibrary, true);
+    settings::store(settings::useVibrantDarkStyle, true);
+    settings::store(settings::useOldLibrary, true);
     view.log.clear();
     start();
     EXPECT_EQ(Lines(view.log.begin(), view.log.begin() + 2), (Lines{"notifications", "dark"}));
@@ -178,7 +178,7 @@ TEST_F(Shell, OffersTheGamesFolderOnceAndSendsACrashReport) {
     EXPECT_FALSE(fs::exists(games));
     start();
     // One that is there is completed without a question, also by a broken 7-Zip.
-    machine->defaults.set(settings::offeredGamesFolder, std::nullopt);
+    settings::store(settings::offeredGamesFolder, std::nullopt);
     fs::create_directories(games);
     start();
     EXPECT_TRUE(fs::exists(games + "/.localized/en.strings"));
@@ -256,8 +256,8 @@ TEST_F(Shell, LooksForAnUpdateOnceADay) {
         SCOPED_TRACE(row.name);
         site.answer("/files/version.txt", {.body = row.file});
         reachable = [&row](const std::string&) { return row.when != notReachable; };
-        machine->defaults.set(settings::automaticUpdates, row.when == notWanted ? 0 : 1);
-        if (row.when != sameDay) machine->defaults.set(settings::lastUpdateCheck, Date{0});
+        settings::store(settings::automaticUpdates, row.when == notWanted ? 0 : 1);
+        if (row.when != sameDay) settings::store(settings::lastUpdateCheck, Date{0});
         if (row.told) {
             ui.expect("Morvane 999.0 is available.").titleIs("Software Update").answer("Visit Page");
         }
@@ -268,7 +268,7 @@ TEST_F(Shell, LooksForAnUpdateOnceADay) {
         EXPECT_EQ(ui.opened, row.told ? Lines{link} : Lines{});
     }
     // Switched on, it looks at once, if it has not yet.
-    machine->defaults.set(settings::lastUpdateCheck, std::nullopt);
+    settings::store(settings::lastUpdateCheck, std::nullopt);
     const auto before = looks();
     for (const bool on : {false, true, true}) app->preferences().atomaticallyCheckForUpdates(on);
     settle();

@@ -1,6 +1,6 @@
 #include "app/crash_reports.h"
 #include "app/help_tab.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "foundation/text.h"
 #include "library/mail_form.h"
 #include "platform/property_list.h"
@@ -188,11 +188,11 @@ TEST_F(Feedback, TheLastCrashReportIsSentOnce) {
     reachable = [](const std::string&) { return false; };
     look();
     reachable = [](const std::string&) { return true; };
-    machine->defaults.set(settings::automaticallySendCrashLogs, Value(0));
+    settings::store(settings::automaticallySendCrashLogs, Value(0));
     look();
     EXPECT_TRUE(site.requests().empty());
 
-    machine->defaults.set(settings::automaticallySendCrashLogs, std::nullopt);
+    settings::store(settings::automaticallySendCrashLogs, std::nullopt);
     site.answer(page, {.status = 500});
     ui.expectInput("Crash Log").defaultIs("OK").type("I played");
     look();
@@ -208,7 +208,7 @@ TEST_F(Feedback, TheLastCrashReportIsSentOnce) {
     ui.expectInput("Crash Log").answer("Cancel");
     look();
     EXPECT_EQ(posted("comment"), "\nMorvane Version: " + applicationVersion() + "\n\n");
-    EXPECT_EQ(machine->defaults.get(settings::lastFoundCrashLog), Value("Morvane_2017-04-01.crash"));
+    EXPECT_EQ(settings::stored(settings::lastFoundCrashLog), Value("Morvane_2017-04-01.crash"));
 }
 
 TEST_F(Feedback, TheCrashedVersionIsTheReportsOrOurOwn) {

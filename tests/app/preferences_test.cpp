@@ -1,6 +1,6 @@
 #include "app/preferences_view.h"
-#include "app/settings.h"
-#include "foundation/settings_keys.h"
+#include "app/settings_by_name.h"
+#include "foundation/settings.h"
 #include "platform/pictures.h"
 #include "support/test_machine.h"
 
@@ -9,7 +9,6 @@ namespace {
 
 class Preferences : public testing::TestMachine {
   protected:
-    [[nodiscard]] Value stored(const char* key) const { return machine->defaults.get(key).value_or(Value()); }
     [[nodiscard]] static ImageData picture(std::uint8_t red) {
         return {
             pictures::encodePng({2, 2, {red, 0, 0, 255, red, 0, 0, 255, red, 0, 0, 255, red, 0, 0, 255}})};
@@ -25,15 +24,15 @@ class Preferences : public testing::TestMachine {
 };
 
 TEST_F(Preferences, MissingDefaultsAreWrittenAndStoredValuesShown) {
-    machine->defaults.set(settings::webViewIncreaseTextSize, Value(" 3 steps"));
-    machine->defaults.set(settings::hideDockInGridView, Value("YES"));
+    settings::store(settings::webViewIncreaseTextSize, Value(" 3 steps"));
+    settings::store(settings::hideDockInGridView, Value("YES"));
     const NSPreferencesView view(callbacks);
-    EXPECT_EQ(stored(settings::descriptionFontSize), Value(12));
-    EXPECT_EQ(stored(settings::developerMode), Value(0));
-    EXPECT_EQ(stored(settings::useOldLibrary), Value(0));
-    EXPECT_EQ(stored(settings::automaticUpdates), Value(1));
-    EXPECT_EQ(stored(settings::automaticallySendCrashLogs), Value(1));
-    EXPECT_EQ(stored(settings::webViewIncreaseTextSize), Value(" 3 steps"));
+    EXPECT_EQ(settings::stored(settings::descriptionFontSize), Value(12));
+    EXPECT_EQ(settings::stored(settings::developerMode), Value(0));
+    EXPECT_EQ(settings::stored(settings::useOldLibrary), Value(false));
+    EXPECT_EQ(settings::stored(settings::automaticUpdates), Value(1));
+    EXPECT_EQ(settings::stored(settings::automaticallySendCrashLogs), Value(1));
+    EXPECT_EQ(settings::stored(settings::webViewIncreaseTextSize), Value(" 3 steps"));
     EXPECT_TRUE(view.shown().checksForUpdates && view.shown().sendsCrashReports && view.shown().hidesDock);
     EXPECT_FALSE(view.shown().developerMode);
     EXPECT_EQ(view.shown().descriptionFontSize.field, "12");
@@ -58,12 +57,12 @@ TEST_F(Preferences, EveryControlStoresAtOnce) {
     view.changeWebViewZoom(2);
     view.atomaticallyCheckForUpdates(false);
     view.hideDockInGridViewAction(true);
-    EXPECT_EQ(stored(settings::developerMode), Value(1));
-    EXPECT_EQ(stored(settings::automaticallySendCrashLogs), Value(0));
-    EXPECT_EQ(stored(settings::descriptionFontSize), Value(20));
-    EXPECT_EQ(stored(settings::webViewIncreaseTextSize), Value(2));
-    EXPECT_EQ(stored(settings::automaticUpdates), Value(0));
-    EXPECT_EQ(stored(settings::hideDockInGridView), Value(1));
+    EXPECT_EQ(settings::stored(settings::developerMode), Value(1));
+    EXPECT_EQ(settings::stored(settings::automaticallySendCrashLogs), Value(0));
+    EXPECT_EQ(settings::stored(settings::descriptionFontSize), Value(20));
+    EXPECT_EQ(settings::stored(settings::webViewIncreaseTextSize), Value(2));
+    EXPECT_EQ(settings::stored(settings::automaticUpdates), Value(0));
+    EXPECT_EQ(settings::stored(settings::hideDockInGridView), Value(1));
     EXPECT_EQ(view.shown().webViewZoom.field, "2");
     EXPECT_EQ(told, (std::vector<std::string>{"zoom", "no checks", "dock"}));
 }
@@ -99,20 +98,20 @@ TEST_F(Preferences, WordsBecomeValuesOfTheirSetting) {
     };
     const Row rows[] = {
         {"developer mode", {"Yes"}, Value(1)},
-        {settings::useOldLibrary, {"off"}, Value(false)},
-        {settings::useOldLibrary, {"maybe"}, {}},
-        {settings::descriptionFontSize, {"14"}, Value(14)},
-        {settings::descriptionFontSize, {"14pt"}, {}},
-        {settings::descriptionFontSize, {"99999999999999999999"}, {}},
-        {settings::autoOrderAppsList, {"2"}, {}},
-        {settings::collectionViewIconsScale, {"1.5"}, Value(1.5)},
-        {settings::collectionViewIconsScale, {"nan"}, {}},
-        {settings::mainFolder, {home, folder.path + "/"}, Value(Array{home + "/", folder.path + "/"})},
-        {settings::mainFolder, {"/no/such/folder"}, {}},
-        {settings::mainFolder, {}, {}},
-        {settings::lastRunningDay, {"2020-01-01"}, {}},
-        {settings::appList, {"x"}, {}},
-        {settings::catalogueSite, {"http://a/"}, Value("http://a/")},
+        {settings::useOldLibrary.key, {"off"}, Value(false)},
+        {settings::useOldLibrary.key, {"maybe"}, {}},
+        {settings::descriptionFontSize.key, {"14"}, Value(14)},
+        {settings::descriptionFontSize.key, {"14pt"}, {}},
+        {settings::descriptionFontSize.key, {"99999999999999999999"}, {}},
+        {settings::autoOrderAppsList.key, {"2"}, {}},
+        {settings::collectionViewIconsScale.key, {"1.5"}, Value(1.5)},
+        {settings::collectionViewIconsScale.key, {"nan"}, {}},
+        {settings::mainFolder.key, {home, folder.path + "/"}, Value(Array{home + "/", folder.path + "/"})},
+        {settings::mainFolder.key, {"/no/such/folder"}, {}},
+        {settings::mainFolder.key, {}, {}},
+        {settings::lastRunningDay.key, {"2020-01-01"}, {}},
+        {settings::appList.key, {"x"}, {}},
+        {settings::catalogueSite.key, {"http://a/"}, Value("http://a/")},
     };
     for (const Row& row : rows) {
         const auto* setting = settings::named(row.key);
@@ -121,8 +120,8 @@ TEST_F(Preferences, WordsBecomeValuesOfTheirSetting) {
         EXPECT_EQ(value ? std::optional(*value) : std::nullopt, row.value) << row.key;
     }
     EXPECT_EQ(settings::named("no such"), nullptr);
-    EXPECT_EQ(settings::reading(*settings::named(settings::collectionViewIconsScale)), Value(1.0));
-    EXPECT_EQ(settings::reading(*settings::named(settings::automaticallySendCrashLogs)), Value(true));
+    EXPECT_EQ(settings::reading(*settings::named(settings::collectionViewIconsScale.key)), Value(1.0));
+    EXPECT_EQ(settings::reading(settings::automaticallySendCrashLogs), Value(true));
 }
 
 }  // namespace

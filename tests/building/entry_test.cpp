@@ -2,7 +2,7 @@
 #include <thread>
 
 #include "building/building_machine.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 
 namespace morvane {
 namespace {
@@ -406,7 +406,7 @@ TEST_F(Entry, AsksBeforeItInstallsAFileOfTheUser) {
     EXPECT_EQ(std::get<LongText>(ui.dialogs.front().accessory).text, "Be fair.\n");
     EXPECT_EQ(ui.savePanels.back().startFolder, home + "/Applications");
 
-    machine->defaults.set(settings::mainFolder, Array{home + "/Games/", "/Applications/"});
+    settings::store(settings::mainFolder, Array{home + "/Games/", "/Applications/"});
     begin("I Agree", "Install it anyway", wrapper.c_str());
     machine->mainQueue.runUntil([&] { return calls > 0; });
     machine->workQueues.joinAll();

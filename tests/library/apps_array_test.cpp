@@ -20,10 +20,10 @@ class LibraryTermination : public testing::TestMachine {
             // A real killall here would stop the wines of the machine.
             ASSERT_EQ(MVTask::getPathOfProgram(name), programsFolder + "/" + name);
         }
-        machine->defaults.set(settings::appList,
-                              Array{Dictionary{{"Name", "A"}, {"Path", home + "/Applications/A.app"}},
-                                    Dictionary{{"Name", "no path"}}, "no entry",
-                                    Dictionary{{"Name", "B"}, {"Path", home + "/Applications/B.app"}}});
+        settings::store(settings::appList,
+                        Array{Dictionary{{"Name", "A"}, {"Path", home + "/Applications/A.app"}},
+                              Dictionary{{"Name", "no path"}}, "no entry",
+                              Dictionary{{"Name", "B"}, {"Path", home + "/Applications/B.app"}}});
     }
     int count(const std::string& line) {
         const std::vector<std::string> lines = MVString::split(get(log), "\n");
@@ -62,7 +62,7 @@ class Library : public testing::LibraryMachine {
         for (const std::string name : names) {
             list.push_back(Dictionary{{"Name", name}, {"Path", applications + name + ".app"}});
         }
-        machine->defaults.set(settings::appList, list);
+        settings::store(settings::appList, list);
     }
     NSAppsArray apps;
 };
@@ -86,7 +86,7 @@ TEST_F(Library, TheFirstScanFindsEachThingOnceAtAnyDepth) {
     makeWrapper(notTheirs + "Delta.app");
     ASSERT_TRUE(files::createSymbolicLink(applications + "link", notTheirs));
     load(apps);
-    EXPECT_EQ(machine->defaults.get(settings::mainFolder),
+    EXPECT_EQ(settings::stored(settings::mainFolder),
               Value(Array{applications + "Games.localized/", applications}));
     const Lines expected{"Alpha=one/two/Alpha.app",   "beta=Games.localized/b.app",
                          "Delta=link/Delta.app",      "DOS=DOS.boxer",
@@ -102,9 +102,9 @@ TEST_F(Library, OldAndMissingAppsFoldersAreReplaced) {
         {"/Old Games/", {applications}},
         {Array{folder.path + "/kept/", 7, "relative"}, {folder.path + "/kept/", 7, "relative"}}};
     for (const auto& [before, after] : rows) {
-        machine->defaults.set(settings::mainFolder, before);
+        settings::store(settings::mainFolder, before);
         load(apps);
-        EXPECT_EQ(machine->defaults.get(settings::mainFolder), Value(after));
+        EXPECT_EQ(settings::stored(settings::mainFolder), Value(after));
     }
     EXPECT_EQ(NSAppsArray::validAppsFolders(), Lines{folder.path + "/kept/"});
 }
@@ -121,12 +121,12 @@ TEST_F(Library, ItemsAreAddedRemovedMovedAndRefreshed) {
     EXPECT_EQ(stored(),
               (Lines{"b=b.app", "c=c.app", "Zeta=a.app", "tool=a.app/tool.app", "new=a.app/new.app"}));
 
-    machine->defaults.set(settings::autoOrderAppsList, 0);
+    settings::store(settings::autoOrderAppsList, 0);
     apps.moveLocalPortAtIndex(4, 0);
     apps.moveLocalPortAtIndex(0, 5);
     EXPECT_EQ(stored(),
               (Lines{"new=a.app/new.app", "b=b.app", "c=c.app", "Zeta=a.app", "tool=a.app/tool.app"}));
-    EXPECT_FALSE(machine->defaults.get(settings::autoOrderAppsList));
+    EXPECT_FALSE(settings::stored(settings::autoOrderAppsList));
 
     setPlist(wrapper, {{"CFBundleName", "Eta"}});
     apps.refreshLocalPortAtPath(wrapper, CustomEXE::no);
@@ -136,7 +136,7 @@ TEST_F(Library, ItemsAreAddedRemovedMovedAndRefreshed) {
     EXPECT_EQ(stored(), (Lines{"new=a.app/new.app", "c=c.app", "Eta=a.app", "tool=a.app/tool.app"}));
     EXPECT_EQ(shown(apps.localAppsArray()), stored());
 
-    machine->defaults.set(settings::autoOrderAppsList, 0);
+    settings::store(settings::autoOrderAppsList, 0);
     complete([&](auto done) { apps.addLocalPort(applications + "D.boxer", std::move(done)); });
     EXPECT_EQ(stored(),
               (Lines{"c=c.app", "D=D.boxer", "Eta=a.app", "new=a.app/new.app", "tool=a.app/tool.app"}));
@@ -167,11 +167,11 @@ TEST_F(Library, TwoProcessesLoseNoEntry) {
     // Settings that are lost take nothing along that is known here, nor does a scan lose what comes
     // meanwhile.
     other.saveLocalAppList();
-    machine->defaults.set(settings::appList, std::nullopt);
+    settings::store(settings::appList, std::nullopt);
     other.addLocalPort(applications + "e.app", {});
     EXPECT_EQ(stored(), (Lines{"mine=mine.app", "theirs=theirs.app", "d=d.app", "e=e.app"}));
     makeWrapper(applications + "found.app");
-    machine->defaults.set(settings::appList, std::nullopt);
+    settings::store(settings::appList, std::nullopt);
     complete([&](auto done) {
         apps.loadLocalAppsForTheFirstTimeBlock(std::move(done));
         store({"z"});
@@ -201,7 +201,7 @@ TEST_F(Library, OrdersByNameAndSize) {
         EXPECT_EQ(shown(apps.localAppsArray()), row.shown);
         EXPECT_EQ(stored(), row.stored);
     }
-    EXPECT_EQ(machine->defaults.get(settings::autoOrderAppsList), Value(1));
+    EXPECT_EQ(settings::stored(settings::autoOrderAppsList), Value(1));
 }
 
 TEST_F(Library, RemovesFromTheDiskWhatIsAnAppOnly) {
@@ -412,7 +412,7 @@ TEST_F(Library, NothingIsCalledOnceItIsGone) {
     brief.reset();
     machine->workQueues.joinAll();
     machine->mainQueue.drain();
-    EXPECT_FALSE(machine->defaults.get(settings::appList));
+    EXPECT_FALSE(settings::stored(settings::appList));
 }
 
 }  // namespace

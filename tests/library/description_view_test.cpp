@@ -1,7 +1,7 @@
 #include "library/description_view.h"
 
 #include "building/building_machine.h"
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "platform/property_list.h"
 
 namespace morvane {
@@ -15,8 +15,8 @@ class DescriptionView : public testing::BuildingMachine {
     DescriptionView() {
         machine->sites.catalogue = site.baseAddress();
         fs::create_directories(games);
-        machine->defaults.set(settings::mainFolder, Array{games});
-        machine->defaults.set(settings::appList, Array{});
+        settings::store(settings::mainFolder, Array{games});
+        settings::store(settings::appList, Array{});
         site.answer("/ckis/portDescription.php", {.body = descriptionAnswer("")});
         page = makePage(LibraryLayout::list);
     }
@@ -112,7 +112,7 @@ TEST_F(DescriptionView, TitlesTheActionButton) {
                         {"local, unknown", local, 1, true, "PLAY", "PLAY", "PLAY"}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        machine->defaults.set(settings::automaticFolderSave, row.automatic);
+        settings::store(settings::automaticFolderSave, row.automatic);
         CatalogueLine line{.id = row.id};
         line.isNative = row.kind == native;
         if (row.kind == addOn) line.dependencyID = 3;
@@ -357,7 +357,7 @@ TEST_F(DescriptionView, ChoosesThePlace) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         ui.savePanels.clear();
-        machine->defaults.set(settings::automaticFolderSave, row.automatic);
+        settings::store(settings::automaticFolderSave, row.automatic);
         CatalogueLine line{.id = 9, .name = row.name};
         if (row.dependency != 0) line.dependencyID = row.dependency;
         show(entry(line));

@@ -41,7 +41,7 @@ class GameData : public testing::LibraryMachine {
 };
 
 TEST_F(GameData, ACatalogueEntryIsCompletedByItsDescription) {
-    machine->defaults.set(settings::descriptionFontSize, 13);
+    settings::store(settings::descriptionFontSize, 13);
     const auto entry = entryFrom(answerWith({{6,
                                               "<p>A <b>bold</b> <a href='file:///etc/passwd'>x</a><a "
                                               "href='https://a.org/'>y</a><script>z</script></p>"},

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/settings_keys.h"
+#include "foundation/settings.h"
 #include "library/apps_array.h"
 #include "platform/files.h"
 #include "platform/pictures.h"

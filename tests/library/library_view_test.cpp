@@ -19,7 +19,7 @@ class LibraryViews : public testing::LibraryMachine {
         for (const std::string name : names) {
             list.push_back(Dictionary{{"Name", name}, {"Path", applications + name + ".app"}});
         }
-        machine->defaults.set(settings::appList, list);
+        settings::store(settings::appList, list);
     }
     /// Serves the main queue until the rows were reloaded so many times.
     void awaitReloads(int count) {
@@ -61,7 +61,7 @@ TEST_F(LibraryViews, CatalogueLinesAreReadAsTheyShouldBe) {
 }
 
 TEST_F(LibraryViews, TheCatalogueIsLoadedOnceAndRefreshed) {
-    machine->defaults.set(settings::developerMode, 1);
+    settings::store(settings::developerMode, 1);
     site.answer(
         "/ckis/listPorts.php",
         {.body = "<html> header<br>1 || Bob || zeta || 0 || 1 || --<br>\n2 || Bob || Hitman II || 0 || 0 || "
@@ -150,7 +150,7 @@ TEST_F(LibraryViews, TheGridIsReducedByTheScale) {
                         {Value(-1.0), {191, 240}},       {Value(endless), {23, 30}},
                         {Value(notANumber), {191, 240}}, {Value("big"), {191, 240}}};
     for (const Row& row : rows) {
-        machine->defaults.set(settings::collectionViewIconsScale, row.scale);
+        settings::store(settings::collectionViewIconsScale, row.scale);
         EXPECT_EQ(LibraryView::gridItemSize(), row.size) << row.size.width;
     }
 }
@@ -227,16 +227,16 @@ TEST_F(LibraryViews, IconsComeOnceTheyAreAskedFor) {
 
 TEST_F(LibraryViews, TheFoldersPaneStoresEachChange) {
     put(applications + "Games.localized/file", "");
-    machine->defaults.set(settings::mainFolder, "/Old/");
+    settings::store(settings::mainFolder, "/Old/");
     int beeps = 0;
     bool reset = false;
     NSAppsFoldersList pane(apps,
                            {.changed = {}, .beep = [&] { ++beeps; }, .libraryLoaded = [&] { reset = true; }});
     const std::string games = applications + "Games.localized/";
-    const auto kept = [&] { return *machine->defaults.get(settings::mainFolder); };
+    const auto kept = [&] { return *settings::stored(settings::mainFolder); };
     EXPECT_EQ(pane.rows(), (Lines{games, applications}));
     EXPECT_EQ(kept(), Value(Array{games, applications}));
-    EXPECT_EQ(machine->defaults.get(settings::automaticFolderSave), Value(1));
+    EXPECT_EQ(settings::stored(settings::automaticFolderSave), Value(1));
     pane.setSavesAutomatically(false);
     EXPECT_FALSE(NSAppsFoldersList::savesAutomatically());
 

@@ -1,4 +1,4 @@
-#include "app/settings.h"
+#include "app/settings_by_name.h"
 
 #include <algorithm>
 #include <array>
@@ -10,43 +10,12 @@
 
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
-#include "foundation/settings_keys.h"
 #include "foundation/text.h"
 #include "platform/files.h"
-#include "platform/host.h"
 #include "platform/sites.h"
 
 namespace morvane::settings {
 namespace {
-
-constexpr std::int64_t largestFont = 288, mostSteps = 20, mostDays = 1'000'000'000;
-
-constexpr std::array list{
-    Setting{appList, Kind::library, "the library, in its order"},
-    Setting{mainFolder, Kind::folders, "the apps folders; the first that can be written to gets new ports"},
-    Setting{autoOrderAppsList, Kind::integer, "the order kept in the library: 0 by name, 1 by size"},
-    Setting{automaticFolderSave, Kind::flag, "new ports go to the first apps folder without a question"},
-    Setting{developerMode, Kind::flag, "the catalogue lists what is meant for developers"},
-    Setting{automaticallySendCrashLogs, Kind::flag, "look for crash reports at the start, and send them"},
-    Setting{lastFoundCrashLog, Kind::text, "the crash report that was sent last"},
-    Setting{descriptionFontSize, Kind::integer, "size of descriptions in points", 1, largestFont},
-    Setting{webViewIncreaseTextSize, Kind::integer, "steps by which web pages show larger text", 0,
-            mostSteps},
-    Setting{useOldLibrary, Kind::boolean, "the library as a list instead of a grid"},
-    Setting{useVibrantDarkStyle, Kind::boolean, "dark windows"},
-    Setting{hideDockInGridView, Kind::flag, "no shelf under the grid"},
-    Setting{collectionViewIconsScale, Kind::real, "by what the grid is reduced"},
-    Setting{offeredGamesFolder, Kind::flag, "the games folder was offered"},
-    Setting{lastRunningDay, Kind::date, "the last day on which the application ran"},
-    Setting{runningDaysCounter, Kind::integer, "days on which the application ran", 0, mostDays},
-    Setting{automaticUpdates, Kind::flag, "look for a newer version of the application, once a day"},
-    Setting{lastUpdateCheck, Kind::date, "the last day on which a newer version was looked for"},
-    Setting{webAutomaticSpellingCorrection, Kind::boolean, "web pages correct the spelling by themselves"},
-    Setting{prefixCreationTime, Kind::real,
-            "seconds that making a prefix took last, for the bar of the next one"},
-    Setting{caskerySite, Kind::text, "address of the engines and wrappers; none: the embedded site"},
-    Setting{catalogueSite, Kind::text, "address of the catalogue; none: the embedded one"},
-};
 
 Failure unfit(const Setting& setting, const std::string& word) {
     std::string expected(wordFor(setting.kind));
@@ -89,11 +58,6 @@ bool isKeptByTheApplication(Kind kind) {
     return kind == Kind::date || kind == Kind::library;
 }
 
-bool readsAsTrueWhenAbsent(const Setting& setting) {
-    return std::string_view(setting.key) == automaticallySendCrashLogs ||
-           std::string_view(setting.key) == automaticUpdates;
-}
-
 constexpr double from1970To2001 = 978307200;
 
 Date now() {
@@ -114,15 +78,11 @@ std::string dayOf(const Date& date) {
 
 }  // namespace
 
-std::span<const Setting> all() {
-    return list;
-}
-
 const Setting* named(std::string_view key) {
-    const auto* found = std::find_if(list.begin(), list.end(), [&](const Setting& setting) {
-        return MVString::lowercased(setting.key) == MVString::lowercased(key);
+    const auto found = std::ranges::find_if(all(), [&](const Setting* setting) {
+        return MVString::lowercased(setting->key) == MVString::lowercased(key);
     });
-    return found != list.end() ? found : nullptr;
+    return found != all().end() ? *found : nullptr;
 }
 
 std::string_view wordFor(Kind kind) {
@@ -172,50 +132,28 @@ Result<Value> valueFor(const Setting& setting, const std::vector<std::string>& w
 }
 
 Value reading(const Setting& setting) {
-    const auto stored = host().defaults.get(setting.key);
     switch (setting.kind) {
         case Kind::boolean:
         case Kind::flag:
-            return host().defaults.getBool(setting.key, readsAsTrueWhenAbsent(setting));
+            return get(Key<bool>{setting});
         case Kind::integer:
-            return stored ? Value(integer(setting.key)) : Value();
-        case Kind::real: {
-            const double* scale = stored ? stored->as<double>() : nullptr;
-            const double number = scale != nullptr ? *scale : static_cast<double>(integer(setting.key));
-            return number == 0 ? Value(1.0) : Value(number);
-        }
+            return stored(setting) ? Value(get(Key<std::int64_t>{setting})) : Value();
+        case Kind::real:
+            return get(Key<double>{setting});
         default:
-            return stored.value_or(Value());
+            return stored(setting).value_or(Value());
     }
 }
 
-bool isFirstOfDay(const char* key) {
+bool isFirstOfDay(const Key<Date>& key) {
     const Date today = now();
     bool isNew = false;
-    const bool isStored = host().defaults.update(key, [&](const std::optional<Value>& last) {
+    const bool isStored = update(key, [&](const std::optional<Value>& last) {
         const Date* day = last ? last->as<Date>() : nullptr;
         isNew = day == nullptr || dayOf(*day) != dayOf(today);
         return isNew ? std::optional<Value>(today) : last;
     });
     return isStored && isNew;
-}
-
-std::int64_t integer(const char* key) {
-    const auto stored = host().defaults.get(key);
-    if (!stored) return 0;
-    if (const auto* number = stored->as<std::int64_t>()) return *number;
-    if (const auto* flag = stored->as<bool>()) return *flag ? 1 : 0;
-    if (const auto* text = stored->as<std::string>()) {
-        const std::string digits = MVString::trimmed(*text);
-        const bool negative = digits.starts_with('-');
-        const std::int64_t number =
-            MVString::initialIntValue(digits.substr(negative || digits.starts_with('+') ? 1 : 0));
-        return negative ? -number : number;
-    }
-    const auto* real = stored->as<double>();
-    constexpr double most = 1e18;  // beyond it, and for no number, the conversion is not defined
-    if (real == nullptr || !(std::abs(*real) < most)) return 0;
-    return static_cast<std::int64_t>(*real);
 }
 
 }  // namespace morvane::settings
