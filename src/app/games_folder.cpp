@@ -77,10 +77,10 @@ void unpackIcon() {
     const auto temporary = files::PrivateFolder::make(host().folders.temporary);
     if (!temporary) return;
     const std::string& folder = temporary->path();
-    MVTask::runProgram(
+    MVTask::ignoreEnding(MVTask::runProgram(
         filled("%@/7za", {resources}), "/",
         MVTask::Arguments({"x", filled("%@/games.7z", {resources}), filled("-o%@", {folder}), "-y"}),
-        Wait::yes);
+        Wait::yes));
     setFolderIcon(folder + "/games.icns");
 }
 

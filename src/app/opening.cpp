@@ -39,7 +39,8 @@ std::optional<std::string> wrapperAround(const std::string& program) {
 
 void runExe(const char* label, const std::string& wrapper, const std::string& program) {
     MVThread::dispatchQueueWithName(label, Priority::normal, Concurrent::no, [wrapper, program] {
-        MVTask::runProgram(Wrapper(wrapper).tool(), std::nullopt, MVTask::Arguments({program}), Wait::no);
+        MVTask::ignoreEnding(MVTask::runProgram(Wrapper(wrapper).tool(), std::nullopt,
+                                                MVTask::Arguments({program}), Wait::no));
     });
 }
 

@@ -206,11 +206,12 @@ void AppDelegate::applicationWillTerminate() const {
     }
     // An application that ends before it knows the mode has not changed it either.
     if (standardMode) {
-        MVTask::runProgram(filled("%@/fntoggle", {host().folders.resources}), std::nullopt,
-                           MVTask::Arguments({*standardMode ? "on" : "off"}), Wait::yes);
+        MVTask::ignoreEnding(
+            MVTask::runProgram(filled("%@/fntoggle", {host().folders.resources}), std::nullopt,
+                               MVTask::Arguments({*standardMode ? "on" : "off"}), Wait::yes));
     }
-    MVTask::runProgram("umount", std::nullopt, MVTask::Arguments({NSPartitionMounter::mountPoint()}),
-                       Wait::yes);
+    MVTask::ignoreEnding(MVTask::runProgram(
+        "umount", std::nullopt, MVTask::Arguments({NSPartitionMounter::mountPoint()}), Wait::yes));
 }
 
 }  // namespace morvane

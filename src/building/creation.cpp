@@ -40,7 +40,7 @@ std::optional<files::PrivateFolder> folderForPrefix() {
 }
 
 void makeRunnable(const std::string& mode, const std::string& path) {
-    MVTask::runProgram("chmod", "/", std::vector<std::string>{mode, path}, Wait::yes);
+    MVTask::ignoreEnding(MVTask::runProgram("chmod", "/", std::vector<std::string>{mode, path}, Wait::yes));
 }
 
 }  // namespace
@@ -116,7 +116,8 @@ bool WrapperCreation::createPrefixOf(const std::string& wrapper) {
     makeRunnable("+x", tool);
     {
         building::EstimatedProgress estimate(progressWindow, settings::prefixCreationTime);
-        MVTask::runProgram(tool, "/", std::vector<std::string>{"CKS-wineprefixcreate"}, Wait::yes);
+        MVTask::ignoreEnding(
+            MVTask::runProgram(tool, "/", std::vector<std::string>{"CKS-wineprefixcreate"}, Wait::yes));
         if (MVFileManager::fileExistsAtPath(place + layout::systemRegistry)) estimate.finished();
     }
     if (!passing_) return true;

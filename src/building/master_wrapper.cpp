@@ -216,8 +216,8 @@ bool WrapperCreation::copyingMasterWrapperToPath(const std::string& wrapper) {
     // Half a copy would pass for an existing wrapper the next time.
     if (!archives::copyWhole(files::resolved(source).value_or(source), wrapper)) return false;
     ownWrapper_ = wrapper;
-    MVTask::runProgram("chmod", "/", std::vector<std::string>{"+x", Wrapper(wrapper).settingsTool()},
-                       Wait::yes);
+    MVTask::ignoreEnding(MVTask::runProgram(
+        "chmod", "/", std::vector<std::string>{"+x", Wrapper(wrapper).settingsTool()}, Wait::yes));
     if (MVFileManager::fileExistsAtPath(wrapper)) return true;
     if (wrapper.starts_with(host().folders.home + "/Desktop/")) {
         MVAlert::showAlertErrorMessage(localized(

@@ -54,7 +54,7 @@ std::vector<int> processesOf(const std::vector<std::string>& paths) {
     // Whoever asks has the path on the own command line.
     const auto own = processes::ownLine();
     const auto lines =
-        MVTask::runProgram("ps", std::nullopt, std::vector<std::string>{"ax"}, Wait::yes).value_or("");
+        MVTask::outputOf(MVTask::runProgram("ps", std::nullopt, std::vector<std::string>{"ax"}, Wait::yes));
     std::vector<int> users;
     for (const std::string& line : MVString::split(lines, "\n")) {
         if (std::ranges::none_of(paths, [&](const auto& path) { return MVString::contains(line, path); }))
@@ -82,7 +82,8 @@ void endLeftovers(const std::string& away) {
             const std::string number = std::to_string(process);
             // Another command that waits for its turn.
             if (processes::runsOwnProgram(number)) continue;
-            MVTask::runProgram("kill", std::nullopt, std::vector<std::string>{signal, number}, Wait::yes);
+            MVTask::ignoreEnding(MVTask::runProgram("kill", std::nullopt,
+                                                    std::vector<std::string>{signal, number}, Wait::yes));
         }
         if (running.empty() || processes::waitForEnd(running, patience)) return;
     }

@@ -153,7 +153,7 @@ void WrapperCreation::changeEngineTo(const std::string& engine, const std::strin
     if (extractEngine(engine, wrapper) == ExtractedEngine::failure) return;
     const std::string launcher = Wrapper(wrapper).launcher();
     const auto run = [](const std::string& program, const std::vector<std::string>& arguments) {
-        MVTask::runProgram(program, "/", arguments, Wait::yes);
+        MVTask::ignoreEnding(MVTask::runProgram(program, "/", arguments, Wait::yes));
     };
     run("chmod", {"777", wrapper + layout::engine});
     run(launcher, {"CKS-InstallICE"});

@@ -38,7 +38,8 @@ void warnOfFailedUpdate() {
 }
 
 void makeRunnable(const std::string& script) {
-    MVTask::runProgram("chmod", "/", std::vector<std::string>{"755", script}, Wait::yes);
+    MVTask::ignoreEnding(
+        MVTask::runProgram("chmod", "/", std::vector<std::string>{"755", script}, Wait::yes));
 }
 
 }  // namespace

@@ -83,7 +83,8 @@ bool writeScript(const MenuEntry& entry, const std::string& prefix, int number, 
     if (!script) return false;
     if (!MVString::writeToFile(scriptHeader + entry.desc, *script, files::Atomically::no, Encoding::utf8))
         return false;
-    MVTask::runProgram(std::string("chmod"), "/", std::vector<std::string>{"755", *script}, Wait::no);
+    MVTask::ignoreEnding(
+        MVTask::runProgram(std::string("chmod"), "/", std::vector<std::string>{"755", *script}, Wait::no));
     return true;
 }
 

@@ -35,8 +35,8 @@ std::string executableOf(const std::string& wrapper) {
 int runToItsEnd(Session& session, const std::string& program, const std::vector<std::string>& arguments) {
     return session.onWorker([&] {
         const auto printed = [&session](std::string_view text) { session.console().passOn(text); };
-        const auto status = MVTask::exitStatusOfProgram(program, "~/", arguments, printed);
-        return status ? *status : session.fail(program + " could not be started.");
+        const auto ended = MVTask::runProgram(program, "~/", arguments, printed);
+        return ended ? ended->ending.shellStatus() : session.fail(program + " could not be started.");
     });
 }
 
@@ -50,8 +50,8 @@ int run(Session& session, const std::string& app, Waiting waiting) {
     if (waiting == Waiting::yes) return runToItsEnd(session, program, {});
     // Nobody hears what it says once it has been left to itself.
     if (const auto checked = checkLaunch(expandedPath(app)); !checked) return session.fail(checked.error());
-    return processes::launch(program) ? static_cast<int>(done)
-                                      : session.fail(program + " could not be started.");
+    const auto started = processes::launch(program);
+    return started ? static_cast<int>(done) : session.fail(program + " could not be started.");
 }
 
 int debug(Session& session, const std::string& app) {

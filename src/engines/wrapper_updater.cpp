@@ -265,7 +265,8 @@ class Update {
     }
 
     static void runLauncher(const std::string& wrapper, const char* command) {
-        MVTask::runProgram(Wrapper(wrapper).launcher(), "/", std::vector<std::string>{command}, Wait::yes);
+        MVTask::ignoreEnding(MVTask::runProgram(Wrapper(wrapper).launcher(), "/",
+                                                std::vector<std::string>{command}, Wait::yes));
     }
 
     /// False when the wrapper could not be moved back.

@@ -40,9 +40,8 @@ int busRank(const Dictionary& adapter) {
 }
 
 Dictionary readGraphicCard() {
-    const auto report =
-        MVTask::runTerminalCommand("system_profiler SPDisplaysDataType", std::nullopt, Wait::yes);
-    const std::vector<Dictionary> adapters = adaptersOf(report.value_or(""));
+    const std::vector<Dictionary> adapters = adaptersOf(MVTask::outputOf(
+        MVTask::runTerminalCommand("system_profiler SPDisplaysDataType", std::nullopt, Wait::yes)));
     const auto best = std::max_element(
         adapters.begin(), adapters.end(),
         [](const Dictionary& one, const Dictionary& other) { return busRank(one) < busRank(other); });
@@ -186,8 +185,8 @@ bool isSystemMacOsEqualOrSuperiorTo(std::string_view version) {
 }
 
 std::string hardwareReport() {
-    return MVTask::runTerminalCommand("system_profiler SPHardwareDataType", std::nullopt, Wait::yes)
-        .value_or("");
+    return MVTask::outputOf(
+        MVTask::runTerminalCommand("system_profiler SPHardwareDataType", std::nullopt, Wait::yes));
 }
 
 std::string valueInReport(std::string_view label, std::string_view report) {

@@ -40,7 +40,8 @@ std::string lossyAscii(std::string_view text) {
 
 std::string sumOf(const std::string& path, const std::string& kind) {
     // "SHA1(path)= digest" and a line break; paths may hold spaces, the digest never does.
-    const std::string output = MVTask::runProgram("openssl", "/", {{kind, path}}, Wait::yes).value_or("");
+    const std::string output =
+        MVTask::outputOf(MVTask::runProgram("openssl", "/", {{kind, path}}, Wait::yes));
     const std::size_t space = output.rfind(' ');
     if (space == std::string::npos) return "";
     return getFragmentAfter(std::nullopt, "\n", std::string_view(output).substr(space + 1));
@@ -59,10 +60,8 @@ bool isUsingClassicLibraryLayout() {
 
 bool isUsingFnKeysFunctions() {
     // Read by a narrower rule than other booleans: neither a sign nor a zero may stand before what decides.
-    const std::string answer =
-        MVString::trimmed(MVTask::runTerminalCommand("defaults read -g com.apple.keyboard.fnState -bool",
-                                                     std::nullopt, Wait::yes)
-                              .value_or(""));
+    const std::string answer = MVString::trimmed(MVTask::outputOf(MVTask::runTerminalCommand(
+        "defaults read -g com.apple.keyboard.fnState -bool", std::nullopt, Wait::yes)));
     return !answer.empty() &&
            std::string_view("YyTt123456789").find(answer.front()) != std::string_view::npos;
 }

@@ -14,33 +14,37 @@ namespace morvane::MVTask {
 
 namespace {
 
-void log(const ProcessRequest& request, const std::optional<ProcessResult>& result,
+std::string endingOf(const ProcessRequest& request, const Result<ProcessResult>& result) {
+    if (!result) return "could not be started: " + result.error().why;
+    if (!request.waitForExit) return "started";
+    const ProgramEnding& ending = result->ending;
+    return ending.signal != 0 ? "signal " + std::to_string(ending.signal)
+                              : "exit status " + std::to_string(ending.exitStatus);
+}
+
+void log(const ProcessRequest& request, const Result<ProcessResult>& result,
          std::chrono::steady_clock::duration time) {
     std::string text = "program: " + request.program;
     for (const std::string& argument : request.arguments) text += " [" + argument + "]";
     const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
-    const bool succeeded = result && (!request.waitForExit || result->exitStatus == 0);
-    text += !result                ? ": could not be started"
-            : !request.waitForExit ? ": started"
-                                   : ": exit status " + std::to_string(result->exitStatus);
-    text += ", " + std::to_string(milliseconds) + " ms";
-    host().log.write(succeeded ? Log::Level::info : Log::Level::warning, text);
+    text += ": " + endingOf(request, result) + ", " + std::to_string(milliseconds) + " ms";
+    host().log.write(result && result->ending.succeeded() ? Log::Level::info : Log::Level::warning, text);
 }
 
 bool isRunnable(const std::string& path) {
     return files::kindBehind(path) != files::Kind::folder && files::isExecutable(path);
 }
 
-std::optional<ProcessResult> runLogged(const ProcessRequest& request) {
+Result<ProcessResult> runLogged(const ProcessRequest& request) {
     const auto start = std::chrono::steady_clock::now();
-    std::optional<ProcessResult> result = processes::run(request);
+    auto result = processes::run(request);
     log(request, result, std::chrono::steady_clock::now() - start);
     return result;
 }
 
-/// Nothing, after it was reported, for a program that cannot be run.
-std::optional<ProcessRequest> requestFor(const std::optional<std::string>& program,
-                                         const std::optional<std::string>& runPath, const Arguments& flags) {
+/// A failure, after it was reported, for a program that cannot be run.
+Result<ProcessRequest> requestFor(const std::optional<std::string>& program,
+                                  const std::optional<std::string>& runPath, const Arguments& flags) {
     host().creation.throwIfRequested();
     std::optional<std::string> path = program;
     if (path && !path->starts_with('/')) path = getPathOfProgram(*path);
@@ -54,7 +58,7 @@ std::optional<ProcessRequest> requestFor(const std::optional<std::string>& progr
     }
     if (!problem.empty()) {
         MVAlert::showAlertErrorMessage(problem);
-        return std::nullopt;
+        return Failure{problem};
     }
     ProcessRequest request{.program = *path, .arguments = flags.value_or(std::vector<std::string>{})};
     // Literally, without a home folder's "~": a folder that does not exist leaves the program in ours.
@@ -65,42 +69,40 @@ std::optional<ProcessRequest> requestFor(const std::optional<std::string>& progr
 
 }  // namespace
 
-std::optional<std::string> runProgram(const std::optional<std::string>& program,
-                                      const std::optional<std::string>& runPath,
-                                      const Environment& environment, const Arguments& flags, Wait wait) {
+Result<ProcessResult> runProgram(const std::optional<std::string>& program,
+                                 const std::optional<std::string>& runPath, const Environment& environment,
+                                 const Arguments& flags, Wait wait) {
     auto request = requestFor(program, runPath, flags);
-    if (!request) return "";
+    if (!request) return request.error();
     request->environment = environment;
     request->waitForExit = wait == Wait::yes;
-    std::optional<ProcessResult> result = runLogged(*request);
-    if (!result || wait == Wait::no) return "";
-    if (!MVString::isValidUtf8(result->output)) return std::nullopt;
-    return std::move(result->output);
+    auto result = runLogged(*request);
+    if (result && wait == Wait::no) result->output.clear();
+    return result;
 }
 
-std::optional<std::string> runProgram(const std::optional<std::string>& program,
-                                      const std::optional<std::string>& runPath, const Arguments& flags,
-                                      Wait wait) {
+Result<ProcessResult> runProgram(const std::optional<std::string>& program,
+                                 const std::optional<std::string>& runPath, const Arguments& flags,
+                                 Wait wait) {
     return runProgram(program, runPath, std::nullopt, flags, wait);
 }
 
-std::optional<std::string> runProgram(const std::optional<std::string>& program,
-                                      const Environment& environment, const Arguments& flags) {
+Result<ProcessResult> runProgram(const std::optional<std::string>& program, const Environment& environment,
+                                 const Arguments& flags) {
     return runProgram(program, "/", environment, flags, Wait::yes);
 }
 
-std::optional<int> exitStatusOfProgram(const std::string& program, const std::string& runPath,
-                                       const std::vector<std::string>& flags,
-                                       const std::function<void(std::string_view)>& printed) {
+Result<ProcessResult> runProgram(const std::string& program, const std::string& runPath,
+                                 const std::vector<std::string>& flags,
+                                 const std::function<void(std::string_view)>& printed) {
     auto request = requestFor(program, runPath, flags);
-    if (!request) return std::nullopt;
+    if (!request) return request.error();
     request->printed = printed ? printed : [](std::string_view) {};
-    const std::optional<ProcessResult> result = runLogged(*request);
-    return result ? std::optional(result->exitStatus) : std::nullopt;
+    return runLogged(*request);
 }
 
-std::optional<std::string> runTerminalCommand(const std::string& command,
-                                              const std::optional<std::string>& path, Wait wait) {
+Result<ProcessResult> runTerminalCommand(const std::string& command, const std::optional<std::string>& path,
+                                         Wait wait) {
     // An escaped space travels through the split as a line feed.
     std::vector<std::string> pieces = MVString::split(MVString::replacedAll(command, "\\ ", "\n"), " ");
     const std::string name = pieces.front();
@@ -108,6 +110,10 @@ std::optional<std::string> runTerminalCommand(const std::string& command,
     for (std::string& piece : pieces) piece = MVString::replacedAll(piece, "\n", " ");
     const Arguments flags = pieces.empty() ? Arguments() : Arguments(std::move(pieces));
     return runProgram(getPathOfProgram(name), path, flags, wait);
+}
+
+std::string outputOf(const Result<ProcessResult>& result) {
+    return result && MVString::isValidUtf8(result->output) ? result->output : "";
 }
 
 std::optional<std::string> getPathOfProgram(const std::string& name) {
@@ -124,7 +130,9 @@ std::optional<std::string> getPathOfProgram(const std::string& name) {
 }
 
 void runProgramAtPath(const std::string& path) {
-    processes::launch(path);
+    if (const auto started = processes::launch(path); !started) {
+        host().log.write(Log::Level::warning, "program: " + started.error().message());
+    }
 }
 
 }  // namespace morvane::MVTask

@@ -41,7 +41,8 @@ bool isGalaxyWrapper(const std::string& path) {
 
 /// The exit status; nothing when it could not be started, which the user was told.
 std::optional<int> runAndWait(const std::string& program, const std::vector<std::string>& arguments) {
-    return MVTask::exitStatusOfProgram(program, "~/", arguments);
+    const auto ended = MVTask::runProgram(program, "~/", arguments, nullptr);
+    return ended ? std::optional(ended->ending.shellStatus()) : std::nullopt;
 }
 
 void inBackground(const char* queue, std::function<void()> work) {
@@ -49,8 +50,8 @@ void inBackground(const char* queue, std::function<void()> work) {
 }
 
 void switchFunctionKeys(const char* mode) {
-    MVTask::runProgram(files::join(host().folders.resources, "fntoggle"), "/", std::vector<std::string>{mode},
-                       Wait::yes);
+    MVTask::ignoreEnding(MVTask::runProgram(files::join(host().folders.resources, "fntoggle"), "/",
+                                            std::vector<std::string>{mode}, Wait::yes));
 }
 
 void openLater(const std::string& path) {

@@ -120,7 +120,7 @@ void NotificationService::show(const Notification& notification) {
     }
     const ProcessRequest program{.program = programs.back(), .arguments = argumentsFor(notification, waits)};
     if (!waits) {
-        processes::launch(program.program, program.arguments);
+        static_cast<void>(processes::launch(program.program, program.arguments));
         return;
     }
     host().workQueues.start("app.morvane.notification", Priority::low,

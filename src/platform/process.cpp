@@ -18,7 +18,7 @@ extern "C" {
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
+#include <system_error>
 
 #include "platform/cancellation.h"
 #include "platform/descriptor.h"
@@ -40,133 +40,6 @@ std::optional<Pipe> makePipe() {
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
     return Pipe{Descriptor(ends[0]), Descriptor(ends[1])};
-}
-
-/// Everything that the child needs, made before the fork: a child of a process with threads may not allocate.
-struct Plan {
-    const char* program;
-    std::vector<char*> arguments, environment;
-    const char* runFolder = nullptr;
-    int input = -1, output = -1, error = -1;  // error -1: inherited
-    bool ownSession = false;                  // else a group of its own
-    /// The child is handed to the system at once, which then clears it away: nobody here will wait for it.
-    bool orphan = false;
-};
-
-std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-struct Report {
-    pid_t child;
-    int error;
-};
-
-[[noreturn]] void giveUp(int reportTo) {
-    const Report report{0, errno};
-    static_cast<void>(!::write(reportTo, &report, sizeof report));
-    ::_exit(127);
-}
-
-/// The front ends block and handle signals, and ignore some; a program starts with none of that.
-void resetSignals() {
-    for (int number = 1; number < NSIG; ++number) {
-        if (number != SIGKILL && number != SIGSTOP) ::signal(number, SIG_DFL);
-    }
-    sigset_t none;
-    ::sigemptyset(&none);
-    ::sigprocmask(SIG_SETMASK, &none, nullptr);
-}
-
-/// Puts the descriptor in its place for the program.
-bool place(int descriptor, int number) {
-    if (descriptor < 0) return true;
-    return ::dup2(descriptor, number) == number;
-}
-
-/// In the child; only calls that are safe after a fork.
-[[noreturn]] void becomeProgram(const Plan& plan, int reportTo) {
-    if (plan.orphan) {
-        const pid_t child = ::fork();
-        if (child < 0) giveUp(reportTo);
-        if (child > 0) {
-            const Report report{child, 0};
-            static_cast<void>(!::write(reportTo, &report, sizeof report));
-            ::_exit(0);
-        }
-    }
-    if ((plan.ownSession ? ::setsid() : ::setpgid(0, 0)) < 0) giveUp(reportTo);
-    resetSignals();
-    if (plan.runFolder != nullptr && ::chdir(plan.runFolder) != 0) giveUp(reportTo);
-    if (!place(plan.input, 0) || !place(plan.output, 1) || !place(plan.error, 2)) giveUp(reportTo);
-    // Other parts of this process open files without the close-on-exec mark; none of them reaches the
-    // program.
-    ::close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
-    ::execve(plan.program, plan.arguments.data(), plan.environment.data());
-    giveUp(reportTo);
-}
-
-int waitFor(pid_t child) {
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) return 0;
-    }
-    if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
-    return WEXITSTATUS(status);
-}
-
-/// The number of the running program; nothing when it could not be started.
-std::optional<pid_t> start(const Plan& plan) {
-    auto reports = makePipe();
-    if (!reports) return std::nullopt;
-    // The child places its streams on 0 to 2 one after the other, so none of what it still needs may lie
-    // there.
-    Descriptor reportTo(::fcntl(reports->writeEnd.get(), F_DUPFD_CLOEXEC, 3));
-    if (!reportTo.valid()) return std::nullopt;
-
-    // No handler of ours may run in the child before it has put the signals back.
-    sigset_t all, before;
-    ::sigfillset(&all);
-    ::pthread_sigmask(SIG_SETMASK, &all, &before);
-    const pid_t child = ::fork();
-    if (child == 0) becomeProgram(plan, reportTo.get());
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    if (child < 0) return std::nullopt;
-
-    // Until the program has begun: the end of the pipe is its success.
-    reports->writeEnd.reset();
-    reportTo.reset();
-    pid_t program = child;
-    bool failed = false;
-    for (Report report{};;) {
-        const ssize_t count = ::read(reports->readEnd.get(), &report, sizeof report);
-        if (count < 0 && errno == EINTR) continue;
-        if (count != sizeof report) break;
-        failed = failed || report.error != 0;
-        if (report.child != 0) program = report.child;
-    }
-    if (plan.orphan || failed) waitFor(child);
-    return failed ? std::nullopt : std::optional(program);
-}
-
-/// A copy above the standard streams, so that placing the child's streams one after the other overwrites none
-/// of them.
-Descriptor aboveStreams(const Descriptor& descriptor) {
-    return Descriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, 3));
-}
-
-/// The system would silently cut the text off there, and run something else than was meant.
-bool holdsNul(const std::vector<std::string>& texts) {
-    return std::ranges::any_of(texts, [](const auto& text) { return text.find('\0') != std::string::npos; });
-}
-
-std::vector<std::string> assignments(const std::map<std::string, std::string>& environment) {
-    std::vector<std::string> texts;
-    for (const auto& [name, value] : environment) texts.push_back(name + "=" + value);
-    return texts;
 }
 
 /// One running program with the pipe that it prints to.
@@ -217,9 +90,9 @@ class Child {
     }
 
     /// Clears the program away. It has exited.
-    int exitStatus() {
+    ProgramEnding ending() {
         ours_ = false;
-        return waitFor(number_);
+        return waitForChild(number_);
     }
 
   private:
@@ -257,42 +130,26 @@ class Child {
 
 namespace processes {
 
-std::optional<ProcessResult> run(const ProcessRequest& request) {
+Result<ProcessResult> run(const ProcessRequest& request) {
     if (request.cancellation != nullptr && request.cancellation->requested()) throw Cancelled();
-    std::vector<std::string> words{request.program};
-    words.insert(words.end(), request.arguments.begin(), request.arguments.end());
-    const auto variables =
-        request.environment ? assignments(*request.environment) : std::vector<std::string>();
-    if (holdsNul(words) || holdsNul(variables)) return std::nullopt;
-
     // Nothing is ever written to the input. Its writing end stays open until the output is closed: a program
     // that asks a question there waits, and does not take the end of the input for an answer.
     auto input = makePipe();
     auto output = makePipe();
     const Descriptor interruption(::eventfd(0, EFD_CLOEXEC));
-    if (!input || !output || !interruption.valid()) return std::nullopt;
-    const Descriptor childInput = aboveStreams(input->readEnd);
-    Descriptor childOutput = aboveStreams(output->writeEnd);
-    if (!childInput.valid() || !childOutput.valid()) return std::nullopt;
-
-    Plan plan{.program = request.program.c_str(), .arguments = pointersTo(words), .environment = {}};
-    plan.environment = pointersTo(variables);
-    if (!request.environment) {
-        plan.environment.clear();
-        for (char** variable = environ; *variable != nullptr; ++variable)
-            plan.environment.push_back(*variable);
-        plan.environment.push_back(nullptr);
+    if (!input || !output || !interruption.valid()) {
+        return Failure{request.program, std::generic_category().message(errno)};
     }
-    if (request.runFolder) plan.runFolder = request.runFolder->c_str();
-    plan.input = childInput.get();
-    plan.output = childOutput.get();
-    plan.orphan = !request.waitForExit;
-
-    const auto number = start(plan);
-    if (!number) return std::nullopt;
+    const auto number = startChild({.program = request.program,
+                                    .arguments = request.arguments,
+                                    .environment = request.environment,
+                                    .runFolder = request.runFolder,
+                                    .input = input->readEnd.get(),
+                                    .output = output->writeEnd.get(),
+                                    .orphan = !request.waitForExit});
+    if (!number) return number.error();
     input->readEnd.reset();
     output->writeEnd.reset();
-    childOutput.reset();
     Child child(*number, std::move(output->readEnd), request.waitForExit);
 
     std::optional<Cancellation::Interrupter> interrupter;
@@ -309,23 +166,22 @@ std::optional<ProcessResult> run(const ProcessRequest& request) {
     followUntil(Child::Until::closed);
     input->writeEnd.reset();
     if (request.waitForExit) followUntil(Child::Until::exited);
-    if (request.waitForExit) result.exitStatus = child.exitStatus();
+    if (request.waitForExit) result.ending = child.ending();
     return result;
 }
 
-bool launch(const std::string& program, const std::vector<std::string>& arguments) {
-    std::vector<std::string> words{program};
-    words.insert(words.end(), arguments.begin(), arguments.end());
+Result<> launch(const std::string& program, const std::vector<std::string>& arguments) {
     const Descriptor null(::open("/dev/null", O_RDWR | O_CLOEXEC));
-    const Descriptor streams = aboveStreams(null);
-    if (!streams.valid()) return false;
-    Plan plan{.program = program.c_str(), .arguments = pointersTo(words), .environment = {}};
-    for (char** variable = environ; *variable != nullptr; ++variable) plan.environment.push_back(*variable);
-    plan.environment.push_back(nullptr);
-    plan.input = plan.output = plan.error = streams.get();
-    plan.ownSession = true;
-    plan.orphan = true;
-    return start(plan).has_value();
+    if (!null.valid()) return Failure{program, std::generic_category().message(errno)};
+    const auto started = startChild({.program = program,
+                                     .arguments = arguments,
+                                     .input = null.get(),
+                                     .output = null.get(),
+                                     .error = null.get(),
+                                     .ownSession = true,
+                                     .orphan = true});
+    if (!started) return started.error();
+    return {};
 }
 
 void stopChildren(std::chrono::milliseconds limit) {

@@ -9,6 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/child.h"
+#include "platform/result.h"
+
 namespace morvane {
 
 class Cancellation;
@@ -28,9 +31,8 @@ struct ProcessRequest {
 };
 
 struct ProcessResult {
-    std::string output;  ///< the bytes of standard output, to its end of file
-    /// 0 to 255; 128 plus the signal's number after a signal; meaningless without the wait.
-    int exitStatus = 0;
+    std::string output;    ///< the bytes of standard output, to its end of file
+    ProgramEnding ending;  ///< a success without the wait
 };
 
 namespace processes {
@@ -38,13 +40,13 @@ namespace processes {
 /// Runs the program in a process group of its own, with the default signal handling and none of this
 /// process's open files. Standard input is a pipe to which nothing is written and which ends when the output
 /// has been closed; standard error is inherited. Returns when every holder of its standard output has closed
-/// it (and, when asked to wait, it has exited). Nothing when it could not be started, also when a text for it
-/// holds a NUL.
-[[nodiscard]] std::optional<ProcessResult> run(const ProcessRequest& request);
+/// it (and, when asked to wait, it has exited). A failure when it could not be started, also when a text for
+/// it holds a NUL.
+[[nodiscard]] Result<ProcessResult> run(const ProcessRequest& request);
 
 /// Starts the program in a session of its own, without arguments or pipes (all three streams on the null
-/// device), and returns at once. False when it could not be started.
-bool launch(const std::string& program, const std::vector<std::string>& arguments = {});
+/// device), and returns at once.
+[[nodiscard]] Result<> launch(const std::string& program, const std::vector<std::string>& arguments = {});
 
 /// Asks every child of this process, with its process group, to end (SIGTERM), and ends what is left of them
 /// after the limit (SIGKILL). For a process that is about to end: whoever waits for a child sees it go.

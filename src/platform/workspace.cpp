@@ -16,7 +16,7 @@ namespace {
 
 void startProgram(const std::string& name, const std::vector<std::string>& arguments) {
     const auto found = processes::search(name, host().searchPath);
-    if (!found.empty()) processes::launch(found.back(), arguments);
+    if (!found.empty()) static_cast<void>(processes::launch(found.back(), arguments));
 }
 
 bool runsBelow(const std::string& process, const std::string& folder) {
@@ -49,7 +49,7 @@ bool launchBundle(const std::string& path) {
         dictionary != nullptr ? dictionary->get<std::string>("CFBundleExecutable") : nullptr;
     if (executable == nullptr || executable->find('/') != std::string::npos) return false;
     const std::string program = path + "/Contents/MacOS/" + *executable;
-    return files::isExecutable(program) && processes::launch(program);
+    return files::isExecutable(program) && processes::launch(program).has_value();
 }
 
 bool opensScheme(const std::string& scheme) {
@@ -73,7 +73,8 @@ void bringToFront(const std::string& pathPrefix) {
             continue;
         }
         // Nobody reads what it says about windows that it does not find.
-        processes::launch(xdotool.back(), {"search", "--onlyvisible", "--pid", name, "windowraise", "%@"});
+        static_cast<void>(processes::launch(xdotool.back(),
+                                            {"search", "--onlyvisible", "--pid", name, "windowraise", "%@"}));
     }
 }
 

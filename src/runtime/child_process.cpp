@@ -3,9 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/signalfd.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,6 +17,9 @@ extern "C" {
 #include <sys/pidfd.h>
 }
 
+#include "platform/child.h"
+#include "platform/descriptor.h"
+
 namespace morvane::runtime {
 namespace {
 
@@ -28,36 +29,6 @@ sigset_t stopSignals() {
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) ::sigaddset(&set, number);
     return set;
 }
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-/// The two structures of a spawn, released together.
-struct SpawnPlan {
-    posix_spawn_file_actions_t actions;
-    posix_spawnattr_t attributes;
-    SpawnPlan() {
-        ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawnattr_init(&attributes);
-        sigset_t none, all;
-        ::sigemptyset(&none);
-        ::sigfillset(&all);
-        ::posix_spawnattr_setsigmask(&attributes, &none);
-        ::posix_spawnattr_setsigdefault(&attributes, &all);
-        ::posix_spawnattr_setflags(&attributes,
-                                   POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    }
-    ~SpawnPlan() {
-        ::posix_spawn_file_actions_destroy(&actions);
-        ::posix_spawnattr_destroy(&attributes);
-    }
-    SpawnPlan(const SpawnPlan&) = delete;
-    SpawnPlan& operator=(const SpawnPlan&) = delete;
-};
 
 }  // namespace
 
@@ -80,36 +51,30 @@ int StopSignals::take() {
 }
 
 std::optional<Child> Child::start(const ChildRequest& request) {
-    std::array<int, 2> pipe{-1, -1};
-    if (request.output == ChildOutput::passedOn && ::pipe2(pipe.data(), O_CLOEXEC) != 0) return std::nullopt;
-    SpawnPlan plan;
-    const char* output = request.log.empty() ? "/dev/null" : request.log.c_str();
-    ::posix_spawn_file_actions_addopen(&plan.actions, 0, "/dev/null", O_RDONLY, 0);
-    if (pipe[1] >= 0) {
-        ::posix_spawn_file_actions_adddup2(&plan.actions, pipe[1], 1);
+    const Descriptor input(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    Descriptor output, passed;
+    if (request.output == ChildOutput::passedOn) {
+        std::array<int, 2> pipe{-1, -1};
+        if (::pipe2(pipe.data(), O_CLOEXEC) != 0) return std::nullopt;
+        passed = Descriptor(pipe[0]);
+        output = Descriptor(pipe[1]);
+        ::fcntl(passed.get(), F_SETFL, O_NONBLOCK);
     } else {
-        ::posix_spawn_file_actions_addopen(&plan.actions, 1, output, O_WRONLY | O_CREAT | O_APPEND, 0644);
+        const char* log = request.log.empty() ? "/dev/null" : request.log.c_str();
+        output = Descriptor(::open(log, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
     }
-    ::posix_spawn_file_actions_adddup2(&plan.actions, 1, 2);
-    ::posix_spawn_file_actions_addclosefrom_np(&plan.actions, 3);
-    if (!request.runFolder.empty()) {
-        ::posix_spawn_file_actions_addchdir_np(&plan.actions, request.runFolder.c_str());
-    }
-    std::vector<std::string> arguments{request.program};
-    arguments.insert(arguments.end(), request.arguments.begin(), request.arguments.end());
-    std::vector<std::string> environment;
-    for (const auto& [name, value] : request.environment) environment.push_back(name + "=" + value);
-
-    pid_t number = 0;
-    const int error = ::posix_spawn(&number, request.program.c_str(), &plan.actions, &plan.attributes,
-                                    pointersTo(arguments).data(), pointersTo(environment).data());
-    if (pipe[1] >= 0) ::close(pipe[1]);
-    if (error != 0) {
-        if (pipe[0] >= 0) ::close(pipe[0]);
-        return std::nullopt;
-    }
-    if (pipe[0] >= 0) ::fcntl(pipe[0], F_SETFL, O_NONBLOCK);
-    return Child(number, ::pidfd_open(number, 0), pipe[0]);
+    if (!input.valid() || !output.valid()) return std::nullopt;
+    const auto number =
+        startChild({.program = request.program,
+                    .arguments = request.arguments,
+                    .environment = request.environment,
+                    .runFolder = request.runFolder.empty() ? std::nullopt : std::optional(request.runFolder),
+                    .input = input.get(),
+                    .output = output.get(),
+                    .error = output.get(),
+                    .ownSession = true});
+    if (!number) return std::nullopt;
+    return Child(*number, ::pidfd_open(*number, 0), passed.release());
 }
 
 Child::Child(Child&& other) noexcept
@@ -153,9 +118,7 @@ Ending Child::wait(const StopSignals* signals, std::optional<std::chrono::millis
         if (count <= 0) return Ending::timeOut;
         if (events[2].revents != 0) passOutputOn();
         if (events[0].revents != 0) {
-            int status = 0;
-            ::waitpid(std::exchange(number_, 0), &status, 0);
-            status_ = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+            status_ = waitForChild(std::exchange(number_, 0)).shellStatus();
             // What it printed last; a service that has its output may hold the pipe for longer.
             if (output_ >= 0) passOutputOn();
             break;
@@ -168,7 +131,7 @@ Ending Child::wait(const StopSignals* signals, std::optional<std::chrono::millis
 void Child::kill() {
     if (number_ <= 0) return;
     ::kill(number_, SIGKILL);
-    ::waitpid(std::exchange(number_, 0), nullptr, 0);
+    waitForChild(std::exchange(number_, 0));
 }
 
 }  // namespace morvane::runtime

@@ -47,7 +47,7 @@ Result<> runProgram(const std::string& name, const std::string& runFolder, std::
     request.runFolder = runFolder;
     request.cancellation = &cancellation;
     const auto result = processes::run(request);
-    if (!result || result->exitStatus != 0) return Failure{"The program " + name + " failed."};
+    if (!result || !result->ending.succeeded()) return Failure{"The program " + name + " failed."};
     return {};
 }
 

@@ -122,8 +122,8 @@ bool archiveToolWorks(const std::string& name) {
     const std::string tool = archiveTool(name);
     // Without arguments it introduces itself; a starter that finds no 7-Zip prints nothing here.
     if (files::isExecutable(tool) && files::kindBehind(tool) == files::Kind::file) {
-        const auto said = MVTask::runProgram(tool, "/", std::nullopt, Wait::yes);
-        if (said && MVString::contains(*said, "7-Zip")) return true;
+        const std::string said = MVTask::outputOf(MVTask::runProgram(tool, "/", std::nullopt, Wait::yes));
+        if (MVString::contains(said, "7-Zip")) return true;
     }
     MVAlert::showAlertErrorMessage(localized(
         "Archives can't be unpacked, because 7-Zip was not found (%@). Install the package p7zip-full "
@@ -141,7 +141,7 @@ bool endedWell(const std::string& program, const std::string& folder,
     // A cancellation concerns only what the creation itself runs.
     if (host().creation.runsHere()) request.cancellation = &host().creation;
     const auto result = processes::run(request);
-    return result && result->exitStatus <= 1;
+    return result && result->ending.shellStatus() <= 1;
 }
 
 bool unpackTar(const std::string& archive, const std::string& folder) {

@@ -43,7 +43,8 @@ bool replaceIconFile(const IconPaths& paths) {
         MVFileManager::removeItemAtPath(previous);
         if (!MVFileManager::moveItemAtPath(paths.icon, previous)) return false;
     }
-    MVTask::runProgram("iconutil", std::nullopt, MVTask::Arguments({"-c", "icns", paths.iconSet}), Wait::yes);
+    MVTask::ignoreEnding(MVTask::runProgram("iconutil", std::nullopt,
+                                            MVTask::Arguments({"-c", "icns", paths.iconSet}), Wait::yes));
     if (holdsFile(paths.icon)) {
         MVFileManager::removeItemAtPath(previous);
         return true;

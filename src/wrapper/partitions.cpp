@@ -83,8 +83,8 @@ std::string mountPoint() {
 
 std::vector<MountableDisk> mountableDisksList() {
     std::vector<MountableDisk> disks;
-    const auto output =
-        MVTask::runProgram("diskutil", std::nullopt, MVTask::Arguments({"list"}), Wait::yes).value_or("");
+    const auto output = MVTask::outputOf(
+        MVTask::runProgram("diskutil", std::nullopt, MVTask::Arguments({"list"}), Wait::yes));
     const std::vector<std::string> lines = MVString::split(output, "\n");
     if (lines.size() < 3) return disks;
     const auto columns = columnsOf(lines[1]);
@@ -117,10 +117,10 @@ Mounting mountAndOpenDiscWithID(const std::string& identifier) {
     // A link whose target is gone counts as well: the unmounting makes a folder of it again.
     if (files::kindOf(folder) == files::Kind::none)
         MVFileManager::createDirectoryAtPath(folder, IntermediateFolders::no);
-    MVTask::runProgram("umount", std::nullopt, MVTask::Arguments({folder}), Wait::yes);
-    MVTask::runProgram("mount", std::nullopt,
-                       MVTask::Arguments({"-t", "cd9660", "-r", filled("/dev/%@", {identifier}), folder}),
-                       Wait::yes);
+    MVTask::ignoreEnding(MVTask::runProgram("umount", std::nullopt, MVTask::Arguments({folder}), Wait::yes));
+    MVTask::ignoreEnding(MVTask::runProgram(
+        "mount", std::nullopt,
+        MVTask::Arguments({"-t", "cd9660", "-r", filled("/dev/%@", {identifier}), folder}), Wait::yes));
     (void)host().mainQueue.callAndWait([&] { host().userInterface.openPath(folder); });
     return Mounting::tried;
 }

@@ -107,7 +107,7 @@ bool NSPortManager::synchronizeX11Plist() const {
 }
 
 bool NSPortManager::runWithArguments(const std::vector<std::string>& arguments) const {
-    MVTask::runProgram(Wrapper(path).tool(), std::nullopt, arguments, Wait::yes);
+    MVTask::ignoreEnding(MVTask::runProgram(Wrapper(path).tool(), std::nullopt, arguments, Wait::yes));
     return true;
 }
 

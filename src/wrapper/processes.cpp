@@ -19,7 +19,7 @@ namespace morvane::NSUtilities {
 namespace {
 
 std::string run(const std::string& program, const std::vector<std::string>& arguments) {
-    return MVTask::runProgram(program, std::nullopt, arguments, Wait::yes).value_or("");
+    return MVTask::outputOf(MVTask::runProgram(program, std::nullopt, arguments, Wait::yes));
 }
 
 struct WineNames {

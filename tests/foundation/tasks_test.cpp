@@ -16,27 +16,32 @@ class Tasks : public testing::TestMachine {};
 TEST_F(Tasks, PassEveryArgumentAsItIs) {
     scriptProgram("tell", R"(printf '%s|' "$@"; pwd)");
     const std::string tell = programsFolder + "/tell";
-    EXPECT_EQ(MVTask::runProgram(tell, "/", {{"a b", "", "$HOME;\"'"}}, Wait::yes), "a b||$HOME;\"'|/\n");
-    EXPECT_EQ(MVTask::runProgram("tell", home, std::nullopt, Wait::yes), "|" + home + "\n");
+    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram(tell, "/", {{"a b", "", "$HOME;\"'"}}, Wait::yes)),
+              "a b||$HOME;\"'|/\n");
+    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("tell", home, std::nullopt, Wait::yes)), "|" + home + "\n");
     const std::string here = fs::current_path().string();
-    EXPECT_EQ(MVTask::runProgram("tell", "~/", {{"x"}}, Wait::yes), "x|" + here + "\n");
-    EXPECT_EQ(MVTask::runTerminalCommand(R"(tell one two\ words)", "/", Wait::yes), "one|two words|/\n");
-    EXPECT_EQ(MVTask::runTerminalCommand(R"(tell  "x")", "/", Wait::yes), "|\"x\"|/\n");
+    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("tell", "~/", {{"x"}}, Wait::yes)), "x|" + here + "\n");
+    EXPECT_EQ(MVTask::outputOf(MVTask::runTerminalCommand(R"(tell one two\ words)", "/", Wait::yes)),
+              "one|two words|/\n");
+    EXPECT_EQ(MVTask::outputOf(MVTask::runTerminalCommand(R"(tell  "x")", "/", Wait::yes)), "|\"x\"|/\n");
     scriptProgram("count", "echo $#");
-    EXPECT_EQ(MVTask::runTerminalCommand("count", std::nullopt, Wait::yes), "0\n");
-    EXPECT_EQ(MVTask::runProgram("/usr/bin/env", {{{"ONLY", "this"}}}, std::nullopt), "ONLY=this\n");
+    EXPECT_EQ(MVTask::outputOf(MVTask::runTerminalCommand("count", std::nullopt, Wait::yes)), "0\n");
+    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("/usr/bin/env", {{{"ONLY", "this"}}}, std::nullopt)),
+              "ONLY=this\n");
 }
 
 TEST_F(Tasks, OutputIsGivenBackWhateverTheStatus) {
     scriptProgram("fails", "echo output; exit 3");
-    EXPECT_EQ(MVTask::runProgram("fails", std::nullopt, std::nullopt, Wait::yes), "output\n");
+    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("fails", std::nullopt, std::nullopt, Wait::yes)),
+              "output\n");
+    EXPECT_EQ(MVTask::runProgram("fails", std::nullopt, std::nullopt, Wait::yes)->ending.exitStatus, 3);
     scriptProgram("binary", R"(printf '\377')");
-    EXPECT_EQ(MVTask::runProgram("binary", std::nullopt, std::nullopt, Wait::yes), std::nullopt);
+    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("binary", std::nullopt, std::nullopt, Wait::yes)), "");
     put(programsFolder + "/broken", "#!/no/such/interpreter\n", true);
-    EXPECT_EQ(MVTask::runProgram("broken", std::nullopt, std::nullopt, Wait::yes), "");
+    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("broken", std::nullopt, std::nullopt, Wait::yes)), "");
     // Without the wait it is still awaited, but not given.
     scriptProgram("late", "echo output; echo done > " + home + "/done");
-    EXPECT_EQ(MVTask::runProgram("late", std::nullopt, std::nullopt, Wait::no), "");
+    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("late", std::nullopt, std::nullopt, Wait::no)), "");
     EXPECT_EQ(get(home + "/done"), "done\n");
 }
 
@@ -50,10 +55,10 @@ TEST_F(Tasks, ReportWhatCannotBeRun) {
         {home, "File " + home + " not runnable."}};
     for (const auto& [program, error] : rows) {
         ui.expectError(error);
-        EXPECT_EQ(MVTask::runProgram(program, std::nullopt, std::nullopt, Wait::yes), "");
+        EXPECT_FALSE(MVTask::runProgram(program, std::nullopt, std::nullopt, Wait::yes));
     }
     ui.expectError("Program couldn't be found.");
-    EXPECT_EQ(MVTask::runTerminalCommand("", std::nullopt, Wait::yes), "");
+    EXPECT_EQ(MVTask::outputOf(MVTask::runTerminalCommand("", std::nullopt, Wait::yes)), "");
 }
 
 TEST_F(Tasks, TheLastProgramOnTheSearchPathWins) {
@@ -76,8 +81,9 @@ TEST_F(Tasks, ACancellationStopsTheProgramOfTheCreation) {
             machine->creation.request();
         };
         machine->mainQueue.post(watch);
-        EXPECT_THROW(MVTask::runProgram("endless", std::nullopt, std::nullopt, Wait::yes), Cancelled);
-        EXPECT_THROW(MVTask::runProgram("endless", std::nullopt, std::nullopt, Wait::yes), Cancelled);
+        const auto run = [] { return MVTask::runProgram("endless", std::nullopt, std::nullopt, Wait::yes); };
+        EXPECT_THROW(static_cast<void>(run()), Cancelled);
+        EXPECT_THROW(static_cast<void>(run()), Cancelled);
         machine->creation.end();
     });
     EXPECT_FALSE(fs::exists("/proc/" + get(home + "/started").substr(0, get(home + "/started").find('\n'))));

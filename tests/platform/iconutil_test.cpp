@@ -32,7 +32,7 @@ class Iconutil : public ::testing::Test {
                             .arguments = std::move(arguments),
                             .runFolder = folder.path,
                             .environment = {}});
-        return result ? result->exitStatus : -1;
+        return result ? result->ending.shellStatus() : -1;
     }
 
     /// The types of the icon's entries, in order.

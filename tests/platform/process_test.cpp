@@ -88,9 +88,11 @@ TEST_F(Programs, EnvironmentAndFolder) {
 }
 
 TEST_F(Programs, ExitStatus) {
-    EXPECT_EQ(processes::run(shell("exit 0"))->exitStatus, 0);
-    EXPECT_EQ(processes::run(shell("exit 7"))->exitStatus, 7);
-    EXPECT_EQ(processes::run(shell("kill -9 $$"))->exitStatus, 137);
+    EXPECT_TRUE(processes::run(shell("exit 0"))->ending.succeeded());
+    EXPECT_EQ(processes::run(shell("exit 7"))->ending, (ProgramEnding{.exitStatus = 7}));
+    const ProgramEnding killed = processes::run(shell("kill -9 $$"))->ending;
+    EXPECT_EQ(killed, (ProgramEnding{.signal = 9}));
+    EXPECT_EQ(killed.shellStatus(), 137);
 }
 
 TEST_F(Programs, CannotBeStarted) {

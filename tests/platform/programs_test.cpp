@@ -52,7 +52,7 @@ class OwnPrograms : public ::testing::Test {
                                                              {"XDG_RUNTIME_DIR", folder.path},
                                                              {"MORVANE_SYSTEM_ROOT", at("system/")}}}});
         EXPECT_TRUE(result) << program << " is not there: build everything before the tests";
-        return result.value_or(ProcessResult{"", -1});
+        return result.value_or(ProcessResult{"", {.exitStatus = -1}});
     }
 };
 
@@ -217,7 +217,7 @@ TEST_F(OwnPrograms, FunctionKeys) {
         return run(ownPrograms + "/defaults", {"read", "-g", "com.apple.keyboard.fnState", "-bool"}).output;
     };
     EXPECT_EQ(read(), "0\n");  // no such keyboard
-    EXPECT_EQ(run(resources + "/fntoggle", {"on"}).exitStatus, 0);
+    EXPECT_EQ(run(resources + "/fntoggle", {"on"}).ending.exitStatus, 0);
     EXPECT_EQ(files::kindOf(at(parameter)), files::Kind::none);
     for (const std::string before : {"1", "3", "0"}) {
         static_cast<void>(put(parameter, before));
@@ -229,12 +229,12 @@ TEST_F(OwnPrograms, FunctionKeys) {
                     {"on", "1\n", "2\n"},
                     {"off", "0\n", before + "\n"}};
         for (const auto& row : rows) {
-            EXPECT_EQ(run(resources + "/fntoggle", {row.order}).exitStatus, 0);
+            EXPECT_EQ(run(resources + "/fntoggle", {row.order}).ending.exitStatus, 0);
             EXPECT_EQ(read(), row.state);
             EXPECT_EQ(get(parameter), row.parameter) << row.order;
         }
     }
-    EXPECT_EQ(run(ownPrograms + "/defaults", {"read", "-g", "other"}).exitStatus, 1);
+    EXPECT_EQ(run(ownPrograms + "/defaults", {"read", "-g", "other"}).ending.exitStatus, 1);
 }
 
 TEST_F(OwnPrograms, SevenZipHandsOnToTheMachines) {
@@ -247,13 +247,13 @@ TEST_F(OwnPrograms, SevenZipHandsOnToTheMachines) {
             {.program = own, .arguments = {"x", "two words"}, .environment = {{{"PATH", path}}}});
     };
     const auto none = runWith(at("share") + ":" + at("missing"));
-    EXPECT_EQ(none.exitStatus, 127);
+    EXPECT_EQ(none.ending.exitStatus, 127);
     tool("old/7zr");
     tool("old/7za");
     tool("new/7z");
     const auto found = runWith(at("share") + ":" + at("old") + ":" + at("new"));
     EXPECT_EQ(found.output, "new/7z\n[x][two words]");
-    EXPECT_EQ(found.exitStatus, 3);
+    EXPECT_EQ(found.ending.exitStatus, 3);
     EXPECT_EQ(runWith(at("share") + ":" + at("old")).output, "old/7za\n[x][two words]");
 }
 
@@ -286,7 +286,7 @@ TEST_F(OwnPrograms, OpenChoosesWhoOpens) {
         {{"-a", "viewer", log}, "viewer|" + log},
     };
     for (const auto& row : rows) {
-        ASSERT_EQ(run(ownPrograms + "/open", row.arguments).exitStatus, 0) << row.told;
+        ASSERT_EQ(run(ownPrograms + "/open", row.arguments).ending.exitStatus, 0) << row.told;
         EXPECT_EQ(firstLine(told), row.told);
     }
     const std::vector<std::vector<std::string>> refused{
@@ -299,7 +299,8 @@ TEST_F(OwnPrograms, OpenChoosesWhoOpens) {
         {bundle("Empty.app", "")},
         {bundle("Absent.app", "Absent")},
     };
-    for (const auto& arguments : refused) EXPECT_EQ(run(ownPrograms + "/open", arguments).exitStatus, 1);
+    for (const auto& arguments : refused)
+        EXPECT_EQ(run(ownPrograms + "/open", arguments).ending.exitStatus, 1);
 }
 
 /// The list of the disc images below the system folder, without sizes.
@@ -313,7 +314,7 @@ class DiscPrograms : public OwnPrograms {
     void make(const std::string& name, const std::string& program, std::vector<std::string> options) const {
         insert(name, 1 << 20);
         options.insert(options.end(), {"-o", at("system/dev/" + name), at("windows")});
-        ASSERT_EQ(run(program, options).exitStatus, 0) << program;
+        ASSERT_EQ(run(program, options).ending.exitStatus, 0) << program;
     }
     [[nodiscard]] std::string list() const {
         const std::string output = run(ownPrograms + "/diskutil", {"list"}).output;
@@ -384,24 +385,24 @@ TEST_F(DiscPrograms, MountFindsAnotherWayWhereTheMachineRefuses) {
         static_cast<void>(put("bin/" + name, tells + then, 0755));
     };
     for (const char* name : {"fuseiso", "udisksctl", "findmnt"}) tool(name, "exit 1");
-    EXPECT_NE(run(ownPrograms + "/mount", mount).exitStatus, 0);
+    EXPECT_NE(run(ownPrograms + "/mount", mount).ending.exitStatus, 0);
     EXPECT_EQ(files::kindOf(folderOfDisc), files::Kind::folder);
 
     tool("findmnt", "case $* in *TARGET*) echo '" + place + "' ;; *) echo /dev/nosuchdisc ;; esac");
     static_cast<void>(put("log", ""));
-    EXPECT_EQ(run(ownPrograms + "/mount", mount).exitStatus, 0);
+    EXPECT_EQ(run(ownPrograms + "/mount", mount).ending.exitStatus, 0);
     EXPECT_EQ(get("log"),
               "fuseiso -n /dev/nosuchdisc " + folderOfDisc +
                   " -o ro\nudisksctl mount --no-user-interaction -b /dev/nosuchdisc -t iso9660 -o ro\n"
                   "findmnt -n -l -o TARGET -t iso9660 -S /dev/nosuchdisc\n");
     EXPECT_EQ(files::resolved(folderOfDisc), place);
-    EXPECT_EQ(run(ownPrograms + "/umount", {folderOfDisc}).exitStatus, 0);
+    EXPECT_EQ(run(ownPrograms + "/umount", {folderOfDisc}).ending.exitStatus, 0);
     EXPECT_EQ(files::kindOf(folderOfDisc), files::Kind::folder);
     EXPECT_TRUE(get("log").ends_with("udisksctl unmount --no-user-interaction -b /dev/nosuchdisc\n"))
         << get("log");
 
     tool("fuseiso", "exit 0");
-    EXPECT_EQ(run(ownPrograms + "/mount", mount).exitStatus, 0);
+    EXPECT_EQ(run(ownPrograms + "/mount", mount).ending.exitStatus, 0);
     EXPECT_EQ(files::kindOf(folderOfDisc), files::Kind::folder);
     for (const std::string program : {"mount", "umount"})
         EXPECT_EQ(run(ownPrograms + "/" + program, {"-V"}).output, run("/usr/bin/" + program, {"-V"}).output);

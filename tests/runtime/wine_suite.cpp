@@ -42,7 +42,7 @@ Outcome runProgram(const std::string& path, std::vector<std::string> arguments,
     request.arguments = std::move(arguments);
     request.runFolder = folder;
     const auto result = processes::run(request);
-    return result ? Outcome{result->exitStatus, result->output} : Outcome{};
+    return result ? Outcome{result->ending.shellStatus(), result->output} : Outcome{};
 }
 
 /// One wrapper for the whole suite, because a prefix takes seconds. Its path holds what paths may hold.

@@ -134,7 +134,7 @@ TEST_F(KilledServer, HasEveryVoteThatItAnswered) {
 /// What the program prints; its failure is the test's.
 std::string printed(const std::string& program, std::vector<std::string> arguments) {
     const auto result = processes::run({.program = program, .arguments = std::move(arguments)});
-    EXPECT_TRUE(result && result->exitStatus == 0) << program;
+    EXPECT_TRUE(result && result->ending.succeeded()) << program;
     return result ? MVString::trimmed(result->output) : std::string();
 }
 

@@ -61,7 +61,7 @@ void runTool(const std::string& folder, const std::vector<std::string>& command)
     request.arguments.assign(command.begin() + 1, command.end());
     request.runFolder = folder;
     const auto result = processes::run(request);
-    EXPECT_TRUE(result && result->exitStatus == 0) << command.front() << " failed in " << folder;
+    EXPECT_TRUE(result && result->ending.succeeded()) << command.front() << " failed in " << folder;
 }
 
 std::string makeFakeMasterWrapper(const std::string& folder, const FakeWrapper& wrapper) {

@@ -112,8 +112,8 @@ class Loop {
     std::string name;  ///< empty where this machine or user has none
 
   private:
-    static std::optional<ProcessResult> losetup(const std::vector<std::string>& arguments) {
-        if (::geteuid() != 0) return std::nullopt;
+    static Result<ProcessResult> losetup(const std::vector<std::string>& arguments) {
+        if (::geteuid() != 0) return Failure{"only root may"};
         return processes::run({.program = "/sbin/losetup", .arguments = arguments});
     }
 };

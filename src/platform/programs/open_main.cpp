@@ -71,7 +71,8 @@ std::optional<std::string> executableOf(const std::string& bundle) {
 }
 
 bool start(const std::string& program, const std::vector<std::string>& arguments) {
-    return processes::launch(program, arguments) || fail("The program " + program + " cannot be started.");
+    return processes::launch(program, arguments).has_value() ||
+           fail("The program " + program + " cannot be started.");
 }
 
 bool startBundle(const std::string& bundle, const std::vector<std::string>& arguments) {

@@ -89,7 +89,7 @@ int main(int count, char** words) {
     }
     if (!annotated) {
         std::cout << real->output;
-        return real->exitStatus;
+        return real->ending.shellStatus();
     }
     const std::vector<std::string> own = processes::ownLine();
     for (std::size_t begin = 0; begin < real->output.size();) {
@@ -97,5 +97,5 @@ int main(int count, char** words) {
         print(real->output.substr(begin, end - begin), own);
         begin = end + 1;
     }
-    return real->exitStatus;
+    return real->ending.shellStatus();
 }
