@@ -82,8 +82,8 @@ bool NSHelpTab::sendMail() {
             localized("Couldn't load %s website.", {parts ? parts->host : catalogue}));
         return false;
     }
-    if (const auto flaw = flawOfForm()) {
-        MVAlert::showAlertErrorMessage(*flaw);
+    if (const auto checked = checkForm(); !checked) {
+        MVAlert::showAlertErrorMessage(checked.error().message());
         return false;
     }
     std::string comment = filled("<br>%@", {form.description});
@@ -95,28 +95,29 @@ bool NSHelpTab::sendMail() {
         {{"name", form.name}, {"email", form.mail}, {"comment", comment}, {"subject", form.subject}});
 }
 
-std::optional<std::string> NSHelpTab::flawOfForm() const {
+Result<> NSHelpTab::checkForm() const {
     constexpr std::size_t shortestSubject = 4, shortestDescription = 15;
     if (withoutBlanks(form.mail).empty())
-        return localized("We gonna contact you by mail, so we need a valid mail to send your answer.");
+        return Failure{
+            localized("We gonna contact you by mail, so we need a valid mail to send your answer.")};
     if (withoutBlanks(form.name).empty())
-        return localized(
+        return Failure{localized(
             "We need to call you something when answering you. It doesn't need to be your real name if you "
-            "prefer to keep yourself anonymous.");
+            "prefer to keep yourself anonymous.")};
     if (lengthOf(withoutBlanks(form.subject)) < shortestSubject)
-        return localized(
+        return Failure{localized(
             "The subject is used to give a brief explanation of the reason for your contact. Sometimes we "
             "receive lots of mails, and we usually choose which one will be answered first based in the "
             "subject; so the clearest the subject, the fastest is the answer.\n\nGood subjects:\n- Skyrim "
             "crashing\n- Error while installing Red Alert\n- Age of Empires mods\n\nBad subjects:\n- "
-            "Fallout\n- HELP ME!!!\n- Error");
+            "Fallout\n- HELP ME!!!\n- Error")};
     if (lengthOf(withoutBlanks(form.description)) < shortestDescription)
-        return localized(
+        return Failure{localized(
             "The description area is to provide the details about why you are contacting us. Give the "
             "biggest "
             "number of details that you can remember; that always increase our chances of solving your "
-            "problem in case you have one, and give us a better look of your idea in case you have one.");
-    return std::nullopt;
+            "problem in case you have one, and give us a better look of your idea in case you have one.")};
+    return {};
 }
 
 void NSHelpTab::specsButtonClicked() {

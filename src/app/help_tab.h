@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/result.h"
 #include "platform/value.h"
 
 namespace morvane {
@@ -55,7 +56,7 @@ class NSHelpTab {
 
   private:
     [[nodiscard]] const std::string& hardwareReport();
-    [[nodiscard]] std::optional<std::string> flawOfForm() const;
+    [[nodiscard]] Result<> checkForm() const;
 
     std::optional<std::string> hardwareReport_;
     std::optional<std::optional<std::string>> model_;  // looked for, and found

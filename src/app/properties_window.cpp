@@ -3,8 +3,9 @@
 #include <chrono>
 #include <vector>
 
+#include "building/engine_preparation.h"
 #include "building/entry_removal.h"
-#include "building/wrapper_creation.h"
+#include "building/launch_targets.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -125,7 +126,7 @@ void moveLinkBesideWrapper(const std::string& old, const std::string& now, const
     if (!destination || *destination != files::lastComponent(wrapper) + "/" + files::lastComponent(old))
         return;
     if (files::kindOf(files::join(folder, files::lastComponent(now))) == files::Kind::none)
-        WrapperCreation::createAliasToCustomEXE(now, wrapper);
+        createAliasToCustomEXE(now, wrapper);
     removeFileOrLink(link);
 }
 
@@ -203,7 +204,7 @@ void NSPropertiesWindow::fillRegistryOptions() {
     const std::string drivers = NSUtilities::getRegistry(R"([Software\\Wine\\Drivers])", "user", wrapper);
     const bool usesMacDriver = NSUtilities::getStringValueForKey("Graphics", drivers) == "mac";
     shown_.windowTypeEnabled = !usesMacDriver;
-    const auto engine = WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper);
+    const auto engine = getCaskeryWrapperEngineFromPath(wrapper);
     shown_.highQualityMode = {isOn(retinaMode, wrapper),
                               usesMacDriver && isHighQualityModeCompatibleWithEngine(engine)};
 }

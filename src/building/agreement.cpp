@@ -1,5 +1,7 @@
+#include "building/agreement.h"
+
+#include "building/build.h"
 #include "building/foreseen_questions.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "platform/files.h"
@@ -7,14 +9,14 @@
 
 namespace morvane {
 
-bool WrapperCreation::doYouAgreeWithTheLicenseAgreement() {
+bool doYouAgreeWithTheLicenseAgreement() {
     bool agreed = false;
     // A queue that is closed meanwhile leaves the agreement unanswered, which is no agreement.
     static_cast<void>(host().mainQueue.callAndWait([&] { agreed = agreement(); }));
     return agreed;
 }
 
-bool WrapperCreation::agreement() {
+bool agreement() {
     const std::string path = files::join(host().folders.resources, "agreement.txt");
     auto text = files::read(path);
     if (!text) {

@@ -1,3 +1,5 @@
+#include "building/archives.h"
+
 // Unpacking downloaded archives with the 7-Zip programs.
 
 #include <algorithm>
@@ -7,8 +9,8 @@
 #include <set>
 #include <system_error>
 
+#include "building/build.h"
 #include "building/entry_removal.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -151,9 +153,8 @@ class PassingFolder {
 
 }  // namespace
 
-std::vector<std::string> WrapperCreation::extractFileToFolder(const std::string& archive,
-                                                              const std::optional<std::string>& folder,
-                                                              Replacing replacing) {
+std::vector<std::string> extractFileToFolder(const std::string& archive,
+                                             const std::optional<std::string>& folder, Replacing replacing) {
     if (!folder) return {};
     if (folder->empty()) return {archive};
     if (!MVFileManager::directoryExistsAtPath(*folder))
@@ -189,7 +190,7 @@ std::vector<std::string> WrapperCreation::extractFileToFolder(const std::string&
     return added;
 }
 
-std::vector<std::string> WrapperCreation::extractFileApart(const std::string& archive) {
+std::vector<std::string> extractFileApart(const std::string& archive) {
     if (kindOfArchive(archive) == nullptr) return {archive};
     if (!MVFileManager::regularFileExistsAtPath(archive)) return {};
     const std::string folder = freeFolderBeside(archive);
@@ -198,11 +199,11 @@ std::vector<std::string> WrapperCreation::extractFileApart(const std::string& ar
     return extractFileToFolder(archive, folder);
 }
 
-std::vector<std::string> WrapperCreation::extractFile(const std::string& archive) {
+std::vector<std::string> extractFile(const std::string& archive) {
     return extractFileToFolder(archive, files::parent(archive));
 }
 
-std::vector<std::string> WrapperCreation::archiveExtensions() {
+std::vector<std::string> archiveExtensions() {
     std::vector<std::string> extensions;
     for (const ArchiveKind& kind : kinds) extensions.emplace_back(kind.extension);
     return extensions;

@@ -9,6 +9,10 @@
 #include "building/engine_store.h"
 #include "building/extra_files.h"
 #include "building/foreseen_questions.h"
+#include "building/installation.h"
+#include "building/launch_targets.h"
+#include "building/master_wrapper.h"
+#include "building/port_checks.h"
 #include "building/program_check.h"
 #include "building/store_clients.h"
 #include "building/verb_script.h"
@@ -89,7 +93,7 @@ class Planner {
     }
     /// Belongs to the stage that is open.
     void addRequirements() {
-        const std::string requirements = WrapperCreation::requirementsListForPortData(port_);
+        const std::string requirements = requirementsListForPortData(port_);
         ask({.shown = building::requirementsDialog(requirements),
              .answer = localized("Yes"),
              .othersEnd = true,
@@ -104,7 +108,8 @@ class Planner {
         for (const ConfigurationStage stage : configurationStages(port_)) addConfiguration(stage);
         plan_.spaceFree = files::freeSpace(existing(files::parent(wrapper_)));
         if (!plan_.obstacle && asking_ == AskForSizes::yes) {
-            plan_.obstacle = building::flawOfInstaller(port_, wrapper_);
+            if (const auto installer = building::checkInstaller(port_, wrapper_); !installer)
+                plan_.obstacle = installer.error().message();
         }
         return std::move(plan_);
     }
@@ -132,7 +137,7 @@ class Planner {
 
     void addMasterWrapper() {
         begin(localized("Master wrapper"));
-        const MasterWrapperSource source = creation_.masterWrapperSource();
+        const MasterWrapperSource source = masterWrapperSource(creation_);
         switch (source.kind) {
             using enum MasterWrapperSource::Kind;
             case onDisk:
@@ -361,7 +366,7 @@ class Planner {
 
     void addInstaller() {
         const std::string name = building::installerNameIn(port_.originalInstallerName);
-        const auto installer = WrapperCreation::foundInstaller(port_.originalInstallerName, port_.source);
+        const auto installer = foundInstaller(port_.originalInstallerName, port_.source);
         if (installer) {
             stage().present.push_back(*installer);
             stage().actions.push_back(localized("Running %@...", {*installer}));
@@ -374,10 +379,10 @@ class Planner {
         const std::string what = name.empty() ? localized("the game's installer") : name;
         ask({.shown = building::installerPanel(name),
              .answer = what,
-             .flaw =
+             .check =
                  [engine = port_.engine.value_or(""), wrapper = wrapper_](const std::string& path) {
-                     return building::flawOfProgramForEngine(path,
-                                                             building::engineForWrapper(engine, wrapper));
+                     return building::checkProgramForEngine(path,
+                                                            building::engineForWrapper(engine, wrapper));
                  },
              .branches = {{"", {std::move(without)}}}});
         stage().supplies.push_back(what);
@@ -386,7 +391,7 @@ class Planner {
     void addPrograms() {
         for (const ExeEntry& exe : port_.exes) {
             stage().actions.push_back(exe.name + ": " + exe.path);
-            if (!WrapperCreation::isProgramToChoose(exe)) continue;
+            if (!isProgramToChoose(exe)) continue;
             ask({.shown = building::programPanel(exe.name, ""),
                  .answer = localized("the program's path on the wrapper's drive C"),
                  .isMadeByTheWork = true});
@@ -464,9 +469,10 @@ Array asArray(const std::vector<ForeseenQuestion>& questions, const OptionOf& op
 
 BuildPlan planOfBuild(const WrapperCreation& creation, const std::optional<Result<NSPortData>>& port,
                       const std::string& wrapper, Place place) {
-    if (auto flaw = WrapperCreation::flawOfPort(port)) return {.obstacle = std::move(flaw)};
+    if (const auto checked = checkPort(port); !checked) return {.obstacle = checked.error().message()};
     if (place == Place::chosen) {
-        if (auto flaw = WrapperCreation::flawOfPlace(wrapper)) return {.obstacle = std::move(flaw)};
+        if (const auto checked = checkPlace(wrapper); !checked)
+            return {.obstacle = checked.error().message()};
     }
     Planner planner(creation, **port, wrapper, AskForSizes::yes);
     planner.addOpening(place);

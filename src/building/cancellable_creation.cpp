@@ -1,5 +1,6 @@
 #include "building/cancellable_creation.h"
 
+#include "building/wrapper_creation.h"
 #include "platform/host.h"
 
 namespace morvane {

@@ -1,11 +1,23 @@
+#include "building/configuration.h"
+
 // The stage that turns a wrapper with a fresh prefix into the port, in its fixed order.
 
 #include <algorithm>
 
+#include "building/build.h"
 #include "building/configuration_stages.h"
+#include "building/extra_files.h"
+#include "building/installation.h"
+#include "building/launch_targets.h"
+#include "building/main_program.h"
+#include "building/registry_writers.h"
+#include "building/settings_writers.h"
+#include "building/store_clients.h"
 #include "building/verb_script.h"
+#include "building/winetricks.h"
 #include "building/winetricks_lists.h"
-#include "building/wrapper_creation.h"
+#include "building/winetricks_script.h"
+#include "building/wrapper_menu.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"
@@ -13,6 +25,7 @@
 #include "platform/host.h"
 #include "wrapper/banner.h"
 #include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
 
 namespace morvane {
 namespace {
@@ -60,6 +73,75 @@ void notifyInstalled(const NSPortManager& port) {
                                          iconOf(port));
 }
 
+/// The stage of the settings files, and of what needs nothing but the port's own values.
+void configureData(const NSPortData& port, NSPortManager& settings) {
+    const std::string& wrapper = settings.path;
+    writeX11Settings(settings, port);
+    saveCloseSafely(port.closePortNicely, wrapper);
+    writeFlags(settings, port);
+    saveCompany(port.company, wrapper);
+    saveMacDriver(port.useMacDriver, wrapper);
+    saveDirect3DBoost(port.useDirect3DBoost, wrapper);
+    if (!port.useMacDriver) saveDecorateWindow(port.decorateWindows, wrapper);
+    saveCaskeryWrapperMenuForPort(port, wrapper);
+}
+
+void runStage(Build& build, ConfigurationStage stage, const NSPortData& port, NSPortManager& settings) {
+    switch (stage) {
+        using enum ConfigurationStage;
+        case data:
+            return configureData(port, settings);
+        case drives:
+            saveDrives(port.drives, settings.path);
+            return;
+        case extensions:
+            saveExtensions(port.supportedExtensions, settings);
+            return;
+        case verbScript:
+            updateWinetricksListAtFile(settings.path, needsVerbs(port) ? NeedsVerbs::yes : NeedsVerbs::no);
+            return;
+        case verbsBefore:
+            installWinetricks(build, winetricksBeforeAppFromList(port.winetricks), settings);
+            return;
+        case overrides:
+            saveOverridesForPortData(build, port, settings);
+            return;
+        case programs:
+            saveEXEs(port.exes, settings);
+            return;
+        case steam:
+            installSteamAtPort(build, settings);
+            return;
+        case origin:
+            installOriginAtPort(build, settings);
+            return;
+        case uplay:
+            installUplayAtPort(build, settings);
+            return;
+        case gogGalaxy:
+            installGOGGalaxyAtPort(build, settings);
+            return;
+        case extraFilesBefore:
+            downloadExtraFiles(build, port.extraFilesBeforeInstaller, settings);
+            return;
+        case installer:
+            installApp(build, port.originalInstallerName, port.source, settings);
+            return;
+        case extraFilesAfter:
+            downloadExtraFiles(build, port.extraFilesAfterInstaller, settings);
+            return;
+        case verbsAfter:
+            installWinetricks(build, winetricksAfterAppFromList(port.winetricks), settings);
+            return;
+        case functionKeys:
+            return writeFnToggle(settings, port);
+        case mainProgram:
+            const auto program = confirmMainExePathForPort(settings, port.source);
+            if (program && MVFileManager::fileExistsAtPath(*program)) notifyInstalled(settings);
+            return;
+    }
+}
+
 }  // namespace
 
 std::vector<ConfigurationStage> configurationStages(const NSPortData& port) {
@@ -70,7 +152,7 @@ std::vector<ConfigurationStage> configurationStages(const NSPortData& port) {
     };
     // Components write overrides of their own, so the port's come after the last component.
     const bool verbsFollowTheGame = !winetricksAfterAppFromList(port.winetricks).empty();
-    const bool programsAreKnown = !WrapperCreation::relativePathsAreInExes(port.exes);
+    const bool programsAreKnown = !relativePathsAreInExes(port.exes);
     add(!verbsFollowTheGame, overrides);
     add(programsAreKnown, programs);
     add(port.isSteam, steam);
@@ -123,88 +205,20 @@ std::string progressLineOf(ConfigurationStage stage) {
     return "";
 }
 
-bool WrapperCreation::configureWrapperAt(const std::string& wrapper, const NSPortData& port) {
+bool configureWrapperAt(Build& build, const std::string& wrapper, const NSPortData& port) {
     // One store for the whole configuration: every synchronise writes the file whole, so a second store would
     // undo what this one has written. The programs that run meanwhile inside the wrapper don't write its
     // settings.
     NSPortManager settings = NSPortManager::managerWithPath(wrapper);
     addHollinBannerAtFile(wrapper);
-    progressWindow->showCreatingPort(CreatingPort::yes);
+    build.progressWindow->showCreatingPort(CreatingPort::yes);
     for (const ConfigurationStage stage : configurationStages(port)) {
         host().creation.throwIfRequested();
         const std::string line = progressLineOf(stage);
-        if (!line.empty()) setMessage(line);
-        runStage(stage, port, settings);
+        if (!line.empty()) build.setMessage(line);
+        runStage(build, stage, port, settings);
     }
     return true;
-}
-
-void WrapperCreation::configureData(const NSPortData& port, NSPortManager& settings) {
-    const std::string& wrapper = settings.path;
-    writeX11Settings(settings, port);
-    saveCloseSafely(port.closePortNicely, wrapper);
-    writeFlags(settings, port);
-    saveCompany(port.company, wrapper);
-    saveMacDriver(port.useMacDriver, wrapper);
-    saveDirect3DBoost(port.useDirect3DBoost, wrapper);
-    if (!port.useMacDriver) saveDecorateWindow(port.decorateWindows, wrapper);
-    saveCaskeryWrapperMenuForPort(port, wrapper);
-}
-
-void WrapperCreation::runStage(ConfigurationStage stage, const NSPortData& port, NSPortManager& settings) {
-    switch (stage) {
-        using enum ConfigurationStage;
-        case data:
-            return configureData(port, settings);
-        case drives:
-            saveDrives(port.drives, settings.path);
-            return;
-        case extensions:
-            saveExtensions(port.supportedExtensions, settings);
-            return;
-        case verbScript:
-            updateWinetricksListAtFile(settings.path, needsVerbs(port) ? NeedsVerbs::yes : NeedsVerbs::no);
-            return;
-        case verbsBefore:
-            installWinetricks(winetricksBeforeAppFromList(port.winetricks), settings);
-            return;
-        case overrides:
-            saveOverridesForPortData(port, settings);
-            return;
-        case programs:
-            saveEXEs(port.exes, settings);
-            return;
-        case steam:
-            installSteamAtPort(settings);
-            return;
-        case origin:
-            installOriginAtPort(settings);
-            return;
-        case uplay:
-            installUplayAtPort(settings);
-            return;
-        case gogGalaxy:
-            installGOGGalaxyAtPort(settings);
-            return;
-        case extraFilesBefore:
-            downloadExtraFiles(port.extraFilesBeforeInstaller, settings);
-            return;
-        case installer:
-            installApp(port.originalInstallerName, port.source, settings);
-            return;
-        case extraFilesAfter:
-            downloadExtraFiles(port.extraFilesAfterInstaller, settings);
-            return;
-        case verbsAfter:
-            installWinetricks(winetricksAfterAppFromList(port.winetricks), settings);
-            return;
-        case functionKeys:
-            return writeFnToggle(settings, port);
-        case mainProgram:
-            const auto program = confirmMainExePathForPort(settings, port.source);
-            if (program && MVFileManager::fileExistsAtPath(*program)) notifyInstalled(settings);
-            return;
-    }
 }
 
 }  // namespace morvane

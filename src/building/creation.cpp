@@ -1,12 +1,17 @@
+#include "building/creation.h"
+
 // The spine of the pipeline: a port is built in four stages, and a wrapper gets its engine and its prefix.
 
 #include <algorithm>
 #include <string_view>
 
+#include "building/build.h"
+#include "building/configuration.h"
+#include "building/engine_preparation.h"
 #include "building/engine_store.h"
 #include "building/estimated_progress.h"
+#include "building/master_wrapper.h"
 #include "building/program_check.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -43,9 +48,58 @@ void makeRunnable(const std::string& mode, const std::string& path) {
     MVTask::ignoreEnding(MVTask::runProgram("chmod", "/", std::vector<std::string>{mode, path}, Wait::yes));
 }
 
+/// When the wrapper can't go back to its place.
+void keepOrRemove(Build& build, const std::string& place, const std::string& wrapper) {
+    if (!MVAlert::showBooleanAlertMessage(
+            localized("The wrapper can't be moved to %@. Do you want to keep what has been made of it?",
+                      {wrapper}),
+            "Error", false)) {
+        return;
+    }
+    const auto kept = build.made.folder->keep();
+    if (!kept) return MVAlert::showAlertErrorMessage(kept.error().message());
+    build.made.place.reset();
+    MVAlert::showAlertErrorMessage(
+        localized("The wrapper is at %@ now. Move it to %@ before you create it again.",
+                  {files::join(*kept, files::lastComponent(place)), wrapper}));
+}
+
+/// The step of `createWrapperAt` that runs the wrapper's own tool, at the temporary path where there is
+/// one.
+bool createPrefixOf(Build& build, const std::string& wrapper) {
+    // A wrapper that was there before may hold a game's data, which have no business in a passing folder.
+    if (build.made.place == wrapper) build.made.folder = folderForPrefix();
+    const std::string place =
+        build.made.folder ? files::join(build.made.folder->path(), temporaryNameFor(wrapper)) : wrapper;
+    if (build.made.folder) {
+        if (!MVFileManager::moveItemAtPath(wrapper, place)) {
+            build.made.folder.reset();
+            return false;
+        }
+        build.made.place = build.made.passingPath = place;
+    }
+    const std::string tool = Wrapper(place).tool();
+    makeRunnable("+x", tool);
+    {
+        building::EstimatedProgress estimate(build.progressWindow, settings::prefixCreationTime);
+        MVTask::ignoreEnding(
+            MVTask::runProgram(tool, "/", std::vector<std::string>{"CKS-wineprefixcreate"}, Wait::yes));
+        if (MVFileManager::fileExistsAtPath(place + layout::systemRegistry)) estimate.finished();
+    }
+    if (!build.made.folder) return true;
+    const bool isBack = MVFileManager::moveItemAtPath(place, wrapper);
+    if (isBack) {
+        build.made.place = wrapper;
+    } else {
+        keepOrRemove(build, place, wrapper);
+    }
+    build.made.folder.reset();
+    return isBack;
+}
+
 }  // namespace
 
-bool WrapperCreation::buildPortAt(const std::string& wrapper, const NSPortData& port) {
+bool buildPortAt(Build& build, const std::string& wrapper, const NSPortData& port) {
     const std::string engine = port.engine.value_or("");
     const auto goOn = [] {
         host().creation.throwIfRequested();
@@ -53,21 +107,22 @@ bool WrapperCreation::buildPortAt(const std::string& wrapper, const NSPortData& 
     };
     // Now that the engine is there, and nothing of the wrapper yet.
     const auto installerCanRun = [&] {
-        const auto flaw = building::flawOfInstaller(port, wrapper);
-        if (flaw) MVAlert::showAlertErrorMessage(*flaw);
-        return !flaw;
+        const auto installer = building::checkInstaller(port, wrapper);
+        if (!installer) MVAlert::showAlertErrorMessage(installer.error().message());
+        return installer.has_value();
     };
-    return updateCaskery() && goOn() && prepareEngine(engine, port.engineCustomLink) && goOn() &&
-           installerCanRun() && createWrapperAt(wrapper, building::engineForWrapper(engine, wrapper)) &&
-           goOn() && configureWrapperAt(wrapper, port);
+    return updateCaskery(build) && goOn() && prepareEngine(build, engine, port.engineCustomLink) && goOn() &&
+           installerCanRun() &&
+           createWrapperAt(build, wrapper, building::engineForWrapper(engine, wrapper)) && goOn() &&
+           configureWrapperAt(build, wrapper, port);
 }
 
-bool WrapperCreation::createWrapperAt(const std::string& wrapper, const std::string& engine) {
-    setMessage(localized("Creating Wrapper %@...", {currentCaskery.value_or("")}));
-    setSubtitle(localized("Please wait. It might take a minute or two."));
-    if (!copyingMasterWrapperToPath(wrapper)) return false;
+bool createWrapperAt(Build& build, const std::string& wrapper, const std::string& engine) {
+    build.setMessage(localized("Creating Wrapper %@...", {build.currentCaskery.value_or("")}));
+    build.setSubtitle(localized("Please wait. It might take a minute or two."));
+    if (!copyingMasterWrapperToPath(build, wrapper)) return false;
     host().creation.throwIfRequested();
-    switch (extractEngine(engine, wrapper)) {
+    switch (extractEngine(build, engine, wrapper)) {
         case ExtractedEngine::failure:
             return false;
         case ExtractedEngine::installed:
@@ -82,18 +137,19 @@ bool WrapperCreation::createWrapperAt(const std::string& wrapper, const std::str
             localized("Wrapper creation failed! The Caskery framework couldn't be found!"));
         return false;
     }
-    setMessage(localized("Preparing Wrapper..."));
-    setSubtitle(localized("Please wait. If prompted to install Mono or Gecko, cancel it."));
+    build.setMessage(localized("Preparing Wrapper..."));
+    build.setSubtitle(localized("Please wait. If prompted to install Mono or Gecko, cancel it."));
     makeRunnable("777", wrapper + layout::engine);
-    if (!createPrefixOf(wrapper)) return false;
+    if (!createPrefixOf(build, wrapper)) return false;
     if (MVFileManager::fileExistsAtPath(wrapper + layout::systemRegistry)) return true;
 
     if (MVAlert::showBooleanAlertMessage(
             localized("The Wine Prefix Creation failed! Probably your Master Wrapper is "
                       "corrupted. Do you want to remove it?"),
             "Error", true)) {
-        if (currentCaskery) {
-            MVFileManager::removeItemAtPath(files::join(layout::masterFolder(), *currentCaskery + ".app"));
+        if (build.currentCaskery) {
+            MVFileManager::removeItemAtPath(
+                files::join(layout::masterFolder(), *build.currentCaskery + ".app"));
         }
         MVAlert::showAlertMessage(localized("Master Wrapper removed! Please, start the port creation again."),
                                   "Warning");
@@ -101,52 +157,7 @@ bool WrapperCreation::createWrapperAt(const std::string& wrapper, const std::str
     return false;
 }
 
-bool WrapperCreation::createPrefixOf(const std::string& wrapper) {
-    // A wrapper that was there before may hold a game's data, which have no business in a passing folder.
-    if (ownWrapper_ == wrapper) passing_ = folderForPrefix();
-    const std::string place = passing_ ? files::join(passing_->path(), temporaryNameFor(wrapper)) : wrapper;
-    if (passing_) {
-        if (!MVFileManager::moveItemAtPath(wrapper, place)) {
-            passing_.reset();
-            return false;
-        }
-        ownWrapper_ = usedTemporaryPath_ = place;
-    }
-    const std::string tool = Wrapper(place).tool();
-    makeRunnable("+x", tool);
-    {
-        building::EstimatedProgress estimate(progressWindow, settings::prefixCreationTime);
-        MVTask::ignoreEnding(
-            MVTask::runProgram(tool, "/", std::vector<std::string>{"CKS-wineprefixcreate"}, Wait::yes));
-        if (MVFileManager::fileExistsAtPath(place + layout::systemRegistry)) estimate.finished();
-    }
-    if (!passing_) return true;
-    const bool isBack = MVFileManager::moveItemAtPath(place, wrapper);
-    if (isBack) {
-        ownWrapper_ = wrapper;
-    } else {
-        keepOrRemove(place, wrapper);
-    }
-    passing_.reset();
-    return isBack;
-}
-
-void WrapperCreation::keepOrRemove(const std::string& place, const std::string& wrapper) {
-    if (!MVAlert::showBooleanAlertMessage(
-            localized("The wrapper can't be moved to %@. Do you want to keep what has been made of it?",
-                      {wrapper}),
-            "Error", false)) {
-        return;
-    }
-    const auto kept = passing_->keep();
-    if (!kept) return MVAlert::showAlertErrorMessage(kept.error().message());
-    ownWrapper_.reset();
-    MVAlert::showAlertErrorMessage(
-        localized("The wrapper is at %@ now. Move it to %@ before you create it again.",
-                  {files::join(*kept, files::lastComponent(place)), wrapper}));
-}
-
-std::string WrapperCreation::temporaryNameFor(const std::string& wrapper) {
+std::string temporaryNameFor(const std::string& wrapper) {
     std::string name = MVString::replacedAll(files::lastComponent(wrapper), "&", "and");
     std::erase_if(name, [](char character) { return unwanted.find(character) != std::string_view::npos; });
     return name;

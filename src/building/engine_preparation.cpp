@@ -1,3 +1,5 @@
+#include "building/engine_preparation.h"
+
 // An engine on its way from the download site, a link or the user's disk into a wrapper.
 
 #include <algorithm>
@@ -5,10 +7,11 @@
 #include <fstream>
 #include <string_view>
 
+#include "building/archives.h"
+#include "building/build.h"
 #include "building/engine_store.h"
 #include "building/foreseen_questions.h"
 #include "building/tools.h"
-#include "building/wrapper_creation.h"
 #include "engines/caskery_engine.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -42,7 +45,7 @@ bool isFurtherKind(std::string_view extension) {
 }
 
 std::vector<std::string> archiveKinds() {
-    std::vector<std::string> kinds = WrapperCreation::archiveExtensions();
+    std::vector<std::string> kinds = archiveExtensions();
     kinds.insert(kinds.end(), furtherKinds.begin(), furtherKinds.end());
     return kinds;
 }
@@ -105,7 +108,7 @@ std::optional<std::string> putAside(const std::string& archive, const std::strin
 /// Puts the archives of that name aside that can't be used. False when one had to stay. Beside an official
 /// one, no other is used.
 bool leaveWholeArchives(const std::string& engine) {
-    const std::string official = WrapperCreation::localPathForOfficialEngine(engine);
+    const std::string official = localPathForOfficialEngine(engine);
     std::vector<std::string> stored = storedArchivesOf(engine);
     std::ranges::stable_partition(stored, [&](const auto& archive) { return archive == official; });
     for (const std::string& archive : stored) {
@@ -201,13 +204,11 @@ enum class Arrived { calledOff, failed, stored };
 
 /// Downloads an archive, and puts it into the store when it is whole; without one the user is told how that
 /// ends.
-Arrived download(WrapperCreation& creation, const std::string& link, std::string destination,
-                 const std::string& engine) {
+Arrived download(Build& build, const std::string& link, std::string destination, const std::string& engine) {
     const archives::UnpackingFolder arriving(".arriving");
     if (arriving.path.empty()) return Arrived::calledOff;
     const std::string arrived = files::join(arriving.path, files::lastComponent(destination));
-    if (!creation.downloadFileToPath(link, arrived, localized("engine %@", {engine})))
-        return Arrived::calledOff;
+    if (!build.downloadFileToPath(link, arrived, localized("engine %@", {engine}))) return Arrived::calledOff;
     if (!MVFileManager::regularFileExistsAtPath(arrived)) {
         reportUnavailableEngine();
         return Arrived::failed;
@@ -227,11 +228,11 @@ Arrived download(WrapperCreation& creation, const std::string& link, std::string
     return MVFileManager::moveItemAtPath(arrived, destination) ? Arrived::stored : Arrived::failed;
 }
 
-Arrived downloadOfficial(WrapperCreation& creation, const std::string& engine) {
+Arrived downloadOfficial(Build& build, const std::string& engine) {
     // The catalogue comes from outside as well, and the name becomes that of a file.
     if (!isOfficialEngine(engine) || !placeInStore(engine)) return Arrived::calledOff;
-    return download(creation, officialLinkOf(engine) + building::cacheBuster(),
-                    WrapperCreation::localPathForOfficialEngine(engine), engine);
+    return download(build, officialLinkOf(engine) + building::cacheBuster(),
+                    localPathForOfficialEngine(engine), engine);
 }
 
 /// Copies the file that the user picks into the store. False when it is no archive, which the user is told;
@@ -287,7 +288,7 @@ std::vector<std::string> unpackedOnce(const std::string& file, const std::string
     if (files::kindBehind(file) != files::Kind::file) return {file};
     const bool tar = isTar(file);
     if (!tar && !isFurtherKind(MVString::lowercased(files::extension(file)))) {
-        return WrapperCreation::extractFileToFolder(file, folder);
+        return extractFileToFolder(file, folder);
     }
     // The tar program keeps links and run bits, without which an engine does not start.
     if (tar) {
@@ -384,14 +385,14 @@ bool building::storedEngineRuns(const std::string& engine, Machine machine) {
     const auto folder = files::PrivateFolder::make(host().folders.temporary);
     if (!archive || !folder) return true;
     const std::string& place = folder->path();
-    const bool isOfficial = *archive == WrapperCreation::localPathForOfficialEngine(engine);
+    const bool isOfficial = *archive == localPathForOfficialEngine(engine);
     const auto bundle =
         isOfficial ? unpackedOfficialArchive(*archive, engine, place) : unpackedInLevels(*archive, place);
     return !bundle || bundle->empty() || engineRuns(*bundle, machine);
 }
 
 std::string building::engineForWrapper(const std::string& engine, const std::string& wrapper) {
-    const auto inUse = WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper);
+    const auto inUse = getCaskeryWrapperEngineFromPath(wrapper);
     const std::string converted = NSCaskeryEngine(engine).nameAfterConversion().value_or(engine);
     for (const std::string& name : {engine, converted}) {
         if (storedEngineArchive(name) || inUse == name) return name;
@@ -432,8 +433,8 @@ std::vector<building::EngineSource> building::engineSources(const std::string& e
     return sources;
 }
 
-bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std::string> customLink) {
-    setMessage(localized("Preparing Engine..."));
+bool prepareEngine(Build& build, const std::string& engine, std::optional<std::string> customLink) {
+    build.setMessage(localized("Preparing Engine..."));
     if (!placeInStore(engine)) return false;
     if (!MVFileManager::directoryExistsAtPath(layout::enginesFolder()) &&
         !MVFileManager::createDirectoryAtPath(layout::enginesFolder(), IntermediateFolders::yes)) {
@@ -445,7 +446,7 @@ bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std
         using Kind = building::EngineSource::Kind;
         if (source.kind != Kind::stored && source.kind != Kind::official) continue;
         if (source.kind == Kind::official) {
-            const Arrived arrived = downloadOfficial(*this, source.engine);
+            const Arrived arrived = downloadOfficial(build, source.engine);
             if (arrived == Arrived::failed) return false;
             if (arrived == Arrived::calledOff) continue;
         }
@@ -460,25 +461,25 @@ bool WrapperCreation::prepareEngine(const std::string& engine, std::optional<std
     if (customLink->empty()) return true;
     const auto destination = placeInStore(engine + "." + extensionOfLink(*customLink));
     if (!destination) return false;
-    const Arrived arrived = download(*this, *customLink, *destination, engine);
+    const Arrived arrived = download(build, *customLink, *destination, engine);
     if (arrived == Arrived::calledOff) reportUnavailableEngine();
     return arrived == Arrived::stored;
 }
 
-std::string WrapperCreation::localPathForOfficialEngine(const std::string& engine) {
+std::string localPathForOfficialEngine(const std::string& engine) {
     return files::join(layout::enginesFolder(), engine + ".tar.7z");
 }
 
-bool WrapperCreation::downloadOfficialEngine(const std::string& engine) {
-    return downloadOfficial(*this, engine) == Arrived::stored;
+bool downloadOfficialEngine(Build& build, const std::string& engine) {
+    return downloadOfficial(build, engine) == Arrived::stored;
 }
 
-bool WrapperCreation::getLocalCustomEngine(const std::string& engine) {
+bool getLocalCustomEngine(const std::string& engine) {
     static_cast<void>(takeUsersArchive(engine));
     return true;
 }
 
-ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const std::string& wrapper) {
+ExtractedEngine extractEngine(Build& build, const std::string& engine, const std::string& wrapper) {
     if (getCaskeryWrapperEngineFromPath(wrapper) == engine) return ExtractedEngine::alreadyThere;
     const auto place = placeInStore(engine);
     if (!place) return ExtractedEngine::failure;
@@ -489,7 +490,7 @@ ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const 
     if (isOfficial) MVFileManager::removeItemAtPath(*place + ".tar");
     MVFileManager::removeItemAtPath(files::join(layout::enginesFolder(), bundleName));
 
-    setMessage(localized("Extracting Engine %@...", {engine}));
+    build.setMessage(localized("Extracting Engine %@...", {engine}));
     if (!archives::archiveToolWorks("7za")) return ExtractedEngine::failure;
     std::optional<archives::UnpackingFolder> unpacking;
     const auto freshFolder = [&] { return !unpacking.emplace().path.empty(); };
@@ -518,7 +519,7 @@ ExtractedEngine WrapperCreation::extractEngine(const std::string& engine, const 
     return replaceEngine(*bundle, wrapper) ? ExtractedEngine::installed : ExtractedEngine::failure;
 }
 
-std::optional<std::string> WrapperCreation::getCaskeryWrapperEngineFromPath(const std::string& wrapper) {
+std::optional<std::string> getCaskeryWrapperEngineFromPath(const std::string& wrapper) {
     // Byte by byte: a name outside ASCII is compared as it is and is no reason to trouble the user.
     const auto text = MVString::stringWithContentsOfFile(wrapper + layout::engineVersion, Encoding::eightBit);
     if (!text) return std::nullopt;

@@ -3,8 +3,13 @@
 #include <algorithm>
 #include <string_view>
 
+#include "building/agreement.h"
+#include "building/archives.h"
 #include "building/build_plan.h"
+#include "building/creation.h"
 #include "building/foreseen_questions.h"
+#include "building/launch_targets.h"
+#include "building/port_checks.h"
 #include "building/program_check.h"
 #include "building/replaced_item.h"
 #include "building/tools.h"
@@ -25,8 +30,6 @@ namespace morvane {
 
 namespace {
 
-constexpr std::string_view oldestCki = "1.5.4";
-
 std::optional<std::string> askWhereToSave(const std::string& proposedName, Form* accessory) {
     SavePanel panel = building::placePanel(proposedName);
     panel.accessory = accessory;
@@ -36,13 +39,6 @@ std::optional<std::string> askWhereToSave(const std::string& proposedName, Form*
 bool userTrustsForeignPort() {
     constexpr std::size_t install = 1;
     return MVAlert::showDialog(building::foreignPortDialog()).button == install;
-}
-
-void addFilesToSupply(std::vector<std::string>& lines, const std::vector<ExtraFileEntry>& entries) {
-    for (const ExtraFileEntry& entry : entries) {
-        if (!entry.origin || entry.origin->starts_with("http") || entry.origin->starts_with("ftp")) continue;
-        lines.push_back(localized("- The %@ file", {*entry.origin}));
-    }
 }
 
 /// The blank-port panel. The fields keep their places; the choices are read from them by these.
@@ -89,21 +85,12 @@ NSCustomPortView choicesOf(const Form& panel) {
 
 }  // namespace
 
-std::string WrapperCreation::folderForNewPorts() {
-    const auto setting = settings::stored(settings::mainFolder);
-    if (!setting) return host().folders.applications;
-    const Value* first = &*setting;
-    if (const Array* folders = setting->as<Array>()) first = folders->empty() ? nullptr : &folders->front();
-    const auto* folder = first != nullptr ? first->as<std::string>() : nullptr;
-    return folder != nullptr && !folder->empty() ? *folder : host().folders.applications;
-}
-
 void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionHandler handler) {
     const std::string name = files::withoutExtension(files::lastComponent(file));
     // A port that cannot be read asks nothing; why is told when it is to be installed.
     const bool goesOn = MVAlert::canBeAnswered([&]() -> std::vector<ForeseenQuestion> {
         const auto port = NSPortData::initWithCkiAtPath(file);
-        if (flawOfPort(port)) return {};
+        if (!checkPort(port)) return {};
         return questionsOfBuild(*this, *port, files::join(folderForNewPorts(), name + ".app"), Trust::no);
     });
     if (!goesOn || !doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort()) return;
@@ -130,7 +117,7 @@ int WrapperCreation::installCKI(const std::string& file, const std::string& wrap
 bool WrapperCreation::canAnswerFor(const std::optional<Result<NSPortData>>& port, const std::string& wrapper,
                                    Trust trust) {
     // A file that the user has opened was looked at before its first question.
-    if (trust == Trust::no || flawOfPort(port)) return true;
+    if (trust == Trust::no || !checkPort(port)) return true;
     return MVAlert::canBeAnswered([&] { return questionsOfBuild(*this, **port, wrapper, trust); }) ||
            errorWithMessage(std::nullopt);
 }
@@ -149,15 +136,15 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         building::tellOfNoLock();
         return -1;
     }
-    ownWrapper_.reset();
-    usedTemporaryPath_.reset();
+    made.place.reset();
+    made.passingPath.reset();
     // Put back before the lock is free.
     building::ReplacedItem replaced(wrapper);
     try {
         const auto port = portData();
         if (!port) return -1;
-        if (const auto flaw = flawOfPlace(wrapper)) {
-            errorWithMessage(flaw);
+        if (const auto place = checkPlace(wrapper); !place) {
+            errorWithMessage(place.error().message());
             return -1;
         }
         if (replacing == Replacing::yes && !replaced.stepAside()) {
@@ -168,7 +155,7 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         progressWindow->setIsCreatingWrapper(true);
         setMessage(localized("Checking Caskery..."));
         progressWindow->showCreatingPort(CreatingPort::yes);
-        const bool built = buildPortAt(wrapper, *port);
+        const bool built = buildPortAt(*this, wrapper, *port);
         host().creation.throwIfRequested();
         if (built && !existedBefore) finish();
         if (built) replaced.discard();
@@ -179,10 +166,10 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         host().creation.end();
         errorWithMessage(cancellationReport());
         stopAndRemove(wrapper);
-        passing_.reset();
+        made.folder.reset();
         return -1;
     } catch (...) {
-        passing_.reset();
+        made.folder.reset();
         errorWithMessage(std::nullopt);
         throw;
     }
@@ -191,82 +178,30 @@ int WrapperCreation::runCreation(const std::string& wrapper,
 void WrapperCreation::stopAndRemove(const std::string& wrapper) const {
     const auto stop = [this](const std::string& place) {
         NSUtilities::terminateAllCaskeryProcessesForWrapperNow(
-            place, place == ownWrapper_ ? RemovingWrapper::yes : RemovingWrapper::no);
+            place, place == made.place ? RemovingWrapper::yes : RemovingWrapper::no);
     };
     // The programs keep the path under which they were started, also after the move back.
-    if (usedTemporaryPath_) stop(*usedTemporaryPath_);
+    if (made.passingPath) stop(*made.passingPath);
     // A creation takes minutes: what lies in the wrapper's place may have been put there meanwhile.
-    const bool isElsewhere = usedTemporaryPath_ && ownWrapper_ == usedTemporaryPath_;
+    const bool isElsewhere = made.passingPath && made.place == made.passingPath;
     if (!isElsewhere && files::kindOf(wrapper) != files::Kind::none) stop(wrapper);
 }
 
-std::optional<std::string> WrapperCreation::flawOfPort(const std::optional<Result<NSPortData>>& port) {
-    if (!port) return localized("An unknown error happened. Please contact the developer.");
-    if (!*port) return port->error().message();
-    if (!(*port)->ckiVersionIsAtLeast(oldestCki)) {
-        return localized("That CKI file version is incompatible!");
-    }
-    return std::nullopt;
-}
-
-std::optional<std::string> WrapperCreation::flawOfPlace(const std::string& wrapper) {
-    const auto levels = MVString::split(wrapper, "/");
-    const bool plain =
-        std::ranges::none_of(levels, [](const auto& level) { return level == "." || level == ".."; });
-    if (!wrapper.starts_with('/') || !wrapper.ends_with(".app") || wrapper.ends_with("/.app") || !plain) {
-        return localized(
-            "The wrapper can't be created at \"%@\": a full path that ends in \".app\" is needed.",
-            {wrapper});
-    }
-    const std::string folder = files::parent(wrapper);
-    if (!MVFileManager::directoryExistsAtPath(folder)) {
-        return localized("The wrapper can't be created at \"%@\": that folder doesn't exist.", {folder});
-    }
-    if (!files::isWritable(folder)) {
-        return localized("The wrapper can't be created at \"%@\": you may not write to that folder.",
-                         {folder});
-    }
-    if (files::kindOf(wrapper) != files::Kind::none && !MVFileManager::directoryExistsAtPath(wrapper)) {
-        return localized("The wrapper can't be created at \"%@\": there is something else already.",
-                         {wrapper});
-    }
-    return std::nullopt;
-}
-
 bool WrapperCreation::shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust) {
-    if (const auto flaw = flawOfPort(port)) return errorWithMessage(flaw);
+    if (const auto checked = checkPort(port); !checked) return errorWithMessage(checked.error().message());
     const NSPortData& data = **port;
     if (trust == Trust::yes && !data.isSigned() && !MVAlert::isAnsweredYes(building::unsignedPortDialog())) {
         return errorWithMessage(localized("The Port creation was canceled!"));
     }
     // Before the user is asked to get anything ready for a build that cannot come to its end.
-    if (const auto flaw = building::flawOfInstaller(data, "")) return errorWithMessage(flaw);
+    if (const auto installer = building::checkInstaller(data, ""); !installer) {
+        return errorWithMessage(installer.error().message());
+    }
     const std::string requirements = requirementsListForPortData(data);
     if (!requirements.empty() && !MVAlert::isAnsweredYes(building::requirementsDialog(requirements))) {
         return errorWithMessage(localized("Get all the items from the list before installing that port!"));
     }
     return true;
-}
-
-std::string WrapperCreation::requirementsListForPortData(const NSPortData& port) {
-    std::vector<std::string> lines;
-    addFilesToSupply(lines, port.extraFilesBeforeInstaller);
-    addFilesToSupply(lines, port.extraFilesAfterInstaller);
-    if (port.originalInstallerNeeded) {
-        const std::string source = port.source.value_or("");
-        std::string line = localized(
-            "- The original application installer for Windows (%@ setup file from %@)",
-            {MVString::uppercased(files::extension(port.originalInstallerName.value_or(""))), source});
-        if (source == "GOG") {
-            line += localized(" (GOG games might also have BIN files, which are required as well)");
-        }
-        lines.push_back(std::move(line));
-    }
-    const std::string engine = port.engine.value_or("");
-    if (!NSCaskeryEngine::localPathForEngine(engine)) {
-        lines.push_back(localized("- Internet connection to download the port engine (%@)", {engine}));
-    }
-    return MVString::joined(lines, "\n");
 }
 
 void WrapperCreation::createBlankPortWithCompletionHandler(CompletionHandler handler) {
@@ -280,18 +215,6 @@ void WrapperCreation::createBlankPortWithCompletionHandler(CompletionHandler han
             const bool failed = createBlankWrapperAtPath(wrapper, view) != 0;
             if (handler) handler(failed, wrapper);
         });
-}
-
-std::optional<NSPortData> WrapperCreation::portOfBlank(const std::string& wrapper,
-                                                       const NSCustomPortView& view) {
-    auto port = NSPortData::customPortAtPath(wrapper, view.engine, view.DRMs, view.macDriver);
-    if (!port || view.installer == InstallerNow::yes) return port;
-    port->originalInstallerNeeded = false;
-    for (ExeEntry& exe : port->exes) {
-        // Something that every drive has, until the user says which program it is.
-        if (isProgramToChoose(exe)) exe.path = "C:/windows/explorer.exe";
-    }
-    return port;
 }
 
 int WrapperCreation::createBlankWrapperAtPath(const std::string& wrapper, const NSCustomPortView& view) {
@@ -336,14 +259,6 @@ bool WrapperCreation::errorWithMessage(const std::optional<std::string>& message
     if (message) MVAlert::showAlertErrorMessage(*message);
     host().creation.end();
     return false;
-}
-
-void WrapperCreation::setMessage(const std::string& message) const {
-    progressWindow->setMessage(message, CreatingPort::yes);
-}
-
-void WrapperCreation::setSubtitle(const std::string& subtitle) const {
-    progressWindow->setSubtitle(subtitle, CreatingPort::yes);
 }
 
 }  // namespace morvane

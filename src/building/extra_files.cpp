@@ -1,14 +1,16 @@
-// The stage that brings a port's extra files, and runs those that are to be run.
-
 #include "building/extra_files.h"
+
+// The stage that brings a port's extra files, and runs those that are to be run.
 
 #include <algorithm>
 #include <array>
 
+#include "building/archives.h"
+#include "building/build.h"
 #include "building/entry_removal.h"
 #include "building/foreseen_questions.h"
+#include "building/installation.h"
 #include "building/port_texts.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -17,6 +19,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "wrapper/archive_tools.h"
+#include "wrapper/port_manager.h"
 #include "wrapper/windows_paths.h"
 
 namespace morvane {
@@ -152,40 +155,37 @@ std::vector<std::string> suppliedFiles(const ExtraFileEntry& entry, const Target
         // The origin goes on as it stands, but is not unpacked: it may name any archive of the user's.
         return entry.origin ? std::vector<std::string>{*entry.origin} : std::vector<std::string>{};
     }
-    if (!target.path) return WrapperCreation::extractFileApart(*chosen);
+    if (!target.path) return extractFileApart(*chosen);
     // A pattern is no name for a file.
     const bool isPattern = MVString::contains(entry.origin.value_or(""), "*");
     const Target place = isPattern ? targetOf(entry, files::lastComponent(*chosen), wrapper) : target;
     const auto file = place.path ? placed(*chosen, *place.path) : std::nullopt;
-    return file ? WrapperCreation::extractFile(*file) : std::vector<std::string>{};
+    return file ? extractFile(*file) : std::vector<std::string>{};
 }
 
 /// The files that the entry yields; none after a refusal or an error that the user has been told of.
-std::vector<std::string> filesOf(const ExtraFileEntry& entry, const std::string& wrapper,
-                                 WrapperCreation& creation) {
+std::vector<std::string> filesOf(const ExtraFileEntry& entry, const std::string& wrapper, Build& build) {
     const Target target = targetOf(entry, extra_files::fileNameOf(entry), wrapper);
     if (target.refused) return {};
     if (!target.path || !extra_files::isDownloaded(entry)) return suppliedFiles(entry, target, wrapper);
     // In the folder of downloads nothing is replaced without asking, which the download does.
     if (!entry.autorun && !prepare(*target.path)) return {};
-    creation.downloadFileToPath(*entry.origin, *target.path,
-                                localized("extra file %@", {files::lastComponent(*target.path)}));
-    return entry.autorun ? WrapperCreation::extractFileApart(*target.path)
-                         : WrapperCreation::extractFile(*target.path);
+    build.downloadFileToPath(*entry.origin, *target.path,
+                             localized("extra file %@", {files::lastComponent(*target.path)}));
+    return entry.autorun ? extractFileApart(*target.path) : extractFile(*target.path);
 }
 
 }  // namespace
 
-bool WrapperCreation::downloadExtraFiles(const std::vector<ExtraFileEntry>& entries,
-                                         const NSPortManager& port) {
+bool downloadExtraFiles(Build& build, const std::vector<ExtraFileEntry>& entries, const NSPortManager& port) {
     for (const ExtraFileEntry& entry : entries) {
         host().creation.throwIfRequested();
-        const auto files = filesOf(entry, port.path, *this);
+        const auto files = filesOf(entry, port.path, build);
         if (!entry.autorun) continue;
         for (const std::string& file : files) {
             host().creation.throwIfRequested();
             if (!isProgram(file)) continue;
-            setMessage(localized("Running %@...", {file}));
+            build.setMessage(localized("Running %@...", {file}));
             removeUselessDesktopFilesCreatedOnBlock([&] { port.runWithArguments({"CKS-installer", file}); });
         }
     }

@@ -3,8 +3,19 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "ports/port_data.h"
+
+namespace morvane {
+
+class Build;
+class NSPortManager;
+
+/// True.
+bool downloadExtraFiles(Build& build, const std::vector<ExtraFileEntry>& entries, const NSPortManager& port);
+
+}  // namespace morvane
 
 namespace morvane::extra_files {
 

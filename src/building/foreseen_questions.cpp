@@ -1,7 +1,7 @@
 #include "building/foreseen_questions.h"
 
+#include "building/port_checks.h"
 #include "building/tools.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "foundation/name_patterns.h"
@@ -42,7 +42,7 @@ Dialog foreignPortDialog() {
 SavePanel placePanel(const std::string& proposedName) {
     SavePanel panel;
     panel.title = localized("Create Port at...");
-    panel.startFolder = WrapperCreation::folderForNewPorts();
+    panel.startFolder = folderForNewPorts();
     panel.proposedName = proposedName;
     panel.types = {"app"};
     return panel;

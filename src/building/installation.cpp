@@ -1,3 +1,5 @@
+#include "building/installation.h"
+
 // The stage that finds the game's own installer and runs it inside the wrapper.
 
 #include <algorithm>
@@ -5,10 +7,10 @@
 #include <chrono>
 #include <set>
 
+#include "building/build.h"
 #include "building/entry_removal.h"
 #include "building/foreseen_questions.h"
 #include "building/program_check.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -18,6 +20,8 @@
 #include "platform/host.h"
 #include "platform/volumes.h"
 #include "ports/exe_selection.h"
+#include "wrapper/launch_check.h"
+#include "wrapper/port_manager.h"
 #include "wrapper/windows_paths.h"
 
 namespace morvane {
@@ -68,11 +72,10 @@ std::optional<std::string> installerByChoice(const std::string& expectedName, co
     const OpenPanel panel = building::installerPanel(expectedName);
     for (;;) {
         const auto chosen = MVAlert::chooseFiles(panel);
-        const auto flaw = chosen.empty() ? std::nullopt : building::flawOfProgram(chosen.front(), wrapper);
-        if (flaw) {
-            MVAlert::showAlertErrorMessage(*flaw);
-        } else if (!chosen.empty()) {
-            return chosen.front();
+        if (!chosen.empty()) {
+            const auto checked = checkMachine(chosen.front(), wrapper);
+            if (checked) return chosen.front();
+            MVAlert::showAlertErrorMessage(checked.error().message());
         } else if (MVAlert::isAnsweredYes(building::noInstallerDialog())) {
             return std::nullopt;
         }
@@ -85,7 +88,7 @@ std::optional<std::string> installerByChoice(const std::string& expectedName, co
 std::optional<std::string> findInstaller(const std::optional<std::string>& name,
                                          const std::optional<std::string>& source,
                                          const std::string& wrapper) {
-    if (auto installer = WrapperCreation::foundInstaller(name, source)) return installer;
+    if (auto installer = foundInstaller(name, source)) return installer;
     return installerByChoice(building::installerNameIn(name), wrapper);
 }
 
@@ -104,8 +107,8 @@ class RepeatingTimer {
 
 }  // namespace
 
-std::optional<std::string> WrapperCreation::foundInstaller(const std::optional<std::string>& name,
-                                                           const std::optional<std::string>& source) {
+std::optional<std::string> foundInstaller(const std::optional<std::string>& name,
+                                          const std::optional<std::string>& source) {
     // An empty name is no name: as a pattern it would run whatever lies first in the folder of downloads.
     if (!name || name->empty()) return std::nullopt;
     const auto places = placesToSearch(source);
@@ -113,17 +116,17 @@ std::optional<std::string> WrapperCreation::foundInstaller(const std::optional<s
     return installer || source != "CD" ? installer : installerByAutorun(places);
 }
 
-bool WrapperCreation::installApp(const std::optional<std::string>& installerName,
-                                 const std::optional<std::string>& source, const NSPortManager& port) {
+bool installApp(Build& build, const std::optional<std::string>& installerName,
+                const std::optional<std::string>& source, const NSPortManager& port) {
     const auto installer = findInstaller(installerName, source, port.path);
     if (!installer) return true;
-    setMessage(localized("Running %@...", {*installer}));
+    build.setMessage(localized("Running %@...", {*installer}));
     const std::string note = localized("IMPORTANT NOTE: Don’t launch the app after the installation.");
     if (source == "GOG") {
-        setSubtitle(filled(
+        build.setSubtitle(filled(
             "%@ %@", {note, localized("GOG games might prompt some errors in the end, but that's normal.")}));
     } else {
-        setSubtitle(note);
+        build.setSubtitle(note);
     }
     removeUselessDesktopFilesCreatedOnBlock([&port, &installer] {
         port.runWithArguments({"CKS-installer", *installer});
@@ -131,24 +134,23 @@ bool WrapperCreation::installApp(const std::optional<std::string>& installerName
     return true;
 }
 
-bool WrapperCreation::runInstaller(const std::string& installer, const std::string& flags,
-                                   const NSPortManager& port) {
+bool runInstaller(const std::string& installer, const std::string& flags, const NSPortManager& port) {
     const RepeatingTimer timer([wrapper = port.path] { keepWindowInFrontForAppOfTimer(wrapper); });
     removeUselessDesktopFilesCreatedOnBlock([&] { port.runEXE(installer, flags); });
     return true;
 }
 
-void WrapperCreation::keepWindowInFrontForAppOfTimer(const std::string& wrapper) {
+void keepWindowInFrontForAppOfTimer(const std::string& wrapper) {
     host().userInterface.bringToFront(wrapper);
 }
 
-std::vector<std::string> WrapperCreation::desktopFolderBeforeExtraction() {
+std::vector<std::string> desktopFolderBeforeExtraction() {
     const std::string& desktop = host().folders.desktop;
     if (!MVFileManager::directoryExistsAtPath(desktop)) return {};
     return MVFileManager::contentsOfDirectoryAtPath(desktop);
 }
 
-void WrapperCreation::removeAllFromDesktopFolderAfterExtractionExcept(const std::vector<std::string>& names) {
+void removeAllFromDesktopFolderAfterExtractionExcept(const std::vector<std::string>& names) {
     const std::set<std::string> before(names.begin(), names.end());
     for (const std::string& name : desktopFolderBeforeExtraction()) {
         if (before.contains(name) || !isShortcut(name)) continue;
@@ -157,7 +159,7 @@ void WrapperCreation::removeAllFromDesktopFolderAfterExtractionExcept(const std:
     }
 }
 
-void WrapperCreation::removeUselessDesktopFilesCreatedOnBlock(const std::function<void()>& work) {
+void removeUselessDesktopFilesCreatedOnBlock(const std::function<void()>& work) {
     const std::string& desktop = host().folders.desktop;
     // Without knowing what was there before, every shortcut of the user would count as new.
     if (MVFileManager::directoryExistsAtPath(desktop) && !files::list(desktop)) {
@@ -175,7 +177,7 @@ void WrapperCreation::removeUselessDesktopFilesCreatedOnBlock(const std::functio
     removeAllFromDesktopFolderAfterExtractionExcept(before);
 }
 
-bool WrapperCreation::relativePathsAreInExes(const std::vector<ExeEntry>& exes) {
+bool relativePathsAreInExes(const std::vector<ExeEntry>& exes) {
     return std::any_of(exes.begin(), exes.end(), [](const ExeEntry& exe) {
         const std::string program = NSUtilities::getFileNameOfWindowsPath(exe.path);
         return MVString::contains(program, "*") || program == "C:/nothing.exe";

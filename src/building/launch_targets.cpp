@@ -1,9 +1,12 @@
+#include "building/launch_targets.h"
+
 // The programs of a port: the wrapper's own launch target, and small launcher applications for the others.
 
+#include "building/build.h"
 #include "building/entry_removal.h"
 #include "building/foreseen_questions.h"
+#include "building/main_program.h"
 #include "building/port_texts.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -13,6 +16,7 @@
 #include "platform/files.h"
 #include "wrapper/archive_tools.h"
 #include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
 #include "wrapper/registry.h"
 #include "wrapper/windows_paths.h"
 
@@ -134,11 +138,11 @@ std::string colourDepth(const std::string& colours) {
 
 }  // namespace
 
-bool WrapperCreation::isProgramToChoose(const ExeEntry& exe) {
+bool isProgramToChoose(const ExeEntry& exe) {
     return commandLineOf(exe).program == unknownProgram;
 }
 
-bool WrapperCreation::saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port) {
+bool saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port) {
     const std::string& wrapper = port.path;
     for (const ExeEntry& exe : exes) {
         if (!isUsable(exe)) continue;
@@ -171,8 +175,7 @@ bool WrapperCreation::saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager&
     return true;
 }
 
-void WrapperCreation::setMainExeDataAtPort(NSPortManager& target, const ExeEntry& exe,
-                                           const std::string& wrapper) {
+void setMainExeDataAtPort(NSPortManager& target, const ExeEntry& exe, const std::string& wrapper) {
     CommandLine command = commandLineOf(exe);
     if (command.program == unknownProgram) command.program = chosenProgram(exe, wrapper);
     addSteamFlags(command);
@@ -185,7 +188,7 @@ void WrapperCreation::setMainExeDataAtPort(NSPortManager& target, const ExeEntry
     writeWindowsVersion(command.program, exe, wrapper);
 }
 
-void WrapperCreation::setScreenOptionsAtPort(NSPortManager& target, const ExeEntry& exe) {
+void setScreenOptionsAtPort(NSPortManager& target, const ExeEntry& exe) {
     const std::string withoutDesktop = "novdx" + colourDepth(exe.colours) + "sleep0";
     const bool automatic = exe.automatic != 0;
     target.set(wrapper_keys::useRandR, automatic);
@@ -195,7 +198,7 @@ void WrapperCreation::setScreenOptionsAtPort(NSPortManager& target, const ExeEnt
                                              : withoutDesktop);
 }
 
-void WrapperCreation::createAliasToCustomEXE(const std::string& application, const std::string& wrapper) {
+void createAliasToCustomEXE(const std::string& application, const std::string& wrapper) {
     const std::string name = files::lastComponent(application);
     const std::string link = files::join(files::parent(wrapper), name);
     const std::string destination = files::lastComponent(wrapper) + "/" + name;

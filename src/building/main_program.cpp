@@ -1,12 +1,15 @@
+#include "building/main_program.h"
+
 // The stage that makes sure that the program which the wrapper starts is there.
 
-#include "building/wrapper_creation.h"
+#include "building/build.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "foundation/name_patterns.h"
 #include "foundation/text.h"
 #include "platform/files.h"
+#include "wrapper/port_manager.h"
 #include "wrapper/windows_paths.h"
 
 namespace morvane {
@@ -24,7 +27,7 @@ std::optional<std::string> alternateMainExePath(NSPortManager& port, std::size_t
     auto levels = MVString::split(*program, "/");
     if (levels.size() < 3) return program;
     levels[variableLevel] = "*";
-    auto completed = WrapperCreation::completeWindowsPath("C:" + MVString::joined(levels, "/"), port.path);
+    auto completed = completeWindowsPath("C:" + MVString::joined(levels, "/"), port.path);
     if (!completed || completed->size() < 3) return completed;
     port.set(wrapper_keys::program, completed->substr(2));
     port.synchronizePlist();
@@ -33,8 +36,8 @@ std::optional<std::string> alternateMainExePath(NSPortManager& port, std::size_t
 
 }  // namespace
 
-std::optional<std::string> WrapperCreation::confirmMainExePathForPort(
-    NSPortManager& port, const std::optional<std::string>& source) {
+std::optional<std::string> confirmMainExePathForPort(NSPortManager& port,
+                                                     const std::optional<std::string>& source) {
     const bool isGog = source == "GOG";
     const auto expected = mainExePathFromPort(port);
     if (exists(expected)) return expected;
@@ -55,22 +58,21 @@ std::optional<std::string> WrapperCreation::confirmMainExePathForPort(
     return expected;
 }
 
-std::optional<std::string> WrapperCreation::mainExePathFromPort(const NSPortManager& port) {
+std::optional<std::string> mainExePathFromPort(const NSPortManager& port) {
     const auto program = port.find(wrapper_keys::program);
     if (!program) return std::nullopt;
     return NSUtilities::getMacPathForWindowsPath("C:" + *program, port.path);
 }
 
-std::optional<std::string> WrapperCreation::alternateMainExePathForPort(NSPortManager& port) {
+std::optional<std::string> alternateMainExePathForPort(NSPortManager& port) {
     return alternateMainExePath(port, 1);
 }
 
-std::optional<std::string> WrapperCreation::alternateMainExePathForGOGPort(NSPortManager& port) {
+std::optional<std::string> alternateMainExePathForGOGPort(NSPortManager& port) {
     return alternateMainExePath(port, 2);
 }
 
-std::optional<std::string> WrapperCreation::completeWindowsPath(const std::string& windowsPath,
-                                                                const std::string& wrapper) {
+std::optional<std::string> completeWindowsPath(const std::string& windowsPath, const std::string& wrapper) {
     const auto driveC = NSUtilities::getMacPathForWindowsPath("C:/", wrapper);
     if (!driveC || windowsPath.size() < 3) return std::nullopt;
     const std::string pattern = MVString::replacedAll(windowsPath.substr(3), "\\", "/");

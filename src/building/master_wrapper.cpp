@@ -1,9 +1,11 @@
+#include "building/master_wrapper.h"
+
 #include <chrono>
 #include <cstdint>
 #include <string_view>
 
+#include "building/build.h"
 #include "building/tools.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -39,12 +41,6 @@ bool isOnDisk(const std::optional<std::string>& version) {
     return version && MVFileManager::directoryExistsAtPath(masterWrapper(*version));
 }
 
-/// The version in the master folder; the newest one where several lie there, which an update leaves when it
-/// is killed between the new wrapper's arrival and the old one's removal.
-std::optional<std::string> versionOnDisk(const std::optional<std::string>& newest) {
-    return isOnDisk(newest) ? newest : WrapperCreation::getCurrentCaskeryVersion();
-}
-
 /// Master wrappers and their archives; the folder is shared with other tools and may hold a user's own files.
 bool isOfMasterWrapper(const std::string& name) {
     const bool archive = name.ends_with(".tar") || name.ends_with(".7z");
@@ -61,116 +57,10 @@ void removeMasterWrappersExcept(const std::string& version) {
     }
 }
 
-}  // namespace
-
-WrapperCreation::WrapperCreation(std::shared_ptr<NSProgressView> progress)
-    : Download(std::move(progress)),
-      newestCaskery(getNewestCaskeryVersion()),
-      currentCaskery(versionOnDisk(newestCaskery)) {}
-
-std::optional<std::string> WrapperCreation::getNewestCaskeryVersion() {
-    auto& cache = host().newestMasterWrapper;
-    const MutexLock lock(cache.mutex);
-    if (cache.value || !building::siteIsReachable()) return cache.value;
-    const auto answer =
-        http::fetch({.url = host().sites.caskery + "Wrapper/NewestVersion.txt" + building::cacheBuster(),
-                     .idleTimeout = longestSilence,
-                     .longestBody = longestVersionFile});
-    if (!answer.error.empty() || !MVString::isValidUtf8(answer.body)) return std::nullopt;
-    const std::string version = MVString::replacedAll(MVString::replacedAll(answer.body, "\n", ""), "\r", "");
-    if (version.size() < shortestVersion || !version.starts_with(technology)) return std::nullopt;
-    // The version becomes a file name: an answer that leads elsewhere is as good as none.
-    if (!pathInside(layout::masterFolder(), version + ".tar.7z", Levels::one, version)) return {};
-    cache.value = version;
-    return version;
-}
-
-std::optional<std::string> WrapperCreation::getCurrentCaskeryVersion() {
-    const std::string folder = layout::masterFolder();
-    if (!MVFileManager::directoryExistsAtPath(folder)) return std::nullopt;
-    std::optional<std::string> wrapper, archive;
-    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(folder)) {
-        if (!isOfMasterWrapper(name)) continue;
-        std::string version = name;
-        for (const char* ending : {".app", ".tar", ".7z"})
-            version = MVString::replacedAll(version, ending, "");
-        (isOnDisk(version) ? wrapper : archive) = version;
-    }
-    // A finished wrapper is worth more than an archive that a download has left, which may be broken.
-    return wrapper ? wrapper : archive;
-}
-
-MasterWrapperSource WrapperCreation::masterWrapperSource() const {
-    using Kind = MasterWrapperSource::Kind;
-    const bool canAsk = newestCaskery && building::siteIsReachable();
-    const auto& version = canAsk ? newestCaskery : currentCaskery;
-    if (isOnDisk(version)) return {Kind::onDisk, masterWrapper(*version)};
-    // A cancelled unpacking has left it.
-    if (canAsk && archives::isWhole(masterArchive(*version))) return {Kind::archive, masterArchive(*version)};
-    if (canAsk) {
-        return {Kind::download, host().sites.caskery + "Wrapper/" +
-                                    MVString::stringToWebStructure(*newestCaskery) + ".app.tar.7z"};
-    }
-    const bool hasArchive = version && MVFileManager::regularFileExistsAtPath(masterArchive(*version));
-    return {hasArchive ? Kind::archive : Kind::none, version ? masterArchive(*version) : ""};
-}
-
-bool WrapperCreation::updateCaskery() {
-    const auto failed = [this](const std::optional<std::string>& message) {
-        if (message) MVAlert::showAlertErrorMessage(*message);
-        currentCaskery = versionOnDisk(newestCaskery);
-        return false;
-    };
-    if (!MVFileManager::directoryExistsAtPath(layout::masterFolder()) &&
-        !MVFileManager::createDirectoryAtPath(layout::masterFolder(), IntermediateFolders::yes)) {
-        return failed(std::nullopt);
-    }
-    bool unpacked = false;
-    for (int pass = 0;; ++pass) {
-        host().creation.throwIfRequested();
-        currentCaskery = versionOnDisk(newestCaskery);
-        if (unpacked && (!newestCaskery || isOnDisk(newestCaskery))) break;
-        if (pass == masterWrapperPasses)
-            return failed(localized("Caskery Master Wrapper extraction failed!"));
-
-        const MasterWrapperSource source = masterWrapperSource();
-        if (source.kind == MasterWrapperSource::Kind::onDisk) return true;
-        if (source.kind == MasterWrapperSource::Kind::download) {
-            setMessage(localized("Updating Caskery Master Wrapper..."));
-            const std::string archive = masterArchive(*newestCaskery);
-            // What lies there is no use, or it would have been taken: nobody needs to be asked about it.
-            if (files::kindOf(archive) != files::Kind::none) {
-                // Without 7-Zip, nothing could be said of it.
-                if (!archives::archiveToolWorks("7z")) return failed(std::nullopt);
-                MVFileManager::removeItemAtPath(archive);
-            }
-            downloadFile(source.place + building::cacheBuster(), archive, Silence::no);
-            // The old master wrapper stays until the new one has been unpacked: the archive may be broken,
-            // and then the user would be left without any.
-            if (MVFileManager::regularFileExistsAtPath(archive)) currentCaskery = newestCaskery;
-        } else if (newestCaskery && source.place == masterArchive(*newestCaskery)) {
-            currentCaskery = newestCaskery;
-        }
-        if (!currentCaskery || !MVFileManager::regularFileExistsAtPath(masterArchive(*currentCaskery))) {
-            return failed(localized("Caskery Master Wrapper download failed!"));
-        }
-        switch (unpackMasterWrapper(*currentCaskery)) {
-            case UnpackedMasterWrapper::failed:
-                return failed(std::nullopt);
-            case UnpackedMasterWrapper::broken:
-                break;
-            case UnpackedMasterWrapper::done:
-                unpacked = true;
-        }
-        MVFileManager::removeItemAtPath(masterArchive(*currentCaskery));
-    }
-    if (!isOnDisk(currentCaskery)) return failed(localized("Caskery Master Wrapper extraction failed!"));
-    if (isOnDisk(newestCaskery)) removeMasterWrappersExcept(*newestCaskery);
-    return true;
-}
-
-WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(const std::string& version) {
-    setMessage(localized("Extracting Wrapper %@...", {version}));
+enum class UnpackedMasterWrapper { failed, broken, done };
+/// One unpacking of the archive in the master folder; broken when the user wants it downloaded again.
+UnpackedMasterWrapper unpackMasterWrapper(Build& build, const std::string& version) {
+    build.setMessage(localized("Extracting Wrapper %@...", {version}));
     if (!archives::archiveToolWorks("7za")) return UnpackedMasterWrapper::failed;
     const archives::UnpackingFolder unpacking;
     if (unpacking.path.empty()) return UnpackedMasterWrapper::failed;
@@ -193,7 +83,7 @@ WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(cons
         return UnpackedMasterWrapper::failed;
     }
     const bool whole = archives::unpackTar(*tar, inner);
-    setMessage(localized("Creating Wrapper %@...", {version}));
+    build.setMessage(localized("Creating Wrapper %@...", {version}));
     const std::string unpackedWrapper = files::join(inner, version + ".app");
     // A link would make every new wrapper one and the same.
     if (!whole || files::kindOf(unpackedWrapper) != files::Kind::folder) return UnpackedMasterWrapper::done;
@@ -203,19 +93,128 @@ WrapperCreation::UnpackedMasterWrapper WrapperCreation::unpackMasterWrapper(cons
     return UnpackedMasterWrapper::done;
 }
 
-bool WrapperCreation::copyingMasterWrapperToPath(const std::string& wrapper) {
-    ownWrapper_.reset();
+}  // namespace
+
+std::optional<std::string> getNewestCaskeryVersion() {
+    auto& cache = host().newestMasterWrapper;
+    const MutexLock lock(cache.mutex);
+    if (cache.value || !building::siteIsReachable()) return cache.value;
+    const auto answer =
+        http::fetch({.url = host().sites.caskery + "Wrapper/NewestVersion.txt" + building::cacheBuster(),
+                     .idleTimeout = longestSilence,
+                     .longestBody = longestVersionFile});
+    if (!answer.error.empty() || !MVString::isValidUtf8(answer.body)) return std::nullopt;
+    const std::string version = MVString::replacedAll(MVString::replacedAll(answer.body, "\n", ""), "\r", "");
+    if (version.size() < shortestVersion || !version.starts_with(technology)) return std::nullopt;
+    // The version becomes a file name: an answer that leads elsewhere is as good as none.
+    if (!pathInside(layout::masterFolder(), version + ".tar.7z", Levels::one, version)) return {};
+    cache.value = version;
+    return version;
+}
+
+std::optional<std::string> masterWrapperOnDisk(const std::optional<std::string>& newest) {
+    return isOnDisk(newest) ? newest : getCurrentCaskeryVersion();
+}
+
+std::optional<std::string> getCurrentCaskeryVersion() {
+    const std::string folder = layout::masterFolder();
+    if (!MVFileManager::directoryExistsAtPath(folder)) return std::nullopt;
+    std::optional<std::string> wrapper, archive;
+    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(folder)) {
+        if (!isOfMasterWrapper(name)) continue;
+        std::string version = name;
+        for (const char* ending : {".app", ".tar", ".7z"})
+            version = MVString::replacedAll(version, ending, "");
+        (isOnDisk(version) ? wrapper : archive) = version;
+    }
+    // A finished wrapper is worth more than an archive that a download has left, which may be broken.
+    return wrapper ? wrapper : archive;
+}
+
+MasterWrapperSource masterWrapperSource(const Build& build) {
+    using Kind = MasterWrapperSource::Kind;
+    const bool canAsk = build.newestCaskery && building::siteIsReachable();
+    const auto& version = canAsk ? build.newestCaskery : build.currentCaskery;
+    if (isOnDisk(version)) return {Kind::onDisk, masterWrapper(*version)};
+    // A cancelled unpacking has left it.
+    if (canAsk && archives::isWhole(masterArchive(*version))) return {Kind::archive, masterArchive(*version)};
+    if (canAsk) {
+        return {Kind::download, host().sites.caskery + "Wrapper/" +
+                                    MVString::stringToWebStructure(*build.newestCaskery) + ".app.tar.7z"};
+    }
+    const bool hasArchive = version && MVFileManager::regularFileExistsAtPath(masterArchive(*version));
+    return {hasArchive ? Kind::archive : Kind::none, version ? masterArchive(*version) : ""};
+}
+
+bool updateCaskery(Build& build) {
+    const auto failed = [&build](const std::optional<std::string>& message) {
+        if (message) MVAlert::showAlertErrorMessage(*message);
+        build.currentCaskery = masterWrapperOnDisk(build.newestCaskery);
+        return false;
+    };
+    if (!MVFileManager::directoryExistsAtPath(layout::masterFolder()) &&
+        !MVFileManager::createDirectoryAtPath(layout::masterFolder(), IntermediateFolders::yes)) {
+        return failed(std::nullopt);
+    }
+    bool unpacked = false;
+    for (int pass = 0;; ++pass) {
+        host().creation.throwIfRequested();
+        build.currentCaskery = masterWrapperOnDisk(build.newestCaskery);
+        if (unpacked && (!build.newestCaskery || isOnDisk(build.newestCaskery))) break;
+        if (pass == masterWrapperPasses)
+            return failed(localized("Caskery Master Wrapper extraction failed!"));
+
+        const MasterWrapperSource source = masterWrapperSource(build);
+        if (source.kind == MasterWrapperSource::Kind::onDisk) return true;
+        if (source.kind == MasterWrapperSource::Kind::download) {
+            build.setMessage(localized("Updating Caskery Master Wrapper..."));
+            const std::string archive = masterArchive(*build.newestCaskery);
+            // What lies there is no use, or it would have been taken: nobody needs to be asked about it.
+            if (files::kindOf(archive) != files::Kind::none) {
+                // Without 7-Zip, nothing could be said of it.
+                if (!archives::archiveToolWorks("7z")) return failed(std::nullopt);
+                MVFileManager::removeItemAtPath(archive);
+            }
+            build.downloadFile(source.place + building::cacheBuster(), archive, Silence::no);
+            // The old master wrapper stays until the new one has been unpacked: the archive may be broken,
+            // and then the user would be left without any.
+            if (MVFileManager::regularFileExistsAtPath(archive)) build.currentCaskery = build.newestCaskery;
+        } else if (build.newestCaskery && source.place == masterArchive(*build.newestCaskery)) {
+            build.currentCaskery = build.newestCaskery;
+        }
+        if (!build.currentCaskery ||
+            !MVFileManager::regularFileExistsAtPath(masterArchive(*build.currentCaskery))) {
+            return failed(localized("Caskery Master Wrapper download failed!"));
+        }
+        switch (unpackMasterWrapper(build, *build.currentCaskery)) {
+            case UnpackedMasterWrapper::failed:
+                return failed(std::nullopt);
+            case UnpackedMasterWrapper::broken:
+                break;
+            case UnpackedMasterWrapper::done:
+                unpacked = true;
+        }
+        MVFileManager::removeItemAtPath(masterArchive(*build.currentCaskery));
+    }
+    if (!isOnDisk(build.currentCaskery))
+        return failed(localized("Caskery Master Wrapper extraction failed!"));
+    if (isOnDisk(build.newestCaskery)) removeMasterWrappersExcept(*build.newestCaskery);
+    return true;
+}
+
+bool copyingMasterWrapperToPath(Build& build, const std::string& wrapper) {
+    build.made.place.reset();
     if (MVFileManager::fileExistsAtPath(wrapper)) return true;
-    if (!isOnDisk(currentCaskery)) {
+    if (!isOnDisk(build.currentCaskery)) {
         MVAlert::showAlertErrorMessage(localized(
             "Something strange happened. The master wrapper was there a second ago, but now it's gone! "
             "Download Caskery Forge and press the Update button."));
         return false;
     }
-    const std::string source = masterWrapper(*currentCaskery);
+    const std::string source = masterWrapper(*build.currentCaskery);
     // Half a copy would pass for an existing wrapper the next time.
     if (!archives::copyWhole(files::resolved(source).value_or(source), wrapper)) return false;
-    ownWrapper_ = wrapper;
+    build.made.place = wrapper;
     MVTask::ignoreEnding(MVTask::runProgram(
         "chmod", "/", std::vector<std::string>{"+x", Wrapper(wrapper).settingsTool()}, Wait::yes));
     if (MVFileManager::fileExistsAtPath(wrapper)) return true;
@@ -230,12 +229,6 @@ bool WrapperCreation::copyingMasterWrapperToPath(const std::string& wrapper) {
             "different folder, like your Desktop."));
     }
     return false;
-}
-
-bool WrapperCreation::downloadFileToPath(const std::string& url, const std::string& path,
-                                         const std::string& type) {
-    setMessage(localized("Downloading %@...", {type}));
-    return downloadFile(url, path, Silence::no);
 }
 
 }  // namespace morvane

@@ -1,7 +1,8 @@
 #include "building/needed_resources.h"
 
+#include "building/master_wrapper.h"
+#include "building/build.h"
 #include "building/tools.h"
-#include "building/wrapper_creation.h"
 #include "foundation/localization.h"
 #include "foundation/threads.h"
 #include "platform/files.h"
@@ -35,9 +36,9 @@ void NSNeededResourcesWindow::reloadContents() {
 }
 
 NSNeededResourcesWindow::Status NSNeededResourcesWindow::caskeryWrapperIsUpdated() {
-    const auto newest = WrapperCreation::getNewestCaskeryVersion();
+    const auto newest = getNewestCaskeryVersion();
     if (!newest) return Status::unknown;
-    return WrapperCreation::getCurrentCaskeryVersion() == newest ? Status::fine : Status::missing;
+    return getCurrentCaskeryVersion() == newest ? Status::fine : Status::missing;
 }
 
 bool NSNeededResourcesWindow::isHomeFolderWritable() {
@@ -76,7 +77,8 @@ void NSNeededResourcesWindow::fixRow(std::size_t row) {
     }
     progressWindow_->setMessage(localized("Updating Caskery..."), CreatingPort::no);
     progressWindow_->showCreatingPort(CreatingPort::no);
-    WrapperCreation(progressWindow_).updateCaskery();
+    Build build(progressWindow_);
+    updateCaskery(build);
     progressWindow_->closeCreatingPort(CreatingPort::no);
     reloadContents();
 }

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <vector>
 
+#include "building/master_wrapper.h"
 #include "building/tools.h"
 #include "building/wrapper_creation.h"
 #include "engines/wrapper_updater.h"
@@ -92,8 +93,8 @@ void endLeftovers(const std::string& away) {
 }  // namespace
 
 std::optional<OutdatedWrapper> outdatedWrapper(const std::string& wrapper) {
-    auto newest = WrapperCreation::getNewestCaskeryVersion();
-    if (!newest) newest = WrapperCreation::getCurrentCaskeryVersion();
+    auto newest = getNewestCaskeryVersion();
+    if (!newest) newest = getCurrentCaskeryVersion();
     if (!newest) return std::nullopt;
     auto version = WrapperUpdater::versionBeforeUnfinishedUpdate(wrapper);
     if (!version) version = findSetting(LibraryItem(wrapper), wrapper_keys::bundleVersion).value_or("");
@@ -127,7 +128,7 @@ WrapperUpdate updateOutdatedWrapper(const std::string& path, WrapperCreation& cr
         return failing(localized("No master wrapper is known: the download site can't be reached."));
     }
     if (!outdatedWrapper(wrapper) && !WrapperUpdater::needsRepair(wrapper)) return WrapperUpdate::upToDate;
-    if (!creation.updateCaskery() || !creation.currentCaskery) return WrapperUpdate::failed;
+    if (!updateCaskery(creation) || !creation.currentCaskery) return WrapperUpdate::failed;
     return updateTo(wrapper, *creation.currentCaskery, *creation.progressWindow);
 }
 

@@ -5,11 +5,12 @@
 #include "building/configuration_stages.h"
 #include "building/engine_store.h"
 #include "building/foreseen_questions.h"
-#include "building/wrapper_creation.h"
+#include "building/installation.h"
 #include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "wrapper/launch_check.h"
 #include "wrapper/layout.h"
 #include "wrapper/program_header.h"
 
@@ -19,7 +20,7 @@ namespace {
 std::optional<std::string> knownInstaller(const NSPortData& port) {
     const auto stages = configurationStages(port);
     if (std::ranges::find(stages, ConfigurationStage::installer) == stages.end()) return std::nullopt;
-    if (auto found = WrapperCreation::foundInstaller(port.originalInstallerName, port.source)) return found;
+    if (auto found = foundInstaller(port.originalInstallerName, port.source)) return found;
     auto chosen =
         host().userInterface.knownChoice(installerPanel(installerNameIn(port.originalInstallerName)));
     return chosen.empty() ? std::nullopt : std::optional(std::move(chosen));
@@ -31,26 +32,20 @@ std::string installerNameIn(const std::optional<std::string>& originalInstallerN
     return originalInstallerName ? MVString::split(*originalInstallerName, "/").back() : "";
 }
 
-std::optional<std::string> flawOfProgram(const std::string& program, const std::string& wrapper) {
+Result<> checkProgramForEngine(const std::string& program, const std::string& engine) {
     const Machine machine = machineOf(program);
-    if (prefixRuns(wrapper + layout::resources, machine)) return std::nullopt;
-    return localized(refusalOf(machine), {program});
+    if (machine == Machine::none || machine == Machine::any || machine == Machine::x64) return {};
+    if (storedEngineRuns(engine, machine)) return {};
+    return Failure{localized(refusalOf(machine), {program})};
 }
 
-std::optional<std::string> flawOfProgramForEngine(const std::string& program, const std::string& engine) {
-    const Machine machine = machineOf(program);
-    if (machine == Machine::none || machine == Machine::any || machine == Machine::x64) return std::nullopt;
-    if (storedEngineRuns(engine, machine)) return std::nullopt;
-    return localized(refusalOf(machine), {program});
-}
-
-std::optional<std::string> flawOfInstaller(const NSPortData& port, const std::string& wrapper) {
+Result<> checkInstaller(const NSPortData& port, const std::string& wrapper) {
     const auto installer = knownInstaller(port);
-    if (!installer) return std::nullopt;
+    if (!installer) return {};
     if (files::kindBehind(wrapper + layout::systemRegistry) == files::Kind::file) {
-        return flawOfProgram(*installer, wrapper);
+        return checkMachine(*installer, wrapper);
     }
-    return flawOfProgramForEngine(*installer, engineForWrapper(port.engine.value_or(""), wrapper));
+    return checkProgramForEngine(*installer, engineForWrapper(port.engine.value_or(""), wrapper));
 }
 
 }  // namespace morvane::building

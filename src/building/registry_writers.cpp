@@ -1,3 +1,5 @@
+#include "building/registry_writers.h"
+
 // The writers of a wrapper's registry, and of what belongs to their keys: drive links and file associations.
 
 #include <algorithm>
@@ -5,9 +7,9 @@
 #include <cstdint>
 #include <set>
 
+#include "building/build.h"
 #include "building/entry_removal.h"
 #include "building/port_texts.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
@@ -16,6 +18,7 @@
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
 #include "wrapper/registry.h"
 
 namespace morvane {
@@ -164,27 +167,26 @@ std::optional<std::int64_t> megabytes(std::string_view memory) {
 
 }  // namespace
 
-bool WrapperCreation::saveMacDriver(bool use, const std::string& wrapper) {
+bool saveMacDriver(bool use, const std::string& wrapper) {
     NSUtilities::replaceRegistryStrings(R"([Software\\Wine\\Drivers])", {{"Graphics", use ? "mac" : "x11"}},
                                         "user", wrapper);
     return true;
 }
 
-bool WrapperCreation::saveDirect3DBoost(bool use, const std::string& wrapper) {
+bool saveDirect3DBoost(bool use, const std::string& wrapper) {
     NSUtilities::replaceRegistryStrings(direct3DKey, {{"CSMT", use ? "enabled" : "disabled"}}, "user",
                                         wrapper);
     return true;
 }
 
-bool WrapperCreation::saveDecorateWindow(bool decorate, const std::string& wrapper) {
+bool saveDecorateWindow(bool decorate, const std::string& wrapper) {
     const std::string answer = decorate ? "Y" : "N";
     NSUtilities::replaceRegistryStrings(R"([Software\\Wine\\X11 Driver])",
                                         {{"Managed", answer}, {"Decorated", answer}}, "user", wrapper);
     return true;
 }
 
-bool WrapperCreation::saveDrives(const std::optional<std::vector<DriveEntry>>& drives,
-                                 const std::string& wrapper) {
+bool saveDrives(const std::optional<std::vector<DriveEntry>>& drives, const std::string& wrapper) {
     if (!drives || drives->empty()) return true;
     const std::string links = wrapper + layout::dosdevices;
     if (files::kindOf(links) == files::Kind::link) {
@@ -213,8 +215,7 @@ bool WrapperCreation::saveDrives(const std::optional<std::vector<DriveEntry>>& d
     return true;
 }
 
-bool WrapperCreation::saveExtensions(const std::optional<std::vector<ExtensionEntry>>& extensions,
-                                     NSPortManager& port) {
+bool saveExtensions(const std::optional<std::vector<ExtensionEntry>>& extensions, NSPortManager& port) {
     if (!extensions) return true;
     std::vector<std::string> associations;
     for (const ExtensionEntry& entry : *extensions)
@@ -224,10 +225,10 @@ bool WrapperCreation::saveExtensions(const std::optional<std::vector<ExtensionEn
     return true;
 }
 
-bool WrapperCreation::saveOverridesForPortData(const NSPortData& data, NSPortManager& port) {
+bool saveOverridesForPortData(Build& build, const NSPortData& data, NSPortManager& port) {
     port.set(wrapper_keys::tryToUseGPUInfo, false);
     port.synchronizePlist();
-    setMessage(localized("Overriding registries..."));
+    build.setMessage(localized("Overriding registries..."));
     Array overrides;
     for (const Value& element : data.overrides) {
         const auto* fragment = element.as<std::string>();
@@ -238,14 +239,14 @@ bool WrapperCreation::saveOverridesForPortData(const NSPortData& data, NSPortMan
             port_texts::refuse(*fragment, "the registry lines of a key (Overrides)");
     }
     NSUtilities::saveUserOverrides(overrides, port.path);
-    setMessage(localized("Setting video memory size manually..."));
+    build.setMessage(localized("Setting video memory size manually..."));
     settingVideoCardMemorySizeAtPort(port);
-    setMessage(localized("Cleaning Auto-Run apps list..."));
+    build.setMessage(localized("Cleaning Auto-Run apps list..."));
     removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(port.path);
     return true;
 }
 
-bool WrapperCreation::settingVideoCardMemorySizeAtPort(const NSPortManager& port) {
+bool settingVideoCardMemorySizeAtPort(const NSPortManager& port) {
     const auto memory = NSComputerInformation::graphicCardMemorySize();
     const auto size = memory ? megabytes(*memory) : std::nullopt;
     if (!size) return false;
@@ -257,8 +258,7 @@ bool WrapperCreation::settingVideoCardMemorySizeAtPort(const NSPortManager& port
     return true;
 }
 
-bool WrapperCreation::removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(
-    const std::string& wrapper) {
+bool removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(const std::string& wrapper) {
     NSUtilities::deleteRegistry(autoRunKey, "user", wrapper);
     NSUtilities::addRegistry(std::string(autoRunKey) + "\n", "user", wrapper);
     return true;

@@ -1,11 +1,14 @@
+#include "building/settings_writers.h"
+
 // The writers of a wrapper's plain files.
 
-#include "building/wrapper_creation.h"
+#include "building/build.h"
 #include "foundation/file_manager.h"
 #include "foundation/text.h"
 #include "foundation/text_files.h"
 #include "platform/host.h"
 #include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
 
 namespace morvane {
 namespace {
@@ -38,7 +41,7 @@ std::string inStringsFile(std::string_view text) {
 
 }  // namespace
 
-bool WrapperCreation::saveCloseSafely(bool closeSafely, const std::string& wrapper) {
+bool saveCloseSafely(bool closeSafely, const std::string& wrapper) {
     static constexpr std::string_view choice = "caskeryAppChoice=";
     const std::string path = wrapper + layout::quitScript;
     auto script = MVString::stringWithContentsOfFile(path, Encoding::utf8);
@@ -50,7 +53,7 @@ bool WrapperCreation::saveCloseSafely(bool closeSafely, const std::string& wrapp
     return true;
 }
 
-bool WrapperCreation::saveCompany(const std::optional<std::string>& company, const std::string& wrapper) {
+bool saveCompany(const std::optional<std::string>& company, const std::string& wrapper) {
     const std::string path = wrapper + layout::infoStrings;
     if (!company || company->empty()) {
         MVFileManager::removeItemAtPath(path);

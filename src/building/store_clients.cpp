@@ -1,15 +1,18 @@
-// The stage that installs the store clients.
-
 #include "building/store_clients.h"
+
+// The stage that installs the store clients.
 
 #include <algorithm>
 #include <cctype>
 #include <string_view>
 
+#include "building/build.h"
 #include "building/entry_removal.h"
 #include "building/extra_files.h"
 #include "building/foreseen_questions.h"
-#include "building/wrapper_creation.h"
+#include "building/installation.h"
+#include "building/registry_writers.h"
+#include "building/winetricks.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -18,6 +21,7 @@
 #include "foundation/text.h"
 #include "platform/host.h"
 #include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
 #include "wrapper/registry.h"
 #include "wrapper/windows_paths.h"
 
@@ -109,9 +113,9 @@ using store_clients::StoreClient;
 constexpr const char* originKey = R"([Software\\Origin])";
 constexpr const char* uplayKey = R"([Software\\Wine\\AppDefaults\\Uplay.exe\\DllOverrides])";
 
-bool install(WrapperCreation& creation, const StoreClient& client, const NSPortManager& port) {
-    return creation.installDRM(client.name, client.link, client.flags,
-                               store_clients::proofOnDriveC(client, port.path), client.components, port);
+bool install(Build& build, const StoreClient& client, const NSPortManager& port) {
+    return installDRM(build, client.name, client.link, client.flags,
+                      store_clients::proofOnDriveC(client, port.path), client.components, port);
 }
 
 /// Where the installer is downloaded to; nothing for a link that gives no name for a file.
@@ -128,10 +132,10 @@ bool isEnding() {
 
 }  // namespace
 
-bool WrapperCreation::installDRM(const std::string& client, const std::string& url, const std::string& flags,
-                                 const std::string& neededFile, const std::vector<std::string>& winetricks,
-                                 const NSPortManager& port) {
-    installWinetricks(winetricks, port);
+bool installDRM(Build& build, const std::string& client, const std::string& url, const std::string& flags,
+                const std::string& neededFile, const std::vector<std::string>& winetricks,
+                const NSPortManager& port) {
+    installWinetricks(build, winetricks, port);
     const auto tellOfNoAddress = [&] {
         if (url.empty()) MVAlert::showAlertErrorMessage(store_clients::noAddressOf(client));
     };
@@ -144,16 +148,16 @@ bool WrapperCreation::installDRM(const std::string& client, const std::string& u
     while (!isInstalled()) {
         host().creation.throwIfRequested();
         if (installer &&
-            downloadFileToPath(url, *installer, localized("extra file %@ installer", {client}))) {
+            build.downloadFileToPath(url, *installer, localized("extra file %@ installer", {client}))) {
             downloaded = true;
-            setMessage(localized("Installing %@ in the background...", {client}));
-            setSubtitle(localized("Please wait..."));
+            build.setMessage(localized("Installing %@ in the background...", {client}));
+            build.setSubtitle(localized("Please wait..."));
             runInstaller(*installer, flags, port);
-            setSubtitle("");
+            build.setSubtitle("");
         }
         tellOfNoAddress();
         if (!isInstalled() && MVAlert::isAnsweredYes(building::manualClientDialog(client)))
-            installApp(std::nullopt, std::nullopt, port);
+            installApp(build, std::nullopt, std::nullopt, port);
         if (isInstalled()) {
             // A file that was there before, and that the user took instead, is not ours to delete.
             if (downloaded) removeFileOrLink(*installer);
@@ -164,20 +168,20 @@ bool WrapperCreation::installDRM(const std::string& client, const std::string& u
     return removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(port.path);
 }
 
-bool WrapperCreation::installSteamAtPort(const NSPortManager& port) {
-    return install(*this, store_clients::steam(), port);
+bool installSteamAtPort(Build& build, const NSPortManager& port) {
+    return install(build, store_clients::steam(), port);
 }
 
-bool WrapperCreation::installOriginAtPort(const NSPortManager& port) {
-    if (!install(*this, store_clients::origin(), port)) return false;
+bool installOriginAtPort(Build& build, const NSPortManager& port) {
+    if (!install(build, store_clients::origin(), port)) return false;
     NSUtilities::replaceRegistryStrings(
         originKey, {{"AutopatchGlobal", "false"}, {"Autoupdate", "false"}, {"TelemOO", "false"}}, "system",
         port.path);
     return true;
 }
 
-bool WrapperCreation::installUplayAtPort(const NSPortManager& port) {
-    if (!install(*this, store_clients::uplay(), port)) return false;
+bool installUplayAtPort(Build& build, const NSPortManager& port) {
+    if (!install(build, store_clients::uplay(), port)) return false;
     std::string lines = NSUtilities::getRegistry(uplayKey, "user", port.path);
     lines = NSUtilities::setOnRegistryStringValue(lines, "native", "cryptnet");
     lines = NSUtilities::setOnRegistry(lines, std::nullopt, "crypt32");
@@ -185,8 +189,8 @@ bool WrapperCreation::installUplayAtPort(const NSPortManager& port) {
     return NSUtilities::saveUserOverrides({Value(std::string(uplayKey) + "\n" + lines + "\n\n")}, port.path);
 }
 
-bool WrapperCreation::installGOGGalaxyAtPort(const NSPortManager& port) {
-    return install(*this, store_clients::gogGalaxy(), port);
+bool installGOGGalaxyAtPort(Build& build, const NSPortManager& port) {
+    return install(build, store_clients::gogGalaxy(), port);
 }
 
 }  // namespace morvane

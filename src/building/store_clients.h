@@ -7,6 +7,23 @@
 
 #include "ports/port_data.h"
 
+namespace morvane {
+
+class Build;
+class NSPortManager;
+
+/// The proof is relative to drive C. False when the user goes on without the client.
+bool installDRM(Build& build, const std::string& client, const std::string& url, const std::string& flags,
+                const std::string& neededFile, const std::vector<std::string>& winetricks,
+                const NSPortManager& port);
+/// The same result; the registry of Origin and Uplay is edited after a successful installation only.
+bool installSteamAtPort(Build& build, const NSPortManager& port);
+bool installOriginAtPort(Build& build, const NSPortManager& port);
+bool installUplayAtPort(Build& build, const NSPortManager& port);
+bool installGOGGalaxyAtPort(Build& build, const NSPortManager& port);
+
+}  // namespace morvane
+
 namespace morvane::store_clients {
 
 struct StoreClient {

@@ -1,3 +1,5 @@
+#include "building/winetricks.h"
+
 // The requests of a port's list of Windows components, one after the other.
 
 #include <algorithm>
@@ -5,12 +7,14 @@
 #include <string_view>
 #include <utility>
 
+#include "building/build.h"
+#include "building/engine_preparation.h"
 #include "building/engine_store.h"
 #include "building/port_texts.h"
 #include "building/verb_script.h"
 #include "building/winetricks_files.h"
 #include "building/winetricks_lists.h"
-#include "building/wrapper_creation.h"
+#include "building/winetricks_script.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -19,6 +23,7 @@
 #include "foundation/text_files.h"
 #include "platform/cancellation.h"
 #include "platform/host.h"
+#include "wrapper/port_manager.h"
 #include "wrapper/registry.h"
 #include "wrapper/wrapper.h"
 
@@ -48,11 +53,11 @@ bool needsUser(const std::string& component) {
 class Attended {
   public:
     explicit Attended(const std::string& wrapper) : wrapper_(wrapper) {
-        WrapperCreation::setWinetricksSilent(Silence::no, wrapper_);
+        setWinetricksSilent(Silence::no, wrapper_);
     }
     ~Attended() {
         try {
-            WrapperCreation::setWinetricksSilent(Silence::yes, wrapper_);
+            setWinetricksSilent(Silence::yes, wrapper_);
         } catch (const Cancelled&) {
             // Thrown before "chmod" would have run; the file is written by then, and has kept its
             // permissions.
@@ -108,8 +113,8 @@ void installComponent(const std::string& component, const NSPortManager& port) {
 
 }  // namespace
 
-bool WrapperCreation::installWinetricks(const std::vector<std::string>& requests, const NSPortManager& port) {
-    setSubtitle(localized("Please wait..."));
+bool installWinetricks(Build& build, const std::vector<std::string>& requests, const NSPortManager& port) {
+    build.setSubtitle(localized("Please wait..."));
     std::set<std::string> visited;
     for (const std::string& entry : requests) {
         host().creation.throwIfRequested();
@@ -120,16 +125,16 @@ bool WrapperCreation::installWinetricks(const std::vector<std::string>& requests
         // A list with several markers is divided at the first.
         if (!request.applies || entry == installAppMarker) continue;
         if (request.kind == Request::Kind::engine) {
-            verifyingWinetrickThatChangesEngine(request.words);
-            setMessage(localized("Changing Engine to %@...", {request.name}));
-            changeEngineTo(building::engineForWrapper(request.name, port.path), port.path);
+            verifyingWinetrickThatChangesEngine(build, request.words);
+            build.setMessage(localized("Changing Engine to %@...", {request.name}));
+            changeEngineTo(build, building::engineForWrapper(request.name, port.path), port.path);
         } else if (canBeComponent(request.name)) {
-            winetricks::fetchFilesOf(*this, request.name, port.path, visited);
-            setMessage(localized("Installing %@...", {localized("winetrick %@", {request.name})}));
+            winetricks::fetchFilesOf(build, request.name, port.path, visited);
+            build.setMessage(localized("Installing %@...", {localized("winetrick %@", {request.name})}));
             installComponent(request.name, port);
         }
     }
-    setSubtitle("");
+    build.setSubtitle("");
     for (const char* list :
          {"/Contents/Resources/winetricksInstalled.plist", "/winetricks/winetricksCached.plist"}) {
         MVFileManager::removeItemAtPath(port.path + list);
@@ -144,13 +149,13 @@ std::optional<std::string> winetricks::linkOfEngineRequest(const std::vector<std
     return canBeLink ? std::move(link) : std::nullopt;
 }
 
-void WrapperCreation::verifyingWinetrickThatChangesEngine(const std::vector<std::string>& words) {
+void verifyingWinetrickThatChangesEngine(Build& build, const std::vector<std::string>& words) {
     static_cast<void>(
-        prepareEngine(words.empty() ? "" : words.front(), winetricks::linkOfEngineRequest(words)));
+        prepareEngine(build, words.empty() ? "" : words.front(), winetricks::linkOfEngineRequest(words)));
 }
 
-void WrapperCreation::changeEngineTo(const std::string& engine, const std::string& wrapper) {
-    if (extractEngine(engine, wrapper) == ExtractedEngine::failure) return;
+void changeEngineTo(Build& build, const std::string& engine, const std::string& wrapper) {
+    if (extractEngine(build, engine, wrapper) == ExtractedEngine::failure) return;
     const std::string launcher = Wrapper(wrapper).launcher();
     const auto run = [](const std::string& program, const std::vector<std::string>& arguments) {
         MVTask::ignoreEnding(MVTask::runProgram(program, "/", arguments, Wait::yes));

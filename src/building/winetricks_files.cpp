@@ -1,10 +1,11 @@
+#include "building/winetricks_files.h"
+
 // What a component will download, fetched into Winetricks' own cache before it is installed.
 
 #include <algorithm>
 
+#include "building/build.h"
 #include "building/foreseen_questions.h"
-#include "building/winetricks_files.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -16,6 +17,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/http.h"
+#include "wrapper/port_manager.h"
 
 namespace morvane {
 
@@ -51,7 +53,7 @@ std::optional<std::string> targetOf(const VerbDownload& download) {
                                        localized("That file is not downloaded."));
         return std::nullopt;
     }
-    if (!WrapperCreation::localFolderForWinetrick(download.folder)) return std::nullopt;
+    if (!localFolderForWinetrick(download.folder)) return std::nullopt;
     return *std::move(place);
 }
 
@@ -80,34 +82,32 @@ void giveUp(const VerbDownload& download) {
                   {download.file, download.folder}));
 }
 
-bool isWrong(const VerbDownload& download, const std::string& target, WrapperCreation::WithoutAsking asking) {
+bool isWrong(const VerbDownload& download, const std::string& target, WithoutAsking asking) {
     bool again = false;
-    WrapperCreation::compareSHA1Checksum(download.checksum, target, asking,
-                                         [&again](bool answer) { again = answer; });
+    compareSHA1Checksum(download.checksum, target, asking, [&again](bool answer) { again = answer; });
     return again;
 }
 
 /// Fetches the file unless it is in the cache already. False when its sum is wrong, the user wanted it again,
 /// and the web archive's copy was wrong as well.
-bool fetchOnce(WrapperCreation& creation, const VerbDownload& download) {
+bool fetchOnce(Build& build, const VerbDownload& download) {
     const auto target = targetOf(download);
     if (!target || !canBeFollowed(download)) return true;
     if (!MVFileManager::fileExistsAtPath(*target))
-        creation.downloadFileToPath(download.link, *target, labelOf(download.folder));
-    if (!isWrong(download, *target, WrapperCreation::WithoutAsking::no)) return true;
+        build.downloadFileToPath(download.link, *target, labelOf(download.folder));
+    if (!isWrong(download, *target, WithoutAsking::no)) return true;
     if (!isKnown(host().sites.webArchive)) return true;
-    creation.downloadFileToPath(winetricks::archiveAddressOf(download.link), *target,
-                                labelOf(download.folder));
-    return !isWrong(download, *target, WrapperCreation::WithoutAsking::yes);
+    build.downloadFileToPath(winetricks::archiveAddressOf(download.link), *target, labelOf(download.folder));
+    return !isWrong(download, *target, WithoutAsking::yes);
 }
 
 /// The downloads of one component or helper: a file that is wrong in the end has them all handled again,
 /// since the source may have been exchanged meanwhile.
-void fetchAll(WrapperCreation& creation, const std::vector<VerbDownload>& downloads) {
+void fetchAll(Build& build, const std::vector<VerbDownload>& downloads) {
     int retries = 0;
     for (std::size_t next = 0; next < downloads.size();) {
         host().creation.throwIfRequested();
-        if (fetchOnce(creation, downloads[next])) {
+        if (fetchOnce(build, downloads[next])) {
             ++next;
         } else if (retries < winetricks::checksumRetries) {
             ++retries;
@@ -132,8 +132,8 @@ bool userGivesUp(const std::string& file) {
 }
 
 /// Has the user fetch the file, until it is there or he gives up.
-void requestFile(WrapperCreation& creation, const VerbDownload& download, const std::string& target) {
-    creation.progressWindow->setMessage(
+void requestFile(Build& build, const VerbDownload& download, const std::string& target) {
+    build.progressWindow->setMessage(
         localized("Please, download %@ and put in the opened folder", {download.file}), CreatingPort::yes);
     for (int questions = 0; !MVFileManager::fileExistsAtPath(target); ++questions) {
         if (questions == winetricks::manualDownloadQuestions) {
@@ -147,19 +147,18 @@ void requestFile(WrapperCreation& creation, const VerbDownload& download, const 
     }
 }
 
-verb_script::Visitor fetchingWith(WrapperCreation& creation) {
+verb_script::Visitor fetchingWith(Build& build) {
     return {
         .catalogueFile =
-            [&creation](const std::string& component, const std::string& file) {
-                creation.downloadFileFromMorvaneWebsiteToWinetrick(file, component);
+            [&build](const std::string& component, const std::string& file) {
+                downloadFileFromMorvaneWebsiteToWinetrick(build, file, component);
             },
-        .helper = [&creation](
-                      const std::string&,
-                      const std::string& text) { fetchAll(creation, verb_script::helperDownloads(text)); },
+        .helper = [&build](const std::string&,
+                           const std::string& text) { fetchAll(build, verb_script::helperDownloads(text)); },
         .component =
-            [&creation](const std::string& component, const std::string& text) {
-                creation.downloadWDownloadManualWinetrick(component, text);
-                creation.downloadWDownloadWinetrick(component, text);
+            [&build](const std::string& component, const std::string& text) {
+                downloadWDownloadManualWinetrick(build, component, text);
+                downloadWDownloadWinetrick(build, component, text);
             },
     };
 }
@@ -218,14 +217,14 @@ void winetricks::forEachDownload(std::string_view script, const std::string& com
     verb_script::visit(script, component, visited, visitor);
 }
 
-void winetricks::fetchFilesOf(WrapperCreation& creation, const std::string& component,
-                              const std::string& wrapper, std::set<std::string>& visited) {
+void winetricks::fetchFilesOf(Build& build, const std::string& component, const std::string& wrapper,
+                              std::set<std::string>& visited) {
     const std::string script =
         MVString::stringWithContentsOfFile(scriptOf(wrapper), Encoding::utf8).value_or("");
-    verb_script::visit(script, component, visited, fetchingWith(creation));
+    verb_script::visit(script, component, visited, fetchingWith(build));
 }
 
-std::optional<std::string> WrapperCreation::localFolderForWinetrick(const std::string& component) {
+std::optional<std::string> localFolderForWinetrick(const std::string& component) {
     const auto place = placeOfFolder(component);
     if (!place) {
         MVAlert::showAlertErrorMessage(place.error().message());
@@ -239,42 +238,43 @@ std::optional<std::string> WrapperCreation::localFolderForWinetrick(const std::s
     return path + "/";
 }
 
-void WrapperCreation::manuallyDownloadWinetrick(const std::string& component, const std::string& wrapper) {
+void manuallyDownloadWinetrick(Build& build, const std::string& component, const std::string& wrapper) {
     std::set<std::string> visited;
-    winetricks::fetchFilesOf(*this, component, wrapper, visited);
+    winetricks::fetchFilesOf(build, component, wrapper, visited);
 }
 
-void WrapperCreation::downloadWDownloadWinetrick(const std::string& component, const std::string& raw) {
-    fetchAll(*this, verb_script::ordinaryDownloads(raw, component));
+void downloadWDownloadWinetrick(Build& build, const std::string& component, const std::string& raw) {
+    fetchAll(build, verb_script::ordinaryDownloads(raw, component));
 }
 
-void WrapperCreation::downloadWDownloadManualWinetrick(const std::string& component, const std::string& raw) {
+void downloadWDownloadManualWinetrick(Build& build, const std::string& component, const std::string& raw) {
     const auto download = verb_script::manualDownload(raw, component);
     if (!download) return;
     if (isInCatalogue(*download)) {
-        downloadFileFromMorvaneWebsiteToWinetrick(download->file, verb_script::catalogueManualComponent);
+        downloadFileFromMorvaneWebsiteToWinetrick(build, download->file,
+                                                  verb_script::catalogueManualComponent);
         return;
     }
     const auto target = targetOf(*download);
     if (!target || !canBeFollowed(*download)) return;
     for (int retries = 0;; ++retries) {
-        if (!MVFileManager::fileExistsAtPath(*target)) requestFile(*this, *download, *target);
+        if (!MVFileManager::fileExistsAtPath(*target)) requestFile(build, *download, *target);
         if (!isWrong(*download, *target, WithoutAsking::yes)) return;
         if (retries == winetricks::checksumRetries) return giveUp(*download);
     }
 }
 
-void WrapperCreation::downloadHelperWinetrick(const std::string& helper, const std::string& raw) {
+void downloadHelperWinetrick(Build& build, const std::string& helper, const std::string& raw) {
     std::set<std::string> visited;
-    verb_script::visitHelper(raw, helper, visited, fetchingWith(*this));
+    verb_script::visitHelper(raw, helper, visited, fetchingWith(build));
 }
 
-void WrapperCreation::downloadFileFromMorvaneWebsiteToWinetrick(const std::string& file,
-                                                                const std::string& component) {
+void downloadFileFromMorvaneWebsiteToWinetrick(Build& build, const std::string& file,
+                                               const std::string& component) {
     const VerbDownload download = winetricks::fromCatalogue(component, file);
     const auto target = targetOf(download);
     if (!target || MVFileManager::fileExistsAtPath(*target) || !isKnown(host().sites.catalogue)) return;
-    downloadFileToPath(download.link, *target, labelOf(component));
+    build.downloadFileToPath(download.link, *target, labelOf(component));
 }
 
 namespace {
@@ -292,9 +292,9 @@ std::optional<std::string> sumLike(const std::string& expected, const std::strin
 
 }  // namespace
 
-void WrapperCreation::compareSHA1Checksum(const std::string& expected, const std::string& file,
-                                          WithoutAsking promptingErrorDialog,
-                                          const std::function<void(bool again)>& completion) {
+void compareSHA1Checksum(const std::string& expected, const std::string& file,
+                         WithoutAsking promptingErrorDialog,
+                         const std::function<void(bool again)>& completion) {
     // A download that failed has left no file, and so no sum to be wrong.
     const auto sum = MVFileManager::regularFileExistsAtPath(file) ? sumLike(expected, file) : std::nullopt;
     const std::string computed = sum.value_or("");

@@ -12,8 +12,31 @@
 #include "platform/result.h"
 
 namespace morvane {
-class WrapperCreation;
-}
+
+class Build;
+
+enum class WithoutAsking { no, yes };
+
+/// Fetches what the component, and all that it calls, will download.
+void manuallyDownloadWinetrick(Build& build, const std::string& component, const std::string& wrapper);
+/// The ordinary downloads in a component's text.
+void downloadWDownloadWinetrick(Build& build, const std::string& component, const std::string& raw);
+/// The first manual download in a component's text.
+void downloadWDownloadManualWinetrick(Build& build, const std::string& component, const std::string& raw);
+/// The downloads of a helper function, out of the whole script.
+void downloadHelperWinetrick(Build& build, const std::string& helper, const std::string& raw);
+void downloadFileFromMorvaneWebsiteToWinetrick(Build& build, const std::string& file,
+                                               const std::string& component);
+/// Deletes a file whose sum is another one. The completion gets whether it is to be downloaded again,
+/// which the user decides unless `WithoutAsking::yes`.
+void compareSHA1Checksum(const std::string& expected, const std::string& file,
+                         WithoutAsking promptingErrorDialog,
+                         const std::function<void(bool again)>& completion);
+/// The component's folder of the download cache, made if needed, with "/" at its end; nothing for a name
+/// that is no folder's name, which is reported.
+[[nodiscard]] std::optional<std::string> localFolderForWinetrick(const std::string& component);
+
+}  // namespace morvane
 
 namespace morvane::winetricks {
 
@@ -57,7 +80,7 @@ void forEachDownload(std::string_view script, const std::string& component, std:
                      const std::function<void(const verb_script::Download& download, bool byHand)>& work);
 
 /// `manuallyDownloadWinetrick:AtFile:` for one of several components: what is in `visited` has been fetched.
-void fetchFilesOf(WrapperCreation& creation, const std::string& component, const std::string& wrapper,
+void fetchFilesOf(Build& build, const std::string& component, const std::string& wrapper,
                   std::set<std::string>& visited);
 
 }  // namespace morvane::winetricks

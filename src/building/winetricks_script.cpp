@@ -1,10 +1,12 @@
+#include "building/winetricks_script.h"
+
 // The wrapper's Winetricks script: a fresh copy for each port, patched.
 
 #include <string_view>
 
+#include "building/build.h"
 #include "building/tools.h"
 #include "building/winetricks_files.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -56,7 +58,7 @@ std::optional<winetricks::Script> winetricks::scriptWithSource() {
     const auto fetched = [](const std::string& site, const std::string& path) -> std::optional<Script> {
         if (!NSUtilities::isWebsiteOfUrlAvailable(site)) return std::nullopt;
         auto bytes = NSUtilities::safeDataWithContentsOfURL(site + path);
-        if (!WrapperCreation::isWinetrickFileContentValid(bytes)) return std::nullopt;
+        if (!isWinetrickFileContentValid(bytes)) return std::nullopt;
         return Script{std::move(*bytes), site + path};
     };
     if (auto script = fetched(host().sites.verbs,
@@ -68,11 +70,10 @@ std::optional<winetricks::Script> winetricks::scriptWithSource() {
     auto bytes = files::read(sharedScript());
     if (!bytes) return std::nullopt;
     Script shared{*std::move(bytes), ""};
-    return WrapperCreation::isWinetrickFileContentValid(shared.bytes) ? std::optional(std::move(shared))
-                                                                      : std::nullopt;
+    return isWinetrickFileContentValid(shared.bytes) ? std::optional(std::move(shared)) : std::nullopt;
 }
 
-bool WrapperCreation::updateWinetricksListAtFile(const std::string& wrapper, NeedsVerbs needsVerbs) {
+bool updateWinetricksListAtFile(const std::string& wrapper, NeedsVerbs needsVerbs) {
     const auto tellOfFailedUpdate = [needsVerbs] {
         if (needsVerbs == NeedsVerbs::yes) warnOfFailedUpdate();
     };
@@ -103,14 +104,14 @@ bool WrapperCreation::updateWinetricksListAtFile(const std::string& wrapper, Nee
     return true;
 }
 
-bool WrapperCreation::isWinetrickFileContentValid(const std::optional<std::string>& bytes) {
+bool isWinetrickFileContentValid(const std::optional<std::string>& bytes) {
     if (!bytes || bytes->size() < shortestScript || !MVString::isValidUtf8(*bytes)) return false;
     // Servers and portals write the beginning of a page in other ways as well; no script looks like these.
     const std::string start = MVString::lowercased(MVString::trimmed(bytes->substr(0, shortestScript)));
     return !start.starts_with("<html") && !start.starts_with("<!doctype html");
 }
 
-void WrapperCreation::setWinetricksSilent(Silence silence, const std::string& wrapper) {
+void setWinetricksSilent(Silence silence, const std::string& wrapper) {
     const std::string script = winetricks::scriptOf(wrapper);
     const auto text = MVString::stringWithContentsOfFile(script, Encoding::utf8);
     if (!text) return;

@@ -1,10 +1,12 @@
+#include "building/wrapper_menu.h"
+
 // The menu that a running wrapper shows: one script for each entry.
 
 #include <algorithm>
 
+#include "building/build.h"
 #include "building/entry_removal.h"
 #include "building/port_texts.h"
-#include "building/wrapper_creation.h"
 #include "foundation/file_manager.h"
 #include "foundation/tasks.h"
 #include "foundation/text.h"
@@ -13,6 +15,7 @@
 #include "platform/host.h"
 #include "platform/http.h"
 #include "wrapper/layout.h"
+#include "wrapper/port_manager.h"
 #include "wrapper/windows_paths.h"
 
 namespace morvane {
@@ -108,7 +111,7 @@ void addHelpMenuItemDictionaryWithName(std::vector<MenuEntry>& menu, const std::
     addMenuItemDictionaryOfMenu(menu, "Help", name, command);
 }
 
-bool WrapperCreation::saveCaskeryWrapperMenuForPort(const NSPortData& data, const std::string& wrapper) {
+bool saveCaskeryWrapperMenuForPort(const NSPortData& data, const std::string& wrapper) {
     std::vector<MenuEntry> menu = data.portMenu.value_or(std::vector<MenuEntry>{});
     addOwnEntries(menu, data, wrapper);
     const std::string folder = wrapper + layout::menuScripts;

@@ -192,9 +192,9 @@ class Answers::Check {
         }
         if (choice->empty()) return follow(question, "");
         const std::string path = expandedPath(*choice);
-        auto flaw = question.isMadeByTheWork ? std::nullopt : MVAlert::flawOfChoice(panel, path);
-        if (!flaw && question.flaw) flaw = question.flaw(path);
-        if (!result.unusable) result.unusable = std::move(flaw);
+        Result<> checked = question.isMadeByTheWork ? Result<>() : MVAlert::checkChoice(panel, path);
+        if (checked && question.check) checked = question.check(path);
+        if (!checked && !result.unusable) result.unusable = checked.error().message();
         return true;
     }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "building/agreement.h"
 #include "cli/commands.h"
 #include "cli/game_page.h"
 #include "cli/table.h"
@@ -90,7 +91,7 @@ int installFromCatalogue(Session& session, std::int64_t id, const std::string& s
                                 " is a native game: it is bought, and not installed here.");
         }
         if (!source.empty() && !isSourceOf(session, *game, source)) return int{failed};
-        if (!WrapperCreation::doYouAgreeWithTheLicenseAgreement()) return int{failed};
+        if (!doYouAgreeWithTheLicenseAgreement()) return int{failed};
         if (source.empty()) {
             view.chooseDownloadSource(game, target);
         } else {

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "building/engine_preparation.h"
+#include "building/port_checks.h"
 #include "cli/commands.h"
 #include "cli/installed_app.h"
 #include "platform/utf8.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "building/wrapper_creation.h"
+#include "building/port_checks.h"
 #include "cli/session.h"
 #include "server/catalogue_publish.h"
 

@@ -1,5 +1,7 @@
+#include "building/engine_preparation.h"
 #include "building/engine_store.h"
 #include "building/tools.h"
+#include "building/wrapper_creation.h"
 #include "cli/commands.h"
 #include "engines/caskery_engine.h"
 #include "foundation/file_manager.h"
@@ -37,7 +39,7 @@ int prepareEngine(Session& session, const std::string& name) {
         // The store has one writer at a time.
         const building::SoleChange change;
         if (!change.granted()) return static_cast<int>(failed);
-        const bool prepared = creation.prepareEngine(name, std::nullopt);
+        const bool prepared = prepareEngine(creation, name, std::nullopt);
         // It may have come, or been converted, under another name.
         const auto archive = building::storedEngineArchive(building::engineForWrapper(name, ""));
         if (!prepared || !archive) return session.fail("The engine " + name + " is not available.");

@@ -10,6 +10,7 @@
 #include "foundation/file_manager.h"
 #include "platform/files.h"
 #include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane::cli {
 

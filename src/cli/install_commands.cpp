@@ -4,7 +4,10 @@
 #include <optional>
 
 #include "app/app_delegate.h"
+#include "building/agreement.h"
 #include "building/build_plan.h"
+#include "building/main_program.h"
+#include "building/port_checks.h"
 #include "cli/commands.h"
 #include "foundation/alerts.h"
 #include "platform/files.h"
@@ -54,7 +57,7 @@ namespace {
 /// The program that the wrapper starts, when it is not there; as its settings name it.
 std::optional<std::string> missingProgram(const std::string& wrapper) {
     const NSPortManager settings = NSPortManager::managerWithPath(wrapper);
-    const auto path = WrapperCreation::mainExePathFromPort(settings);
+    const auto path = mainExePathFromPort(settings);
     if (path && files::kindBehind(*path) == files::Kind::file) return std::nullopt;
     return "C:" + settings.get(wrapper_keys::program);
 }
@@ -109,11 +112,11 @@ int blank(Session& session, const std::string& path, const NSCustomPortView& vie
     bool built = false;
     const int result = session.withCreation([&](WrapperCreation& creation) {
         const bool goesOn = MVAlert::canBeAnswered([&]() -> std::vector<ForeseenQuestion> {
-            const auto port = WrapperCreation::portOfBlank(wrapper, view);
+            const auto port = portOfBlank(wrapper, view);
             if (!port) return {};
             return questionsOfBlank(creation, *port, wrapper);
         });
-        if (!goesOn || !WrapperCreation::doYouAgreeWithTheLicenseAgreement()) return static_cast<int>(failed);
+        if (!goesOn || !doYouAgreeWithTheLicenseAgreement()) return static_cast<int>(failed);
         built = creation.createBlankWrapperAtPath(wrapper, view) == 0;
         return finished(session, built ? wrapper : "");
     });

@@ -1,4 +1,5 @@
 #include "building/build_plan.h"
+#include "building/port_checks.h"
 #include "cli/commands.h"
 #include "platform/files.h"
 #include "platform/json.h"
@@ -21,8 +22,8 @@ std::string commandLine(const std::string& cki, const std::string& to, const Bui
 int plan(Session& session, const std::string& file, const std::string& to, PlanAs as) {
     return session.withCreation([&](WrapperCreation& creation) {
         const std::string cki = expandedPath(file);
-        const std::string proposed = files::join(WrapperCreation::folderForNewPorts(),
-                                                 files::withoutExtension(files::lastComponent(cki)) + ".app");
+        const std::string proposed =
+            files::join(folderForNewPorts(), files::withoutExtension(files::lastComponent(cki)) + ".app");
         const auto port = NSPortData::initWithCkiAtPath(cki);
         const std::string wrapper = to.empty() ? proposed : expandedPath(to);
         const BuildPlan plan =

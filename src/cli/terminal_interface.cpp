@@ -208,7 +208,7 @@ bool TerminalInterface::accepts(const std::vector<ForeseenQuestion>& questions) 
 
 std::string TerminalInterface::knownChoice(const OpenPanel& panel) const {
     const std::string path = answers_.nextChoice(panel.title).value_or("");
-    if (path.empty() || MVAlert::flawOfChoice(panel, expandedPath(path))) return "";
+    if (path.empty() || !MVAlert::checkChoice(panel, expandedPath(path))) return "";
     return expandedPath(path);
 }
 
@@ -217,7 +217,7 @@ std::vector<std::string> TerminalInterface::chooseFiles(const OpenPanel& panel) 
         if (!panel.multiple && paths->size() > 1) paths->resize(1);
         for (std::string& path : *paths) {
             path = expandedPath(path);
-            if (!console_.isInteractive() && MVAlert::flawOfChoice(panel, path)) choiceRefused_ = true;
+            if (!console_.isInteractive() && !MVAlert::checkChoice(panel, path)) choiceRefused_ = true;
         }
         return *paths;
     }
@@ -234,9 +234,9 @@ std::vector<std::string> TerminalInterface::chooseFiles(const OpenPanel& panel) 
         if (!typed && console_.wasInterrupted()) host().creation.request();
         if (!typed || typed->empty()) return {};
         const std::string path = expandedPath(*typed);
-        const auto flaw = MVAlert::flawOfChoice(panel, path);
-        if (!flaw) return {path};
-        console_.say(*flaw);
+        const auto checked = MVAlert::checkChoice(panel, path);
+        if (checked) return {path};
+        console_.say(checked.error().message());
     }
 }
 

@@ -1,6 +1,7 @@
 #include "building/engine_store.h"
 #include "building/outdated_wrapper.h"
 #include "building/tools.h"
+#include "building/wrapper_creation.h"
 #include "cli/commands.h"
 #include "engines/caskery_engine.h"
 #include "foundation/localization.h"

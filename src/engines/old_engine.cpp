@@ -89,29 +89,29 @@ class Conversion {
             MVFileManager::removeItemAtPath(files::join(layout::enginesFolder(), name));
         }
     }
-    /// Why there is no new archive; nothing when there is one. An archive of the new name that can be used
-    /// is taken as it is: a conversion that was killed at its end has made it, or the user has brought it.
-    [[nodiscard]] std::optional<std::string> run() const {
+    /// Makes the new archive. One of that name that can be used is taken as it is: a conversion that was killed at its end has made it, or the user has brought it.
+    [[nodiscard]] Result<> run() const {
         const std::string target = archiveOf(newName_);
         const bool hasTarget = MVFileManager::regularFileExistsAtPath(target);
         if (hasTarget && isGoodArchive(target, newName_, files::join(folder_, "present"))) return {};
         const std::string work = files::join(folder_, "old");
-        if (!unpacked(archiveOf(oldName_), oldName_, work)) return localized("it can't be unpacked");
+        if (!unpacked(archiveOf(oldName_), oldName_, work))
+            return Failure{oldName_, localized("it can't be unpacked")};
         const std::string old = files::join(work, oldBundleName), wine = files::join(old, "Wine");
         if (!isRealFolder(old) || !hasParts(wine)) {
-            return localized("it holds no \"%@\" with the folders bin, lib and share",
-                             {files::join(oldBundleName, "Wine")});
+            return Failure{oldName_, localized("it holds no \"%@\" with the folders bin, lib and share",
+                                               {files::join(oldBundleName, "Wine")})};
         }
         const std::string packed = files::join(folder_, newName_ + ".tar.7z");
         if (!rearranged(wine) || !MVFileManager::removeItemAtPath(work) || !pack() ||
             !isGoodArchive(packed, newName_, files::join(folder_, "new"))) {
-            return localized("the new archive can't be packed");
+            return Failure{oldName_, localized("the new archive can't be packed")};
         }
         if ((hasTarget && !MVFileManager::removeItemAtPath(target)) ||
             !MVFileManager::moveItemAtPath(packed, target)) {
-            return localized("the new archive can't be stored");
+            return Failure{oldName_, localized("the new archive can't be stored")};
         }
-        return std::nullopt;
+        return {};
     }
 
   private:
@@ -180,9 +180,10 @@ void NSCaskeryEngine::convertOldEngine() {
     if (folder.path.empty()) return;
     const Conversion conversion(engine, *newName, folder.path);
     conversion.removeLeftovers();
-    if (const auto flaw = conversion.run()) {
-        MVAlert::showAlertErrorMessage(localized(
-            "The engine %@ couldn't be converted: %@. Its archive stays as it is.", {engine, *flaw}));
+    if (const auto converted = conversion.run(); !converted) {
+        MVAlert::showAlertErrorMessage(
+            localized("The engine %@ couldn't be converted: %@. Its archive stays as it is.",
+                      {engine, converted.error().reason()}));
         return;
     }
     MVFileManager::removeItemAtPath(conversion.archiveOf(engine));

@@ -78,34 +78,33 @@ std::vector<std::string> chooseFiles(const OpenPanel& panel, OtherTypes otherTyp
     for (;;) {
         std::vector<std::string> paths;
         onMainThread([&] { paths = host().userInterface.chooseFiles(panel); });
-        std::optional<std::string> flaw;
+        Result<> checked;
         for (const std::string& path : paths) {
-            if (!flaw) flaw = flawOfChoice(panel, path, otherTypes);
+            if (checked) checked = checkChoice(panel, path, otherTypes);
         }
-        if (!flaw) return paths;
-        showAlertErrorMessage(*flaw);
+        if (checked) return paths;
+        showAlertErrorMessage(checked.error().message());
     }
 }
 
-std::optional<std::string> flawOfChoice(const OpenPanel& panel, const std::string& path,
-                                        OtherTypes otherTypes) {
+Result<> checkChoice(const OpenPanel& panel, const std::string& path, OtherTypes otherTypes) {
     const files::Kind kind = files::kindBehind(path);
-    if (kind == files::Kind::none) return localized("There is nothing at %@.", {path});
+    if (kind == files::Kind::none) return Failure{localized("There is nothing at %@.", {path})};
     const std::set<std::string> types = lowercasedAll(panel.types);
     const bool hasType = types.contains(MVString::lowercased(files::extension(path)));
     // A bundle is chosen like a file.
     const bool isBundle = kind == files::Kind::folder && !panel.packagesAsFolders && hasType;
     const bool isFolder = kind == files::Kind::folder && !isBundle;
-    if (isFolder && !panel.folders) return localized("%@ is a folder, and no file.", {path});
-    if (!isFolder && !panel.files) return localized("%@ is no folder.", {path});
+    if (isFolder && !panel.folders) return Failure{localized("%@ is a folder, and no file.", {path})};
+    if (!isFolder && !panel.files) return Failure{localized("%@ is no folder.", {path})};
     if (!isFolder && !types.empty() && !hasType && otherTypes == OtherTypes::refused) {
-        return localized("%@ has none of the possible types: %@.",
-                         {path, MVString::joined({types.begin(), types.end()}, ", ")});
+        return Failure{localized("%@ has none of the possible types: %@.",
+                                 {path, MVString::joined({types.begin(), types.end()}, ", ")})};
     }
     if (panel.shouldEnable && !panel.shouldEnable(path)) {
-        return localized("%@ is not what is asked for: %@.", {path, panel.title});
+        return Failure{localized("%@ is not what is asked for: %@.", {path, panel.title})};
     }
-    return std::nullopt;
+    return {};
 }
 
 bool canBeAnswered(const std::function<std::vector<ForeseenQuestion>()>& questions) {

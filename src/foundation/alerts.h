@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/result.h"
 #include "platform/user_interface.h"
 
 namespace morvane::MVAlert {
@@ -57,9 +58,9 @@ enum class OtherTypes { refused, passedOn };
 /// the panel does not offer is named in an error, and the panel comes back.
 [[nodiscard]] std::vector<std::string> chooseFiles(const OpenPanel& panel,
                                                    OtherTypes otherTypes = OtherTypes::refused);
-/// Why the panel does not offer the path, in a sentence that names it; nothing when it does.
-[[nodiscard]] std::optional<std::string> flawOfChoice(const OpenPanel& panel, const std::string& path,
-                                                      OtherTypes otherTypes = OtherTypes::refused);
+/// Whether the panel offers the path; a failure is a sentence that names it.
+[[nodiscard]] Result<> checkChoice(const OpenPanel& panel, const std::string& path,
+                                   OtherTypes otherTypes = OtherTypes::refused);
 [[nodiscard]] std::optional<std::string> chooseSavePath(const SavePanel& panel);
 
 /// Whether the user interface has, or can get, the answers to what is going to be asked. Asks for nothing and

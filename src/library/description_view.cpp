@@ -5,7 +5,7 @@
 #include <array>
 #include <cstdint>
 
-#include "building/wrapper_creation.h"
+#include "building/winetricks_files.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
@@ -17,7 +17,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/styled_text.h"
-#include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {

@@ -27,7 +27,6 @@
 
 namespace morvane {
 
-class NSPortManager;
 class WrapperCreation;
 
 enum class Shift { up, held };

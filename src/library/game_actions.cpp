@@ -5,7 +5,9 @@
 #include <array>
 #include <utility>
 
+#include "building/archives.h"
 #include "building/outdated_wrapper.h"
+#include "building/winetricks_files.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/computer_information.h"
@@ -346,12 +348,12 @@ void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper,
     destination.folders = destination.packagesAsFolders = true;
     const auto folder = MVAlert::chooseFiles(destination);
     if (folder.empty()) return tellOfNothing();
-    const auto archives = WrapperCreation::archiveExtensions();
+    const auto archives = archiveExtensions();
     const bool isArchive = chosen.size() == 1 && std::ranges::find(archives, extension) != archives.end() &&
                            MVFileManager::regularFileExistsAtPath(chosen.front());
     inBackgroundThenTell([isArchive, chosen, to = folder.front()] {
         if (!isArchive) return copyFiles(chosen, to);
-        WrapperCreation::extractFileToFolder(chosen.front(), to, Replacing::ask);
+        extractFileToFolder(chosen.front(), to, Replacing::ask);
         return true;
     });
 }

@@ -2,8 +2,12 @@
 
 #include <algorithm>
 
+#include "building/agreement.h"
+#include "building/archives.h"
 #include "building/cancellable_creation.h"
 #include "building/entry_removal.h"
+#include "building/extra_files.h"
+#include "building/port_checks.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/download.h"
@@ -19,7 +23,7 @@
 #include "platform/host.h"
 #include "ports/port_data.h"
 #include "ports/typed_stream.h"
-#include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -201,7 +205,7 @@ void NSDescriptionView::openBuyingLinkForNativeGame(const Game& game) {
 void NSDescriptionView::runOrInstallGame(const Game& game) {
     if (!game) return;
     if (const auto installed = validPortWithGameID(game->gameID)) return updateAndRunWrapper(*installed);
-    if (WrapperCreation::doYouAgreeWithTheLicenseAgreement()) chooseDownloadSource(game);
+    if (doYouAgreeWithTheLicenseAgreement()) chooseDownloadSource(game);
 }
 
 void NSDescriptionView::chooseDownloadSource(const Game& game, const std::optional<std::string>& target) {
@@ -282,7 +286,9 @@ void NSDescriptionView::downloadCkiOfSourceWithName(const Game& game, const std:
             localized("The choosen path isn't writable! Choose a different place."));
         return;
     }
-    if (const auto flaw = WrapperCreation::flawOfPlace(*target)) return MVAlert::showAlertErrorMessage(*flaw);
+    if (const auto place = checkPlace(*target); !place) {
+        return MVAlert::showAlertErrorMessage(place.error().message());
+    }
     downloadCkiFromSource(game, source, *target);
 }
 
@@ -345,7 +351,7 @@ void NSDescriptionView::downloadGameCKI(const Game& game) {
                           .changed = {}}}};
     SavePanel panel;
     panel.title = localized("Save CKI at...");
-    panel.startFolder = WrapperCreation::folderForNewPorts();
+    panel.startFolder = folderForNewPorts();
     panel.proposedName = proposedNameOf(*game);
     panel.types = {"cki"};
     panel.accessory = &form;

@@ -4,11 +4,12 @@
 #include <optional>
 #include <utility>
 
-#include "building/wrapper_creation.h"
+#include "building/launch_targets.h"
 #include "foundation/settings.h"
 #include "platform/file_identity.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane::moved_apps {
 
@@ -160,7 +161,7 @@ Moves moveDeadLinks(const std::string& wrapper, const std::string& newPlace,
         const std::string newLink = files::join(files::parent(newPlace), name);
         const bool isFree = newLink == link || files::kindOf(newLink) == files::Kind::none;
         if (files::kindOf(application) != files::Kind::folder || !isFree || !files::remove(link)) continue;
-        WrapperCreation::createAliasToCustomEXE(application, newPlace);
+        createAliasToCustomEXE(application, newPlace);
         moves.emplace(link, newLink);
     }
     return moves;

@@ -9,6 +9,7 @@
 #include <variant>
 #include <vector>
 
+#include "platform/result.h"
 #include "platform/value.h"
 
 namespace morvane {
@@ -97,8 +98,8 @@ struct ForeseenQuestion {
     /// all the same, and for no later question of that title.
     bool isAsked = true;
     bool isMadeByTheWork = false;  ///< of a panel: its file is not there yet
-    /// Why a file cannot be chosen, beyond what the panel says; absent: any can.
-    std::function<std::optional<std::string>(const std::string& path)> flaw = {};
+    /// Whether a file can be chosen, beyond what the panel says; absent: any can.
+    std::function<Result<>(const std::string& path)> check = {};
     /// What is asked next, by the button; after a cancelled panel, by the empty text.
     struct Branch {
         std::string button;

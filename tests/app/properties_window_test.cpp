@@ -1,6 +1,6 @@
 #include "app/properties_window.h"
 
-#include "building/wrapper_creation.h"
+#include "building/launch_targets.h"
 #include "platform/files.h"
 #include "platform/pictures.h"
 #include "platform/property_list.h"
@@ -51,7 +51,7 @@ class Properties : public testing::TestMachine {
     std::string makeLauncher(const std::string& name) const {
         std::string application = wrapper + "/" + name + ".app";
         EXPECT_TRUE(files::copy(wrapper + layout::customExeTemplate, application));
-        WrapperCreation::createAliasToCustomEXE(application, wrapper);
+        createAliasToCustomEXE(application, wrapper);
         return application;
     }
     void open(const std::string& path) {

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "building/wrapper_creation.h"
+#include "building/archives.h"
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "support/fake_wrapper.h"
@@ -33,7 +33,7 @@ class ExtractFile : public testing::TestMachine {
     /// What the unpacking of a file in the store gives, without the store's path.
     Names extracted(const std::string& name) {
         Names result;
-        onWorker([&] { result = WrapperCreation::extractFile(store + "/" + name); });
+        onWorker([&] { result = extractFile(store + "/" + name); });
         for (std::string& path : result) {
             EXPECT_TRUE(path.starts_with(store + "/")) << path;
             path.erase(0, store.size() + 1);
@@ -99,11 +99,10 @@ TEST_F(ExtractFile, InTheUsersOwnFoldersNothingIsReplacedUnasked) {
     put(store + "/game/notes.txt", "mine");
     const std::string archive = store + "/game.zip", apart = store + "/game 2";
     onWorker([&] {
-        EXPECT_EQ(WrapperCreation::extractFileApart(archive),
-                  (Names{apart + "/setup.exe", apart + "/taxes.pdf"}));
-        EXPECT_EQ(WrapperCreation::extractFileApart(store + "/taxes.pdf"), Names{store + "/taxes.pdf"});
+        EXPECT_EQ(extractFileApart(archive), (Names{apart + "/setup.exe", apart + "/taxes.pdf"}));
+        EXPECT_EQ(extractFileApart(store + "/taxes.pdf"), Names{store + "/taxes.pdf"});
         put(store + "/damaged.zip", "no archive");
-        EXPECT_EQ(WrapperCreation::extractFileApart(store + "/damaged.zip"), Names{});
+        EXPECT_EQ(extractFileApart(store + "/damaged.zip"), Names{});
     });
     EXPECT_EQ(files::kindOf(store + "/damaged"), files::Kind::none);
     for (const auto& [answer, expected] :
@@ -112,7 +111,7 @@ TEST_F(ExtractFile, InTheUsersOwnFoldersNothingIsReplacedUnasked) {
             .defaultIs("No")
             .answer(answer);
         static_cast<void>(files::remove(store + "/setup.exe"));
-        onWorker([&] { WrapperCreation::extractFileToFolder(archive, store, Replacing::ask); });
+        onWorker([&] { extractFileToFolder(archive, store, Replacing::ask); });
         EXPECT_EQ(get(store + "/taxes.pdf"), expected);
         EXPECT_EQ(get(store + "/setup.exe"), "contents of setup.exe");
     }
@@ -137,7 +136,7 @@ TEST_F(ExtractFile, TheFolderDecidesWhetherAnythingIsUnpacked) {
     const std::string fresh = store + "/a/b";
     onWorker([&] {
         const auto into = [](const std::string& archive, const std::optional<std::string>& place) {
-            return WrapperCreation::extractFileToFolder(archive, place);
+            return extractFileToFolder(archive, place);
         };
         EXPECT_EQ(into("/x/game.zip", std::nullopt), Names{});
         EXPECT_EQ(into("/x/game.zip", ""), Names{"/x/game.zip"});

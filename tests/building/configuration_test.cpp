@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "building/configuration.h"
 #include "building/configured_wrapper.h"
 #include "foundation/text.h"
 #include "platform/cancellation.h"
@@ -16,7 +17,7 @@ class ConfigureWrapper : public ConfiguredWrapper {
     /// The status lines of one configuration.
     Names configure(const NSPortData& port) {
         ui.progress.clear();
-        onWorker([&] { EXPECT_TRUE(creation->configureWrapperAt(wrapper, port)); });
+        onWorker([&] { EXPECT_TRUE(configureWrapperAt(*creation, wrapper, port)); });
         auto lines = ui.statusLines();
         // The panel opens with what it showed last.
         lines.erase(lines.begin(), std::find(lines.begin(), lines.end(), "Configuring Data..."));
@@ -143,7 +144,7 @@ TEST_F(ConfigureWrapper, StopsBetweenStagesWhenCancelled) {
     onWorker([&] {
         ASSERT_TRUE(host().creation.begin());
         host().creation.request();
-        EXPECT_THROW(creation->configureWrapperAt(wrapper, port), Cancelled);
+        EXPECT_THROW(configureWrapperAt(*creation, wrapper, port), Cancelled);
         host().creation.end();
     });
     EXPECT_EQ(asked(), "");

@@ -1,4 +1,6 @@
+#include "building/creation.h"
 #include "building/building_machine.h"
+#include "building/engine_preparation.h"
 #include "platform/private_folder.h"
 
 namespace morvane {
@@ -17,7 +19,7 @@ class Creation : public testing::BuildingMachine {
     }
     void expectCreated(bool expected, const std::string& path) {
         create([&](WrapperCreation& creation) {
-            EXPECT_EQ(creation.createWrapperAt(path, "CK9Wine3.0"), expected);
+            EXPECT_EQ(createWrapperAt(creation, path, "CK9Wine3.0"), expected);
         });
     }
     const std::string tellsWhere =
@@ -35,7 +37,7 @@ TEST_F(Creation, TemporaryNameLosesWhatWineCannotBear) {
         {"/Plain - name_ö'[1]{2}~`,.\".app", "Plain - name_ö'[1]{2}~`,.\".app"},
     };
     for (const auto& [name, expected] : rows) {
-        EXPECT_EQ(WrapperCreation::temporaryNameFor(home + name), expected);
+        EXPECT_EQ(temporaryNameFor(home + name), expected);
     }
 }
 
@@ -50,7 +52,7 @@ TEST_F(Creation, MakesTheEngineAndThePrefixAtTheTemporaryPath) {
     EXPECT_TRUE(place.ends_with("/Tom and Jerry Round 2 Demo.app\n")) << place;
     EXPECT_EQ(get(folder.path + "/mode"), "700 700\n") << "of the folders that nobody else enters";
     EXPECT_EQ(get(testing::commandLog(path)), "CKS-wineprefixcreate\n");
-    EXPECT_EQ(WrapperCreation::getCaskeryWrapperEngineFromPath(path), "CK9Wine3.0");
+    EXPECT_EQ(getCaskeryWrapperEngineFromPath(path), "CK9Wine3.0");
     EXPECT_EQ(fs::status(path + "/Contents/Frameworks/ckwine.bundle").permissions(), fs::perms(0777));
     EXPECT_TRUE(exists(path + "/Contents/Resources/system.reg"));
     EXPECT_EQ(namesIn(temporary), Names{});
@@ -80,7 +82,7 @@ TEST_F(Creation, StaysInItsPlaceAsAnOldWrapperAndWithoutATemporaryFolder) {
     expectCreated(true, wrapper);
     EXPECT_EQ(get(wrapper + where), wrapper + "\n");
     EXPECT_EQ(get(wrapper + save), "saved");
-    EXPECT_EQ(WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper), "CK9Wine3.0");
+    EXPECT_EQ(getCaskeryWrapperEngineFromPath(wrapper), "CK9Wine3.0");
 
     // Nothing of ours: what somebody else has put there is not entered.
     fs::remove(temporary);

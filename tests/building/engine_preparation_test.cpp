@@ -3,6 +3,7 @@
 #include <csignal>
 
 #include "building/building_machine.h"
+#include "building/engine_preparation.h"
 #include "building/engine_store.h"
 
 namespace morvane {
@@ -20,7 +21,8 @@ class EnginePreparation : public testing::BuildingMachine {
   protected:
     void expectPrepared(bool expected, const std::string& engine = "CK9Wine3.0",
                         const std::optional<std::string>& link = std::nullopt) {
-        create([&](WrapperCreation& creation) { EXPECT_EQ(creation.prepareEngine(engine, link), expected); });
+        create(
+            [&](WrapperCreation& creation) { EXPECT_EQ(prepareEngine(creation, engine, link), expected); });
     }
     /// The answers of a user who has no link but this file; none: who leaves the chooser.
     void expectFileQuestions(const Names& files) {
@@ -32,9 +34,9 @@ class EnginePreparation : public testing::BuildingMachine {
     void expectExtracted(ExtractedEngine expected, const std::optional<std::string>& inWrapper,
                          const Names& stored) {
         create([&](WrapperCreation& creation) {
-            EXPECT_EQ(creation.extractEngine("CK9Wine3.0", wrapper), expected);
+            EXPECT_EQ(extractEngine(creation, "CK9Wine3.0", wrapper), expected);
         });
-        EXPECT_EQ(WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper), inWrapper);
+        EXPECT_EQ(getCaskeryWrapperEngineFromPath(wrapper), inWrapper);
         EXPECT_EQ(namesIn(engines), stored);
         EXPECT_FALSE(exists(engines + "/../.unpacking"));
     }
@@ -218,7 +220,7 @@ TEST_F(EnginePreparation, RefusesNamesThatLeaveTheStore) {
         expectPrepared(false, name);
         ui.expectError("");
         create([&](WrapperCreation& creation) {
-            EXPECT_EQ(creation.extractEngine(name, wrapper), ExtractedEngine::failure);
+            EXPECT_EQ(extractEngine(creation, name, wrapper), ExtractedEngine::failure);
         });
     }
     EXPECT_EQ(get(victim), "mine");
@@ -360,7 +362,7 @@ TEST_F(EnginePreparation, AnArchiveInAnArchiveStaysInItsFolder) {
         pack(outer + command);
         put(engines + "/" + stored, get(packing.path + "/out"));
         create([&](WrapperCreation& creation) {
-            if (creation.extractEngine("CK9Wine3.0", wrapper) == ExtractedEngine::failure) return;
+            if (extractEngine(creation, "CK9Wine3.0", wrapper) == ExtractedEngine::failure) return;
             EXPECT_FALSE(fs::is_symlink(bundle));
         });
         EXPECT_EQ(get(outside + "/version"), "mine");

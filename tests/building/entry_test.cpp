@@ -1,6 +1,7 @@
 #include <atomic>
 #include <thread>
 
+#include "building/archives.h"
 #include "building/building_machine.h"
 #include "foundation/settings.h"
 
@@ -122,7 +123,7 @@ TEST_F(Entry, ChecksThePortBeforeAnythingIsMade) {
 }
 
 TEST_F(Entry, ListsWhatAPortRequires) {
-    const auto& listFor = WrapperCreation::requirementsListForPortData;
+    const auto& listFor = requirementsListForPortData;
     put(engines + "/CK9Wine3.0.zip", "x");
     NSPortData port;
     port.engine = "CK9Wine3.0";

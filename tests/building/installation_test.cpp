@@ -3,7 +3,9 @@
 #include <thread>
 
 #include "building/configured_wrapper.h"
+#include "building/installation.h"
 #include "platform/cancellation.h"
+#include "wrapper/port_manager.h"
 
 namespace morvane {
 namespace {
@@ -15,7 +17,7 @@ class Installation : public testing::ConfiguredWrapper {
     /// The installer that was run, or "".
     std::string install(const std::optional<std::string>& name, const std::optional<std::string>& source) {
         EXPECT_TRUE(files::write(testing::commandLog(wrapper), "", files::Atomically::no));
-        onWorker([&] { EXPECT_TRUE(creation->installApp(name, source, port)); });
+        onWorker([&] { EXPECT_TRUE(installApp(*creation, name, source, port)); });
         const std::string line = asked();
         if (line.empty()) return "";
         EXPECT_TRUE(line.starts_with("CKS-installer ")) << line;
@@ -108,7 +110,7 @@ TEST_F(Installation, AsksUntilAFileIsChosenOrTheUserGivesUp) {
 
 TEST_F(Installation, AnEndingApplicationIsNotAskedForEver) {
     machine->mainQueue.close();
-    std::thread worker([&] { EXPECT_TRUE(creation->installApp(std::nullopt, std::nullopt, port)); });
+    std::thread worker([&] { EXPECT_TRUE(installApp(*creation, std::nullopt, std::nullopt, port)); });
     worker.join();
     EXPECT_EQ(asked(), "");
 }
@@ -126,7 +128,7 @@ TEST_F(DesktopCleanUp, RemovesNewShortcutsOnly) {
     EXPECT_EQ(listing(desktop), (Names{"Folder.lnk", "Old.lnk", "Upper.LNK", "notes.txt"}));
     EXPECT_EQ(get(home + "/precious.txt"), "kept");
 
-    EXPECT_THROW(WrapperCreation::removeUselessDesktopFilesCreatedOnBlock([&] {
+    EXPECT_THROW(removeUselessDesktopFilesCreatedOnBlock([&] {
                      put(desktop + "/Game.lnk", "");
                      throw Cancelled();
                  }),
@@ -142,8 +144,7 @@ TEST_F(DesktopCleanUp, SparesEverythingWhenItCouldNotSeeWhatWasThere) {
     const rlimit none{.rlim_cur = 0, .rlim_max = before.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
     bool worked = false;
-    WrapperCreation::removeUselessDesktopFilesCreatedOnBlock(
-        [&] { worked = ::setrlimit(RLIMIT_NOFILE, &before) == 0; });
+    removeUselessDesktopFilesCreatedOnBlock([&] { worked = ::setrlimit(RLIMIT_NOFILE, &before) == 0; });
     EXPECT_TRUE(worked);
     EXPECT_TRUE(exists(desktop + "/Old.lnk"));
 }
@@ -151,7 +152,7 @@ TEST_F(DesktopCleanUp, SparesEverythingWhenItCouldNotSeeWhatWasThere) {
 TEST_F(Installation, ARunningInstallerIsKeptInFrontUntilItEnds) {
     put(desktop + "/Old.desktop", "");
     whenInstalling("cat \"$1\" > \"$wrapper/batch\"; : > '" + desktop + "/Steam.desktop'\n");
-    onWorker([&] { EXPECT_TRUE(creation->runInstaller(driveC + "/SteamSetup.exe", "/S /NCRC", port)); });
+    onWorker([&] { EXPECT_TRUE(runInstaller(driveC + "/SteamSetup.exe", "/S /NCRC", port)); });
     EXPECT_EQ(get(wrapper + "/batch"), "start \"C:\\SteamSetup.exe\" /S /NCRC");
     EXPECT_EQ(listing(desktop), Names{"Old.desktop"});
     EXPECT_EQ(machine->mainQueue.drain(), std::nullopt) << "the timer has ended";
@@ -159,17 +160,17 @@ TEST_F(Installation, ARunningInstallerIsKeptInFrontUntilItEnds) {
     onWorker([&] {
         ASSERT_TRUE(host().creation.begin());
         host().creation.request();
-        EXPECT_THROW(creation->runInstaller(driveC + "/SteamSetup.exe", "", port), Cancelled);
+        EXPECT_THROW(runInstaller(driveC + "/SteamSetup.exe", "", port), Cancelled);
         host().creation.end();
     });
     EXPECT_EQ(machine->mainQueue.drain(), std::nullopt) << "also after a cancellation";
-    WrapperCreation::keepWindowInFrontForAppOfTimer(wrapper);
+    keepWindowInFrontForAppOfTimer(wrapper);
     EXPECT_EQ(ui.broughtToFront, Names{wrapper});
 }
 
 TEST_F(Installation, RelativePathsAreLookedForInTheProgramPart) {
     const auto relative = [](const char* path) {
-        return WrapperCreation::relativePathsAreInExes({program("Known", "C:/o.exe"), program("Game", path)});
+        return relativePathsAreInExes({program("Known", "C:/o.exe"), program("Game", path)});
     };
     for (const char* path :
          {"C:/*/Game/game.exe", "C:/nothing.exe", "\"C:/nothing.exe\" -x", "C:\\nothing.exe"})

@@ -1,4 +1,6 @@
+#include "building/launch_targets.h"
 #include "building/configured_wrapper.h"
+#include "wrapper/port_manager.h"
 
 namespace morvane {
 namespace {
@@ -8,11 +10,11 @@ class LaunchTargets : public testing::ConfiguredWrapper {
     void save(const std::vector<ExeEntry>& exes) {
         onWorker([&] {
             NSPortManager port = NSPortManager::managerWithPath(wrapper);
-            EXPECT_TRUE(creation->saveEXEs(exes, port));
+            EXPECT_TRUE(saveEXEs(exes, port));
         });
     }
     void alias(const std::string& name) {
-        onWorker([&] { WrapperCreation::createAliasToCustomEXE(wrapper + "/" + name, wrapper); });
+        onWorker([&] { createAliasToCustomEXE(wrapper + "/" + name, wrapper); });
     }
     const std::string applications = home + "/Applications";
 };

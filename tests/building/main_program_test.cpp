@@ -1,4 +1,6 @@
+#include "building/main_program.h"
 #include "building/configured_wrapper.h"
+#include "wrapper/port_manager.h"
 
 namespace morvane {
 namespace {
@@ -39,7 +41,7 @@ TEST_F(ConfirmMainExe, LooksForTheProgramWithOneLevelVariable) {
         port.synchronizePlist();
         const auto source = row.source != nullptr ? std::optional<std::string>(row.source) : std::nullopt;
         std::optional<std::string> found;
-        onWorker([&] { found = creation->confirmMainExePathForPort(port, source); });
+        onWorker([&] { found = confirmMainExePathForPort(port, source); });
         if (row.found != nullptr) {
             EXPECT_EQ(found, driveC + row.found);
         }
@@ -62,7 +64,7 @@ TEST_F(ConfirmMainExe, CompletesToTheFirstMatchOnDriveC) {
         {"C:", std::nullopt},
     };
     for (const auto& [path, completed] : rows) {
-        EXPECT_EQ(WrapperCreation::completeWindowsPath(path, wrapper), completed) << path;
+        EXPECT_EQ(completeWindowsPath(path, wrapper), completed) << path;
     }
 }
 

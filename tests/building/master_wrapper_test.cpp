@@ -1,3 +1,4 @@
+#include "building/master_wrapper.h"
 #include "building/building_machine.h"
 
 namespace morvane {
@@ -17,7 +18,7 @@ class MasterWrapper : public testing::BuildingMachine {
     /// Afterwards this version is the current one, these names are in its folder, and nothing is left.
     void expectUpdate(bool expected, const std::optional<std::string>& current, const Names& names) {
         create([&](WrapperCreation& creation) {
-            EXPECT_EQ(creation.updateCaskery(), expected);
+            EXPECT_EQ(updateCaskery(creation), expected);
             EXPECT_EQ(creation.currentCaskery, current);
         });
         EXPECT_EQ(namesIn(masters), names);
@@ -25,7 +26,7 @@ class MasterWrapper : public testing::BuildingMachine {
     }
     void expectCopied(bool expected, const std::string& path) {
         create([&](WrapperCreation& creation) {
-            EXPECT_EQ(creation.copyingMasterWrapperToPath(path), expected);
+            EXPECT_EQ(copyingMasterWrapperToPath(creation, path), expected);
         });
     }
     const Names newMaster{"Caskery-2.6.2.app"}, oldMaster{"Caskery-2.6.0.app"};
@@ -44,11 +45,11 @@ TEST_F(MasterWrapper, NewestVersionIsWhatTheSiteSaysAndCanBeAFileName) {
     };
     for (const auto& [answer, expected] : rows) {
         site.answer(newestPath, {.body = answer});
-        onWorker([&, wanted = expected] { EXPECT_EQ(WrapperCreation::getNewestCaskeryVersion(), wanted); });
+        onWorker([&, wanted = expected] { EXPECT_EQ(getNewestCaskeryVersion(), wanted); });
     }
     const int before = asked(newestPath);
     offline();
-    onWorker([&] { EXPECT_EQ(WrapperCreation::getNewestCaskeryVersion(), "Caskery-2.6.2"); });
+    onWorker([&] { EXPECT_EQ(getNewestCaskeryVersion(), "Caskery-2.6.2"); });
     EXPECT_EQ(asked(newestPath), before) << "asked again for what is known";
 }
 
@@ -64,12 +65,12 @@ TEST_F(MasterWrapper, CurrentVersionIsTheWrapperInTheFolder) {
         {{"Caskery-2.6.0.app"}, {"Caskery-2.6.2.tar.7z"}, "Caskery-2.6.0"},
         {{"Caskery-2.6.0.app", "Caskery-2.6.1.app"}, {}, "Caskery-2.6.1"},
     };
-    EXPECT_EQ(WrapperCreation::getCurrentCaskeryVersion(), std::nullopt) << "without a folder";
+    EXPECT_EQ(getCurrentCaskeryVersion(), std::nullopt) << "without a folder";
     for (const Row& row : rows) {
         fs::remove_all(masters);
         for (const auto& name : row.folders) fs::create_directories(masters + "/" + name);
         for (const auto& name : row.files) put(masters + "/" + name, "x");
-        EXPECT_EQ(WrapperCreation::getCurrentCaskeryVersion(), row.expected);
+        EXPECT_EQ(getCurrentCaskeryVersion(), row.expected);
     }
 }
 
@@ -110,7 +111,7 @@ TEST_F(MasterWrapper, IsUsedAsItIsWhereTheSiteDoesNotHelp) {
     create([&](WrapperCreation& creation) {
         EXPECT_EQ(creation.newestCaskery, "Caskery-2.6.2");
         offline();
-        EXPECT_TRUE(creation.updateCaskery());
+        EXPECT_TRUE(updateCaskery(creation));
         EXPECT_EQ(creation.currentCaskery, "Caskery-2.6.0");
     });
     // Without one there is nothing to use, but an archive that lies there.
@@ -168,7 +169,7 @@ TEST_F(MasterWrapper, KeepsTheOldOneWhateverTheDownloadBrings) {
                            ? "Your Caskery Master Wrapper is corrupted! The wrapper creation failed!"
                            : "Caskery Master Wrapper download failed!");
         create([&](WrapperCreation& creation) {
-            EXPECT_FALSE(creation.updateCaskery());
+            EXPECT_FALSE(updateCaskery(creation));
             EXPECT_EQ(creation.currentCaskery, "Caskery-2.6.0");
         });
         EXPECT_TRUE(exists(masters + "/Caskery-2.6.0.app/Contents/Info.plist"));
@@ -205,7 +206,7 @@ TEST_F(MasterWrapper, SaysWhatToInstallWithout7Zip) {
                                 "/7za). Install the package p7zip-full";
     const auto expectFailure = [&] {
         ui.expectError(missing);
-        create([](WrapperCreation& creation) { EXPECT_FALSE(creation.updateCaskery()); });
+        create([](WrapperCreation& creation) { EXPECT_FALSE(updateCaskery(creation)); });
     };
     fs::remove(resources + "/7za");
     expectFailure();
@@ -220,7 +221,7 @@ TEST_F(MasterWrapper, IsCopiedWholeOrNotAtAllAndToANewPathOnly) {
     create([&](WrapperCreation& creation) {
         ASSERT_TRUE(machine->creation.begin());
         machine->creation.request();
-        EXPECT_THROW(creation.copyingMasterWrapperToPath(wrapper), Cancelled);
+        EXPECT_THROW(copyingMasterWrapperToPath(creation, wrapper), Cancelled);
         machine->creation.end();
     });
     EXPECT_EQ(namesIn(applications), Names{});

@@ -1,4 +1,6 @@
+#include "building/registry_writers.h"
 #include "building/configured_wrapper.h"
+#include "wrapper/port_manager.h"
 
 namespace morvane {
 namespace {
@@ -11,19 +13,19 @@ class RegistryWriters : public testing::ConfiguredWrapper {
     void addKey(const std::string& lines, const char* registry = "user") const {
         NSUtilities::addRegistry(lines, registry, wrapper);
     }
-    bool saveDrives(const std::vector<DriveEntry>& drives) {
+    bool save(const std::vector<DriveEntry>& drives) {
         bool result = false;
-        onWorker([&] { result = creation->saveDrives(drives, wrapper); });
+        onWorker([&] { result = saveDrives(drives, wrapper); });
         return result;
     }
 };
 
 TEST_F(RegistryWriters, KeepTheOtherValuesOfTheKey) {
     addKey(std::string(direct3D) + " 12345\n\"renderer\"=\"gl\"\n\"CSMT\"=\"maybe\"");
-    creation->saveDirect3DBoost(true, wrapper);
+    saveDirect3DBoost(true, wrapper);
     EXPECT_EQ(key(direct3D, "user"), "\"renderer\"=\"gl\"\n\"CSMT\"=\"enabled\"");
     EXPECT_EQ(timesIn("user", direct3D), 1);
-    creation->saveDecorateWindow(false, wrapper);
+    saveDecorateWindow(false, wrapper);
     EXPECT_EQ(key(R"([Software\\Wine\\X11 Driver])", "user"), "\"Decorated\"=\"N\"\n\"Managed\"=\"N\"");
 }
 
@@ -42,9 +44,8 @@ TEST_F(RegistryWriters, VideoMemoryIsWrittenInMegabytes) {
         }
         NSUtilities::deleteRegistry(direct3D, "user", wrapper);
         addKey(std::string(direct3D) + "\n\"CSMT\"=\"enabled\"");
-        onWorker([&, known = !written.empty()] {
-            EXPECT_EQ(creation->settingVideoCardMemorySizeAtPort(store()), known);
-        });
+        onWorker(
+            [&, known = !written.empty()] { EXPECT_EQ(settingVideoCardMemorySizeAtPort(store()), known); });
         const std::string lines = key(direct3D, "user");
         EXPECT_EQ(NSUtilities::getStringValueForKey("VideoMemorySize", lines), written);
         EXPECT_EQ(NSUtilities::getStringValueForKey("CSMT", lines), "enabled");
@@ -54,7 +55,7 @@ TEST_F(RegistryWriters, VideoMemoryIsWrittenInMegabytes) {
 TEST_F(RegistryWriters, NothingStartsWithTheWrapper) {
     const std::string run = R"([Software\\Microsoft\\Windows\\CurrentVersion\\Run])";
     addKey(run + " 1\n\"Steam\"=\"x\"\n");
-    creation->removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(wrapper);
+    removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(wrapper);
     EXPECT_EQ(timesIn("user", "\"Steam\""), 0);
     EXPECT_EQ(timesIn("user", run), 1);
 }
@@ -69,7 +70,7 @@ TEST_F(RegistryWriters, OverridesReplaceWholeKeysAndFragmentsWithoutOneAreRefuse
     addKey("[Software\\\\Wine\\\\DllOverrides] 1\n\"d3d8\"=\"native\"\n");
     onWorker([&] {
         NSPortManager port = store();
-        EXPECT_TRUE(creation->saveOverridesForPortData(data, port));
+        EXPECT_TRUE(saveOverridesForPortData(*creation, data, port));
     });
     EXPECT_EQ(key(R"([Software\\Wine\\DllOverrides])", "user"), "\"d3d9\"=\"native\"");
     EXPECT_EQ(timesIn("user", "stray"), 0);
@@ -80,12 +81,12 @@ using SaveDrives = RegistryWriters;
 
 TEST_F(SaveDrives, MakesLinksFolderAndType) {
     // Without drives, and where the entries name no C and Z, the wrapper can start.
-    saveDrives({});
+    save({});
     EXPECT_EQ(listing(dosdevices), (Names{"c:", "z:"}));
     link("/gone", dosdevices + "/e:");  // dangling
     link("elsewhere", wrapper + "/drive_d");
     addKey("[Software\\\\Wine\\\\Drives] 1\n\"e:\"=\"hd\"\n", "system");
-    saveDrives({{"D", "../drive_d", "cdrom"}, {"m", "/media/disc", "auto"}});
+    save({{"D", "../drive_d", "cdrom"}, {"m", "/media/disc", "auto"}});
     EXPECT_EQ(listing(dosdevices), (Names{"c:", "d:", "m:", "z:"}));
     const std::pair<std::string, const char*> links[] = {
         {dosdevices + "/c:", "../drive_c"},    {dosdevices + "/d:", "../drive_d"},
@@ -103,7 +104,7 @@ TEST_F(SaveDrives, NeverReplacesARealFolderNorReachesThroughALinkedOne) {
     put(wrapper + "/drive_d/save.dat", "my game");
     put(dosdevices + "/d:/save.dat", "my other game");
     for (int folders = 0; folders < 2; ++folders) ui.expectError("Error while creating symbolic link: ");
-    saveDrives({{"d", "../drive_d", "auto"}});
+    save({{"d", "../drive_d", "auto"}});
     EXPECT_EQ(get(wrapper + "/drive_d/save.dat"), "my game");
     EXPECT_EQ(get(dosdevices + "/d:/save.dat"), "my other game");
 
@@ -111,7 +112,7 @@ TEST_F(SaveDrives, NeverReplacesARealFolderNorReachesThroughALinkedOne) {
     EXPECT_TRUE(files::remove(dosdevices));
     link(elsewhere, dosdevices);
     ui.expectError("The drives can't be set, because ");
-    saveDrives({{"d", "../drive_d", "auto"}});
+    save({{"d", "../drive_d", "auto"}});
     EXPECT_EQ(get(elsewhere + "/c:"), "not ours");
 }
 
@@ -147,7 +148,7 @@ TEST_F(SaveDrives, RefusesHostileEntriesAndGoesOn) {
             ui.expectError("\"" + std::string(row.shown) + "\" can't be used as " + row.as);
     }
     const auto before = listing(home);
-    EXPECT_TRUE(saveDrives(drives));
+    EXPECT_TRUE(save(drives));
     EXPECT_EQ(listing(dosdevices), (Names{"c:", "e:", "z:"}));
     EXPECT_EQ(destination(dosdevices + "/c:"), "../drive_c");
     EXPECT_EQ(key(R"([Software\\Wine\\Drives])", "system"), "\"e:\"=\"hd\"");
@@ -161,13 +162,14 @@ using SaveExtensions = RegistryWriters;
 TEST_F(SaveExtensions, WritesBothKeysAndTheAssociations) {
     onWorker([&] {
         NSPortManager port = store();
-        creation->saveExtensions(std::nullopt, port);
+        saveExtensions(std::nullopt, port);
         EXPECT_TRUE(setting("Associations").isNull());
-        EXPECT_TRUE(creation->saveExtensions(
+        EXPECT_TRUE(saveExtensions(
+
             std::vector<ExtensionEntry>{{"sav", R"(C:/Game/game.exe "%1")"}, {"txt", "C:/Jeux/Château.exe"}},
             port));
         EXPECT_EQ(setting("Associations"), Value("sav txt"));
-        creation->saveExtensions(std::vector<ExtensionEntry>{}, port);
+        saveExtensions(std::vector<ExtensionEntry>{}, port);
         EXPECT_EQ(setting("Associations"), Value(""));
     });
     for (const char* once : {
@@ -189,7 +191,7 @@ TEST_F(SaveExtensions, RefusesTextsThatWouldAddKeys) {
     const std::string before = get(wrapper + layout::systemRegistry);
     onWorker([&] {
         NSPortManager port = store();
-        creation->saveExtensions(extensions, port);
+        saveExtensions(extensions, port);
     });
     EXPECT_EQ(setting("Associations"), Value("ok"));
     EXPECT_EQ(get(wrapper + layout::systemRegistry),

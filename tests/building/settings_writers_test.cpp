@@ -1,3 +1,4 @@
+#include "building/settings_writers.h"
 #include "building/configured_wrapper.h"
 
 namespace morvane {
@@ -19,7 +20,7 @@ TEST_F(SettingsWriters, CloseSafelyChangesOneCharacterAfterTheFirstChoice) {
          }) {
         for (const bool safely : {true, false}) {
             put(script, row.before, true);
-            onWorker([&] { EXPECT_TRUE(creation->saveCloseSafely(safely, wrapper)); });
+            onWorker([&] { EXPECT_TRUE(saveCloseSafely(safely, wrapper)); });
             EXPECT_EQ(get(script), safely ? row.safely : row.atOnce);
             EXPECT_TRUE(files::isExecutable(script));
         }
@@ -37,7 +38,7 @@ TEST_F(SettingsWriters, CompanyIsOneValidLineOrNoFile) {
     };
     for (const auto& [company, contents] : rows) {
         put(file, "old");
-        EXPECT_TRUE(creation->saveCompany(company, wrapper));
+        EXPECT_TRUE(saveCompany(company, wrapper));
         EXPECT_EQ(exists(file) ? Text(get(file)) : std::nullopt, contents);
     }
 }

@@ -3,6 +3,8 @@
 #include "building/configured_wrapper.h"
 #include "foundation/text.h"
 #include "support/loopback_site.h"
+#include "wrapper/port_manager.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -26,10 +28,10 @@ class StoreClients : public testing::ConfiguredWrapper {
         put(home + "/.cache/winetricks/msxml3/msxml3.msi", "MSI");
         put(home + "/.cache/winetricks/gdiplus_winxp/NDP1.0sp2-KB830348-X86-Enu.exe", "MZ");
     }
-    bool install(bool (WrapperCreation::*operation)(const NSPortManager&)) {
+    bool install(bool (*operation)(Build&, const NSPortManager&)) {
         put(testing::commandLog(wrapper), "");
         bool result = false;
-        onWorker([&] { result = (creation.get()->*operation)(NSPortManager::managerWithPath(wrapper)); });
+        onWorker([&] { result = operation(*creation, NSPortManager::managerWithPath(wrapper)); });
         return result;
     }
     void expectAnswers(const std::string& client, const char* manual, const char* goOn) {
@@ -47,18 +49,17 @@ class StoreClients : public testing::ConfiguredWrapper {
 TEST_F(StoreClients, AreInstalledSilentlyOnceAfterTheirComponents) {
     const struct Row {
         std::string name;
-        bool (WrapperCreation::*operation)(const NSPortManager&);
+        bool (*operation)(Build&, const NSPortManager&);
         std::string link, line, proof, components;
     } rows[] = {
-        {"Steam", &WrapperCreation::installSteamAtPort, "/client/installer/SteamSetup.exe",
-         R"("C:\SteamSetup.exe" /S)", "Steam/steam.exe", "nocrashdialog"},
-        {"Origin", &WrapperCreation::installOriginAtPort, "/windows/desktop/origin-9.12.0/download",
-         R"("C:\download" /S)", "Origin/Origin.exe",
-         "msxml3 vcrun2013 vb6run nocrashdialog vcrun2010 macdriver=mac"},
-        {"Uplay", &WrapperCreation::installUplayAtPort, "/orbit/launcher_installer/UplayInstaller.exe",
+        {"Steam", &installSteamAtPort, "/client/installer/SteamSetup.exe", R"("C:\SteamSetup.exe" /S)",
+         "Steam/steam.exe", "nocrashdialog"},
+        {"Origin", &installOriginAtPort, "/windows/desktop/origin-9.12.0/download", R"("C:\download" /S)",
+         "Origin/Origin.exe", "msxml3 vcrun2013 vb6run nocrashdialog vcrun2010 macdriver=mac"},
+        {"Uplay", &installUplayAtPort, "/orbit/launcher_installer/UplayInstaller.exe",
          R"("C:\UplayInstaller.exe" /S /NCRC)", "Ubisoft/Ubisoft Game Launcher/",
          "crypt32 gdiplus_winxp msxml3 winhttp"},
-        {"GOG Galaxy", &WrapperCreation::installGOGGalaxyAtPort, "/open/galaxy/client/setup_galaxy_1.2.exe",
+        {"GOG Galaxy", &installGOGGalaxyAtPort, "/open/galaxy/client/setup_galaxy_1.2.exe",
          R"("C:\setup_galaxy_1.2.exe" /VERYSILENT /NORESTART)", "GalaxyClient/GalaxyClient.exe",
          "msxml3 vcrun2012 nocrashdialog"},
     };
@@ -95,7 +96,7 @@ TEST_F(StoreClients, TheUserDecidesWhatFollowsAFailedInstallation) {
     const auto untouched = get(wrapper + layout::systemRegistry);
     site.answer(link, {.body = "MZ"});
     expectAnswers("Steam", "No", "Yes");
-    EXPECT_FALSE(install(&WrapperCreation::installSteamAtPort));
+    EXPECT_FALSE(install(&installSteamAtPort));
     EXPECT_NE(key(runKey, "user"), "");
     // Once more with what lies there, which is not run; then downloaded again; then a chosen installer.
     whenInstalling("case \"$1\" in */Chosen.exe) mkdir -p '" + driveC + "/Programs/Steam'; : > '" + driveC +
@@ -107,14 +108,14 @@ TEST_F(StoreClients, TheUserDecidesWhatFollowsAFailedInstallation) {
     expectAnswers("Steam", "Yes", nullptr);
     put(home + "/Chosen.exe", "MZ");
     ui.expectChoice("Select the installer", {home + "/Chosen.exe"});
-    EXPECT_TRUE(install(&WrapperCreation::installSteamAtPort));
+    EXPECT_TRUE(install(&installSteamAtPort));
     EXPECT_EQ(site.requests(), (Names{"GET " + link, "GET " + link}));
     EXPECT_FALSE(exists(driveC + "/SteamSetup.exe"));
     // Without an address there is nothing to download.
     machine->sites.origin.clear();
     ui.expectError("This version of Morvane knows no address of Origin's installer.");
     expectAnswers("Origin", "No", "Yes");
-    EXPECT_FALSE(install(&WrapperCreation::installOriginAtPort));
+    EXPECT_FALSE(install(&installOriginAtPort));
     EXPECT_EQ(get(wrapper + layout::systemRegistry), untouched) << "no client, no settings of it";
     EXPECT_EQ(site.requests().size(), 2U);
 }

@@ -1,7 +1,11 @@
 #include "building/winetricks_files.h"
 
 #include "building/building_machine.h"
+#include "building/engine_preparation.h"
+#include "building/winetricks.h"
+#include "building/winetricks_script.h"
 #include "foundation/text.h"
+#include "wrapper/port_manager.h"
 #include "wrapper/registry.h"
 
 namespace morvane {
@@ -39,14 +43,12 @@ class Winetricks : public testing::BuildingMachine {
         const std::string text = MVString::replacedAll(definitions, "@", base);
         put(script, verbs() + MVString::replacedAll(text, "SUM", rightSum));
     }
-    void refresh(bool expected, WrapperCreation::NeedsVerbs needs = WrapperCreation::NeedsVerbs::yes) {
-        create([&](auto& creation) {
-            EXPECT_EQ(creation.updateWinetricksListAtFile(wrapper, needs), expected);
-        });
+    void refresh(bool expected, NeedsVerbs needs = NeedsVerbs::yes) {
+        onWorker([&] { EXPECT_EQ(updateWinetricksListAtFile(wrapper, needs), expected); });
     }
     [[nodiscard]] NSPortManager port() const { return NSPortManager::managerWithPath(wrapper); }
     void install(const Names& requests) {
-        create([&](auto& creation) { EXPECT_TRUE(creation.installWinetricks(requests, port())); });
+        create([&](auto& creation) { EXPECT_TRUE(installWinetricks(creation, requests, port())); });
     }
     /// The paths of the files that were fetched so far, in order, and forgets them.
     Names fetched() {
@@ -129,7 +131,7 @@ TEST_F(Winetricks, InstallsRequestsInOrder) {
               "2 CKS-winetricks vcrun2010 silent\n2 CKS-winetricks corefonts asking\n"
               "2 CKS-winetricks macdriver=mac silent\n2 CKS-winetricks d3dx9 silent\n"
               "2 CKS-winetricks two words silent\nlauncher CKS-InstallICE\nlauncher CKS-wineboot\n");
-    EXPECT_EQ(WrapperCreation::getCaskeryWrapperEngineFromPath(wrapper), "CK9Wine5.0");
+    EXPECT_EQ(getCaskeryWrapperEngineFromPath(wrapper), "CK9Wine5.0");
     EXPECT_EQ(get(script), patched);
     for (const std::string& list : lists) EXPECT_FALSE(exists(wrapper + list)) << list;
 }
@@ -268,7 +270,7 @@ TEST_F(Winetricks, StopsForACancellation) {
     cancelWhen([this] { return get(runs) == "begun\n"; });
     create([&](WrapperCreation& creation) {
         ASSERT_TRUE(machine->creation.begin());
-        EXPECT_THROW(creation.installWinetricks({"corefonts", "two"}, port()), Cancelled);
+        EXPECT_THROW(installWinetricks(creation, {"corefonts", "two"}, port()), Cancelled);
         machine->creation.end();
     });
     EXPECT_EQ(get(runs), "begun\n");

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "building/configured_wrapper.h"
+#include "building/wrapper_menu.h"
 #include "wrapper/menu_scripts.h"
 
 namespace morvane {
@@ -11,7 +12,7 @@ class WrapperMenu : public testing::ConfiguredWrapper {
     const std::string scripts = wrapper + layout::menuScripts;
 
     Names save(const NSPortData& port) {
-        onWorker([&] { EXPECT_TRUE(creation->saveCaskeryWrapperMenuForPort(port, wrapper)); });
+        onWorker([&] { EXPECT_TRUE(saveCaskeryWrapperMenuForPort(port, wrapper)); });
         auto names = listing(scripts);
         std::erase(names, "CaskeryQuitScript");
         return names;

@@ -1,0 +1,15 @@
+// building/configuration.h: the stages by which a wrapper with an engine and a prefix becomes the port.
+#pragma once
+
+#include <string>
+
+#include "ports/port_data.h"
+
+namespace morvane {
+
+class Build;
+
+/// True.
+bool configureWrapperAt(Build& build, const std::string& wrapper, const NSPortData& port);
+
+}  // namespace morvane
