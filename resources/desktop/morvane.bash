@@ -53,7 +53,7 @@ _morvane_command() {
     debug | drive | exe | icon | logs | menu | mod | play | properties | run | show | stop | tool | 'library remove' | \
         'wrapper update') first=installed ;;
     esac
-    options+=' --answer= --choose= --defaults --json --help'
+    options+=' --answer= --choose= --defaults --json --verbose --help'
 }
 
 # The words that an option's value is chosen from; nothing for texts and files.

@@ -114,6 +114,10 @@ void Session::cancelAfterAsking() {
     if (!progress_->cancel()) host_->creation.request();
 }
 
+void Session::showLog() {
+    host_->log.mirrorTo([this](const std::string& line) { console_.say(line); });
+}
+
 void Session::provideSite() {
     if (host_->sites.caskery.empty()) provideDownloads();
     if (host_->sites.catalogue.empty()) provideCatalogue();

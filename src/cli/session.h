@@ -43,6 +43,8 @@ class Session {
     /// What is answered beforehand; a command adds what its own arguments say.
     [[nodiscard]] Answers& answers() { return answers_; }
 
+    /// From here on, what goes to the log is said as well.
+    void showLog();
     /// Starts the embedded download site and the embedded catalogue, each unless another one is configured.
     /// Before `onWorker`.
     void provideSite();
