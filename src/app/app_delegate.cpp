@@ -122,15 +122,14 @@ void AppDelegate::showMorvaneTab(MorvaneTab tab) {
 
 void AppDelegate::loadRankings() {
     // The graphics card's family is what a program prints.
-    MVThread::dispatchQueueWithName(
-        "app.morvane.loadRankings", Priority::normal, Concurrent::no, [self = self_] {
-            const std::string card = NSComputerInformation::graphicCardType().value_or("");
-            onDelegate(self, [card](AppDelegate& app) {
-                for (NSRankingList* list : {&app.latest_, &app.popular_, &app.highrated_}) {
-                    list->loadRankingListForVideoCard(card);
-                }
-            });
+    MVThread::dispatchQueueWithName("app.morvane.loadRankings", Priority::normal, [self = self_] {
+        const std::string card = NSComputerInformation::graphicCardType().value_or("");
+        onDelegate(self, [card](AppDelegate& app) {
+            for (NSRankingList* list : {&app.latest_, &app.popular_, &app.highrated_}) {
+                list->loadRankingListForVideoCard(card);
+            }
         });
+    });
 }
 
 void AppDelegate::openRow(std::size_t row) {

@@ -38,10 +38,10 @@ class ShellView {
     virtual ~ShellView() = default;
 
     /// Where links that the system brings go from now on; nowhere with an empty handler.
-    virtual void setURLHandler(std::function<void(const std::string& link)>) {}
+    virtual void setURLHandler(const std::function<void(const std::string& link)>&) {}
     /// Where a click on a notification goes, with what the notification carries; nowhere with an empty
     /// handler.
-    virtual void setNotificationHandler(std::function<void(const std::string& info)>) {}
+    virtual void setNotificationHandler(const std::function<void(const std::string& info)>&) {}
 
     /// Whether the front end has the layout at all.
     [[nodiscard]] virtual bool hasLayout(LibraryLayout) const { return true; }

@@ -70,7 +70,7 @@ void writeOwnReports(const Folders& folders) {
 
 void lookForCrashLogs() {
     if (!settings::get(settings::automaticallySendCrashLogs)) return;
-    MVThread::dispatchQueueWithName("app.morvane.lookForCrashLogs", Priority::low, Concurrent::no, [] {
+    MVThread::dispatchQueueWithName("app.morvane.lookForCrashLogs", Priority::low, [] {
         // Here and not before: a name service that hangs must not hold up the start.
         if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) return;
         if (const auto report = newCrashLog()) sendNewCrashLog(*report);

@@ -93,8 +93,7 @@ void createOrFixGamesFolder() {
     }
     if (!MVFileManager::directoryExistsAtPath(gamesFolder())) {
         createFolder(gamesFolder());
-        MVThread::dispatchQueueWithName("app.morvane.gamesFolderIcon", Priority::normal, Concurrent::no,
-                                        unpackIcon);
+        MVThread::dispatchQueueWithName("app.morvane.gamesFolderIcon", Priority::normal, unpackIcon);
     }
     const std::string localizations = gamesFolder() + ".localized";
     createFolder(localizations);

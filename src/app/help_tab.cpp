@@ -13,21 +13,13 @@
 #include "platform/http.h"
 #include "platform/property_list.h"
 #include "platform/styled_text.h"
+#include "platform/utf8.h"
 
 namespace morvane {
 namespace {
 
-std::string withoutBlanks(std::string_view text) {
-    constexpr std::string_view blanks = " \t";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of(blanks) - first + 1));
-}
-
-std::size_t lengthOf(std::string_view text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char character) {
-        return (static_cast<unsigned char>(character) & 0xc0U) != 0x80U;
-    }));
+std::string_view entered(std::string_view text) {
+    return utf8::trimmed(text, " \t");
 }
 
 std::string breaksAsHtml(std::string_view text) {
@@ -97,21 +89,21 @@ bool NSHelpTab::sendMail() {
 
 Result<> NSHelpTab::checkForm() const {
     constexpr std::size_t shortestSubject = 4, shortestDescription = 15;
-    if (withoutBlanks(form.mail).empty())
+    if (entered(form.mail).empty())
         return Failure{
             localized("We gonna contact you by mail, so we need a valid mail to send your answer.")};
-    if (withoutBlanks(form.name).empty())
+    if (entered(form.name).empty())
         return Failure{localized(
             "We need to call you something when answering you. It doesn't need to be your real name if you "
             "prefer to keep yourself anonymous.")};
-    if (lengthOf(withoutBlanks(form.subject)) < shortestSubject)
+    if (utf8::length(entered(form.subject)) < shortestSubject)
         return Failure{localized(
             "The subject is used to give a brief explanation of the reason for your contact. Sometimes we "
             "receive lots of mails, and we usually choose which one will be answered first based in the "
             "subject; so the clearest the subject, the fastest is the answer.\n\nGood subjects:\n- Skyrim "
             "crashing\n- Error while installing Red Alert\n- Age of Empires mods\n\nBad subjects:\n- "
             "Fallout\n- HELP ME!!!\n- Error")};
-    if (lengthOf(withoutBlanks(form.description)) < shortestDescription)
+    if (utf8::length(entered(form.description)) < shortestDescription)
         return Failure{localized(
             "The description area is to provide the details about why you are contacting us. Give the "
             "biggest "

@@ -38,7 +38,7 @@ std::optional<std::string> wrapperAround(const std::string& program) {
 }
 
 void runExe(const char* label, const std::string& wrapper, const std::string& program) {
-    MVThread::dispatchQueueWithName(label, Priority::normal, Concurrent::no, [wrapper, program] {
+    MVThread::dispatchQueueWithName(label, Priority::normal, [wrapper, program] {
         MVTask::ignoreEnding(MVTask::runProgram(Wrapper(wrapper).tool(), std::nullopt,
                                                 MVTask::Arguments({program}), Wait::no));
     });
@@ -118,7 +118,7 @@ bool AppDelegate::shouldRunGameAtPath(const std::string& path) {
 
 void AppDelegate::withCreation(const char* label,
                                const std::function<void(const std::shared_ptr<WrapperCreation>&)>& work) {
-    MVThread::dispatchQueueWithName(label, Priority::normal, Concurrent::no, [work, progress = progress_] {
+    MVThread::dispatchQueueWithName(label, Priority::normal, [work, progress = progress_] {
         work(building::cancellableCreation(progress));
     });
 }
@@ -205,8 +205,7 @@ void AppDelegate::showDescriptionOfTheFirstGameListedInThatPage(const std::strin
     progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
     progress_->showCreatingPort(CreatingPort::no);
     MVThread::dispatchQueueWithName(
-        "app.morvane.openCatalogueLink", Priority::normal, Concurrent::no,
-        [self = self_, address, progress = progress_] {
+        "app.morvane.openCatalogueLink", Priority::normal, [self = self_, address, progress = progress_] {
             const auto finishWith = [&](const char* error) {
                 progress->closeCreatingPort(CreatingPort::no);
                 MVAlert::showAlertErrorMessage(localized(error));

@@ -44,13 +44,12 @@ void askForFeedback() {
         .text = "", .placeholder = localized("Your feedback goes here"), .width = width, .height = height};
     const DialogAnswer answer = MVAlert::showDialog(dialog);
     if (answer.button != 0) return;
-    MVThread::dispatchQueueWithName("app.morvane.sendFeedback", Priority::normal, Concurrent::no,
-                                    [comment = answer.text] {
-                                        mail_form::postSilently({{"name", "Anonymous User"},
-                                                                 {"email", mail_form::noReplyAddress()},
-                                                                 {"comment", comment},
-                                                                 {"subject", "User Feedback"}});
-                                    });
+    MVThread::dispatchQueueWithName("app.morvane.sendFeedback", Priority::normal, [comment = answer.text] {
+        mail_form::postSilently({{"name", "Anonymous User"},
+                                 {"email", mail_form::noReplyAddress()},
+                                 {"comment", comment},
+                                 {"subject", "User Feedback"}});
+    });
 }
 
 /// What stands in place of a page of the catalogue; nothing when its server can be reached.
@@ -85,12 +84,11 @@ void AppDelegate::checkIfShouldAutomaticallyCheckForUpdates() {
 }
 
 void AppDelegate::checkIfFnToggleIsEnabled() {
-    MVThread::dispatchQueueWithName("getfntogglestate", Priority::low, Concurrent::no,
-                                    [keys = functionKeys_] {
-                                        const bool standardMode = NSUtilities::isUsingFnKeysFunctions();
-                                        MutexLock lock(keys->mutex);
-                                        keys->standardMode = standardMode;
-                                    });
+    MVThread::dispatchQueueWithName("getfntogglestate", Priority::low, [keys = functionKeys_] {
+        const bool standardMode = NSUtilities::isUsingFnKeysFunctions();
+        MutexLock lock(keys->mutex);
+        keys->standardMode = standardMode;
+    });
 }
 
 void AppDelegate::verifyFolder(const std::string& path) {
@@ -154,7 +152,7 @@ void AppDelegate::loadNewsWebsite() {
 void AppDelegate::loadWebsite(WebView web, const std::string& address) {
     if (!loadedWebsites_.insert(web).second) return;
     MVThread::dispatchQueueWithName(
-        "app.morvane.loadWebsite", Priority::normal, Concurrent::no, [self = self_, web, address] {
+        "app.morvane.loadWebsite", Priority::normal, [self = self_, web, address] {
             const auto reason = reasonForNoWebsite();
             onDelegate(self, [web, address, reason](AppDelegate& app) {
                 if (reason) {
@@ -174,7 +172,7 @@ void AppDelegate::webPageLoaded() {
 }
 
 void AppDelegate::recordRunningDay() {
-    MVThread::dispatchQueueWithName("app.morvane.recordRunningDay", Priority::normal, Concurrent::no, [] {
+    MVThread::dispatchQueueWithName("app.morvane.recordRunningDay", Priority::normal, [] {
         if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) ||
             !settings::isFirstOfDay(settings::lastRunningDay))
             return;

@@ -17,6 +17,7 @@
 #include "foundation/threads.h"
 #include "library/catalogue_addresses.h"
 #include "platform/host.h"
+#include "platform/http.h"
 
 namespace morvane::update_check {
 namespace {
@@ -50,7 +51,7 @@ std::optional<Release> releaseIn(const std::string& answer) {
     const auto lines = MVString::split(answer, "\n");
     if (lines.size() < 2) return std::nullopt;
     Release release{.version = MVString::trimmed(lines[0]), .link = MVString::trimmed(lines[1])};
-    const bool isLink = release.link.size() <= longestLink && catalogue::isWebLink(release.link) &&
+    const bool isLink = release.link.size() <= longestLink && isWebLink(release.link) &&
                         std::ranges::all_of(release.link, [](unsigned char character) {
                             return character > ' ' && character < 0x7f;
                         });
@@ -75,7 +76,7 @@ void tellOf(const Release& release) {
 
 void lookForUpdate() {
     if (!isWanted()) return;
-    MVThread::dispatchQueueWithName("app.morvane.lookForUpdate", Priority::low, Concurrent::no, [] {
+    MVThread::dispatchQueueWithName("app.morvane.lookForUpdate", Priority::low, [] {
         // A catalogue that can't be reached is not asked, and may be later today.
         if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) return;
         if (!settings::isFirstOfDay(settings::lastUpdateCheck)) return;

@@ -307,7 +307,7 @@ class Planner {
             stage().actions.push_back(place.error().message());
         } else if (MVFileManager::fileExistsAtPath(*place)) {
             stage().present.push_back(*place);
-        } else if (!winetricks::isWebLink(file.link)) {
+        } else if (!isFetchableLink(file.link)) {
             stage().actions.push_back(localized("%@ is no link that can be followed", {file.link}));
         } else if (byHand) {
             const std::string yes = localized("Yes"), no = localized("No");

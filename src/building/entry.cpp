@@ -96,7 +96,7 @@ void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionH
     if (!goesOn || !doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort()) return;
     const auto wrapper = askWhereToSave(name, nullptr);
     if (!wrapper) return;
-    MVThread::dispatchQueueWithName("app.morvane.wrapperCreationInstallCki", Priority::normal, Concurrent::no,
+    MVThread::dispatchQueueWithName("app.morvane.wrapperCreationInstallCki", Priority::normal,
                                     [this, file, wrapper = *wrapper, handler = std::move(handler)] {
                                         const bool failed = installCKI(file, wrapper, Trust::no) != 0;
                                         if (handler) handler(failed, wrapper);
@@ -210,7 +210,7 @@ void WrapperCreation::createBlankPortWithCompletionHandler(CompletionHandler han
     const auto wrapper = askWhereToSave("", &panel);
     if (!wrapper) return;
     MVThread::dispatchQueueWithName(
-        "app.morvane.wrapperCreationInstallBlankWrapper", Priority::normal, Concurrent::no,
+        "app.morvane.wrapperCreationInstallBlankWrapper", Priority::normal,
         [this, wrapper = *wrapper, view = choicesOf(panel), handler = std::move(handler)] {
             const bool failed = createBlankWrapperAtPath(wrapper, view) != 0;
             if (handler) handler(failed, wrapper);

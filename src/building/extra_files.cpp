@@ -18,38 +18,13 @@
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/percent_coding.h"
 #include "wrapper/archive_tools.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/windows_paths.h"
 
 namespace morvane {
 namespace extra_files {
-namespace {
-
-int hexDigit(char character) {
-    if (character >= '0' && character <= '9') return character - '0';
-    if (character >= 'a' && character <= 'f') return character - 'a' + 10;
-    if (character >= 'A' && character <= 'F') return character - 'A' + 10;
-    return -1;
-}
-
-std::string withoutEscapes(std::string_view text) {
-    std::string result;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const int high = text[at] == '%' && at + 2 < text.size() ? hexDigit(text[at + 1]) : -1;
-        const int low = high >= 0 ? hexDigit(text[at + 2]) : -1;
-        if (low < 0) {
-            result += text[at];
-            continue;
-        }
-        result += static_cast<char>(high * 16 + low);
-        at += 2;
-    }
-    return result;
-}
-
-}  // namespace
-
 bool isDownloaded(const ExtraFileEntry& entry) {
     return entry.origin && (entry.origin->starts_with("http") || entry.origin->starts_with("ftp"));
 }
@@ -61,7 +36,7 @@ std::string fileNameOf(const ExtraFileEntry& entry) {
 
 std::string nameOfLink(std::string_view link) {
     std::string raw = files::lastComponent(link.substr(0, link.find_first_of("?#")));
-    std::string name = withoutEscapes(raw);
+    std::string name = percent::decoded(raw);
     return MVString::isValidUtf8(name) ? name : raw;
 }
 

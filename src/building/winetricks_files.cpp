@@ -62,7 +62,7 @@ bool isInCatalogue(const VerbDownload& manual) {
 }
 
 bool canBeFollowed(const VerbDownload& download) {
-    if (winetricks::isWebLink(download.link)) return true;
+    if (isFetchableLink(download.link)) return true;
     MVAlert::showAlertErrorMessage(localized("The download link seems to be invalid.") + " " +
                                    localized("\"%@\" of the winetrick %@ is not downloaded.",
                                              {shown(download.link), shown(download.folder)}));
@@ -173,13 +173,6 @@ Result<std::string> winetricks::placeInCache(const std::string& folder, const st
     auto place = placeOfFolder(folder);
     if (!place) return place;
     return pathInside(*place, file, Levels::one, localized("a file name of a winetrick"));
-}
-
-bool winetricks::isWebLink(const std::string& link) {
-    const auto parts = parseUrl(link);
-    if (!parts) return false;
-    const std::string scheme = MVString::lowercased(parts->scheme);
-    return scheme == "http" || scheme == "https" || scheme == "ftp";
 }
 
 VerbDownload winetricks::fromCatalogue(const std::string& component, const std::string& file) {

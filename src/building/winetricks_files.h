@@ -67,8 +67,6 @@ struct Script {
 
 /// The place of a file in the cache, or why its folder's or its own name can't be used. Nothing is created.
 [[nodiscard]] Result<std::string> placeInCache(const std::string& folder, const std::string& file);
-/// Whether the link may be followed: http, https or ftp with a host. A script has no business with others.
-[[nodiscard]] bool isWebLink(const std::string& link);
 /// A file that the catalogue server supplies.
 [[nodiscard]] verb_script::Download fromCatalogue(const std::string& component, const std::string& file);
 /// The web archive's copy of what the link leads to.

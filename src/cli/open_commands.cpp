@@ -6,6 +6,7 @@
 #include "foundation/file_manager.h"
 #include "foundation/text.h"
 #include "platform/host.h"
+#include "platform/percent_coding.h"
 
 namespace morvane::cli {
 
@@ -27,25 +28,11 @@ class TerminalShell : public ShellView {
     Console& console_;
 };
 
-int hexDigit(char digit) {
-    const std::string_view digits = "0123456789abcdef";
-    const auto place = digits.find(MVString::lowercased(std::string(1, digit)));
-    return place == std::string_view::npos ? -1 : static_cast<int>(place);
-}
-
 /// File managers hand over files as addresses.
 std::string pathOfFileLink(std::string_view link) {
     link.remove_prefix(std::string_view("file://").size());
     link.remove_prefix(std::min(link.find('/'), link.size()));
-    std::string path;
-    for (std::size_t place = 0; place < link.size(); ++place) {
-        const bool isEscape = link[place] == '%' && place + 2 < link.size() &&
-                              hexDigit(link[place + 1]) >= 0 && hexDigit(link[place + 2]) >= 0;
-        path += isEscape ? static_cast<char>(hexDigit(link[place + 1]) * 16 + hexDigit(link[place + 2]))
-                         : link[place];
-        if (isEscape) place += 2;
-    }
-    return path;
+    return percent::decoded(link);
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ constexpr std::array<std::string_view, 29> archiveExtensions{
     "zip", "cab",  "gzip", "bzip2", "tar",      "cpio", "rpm", "deb", "tar.7z"};
 
 int ordered(std::strong_ordering order) {
-    return order < 0 ? -1 : order > 0 ? 1 : 0;
+    return std::is_lt(order) ? -1 : std::is_gt(order) ? 1 : 0;
 }
 
 /// The one for which it is true comes first.

@@ -9,6 +9,7 @@
 #include "platform/folders.h"
 #include "platform/host.h"
 #include "platform/http.h"
+#include "platform/utf8.h"
 
 namespace morvane::NSUtilities {
 
@@ -31,9 +32,8 @@ HttpResponse fetch(const std::string& url, const std::optional<std::string>& bod
 std::string lossyAscii(std::string_view text) {
     std::string ascii;
     for (char character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        const bool continuesCharacter = (byte & 0xC0) == 0x80;
-        if (!continuesCharacter) ascii += byte < 0x80 ? character : '?';
+        if (!utf8::continues(character))
+            ascii += static_cast<unsigned char>(character) < 0x80 ? character : '?';
     }
     return ascii;
 }

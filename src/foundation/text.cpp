@@ -8,6 +8,7 @@
 #include <limits>
 #include <utility>
 
+#include "platform/percent_coding.h"
 #include "platform/utf8.h"
 
 namespace morvane::MVString {
@@ -166,17 +167,7 @@ std::int64_t initialIntValue(std::string_view text) {
 }
 
 std::string stringToWebStructure(std::string_view text) {
-    static constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string escaped;
-    for (char character : text) {
-        if (plainInAddresses.find(character) != std::string_view::npos) {
-            escaped += character;
-        } else {
-            const auto byte = static_cast<unsigned char>(character);
-            escaped += {'%', digits[byte >> 4], digits[byte & 0xF]};
-        }
-    }
-    return escaped;
+    return percent::encoded(text, "!*'();:@=+$,/");
 }
 
 std::string stringWithHexString(std::string_view hexCodes) {
@@ -277,10 +268,7 @@ std::string replacedAll(std::string_view text, std::string_view what, std::strin
 }
 
 std::string trimmed(std::string_view text) {
-    static constexpr std::string_view blanks = " \t\n\v\f\r";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return "";
-    return std::string(text.substr(first, text.find_last_not_of(blanks) - first + 1));
+    return std::string(utf8::trimmed(text, " \t\n\v\f\r"));
 }
 
 bool isValidUtf8(std::string_view text) {

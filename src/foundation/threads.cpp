@@ -6,9 +6,7 @@
 
 namespace morvane::MVThread {
 
-void dispatchQueueWithName(const std::string& label, Priority priority, Concurrent /*concurrent*/,
-                           std::function<void()> work) {
-    // Each call has a queue of its own with one piece of work, so serial and concurrent queues are the same.
+void dispatchQueueWithName(const std::string& label, Priority priority, std::function<void()> work) {
     host().workQueues.start(label, priority, std::move(work));
 }
 

@@ -8,13 +8,10 @@
 
 namespace morvane {
 
-enum class Concurrent { no, yes };
-
 namespace MVThread {
 
-/// Runs the work later on a queue of its own.
-void dispatchQueueWithName(const std::string& label, Priority priority, Concurrent concurrent,
-                           std::function<void()> work);
+/// Runs the work later on a queue of its own, so that serial and concurrent queues are the same.
+void dispatchQueueWithName(const std::string& label, Priority priority, std::function<void()> work);
 /// Runs the work later on the main thread, in the order submitted.
 void dispatchBlockInMainQueue(std::function<void()> work);
 

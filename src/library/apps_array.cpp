@@ -188,7 +188,7 @@ void NSAppsArray::loadLocalAppsForTheFirstTimeBlock(Completion completion) {
     stored_.clear();
     loaded_ = false;
     MVThread::dispatchQueueWithName(
-        "app.morvane.loadLocalAppsFirstTime", Priority::normal, Concurrent::no,
+        "app.morvane.loadLocalAppsFirstTime", Priority::normal,
         [this, alive = alive_, folders = validAppsFolders()] {
             List found = scanAppsFolders(folders, [&] { return alive->load(); });
             MVThread::dispatchBlockInMainQueue([this, alive, found = std::move(found)] {
@@ -212,7 +212,7 @@ void NSAppsArray::takeScanned(List found) {
 void NSAppsArray::scanAgain(Completion completion) {
     whenLoaded([this, completion = std::move(completion)] {
         MVThread::dispatchQueueWithName(
-            "app.morvane.scanAppsAgain", Priority::normal, Concurrent::no,
+            "app.morvane.scanAppsAgain", Priority::normal,
             [this, alive = alive_, folders = validAppsFolders(), completion] {
                 List found = scanAppsFolders(folders, [&] { return alive->load(); });
                 sortByName(found);
@@ -281,7 +281,7 @@ void NSAppsArray::saveLocalAppList() {
 void NSAppsArray::reorder(const std::string& queue, const std::function<void(List&)>& sort,
                           Completion completion) {
     MVThread::dispatchQueueWithName(
-        queue, Priority::normal, Concurrent::no,
+        queue, Priority::normal,
         [this, alive = alive_, copy = local_, sort, completion = std::move(completion)]() mutable {
             sort(copy);
             MVThread::dispatchBlockInMainQueue([this, alive, copy = std::move(copy), completion] {

@@ -1,7 +1,6 @@
 #include "library/apps_folders_list.h"
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 #include "foundation/alerts.h"
@@ -85,8 +84,9 @@ void NSAppsFoldersList::addRow() {
 void NSAppsFoldersList::removeSelectedRows() {
     if (selection_.empty()) return;
     const std::size_t first = selection_.front();
-    for (const std::size_t row : selection_ | std::views::reverse) {
-        rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(row));
+    // From the end, so that the others keep their places.
+    for (auto row = selection_.rbegin(); row != selection_.rend(); ++row) {
+        rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(*row));
     }
     selection_.clear();
     if (first > 0) selection_.push_back(first - 1);

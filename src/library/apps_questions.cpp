@@ -76,7 +76,7 @@ void NSAppsArray::shouldRemoveLocalPort(const std::string& path, std::function<v
             "Warning", "Fatal", false)) {
         return;
     }
-    MVThread::dispatchQueueWithName("app.morvane.removeFromDisk", Priority::normal, Concurrent::no,
+    MVThread::dispatchQueueWithName("app.morvane.removeFromDisk", Priority::normal,
                                     [path, action = std::move(action)] {
                                         const bool wasApp = deleteFromDisk(path);
                                         MVThread::dispatchBlockInMainQueue([path, action, wasApp] {

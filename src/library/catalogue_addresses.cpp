@@ -69,11 +69,6 @@ std::string voteAddress(std::string_view card, int rate, std::int64_t id) {
                    std::to_string(id)});
 }
 
-bool isWebLink(const std::string& link) {
-    const auto parts = parseUrl(link);
-    return parts && (parts->scheme == "http" || parts->scheme == "https");
-}
-
 std::optional<std::string> answerOf(const std::string& address) {
     constexpr std::chrono::seconds longestSilence{20};
     constexpr std::uint64_t longestAnswer = std::uint64_t{16} << 20;

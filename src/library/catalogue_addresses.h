@@ -26,9 +26,6 @@ namespace morvane::catalogue {
 /// The page on which the user votes.
 [[nodiscard]] std::string voteAddress(std::string_view card, int rate, std::int64_t id);
 
-/// Whether a link that a stranger has written may be followed: http and https only.
-[[nodiscard]] bool isWebLink(const std::string& link);
-
 /// The answer's bytes; nothing when there is none, when it is longer than any answer is, when the server
 /// falls silent, and when it only says that it is in trouble (a status of 500 and more). Blocks.
 [[nodiscard]] std::optional<std::string> answerOf(const std::string& address);

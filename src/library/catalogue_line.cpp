@@ -97,7 +97,7 @@ void NSAppsArray::loadServerAppsBlock(Completion completion) {
         });
     };
     if (!server_.empty()) return finish(server_);
-    MVThread::dispatchQueueWithName("app.morvane.loadServerApps", Priority::normal, Concurrent::no, [finish] {
+    MVThread::dispatchQueueWithName("app.morvane.loadServerApps", Priority::normal, [finish] {
         const bool reachable = NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue);
         finish(reachable ? requestedLines() : std::nullopt);
     });

@@ -16,7 +16,9 @@
 #include "library/catalogue_addresses.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/http.h"
 #include "platform/styled_text.h"
+#include "platform/utf8.h"
 #include "wrapper/wrapper.h"
 
 namespace morvane {
@@ -51,8 +53,7 @@ StyledText withTodaysButtonTitle(const StyledText& text) {
             break;
         }
         if (replaced) continue;
-        const auto byte = static_cast<unsigned char>(text.text[place]);
-        if ((byte & 0xc0) != 0x80) unit += byte >= 0xf0 ? 2 : 1;
+        unit += utf8::utf16Length(text.text.substr(place, 1));
         result.text += text.text[place++];
     }
     return result;
@@ -85,7 +86,7 @@ std::optional<std::string> linkOfSource(const NSGameData& game, const std::strin
     if (!game.descriptionDictionary) return std::nullopt;
     const auto* link = game.descriptionDictionary->get<std::string>(filled("%@ Link", {source}));
     if (link == nullptr && source == "GOG") link = game.descriptionDictionary->get<std::string>("Gog Link");
-    return link != nullptr && catalogue::isWebLink(*link) ? std::optional(*link) : std::nullopt;
+    return link != nullptr && isWebLink(*link) ? std::optional(*link) : std::nullopt;
 }
 
 NSDescriptionView::NSDescriptionView(LibraryLayout layout, std::shared_ptr<NSProgressView> progress,
@@ -125,7 +126,7 @@ void NSDescriptionView::openEntry(std::int64_t id,
     progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
     progress_->showCreatingPort(CreatingPort::no);
     MVThread::dispatchQueueWithName(
-        "app.morvane.loadDescription", Priority::normal, Concurrent::no,
+        "app.morvane.loadDescription", Priority::normal,
         [self = self_, id, lineOf = std::move(lineOf), progress = progress_, click = ++clicks_] {
             const auto failWith = [&](const std::string& error) {
                 progress->closeCreatingPort(CreatingPort::no);
@@ -193,7 +194,7 @@ NSDescriptionView::Page NSDescriptionView::pageWithoutGame() {
 void NSDescriptionView::loadDetails(Game game) {
     // A server that does not answer must not keep the page from being shown: what comes from it follows.
     MVThread::dispatchQueueWithName(
-        "app.morvane.loadPageDetails", Priority::normal, Concurrent::no,
+        "app.morvane.loadPageDetails", Priority::normal,
         [self = self_, game = std::move(game), layout = layout_, width = trailerWidth_,
          height = trailerHeight_] {
             const auto later = [&](std::function<void(NSDescriptionView&)> work) {

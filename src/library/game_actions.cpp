@@ -22,6 +22,7 @@
 #include "library/description_view.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/http.h"
 #include "platform/workspace.h"
 #include "wrapper/archive_tools.h"
 #include "wrapper/launch_check.h"
@@ -48,7 +49,7 @@ std::optional<int> runAndWait(const std::string& program, const std::vector<std:
 }
 
 void inBackground(const char* queue, std::function<void()> work) {
-    MVThread::dispatchQueueWithName(queue, Priority::normal, Concurrent::no, std::move(work));
+    MVThread::dispatchQueueWithName(queue, Priority::normal, std::move(work));
 }
 
 void switchFunctionKeys(const char* mode) {
@@ -448,7 +449,7 @@ void NSDescriptionView::watchInstructionsForSource(const Game& game, const std::
 }
 
 void NSDescriptionView::showCrossOverAlternative(const Game& game) {
-    if (!game || !catalogue::isWebLink(game->crossoverAlternative)) return;
+    if (!game || !isWebLink(game->crossoverAlternative)) return;
     inBackground("app.morvane.descriptionViewCrossOver", [address = game->crossoverAlternative] {
         const std::string tie = crossTieOf(catalogue::answerOf(address).value_or(""));
         const bool installs = !tie.empty() && workspace::opensScheme("com-codeweavers-crossover-crosstie");

@@ -19,6 +19,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/styled_text.h"
+#include "platform/utf8.h"
 #include "ports/port_data.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
@@ -49,7 +50,7 @@ std::optional<std::int64_t> integerReading(const Value* value) {
 /// Without its last characters; what is shorter is empty.
 std::string withoutLast(std::string text, int characters) {
     for (; characters > 0 && !text.empty(); --characters) {
-        while (text.size() > 1 && (static_cast<unsigned char>(text.back()) & 0xC0) == 0x80) text.pop_back();
+        while (text.size() > 1 && utf8::continues(text.back())) text.pop_back();
         text.pop_back();
     }
     return text;

@@ -311,20 +311,20 @@ std::optional<NSDescriptionView::DownloadedCki> NSDescriptionView::pathForDownlo
 
 void NSDescriptionView::downloadCkiFromSource(const Game& game, const std::string& source,
                                               const std::string& target) {
-    MVThread::dispatchQueueWithName(
-        "app.morvane.descriptionViewDownloadCkiAndInstall", Priority::normal, Concurrent::no,
-        [self = self_, game, progress = progress_, source, target] {
-            const auto creation = building::cancellableCreation(progress);
-            const auto cki = pathForDownloadedCkiOfSource(source);
-            const std::string address = catalogue::downloadAddress(game->gameID, source);
-            if (!cki || !downloadCkiFile(*creation, address, cki->path)) return;
-            if (!installCkiAtPath(cki->path, target, *game, *creation)) return;
-            onPage(self, [game, target](NSDescriptionView& page) {
-                const auto& addPort = page.callbacks_.addPort;
-                if (game->gameDependencyID == 0 && addPort) addPort(target);
-                page.setGameData(NSGameData::initWithPath(target), {});
-            });
-        });
+    MVThread::dispatchQueueWithName("app.morvane.descriptionViewDownloadCkiAndInstall", Priority::normal,
+                                    [self = self_, game, progress = progress_, source, target] {
+                                        const auto creation = building::cancellableCreation(progress);
+                                        const auto cki = pathForDownloadedCkiOfSource(source);
+                                        const std::string address =
+                                            catalogue::downloadAddress(game->gameID, source);
+                                        if (!cki || !downloadCkiFile(*creation, address, cki->path)) return;
+                                        if (!installCkiAtPath(cki->path, target, *game, *creation)) return;
+                                        onPage(self, [game, target](NSDescriptionView& page) {
+                                            const auto& addPort = page.callbacks_.addPort;
+                                            if (game->gameDependencyID == 0 && addPort) addPort(target);
+                                            page.setGameData(NSGameData::initWithPath(target), {});
+                                        });
+                                    });
 }
 
 bool NSDescriptionView::installCkiAtPath(const std::string& cki, const std::string& target,
@@ -366,7 +366,7 @@ void NSDescriptionView::downloadGameCKI(const Game& game) {
     const std::string address =
         filled("%@%@.cki", {game->gamePath, MVString::stringToWebStructure(sources[chosen])});
     MVThread::dispatchQueueWithName("app.morvane.descriptionViewDownloadCKI", Priority::normal,
-                                    Concurrent::no, [progress = progress_, address, path = *path] {
+                                    [progress = progress_, address, path = *path] {
                                         Download download(progress);
                                         downloadCkiFile(download, address, path);
                                     });

@@ -69,8 +69,7 @@ void NSRankingList::loadRankingListForVideoCard(const std::string& card) {
     if (loaded_) return;
     loaded_ = true;
     MVThread::dispatchQueueWithName(
-        "app.morvane.loadRankingList", Priority::normal, Concurrent::no,
-        [self = self_, type = tableType_, card] {
+        "app.morvane.loadRankingList", Priority::normal, [self = self_, type = tableType_, card] {
             std::optional<std::string> answer;
             if (NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) {
                 // Byte by byte: names outside ASCII are in these lists as well.

@@ -44,7 +44,7 @@ void RowIcons::fetchNext() {
         waiting_.pop_front();
         ++running_;
         MVThread::dispatchQueueWithName(
-            "app.morvane.loadRowIcon", Priority::low, Concurrent::no,
+            "app.morvane.loadRowIcon", Priority::low,
             [this, alive = std::weak_ptr(alive_), request = std::move(request)] {
                 auto image = request.fetch();
                 MVThread::dispatchBlockInMainQueue([this, alive, key = request.key, image] {

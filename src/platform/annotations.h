@@ -12,7 +12,6 @@
 
 #define MV_GUARDED_BY(mutex) MV_ATTRIBUTE(guarded_by(mutex))
 #define MV_REQUIRES(mutex) MV_ATTRIBUTE(requires_capability(mutex))
-#define MV_EXCLUDES(mutex) MV_ATTRIBUTE(locks_excluded(mutex))
 
 namespace morvane {
 

@@ -16,6 +16,12 @@
 namespace morvane {
 namespace {
 
+std::string lowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return lower;
+}
+
 using Clock = std::chrono::steady_clock;
 
 constexpr const char* protocols = "http,https,ftp";
@@ -140,8 +146,8 @@ class Connection {
     void allowRedirections() {
         const char* address = nullptr;
         curl_easy_getinfo(easy_, CURLINFO_EFFECTIVE_URL, &address);
-        std::string scheme(parseUrl(address != nullptr ? address : request_.url).value_or(UrlParts()).scheme);
-        for (char& c : scheme) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        const std::string scheme =
+            lowerCase(parseUrl(address != nullptr ? address : request_.url).value_or(UrlParts()).scheme);
         set(CURLOPT_REDIR_PROTOCOLS_STR, scheme == "https" ? "https" : protocols);
     }
 
@@ -282,6 +288,17 @@ std::optional<UrlParts> parseUrl(std::string_view url) {
     const auto host = hostOf(rest.substr(0, slash));
     if (!host) return std::nullopt;
     return UrlParts{std::string(scheme), *host, std::string(rest.substr(slash))};
+}
+
+bool isWebLink(std::string_view link) {
+    const auto parts = parseUrl(link);
+    const std::string scheme = parts ? lowerCase(parts->scheme) : "";
+    return scheme == "http" || scheme == "https";
+}
+
+bool isFetchableLink(std::string_view link) {
+    const auto parts = parseUrl(link);
+    return isWebLink(link) || (parts && lowerCase(parts->scheme) == "ftp");
 }
 
 namespace http {

@@ -40,6 +40,10 @@ struct UrlParts {
 };
 /// The parts of an absolute address; nothing without a scheme and a host. The path may be empty.
 [[nodiscard]] std::optional<UrlParts> parseUrl(std::string_view url);
+/// Whether a link that a stranger has written may be opened: http and https only.
+[[nodiscard]] bool isWebLink(std::string_view link);
+/// Whether it may be fetched: ftp as well.
+[[nodiscard]] bool isFetchableLink(std::string_view link);
 
 namespace http {
 

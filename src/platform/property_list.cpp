@@ -35,13 +35,6 @@ Value unsignedValue(std::uint64_t number) {
 
 // --- Texts of the XML form
 
-std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r\n";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
 template <class Number, class... Form>
 std::optional<Number> wholeNumber(std::string_view text, Form... form) {
     Number number{};
@@ -51,7 +44,7 @@ std::optional<Number> wholeNumber(std::string_view text, Form... form) {
 }
 
 std::optional<Value> integerFrom(std::string_view text) {
-    text = trimmed(text);
+    text = utf8::trimmed(text);
     const bool negative = text.starts_with('-');
     if (negative || text.starts_with('+')) text.remove_prefix(1);
     const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
@@ -64,14 +57,14 @@ std::optional<Value> integerFrom(std::string_view text) {
 }
 
 std::optional<Value> realFrom(std::string_view text) {
-    text = trimmed(text);
+    text = utf8::trimmed(text);
     if (text.starts_with('+')) text.remove_prefix(1);
     if (const auto number = wholeNumber<double>(text)) return *number;
     return std::nullopt;
 }
 
 std::optional<Value> dateFrom(std::string_view text) {
-    text = trimmed(text);
+    text = utf8::trimmed(text);
     const std::size_t yearEnd = text.find('-', 1);
     if (yearEnd == std::string_view::npos || text.size() != yearEnd + 16) return std::nullopt;
     const std::string_view rest = text.substr(yearEnd);  // "-MM-DDTHH:MM:SSZ"

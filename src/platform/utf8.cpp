@@ -1,5 +1,7 @@
 #include "platform/utf8.h"
 
+#include <algorithm>
+
 namespace morvane::utf8 {
 
 namespace {
@@ -47,6 +49,24 @@ void append(std::string& text, char32_t character) {
         tail(6);
         tail(0);
     }
+}
+
+std::size_t length(std::string_view text) {
+    return static_cast<std::size_t>(std::ranges::count_if(text, [](char byte) { return !continues(byte); }));
+}
+
+std::size_t utf16Length(std::string_view text) {
+    std::size_t units = 0;
+    for (const char byte : text) {
+        if (!continues(byte)) units += static_cast<unsigned char>(byte) >= 0xF0 ? 2 : 1;
+    }
+    return units;
+}
+
+std::string_view trimmed(std::string_view text, std::string_view blanks) {
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 }  // namespace morvane::utf8

@@ -16,6 +16,17 @@ inline constexpr char32_t replacement = 0xFFFD;
 /// Appends the character; a surrogate, or a number beyond U+10FFFF, appends U+FFFD.
 void append(std::string& text, char32_t character);
 
+/// Whether the byte is one behind a character's first.
+[[nodiscard]] constexpr bool continues(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+/// How many characters a valid text has.
+[[nodiscard]] std::size_t length(std::string_view text);
+/// How many 16-bit units it has in UTF-16.
+[[nodiscard]] std::size_t utf16Length(std::string_view text);
+/// The text without the given characters at its ends.
+[[nodiscard]] std::string_view trimmed(std::string_view text, std::string_view blanks = " \t\r\n");
+
 }  // namespace morvane::utf8
 namespace morvane {
 

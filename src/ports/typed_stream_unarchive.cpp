@@ -7,6 +7,7 @@
 #include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/pictures.h"
+#include "platform/utf8.h"
 #include "ports/archive_graph.h"
 #include "ports/typed_stream.h"
 
@@ -40,15 +41,6 @@ class Fields {
     std::span<const Item> fields_;
     std::size_t at_ = 0;
 };
-
-std::size_t utf16Length(std::string_view utf8) {
-    std::size_t length = 0;
-    for (const char character : utf8) {
-        const auto byte = static_cast<unsigned char>(character);
-        if ((byte & 0xc0) != 0x80) length += byte >= 0xf0 ? 2 : 1;
-    }
-    return length;
-}
 
 void appendUtf8(std::string& text, char32_t code) {
     const auto put = [&](char32_t byte) { text += static_cast<char>(static_cast<unsigned char>(byte)); };
@@ -339,7 +331,7 @@ class Converter {
         auto text = rawText(graph_.at(*string));
         if (!text) return std::nullopt;
         StyledText result{std::move(*text), {}};
-        const std::size_t length = utf16Length(result.text);
+        const std::size_t length = utf8::utf16Length(result.text);
         std::unordered_map<std::int64_t, StyledRun> styles;
         for (std::size_t covered = 0; good() && covered < length;) {
             const std::int64_t* number = fields.next<std::int64_t>();

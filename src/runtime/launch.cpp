@@ -56,7 +56,7 @@ Result<std::string> existingFile(const WrapperBundle& bundle, const std::string&
 }  // namespace
 
 Result<WineCall> callFor(const WrapperBundle& bundle, const std::string& program,
-                         std::vector<std::string> arguments) {
+                         const std::vector<std::string>& arguments) {
     const auto found = existingFile(bundle, program);
     if (!found) return found.error();
     const auto& path = *found;
@@ -79,8 +79,8 @@ Result<WineCall> callFor(const WrapperBundle& bundle, const std::string& program
 }
 
 Result<WineCall> consoleCallFor(const WrapperBundle& bundle, const std::string& program,
-                                std::vector<std::string> arguments) {
-    auto call = callFor(bundle, program, std::move(arguments));
+                                const std::vector<std::string>& arguments) {
+    auto call = callFor(bundle, program, arguments);
     const std::string extension = lowerCaseExtension(program);
     if (!call || (extension != "bat" && extension != "cmd")) return call;
     // One that only starts a program has become that program.

@@ -21,10 +21,10 @@ struct WineCall {
 /// file that only starts a program, as that program; an .msi by msiexec; everything else through "start". A
 /// failure, for the user, when the file is missing or when the engine cannot run programs of its machine.
 [[nodiscard]] Result<WineCall> callFor(const WrapperBundle& bundle, const std::string& program,
-                                       std::vector<std::string> arguments);
+                                       const std::vector<std::string>& arguments);
 /// The same in this terminal: a batch file without a console window of its own, which would take its output.
 [[nodiscard]] Result<WineCall> consoleCallFor(const WrapperBundle& bundle, const std::string& program,
-                                              std::vector<std::string> arguments);
+                                              const std::vector<std::string>& arguments);
 /// The wrapper's own program with its flags and start command.
 [[nodiscard]] Result<WineCall> mainCall(const WrapperBundle& bundle, const LaunchSettings& settings);
 /// The call inside a virtual desktop, when the settings ask for one.

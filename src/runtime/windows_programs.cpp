@@ -6,17 +6,12 @@
 #include <cctype>
 
 #include "platform/files.h"
+#include "platform/utf8.h"
 
 namespace morvane::runtime {
 namespace {
 
 constexpr std::string_view white = " \t\r\n";
-
-std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(white);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(white) - first + 1);
-}
 
 bool isLetter(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
@@ -79,17 +74,17 @@ std::vector<std::string> splitArguments(std::string_view text) {
 }
 
 std::optional<StartLine> startLineOf(std::string_view batchFile) {
-    std::string_view line = trimmed(batchFile);
+    std::string_view line = utf8::trimmed(batchFile);
     constexpr std::string_view start = "start";
     if (line.size() > start.size() && ::strncasecmp(line.data(), start.data(), start.size()) == 0 &&
         white.find(line[start.size()]) != std::string_view::npos) {
-        line = trimmed(line.substr(start.size()));
+        line = utf8::trimmed(line.substr(start.size()));
     }
     const std::size_t end = line.starts_with('"') ? line.find('"', 1) : std::string_view::npos;
     if (end == std::string_view::npos || changesLine(line) || line.find('%', end) != std::string_view::npos) {
         return std::nullopt;
     }
-    StartLine result{std::string(line.substr(1, end - 1)), std::string(trimmed(line.substr(end + 1)))};
+    StartLine result{std::string(line.substr(1, end - 1)), std::string(utf8::trimmed(line.substr(end + 1)))};
     if (!isWindowsPath(result.program)) return std::nullopt;  // a window title, then
     return result;
 }

@@ -12,6 +12,7 @@
 #include "foundation/text.h"
 #include "platform/annotations.h"
 #include "platform/files.h"
+#include "platform/utf8.h"
 #include "server/catalogue_store.h"
 #include "server/catalogue_texts.h"
 #include "server/database.h"
@@ -102,7 +103,7 @@ std::string valueOf(const Form& form, const std::string& key) {
 std::string cleaned(std::string text, std::size_t most) {
     if (text.size() > most) {
         // Before a whole character.
-        while (most > 0 && (static_cast<unsigned char>(text[most]) & 0xC0) == 0x80) --most;
+        while (most > 0 && utf8::continues(text[most])) --most;
         text.resize(most);
     }
     if (!MVString::isValidUtf8(text))

@@ -79,10 +79,6 @@ void Database::script(const char* sql) {
     check(sqlite3_exec(handle_, sql, nullptr, nullptr, nullptr));
 }
 
-std::int64_t Database::lastId() const {
-    return sqlite3_last_insert_rowid(handle_);
-}
-
 void Database::check(int code) const {
     if (code != SQLITE_OK)
         throw DatabaseError(handle_ == nullptr ? sqlite3_errstr(code) : sqlite3_errmsg(handle_));

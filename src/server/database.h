@@ -77,8 +77,6 @@ class Database {
     }
     /// Statements without parameters, one after the other.
     void script(const char* sql);
-    /// The ID of the row that was inserted last.
-    [[nodiscard]] std::int64_t lastId() const;
 
   private:
     friend class Query;

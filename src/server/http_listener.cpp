@@ -24,6 +24,7 @@
 #include "foundation/text.h"
 #include "platform/annotations.h"
 #include "platform/descriptor.h"
+#include "platform/percent_coding.h"
 
 namespace morvane {
 namespace {
@@ -50,28 +51,11 @@ enum Status {
     unavailable = 503
 };
 
-int digitOf(char character) {
-    if (character >= '0' && character <= '9') return character - '0';
-    if (character >= 'a' && character <= 'f') return character - 'a' + 10;
-    if (character >= 'A' && character <= 'F') return character - 'A' + 10;
-    return -1;
-}
-
-/// "%41" is "A"; a "%" without two digits stays. In parameters "+" is a blank.
-std::string decoded(std::string_view text, bool plusIsBlank) {
-    std::string result;
-    result.reserve(text.size());
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const bool isCode = text[at] == '%' && at + 2 < text.size() && digitOf(text[at + 1]) >= 0 &&
-                            digitOf(text[at + 2]) >= 0;
-        if (isCode) {
-            result += static_cast<char>(digitOf(text[at + 1]) * 16 + digitOf(text[at + 2]));
-            at += 2;
-        } else {
-            result += plusIsBlank && text[at] == '+' ? ' ' : text[at];
-        }
-    }
-    return result;
+/// In parameters "+" is a blank.
+std::string ofForm(std::string_view text) {
+    std::string blanks(text);
+    std::ranges::replace(blanks, '+', ' ');
+    return percent::decoded(blanks);
 }
 
 std::map<std::string, std::string> parametersIn(std::string_view text) {
@@ -81,8 +65,8 @@ std::map<std::string, std::string> parametersIn(std::string_view text) {
         text.remove_prefix(std::min(pair.size() + 1, text.size()));
         const std::size_t equals = std::min(pair.find('='), pair.size());
         if (pair.empty()) continue;
-        parameters.emplace(decoded(pair.substr(0, equals), true),
-                           decoded(pair.substr(std::min(equals + 1, pair.size())), true));
+        parameters.emplace(ofForm(pair.substr(0, equals)),
+                           ofForm(pair.substr(std::min(equals + 1, pair.size()))));
     }
     return parameters;
 }
@@ -397,7 +381,7 @@ class HttpListener::Server {
         HttpQuery& query = exchange.query;
         const std::string_view address = exchange.address;
         const std::size_t mark = std::min(address.find('?'), address.size());
-        query.path = decoded(address.substr(0, mark), false);
+        query.path = percent::decoded(address.substr(0, mark));
         query.parameters = parametersIn(address.substr(std::min(mark + 1, address.size())));
         if (std::any_of(address.begin(), address.end(), isControl)) exchange.isClear = false;
         MHD_get_connection_values_n(connection, MHD_HEADER_KIND, &addHeader, &exchange);

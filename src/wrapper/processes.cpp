@@ -117,7 +117,7 @@ std::vector<int> runningProcessesOfWrapper(const std::string& wrapper) {
 bool terminateAllCaskeryProcessesForWrapper(const std::optional<std::string>& wrapper,
                                             RemovingWrapper removing) {
     MVThread::dispatchQueueWithName(
-        "app.morvane.killingCaskeryProcessesForWrapper", Priority::normal, Concurrent::no,
+        "app.morvane.killingCaskeryProcessesForWrapper", Priority::normal,
         [wrapper, removing] { terminateAllCaskeryProcessesForWrapperNow(wrapper, removing); });
     return true;
 }

@@ -7,6 +7,7 @@
 #include "foundation/file_manager.h"
 #include "foundation/text.h"
 #include "platform/files.h"
+#include "platform/utf8.h"
 #include "wrapper/layout.h"
 #include "wrapper/registry.h"
 
@@ -28,11 +29,10 @@ constexpr std::array<WindowsVersion, 9> windowsVersions{{{"nt40", "Windows NT 4.
 
 /// The byte at which the text's character of that index begins; the text's size when it has fewer.
 std::size_t startOfCharacter(std::string_view text, std::size_t index) {
-    const auto beginsCharacter = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; };
     std::size_t at = 0;
     while (index > 0 && at < text.size()) {
         ++at;
-        while (at < text.size() && !beginsCharacter(text[at])) ++at;
+        while (at < text.size() && utf8::continues(text[at])) ++at;
         --index;
     }
     return at;

@@ -18,8 +18,10 @@ using Lines = std::vector<std::string>;
 /// Writes down what it is told, in order.
 class RecordingView : public ShellView {
   public:
-    void setURLHandler(std::function<void(const std::string&)> handler) override { openLink = handler; }
-    void setNotificationHandler(std::function<void(const std::string&)> handler) override {
+    void setURLHandler(const std::function<void(const std::string&)>& handler) override {
+        openLink = handler;
+    }
+    void setNotificationHandler(const std::function<void(const std::string&)>& handler) override {
         clickNotification = handler;
         if (handler) log.push_back("notifications");
     }

@@ -94,7 +94,7 @@ TEST_F(Tasks, QueuesRunBesideEachOtherAndTheMainQueueInOrder) {
     std::string order;
     for (int index = 0; index < 2; ++index) {
         // Both must be running at once for either to end.
-        MVThread::dispatchQueueWithName("app.morvane.same", Priority::normal, Concurrent::no, [&] {
+        MVThread::dispatchQueueWithName("app.morvane.same", Priority::normal, [&] {
             ++arrived;
             arrived.notify_all();
             for (int seen = arrived; seen < 2; seen = arrived) arrived.wait(seen);

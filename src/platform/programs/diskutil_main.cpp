@@ -82,7 +82,7 @@ std::string decoded(std::string bytes, const char* encoding) {
     char* out = text.data();
     std::size_t inLeft = bytes.size(), outLeft = text.size();
     const iconv_t converter = ::iconv_open("UTF-8", encoding);
-    if (converter == reinterpret_cast<iconv_t>(-1)) return {};
+    if (converter == reinterpret_cast<iconv_t>(-1)) return {};  // NOLINT(performance-no-int-to-ptr)
     static_cast<void>(::iconv(converter, &in, &inLeft, &out, &outLeft));
     ::iconv_close(converter);
     text.resize(text.size() - outLeft);
@@ -121,7 +121,7 @@ std::string hfsName(const Disc& disc, std::uint64_t volume) {
 
 /// The label of the disc's ISO 9660 file system; empty without one.
 std::string isoName(const Disc& disc) {
-    const std::string header = disc.read(16 * 2048, 72);
+    const std::string header = disc.read(std::uint64_t{16} * 2048, 72);
     return header.substr(1, 5) == "CD001" ? decoded(header.substr(40, 32), "LATIN1") : std::string();
 }
 

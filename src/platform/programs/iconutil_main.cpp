@@ -6,6 +6,7 @@
 // is damaged, or the file can't be written.
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -85,7 +86,8 @@ void appendOldForm(std::string& file, const Slot& slot, const Picture& picture) 
 Picture fitted(const Picture& picture, int edge) {
     const int longer = std::max(picture.width, picture.height);
     const Picture inner = pictures::scaledToWidth(
-        picture, std::max(1, static_cast<int>(static_cast<double>(picture.width) * edge / longer + 0.5)));
+        picture,
+        std::max(1, static_cast<int>(std::lround(static_cast<double>(picture.width) * edge / longer))));
     const auto side = static_cast<std::size_t>(edge);
     Picture square{edge, edge, std::vector<std::uint8_t>(side * side * 4)};
     const int height = std::min(inner.height, edge);
