@@ -3,7 +3,7 @@
 #include <chrono>
 #include <vector>
 
-#include "building/engine_preparation.h"
+#include "building/engine_extraction.h"
 #include "building/entry_removal.h"
 #include "building/launch_targets.h"
 #include "foundation/alerts.h"

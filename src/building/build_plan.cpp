@@ -6,6 +6,7 @@
 #include <set>
 
 #include "building/configuration_stages.h"
+#include "building/engine_extraction.h"
 #include "building/engine_store.h"
 #include "building/extra_files.h"
 #include "building/foreseen_questions.h"

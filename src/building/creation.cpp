@@ -7,8 +7,8 @@
 
 #include "building/build.h"
 #include "building/configuration.h"
+#include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
-#include "building/engine_store.h"
 #include "building/estimated_progress.h"
 #include "building/master_wrapper.h"
 #include "building/program_check.h"

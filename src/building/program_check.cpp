@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "building/configuration_stages.h"
-#include "building/engine_store.h"
+#include "building/engine_extraction.h"
 #include "building/foreseen_questions.h"
 #include "building/installation.h"
 #include "foundation/localization.h"

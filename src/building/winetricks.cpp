@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "building/build.h"
+#include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
-#include "building/engine_store.h"
 #include "building/port_texts.h"
 #include "building/verb_script.h"
 #include "building/winetricks_files.h"

@@ -1,3 +1,4 @@
+#include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
 #include "building/engine_store.h"
 #include "building/tools.h"

@@ -1,6 +1,6 @@
 #include "building/creation.h"
 #include "building/building_machine.h"
-#include "building/engine_preparation.h"
+#include "building/engine_extraction.h"
 #include "platform/private_folder.h"
 
 namespace morvane {

@@ -3,8 +3,8 @@
 #include <csignal>
 
 #include "building/building_machine.h"
+#include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
-#include "building/engine_store.h"
 
 namespace morvane {
 namespace {

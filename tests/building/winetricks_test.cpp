@@ -1,7 +1,7 @@
+#include "building/engine_extraction.h"
 #include "building/winetricks_files.h"
 
 #include "building/building_machine.h"
-#include "building/engine_preparation.h"
 #include "building/winetricks.h"
 #include "building/winetricks_script.h"
 #include "foundation/text.h"

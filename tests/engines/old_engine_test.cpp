@@ -1,6 +1,6 @@
 #include "building/building_machine.h"
+#include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
-#include "building/engine_store.h"
 #include "engines/caskery_engine.h"
 
 namespace morvane {
