@@ -8,7 +8,6 @@
 #include "building/build_plan.h"
 #include "building/creation.h"
 #include "building/foreseen_questions.h"
-#include "building/launch_targets.h"
 #include "building/port_checks.h"
 #include "building/program_check.h"
 #include "building/replaced_item.h"
