@@ -19,6 +19,7 @@
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "wrapper/program_header.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -229,7 +230,7 @@ class Planner {
                     .check =
                         [engine = port_.engine.value_or(""), wrapper = wrapper_](const std::string& path) {
                             return building::checkProgramForEngine(
-                                path, building::engineForWrapper(engine, wrapper));
+                                path, building::engineForWrapper(engine, Wrapper(wrapper)));
                         },
                     .branches = {{"", {std::move(without)}}}});
         draft_.stage().supplies.push_back(what);

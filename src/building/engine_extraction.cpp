@@ -18,6 +18,7 @@
 #include "platform/private_folder.h"
 #include "wrapper/archive_tools.h"
 #include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 
@@ -92,8 +93,8 @@ void reportCorruptedEngine(const std::string& place) {
 /// Puts the bundle into the wrapper. The old engine goes only when the new one lies beside it, complete: the
 /// move may be a copy between disks, which may fail. It is renamed first, since half an engine that still
 /// tells its name would pass for an engine after a kill.
-bool replaceEngine(const std::string& bundle, const std::string& wrapper) {
-    const std::string target = wrapper + layout::engine;
+bool replaceEngine(const std::string& bundle, const Wrapper& wrapper) {
+    const std::string target = wrapper.engine();
     const std::string arriving = target + ".new", leaving = target + ".old";
     if (!MVFileManager::removeItemAtPath(arriving) || !MVFileManager::removeItemAtPath(leaving) ||
         !MVFileManager::moveItemAtPath(bundle, arriving)) {
@@ -123,7 +124,7 @@ bool building::storedEngineRuns(const std::string& engine, Machine machine) {
     return !bundle || bundle->empty() || engineRuns(*bundle, machine);
 }
 
-std::string building::engineForWrapper(const std::string& engine, const std::string& wrapper) {
+std::string building::engineForWrapper(const std::string& engine, const Wrapper& wrapper) {
     const auto inUse = getCaskeryWrapperEngineFromPath(wrapper);
     const std::string converted = NSCaskeryEngine(engine).nameAfterConversion().value_or(engine);
     for (const std::string& name : {engine, converted}) {
@@ -133,7 +134,7 @@ std::string building::engineForWrapper(const std::string& engine, const std::str
     return building::storedEngineArchive(recent) ? recent : engine;
 }
 
-ExtractedEngine extractEngine(Build& build, const std::string& engine, const std::string& wrapper) {
+ExtractedEngine extractEngine(Build& build, const std::string& engine, const Wrapper& wrapper) {
     if (getCaskeryWrapperEngineFromPath(wrapper) == engine) return ExtractedEngine::alreadyThere;
     const auto place = building::placeInStore(engine);
     if (!place) return ExtractedEngine::failure;
@@ -174,9 +175,9 @@ ExtractedEngine extractEngine(Build& build, const std::string& engine, const std
     return replaceEngine(*bundle, wrapper) ? ExtractedEngine::installed : ExtractedEngine::failure;
 }
 
-std::optional<std::string> getCaskeryWrapperEngineFromPath(const std::string& wrapper) {
+std::optional<std::string> getCaskeryWrapperEngineFromPath(const Wrapper& wrapper) {
     // Byte by byte: a name outside ASCII is compared as it is and is no reason to trouble the user.
-    const auto text = MVString::stringWithContentsOfFile(wrapper + layout::engineVersion, Encoding::eightBit);
+    const auto text = MVString::stringWithContentsOfFile(wrapper.engineVersion(), Encoding::eightBit);
     if (!text) return std::nullopt;
     std::string line = text->substr(0, text->find('\n'));
     if (line.ends_with('\r')) line.pop_back();

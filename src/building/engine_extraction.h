@@ -12,21 +12,21 @@
 namespace morvane {
 
 class Build;
+class Wrapper;
 
 enum class ExtractedEngine { failure = 0, installed = 1, alreadyThere = 2 };
 
 /// Puts the engine, which has been prepared, into the wrapper; a failure is told.
-[[nodiscard]] ExtractedEngine extractEngine(Build& build, const std::string& engine,
-                                            const std::string& wrapper);
+[[nodiscard]] ExtractedEngine extractEngine(Build& build, const std::string& engine, const Wrapper& wrapper);
 /// By what the engine says of itself.
-[[nodiscard]] std::optional<std::string> getCaskeryWrapperEngineFromPath(const std::string& wrapper);
+[[nodiscard]] std::optional<std::string> getCaskeryWrapperEngineFromPath(const Wrapper& wrapper);
 
 namespace building {
 
 /// The engine that goes into the port's wrapper, once it is prepared: the named one, what a conversion has
 /// made of it, or the most recent one that is compatible with it where only that was to be had. A wrapper
 /// that holds one of the first two keeps it.
-[[nodiscard]] std::string engineForWrapper(const std::string& engine, const std::string& wrapper);
+[[nodiscard]] std::string engineForWrapper(const std::string& engine, const Wrapper& wrapper);
 
 /// Whether the engine runs programs of that machine: its archive is unpacked in a passing folder for that.
 /// Yes for an engine that is not in the store or cannot be unpacked, of which the build tells.

@@ -24,6 +24,7 @@
 #include "platform/host.h"
 #include "wrapper/layout.h"
 #include "wrapper/processes.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 
@@ -154,7 +155,7 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         progressWindow->setIsCreatingWrapper(true);
         setMessage(localized("Checking Caskery..."));
         progressWindow->showCreatingPort(CreatingPort::yes);
-        const bool built = buildPortAt(*this, wrapper, *port);
+        const bool built = buildPortAt(*this, Wrapper(wrapper), *port);
         host().creation.throwIfRequested();
         if (built && !existedBefore) finish();
         if (built) replaced.discard();

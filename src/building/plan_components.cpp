@@ -10,6 +10,7 @@
 #include "foundation/localization.h"
 #include "platform/files.h"
 #include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 
@@ -101,9 +102,10 @@ void PlannedComponents::addCached(const verb_script::Download& file, bool byHand
 void PlannedComponents::addClient(const store_clients::StoreClient& client) {
     draft_.begin(localized("Installing %@ in the background...", {client.name}));
     for (const std::string& component : client.components) addComponent(component);
-    const bool isThere = MVFileManager::directoryExistsAtPath(wrapper_) &&
-                         MVFileManager::fileExistsAtPath(wrapper_ + layout::driveC +
-                                                         store_clients::proofOnDriveC(client, wrapper_));
+    const bool isThere =
+        MVFileManager::directoryExistsAtPath(wrapper_) &&
+        MVFileManager::fileExistsAtPath(wrapper_ + layout::driveC +
+                                        store_clients::proofOnDriveC(client, Wrapper(wrapper_)));
     if (isThere) {
         draft_.stage().present.push_back(client.name);
     } else if (client.link.empty()) {
