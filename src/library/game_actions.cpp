@@ -8,7 +8,6 @@
 #include "building/archives.h"
 #include "building/build.h"
 #include "building/outdated_wrapper.h"
-#include "building/winetricks_files.h"
 #include "foundation/alerts.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
