@@ -3,7 +3,7 @@
 #include <chrono>
 #include <vector>
 
-#include "building/engine_preparation.h"
+#include "building/engine_extraction.h"
 #include "building/entry_removal.h"
 #include "building/launch_targets.h"
 #include "foundation/alerts.h"
@@ -126,7 +126,7 @@ void moveLinkBesideWrapper(const std::string& old, const std::string& now, const
     if (!destination || *destination != files::lastComponent(wrapper) + "/" + files::lastComponent(old))
         return;
     if (files::kindOf(files::join(folder, files::lastComponent(now))) == files::Kind::none)
-        createAliasToCustomEXE(now, wrapper);
+        createAliasToCustomEXE(now, Wrapper(wrapper));
     removeFileOrLink(link);
 }
 
@@ -204,7 +204,7 @@ void NSPropertiesWindow::fillRegistryOptions() {
     const std::string drivers = NSUtilities::getRegistry(R"([Software\\Wine\\Drivers])", "user", wrapper);
     const bool usesMacDriver = NSUtilities::getStringValueForKey("Graphics", drivers) == "mac";
     shown_.windowTypeEnabled = !usesMacDriver;
-    const auto engine = getCaskeryWrapperEngineFromPath(wrapper);
+    const auto engine = getCaskeryWrapperEngineFromPath(Wrapper(wrapper));
     shown_.highQualityMode = {isOn(retinaMode, wrapper),
                               usesMacDriver && isHighQualityModeCompatibleWithEngine(engine)};
 }

@@ -8,7 +8,6 @@
 
 #include "app/help_tab.h"
 #include "app/settings_by_name.h"
-#include "building/winetricks_files.h"
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"

@@ -6,16 +6,18 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "building/wrapper_creation.h"
+#include "building/port_checks.h"
+#include "platform/result.h"
 #include "platform/user_interface.h"
-#include "platform/value.h"
+#include "ports/port_data.h"
 
 namespace morvane {
+
+class Build;
 
 struct PlannedDownload {
     std::string what;
@@ -45,27 +47,17 @@ struct BuildPlan {
 enum class Place { chosen, proposed };
 
 /// Of a port that the user has opened as a file.
-[[nodiscard]] BuildPlan planOfBuild(const WrapperCreation& creation,
-                                    const std::optional<Result<NSPortData>>& port, const std::string& wrapper,
-                                    Place place);
+[[nodiscard]] BuildPlan planOfBuild(const Build& build, const std::optional<Result<NSPortData>>& port,
+                                    const std::string& wrapper, Place place);
 
 /// All that will be asked, in order, with what is not asked this time.
 [[nodiscard]] std::vector<ForeseenQuestion> questionsOf(const BuildPlan& plan);
 /// What the installation of such a port will ask, from the first question on: with trust, from the check of
 /// the port on. Asks no server for sizes.
-[[nodiscard]] std::vector<ForeseenQuestion> questionsOfBuild(const WrapperCreation& creation,
-                                                             const NSPortData& port,
+[[nodiscard]] std::vector<ForeseenQuestion> questionsOfBuild(const Build& build, const NSPortData& port,
                                                              const std::string& wrapper, Trust trust);
 /// The same of a blank wrapper, whose place is known.
-[[nodiscard]] std::vector<ForeseenQuestion> questionsOfBlank(const WrapperCreation& creation,
-                                                             const NSPortData& port,
+[[nodiscard]] std::vector<ForeseenQuestion> questionsOfBlank(const Build& build, const NSPortData& port,
                                                              const std::string& wrapper);
-
-/// How the front end takes the answer to a question beforehand: the option to write.
-using OptionOf = std::function<std::string(const ForeseenQuestion&)>;
-/// For a person, with line ends.
-[[nodiscard]] std::string shown(const BuildPlan& plan, const OptionOf& optionOf);
-/// For a program: the same fields under the same names.
-[[nodiscard]] Value asValue(const BuildPlan& plan, const OptionOf& optionOf);
 
 }  // namespace morvane

@@ -26,6 +26,7 @@
 #include "wrapper/banner.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -75,7 +76,7 @@ void notifyInstalled(const NSPortManager& port) {
 
 /// The stage of the settings files, and of what needs nothing but the port's own values.
 void configureData(const NSPortData& port, NSPortManager& settings) {
-    const std::string& wrapper = settings.path;
+    const Wrapper wrapper(settings.path);
     writeX11Settings(settings, port);
     saveCloseSafely(port.closePortNicely, wrapper);
     writeFlags(settings, port);
@@ -92,13 +93,14 @@ void runStage(Build& build, ConfigurationStage stage, const NSPortData& port, NS
         case data:
             return configureData(port, settings);
         case drives:
-            saveDrives(port.drives, settings.path);
+            saveDrives(port.drives, Wrapper(settings.path));
             return;
         case extensions:
             saveExtensions(port.supportedExtensions, settings);
             return;
         case verbScript:
-            updateWinetricksListAtFile(settings.path, needsVerbs(port) ? NeedsVerbs::yes : NeedsVerbs::no);
+            updateWinetricksListAtFile(Wrapper(settings.path),
+                                       needsVerbs(port) ? NeedsVerbs::yes : NeedsVerbs::no);
             return;
         case verbsBefore:
             installWinetricks(build, winetricksBeforeAppFromList(port.winetricks), settings);
@@ -205,12 +207,12 @@ std::string progressLineOf(ConfigurationStage stage) {
     return "";
 }
 
-bool configureWrapperAt(Build& build, const std::string& wrapper, const NSPortData& port) {
+bool configureWrapperAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
     // One store for the whole configuration: every synchronise writes the file whole, so a second store would
     // undo what this one has written. The programs that run meanwhile inside the wrapper don't write its
     // settings.
-    NSPortManager settings = NSPortManager::managerWithPath(wrapper);
-    addHollinBannerAtFile(wrapper);
+    NSPortManager settings = NSPortManager::managerWithPath(wrapper.path());
+    addHollinBannerAtFile(wrapper.path());
     build.progressWindow->showCreatingPort(CreatingPort::yes);
     for (const ConfigurationStage stage : configurationStages(port)) {
         host().creation.throwIfRequested();

@@ -8,8 +8,9 @@
 namespace morvane {
 
 class Build;
+class Wrapper;
 
 /// True.
-bool configureWrapperAt(Build& build, const std::string& wrapper, const NSPortData& port);
+bool configureWrapperAt(Build& build, const Wrapper& wrapper, const NSPortData& port);
 
 }  // namespace morvane

@@ -7,8 +7,8 @@
 
 #include "building/build.h"
 #include "building/configuration.h"
+#include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
-#include "building/engine_store.h"
 #include "building/estimated_progress.h"
 #include "building/master_wrapper.h"
 #include "building/program_check.h"
@@ -49,10 +49,10 @@ void makeRunnable(const std::string& mode, const std::string& path) {
 }
 
 /// When the wrapper can't go back to its place.
-void keepOrRemove(Build& build, const std::string& place, const std::string& wrapper) {
+void keepOrRemove(Build& build, const std::string& place, const Wrapper& wrapper) {
     if (!MVAlert::showBooleanAlertMessage(
             localized("The wrapper can't be moved to %@. Do you want to keep what has been made of it?",
-                      {wrapper}),
+                      {wrapper.path()}),
             "Error", false)) {
         return;
     }
@@ -61,18 +61,19 @@ void keepOrRemove(Build& build, const std::string& place, const std::string& wra
     build.made.place.reset();
     MVAlert::showAlertErrorMessage(
         localized("The wrapper is at %@ now. Move it to %@ before you create it again.",
-                  {files::join(*kept, files::lastComponent(place)), wrapper}));
+                  {files::join(*kept, files::lastComponent(place)), wrapper.path()}));
 }
 
 /// The step of `createWrapperAt` that runs the wrapper's own tool, at the temporary path where there is
 /// one.
-bool createPrefixOf(Build& build, const std::string& wrapper) {
+bool createPrefixOf(Build& build, const Wrapper& wrapper) {
     // A wrapper that was there before may hold a game's data, which have no business in a passing folder.
-    if (build.made.place == wrapper) build.made.folder = folderForPrefix();
-    const std::string place =
-        build.made.folder ? files::join(build.made.folder->path(), temporaryNameFor(wrapper)) : wrapper;
+    if (build.made.place == wrapper.path()) build.made.folder = folderForPrefix();
+    const std::string place = build.made.folder
+                                  ? files::join(build.made.folder->path(), temporaryNameFor(wrapper.path()))
+                                  : wrapper.path();
     if (build.made.folder) {
-        if (!MVFileManager::moveItemAtPath(wrapper, place)) {
+        if (!MVFileManager::moveItemAtPath(wrapper.path(), place)) {
             build.made.folder.reset();
             return false;
         }
@@ -84,12 +85,12 @@ bool createPrefixOf(Build& build, const std::string& wrapper) {
         building::EstimatedProgress estimate(build.progressWindow, settings::prefixCreationTime);
         MVTask::ignoreEnding(
             MVTask::runProgram(tool, "/", std::vector<std::string>{"CKS-wineprefixcreate"}, Wait::yes));
-        if (MVFileManager::fileExistsAtPath(place + layout::systemRegistry)) estimate.finished();
+        if (MVFileManager::fileExistsAtPath(Wrapper(place).systemRegistry())) estimate.finished();
     }
     if (!build.made.folder) return true;
-    const bool isBack = MVFileManager::moveItemAtPath(place, wrapper);
+    const bool isBack = MVFileManager::moveItemAtPath(place, wrapper.path());
     if (isBack) {
-        build.made.place = wrapper;
+        build.made.place = wrapper.path();
     } else {
         keepOrRemove(build, place, wrapper);
     }
@@ -99,7 +100,7 @@ bool createPrefixOf(Build& build, const std::string& wrapper) {
 
 }  // namespace
 
-bool buildPortAt(Build& build, const std::string& wrapper, const NSPortData& port) {
+bool buildPortAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
     const std::string engine = port.engine.value_or("");
     const auto goOn = [] {
         host().creation.throwIfRequested();
@@ -107,7 +108,7 @@ bool buildPortAt(Build& build, const std::string& wrapper, const NSPortData& por
     };
     // Now that the engine is there, and nothing of the wrapper yet.
     const auto installerCanRun = [&] {
-        const auto installer = building::checkInstaller(port, wrapper);
+        const auto installer = building::checkInstaller(port, wrapper.path());
         if (!installer) MVAlert::showAlertErrorMessage(installer.error().message());
         return installer.has_value();
     };
@@ -117,7 +118,7 @@ bool buildPortAt(Build& build, const std::string& wrapper, const NSPortData& por
            configureWrapperAt(build, wrapper, port);
 }
 
-bool createWrapperAt(Build& build, const std::string& wrapper, const std::string& engine) {
+bool createWrapperAt(Build& build, const Wrapper& wrapper, const std::string& engine) {
     build.setMessage(localized("Creating Wrapper %@...", {build.currentCaskery.value_or("")}));
     build.setSubtitle(localized("Please wait. It might take a minute or two."));
     if (!copyingMasterWrapperToPath(build, wrapper)) return false;
@@ -129,19 +130,19 @@ bool createWrapperAt(Build& build, const std::string& wrapper, const std::string
             break;
         case ExtractedEngine::alreadyThere:
             // A build that was stopped after this point left an engine without a prefix.
-            if (MVFileManager::fileExistsAtPath(wrapper + layout::systemRegistry)) return true;
+            if (MVFileManager::fileExistsAtPath(wrapper.systemRegistry())) return true;
     }
     host().creation.throwIfRequested();
-    if (!MVFileManager::fileExistsAtPath(Wrapper(wrapper).tool())) {
+    if (!MVFileManager::fileExistsAtPath(wrapper.tool())) {
         MVAlert::showAlertErrorMessage(
             localized("Wrapper creation failed! The Caskery framework couldn't be found!"));
         return false;
     }
     build.setMessage(localized("Preparing Wrapper..."));
     build.setSubtitle(localized("Please wait. If prompted to install Mono or Gecko, cancel it."));
-    makeRunnable("777", wrapper + layout::engine);
+    makeRunnable("777", wrapper.engine());
     if (!createPrefixOf(build, wrapper)) return false;
-    if (MVFileManager::fileExistsAtPath(wrapper + layout::systemRegistry)) return true;
+    if (MVFileManager::fileExistsAtPath(wrapper.systemRegistry())) return true;
 
     if (MVAlert::showBooleanAlertMessage(
             localized("The Wine Prefix Creation failed! Probably your Master Wrapper is "

@@ -1,4 +1,5 @@
-// building/engine_preparation.h: the engine of a port: into the store, and out of it into the wrapper.
+// building/engine_preparation.h: the engine of a port into the store: from the download site, a link or the user's
+// disk. The creation's thread.
 #pragma once
 
 #include <optional>
@@ -8,14 +9,11 @@ namespace morvane {
 
 class Build;
 
-enum class ExtractedEngine { failure = 0, installed = 1, alreadyThere = 2 };
-
+/// False when the engine can't be had, which the user knows then.
 bool prepareEngine(Build& build, const std::string& engine, std::optional<std::string> customLink);
-[[nodiscard]] std::string localPathForOfficialEngine(const std::string& engine);
+/// False also for an engine that the site does not have.
 bool downloadOfficialEngine(Build& build, const std::string& engine);
-/// True always.
+/// Asks for a file, and copies it into the store. True always.
 bool getLocalCustomEngine(const std::string& engine);
-ExtractedEngine extractEngine(Build& build, const std::string& engine, const std::string& wrapper);
-[[nodiscard]] std::optional<std::string> getCaskeryWrapperEngineFromPath(const std::string& wrapper);
 
 }  // namespace morvane

@@ -8,7 +8,6 @@
 #include "building/build_plan.h"
 #include "building/creation.h"
 #include "building/foreseen_questions.h"
-#include "building/launch_targets.h"
 #include "building/port_checks.h"
 #include "building/program_check.h"
 #include "building/replaced_item.h"
@@ -25,6 +24,7 @@
 #include "platform/host.h"
 #include "wrapper/layout.h"
 #include "wrapper/processes.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 
@@ -155,7 +155,7 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         progressWindow->setIsCreatingWrapper(true);
         setMessage(localized("Checking Caskery..."));
         progressWindow->showCreatingPort(CreatingPort::yes);
-        const bool built = buildPortAt(*this, wrapper, *port);
+        const bool built = buildPortAt(*this, Wrapper(wrapper), *port);
         host().creation.throwIfRequested();
         if (built && !existedBefore) finish();
         if (built) replaced.discard();

@@ -22,6 +22,7 @@
 #include "wrapper/archive_tools.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/windows_paths.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace extra_files {
@@ -75,17 +76,17 @@ Target targetInDownloads(const std::string& name) {
 
 /// The place inside the wrapper. A drive may lead out of it, to the user's own folders or to a disc; a
 /// stranger's file has no business there.
-Target targetInWrapper(const std::string& destiny, const std::string& name, const std::string& wrapper) {
+Target targetInWrapper(const std::string& destiny, const std::string& name, const Wrapper& wrapper) {
     const auto refuseDestiny = [&] {
         port_texts::refuse(destiny, destinyText);
         return refusal();
     };
     if (port_texts::leavesItsFolder(destiny) || port_texts::hasControlCharacters(destiny))
         return refuseDestiny();
-    const auto folder =
-        NSUtilities::getMacPathForWindowsPath(destiny.ends_with("/") ? destiny : destiny + "/", wrapper);
+    const auto folder = NSUtilities::getMacPathForWindowsPath(
+        destiny.ends_with("/") ? destiny : destiny + "/", wrapper.path());
     if (!folder) return {};
-    if (!staysInside(wrapper, *folder)) return refuseDestiny();
+    if (!staysInside(wrapper.path(), *folder)) return refuseDestiny();
     auto path = port_texts::gatedPath(*folder, name, Levels::one, nameText);
     if (!path) return refusal();
     if (files::kindOf(*path) == files::Kind::folder) {
@@ -110,7 +111,7 @@ std::optional<std::string> chosenFile(const ExtraFileEntry& entry) {
 }
 
 /// Where the entry's file goes; a file that the user supplies only to be run stays where it is.
-Target targetOf(const ExtraFileEntry& entry, const std::string& name, const std::string& wrapper) {
+Target targetOf(const ExtraFileEntry& entry, const std::string& name, const Wrapper& wrapper) {
     if (entry.autorun) return extra_files::isDownloaded(entry) ? targetInDownloads(name) : Target{};
     return entry.destiny ? targetInWrapper(*entry.destiny, name, wrapper) : Target{};
 }
@@ -124,7 +125,7 @@ std::optional<std::string> placed(const std::string& chosen, const std::string& 
 }
 
 std::vector<std::string> suppliedFiles(const ExtraFileEntry& entry, const Target& target,
-                                       const std::string& wrapper) {
+                                       const Wrapper& wrapper) {
     const auto chosen = chosenFile(entry);
     if (!chosen) {
         // The origin goes on as it stands, but is not unpacked: it may name any archive of the user's.
@@ -139,7 +140,7 @@ std::vector<std::string> suppliedFiles(const ExtraFileEntry& entry, const Target
 }
 
 /// The files that the entry yields; none after a refusal or an error that the user has been told of.
-std::vector<std::string> filesOf(const ExtraFileEntry& entry, const std::string& wrapper, Build& build) {
+std::vector<std::string> filesOf(const ExtraFileEntry& entry, const Wrapper& wrapper, Build& build) {
     const Target target = targetOf(entry, extra_files::fileNameOf(entry), wrapper);
     if (target.refused) return {};
     if (!target.path || !extra_files::isDownloaded(entry)) return suppliedFiles(entry, target, wrapper);
@@ -155,7 +156,7 @@ std::vector<std::string> filesOf(const ExtraFileEntry& entry, const std::string&
 bool downloadExtraFiles(Build& build, const std::vector<ExtraFileEntry>& entries, const NSPortManager& port) {
     for (const ExtraFileEntry& entry : entries) {
         host().creation.throwIfRequested();
-        const auto files = filesOf(entry, port.path, build);
+        const auto files = filesOf(entry, Wrapper(port.path), build);
         if (!entry.autorun) continue;
         for (const std::string& file : files) {
             host().creation.throwIfRequested();

@@ -1,5 +1,6 @@
 #include "building/foreseen_questions.h"
 
+#include "building/engine_archives.h"
 #include "building/port_checks.h"
 #include "building/tools.h"
 #include "foundation/alerts.h"
@@ -84,6 +85,14 @@ Dialog engineFileDialog(const std::string& engine, SiteIs site) {
                         "computer?",
                   {engine}),
         "Warning", true);
+}
+
+OpenPanel engineFilePanel(const std::string& engine) {
+    OpenPanel panel;
+    panel.title = localized("Select the engine %@", {engine});
+    panel.types = engine_archives::kinds();
+    panel.packagesAsFolders = true;
+    return panel;
 }
 
 std::vector<ForeseenQuestion> foreseenEngineQuestions(const std::string& engine) {

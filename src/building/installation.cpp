@@ -68,12 +68,12 @@ std::optional<std::string> installerByAutorun(const std::vector<std::string>& pl
 }
 
 /// The installer that the user picks, which the wrapper can run; nothing when the user goes on without one.
-std::optional<std::string> installerByChoice(const std::string& expectedName, const std::string& wrapper) {
+std::optional<std::string> installerByChoice(const std::string& expectedName, const Wrapper& wrapper) {
     const OpenPanel panel = building::installerPanel(expectedName);
     for (;;) {
         const auto chosen = MVAlert::chooseFiles(panel);
         if (!chosen.empty()) {
-            const auto checked = checkMachine(chosen.front(), wrapper);
+            const auto checked = checkMachine(chosen.front(), wrapper.path());
             if (checked) return chosen.front();
             MVAlert::showAlertErrorMessage(checked.error().message());
         } else if (MVAlert::isAnsweredYes(building::noInstallerDialog())) {
@@ -86,8 +86,7 @@ std::optional<std::string> installerByChoice(const std::string& expectedName, co
 }
 
 std::optional<std::string> findInstaller(const std::optional<std::string>& name,
-                                         const std::optional<std::string>& source,
-                                         const std::string& wrapper) {
+                                         const std::optional<std::string>& source, const Wrapper& wrapper) {
     if (auto installer = foundInstaller(name, source)) return installer;
     return installerByChoice(building::installerNameIn(name), wrapper);
 }
@@ -118,7 +117,7 @@ std::optional<std::string> foundInstaller(const std::optional<std::string>& name
 
 bool installApp(Build& build, const std::optional<std::string>& installerName,
                 const std::optional<std::string>& source, const NSPortManager& port) {
-    const auto installer = findInstaller(installerName, source, port.path);
+    const auto installer = findInstaller(installerName, source, Wrapper(port.path));
     if (!installer) return true;
     build.setMessage(localized("Running %@...", {*installer}));
     const std::string note = localized("IMPORTANT NOTE: Don’t launch the app after the installation.");
@@ -135,13 +134,13 @@ bool installApp(Build& build, const std::optional<std::string>& installerName,
 }
 
 bool runInstaller(const std::string& installer, const std::string& flags, const NSPortManager& port) {
-    const RepeatingTimer timer([wrapper = port.path] { keepWindowInFrontForAppOfTimer(wrapper); });
+    const RepeatingTimer timer([wrapper = Wrapper(port.path)] { keepWindowInFrontForAppOfTimer(wrapper); });
     removeUselessDesktopFilesCreatedOnBlock([&] { port.runEXE(installer, flags); });
     return true;
 }
 
-void keepWindowInFrontForAppOfTimer(const std::string& wrapper) {
-    host().userInterface.bringToFront(wrapper);
+void keepWindowInFrontForAppOfTimer(const Wrapper& wrapper) {
+    host().userInterface.bringToFront(wrapper.path());
 }
 
 std::vector<std::string> desktopFolderBeforeExtraction() {

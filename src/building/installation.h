@@ -12,6 +12,7 @@ namespace morvane {
 
 class Build;
 class NSPortManager;
+class Wrapper;
 
 /// True.
 bool installApp(Build& build, const std::optional<std::string>& installerName,
@@ -22,7 +23,7 @@ bool installApp(Build& build, const std::optional<std::string>& installerName,
 /// True.
 bool runInstaller(const std::string& installer, const std::string& flags, const NSPortManager& port);
 /// Main thread.
-void keepWindowInFrontForAppOfTimer(const std::string& wrapper);
+void keepWindowInFrontForAppOfTimer(const Wrapper& wrapper);
 [[nodiscard]] std::vector<std::string> desktopFolderBeforeExtraction();
 /// Of the new entries, the shortcuts only.
 void removeAllFromDesktopFolderAfterExtractionExcept(const std::vector<std::string>& names);

@@ -19,6 +19,7 @@
 #include "wrapper/port_manager.h"
 #include "wrapper/registry.h"
 #include "wrapper/windows_paths.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -57,18 +58,19 @@ bool isUsable(const ExeEntry& exe) {
 }
 
 /// The launcher application's place in the wrapper, or nothing after a reported refusal.
-std::optional<std::string> applicationFor(const ExeEntry& exe, const std::string& wrapper) {
+std::optional<std::string> applicationFor(const ExeEntry& exe, const Wrapper& wrapper) {
     if (exe.name == settingsTool) {
         port_texts::refuse(exe.name, nameText);
         return std::nullopt;
     }
-    return port_texts::gatedPath(wrapper, exe.name + ".app", Levels::one, nameText);
+    return port_texts::gatedPath(wrapper.path(), exe.name + ".app", Levels::one, nameText);
 }
 
-std::string chosenProgram(const ExeEntry& exe, const std::string& wrapper) {
-    const auto chosen = MVAlert::chooseFiles(
-        building::programPanel(exe.name, NSUtilities::getMacPathForWindowsPath("C:/", wrapper).value_or("")));
-    return chosen.empty() ? unknownProgram : NSUtilities::getWindowsPathForMacPath(chosen.front(), wrapper);
+std::string chosenProgram(const ExeEntry& exe, const Wrapper& wrapper) {
+    const auto chosen = MVAlert::chooseFiles(building::programPanel(
+        exe.name, NSUtilities::getMacPathForWindowsPath("C:/", wrapper.path()).value_or("")));
+    return chosen.empty() ? unknownProgram
+                          : NSUtilities::getWindowsPathForMacPath(chosen.front(), wrapper.path());
 }
 
 /// Steam's own browser and its drawing of texts fail under Wine without these flags.
@@ -89,8 +91,8 @@ void writeProgramOnDriveC(NSPortManager& target, const CommandLine& command) {
 
 /// The setting holds a path on drive C only, so a program elsewhere is started by a batch file there.
 void writeProgramOnOtherDrive(NSPortManager& target, const CommandLine& command, const std::string& name,
-                              const std::string& wrapper) {
-    const auto driveC = NSUtilities::getMacPathForWindowsPath("C:/", wrapper);
+                              const Wrapper& wrapper) {
+    const auto driveC = NSUtilities::getMacPathForWindowsPath("C:/", wrapper.path());
     if (!driveC) return;
     const std::string batch = "exec" + name + ".bat";
     const auto path = port_texts::gatedPath(*driveC, batch, Levels::one, nameText);
@@ -110,24 +112,24 @@ std::optional<std::string> windowsVersionFor(const std::string& programName, con
     return NSUtilities::windowsSystemCodeFromSystemName(exe.compatibility);
 }
 
-void writeWindowsVersion(const std::string& program, const ExeEntry& exe, const std::string& wrapper) {
+void writeWindowsVersion(const std::string& program, const ExeEntry& exe, const Wrapper& wrapper) {
     const std::string name = MVString::split(program, "/").back();
     if (name.empty()) return;
     const auto keyName = port_texts::inRegistryKey(name);
     // A picked file's name need not be UTF-8; no key can hold such a name.
     if (!keyName) return;
     const std::string header = "[Software\\\\Wine\\\\AppDefaults\\\\" + *keyName + "]";
-    NSUtilities::deleteRegistry(header, "user", wrapper);
+    NSUtilities::deleteRegistry(header, "user", wrapper.path());
     const auto version = windowsVersionFor(name, exe);
     NSUtilities::addRegistry(version ? header + "\n\"Version\"=\"" + *version + "\"" : header, "user",
-                             wrapper);
+                             wrapper.path());
 }
 
 /// Whether a link beside the wrapper with that destination leads into the wrapper, be it to what is gone.
-bool leadsInto(const std::string& wrapper, const std::string& destination) {
+bool leadsInto(const Wrapper& wrapper, const std::string& destination) {
     const std::string path =
-        destination.starts_with("/") ? destination : files::join(files::parent(wrapper), destination);
-    return staysInside(wrapper, path);
+        destination.starts_with("/") ? destination : files::join(files::parent(wrapper.path()), destination);
+    return staysInside(wrapper.path(), path);
 }
 
 std::string colourDepth(const std::string& colours) {
@@ -143,7 +145,7 @@ bool isProgramToChoose(const ExeEntry& exe) {
 }
 
 bool saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port) {
-    const std::string& wrapper = port.path;
+    const Wrapper wrapper(port.path);
     for (const ExeEntry& exe : exes) {
         if (!isUsable(exe)) continue;
         if (exe.isMain) {
@@ -152,7 +154,7 @@ bool saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port) {
             setMainExeDataAtPort(port, exe, wrapper);
             setScreenOptionsAtPort(port, exe);
             const std::string name =
-                exe.name.empty() ? files::withoutExtension(files::lastComponent(wrapper)) : exe.name;
+                exe.name.empty() ? files::withoutExtension(files::lastComponent(wrapper.path())) : exe.name;
             port.set(wrapper_keys::bundleName, name);
             port.set(wrapper_keys::bundleIdentifier, name + ".Caskery.prefs");
             port.synchronizePlist();
@@ -162,7 +164,7 @@ bool saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port) {
         if (!application) continue;
         // A second build into the same wrapper finds the launcher of the first and writes it anew.
         if (!MVFileManager::regularFileExistsAtPath(*application + layout::customExeMark)) {
-            static_cast<void>(archives::copyWhole(wrapper + layout::customExeTemplate, *application));
+            static_cast<void>(archives::copyWhole(wrapper.customExeTemplate(), *application));
         }
         NSPortManager target = NSPortManager::managerWithCustomExePath(*application);
         target.set(wrapper_keys::bundleShortVersion, exe.version);
@@ -175,7 +177,7 @@ bool saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port) {
     return true;
 }
 
-void setMainExeDataAtPort(NSPortManager& target, const ExeEntry& exe, const std::string& wrapper) {
+void setMainExeDataAtPort(NSPortManager& target, const ExeEntry& exe, const Wrapper& wrapper) {
     CommandLine command = commandLineOf(exe);
     if (command.program == unknownProgram) command.program = chosenProgram(exe, wrapper);
     addSteamFlags(command);
@@ -198,11 +200,11 @@ void setScreenOptionsAtPort(NSPortManager& target, const ExeEntry& exe) {
                                              : withoutDesktop);
 }
 
-void createAliasToCustomEXE(const std::string& application, const std::string& wrapper) {
+void createAliasToCustomEXE(const std::string& application, const Wrapper& wrapper) {
     const std::string name = files::lastComponent(application);
-    const std::string link = files::join(files::parent(wrapper), name);
-    const std::string destination = files::lastComponent(wrapper) + "/" + name;
-    if (link == wrapper) return;
+    const std::string link = files::join(files::parent(wrapper.path()), name);
+    const std::string destination = files::lastComponent(wrapper.path()) + "/" + name;
+    if (link == wrapper.path()) return;
     switch (files::kindOf(link)) {
         case files::Kind::none:
             break;

@@ -9,14 +9,15 @@
 namespace morvane {
 
 class NSPortManager;
+class Wrapper;
 
 /// True.
 bool saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port);
 /// Whether the player is asked for that program, after the installation.
 [[nodiscard]] bool isProgramToChoose(const ExeEntry& exe);
 /// The wrapper is the one that holds the target's programs.
-void setMainExeDataAtPort(NSPortManager& target, const ExeEntry& exe, const std::string& wrapper);
+void setMainExeDataAtPort(NSPortManager& target, const ExeEntry& exe, const Wrapper& wrapper);
 void setScreenOptionsAtPort(NSPortManager& target, const ExeEntry& exe);
-void createAliasToCustomEXE(const std::string& application, const std::string& wrapper);
+void createAliasToCustomEXE(const std::string& application, const Wrapper& wrapper);
 
 }  // namespace morvane

@@ -11,6 +11,7 @@
 #include "platform/files.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/windows_paths.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -27,7 +28,7 @@ std::optional<std::string> alternateMainExePath(NSPortManager& port, std::size_t
     auto levels = MVString::split(*program, "/");
     if (levels.size() < 3) return program;
     levels[variableLevel] = "*";
-    auto completed = completeWindowsPath("C:" + MVString::joined(levels, "/"), port.path);
+    auto completed = completeWindowsPath("C:" + MVString::joined(levels, "/"), Wrapper(port.path));
     if (!completed || completed->size() < 3) return completed;
     port.set(wrapper_keys::program, completed->substr(2));
     port.synchronizePlist();
@@ -72,13 +73,13 @@ std::optional<std::string> alternateMainExePathForGOGPort(NSPortManager& port) {
     return alternateMainExePath(port, 2);
 }
 
-std::optional<std::string> completeWindowsPath(const std::string& windowsPath, const std::string& wrapper) {
-    const auto driveC = NSUtilities::getMacPathForWindowsPath("C:/", wrapper);
+std::optional<std::string> completeWindowsPath(const std::string& windowsPath, const Wrapper& wrapper) {
+    const auto driveC = NSUtilities::getMacPathForWindowsPath("C:/", wrapper.path());
     if (!driveC || windowsPath.size() < 3) return std::nullopt;
     const std::string pattern = MVString::replacedAll(windowsPath.substr(3), "\\", "/");
     const auto matches = MVFileManager::filesCompatibleWithStructure(pattern, *driveC);
     if (matches.empty()) return std::nullopt;
-    return NSUtilities::getWindowsPathForMacPath(matches.front(), wrapper);
+    return NSUtilities::getWindowsPathForMacPath(matches.front(), wrapper.path());
 }
 
 }  // namespace morvane

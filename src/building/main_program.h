@@ -7,6 +7,7 @@
 namespace morvane {
 
 class NSPortManager;
+class Wrapper;
 
 std::optional<std::string> confirmMainExePathForPort(NSPortManager& port,
                                                      const std::optional<std::string>& source);
@@ -15,6 +16,6 @@ std::optional<std::string> confirmMainExePathForPort(NSPortManager& port,
 std::optional<std::string> alternateMainExePathForPort(NSPortManager& port);
 std::optional<std::string> alternateMainExePathForGOGPort(NSPortManager& port);
 [[nodiscard]] std::optional<std::string> completeWindowsPath(const std::string& windowsPath,
-                                                             const std::string& wrapper);
+                                                             const Wrapper& wrapper);
 
 }  // namespace morvane

@@ -202,9 +202,9 @@ bool updateCaskery(Build& build) {
     return true;
 }
 
-bool copyingMasterWrapperToPath(Build& build, const std::string& wrapper) {
+bool copyingMasterWrapperToPath(Build& build, const Wrapper& wrapper) {
     build.made.place.reset();
-    if (MVFileManager::fileExistsAtPath(wrapper)) return true;
+    if (MVFileManager::fileExistsAtPath(wrapper.path())) return true;
     if (!isOnDisk(build.currentCaskery)) {
         MVAlert::showAlertErrorMessage(localized(
             "Something strange happened. The master wrapper was there a second ago, but now it's gone! "
@@ -213,12 +213,12 @@ bool copyingMasterWrapperToPath(Build& build, const std::string& wrapper) {
     }
     const std::string source = masterWrapper(*build.currentCaskery);
     // Half a copy would pass for an existing wrapper the next time.
-    if (!archives::copyWhole(files::resolved(source).value_or(source), wrapper)) return false;
-    build.made.place = wrapper;
-    MVTask::ignoreEnding(MVTask::runProgram(
-        "chmod", "/", std::vector<std::string>{"+x", Wrapper(wrapper).settingsTool()}, Wait::yes));
-    if (MVFileManager::fileExistsAtPath(wrapper)) return true;
-    if (wrapper.starts_with(host().folders.home + "/Desktop/")) {
+    if (!archives::copyWhole(files::resolved(source).value_or(source), wrapper.path())) return false;
+    build.made.place = wrapper.path();
+    MVTask::ignoreEnding(
+        MVTask::runProgram("chmod", "/", std::vector<std::string>{"+x", wrapper.settingsTool()}, Wait::yes));
+    if (MVFileManager::fileExistsAtPath(wrapper.path())) return true;
+    if (wrapper.path().starts_with(host().folders.home + "/Desktop/")) {
         MVAlert::showAlertErrorMessage(localized(
             "The master wrapper couldn't be copied to the specified destination! Probably your master "
             "wrapper is corrupted. Remove all the files from that folder and try again:\n%@",

@@ -7,6 +7,7 @@
 namespace morvane {
 
 class Build;
+class Wrapper;
 
 /// Where the master wrapper of a build comes from.
 struct MasterWrapperSource {
@@ -27,6 +28,6 @@ inline constexpr int masterWrapperPasses = 3;
 [[nodiscard]] MasterWrapperSource masterWrapperSource(const Build& build);
 /// True when the current master wrapper is on disk afterwards.
 bool updateCaskery(Build& build);
-bool copyingMasterWrapperToPath(Build& build, const std::string& wrapper);
+bool copyingMasterWrapperToPath(Build& build, const Wrapper& wrapper);
 
 }  // namespace morvane

@@ -1,7 +1,7 @@
 #include "building/needed_resources.h"
 
-#include "building/master_wrapper.h"
 #include "building/build.h"
+#include "building/master_wrapper.h"
 #include "building/tools.h"
 #include "foundation/localization.h"
 #include "foundation/threads.h"

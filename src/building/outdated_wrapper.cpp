@@ -4,9 +4,9 @@
 #include <chrono>
 #include <vector>
 
+#include "building/build.h"
 #include "building/master_wrapper.h"
 #include "building/tools.h"
-#include "building/wrapper_creation.h"
 #include "engines/wrapper_updater.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -43,7 +43,7 @@ WrapperUpdate updateTo(const std::string& wrapper, const std::string& version, N
     progress.setSubtitle(localized("Please wait..."), CreatingPort::no);
     WrapperUpdater::updateOldCaskeryWrapperAtPath(
         wrapper, version, [&](const std::string& step) { progress.setSubtitle(step, CreatingPort::no); });
-    const auto outdated = outdatedWrapper(wrapper);
+    const auto outdated = outdatedWrapper(Wrapper(wrapper));
     if ((outdated && outdated->version != version) || WrapperUpdater::needsRepair(wrapper)) {
         return failing(localized("The update of %@ is not complete. Update it again.", {wrapper}));
     }
@@ -92,29 +92,31 @@ void endLeftovers(const std::string& away) {
 
 }  // namespace
 
-std::optional<OutdatedWrapper> outdatedWrapper(const std::string& wrapper) {
+std::optional<OutdatedWrapper> outdatedWrapper(const Wrapper& wrapper) {
     auto newest = getNewestCaskeryVersion();
     if (!newest) newest = getCurrentCaskeryVersion();
     if (!newest) return std::nullopt;
-    auto version = WrapperUpdater::versionBeforeUnfinishedUpdate(wrapper);
-    if (!version) version = findSetting(LibraryItem(wrapper), wrapper_keys::bundleVersion).value_or("");
+    auto version = WrapperUpdater::versionBeforeUnfinishedUpdate(wrapper.path());
+    if (!version)
+        version = findSetting(LibraryItem(wrapper.path()), wrapper_keys::bundleVersion).value_or("");
     *version = MVString::replacedAll(*version, " ", "-");
     if (version == newest) return std::nullopt;
     return OutdatedWrapper{*version, *newest};
 }
 
-bool isWrapperInUse(const std::string& wrapper) {
+bool isWrapperInUse(const Wrapper& wrapper) {
     // What has just been stopped takes a moment to go.
     constexpr std::chrono::seconds patience{3};
-    const std::vector<int> users = usersOf(wrapper);
-    return !users.empty() && (!processes::waitForEnd(users, patience) || !usersOf(wrapper).empty());
+    const std::vector<int> users = usersOf(wrapper.path());
+    return !users.empty() && (!processes::waitForEnd(users, patience) || !usersOf(wrapper.path()).empty());
 }
 
-WrapperUpdate updateOutdatedWrapper(const std::string& path, WrapperCreation& creation) {
+WrapperUpdate updateOutdatedWrapper(const Wrapper& place, Build& build) {
+    const std::string& path = place.path();
     const SoleChange change;
     if (!change.granted()) return WrapperUpdate::failed;
     if (const auto away = WrapperUpdater::leftAwayAt(path)) endLeftovers(*away);
-    if (isWrapperInUse(path)) {
+    if (isWrapperInUse(place)) {
         // An update that was killed may have left it away from its place.
         const bool isThere = MVFileManager::directoryExistsAtPath(path);
         return failing(localized("Programs of %@ are running. Wait for their end, or stop them first.",
@@ -122,14 +124,15 @@ WrapperUpdate updateOutdatedWrapper(const std::string& path, WrapperCreation& cr
     }
     const auto found = WrapperUpdater::backInItsPlace(path);
     if (!found) return failing(found.error().message());
-    const auto& wrapper = *found;
-    if (!isWrapper(wrapper)) return failing(localized("%@ is not a wrapper.", {wrapper}));
-    if (!creation.newestCaskery && !creation.currentCaskery) {
+    const Wrapper wrapper(*found);
+    if (!isWrapper(wrapper.path())) return failing(localized("%@ is not a wrapper.", {wrapper.path()}));
+    if (!build.newestCaskery && !build.currentCaskery) {
         return failing(localized("No master wrapper is known: the download site can't be reached."));
     }
-    if (!outdatedWrapper(wrapper) && !WrapperUpdater::needsRepair(wrapper)) return WrapperUpdate::upToDate;
-    if (!updateCaskery(creation) || !creation.currentCaskery) return WrapperUpdate::failed;
-    return updateTo(wrapper, *creation.currentCaskery, *creation.progressWindow);
+    if (!outdatedWrapper(wrapper) && !WrapperUpdater::needsRepair(wrapper.path()))
+        return WrapperUpdate::upToDate;
+    if (!updateCaskery(build) || !build.currentCaskery) return WrapperUpdate::failed;
+    return updateTo(wrapper.path(), *build.currentCaskery, *build.progressWindow);
 }
 
 }  // namespace morvane::building

@@ -5,8 +5,9 @@
 #include <string>
 
 namespace morvane {
-class WrapperCreation;
-}
+class Build;
+class Wrapper;
+}  // namespace morvane
 
 namespace morvane::building {
 
@@ -19,16 +20,16 @@ struct OutdatedWrapper {
 /// Both versions when they differ; nothing when they are equal, or when no master wrapper is known. While an
 /// update of the wrapper is unfinished, its version is the one before it. Asks the site for the newest
 /// version (at most once per process), so not on the main thread.
-[[nodiscard]] std::optional<OutdatedWrapper> outdatedWrapper(const std::string& wrapper);
+[[nodiscard]] std::optional<OutdatedWrapper> outdatedWrapper(const Wrapper& wrapper);
 
 /// Whether a process has to do with the wrapper: `ps` shows its path. Blocks; any thread but the main one.
-[[nodiscard]] bool isWrapperInUse(const std::string& wrapper);
+[[nodiscard]] bool isWrapperInUse(const Wrapper& wrapper);
 
 enum class WrapperUpdate { updated, upToDate, failed };
 /// Brings the master wrapper up to date, and the wrapper to its version, with the progress panel of the
 /// creation; also one that an update has left in pieces. Nothing is changed in a wrapper whose programs run.
 /// The user is told of each failure here. Blocks a worker, which is the creation's thread for that time: a
 /// cancellation throws `Cancelled`.
-WrapperUpdate updateOutdatedWrapper(const std::string& wrapper, WrapperCreation& creation);
+WrapperUpdate updateOutdatedWrapper(const Wrapper& wrapper, Build& build);
 
 }  // namespace morvane::building

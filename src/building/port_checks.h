@@ -9,6 +9,9 @@
 
 namespace morvane {
 
+/// Whether the port came from the catalogue.
+enum class Trust { no, yes };
+
 enum class InstallerNow { no, yes };
 
 /// What the blank-port panel holds (class `NSCustomPortView`).

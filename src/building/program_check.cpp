@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "building/configuration_stages.h"
-#include "building/engine_store.h"
+#include "building/engine_extraction.h"
 #include "building/foreseen_questions.h"
 #include "building/installation.h"
 #include "foundation/localization.h"
@@ -13,6 +13,7 @@
 #include "wrapper/launch_check.h"
 #include "wrapper/layout.h"
 #include "wrapper/program_header.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane::building {
 namespace {
@@ -45,7 +46,7 @@ Result<> checkInstaller(const NSPortData& port, const std::string& wrapper) {
     if (files::kindBehind(wrapper + layout::systemRegistry) == files::Kind::file) {
         return checkMachine(*installer, wrapper);
     }
-    return checkProgramForEngine(*installer, engineForWrapper(port.engine.value_or(""), wrapper));
+    return checkProgramForEngine(*installer, engineForWrapper(port.engine.value_or(""), Wrapper(wrapper)));
 }
 
 }  // namespace morvane::building

@@ -20,6 +20,7 @@
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/registry.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -44,7 +45,7 @@ struct Drive {
 
 /// The drive of the entry, or nothing after a reported refusal. Absolute places may lead anywhere: a drive
 /// for a folder of the user's own is what they are for, and nothing is ever created or deleted through them.
-std::optional<Drive> checkedDrive(const DriveEntry& entry, const std::string& wrapper) {
+std::optional<Drive> checkedDrive(const DriveEntry& entry, const Wrapper& wrapper) {
     using port_texts::refuse;
     Drive drive{MVString::lowercased(entry.name), entry.place, std::nullopt, ""};
     const bool isLetter = drive.letter.size() == 1 && drive.letter[0] >= 'a' && drive.letter[0] <= 'z';
@@ -61,7 +62,7 @@ std::optional<Drive> checkedDrive(const DriveEntry& entry, const std::string& wr
     }
     if (!absolute) {
         drive.insidePlace = entry.place.substr(2);
-        if (!port_texts::gatedPath(wrapper + layout::resources, *drive.insidePlace, Levels::many, placeText))
+        if (!port_texts::gatedPath(wrapper.prefix(), *drive.insidePlace, Levels::many, placeText))
             return std::nullopt;
     }
     if (entry.typeName != "auto") {
@@ -92,24 +93,23 @@ void replaceLink(const std::string& path, const std::string& destination) {
     MVFileManager::createSymbolicLinkAtPath(path, destination);
 }
 
-void makeDrive(const Drive& drive, const std::string& wrapper) {
-    MVFileManager::createSymbolicLinkAtPath(wrapper + layout::dosdevices + "/" + drive.letter + ":",
-                                            drive.place);
-    const std::string visible = wrapper + "/drive_" + drive.letter;
+void makeDrive(const Drive& drive, const Wrapper& wrapper) {
+    MVFileManager::createSymbolicLinkAtPath(wrapper.dosdevices() + "/" + drive.letter + ":", drive.place);
+    const std::string visible = wrapper.path() + "/drive_" + drive.letter;
     if (!drive.insidePlace) {
         replaceLink(visible, drive.place);
         return;
     }
     replaceLink(visible, "Contents/Resources" + *drive.insidePlace);
-    const std::string folder = wrapper + layout::resources + *drive.insidePlace;
+    const std::string folder = wrapper.prefix() + *drive.insidePlace;
     if (!MVFileManager::directoryExistsAtPath(folder))
         MVFileManager::createDirectoryAtPath(folder, IntermediateFolders::yes);
 }
 
 /// A wrapper without its drive C cannot start, and path translation needs the link at once, before Wine would
 /// make it anew. Drive Z is Wine's own way to everything else, its programs' included.
-void restoreDefaultDrives(const std::string& wrapper) {
-    const std::string folder = wrapper + layout::dosdevices;
+void restoreDefaultDrives(const Wrapper& wrapper) {
+    const std::string folder = wrapper.dosdevices();
     if (files::kindOf(folder + "/c:") == files::Kind::none)
         MVFileManager::createSymbolicLinkAtPath(folder + "/c:", "../drive_c");
     if (files::kindOf(folder + "/z:") == files::Kind::none)
@@ -119,7 +119,7 @@ void restoreDefaultDrives(const std::string& wrapper) {
 // File associations
 
 /// The keys of one extension, or nothing after a reported refusal.
-bool saveExtension(const ExtensionEntry& entry, const std::string& wrapper) {
+bool saveExtension(const ExtensionEntry& entry, const Wrapper& wrapper) {
     if (!port_texts::canBeExtension(entry.app)) {
         port_texts::refuse(entry.app, "a file extension (Extensions, app)");
         return false;
@@ -132,11 +132,11 @@ bool saveExtension(const ExtensionEntry& entry, const std::string& wrapper) {
     const std::string typeKey = "[Software\\\\Classes\\\\." + entry.app + "]";
     const std::string commandKey =
         "[Software\\\\Classes\\\\" + entry.app + "file\\\\shell\\\\open\\\\command]";
-    NSUtilities::deleteRegistry(commandKey, "system", wrapper);
-    NSUtilities::deleteRegistry(typeKey, "system", wrapper);
+    NSUtilities::deleteRegistry(commandKey, "system", wrapper.path());
+    NSUtilities::deleteRegistry(typeKey, "system", wrapper.path());
     NSUtilities::addRegistry(
         typeKey + "\n@=\"" + entry.app + "file\"\n\n" + commandKey + "\n@=\"" + *command + "\"\n\n", "system",
-        wrapper);
+        wrapper.path());
     return true;
 }
 
@@ -167,28 +167,28 @@ std::optional<std::int64_t> megabytes(std::string_view memory) {
 
 }  // namespace
 
-bool saveMacDriver(bool use, const std::string& wrapper) {
+bool saveMacDriver(bool use, const Wrapper& wrapper) {
     NSUtilities::replaceRegistryStrings(R"([Software\\Wine\\Drivers])", {{"Graphics", use ? "mac" : "x11"}},
-                                        "user", wrapper);
+                                        "user", wrapper.path());
     return true;
 }
 
-bool saveDirect3DBoost(bool use, const std::string& wrapper) {
+bool saveDirect3DBoost(bool use, const Wrapper& wrapper) {
     NSUtilities::replaceRegistryStrings(direct3DKey, {{"CSMT", use ? "enabled" : "disabled"}}, "user",
-                                        wrapper);
+                                        wrapper.path());
     return true;
 }
 
-bool saveDecorateWindow(bool decorate, const std::string& wrapper) {
+bool saveDecorateWindow(bool decorate, const Wrapper& wrapper) {
     const std::string answer = decorate ? "Y" : "N";
     NSUtilities::replaceRegistryStrings(R"([Software\\Wine\\X11 Driver])",
-                                        {{"Managed", answer}, {"Decorated", answer}}, "user", wrapper);
+                                        {{"Managed", answer}, {"Decorated", answer}}, "user", wrapper.path());
     return true;
 }
 
-bool saveDrives(const std::optional<std::vector<DriveEntry>>& drives, const std::string& wrapper) {
+bool saveDrives(const std::optional<std::vector<DriveEntry>>& drives, const Wrapper& wrapper) {
     if (!drives || drives->empty()) return true;
-    const std::string links = wrapper + layout::dosdevices;
+    const std::string links = wrapper.dosdevices();
     if (files::kindOf(links) == files::Kind::link) {
         // Its entries are somebody else's.
         MVAlert::showAlertErrorMessage(
@@ -196,7 +196,7 @@ bool saveDrives(const std::optional<std::vector<DriveEntry>>& drives, const std:
         return true;
     }
     removeDriveLinks(links);
-    NSUtilities::deleteRegistry(drivesKey, "system", wrapper);
+    NSUtilities::deleteRegistry(drivesKey, "system", wrapper.path());
     std::string types;
     std::set<std::string> letters;
     for (const DriveEntry& entry : *drives) {
@@ -211,7 +211,7 @@ bool saveDrives(const std::optional<std::vector<DriveEntry>>& drives, const std:
     }
     restoreDefaultDrives(wrapper);
     if (!types.empty())
-        NSUtilities::addRegistry(std::string(drivesKey) + "\n" + types + "\n", "system", wrapper);
+        NSUtilities::addRegistry(std::string(drivesKey) + "\n" + types + "\n", "system", wrapper.path());
     return true;
 }
 
@@ -219,7 +219,7 @@ bool saveExtensions(const std::optional<std::vector<ExtensionEntry>>& extensions
     if (!extensions) return true;
     std::vector<std::string> associations;
     for (const ExtensionEntry& entry : *extensions)
-        if (saveExtension(entry, port.path)) associations.push_back(entry.app);
+        if (saveExtension(entry, Wrapper(port.path))) associations.push_back(entry.app);
     port.set(wrapper_keys::associations, MVString::joined(associations, " "));
     port.synchronizePlist();
     return true;
@@ -242,7 +242,7 @@ bool saveOverridesForPortData(Build& build, const NSPortData& data, NSPortManage
     build.setMessage(localized("Setting video memory size manually..."));
     settingVideoCardMemorySizeAtPort(port);
     build.setMessage(localized("Cleaning Auto-Run apps list..."));
-    removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(port.path);
+    removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(Wrapper(port.path));
     return true;
 }
 
@@ -258,9 +258,9 @@ bool settingVideoCardMemorySizeAtPort(const NSPortManager& port) {
     return true;
 }
 
-bool removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(const std::string& wrapper) {
-    NSUtilities::deleteRegistry(autoRunKey, "user", wrapper);
-    NSUtilities::addRegistry(std::string(autoRunKey) + "\n", "user", wrapper);
+bool removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(const Wrapper& wrapper) {
+    NSUtilities::deleteRegistry(autoRunKey, "user", wrapper.path());
+    NSUtilities::addRegistry(std::string(autoRunKey) + "\n", "user", wrapper.path());
     return true;
 }
 

@@ -9,6 +9,7 @@
 #include "platform/host.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -41,9 +42,9 @@ std::string inStringsFile(std::string_view text) {
 
 }  // namespace
 
-bool saveCloseSafely(bool closeSafely, const std::string& wrapper) {
+bool saveCloseSafely(bool closeSafely, const Wrapper& wrapper) {
     static constexpr std::string_view choice = "caskeryAppChoice=";
-    const std::string path = wrapper + layout::quitScript;
+    const std::string path = wrapper.quitScript();
     auto script = MVString::stringWithContentsOfFile(path, Encoding::utf8);
     if (!script) return true;
     const std::size_t found = script->find(choice);
@@ -53,8 +54,8 @@ bool saveCloseSafely(bool closeSafely, const std::string& wrapper) {
     return true;
 }
 
-bool saveCompany(const std::optional<std::string>& company, const std::string& wrapper) {
-    const std::string path = wrapper + layout::infoStrings;
+bool saveCompany(const std::optional<std::string>& company, const Wrapper& wrapper) {
+    const std::string path = wrapper.infoStrings();
     if (!company || company->empty()) {
         MVFileManager::removeItemAtPath(path);
         return true;

@@ -6,7 +6,9 @@
 
 namespace morvane {
 
-bool saveCloseSafely(bool closeSafely, const std::string& wrapper);
-bool saveCompany(const std::optional<std::string>& company, const std::string& wrapper);
+class Wrapper;
+
+bool saveCloseSafely(bool closeSafely, const Wrapper& wrapper);
+bool saveCompany(const std::optional<std::string>& company, const Wrapper& wrapper);
 
 }  // namespace morvane

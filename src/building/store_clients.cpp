@@ -24,6 +24,7 @@
 #include "wrapper/port_manager.h"
 #include "wrapper/registry.h"
 #include "wrapper/windows_paths.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace store_clients {
@@ -99,8 +100,9 @@ std::string noAddressOf(const std::string& client) {
         {"Morvane", client});
 }
 
-std::string proofOnDriveC(const StoreClient& client, const std::string& wrapper) {
-    const std::string programs = NSUtilities::programFilesPathfromWrapper(wrapper, For64BitsApplication::no);
+std::string proofOnDriveC(const StoreClient& client, const Wrapper& wrapper) {
+    const std::string programs =
+        NSUtilities::programFilesPathfromWrapper(wrapper.path(), For64BitsApplication::no);
     return programs.substr(std::min<std::size_t>(2, programs.size())) + "/" + client.proof;
 }
 
@@ -115,7 +117,7 @@ constexpr const char* uplayKey = R"([Software\\Wine\\AppDefaults\\Uplay.exe\\Dll
 
 bool install(Build& build, const StoreClient& client, const NSPortManager& port) {
     return installDRM(build, client.name, client.link, client.flags,
-                      store_clients::proofOnDriveC(client, port.path), client.components, port);
+                      store_clients::proofOnDriveC(client, Wrapper(port.path)), client.components, port);
 }
 
 /// Where the installer is downloaded to; nothing for a link that gives no name for a file.
@@ -165,7 +167,7 @@ bool installDRM(Build& build, const std::string& client, const std::string& url,
             return false;
         }
     }
-    return removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(port.path);
+    return removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(Wrapper(port.path));
 }
 
 bool installSteamAtPort(Build& build, const NSPortManager& port) {

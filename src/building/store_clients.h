@@ -11,6 +11,7 @@ namespace morvane {
 
 class Build;
 class NSPortManager;
+class Wrapper;
 
 /// The proof is relative to drive C. False when the user goes on without the client.
 bool installDRM(Build& build, const std::string& client, const std::string& url, const std::string& flags,
@@ -43,6 +44,6 @@ struct StoreClient {
 /// What the user is told of a client without a link.
 [[nodiscard]] std::string noAddressOf(const std::string& client);
 /// The path below the wrapper's drive C that shows that the client is installed.
-[[nodiscard]] std::string proofOnDriveC(const StoreClient& client, const std::string& wrapper);
+[[nodiscard]] std::string proofOnDriveC(const StoreClient& client, const Wrapper& wrapper);
 
 }  // namespace morvane::store_clients

@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "building/build.h"
+#include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
-#include "building/engine_store.h"
 #include "building/port_texts.h"
 #include "building/verb_script.h"
 #include "building/winetricks_files.h"
@@ -52,7 +52,7 @@ bool needsUser(const std::string& component) {
 /// Keeps the script out of silent mode while it lives, and also brings it back after a cancellation.
 class Attended {
   public:
-    explicit Attended(const std::string& wrapper) : wrapper_(wrapper) {
+    explicit Attended(Wrapper wrapper) : wrapper_(std::move(wrapper)) {
         setWinetricksSilent(Silence::no, wrapper_);
     }
     ~Attended() {
@@ -67,7 +67,7 @@ class Attended {
     Attended& operator=(const Attended&) = delete;
 
   private:
-    const std::string& wrapper_;
+    const Wrapper wrapper_;
 };
 
 /// The components that set the Windows version, and Wine's own names for the versions.
@@ -92,22 +92,22 @@ constexpr std::array<std::pair<std::string_view, const char*>, 15> windowsVersio
 /// Sets the Windows version of the whole wrapper where the component does that and no script knows it: without
 /// the network there may be none, and all that the script would do is to write the registry. Whether it was
 /// that.
-bool setWindowsVersion(const std::string& component, const std::string& wrapper) {
+bool setWindowsVersion(const std::string& component, const Wrapper& wrapper) {
     const auto* version =
         std::ranges::find(windowsVersions, component, &decltype(windowsVersions)::value_type::first);
     if (version == windowsVersions.end()) return false;
     const std::string script =
-        MVString::stringWithContentsOfFile(winetricks::scriptOf(wrapper), Encoding::utf8).value_or("");
+        MVString::stringWithContentsOfFile(wrapper.winetricks(), Encoding::utf8).value_or("");
     if (verb_script::textOfComponent(script, component)) return false;
     NSUtilities::replaceRegistryStrings(R"([Software\\Wine])", {{"Version", version->second}}, "user",
-                                        wrapper);
+                                        wrapper.path());
     return true;
 }
 
 void installComponent(const std::string& component, const NSPortManager& port) {
-    if (setWindowsVersion(component, port.path)) return;
+    if (setWindowsVersion(component, Wrapper(port.path))) return;
     std::optional<Attended> attended;
-    if (needsUser(component)) attended.emplace(port.path);
+    if (needsUser(component)) attended.emplace(Wrapper(port.path));
     port.installWinetrick(component);
 }
 
@@ -127,9 +127,10 @@ bool installWinetricks(Build& build, const std::vector<std::string>& requests, c
         if (request.kind == Request::Kind::engine) {
             verifyingWinetrickThatChangesEngine(build, request.words);
             build.setMessage(localized("Changing Engine to %@...", {request.name}));
-            changeEngineTo(build, building::engineForWrapper(request.name, port.path), port.path);
+            changeEngineTo(build, building::engineForWrapper(request.name, Wrapper(port.path)),
+                           Wrapper(port.path));
         } else if (canBeComponent(request.name)) {
-            winetricks::fetchFilesOf(build, request.name, port.path, visited);
+            winetricks::fetchFilesOf(build, request.name, Wrapper(port.path), visited);
             build.setMessage(localized("Installing %@...", {localized("winetrick %@", {request.name})}));
             installComponent(request.name, port);
         }
@@ -154,13 +155,13 @@ void verifyingWinetrickThatChangesEngine(Build& build, const std::vector<std::st
         prepareEngine(build, words.empty() ? "" : words.front(), winetricks::linkOfEngineRequest(words)));
 }
 
-void changeEngineTo(Build& build, const std::string& engine, const std::string& wrapper) {
+void changeEngineTo(Build& build, const std::string& engine, const Wrapper& wrapper) {
     if (extractEngine(build, engine, wrapper) == ExtractedEngine::failure) return;
-    const std::string launcher = Wrapper(wrapper).launcher();
+    const std::string launcher = wrapper.launcher();
     const auto run = [](const std::string& program, const std::vector<std::string>& arguments) {
         MVTask::ignoreEnding(MVTask::runProgram(program, "/", arguments, Wait::yes));
     };
-    run("chmod", {"777", wrapper + layout::engine});
+    run("chmod", {"777", wrapper.engine()});
     run(launcher, {"CKS-InstallICE"});
     run(launcher, {"CKS-wineboot"});
 }

@@ -210,10 +210,10 @@ void winetricks::forEachDownload(std::string_view script, const std::string& com
     verb_script::visit(script, component, visited, visitor);
 }
 
-void winetricks::fetchFilesOf(Build& build, const std::string& component, const std::string& wrapper,
+void winetricks::fetchFilesOf(Build& build, const std::string& component, const Wrapper& wrapper,
                               std::set<std::string>& visited) {
     const std::string script =
-        MVString::stringWithContentsOfFile(scriptOf(wrapper), Encoding::utf8).value_or("");
+        MVString::stringWithContentsOfFile(wrapper.winetricks(), Encoding::utf8).value_or("");
     verb_script::visit(script, component, visited, fetchingWith(build));
 }
 
@@ -231,7 +231,7 @@ std::optional<std::string> localFolderForWinetrick(const std::string& component)
     return path + "/";
 }
 
-void manuallyDownloadWinetrick(Build& build, const std::string& component, const std::string& wrapper) {
+void manuallyDownloadWinetrick(Build& build, const std::string& component, const Wrapper& wrapper) {
     std::set<std::string> visited;
     winetricks::fetchFilesOf(build, component, wrapper, visited);
 }

@@ -14,11 +14,12 @@
 namespace morvane {
 
 class Build;
+class Wrapper;
 
 enum class WithoutAsking { no, yes };
 
 /// Fetches what the component, and all that it calls, will download.
-void manuallyDownloadWinetrick(Build& build, const std::string& component, const std::string& wrapper);
+void manuallyDownloadWinetrick(Build& build, const std::string& component, const Wrapper& wrapper);
 /// The ordinary downloads in a component's text.
 void downloadWDownloadWinetrick(Build& build, const std::string& component, const std::string& raw);
 /// The first manual download in a component's text.
@@ -48,7 +49,6 @@ inline constexpr int checksumRetries = 3;
 /// without it: answers that are given in advance would go on for ever.
 inline constexpr int manualDownloadQuestions = 20;
 
-[[nodiscard]] std::string scriptOf(const std::string& wrapper);
 /// The last good script, shared by all wrappers.
 [[nodiscard]] std::string sharedScript();
 /// A script as its source has it, and the address that it came from: none for the shared copy.
@@ -78,7 +78,7 @@ void forEachDownload(std::string_view script, const std::string& component, std:
                      const std::function<void(const verb_script::Download& download, bool byHand)>& work);
 
 /// `manuallyDownloadWinetrick:AtFile:` for one of several components: what is in `visited` has been fetched.
-void fetchFilesOf(Build& build, const std::string& component, const std::string& wrapper,
+void fetchFilesOf(Build& build, const std::string& component, const Wrapper& wrapper,
                   std::set<std::string>& visited);
 
 }  // namespace morvane::winetricks

@@ -18,6 +18,7 @@
 #include "platform/host.h"
 #include "platform/http.h"
 #include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 
@@ -46,10 +47,6 @@ void makeRunnable(const std::string& script) {
 
 }  // namespace
 
-std::string winetricks::scriptOf(const std::string& wrapper) {
-    return wrapper + layout::settingsToolResources + "/winetricks";
-}
-
 std::string winetricks::sharedScript() {
     return files::join(layout::supportFolder(), "winetricks/winetricks");
 }
@@ -73,7 +70,7 @@ std::optional<winetricks::Script> winetricks::scriptWithSource() {
     return isWinetrickFileContentValid(shared.bytes) ? std::optional(std::move(shared)) : std::nullopt;
 }
 
-bool updateWinetricksListAtFile(const std::string& wrapper, NeedsVerbs needsVerbs) {
+bool updateWinetricksListAtFile(const Wrapper& wrapper, NeedsVerbs needsVerbs) {
     const auto tellOfFailedUpdate = [needsVerbs] {
         if (needsVerbs == NeedsVerbs::yes) warnOfFailedUpdate();
     };
@@ -91,9 +88,10 @@ bool updateWinetricksListAtFile(const std::string& wrapper, NeedsVerbs needsVerb
     }
     const std::string patched = MVString::replacedAll(MVString::replacedAll(fresh->bytes, asking, silent),
                                                       versionCheck, noVersionCheck);
-    MVFileManager::removeItemAtPath(wrapper + layout::settingsToolResources + "/winetricksHelpList.plist");
+    MVFileManager::removeItemAtPath(wrapper.path() + layout::settingsToolResources +
+                                    "/winetricksHelpList.plist");
     // Over the old one, not after its removal: a kill in between would leave a wrapper without a script.
-    const std::string script = winetricks::scriptOf(wrapper);
+    const std::string script = wrapper.winetricks();
     MVString::writeToFile(patched, script, files::Atomically::yes, Encoding::utf8);
     const std::string folder = files::parent(shared);
     if (MVFileManager::directoryExistsAtPath(folder) ||
@@ -111,8 +109,8 @@ bool isWinetrickFileContentValid(const std::optional<std::string>& bytes) {
     return !start.starts_with("<html") && !start.starts_with("<!doctype html");
 }
 
-void setWinetricksSilent(Silence silence, const std::string& wrapper) {
-    const std::string script = winetricks::scriptOf(wrapper);
+void setWinetricksSilent(Silence silence, const Wrapper& wrapper) {
+    const std::string script = wrapper.winetricks();
     const auto text = MVString::stringWithContentsOfFile(script, Encoding::utf8);
     if (!text) return;
     const bool isSilent = silence == Silence::yes;

@@ -8,10 +8,12 @@
 
 namespace morvane {
 
+class Wrapper;
+
 enum class NeedsVerbs { no, yes };
-bool updateWinetricksListAtFile(const std::string& wrapper, NeedsVerbs needsVerbs);
+bool updateWinetricksListAtFile(const Wrapper& wrapper, NeedsVerbs needsVerbs);
 /// At least 50 bytes of UTF-8 that are no error page.
 [[nodiscard]] bool isWinetrickFileContentValid(const std::optional<std::string>& bytes);
-void setWinetricksSilent(Silence silent, const std::string& wrapper);
+void setWinetricksSilent(Silence silent, const Wrapper& wrapper);
 
 }  // namespace morvane

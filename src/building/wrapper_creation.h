@@ -18,8 +18,6 @@
 
 namespace morvane {
 
-enum class Trust { no, yes };
-
 class WrapperCreation : public Build {
   public:
     /// Called on the creation's thread: whether it failed, and the wrapper's path.

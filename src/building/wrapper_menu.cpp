@@ -17,6 +17,7 @@
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/windows_paths.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -45,11 +46,11 @@ bool isLasting(const std::string& site) {
     return parts && !isLoopback(parts->host) && isPlainInQuotes(site);
 }
 
-void addOwnEntries(std::vector<MenuEntry>& menu, const NSPortData& data, const std::string& wrapper) {
+void addOwnEntries(std::vector<MenuEntry>& menu, const NSPortData& data, const Wrapper& wrapper) {
     if (data.source == "CD") addAppMenuItemDictionaryWithName(menu, "Eject Disc", "wine eject");
     if (data.isSteam) {
         const std::string programs =
-            NSUtilities::programFilesPathfromWrapper(wrapper, For64BitsApplication::no);
+            NSUtilities::programFilesPathfromWrapper(wrapper.path(), For64BitsApplication::no);
         addAppMenuItemDictionaryWithName(
             menu, "Launch Steam",
             "wine \"" + MVString::replacedAll(programs, "/", "\\") + "\\Steam\\steam.exe\"");
@@ -111,10 +112,10 @@ void addHelpMenuItemDictionaryWithName(std::vector<MenuEntry>& menu, const std::
     addMenuItemDictionaryOfMenu(menu, "Help", name, command);
 }
 
-bool saveCaskeryWrapperMenuForPort(const NSPortData& data, const std::string& wrapper) {
+bool saveCaskeryWrapperMenuForPort(const NSPortData& data, const Wrapper& wrapper) {
     std::vector<MenuEntry> menu = data.portMenu.value_or(std::vector<MenuEntry>{});
     addOwnEntries(menu, data, wrapper);
-    const std::string folder = wrapper + layout::menuScripts;
+    const std::string folder = wrapper.menuScripts();
     removeOldScripts(folder);
     int appEntries = 0, helpEntries = 0;
     for (const MenuEntry& entry : menu) {

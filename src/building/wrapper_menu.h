@@ -8,8 +8,10 @@
 
 namespace morvane {
 
+class Wrapper;
+
 /// True.
-bool saveCaskeryWrapperMenuForPort(const NSPortData& data, const std::string& wrapper);
+bool saveCaskeryWrapperMenuForPort(const NSPortData& data, const Wrapper& wrapper);
 
 /// The menu list of a port: an entry of the same title is replaced, the new one comes last.
 /// `addMenuItemDictionaryOfMenu:withName:andCommand:`.

@@ -1,3 +1,4 @@
+#include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
 #include "building/engine_store.h"
 #include "building/tools.h"
@@ -9,6 +10,7 @@
 #include "platform/json.h"
 #include "runtime/system_engine.h"
 #include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane::cli {
 
@@ -41,7 +43,7 @@ int prepareEngine(Session& session, const std::string& name) {
         if (!change.granted()) return static_cast<int>(failed);
         const bool prepared = prepareEngine(creation, name, std::nullopt);
         // It may have come, or been converted, under another name.
-        const auto archive = building::storedEngineArchive(building::engineForWrapper(name, ""));
+        const auto archive = building::storedEngineArchive(building::engineForWrapper(name, Wrapper("")));
         if (!prepared || !archive) return session.fail("The engine " + name + " is not available.");
         session.console().print(*archive);
         return static_cast<int>(done);

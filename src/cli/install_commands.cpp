@@ -8,6 +8,7 @@
 #include "building/build_plan.h"
 #include "building/main_program.h"
 #include "building/port_checks.h"
+#include "building/wrapper_creation.h"
 #include "cli/commands.h"
 #include "foundation/alerts.h"
 #include "platform/files.h"

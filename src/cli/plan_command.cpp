@@ -1,5 +1,6 @@
-#include "building/build_plan.h"
+#include "building/plan_text.h"
 #include "building/port_checks.h"
+#include "building/wrapper_creation.h"
 #include "cli/commands.h"
 #include "platform/files.h"
 #include "platform/json.h"

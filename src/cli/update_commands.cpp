@@ -1,11 +1,12 @@
+#include "building/build.h"
 #include "building/engine_store.h"
 #include "building/outdated_wrapper.h"
 #include "building/tools.h"
-#include "building/wrapper_creation.h"
 #include "cli/commands.h"
 #include "engines/caskery_engine.h"
 #include "foundation/localization.h"
 #include "platform/files.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane::cli {
 
@@ -44,11 +45,11 @@ int updateWrapper(Session& session, const std::string& app) {
         const std::string path = expandedPath(app);
         // The processes of a wrapper know its real path.
         const std::string wrapper = files::resolved(path).value_or(path);
-        WrapperCreation creation(session.progress());
-        const auto update = building::updateOutdatedWrapper(wrapper, creation);
+        Build build(session.progress());
+        const auto update = building::updateOutdatedWrapper(Wrapper(wrapper), build);
         if (update == building::WrapperUpdate::failed) return static_cast<int>(failed);
         session.console().print(update == building::WrapperUpdate::updated
-                                    ? wrapper + " is at the version " + *creation.currentCaskery + " now."
+                                    ? wrapper + " is at the version " + *build.currentCaskery + " now."
                                     : wrapper + " is up to date.");
         return static_cast<int>(done);
     });

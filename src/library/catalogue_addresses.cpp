@@ -3,7 +3,6 @@
 #include <chrono>
 #include <utility>
 
-#include "building/winetricks_files.h"
 #include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/host.h"

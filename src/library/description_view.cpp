@@ -5,7 +5,6 @@
 #include <array>
 #include <cstdint>
 
-#include "building/winetricks_files.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"

@@ -6,9 +6,8 @@
 #include <utility>
 
 #include "building/archives.h"
+#include "building/build.h"
 #include "building/outdated_wrapper.h"
-#include "building/winetricks_files.h"
-#include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
@@ -30,6 +29,7 @@
 #include "wrapper/port_manager.h"
 #include "wrapper/processes.h"
 #include "wrapper/windows_paths.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -173,7 +173,7 @@ void NSDescriptionView::updateWrapper(const std::string& wrapper) {
     };
     if (isOldSystem) return run();
     inBackground("app.morvane.descriptionViewUpdateOldWrapper", [wrapper, run, progress = progress_] {
-        const auto outdated = building::outdatedWrapper(wrapper);
+        const auto outdated = building::outdatedWrapper(Wrapper(wrapper));
         if (outdated &&
             MVAlert::showBooleanAlertMessageWithIconNamed(
                 localized("Your wrapper is at the version %@ while the most recent one is %@. It might only "
@@ -181,9 +181,9 @@ void NSDescriptionView::updateWrapper(const std::string& wrapper) {
                           "your computer if you are using the most recent version. Do you want to update it?",
                           {outdated->version, outdated->newest}),
                 "Outdated Wrapper", "Critical", true)) {
-            WrapperCreation creation(progress);
+            Build build(progress);
             try {
-                building::updateOutdatedWrapper(wrapper, creation);
+                building::updateOutdatedWrapper(Wrapper(wrapper), build);
             } catch (const Cancelled&) {
                 return;
             }

@@ -161,7 +161,7 @@ Moves moveDeadLinks(const std::string& wrapper, const std::string& newPlace,
         const std::string newLink = files::join(files::parent(newPlace), name);
         const bool isFree = newLink == link || files::kindOf(newLink) == files::Kind::none;
         if (files::kindOf(application) != files::Kind::folder || !isFree || !files::remove(link)) continue;
-        createAliasToCustomEXE(application, newPlace);
+        createAliasToCustomEXE(application, Wrapper(newPlace));
         moves.emplace(link, newLink);
     }
     return moves;

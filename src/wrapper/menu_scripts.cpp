@@ -6,7 +6,6 @@
 #include <optional>
 #include <tuple>
 
-#include "building/winetricks_files.h"
 #include "foundation/file_manager.h"
 #include "platform/files.h"
 #include "wrapper/layout.h"

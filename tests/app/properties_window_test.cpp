@@ -51,7 +51,7 @@ class Properties : public testing::TestMachine {
     std::string makeLauncher(const std::string& name) const {
         std::string application = wrapper + "/" + name + ".app";
         EXPECT_TRUE(files::copy(wrapper + layout::customExeTemplate, application));
-        createAliasToCustomEXE(application, wrapper);
+        createAliasToCustomEXE(application, Wrapper(wrapper));
         return application;
     }
     void open(const std::string& path) {

@@ -1,6 +1,7 @@
 #include "building/build_plan.h"
 
 #include "building/building_machine.h"
+#include "building/plan_text.h"
 #include "platform/json.h"
 
 namespace morvane {

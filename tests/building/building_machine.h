@@ -18,6 +18,7 @@
 #include "support/loopback_site.h"
 #include "support/test_machine.h"
 #include "wrapper/layout.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 

@@ -17,7 +17,7 @@ class ConfigureWrapper : public ConfiguredWrapper {
     /// The status lines of one configuration.
     Names configure(const NSPortData& port) {
         ui.progress.clear();
-        onWorker([&] { EXPECT_TRUE(configureWrapperAt(*creation, wrapper, port)); });
+        onWorker([&] { EXPECT_TRUE(configureWrapperAt(*build, Wrapper(wrapper), port)); });
         auto lines = ui.statusLines();
         // The panel opens with what it showed last.
         lines.erase(lines.begin(), std::find(lines.begin(), lines.end(), "Configuring Data..."));
@@ -144,7 +144,7 @@ TEST_F(ConfigureWrapper, StopsBetweenStagesWhenCancelled) {
     onWorker([&] {
         ASSERT_TRUE(host().creation.begin());
         host().creation.request();
-        EXPECT_THROW(configureWrapperAt(*creation, wrapper, port), Cancelled);
+        EXPECT_THROW(configureWrapperAt(*build, Wrapper(wrapper), port), Cancelled);
         host().creation.end();
     });
     EXPECT_EQ(asked(), "");

@@ -1,18 +1,20 @@
-// tests/building/configured_wrapper.h: a wrapper as the creation stage leaves it, and a creation to configure
+// tests/building/configured_wrapper.h: a wrapper as the creation stage leaves it, and a build to configure
 // it with.
 #pragma once
 
 #include <memory>
 #include <string>
 
-#include "building/wrapper_creation.h"
+#include "building/build.h"
 #include "foundation/progress_view.h"
 #include "platform/files.h"
 #include "platform/property_list.h"
+#include "ports/port_data.h"
 #include "support/fake_wrapper.h"
 #include "support/test_machine.h"
 #include "wrapper/layout.h"
 #include "wrapper/registry.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane::testing {
 
@@ -27,14 +29,13 @@ class ConfiguredWrapper : public TestMachine {
         put(wrapper + layout::quitScript, "#!/bin/sh\ncaskeryAppChoice=0\n", true);
         put(wrapper + layout::infoStrings, "old");
         scriptProgram("system_profiler", "");
-        onWorker(
-            [this] { creation = std::make_unique<WrapperCreation>(std::make_shared<NSProgressView>()); });
+        onWorker([this] { build = std::make_unique<Build>(std::make_shared<NSProgressView>()); });
     }
 
     const std::string wrapper = home + "/Applications/Game.app";
     const std::string driveC = wrapper + layout::driveC;
     const std::string dosdevices = wrapper + layout::dosdevices;
-    std::unique_ptr<WrapperCreation> creation;
+    std::unique_ptr<Build> build;
 
     static void link(const std::string& destination, const std::string& path) {
         ASSERT_TRUE(files::createSymbolicLink(path, destination));

@@ -1,6 +1,6 @@
 #include "building/creation.h"
 #include "building/building_machine.h"
-#include "building/engine_preparation.h"
+#include "building/engine_extraction.h"
 #include "platform/private_folder.h"
 
 namespace morvane {
@@ -19,7 +19,7 @@ class Creation : public testing::BuildingMachine {
     }
     void expectCreated(bool expected, const std::string& path) {
         create([&](WrapperCreation& creation) {
-            EXPECT_EQ(createWrapperAt(creation, path, "CK9Wine3.0"), expected);
+            EXPECT_EQ(createWrapperAt(creation, Wrapper(path), "CK9Wine3.0"), expected);
         });
     }
     const std::string tellsWhere =
@@ -52,7 +52,7 @@ TEST_F(Creation, MakesTheEngineAndThePrefixAtTheTemporaryPath) {
     EXPECT_TRUE(place.ends_with("/Tom and Jerry Round 2 Demo.app\n")) << place;
     EXPECT_EQ(get(folder.path + "/mode"), "700 700\n") << "of the folders that nobody else enters";
     EXPECT_EQ(get(testing::commandLog(path)), "CKS-wineprefixcreate\n");
-    EXPECT_EQ(getCaskeryWrapperEngineFromPath(path), "CK9Wine3.0");
+    EXPECT_EQ(getCaskeryWrapperEngineFromPath(Wrapper(path)), "CK9Wine3.0");
     EXPECT_EQ(fs::status(path + "/Contents/Frameworks/ckwine.bundle").permissions(), fs::perms(0777));
     EXPECT_TRUE(exists(path + "/Contents/Resources/system.reg"));
     EXPECT_EQ(namesIn(temporary), Names{});
@@ -82,7 +82,7 @@ TEST_F(Creation, StaysInItsPlaceAsAnOldWrapperAndWithoutATemporaryFolder) {
     expectCreated(true, wrapper);
     EXPECT_EQ(get(wrapper + where), wrapper + "\n");
     EXPECT_EQ(get(wrapper + save), "saved");
-    EXPECT_EQ(getCaskeryWrapperEngineFromPath(wrapper), "CK9Wine3.0");
+    EXPECT_EQ(getCaskeryWrapperEngineFromPath(Wrapper(wrapper)), "CK9Wine3.0");
 
     // Nothing of ours: what somebody else has put there is not entered.
     fs::remove(temporary);

@@ -3,8 +3,8 @@
 #include <csignal>
 
 #include "building/building_machine.h"
+#include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
-#include "building/engine_store.h"
 
 namespace morvane {
 namespace {
@@ -34,9 +34,9 @@ class EnginePreparation : public testing::BuildingMachine {
     void expectExtracted(ExtractedEngine expected, const std::optional<std::string>& inWrapper,
                          const Names& stored) {
         create([&](WrapperCreation& creation) {
-            EXPECT_EQ(extractEngine(creation, "CK9Wine3.0", wrapper), expected);
+            EXPECT_EQ(extractEngine(creation, "CK9Wine3.0", Wrapper(wrapper)), expected);
         });
-        EXPECT_EQ(getCaskeryWrapperEngineFromPath(wrapper), inWrapper);
+        EXPECT_EQ(getCaskeryWrapperEngineFromPath(Wrapper(wrapper)), inWrapper);
         EXPECT_EQ(namesIn(engines), stored);
         EXPECT_FALSE(exists(engines + "/../.unpacking"));
     }
@@ -75,13 +75,14 @@ TEST_F(EnginePreparation, DownloadsTheOfficialArchive) {
     // An older name of an engine that is there in the newest generation only.
     expectPrepared(true, "CK8Wine2.0");
     EXPECT_EQ(namesIn(engines), (Names{"CK9Wine2.0.tar.7z", "CK9Wine3.0.tar.7z"}));
-    EXPECT_EQ(building::engineForWrapper("CK8Wine2.0", wrapper), "CK9Wine2.0");
-    EXPECT_EQ(building::engineForWrapper("CK9Wine3.0", wrapper), "CK9Wine3.0");
+    EXPECT_EQ(building::engineForWrapper("CK8Wine2.0", Wrapper(wrapper)), "CK9Wine2.0");
+    EXPECT_EQ(building::engineForWrapper("CK9Wine3.0", Wrapper(wrapper)), "CK9Wine3.0");
     // It is in the store now, and needs no network any more.
     offline();
     expectPrepared(true, "CK8Wine2.0");
     testing::makeFakeWrapperAt(wrapper, "CK8Wine2.0");
-    EXPECT_EQ(building::engineForWrapper("CK8Wine2.0", wrapper), "CK8Wine2.0") << "an engine that is in use";
+    EXPECT_EQ(building::engineForWrapper("CK8Wine2.0", Wrapper(wrapper)), "CK8Wine2.0")
+        << "an engine that is in use";
 }
 
 TEST_F(EnginePreparation, StoresADownloadFromALinkUnderItsExtension) {
@@ -220,7 +221,7 @@ TEST_F(EnginePreparation, RefusesNamesThatLeaveTheStore) {
         expectPrepared(false, name);
         ui.expectError("");
         create([&](WrapperCreation& creation) {
-            EXPECT_EQ(extractEngine(creation, name, wrapper), ExtractedEngine::failure);
+            EXPECT_EQ(extractEngine(creation, name, Wrapper(wrapper)), ExtractedEngine::failure);
         });
     }
     EXPECT_EQ(get(victim), "mine");
@@ -362,7 +363,7 @@ TEST_F(EnginePreparation, AnArchiveInAnArchiveStaysInItsFolder) {
         pack(outer + command);
         put(engines + "/" + stored, get(packing.path + "/out"));
         create([&](WrapperCreation& creation) {
-            if (extractEngine(creation, "CK9Wine3.0", wrapper) == ExtractedEngine::failure) return;
+            if (extractEngine(creation, "CK9Wine3.0", Wrapper(wrapper)) == ExtractedEngine::failure) return;
             EXPECT_FALSE(fs::is_symlink(bundle));
         });
         EXPECT_EQ(get(outside + "/version"), "mine");

@@ -3,6 +3,7 @@
 
 #include "building/archives.h"
 #include "building/building_machine.h"
+#include "building/port_checks.h"
 #include "foundation/settings.h"
 
 namespace morvane {

@@ -21,7 +21,7 @@ class ExtraFiles : public testing::ConfiguredWrapper {
     }
     void bring(const std::vector<ExtraFileEntry>& entries) {
         const NSPortManager port = NSPortManager::managerWithPath(wrapper);
-        onWorker([&] { EXPECT_TRUE(downloadExtraFiles(*creation, entries, port)); });
+        onWorker([&] { EXPECT_TRUE(downloadExtraFiles(*build, entries, port)); });
     }
     /// Without a destination it is to be run.
     ExtraFileEntry linked(const std::string& path, std::optional<std::string> destiny = {}) {

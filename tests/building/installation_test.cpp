@@ -17,7 +17,7 @@ class Installation : public testing::ConfiguredWrapper {
     /// The installer that was run, or "".
     std::string install(const std::optional<std::string>& name, const std::optional<std::string>& source) {
         EXPECT_TRUE(files::write(testing::commandLog(wrapper), "", files::Atomically::no));
-        onWorker([&] { EXPECT_TRUE(installApp(*creation, name, source, port)); });
+        onWorker([&] { EXPECT_TRUE(installApp(*build, name, source, port)); });
         const std::string line = asked();
         if (line.empty()) return "";
         EXPECT_TRUE(line.starts_with("CKS-installer ")) << line;
@@ -110,7 +110,7 @@ TEST_F(Installation, AsksUntilAFileIsChosenOrTheUserGivesUp) {
 
 TEST_F(Installation, AnEndingApplicationIsNotAskedForEver) {
     machine->mainQueue.close();
-    std::thread worker([&] { EXPECT_TRUE(installApp(*creation, std::nullopt, std::nullopt, port)); });
+    std::thread worker([&] { EXPECT_TRUE(installApp(*build, std::nullopt, std::nullopt, port)); });
     worker.join();
     EXPECT_EQ(asked(), "");
 }
@@ -164,7 +164,7 @@ TEST_F(Installation, ARunningInstallerIsKeptInFrontUntilItEnds) {
         host().creation.end();
     });
     EXPECT_EQ(machine->mainQueue.drain(), std::nullopt) << "also after a cancellation";
-    keepWindowInFrontForAppOfTimer(wrapper);
+    keepWindowInFrontForAppOfTimer(Wrapper(wrapper));
     EXPECT_EQ(ui.broughtToFront, Names{wrapper});
 }
 

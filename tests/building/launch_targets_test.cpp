@@ -14,7 +14,7 @@ class LaunchTargets : public testing::ConfiguredWrapper {
         });
     }
     void alias(const std::string& name) {
-        onWorker([&] { createAliasToCustomEXE(wrapper + "/" + name, wrapper); });
+        onWorker([&] { createAliasToCustomEXE(wrapper + "/" + name, Wrapper(wrapper)); });
     }
     const std::string applications = home + "/Applications";
 };

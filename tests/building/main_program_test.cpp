@@ -64,7 +64,7 @@ TEST_F(ConfirmMainExe, CompletesToTheFirstMatchOnDriveC) {
         {"C:", std::nullopt},
     };
     for (const auto& [path, completed] : rows) {
-        EXPECT_EQ(completeWindowsPath(path, wrapper), completed) << path;
+        EXPECT_EQ(completeWindowsPath(path, Wrapper(wrapper)), completed) << path;
     }
 }
 

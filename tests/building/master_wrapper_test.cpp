@@ -26,7 +26,7 @@ class MasterWrapper : public testing::BuildingMachine {
     }
     void expectCopied(bool expected, const std::string& path) {
         create([&](WrapperCreation& creation) {
-            EXPECT_EQ(copyingMasterWrapperToPath(creation, path), expected);
+            EXPECT_EQ(copyingMasterWrapperToPath(creation, Wrapper(path)), expected);
         });
     }
     const Names newMaster{"Caskery-2.6.2.app"}, oldMaster{"Caskery-2.6.0.app"};
@@ -221,7 +221,7 @@ TEST_F(MasterWrapper, IsCopiedWholeOrNotAtAllAndToANewPathOnly) {
     create([&](WrapperCreation& creation) {
         ASSERT_TRUE(machine->creation.begin());
         machine->creation.request();
-        EXPECT_THROW(copyingMasterWrapperToPath(creation, wrapper), Cancelled);
+        EXPECT_THROW(copyingMasterWrapperToPath(creation, Wrapper(wrapper)), Cancelled);
         machine->creation.end();
     });
     EXPECT_EQ(namesIn(applications), Names{});

@@ -15,17 +15,17 @@ class RegistryWriters : public testing::ConfiguredWrapper {
     }
     bool save(const std::vector<DriveEntry>& drives) {
         bool result = false;
-        onWorker([&] { result = saveDrives(drives, wrapper); });
+        onWorker([&] { result = saveDrives(drives, Wrapper(wrapper)); });
         return result;
     }
 };
 
 TEST_F(RegistryWriters, KeepTheOtherValuesOfTheKey) {
     addKey(std::string(direct3D) + " 12345\n\"renderer\"=\"gl\"\n\"CSMT\"=\"maybe\"");
-    saveDirect3DBoost(true, wrapper);
+    saveDirect3DBoost(true, Wrapper(wrapper));
     EXPECT_EQ(key(direct3D, "user"), "\"renderer\"=\"gl\"\n\"CSMT\"=\"enabled\"");
     EXPECT_EQ(timesIn("user", direct3D), 1);
-    saveDecorateWindow(false, wrapper);
+    saveDecorateWindow(false, Wrapper(wrapper));
     EXPECT_EQ(key(R"([Software\\Wine\\X11 Driver])", "user"), "\"Decorated\"=\"N\"\n\"Managed\"=\"N\"");
 }
 
@@ -55,7 +55,7 @@ TEST_F(RegistryWriters, VideoMemoryIsWrittenInMegabytes) {
 TEST_F(RegistryWriters, NothingStartsWithTheWrapper) {
     const std::string run = R"([Software\\Microsoft\\Windows\\CurrentVersion\\Run])";
     addKey(run + " 1\n\"Steam\"=\"x\"\n");
-    removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(wrapper);
+    removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(Wrapper(wrapper));
     EXPECT_EQ(timesIn("user", "\"Steam\""), 0);
     EXPECT_EQ(timesIn("user", run), 1);
 }
@@ -70,7 +70,7 @@ TEST_F(RegistryWriters, OverridesReplaceWholeKeysAndFragmentsWithoutOneAreRefuse
     addKey("[Software\\\\Wine\\\\DllOverrides] 1\n\"d3d8\"=\"native\"\n");
     onWorker([&] {
         NSPortManager port = store();
-        EXPECT_TRUE(saveOverridesForPortData(*creation, data, port));
+        EXPECT_TRUE(saveOverridesForPortData(*build, data, port));
     });
     EXPECT_EQ(key(R"([Software\\Wine\\DllOverrides])", "user"), "\"d3d9\"=\"native\"");
     EXPECT_EQ(timesIn("user", "stray"), 0);

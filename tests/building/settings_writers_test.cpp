@@ -20,7 +20,7 @@ TEST_F(SettingsWriters, CloseSafelyChangesOneCharacterAfterTheFirstChoice) {
          }) {
         for (const bool safely : {true, false}) {
             put(script, row.before, true);
-            onWorker([&] { EXPECT_TRUE(saveCloseSafely(safely, wrapper)); });
+            onWorker([&] { EXPECT_TRUE(saveCloseSafely(safely, Wrapper(wrapper))); });
             EXPECT_EQ(get(script), safely ? row.safely : row.atOnce);
             EXPECT_TRUE(files::isExecutable(script));
         }
@@ -38,7 +38,7 @@ TEST_F(SettingsWriters, CompanyIsOneValidLineOrNoFile) {
     };
     for (const auto& [company, contents] : rows) {
         put(file, "old");
-        EXPECT_TRUE(saveCompany(company, wrapper));
+        EXPECT_TRUE(saveCompany(company, Wrapper(wrapper)));
         EXPECT_EQ(exists(file) ? Text(get(file)) : std::nullopt, contents);
     }
 }

@@ -31,7 +31,7 @@ class StoreClients : public testing::ConfiguredWrapper {
     bool install(bool (*operation)(Build&, const NSPortManager&)) {
         put(testing::commandLog(wrapper), "");
         bool result = false;
-        onWorker([&] { result = operation(*creation, NSPortManager::managerWithPath(wrapper)); });
+        onWorker([&] { result = operation(*build, NSPortManager::managerWithPath(wrapper)); });
         return result;
     }
     void expectAnswers(const std::string& client, const char* manual, const char* goOn) {

@@ -1,7 +1,7 @@
+#include "building/engine_extraction.h"
 #include "building/winetricks_files.h"
 
 #include "building/building_machine.h"
-#include "building/engine_preparation.h"
 #include "building/winetricks.h"
 #include "building/winetricks_script.h"
 #include "foundation/text.h"
@@ -44,7 +44,7 @@ class Winetricks : public testing::BuildingMachine {
         put(script, verbs() + MVString::replacedAll(text, "SUM", rightSum));
     }
     void refresh(bool expected, NeedsVerbs needs = NeedsVerbs::yes) {
-        onWorker([&] { EXPECT_EQ(updateWinetricksListAtFile(wrapper, needs), expected); });
+        onWorker([&] { EXPECT_EQ(updateWinetricksListAtFile(Wrapper(wrapper), needs), expected); });
     }
     [[nodiscard]] NSPortManager port() const { return NSPortManager::managerWithPath(wrapper); }
     void install(const Names& requests) {
@@ -131,7 +131,7 @@ TEST_F(Winetricks, InstallsRequestsInOrder) {
               "2 CKS-winetricks vcrun2010 silent\n2 CKS-winetricks corefonts asking\n"
               "2 CKS-winetricks macdriver=mac silent\n2 CKS-winetricks d3dx9 silent\n"
               "2 CKS-winetricks two words silent\nlauncher CKS-InstallICE\nlauncher CKS-wineboot\n");
-    EXPECT_EQ(getCaskeryWrapperEngineFromPath(wrapper), "CK9Wine5.0");
+    EXPECT_EQ(getCaskeryWrapperEngineFromPath(Wrapper(wrapper)), "CK9Wine5.0");
     EXPECT_EQ(get(script), patched);
     for (const std::string& list : lists) EXPECT_FALSE(exists(wrapper + list)) << list;
 }

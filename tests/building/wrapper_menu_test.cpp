@@ -12,7 +12,7 @@ class WrapperMenu : public testing::ConfiguredWrapper {
     const std::string scripts = wrapper + layout::menuScripts;
 
     Names save(const NSPortData& port) {
-        onWorker([&] { EXPECT_TRUE(saveCaskeryWrapperMenuForPort(port, wrapper)); });
+        onWorker([&] { EXPECT_TRUE(saveCaskeryWrapperMenuForPort(port, Wrapper(wrapper))); });
         auto names = listing(scripts);
         std::erase(names, "CaskeryQuitScript");
         return names;

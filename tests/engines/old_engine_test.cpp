@@ -1,7 +1,8 @@
 #include "building/building_machine.h"
+#include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
-#include "building/engine_store.h"
 #include "engines/caskery_engine.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -59,13 +60,13 @@ TEST_F(OldEngine, BecomesTheEngineOfAWrapper) {
     for (int port = 0; port < 2; ++port) {
         create([&](WrapperCreation& creation) {
             ASSERT_TRUE(prepareEngine(creation, "CK7Wine1.2.5", std::nullopt));
-            EXPECT_EQ(building::engineForWrapper("CK7Wine1.2.5", wrapper), "CK8Wine1.2.5");
+            EXPECT_EQ(building::engineForWrapper("CK7Wine1.2.5", Wrapper(wrapper)), "CK8Wine1.2.5");
         });
         EXPECT_EQ(namesIn(engines), (Names{"CK8Wine1.2.5.tar.7z", "CK9Wine3.0.tar.7z"}));
     }
     EXPECT_EQ(get(engines + "/CK9Wine3.0.tar.7z"), "mine");
     create([&](WrapperCreation& creation) {
-        EXPECT_EQ(extractEngine(creation, "CK8Wine1.2.5", wrapper), ExtractedEngine::installed);
+        EXPECT_EQ(extractEngine(creation, "CK8Wine1.2.5", Wrapper(wrapper)), ExtractedEngine::installed);
     });
     const std::string bundle = wrapper + layout::engine;
     EXPECT_EQ(namesIn(bundle), (Names{"bin", "lib", "share", "version"}));

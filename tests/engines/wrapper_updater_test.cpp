@@ -4,6 +4,7 @@
 #include "building/outdated_wrapper.h"
 #include "foundation/text.h"
 #include "platform/property_list.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -80,7 +81,7 @@ class Updater : public testing::BuildingMachine {
         EXPECT_EQ(WrapperUpdater::getExesDLLsOverridesFromWrapper(wrapper), Names{exeBlock});
         EXPECT_EQ(WrapperUpdater::getDirect3DConfigurationsFromWrapper(wrapper), "\"CSMT\"=\"enabled\"\n");
         EXPECT_TRUE(MVString::contains(get(contents + "Resources/user.reg"), R"([Software\\Wine\\Opengl])"));
-        EXPECT_FALSE(building::outdatedWrapper(wrapper) || WrapperUpdater::needsRepair(wrapper));
+        EXPECT_FALSE(building::outdatedWrapper(Wrapper(wrapper)) || WrapperUpdater::needsRepair(wrapper));
     }
     const std::string contents = wrapper + "/Contents/", frameworks = contents + "Frameworks";
     const std::string away = home + "/Applications/GameElCapitanFix.app";
@@ -105,7 +106,7 @@ TEST_F(Updater, NineStepsOfWhichEachMayBeTheLast) {
         SCOPED_TRACE(step);
         makeOld();
         EXPECT_THROW(update("Step " + std::to_string(step)), std::string);
-        EXPECT_EQ(building::outdatedWrapper(wrapper).value().version, "Caskery-2.6.2");
+        EXPECT_EQ(building::outdatedWrapper(Wrapper(wrapper)).value().version, "Caskery-2.6.2");
         EXPECT_TRUE(WrapperUpdater::needsRepair(wrapper));
         update();
         expectUpdated();
@@ -122,7 +123,8 @@ TEST_F(Updater, WhatAKilledUpdateHasLeftRunningIsEndedByTheNext) {
         SCOPED_TRACE(asked);
         fs::remove(folder.path + "/ended");
         create([&](WrapperCreation& creation) {
-            EXPECT_EQ(building::updateOutdatedWrapper(asked, creation), building::WrapperUpdate::updated);
+            EXPECT_EQ(building::updateOutdatedWrapper(Wrapper(asked), creation),
+                      building::WrapperUpdate::updated);
         });
         expectUpdated();
         EXPECT_EQ(get(folder.path + "/ended"), "-TERM 4999999\n");
