@@ -110,7 +110,7 @@ bool AppDelegate::shouldRunExeFile(const std::string& path) {
 
 bool AppDelegate::shouldRunGameAtPath(const std::string& path) {
     if (!MVFileManager::fileExistsAtPath(path)) return false;
-    gamePage_.updateAndRunWrapper(path);
+    gamePage_.actions().updateAndRunWrapper(path);
     return true;
 }
 
@@ -223,7 +223,7 @@ void AppDelegate::showDescriptionOfTheFirstGameListedInThatPage(const std::strin
                     app.progress_->closeCreatingPort(CreatingPort::no);
                     if (app.layout_ == LibraryLayout::grid) app.view_.showGamePage();
                     app.showMorvaneTab(MorvaneTab::library);
-                    app.gamePage_.installGame(entry);
+                    app.gamePage_.installation().installGame(entry);
                 });
             });
         });

@@ -86,16 +86,16 @@ int installFromCatalogue(Session& session, std::int64_t id, const std::string& s
     const int ended = page.open(id, [&](NSDescriptionView& view) {
         const auto game = view.gameData();
         if (game->isGameNative) {
-            NSDescriptionView::openBuyingLinkForNativeGame(game);
+            GameInstallation::openBuyingLinkForNativeGame(game);
             return session.fail(cellText(game->gameName) +
                                 " is a native game: it is bought, and not installed here.");
         }
         if (!source.empty() && !isSourceOf(session, *game, source)) return int{failed};
         if (!doYouAgreeWithTheLicenseAgreement()) return int{failed};
         if (source.empty()) {
-            view.chooseDownloadSource(game, target);
+            view.installation().chooseDownloadSource(game, target);
         } else {
-            view.downloadCkiOfSourceWithName(game, source, target);
+            view.installation().downloadCkiOfSourceWithName(game, source, target);
         }
         return int{done};
     });
@@ -117,7 +117,7 @@ int rateCatalogueEntry(Session& session, std::int64_t id, int stars) {
         panel.applyVote();
     };
     const int ended = page.open(id, [](NSDescriptionView& view) {
-        view.rateGame(view.gameData());
+        view.pages().rateGame(view.gameData());
         return int{done};
     });
     return ended == done && !canBeRated ? session.fail("That port can't be rated.") : ended;
@@ -155,7 +155,7 @@ int savePortFile(Session& session, std::int64_t id, const std::string& source, c
         if (!isSourceOf(session, *game, source)) return int{failed};
         session.answers().addChoice("Save CKI at...", path);
         session.answers().addAnswer("Source", {source, {}});
-        view.downloadGameCKI(game);
+        view.installation().downloadGameCKI(game);
         return int{done};
     });
     if (ended == done) session.console().print(path);

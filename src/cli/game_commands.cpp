@@ -43,7 +43,7 @@ int play(Session& session, const std::string& app) {
     session.provideSite();
     GamePage page(session, GamePage::Details::no);
     return page.open(realPathOf(app), [](NSDescriptionView& view) {
-        view.playGame(view.gameData());
+        view.actions().playGame(view.gameData());
         return int{done};
     });
 }
@@ -62,7 +62,7 @@ int installMod(Session& session, const std::string& app, const std::vector<std::
     if (!to.empty()) session.answers().addChoice("Select the destination", to);
     bool isInstalled = false;
     const int ended = session.untilIdle([&] {
-        NSDescriptionView::installModPatchAtWrapper(wrapper,
+        installModPatchAtWrapper(wrapper,
                                                     [&](bool installed) { isInstalled = installed; });
         return int{done};
     });

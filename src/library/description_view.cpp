@@ -94,15 +94,16 @@ NSDescriptionView::NSDescriptionView(LibraryLayout layout, std::shared_ptr<NSPro
       progress_(std::move(progress)),
       callbacks_(std::move(callbacks)),
       page_(pageWithoutGame()),
-      self_(std::make_shared<NSDescriptionView*>(this)) {}
+      self_(std::make_shared<NSDescriptionView*>(this)),
+      installation_(*this),
+      actions_(*this),
+      pages_(*this) {}
 
 NSDescriptionView::~NSDescriptionView() {
     *self_ = nullptr;
-    closeVotingPanel();
 }
 
-void NSDescriptionView::onPage(const std::shared_ptr<NSDescriptionView*>& self,
-                               std::function<void(NSDescriptionView&)> work) {
+void NSDescriptionView::onPage(const Handle& self, std::function<void(NSDescriptionView&)> work) {
     MVThread::dispatchBlockInMainQueue([self, work = std::move(work)] {
         if (*self != nullptr) work(**self);
     });
@@ -194,8 +195,7 @@ void NSDescriptionView::loadDetails(Game game) {
     // A server that does not answer must not keep the page from being shown: what comes from it follows.
     MVThread::dispatchQueueWithName(
         "app.morvane.loadPageDetails", Priority::normal,
-        [self = self_, game = std::move(game), layout = layout_, width = trailerWidth_,
-         height = trailerHeight_] {
+        [self = self_, game = std::move(game), layout = layout_, size = pages_.trailerViewSize()] {
             const auto later = [&](std::function<void(NSDescriptionView&)> work) {
                 onPage(self, [game, work = std::move(work)](NSDescriptionView& page) {
                     if (page.gameData_ == game) work(page);
@@ -203,8 +203,10 @@ void NSDescriptionView::loadDetails(Game game) {
             };
             // The grid's page has a view for the trailer in it.
             if (layout == LibraryLayout::grid && game->trailer && !game->trailer->empty()) {
-                later([html = game->trailerHTMLwithSize(width, height), link = *game->trailer](
-                          NSDescriptionView& page) { page.showWindow(localized("Trailer"), html, link); });
+                later([html = game->trailerHTMLwithSize(size.width, size.height),
+                       link = *game->trailer](NSDescriptionView& page) {
+                    page.pages_.showWindow(localized("Trailer"), html, link);
+                });
             }
             later([icon = game->gameImage()](NSDescriptionView& page) {
                 page.page_.icon = icon;
@@ -258,9 +260,24 @@ void NSDescriptionView::fillPage() {
     if (callbacks_.pageChanged) callbacks_.pageChanged();
 }
 
+void NSDescriptionView::clickAction() {
+    const Game game = gameData_;
+    if (!game) return;
+    if (game->isGameInTheServer) {
+        installation_.installGame(game);
+    } else {
+        actions_.playGame(game);
+    }
+}
+
 void NSDescriptionView::flagsChanged(Shift shift) {
     shift_ = shift;
     titleActionButton();
+}
+
+void NSDescriptionView::titleActionButtonWith(const std::string& title) {
+    page_.actionTitle = MVString::uppercased(title);
+    if (callbacks_.actionTitleChanged) callbacks_.actionTitleChanged();
 }
 
 void NSDescriptionView::titleActionButton() {
@@ -281,8 +298,7 @@ void NSDescriptionView::titleActionButton() {
     } else {
         title = actionButtonInstallStringForGameData(game);
     }
-    page_.actionTitle = MVString::uppercased(title);
-    if (callbacks_.actionTitleChanged) callbacks_.actionTitleChanged();
+    titleActionButtonWith(title);
 }
 
 std::string NSDescriptionView::actionButtonInstallStringForGameData(const NSGameData& game) {
@@ -312,47 +328,47 @@ std::vector<NSDescriptionView::MenuItem> NSDescriptionView::moreMenu() {
     if (!gameData_) return {};
     using View = NSDescriptionView;
     const NSGameData& game = *gameData_;
-    const auto item = [this](const std::string& title, bool enabled, void (View::*action)(const Game&)) {
+    const auto item = [this](const std::string& title, bool enabled, auto&& part, auto action) {
         // By the queue, which keeps the game: the menu may be made anew while the action asks something.
-        return MenuItem{title, enabled, [self = self_, game = gameData_, action] {
-                            onPage(self, [game, action](View& page) { (page.*action)(game); });
+        return MenuItem{title, enabled, [self = self_, game = gameData_, part, action] {
+                            onPage(self,
+                                   [game, part, action](View& page) { ((page.*part)().*action)(game); });
                         }};
+    };
+    const auto get = [&](const std::string& title, bool enabled, auto action) {
+        return item(title, enabled, &View::installation, action);
+    };
+    const auto act = [&](const std::string& title, bool enabled, auto action) {
+        return item(title, enabled, &View::actions, action);
+    };
+    const auto show = [&](const std::string& title, auto action) {
+        return item(title, true, &View::pages, action);
     };
     if (game.isGameInTheServer) {
         std::vector<MenuItem> menu{
-            item(actionButtonInstallStringForGameData(game), true, &View::installGame),
-            item(localized("Download CKI"), !game.isGameNative, &View::downloadGameCKI),
-            item(localized("Instructions"), true, &View::watchInstructions),
-            item(localized("Watch Trailer"), true, &View::playTrailer)};
+            get(actionButtonInstallStringForGameData(game), true, &GameInstallation::installGame),
+            get(localized("Download CKI"), !game.isGameNative, &GameInstallation::downloadGameCKI),
+            show(localized("Instructions"), &GamePages::watchInstructions),
+            show(localized("Watch Trailer"), &GamePages::playTrailer)};
         if (!game.crossoverAlternative.empty()) {
-            menu.push_back(item(localized("CrossOver Alternative"), true, &View::showCrossOverAlternative));
+            menu.push_back(show(localized("CrossOver Alternative"), &GamePages::showCrossOverAlternative));
         }
         return menu;
     }
     const bool isWrapper = Wrapper(game.gamePath).runsPrograms();
-    return {item(localized("Play"), true, &View::playGame),
-            item(localized("Debug"), isWrapper, &View::debugGame),
-            item(localized("Force Close"), true, &View::forceCloseGame),
-            item(localized("Properties"), true, &View::gameProperties),
-            item(localized("Install Mod/Patch"), isWrapper, &View::installModPatch),
-            item(localized("Open C: Drive"), isWrapper, &View::openC_Drive),
-            item(localized("Show in Finder"), true, &View::showInFinder),
-            item(localized("Task Manager"), isWrapper, &View::taskManager),
-            item(localized("Command Prompt"), isWrapper, &View::commandPrompt),
-            item(localized("Registry Editor"), isWrapper, &View::registryEditor),
-            item(localized("Wine Configuration"), isWrapper, &View::wineConfiguration),
-            item(localized("Open Control App"), isWrapper, &View::launchCaskery),
-            item(localized("Remove"), true, &View::removeGame)};
-}
-
-void NSDescriptionView::setTrailerViewSize(double width, double height) {
-    trailerWidth_ = width;
-    trailerHeight_ = height;
-}
-
-void NSDescriptionView::showWindow(const std::string& name, const std::string& html,
-                                   const std::string& link) const {
-    if (callbacks_.showWindow) callbacks_.showWindow({name, html, link});
+    return {act(localized("Play"), true, &GameActions::playGame),
+            act(localized("Debug"), isWrapper, &GameActions::debugGame),
+            act(localized("Force Close"), true, &GameActions::forceCloseGame),
+            act(localized("Properties"), true, &GameActions::gameProperties),
+            act(localized("Install Mod/Patch"), isWrapper, &GameActions::installModPatch),
+            act(localized("Open C: Drive"), isWrapper, &GameActions::openC_Drive),
+            act(localized("Show in Finder"), true, &GameActions::showInFinder),
+            act(localized("Task Manager"), isWrapper, &GameActions::taskManager),
+            act(localized("Command Prompt"), isWrapper, &GameActions::commandPrompt),
+            act(localized("Registry Editor"), isWrapper, &GameActions::registryEditor),
+            act(localized("Wine Configuration"), isWrapper, &GameActions::wineConfiguration),
+            act(localized("Open Control App"), isWrapper, &GameActions::launchCaskery),
+            act(localized("Remove"), true, &GameActions::removeGame)};
 }
 
 }  // namespace morvane

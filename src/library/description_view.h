@@ -1,5 +1,4 @@
-// library/description_view.h: the page of one game: what it shows, and everything that its buttons and menus
-// do.
+// library/description_view.h: the page of one game: what it shows, and its buttons and menus.
 //
 // Main thread, as are all callbacks. Long work runs on queues of its own, and ends without a word to a page
 // that is gone. Catalogue, wrapper and settings are read where a click needs them, so that the page is never
@@ -21,9 +20,11 @@
 #include "foundation/progress_view.h"
 #include "library/apps_array.h"
 #include "library/catalogue_line.h"
+#include "library/game_actions.h"
 #include "library/game_data.h"
+#include "library/game_installation.h"
+#include "library/game_pages.h"
 #include "library/voting_panel.h"
-#include "platform/private_folder.h"
 
 namespace morvane {
 
@@ -35,7 +36,7 @@ enum class LibraryLayout { grid, list };
 class NSDescriptionView {
   public:
     /// A game as actions take it: theirs for as long as they need it, whatever the page shows.
-    using Game = std::shared_ptr<NSGameData>;
+    using Game = GamePointer;
 
     /// A button for one source of the game.
     struct SourceIcon {
@@ -93,7 +94,6 @@ class NSDescriptionView {
     [[nodiscard]] Game gameData() const { return gameData_; }
     [[nodiscard]] std::optional<std::string> selectedGamePath() const;
 
-    // Filling (description_view.cpp)
     /// A click on a line of the catalogue: its entry is looked up, or built in the background, and shown.
     void openCatalogueLine(const CatalogueLine& line);
     /// A click on a port of which only the ID is known: its line is asked for first.
@@ -117,78 +117,27 @@ class NSDescriptionView {
     /// The "More" menu of a catalogue entry; the item's menu of a local one. Its actions are for the game
     /// that is shown now, and follow by the main queue.
     [[nodiscard]] std::vector<MenuItem> moreMenu();
-
-    // Getting a port (game_installation.cpp)
     /// A click on the action button: plays a local item, and installs, buys or saves a catalogue entry.
     void clickAction();
-    void installGame(const Game& game);
-    void runOrInstallGame(const Game& game);
-    void chooseDownloadSource(const Game& game, const std::optional<std::string>& target = {});
-    bool shouldInstallGameOrOpenLinkOfGame(const Game& game, const std::string& source);
-    static void openBuyingLinkForNativeGame(const Game& game);
-    /// Asks where to, and for the source.
-    void downloadGameCKI(const Game& game);
-    /// Asks where to, unless `target` says it.
-    void downloadCkiOfSourceWithName(const Game& game, const std::string& source,
-                                     const std::optional<std::string>& target = {});
-    /// A port on its way into a wrapper. The folder goes with the object.
-    struct DownloadedCki {
-        files::PrivateFolder folder;
-        std::string path;
-    };
-    /// The place of the source's port in a fresh folder; nothing after a reported failure.
-    [[nodiscard]] static std::optional<DownloadedCki> pathForDownloadedCkiOfSource(const std::string& source);
-    /// Ends in "/".
-    [[nodiscard]] static std::string defaultGamesFolder();
-    /// A wrapper of the library or of the apps folders; none for IDs below 2.
-    [[nodiscard]] static std::optional<std::string> validPortWithGameID(std::int64_t id);
 
-    // Actions on an installed game (game_actions.cpp)
-    void playGame(const Game& game);
-    void updateAndRunWrapper(const std::string& path);
-    /// Runs it afterwards, unless the user has cancelled the update.
-    void updateWrapper(const std::string& wrapper);
-    void runWrapper(const std::string& wrapper, const std::string& binary);
-    void debugGame(const Game& game);
-    static void runDebugModeOfWrapper(const std::string& wrapper);
-    /// Asks, and returns at once.
-    void forceCloseGame(const Game& game);
-    /// Asks, and deletes in the background. The page shows no game any more once it is gone.
-    void removeGame(const Game& game);
-    void showInFinder(const Game& game);
-    void gameProperties(const Game& game);
-    void openC_Drive(const Game& game);
-    void launchCaskery(const Game& game);
-    /// `runSelectedWrapperWithFlag:`, and the four tools.
-    static void runSelectedWrapperWithFlag(const Game& game, const std::string& flag);
-    void taskManager(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-taskmgr"); }
-    void commandPrompt(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-cmd"); }
-    void registryEditor(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-regedit"); }
-    void wineConfiguration(const Game& game) { runSelectedWrapperWithFlag(game, "CKS-winecfg"); }
-    /// Asks, and installs in the background. The completion comes on the main thread: whether something was
-    /// installed, as far as that is known.
-    void installModPatch(const Game& game);
-    static void installModPatchAtWrapper(const std::string& wrapper,
-                                         std::function<void(bool installed)> completion);
-    /// Any thread; blocks. A file over a folder, a folder over a file and an item onto itself are refused
-    /// with a message; nothing is deleted then. Whether everything is there but for what the user has
-    /// declined.
-    static bool copyFiles(const std::vector<std::string>& paths, const std::string& folder);
+    // What the page's game can be asked for.
+    [[nodiscard]] GameInstallation& installation() { return installation_; }
+    [[nodiscard]] GameActions& actions() { return actions_; }
+    [[nodiscard]] GamePages& pages() { return pages_; }
 
-    // Watching and rating (game_actions.cpp)
-    /// The panel comes once the graphics card is known; it takes the place of one that is open.
-    void rateGame(const Game& game);
-    void playTrailer(const Game& game);
-    void watchInstructions(const Game& game);
-    void watchInstructionsForSource(const Game& game, const std::string& source);
-    void showCrossOverAlternative(const Game& game);
-    /// The size of the view in which pages play, in points; 0 by 0 while there is none.
-    void setTrailerViewSize(double width, double height);
+    // For those three.
+    /// Holds nothing once the page is gone: work that ends then finds nobody.
+    using Handle = std::shared_ptr<NSDescriptionView*>;
+    [[nodiscard]] const Handle& handle() const { return self_; }
+    /// Later on the main thread, unless the page is gone by then.
+    static void onPage(const Handle& self, std::function<void(NSDescriptionView&)> work);
+    [[nodiscard]] const Callbacks& callbacks() const { return callbacks_; }
+    [[nodiscard]] const std::shared_ptr<NSProgressView>& progress() const { return progress_; }
+    [[nodiscard]] Shift shift() const { return shift_; }
+    void titleActionButton();
+    void titleActionButtonWith(const std::string& title);
 
   private:
-    /// Later on the main thread, unless the page is gone by then.
-    static void onPage(const std::shared_ptr<NSDescriptionView*>& self,
-                       std::function<void(NSDescriptionView&)> work);
     /// Shows the entry of that ID, which is built from the line where it is not known yet. The line may be
     /// asked for: it is called in the background.
     void openEntry(std::int64_t id, std::function<Result<std::optional<CatalogueLine>>()> line);
@@ -196,47 +145,18 @@ class NSDescriptionView {
     [[nodiscard]] static Page pageWithoutGame();
     /// What may take long: the grid's trailer, the icon and the ratings.
     void loadDetails(Game game);
-    void titleActionButton();
-    void downloadCkiFromSource(const Game& game, const std::string& source, const std::string& target);
-    /// A worker. What is to be replaced is back in its place after a failure.
-    static bool installCkiAtPath(const std::string& cki, const std::string& target, const NSGameData& game,
-                                 WrapperCreation& creation);
-    void openVotingPanel(const NSGameData& game, const std::string& card);
-    void closeVotingPanel();
-    void showWindow(const std::string& name, const std::string& html, const std::string& link) const;
 
     const LibraryLayout layout_;
     const std::shared_ptr<NSProgressView> progress_;
     const Callbacks callbacks_;
     Game gameData_;
-    std::shared_ptr<NSVotingPanel> votingPanel_;
-    unsigned votingPanels_ = 0;  ///< opened so far
     Page page_;
     Shift shift_ = Shift::up;
     unsigned clicks_ = 0;  ///< on items; the last one is what is shown in the end
-    double trailerWidth_ = 0, trailerHeight_ = 0;
-    /// Holds nothing once the page is gone: work that ends then finds nobody.
-    const std::shared_ptr<NSDescriptionView*> self_;
-};
-
-/// The "%@ Link" of a source in a description; "GOG" is found under "Gog Link" as well. Nothing when it is
-/// empty or missing, and when it is no http or https link.
-[[nodiscard]] std::optional<std::string> linkOfSource(const NSGameData& game, const std::string& source);
-
-/// The sources that the game can be installed from: "Other" when its entry names none.
-[[nodiscard]] std::vector<std::string> sourcesOf(const NSGameData& game);
-
-/// Which wrappers an add-on can be installed into (`NSValidPortDelegate`, made by `allocAndInitWithID:`).
-class NSValidPortDelegate {
-  public:
-    explicit NSValidPortDelegate(std::int64_t id) : id_(id) {}
-    bool anyCaskeryPortAllowed = false;
-    [[nodiscard]] bool doesPathMatches(const std::string& path) const;
-    /// Whether a file panel offers the path: folders can be entered.
-    [[nodiscard]] bool shouldEnable(const std::string& path) const;
-
-  private:
-    std::int64_t id_;
+    const Handle self_;
+    GameInstallation installation_;
+    GameActions actions_;
+    GamePages pages_;
 };
 
 }  // namespace morvane

@@ -1,3 +1,5 @@
+#include "library/game_actions.h"
+
 // What is done with an installed game: running, updating, debugging, tools, mods; and watching and rating any
 // game.
 
@@ -117,7 +119,7 @@ bool copyItem(const std::string& source, const std::string& folder) {
         for (const std::string& each : *contents) {
             paths.push_back(files::join(source, each));
         }
-        return NSDescriptionView::copyFiles(paths, destination);
+        return copyFiles(paths, destination);
     }
     if (files::kindOf(destination) == files::Kind::none) {
         return MVFileManager::copyItemAtPath(source, destination);
@@ -130,29 +132,17 @@ bool copyItem(const std::string& source, const std::string& folder) {
     return !replaces || replaceFile(source, destination);
 }
 
-/// The number of the page's button for the CrossOver product; empty when there is none.
-std::string crossTieOf(const std::string& page) {
-    constexpr std::string_view before = "class=\"app_view_button button_tie\" data-url=\"";
-    const std::size_t start = page.find(before);
-    if (start == std::string::npos) return "";
-    const std::string rest = page.substr(start + before.size(), 4096);
-    const std::string tie = rest.substr(0, rest.find('"'));
-    const bool isPlain =
-        std::all_of(tie.begin(), tie.end(), [](unsigned char c) { return c > ' ' && c < 0x7f; });
-    return isPlain ? tie : "";
-}
-
-std::optional<std::string> pathOf(const NSDescriptionView::Game& game) {
+std::optional<std::string> pathOf(const GamePointer& game) {
     return game ? std::optional(game->gamePath) : std::nullopt;
 }
 
 }  // namespace
 
-void NSDescriptionView::playGame(const Game& game) {
+void GameActions::playGame(const GamePointer& game) {
     if (game) updateAndRunWrapper(game->gamePath);
 }
 
-void NSDescriptionView::updateAndRunWrapper(const std::string& path) {
+void GameActions::updateAndRunWrapper(const std::string& path) {
     if (Wrapper(path).runsPrograms()) return updateWrapper(path);
     const LibraryItem item(path);
     if (item.isBoxerGame()) return runWrapper(path, path);
@@ -163,16 +153,17 @@ void NSDescriptionView::updateAndRunWrapper(const std::string& path) {
     runWrapper(path, filled("%@/Contents/MacOS/%@", {path, name.value_or("")}));
 }
 
-void NSDescriptionView::updateWrapper(const std::string& wrapper) {
+void GameActions::updateWrapper(const std::string& wrapper) {
     // A machine that is no Mac tells no version; its wrappers run best when they are up to date as well.
     const bool isOldSystem = !NSComputerInformation::macOsVersion().empty() &&
                              !NSComputerInformation::isSystemMacOsEqualOrSuperiorTo("10.11");
     const std::string program = Wrapper(wrapper).launcher();
-    const auto run = [self = self_, wrapper, program] {
-        onPage(self, [=](NSDescriptionView& page) { page.runWrapper(wrapper, program); });
+    const auto run = [self = page_.handle(), wrapper, program] {
+        NSDescriptionView::onPage(
+            self, [=](NSDescriptionView& page) { page.actions().runWrapper(wrapper, program); });
     };
     if (isOldSystem) return run();
-    inBackground("app.morvane.descriptionViewUpdateOldWrapper", [wrapper, run, progress = progress_] {
+    inBackground("app.morvane.descriptionViewUpdateOldWrapper", [wrapper, run, progress = page_.progress()] {
         const auto outdated = building::outdatedWrapper(Wrapper(wrapper));
         if (outdated &&
             MVAlert::showBooleanAlertMessageWithIconNamed(
@@ -192,7 +183,7 @@ void NSDescriptionView::updateWrapper(const std::string& wrapper) {
     });
 }
 
-void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string& binary) {
+void GameActions::runWrapper(const std::string& wrapper, const std::string& binary) {
     const LibraryItem item(wrapper);
     const bool boxer = item.isBoxerGame();
     const bool isThere =
@@ -220,11 +211,10 @@ void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string
         }
         switches = settings.get(wrapper_keys::isFnToggleEnabled);
     }
-    if (isGalaxy && selectedGamePath() == wrapper) {
-        page_.actionTitle = MVString::uppercased(localized("Play"));
-        if (callbacks_.actionTitleChanged) callbacks_.actionTitleChanged();
+    if (isGalaxy && page_.selectedGamePath() == wrapper) {
+        page_.titleActionButtonWith(localized("Play"));
     }
-    inBackground("app.morvane.descriptionViewRunApp", [=, self = self_] {
+    inBackground("app.morvane.descriptionViewRunApp", [=, self = page_.handle()] {
         std::optional<int> status;
         const bool switching = switches && !NSUtilities::isUsingFnKeysFunctions();
         if (switching) switchFunctionKeys("on");
@@ -237,17 +227,17 @@ void NSDescriptionView::runWrapper(const std::string& wrapper, const std::string
         }
         if (switching) switchFunctionKeys("off");
         if (!status) return;
-        onPage(self, [status](NSDescriptionView& page) {
-            if (page.callbacks_.gameEnded) page.callbacks_.gameEnded(*status);
+        NSDescriptionView::onPage(self, [status](NSDescriptionView& page) {
+            if (page.callbacks().gameEnded) page.callbacks().gameEnded(*status);
         });
     });
 }
 
-void NSDescriptionView::debugGame(const Game& game) {
+void GameActions::debugGame(const GamePointer& game) {
     if (const auto path = pathOf(game)) runDebugModeOfWrapper(*path);
 }
 
-void NSDescriptionView::runDebugModeOfWrapper(const std::string& wrapper) {
+void runDebugModeOfWrapper(const std::string& wrapper) {
     if (!Wrapper(wrapper).runsPrograms()) {
         MVAlert::showAlertErrorMessage(localized("Not a valid Caskery wrapper!"));
         return;
@@ -256,7 +246,7 @@ void NSDescriptionView::runDebugModeOfWrapper(const std::string& wrapper) {
                  [wrapper] { runDebugModeAndShowLogs(wrapper, isGalaxyWrapper(wrapper)); });
 }
 
-void NSDescriptionView::forceCloseGame(const Game& game) {
+void GameActions::forceCloseGame(const GamePointer& game) {
     const auto path = pathOf(game);
     if (!path || game->isGameInTheServer ||
         !MVAlert::showBooleanAlertMessage(
@@ -268,35 +258,35 @@ void NSDescriptionView::forceCloseGame(const Game& game) {
                                                         RemovingWrapper::no);
 }
 
-void NSDescriptionView::removeGame(const Game& game) {
+void GameActions::removeGame(const GamePointer& game) {
     const auto path = pathOf(game);
     if (!path || game->isGameInTheServer) return;
-    NSAppsArray::shouldRemoveLocalPort(*path, [self = self_, path = *path] {
+    NSAppsArray::shouldRemoveLocalPort(*path, [self = page_.handle(), path = *path] {
         if (*self == nullptr) return;
-        if ((*self)->callbacks_.removePort) (*self)->callbacks_.removePort(path);
+        if ((*self)->callbacks().removePort) (*self)->callbacks().removePort(path);
         (*self)->itemRemoved(path);
     });
 }
 
-void NSDescriptionView::showInFinder(const Game& game) {
+void GameActions::showInFinder(const GamePointer& game) {
     const auto path = pathOf(game);
     if (path && MVFileManager::fileExistsAtPath(*path)) return host().userInterface.revealPath(*path);
     MVAlert::showAlertErrorMessage(localized("Folder not found."));
 }
 
-void NSDescriptionView::gameProperties(const Game& game) {
+void GameActions::gameProperties(const GamePointer& game) {
     const auto path = pathOf(game);
-    if (path && !game->isGameInTheServer && callbacks_.properties) callbacks_.properties(*path);
+    if (path && !game->isGameInTheServer && page_.callbacks().properties) page_.callbacks().properties(*path);
 }
 
-void NSDescriptionView::openC_Drive(const Game& game) {
+void GameActions::openC_Drive(const GamePointer& game) {
     const auto path = pathOf(game);
     const std::string drive = path.value_or("") + layout::dosdevices + "/c:/";
     if (path && MVFileManager::directoryExistsAtPath(drive)) return host().userInterface.openPath(drive);
     MVAlert::showAlertErrorMessage(localized("drive_c folder not found."));
 }
 
-void NSDescriptionView::launchCaskery(const Game& game) {
+void GameActions::launchCaskery(const GamePointer& game) {
     const auto path = pathOf(game);
     const std::string program = Wrapper(path.value_or("")).settingsTool();
     if (!path || !files::isExecutable(program)) {
@@ -306,20 +296,32 @@ void NSDescriptionView::launchCaskery(const Game& game) {
     MVTask::runProgramAtPath(program);
 }
 
-void NSDescriptionView::runSelectedWrapperWithFlag(const Game& game, const std::string& flag) {
+void runSelectedWrapperWithFlag(const GamePointer& game, const std::string& flag) {
     const auto path = pathOf(game);
     if (!path || !Wrapper(*path).runsPrograms()) return;
     inBackground("app.morvane.listViewRunWrapperWithFlag",
                  [path = *path, flag] { runAndWait(Wrapper(path).tool(), {flag}); });
 }
 
-void NSDescriptionView::installModPatch(const Game& game) {
+void GameActions::taskManager(const GamePointer& game) {
+    runSelectedWrapperWithFlag(game, "CKS-taskmgr");
+}
+void GameActions::commandPrompt(const GamePointer& game) {
+    runSelectedWrapperWithFlag(game, "CKS-cmd");
+}
+void GameActions::registryEditor(const GamePointer& game) {
+    runSelectedWrapperWithFlag(game, "CKS-regedit");
+}
+void GameActions::wineConfiguration(const GamePointer& game) {
+    runSelectedWrapperWithFlag(game, "CKS-winecfg");
+}
+
+void GameActions::installModPatch(const GamePointer& game) {
     const auto path = pathOf(game);
     if (path && !game->isGameInTheServer) installModPatchAtWrapper(*path, {});
 }
 
-void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper,
-                                                 std::function<void(bool installed)> completion) {
+void installModPatchAtWrapper(const std::string& wrapper, std::function<void(bool installed)> completion) {
     const auto inBackgroundThenTell = [&](const std::function<bool()>& work) {
         inBackground("app.morvane.descriptionViewInstallMod", [work, completion] {
             const bool installed = work();
@@ -359,7 +361,7 @@ void NSDescriptionView::installModPatchAtWrapper(const std::string& wrapper,
     });
 }
 
-bool NSDescriptionView::copyFiles(const std::vector<std::string>& paths, const std::string& folder) {
+bool copyFiles(const std::vector<std::string>& paths, const std::string& folder) {
     if (!MVFileManager::directoryExistsAtPath(folder) &&
         !MVFileManager::createDirectoryAtPath(folder, IntermediateFolders::yes)) {
         return false;
@@ -378,85 +380,6 @@ bool NSDescriptionView::copyFiles(const std::vector<std::string>& paths, const s
         copied &= copyItem(path, folder);
     }
     return copied;
-}
-
-void NSDescriptionView::rateGame(const Game& game) {
-    constexpr std::int64_t firstKnownID = 2;
-    if (!game || game->gameName.empty() || game->gameID < firstKnownID) return;
-    // The card's family is what a program prints.
-    inBackground("app.morvane.descriptionViewRateGame", [self = self_, game] {
-        onPage(self, [game, card = NSComputerInformation::graphicCardType().value_or("")](
-                         NSDescriptionView& page) { page.openVotingPanel(*game, card); });
-    });
-}
-
-void NSDescriptionView::openVotingPanel(const NSGameData& game, const std::string& card) {
-    closeVotingPanel();
-    const std::string title = localized("Rating \"%@\" on %@", {game.gameName, card});
-    votingPanel_ =
-        std::make_shared<NSVotingPanel>(game.gameID, title, [self = self_, number = ++votingPanels_] {
-            // Not at once: it is the panel that calls.
-            onPage(self, [number](NSDescriptionView& page) {
-                if (number == page.votingPanels_) page.closeVotingPanel();
-            });
-        });
-    if (callbacks_.showVotingPanel) callbacks_.showVotingPanel(votingPanel_);
-}
-
-void NSDescriptionView::closeVotingPanel() {
-    if (const auto panel = std::exchange(votingPanel_, nullptr); panel && callbacks_.votingPanelClosed) {
-        callbacks_.votingPanelClosed();
-    }
-}
-
-void NSDescriptionView::playTrailer(const Game& game) {
-    if (!game) return;
-    if (!game->trailer || game->trailer->empty()) {
-        MVAlert::showAlertMessage(localized("There is no trailer available."), "Warning");
-        return;
-    }
-    // Whether there is a network at all is asked for first, which takes its time.
-    inBackground("app.morvane.descriptionViewTrailer",
-                 [self = self_, game, width = trailerWidth_, height = trailerHeight_] {
-                     const std::string html = game->trailerHTMLwithSize(width, height);
-                     onPage(self, [game, html](NSDescriptionView& page) {
-                         page.showWindow(localized("Trailer"), html, *game->trailer);
-                     });
-                 });
-}
-
-void NSDescriptionView::watchInstructions(const Game& game) {
-    if (game)
-        watchInstructionsForSource(game,
-                                   game->gameSourcesList.empty() ? "Other" : game->gameSourcesList.front());
-}
-
-void NSDescriptionView::watchInstructionsForSource(const Game& game, const std::string& source) {
-    if (!game) return;
-    inBackground("app.morvane.descriptionViewInstructions", [self = self_, source, free = game->isGameFree,
-                                                             width = trailerWidth_, height = trailerHeight_] {
-        const auto linkFor = [](const std::string& name) {
-            const auto answer = catalogue::answerOf(catalogue::instructionsAddress(name));
-            return answer && MVString::isValidUtf8(*answer) ? MVString::trimmed(*answer) : "";
-        };
-        std::string link = linkFor(source);
-        if (link.empty()) link = linkFor(free ? "Free" : "Other");
-        const std::string page = NSGameData::videoPlayerPageFromLink(link, width, height);
-        onPage(self, [page, link](NSDescriptionView& view) {
-            view.showWindow(localized("Instructions"), page, link);
-        });
-    });
-}
-
-void NSDescriptionView::showCrossOverAlternative(const Game& game) {
-    if (!game || !isWebLink(game->crossoverAlternative)) return;
-    inBackground("app.morvane.descriptionViewCrossOver", [address = game->crossoverAlternative] {
-        const std::string tie = crossTieOf(catalogue::answerOf(address).value_or(""));
-        const bool installs = !tie.empty() && workspace::opensScheme("com-codeweavers-crossover-crosstie");
-        const std::string link =
-            installs ? filled("com-codeweavers-crossover-crosstie:install?crosstie=%@", {tie}) : address;
-        MVThread::dispatchBlockInMainQueue([link] { host().userInterface.openLink(link); });
-    });
 }
 
 }  // namespace morvane

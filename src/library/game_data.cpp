@@ -1,5 +1,7 @@
 #include "library/game_data.h"
 
+#include "library/game_data.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -15,6 +17,7 @@
 #include "foundation/settings.h"
 #include "foundation/text.h"
 #include "library/catalogue_addresses.h"
+#include "library/description_view.h"
 #include "library/icon_cache.h"
 #include "platform/files.h"
 #include "platform/host.h"

@@ -1,3 +1,5 @@
+#include "library/game_installation.h"
+
 // From a game of the catalogue to an installed port: the decisions, the place, the port file.
 
 #include <algorithm>
@@ -60,8 +62,8 @@ bool automaticFolderSave() {
 std::optional<std::string> automaticTarget(const NSGameData& game) {
     const std::string name = fileNameOf(game);
     if (name.empty()) return std::nullopt;
-    const auto place = pathInside(NSDescriptionView::defaultGamesFolder(), name + ".app", Levels::one,
-                                  localized("the game's name"));
+    const auto place =
+        pathInside(defaultGamesFolder(), name + ".app", Levels::one, localized("the game's name"));
     const bool isFree = place && files::kindOf(*place) == files::Kind::none;
     return isFree ? std::optional(*place) : std::nullopt;
 }
@@ -69,7 +71,7 @@ std::optional<std::string> automaticTarget(const NSGameData& game) {
 std::optional<std::string> askForTarget(const NSGameData& game) {
     SavePanel panel;
     panel.title = localized("Create Port at...");
-    panel.startFolder = NSDescriptionView::defaultGamesFolder();
+    panel.startFolder = defaultGamesFolder();
     panel.proposedName = proposedNameOf(game);
     panel.types = {"app"};
     return MVAlert::chooseSavePath(panel);
@@ -79,7 +81,7 @@ std::optional<std::string> askForBaseGame(std::int64_t id) {
     NSValidPortDelegate valid(id);
     OpenPanel panel;
     panel.title = localized("Install at Port...");
-    panel.startFolder = NSDescriptionView::defaultGamesFolder();
+    panel.startFolder = defaultGamesFolder();
     panel.types = {"app"};
     panel.shouldEnable = [&valid](const std::string& path) { return valid.shouldEnable(path); };
     for (const bool any : {false, true}) {
@@ -95,8 +97,7 @@ std::optional<std::string> chooseTarget(const NSGameData& game) {
         auto target = automaticFolderSave() ? automaticTarget(game) : std::nullopt;
         return target ? target : askForTarget(game);
     }
-    auto base =
-        automaticFolderSave() ? NSDescriptionView::validPortWithGameID(game.gameDependencyID) : std::nullopt;
+    auto base = automaticFolderSave() ? validPortWithGameID(game.gameDependencyID) : std::nullopt;
     return base ? base : askForBaseGame(game.gameDependencyID);
 }
 
@@ -128,6 +129,21 @@ void storeDescription(const Dictionary& description, const std::string& wrapper)
     }
 }
 
+/// A worker. What is to be replaced is back in its place after a failure.
+bool installCkiAtPath(const std::string& cki, const std::string& target, const NSGameData& game,
+                      WrapperCreation& creation) {
+    const std::optional<Dictionary> description = game.descriptionDictionary;
+    // An add-on goes into the wrapper that is there.
+    const Replacing replacing = game.gameDependencyID == 0 ? Replacing::yes : Replacing::no;
+    if (creation.installCKI(cki, target, Trust::yes, replacing) != 0) return false;
+    if (!description) return true;
+    storeDescription(*description, target);
+    for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(target)) {
+        storeDescription(*description, launcher.path);
+    }
+    return true;
+}
+
 }  // namespace
 
 bool NSValidPortDelegate::doesPathMatches(const std::string& path) const {
@@ -145,14 +161,14 @@ std::vector<std::string> sourcesOf(const NSGameData& game) {
     return game.gameSourcesList.empty() ? std::vector<std::string>{otherSource} : game.gameSourcesList;
 }
 
-std::string NSDescriptionView::defaultGamesFolder() {
+std::string defaultGamesFolder() {
     for (const std::string& folder : NSAppsArray::validAppsFolders()) {
         if (files::isWritable(folder)) return folder.ends_with('/') ? folder : folder + "/";
     }
     return host().folders.desktop + "/";
 }
 
-std::optional<std::string> NSDescriptionView::validPortWithGameID(std::int64_t id) {
+std::optional<std::string> validPortWithGameID(std::int64_t id) {
     if (id < firstKnownID) return std::nullopt;
     const auto holdsIt = [id](const std::string& path) {
         return Wrapper(path).exists() && NSGameData::getIdentifierOfGameAtPath(path) == id;
@@ -171,27 +187,17 @@ std::optional<std::string> NSDescriptionView::validPortWithGameID(std::int64_t i
     return std::nullopt;
 }
 
-void NSDescriptionView::clickAction() {
-    const Game game = gameData_;
-    if (!game) return;
-    if (game->isGameInTheServer) {
-        installGame(game);
-    } else {
-        playGame(game);
-    }
-}
-
-void NSDescriptionView::installGame(const Game& game) {
+void GameInstallation::installGame(const GamePointer& game) {
     if (!game) return;
     if (game->isGameNative) return openBuyingLinkForNativeGame(game);
-    if (shift_ == Shift::held) {
+    if (page_.shift() == Shift::held) {
         downloadGameCKI(game);
-        return titleActionButton();
+        return page_.titleActionButton();
     }
     runOrInstallGame(game);
 }
 
-void NSDescriptionView::openBuyingLinkForNativeGame(const Game& game) {
+void GameInstallation::openBuyingLinkForNativeGame(const GamePointer& game) {
     if (!game) return;
     const auto link = linkOfSource(*game, sourcesOf(*game).front());
     if (!link) {
@@ -202,20 +208,22 @@ void NSDescriptionView::openBuyingLinkForNativeGame(const Game& game) {
     host().userInterface.openLink(*link);
 }
 
-void NSDescriptionView::runOrInstallGame(const Game& game) {
+void GameInstallation::runOrInstallGame(const GamePointer& game) {
     if (!game) return;
-    if (const auto installed = validPortWithGameID(game->gameID)) return updateAndRunWrapper(*installed);
+    if (const auto installed = validPortWithGameID(game->gameID))
+        return page_.actions().updateAndRunWrapper(*installed);
     if (doYouAgreeWithTheLicenseAgreement()) chooseDownloadSource(game);
 }
 
-void NSDescriptionView::chooseDownloadSource(const Game& game, const std::optional<std::string>& target) {
+void GameInstallation::chooseDownloadSource(const GamePointer& game,
+                                            const std::optional<std::string>& target) {
     if (!game) return;
     const std::vector<std::string> sources = sourcesOf(*game);
     if (sources.size() == 1) return downloadCkiOfSourceWithName(game, sources.front(), target);
     Dialog sheet;
     sheet.title = localized("Choose a source");
     sheet.text = localized("Select the game version you already own or want to buy.");
-    for (const SourceIcon& icon : setSourceIcons(sources)) {
+    for (const NSDescriptionView::SourceIcon& icon : NSDescriptionView::setSourceIcons(sources)) {
         sheet.buttons.push_back(icon.source);
         sheet.buttonPictures.push_back(icon.image);
     }
@@ -224,7 +232,7 @@ void NSDescriptionView::chooseDownloadSource(const Game& game, const std::option
     if (chosen < sources.size()) downloadCkiOfSourceWithName(game, sources[chosen], target);
 }
 
-bool NSDescriptionView::shouldInstallGameOrOpenLinkOfGame(const Game& game, const std::string& source) {
+bool GameInstallation::shouldInstallGameOrOpenLinkOfGame(const GamePointer& game, const std::string& source) {
     const auto link = linkOfSource(*game, source);
     const std::string kind = game->gameDependencyID != 0 ? localized("an add-on") : localized("a game");
     const std::string origin =
@@ -268,7 +276,7 @@ bool NSDescriptionView::shouldInstallGameOrOpenLinkOfGame(const Game& game, cons
             host().userInterface.openLink(*link);
             return game->isGameFree;
         case Choice::instructions:
-            watchInstructionsForSource(game, source);
+            page_.pages().watchInstructionsForSource(game, source);
             return false;
         case Choice::cancel:
             return false;
@@ -276,8 +284,8 @@ bool NSDescriptionView::shouldInstallGameOrOpenLinkOfGame(const Game& game, cons
     return false;
 }
 
-void NSDescriptionView::downloadCkiOfSourceWithName(const Game& game, const std::string& source,
-                                                    const std::optional<std::string>& wanted) {
+void GameInstallation::downloadCkiOfSourceWithName(const GamePointer& game, const std::string& source,
+                                                   const std::optional<std::string>& wanted) {
     if (!game || !shouldInstallGameOrOpenLinkOfGame(game, source)) return;
     const auto target = wanted ? wanted : chooseTarget(*game);
     if (!target) return;
@@ -292,8 +300,7 @@ void NSDescriptionView::downloadCkiOfSourceWithName(const Game& game, const std:
     downloadCkiFromSource(game, source, *target);
 }
 
-std::optional<NSDescriptionView::DownloadedCki> NSDescriptionView::pathForDownloadedCkiOfSource(
-    const std::string& source) {
+std::optional<DownloadedCki> pathForDownloadedCkiOfSource(const std::string& source) {
     auto folder = files::PrivateFolder::make(host().folders.temporary);
     if (!folder) {
         MVAlert::showAlertErrorMessage(
@@ -309,39 +316,25 @@ std::optional<NSDescriptionView::DownloadedCki> NSDescriptionView::pathForDownlo
     return DownloadedCki{std::move(made), *std::move(file)};
 }
 
-void NSDescriptionView::downloadCkiFromSource(const Game& game, const std::string& source,
-                                              const std::string& target) {
-    MVThread::dispatchQueueWithName("app.morvane.descriptionViewDownloadCkiAndInstall", Priority::normal,
-                                    [self = self_, game, progress = progress_, source, target] {
-                                        const auto creation = building::cancellableCreation(progress);
-                                        const auto cki = pathForDownloadedCkiOfSource(source);
-                                        const std::string address =
-                                            catalogue::downloadAddress(game->gameID, source);
-                                        if (!cki || !downloadCkiFile(*creation, address, cki->path)) return;
-                                        if (!installCkiAtPath(cki->path, target, *game, *creation)) return;
-                                        onPage(self, [game, target](NSDescriptionView& page) {
-                                            const auto& addPort = page.callbacks_.addPort;
-                                            if (game->gameDependencyID == 0 && addPort) addPort(target);
-                                            page.setGameData(NSGameData::initWithPath(target), {});
-                                        });
-                                    });
+void GameInstallation::downloadCkiFromSource(const GamePointer& game, const std::string& source,
+                                             const std::string& target) {
+    MVThread::dispatchQueueWithName(
+        "app.morvane.descriptionViewDownloadCkiAndInstall", Priority::normal,
+        [self = page_.handle(), game, progress = page_.progress(), source, target] {
+            const auto creation = building::cancellableCreation(progress);
+            const auto cki = pathForDownloadedCkiOfSource(source);
+            const std::string address = catalogue::downloadAddress(game->gameID, source);
+            if (!cki || !downloadCkiFile(*creation, address, cki->path)) return;
+            if (!installCkiAtPath(cki->path, target, *game, *creation)) return;
+            NSDescriptionView::onPage(self, [game, target](NSDescriptionView& page) {
+                const auto& addPort = page.callbacks().addPort;
+                if (game->gameDependencyID == 0 && addPort) addPort(target);
+                page.setGameData(NSGameData::initWithPath(target), {});
+            });
+        });
 }
 
-bool NSDescriptionView::installCkiAtPath(const std::string& cki, const std::string& target,
-                                         const NSGameData& game, WrapperCreation& creation) {
-    const std::optional<Dictionary> description = game.descriptionDictionary;
-    // An add-on goes into the wrapper that is there.
-    const Replacing replacing = game.gameDependencyID == 0 ? Replacing::yes : Replacing::no;
-    if (creation.installCKI(cki, target, Trust::yes, replacing) != 0) return false;
-    if (!description) return true;
-    storeDescription(*description, target);
-    for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(target)) {
-        storeDescription(*description, launcher.path);
-    }
-    return true;
-}
-
-void NSDescriptionView::downloadGameCKI(const Game& game) {
+void GameInstallation::downloadGameCKI(const GamePointer& game) {
     if (!game) return;
     const std::vector<std::string> sources = sourcesOf(*game);
     Form form{.fields = {{.kind = FormField::Kind::choice,
@@ -366,7 +359,7 @@ void NSDescriptionView::downloadGameCKI(const Game& game) {
     const std::string address =
         filled("%@%@.cki", {game->gamePath, MVString::stringToWebStructure(sources[chosen])});
     MVThread::dispatchQueueWithName("app.morvane.descriptionViewDownloadCKI", Priority::normal,
-                                    [progress = progress_, address, path = *path] {
+                                    [progress = page_.progress(), address, path = *path] {
                                         Download download(progress);
                                         downloadCkiFile(download, address, path);
                                     });

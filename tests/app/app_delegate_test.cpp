@@ -518,7 +518,7 @@ TEST_F(Shell, TellsOfWhatIsThereAndOfEachEnd) {
     app->gamePage().openLocalItem(one);
     settle();
     asking.told.clear();
-    app->gamePage().rateGame(app->gamePage().gameData());
+    app->gamePage().pages().rateGame(app->gamePage().gameData());
     settle();
     // What has left the disk is nowhere shown.
     ui.expect("Do you want to remove that app only").answer("Remove from Disk");

@@ -235,7 +235,7 @@ TEST_F(DescriptionView, AsksBeforeItInstalls) {
         const auto bar = text.find("| ");
         text = start + text.substr(0, bar) + middle + text.substr(bar + 2);
         ui.expect(text).titleIs("Install App").defaultIs("Install Now").answer(row.press);
-        EXPECT_EQ(page->shouldInstallGameOrOpenLinkOfGame(game, row.source), row.result);
+        EXPECT_EQ(page->installation().shouldInstallGameOrOpenLinkOfGame(game, row.source), row.result);
         EXPECT_EQ(ui.dialogs.back().text, text);
         EXPECT_EQ(ui.dialogs.back().buttons, row.buttons);
         EXPECT_EQ(ui.dialogs.back().iconPath,
@@ -373,7 +373,7 @@ TEST_F(DescriptionView, ChoosesThePlace) {
             ui.expect("The informed file isn't available.").answer("No");
             ui.expectError("The CKI download failed for some unknown reason!");
         }
-        page->chooseDownloadSource(page->gameData());
+        page->installation().chooseDownloadSource(page->gameData());
         settle();
         EXPECT_EQ(ui.savePanels.empty() ? "" : ui.savePanels.back().proposedName, row.proposal);
     }
@@ -382,20 +382,20 @@ TEST_F(DescriptionView, ChoosesThePlace) {
     valid.anyCaskeryPortAllowed = true;
     EXPECT_TRUE(valid.shouldEnable(elsewhere) && !valid.shouldEnable(games + "Taken.app"));
     EXPECT_EQ(get(games + "Taken.app/save.dat"), "saved");
-    EXPECT_EQ(NSDescriptionView::validPortWithGameID(3), base);
-    EXPECT_EQ(NSDescriptionView::validPortWithGameID(1), std::nullopt);
+    EXPECT_EQ(validPortWithGameID(3), base);
+    EXPECT_EQ(validPortWithGameID(1), std::nullopt);
 }
 
 TEST_F(DescriptionView, PortFilesPassThroughAFolderOfTheirOwn) {
     for (const char* source : {"../../x", "a/b", ""}) {
         ui.expectError("");
         const auto cki =
-            NSDescriptionView::pathForDownloadedCkiOfSource(source + std::string(*source == 0, '\n'));
+            pathForDownloadedCkiOfSource(source + std::string(*source == 0, '\n'));
         EXPECT_FALSE(cki) << source;
     }
     {
-        const auto first = NSDescriptionView::pathForDownloadedCkiOfSource("GOG");
-        const auto second = NSDescriptionView::pathForDownloadedCkiOfSource("GOG");
+        const auto first = pathForDownloadedCkiOfSource("GOG");
+        const auto second = pathForDownloadedCkiOfSource("GOG");
         ASSERT_TRUE(first && second);
         EXPECT_EQ(first->path, first->folder.path() + "/GOG.cki");
         EXPECT_NE(first->path, second->path);
@@ -404,7 +404,7 @@ TEST_F(DescriptionView, PortFilesPassThroughAFolderOfTheirOwn) {
     fs::remove(temporary);
     fs::create_directory_symlink(home, temporary);
     ui.expectError("Error while creating folder: " + temporary);
-    EXPECT_FALSE(NSDescriptionView::pathForDownloadedCkiOfSource("GOG"));
+    EXPECT_FALSE(pathForDownloadedCkiOfSource("GOG"));
 }
 
 TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {
@@ -430,7 +430,7 @@ TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {
         site.answer("/ckis/download.php", {.body = body});
         install();
         ui.expectError("");
-        page->chooseDownloadSource(page->gameData());
+        page->installation().chooseDownloadSource(page->gameData());
         settle();
         EXPECT_EQ(get(save), "saved") << body;
     }
@@ -451,14 +451,14 @@ TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {
             EXPECT_TRUE(progress->cancel());
         }
     });
-    page->chooseDownloadSource(page->gameData());
+    page->installation().chooseDownloadSource(page->gameData());
     settle();
     EXPECT_EQ(get(save), "saved");
     EXPECT_FALSE(progress->cancel()) << "there is nothing to cancel any more";
 
     publish();
     install();
-    page->chooseDownloadSource(page->gameData());
+    page->installation().chooseDownloadSource(page->gameData());
     settle();
     EXPECT_EQ(asked("/ckis/download.php?id=21&type=GOG"), 4);
     EXPECT_FALSE(exists(save));
@@ -487,7 +487,7 @@ TEST_F(DescriptionView, ShowsNothingThatIsGone) {
         ui.expect("Do you want to remove that app only").answer(row.button);
         const bool deletes = std::string(row.button) == "Remove from Disk";
         if (deletes) ui.expect("Are you sure that you want to remove").answer("Yes");
-        page->removeGame(NSGameData::initWithPath(path));
+        page->actions().removeGame(NSGameData::initWithPath(path));
         if (deletes) {
             EXPECT_TRUE(page->page().hasGame) << "until it is gone";
         }
@@ -511,7 +511,7 @@ TEST_F(DescriptionView, IsGoneBeforeAnInstallationEnds) {
     show(entry({.id = 21, .name = "Half Life"}));
     ui.expect("If you never").answer("Install Now");
     ui.expectSave("Create Port at...", games + "Mine.app");
-    page->chooseDownloadSource(page->gameData());
+    page->installation().chooseDownloadSource(page->gameData());
     page.reset();
     settle();
     EXPECT_TRUE(exists(games + "Mine.app/mv_desc.ckii"));
@@ -562,7 +562,7 @@ TEST_F(DescriptionView, RunsAGame) {
         if (row.program != nullptr) put(path + "/Contents/Resources/drive_c" + row.program, "MZ");
         put(log, "log");
         if (row.error != nullptr) ui.expectError(row.error);
-        page->updateAndRunWrapper(path);
+        page->actions().updateAndRunWrapper(path);
         settle();
         EXPECT_EQ(ran(), row.runs);
         EXPECT_EQ(exists(log), std::string(row.name) != "galaxy");
@@ -570,20 +570,20 @@ TEST_F(DescriptionView, RunsAGame) {
     }
     fs::remove(games + "galaxy.app/Contents/Frameworks/bin/Caskery");
     ui.expectError("Not a valid Caskery wrapper!");
-    page->runWrapper(games + "galaxy.app", games + "galaxy.app/Contents/MacOS/CaskeryLauncher");
+    page->actions().runWrapper(games + "galaxy.app", games + "galaxy.app/Contents/MacOS/CaskeryLauncher");
     settle();
     EXPECT_EQ(ran(), "fn on\nfn off\n");
     fs::remove(runs);
     fs::remove(games + "plain.app/Contents/MacOS/CaskeryLauncher");
     ui.expectError("The App is corrupted! The executable is missing!");
-    page->updateAndRunWrapper(games + "plain.app");
+    page->actions().updateAndRunWrapper(games + "plain.app");
     settle();
     ui.expectError("The App was moved!");
-    page->updateAndRunWrapper(games + "gone.app");
+    page->actions().updateAndRunWrapper(games + "gone.app");
     settle();
     EXPECT_EQ(ran(), "");
     ui.expect("Do you want to see the debug logs?").titleIs("Debug").defaultIs("Yes").answer("Yes");
-    page->runDebugModeOfWrapper(games + "program.app");
+    runDebugModeOfWrapper(games + "program.app");
     settle();
     EXPECT_EQ(ui.opened, Names{games + "program.app/Contents/Resources/Logs/LastRunWine.log"});
 }
@@ -596,7 +596,7 @@ TEST_F(DescriptionView, OffersToUpdateAnOldWrapperAndRunsItAnyway) {
         "only "
         "work in your computer if you are using the most recent version. Do you want to update it?";
     ui.expect(question).titleIs("Outdated Wrapper").defaultIs("Yes").answer("No");
-    page->updateAndRunWrapper(path);
+    page->actions().updateAndRunWrapper(path);
     settle();
     EXPECT_EQ(ran(), "CaskeryLauncher \n");
     EXPECT_EQ(namesIn(masters), Names{});
@@ -604,7 +604,7 @@ TEST_F(DescriptionView, OffersToUpdateAnOldWrapperAndRunsItAnyway) {
     scriptProgram("ps", "echo '99999999 ?  S  0:00 " + path + "/Contents/x.exe'");
     ui.expect(question).answer("Yes");
     ui.expectError("Programs of " + path + " are running.");
-    page->updateAndRunWrapper(path);
+    page->actions().updateAndRunWrapper(path);
     settle();
     EXPECT_EQ(ran(), "CaskeryLauncher \nCaskeryLauncher \n");
 }
@@ -634,7 +634,7 @@ TEST_F(DescriptionView, InstallsModsAndAsksForEachClash) {
         }
         if (names.back() == "file") ui.expectError("file can't be copied to ");
         std::optional<bool> installed;
-        NSDescriptionView::installModPatchAtWrapper(path, [&](bool done) { installed = done; });
+        installModPatchAtWrapper(path, [&](bool done) { installed = done; });
         EXPECT_EQ(installed, std::nullopt) << "nothing is done while the main thread waits";
         settle();
         EXPECT_EQ(installed, names.back() != "file");
@@ -652,7 +652,7 @@ TEST_F(DescriptionView, InstallsModsAndAsksForEachClash) {
     EXPECT_EQ(namesIn(drive), (Names{"Data", "deep", "file"})) << "unpacked from where it lies";
     EXPECT_TRUE(exists(mods + "pack.ZIP"));
     ui.expectError(drive + "Data can't be copied onto itself.");
-    EXPECT_FALSE(NSDescriptionView::copyFiles({drive + "Data"}, drive));
+    EXPECT_FALSE(copyFiles({drive + "Data"}, drive));
     EXPECT_EQ(get(drive + "Data/b.txt"), "new");
 }
 
@@ -664,14 +664,14 @@ TEST_F(DescriptionView, BuysRatesAndOpensTheAlternative) {
     show(game);
     page->clickAction();
     page->openLinkForSourceButton("GOG");
-    page->showCrossOverAlternative(page->gameData());
+    page->pages().showCrossOverAlternative(page->gameData());
     settle();
     show(entry({.id = 9, .isNative = true}, "Steam=>javascript:x;;"));
     ui.expectError("There is no buying link for that game! Inform us throw the Contact Us tab!");
     page->clickAction();
-    page->rateGame(page->gameData());
+    page->pages().rateGame(page->gameData());
     settle();
-    page->rateGame(page->gameData());
+    page->pages().rateGame(page->gameData());
     settle();
     const std::string rating = "Rating \"Half Life\" on NVIDIA";
     EXPECT_EQ(events, (Names{rating, "closed", rating}));
@@ -679,7 +679,7 @@ TEST_F(DescriptionView, BuysRatesAndOpensTheAlternative) {
     votingPanel->applyVote();
     settle();
     EXPECT_EQ(events.back(), "closed");
-    page->rateGame(page->gameData());
+    page->pages().rateGame(page->gameData());
     settle();
     page.reset();
     EXPECT_EQ(events, (Names{rating, "closed", rating, "closed", rating, "closed"}));
