@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "app/app_delegate.h"
+#include "app/port_files.h"
 #include "building/cancellable_creation.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
@@ -42,23 +43,6 @@ void runExe(const char* label, const std::string& wrapper, const std::string& pr
         MVTask::ignoreEnding(MVTask::runProgram(Wrapper(wrapper).tool(), std::nullopt,
                                                 MVTask::Arguments({program}), Wait::no));
     });
-}
-
-void storeBackup(const std::string& archive, const std::string& bundle) {
-    if (const auto done = files::write(bundle + layout::backupCki, archive, files::Atomically::yes); !done) {
-        MVAlert::showAlertErrorMessage(
-            localized("The port description of %@ could not be stored: %@", {bundle, done.error().why}));
-    }
-}
-
-/// Into the wrapper and each Custom EXE launcher of it.
-void storeBackups(const Value& description, const std::string& wrapper) {
-    const auto archive = typed_stream::archive(description);
-    if (!archive) return MVAlert::showAlertErrorMessage(archive.error().message());
-    storeBackup(*archive, wrapper);
-    for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(wrapper)) {
-        storeBackup(*archive, launcher.path);
-    }
 }
 
 /// Answers should be ASCII; names in them often are not.
@@ -125,13 +109,9 @@ void AppDelegate::withCreation(const char* label,
 
 void AppDelegate::installCkiFile(const std::string& path) {
     withCreation("app.morvane.installCkiFile", [self = self_, path](const auto& creation) {
-        auto description = NSUtilities::loadArchivedObjectFromFile(path, "CKI");
-        // The handler keeps the creation for as long as it builds.
-        creation->createPortFromCKIFile(path, [self, creation, description = std::move(description)](
-                                                  bool failed, const std::string& wrapper) {
-            if (failed) return;
-            if (description) storeBackups(*description, wrapper);
-            onDelegate(self, [wrapper](AppDelegate& app) {
+        installPortFile(creation, {.path = path}, [self](const std::optional<std::string>& made) {
+            if (!made) return;
+            onDelegate(self, [wrapper = *made](AppDelegate& app) {
                 app.library_.addPort(wrapper);
                 app.view_.portInstalled(wrapper);
             });

@@ -277,13 +277,17 @@ std::vector<ForeseenQuestion> questionsOf(const BuildPlan& plan) {
 }
 
 std::vector<ForeseenQuestion> questionsOfBuild(const Build& build, const NSPortData& port,
-                                               const std::string& wrapper, Trust trust) {
+                                               const std::string& wrapper, Place place) {
     Planner planner(build, port, wrapper, AskForSizes::no);
-    if (trust == Trust::yes) {
-        planner.addSignature();
-    } else {
-        planner.addOpening(Place::proposed);
-    }
+    planner.addOpening(place);
+    planner.addRequirements();
+    return questionsOf(planner.finished());
+}
+
+std::vector<ForeseenQuestion> questionsOfTrustedBuild(const Build& build, const NSPortData& port,
+                                                      const std::string& wrapper) {
+    Planner planner(build, port, wrapper, AskForSizes::no);
+    planner.addSignature();
     planner.addRequirements();
     return questionsOf(planner.finished());
 }

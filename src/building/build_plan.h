@@ -52,10 +52,13 @@ enum class Place { chosen, proposed };
 
 /// All that will be asked, in order, with what is not asked this time.
 [[nodiscard]] std::vector<ForeseenQuestion> questionsOf(const BuildPlan& plan);
-/// What the installation of such a port will ask, from the first question on: with trust, from the check of
-/// the port on. Asks no server for sizes.
+/// What the installation of such a port will ask, from the first question on. Asks no server for sizes.
 [[nodiscard]] std::vector<ForeseenQuestion> questionsOfBuild(const Build& build, const NSPortData& port,
-                                                             const std::string& wrapper, Trust trust);
+                                                             const std::string& wrapper, Place place);
+/// The same of a port of the catalogue, from the check of the port on.
+[[nodiscard]] std::vector<ForeseenQuestion> questionsOfTrustedBuild(const Build& build,
+                                                                    const NSPortData& port,
+                                                                    const std::string& wrapper);
 /// The same of a blank wrapper, whose place is known.
 [[nodiscard]] std::vector<ForeseenQuestion> questionsOfBlank(const Build& build, const NSPortData& port,
                                                              const std::string& wrapper);

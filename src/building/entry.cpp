@@ -85,16 +85,19 @@ NSCustomPortView choicesOf(const Form& panel) {
 
 }  // namespace
 
-void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionHandler handler) {
+void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionHandler handler,
+                                            const std::optional<std::string>& place) {
     const std::string name = files::withoutExtension(files::lastComponent(file));
     // A port that cannot be read asks nothing; why is told when it is to be installed.
     const bool goesOn = MVAlert::canBeAnswered([&]() -> std::vector<ForeseenQuestion> {
         const auto port = NSPortData::initWithCkiAtPath(file);
         if (!checkPort(port)) return {};
-        return questionsOfBuild(*this, *port, files::join(folderForNewPorts(), name + ".app"), Trust::no);
+        if (place) return questionsOfBuild(*this, *port, *place, Place::chosen);
+        return questionsOfBuild(*this, *port, files::join(folderForNewPorts(), name + ".app"),
+                                Place::proposed);
     });
     if (!goesOn || !doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort()) return;
-    const auto wrapper = askWhereToSave(name, nullptr);
+    const auto wrapper = place ? place : askWhereToSave(name, nullptr);
     if (!wrapper) return;
     MVThread::dispatchQueueWithName("app.morvane.wrapperCreationInstallCki", Priority::normal,
                                     [this, file, wrapper = *wrapper, handler = std::move(handler)] {
@@ -118,7 +121,7 @@ bool WrapperCreation::canAnswerFor(const std::optional<Result<NSPortData>>& port
                                    Trust trust) {
     // A file that the user has opened was looked at before its first question.
     if (trust == Trust::no || !checkPort(port)) return true;
-    return MVAlert::canBeAnswered([&] { return questionsOfBuild(*this, **port, wrapper, trust); }) ||
+    return MVAlert::canBeAnswered([&] { return questionsOfTrustedBuild(*this, **port, wrapper); }) ||
            errorWithMessage(std::nullopt);
 }
 

@@ -28,7 +28,9 @@ class WrapperCreation : public Build {
     /// Any thread; asks, then goes on in the background, where this object is used until the handler has
     /// returned. Where nobody can be asked later, answers that will be missing end it first, as they do in
     /// `installCKI` with trust.
-    void createPortFromCKIFile(const std::string& file, CompletionHandler handler);
+    /// The wrapper's place is asked for unless it is given.
+    void createPortFromCKIFile(const std::string& file, CompletionHandler handler,
+                               const std::optional<std::string>& place = {});
     /// 0 for success, -1 for failure. With `Replacing::yes` what lies in the wrapper's place steps aside
     /// while the wrapper is built, and is gone when it is there; after a failure it is put back, or the user
     /// is told where it is.

@@ -153,9 +153,7 @@ int savePortFile(Session& session, std::int64_t id, const std::string& source, c
     const int ended = page.open(id, [&](NSDescriptionView& view) {
         const auto game = view.gameData();
         if (!isSourceOf(session, *game, source)) return int{failed};
-        session.answers().addChoice("Save CKI at...", path);
-        session.answers().addAnswer("Source", {source, {}});
-        view.installation().downloadGameCKI(game);
+        view.installation().downloadGameCKITo(game, source, path);
         return int{done};
     });
     if (ended == done) session.console().print(path);

@@ -22,7 +22,6 @@ Result<> fillAnswers(Answers& answers, const Parsed& parsed) {
     for (const std::string& option : parsed.choices) {
         if (auto checked = answers.addChoice(option); !checked) return checked;
     }
-    if (!parsed.to.empty()) answers.addChoice("Create Port at...", parsed.to);
     answers.defaults = parsed.defaults;
     return {};
 }

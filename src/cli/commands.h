@@ -8,6 +8,7 @@
 
 #include "building/port_checks.h"
 #include "cli/session.h"
+#include "library/apps_array.h"
 #include "server/catalogue_publish.h"
 
 namespace morvane::cli {
@@ -16,7 +17,7 @@ enum class Waiting { no, yes };
 enum class EngineKind { thin, full };
 
 /// `install FILE.cki --to PATH.app`.
-int install(Session& session, const std::string& file);
+int install(Session& session, const std::string& file, const std::string& to);
 /// `blank PATH.app --engine NAME`.
 int blank(Session& session, const std::string& path, const NSCustomPortView& view);
 /// `plan FILE.cki [--to PATH.app] [--answers] [--json]`. What `install` would do, or the command line that
@@ -114,9 +115,8 @@ int listLibrary(Session& session, const std::vector<std::string>& words);
 int scanLibrary(Session& session);
 /// `library add PATH...`.
 int addToLibrary(Session& session, const std::vector<std::string>& paths);
-enum class FromDisk { no, yes };
 /// `library remove PATH [--disk]`. From the disk only after a question.
-int removeFromLibrary(Session& session, const std::string& path, FromDisk fromDisk);
+int removeFromLibrary(Session& session, const std::string& path, RemovedFrom from);
 /// `library order name|size|none`. The order is kept.
 int orderLibrary(Session& session, const std::string& order);
 /// `library move FROM TO`. Places as listed.

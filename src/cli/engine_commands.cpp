@@ -37,11 +37,11 @@ int listEngines(Session& session) {
 }
 
 int prepareEngine(Session& session, const std::string& name) {
-    return session.withCreation([&](WrapperCreation& creation) {
+    return session.withCreation([&](const std::shared_ptr<WrapperCreation>& creation) {
         // The store has one writer at a time.
         const building::SoleChange change;
         if (!change.granted()) return static_cast<int>(failed);
-        const bool prepared = prepareEngine(creation, name, std::nullopt);
+        const bool prepared = prepareEngine(*creation, name, std::nullopt);
         // It may have come, or been converted, under another name.
         const auto archive = building::storedEngineArchive(building::engineForWrapper(name, Wrapper("")));
         if (!prepared || !archive) return session.fail("The engine " + name + " is not available.");

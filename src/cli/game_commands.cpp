@@ -56,14 +56,15 @@ int installMod(Session& session, const std::string& app, const std::vector<std::
         if (!MVFileManager::fileExistsAtPath(expandedPath(path)))
             return session.fail("There is nothing at " + expandedPath(path) + ".");
     }
-    if (!paths.empty()) {
-        session.answers().addChoices("Select the Mod/Patch file(s) and/or folder(s)", paths);
-    }
-    if (!to.empty()) session.answers().addChoice("Select the destination", to);
+    ModPatch mod;
+    for (const std::string& path : paths) mod.files.push_back(expandedPath(path));
+    if (!to.empty()) mod.destination = expandedPath(to);
+    if (!to.empty() && !MVFileManager::directoryExistsAtPath(mod.destination))
+        return session.fail(mod.destination + " is no folder.");
     bool isInstalled = false;
     const int ended = session.untilIdle([&] {
-        installModPatchAtWrapper(wrapper,
-                                                    [&](bool installed) { isInstalled = installed; });
+        installModPatchAtWrapper(
+            wrapper, [&](bool installed) { isInstalled = installed; }, mod);
         return int{done};
     });
     return ended == done && !isInstalled ? session.fail("Nothing was installed.") : ended;

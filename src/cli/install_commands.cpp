@@ -1,9 +1,11 @@
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 
 #include "app/app_delegate.h"
+#include "app/port_files.h"
 #include "building/agreement.h"
 #include "building/build_plan.h"
 #include "building/main_program.h"
@@ -18,16 +20,15 @@ namespace morvane::cli {
 
 namespace {
 
-/// The end of a creation that goes on in the background: the handler's answer, or none when it stopped
-/// before.
+/// The end of an installation that goes on in the background: its wrapper, or none when it stopped before.
 class Completion {
   public:
-    WrapperCreation::CompletionHandler handler() {
+    std::function<void(const std::optional<std::string>&)> handler() {
         // The handler's last copy goes when the creation is over, called or not.
         auto ending = std::shared_ptr<Completion>(this, [](Completion* completion) { completion->end(); });
-        return [ending](bool failure, const std::string& wrapper) {
+        return [ending](const std::optional<std::string>& wrapper) {
             std::lock_guard lock(ending->mutex_);
-            ending->wrapper_ = failure ? "" : wrapper;
+            ending->wrapper_ = wrapper.value_or("");
         };
     }
 
@@ -51,9 +52,9 @@ class Completion {
     std::string wrapper_;
 };
 
-}  // namespace
-
-namespace {
+std::string withAppEnding(const std::string& path) {
+    return path.ends_with(".app") ? path : path + ".app";
+}
 
 /// The program that the wrapper starts, when it is not there; as its settings name it.
 std::optional<std::string> missingProgram(const std::string& wrapper) {
@@ -89,16 +90,18 @@ int finished(Session& session, const std::string& wrapper) {
     return done;
 }
 
-int install(Session& session, const std::string& file) {
+int install(Session& session, const std::string& file, const std::string& to) {
     std::string wrapper;
+    PortFile port{.path = expandedPath(file)};
     // Before anybody reads a licence.
-    if (files::kindBehind(expandedPath(file)) != files::Kind::file)
-        return session.fail("There is no file at " + expandedPath(file) + ".");
+    if (files::kindBehind(port.path) != files::Kind::file)
+        return session.fail("There is no file at " + port.path + ".");
+    if (!to.empty()) port.place = withAppEnding(expandedPath(to));
     // On a fresh home, the place that the plan proposes is not there yet.
     AppDelegate::verifyNeededFolders();
-    const int result = session.withCreation([&](WrapperCreation& creation) {
+    const int result = session.withCreation([&](const std::shared_ptr<WrapperCreation>& creation) {
         Completion completion;
-        creation.createPortFromCKIFile(expandedPath(file), completion.handler());
+        installPortFile(creation, port, completion.handler());
         wrapper = completion.wait();
         return finished(session, wrapper);
     });
@@ -108,17 +111,16 @@ int install(Session& session, const std::string& file) {
 }
 
 int blank(Session& session, const std::string& path, const NSCustomPortView& view) {
-    std::string wrapper = expandedPath(path);
-    if (!wrapper.ends_with(".app")) wrapper += ".app";
+    const std::string wrapper = withAppEnding(expandedPath(path));
     bool built = false;
-    const int result = session.withCreation([&](WrapperCreation& creation) {
+    const int result = session.withCreation([&](const std::shared_ptr<WrapperCreation>& creation) {
         const bool goesOn = MVAlert::canBeAnswered([&]() -> std::vector<ForeseenQuestion> {
             const auto port = portOfBlank(wrapper, view);
             if (!port) return {};
-            return questionsOfBlank(creation, *port, wrapper);
+            return questionsOfBlank(*creation, *port, wrapper);
         });
         if (!goesOn || !doYouAgreeWithTheLicenseAgreement()) return static_cast<int>(failed);
-        built = creation.createBlankWrapperAtPath(wrapper, view) == 0;
+        built = creation->createBlankWrapperAtPath(wrapper, view) == 0;
         return finished(session, built ? wrapper : "");
     });
     // The wrapper is there, whatever becomes of the list; that it could not be changed is told.

@@ -27,7 +27,7 @@ void addLibraryCommands(CLI::App& app, Parsed& parsed) {
         ->add_option("PATH", parsed.words, "their paths")
         ->required();
     CLI::App* remove = command("remove", "take one from the list", [&](Session& session) {
-        return removeFromLibrary(session, parsed.path, parsed.disk ? FromDisk::yes : FromDisk::no);
+        return removeFromLibrary(session, parsed.path, parsed.disk ? RemovedFrom::disk : RemovedFrom::list);
     });
     remove->add_option("PATH", parsed.path, "its path")->required();
     remove->add_flag("--disk", parsed.disk, "and from the disk");

@@ -90,14 +90,12 @@ int addToLibrary(Session& session, const std::vector<std::string>& paths) {
     });
 }
 
-int removeFromLibrary(Session& session, const std::string& given, FromDisk fromDisk) {
-    const std::string button = localized(fromDisk == FromDisk::yes ? "Remove from Disk" : "List Only");
-    session.answers().addAnswer(localized("Remove App"), {.button = button, .text = std::nullopt});
+int removeFromLibrary(Session& session, const std::string& given, RemovedFrom from) {
     const std::string path = expandedPath(given);
     bool removed = false;
     const int ended = onLibrary(session, [&](NSAppsArray& apps, int& result) {
         if (holds(apps, path)) {
-            NSAppsArray::shouldRemoveLocalPort(path, [&apps, &removed, path] {
+            NSAppsArray::removeFrom(from, path, [&apps, &removed, path] {
                 apps.removeLocalPort(path, {});
                 removed = !holds(apps, path);
             });

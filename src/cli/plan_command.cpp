@@ -21,14 +21,14 @@ std::string commandLine(const std::string& cki, const std::string& to, const Bui
 }  // namespace
 
 int plan(Session& session, const std::string& file, const std::string& to, PlanAs as) {
-    return session.withCreation([&](WrapperCreation& creation) {
+    return session.withCreation([&](const std::shared_ptr<WrapperCreation>& creation) {
         const std::string cki = expandedPath(file);
         const std::string proposed =
             files::join(folderForNewPorts(), files::withoutExtension(files::lastComponent(cki)) + ".app");
         const auto port = NSPortData::initWithCkiAtPath(cki);
         const std::string wrapper = to.empty() ? proposed : expandedPath(to);
         const BuildPlan plan =
-            planOfBuild(creation, port, wrapper, to.empty() ? Place::proposed : Place::chosen);
+            planOfBuild(*creation, port, wrapper, to.empty() ? Place::proposed : Place::chosen);
         if (session.console().output() == Output::json) {
             session.console().print(jsonText(asValue(plan, optionOf), JsonLayout::indented));
         } else if (as == PlanAs::commandLine) {

@@ -232,12 +232,11 @@ int Session::outcome(int result) {
     return result;
 }
 
-int Session::withCreation(const std::function<int(WrapperCreation&)>& work) {
+int Session::withCreation(const std::function<int(const std::shared_ptr<WrapperCreation>&)>& work) {
     provideSite();
     return onWorker([&] {
         // Made on the worker: it asks the site for the newest master wrapper.
-        const auto creation = building::cancellableCreation(progress_);
-        return work(*creation);
+        return work(building::cancellableCreation(progress_));
     });
 }
 

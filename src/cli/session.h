@@ -52,7 +52,7 @@ class Session {
     /// work's result is the exit code, unless a question stayed unanswered or the user cancelled.
     int onWorker(const std::function<int()>& work);
     /// The same with a creation, whose cancellation the user may ask for.
-    int withCreation(const std::function<int(WrapperCreation&)>& work);
+    int withCreation(const std::function<int(const std::shared_ptr<WrapperCreation>&)>& work);
     /// Runs the work here, then the main queue, until everything that was started has ended. The work's
     /// result is the exit code, as above; also a failure when an error was shown.
     int untilIdle(const std::function<int()>& work);

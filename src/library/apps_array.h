@@ -35,6 +35,7 @@ inline constexpr const char* gamesFolderName = "Games.localized/";
 
 enum class CustomEXE { no, yes };
 enum class SavingOrder { no, yes };
+enum class RemovedFrom { list, disk };
 
 class NSAppsArray {
   public:
@@ -108,6 +109,8 @@ class NSAppsArray {
     /// home folder, a folder above it or a path that is not plain: that is told, and the action runs all the
     /// same.
     static void shouldRemoveLocalPort(const std::string& path, std::function<void()> action);
+    /// The same once it is known from where; from the disk still asks whether that is meant.
+    static void removeFrom(RemovedFrom from, const std::string& path, std::function<void()> action);
     /// The library's add action: the chooser, then each chosen application is added (the completion follows
     /// each) and each port description goes to `installCki`.
     void addByHand(const std::function<void(const std::string& cki)>& installCki,

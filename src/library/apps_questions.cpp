@@ -68,8 +68,12 @@ void NSAppsArray::shouldRemoveLocalPort(const std::string& path, std::function<v
     dialog.buttons = {localized("List Only"), localized("Remove from Disk"), localized("Cancel")};
     dialog.style = Dialog::Style::critical;
     const std::size_t button = MVAlert::showDialog(dialog).button;
-    if (button == listOnly) return action();
-    if (button != fromDisk) return;
+    if (button == listOnly) return removeFrom(RemovedFrom::list, path, std::move(action));
+    if (button == fromDisk) removeFrom(RemovedFrom::disk, path, std::move(action));
+}
+
+void NSAppsArray::removeFrom(RemovedFrom from, const std::string& path, std::function<void()> action) {
+    if (from == RemovedFrom::list) return action();
     if (!MVAlert::showBooleanAlertMessageWithIconNamed(
             localized("Are you sure that you want to remove that app permanently from the disk? That action "
                       "cannot be undone."),

@@ -321,7 +321,8 @@ void GameActions::installModPatch(const GamePointer& game) {
     if (path && !game->isGameInTheServer) installModPatchAtWrapper(*path, {});
 }
 
-void installModPatchAtWrapper(const std::string& wrapper, std::function<void(bool installed)> completion) {
+void installModPatchAtWrapper(const std::string& wrapper, std::function<void(bool installed)> completion,
+                              const ModPatch& mod) {
     const auto inBackgroundThenTell = [&](const std::function<bool()>& work) {
         inBackground("app.morvane.descriptionViewInstallMod", [work, completion] {
             const bool installed = work();
@@ -335,7 +336,7 @@ void installModPatchAtWrapper(const std::string& wrapper, std::function<void(boo
     source.title = localized("Select the Mod/Patch file(s) and/or folder(s)");
     source.startFolder = host().folders.home;
     source.folders = source.multiple = source.packagesAsFolders = true;
-    const auto chosen = MVAlert::chooseFiles(source);
+    const auto chosen = mod.files.empty() ? MVAlert::chooseFiles(source) : mod.files;
     if (chosen.empty()) return tellOfNothing();
     const std::string extension = MVString::lowercased(files::extension(chosen.front()));
     if (chosen.size() == 1 && extension == "exe") {
@@ -349,7 +350,8 @@ void installModPatchAtWrapper(const std::string& wrapper, std::function<void(boo
     destination.startFolder = NSUtilities::getMacPathForWindowsPath("C:/", wrapper).value_or(wrapper);
     destination.files = false;
     destination.folders = destination.packagesAsFolders = true;
-    const auto folder = MVAlert::chooseFiles(destination);
+    const auto folder =
+        mod.destination.empty() ? MVAlert::chooseFiles(destination) : std::vector{mod.destination};
     if (folder.empty()) return tellOfNothing();
     const auto archives = archiveExtensions();
     const bool isArchive = chosen.size() == 1 && std::ranges::find(archives, extension) != archives.end() &&

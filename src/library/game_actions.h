@@ -45,12 +45,19 @@ class GameActions {
     NSDescriptionView& page_;
 };
 
+/// What is installed, and into which folder; asked for where it is empty.
+struct ModPatch {
+    std::vector<std::string> files = {};
+    std::string destination = {};
+};
+
 void runDebugModeOfWrapper(const std::string& wrapper);
 /// `runSelectedWrapperWithFlag:`.
 void runSelectedWrapperWithFlag(const GamePointer& game, const std::string& flag);
 /// Asks, and installs in the background. The completion comes on the main thread: whether something was
 /// installed, as far as that is known.
-void installModPatchAtWrapper(const std::string& wrapper, std::function<void(bool installed)> completion);
+void installModPatchAtWrapper(const std::string& wrapper, std::function<void(bool installed)> completion,
+                              const ModPatch& mod = {});
 /// Any thread; blocks. A file over a folder, a folder over a file and an item onto itself are refused
 /// with a message; nothing is deleted then. Whether everything is there but for what the user has
 /// declined.

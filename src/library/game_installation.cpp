@@ -350,16 +350,19 @@ void GameInstallation::downloadGameCKI(const GamePointer& game) {
     panel.accessory = &form;
     const auto path = MVAlert::chooseSavePath(panel);
     if (!path) return;
-    const std::size_t chosen = std::min(form.fields.front().chosen, sources.size() - 1);
-    if (!removeFileOrLink(*path) || files::kindOf(*path) != files::Kind::none) {
+    downloadGameCKITo(game, sources[std::min(form.fields.front().chosen, sources.size() - 1)], *path);
+}
+
+void GameInstallation::downloadGameCKITo(const GamePointer& game, const std::string& source,
+                                         const std::string& path) {
+    if (!removeFileOrLink(path) || files::kindOf(path) != files::Kind::none) {
         MVAlert::showAlertErrorMessage(
             localized("There is already a CKI file in the followed location which couldn't be removed!"));
         return;
     }
-    const std::string address =
-        filled("%@%@.cki", {game->gamePath, MVString::stringToWebStructure(sources[chosen])});
+    const std::string address = filled("%@%@.cki", {game->gamePath, MVString::stringToWebStructure(source)});
     MVThread::dispatchQueueWithName("app.morvane.descriptionViewDownloadCKI", Priority::normal,
-                                    [progress = page_.progress(), address, path = *path] {
+                                    [progress = page_.progress(), address, path] {
                                         Download download(progress);
                                         downloadCkiFile(download, address, path);
                                     });

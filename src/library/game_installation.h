@@ -33,6 +33,8 @@ class GameInstallation {
     static void openBuyingLinkForNativeGame(const GamePointer& game);
     /// Asks where to, and for the source.
     void downloadGameCKI(const GamePointer& game);
+    /// The same to a place that is known.
+    void downloadGameCKITo(const GamePointer& game, const std::string& source, const std::string& path);
     /// Asks where to, unless `target` says it.
     void downloadCkiOfSourceWithName(const GamePointer& game, const std::string& source,
                                      const std::optional<std::string>& target = {});
