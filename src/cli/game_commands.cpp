@@ -59,8 +59,6 @@ int installMod(Session& session, const std::string& app, const std::vector<std::
     ModPatch mod;
     for (const std::string& path : paths) mod.files.push_back(expandedPath(path));
     if (!to.empty()) mod.destination = expandedPath(to);
-    if (!to.empty() && !MVFileManager::directoryExistsAtPath(mod.destination))
-        return session.fail(mod.destination + " is no folder.");
     bool isInstalled = false;
     const int ended = session.untilIdle([&] {
         installModPatchAtWrapper(

@@ -336,7 +336,16 @@ void installModPatchAtWrapper(const std::string& wrapper, std::function<void(boo
     source.title = localized("Select the Mod/Patch file(s) and/or folder(s)");
     source.startFolder = host().folders.home;
     source.folders = source.multiple = source.packagesAsFolders = true;
-    const auto chosen = mod.files.empty() ? MVAlert::chooseFiles(source) : mod.files;
+    const auto given = [](const OpenPanel& panel, const std::vector<std::string>& paths) {
+        for (const std::string& path : paths) {
+            const auto checked = MVAlert::checkChoice(panel, path);
+            if (checked) continue;
+            MVAlert::showAlertErrorMessage(checked.error().message());
+            return std::vector<std::string>();
+        }
+        return paths;
+    };
+    const auto chosen = mod.files.empty() ? MVAlert::chooseFiles(source) : given(source, mod.files);
     if (chosen.empty()) return tellOfNothing();
     const std::string extension = MVString::lowercased(files::extension(chosen.front()));
     if (chosen.size() == 1 && extension == "exe") {
@@ -351,7 +360,7 @@ void installModPatchAtWrapper(const std::string& wrapper, std::function<void(boo
     destination.files = false;
     destination.folders = destination.packagesAsFolders = true;
     const auto folder =
-        mod.destination.empty() ? MVAlert::chooseFiles(destination) : std::vector{mod.destination};
+        mod.destination.empty() ? MVAlert::chooseFiles(destination) : given(destination, {mod.destination});
     if (folder.empty()) return tellOfNothing();
     const auto archives = archiveExtensions();
     const bool isArchive = chosen.size() == 1 && std::ranges::find(archives, extension) != archives.end() &&

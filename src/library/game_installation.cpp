@@ -297,6 +297,16 @@ void GameInstallation::downloadCkiOfSourceWithName(const GamePointer& game, cons
     if (const auto place = checkPlace(*target); !place) {
         return MVAlert::showAlertErrorMessage(place.error().message());
     }
+    // A panel has asked already. An add-on goes into what is there.
+    if (wanted && game->gameDependencyID == 0 && files::kindOf(*target) != files::Kind::none &&
+        !MVAlert::showBooleanAlertMessage(
+            localized(
+                "There is already something at %@. Do you want to replace it? What it holds, saved games "
+                "included, will be lost.",
+                {*target}),
+            "Warning", false)) {
+        return;
+    }
     downloadCkiFromSource(game, source, *target);
 }
 

@@ -389,8 +389,7 @@ TEST_F(DescriptionView, ChoosesThePlace) {
 TEST_F(DescriptionView, PortFilesPassThroughAFolderOfTheirOwn) {
     for (const char* source : {"../../x", "a/b", ""}) {
         ui.expectError("");
-        const auto cki =
-            pathForDownloadedCkiOfSource(source + std::string(*source == 0, '\n'));
+        const auto cki = pathForDownloadedCkiOfSource(source + std::string(*source == 0, '\n'));
         EXPECT_FALSE(cki) << source;
     }
     {
@@ -426,6 +425,13 @@ TEST_F(DescriptionView, InstallsAGameAndKeepsWhatItReplacesUntilThen) {
         ui.expect("If you never").answer("Install Now");
         ui.expectSave("Create Port at...", target);
     };
+    // A place that is named beforehand is no leave to replace what is there.
+    ui.expect("Select the game version you already own").answer("GOG");
+    ui.expect("If you never").answer("Install Now");
+    ui.expect("There is already something at " + target).defaultIs("No").answer("No");
+    page->installation().chooseDownloadSource(page->gameData(), target);
+    settle();
+    EXPECT_EQ(asked("/ckis/download.php"), 0);
     for (const char* body : {"<html>404</html>", "damaged"}) {
         site.answer("/ckis/download.php", {.body = body});
         install();
