@@ -104,7 +104,8 @@ namespace {
 bool leaveWholeArchives(const std::string& engine) {
     const std::string official = localPathForOfficialEngine(engine);
     std::vector<std::string> stored = storedArchivesOf(engine);
-    std::ranges::stable_partition(stored, [&](const auto& archive) { return archive == official; });
+    std::stable_partition(stored.begin(), stored.end(),
+                          [&](const auto& archive) { return archive == official; });
     for (const std::string& archive : stored) {
         if (archives::isWhole(archive)) {
             if (archive == official) return true;

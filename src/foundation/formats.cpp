@@ -47,11 +47,13 @@ std::string humanReadableSizeForBytes(std::int64_t bytes, DecimalMeasureSystem d
 }
 
 std::string errorHTMLWithMessage(std::string_view message) {
+    constexpr std::string_view unselectable =
+        "-webkit-touch-callout: none; -webkit-user-select: none; -khtml-user-select: none; "
+        "-moz-user-select: none; -ms-user-select: none; user-select: none;";
     return filled(
         R"(<HTML><HEAD></HEAD><BODY bgcolor="black" style="%@" %@><center><div style="%@ %@ %@">%@</div></center></BODY></HTML>)",
         {"margin: 0; padding: 0; height: 100%; width: 100%;", R"(oncontextmenu="return false;")",
-         "-webkit-touch-callout: none; -webkit-user-select: none; -khtml-user-select: none; "
-         "-moz-user-select: none; -ms-user-select: none; user-select: none;",
+         unselectable,
          "position: absolute; top: 50%; left: 50%; transform: translateX(-50%) translateY(-50%);",
          "color:#FFFFFF; font-family: 'Helvetica Neue', Helvetica;", message});
 }

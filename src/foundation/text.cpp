@@ -90,10 +90,9 @@ bool matchesTerm(std::string_view name, std::string_view lowerName, std::string_
     return false;
 }
 
-/// What may stand in an address as it is. "#", "[" and "]" have fixed places in it and would break it
-/// elsewhere.
-constexpr std::string_view plainInAddresses =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~!*'();:@=+$,/";
+/// What may stand in an address as it is, beside letters and digits. "#", "[" and "]" have fixed places in it and
+/// would break it elsewhere.
+constexpr std::string_view plainInAddresses = "!*'();:@=+$,/";
 
 }  // namespace
 
@@ -167,7 +166,7 @@ std::int64_t initialIntValue(std::string_view text) {
 }
 
 std::string stringToWebStructure(std::string_view text) {
-    return percent::encoded(text, "!*'();:@=+$,/");
+    return percent::encoded(text, plainInAddresses);
 }
 
 std::string stringWithHexString(std::string_view hexCodes) {

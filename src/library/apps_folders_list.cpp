@@ -46,8 +46,7 @@ void NSAppsFoldersList::notify() const {
 void NSAppsFoldersList::select(std::vector<std::size_t> rows) {
     std::erase_if(rows, [&](std::size_t row) { return row >= rows_.size(); });
     std::ranges::sort(rows);
-    const auto doubles = std::ranges::unique(rows);
-    rows.erase(doubles.begin(), doubles.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     selection_ = std::move(rows);
     notify();
 }

@@ -144,7 +144,7 @@ std::uint64_t bytesTaken(int socket) {
 void allowManyFiles() {
     rlimit limit{};
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
-    const rlim_t wanted = std::min<rlim_t>(limit.rlim_max, 2 * mostConnections);
+    const rlim_t wanted = std::min<rlim_t>(limit.rlim_max, rlim_t{2} * mostConnections);
     if (limit.rlim_cur >= wanted) return;
     limit.rlim_cur = wanted;
     ::setrlimit(RLIMIT_NOFILE, &limit);
