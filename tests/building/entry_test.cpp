@@ -202,6 +202,17 @@ TEST_F(Entry, BuildsOneWrapperAtATime) {
     EXPECT_EQ(namesIn(home + "/Applications"), Names{"Game.app"});
 }
 
+TEST_F(Entry, NothingStepsAsideForAFileThatIsNoPort) {
+    put(wrapper + save, "saved");
+    put(folder.path + "/no port.cki", "no archive");
+    ui.expectError("That CKI file is corrupted or the format is invalid!");
+    ui.whileAsking = [&] { EXPECT_TRUE(exists(wrapper + save)) << "moved before the port was known"; };
+    create([&](WrapperCreation& creation) {
+        EXPECT_EQ(creation.installCKI(folder.path + "/no port.cki", wrapper, Trust::no, Replacing::yes), -1);
+    });
+    EXPECT_EQ(get(wrapper + save), "saved");
+}
+
 TEST_F(Entry, SaysThatTheSupportFolderCannotBeWrittenTo) {
     const std::string support = home + "/Library/Application Support/Caskery";
     fs::remove_all(support);

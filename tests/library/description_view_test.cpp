@@ -662,6 +662,19 @@ TEST_F(DescriptionView, InstallsModsAndAsksForEachClash) {
     EXPECT_EQ(get(drive + "Data/b.txt"), "new");
 }
 
+TEST_F(DescriptionView, AModThatCannotBeCopiedLeavesTheOldFile) {
+    const std::string drive = installed("Game", 7) + "/Contents/Resources/drive_c/",
+                      mod = home + "/mods/a.txt";
+    put(drive + "a.txt", "old");
+    put(mod, "new");
+    ui.expect("There is already a file called a.txt").answer("Yes");
+    ui.expectError("Error while copying file: ");
+    ui.whileAsking = [&] { fs::remove(mod); };  // gone between the question and the copy
+    EXPECT_FALSE(NSDescriptionView::copyFiles({mod}, drive));
+    EXPECT_EQ(get(drive + "a.txt"), "old");
+    EXPECT_EQ(namesIn(drive), Names{"a.txt"});
+}
+
 TEST_F(DescriptionView, BuysRatesAndOpensTheAlternative) {
     scriptProgram("system_profiler", "printf '    Card:\\n      Chipset Model: NVIDIA GeForce\\n'");
     auto game = entry({.id = 9, .isNative = true}, "Steam=>http://shop/;;");

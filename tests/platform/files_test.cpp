@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -112,6 +113,18 @@ TEST_F(Files, RemovalGetsThroughReadOnlyFolders) {
     // The folder that holds the removed item is not the item's own: it keeps its permissions.
     EXPECT_EQ(why(refused), "Permission denied");
     EXPECT_EQ(statusOf(at("outside")).st_mode & 07777u, 0500u);
+}
+
+TEST_F(Files, RemovalStopsAtAnotherFileSystem) {
+    const std::string place = at("tree/mounted");
+    put("tree/mounted/.keep", "");
+    if (::mount("none", place.c_str(), "tmpfs", 0, nullptr) != 0) GTEST_SKIP() << "this user mounts nothing";
+    put("tree/mounted/save", "precious");
+    const auto removed = files::remove(at("tree"));
+    const std::string save = get("tree/mounted/save");
+    ASSERT_EQ(::umount(place.c_str()), 0);
+    EXPECT_EQ(why(removed), "Device or resource busy");
+    EXPECT_EQ(save, "precious");
 }
 
 TEST_F(Files, RemovalOfADeepTree) {
