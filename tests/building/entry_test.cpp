@@ -84,28 +84,21 @@ TEST_F(Entry, ChecksThePortBeforeAnythingIsMade) {
     testing::publishMasterWrapper(site);
     put(engines + "/CK9Wine3.0.tar.7z", "x");
     const char* noSignature =
-        "That CKI file doesn't have a valid signature, but it seems to have been downloaded from our server. "
-        "Please, send us an email about that. Do you want to install it anyway? We don't recommend that.";
+        "That CKI file doesn't have a valid signature, but it seems to have been downloaded";
+    const char *incompatible = "That CKI file version is incompatible!", *none = nullptr;
+    const Dictionary old{{"CKI Version", "1.5.3"}}, unsignedPort{{"Engine", "CK9Wine3.0"}, {"Creator", "Me"}},
+        lacking{{"Engine", "CK9Wine4.0"}},
+        lackingSigned{{"Engine", "CK9Wine4.0"}, {"Creator", "Me"}, {"Creator Mail", "me@there"}};
     struct Row {
         Dictionary keys;
         Trust trust;
         const char *question, *title, *defaultAnswer, *error;
     };
     const Row rows[] = {
-        {{{"CKI Version", "1.5.3"}}, Trust::no, nullptr, "", "", "That CKI file version is incompatible!"},
-        {{{"Engine", "CK9Wine3.0"}, {"Creator", "Me"}},
-         Trust::yes,
-         noSignature,
-         "Error",
-         "No",
-         "The Port creation was canceled!"},
-        {{{"Engine", "CK9Wine4.0"}}, Trust::no, requirements, "Warning", "Yes", notMet},
-        {{{"Engine", "CK9Wine4.0"}, {"Creator", "Me"}, {"Creator Mail", "me@there"}},
-         Trust::yes,
-         requirements,
-         "Warning",
-         "Yes",
-         notMet},
+        {old, Trust::no, none, "", "", incompatible},
+        {unsignedPort, Trust::yes, noSignature, "Error", "No", "The Port creation was canceled!"},
+        {lacking, Trust::no, requirements, "Warning", "Yes", notMet},
+        {lackingSigned, Trust::yes, requirements, "Warning", "Yes", notMet},
     };
     for (const Row& row : rows) {
         if (row.question != nullptr)
