@@ -506,24 +506,16 @@ TEST_F(DescriptionView, RunsAGame) {
     struct Row {
         const char* name;
         Dictionary settings;
-        const char* program;  ///< that exists on drive C
-        const char* error;
-        const char* runs;
+        const char *program, *error, *runs;  // the program exists on drive C
     };
-    const Row rows[] = {
-        {"plain", {}, nullptr, nullptr, "CaskeryLauncher \n"},
-        {"keys", {{"IsFnToggleEnabled", true}}, nullptr, nullptr, "fn on\nCaskeryLauncher \nfn off\n"},
-        {"program", {{"Program Name and Path", "/a.exe"}}, "/a.exe", nullptr, "CaskeryLauncher \n"},
-        {"lost program",
-         {{"Program Name and Path", "/a.exe"}},
-         nullptr,
-         "The main EXE of the port is missing!",
-         ""},
-        {"galaxy",
-         {{"Program Name and Path", galaxy}, {"IsFnToggleEnabled", true}},
-         galaxy,
-         nullptr,
-         "fn on\nCaskery debug\nfn off\n"}};
+    const char *none = nullptr, *lost = "The main EXE of the port is missing!", *runs1 = "CaskeryLauncher \n";
+    const Dictionary program{{"Program Name and Path", "/a.exe"}}, keys{{"IsFnToggleEnabled", true}},
+        ofGalaxy{{"Program Name and Path", galaxy}, {"IsFnToggleEnabled", true}};
+    const Row rows[] = {{"plain", {}, none, none, runs1},
+                        {"keys", keys, none, none, "fn on\nCaskeryLauncher \nfn off\n"},
+                        {"program", program, "/a.exe", none, runs1},
+                        {"lost program", program, none, lost, ""},
+                        {"galaxy", ofGalaxy, galaxy, none, "fn on\nCaskery debug\nfn off\n"}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const std::string path = installed(row.name, 7, row.settings);
@@ -633,7 +625,7 @@ TEST_F(DescriptionView, AModThatCannotBeCopiedLeavesTheOldFile) {
     ui.expect("There is already a file called a.txt").answer("Yes");
     ui.expectError("Error while copying file: ");
     ui.whileAsking = [&] { fs::remove(mod); };  // gone between the question and the copy
-    EXPECT_FALSE(NSDescriptionView::copyFiles({mod}, drive));
+    EXPECT_FALSE(copyFiles({mod}, drive));
     EXPECT_EQ(get(drive + "a.txt"), "old");
     EXPECT_EQ(namesIn(drive), Names{"a.txt"});
 }

@@ -2,12 +2,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "support/full_disk.h"
 #include "support/results.h"
 #include "support/test_machine.h"
 
@@ -16,6 +15,7 @@ namespace {
 
 using files::Atomically;
 using files::Kind;
+using testing::FullDisk;
 using testing::TemporaryFolder;
 using testing::why;
 
@@ -44,24 +44,6 @@ struct stat statusOf(const std::string& path) {
     EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
     return status;
 }
-
-/// While it lives, no file of this process can grow beyond the limit: a full disk without a disk.
-class FullDisk {
-  public:
-    explicit FullDisk(rlim_t bytes) : handler_(::signal(SIGXFSZ, SIG_IGN)) {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{bytes, before_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FullDisk() {
-        ::setrlimit(RLIMIT_FSIZE, &before_);
-        ::signal(SIGXFSZ, handler_);
-    }
-
-  private:
-    rlimit before_{};
-    void (*handler_)(int);
-};
 
 /// A folder on another file system than the temporary one, where this machine has one.
 class ElsewhereFolder {
