@@ -95,7 +95,11 @@ TEST(MainQueueTimers, FireAgainAfterEachPeriodUntilTheyAreCancelled) {
     own = queue.every(period, [&] {
         if (++ticks == 3) queue.cancelTimer(own);  // while it runs
     });
-    queue.runUntil([&] { return ticks == 3; });
+    bool late = false;
+    const auto limit = queue.after(std::chrono::seconds(10), [&] { late = true; });
+    queue.runUntil([&] { return ticks == 3 || late; });
+    queue.cancelTimer(limit);
+    EXPECT_EQ(ticks, 3);
     EXPECT_GE(std::chrono::steady_clock::now() - start, 3 * period);
     EXPECT_EQ(queue.drain(), std::nullopt) << "nothing is left to fire";
 
