@@ -1,6 +1,6 @@
+#include "building/engine_preparation.h"
 #include "building/building_machine.h"
 #include "building/engine_extraction.h"
-#include "building/engine_preparation.h"
 #include "support/full_disk.h"
 
 namespace morvane {
