@@ -290,6 +290,18 @@ TEST_F(Properties, ARenamedLauncherTakesItsLinkAlong) {
     EXPECT_EQ(library, (std::vector<std::string>{"remove " + old, "add " + now, "show " + now}));
 }
 
+TEST_F(Properties, ARenameLeavesALinkOfSomebodyElse) {
+    const std::string editor = makeLauncher("Editor"), link = home + "/Applications/Editor.app";
+    for (const std::string& destination : {std::string("Other.app/Editor.app"), home}) {
+        ASSERT_TRUE(files::remove(link));
+        ASSERT_TRUE(files::createSymbolicLink(link, destination));
+        open(files::kindOf(editor) == files::Kind::none ? wrapper + "/New.app" : editor);
+        window.typeName(files::kindOf(editor) == files::Kind::none ? "Editor" : "New");
+        EXPECT_TRUE(window.saveDataToWrapper());
+        EXPECT_EQ(files::destinationOfLink(link).value_or(""), destination);
+    }
+}
+
 TEST_F(Properties, NamesThatCannotBeAreRefused) {
     struct Row {
         const char* name;

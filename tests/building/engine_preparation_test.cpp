@@ -1,10 +1,7 @@
-#include <sys/resource.h>
-
-#include <csignal>
-
+#include "building/engine_preparation.h"
 #include "building/building_machine.h"
 #include "building/engine_extraction.h"
-#include "building/engine_preparation.h"
+#include "support/full_disk.h"
 
 namespace morvane {
 namespace {
@@ -157,15 +154,10 @@ TEST_F(EnginePreparation, KeepsNoHalfOfAFileInTheStore) {
     put(home + "/Downloads/wine-3.0.zip", get(packing.path + "/large.zip"));
     expectFileQuestions({home + "/Downloads/wine-3.0.zip"});
     ui.expectError("Error while copying file: ");
-    // A full disk without a disk.
-    rlimit before{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
-    const auto handler = ::signal(SIGXFSZ, SIG_IGN);
-    const rlimit half{.rlim_cur = 1 << 19, .rlim_max = before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &half);
-    expectPrepared(true);
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    ::signal(SIGXFSZ, handler);
+    {
+        const testing::FullDisk full(1 << 19);
+        expectPrepared(true);
+    }
     EXPECT_EQ(namesIn(engines), Names{});
 }
 
@@ -272,11 +264,7 @@ TEST_F(EnginePreparation, ReplacesTheEngineOfAWrapper) {
     put(bundle + "/bin/mine", "x");
     expectExtracted(ExtractedEngine::alreadyThere, "CK9Wine3.0", official);
     EXPECT_TRUE(exists(bundle + "/bin/mine"));
-}
-
-TEST_F(EnginePreparation, GoesOnWhereAKilledReplacementStopped) {
-    putEngine();
-    testing::makeFakeWrapperAt(wrapper, "CK9Wine2.0");
+    // Where a killed replacement has stopped.
     fs::rename(bundle, bundle + ".old");
     put(bundle + ".new/version", "CK9Wine3.0\n");
     expectExtracted(ExtractedEngine::installed, "CK9Wine3.0", official);
@@ -292,26 +280,21 @@ TEST_F(EnginePreparation, KeepsTheOldEngineWhenTheArchiveIsBad) {
     const std::string link = testing::packedTar7z(packing.path, "ckwine.bundle", "CK9Wine3.0.tar");
     std::string flipped = whole;
     flipped[flipped.size() / 3] = static_cast<char>(flipped[flipped.size() / 3] ^ 0x55);
-    struct Row {
-        const char* name;
-        std::string body, message;
-        bool opensStore;
-    };
-    const Row rows[] = {
-        {"a page", "<html>Not found</html>", corrupted, true},
-        {"short", whole.substr(0, whole.size() / 2), corrupted, true},
-        {"flipped bits", flipped, corrupted, true},
-        {"a tar file of another name", otherTar, corrupted, true},
-        {"a link for the bundle", link, corrupted, false},
+    const std::pair<const char*, std::string> rows[] = {
+        {"a page", "<html>Not found</html>"},
+        {"short", whole.substr(0, whole.size() / 2)},
+        {"flipped bits", flipped},
+        {"a tar file of another name", otherTar},
+        {"a link for the bundle", link},
     };
     testing::makeFakeWrapperAt(wrapper, "CK9Wine2.0");
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [name, body] : rows) {
+        SCOPED_TRACE(name);
         ui.opened.clear();
-        put(engines + "/CK9Wine3.0.tar.7z", row.body);
-        ui.expectError(row.message);
+        put(engines + "/CK9Wine3.0.tar.7z", body);
+        ui.expectError(corrupted);
         expectExtracted(ExtractedEngine::failure, "CK9Wine2.0", official);
-        EXPECT_EQ(ui.opened, row.opensStore ? Names{engines} : Names{});
+        EXPECT_EQ(ui.opened, body == link ? Names{} : Names{engines});
     }
 }
 

@@ -84,28 +84,21 @@ TEST_F(Entry, ChecksThePortBeforeAnythingIsMade) {
     testing::publishMasterWrapper(site);
     put(engines + "/CK9Wine3.0.tar.7z", "x");
     const char* noSignature =
-        "That CKI file doesn't have a valid signature, but it seems to have been downloaded from our server. "
-        "Please, send us an email about that. Do you want to install it anyway? We don't recommend that.";
+        "That CKI file doesn't have a valid signature, but it seems to have been downloaded";
+    const char *incompatible = "That CKI file version is incompatible!", *none = nullptr;
+    const Dictionary old{{"CKI Version", "1.5.3"}}, unsignedPort{{"Engine", "CK9Wine3.0"}, {"Creator", "Me"}},
+        lacking{{"Engine", "CK9Wine4.0"}},
+        lackingSigned{{"Engine", "CK9Wine4.0"}, {"Creator", "Me"}, {"Creator Mail", "me@there"}};
     struct Row {
         Dictionary keys;
         Trust trust;
         const char *question, *title, *defaultAnswer, *error;
     };
     const Row rows[] = {
-        {{{"CKI Version", "1.5.3"}}, Trust::no, nullptr, "", "", "That CKI file version is incompatible!"},
-        {{{"Engine", "CK9Wine3.0"}, {"Creator", "Me"}},
-         Trust::yes,
-         noSignature,
-         "Error",
-         "No",
-         "The Port creation was canceled!"},
-        {{{"Engine", "CK9Wine4.0"}}, Trust::no, requirements, "Warning", "Yes", notMet},
-        {{{"Engine", "CK9Wine4.0"}, {"Creator", "Me"}, {"Creator Mail", "me@there"}},
-         Trust::yes,
-         requirements,
-         "Warning",
-         "Yes",
-         notMet},
+        {old, Trust::no, none, "", "", incompatible},
+        {unsignedPort, Trust::yes, noSignature, "Error", "No", "The Port creation was canceled!"},
+        {lacking, Trust::no, requirements, "Warning", "Yes", notMet},
+        {lackingSigned, Trust::yes, requirements, "Warning", "Yes", notMet},
     };
     for (const Row& row : rows) {
         if (row.question != nullptr)
@@ -200,6 +193,17 @@ TEST_F(Entry, BuildsOneWrapperAtATime) {
     });
     EXPECT_TRUE(exists(wrapper + "/Contents/half"));
     EXPECT_EQ(namesIn(home + "/Applications"), Names{"Game.app"});
+}
+
+TEST_F(Entry, NothingStepsAsideForAFileThatIsNoPort) {
+    put(wrapper + save, "saved");
+    put(folder.path + "/no port.cki", "no archive");
+    ui.expectError("That CKI file is corrupted or the format is invalid!");
+    ui.whileAsking = [&] { EXPECT_TRUE(exists(wrapper + save)) << "moved before the port was known"; };
+    create([&](WrapperCreation& creation) {
+        EXPECT_EQ(creation.installCKI(folder.path + "/no port.cki", wrapper, Trust::no, Replacing::yes), -1);
+    });
+    EXPECT_EQ(get(wrapper + save), "saved");
 }
 
 TEST_F(Entry, SaysThatTheSupportFolderCannotBeWrittenTo) {
@@ -310,9 +314,7 @@ TEST_F(Entry, ACancellationSparesWhatIsNotOfThisCreation) {
 }
 
 TEST_F(Entry, TheCancelButtonAsksFirst) {
-    const char* question =
-        "Cancelling will stop the wrapper creation and remove what was created until now. Are you sure that "
-        "you want to terminate the wrapper creation?";
+    const char* question = "Cancelling will stop the wrapper creation and remove what was created until now.";
     publish();
     stall(masterArchive);
     ui.expect(question).titleIs("Warning").defaultIs("No").answer("No");
@@ -351,10 +353,7 @@ TEST_F(Entry, ABlankWrapperTakesThePanelsChoices) {
             if (form.fields[client].changed) form.fields[client].changed(1);
         }
     });
-    ui.expect(
-          "In order to work, Origin needs two patches in the engine that you are going to use. Only install "
-          "it in an engine with these patches.")
-        .titleIs("Warning");
+    ui.expect("In order to work, Origin needs two patches in the engine").titleIs("Warning");
     ui.expect("Game main EXE couldn't be found!");
     onWorker([&] {
         creation->createBlankPortWithCompletionHandler([&](bool failed, const std::string&) {
@@ -366,14 +365,11 @@ TEST_F(Entry, ABlankWrapperTakesThePanelsChoices) {
     machine->workQueues.joinAll();
     EXPECT_FALSE(failure);
     const std::string calls = get(testing::commandLog(wrapper));
-    for (const char* component : {"vb6run", "macdriver=mac", "winhttp"}) {
-        EXPECT_NE(calls.find(std::string("CKS-winetricks ") + component + "\n"), std::string::npos)
-            << component;
-    }
+    for (const std::string component : {"vb6run", "macdriver=mac", "winhttp"})
+        EXPECT_NE(calls.find("CKS-winetricks " + component + "\n"), std::string::npos) << component;
     fs::remove_all(wrapper);
     // Without an engine there is nothing to describe.
-    ui.expectError(
-        "An unknown error while creating that custom port! The custom port creation is going to be aborted.");
+    ui.expectError("An unknown error while creating that custom port!");
     onWorker([&] { EXPECT_EQ(creation->createBlankWrapperAtPath(wrapper, {}), -1); });
     EXPECT_FALSE(machine->creation.running());
     EXPECT_FALSE(exists(wrapper));

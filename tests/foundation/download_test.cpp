@@ -1,11 +1,9 @@
 #include "foundation/download.h"
 
-#include <sys/resource.h>
-
 #include <atomic>
-#include <csignal>
 #include <filesystem>
 
+#include "support/full_disk.h"
 #include "support/loopback_site.h"
 #include "support/test_machine.h"
 
@@ -140,17 +138,10 @@ TEST_F(Downloads, AFullDiskIsToldAndLeavesNothing) {
     ui.expectError("Error while writting file: No space left on device");
     EXPECT_TRUE(run(link("huge")));
     {
-        // Stands for a disk that is full in the middle.
-        const auto before = ::signal(SIGXFSZ, SIG_IGN);
-        rlimit old{};
-        ::getrlimit(RLIMIT_FSIZE, &old);
-        const rlimit small{.rlim_cur = 1 << 20, .rlim_max = old.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &small);
+        const testing::FullDisk full(1 << 20);
         ui.expectError("Error while writting file: File too large");
         EXPECT_TRUE(run(link("endless")));
         EXPECT_TRUE(run(link("endless"), Silence::yes));
-        ::setrlimit(RLIMIT_FSIZE, &old);
-        ::signal(SIGXFSZ, before);
     }
     EXPECT_EQ(passing(), std::vector<std::string>{});
     EXPECT_FALSE(fileExists());

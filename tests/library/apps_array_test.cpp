@@ -11,47 +11,6 @@
 namespace morvane {
 namespace {
 
-class LibraryTermination : public testing::TestMachine {
-  protected:
-    void SetUp() override {
-        put(log, "");
-        for (const std::string name : {"killall", "kill", "ps", "launchctl"}) {
-            scriptProgram(name, "echo \"" + name + " $*\" >> \"" + log + "\"");
-            // A real killall here would stop the wines of the machine.
-            ASSERT_EQ(MVTask::getPathOfProgram(name), programsFolder + "/" + name);
-        }
-        settings::store(settings::appList,
-                        Array{Dictionary{{"Name", "A"}, {"Path", home + "/Applications/A.app"}},
-                              Dictionary{{"Name", "no path"}}, "no entry",
-                              Dictionary{{"Name", "B"}, {"Path", home + "/Applications/B.app"}}});
-    }
-    int count(const std::string& line) {
-        const std::vector<std::string> lines = MVString::split(get(log), "\n");
-        return static_cast<int>(std::count(lines.begin(), lines.end(), line));
-    }
-
-    const std::string log = folder.path + "/log";
-    NSAppsArray apps;
-    const std::string question =
-        "This will kill all Caskery related process from all the apps in your local tab. Do you really want "
-        "to do it?";
-};
-
-TEST_F(LibraryTermination, StopsNothingOnNo) {
-    ui.expect(question).titleIs("Warning").defaultIs("No").answer("No");
-    apps.askToKillAllCaskeryProcessesFromLocalApps();
-    machine->workQueues.joinAll();
-    EXPECT_EQ(get(log), "");
-}
-
-TEST_F(LibraryTermination, StopsEveryEntryAndThenWhateverIsWine) {
-    ui.expect(question).answer("Yes");
-    apps.askToKillAllCaskeryProcessesFromLocalApps();
-    machine->workQueues.joinAll();
-    EXPECT_EQ(count("ps ax"), 3);
-    EXPECT_EQ(count("launchctl list"), 2) << "once for each entry that has a path";
-}
-
 class Library : public testing::LibraryMachine {
   protected:
     void load(NSAppsArray& array) {
@@ -66,6 +25,32 @@ class Library : public testing::LibraryMachine {
     }
     NSAppsArray apps;
 };
+
+TEST_F(Library, StopsTheProgramsOfEveryEntryOnceTheUserIsSure) {
+    for (const std::string name : {"killall", "kill", "ps", "launchctl"}) {
+        scriptProgram(name, "echo \"" + name + " $*\" >> \"" + folder.path + "/log\"");
+        // A real killall here would stop the wines of the machine.
+        ASSERT_EQ(MVTask::getPathOfProgram(name), programsFolder + "/" + name);
+    }
+    settings::store(settings::appList, Array{Dictionary{{"Name", "A"}, {"Path", applications + "A.app"}},
+                                             Dictionary{{"Name", "no path"}}, "no entry",
+                                             Dictionary{{"Name", "B"}, {"Path", applications + "B.app"}}});
+    const auto stop = [&](const char* answer) {
+        put(folder.path + "/log", "");
+        ui.expect("This will kill all Caskery related process")
+            .titleIs("Warning")
+            .defaultIs("No")
+            .answer(answer);
+        apps.askToKillAllCaskeryProcessesFromLocalApps();
+        machine->workQueues.joinAll();
+        return MVString::split(get(folder.path + "/log"), "\n");
+    };
+    EXPECT_EQ(stop("No"), Lines{""});
+    const Lines asked = stop("Yes");
+    EXPECT_EQ(std::ranges::count(asked, "ps ax"), 3)
+        << "for each entry that has a path, and for whatever is Wine";
+    EXPECT_EQ(std::ranges::count(asked, "launchctl list"), 2);
+}
 
 TEST_F(Library, TheFirstScanFindsEachThingOnceAtAnyDepth) {
     makeWrapper(applications + "Games.localized/b.app", "beta");
@@ -213,46 +198,29 @@ TEST_F(Library, RemovesFromTheDiskWhatIsAnAppOnly) {
     ASSERT_TRUE(files::createSymbolicLink(applications + "real.app/out", outside));
     ASSERT_TRUE(files::createSymbolicLink(applications + "link.app", outside));
     ASSERT_TRUE(files::createSymbolicLink(folder.path + "/way.app", home));
+    const std::string disk = "Remove from Disk";
     struct Row {
         std::string path, button, sure;
-        bool refused = false, runs = true, stays = true;
-    } const rows[] = {
-        {.path = applications + "kept.app", .button = "List Only"},
-        {.path = applications + "kept.app", .button = "Cancel", .runs = false},
-        {.path = applications + "kept.app", .button = "Remove from Disk", .sure = "No", .runs = false},
-        {.path = applications + "real.app", .button = "Remove from Disk", .sure = "Yes", .stays = false},
-        {.path = applications + "link.app", .button = "Remove from Disk", .sure = "Yes", .stays = false},
-        {.path = applications + "gone.app", .button = "Remove from Disk", .sure = "Yes", .stays = false},
-        {.path = home, .button = "Remove from Disk", .sure = "Yes", .refused = true},
-        {.path = applications, .button = "Remove from Disk", .sure = "Yes", .refused = true},
-        {.path = applications + "x/../../.app",
-         .button = "Remove from Disk",
-         .sure = "Yes",
-         .refused = true,
-         .stays = false},
-        {.path = applications + "../../outside.app",
-         .button = "Remove from Disk",
-         .sure = "Yes",
-         .refused = true},
-        {.path = "outside.app",
-         .button = "Remove from Disk",
-         .sure = "Yes",
-         .refused = true,
-         .stays = false}};
+        bool refused, runs, stays;
+    } const rows[] = {{applications + "kept.app", "List Only", "", false, true, true},
+                      {applications + "kept.app", "Cancel", "", false, false, true},
+                      {applications + "kept.app", disk, "No", false, false, true},
+                      {applications + "real.app", disk, "Yes", false, true, false},
+                      {applications + "link.app", disk, "Yes", false, true, false},
+                      {applications + "gone.app", disk, "Yes", false, true, false},
+                      {home, disk, "Yes", true, true, true},
+                      {applications, disk, "Yes", true, true, true},
+                      {applications + "x/../../.app", disk, "Yes", true, true, false},
+                      {applications + "../../outside.app", disk, "Yes", true, true, true},
+                      {"outside.app", disk, "Yes", true, true, false}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.path);
-        ui.expect("Do you want to remove that app only from the list or from the disk too?")
+        ui.expect("Do you want to remove that app")
             .titleIs("Remove App")
             .defaultIs("List Only")
             .answer(row.button);
-        if (!row.sure.empty()) {
-            ui.expect(
-                  "Are you sure that you want to remove that app permanently from the disk? That action "
-                  "cannot be undone.")
-                .titleIs("Warning")
-                .defaultIs("No")
-                .answer(row.sure);
-        }
+        if (!row.sure.empty())
+            ui.expect("Are you sure that you want to").titleIs("Warning").defaultIs("No").answer(row.sure);
         if (row.refused) ui.expectError("\"" + row.path);
         bool ran = false;
         NSAppsArray::shouldRemoveLocalPort(row.path, [&] { ran = true; });

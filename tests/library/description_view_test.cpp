@@ -171,75 +171,38 @@ TEST_F(DescriptionView, AsksBeforeItInstalls) {
     struct Row {
         const char* source;
         bool free, addOn;
-        const char *sources, *text;
-        Names buttons;
+        const char *sources, *kind, *advice;
+        std::string button;  ///< between the first and the instructions
         const char* press;
         bool result;
     };
-    const std::string start = "If you never installed ",
-                      middle =
-                          "before, we recommend you to watch the instructions first. "
-                          "If you already know how to do it,";
     const Row rows[] = {
-        {"Steam",
-         false,
-         false,
-         "Steam=>http://shop/;;",
-         "a game from Steam |  buy it before trying to install. If you already have it, then install it now.",
-         {"Install Now", "Buy", "Instructions", "Cancel"},
-         "Buy",
-         false},
-        {"GOG",
-         true,
-         true,
-         "Gog=>https://gog/;;",
-         "an add-on from GOG |  visit the page to know more about it (or download the installer if requested "
-         "in "
-         "the description; it will be installed in the meanwhile). If you already know it, then install it "
-         "now.",
-         {"Install Now", "Visit Page", "Instructions", "Cancel"},
-         "Visit Page",
+        {"Steam", false, false, "Steam=>http://shop/;;", "a game from Steam", "buy it", "Buy", "Buy", false},
+        {"GOG", true, true, "Gog=>https://gog/;;", "an add-on from GOG", "visit the page", "Visit Page",
+         "Visit Page", true},
+        {"CD", false, false, "CD=>http://disc/;;", "a game from CD", "insert the disc", "Buy", "Install Now",
          true},
-        {"CD",
-         false,
-         false,
-         "CD=>http://disc/;;",
-         "a game from CD |  insert the disc in your reader before starting. If you already did that, then "
-         "install it now.",
-         {"Install Now", "Buy", "Instructions", "Cancel"},
-         "Install Now",
-         true},
-        {"Other",
-         false,
-         false,
-         "Other=>file:///etc/passwd;;",
-         "a game with the Morvane |  then install it now.",
-         {"Install Now", "Instructions", "Cancel"},
-         "Instructions",
-         false},
-        {"Other",
-         false,
-         false,
-         "",
-         "a game with the Morvane |  then install it now.",
-         {"Install Now", "Instructions", "Cancel"},
-         "Cancel",
-         false}};
+        {"Other", false, false, "Other=>file:///x;;", "a game with the Morvane", "then install", "",
+         "Instructions", false},
+        {"Other", false, false, "", "a game with the Morvane", "then install", "", "Cancel", false}};
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.text);
+        SCOPED_TRACE(row.advice);
         CatalogueLine line{.id = 9, .isFree = row.free};
         if (row.addOn) line.dependencyID = 3;
         const auto game = entry(line, row.sources);
         show(game);
-        std::string text = row.text;
-        const auto bar = text.find("| ");
-        text = start + text.substr(0, bar) + middle + text.substr(bar + 2);
-        ui.expect(text).titleIs("Install App").defaultIs("Install Now").answer(row.press);
+        ui.expect(std::string("If you never installed ") + row.kind + " before, ")
+            .titleIs("Install App")
+            .defaultIs("Install Now")
+            .answer(row.press);
         EXPECT_EQ(page->installation().shouldInstallGameOrOpenLinkOfGame(game, row.source), row.result);
-        EXPECT_EQ(ui.dialogs.back().text, text);
-        EXPECT_EQ(ui.dialogs.back().buttons, row.buttons);
-        EXPECT_EQ(ui.dialogs.back().iconPath,
-                  std::string(row.source) == "Steam" ? resources + "/steam.png" : "");
+        const Dialog& shown = ui.dialogs.back();
+        EXPECT_NE(shown.text.find(std::string("how to do it, ") + row.advice), std::string::npos)
+            << shown.text;
+        Names buttons{"Install Now", row.button, "Instructions", "Cancel"};
+        std::erase(buttons, "");
+        EXPECT_EQ(shown.buttons, buttons);
+        EXPECT_EQ(shown.iconPath, std::string(row.source) == "Steam" ? resources + "/steam.png" : "");
         settle();
     }
     EXPECT_EQ(ui.opened, (Names{"http://shop/", "https://gog/"}));
@@ -543,24 +506,16 @@ TEST_F(DescriptionView, RunsAGame) {
     struct Row {
         const char* name;
         Dictionary settings;
-        const char* program;  ///< that exists on drive C
-        const char* error;
-        const char* runs;
+        const char *program, *error, *runs;  // the program exists on drive C
     };
-    const Row rows[] = {
-        {"plain", {}, nullptr, nullptr, "CaskeryLauncher \n"},
-        {"keys", {{"IsFnToggleEnabled", true}}, nullptr, nullptr, "fn on\nCaskeryLauncher \nfn off\n"},
-        {"program", {{"Program Name and Path", "/a.exe"}}, "/a.exe", nullptr, "CaskeryLauncher \n"},
-        {"lost program",
-         {{"Program Name and Path", "/a.exe"}},
-         nullptr,
-         "The main EXE of the port is missing!",
-         ""},
-        {"galaxy",
-         {{"Program Name and Path", galaxy}, {"IsFnToggleEnabled", true}},
-         galaxy,
-         nullptr,
-         "fn on\nCaskery debug\nfn off\n"}};
+    const char *none = nullptr, *lost = "The main EXE of the port is missing!", *runs1 = "CaskeryLauncher \n";
+    const Dictionary program{{"Program Name and Path", "/a.exe"}}, keys{{"IsFnToggleEnabled", true}},
+        ofGalaxy{{"Program Name and Path", galaxy}, {"IsFnToggleEnabled", true}};
+    const Row rows[] = {{"plain", {}, none, none, runs1},
+                        {"keys", keys, none, none, "fn on\nCaskeryLauncher \nfn off\n"},
+                        {"program", program, "/a.exe", none, runs1},
+                        {"lost program", program, none, lost, ""},
+                        {"galaxy", ofGalaxy, galaxy, none, "fn on\nCaskery debug\nfn off\n"}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const std::string path = installed(row.name, 7, row.settings);
@@ -660,6 +615,19 @@ TEST_F(DescriptionView, InstallsModsAndAsksForEachClash) {
     ui.expectError(drive + "Data can't be copied onto itself.");
     EXPECT_FALSE(copyFiles({drive + "Data"}, drive));
     EXPECT_EQ(get(drive + "Data/b.txt"), "new");
+}
+
+TEST_F(DescriptionView, AModThatCannotBeCopiedLeavesTheOldFile) {
+    const std::string drive = installed("Game", 7) + "/Contents/Resources/drive_c/",
+                      mod = home + "/mods/a.txt";
+    put(drive + "a.txt", "old");
+    put(mod, "new");
+    ui.expect("There is already a file called a.txt").answer("Yes");
+    ui.expectError("Error while copying file: ");
+    ui.whileAsking = [&] { fs::remove(mod); };  // gone between the question and the copy
+    EXPECT_FALSE(copyFiles({mod}, drive));
+    EXPECT_EQ(get(drive + "a.txt"), "old");
+    EXPECT_EQ(namesIn(drive), Names{"a.txt"});
 }
 
 TEST_F(DescriptionView, BuysRatesAndOpensTheAlternative) {

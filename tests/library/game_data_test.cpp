@@ -133,50 +133,32 @@ TEST_F(GameData, ALocalItemIsWhatLiesOnDisk) {
     putArchive(built + "/mv_backup.cki", {{"ID", 55}, {"Source", 3}});
     put(applications + "broken.app/mv_backup.cki", "\x04\x0bstreamtyped cut");
 
+    enum Kind { wrapped, launcher, boxed, other };
     struct Row {
         std::string path, name;
-        std::int64_t id, identifier;
-        bool native, custom, boxer;
-        Lines sources;
-        std::string description, error;
+        std::int64_t id;
+        Kind kind;
+        const char *source, *error;
     } const rows[] = {
-        {wrapper, "Wrapped", 34, 34, false, false, false, {"Steam"}, "text", ""},
-        {custom, "tool", 1, 1, false, true, false, {"Steam"}, "none", ""},
-        {native,
-         "n",
-         1,
-         1,
-         true,
-         false,
-         false,
-         {"Local"},
-         "none",
-         "That CKII file isn't available in the database. Inform us through the Contact Us tab."},
-        {boxer, "Foo", 1, 1, false, false, true, {"Local"}, "none", ""},
-        {built, "built", 55, 55, false, false, false, {"Local"}, "none", ""},
-        {applications + "broken.app",
-         "broken",
-         1,
-         1,
-         true,
-         false,
-         false,
-         {"Local"},
-         "none",
-         "That CKII file is corrupted or the format is invalid!"}};
+        {wrapper, "Wrapped", 34, wrapped, "Steam", ""},
+        {custom, "tool", 1, launcher, "Steam", ""},
+        {native, "n", 1, other, "Local", "That CKII file isn't available in the database."},
+        {boxer, "Foo", 1, boxed, "Local", ""},
+        {built, "built", 55, wrapped, "Local", ""},
+        {applications + "broken.app", "broken", 1, other, "Local", "That CKII file is corrupted"}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.path);
-        if (!row.error.empty()) ui.expectError(row.error);
+        if (*row.error != 0) ui.expectError(row.error);
         const auto item = NSGameData::initWithPath(row.path);
         ASSERT_NE(item, nullptr);
         EXPECT_EQ(item->gameName, row.name);
         EXPECT_EQ(item->gameID, row.id);
-        EXPECT_EQ(NSGameData::getIdentifierOfGameAtPath(row.path), row.identifier);
-        EXPECT_EQ(item->isGameNative, row.native);
-        EXPECT_EQ(item->isCustomEXE, row.custom);
-        EXPECT_EQ(item->isBoxerGame, row.boxer);
-        EXPECT_EQ(item->gameSourcesList, row.sources);
-        EXPECT_EQ(textOf(*item), row.description);
+        EXPECT_EQ(NSGameData::getIdentifierOfGameAtPath(row.path), row.id);
+        EXPECT_EQ(item->isGameNative, row.kind == other);
+        EXPECT_EQ(item->isCustomEXE, row.kind == launcher);
+        EXPECT_EQ(item->isBoxerGame, row.kind == boxed);
+        EXPECT_EQ(item->gameSourcesList, Lines{row.source});
+        EXPECT_EQ(textOf(*item), row.path == wrapper ? "text" : "none");
         EXPECT_FALSE(item->isGameInTheServer);
     }
     const auto item = NSGameData::initWithPath(wrapper);

@@ -147,7 +147,7 @@ TEST_F(LibraryViews, TheGridIsReducedByTheScale) {
     const Row rows[] = {{std::nullopt, {191, 240}},      {Value(0.0), {191, 240}},
                         {Value(1.5), {127, 160}},        {Value(2), {95, 120}},
                         {Value(0.5), {382, 480}},        {Value(1e-300), {764, 960}},
-                        {Value(-1.0), {191, 240}},       {Value(endless), {23, 30}},
+                        {Value(-2.0), {191, 240}},       {Value(endless), {23, 30}},
                         {Value(notANumber), {191, 240}}, {Value("big"), {191, 240}}};
     for (const Row& row : rows) {
         settings::store(settings::collectionViewIconsScale, row.scale);

@@ -2,11 +2,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "support/full_disk.h"
 #include "support/results.h"
 #include "support/test_machine.h"
 
@@ -15,6 +15,7 @@ namespace {
 
 using files::Atomically;
 using files::Kind;
+using testing::FullDisk;
 using testing::TemporaryFolder;
 using testing::why;
 
@@ -43,24 +44,6 @@ struct stat statusOf(const std::string& path) {
     EXPECT_EQ(::lstat(path.c_str(), &status), 0) << path;
     return status;
 }
-
-/// While it lives, no file of this process can grow beyond the limit: a full disk without a disk.
-class FullDisk {
-  public:
-    explicit FullDisk(rlim_t bytes) : handler_(::signal(SIGXFSZ, SIG_IGN)) {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{bytes, before_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FullDisk() {
-        ::setrlimit(RLIMIT_FSIZE, &before_);
-        ::signal(SIGXFSZ, handler_);
-    }
-
-  private:
-    rlimit before_{};
-    void (*handler_)(int);
-};
 
 /// A folder on another file system than the temporary one, where this machine has one.
 class ElsewhereFolder {
@@ -112,6 +95,18 @@ TEST_F(Files, RemovalGetsThroughReadOnlyFolders) {
     // The folder that holds the removed item is not the item's own: it keeps its permissions.
     EXPECT_EQ(why(refused), "Permission denied");
     EXPECT_EQ(statusOf(at("outside")).st_mode & 07777u, 0500u);
+}
+
+TEST_F(Files, RemovalStopsAtAnotherFileSystem) {
+    const std::string place = at("tree/mounted");
+    put("tree/mounted/.keep", "");
+    if (::mount("none", place.c_str(), "tmpfs", 0, nullptr) != 0) GTEST_SKIP() << "this user mounts nothing";
+    put("tree/mounted/save", "precious");
+    const auto removed = files::remove(at("tree"));
+    const std::string save = get("tree/mounted/save");
+    ASSERT_EQ(::umount(place.c_str()), 0);
+    EXPECT_EQ(why(removed), "Device or resource busy");
+    EXPECT_EQ(save, "precious");
 }
 
 TEST_F(Files, RemovalOfADeepTree) {

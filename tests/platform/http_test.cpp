@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <thread>
 
@@ -211,6 +212,26 @@ TEST_F(Transfers, SilentOnceCancelledOrDestroyedInAnyHandler) {
             queue.drain();
         }
     }
+}
+
+TEST_F(Transfers, AMainThreadThatIsElsewhereFindsOneEventForAllThatHasCome) {
+    std::atomic<std::uint64_t> arrived = 0;
+    int calls = 0;
+    TransferHandlers handlers = recording();
+    handlers.body = [&](std::string_view bytes, auto) -> Result<> {
+        arrived += bytes.size();
+        arrived.notify_all();
+        return {};
+    };
+    handlers.data = [&](std::uint64_t bytes) {
+        ++calls;
+        told += bytes;
+    };
+    const Transfer transfer(queue, to("big"), std::move(handlers));
+    for (std::uint64_t seen = 0; seen < big.size(); seen = arrived) arrived.wait(seen);
+    queue.runUntil([this] { return over; });
+    EXPECT_EQ(told, big.size());
+    EXPECT_LE(calls, 2) << "the last bytes may come while the first are told of";
 }
 
 TEST_F(Transfers, DestroyedWhileTheMainThreadIsElsewhere) {

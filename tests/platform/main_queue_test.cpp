@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/work_queues.h"
+
 namespace morvane {
 namespace {
 
@@ -59,17 +61,57 @@ TEST(MainQueueCalls, OfAClosedQueueReturnUnlessTheirWorkRuns) {
     EXPECT_EQ(order, "work caller");
 }
 
-TEST(MainQueueTimers, MayBeCancelledByThemselvesAndByWhatTheyHold) {
-    MainQueue queue;
-    int ticks = 0;
-    MainQueue::TimerId own = 0;
-    own = queue.every(milliseconds(0), [&] {
-        ++ticks;
-        queue.cancelTimer(own);
-    });
-    queue.drain();
-    EXPECT_EQ(ticks, 1);
+TEST(QueueExceptions, GoToTheHandler) {
+    std::string told;
+    const auto handler = [&](const std::exception_ptr& thrown) {
+        try {
+            std::rethrow_exception(thrown);
+        } catch (const std::runtime_error& error) {
+            told += error.what();
+        }
+    };
+    const auto throwing = [](const char* what) { return [what] { throw std::runtime_error(what); }; };
+    {
+        MainQueue queue;
+        queue.setExceptionHandler(handler);
+        queue.post(throwing("work "));
+        queue.after(milliseconds(0), throwing("timer "));
+        EXPECT_NO_THROW(queue.drain());
+        EXPECT_THROW((void)queue.callAndWait(throwing("call ")), std::runtime_error) << "its caller's";
+    }
+    WorkQueues queues;
+    queues.setExceptionHandler(handler);
+    queues.start("throwing", Priority::normal, throwing("background"));
+    queues.joinAll();
+    EXPECT_EQ(told, "timer work background");
+}
 
+TEST(MainQueueTimers, FireAgainAfterEachPeriodUntilTheyAreCancelled) {
+    MainQueue queue;
+    constexpr milliseconds period(20);
+    int ticks = 0, others = 0;
+    const auto start = std::chrono::steady_clock::now();
+    MainQueue::TimerId own = 0;
+    own = queue.every(period, [&] {
+        if (++ticks == 3) queue.cancelTimer(own);  // while it runs
+    });
+    bool late = false;
+    const auto limit = queue.after(std::chrono::seconds(10), [&] { late = true; });
+    queue.runUntil([&] { return ticks == 3 || late; });
+    queue.cancelTimer(limit);
+    EXPECT_EQ(ticks, 3);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 3 * period);
+    EXPECT_EQ(queue.drain(), std::nullopt) << "nothing is left to fire";
+
+    // Cancelled by another while it waits.
+    const auto waiting = queue.every(period, [&] { ++others; });
+    queue.cancelTimer(waiting);
+    EXPECT_EQ(queue.drain(), std::nullopt);
+    EXPECT_EQ(others, 0);
+}
+
+TEST(MainQueueTimers, MayHoldWhatUsesTheQueueAtItsEnd) {
+    MainQueue queue;
     // What a dropped piece of work holds may use the queue when it is destroyed.
     struct Caller {
         MainQueue& queue;

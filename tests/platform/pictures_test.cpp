@@ -264,7 +264,11 @@ TEST(ScaledToWidth, EdgesOfTransparencyKeepTheirColour) {
 TEST(ScaledToWidth, KeepsTheRatioAndAtLeastOnePixel) {
     const struct {
         int width, height, scaledWidth, expectedWidth, expectedHeight;
-    } rows[] = {{50, 100, 16, 16, 32}, {1000, 3, 16, 16, 1}, {3, 3, 0, 1, 1}, {1, 2000, 20, 20, 16384}};
+    } rows[] = {{50, 100, 16, 16, 32},
+                {1000, 3, 16, 16, 1},
+                {3, 3, 0, 1, 1},
+                {3, 3, -5, 1, 1},
+                {1, 2000, 20, 20, 16384}};
     for (const auto& row : rows) {
         const Picture scaled = scaledToWidth(plain(row.width, row.height, brown), row.scaledWidth);
         EXPECT_EQ(scaled.width, row.expectedWidth);

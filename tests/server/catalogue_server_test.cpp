@@ -222,6 +222,9 @@ TEST_F(Catalogue, AVoteNeedsTheFormOfItsOwnVoter) {
     Browser voter(base), other(base);
     ASSERT_TRUE(voter.open(2, "\"><script>"));
     ASSERT_TRUE(other.open(2));
+    // Each signature of the voter in the other's place.
+    const std::string identity = voter.cookie.substr(0, voter.cookie.rfind('.') + 1);
+    const std::string signature = voter.cookie.substr(identity.size());
     struct Row {
         std::string cookie, token, card, stars;
         std::int64_t game;
@@ -230,6 +233,8 @@ TEST_F(Catalogue, AVoteNeedsTheFormOfItsOwnVoter) {
     for (const Row& row : {Row{"", voter.token, "NVIDIA", "5", 2, 403},
                            {voter.cookie, "", "NVIDIA", "5", 2, 403},
                            {voter.cookie, other.token, "NVIDIA", "5", 2, 403},
+                           {voter.cookie, signature, "NVIDIA", "5", 2, 403},
+                           {identity + voter.token, voter.token, "NVIDIA", "5", 2, 403},
                            {"voter=me.0123", voter.token, "NVIDIA", "5", 2, 403},
                            {voter.cookie + "0", voter.token, "NVIDIA", "5", 2, 403},
                            {voter.cookie, voter.token, "NVIDIA", "6", 2, 400},
@@ -291,6 +296,21 @@ TEST_F(Catalogue, MailsAreKeptAndBounded) {
     EXPECT_EQ(row->text(0) + row->text(1) + row->text(2), "A Ba@bété");
     EXPECT_EQ(row->text(3), "x" + crash);
     EXPECT_EQ(row->text(4), "127.0.0.1");
+}
+
+TEST_F(Catalogue, MailsOfADayAreBoundedWhoeverSendsThem) {
+    serve();
+    const auto isTaken = [&] {
+        return http::fetch({base + "en/send_form_email.php", "comment=x"}).body.starts_with("<!-- Success");
+    };
+    EXPECT_TRUE(isTaken());
+    Database database(content + "/catalogue.db", Database::Durability::process, 1s);
+    database.script(
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 999) "
+        "INSERT INTO arrivals SELECT 'mail', i, unixepoch() - 7200 FROM n");
+    EXPECT_FALSE(isTaken());
+    database.script("UPDATE arrivals SET at = at - 86400 WHERE sender = '1'");
+    EXPECT_TRUE(isTaken());
 }
 
 TEST_F(Catalogue, ADatabaseThatIsHeldLetsReadersInAndTurnsVotersAway) {
@@ -430,12 +450,19 @@ TEST_F(Catalogue, BearsWhateverComes) {
         ASSERT_TRUE(client.connected()) << round;
         client.send(bytes);
     }
-    const RawClient endless(port);
-    for (int line = 0; line < 10000 && endless.send("X-" + std::to_string(line) + ": and so on\r\n");
-         ++line) {
-    }
     EXPECT_EQ(request(port, "GET", "/" + std::string(1'000'000, 'a')).body.find("news"), std::string::npos);
     EXPECT_EQ(request(port, "GET", "/blog/").status, 200);
+}
+
+TEST_F(Catalogue, HeadersWithoutEndEndTheConnection) {
+    serve();
+    const RawClient endless(portOf(base));
+    endless.send("GET / HTTP/1.1\r\n");
+    int sent = 0;
+    while (sent < 20'000 &&
+           endless.send("X-" + std::to_string(sent) + ": " + std::string(1000, 'x') + "\r\n"))
+        ++sent;
+    EXPECT_LT(sent, 20'000) << "megabytes of headers, and still listening";
 }
 
 TEST_F(Catalogue, FilesOfTheFolderAndNothingElse) {
