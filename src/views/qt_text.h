@@ -12,7 +12,9 @@ namespace morvane::views {
 [[nodiscard]] inline QString toQt(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
-[[nodiscard]] inline std::string fromQt(const QString& text) { return text.toStdString(); }
+[[nodiscard]] inline std::string fromQt(const QString& text) {
+    return text.toStdString();
+}
 
 /// The user's language of an English text.
 template <class... Arguments>

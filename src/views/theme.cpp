@@ -64,7 +64,9 @@ void apply(QApplication& application, Scheme scheme) {
     application.setPalette(paletteOf(dark));
 }
 
-bool isDark() { return QGuiApplication::palette().color(QPalette::Window).lightness() < 128; }
+bool isDark() {
+    return QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
+}
 
 QIcon icon(std::string_view name) {
     const QString path = toQt(host().folders.resources + "/views/symbols/" + std::string(name) + ".svg");
@@ -81,8 +83,28 @@ QIcon icon(std::string_view name) {
     return result;
 }
 
-QColor accent() { return QGuiApplication::palette().color(QPalette::Highlight); }
+QColor accent() {
+    return QGuiApplication::palette().color(QPalette::Highlight);
+}
 
-QColor faintText() { return QGuiApplication::palette().color(QPalette::PlaceholderText); }
+QColor faintText() {
+    return QGuiApplication::palette().color(QPalette::PlaceholderText);
+}
+
+QColor stop() {
+    return QColor(0xff, 0, 0);
+}
+
+QColor caution() {
+    return isDark() ? QColor(0xf2, 0xb1, 0x3c) : QColor(0xd9, 0x8a, 0x00);
+}
+
+QPixmap symbol(std::string_view name, int size, const QColor& colour, double scale) {
+    QSvgRenderer picture(toQt(host().folders.resources + "/views/symbols/" + std::string(name) + ".svg"));
+    if (!picture.isValid()) return {};
+    QPixmap result = tinted(picture, qRound(size * scale), colour);
+    result.setDevicePixelRatio(scale);
+    return result;
+}
 
 }  // namespace morvane::views::theme

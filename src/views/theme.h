@@ -33,5 +33,11 @@ inline constexpr int gap = 8, margin = 16, radius = 8;
 [[nodiscard]] QColor accent();
 /// For text beside the main one: counts, hints.
 [[nodiscard]] QColor faintText();
+/// Of what has gone wrong, and of what is risky.
+[[nodiscard]] QColor stop();
+[[nodiscard]] QColor caution();
+
+/// One symbol of `icon` in a colour of its own, so many points high, sharp at the scale of the screen.
+[[nodiscard]] QPixmap symbol(std::string_view name, int size, const QColor& colour, double scale);
 
 }  // namespace morvane::views::theme
