@@ -6,6 +6,7 @@
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QPainter>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
@@ -25,7 +26,7 @@ namespace morvane::views {
 
 namespace {
 
-constexpr int iconSize = 56, textWidth = 420, longTextWidth = 560, longTextHeight = 320;
+constexpr int iconSize = 56, textWidth = 420, longTextWidth = 640, longTextHeight = 340;
 constexpr int picturesInARow = 3, pictureSize = 80;
 
 /// The part of the screen that a text may take before it scrolls.
@@ -42,6 +43,30 @@ QPixmap pictureOfButton(const std::string& path, double scale) {
     const auto image = imageOfFile(path, (QSizeF(bound) * scale).toSize());
     return image ? fittingPixmap(*image, bound, scale) : QPixmap();
 }
+
+/// A picture with its title below, to be pressed.
+class PictureButton : public QToolButton {
+  public:
+    explicit PictureButton(const QPixmap& picture) {
+        setIcon(QIcon(picture));
+        setIconSize({pictureSize, pictureSize});
+        setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+        setAutoRaise(true);
+        setFocusPolicy(Qt::StrongFocus);
+        setMinimumWidth(pictureSize + 3 * theme::gap);
+    }
+
+  protected:
+    // The style shows no focus on buttons of tools.
+    void paintEvent(QPaintEvent* event) override {
+        QToolButton::paintEvent(event);
+        if (!hasFocus()) return;
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(QPen(theme::accent(), 2));
+        painter.drawRoundedRect(rect().adjusted(1, 1, -1, -1), theme::radius, theme::radius);
+    }
+};
 
 /// As high as its lines, but no higher than the bound: beyond that it scrolls.
 QWidget* scrollingWhenLong(BodyLabel* label, int width, int mostHeight) {
@@ -178,7 +203,7 @@ void DialogWindow::addAccessory(QBoxLayout& column) {
                          std::holds_alternative<StyledText>(dialog_.accessory);
     if (scrolls)
         accessory->setMinimumSize(
-            QSize(longTextWidth, longTextHeight).boundedTo(screen()->availableGeometry().size() / 2));
+            QSize(longTextWidth, longTextHeight).boundedTo(screen()->availableGeometry().size() * 3 / 4));
     column.addWidget(accessory, scrolls ? 1 : 0);
 }
 
@@ -196,16 +221,12 @@ void DialogWindow::addPictureButtons(QBoxLayout& column) {
     int place = 0;
     for (std::size_t number = 0; number < dialog_.buttons.size(); ++number) {
         if (number >= dialog_.buttonPictures.size() || dialog_.buttonPictures[number].empty()) continue;
-        auto* button = new QToolButton;
+        auto* button =
+            new PictureButton(pictureOfButton(dialog_.buttonPictures[number], devicePixelRatioF()));
         addButton(number, button);
-        button->setIcon(QIcon(pictureOfButton(dialog_.buttonPictures[number], devicePixelRatioF())));
-        button->setIconSize({pictureSize, pictureSize});
-        button->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
         button->setToolTip(literalLine(dialog_.buttons[number]));
-        button->setAutoRaise(true);
-        button->setFocusPolicy(Qt::StrongFocus);
-        button->setMinimumWidth(pictureSize + 3 * theme::gap);
         grid->addWidget(button, place / picturesInARow, place % picturesInARow);
+        if (number == dialog_.defaultButton) button->setFocus();
         ++place;
     }
     grid->setColumnStretch(picturesInARow, 1);
@@ -221,6 +242,8 @@ void DialogWindow::addButtons(QBoxLayout& column) {
         auto* button = new QPushButton;
         addButton(number, button);
         button->setMinimumWidth(5 * theme::margin + theme::gap);
+        // Where pictures are to be chosen from, Enter belongs to them.
+        button->setAutoDefault(dialog_.buttonPictures.empty());
         row->insertWidget(0, button);
         if (number != dialog_.defaultButton) continue;
         button->setDefault(true);

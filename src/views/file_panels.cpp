@@ -7,8 +7,10 @@
 #include <QFileSystemModel>
 #include <QFormLayout>
 #include <QGridLayout>
+#include <QHeaderView>
 #include <QLineEdit>
-#include <QSignalBlocker>
+#include <QSplitter>
+#include <QTreeView>
 #include <algorithm>
 
 #include "foundation/alerts.h"
@@ -27,6 +29,7 @@ namespace morvane::views {
 namespace {
 
 constexpr QSize panelSize(820, 540);
+constexpr int placesWidth = 150, nameWidth = 320;
 
 bool isOfType(const std::string& path, const std::vector<std::string>& types) {
     const std::string type = MVString::lowercased(files::extension(path));
@@ -111,6 +114,9 @@ void FilePanel::begin(const std::string& startFolder, OfferedFiles::Offer offer)
         connect(view, &QAbstractItemView::activated, this,
                 [this](const QModelIndex& index) { activate(pathOf(index)); });
     }
+    if (auto* splitter = findChild<QSplitter*>("splitter"))
+        splitter->setSizes({placesWidth, panelSize.width() - placesWidth});
+    if (auto* view = findChild<QTreeView*>("treeView")) view->header()->resizeSection(0, nameWidth);
     flaw_->hide();
     addBelow(flaw_);
 }
