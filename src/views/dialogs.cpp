@@ -135,6 +135,15 @@ DialogWindow::DialogWindow(const Dialog& dialog, QWidget* parent)
     const bool growsWithWindow = std::holds_alternative<LongText>(dialog_.accessory) ||
                                  std::holds_alternative<StyledText>(dialog_.accessory);
     if (!growsWithWindow) all->setSizeConstraint(QLayout::SetFixedSize);
+    takeFocus();
+}
+
+void DialogWindow::takeFocus() {
+    for (QWidget* field :
+         {static_cast<QWidget*>(line_), static_cast<QWidget*>(lines_), static_cast<QWidget*>(box_)}) {
+        if (field != nullptr) return field->setFocus();
+    }
+    if (dialog_.defaultButton < buttons_.size()) buttons_[dialog_.defaultButton]->setFocus();
 }
 
 QWidget* DialogWindow::iconLabel() {
@@ -180,7 +189,6 @@ void DialogWindow::addAccessory(QBoxLayout& column) {
             lines_->setMinimumHeight(qRound(field->height));
         }
         accessory->setMinimumWidth(qRound(field->width));
-        accessory->setFocus();
     } else if (const auto* choice = std::get_if<ChoiceBox>(&dialog_.accessory)) {
         accessory = box_ = new QComboBox;
         for (const std::string& option : choice->options) box_->addItem(literalLine(option));
@@ -226,7 +234,6 @@ void DialogWindow::addPictureButtons(QBoxLayout& column) {
         addButton(number, button);
         button->setToolTip(literalLine(dialog_.buttons[number]));
         grid->addWidget(button, place / picturesInARow, place % picturesInARow);
-        if (number == dialog_.defaultButton) button->setFocus();
         ++place;
     }
     grid->setColumnStretch(picturesInARow, 1);
@@ -245,9 +252,7 @@ void DialogWindow::addButtons(QBoxLayout& column) {
         // Where pictures are to be chosen from, Enter belongs to them.
         button->setAutoDefault(dialog_.buttonPictures.empty());
         row->insertWidget(0, button);
-        if (number != dialog_.defaultButton) continue;
-        button->setDefault(true);
-        if (line_ == nullptr && lines_ == nullptr && box_ == nullptr) button->setFocus();
+        if (number == dialog_.defaultButton) button->setDefault(true);
     }
     row->insertStretch(0);
     column.addLayout(row);

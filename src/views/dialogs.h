@@ -40,6 +40,7 @@ class DialogWindow : public QDialog {
     void addPictureButtons(QBoxLayout& column);
     QAbstractButton* addButton(std::size_t number, QAbstractButton* button);
     [[nodiscard]] QWidget* iconLabel();
+    void takeFocus();
     void press(std::size_t button);
 
     const Dialog dialog_;

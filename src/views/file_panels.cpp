@@ -56,6 +56,9 @@ std::string pathOf(const QModelIndex& index) {
 
 // ---- The files
 
+OfferedFiles::OfferedFiles(Offer offer, QObject* parent)
+    : QSortFilterProxyModel(parent), offer_(std::move(offer)), bundleIcon_(theme::icon("library")) {}
+
 Qt::ItemFlags OfferedFiles::flags(const QModelIndex& index) const {
     const Qt::ItemFlags flags = QSortFilterProxyModel::flags(index);
     const std::string path = pathOf(index);
@@ -66,7 +69,7 @@ Qt::ItemFlags OfferedFiles::flags(const QModelIndex& index) const {
 
 QVariant OfferedFiles::data(const QModelIndex& index, int role) const {
     if (role == Qt::DecorationRole && index.column() == 0 && offer_.isBundle(pathOf(index)))
-        return theme::icon("library");
+        return bundleIcon_;
     return QSortFilterProxyModel::data(index, role);
 }
 

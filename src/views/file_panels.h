@@ -5,6 +5,7 @@
 #pragma once
 
 #include <QFileDialog>
+#include <QIcon>
 #include <QSortFilterProxyModel>
 #include <functional>
 #include <map>
@@ -13,9 +14,6 @@
 #include <vector>
 
 #include "platform/user_interface.h"
-
-class QComboBox;
-class QFormLayout;
 
 namespace morvane::views {
 
@@ -28,7 +26,7 @@ class OfferedFiles : public QSortFilterProxyModel {
     struct Offer {
         std::function<bool(const std::string&path)> isOffered, isBundle;
     };
-    OfferedFiles(Offer offer, QObject* parent) : QSortFilterProxyModel(parent), offer_(std::move(offer)) {}
+    OfferedFiles(Offer offer, QObject* parent);
 
     [[nodiscard]] Qt::ItemFlags flags(const QModelIndex& index) const override;
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
@@ -37,7 +35,8 @@ class OfferedFiles : public QSortFilterProxyModel {
     [[nodiscard]] bool lessThan(const QModelIndex& left, const QModelIndex& right) const override;
 
   private:
-    Offer offer_;
+    const Offer offer_;
+    const QIcon bundleIcon_;
     /// What was found out of a path: rows are drawn again and again.
     mutable std::map<std::string, bool> known_;
 };
