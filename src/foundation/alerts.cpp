@@ -1,5 +1,6 @@
 #include "foundation/alerts.h"
 
+#include <algorithm>
 #include <set>
 #include <string_view>
 
@@ -68,6 +69,14 @@ DialogAnswer showDialog(const Dialog& dialog) {
     DialogAnswer answer{.button = dialog.defaultButton, .text = ""};
     onMainThread([&] { answer = host().userInterface.showDialog(dialog); });
     return answer;
+}
+
+std::optional<std::size_t> cancelButton(const Dialog& dialog) {
+    for (const char* title : {"Cancel", "No", "I Disagree"}) {
+        const auto found = std::ranges::find(dialog.buttons, localized(title));
+        if (found != dialog.buttons.end()) return static_cast<std::size_t>(found - dialog.buttons.begin());
+    }
+    return dialog.buttons.size() == 1 ? std::optional<std::size_t>(0) : std::nullopt;
 }
 
 bool isAnsweredYes(const Dialog& dialog) {

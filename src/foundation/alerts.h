@@ -50,6 +50,9 @@ void showAlertMessageWithException(const std::string& name, const std::string& r
 
 /// Any dialog that is none of the above: built here, shown and answered on the main thread.
 [[nodiscard]] DialogAnswer showDialog(const Dialog& dialog);
+/// The button that a dialog is called off with: "Cancel", else "No" or "I Disagree", else the only one that it
+/// has. Nothing when every button does something.
+[[nodiscard]] std::optional<std::size_t> cancelButton(const Dialog& dialog);
 /// Shows a dialog with a button "Yes", and tells whether that was pressed.
 [[nodiscard]] bool isAnsweredYes(const Dialog& dialog);
 /// Whether a file of another type than the panel's is refused here, or by the caller in words of its own.

@@ -69,6 +69,8 @@ inline constexpr Key<std::int64_t> descriptionFontSize{
 inline constexpr Key<std::int64_t> webViewIncreaseTextSize{{"WebView increase text size", Kind::integer,
                                                             "steps by which web pages show larger text", 0, 0,
                                                             20, true}};
+/// By the title of a file panel, the folder that was chosen in last.
+inline constexpr Key<Value> panelFolders{{"Panel Folders", Kind::library, ""}};
 inline constexpr Key<bool> useVibrantDarkStyle{{"Use Vibrant Dark Style", Kind::boolean, "dark windows"}};
 inline constexpr Key<bool> webAutomaticSpellingCorrection{
     {"WebAutomaticSpellingCorrectionEnabled", Kind::boolean, "web pages correct the spelling by themselves"}};
