@@ -9,14 +9,8 @@
 
 #include "building/cancellable_creation.h"
 #include "foundation/localization.h"
-#include "foundation/settings.h"
-#include "platform/files.h"
 #include "platform/process.h"
 #include "runtime/system_engine.h"
-#include "server/catalogue_publish.h"
-#include "server/catalogue_server.h"
-#include "server/site_server.h"
-#include "wrapper/layout.h"
 
 namespace morvane::cli {
 
@@ -29,20 +23,6 @@ sigset_t requestSignals() {
     return signals;
 }
 
-Host::Options optionsOfProcess() {
-    Host::Options options;
-    options.folders = Folders::fromEnvironment();
-    options.sites = Sites::fromEnvironment();
-    options.searchPath = environmentVariable("PATH");
-    return options;
-}
-
-/// Where neither the environment nor the build names an address, the user's settings may.
-void completeFromSettings(std::string& site, const settings::Key<std::string>& setting) {
-    if (!site.empty()) return;
-    if (const std::string stored = settings::get(setting); !stored.empty()) site = withFinalSlash(stored);
-}
-
 }  // namespace
 
 Session::Session(Output output, Answers answers)
@@ -51,8 +31,7 @@ Session::Session(Output output, Answers answers)
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, SIG_IGN);
     host_ = std::make_unique<Host>(optionsOfProcess(), interface_);
-    completeFromSettings(host_->sites.caskery, settings::caskerySite);
-    completeFromSettings(host_->sites.catalogue, settings::catalogueSite);
+    EmbeddedSites::completeFromSettings();
     host_->workQueues.setExceptionHandler([this](const std::exception_ptr& exception) { keep(exception); });
     // A request that has an effect is the user's, unless the loop below makes it.
     cancelling_ = std::make_unique<Cancellation::Interrupter>(host_->creation, [this] {
@@ -68,10 +47,9 @@ Session::Session(Output output, Answers answers)
 
 Session::~Session() {
     // Its server waits for whoever answers a request.
-    if (engines_) engines_->cancel();
+    if (sites_) sites_->cancel();
     host_->workQueues.joinAll();
-    site_.reset();
-    catalogue_.reset();
+    sites_.reset();
     ending_ = true;
     pthread_kill(signalWatcher_.native_handle(), SIGHUP);
     signalWatcher_.join();
@@ -95,7 +73,7 @@ void Session::handleSignal(int signal) {
     }
     if (!host_->creation.running() && !console_.interrupt()) {
         // Nothing is being made, so that there is nothing to unwind; what was started goes too.
-        if (engines_) engines_->cancel();
+        if (sites_) sites_->cancel();
         processes::stopChildren(std::chrono::seconds(10));
         std::_Exit(cancelled);
     }
@@ -119,35 +97,12 @@ void Session::showLog() {
 }
 
 void Session::provideSite() {
-    if (host_->sites.caskery.empty()) provideDownloads();
-    if (host_->sites.catalogue.empty()) provideCatalogue();
-}
-
-void Session::provideDownloads() {
     // The site offers this machine's Wine; without one, the questions that follow need an explanation.
-    const auto engine = runtime::systemEngineName();
-    if (!engine) console_.say(engine.error().message());
-    SiteServer::Content content;
-    content.siteFolder = host_->folders.resources + "/site";
-    engines_ = std::make_unique<runtime::SystemEngineStore>();
-    content.engineNames = [this] { return engines_->names(); };
-    content.engineArchive = [this](const std::string& name) { return engines_->archive(name); };
-    site_ = std::make_unique<SiteServer>(std::move(content));
-    host_->sites.caskery = site_->baseAddress();
-}
-
-void Session::provideCatalogue() {
-    const std::string samples = host_->folders.resources + "/samples/catalogue.plist";
-    const std::string content = files::join(layout::applicationSupportFolder(), "Catalogue");
-    const auto sayWhy = [this](const Failure& failure) { console_.say(failure.message()); };
-    if (files::kindOf(samples) == files::Kind::file) {
-        if (const auto prepared = prepareSampleCatalogue(samples, content); !prepared)
-            sayWhy(prepared.error());
+    if (host_->sites.caskery.empty()) {
+        if (const auto engine = runtime::systemEngineName(); !engine) console_.say(engine.error().message());
     }
-    auto started = CatalogueServer::start({.content = content});
-    if (!started) return sayWhy(started.error());
-    catalogue_ = *std::move(started);
-    host_->sites.catalogue = catalogue_->baseAddress();
+    sites_ = std::make_unique<EmbeddedSites>([this](const std::string& text) { console_.say(text); });
+    sites_->provide();
 }
 
 void Session::keep(const std::exception_ptr& exception) {

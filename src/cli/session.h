@@ -13,17 +13,13 @@
 #include "cli/console.h"
 #include "cli/terminal_interface.h"
 #include "foundation/progress_view.h"
+#include "front/embedded_sites.h"
 #include "platform/host.h"
 #include "platform/result.h"
 
 namespace morvane {
-class CatalogueServer;
-class SiteServer;
 class WrapperCreation;
 }  // namespace morvane
-namespace morvane::runtime {
-class SystemEngineStore;
-}  // namespace morvane::runtime
 
 namespace morvane::cli {
 
@@ -68,8 +64,6 @@ class Session {
     int fail(const Failure& failure) { return fail(failure.message()); }
 
   private:
-    void provideDownloads();
-    void provideCatalogue();
     void watchSignals();
     void handleSignal(int signal);
     void cancelAfterAsking();
@@ -88,9 +82,7 @@ class Session {
     TerminalInterface interface_;
     std::unique_ptr<Host> host_;
     std::shared_ptr<NSProgressView> progress_;
-    std::unique_ptr<runtime::SystemEngineStore> engines_;  // what the embedded site offers
-    std::unique_ptr<SiteServer> site_;
-    std::unique_ptr<CatalogueServer> catalogue_;
+    std::unique_ptr<EmbeddedSites> sites_;
     std::atomic<bool> cancelled_ = false;
     std::atomic<bool> failureTold_ = false;
     std::mutex mutex_;

@@ -23,7 +23,7 @@ void wakeQueue() {
 
 /// What looks at every process, or starts one, is nothing for the main thread.
 void elsewhere(const char* label, std::function<void()> work) {
-    MVThread::dispatchQueueWithName(label, Priority::normal, Concurrent::no, std::move(work));
+    MVThread::dispatchQueueWithName(label, Priority::normal, std::move(work));
 }
 
 }  // namespace

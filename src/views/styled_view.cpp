@@ -9,6 +9,7 @@
 
 #include "library/catalogue_addresses.h"
 #include "platform/host.h"
+#include "platform/http.h"
 #include "views/labels.h"
 #include "views/qt_text.h"
 
@@ -113,7 +114,7 @@ QVariant StyledView::loadResource(int, const QUrl&) {
 }
 
 void openWebLink(const std::string& link) {
-    if (catalogue::isWebLink(link)) host().userInterface.openLink(link);
+    if (isWebLink(link)) host().userInterface.openLink(link);
 }
 
 }  // namespace morvane::views

@@ -7,6 +7,7 @@
 #include <QPalette>
 #include <QStyleFactory>
 #include <QSvgRenderer>
+#include <QWidget>
 
 #include "platform/host.h"
 #include "views/qt_text.h"
@@ -85,6 +86,22 @@ QIcon icon(std::string_view name) {
 
 QColor accent() {
     return QGuiApplication::palette().color(QPalette::Highlight);
+}
+
+void makePrimary(QWidget& button) {
+    QPalette palette = button.palette();
+    palette.setColor(QPalette::Button, accent());
+    palette.setColor(QPalette::ButtonText, Qt::white);
+    button.setPalette(palette);
+    QFont font = button.font();
+    font.setBold(true);
+    button.setFont(font);
+}
+
+void makeFlush(QWidget& view) {
+    QPalette palette = view.palette();
+    palette.setColor(QPalette::Base, Qt::transparent);
+    view.setPalette(palette);
 }
 
 QColor faintText() {

@@ -11,6 +11,7 @@
 
 class QApplication;
 class QPalette;
+class QWidget;
 
 namespace morvane::views::theme {
 
@@ -31,6 +32,10 @@ inline constexpr int gap = 8, margin = 16, radius = 8;
 /// "question", "website", "vote", "copy", "send", "picture", "update", "debug", "drive".
 [[nodiscard]] QIcon icon(std::string_view name);
 [[nodiscard]] QColor accent();
+/// The one button of a page that is its purpose: filled with the accent.
+void makePrimary(QWidget& button);
+/// Part of the window instead of a field of its own.
+void makeFlush(QWidget& view);
 /// For text beside the main one: counts, hints.
 [[nodiscard]] QColor faintText();
 /// Of what has gone wrong, and of what is risky.

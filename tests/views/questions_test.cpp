@@ -17,7 +17,7 @@
 #include "views/labels.h"
 #include "views/progress_panel.h"
 #include "views/styled_view.h"
-#include "views_machine.h"
+#include "views/views_machine.h"
 
 namespace morvane::views {
 namespace {

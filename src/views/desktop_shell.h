@@ -1,0 +1,43 @@
+// views/desktop_shell.h: what the application tells the desktop (`ShellView`), passed on to the main window. Main thread.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "app/app_delegate_view.h"
+
+namespace morvane::views {
+
+class DesktopInterface;
+class MainWindow;
+
+class DesktopShell : public ShellView {
+  public:
+    explicit DesktopShell(DesktopInterface& interface) : interface_(interface) {}
+
+    /// Nothing is drawn before and after.
+    void setMainWindow(MainWindow* window) { window_ = window; }
+    /// A link from outside.
+    void openLink(const std::string& link) const;
+
+    void setURLHandler(const std::function<void(const std::string& link)>& handler) override;
+    void setNotificationHandler(const std::function<void(const std::string& info)>& handler) override;
+    void setWindowAppearance(WindowAppearance appearance) override;
+    void loadWebPage(WebView web, const std::string& address) override;
+    void showMorvaneTab(MorvaneTab tab) override;
+    void bringMainWindowToFront() override;
+    void libraryChanged() override;
+    void gamePageChanged() override;
+    void actionTitleChanged() override;
+    void showWindow(const NSDescriptionView::HtmlWindow& window) override;
+    void showVotingPanel(const std::shared_ptr<NSVotingPanel>& panel) override;
+    void beep() override;
+
+  private:
+    DesktopInterface& interface_;
+    MainWindow* window_ = nullptr;
+    std::function<void(const std::string&)> link_;
+};
+
+}  // namespace morvane::views
