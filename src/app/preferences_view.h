@@ -31,15 +31,22 @@ inline constexpr std::array<ThemeFile, 3> themeFiles{
      {ThemeImage::actionButton, "b_azul.png", ImageFormat::png},
      {ThemeImage::bottomButton, "b_azul_r.png", ImageFormat::png}}};
 
+/// Whether windows are light or dark; `system`: as the desktop is.
+enum class Appearance { system, light, dark };
+/// As the setting says.
+[[nodiscard]] Appearance storedAppearance();
+
 class NSPreferencesView {
   public:
     /// A stepper and the number field that shows it.
     struct Stepper {
         std::int64_t value = 0;
         std::string field;
+        std::int64_t least = 0, most = 0;
     };
     struct Shown {
         bool checksForUpdates = false, developerMode = false, sendsCrashReports = false, hidesDock = false;
+        Appearance appearance = Appearance::system;
         Stepper descriptionFontSize, webViewZoom;
         /// The image wells, by `ThemeImage`.
         std::array<std::optional<ImageData>, themeFiles.size()> themeImages;
@@ -49,6 +56,7 @@ class NSPreferencesView {
         std::function<void()> changed;
         /// The look for updates is on or off from now on.
         std::function<void(bool on)> automaticallyChecksForUpdates;
+        std::function<void()> appearanceChanged;
         /// "UpdateDockInGridView": the grid shows or hides its shelf.
         std::function<void()> updateDockInGridView;
         /// The web views show their text anew (`reloadWebViewTextZoom`).
@@ -62,6 +70,8 @@ class NSPreferencesView {
 
     void selectedDeveloperMode(bool on);
     void selectedAutomaticCrashLog(bool on);
+    void chooseAppearance(Appearance appearance);
+    // A value beyond the bounds of the stepper counts as the nearest.
     void changeFontSizeValue(std::int64_t value);
     void changeWebViewZoom(std::int64_t value);
     void atomaticallyCheckForUpdates(bool on);
