@@ -6,6 +6,7 @@
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "foundation/settings.h"
+#include "foundation/threads.h"
 #include "library/icon_cache.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -39,6 +40,11 @@ bool writeThemeFile(std::string_view name, std::string_view bytes) {
 
 std::string restartText() {
     return localized("Restart %@ so the changes will take effect", {"Morvane"});
+}
+
+void tellOfNewTheme() {
+    MVAlert::showAlertMessage(localized("%@ %@", {localized("New theme applied!"), restartText()}),
+                              "Success");
 }
 
 NSPreferencesView::Stepper stepper(const settings::Setting& setting, std::int64_t value) {
@@ -144,15 +150,30 @@ bool NSPreferencesView::putThemeImage(ThemeImage well, const ImageData& picture)
 }
 
 bool NSPreferencesView::applyNewTheme() {
+    const bool saved = saveThemeImages(shown_.themeImages);
+    tellOfNewTheme();
+    return saved;
+}
+
+void NSPreferencesView::applyNewTheme(const ThemeImages& images, std::function<void(bool saved)> completion) {
+    MVThread::dispatchQueueWithName("app.morvane.applyNewTheme", Priority::normal, Concurrent::no,
+                                    [images, completion = std::move(completion)] {
+                                        const bool saved = saveThemeImages(images);
+                                        MVThread::dispatchBlockInMainQueue([completion, saved] {
+                                            tellOfNewTheme();
+                                            if (completion) completion(saved);
+                                        });
+                                    });
+}
+
+bool NSPreferencesView::saveThemeImages(const ThemeImages& images) {
     bool saved = true;
     for (const ThemeFile& file : themeFiles) {
-        const auto& image = shown_.themeImages[static_cast<std::size_t>(file.image)];
+        const auto& image = images[static_cast<std::size_t>(file.image)];
         // A picture that comes from the file itself would only lose by another encoding.
         if (image && image != themeImageNamed(file.name))
             saved &= saveThemeImage(*image, file.name, file.format);
     }
-    MVAlert::showAlertMessage(localized("%@ %@", {localized("New theme applied!"), restartText()}),
-                              "Success");
     return saved;
 }
 

@@ -38,6 +38,8 @@ enum class Appearance { system, light, dark };
 
 class NSPreferencesView {
   public:
+    /// The image wells, by `ThemeImage`.
+    using ThemeImages = std::array<std::optional<ImageData>, themeFiles.size()>;
     /// A stepper and the number field that shows it.
     struct Stepper {
         std::int64_t value = 0;
@@ -48,8 +50,7 @@ class NSPreferencesView {
         bool checksForUpdates = false, developerMode = false, sendsCrashReports = false, hidesDock = false;
         Appearance appearance = Appearance::system;
         Stepper descriptionFontSize, webViewZoom;
-        /// The image wells, by `ThemeImage`.
-        std::array<std::optional<ImageData>, themeFiles.size()> themeImages;
+        ThemeImages themeImages;
     };
     struct Callbacks {
         /// The window shows something else now.
@@ -80,8 +81,10 @@ class NSPreferencesView {
     /// A picture dropped into a well. False, and the well is unchanged, for what is no picture.
     bool putThemeImage(ThemeImage well, const ImageData& picture);
     /// Saves the wells that hold a picture, and tells that the next start shows them. False when a file could
-    /// not be written, which is not reported otherwise.
+    /// not be written, which is not reported otherwise. Blocks for as long as the pictures take.
     bool applyNewTheme();
+    /// The same in the background; the completion comes on the main thread.
+    static void applyNewTheme(const ThemeImages& images, std::function<void(bool saved)> completion);
     /// False when a file could not be written; it is then as it was.
     bool resetTheme();
 
@@ -90,6 +93,7 @@ class NSPreferencesView {
     [[nodiscard]] static std::optional<ImageData> copyOriginalThemeImageNamed(const std::string& name);
 
   private:
+    static bool saveThemeImages(const ThemeImages& images);
     template <class T>
     void store(const settings::Key<T>& key, T value);
     void tellChanged() const;

@@ -247,6 +247,16 @@ bool NSPropertiesWindow::isChanged() const {
     return shown_ != filled_;
 }
 
+NSPropertiesWindow::Closing NSPropertiesWindow::closing() const {
+    if (isSaving_ || !isChanged()) return Closing::discard;
+    Dialog dialog;
+    dialog.title = localized("Save Changes");
+    dialog.text =
+        localized("You have changed the properties of %@. Do you want to save them?", {filled_.name.text});
+    dialog.buttons = {localized("Save"), localized("Don't Save"), localized("Cancel")};
+    return static_cast<Closing>(MVAlert::showDialog(dialog).button);
+}
+
 bool NSPropertiesWindow::change(Field& field, const std::string& text) {
     if (!field.enabled || isSaving_) return false;
     field.text = text;

@@ -78,6 +78,9 @@ class NSPropertiesWindow {
 
     /// Whether the user has changed anything that is not saved.
     [[nodiscard]] bool isChanged() const;
+    enum class Closing { save, discard, stay };
+    /// What becomes of the changes when the user closes the window: asks where there are any.
+    [[nodiscard]] Closing closing() const;
 
     // What the user does. False, and nothing changes, for a control that is disabled, and while `isSaving`.
     bool typeName(const std::string& text);

@@ -98,7 +98,10 @@ TEST_F(Preferences, AThemeIsAppliedAndReset) {
     const std::string before = get(support + "window.jpg");
     NSPreferencesView again(callbacks);
     ui.expect("New theme applied!");
-    EXPECT_TRUE(again.applyNewTheme());
+    std::optional<bool> saved;
+    NSPreferencesView::applyNewTheme(again.shown().themeImages, [&](bool done) { saved = done; });
+    machine->mainQueue.runUntil([&] { return saved.has_value(); });
+    EXPECT_TRUE(*saved);
     EXPECT_EQ(get(support + "window.jpg"), before);
 
     EXPECT_TRUE(again.resetTheme());

@@ -127,10 +127,14 @@ TEST_F(Properties, AWindowSavesInTheBackground) {
     EXPECT_FALSE(window.isChanged());
     window.typeName("New");
     EXPECT_TRUE(window.isChanged());
+    using enum NSPropertiesWindow::Closing;
+    for (const auto& [button, becomes] :
+         {std::pair("Save", save), {"Don't Save", discard}, {"Cancel", stay}}) {
+        ui.expect("You have changed the properties of The Game.").answer(button).defaultIs("Save");
+        EXPECT_EQ(window.closing(), becomes);
+    }
     std::vector<bool> ended;
-    const auto save = [&] { window.save([&](bool saved) { ended.push_back(saved); }); };
-    save();
-    save();
+    for (int clicks = 0; clicks < 2; ++clicks) window.save([&](bool saved) { ended.push_back(saved); });
     EXPECT_TRUE(window.isSaving());
     EXPECT_FALSE(window.typeName("Newer"));
     EXPECT_FALSE(window.switchFunctionKeys(true));
