@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -17,9 +18,11 @@ namespace morvane::views {
 }
 
 /// The user's language of an English text.
-template <class... Arguments>
-[[nodiscard]] QString shown(Arguments&&... arguments) {
-    return toQt(localized(std::forward<Arguments>(arguments)...));
+[[nodiscard]] inline QString shown(std::string_view text) {
+    return toQt(localized(text));
+}
+[[nodiscard]] inline QString shown(std::string_view text, std::initializer_list<std::string_view> arguments) {
+    return toQt(localized(text, arguments));
 }
 
 }  // namespace morvane::views
