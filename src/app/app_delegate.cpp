@@ -96,6 +96,7 @@ NSPreferencesView& AppDelegate::preferences() {
         preferences_ = std::make_unique<NSPreferencesView>(NSPreferencesView::Callbacks{
             .changed = [this] { view_.preferencesChanged(); },
             .automaticallyChecksForUpdates = [](bool) { update_check::lookForUpdate(); },
+            .appearanceChanged = [this] { beginWithWindowAppearance(); },
             .updateDockInGridView = [this] { view_.updateDockInGridView(); },
             .webViewZoomChanged = [this] { view_.webViewZoomChanged(); }});
     }
@@ -115,9 +116,7 @@ NSAppsFoldersList& AppDelegate::appsFolders() {
 void AppDelegate::showMorvaneTab(MorvaneTab tab) {
     view_.showMorvaneTab(tab);
     if (tab == MorvaneTab::rankings) loadRankings();
-    if (tab == MorvaneTab::forum) {
-        loadWebsite(WebView::forum, filled("%@smf/index.php?action=forum", {host().sites.catalogue}));
-    }
+    if (tab == MorvaneTab::forum) loadForum();
 }
 
 void AppDelegate::loadRankings() {
@@ -143,21 +142,40 @@ void AppDelegate::openRow(std::size_t row) {
 
 void AppDelegate::showProperties(const std::string& path) {
     const unsigned number = propertiesWindows_ + 1;
+    // A save in the background may end when the application object is gone.
+    const auto ifThere = [self = self_](const std::function<void(AppDelegate&)>& work) {
+        if (*self != nullptr) work(**self);
+    };
     const auto window = std::make_shared<NSPropertiesWindow>(NSPropertiesWindow::Callbacks{
         .changed =
-            [this, number] {
+            [ifThere, number] {
                 // One that was closed may still be saving.
-                if (properties_ && number == propertiesWindows_) view_.propertiesChanged();
+                ifThere([&](AppDelegate& app) {
+                    const bool isShown = app.properties_ && number == app.propertiesWindows_;
+                    if (isShown) app.view_.propertiesChanged();
+                });
             },
         .refresh =
-            [this](const std::string& item, CustomEXE isCustomEXE) {
-                apps_.refreshLocalPortAtPath(item, isCustomEXE);
-                library_.reload();
+            [ifThere](const std::string& item, CustomEXE isCustomEXE) {
+                ifThere([&](AppDelegate& app) {
+                    app.apps_.refreshLocalPortAtPath(item, isCustomEXE);
+                    app.library_.reload();
+                });
             },
         .removeFromLibrary =
-            [this](const std::string& item) { apps_.removeLocalPort(item, [this] { library_.reload(); }); },
-        .addToLibrary = [this](const std::string& item) { library_.addPort(item); },
-        .reloadItem = [this](const std::string& item) { gamePage_.openLocalItem(item); }});
+            [ifThere](const std::string& item) {
+                ifThere([&](AppDelegate& app) {
+                    app.apps_.removeLocalPort(item, [&app] { app.library_.reload(); });
+                });
+            },
+        .addToLibrary =
+            [ifThere](const std::string& item) {
+                ifThere([&](AppDelegate& app) { app.library_.addPort(item); });
+            },
+        .reloadItem =
+            [ifThere](const std::string& item) {
+                ifThere([&](AppDelegate& app) { app.gamePage_.openLocalItem(item); });
+            }});
     if (const auto shown = window->setDataFromWrapperAtPath(path); !shown) {
         return MVAlert::showAlertErrorMessage(shown.error().message());
     }

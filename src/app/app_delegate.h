@@ -71,6 +71,8 @@ class AppDelegate {
     void didActivateNotification(const std::string& info);
     /// A web view has loaded its page, or failed to.
     void webPageLoaded();
+    /// Loads the page of a web view anew, as far as its server can be reached.
+    void loadWebsiteAgain(WebView web);
 
     /// With its parents; a folder that can't be created is not reported.
     static void verifyFolder(const std::string& path);
@@ -123,7 +125,9 @@ class AppDelegate {
     void loadAppTheme();
     void createMenulet();
     void loadNewsWebsite();
-    void loadWebsite(WebView web, const std::string& address);
+    void loadForum();
+    enum class Attempt { first, again };
+    void loadWebsite(WebView web, const std::string& address, Attempt attempt);
     void loadLists();
     void loadRankings();
 

@@ -20,7 +20,8 @@ namespace morvane {
 
 /// The tabs of the main window that the application switches to.
 enum class MorvaneTab { library = 2, rankings = 3, forum = 4 };
-enum class WindowAppearance { light, vibrantDark };
+/// `system`: as the desktop is.
+enum class WindowAppearance { light, vibrantDark, system };
 /// The web views of the main window.
 enum class WebView { news, forum };
 

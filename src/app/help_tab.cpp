@@ -1,6 +1,7 @@
 #include "app/help_tab.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "foundation/alerts.h"
 #include "foundation/computer_information.h"
@@ -8,7 +9,9 @@
 #include "foundation/localization.h"
 #include "foundation/network.h"
 #include "foundation/text.h"
+#include "foundation/threads.h"
 #include "library/mail_form.h"
+#include "platform/files.h"
 #include "platform/host.h"
 #include "platform/http.h"
 #include "platform/property_list.h"
@@ -64,6 +67,76 @@ std::optional<std::string> modelOfSerialNumber(std::string_view serial) {
 
 std::string applicationVersion() {
     return MORVANE_VERSION;
+}
+
+struct NSHelpTab::Copy {
+    NSHelpTab tab;
+};
+
+NSHelpTab::NSHelpTab() : self_(std::make_shared<NSHelpTab*>(this)) {}
+
+NSHelpTab::~NSHelpTab() {
+    *self_ = nullptr;
+}
+
+std::shared_ptr<NSHelpTab::Copy> NSHelpTab::copy() const {
+    auto copy = std::make_shared<Copy>();
+    copy->tab.form = form;
+    copy->tab.hardwareReport_ = hardwareReport_;
+    copy->tab.model_ = model_;
+    return copy;
+}
+
+void NSHelpTab::takeBack(const Copy& copy) {
+    hardwareReport_ = copy.tab.hardwareReport_;
+    model_ = copy.tab.model_;
+}
+
+void NSHelpTab::send(std::function<void(bool taken)> completion) {
+    if (std::exchange(isSending_, true)) return;
+    MVThread::dispatchQueueWithName("app.morvane.sendMail", Priority::normal, Concurrent::no,
+                                    [self = self_, copy = copy(), completion = std::move(completion)] {
+                                        const bool taken = copy->tab.sendMail();
+                                        MVThread::dispatchBlockInMainQueue([self, copy, completion, taken] {
+                                            if (*self == nullptr) return;
+                                            (*self)->isSending_ = false;
+                                            (*self)->takeBack(*copy);
+                                            if (completion) completion(taken);
+                                        });
+                                    });
+}
+
+void NSHelpTab::describe(std::function<void(const std::vector<Line>&)> completion) {
+    MVThread::dispatchQueueWithName("app.morvane.describeComputer", Priority::normal, Concurrent::no,
+                                    [self = self_, copy = copy(), completion = std::move(completion)] {
+                                        const auto lines = copy->tab.computerSpecifications();
+                                        MVThread::dispatchBlockInMainQueue([self, copy, completion, lines] {
+                                            if (*self == nullptr) return;
+                                            (*self)->takeBack(*copy);
+                                            completion(lines);
+                                        });
+                                    });
+}
+
+std::vector<NSHelpTab::Question> NSHelpTab::commonQuestions() {
+    const auto page = files::read(files::join(host().folders.resources, "questions.html"));
+    std::vector<Question> questions;
+    // "<h2>question</h2> answer", again and again.
+    auto parts = MVString::split(page.value_or(""), "<h2>");
+    for (std::size_t part = 1; part < parts.size(); ++part) {
+        const std::size_t end = parts[part].find("</h2>");
+        if (end == std::string::npos) continue;
+        const auto answerAt = end + std::string_view("</h2>").size();
+        questions.push_back({styledTextFromHtml(parts[part].substr(0, end)).text,
+                             styledTextFromHtml(parts[part].substr(answerAt))});
+    }
+    return questions;
+}
+
+std::string NSHelpTab::logFolder() {
+    const std::string folder = files::parent(host().log.path());
+    static_cast<void>(files::createFolder(folder, true));
+    return folder;
 }
 
 bool NSHelpTab::sendMail() {

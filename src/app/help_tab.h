@@ -1,8 +1,10 @@
-// app/help_tab.h: the help tab: the contact form and the description of this computer. One thread at a time;
-// sending and describing block (network, programs), so better not on the main thread.
+// app/help_tab.h: the help tab: answers to common questions, the contact form, the description of this
+// computer, the logs. One thread at a time; what blocks (network, programs) says so, and has a way beside it that
+// runs on a queue.
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,17 +32,39 @@ class NSHelpTab {
     };
     Form form;
 
-    /// Checks the form and posts it; what is missing, and the outcome, are told in a dialog. The fields stay.
+    NSHelpTab();
+    ~NSHelpTab();
+    NSHelpTab(const NSHelpTab&) = delete;
+    NSHelpTab& operator=(const NSHelpTab&) = delete;
+
+    // For a window. Main thread; what ends later comes there too, and to nobody once the tab is gone.
+    /// Sends a copy of the form as it is now, as `sendMail` does. Nothing happens while one is being sent.
+    void send(std::function<void(bool taken)> completion);
+    [[nodiscard]] bool isSending() const { return isSending_; }
+    struct Line {
+        std::string label, value;  ///< the label ends in ": "
+    };
+    /// `computerSpecifications`.
+    void describe(std::function<void(const std::vector<Line>&)> completion);
+
+    struct Question {
+        std::string question;
+        StyledText answer;
+    };
+    /// Common questions with their answers, from the resource "questions.html"; none without it.
+    [[nodiscard]] static std::vector<Question> commonQuestions();
+    /// The folder in which the application writes down what happens. Made when it is missing.
+    [[nodiscard]] static std::string logFolder();
+
+    /// Blocks. Checks the form and posts it; what is missing, and the outcome, are told in a dialog. The fields stay.
     /// Whether the message was taken.
     bool sendMail();
+    /// Blocks.
     void specsButtonClicked();
     /// The catalogue in the browser. Main thread.
     static void morvaneHelp();
 
-    struct Line {
-        std::string label, value;  ///< the label ends in ": "
-    };
-    /// This computer, line by line. The hardware report and the model are read once for a help tab.
+    /// Blocks. This computer, line by line. The hardware report and the model are read once for a help tab.
     [[nodiscard]] std::vector<Line> computerSpecifications();
     /// HTML is a text without formatting of its own.
     [[nodiscard]] StyledText computerSpecificationsInHTML(InHTML html);
@@ -55,11 +79,17 @@ class NSHelpTab {
     [[nodiscard]] static std::optional<std::string> textForCommand(FieldCommand command);
 
   private:
+    /// What a worker works with.
+    struct Copy;
+    [[nodiscard]] std::shared_ptr<Copy> copy() const;
+    void takeBack(const Copy& copy);
     [[nodiscard]] const std::string& hardwareReport();
     [[nodiscard]] Result<> checkForm() const;
 
     std::optional<std::string> hardwareReport_;
     std::optional<std::optional<std::string>> model_;  // looked for, and found
+    bool isSending_ = false;
+    const std::shared_ptr<NSHelpTab*> self_;  ///< holds nothing once the tab is gone
 };
 
 }  // namespace morvane

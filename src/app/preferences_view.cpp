@@ -6,6 +6,7 @@
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "foundation/settings.h"
+#include "foundation/threads.h"
 #include "library/icon_cache.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -41,11 +42,29 @@ std::string restartText() {
     return localized("Restart %@ so the changes will take effect", {"Morvane"});
 }
 
-NSPreferencesView::Stepper stepper(std::int64_t value) {
-    return {.value = value, .field = filled("%d", {std::to_string(value)})};
+void tellOfNewTheme() {
+    MVAlert::showAlertMessage(localized("%@ %@", {localized("New theme applied!"), restartText()}),
+                              "Success");
+}
+
+NSPreferencesView::Stepper stepper(const settings::Setting& setting, std::int64_t value) {
+    return {.value = value,
+            .field = filled("%d", {std::to_string(value)}),
+            .least = setting.least,
+            .most = setting.most};
+}
+
+std::int64_t bounded(const settings::Setting& setting, std::int64_t value) {
+    return std::clamp(value, setting.least, setting.most);
 }
 
 }  // namespace
+
+Appearance storedAppearance() {
+    const auto isDark = settings::find(settings::useVibrantDarkStyle);
+    if (!isDark) return Appearance::system;
+    return *isDark ? Appearance::dark : Appearance::light;
+}
 
 NSPreferencesView::NSPreferencesView(Callbacks callbacks) : callbacks_(std::move(callbacks)) {
     writeMissingSettings();
@@ -53,8 +72,11 @@ NSPreferencesView::NSPreferencesView(Callbacks callbacks) : callbacks_(std::move
     shown_.developerMode = settings::get(settings::developerMode);
     shown_.sendsCrashReports = settings::get(settings::automaticallySendCrashLogs);
     shown_.hidesDock = settings::get(settings::hideDockInGridView);
-    shown_.descriptionFontSize = stepper(settings::get(settings::descriptionFontSize));
-    shown_.webViewZoom = stepper(settings::get(settings::webViewIncreaseTextSize));
+    shown_.descriptionFontSize =
+        stepper(settings::descriptionFontSize, settings::get(settings::descriptionFontSize));
+    shown_.webViewZoom =
+        stepper(settings::webViewIncreaseTextSize, settings::get(settings::webViewIncreaseTextSize));
+    shown_.appearance = storedAppearance();
     for (const ThemeFile& file : themeFiles) {
         shown_.themeImages[static_cast<std::size_t>(file.image)] = themeImageNamed(file.name);
     }
@@ -81,14 +103,27 @@ void NSPreferencesView::selectedAutomaticCrashLog(bool on) {
     store(settings::automaticallySendCrashLogs, on);
 }
 
+void NSPreferencesView::chooseAppearance(Appearance appearance) {
+    shown_.appearance = appearance;
+    if (appearance == Appearance::system) {
+        settings::remove(settings::useVibrantDarkStyle);
+        tellChanged();
+    } else {
+        store(settings::useVibrantDarkStyle, appearance == Appearance::dark);
+    }
+    if (callbacks_.appearanceChanged) callbacks_.appearanceChanged();
+}
+
 void NSPreferencesView::changeFontSizeValue(std::int64_t value) {
-    shown_.descriptionFontSize = stepper(value);
-    store(settings::descriptionFontSize, value);
+    shown_.descriptionFontSize =
+        stepper(settings::descriptionFontSize, bounded(settings::descriptionFontSize, value));
+    store(settings::descriptionFontSize, shown_.descriptionFontSize.value);
 }
 
 void NSPreferencesView::changeWebViewZoom(std::int64_t value) {
-    shown_.webViewZoom = stepper(value);
-    store(settings::webViewIncreaseTextSize, value);
+    shown_.webViewZoom =
+        stepper(settings::webViewIncreaseTextSize, bounded(settings::webViewIncreaseTextSize, value));
+    store(settings::webViewIncreaseTextSize, shown_.webViewZoom.value);
     if (callbacks_.webViewZoomChanged) callbacks_.webViewZoomChanged();
 }
 
@@ -115,15 +150,30 @@ bool NSPreferencesView::putThemeImage(ThemeImage well, const ImageData& picture)
 }
 
 bool NSPreferencesView::applyNewTheme() {
+    const bool saved = saveThemeImages(shown_.themeImages);
+    tellOfNewTheme();
+    return saved;
+}
+
+void NSPreferencesView::applyNewTheme(const ThemeImages& images, std::function<void(bool saved)> completion) {
+    MVThread::dispatchQueueWithName("app.morvane.applyNewTheme", Priority::normal, Concurrent::no,
+                                    [images, completion = std::move(completion)] {
+                                        const bool saved = saveThemeImages(images);
+                                        MVThread::dispatchBlockInMainQueue([completion, saved] {
+                                            tellOfNewTheme();
+                                            if (completion) completion(saved);
+                                        });
+                                    });
+}
+
+bool NSPreferencesView::saveThemeImages(const ThemeImages& images) {
     bool saved = true;
     for (const ThemeFile& file : themeFiles) {
-        const auto& image = shown_.themeImages[static_cast<std::size_t>(file.image)];
+        const auto& image = images[static_cast<std::size_t>(file.image)];
         // A picture that comes from the file itself would only lose by another encoding.
         if (image && image != themeImageNamed(file.name))
             saved &= saveThemeImage(*image, file.name, file.format);
     }
-    MVAlert::showAlertMessage(localized("%@ %@", {localized("New theme applied!"), restartText()}),
-                              "Success");
     return saved;
 }
 

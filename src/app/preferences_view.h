@@ -31,24 +31,33 @@ inline constexpr std::array<ThemeFile, 3> themeFiles{
      {ThemeImage::actionButton, "b_azul.png", ImageFormat::png},
      {ThemeImage::bottomButton, "b_azul_r.png", ImageFormat::png}}};
 
+/// Whether windows are light or dark; `system`: as the desktop is.
+enum class Appearance { system, light, dark };
+/// As the setting says.
+[[nodiscard]] Appearance storedAppearance();
+
 class NSPreferencesView {
   public:
+    /// The image wells, by `ThemeImage`.
+    using ThemeImages = std::array<std::optional<ImageData>, themeFiles.size()>;
     /// A stepper and the number field that shows it.
     struct Stepper {
         std::int64_t value = 0;
         std::string field;
+        std::int64_t least = 0, most = 0;
     };
     struct Shown {
         bool checksForUpdates = false, developerMode = false, sendsCrashReports = false, hidesDock = false;
+        Appearance appearance = Appearance::system;
         Stepper descriptionFontSize, webViewZoom;
-        /// The image wells, by `ThemeImage`.
-        std::array<std::optional<ImageData>, themeFiles.size()> themeImages;
+        ThemeImages themeImages;
     };
     struct Callbacks {
         /// The window shows something else now.
         std::function<void()> changed;
         /// The look for updates is on or off from now on.
         std::function<void(bool on)> automaticallyChecksForUpdates;
+        std::function<void()> appearanceChanged;
         /// "UpdateDockInGridView": the grid shows or hides its shelf.
         std::function<void()> updateDockInGridView;
         /// The web views show their text anew (`reloadWebViewTextZoom`).
@@ -62,6 +71,8 @@ class NSPreferencesView {
 
     void selectedDeveloperMode(bool on);
     void selectedAutomaticCrashLog(bool on);
+    void chooseAppearance(Appearance appearance);
+    // A value beyond the bounds of the stepper counts as the nearest.
     void changeFontSizeValue(std::int64_t value);
     void changeWebViewZoom(std::int64_t value);
     void atomaticallyCheckForUpdates(bool on);
@@ -70,8 +81,10 @@ class NSPreferencesView {
     /// A picture dropped into a well. False, and the well is unchanged, for what is no picture.
     bool putThemeImage(ThemeImage well, const ImageData& picture);
     /// Saves the wells that hold a picture, and tells that the next start shows them. False when a file could
-    /// not be written, which is not reported otherwise.
+    /// not be written, which is not reported otherwise. Blocks for as long as the pictures take.
     bool applyNewTheme();
+    /// The same in the background; the completion comes on the main thread.
+    static void applyNewTheme(const ThemeImages& images, std::function<void(bool saved)> completion);
     /// False when a file could not be written; it is then as it was.
     bool resetTheme();
 
@@ -80,6 +93,7 @@ class NSPreferencesView {
     [[nodiscard]] static std::optional<ImageData> copyOriginalThemeImageNamed(const std::string& name);
 
   private:
+    static bool saveThemeImages(const ThemeImages& images);
     template <class T>
     void store(const settings::Key<T>& key, T value);
     void tellChanged() const;

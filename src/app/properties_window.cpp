@@ -1,6 +1,7 @@
 #include "app/properties_window.h"
 
 #include <chrono>
+#include <utility>
 #include <vector>
 
 #include "building/engine_extraction.h"
@@ -12,8 +13,10 @@
 #include "foundation/safe_paths.h"
 #include "foundation/text.h"
 #include "foundation/text_files.h"
+#include "foundation/threads.h"
 #include "library/icon_cache.h"
 #include "platform/files.h"
+#include "platform/host.h"
 #include "platform/pictures.h"
 #include "platform/process.h"
 #include "ports/exe_selection.h"
@@ -132,6 +135,13 @@ void moveLinkBesideWrapper(const std::string& old, const std::string& now, const
 
 }  // namespace
 
+NSPropertiesWindow::NSPropertiesWindow(Callbacks callbacks)
+    : callbacks_(std::move(callbacks)), self_(std::make_shared<NSPropertiesWindow*>(this)) {}
+
+NSPropertiesWindow::~NSPropertiesWindow() {
+    *self_ = nullptr;
+}
+
 // ---- Filling
 
 Result<> NSPropertiesWindow::setDataFromWrapperAtPath(const std::string& path) {
@@ -233,15 +243,29 @@ void NSPropertiesWindow::tellChanged() const {
     if (callbacks_.changed) callbacks_.changed();
 }
 
+bool NSPropertiesWindow::isChanged() const {
+    return shown_ != filled_;
+}
+
+NSPropertiesWindow::Closing NSPropertiesWindow::closing() const {
+    if (isSaving_ || !isChanged()) return Closing::discard;
+    Dialog dialog;
+    dialog.title = localized("Save Changes");
+    dialog.text =
+        localized("You have changed the properties of %@. Do you want to save them?", {filled_.name.text});
+    dialog.buttons = {localized("Save"), localized("Don't Save"), localized("Cancel")};
+    return static_cast<Closing>(MVAlert::showDialog(dialog).button);
+}
+
 bool NSPropertiesWindow::change(Field& field, const std::string& text) {
-    if (!field.enabled) return false;
+    if (!field.enabled || isSaving_) return false;
     field.text = text;
     tellChanged();
     return true;
 }
 
 bool NSPropertiesWindow::change(CheckBox& box, bool on) {
-    if (!box.enabled) return false;
+    if (!box.enabled || isSaving_) return false;
     box.on = on;
     tellChanged();
     return true;
@@ -270,19 +294,21 @@ bool NSPropertiesWindow::switchFunctionKeys(bool on) {
 }
 
 bool NSPropertiesWindow::editDescription(StyledText text) {
+    if (isSaving_) return false;
     shown_.description = std::move(text);
     tellChanged();
     return true;
 }
 
 bool NSPropertiesWindow::chooseWindowType(WindowType type) {
-    if (!shown_.windowTypeEnabled) return false;
+    if (!shown_.windowTypeEnabled || isSaving_) return false;
     shown_.windowType = type;
     tellChanged();
     return true;
 }
 
 bool NSPropertiesWindow::changeIcon(std::optional<ImageData> picture) {
+    if (isSaving_) return false;
     const bool isPicture = picture.has_value();
     if (picture) picture = icon_cache::imageFromBytes(std::move(picture->bytes));
     if (isPicture && !picture) return false;
@@ -292,7 +318,7 @@ bool NSPropertiesWindow::changeIcon(std::optional<ImageData> picture) {
 }
 
 void NSPropertiesWindow::searchNewRunPath() {
-    if (!shown_.run.enabled) return;
+    if (!shown_.run.enabled || isSaving_) return;
     OpenPanel panel;
     panel.title = localized("Select the new main EXE");
     panel.startFolder = NSUtilities::getMacPathForWindowsPath("C:/", mainWrapperPath_).value_or("");
@@ -304,6 +330,54 @@ void NSPropertiesWindow::searchNewRunPath() {
 }
 
 // ---- Saving
+
+/// What happens elsewhere does so on the main thread, in the order of the save.
+NSPropertiesWindow::Callbacks NSPropertiesWindow::callbacksOfWorker() const {
+    const auto onMain = [](const std::function<void(const std::string&)>& callback) {
+        return [callback](const std::string& path) {
+            if (callback) static_cast<void>(host().mainQueue.callAndWait([&] { callback(path); }));
+        };
+    };
+    return {.changed = {},
+            .refresh =
+                [refresh = callbacks_.refresh](const std::string& path, CustomEXE isCustomEXE) {
+                    if (refresh)
+                        static_cast<void>(host().mainQueue.callAndWait([&] { refresh(path, isCustomEXE); }));
+                },
+            .removeFromLibrary = onMain(callbacks_.removeFromLibrary),
+            .addToLibrary = onMain(callbacks_.addToLibrary),
+            .reloadItem = onMain(callbacks_.reloadItem)};
+}
+
+void NSPropertiesWindow::save(std::function<void(bool saved)> completion) {
+    if (std::exchange(isSaving_, true)) return;
+    tellChanged();
+    // The worker has a window of its own: this one can be looked at, and closed, meanwhile.
+    auto worker = std::make_shared<NSPropertiesWindow>(callbacksOfWorker());
+    worker->item_ = item_;
+    worker->wrapperPath_ = wrapperPath_;
+    worker->mainWrapperPath_ = mainWrapperPath_;
+    worker->shown_ = shown_;
+    worker->filled_ = filled_;
+    MVThread::dispatchQueueWithName("app.morvane.saveProperties", Priority::normal, Concurrent::no,
+                                    [self = self_, worker, completion = std::move(completion)] {
+                                        const bool saved = worker->saveDataToWrapper();
+                                        MVThread::dispatchBlockInMainQueue([self, worker, completion, saved] {
+                                            if (*self != nullptr) {
+                                                NSPropertiesWindow& window = **self;
+                                                window.item_ = worker->item_;
+                                                window.wrapperPath_ = worker->wrapperPath_;
+                                                window.mainWrapperPath_ = worker->mainWrapperPath_;
+                                                window.shown_ = worker->shown_;
+                                                window.filled_ = worker->filled_;
+                                                window.isSaveCancelled_ = worker->isSaveCancelled_;
+                                                window.isSaving_ = false;
+                                                window.tellChanged();
+                                            }
+                                            if (completion) completion(saved);
+                                        });
+                                    });
+}
 
 bool NSPropertiesWindow::saveDataToWrapper() {
     const auto location = newLocation();

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,6 +31,7 @@ class NSPropertiesWindow {
     struct Field {
         std::string text;
         bool enabled = true;
+        bool operator==(const Field&) const = default;
     };
     struct CheckBox {
         bool on = false;
@@ -37,6 +39,7 @@ class NSPropertiesWindow {
         bool operator==(const CheckBox&) const = default;
     };
     struct Shown {
+        bool operator==(const Shown&) const = default;
         Field name, version, run;
         std::optional<ImageData> icon;
         StyledText description;
@@ -57,7 +60,10 @@ class NSPropertiesWindow {
         std::function<void(const std::string& path)> reloadItem;
     };
 
-    explicit NSPropertiesWindow(Callbacks callbacks = Callbacks()) : callbacks_(std::move(callbacks)) {}
+    explicit NSPropertiesWindow(Callbacks callbacks = Callbacks());
+    ~NSPropertiesWindow();
+    NSPropertiesWindow(const NSPropertiesWindow&) = delete;
+    NSPropertiesWindow& operator=(const NSPropertiesWindow&) = delete;
 
     /// A failure when no item of the three kinds lies there; the window is unchanged then. A link, as it lies
     /// beside a wrapper, stands for the application that it leads to. Who fills the window is not told that
@@ -70,7 +76,13 @@ class NSPropertiesWindow {
     /// The wrapper that holds the registry and drive C.
     [[nodiscard]] const std::string& mainWrapperPath() const { return mainWrapperPath_; }
 
-    // What the user does. False, and nothing changes, for a control that is disabled.
+    /// Whether the user has changed anything that is not saved.
+    [[nodiscard]] bool isChanged() const;
+    enum class Closing { save, discard, stay };
+    /// What becomes of the changes when the user closes the window: asks where there are any.
+    [[nodiscard]] Closing closing() const;
+
+    // What the user does. False, and nothing changes, for a control that is disabled, and while `isSaving`.
     bool typeName(const std::string& text);
     bool typeVersion(const std::string& text);
     bool typeRunCommand(const std::string& text);
@@ -89,12 +101,18 @@ class NSPropertiesWindow {
     /// A name that no folder can have is refused before anything is written. What the user has not changed is
     /// not written. False, with nothing written, also when the wrapper runs and is not to be stopped.
     bool saveDataToWrapper();
+    /// Main thread: the same, in the background. Nothing happens while it goes on already. The callbacks come on
+    /// the main thread, and the completion there, with what `saveDataToWrapper` gives; also when the window is gone
+    /// by then, but for `changed`.
+    void save(std::function<void(bool saved)> completion);
+    [[nodiscard]] bool isSaving() const { return isSaving_; }
     /// Whether the user has called off the last save.
     [[nodiscard]] bool isSaveCancelled() const { return isSaveCancelled_; }
 
     [[nodiscard]] static bool isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine);
 
   private:
+    [[nodiscard]] Callbacks callbacksOfWorker() const;
     [[nodiscard]] NSPortManager itemStore() const;
     /// As the item's settings file has it, or the key's own value.
     template <class T>
@@ -135,6 +153,8 @@ class NSPropertiesWindow {
     std::string wrapperPath_, mainWrapperPath_;
     Shown shown_, filled_;  ///< now, and as the item has it
     bool isSaveCancelled_ = false;
+    bool isSaving_ = false;
+    const std::shared_ptr<NSPropertiesWindow*> self_;  ///< holds nothing once the window is gone
 };
 
 }  // namespace morvane

@@ -28,6 +28,7 @@ namespace {
 
 constexpr const char* wellKnownHost = "example.com";
 constexpr std::int64_t dayOfTheFeedbackQuestion = 5;
+constexpr const char* forumPage = "%@smf/index.php?action=forum";
 
 void askForFeedback() {
     constexpr double width = 340, height = 90;
@@ -117,8 +118,10 @@ void AppDelegate::beginWithWindowAppearance() {
     const bool hasAppearances = NSComputerInformation::macOsVersion().empty() ||
                                 NSComputerInformation::isSystemMacOsEqualOrSuperiorTo("10.10");
     if (!hasAppearances) return;
-    view_.setWindowAppearance(shouldEnableDarkMode() ? WindowAppearance::vibrantDark
-                                                     : WindowAppearance::light);
+    const bool followsSystem = storedAppearance() == Appearance::system;
+    view_.setWindowAppearance(followsSystem            ? WindowAppearance::system
+                              : shouldEnableDarkMode() ? WindowAppearance::vibrantDark
+                                                       : WindowAppearance::light);
 }
 
 std::optional<std::string> AppDelegate::destinationOfCopiedImage(const std::string& name) {
@@ -146,18 +149,20 @@ void AppDelegate::createMenulet() {
 }
 
 void AppDelegate::loadNewsWebsite() {
-    loadWebsite(WebView::news, filled("%@blog/", {host().sites.catalogue}));
+    loadWebsite(WebView::news, filled("%@blog/", {host().sites.catalogue}), Attempt::first);
 }
 
-void AppDelegate::loadWebsite(WebView web, const std::string& address) {
+void AppDelegate::loadWebsite(WebView web, const std::string& address, Attempt attempt) {
     if (!loadedWebsites_.insert(web).second) return;
     MVThread::dispatchQueueWithName(
-        "app.morvane.loadWebsite", Priority::normal, [self = self_, web, address] {
+        "app.morvane.loadWebsite", Priority::normal, [self = self_, web, address, attempt] {
             const auto reason = reasonForNoWebsite();
-            onDelegate(self, [web, address, reason](AppDelegate& app) {
+            onDelegate(self, [web, address, reason, attempt](AppDelegate& app) {
                 if (reason) {
                     app.view_.showHtml(web, NSUtilities::errorHTMLWithMessage(*reason));
-                    if (web == WebView::news) app.showMorvaneTab(MorvaneTab::library);
+                    // Who has asked for it again waits there.
+                    const bool isFirst = attempt == Attempt::first;
+                    if (web == WebView::news && isFirst) app.showMorvaneTab(MorvaneTab::library);
                     return;
                 }
                 app.progress_->setMessage(localized("Loading webpage..."), CreatingPort::no);
@@ -165,6 +170,16 @@ void AppDelegate::loadWebsite(WebView web, const std::string& address) {
                 app.view_.loadWebPage(web, address);
             });
         });
+}
+
+void AppDelegate::loadWebsiteAgain(WebView web) {
+    loadedWebsites_.erase(web);
+    loadWebsite(web, filled(web == WebView::news ? "%@blog/" : forumPage, {host().sites.catalogue}),
+                Attempt::again);
+}
+
+void AppDelegate::loadForum() {
+    loadWebsite(WebView::forum, filled(forumPage, {host().sites.catalogue}), Attempt::first);
 }
 
 void AppDelegate::webPageLoaded() {

@@ -81,6 +81,9 @@ class NSGameData {
     /// https counts as none.
     [[nodiscard]] static std::string videoPlayerPageFromLink(const std::optional<std::string>& link,
                                                              double width, double height);
+    /// The address of a still picture of the video, where its service gives one without being asked, or of the
+    /// picture that the link is.
+    [[nodiscard]] static std::optional<std::string> stillPictureOfLink(const std::string& link);
     [[nodiscard]] static std::string imageViewPageFromLink(const std::string& link, double width,
                                                            double height);
 

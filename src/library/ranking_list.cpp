@@ -66,8 +66,9 @@ NSRankingList::~NSRankingList() {
 }
 
 void NSRankingList::loadRankingListForVideoCard(const std::string& card) {
-    if (loaded_) return;
-    loaded_ = true;
+    if (state_ == State::loading || state_ == State::loaded) return;
+    state_ = State::loading;
+    if (callbacks_.reload) callbacks_.reload();
     MVThread::dispatchQueueWithName(
         "app.morvane.loadRankingList", Priority::normal, [self = self_, type = tableType_, card] {
             std::optional<std::string> answer;
@@ -80,11 +81,37 @@ void NSRankingList::loadRankingListForVideoCard(const std::string& card) {
                 [self, reached = answer.has_value(), rows = std::move(rows)]() mutable {
                     if (*self == nullptr) return;
                     NSRankingList& list = **self;
-                    list.loaded_ = reached;
+                    list.state_ = reached ? State::loaded : State::unreachable;
                     list.rows_ = std::move(rows);
                     if (list.callbacks_.reload) list.callbacks_.reload();
                 });
         });
+}
+
+std::string NSRankingList::notice() const {
+    switch (state_) {
+        case State::loading:
+            return localized("Loading...");
+        case State::unreachable:
+            return catalogue::unreachable();
+        case State::loaded:
+            return rows_.empty() ? localized("Nothing here yet.") : "";
+        case State::notAsked:
+            break;
+    }
+    return "";
+}
+
+std::string NSRankingList::title() const {
+    switch (tableType_) {
+        case TableType::latest:
+            return localized("Latest ports");
+        case TableType::popular:
+            return localized("Most downloaded");
+        case TableType::highrated:
+            return localized("Best rated");
+    }
+    return "";
 }
 
 std::vector<NSRankingList::Row> NSRankingList::rowsOfAnswer(std::string_view answer, TableType tableType) {

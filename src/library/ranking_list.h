@@ -23,8 +23,9 @@ class NSRankingList {
         std::int64_t downloads = 0;  ///< of "popular"
         double rate = 0;             ///< of "highrated"
     };
+    enum class State { notAsked, loading, loaded, unreachable };
     struct Callbacks {
-        std::function<void()> reload;                          ///< the rows have changed
+        std::function<void()> reload;                          ///< the rows or the state have changed
         std::function<void(std::int64_t id)> openDescription;  ///< the row of that port was opened
     };
 
@@ -33,12 +34,17 @@ class NSRankingList {
     NSRankingList(const NSRankingList&) = delete;
     NSRankingList& operator=(const NSRankingList&) = delete;
 
-    /// Loads the rows once, in the background; nothing happens when they are loaded, or when the catalogue
-    /// cannot be reached.
+    /// Loads the rows once, in the background; nothing happens while they are loading and when they are loaded.
+    /// What could not be reached is asked for again.
     void loadRankingListForVideoCard(const std::string& card);
 
+    [[nodiscard]] State state() const { return state_; }
+    /// What stands in place of the rows; empty when there are rows.
+    [[nodiscard]] std::string notice() const;
+    /// "Latest ports"...
+    [[nodiscard]] std::string title() const;
     /// Whether the catalogue has answered, be it with an empty list.
-    [[nodiscard]] bool hasAnswered() const { return loaded_; }
+    [[nodiscard]] bool hasAnswered() const { return state_ == State::loaded; }
     [[nodiscard]] std::size_t numberOfRows() const { return rows_.size(); }
     [[nodiscard]] const Row& row(std::size_t index) const { return rows_.at(index); }
     /// The text of a row: `valueForLatestPortAtRow:`, `valueForPopularPortAtRow:` or
@@ -56,7 +62,7 @@ class NSRankingList {
     const TableType tableType_;
     Callbacks callbacks_;
     std::vector<Row> rows_;
-    bool loaded_ = false;
+    State state_ = State::notAsked;
     /// Dies with the list: what the background brings later finds nobody.
     std::shared_ptr<NSRankingList*> self_;
 };

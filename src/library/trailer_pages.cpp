@@ -143,17 +143,48 @@ std::string playerFor(const std::string& link, const std::string& width, const s
                   {width, height, attribute(link)});
 }
 
+bool isPicture(std::string_view link) {
+    constexpr std::array<std::string_view, 4> endings{".png", ".jpg", ".bmp", ".gif"};
+    return std::ranges::any_of(endings, [&](std::string_view ending) { return link.ends_with(ending); });
+}
+
+/// Where a service keeps the still pictures of its videos.
+struct VideoService {
+    std::string_view host, beforeId;
+    const char* picture;
+};
+constexpr const char* youTubePicture = "https://img.youtube.com/vi/%@/hqdefault.jpg";
+constexpr const char* dailymotionPicture = "https://www.dailymotion.com/thumbnail/video/%@";
+constexpr std::array<VideoService, 5> videoServices{{{"youtube.", "v=", youTubePicture},
+                                                     {"youtube", "/embed/", youTubePicture},
+                                                     {"://", "youtu.be/", youTubePicture},
+                                                     {"dailymotion.", "/embed/video/", dailymotionPicture},
+                                                     {"dailymotion.", "/video/", dailymotionPicture}}};
+constexpr const char* charactersOfIds = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+
 }  // namespace
 
 std::string NSGameData::trailerHTMLwithSize(double width, double height) const {
     const std::string link = trailer.value_or("");
     if (!canBeEmbedded(link)) return errorPage("No trailer available");
     if (!NSUtilities::isWebsiteAvailable(wellKnownHost)) return errorPage("No internet connection");
-    constexpr std::array<std::string_view, 4> pictureEndings{".png", ".jpg", ".bmp", ".gif"};
-    const bool isPicture =
-        std::ranges::any_of(pictureEndings, [&](std::string_view ending) { return link.ends_with(ending); });
-    return isPicture ? imageViewPageFromLink(link, width, height)
-                     : videoPlayerPageFromLink(link, width, height);
+    return isPicture(link) ? imageViewPageFromLink(link, width, height)
+                           : videoPlayerPageFromLink(link, width, height);
+}
+
+std::optional<std::string> NSGameData::stillPictureOfLink(const std::string& link) {
+    if (!canBeEmbedded(link)) return std::nullopt;
+    if (isPicture(link)) return link;
+    for (const VideoService& service : videoServices) {
+        const std::size_t found = link.find(service.beforeId);
+        if (found == std::string::npos || !MVString::contains(link.substr(0, found), service.host)) continue;
+        const std::string rest = link.substr(found + service.beforeId.size());
+        // Some end in words: "x2_name-of-the-video".
+        std::string id = rest.substr(0, rest.find_first_not_of(charactersOfIds));
+        if (service.picture == dailymotionPicture) id = cutBefore(id, "_");
+        if (!id.empty()) return filled(service.picture, {id});
+    }
+    return std::nullopt;
 }
 
 std::string NSGameData::imageViewPageFromLink(const std::string& link, double width, double height) {

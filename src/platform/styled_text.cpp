@@ -124,6 +124,7 @@ std::string decodedAttribute(std::string_view text) {
 
 struct Look {
     bool bold = false, italic = false;
+    int heading = 0;  // its level; 0: none
     std::string link;
 };
 
@@ -155,23 +156,41 @@ class Output {
         if (!lineIsEmpty_) blockBegins_ = true;
         lineIsEmpty_ = true;
     }
-    StyledText take() { return std::move(result_); }
+    void addPicture(HtmlPage::Picture picture, const Look& look) {
+        constexpr char32_t inPlaceOfAnObject = 0xFFFC;
+        if (page_.pictures.size() >= HtmlPage::mostPictures) return;
+        add(inPlaceOfAnObject, look, false);
+        picture.place = length_ - 1;
+        page_.pictures.push_back(std::move(picture));
+    }
+    HtmlPage take() { return std::move(page_); }
 
   private:
     void startBlockIfNeeded(const Look& look) {
         if (std::exchange(blockBegins_, false)) append('\n', look);
     }
     void append(char32_t character, const Look& look) {
-        utf8::append(result_.text, character);
-        std::vector<StyledRun>& runs = result_.runs;
+        utf8::append(page_.text.text, character);
+        const std::size_t units = character > 0xFFFF ? 2 : 1;
+        if (look.heading > 0 && character != '\n') addToHeading(look.heading, units);
+        length_ += units;
+        std::vector<StyledRun>& runs = page_.text.runs;
         if (runs.empty() || runs.back().bold != look.bold || runs.back().italic != look.italic ||
             runs.back().link != look.link) {
             runs.push_back({0, look.bold, look.italic, {}, 0, look.link});
         }
-        runs.back().length += character > 0xFFFF ? 2 : 1;
+        runs.back().length += units;
+    }
+    void addToHeading(int level, std::size_t units) {
+        auto& headings = page_.headings;
+        const bool goesOn = !headings.empty() && headings.back().place + headings.back().length == length_ &&
+                            headings.back().level == level;
+        if (!goesOn) headings.push_back({.place = length_, .length = 0, .level = level});
+        headings.back().length += units;
     }
 
-    StyledText result_;
+    HtmlPage page_;
+    std::size_t length_ = 0;  // of the text, in UTF-16 units
     bool lineIsEmpty_ = true;
     bool blockBegins_ = false;
     std::optional<Look> blank_;
@@ -187,9 +206,10 @@ struct Tag {
 
 class Reader {
   public:
-    explicit Reader(std::string_view html) : html_(html.substr(0, longestInput)) {}
+    enum class Reads { text, page };
+    Reader(std::string_view html, Reads reads) : html_(html.substr(0, longestInput)), reads_(reads) {}
 
-    StyledText read() {
+    HtmlPage read() {
         while (position_ < html_.size()) {
             const char character = html_[position_];
             if (character == '<' && markup()) continue;
@@ -198,7 +218,9 @@ class Reader {
             const bool isDropped = shown == 0 || (shown == '\r' && preformatted_ > 0);
             if (!isDropped) output_.add(shown, look_, preformatted_ == 0);
         }
-        return output_.take();
+        HtmlPage page = output_.take();
+        page.title = std::move(title_);
+        return page;
     }
 
   private:
@@ -270,7 +292,13 @@ class Reader {
     }
 
     void take(const Tag& tag) {
-        if (!tag.ends && isOneOf(tag.name, hiddenElements)) return skipContent(tag.name);
+        if (!tag.ends && isOneOf(tag.name, hiddenElements)) {
+            const std::size_t start = position_;
+            skipContent(tag.name);
+            if (tag.name == "title" && reads_ == Reads::page && title_.empty())
+                title_ = titleIn(html_.substr(start, position_ - start));
+            return;
+        }
         if (tag.name == "br") return output_.breakLine(look_);
         if (tag.name == "td" || tag.name == "th") output_.add(' ', look_, true);
         if (isOneOf(tag.name, blockElements)) output_.beginBlock();
@@ -279,7 +307,11 @@ class Reader {
         } else if (!isOneOf(tag.name, voidElements)) {
             open(tag);
         }
-        look_ = {bold_ > 0, italic_ > 0, link_};
+        // A heading whose end is missing ends with the next block.
+        if (isOneOf(tag.name, blockElements))
+            heading_ = isHeading(tag.name) && !tag.ends ? tag.name[1] - '0' : 0;
+        look_ = {bold_ > 0, italic_ > 0, heading_, link_};
+        if (reads_ == Reads::page && !tag.ends) takeObject(tag);
     }
 
     void skipContent(const std::string& name) {
@@ -288,6 +320,26 @@ class Reader {
             if (lowered(html_.substr(std::min(position_ + 2, html_.size()), name.size())) == name) break;
         }
         skipBehind(">", position_);
+    }
+
+    static bool isHeading(const std::string& name) {
+        return name.size() == 2 && name[0] == 'h' && name[1] >= '1' && name[1] <= '6';
+    }
+    static std::string titleIn(std::string_view content) {
+        constexpr std::size_t longestTitle = 1000;
+        return styledTextFromHtml(content.substr(0, std::min(content.rfind("</"), longestTitle))).text;
+    }
+
+    void takeObject(const Tag& tag) {
+        if (tag.name == "li") {
+            for (const char32_t character : {U'\u2022', U'\u00a0'}) output_.add(character, look_, false);
+        }
+        const auto source = tag.attributes.find("src");
+        if (tag.name != "img" || source == tag.attributes.end() || source->second.empty()) return;
+        const auto description = tag.attributes.find("alt");
+        output_.addPicture({.address = source->second,
+                            .description = description != tag.attributes.end() ? description->second : ""},
+                           look_);
     }
 
     struct Change {
@@ -328,10 +380,12 @@ class Reader {
     }
 
     std::string_view html_;
+    const Reads reads_;
+    std::string title_;
     std::size_t position_ = 0;
     Output output_;
     Look look_;
-    int bold_ = 0, italic_ = 0, preformatted_ = 0;
+    int bold_ = 0, italic_ = 0, preformatted_ = 0, heading_ = 0;
     std::string link_;
     std::map<std::string, std::vector<Change>, std::less<>> open_;
 };
@@ -339,7 +393,11 @@ class Reader {
 }  // namespace
 
 StyledText styledTextFromHtml(std::string_view html) {
-    return Reader(html).read();
+    return Reader(html, Reader::Reads::text).read().text;
+}
+
+HtmlPage htmlPage(std::string_view html) {
+    return Reader(html, Reader::Reads::page).read();
 }
 
 StyledText styledText(std::string text, StyledRun format) {

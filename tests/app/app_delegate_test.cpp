@@ -28,7 +28,9 @@ class RecordingView : public ShellView {
     void setWindowAppearance(WindowAppearance appearance) override {
         // The folders come before.
         const bool hasFolders = fs::is_directory(layout::applicationSupportFolder() + "/IconCache");
-        log.push_back(appearance == WindowAppearance::light ? "light" : "dark");
+        log.emplace_back(appearance == WindowAppearance::light         ? "light"
+                         : appearance == WindowAppearance::vibrantDark ? "dark"
+                                                                       : "as the desktop");
         log.push_back(hasFolders ? "folders" : "no folders");
     }
     void setThemeImage(ThemeImage, const std::string& path) override {
@@ -122,7 +124,7 @@ TEST_F(Shell, StartsInItsOrderOnAFreshHome) {
         .defaultIs("Yes")
         .answer("Yes");
     start();
-    EXPECT_EQ(view.log, (Lines{"notifications", "light", "folders", "window.jpg", "b_azul.png",
+    EXPECT_EQ(view.log, (Lines{"notifications", "as the desktop", "folders", "window.jpg", "b_azul.png",
                                "b_azul_r.png", "Morvane|Morvane " + applicationVersion()}));
     EXPECT_TRUE(view.hasMenuletImage);
     EXPECT_EQ(view.page, site.baseAddress() + "blog/");

@@ -3,6 +3,7 @@
 #include "foundation/settings.h"
 #include "foundation/text.h"
 #include "library/mail_form.h"
+#include "platform/files.h"
 #include "platform/property_list.h"
 #include "support/loopback_site.h"
 #include "support/test_machine.h"
@@ -87,6 +88,42 @@ TEST_F(Feedback, AMessageIsPostedAsTyped) {
                             "<b>Video Card: </b>Big & Fast (2 GB)<br><b>RAM Memory: </b>8 GB<br>"))
         << comment;
     EXPECT_TRUE(comment.ends_with("available)<br>")) << comment << "\nof a system that tells nothing";
+}
+
+TEST_F(Feedback, AWindowSendsInTheBackground) {
+    tab.form = {.name = "Ann", .mail = "a@b", .subject = "Help", .description = "It does not work at all"};
+    std::vector<bool> ended;
+    ui.expect("Message sent with success!");
+    tab.send([&](bool taken) { ended.push_back(taken); });
+    EXPECT_TRUE(tab.isSending());
+    // What is typed meanwhile is of the next message; and a second click sends nothing.
+    tab.form.subject = "Another";
+    tab.send([&](bool taken) { ended.push_back(taken); });
+    machine->mainQueue.runUntil([&] { return !ended.empty(); });
+    EXPECT_EQ(ended, std::vector<bool>{true});
+    EXPECT_EQ(posted("subject"), "Help");
+    EXPECT_FALSE(tab.isSending());
+
+    std::vector<std::string> labels;
+    auto gone = std::make_unique<NSHelpTab>();
+    gone->describe([](const auto&) { FAIL() << "nobody is there any more"; });
+    gone.reset();
+    tab.describe([&](const auto& lines) {
+        for (const NSHelpTab::Line& line : lines) labels.push_back(line.label);
+    });
+    machine->mainQueue.runUntil([&] { return !labels.empty(); });
+    EXPECT_EQ(labels.front(), "Morvane Version: ");
+    onWorker([&] { machine->workQueues.joinAll(); });
+}
+
+TEST_F(Feedback, CommonQuestionsHaveAnswers) {
+    const auto questions = NSHelpTab::commonQuestions();
+    ASSERT_GE(questions.size(), 5U);
+    for (const NSHelpTab::Question& one : questions) {
+        EXPECT_EQ(one.question.find('<'), std::string::npos) << one.question;
+        EXPECT_GT(one.answer.text.size(), 40U) << one.question;
+    }
+    EXPECT_EQ(files::kindOf(NSHelpTab::logFolder()), files::Kind::folder);
 }
 
 TEST_F(Feedback, AnswersOfTheMailPage) {

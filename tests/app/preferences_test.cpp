@@ -65,6 +65,23 @@ TEST_F(Preferences, EveryControlStoresAtOnce) {
     EXPECT_EQ(settings::stored(settings::hideDockInGridView), Value(1));
     EXPECT_EQ(view.shown().webViewZoom.field, "2");
     EXPECT_EQ(told, (std::vector<std::string>{"zoom", "no checks", "dock"}));
+    // No stepper goes beyond its bounds.
+    view.changeFontSizeValue(0);
+    view.changeWebViewZoom(1000);
+    EXPECT_EQ(settings::stored(settings::descriptionFontSize), Value(1));
+    EXPECT_EQ(view.shown().webViewZoom.field, "20");
+}
+
+TEST_F(Preferences, WindowsAreAsTheDesktopUnlessTheUserChooses) {
+    callbacks.appearanceChanged = [this] { told.emplace_back("appearance"); };
+    NSPreferencesView view(callbacks);
+    EXPECT_EQ(view.shown().appearance, Appearance::system);
+    for (const Appearance chosen : {Appearance::dark, Appearance::light, Appearance::system}) {
+        view.chooseAppearance(chosen);
+        EXPECT_EQ(storedAppearance(), chosen);
+    }
+    EXPECT_FALSE(settings::stored(settings::useVibrantDarkStyle));
+    EXPECT_EQ(told.size(), 3U);
 }
 
 TEST_F(Preferences, AThemeIsAppliedAndReset) {
@@ -81,7 +98,10 @@ TEST_F(Preferences, AThemeIsAppliedAndReset) {
     const std::string before = get(support + "window.jpg");
     NSPreferencesView again(callbacks);
     ui.expect("New theme applied!");
-    EXPECT_TRUE(again.applyNewTheme());
+    std::optional<bool> saved;
+    NSPreferencesView::applyNewTheme(again.shown().themeImages, [&](bool done) { saved = done; });
+    machine->mainQueue.runUntil([&] { return saved.has_value(); });
+    EXPECT_TRUE(*saved);
     EXPECT_EQ(get(support + "window.jpg"), before);
 
     EXPECT_TRUE(again.resetTheme());

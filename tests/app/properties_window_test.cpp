@@ -122,6 +122,39 @@ TEST_F(Properties, SavesTheTextsOfAWrapperInItsSettings) {
     EXPECT_TRUE(window.shown().functionKeys.on);
 }
 
+TEST_F(Properties, AWindowSavesInTheBackground) {
+    open(wrapper);
+    EXPECT_FALSE(window.isChanged());
+    window.typeName("New");
+    EXPECT_TRUE(window.isChanged());
+    using enum NSPropertiesWindow::Closing;
+    for (const auto& [button, becomes] :
+         {std::pair("Save", save), {"Don't Save", discard}, {"Cancel", stay}}) {
+        ui.expect("You have changed the properties of The Game.").answer(button).defaultIs("Save");
+        EXPECT_EQ(window.closing(), becomes);
+    }
+    std::vector<bool> ended;
+    for (int clicks = 0; clicks < 2; ++clicks) window.save([&](bool saved) { ended.push_back(saved); });
+    EXPECT_TRUE(window.isSaving());
+    EXPECT_FALSE(window.typeName("Newer"));
+    EXPECT_FALSE(window.switchFunctionKeys(true));
+    machine->mainQueue.runUntil([&] { return !ended.empty(); });
+    EXPECT_EQ(ended, std::vector<bool>{true});
+    EXPECT_EQ(setting("CFBundleName"), Value("New"));
+    EXPECT_FALSE(window.isSaving());
+    EXPECT_FALSE(window.isChanged());
+    EXPECT_EQ(library, (std::vector<std::string>{"refresh " + wrapper, "show " + wrapper}));
+
+    // One that is closed meanwhile: what was begun is ended, and its end told.
+    auto closed = std::make_unique<NSPropertiesWindow>();
+    ASSERT_TRUE(closed->setDataFromWrapperAtPath(wrapper));
+    closed->typeVersion("9");
+    closed->save([&](bool saved) { ended.push_back(saved); });
+    closed.reset();
+    machine->mainQueue.runUntil([&] { return ended.size() == 2; });
+    EXPECT_EQ(setting("CFBundleShortVersionString"), Value("9"));
+}
+
 TEST_F(Properties, RunCommands) {
     struct Row {
         const char* typed;

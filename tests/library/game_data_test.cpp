@@ -278,5 +278,23 @@ TEST_F(GameData, TrailersPlayInTheirPages) {
     EXPECT_EQ(NSGameData::videoPlayerPageFromLink(std::nullopt, 1, 1), none);
 }
 
+TEST_F(GameData, VideosHaveStillPictures) {
+    const struct {
+        const char *link, *picture;
+    } rows[] = {
+        {"https://www.youtube.com/watch?v=aB-_12&t=3", "https://img.youtube.com/vi/aB-_12/hqdefault.jpg"},
+        {"https://youtu.be/aB1?t=1m", "https://img.youtube.com/vi/aB1/hqdefault.jpg"},
+        {"http://www.youtube-nocookie.com/embed/x1", "https://img.youtube.com/vi/x1/hqdefault.jpg"},
+        {"https://www.dailymotion.com/video/x2_name", "https://www.dailymotion.com/thumbnail/video/x2"},
+        {"http://site/shot.png", "http://site/shot.png"},
+        {"https://www.youtube.com/watch?v=../../x", ""},
+        {"https://vimeo.com/123", ""},
+        {"file:///etc/shot.png", ""},
+        {"javascript:youtu.be/x", ""},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(NSGameData::stillPictureOfLink(row.link).value_or(""), row.picture) << row.link;
+}
+
 }  // namespace
 }  // namespace morvane

@@ -51,8 +51,14 @@ TEST_F(RankingList, LoadsOnceAndOpensARow) {
                        {.reload = {}, .openDescription = [&](std::int64_t id) { opened.push_back(id); }});
     reachable = [](const std::string&) { return false; };
     EXPECT_EQ(texts(list), Lines{});
+    EXPECT_EQ(list.state(), NSRankingList::State::unreachable);
+    EXPECT_FALSE(list.notice().empty());
     reachable = [](const std::string&) { return true; };
+    list.loadRankingListForVideoCard("Intel");
+    EXPECT_EQ(list.notice(), "Loading...");
+    EXPECT_FALSE(list.hasAnswered());
     EXPECT_EQ(texts(list), Lines{"(3 down.) A & B"}) << "after the catalogue has come back";
+    EXPECT_EQ(list.notice(), "");
     EXPECT_EQ(texts(list).size(), 1U);
     EXPECT_EQ(site.requests().size(), 1U);
     list.doubleClick(0);
