@@ -94,7 +94,7 @@ void NSHelpTab::takeBack(const Copy& copy) {
 
 void NSHelpTab::send(std::function<void(bool taken)> completion) {
     if (std::exchange(isSending_, true)) return;
-    MVThread::dispatchQueueWithName("app.morvane.sendMail", Priority::normal, Concurrent::no,
+    MVThread::dispatchQueueWithName("app.morvane.sendMail", Priority::normal,
                                     [self = self_, copy = copy(), completion = std::move(completion)] {
                                         const bool taken = copy->tab.sendMail();
                                         MVThread::dispatchBlockInMainQueue([self, copy, completion, taken] {
@@ -107,7 +107,7 @@ void NSHelpTab::send(std::function<void(bool taken)> completion) {
 }
 
 void NSHelpTab::describe(std::function<void(const std::vector<Line>&)> completion) {
-    MVThread::dispatchQueueWithName("app.morvane.describeComputer", Priority::normal, Concurrent::no,
+    MVThread::dispatchQueueWithName("app.morvane.describeComputer", Priority::normal,
                                     [self = self_, copy = copy(), completion = std::move(completion)] {
                                         const auto lines = copy->tab.computerSpecifications();
                                         MVThread::dispatchBlockInMainQueue([self, copy, completion, lines] {

@@ -156,7 +156,7 @@ bool NSPreferencesView::applyNewTheme() {
 }
 
 void NSPreferencesView::applyNewTheme(const ThemeImages& images, std::function<void(bool saved)> completion) {
-    MVThread::dispatchQueueWithName("app.morvane.applyNewTheme", Priority::normal, Concurrent::no,
+    MVThread::dispatchQueueWithName("app.morvane.applyNewTheme", Priority::normal,
                                     [images, completion = std::move(completion)] {
                                         const bool saved = saveThemeImages(images);
                                         MVThread::dispatchBlockInMainQueue([completion, saved] {

@@ -359,7 +359,7 @@ void NSPropertiesWindow::save(std::function<void(bool saved)> completion) {
     worker->mainWrapperPath_ = mainWrapperPath_;
     worker->shown_ = shown_;
     worker->filled_ = filled_;
-    MVThread::dispatchQueueWithName("app.morvane.saveProperties", Priority::normal, Concurrent::no,
+    MVThread::dispatchQueueWithName("app.morvane.saveProperties", Priority::normal,
                                     [self = self_, worker, completion = std::move(completion)] {
                                         const bool saved = worker->saveDataToWrapper();
                                         MVThread::dispatchBlockInMainQueue([self, worker, completion, saved] {

@@ -14,7 +14,7 @@ namespace morvane::views {
 template <class Work, class Then>
 void inBackground(const char* label, QObject* receiver, Work work, Then then) {
     MVThread::dispatchQueueWithName(
-        label, Priority::normal, Concurrent::yes,
+        label, Priority::normal,
         [receiver = QPointer<QObject>(receiver), work = std::move(work), then = std::move(then)]() mutable {
             auto result = std::make_shared<decltype(work())>(work());
             MVThread::dispatchBlockInMainQueue([receiver, result, then = std::move(then)]() mutable {
