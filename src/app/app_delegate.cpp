@@ -30,6 +30,7 @@ AppDelegate::AppDelegate(ShellView& view, std::shared_ptr<NSProgressView> progre
       layout_(layoutFor(view)),
       functionKeys_(std::make_shared<FunctionKeys>()),
       library_(apps_, {.reload = [this] { view_.libraryChanged(); },
+                       .rowChanged = [this](std::size_t row) { view_.libraryRowChanged(row); },
                        .installCkiFile = [this](const std::string& cki) { installCkiFile(cki); },
                        .removed = [this](const std::string& path) { itemRemoved(path); }}),
       gamePage_(layout_, progress_, gamePageCallbacks()),
@@ -64,7 +65,8 @@ NSDescriptionView::Callbacks AppDelegate::gamePageCallbacks() {
             .addPort = [this](const std::string& path) { library_.addPort(path); },
             .removePort = [this](const std::string& path) { library_.forget(path); },
             .missingApp = [this](const std::string& path) { library_.missing(path); },
-            .properties = [this](const std::string& path) { showProperties(path); }};
+            .properties = [this](const std::string& path) { showProperties(path); },
+            .runs = [this](const std::string& path) { return library_.runs(path); }};
 }
 
 NSRankingList::Callbacks AppDelegate::rankingCallbacks(NSRankingList::TableType type) {
@@ -115,6 +117,10 @@ NSAppsFoldersList& AppDelegate::appsFolders() {
 
 void AppDelegate::showMorvaneTab(MorvaneTab tab) {
     view_.showMorvaneTab(tab);
+    tabChosen(tab);
+}
+
+void AppDelegate::tabChosen(MorvaneTab tab) {
     if (tab == MorvaneTab::rankings) loadRankings();
     if (tab == MorvaneTab::forum) loadForum();
 }
@@ -138,6 +144,26 @@ void AppDelegate::openRow(std::size_t row) {
         return gamePage_.openLocalItem(path);
     }
     if (const CatalogueLine* line = library_.catalogueLine(row)) gamePage_.openCatalogueLine(*line);
+}
+
+void AppDelegate::activateRow(std::size_t row) {
+    const LocalItem* item = library_.localItem(row);
+    if (item == nullptr || NSAppsArray::isMissing(item->path)) return openRow(row);
+    const std::string path = item->path;
+    if (!library_.isRunning(path)) shouldRunGameAtPath(path);
+}
+
+std::vector<NSDescriptionView::MenuItem> AppDelegate::menuOfRow(std::size_t row) {
+    if (const LocalItem* item = library_.localItem(row)) {
+        return gamePage_.menuOf(NSGameData::initWithPath(item->path));
+    }
+    const CatalogueLine* line = library_.catalogueLine(row);
+    return line == nullptr ? std::vector<NSDescriptionView::MenuItem>()
+                           : gamePage_.menuOf(NSGameData::bufferedEntry(line->id));
+}
+
+void AppDelegate::stopItem(const std::string& path) {
+    gamePage_.actions().forceCloseGame(NSGameData::initWithPath(path));
 }
 
 void AppDelegate::showProperties(const std::string& path) {

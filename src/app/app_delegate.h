@@ -49,10 +49,18 @@ class AppDelegate {
     /// The layout that was settled when the application was made.
     [[nodiscard]] LibraryLayout tableInUse() const { return layout_; }
 
-    /// Also for the user's own click: loads what the tab shows, once.
+    /// Switches to the tab, which the view is told.
     void showMorvaneTab(MorvaneTab tab);
+    /// The user has switched to the tab: loads what it shows, once.
+    void tabChosen(MorvaneTab tab);
     /// A click on a row of the library view: its page.
     void openRow(std::size_t row);
+    /// A double click on it: plays an item that does not run yet, and opens the page of anything else.
+    void activateRow(std::size_t row);
+    /// The menu of a row; the game page need not show it. Empty for a line of the catalogue whose entry is not known.
+    [[nodiscard]] std::vector<NSDescriptionView::MenuItem> menuOfRow(std::size_t row);
+    /// Asks, and stops what runs in the item.
+    void stopItem(const std::string& path);
     /// The properties editor of an item, in place of the one that is open; a failure is told.
     void showProperties(const std::string& path);
     /// The properties editor goes, with what is not saved. Nothing happens when there is none.

@@ -5,6 +5,7 @@
 // nothing more can be asked of it.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -18,8 +19,8 @@
 
 namespace morvane {
 
-/// The tabs of the main window that the application switches to.
-enum class MorvaneTab { library = 2, rankings = 3, forum = 4 };
+/// The tabs of the main window.
+enum class MorvaneTab { news = 1, library = 2, rankings = 3, forum = 4, help = 5 };
 /// `system`: as the desktop is.
 enum class WindowAppearance { light, vibrantDark, system };
 /// The web views of the main window.
@@ -61,6 +62,8 @@ class ShellView {
 
     // Something shows something else now.
     virtual void libraryChanged() {}
+    /// One row of the library alone: its icon, or what has become of it.
+    virtual void libraryRowChanged(std::size_t) {}
     virtual void gamePageChanged() {}
     virtual void actionTitleChanged() {}
     virtual void rankingsChanged(NSRankingList::TableType) {}

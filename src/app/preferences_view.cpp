@@ -196,6 +196,12 @@ bool NSPreferencesView::saveThemeImage(const ImageData& image, std::string_view 
         name, type == ImageFormat::jpeg ? pictures::encodeJpeg(*picture) : pictures::encodePng(*picture));
 }
 
+bool NSPreferencesView::isOriginalThemeImage(ThemeImage image) {
+    const char* name = themeFiles.at(static_cast<std::size_t>(image)).name;
+    const auto used = themeImageNamed(name);
+    return !used || *used == icon_cache::imageFromFile(files::join(host().folders.resources, name));
+}
+
 std::optional<ImageData> NSPreferencesView::copyOriginalThemeImageNamed(const std::string& name) {
     // In one step: a copy that fails leaves the user's picture.
     const auto original = files::read(files::join(host().folders.resources, name));

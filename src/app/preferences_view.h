@@ -90,6 +90,8 @@ class NSPreferencesView {
 
     static bool saveThemeImage(const ImageData& image, std::string_view name, ImageFormat type);
     /// Puts the default in place of the user's; the picture that is there then.
+    /// Whether the picture in use is the one that comes with the program, or none. Any thread; reads both.
+    [[nodiscard]] static bool isOriginalThemeImage(ThemeImage image);
     [[nodiscard]] static std::optional<ImageData> copyOriginalThemeImageNamed(const std::string& name);
 
   private:

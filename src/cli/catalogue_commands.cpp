@@ -64,7 +64,7 @@ int listCatalogue(Session& session, const std::vector<std::string>& words) {
         return int{done};
     });
     if (ended != done && ended != failed) return ended;
-    if (!apps.hasCatalogueAnswered()) return failWithoutCatalogue(session);
+    if (apps.catalogueState() != NSAppsArray::CatalogueState::loaded) return failWithoutCatalogue(session);
     if (const auto* lines = std::get_if<std::vector<CatalogueLine>>(&apps.array())) {
         printTable(session.console(), tableOf(*lines));
     }

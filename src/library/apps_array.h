@@ -127,10 +127,12 @@ class NSAppsArray {
     /// `array` is made at once.
     void loadToArrayAppsFromTab(std::int64_t tabType, std::string_view keywords, Completion completion);
 
-    /// Blocks nothing; a list that is loaded is kept. Of the lines that are none, the first ten are reported.
+    /// Blocks nothing; a list that is loaded is kept, and a load that goes on is joined. Of the lines that are none,
+    /// the first ten are reported.
     void loadServerAppsBlock(Completion completion);
-    /// Whether the catalogue has answered the last load, be it with an empty list.
-    [[nodiscard]] bool hasCatalogueAnswered() const { return serverAnswered_; }
+    /// Of the last load; `loaded` also with an empty list.
+    enum class CatalogueState { notAsked, loading, loaded, unreachable };
+    [[nodiscard]] CatalogueState catalogueState() const { return catalogueState_; }
     void clearServerAppsArray() { server_.clear(); }
 
     /// Asks first, and loads the library when it is not yet.
@@ -162,8 +164,8 @@ class NSAppsArray {
     std::int64_t tabType_ = localTab;
     bool loaded_ = false;
     bool scanning_ = false;
-    bool serverAnswered_ = false;
-    std::vector<Completion> afterScan_;
+    CatalogueState catalogueState_ = CatalogueState::notAsked;
+    std::vector<Completion> afterScan_, afterCatalogue_;
     /// False once the object is gone: work that still runs then ends, and touches nothing.
     std::shared_ptr<std::atomic<bool>> alive_ = std::make_shared<std::atomic<bool>>(true);
 };

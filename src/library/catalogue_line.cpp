@@ -88,15 +88,18 @@ Result<std::optional<CatalogueLine>> requestedLineOfID(std::int64_t id) {
 
 void NSAppsArray::loadServerAppsBlock(Completion completion) {
     using Lines = std::optional<std::vector<CatalogueLine>>;
-    const auto finish = [this, alive = alive_, completion = std::move(completion)](Lines lines) {
-        MVThread::dispatchBlockInMainQueue([this, alive, completion, lines = std::move(lines)]() mutable {
+    if (completion) afterCatalogue_.push_back(std::move(completion));
+    if (catalogueState_ == CatalogueState::loading) return;
+    const auto finish = [this, alive = alive_](Lines lines) {
+        MVThread::dispatchBlockInMainQueue([this, alive, lines = std::move(lines)]() mutable {
             if (!*alive) return;
-            serverAnswered_ = lines.has_value();
+            catalogueState_ = lines ? CatalogueState::loaded : CatalogueState::unreachable;
             if (lines) server_ = std::move(*lines);
-            if (completion) completion();
+            for (const Completion& each : std::exchange(afterCatalogue_, {})) each();
         });
     };
     if (!server_.empty()) return finish(server_);
+    catalogueState_ = CatalogueState::loading;
     MVThread::dispatchQueueWithName("app.morvane.loadServerApps", Priority::normal, [finish] {
         const bool reachable = NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue);
         finish(reachable ? requestedLines() : std::nullopt);

@@ -324,13 +324,13 @@ void NSDescriptionView::openLinkForSourceButton(const std::string& source) const
     if (const auto link = linkOfSource(*gameData_, source)) host().userInterface.openLink(*link);
 }
 
-std::vector<NSDescriptionView::MenuItem> NSDescriptionView::moreMenu() {
-    if (!gameData_) return {};
+std::vector<NSDescriptionView::MenuItem> NSDescriptionView::menuOf(const Game& shown) {
+    if (!shown) return {};
     using View = NSDescriptionView;
-    const NSGameData& game = *gameData_;
-    const auto item = [this](const std::string& title, bool enabled, auto&& part, auto action) {
+    const NSGameData& game = *shown;
+    const auto item = [&](const std::string& title, bool enabled, auto&& part, auto action) {
         // By the queue, which keeps the game: the menu may be made anew while the action asks something.
-        return MenuItem{title, enabled, [self = self_, game = gameData_, part, action] {
+        return MenuItem{title, enabled, [self = self_, game = shown, part, action] {
                             onPage(self,
                                    [game, part, action](View& page) { ((page.*part)().*action)(game); });
                         }};

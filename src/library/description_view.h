@@ -80,7 +80,9 @@ class NSDescriptionView {
         std::function<void(const std::string&)> removePort;  ///< from the library
         std::function<void(const std::string&)> missingApp;  ///< asks what became of it
         std::function<void(const std::string&)> properties;  ///< opens the properties editor
-        std::function<void(int)> gameEnded;                  ///< with the exit status of its run
+        /// The item at that path runs for as long as what it gives is kept. Any thread keeps it.
+        std::function<std::shared_ptr<void>(const std::string&)> runs;
+        std::function<void(int)> gameEnded;  ///< with the exit status of its run
     };
 
     /// A page without a game. It tells of nothing before the first operation.
@@ -116,7 +118,9 @@ class NSDescriptionView {
     void openLinkForSourceButton(const std::string& source) const;
     /// The "More" menu of a catalogue entry; the item's menu of a local one. Its actions are for the game
     /// that is shown now, and follow by the main queue.
-    [[nodiscard]] std::vector<MenuItem> moreMenu();
+    [[nodiscard]] std::vector<MenuItem> moreMenu() { return menuOf(gameData_); }
+    /// The same for any game.
+    [[nodiscard]] std::vector<MenuItem> menuOf(const Game& game);
     /// A click on the action button: plays a local item, and installs, buys or saves a catalogue entry.
     void clickAction();
 

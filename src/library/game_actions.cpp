@@ -214,23 +214,25 @@ void GameActions::runWrapper(const std::string& wrapper, const std::string& bina
     if (isGalaxy && page_.selectedGamePath() == wrapper) {
         page_.titleActionButtonWith(localized("Play"));
     }
-    inBackground("app.morvane.descriptionViewRunApp", [=, self = page_.handle()] {
-        std::optional<int> status;
-        const bool switching = switches && !NSUtilities::isUsingFnKeysFunctions();
-        if (switching) switchFunctionKeys("on");
-        if (boxer) {
-            openLater(wrapper);
-        } else if (isGalaxy) {
-            status = runDebugModeAndShowLogs(wrapper, isGalaxy);
-        } else {
-            status = runAndWait(binary, {});
-        }
-        if (switching) switchFunctionKeys("off");
-        if (!status) return;
-        NSDescriptionView::onPage(self, [status](NSDescriptionView& page) {
-            if (page.callbacks().gameEnded) page.callbacks().gameEnded(*status);
-        });
-    });
+    auto running = page_.callbacks().runs ? page_.callbacks().runs(wrapper) : nullptr;
+    inBackground("app.morvane.descriptionViewRunApp",
+                 [=, self = page_.handle(), running = std::move(running)] {
+                     std::optional<int> status;
+                     const bool switching = switches && !NSUtilities::isUsingFnKeysFunctions();
+                     if (switching) switchFunctionKeys("on");
+                     if (boxer) {
+                         openLater(wrapper);
+                     } else if (isGalaxy) {
+                         status = runDebugModeAndShowLogs(wrapper, isGalaxy);
+                     } else {
+                         status = runAndWait(binary, {});
+                     }
+                     if (switching) switchFunctionKeys("off");
+                     if (!status) return;
+                     NSDescriptionView::onPage(self, [status](NSDescriptionView& page) {
+                         if (page.callbacks().gameEnded) page.callbacks().gameEnded(*status);
+                     });
+                 });
 }
 
 void GameActions::debugGame(const GamePointer& game) {

@@ -13,15 +13,24 @@
 namespace morvane {
 
 LibraryView::ItemSize LibraryView::gridItemSize() {
+    return gridItemSize(settings::get(settings::collectionViewIconsScale));
+}
+
+LibraryView::ItemSize LibraryView::gridItemSize(double scale) {
     constexpr double width = 191, height = 240, least = 0.25, most = 8;
-    const double scale = std::clamp(settings::get(settings::collectionViewIconsScale), least, most);
-    return {static_cast<int>(std::floor(width / scale)), static_cast<int>(std::floor(height / scale))};
+    const double reduced = std::clamp(scale, least, most);
+    return {static_cast<int>(std::floor(width / reduced)), static_cast<int>(std::floor(height / reduced))};
+}
+
+void LibraryView::reduceGridItems(double scale) {
+    settings::set(settings::collectionViewIconsScale, scale);
 }
 
 LibraryView::LibraryView(NSAppsArray& apps, Callbacks callbacks)
     : apps_(apps),
       callbacks_(std::move(callbacks)),
-      icons_([this](const std::string& key) { tellIconChanged(key); }) {}
+      icons_([this](const std::string& key) { tellRowChanged(key); }),
+      states_([this](const std::string& path) { tellRowChanged(path); }) {}
 
 void LibraryView::showTab(std::int64_t tabType) {
     tabType_ = tabType;
@@ -35,13 +44,26 @@ void LibraryView::showTab(std::int64_t tabType) {
 
 void LibraryView::search(const std::string& keywords) {
     keywords_ = keywords;
-    reload();
+    makeRows();
 }
 
 void LibraryView::reload() {
-    apps_.loadToArrayAppsFromTab(tabType_, keywords_, {});
     icons_.refreshLocal();
+    makeRows();
+    lookAtItems();
+}
+
+void LibraryView::makeRows() {
+    apps_.loadToArrayAppsFromTab(tabType_, keywords_, {});
     if (callbacks_.reload) callbacks_.reload();
+}
+
+void LibraryView::lookAtItems() {
+    // Who draws no rows wants to hear of none.
+    if (!callbacks_.rowChanged) return;
+    std::vector<std::string> paths;
+    for (const LocalItem& item : apps_.localAppsArray()) paths.push_back(item.path);
+    if (!paths.empty()) states_.look(std::move(paths));
 }
 
 NSAppsArray::Completion LibraryView::reloading() {
@@ -50,16 +72,22 @@ NSAppsArray::Completion LibraryView::reloading() {
     };
 }
 
+std::size_t LibraryView::numberOfRows() const {
+    return std::visit([](const auto& shown) { return shown.size(); }, apps_.array());
+}
+
+LibraryView::Row LibraryView::row(std::size_t row) const {
+    if (const LocalItem* item = localItem(row)) {
+        return {.title = item->name, .key = RowIcons::keyOf(*item), .state = states_.of(item->path)};
+    }
+    const CatalogueLine& line = *catalogueLine(row);
+    return {.title = line.name, .isNew = line.isNew, .key = RowIcons::keyOf(line)};
+}
+
 std::vector<LibraryView::Row> LibraryView::rows() const {
     std::vector<Row> rows;
-    if (const auto* items = std::get_if<std::vector<LocalItem>>(&apps_.array())) {
-        for (const LocalItem& item : *items)
-            rows.push_back({.title = item.name, .isMissing = NSAppsArray::isMissing(item.path)});
-    } else {
-        for (const CatalogueLine& line : std::get<std::vector<CatalogueLine>>(apps_.array())) {
-            rows.push_back({.title = line.name, .isNew = line.isNew});
-        }
-    }
+    rows.reserve(numberOfRows());
+    for (std::size_t number = 0; number < numberOfRows(); ++number) rows.push_back(row(number));
     return rows;
 }
 
@@ -69,11 +97,11 @@ std::shared_ptr<const ImageData> LibraryView::icon(std::size_t row) {
     return line != nullptr ? icons_.icon(*line) : nullptr;
 }
 
-void LibraryView::tellIconChanged(const std::string& key) const {
-    if (!callbacks_.iconChanged) return;
+void LibraryView::tellRowChanged(const std::string& key) const {
+    if (!callbacks_.rowChanged) return;
     const auto tell = [&](const auto& shown) {
         for (std::size_t row = 0; row < shown.size(); ++row) {
-            if (RowIcons::keyOf(shown[row]) == key) return callbacks_.iconChanged(row);
+            if (RowIcons::keyOf(shown[row]) == key) return callbacks_.rowChanged(row);
         }
     };
     std::visit(tell, apps_.array());
@@ -110,9 +138,13 @@ std::vector<LibraryMenuItem> LibraryView::contextMenu() {
                        order("Size", NSAppsArray::orderBySize, SavingOrder::yes)}}};
 }
 
-void LibraryView::drag(std::size_t from, std::size_t to) {
+bool LibraryView::canDrag() const {
     // Rows of a search have other places than their items.
-    if (tabType_ != NSAppsArray::localTab || !keywords_.empty()) return;
+    return tabType_ == NSAppsArray::localTab && keywords_.empty();
+}
+
+void LibraryView::drag(std::size_t from, std::size_t to) {
+    if (!canDrag()) return;
     apps_.moveLocalPortAtIndex(from, to);
     reload();
 }
@@ -148,6 +180,8 @@ void LibraryView::refreshList() {
     NSGameData::clearServerAppsBuffer();
     icons_.refreshCatalogue();
     apps_.loadServerAppsBlock(reloading());
+    // Without rows, and "loading", until it has come.
+    makeRows();
 }
 
 }  // namespace morvane

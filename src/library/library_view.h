@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "library/apps_array.h"
+#include "library/item_states.h"
 #include "library/row_icons.h"
 
 namespace morvane {
@@ -27,8 +28,8 @@ class LibraryView {
     struct Callbacks {
         /// The rows have changed.
         std::function<void()> reload;
-        /// The icon of a row has come, or has changed.
-        std::function<void(std::size_t row)> iconChanged = {};
+        /// The icon of a row has come, or the row has changed otherwise.
+        std::function<void(std::size_t row)> rowChanged = {};
         /// Installs a port description that the user chose.
         std::function<void(const std::string& cki)> installCkiFile;
         /// A local item has gone from the library.
@@ -36,8 +37,9 @@ class LibraryView {
     };
     struct Row {
         std::string title;
-        bool isNew = false;      ///< marked with the sticker of new ports
-        bool isMissing = false;  ///< an item that is gone from its place, and is marked so
+        bool isNew = false;  ///< marked with the sticker of new ports
+        std::string key;  ///< what the row is known by, wherever it stands: a path, or a line's ID and name
+        ItemState state = {};  ///< of an item, as far as it has been looked at
         bool operator==(const Row&) const = default;
     };
 
@@ -50,6 +52,10 @@ class LibraryView {
     /// points. A setting that is missing or no positive number reduces by 1; one beyond what can be seen and
     /// clicked, from a quarter to 8, counts as the nearest that can.
     [[nodiscard]] static ItemSize gridItemSize();
+    /// The same for any number.
+    [[nodiscard]] static ItemSize gridItemSize(double scale);
+    /// Stores what `gridItemSize` reduces by.
+    static void reduceGridItems(double scale);
 
     /// Shows nothing before `showTab`. Both must outlive the view.
     LibraryView(NSAppsArray& apps, Callbacks callbacks);
@@ -62,6 +68,9 @@ class LibraryView {
     void search(const std::string& keywords);
     [[nodiscard]] const std::string& keywords() const { return keywords_; }
     [[nodiscard]] std::vector<Row> rows() const;
+    [[nodiscard]] std::size_t numberOfRows() const;
+    /// Of a row that is there.
+    [[nodiscard]] Row row(std::size_t row) const;
     /// The icon of a row; null while it is not known, and for none. To be asked for the rows that are drawn:
     /// it is fetched then, and told.
     [[nodiscard]] std::shared_ptr<const ImageData> icon(std::size_t row);
@@ -71,7 +80,9 @@ class LibraryView {
 
     /// The local tab's orders, or the catalogue's "Refresh List".
     [[nodiscard]] std::vector<LibraryMenuItem> contextMenu();
-    /// A dragged row, which is then at the index `to`. Only where the rows are the whole local library.
+    /// Whether the rows are the whole local library.
+    [[nodiscard]] bool canDrag() const;
+    /// A dragged row, which is then at the index `to`. Only where `canDrag`.
     void drag(std::size_t from, std::size_t to);
     /// The add action.
     void add();
@@ -88,15 +99,23 @@ class LibraryView {
     /// Makes the rows again, after the list has changed.
     void reload();
 
+    /// Looks in the background what has become of the local items, and tells of the rows that have changed.
+    void lookAtItems();
+    /// As `ItemStates::runs`.
+    [[nodiscard]] std::shared_ptr<void> runs(const std::string& path) { return states_.runs(path); }
+    [[nodiscard]] bool isRunning(const std::string& path) const { return states_.of(path).isRunning; }
+
   private:
     [[nodiscard]] NSAppsArray::Completion reloading();
-    void tellIconChanged(const std::string& key) const;
+    void makeRows();
+    void tellRowChanged(const std::string& key) const;
 
     NSAppsArray& apps_;
     Callbacks callbacks_;
     std::int64_t tabType_ = NSAppsArray::localTab;
     std::string keywords_;
     RowIcons icons_;
+    ItemStates states_;
     std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 

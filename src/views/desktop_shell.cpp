@@ -3,8 +3,12 @@
 #include <QApplication>
 
 #include "platform/host.h"
+#include "views/background.h"
 #include "views/desktop_interface.h"
+#include "views/game_page.h"
+#include "views/library_page.h"
 #include "views/main_window.h"
+#include "views/rankings_page.h"
 #include "views/theme.h"
 
 namespace morvane::views {
@@ -22,35 +26,73 @@ void DesktopShell::setNotificationHandler(const std::function<void(const std::st
 }
 
 void DesktopShell::setWindowAppearance(WindowAppearance appearance) {
-    theme::apply(*qApp,
-                 appearance == WindowAppearance::vibrantDark ? theme::Scheme::dark : theme::Scheme::system);
+    using theme::Scheme;
+    theme::apply(*qApp, appearance == WindowAppearance::system  ? Scheme::system
+                        : appearance == WindowAppearance::light ? Scheme::light
+                                                                : Scheme::dark);
+}
+
+void DesktopShell::setThemeImage(ThemeImage image, const std::string& path) {
+    if (window_ == nullptr) return;
+    // The pictures that come with the program are of one scheme: each scheme has its own look instead.
+    inBackground(
+        "app.morvane.themeImage", window_, [image] { return NSPreferencesView::isOriginalThemeImage(image); },
+        [this, image, path](bool isOriginal) {
+            const std::string picture = isOriginal ? "" : path;
+            onWindow([&](MainWindow& window) {
+                if (image == ThemeImage::window) window.libraryPage().setBackground(picture);
+                if (image == ThemeImage::actionButton) window.gamePage().setButtonPicture(picture);
+            });
+        });
 }
 
 void DesktopShell::loadWebPage(WebView, const std::string&) {
     // Pages of the web open in the user's browser when they are asked for.
-    host().mainQueue.post([this] {
-        if (window_ != nullptr) window_->app().webPageLoaded();
-    });
+    host().mainQueue.post([this] { onWindow([](MainWindow& window) { window.app().webPageLoaded(); }); });
 }
 
-void DesktopShell::showMorvaneTab(MorvaneTab) {
-    bringMainWindowToFront();
+void DesktopShell::showMorvaneTab(MorvaneTab tab) {
+    onWindow([tab](MainWindow& window) { window.showTab(tab); });
+}
+
+void DesktopShell::showGamePage() {
+    onWindow([](MainWindow& window) { window.showTab(MorvaneTab::library); });
 }
 
 void DesktopShell::bringMainWindowToFront() {
-    if (window_ != nullptr) window_->bringToFront();
+    onWindow([](MainWindow& window) { window.bringToFront(); });
 }
 
 void DesktopShell::libraryChanged() {
-    if (window_ != nullptr) window_->libraryChanged();
+    onWindow([](MainWindow& window) { window.libraryPage().refresh(); });
+}
+
+void DesktopShell::libraryRowChanged(std::size_t row) {
+    onWindow([row](MainWindow& window) { window.libraryRowChanged(row); });
 }
 
 void DesktopShell::gamePageChanged() {
-    if (window_ != nullptr) window_->gamePageChanged();
+    onWindow([](MainWindow& window) { window.gamePage().refresh(); });
 }
 
 void DesktopShell::actionTitleChanged() {
-    if (window_ != nullptr) window_->actionTitleChanged();
+    onWindow([](MainWindow& window) { window.gamePage().refreshActionTitle(); });
+}
+
+void DesktopShell::rankingsChanged(NSRankingList::TableType type) {
+    onWindow([type](MainWindow& window) { window.rankingsPage().refresh(type); });
+}
+
+void DesktopShell::preferencesChanged() {
+    onWindow([](MainWindow& window) { window.preferencesChanged(); });
+}
+
+void DesktopShell::appsFoldersChanged() {
+    preferencesChanged();
+}
+
+void DesktopShell::updateDockInGridView() {
+    onWindow([](MainWindow& window) { window.libraryPage().updateShelf(); });
 }
 
 void DesktopShell::showWindow(const NSDescriptionView::HtmlWindow& window) {
@@ -59,7 +101,23 @@ void DesktopShell::showWindow(const NSDescriptionView::HtmlWindow& window) {
 }
 
 void DesktopShell::showVotingPanel(const std::shared_ptr<NSVotingPanel>& panel) {
-    if (window_ != nullptr) window_->rate(panel);
+    onWindow([&](MainWindow& window) { window.showVotingPanel(panel); });
+}
+
+void DesktopShell::votingPanelClosed() {
+    onWindow([](MainWindow& window) { window.votingPanelClosed(); });
+}
+
+void DesktopShell::showProperties(const std::shared_ptr<NSPropertiesWindow>& properties) {
+    onWindow([&](MainWindow& window) { window.showProperties(properties); });
+}
+
+void DesktopShell::propertiesChanged() {
+    onWindow([](MainWindow& window) { window.propertiesChanged(); });
+}
+
+void DesktopShell::propertiesClosed() {
+    onWindow([](MainWindow& window) { window.propertiesClosed(); });
 }
 
 void DesktopShell::beep() {

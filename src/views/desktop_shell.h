@@ -2,7 +2,6 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <string>
 
 #include "app/app_delegate_view.h"
@@ -24,17 +23,36 @@ class DesktopShell : public ShellView {
     void setURLHandler(const std::function<void(const std::string& link)>& handler) override;
     void setNotificationHandler(const std::function<void(const std::string& info)>& handler) override;
     void setWindowAppearance(WindowAppearance appearance) override;
+    void setThemeImage(ThemeImage image, const std::string& path) override;
     void loadWebPage(WebView web, const std::string& address) override;
     void showMorvaneTab(MorvaneTab tab) override;
+    void showGamePage() override;
     void bringMainWindowToFront() override;
+
     void libraryChanged() override;
+    void libraryRowChanged(std::size_t row) override;
     void gamePageChanged() override;
     void actionTitleChanged() override;
+    void rankingsChanged(NSRankingList::TableType type) override;
+    void preferencesChanged() override;
+    void appsFoldersChanged() override;
+    void updateDockInGridView() override;
+
     void showWindow(const NSDescriptionView::HtmlWindow& window) override;
     void showVotingPanel(const std::shared_ptr<NSVotingPanel>& panel) override;
+    void votingPanelClosed() override;
+    void showProperties(const std::shared_ptr<NSPropertiesWindow>& properties) override;
+    void propertiesChanged() override;
+    void propertiesClosed() override;
     void beep() override;
 
   private:
+    /// Nothing happens without a window.
+    template <class Work>
+    void onWindow(Work&& work) {
+        if (window_ != nullptr) work(*window_);
+    }
+
     DesktopInterface& interface_;
     MainWindow* window_ = nullptr;
     std::function<void(const std::string&)> link_;

@@ -1,18 +1,20 @@
 // views/game_page.h: draws the page of a game (`NSDescriptionView`). Main thread.
 #pragma once
 
+#include <QPixmap>
 #include <QScrollArea>
+#include <memory>
 
 #include "app/app_delegate.h"
 
-class QHBoxLayout;
 class QLabel;
 class QPushButton;
 class QToolButton;
 
 namespace morvane::views {
 
-class ElidedLabel;
+class ActionButton;
+class RatingStars;
 class StyledView;
 
 class GamePage : public QScrollArea {
@@ -24,25 +26,35 @@ class GamePage : public QScrollArea {
     /// The page shows something else.
     void refresh();
     void refreshActionTitle();
+    /// The shown item may have started, or ended.
+    void refreshState();
+    /// The user's picture for the action and trailer buttons; none for an empty path.
+    void setButtonPicture(const std::string& picture);
 
   private:
+    QWidget* makeActions();
+    QWidget* makeExtras();
     void showCover(const std::optional<ImageData>& icon);
     void showSources();
     void showFacts();
+    void clickAction();
     void showMenu();
+    void askForOwnFamily();
 
     AppDelegate& app_;
-    QLabel* cover_;
-    QLabel *name_, *id_, *stars_, *facts_;
-    QPushButton* action_;
-    QPushButton* rate_;
-    QToolButton* more_;
+    QWidget *nothing_, *content_;
+    QLabel *cover_, *name_, *id_, *genres_, *facts_;
+    ActionButton *action_ = nullptr, *trailer_ = nullptr;
+    QPushButton *stop_ = nullptr, *rate_ = nullptr;
+    QToolButton* more_ = nullptr;
     QWidget* sources_;
+    RatingStars* stars_;
     StyledView* description_;
-    QWidget* content_;
-    std::shared_ptr<GamePage*> self_;
-    ~GamePage() override;
-    unsigned covers_ = 0;  ///< asked for so far
+    std::optional<ImageData> shownIcon_;
+    std::shared_ptr<NSGameData> factsOf_;
+    std::string runningPath_;  ///< the item whose size is known to be of another run
+    unsigned covers_ = 0;      ///< asked for so far
+    bool knowsFamily_ = false;
 };
 
 }  // namespace morvane::views

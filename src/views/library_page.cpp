@@ -5,36 +5,31 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListView>
 #include <QMenu>
 #include <QPushButton>
+#include <QSlider>
 #include <QStackedWidget>
+#include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 
-#include "views/cover_delegate.h"
+#include "foundation/settings.h"
+#include "views/background.h"
 #include "views/labels.h"
+#include "views/library_list.h"
 #include "views/library_model.h"
+#include "views/menus.h"
+#include "views/pixmaps.h"
 #include "views/qt_text.h"
 #include "views/theme.h"
 
 namespace morvane::views {
 namespace {
 
-QToolButton* toggle(const QString& title, std::string_view symbol, QWidget* parent) {
-    auto* button = new QToolButton(parent);
-    button->setText(title);
-    button->setAccessibleName(title);
-    button->setToolTip(title);
-    button->setCheckable(true);
-    button->setAutoRaise(true);
-    if (symbol.empty()) {
-        button->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    } else {
-        button->setIcon(theme::icon(symbol));
-    }
-    return button;
-}
+/// What the slider goes over, in hundredths of a cover's own size.
+constexpr int smallest = 50, own = 100, largest = 200, sliderWidth = 110;
+constexpr std::chrono::milliseconds restOfSlider{300};
+constexpr QSize largestBackground{3840, 2160};
 
 }  // namespace
 
@@ -42,18 +37,10 @@ LibraryPage::LibraryPage(AppDelegate& app, QWidget* parent)
     : QWidget(parent),
       app_(app),
       model_(new LibraryModel(app.library(), this)),
-      delegate_(new CoverDelegate(this)),
-      list_(new QListView(this)),
+      list_(new LibraryList(this)),
+      storeScale_(new QTimer(this)),
       stack_(new QStackedWidget(this)) {
     list_->setModel(model_);
-    list_->setItemDelegate(delegate_);
-    list_->setUniformItemSizes(true);
-    list_->setMouseTracking(true);
-    list_->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
-    list_->setFrameShape(QFrame::NoFrame);
-    list_->setContextMenuPolicy(Qt::CustomContextMenu);
-    list_->setAccessibleName(shown("Games"));
-    list_->installEventFilter(this);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
@@ -65,113 +52,183 @@ LibraryPage::LibraryPage(AppDelegate& app, QWidget* parent)
             [this](const QModelIndex& now) {
                 if (now.isValid()) Q_EMIT gameWanted(static_cast<std::size_t>(now.row()));
             });
-    connect(list_, &QListView::doubleClicked, this, &LibraryPage::gameActivated);
+    connect(list_, &LibraryList::gameActivated, this, &LibraryPage::activate);
+    connect(list_, &LibraryList::actionClicked, this, &LibraryPage::clickAction);
+    connect(list_, &LibraryList::removalWanted, this, &LibraryPage::remove);
     connect(list_, &QListView::customContextMenuRequested, this, &LibraryPage::showMenuOfRow);
+    storeScale_->setSingleShot(true);
+    storeScale_->setInterval(restOfSlider);
+    connect(storeScale_, &QTimer::timeout, this,
+            [this] { LibraryView::reduceGridItems(double{own} / scale_->value()); });
+    updateShelf();
     showAs(true);
 }
+
+// ---- The bar
 
 QWidget* LibraryPage::makeBar() {
     auto* bar = new QWidget(this);
     auto* layout = new QHBoxLayout(bar);
-    mine_ = toggle(shown("My Games"), "", bar);
-    catalogue_ = toggle(shown("Catalogue"), "", bar);
+    layout->setContentsMargins(theme::gap, theme::gap, theme::gap, theme::gap);
+    makeTabs(bar);
+    layout->addSpacing(theme::gap);
+    makeSearch(bar);
+    makeLooks(bar);
+    return bar;
+}
+
+QToolButton* LibraryPage::makeButton(QWidget* bar, const QString& title, std::string_view symbol) {
+    auto* button = new QToolButton(bar);
+    button->setText(title);
+    button->setAccessibleName(title);
+    button->setToolTip(title);
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::StrongFocus);
+    if (symbol.empty()) {
+        button->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    } else {
+        button->setIcon(theme::icon(symbol));
+    }
+    bar->layout()->addWidget(button);
+    return button;
+}
+
+void LibraryPage::makeTabs(QWidget* bar) {
+    mine_ = makeButton(bar, shown("My Games"), "");
+    catalogue_ = makeButton(bar, shown("Catalogue"), "");
     auto* tabs = new QButtonGroup(bar);
-    tabs->addButton(mine_);
-    tabs->addButton(catalogue_);
+    for (QToolButton* button : {mine_, catalogue_}) {
+        button->setCheckable(true);
+        tabs->addButton(button);
+    }
     mine_->setChecked(true);
+    connect(mine_, &QToolButton::clicked, this, [this] { showTab(NSAppsArray::localTab); });
+    connect(catalogue_, &QToolButton::clicked, this, [this] { showTab(NSAppsArray::catalogueTab); });
+}
+
+void LibraryPage::makeSearch(QWidget* bar) {
     search_ = new QLineEdit(bar);
     search_->setPlaceholderText(shown("Search"));
     search_->setAccessibleName(shown("Search"));
     search_->setClearButtonEnabled(true);
     search_->addAction(theme::icon("search"), QLineEdit::LeadingPosition);
     search_->installEventFilter(this);
-    asGrid_ = toggle(shown("Grid"), "grid", bar);
-    asList_ = toggle(shown("List"), "list", bar);
-    auto* looks = new QButtonGroup(bar);
-    looks->addButton(asGrid_);
-    looks->addButton(asList_);
-    auto* sort = new QToolButton(bar);
-    sort->setIcon(theme::icon("sort"));
-    sort->setToolTip(shown("Order"));
-    sort->setAccessibleName(shown("Order"));
-    sort->setAutoRaise(true);
-    auto* add = new QToolButton(bar);
-    add->setIcon(theme::icon("add"));
-    add->setToolTip(shown("Add a game"));
-    add->setAccessibleName(shown("Add a game"));
-    add->setAutoRaise(true);
-    layout->addWidget(mine_);
-    layout->addWidget(catalogue_);
-    layout->addWidget(search_, 1);
-    for (QToolButton* button : {asGrid_, asList_, sort, add}) layout->addWidget(button);
-    connect(mine_, &QToolButton::clicked, this, [this] { showTab(NSAppsArray::localTab); });
-    connect(catalogue_, &QToolButton::clicked, this, [this] { showTab(NSAppsArray::catalogueTab); });
+    static_cast<QHBoxLayout*>(bar->layout())->addWidget(search_, 1);
     connect(search_, &QLineEdit::textChanged, this,
             [this](const QString& text) { app_.library().search(fromQt(text)); });
+}
+
+void LibraryPage::makeLooks(QWidget* bar) {
+    scale_ = new QSlider(Qt::Horizontal, bar);
+    scale_->setRange(smallest, largest);
+    scale_->setFixedWidth(sliderWidth);
+    scale_->setAccessibleName(shown("Size of covers"));
+    scale_->setToolTip(shown("Size of covers"));
+    scale_->setValue(qRound(own / settings::get(settings::collectionViewIconsScale)));
+    bar->layout()->addWidget(scale_);
+    connect(scale_, &QSlider::valueChanged, this, [this] {
+        takeScale();
+        storeScale_->start();
+    });
+    asGrid_ = makeButton(bar, shown("Grid"), "grid");
+    asList_ = makeButton(bar, shown("List"), "list");
+    auto* looks = new QButtonGroup(bar);
+    for (QToolButton* button : {asGrid_, asList_}) {
+        button->setCheckable(true);
+        looks->addButton(button);
+    }
     connect(asGrid_, &QToolButton::clicked, this, [this] { showAs(true); });
     connect(asList_, &QToolButton::clicked, this, [this] { showAs(false); });
-    connect(add, &QToolButton::clicked, this, [this] { app_.library().add(); });
-    connect(sort, &QToolButton::clicked, this, [this, sort] {
+    order_ = makeButton(bar, shown("Order"), "sort");
+    connect(order_, &QToolButton::clicked, this, [this] {
         QMenu menu(this);
         addMenuItems(menu, app_.library().contextMenu());
-        menu.exec(sort->mapToGlobal(QPoint(0, sort->height())));
+        menu.exec(order_->mapToGlobal(QPoint(0, order_->height())));
     });
-    return bar;
+    const QToolButton* add = makeButton(bar, shown("Add a game"), "add");
+    connect(add, &QToolButton::clicked, this, [this] { app_.library().add(); });
 }
+
+// ---- What it shows
 
 QWidget* LibraryPage::makeEmptyPage() {
     auto* page = new QWidget(this);
     auto* layout = new QVBoxLayout(page);
+    layout->setContentsMargins(theme::margin, theme::margin, theme::margin, theme::margin);
     emptyText_ = new HeadingLabel(QString(), page);
-    emptyText_->setAlignment(Qt::AlignCenter);
-    browse_ = new QPushButton(shown("Browse the catalogue"), page);
-    again_ = new QPushButton(shown("Try again"), page);
-    auto* openPort = new QPushButton(shown("Open a port…"), page);
+    emptyHint_ = new HintLabel(QString(), page);
+    for (QLabel* label : {emptyText_, emptyHint_}) label->setAlignment(Qt::AlignCenter);
+    browse_ = new QPushButton(theme::icon("library"), shown("Browse the catalogue"), page);
+    again_ = new QPushButton(theme::icon("refresh"), shown("Try again"), page);
+    openPort_ = new QPushButton(theme::icon("open"), shown("Open a port…"), page);
     layout->addStretch();
     layout->addWidget(emptyText_);
+    layout->addWidget(emptyHint_);
     layout->addSpacing(theme::margin);
-    for (QPushButton* button : {browse_, again_, openPort}) layout->addWidget(button, 0, Qt::AlignCenter);
+    for (QPushButton* button : {browse_, again_, openPort_}) {
+        button->setMinimumWidth(14 * theme::margin);
+        layout->addWidget(button, 0, Qt::AlignCenter);
+    }
     layout->addStretch();
     connect(browse_, &QPushButton::clicked, this, [this] { showTab(NSAppsArray::catalogueTab); });
-    connect(again_, &QPushButton::clicked, this, [this] {
-        app_.library().refreshList();
-        tellWhyEmpty();
-    });
-    connect(openPort, &QPushButton::clicked, this, [this] { app_.createWrapper(); });
+    connect(again_, &QPushButton::clicked, this, [this] { app_.library().refreshList(); });
+    connect(openPort_, &QPushButton::clicked, this, [this] { app_.createWrapper(); });
     return page;
 }
 
 void LibraryPage::refresh() {
     const QString current = model_->keyOf(list_->currentIndex().row());
-    const QSignalBlocker quiet(list_->selectionModel());
-    model_->reload();
-    const int row = current.isEmpty() ? -1 : model_->rowOf(current);
-    if (row >= 0) list_->setCurrentIndex(model_->index(row));
-    if (grid_) {
-        const auto size = LibraryView::gridItemSize();
-        delegate_->setCover({size.width, size.height});
+    {
+        // The same game stays chosen: nobody has chosen another one.
+        const QSignalBlocker quiet(list_->selectionModel());
+        model_->reload();
+        const int row = current.isEmpty() ? -1 : model_->rowOf(current);
+        if (row >= 0) list_->setCurrentIndex(model_->index(row));
     }
+    list_->viewport()->update();
+    order_->setToolTip(tab_ == NSAppsArray::localTab ? shown("Order") : shown("Refresh"));
     tellWhyEmpty();
+}
+
+void LibraryPage::refreshRow(std::size_t row) {
+    model_->rowChanged(row);
 }
 
 void LibraryPage::tellWhyEmpty() {
     const bool isEmpty = model_->rowCount() == 0;
+    const bool hadFocus = list_->hasFocus();
     stack_->setCurrentIndex(isEmpty ? 1 : 0);
     if (!isEmpty) return;
     const bool isLocal = tab_ == NSAppsArray::localTab;
-    QString text;
-    if (!app_.library().keywords().empty()) {
+    const bool isSearch = !app_.library().keywords().empty();
+    const auto state = app_.apps().catalogueState();
+    using State = NSAppsArray::CatalogueState;
+    const bool isUnreachable = !isLocal && state == State::unreachable;
+    QString text, hint;
+    if (isUnreachable) {
+        text = shown("The catalogue can't be reached.");
+        hint =
+            shown("Look at your internet connection, or try again later. Your own games are not concerned.");
+    } else if (!isLocal && state != State::loaded) {
+        text = shown("Loading the catalogue…");
+    } else if (isSearch) {
         text = shown("No game has such a name.");
-    } else if (isLocal) {
-        text =
-            app_.apps().isLoaded() ? shown("There is no game here yet.") : shown("Looking for your games…");
+    } else if (!isLocal) {
+        text = shown("The catalogue is empty.");
+    } else if (app_.apps().isLoaded()) {
+        text = shown("There is no game here yet.");
+        hint = shown("Choose one from the catalogue, or open a port that you have.");
     } else {
-        text = app_.apps().hasCatalogueAnswered() ? shown("The catalogue is empty.")
-                                                  : shown("The catalogue can't be reached.");
+        text = shown("Looking for your games…");
     }
     emptyText_->setText(text);
-    browse_->setVisible(isLocal);
-    again_->setVisible(!isLocal);
+    emptyHint_->setText(hint);
+    emptyHint_->setVisible(!hint.isEmpty());
+    browse_->setVisible(isLocal && !isSearch && app_.apps().isLoaded());
+    openPort_->setVisible(browse_->isVisibleTo(this));
+    again_->setVisible(isUnreachable || (!isLocal && state == State::loaded && !isSearch));
+    // The keyboard goes on where it was.
+    if (hadFocus) search_->setFocus();
 }
 
 void LibraryPage::showTab(std::int64_t tab) {
@@ -183,19 +240,53 @@ void LibraryPage::showTab(std::int64_t tab) {
 void LibraryPage::showAs(bool grid) {
     grid_ = grid;
     (grid ? asGrid_ : asList_)->setChecked(true);
-    list_->setViewMode(grid ? QListView::IconMode : QListView::ListMode);
-    list_->setFlow(grid ? QListView::LeftToRight : QListView::TopToBottom);
-    list_->setWrapping(grid);
-    list_->setResizeMode(QListView::Adjust);
-    list_->setMovement(QListView::Static);
-    const auto size = LibraryView::gridItemSize();
-    delegate_->setCover(grid ? QSize(size.width, size.height) : QSize());
-    list_->doItemsLayout();
+    scale_->setEnabled(grid);
+    takeScale();
 }
+
+void LibraryPage::takeScale() {
+    const auto size = LibraryView::gridItemSize(double{own} / scale_->value());
+    list_->setCover(grid_ ? QSize(size.width, size.height) : QSize());
+}
+
+void LibraryPage::setBackground(const std::string& picture) {
+    if (picture.empty()) return list_->setBackground({});
+    inBackground(
+        "app.morvane.background", this, [picture] { return imageOfFile(picture, largestBackground); },
+        [this](const std::optional<QImage>& image) {
+            list_->setBackground(image ? QPixmap::fromImage(*image) : QPixmap());
+        });
+}
+
+void LibraryPage::updateShelf() {
+    list_->setShelf(!settings::get(settings::hideDockInGridView));
+}
+
+// ---- What the user does
 
 void LibraryPage::focusSearch() {
     search_->setFocus(Qt::ShortcutFocusReason);
     search_->selectAll();
+}
+
+std::string LibraryPage::pathOf(const QModelIndex& index) const {
+    const LocalItem* item = app_.library().localItem(static_cast<std::size_t>(index.row()));
+    return item != nullptr ? item->path : "";
+}
+
+void LibraryPage::activate(const QModelIndex& index) {
+    app_.activateRow(static_cast<std::size_t>(index.row()));
+}
+
+void LibraryPage::clickAction(const QModelIndex& index) {
+    const std::string path = pathOf(index);
+    if (path.empty()) return;
+    if (app_.library().isRunning(path)) return app_.stopItem(path);
+    activate(index);
+}
+
+void LibraryPage::remove(const QModelIndex& index) {
+    if (const std::string path = pathOf(index); !path.empty()) app_.library().remove(path);
 }
 
 void LibraryPage::addMenuItems(QMenu& menu, const std::vector<LibraryMenuItem>& items) {
@@ -212,44 +303,28 @@ void LibraryPage::addMenuItems(QMenu& menu, const std::vector<LibraryMenuItem>& 
 }
 
 void LibraryPage::showMenuOfRow(const QPoint& place) {
+    // The key for menus gives the middle of the row.
     const QModelIndex index = list_->indexAt(place);
     QMenu menu(this);
-    if (index.isValid() && app_.gamePage().gameData()) {
-        for (const auto& item : app_.gamePage().moreMenu()) {
-            QAction* action = menu.addAction(literalTitle(item.title));
-            action->setEnabled(item.enabled);
-            if (item.action) connect(action, &QAction::triggered, this, item.action);
-        }
-    } else {
-        addMenuItems(menu, app_.library().contextMenu());
-    }
+    if (index.isValid()) fillMenu(menu, app_.menuOfRow(static_cast<std::size_t>(index.row())));
+    if (menu.isEmpty()) addMenuItems(menu, app_.library().contextMenu());
     menu.exec(list_->viewport()->mapToGlobal(place));
 }
 
-void LibraryPage::removeCurrent() {
-    const QModelIndex index = list_->currentIndex();
-    if (!index.isValid()) return;
-    const LocalItem* item = app_.library().localItem(static_cast<std::size_t>(index.row()));
-    if (item != nullptr) app_.library().remove(std::string(item->path));
-}
-
 bool LibraryPage::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::KeyPress) {
-        const int key = static_cast<QKeyEvent*>(event)->key();
-        if (watched == search_ && key == Qt::Key_Escape) {
-            search_->clear();
-            return true;
-        }
-        if (watched == list_ && (key == Qt::Key_Return || key == Qt::Key_Enter)) {
-            Q_EMIT gameActivated();
-            return true;
-        }
-        if (watched == list_ && key == Qt::Key_Delete) {
-            removeCurrent();
-            return true;
-        }
+    if (watched != search_ || event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    if (key == Qt::Key_Escape) {
+        search_->clear();
+        return true;
     }
-    return QWidget::eventFilter(watched, event);
+    // From what was typed to what was found.
+    if ((key == Qt::Key_Down || key == Qt::Key_Return) && model_->rowCount() > 0) {
+        list_->setFocus();
+        if (!list_->currentIndex().isValid()) list_->setCurrentIndex(model_->index(0));
+        return true;
+    }
+    return false;
 }
 
 }  // namespace morvane::views

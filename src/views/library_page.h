@@ -9,14 +9,17 @@
 class QComboBox;
 class QLabel;
 class QLineEdit;
-class QListView;
+class QMenu;
+class QModelIndex;
 class QPushButton;
+class QSlider;
 class QStackedWidget;
+class QTimer;
 class QToolButton;
 
 namespace morvane::views {
 
-class CoverDelegate;
+class LibraryList;
 class LibraryModel;
 
 class LibraryPage : public QWidget {
@@ -25,19 +28,22 @@ class LibraryPage : public QWidget {
     /// The application must outlive it.
     explicit LibraryPage(AppDelegate& app, QWidget* parent = nullptr);
 
-    /// The rows, or an icon of them, have changed.
+    /// The rows have changed.
     void refresh();
+    void refreshRow(std::size_t row);
     void focusSearch();
     /// `NSAppsArray::localTab` or `catalogueTab`.
     void showTab(std::int64_t tab);
     void showAs(bool grid);
     [[nodiscard]] bool isGrid() const { return grid_; }
+    /// The user's picture behind the games; none for an empty path. Read in the background.
+    void setBackground(const std::string& picture);
+    /// The shelf as the setting says.
+    void updateShelf();
 
   Q_SIGNALS:
-    /// The user wants to see a row's page.
+    /// The user has chosen the row.
     void gameWanted(std::size_t row);
-    /// Enter, or a double click: the game is to be played or installed.
-    void gameActivated();
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -45,20 +51,31 @@ class LibraryPage : public QWidget {
   private:
     QWidget* makeBar();
     QWidget* makeEmptyPage();
+    void makeTabs(QWidget* bar);
+    void makeSearch(QWidget* bar);
+    void makeLooks(QWidget* bar);
+    QToolButton* makeButton(QWidget* bar, const QString& title, std::string_view symbol);
     void showMenuOfRow(const QPoint& place);
-    void addMenuItems(class QMenu& menu, const std::vector<LibraryMenuItem>& items);
-    void removeCurrent();
+    void addMenuItems(QMenu& menu, const std::vector<LibraryMenuItem>& items);
+    void activate(const QModelIndex& index);
+    void clickAction(const QModelIndex& index);
+    void remove(const QModelIndex& index);
     void tellWhyEmpty();
+    void takeScale();
+    [[nodiscard]] std::string pathOf(const QModelIndex& index) const;
 
     AppDelegate& app_;
     LibraryModel* model_;
-    CoverDelegate* delegate_;
-    QListView* list_;
-    QLineEdit* search_;
-    QToolButton *mine_, *catalogue_, *asGrid_, *asList_;
+    LibraryList* list_;
+    QLineEdit* search_ = nullptr;
+    QToolButton *mine_ = nullptr, *catalogue_ = nullptr, *asGrid_ = nullptr, *asList_ = nullptr,
+                *order_ = nullptr;
+    QSlider* scale_ = nullptr;
+    QTimer* storeScale_;
     QStackedWidget* stack_;
-    QLabel* emptyText_;
-    QPushButton *browse_, *again_;
+    QLabel* emptyText_ = nullptr;
+    QLabel* emptyHint_ = nullptr;
+    QPushButton *browse_ = nullptr, *again_ = nullptr, *openPort_ = nullptr;
     std::int64_t tab_ = NSAppsArray::localTab;
     bool grid_ = true;
 };

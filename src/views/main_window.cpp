@@ -2,28 +2,29 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QDialog>
-#include <QDialogButtonBox>
 #include <QDragEnterEvent>
 #include <QHBoxLayout>
-#include <QMenuBar>
 #include <QMimeData>
-#include <QPushButton>
 #include <QSettings>
 #include <QSplitter>
-#include <QToolButton>
+#include <QStackedWidget>
 #include <QUrl>
 #include <QVBoxLayout>
-#include <array>
+#include <algorithm>
 
 #include "foundation/progress_view.h"
-#include "library/voting_panel.h"
 #include "platform/host.h"
 #include "views/game_page.h"
 #include "views/labels.h"
 #include "views/library_page.h"
+#include "views/preferences_window.h"
 #include "views/progress_panel.h"
+#include "views/properties_window.h"
 #include "views/qt_text.h"
+#include "views/rankings_page.h"
+#include "views/rating_window.h"
+#include "views/resources_window.h"
+#include "views/sidebar.h"
 #include "views/theme.h"
 #include "wrapper/layout.h"
 
@@ -38,70 +39,153 @@ QSettings windowSettings() {
     return {toQt(layout::applicationSupportFolder() + "/windows.ini"), QSettings::IniFormat};
 }
 
+bool canBeOpened(const QUrl& url) {
+    const QString name = url.fileName().toLower();
+    return url.isLocalFile() && (name.endsWith(".cki") || name.endsWith(".exe") || name.endsWith(".app") ||
+                                 url.path().endsWith(".app/"));
+}
+
 }  // namespace
 
 MainWindow::MainWindow(AppDelegate& app, std::shared_ptr<NSProgressView> progress)
     : app_(app),
       progress_(std::move(progress)),
-      splitter_(new QSplitter(this)),
-      library_(new LibraryPage(app, this)),
-      game_(new GamePage(app, this)),
+      sidebar_(new Sidebar(this)),
+      stack_(new QStackedWidget(this)),
       panel_(new ProgressPanel(this)) {
     setWindowTitle("Morvane");
     setAcceptDrops(true);
+    rankings_ = new RankingsPage(app_, this);
+    addPage(MorvaneTab::library, makeLibrary(), shown("Library"), "library");
+    addPage(MorvaneTab::rankings, rankings_, shown("Rankings"), "rankings");
+    auto* pages = new QHBoxLayout;
+    pages->setSpacing(0);
+    pages->addWidget(sidebar_);
+    pages->addWidget(stack_, 1);
+    auto* central = new QWidget(this);
+    auto* column = new QVBoxLayout(central);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addLayout(pages, 1);
+    column->addWidget(panel_);
+    setCentralWidget(central);
+    connect(sidebar_, &Sidebar::chosen, this, &MainWindow::chooseTab);
+    connect(panel_, &ProgressPanel::cancelPressed, this, [this] { progress_->cancel(); });
+    makeMenus();
+    restoreLooks();
+    qApp->installEventFilter(this);
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::addPage(MorvaneTab tab, QWidget* page, const QString& title, std::string_view symbol) {
+    pages_[tab] = page;
+    stack_->addWidget(page);
+    sidebar_->add(tab, title, symbol);
+}
+
+QWidget* MainWindow::makeLibrary() {
+    splitter_ = new QSplitter(this);
+    library_ = new LibraryPage(app_, this);
+    game_ = new GamePage(app_, this);
     splitter_->addWidget(library_);
     splitter_->addWidget(game_);
     splitter_->setStretchFactor(0, 1);
     splitter_->setStretchFactor(1, 0);
     splitter_->setChildrenCollapsible(false);
-    library_->setMinimumWidth(320);
-    game_->setMinimumWidth(260);
-    auto* central = new QWidget(this);
-    auto* layout = new QVBoxLayout(central);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addWidget(splitter_, 1);
-    layout->addWidget(panel_);
-    setCentralWidget(central);
-    connect(panel_, &ProgressPanel::cancelPressed, this, [this] { progress_->cancel(); });
+    constexpr int narrowestLibrary = 320, narrowestPage = 260;
+    library_->setMinimumWidth(narrowestLibrary);
+    game_->setMinimumWidth(narrowestPage);
     connect(library_, &LibraryPage::gameWanted, this, [this](std::size_t row) { app_.openRow(row); });
-    connect(library_, &LibraryPage::gameActivated, this, [this] { app_.gamePage().clickAction(); });
-    makeMenus();
-    restoreLooks();
+    return splitter_;
 }
 
-void MainWindow::makeMenus() {
-    const auto add = [this](QMenu* menu, const char* title, const QKeySequence& keys, auto work) {
-        menu->addAction(shown(title), keys, this, work);
-    };
-    QMenu* file = menuBar()->addMenu(shown("&File"));
-    add(file, "Open a Port…", QKeySequence::Open, [this] { app_.createWrapper(); });
-    add(file, "New Blank Wrapper…", QKeySequence::New, [this] { app_.createBlankWrapper(); });
-    add(file, "Add a Game…", {}, [this] { app_.library().add(); });
-    file->addSeparator();
-    add(file, "Quit", QKeySequence::Quit, [this] { close(); });
-    QMenu* game = menuBar()->addMenu(shown("&Game"));
-    connect(game, &QMenu::aboutToShow, this, [this, game] {
-        game->clear();
-        for (const NSDescriptionView::MenuItem& item : app_.gamePage().moreMenu()) {
-            QAction* action = game->addAction(literalTitle(item.title));
-            action->setEnabled(item.enabled);
-            if (item.action) connect(action, &QAction::triggered, this, item.action);
-        }
-        if (game->isEmpty()) game->addAction(shown("No game is selected"))->setEnabled(false);
-    });
-    QMenu* view = menuBar()->addMenu(shown("&View"));
-    add(view, "My Games", QKeySequence(Qt::CTRL | Qt::Key_1),
-        [this] { library_->showTab(NSAppsArray::localTab); });
-    add(view, "Catalogue", QKeySequence(Qt::CTRL | Qt::Key_2),
-        [this] { library_->showTab(NSAppsArray::catalogueTab); });
-    view->addSeparator();
-    add(view, "Grid", QKeySequence(Qt::CTRL | Qt::Key_G), [this] { library_->showAs(true); });
-    add(view, "List", QKeySequence(Qt::CTRL | Qt::Key_L), [this] { library_->showAs(false); });
-    view->addSeparator();
-    add(view, "Search", QKeySequence::Find, [this] { library_->focusSearch(); });
-    add(view, "Refresh", QKeySequence(Qt::Key_F5), [this] { app_.library().refreshList(); });
+// ---- Pages and windows
+
+void MainWindow::bringToFront() {
+    if (isMinimized()) showNormal();
+    show();
+    raise();
+    activateWindow();
 }
+
+void MainWindow::showTab(MorvaneTab tab) {
+    const auto page = pages_.find(tab);
+    if (page == pages_.end()) return;
+    sidebar_->select(tab);
+    stack_->setCurrentWidget(page->second);
+}
+
+void MainWindow::chooseTab(MorvaneTab tab) {
+    showTab(tab);
+    app_.tabChosen(tab);
+}
+
+void MainWindow::showLibrary(std::int64_t tab) {
+    chooseTab(MorvaneTab::library);
+    library_->showTab(tab);
+}
+
+void MainWindow::showPreferences() {
+    if (!preferences_) {
+        preferences_ = new PreferencesWindow(app_, this);
+        preferences_->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    preferences_->show();
+    preferences_->raise();
+    preferences_->activateWindow();
+}
+
+void MainWindow::preferencesChanged() {
+    if (preferences_) preferences_->refresh();
+}
+
+void MainWindow::showProperties(const std::shared_ptr<NSPropertiesWindow>& properties) {
+    propertiesClosed();
+    properties_ = new PropertiesWindow(properties, this);
+    connect(properties_, &PropertiesWindow::closeRequested, this, [this] { app_.closeProperties(); });
+    properties_->show();
+}
+
+void MainWindow::propertiesChanged() {
+    if (properties_) properties_->refresh();
+}
+
+void MainWindow::propertiesClosed() {
+    if (!properties_) return;
+    properties_->hide();
+    properties_->deleteLater();
+    properties_ = nullptr;
+}
+
+void MainWindow::showVotingPanel(const std::shared_ptr<NSVotingPanel>& panel) {
+    votingPanelClosed();
+    rating_ = new RatingWindow(panel, this);
+    rating_->open();
+}
+
+void MainWindow::votingPanelClosed() {
+    if (!rating_) return;
+    rating_->hide();
+    rating_->deleteLater();
+    rating_ = nullptr;
+}
+
+void MainWindow::showResources() {
+    if (!resources_) {
+        resources_ = new ResourcesWindow(progress_, this);
+        resources_->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    resources_->show();
+    resources_->raise();
+}
+
+void MainWindow::libraryRowChanged(std::size_t row) {
+    library_->refreshRow(row);
+    game_->refreshState();
+}
+
+// ---- Looks
 
 void MainWindow::restoreLooks() {
     resize(firstSize);
@@ -109,7 +193,15 @@ void MainWindow::restoreLooks() {
     const QSettings settings = windowSettings();
     restoreGeometry(settings.value("main/geometry").toByteArray());
     splitter_->restoreState(settings.value("main/splitter").toByteArray());
-    library_->showAs(settings.value("library/grid", true).toBool());
+    library_->showAs(settings.value("library/grid", app_.tableInUse() == LibraryLayout::grid).toBool());
+    const int page = settings.value("main/page", static_cast<int>(MorvaneTab::library)).toInt();
+    showTab(MorvaneTab::library);
+    // What it shows is loaded once the application has started.
+    const auto tab = static_cast<MorvaneTab>(page);
+    if (pages_.contains(tab))
+        host().mainQueue.post([window = QPointer(this), tab] {
+            if (window) window->chooseTab(tab);
+        });
 }
 
 void MainWindow::storeLooks() const {
@@ -117,66 +209,12 @@ void MainWindow::storeLooks() const {
     settings.setValue("main/geometry", saveGeometry());
     settings.setValue("main/splitter", splitter_->saveState());
     settings.setValue("library/grid", library_->isGrid());
+    const auto shown =
+        std::ranges::find(pages_, stack_->currentWidget(), &decltype(pages_)::value_type::second);
+    if (shown != pages_.end()) settings.setValue("main/page", static_cast<int>(shown->first));
 }
 
-void MainWindow::bringToFront() {
-    show();
-    raise();
-    activateWindow();
-}
-
-void MainWindow::libraryChanged() {
-    library_->refresh();
-}
-
-void MainWindow::gamePageChanged() {
-    game_->refresh();
-}
-
-void MainWindow::actionTitleChanged() {
-    game_->refreshActionTitle();
-}
-
-void MainWindow::rate(const std::shared_ptr<NSVotingPanel>& panel) {
-    QDialog dialog(this);
-    dialog.setWindowTitle(literalLine(panel->title()));
-    auto* layout = new QVBoxLayout(&dialog);
-    layout->addWidget(new HeadingLabel(literalLine(panel->title()), &dialog));
-    auto* row = new QHBoxLayout;
-    std::array<QToolButton*, 5> stars{};
-    const auto show = [&stars, &panel] {
-        for (int star = 1; star <= 5; ++star)
-            stars.at(static_cast<std::size_t>(star - 1))
-                ->setIcon(theme::icon(star <= panel->vote() ? "star" : "star-empty"));
-    };
-    for (int star = 1; star <= 5; ++star) {
-        auto* button = new QToolButton(&dialog);
-        button->setAutoRaise(true);
-        button->setIconSize({32, 32});
-        button->setAccessibleName(shown("%@ of 5 stars", {std::to_string(star)}));
-        QObject::connect(button, &QToolButton::clicked, &dialog, [&panel, &show, star] {
-            panel->clickStar(star);
-            show();
-        });
-        stars.at(static_cast<std::size_t>(star - 1)) = button;
-        row->addWidget(button);
-    }
-    show();
-    layout->addLayout(row);
-    auto* buttons = new QDialogButtonBox(&dialog);
-    buttons->addButton(shown("Vote"), QDialogButtonBox::AcceptRole);
-    buttons->addButton(shown("Cancel"), QDialogButtonBox::RejectRole);
-    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
-    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
-    layout->addWidget(buttons);
-    // Kept: voting closes the panel.
-    const auto kept = panel;
-    if (dialog.exec() == QDialog::Accepted) {
-        kept->applyVote();
-    } else {
-        kept->cancelVote();
-    }
-}
+// ---- Events
 
 void MainWindow::closeEvent(QCloseEvent* event) {
     if (progress_->isCreatingWrapper()) {
@@ -184,33 +222,50 @@ void MainWindow::closeEvent(QCloseEvent* event) {
         progress_->cancel();
         if (!host().creation.requested()) return event->ignore();
     }
+    if (properties_) properties_->reject();
+    if (properties_) return event->ignore();
     storeLooks();
+    for (const QPointer<QWidget> window : QApplication::topLevelWidgets()) {
+        if (window && window != this) window->close();
+    }
     event->accept();
 }
 
-void MainWindow::keyPressEvent(QKeyEvent* event) {
-    if (event->key() == Qt::Key_Shift) app_.gamePage().flagsChanged(Shift::held);
-    QMainWindow::keyPressEvent(event);
+void MainWindow::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() != QEvent::ActivationChange) return;
+    if (isActiveWindow()) {
+        app_.library().lookAtItems();
+    } else {
+        app_.gamePage().flagsChanged(Shift::up);
+    }
 }
 
-void MainWindow::keyReleaseEvent(QKeyEvent* event) {
-    if (event->key() == Qt::Key_Shift) app_.gamePage().flagsChanged(Shift::up);
-    QMainWindow::keyReleaseEvent(event);
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+    const bool isPress = event->type() == QEvent::KeyPress;
+    if ((isPress || event->type() == QEvent::KeyRelease) && watched->isWindowType()) {
+        const auto* key = static_cast<QKeyEvent*>(event);
+        if (key->key() == Qt::Key_Shift && !key->isAutoRepeat())
+            app_.gamePage().flagsChanged(isPress ? Shift::held : Shift::up);
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
-    if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+    if (std::ranges::any_of(event->mimeData()->urls(), canBeOpened)) event->acceptProposedAction();
 }
 
 void MainWindow::dropEvent(QDropEvent* event) {
     std::vector<std::string> paths;
     for (const QUrl& url : event->mimeData()->urls()) {
-        if (url.isLocalFile()) paths.push_back(fromQt(url.toLocalFile()));
+        if (canBeOpened(url)) paths.push_back(fromQt(url.adjusted(QUrl::StripTrailingSlash).toLocalFile()));
     }
     event->acceptProposedAction();
     // The drag is over before anything is asked.
-    host().mainQueue.post([this, paths] {
-        for (const std::string& path : paths) app_.openFile(path);
+    host().mainQueue.post([window = QPointer(this), paths] {
+        for (const std::string& path : paths) {
+            if (window) window->app_.openFile(path);
+        }
     });
 }
 

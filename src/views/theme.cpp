@@ -1,10 +1,12 @@
 #include "views/theme.h"
 
 #include <QApplication>
-#include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
+#include <QIconEngine>
 #include <QPainter>
 #include <QPalette>
+#include <QPixmapCache>
 #include <QStyleFactory>
 #include <QSvgRenderer>
 #include <QWidget>
@@ -55,6 +57,48 @@ QPixmap tinted(QSvgRenderer& picture, int size, const QColor& colour) {
     return result;
 }
 
+QString fileOfSymbol(std::string_view name) {
+    return toQt(host().folders.resources + "/views/symbols/" + std::string(name) + ".svg");
+}
+
+/// Drawn anew in each size and in the colours of the palette at that time.
+class SymbolEngine : public QIconEngine {
+  public:
+    explicit SymbolEngine(QString file) : file_(std::move(file)) {}
+
+    [[nodiscard]] QIconEngine* clone() const override { return new SymbolEngine(file_); }
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
+        const int edge = std::max(1, std::min(size.width(), size.height()));
+        const QColor colour = colourOf(mode, state);
+        const QString key = QString("%1 %2 %3").arg(file_).arg(edge).arg(colour.rgba());
+        QPixmap result;
+        if (QPixmapCache::find(key, &result)) return result;
+        QSvgRenderer picture(file_);
+        result = tinted(picture, edge, colour);
+        QPixmapCache::insert(key, result);
+        return result;
+    }
+    void paint(QPainter* painter, const QRect& place, QIcon::Mode mode, QIcon::State state) override {
+        const double scale = painter->device()->devicePixelRatioF();
+        QPixmap drawn = pixmap(place.size() * scale, mode, state);
+        drawn.setDevicePixelRatio(scale);
+        const QSizeF size = drawn.deviceIndependentSize();
+        painter->drawPixmap(QPointF(place.x() + (place.width() - size.width()) / 2,
+                                    place.y() + (place.height() - size.height()) / 2),
+                            drawn);
+    }
+
+  private:
+    static QColor colourOf(QIcon::Mode mode, QIcon::State state) {
+        const QPalette palette = QGuiApplication::palette();
+        if (mode == QIcon::Disabled) return palette.color(QPalette::Disabled, QPalette::WindowText);
+        if (mode == QIcon::Selected) return palette.color(QPalette::HighlightedText);
+        return palette.color(state == QIcon::On ? QPalette::Link : QPalette::WindowText);
+    }
+
+    const QString file_;
+};
+
 }  // namespace
 
 void apply(QApplication& application, Scheme scheme) {
@@ -70,18 +114,8 @@ bool isDark() {
 }
 
 QIcon icon(std::string_view name) {
-    const QString path = toQt(host().folders.resources + "/views/symbols/" + std::string(name) + ".svg");
-    QSvgRenderer picture(path);
-    if (!picture.isValid()) return {};
-    QIcon result;
-    const QPalette palette = QGuiApplication::palette();
-    for (const int size : {16, 20, 24, 32, 48, 64, 96}) {
-        result.addPixmap(tinted(picture, size, palette.color(QPalette::WindowText)), QIcon::Normal);
-        result.addPixmap(tinted(picture, size, palette.color(QPalette::Disabled, QPalette::WindowText)),
-                         QIcon::Disabled);
-        result.addPixmap(tinted(picture, size, palette.color(QPalette::HighlightedText)), QIcon::Selected);
-    }
-    return result;
+    const QString file = fileOfSymbol(name);
+    return QFileInfo::exists(file) ? QIcon(new SymbolEngine(file)) : QIcon();
 }
 
 QColor accent() {
@@ -117,7 +151,7 @@ QColor caution() {
 }
 
 QPixmap symbol(std::string_view name, int size, const QColor& colour, double scale) {
-    QSvgRenderer picture(toQt(host().folders.resources + "/views/symbols/" + std::string(name) + ".svg"));
+    QSvgRenderer picture(fileOfSymbol(name));
     if (!picture.isValid()) return {};
     QPixmap result = tinted(picture, qRound(size * scale), colour);
     result.setDevicePixelRatio(scale);

@@ -25,11 +25,8 @@ void apply(QApplication& application, Scheme scheme);
 /// Distances in points of the screen.
 inline constexpr int gap = 8, margin = 16, radius = 8;
 
-/// A symbolic icon in the text's colour: the desktop theme's, else ours (`resources/views/symbols/<name>.svg`).
-/// Names: "library", "rankings", "news", "community", "help", "play", "stop", "install", "remove", "add",
-/// "search", "settings", "properties", "folder", "open", "refresh", "grid", "list", "sort", "star",
-/// "star-half", "star-empty", "trailer", "cancel", "back", "forward", "more", "warning", "error", "info",
-/// "question", "website", "vote", "copy", "send", "picture", "update", "debug", "drive".
+/// A symbolic icon in the text's colour, whichever scheme is in use when it is drawn; pressed, in the links'
+/// (`resources/views/symbols/<name>.svg`).
 [[nodiscard]] QIcon icon(std::string_view name);
 [[nodiscard]] QColor accent();
 /// The one button of a page that is its purpose: filled with the accent.

@@ -66,16 +66,26 @@ bool mayBeStopped(const std::string& number, const std::vector<std::string>& own
            std::ranges::find(own, number) == own.end() && !processes::runsOwnProgram(number);
 }
 
+/// The lines of `ps`.
+std::vector<std::string> processLines() {
+    return MVString::split(run("ps", {"ax"}), "\n");
+}
+
+/// The number of a line's process; nothing for one that may not be stopped.
+std::optional<std::string> stoppable(const std::string& line, const std::vector<std::string>& own) {
+    const std::vector<std::string> pieces = MVString::split(line, " ");
+    const auto number = std::ranges::find_if(pieces, [](const auto& piece) { return !piece.empty(); });
+    return number != pieces.end() && mayBeStopped(*number, own) ? std::optional(*number) : std::nullopt;
+}
+
 std::vector<std::string> listedProcesses(const std::optional<std::string>& wrapper) {
     const std::vector<std::string> own = processes::ownLine();
     std::vector<std::string> numbers;
-    for (const std::string& line : MVString::split(run("ps", {"ax"}), "\n")) {
+    for (const std::string& line : processLines()) {
         const bool selected = wrapper ? MVString::contains(line, *wrapper)
                                       : MVString::contains(MVString::lowercased(line), "wine");
         if (!selected) continue;
-        const std::vector<std::string> pieces = MVString::split(line, " ");
-        const auto number = std::ranges::find_if(pieces, [](const auto& piece) { return !piece.empty(); });
-        if (number != pieces.end() && mayBeStopped(*number, own)) numbers.push_back(*number);
+        if (const auto number = stoppable(line, own)) numbers.push_back(*number);
     }
     return numbers;
 }
@@ -134,6 +144,19 @@ void terminateAllCaskeryProcessesForWrapperNow(const std::optional<std::string>&
     removeLock(*wrapper);
     removeLaunchRegistrations(*wrapper);
     if (removing == RemovingWrapper::yes && exists) MVFileManager::removeItemAtPath(*wrapper);
+}
+
+std::vector<bool> whichWrappersRun(const std::vector<std::string>& wrappers) {
+    const std::vector<std::string> own = processes::ownLine();
+    std::vector<std::string> lines = processLines();
+    std::erase_if(lines, [&](const std::string& line) { return !stoppable(line, own); });
+    std::vector<bool> runs;
+    for (const std::string& wrapper : wrappers) {
+        const std::string inside = files::resolved(wrapper).value_or(wrapper) + "/";
+        runs.push_back(std::ranges::any_of(
+            lines, [&](const std::string& line) { return MVString::contains(line, inside); }));
+    }
+    return runs;
 }
 
 }  // namespace morvane::NSUtilities

@@ -25,6 +25,8 @@ bool terminateAllCaskeryProcessesForWrapper(const std::optional<std::string>& wr
 /// The same work on the calling thread.
 void terminateAllCaskeryProcessesForWrapperNow(const std::optional<std::string>& wrapper,
                                                RemovingWrapper removing);
+/// For each of the wrappers whether a process has something in it in its `ps` line; the processes are listed once.
+[[nodiscard]] std::vector<bool> whichWrappersRun(const std::vector<std::string>& wrappers);
 
 }  // namespace NSUtilities
 }  // namespace morvane

@@ -8,6 +8,7 @@
 #include "library/game_data.h"
 #include "library/icon_cache.h"
 #include "library/library_machine.h"
+#include "wrapper/wrapper.h"
 
 namespace morvane {
 namespace {
@@ -91,13 +92,16 @@ TEST_F(LibraryViews, TheCatalogueIsLoadedOnceAndRefreshed) {
     ASSERT_EQ(menu.size(), 1U);
     EXPECT_EQ(menu[0].title, "Refresh List");
     menu[0].action();
-    awaitReloads(6);
+    EXPECT_EQ(apps.catalogueState(), NSAppsArray::CatalogueState::loading);
+    awaitReloads(7);
     EXPECT_EQ(titles(), "");
     EXPECT_EQ(NSGameData::bufferedEntry(2), nullptr);
+    EXPECT_EQ(apps.catalogueState(), NSAppsArray::CatalogueState::loaded);
 
     reachable = [](const std::string&) { return false; };
     view.refreshList();
-    awaitReloads(7);
+    awaitReloads(9);
+    EXPECT_EQ(apps.catalogueState(), NSAppsArray::CatalogueState::unreachable);
     EXPECT_EQ(site.requests().size(), 2U) << "a server that is not there is not asked";
 }
 
@@ -166,10 +170,11 @@ TEST_F(LibraryViews, IconsComeOnceTheyAreAskedFor) {
     put(wrapper + "/t.app/Contents/Resources/Own.icns", png(4));
     put(boxer + "/.icon.png", png(5));
     makeWrapper(applications + "z.app");
+    for (const std::string& app : {wrapper, applications + "z.app"}) put(Wrapper(app).systemRegistry(), "");
     std::vector<std::size_t> told;
     LibraryView icons(
         apps,
-        {.reload = {}, .iconChanged = [&](std::size_t row) { told.push_back(row); }, .installCkiFile = {}});
+        {.reload = {}, .rowChanged = [&](std::size_t row) { told.push_back(row); }, .installCkiFile = {}});
     const auto width = [&](std::size_t row) {
         const auto icon = icons.icon(row);
         return icon ? icon->width : 0;
@@ -196,7 +201,21 @@ TEST_F(LibraryViews, IconsComeOnceTheyAreAskedFor) {
     settle();
     EXPECT_EQ(width(0), 6);
     std::filesystem::rename(applications + "z.app", applications + "y.app");
-    EXPECT_TRUE(icons.rows()[3].isMissing && !icons.rows()[0].isMissing);
+    std::filesystem::remove(Wrapper(wrapper).systemRegistry());
+    told.clear();
+    icons.lookAtItems();
+    settle();
+    EXPECT_EQ(told, (std::vector<std::size_t>{0, 3}));
+    EXPECT_EQ(icons.rows()[0].state, ItemState{.isUnfinished = true});
+    EXPECT_EQ(icons.rows()[3].state, ItemState{.isMissing = true});
+    {
+        const auto first = icons.runs(wrapper), second = icons.runs(wrapper);
+        EXPECT_TRUE(icons.isRunning(wrapper) && !icons.isRunning(boxer));
+    }
+    EXPECT_EQ(told, (std::vector<std::size_t>{0, 3, 0}));
+    settle();
+    EXPECT_FALSE(icons.isRunning(wrapper)) << "both have ended";
+    EXPECT_EQ(told, (std::vector<std::size_t>{0, 3, 0, 0}));
 
     const std::string list = "1 || Bob || A || 0 || 0 || --<br>2 || Bob || B || 0 || 0 || --";
     site.answer("/ckis/listPorts.php", {.body = list});

@@ -13,6 +13,7 @@
 #include "platform/property_list.h"
 #include "views/desktop_interface.h"
 #include "views/desktop_shell.h"
+#include "views/library_list.h"
 #include "views/views_machine.h"
 #include "wrapper/wrapper.h"
 
@@ -41,7 +42,7 @@ class MainWindows : public testing::ViewsMachine {
         shell.setMainWindow(window.get());
         window->show();
         app->library().showTab(NSAppsArray::localTab);
-        list_ = window->findChild<QAbstractItemView*>();
+        list_ = window->findChild<views::LibraryList*>();
         runUntil([&] { return list_->model()->rowCount() == 3; });
     }
     [[nodiscard]] QStringList titles() const {
