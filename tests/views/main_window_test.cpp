@@ -2,54 +2,40 @@
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
+#include <QLabel>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QPushButton>
 #include <QTest>
 #include <QTextBrowser>
+#include <QToolButton>
+#include <algorithm>
+#include <filesystem>
 
-#include "foundation/progress_view.h"
-#include "foundation/settings.h"
-#include "platform/pictures.h"
-#include "platform/property_list.h"
-#include "views/desktop_interface.h"
-#include "views/desktop_shell.h"
-#include "views/library_list.h"
-#include "views/views_machine.h"
-#include "wrapper/wrapper.h"
+#include "views/desktop_stage.h"
 
 namespace morvane {
 namespace {
 
 using views::MainWindow;
 
-class MainWindows : public testing::ViewsMachine {
+class MainWindows : public testing::DesktopStage {
   protected:
     MainWindows() {
-        Array list;
-        for (const std::string name : {"Half Life", "Star Catcher", "Tetris"}) {
-            const std::string path = home + "/Applications/" + name + ".app";
-            put(Wrapper(path).launcher(), "#!/bin/sh\necho \"$@\" >> \"$0.log\"\n", true);
-            put(Wrapper(path).tool(), "", true);
-            put(Wrapper(path).infoPlist(),
-                property_lists::xml(
-                    Dictionary{{"CFBundleName", name}, {"CFBundleExecutable", "CaskeryLauncher"}}));
-            list.push_back(Dictionary{{"Name", name}, {"Path", path}});
-        }
-        settings::store(settings::appList, list);
-        settings::store(settings::mainFolder, Array{home + "/Applications/"});
-        app = std::make_unique<AppDelegate>(shell, progress);
-        window = std::make_unique<MainWindow>(*app, progress);
-        shell.setMainWindow(window.get());
-        window->show();
-        app->library().showTab(NSAppsArray::localTab);
-        list_ = window->findChild<views::LibraryList*>();
-        runUntil([&] { return list_->model()->rowCount() == 3; });
+        for (const std::string name : {"Half Life", "Star Catcher", "Tetris"}) addGame(name);
+        for (const std::string name : {"Another World", "Star Atlas"}) addPort(name);
+        open();
     }
     [[nodiscard]] QStringList titles() const {
         QStringList texts;
-        for (int row = 0; row < list_->model()->rowCount(); ++row)
-            texts << list_->model()->index(row, 0).data().toString();
+        for (int row = 0; row < list->model()->rowCount(); ++row)
+            texts << list->model()->index(row, 0).data().toString();
         return texts;
+    }
+    [[nodiscard]] bool showsText(const QString& text) const {
+        const auto labels = window->findChildren<QLabel*>();
+        return std::ranges::any_of(
+            labels, [&](QLabel* label) { return label->isVisible() && label->text().contains(text); });
     }
     template <class Widget>
     Widget* named(const char* name) {
@@ -58,13 +44,6 @@ class MainWindows : public testing::ViewsMachine {
         ADD_FAILURE() << "no widget is called " << name;
         return nullptr;
     }
-
-    views::DesktopInterface interface;
-    views::DesktopShell shell{interface};
-    std::shared_ptr<NSProgressView> progress = std::make_shared<NSProgressView>();
-    std::unique_ptr<AppDelegate> app;
-    std::unique_ptr<MainWindow> window;
-    QAbstractItemView* list_ = nullptr;
 };
 
 TEST_F(MainWindows, ShowTheGamesAndFilterThemAtEachKey) {
@@ -73,24 +52,24 @@ TEST_F(MainWindows, ShowTheGamesAndFilterThemAtEachKey) {
     QTest::keyClicks(search, "star");
     runUntil([&] { return titles() == QStringList("Star Catcher"); });
     QTest::keyClick(search, Qt::Key_Escape);
-    runUntil([&] { return list_->model()->rowCount() == 3; });
+    runUntil([&] { return list->model()->rowCount() == 3; });
     QTest::keyClicks(search, "no such game");
-    runUntil([&] { return list_->model()->rowCount() == 0; });
-    EXPECT_FALSE(list_->isVisible()) << "an empty library says why";
+    runUntil([&] { return list->model()->rowCount() == 0; });
+    EXPECT_FALSE(list->isVisible()) << "an empty library says why";
 }
 
 TEST_F(MainWindows, ShowTheGameThatIsChosenAndKeepItThroughAReload) {
-    list_->setCurrentIndex(list_->model()->index(1, 0));
+    list->setCurrentIndex(list->model()->index(1, 0));
     runUntil([&] { return app->gamePage().page().hasGame; });
     EXPECT_EQ(app->gamePage().gameData()->gameName, "Star Catcher");
     EXPECT_EQ(named<QPushButton>("PLAY")->text(), "PLAY");
     app->library().reload();
-    runUntil([&] { return list_->currentIndex().row() == 1; });
-    EXPECT_EQ(list_->currentIndex().data().toString(), "Star Catcher");
+    runUntil([&] { return list->currentIndex().row() == 1; });
+    EXPECT_EQ(list->currentIndex().data().toString(), "Star Catcher");
 }
 
 TEST_F(MainWindows, EveryControlHasANameAndCanBeReached) {
-    list_->setCurrentIndex(list_->model()->index(0, 0));
+    list->setCurrentIndex(list->model()->index(0, 0));
     runUntil([&] { return app->gamePage().page().hasGame; });
     for (QWidget* widget : window->findChildren<QWidget*>()) {
         const bool isControl = qobject_cast<QAbstractButton*>(widget) != nullptr ||
@@ -115,6 +94,74 @@ TEST_F(MainWindows, ClosingAsksAboutARunningInstallation) {
     progress->setIsCreatingWrapper(false);
     window->close();
     EXPECT_FALSE(window->isVisible());
+}
+
+TEST_F(MainWindows, AGameIsPlayedOnceAndStoppedWhereItIsShown) {
+    const std::string launcher = Wrapper(pathOf("Star Catcher")).launcher();
+    put(launcher + ".runs", "");
+    choose(1);
+    auto* play = named<QPushButton>("PLAY");
+    auto* stop = named<QPushButton>("Stop");
+    EXPECT_FALSE(stop->isVisible());
+    QTest::mouseClick(play, Qt::LeftButton);
+    QTest::mouseClick(play, Qt::LeftButton);
+    runUntil([&] { return app->library().isRunning(pathOf("Star Catcher")); });
+    EXPECT_TRUE(stop->isVisible() && !play->isVisible());
+    // Enter in the library does not start it a second time.
+    QTest::keyClick(list, Qt::Key_Return);
+    // Somebody else removes it from the disk while its page is open.
+    std::filesystem::remove(launcher + ".runs");
+    runUntil([&] { return play->isVisible(); });
+    EXPECT_EQ(get(launcher + ".log"), "started\n");
+}
+
+TEST_F(MainWindows, ArrowsEnterAndDeleteWorkInTheLibrary) {
+    const std::string launcher = Wrapper(pathOf("Half Life")).launcher();
+    list->setFocus();
+    QTest::keyClick(list, Qt::Key_Home);
+    QTest::keyClick(list, Qt::Key_Return);
+    runUntil([&] { return std::filesystem::exists(launcher + ".log"); });
+    runUntil([&] { return !app->library().isRunning(pathOf("Half Life")); });
+    ui.expect("").titleIs("Remove App").answer("List Only");
+    QTest::keyClick(list, Qt::Key_Delete);
+    runUntil([&] { return titles() == QStringList({"Star Catcher", "Tetris"}); });
+    EXPECT_TRUE(std::filesystem::exists(launcher)) << "it has only left the list";
+}
+
+TEST_F(MainWindows, ARowIsDraggedToAnotherPlace) {
+    const std::unique_ptr<QMimeData> dragged(list->model()->mimeData({list->model()->index(2, 0)}));
+    list->model()->dropMimeData(dragged.get(), Qt::MoveAction, 0, 0, {});
+    runUntil([&] { return titles() == QStringList({"Tetris", "Half Life", "Star Catcher"}); });
+    // The rows of a search have no order of their own.
+    QTest::keyClicks(named<QLineEdit>("Search"), "e");
+    EXPECT_FALSE(list->model()->canDropMimeData(dragged.get(), Qt::MoveAction, 0, 0, {}));
+}
+
+TEST_F(MainWindows, AServerIsSaidToBeGoneWhereItsGamesWouldBe) {
+    reachable = [](const std::string&) { return false; };
+    QTest::mouseClick(named<QToolButton>("Catalogue"), Qt::LeftButton);
+    EXPECT_TRUE(showsText("Loading the catalogue"));
+    runUntil([&] { return showsText("can't be reached"); });
+    EXPECT_TRUE(ui.dialogs.empty());
+    reachable = [](const std::string&) { return true; };
+    site.answer("/ckis/listPorts.php", {.body = "7 || Ada || Back Again || 0 || 0 || --<br>"});
+    QTest::mouseClick(named<QPushButton>("Try again"), Qt::LeftButton);
+    runUntil([&] { return titles() == QStringList("Back Again"); });
+}
+
+TEST_F(MainWindows, HostileNamesAndPicturesAreShownAsWhatTheyAre) {
+    const std::string name =
+        "A\xE2\x80\xAE"
+        "B " +
+        std::string(200, 'x');
+    addGame(name, "no picture at all");
+    close();
+    open();
+    list->setCurrentIndex(list->model()->index(3, 0));
+    runUntil([&] { return app->gamePage().page().hasGame; });
+    EXPECT_FALSE(titles().back().contains(QChar(0x202E))) << "no direction marks";
+    EXPECT_LE(window->minimumSizeHint().width(), 1180) << "a long name is elided, or broken";
+    static_cast<void>(window->grab());
 }
 
 }  // namespace
