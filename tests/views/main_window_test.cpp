@@ -37,10 +37,14 @@ class MainWindows : public testing::DesktopStage {
         return std::ranges::any_of(
             labels, [&](QLabel* label) { return label->isVisible() && label->text().contains(text); });
     }
+    enum class Seen { no, yes };
+    /// Of those that can be seen, if so.
     template <class Widget>
-    Widget* named(const char* name) {
+    Widget* named(const char* name, Seen seen = Seen::no) {
         for (Widget* each : window->findChildren<Widget*>())
-            if (each->accessibleName() == name || each->property("text").toString() == name) return each;
+            if ((seen == Seen::no || each->isVisible()) &&
+                (each->accessibleName() == name || each->property("text").toString() == name))
+                return each;
         ADD_FAILURE() << "no widget is called " << name;
         return nullptr;
     }
@@ -145,7 +149,7 @@ TEST_F(MainWindows, AServerIsSaidToBeGoneWhereItsGamesWouldBe) {
     EXPECT_TRUE(ui.dialogs.empty());
     reachable = [](const std::string&) { return true; };
     site.answer("/ckis/listPorts.php", {.body = "7 || Ada || Back Again || 0 || 0 || --<br>"});
-    QTest::mouseClick(named<QPushButton>("Try again"), Qt::LeftButton);
+    QTest::mouseClick(named<QPushButton>("Try again", Seen::yes), Qt::LeftButton);
     runUntil([&] { return titles() == QStringList("Back Again"); });
 }
 
