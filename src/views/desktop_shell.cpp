@@ -2,7 +2,6 @@
 
 #include <QApplication>
 
-#include "platform/host.h"
 #include "views/background.h"
 #include "views/desktop_interface.h"
 #include "views/game_page.h"
@@ -10,6 +9,7 @@
 #include "views/main_window.h"
 #include "views/rankings_page.h"
 #include "views/theme.h"
+#include "views/web_page.h"
 
 namespace morvane::views {
 
@@ -46,9 +46,18 @@ void DesktopShell::setThemeImage(ThemeImage image, const std::string& path) {
         });
 }
 
-void DesktopShell::loadWebPage(WebView, const std::string&) {
-    // Pages of the web open in the user's browser when they are asked for.
-    host().mainQueue.post([this] { onWindow([](MainWindow& window) { window.app().webPageLoaded(); }); });
+void DesktopShell::loadWebPage(WebView web, const std::string& address) {
+    onWindow([&](MainWindow& window) { window.webPage(web).load(address); });
+}
+
+void DesktopShell::showHtml(WebView web, const std::string& html) {
+    onWindow([&](MainWindow& window) { window.webPage(web).showHtml(html); });
+}
+
+void DesktopShell::webViewZoomChanged() {
+    onWindow([](MainWindow& window) {
+        for (const WebView web : {WebView::news, WebView::forum}) window.webPage(web).updateZoom();
+    });
 }
 
 void DesktopShell::showMorvaneTab(MorvaneTab tab) {
@@ -95,9 +104,8 @@ void DesktopShell::updateDockInGridView() {
     onWindow([](MainWindow& window) { window.libraryPage().updateShelf(); });
 }
 
-void DesktopShell::showWindow(const NSDescriptionView::HtmlWindow& window) {
-    // A page plays where its link leads; one without a link says that there is nothing to play.
-    if (!window.link.empty()) interface_.openLink(window.link);
+void DesktopShell::showWindow(const NSDescriptionView::HtmlWindow& video) {
+    onWindow([&](MainWindow& window) { window.showVideo(video); });
 }
 
 void DesktopShell::showVotingPanel(const std::shared_ptr<NSVotingPanel>& panel) {

@@ -25,6 +25,8 @@ class DesktopShell : public ShellView {
     void setWindowAppearance(WindowAppearance appearance) override;
     void setThemeImage(ThemeImage image, const std::string& path) override;
     void loadWebPage(WebView web, const std::string& address) override;
+    void showHtml(WebView web, const std::string& html) override;
+    void webViewZoomChanged() override;
     void showMorvaneTab(MorvaneTab tab) override;
     void showGamePage() override;
     void bringMainWindowToFront() override;

@@ -15,6 +15,7 @@
 #include "foundation/progress_view.h"
 #include "platform/host.h"
 #include "views/game_page.h"
+#include "views/help_page.h"
 #include "views/labels.h"
 #include "views/library_page.h"
 #include "views/preferences_window.h"
@@ -25,7 +26,10 @@
 #include "views/rating_window.h"
 #include "views/resources_window.h"
 #include "views/sidebar.h"
+#include "views/styled_view.h"
 #include "views/theme.h"
+#include "views/video_window.h"
+#include "views/web_page.h"
 #include "wrapper/layout.h"
 
 namespace morvane::views {
@@ -52,12 +56,17 @@ MainWindow::MainWindow(AppDelegate& app, std::shared_ptr<NSProgressView> progres
       progress_(std::move(progress)),
       sidebar_(new Sidebar(this)),
       stack_(new QStackedWidget(this)),
+      rankings_(new RankingsPage(app, this)),
+      news_(new WebPage(app, WebView::news, this)),
+      forum_(new WebPage(app, WebView::forum, this)),
       panel_(new ProgressPanel(this)) {
     setWindowTitle("Morvane");
     setAcceptDrops(true);
-    rankings_ = new RankingsPage(app_, this);
     addPage(MorvaneTab::library, makeLibrary(), shown("Library"), "library");
     addPage(MorvaneTab::rankings, rankings_, shown("Rankings"), "rankings");
+    addPage(MorvaneTab::news, news_, shown("News"), "news");
+    addPage(MorvaneTab::forum, forum_, shown("Community"), "community");
+    addPage(MorvaneTab::help, new HelpPage(app_, this), shown("Help"), "help");
     auto* pages = new QHBoxLayout;
     pages->setSpacing(0);
     pages->addWidget(sidebar_);
@@ -169,6 +178,17 @@ void MainWindow::votingPanelClosed() {
     rating_->hide();
     rating_->deleteLater();
     rating_ = nullptr;
+}
+
+void MainWindow::showVideo(const NSDescriptionView::HtmlWindow& video) {
+    if (!video_) {
+        video_ = new VideoWindow(this);
+        video_->setAttribute(Qt::WA_DeleteOnClose);
+        connect(video_, &VideoWindow::linkWanted, this, [this](const std::string& link) {
+            if (app_.shouldWebViewFollow(link)) openWebLink(link);
+        });
+    }
+    video_->show(video);
 }
 
 void MainWindow::showResources() {

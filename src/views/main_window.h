@@ -15,6 +15,7 @@ class QStackedWidget;
 namespace morvane::views {
 
 class GamePage;
+class HelpPage;
 class LibraryPage;
 class PreferencesWindow;
 class ProgressPanel;
@@ -23,6 +24,8 @@ class RankingsPage;
 class RatingWindow;
 class ResourcesWindow;
 class Sidebar;
+class VideoWindow;
+class WebPage;
 
 class MainWindow : public QMainWindow {
     Q_OBJECT
@@ -36,6 +39,7 @@ class MainWindow : public QMainWindow {
     [[nodiscard]] LibraryPage& libraryPage() { return *library_; }
     [[nodiscard]] GamePage& gamePage() { return *game_; }
     [[nodiscard]] RankingsPage& rankingsPage() { return *rankings_; }
+    [[nodiscard]] WebPage& webPage(WebView web) { return web == WebView::news ? *news_ : *forum_; }
 
     void bringToFront();
     /// The application switches to the page.
@@ -43,6 +47,7 @@ class MainWindow : public QMainWindow {
     void showPreferences();
     void showProperties(const std::shared_ptr<NSPropertiesWindow>& properties);
     void showVotingPanel(const std::shared_ptr<NSVotingPanel>& panel);
+    void showVideo(const NSDescriptionView::HtmlWindow& video);
 
     // What is shown of them has changed, or is to go.
     void libraryRowChanged(std::size_t row);
@@ -84,12 +89,14 @@ class MainWindow : public QMainWindow {
     QSplitter* splitter_ = nullptr;
     LibraryPage* library_ = nullptr;
     GamePage* game_ = nullptr;
-    RankingsPage* rankings_ = nullptr;
+    RankingsPage* rankings_;
+    WebPage *news_, *forum_;
     ProgressPanel* panel_;
     QPointer<PreferencesWindow> preferences_;
     QPointer<PropertiesWindow> properties_;
     QPointer<RatingWindow> rating_;
     QPointer<ResourcesWindow> resources_;
+    QPointer<VideoWindow> video_;
 };
 
 }  // namespace morvane::views

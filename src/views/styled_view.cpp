@@ -19,22 +19,6 @@ namespace {
 
 enum RunProperty { storedFont = QTextFormat::UserProperty + 1, storedSize, storedWhite };
 
-QTextCharFormat formatOf(const StyledRun& run) {
-    QTextCharFormat format;
-    if (run.bold) format.setFontWeight(QFont::Bold);
-    if (run.italic) format.setFontItalic(true);
-    if (!run.link.empty()) {
-        format.setAnchor(true);
-        format.setAnchorHref(toQt(run.link));
-        format.setForeground(QBrush(QGuiApplication::palette().color(QPalette::Link)));
-        format.setFontUnderline(true);
-    }
-    if (!run.font.empty()) format.setProperty(storedFont, toQt(run.font));
-    if (run.fontSize > 0) format.setProperty(storedSize, run.fontSize);
-    if (run.white) format.setProperty(storedWhite, true);
-    return format;
-}
-
 StyledRun runOf(const QTextCharFormat& format) {
     return {.bold = format.fontWeight() >= QFont::DemiBold,
             .italic = format.fontItalic(),
@@ -60,6 +44,22 @@ void append(StyledText& text, const QString& more, StyledRun run) {
 }
 
 }  // namespace
+
+QTextCharFormat formatOf(const StyledRun& run) {
+    QTextCharFormat format;
+    if (run.bold) format.setFontWeight(QFont::Bold);
+    if (run.italic) format.setFontItalic(true);
+    if (!run.link.empty()) {
+        format.setAnchor(true);
+        format.setAnchorHref(toQt(run.link));
+        format.setForeground(QBrush(QGuiApplication::palette().color(QPalette::Link)));
+        format.setFontUnderline(true);
+    }
+    if (!run.font.empty()) format.setProperty(storedFont, toQt(run.font));
+    if (run.fontSize > 0) format.setProperty(storedSize, run.fontSize);
+    if (run.white) format.setProperty(storedWhite, true);
+    return format;
+}
 
 void fillDocument(QTextDocument& document, const StyledText& text) {
     document.clear();

@@ -7,6 +7,7 @@
 
 #include "platform/value.h"
 
+class QTextCharFormat;
 class QTextDocument;
 
 namespace morvane::views {
@@ -14,6 +15,8 @@ namespace morvane::views {
 /// Bold, italic and links as they are; the rest of the look is the document's own. The kinds of runs that the
 /// document does not show (font, size) are kept in it.
 void fillDocument(QTextDocument& document, const StyledText& text);
+/// How it shows one run.
+[[nodiscard]] QTextCharFormat formatOf(const StyledRun& run);
 /// What `fillDocument` would make the document of.
 [[nodiscard]] StyledText styledTextOf(const QTextDocument& document);
 
