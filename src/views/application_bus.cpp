@@ -81,6 +81,7 @@ Delivery deliveryOf(const QDBusMessage& reply) {
         case QDBusError::TimedOut:
             return Delivery::silent;
         case QDBusError::ServiceUnknown:
+        case QDBusError::UnknownObject:
         case QDBusError::Disconnected:
             return Delivery::nobody;
         default:
@@ -126,7 +127,12 @@ Delivery ApplicationBus::sendTo(const std::string& busAddress, const StartReques
     if (busAddress.empty()) return Delivery::nobody;
     const Connection connection(busAddress);
     if (!connection.bus.isConnected()) return Delivery::nobody;
-    return deliveryOf(connection.bus.call(callOf(request), QDBus::Block, static_cast<int>(limit.count())));
+    const auto begun = std::chrono::steady_clock::now();
+    const Delivery delivery =
+        deliveryOf(connection.bus.call(callOf(request), QDBus::Block, static_cast<int>(limit.count())));
+    // Before its time that means that the owner has left the bus.
+    const bool early = std::chrono::steady_clock::now() - begun < limit;
+    return delivery == Delivery::silent && early ? Delivery::nobody : delivery;
 }
 
 void ApplicationBus::Activate(const QVariantMap& platformData) {

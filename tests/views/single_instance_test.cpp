@@ -3,15 +3,15 @@
 
 #include "views/single_instance.h"
 
-#include <signal.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
+#include <unistd.h>
 
+#include <QEventLoop>
 #include <QLocalSocket>
 #include <QProcess>
-#include <fstream>
+#include <atomic>
 #include <future>
+#include <utility>
 
 #include "platform/files.h"
 #include "views/views_machine.h"
@@ -111,16 +111,14 @@ TEST_P(OneProcess, HasItsOwnRequestServedFirstAndThoseThatCameBeforeItWasReady) 
 
 TEST_P(OneProcess, DoesNotKeepTheOtherWaitingWhileItAsks) {
     const auto instance = first(options());
-    bool asking = false, answered = false;
+    bool asking = false, asked = false;
     instance->setHandler([&](const StartRequest&) {
-        asking = true;
-        runUntil([&] { return answered; });
+        if (std::exchange(asking, true)) return;
+        EXPECT_EQ(start(options(), StartRequest{}).value(), Role::second);
+        asked = true;
     });
     EXPECT_EQ(start(options(), StartRequest{}).value(), Role::second);
-    EXPECT_EQ(start(options(), StartRequest{}).value(), Role::second);
-    runUntil([&] { return asking; });
-    answered = true;
-    instance->setHandler({});
+    runUntil([&] { return asked; });
 }
 
 TEST_P(OneProcess, ThatHangsIsWaitedForNoLongerThanTheLimit) {
@@ -182,7 +180,8 @@ INSTANTIATE_TEST_SUITE_P(Ways, OneProcess, ::testing::Bool(),
 class OneProcessWithoutABus : public OneProcess {
   protected:
     [[nodiscard]] std::string socketPath() const {
-        for (const std::string& name : files::list(runtime).value()) {
+        const auto names = files::list(runtime).value();
+        for (const std::string& name : names) {
             if (name.ends_with(".socket")) return "/" + name;
         }
         return "";
@@ -190,23 +189,30 @@ class OneProcessWithoutABus : public OneProcess {
 };
 
 TEST_P(OneProcessWithoutABus, IsOneForEachLibrary) {
-    const auto mine = first(options("mine")), yours = first(options("yours"));
-    EXPECT_EQ(start(options("yours"), StartRequest{}).value(), Role::second);
-    // The same folder by another way.
-    put(folder.path + "/mine/x", "");
+    auto mine = first(options("mine"));
+    const auto yours = first(options("yours"));
+    mine.reset();
+    put(folder.path + "/yours/x", "");
     ASSERT_TRUE(files::createSymbolicLink(folder.path + "/link", folder.path + "/yours"));
+    EXPECT_EQ(start(options("link"), StartRequest{}).value(), Role::second);
+    EXPECT_EQ(start(options("mine"), StartRequest{}).value(), Role::first);
 }
 
 TEST_P(OneProcessWithoutABus, ReplacesASocketThatADeadOneLeft) {
     put(runtime + "/x", "");
-    first(options());
+    auto dead = first(options());
+    const std::string socket = runtime + socketPath();
+    ASSERT_EQ(::link(socket.c_str(), (socket + "2").c_str()), 0);
+    dead.reset();
+    ASSERT_EQ(::rename((socket + "2").c_str(), socket.c_str()), 0);
+
     const auto again = first(options());
-    const std::string name = socketPath();
     struct stat status {};
-    ASSERT_EQ(::stat((runtime + name).c_str(), &status), 0);
+    ASSERT_EQ(::stat(socket.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600U);
     ASSERT_EQ(::stat(runtime.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0700U);
+    EXPECT_EQ(start(options(), StartRequest{}).value(), Role::second);
 }
 
 TEST_P(OneProcessWithoutABus, IgnoresWhatIsNoRequest) {
