@@ -136,11 +136,12 @@ int main(int argc, char** argv) {
         // The first picture does not wait for servers and lists.
         QTimer::singleShot(0, &application, [&] {
             sites.provide();
-            app.applicationDidFinishLaunching();
             instance.setHandler([&](const views::StartRequest& asked) {
                 unused.stop();
                 serve(asked, app, shell, window);
             });
+            // It may ask, and others reach us meanwhile.
+            app.applicationDidFinishLaunching();
         });
         QApplication::exec();
         instance.stop();
