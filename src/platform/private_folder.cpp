@@ -30,6 +30,8 @@ Descriptor openOwn(const std::string& path) {
     return {};
 }
 
+}  // namespace
+
 Result<> makePrivate(const std::string& path) {
     if (const auto made = createFolder(parent(path), true); !made) return Failure{path, made.error().why};
     if (::mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) return lastFailure(path);
@@ -37,8 +39,6 @@ Result<> makePrivate(const std::string& path) {
     if (!folder.valid() || ::fchmod(folder.get(), 0700) != 0) return lastFailure(path);
     return {};
 }
-
-}  // namespace
 
 struct PrivateFolder::State {
     State(std::string place, Descriptor held) : path(std::move(place)), lock(std::move(held)) {}

@@ -9,12 +9,15 @@
 
 namespace morvane::files {
 
+/// Makes the folder (0700) with its parents when it is missing. It must be this user's own, and is closed to
+/// everybody else; a link, or what belongs to somebody else, is refused.
+[[nodiscard]] Result<> makePrivate(const std::string& path);
+
 /// A fresh folder (0700) under a name that nobody can guess, removed with the object and all that is in it. Its
 /// lock tells other processes that somebody still needs it.
 class PrivateFolder {
   public:
-    /// Inside the folder, which is made with its parents when it is missing. It must be this user's own, and is
-    /// closed to everybody else; a link, or what belongs to somebody else, is refused.
+    /// Inside the folder, which `makePrivate` makes.
     [[nodiscard]] static Result<PrivateFolder> make(const std::string& folder);
     /// Inside a folder where everybody may write.
     [[nodiscard]] static Result<PrivateFolder> makeInShared(const std::string& folder);

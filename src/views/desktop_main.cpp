@@ -1,11 +1,18 @@
 // The `morvane-desktop` program.
+#include <unistd.h>
+
 #include <QApplication>
+#include <QMessageBox>
 #include <QTimer>
-#include <QUrl>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "app/app_delegate.h"
 #include "app/crash_reports.h"
@@ -13,21 +20,59 @@
 #include "views/core_loop.h"
 #include "views/desktop_interface.h"
 #include "views/desktop_shell.h"
+#include "views/labels.h"
 #include "views/main_window.h"
 #include "views/progress_panel.h"
-#include "views/qt_text.h"
+#include "views/single_instance.h"
 #include "views/theme.h"
 
 namespace {
 
 using namespace morvane;
 
-/// A file, a link or a program that the user's desktop hands over.
-void open(AppDelegate& app, const views::DesktopShell& shell, const std::string& what) {
-    if (what.find("://") != std::string::npos && !what.starts_with("file://")) return shell.openLink(what);
-    const std::string path =
-        what.starts_with("file://") ? QUrl(views::toQt(what)).toLocalFile().toStdString() : what;
-    app.openFile(path);
+/// The bus has started it, and brings what it is to do.
+constexpr std::string_view serviceOption = "--gapplication-service";
+constexpr std::chrono::seconds longestWaitAsService{30};
+
+/// With what the session gave for it: without, many desktops only mark the window.
+void raise(views::MainWindow& window, const std::string& activationToken) {
+    constexpr const char* variable = "XDG_ACTIVATION_TOKEN";
+    if (!activationToken.empty()) qputenv(variable, QByteArray::fromStdString(activationToken));
+    window.bringToFront();
+    qunsetenv(variable);
+}
+
+void open(AppDelegate& app, const views::DesktopShell& shell, const std::string& item) {
+    if (item.starts_with('/')) {
+        app.openFile(item);
+    } else {
+        shell.openLink(item);
+    }
+}
+
+void quit(views::MainWindow& window) {
+    if (window.close()) QApplication::quit();
+}
+
+/// What another start, the desktop or this process's own arguments ask for.
+void serve(const views::StartRequest& request, AppDelegate& app, const views::DesktopShell& shell,
+           views::MainWindow& window) {
+    if (request.action == "quit") return quit(window);
+    raise(window, request.activationToken);
+    for (const std::string& item : request.items) open(app, shell, item);
+    if (request.action.empty()) return;
+    app.library().showTab(request.action == "catalogue" ? NSAppsArray::catalogueTab : NSAppsArray::localTab);
+    app.showMorvaneTab(MorvaneTab::library);
+}
+
+/// Somebody who started it from a menu reads no standard error.
+void tellOfFailure(const Failure& failure) {
+    std::fprintf(stderr, "morvane-desktop: %s\n", failure.message().c_str());
+    if (::isatty(STDERR_FILENO) == 1) return;
+    constexpr std::chrono::seconds longest{20};
+    QMessageBox box(QMessageBox::Warning, "Morvane", views::literal(failure.message()));
+    QTimer::singleShot(longest, &box, &QDialog::reject);
+    box.exec();
 }
 
 /// What runs in the background may end by itself; a game goes on without us, and settings are on disk.
@@ -42,14 +87,34 @@ void endSoon() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const std::string token = views::activationTokenOfProcess();
     crash_reports::writeOwnReports(Folders::fromEnvironment());
     std::signal(SIGPIPE, SIG_IGN);
     QApplication application(argc, argv);
     QApplication::setApplicationName("Morvane");
     QApplication::setDesktopFileName("app.morvane.Morvane");
 
+    // The toolkit has taken its own arguments; names of files keep all of their bytes.
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    const bool service = std::erase(arguments, serviceOption) > 0;
+    std::optional<views::StartRequest> request;
+    if (!service || !arguments.empty()) {
+        request = views::requestOfArguments(arguments, std::filesystem::current_path().string());
+        request->activationToken = token;
+    }
+    views::SingleInstance instance(views::SingleInstance::Options::ofProcess(Folders::fromEnvironment()));
+    const auto role = instance.begin(request);
+    if (!role) {
+        tellOfFailure(role.error());
+        return EXIT_FAILURE;
+    }
+    if (*role == views::SingleInstance::Role::second) return EXIT_SUCCESS;
+
     views::DesktopInterface interface;
     Host host(optionsOfProcess(), interface);
+    if (const auto& trouble = instance.trouble()) {
+        host.log.write(Log::Level::warning, "other starts are not heard: " + trouble->message());
+    }
     EmbeddedSites::completeFromSettings();
     EmbeddedSites sites(
         [](const std::string& text) { morvane::host().log.write(Log::Level::warning, text); });
@@ -62,16 +127,24 @@ int main(int argc, char** argv) {
         views::MainWindow window(app, progress);
         interface.setMainWindow(&window, &window.progressPanel());
         shell.setMainWindow(&window);
-        window.show();
+        if (!service) window.show();
+        // Nobody has asked for anything: the bus starts it again when somebody does.
+        QTimer unused;
+        unused.setSingleShot(true);
+        QObject::connect(&unused, &QTimer::timeout, &application, &QApplication::quit);
+        if (service) unused.start(longestWaitAsService);
         // The first picture does not wait for servers and lists.
         QTimer::singleShot(0, &application, [&] {
             sites.provide();
+            instance.setHandler([&](const views::StartRequest& asked) {
+                unused.stop();
+                serve(asked, app, shell, window);
+            });
+            // It may ask, and others reach us meanwhile.
             app.applicationDidFinishLaunching();
-            for (const QString& argument : QApplication::arguments().mid(1)) {
-                open(app, shell, views::fromQt(argument));
-            }
         });
         QApplication::exec();
+        instance.stop();
         app.applicationWillTerminate();
         shell.setMainWindow(nullptr);
         interface.setMainWindow(nullptr, nullptr);
