@@ -1,7 +1,10 @@
 #include "cli/command_line.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -9,6 +12,7 @@
 #include <vector>
 
 #include "cli/arguments.h"
+#include "platform/files.h"
 #include "platform/utf8.h"
 
 namespace morvane::cli {
@@ -64,6 +68,15 @@ std::optional<std::string> unknownCommand(const CLI::App& app, int argc, char** 
     return text + " \"morvane --help\" names them all.";
 }
 
+/// The desktop takes this process's place. Comes back where there is no display, or no desktop beside us.
+void becomeDesktop() {
+    const bool hasDisplay = std::getenv("DISPLAY") != nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr;
+    const auto own = files::resolved("/proc/self/exe");
+    if (!hasDisplay || !own) return;
+    const std::string program = files::join(files::parent(*own), "morvane-desktop");
+    ::execl(program.c_str(), program.c_str(), nullptr);
+}
+
 }  // namespace
 
 int runCommandLine(int argc, char** argv) {
@@ -107,8 +120,9 @@ int runCommandLine(int argc, char** argv) {
         return code == 0 ? done : usage;
     }
     if (!parsed.command) {
+        if (argc == 1) becomeDesktop();
         std::cerr << app.help()
-                  << "\nThe desktop is not part of this build; the commands above do everything.\n";
+                  << "\nThere is no display to start the desktop on; the commands above do everything.\n";
         return usage;
     }
     Answers answers;

@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QMessageBox>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -23,6 +24,7 @@
 #include "views/labels.h"
 #include "views/main_window.h"
 #include "views/progress_panel.h"
+#include "views/qt_text.h"
 #include "views/single_instance.h"
 #include "views/theme.h"
 
@@ -50,19 +52,22 @@ void open(AppDelegate& app, const views::DesktopShell& shell, const std::string&
     }
 }
 
-void quit(views::MainWindow& window) {
-    if (window.close()) QApplication::quit();
+bool hasDisplay(int argc, char** argv) {
+    const bool isChosen = std::any_of(argv + 1, argv + argc, [](const char* argument) {
+        return std::string_view(argument).ends_with("-platform") || std::string_view(argument) == "-display";
+    });
+    return isChosen || qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY") ||
+           qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
 }
 
 /// What another start, the desktop or this process's own arguments ask for.
 void serve(const views::StartRequest& request, AppDelegate& app, const views::DesktopShell& shell,
            views::MainWindow& window) {
-    if (request.action == "quit") return quit(window);
+    if (request.action == "quit") return window.quit();
     raise(window, request.activationToken);
     for (const std::string& item : request.items) open(app, shell, item);
     if (request.action.empty()) return;
-    app.library().showTab(request.action == "catalogue" ? NSAppsArray::catalogueTab : NSAppsArray::localTab);
-    app.showMorvaneTab(MorvaneTab::library);
+    window.showLibrary(request.action == "catalogue" ? NSAppsArray::catalogueTab : NSAppsArray::localTab);
 }
 
 /// Somebody who started it from a menu reads no standard error.
@@ -88,9 +93,17 @@ void endSoon() {
 
 int main(int argc, char** argv) {
     const std::string token = views::activationTokenOfProcess();
-    crash_reports::writeOwnReports(Folders::fromEnvironment());
     std::signal(SIGPIPE, SIG_IGN);
+    if (!hasDisplay(argc, argv)) {
+        std::fprintf(
+            stderr,
+            "morvane-desktop: there is no display. Start it in a desktop session, or use the command "
+            "\"morvane\".\n");
+        return EXIT_FAILURE;
+    }
     QApplication application(argc, argv);
+    // A display that can't be opened is no crash of ours.
+    crash_reports::writeOwnReports(Folders::fromEnvironment());
     QApplication::setApplicationName("Morvane");
     QApplication::setDesktopFileName("app.morvane.Morvane");
 
@@ -118,6 +131,8 @@ int main(int argc, char** argv) {
     EmbeddedSites::completeFromSettings();
     EmbeddedSites sites(
         [](const std::string& text) { morvane::host().log.write(Log::Level::warning, text); });
+    QApplication::setWindowIcon(QIcon::fromTheme(
+        "app.morvane.Morvane", QIcon(views::toQt(host.folders.resources + "/app.morvane.Morvane.svg"))));
     views::theme::apply(application, views::theme::Scheme::system);
     {
         const views::CoreLoop loop;

@@ -9,9 +9,31 @@
 #include "views/main_window.h"
 #include "views/rankings_page.h"
 #include "views/theme.h"
+#include "views/tray.h"
 #include "views/web_page.h"
 
 namespace morvane::views {
+
+DesktopShell::DesktopShell(DesktopInterface& interface) : interface_(interface) {}
+
+DesktopShell::~DesktopShell() = default;
+
+void DesktopShell::setMainWindow(MainWindow* window) {
+    window_ = window;
+    if (window == nullptr) tray_.reset();
+}
+
+void DesktopShell::createMenulet(const Menulet& menulet) {
+    if (window_ == nullptr) return;
+    tray_ = std::make_unique<Tray>(window_->app(), menulet,
+                                   Tray::Actions{.open = [this] { bringMainWindowToFront(); },
+                                                 .library =
+                                                     [this] {
+                                                         window_->showLibrary(NSAppsArray::localTab);
+                                                         bringMainWindowToFront();
+                                                     },
+                                                 .quit = [this] { window_->quit(); }});
+}
 
 void DesktopShell::openLink(const std::string& link) const {
     if (link_) link_(link);

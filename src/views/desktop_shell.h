@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "app/app_delegate_view.h"
@@ -10,13 +11,15 @@ namespace morvane::views {
 
 class DesktopInterface;
 class MainWindow;
+class Tray;
 
 class DesktopShell : public ShellView {
   public:
-    explicit DesktopShell(DesktopInterface& interface) : interface_(interface) {}
+    explicit DesktopShell(DesktopInterface& interface);
 
+    ~DesktopShell() override;
     /// Nothing is drawn before and after.
-    void setMainWindow(MainWindow* window) { window_ = window; }
+    void setMainWindow(MainWindow* window);
     /// A link from outside.
     void openLink(const std::string& link) const;
 
@@ -27,6 +30,7 @@ class DesktopShell : public ShellView {
     void loadWebPage(WebView web, const std::string& address) override;
     void showHtml(WebView web, const std::string& html) override;
     void webViewZoomChanged() override;
+    void createMenulet(const Menulet& menulet) override;
     void showMorvaneTab(MorvaneTab tab) override;
     void showGamePage() override;
     void bringMainWindowToFront() override;
@@ -57,6 +61,7 @@ class DesktopShell : public ShellView {
 
     DesktopInterface& interface_;
     MainWindow* window_ = nullptr;
+    std::unique_ptr<Tray> tray_;
     std::function<void(const std::string&)> link_;
 };
 

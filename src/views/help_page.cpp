@@ -68,6 +68,7 @@ QWidget* HelpPage::makeQuestions() {
     list_ = new QListWidget;
     list_->setAccessibleName(shown("Common questions"));
     list_->setWordWrap(true);
+    theme::makeRoomy(*list_);
     for (const NSHelpTab::Question& question : questions_) list_->addItem(literalLine(question.question));
     answer_ = new StyledView;
     answer_->setAccessibleName(shown("Answer"));

@@ -30,7 +30,7 @@ void MainWindow::makeFileMenu() {
     menu->addAction(shown("&Preferences…"), QKeySequence(Qt::CTRL | Qt::Key_Comma), this,
                     &MainWindow::showPreferences);
     menu->addSeparator();
-    menu->addAction(shown("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, [this] { close(); });
+    menu->addAction(shown("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &MainWindow::quit);
 }
 
 void MainWindow::makeGameMenu() {

@@ -205,6 +205,10 @@ void MainWindow::libraryRowChanged(std::size_t row) {
     game_->refreshState();
 }
 
+void MainWindow::quit() {
+    if (close()) QApplication::quit();
+}
+
 // ---- Looks
 
 void MainWindow::restoreLooks() {

@@ -44,6 +44,10 @@ class MainWindow : public QMainWindow {
     void bringToFront();
     /// The application switches to the page.
     void showTab(MorvaneTab tab);
+    /// `NSAppsArray::localTab` or `catalogueTab`.
+    void showLibrary(std::int64_t tab);
+    /// Closes the window; the application ends when nobody objects.
+    void quit();
     void showPreferences();
     void showProperties(const std::shared_ptr<NSPropertiesWindow>& properties);
     void showVotingPanel(const std::shared_ptr<NSVotingPanel>& panel);
@@ -74,7 +78,6 @@ class MainWindow : public QMainWindow {
     void makeToolsMenu();
     void makeHelpMenu();
     void chooseTab(MorvaneTab tab);
-    void showLibrary(std::int64_t tab);
     void showResources();
     void showAbout();
     void refreshAll();

@@ -26,6 +26,7 @@ namespace {
 
 constexpr auto pictureScheme = "morvane-picture:";
 constexpr QSize largestShown{560, 400}, largestKept{1600, 1600};
+constexpr int lineHeight = 120;  // per cent
 constexpr std::uint64_t longestPicture = std::uint64_t{8} << 20;
 
 /// Font sizes of headings over the text's, by level.
@@ -127,6 +128,11 @@ void PageView::fill(const HtmlPage& page) {
         }
         place = next;
     }
+    QTextBlockFormat block;
+    block.setBottomMargin(theme::gap);
+    block.setLineHeight(lineHeight, QTextBlockFormat::ProportionalHeight);
+    cursor.select(QTextCursor::Document);
+    cursor.mergeBlockFormat(block);
     cursor.endEditBlock();
 }
 

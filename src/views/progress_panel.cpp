@@ -17,6 +17,7 @@ namespace {
 
 constexpr int mostOfBar = 1000;
 constexpr int slideMilliseconds = 160;
+constexpr std::chrono::milliseconds beforeItAppears{200};
 
 }  // namespace
 
@@ -56,6 +57,8 @@ ProgressPanel::ProgressPanel(QWidget* parent)
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Maximum);
     setMaximumHeight(0);
     hide();
+    appearing_.setSingleShot(true);
+    connect(&appearing_, &QTimer::timeout, this, [this] { slideTo(sizeHint().height()); });
     slide_->setDuration(slideMilliseconds);
     connect(slide_, &QPropertyAnimation::finished, this, [this] {
         if (maximumHeight() == 0) hide();
@@ -72,7 +75,13 @@ void ProgressPanel::showState(const ProgressState& state) {
     if (isBusy != (bar_->maximum() == 0)) bar_->setRange(0, isBusy ? 0 : mostOfBar);
     if (!isBusy) bar_->setValue(state.value);
     cancel_->setVisible(state.cancellable);
-    slideTo(isShown ? sizeHint().height() : 0);
+    // What is over at once is not worth a look.
+    if (isShown && isHidden()) {
+        if (!appearing_.isActive()) appearing_.start(beforeItAppears);
+    } else {
+        appearing_.stop();
+        slideTo(isShown ? sizeHint().height() : 0);
+    }
 }
 
 void ProgressPanel::slideTo(int height) {

@@ -1,6 +1,7 @@
 // views/progress_panel.h: draws the progress panel (`ProgressState`) at the foot of the main window. Main thread.
 #pragma once
 
+#include <QTimer>
 #include <QWidget>
 
 #include "platform/user_interface.h"
@@ -33,6 +34,7 @@ class ProgressPanel : public QWidget {
     void slideTo(int height);
 
     ProgressState state_;
+    QTimer appearing_;
     ElidedLabel* status_;
     ElidedLabel* subtitle_;
     QProgressBar* bar_;

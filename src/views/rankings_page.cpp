@@ -50,6 +50,7 @@ QWidget* RankingsPage::makeTable(Table& table) {
 
     table.rows = new QListWidget;
     table.rows->setAccessibleName(title);
+    theme::makeRoomy(*table.rows);
     table.rows->setTextElideMode(Qt::ElideRight);
     table.rows->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     table.rows->setAlternatingRowColors(true);

@@ -1,5 +1,6 @@
 #include "views/theme.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -8,6 +9,7 @@
 #include <QPalette>
 #include <QPixmapCache>
 #include <QStyleFactory>
+#include <QStyledItemDelegate>
 #include <QSvgRenderer>
 #include <QWidget>
 
@@ -136,6 +138,18 @@ void makeFlush(QWidget& view) {
     QPalette palette = view.palette();
     palette.setColor(QPalette::Base, Qt::transparent);
     view.setPalette(palette);
+}
+
+void makeRoomy(QAbstractItemView& list) {
+    class Roomy : public QStyledItemDelegate {
+      public:
+        using QStyledItemDelegate::QStyledItemDelegate;
+        [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem& option,
+                                     const QModelIndex& index) const override {
+            return QStyledItemDelegate::sizeHint(option, index) + QSize(0, gap);
+        }
+    };
+    list.setItemDelegate(new Roomy(&list));
 }
 
 QColor faintText() {

@@ -9,6 +9,7 @@
 #include <QSize>
 #include <string_view>
 
+class QAbstractItemView;
 class QApplication;
 class QPalette;
 class QWidget;
@@ -33,6 +34,8 @@ inline constexpr int gap = 8, margin = 16, radius = 8;
 void makePrimary(QWidget& button);
 /// Part of the window instead of a field of its own.
 void makeFlush(QWidget& view);
+/// Rows of text with room around them.
+void makeRoomy(QAbstractItemView& list);
 /// For text beside the main one: counts, hints.
 [[nodiscard]] QColor faintText();
 /// Of what has gone wrong, and of what is risky.

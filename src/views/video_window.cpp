@@ -43,7 +43,8 @@ VideoWindow::VideoWindow(QWidget* parent)
     text_->setMinimumWidth(stillSize.width());
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
     buttons->button(QDialogButtonBox::Close)->setText(shown("Close"));
-    buttons->addButton(open_, QDialogButtonBox::AcceptRole);
+    buttons->button(QDialogButtonBox::Close)->setAutoDefault(false);
+    buttons->addButton(open_, QDialogButtonBox::ActionRole);
     open_->setDefault(true);
     auto* column = new QVBoxLayout(this);
     column->addWidget(still_, 0, Qt::AlignCenter);
