@@ -26,7 +26,6 @@ namespace {
 
 constexpr auto pictureScheme = "morvane-picture:";
 constexpr QSize largestShown{560, 400}, largestKept{1600, 1600};
-constexpr int lineHeight = 120;  // per cent
 constexpr std::uint64_t longestPicture = std::uint64_t{8} << 20;
 
 /// Font sizes of headings over the text's, by level.
@@ -130,7 +129,6 @@ void PageView::fill(const HtmlPage& page) {
     }
     QTextBlockFormat block;
     block.setBottomMargin(theme::gap);
-    block.setLineHeight(lineHeight, QTextBlockFormat::ProportionalHeight);
     cursor.select(QTextCursor::Document);
     cursor.mergeBlockFormat(block);
     cursor.endEditBlock();

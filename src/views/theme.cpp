@@ -126,7 +126,9 @@ QColor accent() {
 
 void makePrimary(QWidget& button) {
     QPalette palette = button.palette();
-    palette.setColor(QPalette::Button, accent());
+    // The style brightens it; the text stays white.
+    constexpr int darkening = 135;
+    palette.setColor(QPalette::Button, accent().darker(darkening));
     palette.setColor(QPalette::ButtonText, Qt::white);
     button.setPalette(palette);
     QFont font = button.font();
