@@ -112,7 +112,7 @@ QWidget* pictureView(const std::string& path, const QWidget& window) {
 
 DialogWindow::DialogWindow(const Dialog& dialog, QWidget* parent)
     : QDialog(parent), dialog_(dialog), pressed_(dialog.defaultButton) {
-    setWindowTitle(QApplication::applicationDisplayName());
+    setWindowTitle(dialog.title.empty() ? QApplication::applicationDisplayName() : literalLine(dialog.title));
     setAccessibleName(literalLine(dialog.title));
     setAccessibleDescription(literal(dialog.text));
 
