@@ -13,6 +13,7 @@
 #include "foundation/computer_information.h"
 #include "foundation/formats.h"
 #include "library/item_facts.h"
+#include "platform/host.h"
 #include "views/action_button.h"
 #include "views/background.h"
 #include "views/labels.h"
@@ -34,6 +35,13 @@ QLabel* centred(QLabel* label) {
     return label;
 }
 
+/// As people write paths in their home.
+QString placeOf(const std::string& path) {
+    const std::string& home = host().folders.home;
+    const bool isBelow = path.starts_with(home + "/");
+    return literalLine(isBelow ? "~" + path.substr(home.size()) : path);
+}
+
 QString textOf(const ItemFacts& facts, const std::string& path) {
     QStringList lines;
     const auto add = [&](const QString& label, const QString& value) {
@@ -46,7 +54,7 @@ QString textOf(const ItemFacts& facts, const std::string& path) {
     add(shown("Size on disk:"), literalLine(NSUtilities::humanReadableSizeForBytes(
                                     static_cast<std::int64_t>(facts.size), DecimalMeasureSystem::yes)));
     add(shown("Engine:"), literalLine(facts.engine));
-    add(shown("Folder:"), literalLine(path));
+    add(shown("Folder:"), placeOf(path));
     return lines.join('\n');
 }
 
@@ -246,7 +254,7 @@ void GamePage::showFacts() {
     // The page changes several times while it is filled; a large game takes its time.
     if (!isLocal || factsOf_ == game) return;
     factsOf_ = game;
-    facts_->setText(literalLine(game->gamePath));
+    facts_->setText(placeOf(game->gamePath));
     inBackground(
         "app.morvane.itemFacts", this, [path = game->gamePath] { return factsOfItem(path); },
         [this, game](const ItemFacts& facts) {
