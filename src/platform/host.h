@@ -81,6 +81,8 @@ class Host {
     Host* previous_;
 };
 
+/// Whether there is one: the programs of a wrapper work without.
+[[nodiscard]] bool hasHost();
 /// The machine of this process.
 [[nodiscard]] Host& host();
 
