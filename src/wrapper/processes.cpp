@@ -67,17 +67,7 @@ bool mayBeStopped(const std::string& number, const std::vector<std::string>& own
 }
 
 std::vector<std::string> listedProcesses(const std::optional<std::string>& wrapper) {
-    const std::vector<std::string> own = processes::ownLine();
-    std::vector<std::string> numbers;
-    for (const std::string& line : MVString::split(run("ps", {"ax"}), "\n")) {
-        const bool selected = wrapper ? MVString::contains(line, *wrapper)
-                                      : MVString::contains(MVString::lowercased(line), "wine");
-        if (!selected) continue;
-        const std::vector<std::string> pieces = MVString::split(line, " ");
-        const auto number = std::ranges::find_if(pieces, [](const auto& piece) { return !piece.empty(); });
-        if (number != pieces.end() && mayBeStopped(*number, own)) numbers.push_back(*number);
-    }
-    return numbers;
+    return processesInListing(run("ps", {"ax"}), wrapper);
 }
 
 void removeLock(const std::string& wrapper) {
@@ -104,6 +94,21 @@ void removeLaunchRegistrations(const std::string& wrapper) {
 }
 
 }  // namespace
+
+std::vector<std::string> processesInListing(std::string_view listing,
+                                            const std::optional<std::string>& wrapper) {
+    const std::vector<std::string> own = processes::ownLine();
+    std::vector<std::string> numbers;
+    for (const std::string& line : MVString::split(listing, "\n")) {
+        const bool selected = wrapper ? MVString::contains(line, *wrapper)
+                                      : MVString::contains(MVString::lowercased(line), "wine");
+        if (!selected) continue;
+        const std::vector<std::string> pieces = MVString::split(line, " ");
+        const auto number = std::ranges::find_if(pieces, [](const auto& piece) { return !piece.empty(); });
+        if (number != pieces.end() && mayBeStopped(*number, own)) numbers.push_back(*number);
+    }
+    return numbers;
+}
 
 std::vector<int> runningProcessesOfWrapper(const std::string& wrapper) {
     std::vector<int> numbers;
