@@ -1,13 +1,10 @@
 // Reads anything as an archive; what can be read is made a port of, written, and must come back equal.
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <string_view>
-
+#include "fuzz/fuzzing.h"
 #include "ports/port_data.h"
 #include "ports/typed_stream.h"
 
 using namespace morvane;
+using namespace morvane::fuzzing;
 
 namespace {
 
@@ -29,7 +26,7 @@ bool holdsPictureOrStyle(const Value& value) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+    const std::string_view bytes = textOf(data, size);
     static_cast<void>(typed_stream::describe(bytes));
     const auto read = typed_stream::unarchive(bytes);
     if (!read) return 0;
@@ -41,12 +38,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (holdsPictureOrStyle(root)) return 0;
     for (const auto order : {typed_stream::ByteOrder::little, typed_stream::ByteOrder::big}) {
         const auto written = typed_stream::archive(root, order);
-        if (!written) std::abort();
+        require(written.has_value());
         const auto again = typed_stream::unarchive(*written);
-        if (!again) std::abort();
+        require(again.has_value());
         // Not the values: a real may be no number, which equals nothing.
         const auto rewritten = typed_stream::archive(*again, order);
-        if (*rewritten != *written) std::abort();
+        require(*rewritten == *written);
     }
     return 0;
 }

@@ -17,14 +17,16 @@ _morvane_command() {
     'catalogue rate') second='1 2 3 4 5' ;;
     'catalogue rankings') first='latest popular highrated' ;;
     'catalogue save') options='--source=' ;;
-    cki) subcommands='show make' ;;
+    cki) subcommands='show make sign verify' ;;
+    'cki sign') options='--key=' ;;
+    'cki verify') options='--author=' ;;
     disc) subcommands='list mount' ;;
     engine) subcommands='list prepare convert add-system' ;;
     'engine prepare' | 'engine convert') first=engines ;;
     'engine add-system') options='--full' ;;
     exe) options='--output' ;;
     resources) options='--fix' ;;
-    feedback) options='--name= --mail= --subject= --text= --with-computer' ;;
+    feedback) options='--name= --mail= --subject= --text= --with-computer --build-log' ;;
     install | mod) options='--to=' ;;
     plan) options='--to= --answers' ;;
     library) subcommands='list scan add remove order move folders' ;;

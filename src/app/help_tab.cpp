@@ -29,6 +29,20 @@ std::string breaksAsHtml(std::string_view text) {
     return MVString::replacedAll(text, "\n", "<br>");
 }
 
+/// What the catalogue takes in one message, with room for the rest.
+constexpr std::size_t longestLog = std::size_t{24} << 10;
+
+/// Whole lines from the end of a log, whose texts come from anywhere.
+std::string endInHTML(std::string_view log) {
+    if (log.size() > longestLog) {
+        log.remove_prefix(log.size() - longestLog);
+        log.remove_prefix(std::min(log.find('\n') + 1, log.size()));
+    }
+    std::string html = MVString::replacedAll(log, "&", "&amp;");
+    html = MVString::replacedAll(MVString::replacedAll(html, "<", "&lt;"), ">", "&gt;");
+    return breaksAsHtml(harmless(html));
+}
+
 void append(StyledText& text, const StyledText& more) {
     text.text += more.text;
     text.runs.insert(text.runs.end(), more.runs.begin(), more.runs.end());
@@ -155,6 +169,9 @@ bool NSHelpTab::sendMail() {
     if (form.addsComputerDescription) {
         comment = filled("%@<br><br><br><b>COMPUTER DESCRIPTION:</b><br>%@",
                          {comment, computerSpecificationsInHTML(InHTML::yes).text});
+    }
+    if (!form.buildLog.empty()) {
+        comment = filled("%@<br><br><br><b>BUILD LOG:</b><br>%@", {comment, endInHTML(form.buildLog)});
     }
     return mail_form::sendMailWithPostValues(
         {{"name", form.name}, {"email", form.mail}, {"comment", comment}, {"subject", form.subject}});

@@ -29,6 +29,7 @@ class NSHelpTab {
     struct Form {
         std::string name, mail, subject, description;
         bool addsComputerDescription = false;
+        std::string buildLog = {};  ///< added where it is not empty; its end, when it is long
     };
     Form form;
 

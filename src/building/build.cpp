@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "building/master_wrapper.h"
+#include "foundation/build_log.h"
 #include "foundation/localization.h"
 #include "foundation/progress_view.h"
 
@@ -14,6 +15,7 @@ Build::Build(std::shared_ptr<NSProgressView> progress)
       currentCaskery(masterWrapperOnDisk(newestCaskery)) {}
 
 void Build::setMessage(const std::string& message) const {
+    if (const auto log = BuildLog::current()) log->stage(message);
     progressWindow->setMessage(message, CreatingPort::yes);
 }
 

@@ -18,6 +18,7 @@
 #include "building/winetricks_lists.h"
 #include "building/winetricks_script.h"
 #include "building/wrapper_menu.h"
+#include "foundation/build_log.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "foundation/network.h"
@@ -144,6 +145,19 @@ void runStage(Build& build, ConfigurationStage stage, const NSPortData& port, NS
     }
 }
 
+/// Of a stage without a progress line.
+const char* nameInLog(ConfigurationStage stage) {
+    switch (stage) {
+        using enum ConfigurationStage;
+        case overrides:
+            return "overrides";
+        case mainProgram:
+            return "main program";
+        default:
+            return "store client";
+    }
+}
+
 }  // namespace
 
 std::vector<ConfigurationStage> configurationStages(const NSPortData& port) {
@@ -218,6 +232,7 @@ bool configureWrapperAt(Build& build, const Wrapper& wrapper, const NSPortData& 
         host().creation.throwIfRequested();
         const std::string line = progressLineOf(stage);
         if (!line.empty()) build.setMessage(line);
+        if (const auto log = BuildLog::current(); log && line.empty()) log->stage(nameInLog(stage));
         runStage(build, stage, port, settings);
     }
     return true;

@@ -15,6 +15,7 @@
 #include "building/wrapper_creation.h"
 #include "engines/caskery_engine.h"
 #include "foundation/alerts.h"
+#include "foundation/build_log.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
 #include "foundation/settings.h"
@@ -141,6 +142,11 @@ int WrapperCreation::runCreation(const std::string& wrapper,
     }
     made.place.reset();
     made.passingPath.reset();
+    auto ending = BuildLog::Ending::failed;
+    // With the last entry when everything that is told has been.
+    const auto endOfLog = [&ending](BuildLog* log) { log->ended(ending); };
+    const auto log = BuildLog::begin(wrapper);
+    const std::unique_ptr<BuildLog, decltype(endOfLog)> ended(log.get(), endOfLog);
     // Put back before the lock is free.
     building::ReplacedItem replaced(wrapper);
     try {
@@ -162,9 +168,11 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         host().creation.throwIfRequested();
         if (built && !existedBefore) finish();
         if (built) replaced.discard();
+        if (built) ending = BuildLog::Ending::built;
         errorWithMessage(std::nullopt);
         return built ? 0 : -1;
     } catch (const Cancelled&) {
+        ending = BuildLog::Ending::cancelled;
         // First: the report and the clean-up are not to be cancelled as well.
         host().creation.end();
         errorWithMessage(cancellationReport());

@@ -4,6 +4,7 @@
 #include "app/settings_by_name.h"
 #include "cli/commands.h"
 #include "cli/table.h"
+#include "foundation/build_log.h"
 #include "foundation/settings.h"
 #include "foundation/text.h"
 #include "platform/files.h"
@@ -110,6 +111,13 @@ int feedback(Session& session, const FeedbackTexts& texts) {
         tab.form.description = askedLines(session, "Your message");
     }
     tab.form.addsComputerDescription = texts.describesComputer;
+    if (texts.addsBuildLog) {
+        const auto path = BuildLog::newestFile();
+        if (!path) return session.fail("There is no log of a build.");
+        auto log = files::read(*path);
+        if (!log) return session.fail(log.error());
+        tab.form.buildLog = *std::move(log);
+    }
     session.provideSite();
     return session.onWorker([&] { return tab.sendMail() ? int{done} : int{failed}; });
 }

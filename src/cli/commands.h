@@ -60,6 +60,7 @@ int setSetting(Session& session, const std::string& key, const std::vector<std::
 struct FeedbackTexts {
     std::optional<std::string> name, mail, subject, text;
     bool describesComputer = false;
+    bool addsBuildLog = false;
 };
 /// `feedback`.
 int feedback(Session& session, const FeedbackTexts& texts);
@@ -83,6 +84,10 @@ int resetTheme(Session& session);
 int showCki(Session& session, const std::string& file);
 /// `cki make DESCRIPTION.plist OUT.cki`.
 int makeCki(Session& session, const std::string& description, const std::string& out);
+/// `cki sign FILE [--key PATH]`. Without the option, the author's own key, which the first use makes.
+int signCki(Session& session, const std::string& file, const std::string& key);
+/// `cki verify FILE [--author KEY]`. Failed unless it is signed, and by that author where one is named.
+int verifyCki(Session& session, const std::string& file, const std::string& author);
 /// `engine list`.
 int listEngines(Session& session);
 /// `engine prepare NAME`.

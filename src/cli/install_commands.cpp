@@ -13,6 +13,7 @@
 #include "building/wrapper_creation.h"
 #include "cli/commands.h"
 #include "foundation/alerts.h"
+#include "foundation/build_log.h"
 #include "platform/files.h"
 #include "wrapper/port_manager.h"
 
@@ -67,7 +68,13 @@ std::optional<std::string> missingProgram(const std::string& wrapper) {
 }  // namespace
 
 int finished(Session& session, const std::string& wrapper) {
-    if (wrapper.empty()) return session.endedWithoutResult();
+    const auto log = BuildLog::last();
+    if (wrapper.empty()) {
+        const int code = session.endedWithoutResult();
+        const auto reason = code == failed && log ? log->failure() : std::nullopt;
+        if (reason) session.console().say(*reason);
+        return code;
+    }
     const auto missing = missingProgram(wrapper);
     const std::string quoted = shellQuoted(wrapper);
     if (session.console().output() == Output::json) {
@@ -82,7 +89,7 @@ int finished(Session& session, const std::string& wrapper) {
                             " INSTALLER\nor say which program it is with\n    morvane properties " + quoted +
                             " --run 'C:\\FOLDER\\PROGRAM.exe'\nor remove the wrapper with\n    morvane "
                             "library remove " +
-                            quoted + " --disk");
+                            quoted + " --disk" + (log ? "\nThe log of the build is " + log->path() : ""));
     }
     if (session.console().output() == Output::text) {
         session.console().print("Start it with: morvane run " + quoted);

@@ -1,8 +1,13 @@
 #include "cli/commands.h"
+#include "cli/table.h"
+#include "foundation/text.h"
 #include "platform/files.h"
+#include "platform/host.h"
 #include "platform/json.h"
+#include "platform/signatures.h"
 #include "ports/port_data.h"
 #include "ports/port_description.h"
+#include "ports/recipe_signature.h"
 #include "ports/typed_stream.h"
 
 namespace morvane::cli {
@@ -31,6 +36,41 @@ int makeCki(Session& session, const std::string& description, const std::string&
     const std::string path = expandedPath(out);
     const auto written = files::write(path, *bytes, files::Atomically::yes);
     return written ? static_cast<int>(done) : session.fail(written.error());
+}
+
+int signCki(Session& session, const std::string& file, const std::string& keyFile) {
+    const std::string path = expandedPath(file);
+    const auto port = NSUtilities::loadArchivedObjectFromFile(path, "CKI");
+    if (!port) return session.fail(port.error());
+    const std::string ownKey = host().folders.home + "/Library/Application Support/Morvane/author-key.pem";
+    const std::string place = keyFile.empty() ? ownKey : expandedPath(keyFile);
+    // A key that was named is not made: a wrong name would give a key that nobody knows.
+    const bool isNew = keyFile.empty() && files::kindOf(place) == files::Kind::none;
+    const auto key = isNew ? signatures::PrivateKey::make(place) : signatures::PrivateKey::read(place);
+    if (!key) return session.fail(key.error());
+    if (isNew)
+        session.console().say("Your key is " + place + ". Keep a copy of it, and keep it to yourself.");
+    const auto bytes = recipe_signature::signedArchive(*key, *port->as<Dictionary>());
+    if (!bytes) return session.fail(bytes.error());
+    if (const auto written = files::write(path, *bytes, files::Atomically::yes); !written)
+        return session.fail(written.error());
+    return verifyCki(session, file, signatures::hex(key->publicKey()));
+}
+
+int verifyCki(Session& session, const std::string& file, const std::string& author) {
+    const std::string path = expandedPath(file);
+    const auto port = NSUtilities::loadArchivedObjectFromFile(path, "CKI");
+    if (!port) return session.fail(port.error());
+    using recipe_signature::State;
+    const auto signature = recipe_signature::signatureOf(*port->as<Dictionary>());
+    if (signature.state == State::none) return session.fail("Nobody has signed " + path + ".");
+    if (signature.state == State::invalid)
+        return session.fail("The signature of " + path +
+                            " does not fit: the file was changed after it was signed, or by somebody else.");
+    if (!author.empty() && MVString::lowercased(author) != signature.key)
+        return session.fail(path + " is signed by somebody else, with the key " + signature.key + ".");
+    printRecord(session.console(), {{{"author-key", "Signed with the key"}, signature.key}});
+    return done;
 }
 
 }  // namespace morvane::cli

@@ -53,6 +53,18 @@ void addCkiCommands(CLI::App& app, Parsed& parsed) {
     make->callback([&] {
         parsed.command = [&](Session& session) { return makeCki(session, parsed.file, parsed.out); };
     });
+    CLI::App* sign = cki->add_subcommand("sign", "sign a CKI file as its author");
+    sign->add_option("FILE.cki", parsed.file, "the file, which gets the signature")->required();
+    sign->add_option("--key", parsed.path, "an Ed25519 key (PEM) in place of your own one");
+    sign->callback([&] {
+        parsed.command = [&](Session& session) { return signCki(session, parsed.file, parsed.path); };
+    });
+    CLI::App* verify = cki->add_subcommand("verify", "tell who has signed a CKI file");
+    verify->add_option("FILE.cki", parsed.file, "the file")->required();
+    verify->add_option("--author", parsed.entry, "the author's key: a file that somebody else signed fails");
+    verify->callback([&] {
+        parsed.command = [&](Session& session) { return verifyCki(session, parsed.file, parsed.entry); };
+    });
 }
 
 void addEngineCommands(CLI::App& app, Parsed& parsed) {
@@ -148,6 +160,7 @@ void addFeedbackCommands(CLI::App& app, Parsed& parsed) {
     feedback->add_option("--mail", parsed.feedback.mail, "your mail address");
     feedback->add_option("--subject", parsed.feedback.subject, "what it is about");
     feedback->add_option("--text", parsed.feedback.text, "the message");
+    feedback->add_flag("--build-log", parsed.feedback.addsBuildLog, "add the log of the last build");
     feedback->add_flag("--with-computer", parsed.feedback.describesComputer,
                        "with a description of this computer");
     feedback->callback(

@@ -4,6 +4,7 @@
 #include <set>
 #include <string_view>
 
+#include "foundation/build_log.h"
 #include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/files.h"
@@ -66,6 +67,8 @@ void applyIcon(Dialog& dialog, const std::string& name) {
 }  // namespace
 
 DialogAnswer showDialog(const Dialog& dialog) {
+    const bool isError = dialog.icon == Dialog::Icon::stop || dialog.title == localized("Error");
+    if (const auto build = isError ? BuildLog::current() : nullptr) build->errorShown(dialog.text);
     DialogAnswer answer{.button = dialog.defaultButton, .text = ""};
     onMainThread([&] { answer = host().userInterface.showDialog(dialog); });
     return answer;

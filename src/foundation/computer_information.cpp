@@ -39,15 +39,6 @@ int busRank(const Dictionary& adapter) {
     return 2;
 }
 
-Dictionary readGraphicCard() {
-    const std::vector<Dictionary> adapters = adaptersOf(MVTask::outputOf(
-        MVTask::runTerminalCommand("system_profiler SPDisplaysDataType", std::nullopt, Wait::yes)));
-    const auto best = std::max_element(
-        adapters.begin(), adapters.end(),
-        [](const Dictionary& one, const Dictionary& other) { return busRank(one) < busRank(other); });
-    return best == adapters.end() ? Dictionary() : *best;
-}
-
 std::optional<std::string> typeOfModel(const std::optional<std::string>& model) {
     if (!model) return std::nullopt;
     std::string type = MVString::uppercased(*model);
@@ -109,6 +100,14 @@ std::optional<std::string> property(std::string_view key) {
 
 }  // namespace
 
+Dictionary graphicCardInReport(const std::string& report) {
+    const std::vector<Dictionary> adapters = adaptersOf(report);
+    const auto best = std::max_element(
+        adapters.begin(), adapters.end(),
+        [](const Dictionary& one, const Dictionary& other) { return busRank(one) < busRank(other); });
+    return best == adapters.end() ? Dictionary() : *best;
+}
+
 Dictionary graphicCardDictionary() {
     auto& cache = host().hardware;
     {
@@ -117,7 +116,8 @@ Dictionary graphicCardDictionary() {
     }
     // Read without the lock: a missing report program is told in a dialog, and the main thread, which shows
     // it, may itself ask for the card. Whoever stores first decides for all.
-    Dictionary card = readGraphicCard();
+    Dictionary card = graphicCardInReport(MVTask::outputOf(
+        MVTask::runTerminalCommand("system_profiler SPDisplaysDataType", std::nullopt, Wait::yes)));
     MutexLock lock(cache.mutex);
     if (!cache.value.graphicCard) cache.value.graphicCard = std::move(card);
     return *cache.value.graphicCard;

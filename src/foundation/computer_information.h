@@ -13,6 +13,8 @@ namespace morvane::NSComputerInformation {
 /// The properties of the adapter with the highest bus rank; empty when there is none. Of several with the
 /// same rank the first listed is taken.
 [[nodiscard]] Dictionary graphicCardDictionary();
+/// The same of a report of `system_profiler SPDisplaysDataType`.
+[[nodiscard]] Dictionary graphicCardInReport(const std::string& report);
 [[nodiscard]] std::optional<std::string> graphicCardModel();
 /// "ATi/AMD", "Intel Iris", "Intel HD", "NVIDIA", or the model in upper case.
 [[nodiscard]] std::optional<std::string> graphicCardType();

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/alerts.h"
+#include "foundation/build_log.h"
 #include "foundation/file_manager.h"
 #include "foundation/formats.h"
 #include "foundation/localization.h"
@@ -416,9 +417,11 @@ std::optional<Download::Received> Download::receive(const std::string& url, cons
     host().creation.throwIfRequested();
     const Received& received = transfer->received;
     const bool whole = received.isWhole();
-    host().log.write(whole ? Log::Level::info : Log::Level::warning,
-                     "download: " + url + ": " + std::to_string(received.size) + " bytes" +
-                         (whole ? "" : ", " + received.error.value_or("not whole")));
+    const std::string failure = whole ? "" : received.error.value_or("not whole");
+    if (const auto build = BuildLog::current()) build->download(url, received.size, failure);
+    host().log.write(
+        whole ? Log::Level::info : Log::Level::warning,
+        "download: " + url + ": " + std::to_string(received.size) + " bytes" + (whole ? "" : ", " + failure));
     if (received.thrown) std::rethrow_exception(received.thrown);
     if (!ended) return std::nullopt;
     return std::move(transfer->received);

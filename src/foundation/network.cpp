@@ -1,5 +1,6 @@
 #include "foundation/network.h"
 
+#include "foundation/build_log.h"
 #include "foundation/computer_information.h"
 #include "foundation/formats.h"
 #include "foundation/localization.h"
@@ -25,6 +26,10 @@ HttpResponse fetch(const std::string& url, const std::optional<std::string>& bod
                      std::string(body ? "post: " : "get: ") + url + ": status " +
                          std::to_string(response.status) + ", " + std::to_string(response.body.size()) +
                          " bytes" + (response.error.empty() ? "" : ", " + response.error));
+    const std::string status = response.status < 400 ? "" : "status " + std::to_string(response.status);
+    if (const auto build = BuildLog::current()) {
+        build->download(url, response.body.size(), response.error.empty() ? status : response.error);
+    }
     return response;
 }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "foundation/alerts.h"
+#include "foundation/build_log.h"
 #include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/files.h"
@@ -35,13 +36,6 @@ bool isRunnable(const std::string& path) {
     return files::kindBehind(path) != files::Kind::folder && files::isExecutable(path);
 }
 
-Result<ProcessResult> runLogged(const ProcessRequest& request) {
-    const auto start = std::chrono::steady_clock::now();
-    auto result = processes::run(request);
-    log(request, result, std::chrono::steady_clock::now() - start);
-    return result;
-}
-
 /// A failure, after it was reported, for a program that cannot be run.
 Result<ProcessRequest> requestFor(const std::optional<std::string>& program,
                                   const std::optional<std::string>& runPath, const Arguments& flags) {
@@ -63,11 +57,23 @@ Result<ProcessRequest> requestFor(const std::optional<std::string>& program,
     ProcessRequest request{.program = *path, .arguments = flags.value_or(std::vector<std::string>{})};
     // Literally, without a home folder's "~": a folder that does not exist leaves the program in ours.
     if (runPath && files::kindBehind(*runPath) == files::Kind::folder) request.runFolder = runPath;
-    if (host().creation.runsHere()) request.cancellation = &host().creation;
     return request;
 }
 
 }  // namespace
+
+Result<ProcessResult> runLogged(ProcessRequest request) {
+    const auto start = std::chrono::steady_clock::now();
+    const auto build = BuildLog::current();
+    if (host().creation.runsHere()) request.cancellation = &host().creation;
+    // What goes on without us keeps the standard error that it was given.
+    if (build && request.waitForExit) request.keptErrors = BuildLog::keptErrors;
+    auto result = processes::run(request);
+    const auto time = std::chrono::steady_clock::now() - start;
+    log(request, result, time);
+    if (build) build->program(request, result, std::chrono::duration_cast<std::chrono::milliseconds>(time));
+    return result;
+}
 
 Result<ProcessResult> runProgram(const std::optional<std::string>& program,
                                  const std::optional<std::string>& runPath, const Environment& environment,

@@ -39,6 +39,9 @@ using Environment = std::optional<std::map<std::string, std::string>>;
 [[nodiscard]] Result<ProcessResult> runProgram(const std::string& program, const std::string& runPath,
                                                const std::vector<std::string>& flags,
                                                const std::function<void(std::string_view)>& printed);
+/// A program at a place that the caller has looked at; nothing is told to the user. Both logs get it, and a
+/// cancellation of the creation stops it.
+[[nodiscard]] Result<ProcessResult> runLogged(ProcessRequest request);
 /// Splits at single spaces; a backslash before a space keeps it.
 [[nodiscard]] Result<ProcessResult> runTerminalCommand(const std::string& command,
                                                        const std::optional<std::string>& path, Wait wait);

@@ -112,20 +112,25 @@ std::optional<std::string> sourceOf(const std::string& wrapper) {
 
 std::shared_ptr<NSGameData> NSGameData::initWithDictionary(const std::optional<CatalogueLine>& line) {
     if (!line) return nullptr;
+    return initWithDescription(
+        *line, NSUtilities::stringWithContentsOfURL(host().sites.catalogue +
+                                                    "ckis/portDescription.php?id=" + std::to_string(line->id))
+                   .value_or(""));
+}
+
+std::shared_ptr<NSGameData> NSGameData::initWithDescription(const CatalogueLine& line,
+                                                            std::string_view answer) {
     auto entry = std::make_shared<NSGameData>();
     entry->isGameInTheServer = true;
-    entry->gameID = line->id;
-    entry->gameName = line->name;
-    entry->gamePath = line->path;
+    entry->gameID = line.id;
+    entry->gameName = line.name;
+    entry->gamePath = line.path;
     // A number that does not fit stays one that no game has.
     entry->gameDependencyID = static_cast<std::int32_t>(
-        std::min<std::int64_t>(line->dependencyID.value_or(0), std::numeric_limits<std::int32_t>::max()));
-    entry->isGameNative = line->isNative.value_or(false);
-    entry->isGameFree = line->isFree;
-    entry->readDescription(
-        NSUtilities::stringWithContentsOfURL(host().sites.catalogue +
-                                             "ckis/portDescription.php?id=" + std::to_string(line->id))
-            .value_or(""));
+        std::min<std::int64_t>(line.dependencyID.value_or(0), std::numeric_limits<std::int32_t>::max()));
+    entry->isGameNative = line.isNative.value_or(false);
+    entry->isGameFree = line.isFree;
+    entry->readDescription(answer);
     return entry;
 }
 

@@ -27,6 +27,9 @@ class NSGameData {
     /// A catalogue entry, or null without a line. One request to the catalogue.
     [[nodiscard]] static std::shared_ptr<NSGameData> initWithDictionary(
         const std::optional<CatalogueLine>& line);
+    /// The same with the catalogue's answer for the line; no request.
+    [[nodiscard]] static std::shared_ptr<NSGameData> initWithDescription(const CatalogueLine& line,
+                                                                         std::string_view answer);
     /// A local item, or null when nothing exists at the path. Reports a description file that cannot be read.
     [[nodiscard]] static std::shared_ptr<NSGameData> initWithPath(const std::string& path);
     /// 1 when none is known.

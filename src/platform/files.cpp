@@ -1,6 +1,5 @@
 #include "platform/files.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <sys/file.h>
@@ -13,30 +12,15 @@
 #include <array>
 #include <cerrno>
 #include <deque>
-#include <memory>
-#include <system_error>
 
 #include "platform/descriptor.h"
+#include "platform/folder_handles.h"
 
 namespace morvane::files {
 namespace {
 
 /// Between two questions whether to go on, a copy moves this much.
 constexpr std::int64_t copyChunk = 16 << 20;
-
-Failure failureAt(const std::string& path, int number) {
-    return {.what = path, .why = std::generic_category().message(number)};
-}
-Failure lastFailure(const std::string& path) {
-    return failureAt(path, errno);
-}
-
-/// Sets `errno` and answers false for what the system would silently cut off at the NUL.
-bool usable(std::string_view path) {
-    if (path.find('\0') == std::string_view::npos) return true;
-    errno = EINVAL;
-    return false;
-}
 
 std::string_view withoutFinalSlashes(std::string_view path) {
     while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
@@ -50,119 +34,9 @@ Kind kindOfMode(mode_t mode) {
     return Kind::other;
 }
 
-struct CloseFolder {
-    void operator()(DIR* folder) const { ::closedir(folder); }
-};
-
-/// The sorted names in an open folder; nothing, with `errno` set, when it cannot be read.
-std::optional<std::vector<std::string>> entriesOf(int folder) {
-    // A descriptor of its own: the stream owns what it is given, and a shared one would share the reading
-    // position.
-    const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (own < 0) return std::nullopt;
-    const std::unique_ptr<DIR, CloseFolder> stream(::fdopendir(own));
-    if (!stream) {
-        const int number = errno;
-        ::close(own);
-        errno = number;
-        return std::nullopt;
-    }
-    std::vector<std::string> names;
-    for (;;) {
-        errno = 0;
-        const dirent* entry = ::readdir(stream.get());
-        if (entry == nullptr) break;
-        std::string name = entry->d_name;
-        if (name != "." && name != "..") names.push_back(std::move(name));
-    }
-    if (errno != 0) return std::nullopt;
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 /// An unlikely name that is short enough beside a name of the full length.
 std::string temporaryName() {
     return ".morvane-" + randomDigits();
-}
-
-// ---- Removal
-
-/// Opens a folder, never through a link, so that it can be listed and emptied. Folders of the same user that
-/// deny that are granted the rights first: Windows programs leave read-only folders behind.
-Descriptor openToEmpty(int parent, const std::string& name) {
-    Descriptor place(::openat(parent, name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!place.valid()) return {};
-    struct statx status {};
-    if (::statx(place.get(), "", AT_EMPTY_PATH, STATX_MODE | STATX_UID, &status) != 0) return {};
-    if ((status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
-        // Another file system is mounted here; what it holds belongs to somebody else.
-        errno = EBUSY;
-        return {};
-    }
-    if ((status.stx_mode & S_IRWXU) != S_IRWXU && status.stx_uid == ::geteuid()) {
-        // Through the open folder and not through its name, which could be a link by now.
-        ::chmod(("/proc/self/fd/" + std::to_string(place.get())).c_str(),
-                (status.stx_mode | S_IRWXU) & 07777u);
-    }
-    return Descriptor(::openat(place.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
-
-/// One folder on the way down. The way back up is ".." with the identity checked, so that a tree of any depth
-/// takes one descriptor, and a folder that somebody moves meanwhile cannot lead the removal astray.
-struct Level {
-    std::string name;
-    dev_t device;
-    ino_t inode;
-    std::vector<std::string> left;  // names still to be removed, last first
-};
-
-bool enter(Descriptor& current, const std::string& name, std::vector<Level>& levels) {
-    Descriptor folder = openToEmpty(current.get(), name);
-    struct stat status {};
-    if (!folder.valid() || ::fstat(folder.get(), &status) != 0) return false;
-    auto names = entriesOf(folder.get());
-    if (!names) return false;
-    std::reverse(names->begin(), names->end());
-    levels.push_back({name, status.st_dev, status.st_ino, std::move(*names)});
-    current = std::move(folder);
-    return true;
-}
-
-bool leave(Descriptor& current, const std::vector<Level>& levels, int top) {
-    if (levels.empty()) {
-        current = Descriptor(::fcntl(top, F_DUPFD_CLOEXEC, 0));
-        return current.valid();
-    }
-    Descriptor above(::openat(current.get(), "..", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    struct stat status {};
-    if (!above.valid() || ::fstat(above.get(), &status) != 0) return false;
-    if (status.st_dev != levels.back().device || status.st_ino != levels.back().inode) {
-        errno = ESTALE;
-        return false;
-    }
-    current = std::move(above);
-    return true;
-}
-
-bool removeTree(int top, const std::string& name) {
-    Descriptor current(::fcntl(top, F_DUPFD_CLOEXEC, 0));
-    std::vector<Level> levels;
-    if (!current.valid() || !enter(current, name, levels)) return false;
-    while (!levels.empty()) {
-        if (levels.back().left.empty()) {
-            const std::string done = levels.back().name;
-            levels.pop_back();
-            if (!leave(current, levels, top)) return false;
-            if (::unlinkat(current.get(), done.c_str(), AT_REMOVEDIR) != 0 && errno != ENOENT) return false;
-            continue;
-        }
-        const std::string entry = std::move(levels.back().left.back());
-        levels.back().left.pop_back();
-        if (::unlinkat(current.get(), entry.c_str(), 0) == 0 || errno == ENOENT) continue;
-        if (errno != EISDIR) return false;
-        if (!enter(current, entry, levels)) return false;
-    }
-    return true;
 }
 
 // ---- Copying
@@ -439,6 +313,8 @@ Result<> move(const std::string& source, const std::string& destination, const s
     if (renameOnly(from, to)) return {};
     if (errno != EXDEV) return lastFailure(source);
     if (kindOf(to) != Kind::none) return failureAt(source, EEXIST);
+    // Before hours are spent on a copy of what has to stay.
+    if (!mayBeRemoved(from)) return lastFailure(source);
     return moveBetweenFileSystems(from, to, goOn);
 }
 
@@ -449,19 +325,6 @@ Result<> copy(const std::string& source, const std::string& destination, const s
     // A folder copied into itself would never end.
     if (kindOf(from) == Kind::folder && liesInside(to, from)) return failureAt(source, EINVAL);
     if (!copyEntry(AT_FDCWD, from, AT_FDCWD, to, goOn)) return lastFailure(source);
-    return {};
-}
-
-Result<> remove(const std::string& path) {
-    if (!usable(path)) return lastFailure(path);
-    const std::string name = lastComponent(path);
-    if (name.empty() || name == "." || name == "..") return failureAt(path, EBUSY);
-    const std::string above = parent(path);
-    const Descriptor folder(::open(above.empty() ? "." : above.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.valid()) return lastFailure(path);
-    if (::unlinkat(folder.get(), name.c_str(), 0) == 0) return {};
-    if (errno != EISDIR) return lastFailure(path);
-    if (!removeTree(folder.get(), name)) return lastFailure(path);
     return {};
 }
 

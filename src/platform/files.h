@@ -38,7 +38,9 @@ enum class Kind { none, file, folder, link, other };
 [[nodiscard]] Result<> copy(const std::string& source, const std::string& destination,
                             const std::function<bool()>& goOn = {});
 /// Removes a file, a link (never what it points at) or a folder with everything inside, read-only folders
-/// included. Stops at the first thing that cannot be removed; what is mounted inside is never entered.
+/// included. Works with open folders, so that nothing outside is touched whatever is renamed or linked meanwhile.
+/// Refused, with nothing removed: the root, the home, applications, Desktop and Downloads folders, volumes, what holds
+/// one of them, and a folder in which something is mounted. Stops at the first thing that cannot be removed.
 [[nodiscard]] Result<> remove(const std::string& path);
 /// The names of the entries, hidden ones included, sorted by character code so that results do not depend on
 /// the file system.

@@ -43,6 +43,10 @@ bool Host::isReachable(const std::string& hostName) const {
     return reachability_ ? reachability_(hostName) : isHostReachable(hostName);
 }
 
+bool hasHost() {
+    return currentHost != nullptr;
+}
+
 Host& host() {
     assert(currentHost != nullptr);
     return *currentHost;

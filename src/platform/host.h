@@ -25,6 +25,7 @@
 
 namespace morvane {
 
+class BuildLog;
 class NSGameData;
 
 /// A cache with its lock. `mutex` is held while `value` is read, or filled.
@@ -73,6 +74,7 @@ class Host {
     Cache<std::vector<std::string>> engineCatalogue;
     Cache<std::optional<std::string>> newestMasterWrapper;
     Cache<HardwareValues> hardware;
+    Cache<std::shared_ptr<BuildLog>> buildLog;  ///< of the last creation
     /// The catalogue's entries by ID, until its list is refreshed.
     Cache<std::map<std::int64_t, std::shared_ptr<NSGameData>>> serverAppsBuffer;
 
@@ -81,6 +83,8 @@ class Host {
     Host* previous_;
 };
 
+/// Whether there is one: the programs of a wrapper work without.
+[[nodiscard]] bool hasHost();
 /// The machine of this process.
 [[nodiscard]] Host& host();
 

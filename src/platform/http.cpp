@@ -1,6 +1,8 @@
 #include "platform/http.h"
 
 #include <curl/curl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
@@ -47,6 +49,7 @@ constexpr std::array wordings{
     Wording{CURLE_HTTP_RETURNED_ERROR, "The server does not give the file"},
     Wording{CURLE_REMOTE_FILE_NOT_FOUND, "The file is not on the server"},
     Wording{CURLE_REMOTE_ACCESS_DENIED, "The server denies access to the file"},
+    Wording{CURLE_ABORTED_BY_CALLBACK, "The server redirects into a network that is not its own"},
     Wording{CURLE_SSL_CONNECT_ERROR, "No secure connection to the server could be made"},
     Wording{CURLE_PEER_FAILED_VERIFICATION, "The server's identity could not be verified"},
 };
@@ -91,6 +94,7 @@ class Connection {
         if (code == CURLE_PARTIAL_FILE && purpose == Purpose::file) code = CURLE_OK;
         curl_multi_remove_handle(multi_, easy_);
         if (stopped_) return {};
+        if (code != CURLE_OK && leadsInside_) code = CURLE_ABORTED_BY_CALLBACK;
         if (code == CURLE_OK) announce();
         return code == CURLE_OK ? std::string() : describe(code);
     }
@@ -115,6 +119,8 @@ class Connection {
         allowRedirections();
         set(CURLOPT_FOLLOWLOCATION, 1L);
         set(CURLOPT_MAXREDIRS, mostRedirections);
+        set(CURLOPT_OPENSOCKETFUNCTION, &Connection::onConnect);
+        set(CURLOPT_OPENSOCKETDATA, this);
         set(CURLOPT_USERAGENT, "Morvane");
         set(CURLOPT_BUFFERSIZE, 256L << 10);
         set(CURLOPT_NOSIGNAL, 1L);
@@ -197,6 +203,19 @@ class Connection {
         events_.response(length < 0 ? std::nullopt : std::optional(static_cast<std::uint64_t>(length)));
     }
 
+    /// Asked for each address, as the name server has given it: a name that leads elsewhere the second time gains
+    /// nothing. With a proxy it is the proxy's, and whoever runs that decides.
+    static curl_socket_t onConnect(void* self, curlsocktype, curl_sockaddr* address) {
+        auto& connection = *static_cast<Connection*>(self);
+        const bool isPublic = isPublicAddress(address->addr);
+        long redirections = 0;
+        curl_easy_getinfo(connection.easy_, CURLINFO_REDIRECT_COUNT, &redirections);
+        connection.leadsInside_ = redirections > 0 && connection.isFromOutside_ && !isPublic;
+        if (connection.leadsInside_) return CURL_SOCKET_BAD;
+        connection.isFromOutside_ |= isPublic;
+        return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    }
+
     static std::size_t onHeader(char* bytes, std::size_t, std::size_t count, void* self) {
         auto& connection = *static_cast<Connection*>(self);
         connection.lastSign_ = Clock::now();
@@ -237,6 +256,7 @@ class Connection {
     std::atomic<bool> stopped_ = false;
     Clock::time_point lastSign_;  // when anything last moved
     curl_off_t uploaded_ = 0;
+    bool isFromOutside_ = false, leadsInside_ = false;  // of the addresses so far, of the last one
     bool redirects_ = false, headEnded_ = false, announced_ = false;
 };
 
@@ -270,7 +290,45 @@ std::optional<std::string> hostOf(std::string_view authority) {
     return std::string(host);
 }
 
+bool isPublicV4(std::uint32_t address) {
+    struct Network {
+        std::uint32_t first;
+        int bits;
+    };
+    constexpr std::array networks{
+        Network{0x00000000, 8},  Network{0x0A000000, 8},  Network{0x64400000, 10}, Network{0x7F000000, 8},
+        Network{0xA9FE0000, 16}, Network{0xAC100000, 12}, Network{0xC0A80000, 16}, Network{0xE0000000, 3},
+    };
+    return std::ranges::none_of(networks, [&](const Network& network) {
+        return address >> (32 - network.bits) == network.first >> (32 - network.bits);
+    });
+}
+
+bool isPublicV6(const in6_addr& address) {
+    const auto& bytes = address.s6_addr;
+    const auto v4At = [&](int place) {
+        std::uint32_t number = 0;
+        for (int byte = 0; byte < 4; ++byte) number = number << 8U | bytes[place + byte];
+        return number;
+    };
+    // Addresses of the older kind, mapped, compatible (::1 and :: among them), translated and tunnelled.
+    if (IN6_IS_ADDR_V4MAPPED(&address) || std::all_of(bytes, bytes + 12, [](auto byte) { return byte == 0; }))
+        return isPublicV4(v4At(12));
+    constexpr std::array<std::uint8_t, 12> translated{0x00, 0x64, 0xFF, 0x9B};
+    if (std::equal(translated.begin(), translated.end(), bytes)) return isPublicV4(v4At(12));
+    if (bytes[0] == 0x20 && bytes[1] == 0x02) return isPublicV4(v4At(2));
+    const bool isLocal = (bytes[0] & 0xFEU) == 0xFC || (bytes[0] == 0xFE && (bytes[1] & 0x80U) != 0);
+    return !isLocal && bytes[0] != 0xFF;
+}
+
 }  // namespace
+
+bool isPublicAddress(const sockaddr& address) {
+    if (address.sa_family == AF_INET)
+        return isPublicV4(ntohl(reinterpret_cast<const sockaddr_in&>(address).sin_addr.s_addr));
+    return address.sa_family == AF_INET6 &&
+           isPublicV6(reinterpret_cast<const sockaddr_in6&>(address).sin6_addr);
+}
 
 std::optional<UrlParts> parseUrl(std::string_view url) {
     const auto refused = [](unsigned char c) { return c <= ' ' || c == 0x7f; };

@@ -12,6 +12,8 @@
 
 #include "platform/result.h"
 
+struct sockaddr;
+
 namespace morvane {
 
 class Cancellation;
@@ -40,6 +42,9 @@ struct UrlParts {
 };
 /// The parts of an absolute address; nothing without a scheme and a host. The path may be empty.
 [[nodiscard]] std::optional<UrlParts> parseUrl(std::string_view url);
+/// Whether a connection to it leaves this machine and its network: not loopback, private, link-local, shared,
+/// multicast or unspecified addresses, nor such ones inside of IPv6 ones.
+[[nodiscard]] bool isPublicAddress(const sockaddr& address);
 /// Whether a link that a stranger has written may be opened: http and https only.
 [[nodiscard]] bool isWebLink(std::string_view link);
 /// Whether it may be fetched: ftp as well.
@@ -47,8 +52,8 @@ struct UrlParts {
 
 namespace http {
 
-// Both follow redirections, a bounded number of them: from https to https only, and never to a file of this
-// machine. Neither uses a cache.
+// Both follow redirections, a bounded number of them: from https to https only, never to a file of this machine,
+// and never from a public address to one of this machine or of its own network. Neither uses a cache.
 
 /// Blocks until the whole response is there, of whatever status. With a cancellation, a request to it ends the
 /// transfer and throws `Cancelled`.

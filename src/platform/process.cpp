@@ -42,11 +42,44 @@ std::optional<Pipe> makePipe() {
     return Pipe{Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
-/// One running program with the pipe that it prints to.
+/// The end of what a program says on standard error, which is passed on.
+class ErrorTail {
+  public:
+    ErrorTail(Descriptor pipe, std::size_t kept) : pipe_(std::move(pipe)), kept_(kept) {
+        if (pipe_.valid()) ::fcntl(pipe_.get(), F_SETFL, O_NONBLOCK);
+    }
+    [[nodiscard]] int descriptor() const { return pipe_.get(); }
+    /// All that is there now; what a program left behind says later is nobody's.
+    void read() {
+        std::array<char, 4096> buffer;
+        while (pipe_.valid()) {
+            const ssize_t count = ::read(pipe_.get(), buffer.data(), buffer.size());
+            if (count < 0 && errno == EINTR) continue;
+            if (count < 0 && errno == EAGAIN) return;
+            if (count <= 0) return pipe_.reset();
+            const std::string_view piece(buffer.data(), static_cast<std::size_t>(count));
+            static_cast<void>(writeAll(STDERR_FILENO, piece));
+            text += piece;
+            if (text.size() > kept_) text.erase(0, text.size() - kept_);
+        }
+    }
+
+    std::string text;
+
+  private:
+    Descriptor pipe_;
+    std::size_t kept_;
+};
+
+/// One running program with the pipes that it prints to.
 class Child {
   public:
-    Child(pid_t number, Descriptor output, bool ours)
-        : number_(number), ours_(ours), output_(std::move(output)), process_(::pidfd_open(number, 0)) {}
+    Child(pid_t number, Descriptor output, ErrorTail errors, bool ours)
+        : number_(number),
+          ours_(ours),
+          output_(std::move(output)),
+          process_(::pidfd_open(number, 0)),
+          errors_(std::move(errors)) {}
     ~Child() {
         // Only a program that even SIGKILL has not ended yet, stuck in the kernel, is left for the system.
         if (ours_) ::waitpid(number_, nullptr, WNOHANG);
@@ -63,6 +96,7 @@ class Child {
             const auto ready = wait(until == Until::exited, interruption, -1);
             if (ready.interrupted) return false;
             if (ready.output) readInto(output);
+            if (ready.errors) errors_.read();
             if (printed && !output.empty()) {
                 printed(output);
                 output.clear();
@@ -83,6 +117,7 @@ class Child {
             const auto ready = wait(running, -1, static_cast<int>(left));
             if (ready.exited) running = false;
             if (ready.output) readInto(ignored);
+            if (ready.errors) errors_.read();
             ignored.clear();
         }
         signalGroup(SIGKILL);
@@ -95,17 +130,23 @@ class Child {
         return waitForChild(number_);
     }
 
+    [[nodiscard]] std::string errors() {
+        errors_.read();
+        return std::move(errors_.text);
+    }
+
   private:
     struct Ready {
-        bool output = false, exited = false, interrupted = false;
+        bool output = false, exited = false, interrupted = false, errors = false;
     };
 
     Ready wait(bool forExit, int interruption, int milliseconds) {
-        std::array<pollfd, 3> events{pollfd{output_.get(), POLLIN, 0},
-                                     pollfd{forExit ? process_.get() : -1, POLLIN, 0},
-                                     pollfd{interruption, POLLIN, 0}};
+        std::array<pollfd, 4> events{
+            pollfd{output_.get(), POLLIN, 0}, pollfd{forExit ? process_.get() : -1, POLLIN, 0},
+            pollfd{interruption, POLLIN, 0}, pollfd{errors_.descriptor(), POLLIN, 0}};
         if (::poll(events.data(), events.size(), milliseconds) <= 0) return {};
-        return {events[0].revents != 0, events[1].revents != 0, events[2].revents != 0};
+        return {events[0].revents != 0, events[1].revents != 0, events[2].revents != 0,
+                events[3].revents != 0};
     }
 
     void readInto(std::string& output) {
@@ -124,6 +165,7 @@ class Child {
     const pid_t number_;
     bool ours_;
     Descriptor output_, process_;
+    ErrorTail errors_;
 };
 
 }  // namespace
@@ -136,6 +178,8 @@ Result<ProcessResult> run(const ProcessRequest& request) {
     // that asks a question there waits, and does not take the end of the input for an answer.
     auto input = makePipe();
     auto output = makePipe();
+    std::optional<Pipe> errors;
+    if (request.keptErrors > 0) errors = makePipe();
     const Descriptor interruption(::eventfd(0, EFD_CLOEXEC));
     if (!input || !output || !interruption.valid()) {
         return Failure{request.program, std::generic_category().message(errno)};
@@ -146,11 +190,14 @@ Result<ProcessResult> run(const ProcessRequest& request) {
                                     .runFolder = request.runFolder,
                                     .input = input->readEnd.get(),
                                     .output = output->writeEnd.get(),
+                                    .error = errors ? errors->writeEnd.get() : -1,
                                     .orphan = !request.waitForExit});
     if (!number) return number.error();
     input->readEnd.reset();
     output->writeEnd.reset();
-    Child child(*number, std::move(output->readEnd), request.waitForExit);
+    ErrorTail tail(errors ? std::move(errors->readEnd) : Descriptor(), request.keptErrors);
+    errors.reset();
+    Child child(*number, std::move(output->readEnd), std::move(tail), request.waitForExit);
 
     std::optional<Cancellation::Interrupter> interrupter;
     if (request.cancellation != nullptr) {
@@ -167,6 +214,7 @@ Result<ProcessResult> run(const ProcessRequest& request) {
     input->writeEnd.reset();
     if (request.waitForExit) followUntil(Child::Until::exited);
     if (request.waitForExit) result.ending = child.ending();
+    result.errors = child.errors();
     return result;
 }
 

@@ -25,14 +25,18 @@ struct ProcessRequest {
     bool waitForExit = true;
     /// Called with each piece of standard output as it comes, on the calling thread; the result has none then.
     std::function<void(std::string_view)> printed = {};
+    /// So many bytes of the end of standard error go into the result; all of it is passed on as it comes. 0:
+    /// standard error is inherited.
+    std::size_t keptErrors = 0;
     /// A request to it stops the program and what it started in its process group, and makes `run` throw
     /// `Cancelled`. Null for a program that a cancellation does not concern.
     Cancellation* cancellation = nullptr;
 };
 
 struct ProcessResult {
-    std::string output;    ///< the bytes of standard output, to its end of file
-    ProgramEnding ending;  ///< a success without the wait
+    std::string output;       ///< the bytes of standard output, to its end of file
+    ProgramEnding ending;     ///< a success without the wait
+    std::string errors = {};  ///< the end of standard error, as far as it was to be kept
 };
 
 namespace processes {

@@ -231,6 +231,7 @@ Result<std::unique_ptr<CatalogueStore>> CatalogueStore::open(const std::string& 
         .reset();
     try {
         std::unique_ptr<CatalogueStore> store(new CatalogueStore(folder, patience));
+        const MutexLock lock(store->state_->writing);
         Database& database = store->state_->votes;
         const auto version = firstInteger(*database.query("PRAGMA user_version"));
         if (version > schemaVersion)

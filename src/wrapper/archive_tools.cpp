@@ -138,9 +138,7 @@ bool endedWell(const std::string& program, const std::string& folder,
     request.program = program;
     request.arguments = arguments;
     request.runFolder = folder;
-    // A cancellation concerns only what the creation itself runs.
-    if (host().creation.runsHere()) request.cancellation = &host().creation;
-    const auto result = processes::run(request);
+    const auto result = MVTask::runLogged(std::move(request));
     return result && result->ending.shellStatus() <= 1;
 }
 

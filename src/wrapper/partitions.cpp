@@ -54,9 +54,8 @@ struct Row {
 /// Nothing for a line that does not reach the identifiers.
 std::optional<Row> rowOf(const std::string& line, const Columns& columns) {
     Row row;
-    row.identifier = characters(line, columns.identifier);
+    row.identifier = withoutBlanksAtEnd(characters(line, columns.identifier));
     if (row.identifier.empty()) return std::nullopt;
-    row.identifier = withoutBlanksAtEnd(row.identifier);
     // A blank is before the names; a whole disc's size has its asterisk before the column.
     row.type = characters(line, columns.number + 2, columns.name - 1);
     row.type.erase(0, row.type.find_first_not_of(' '));
@@ -82,10 +81,13 @@ std::string mountPoint() {
 }
 
 std::vector<MountableDisk> mountableDisksList() {
+    return mountableDisksIn(MVTask::outputOf(
+        MVTask::runProgram("diskutil", std::nullopt, MVTask::Arguments({"list"}), Wait::yes)));
+}
+
+std::vector<MountableDisk> mountableDisksIn(std::string_view listing) {
     std::vector<MountableDisk> disks;
-    const auto output = MVTask::outputOf(
-        MVTask::runProgram("diskutil", std::nullopt, MVTask::Arguments({"list"}), Wait::yes));
-    const std::vector<std::string> lines = MVString::split(output, "\n");
+    const std::vector<std::string> lines = MVString::split(listing, "\n");
     if (lines.size() < 3) return disks;
     const auto columns = columnsOf(lines[1]);
     if (!columns) return disks;

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace morvane::NSPartitionMounter {
@@ -20,6 +21,9 @@ struct MountableDisk {
 
 /// The inserted discs with an Apple partition scheme, in the order of the list.
 [[nodiscard]] std::vector<MountableDisk> mountableDisksList();
+/// Those of a listing of `diskutil list`.
+[[nodiscard]] std::vector<MountableDisk> mountableDisksIn(std::string_view listing);
+
 enum class Mounting { tried, cancelled, impossible };
 
 /// Read-only at the mount point, instead of the disc that was there before. Failures of the mount are not

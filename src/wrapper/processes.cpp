@@ -66,11 +66,6 @@ bool mayBeStopped(const std::string& number, const std::vector<std::string>& own
            std::ranges::find(own, number) == own.end() && !processes::runsOwnProgram(number);
 }
 
-/// The lines of `ps`.
-std::vector<std::string> processLines() {
-    return MVString::split(run("ps", {"ax"}), "\n");
-}
-
 /// The number of a line's process; nothing for one that may not be stopped.
 std::optional<std::string> stoppable(const std::string& line, const std::vector<std::string>& own) {
     const std::vector<std::string> pieces = MVString::split(line, " ");
@@ -79,15 +74,7 @@ std::optional<std::string> stoppable(const std::string& line, const std::vector<
 }
 
 std::vector<std::string> listedProcesses(const std::optional<std::string>& wrapper) {
-    const std::vector<std::string> own = processes::ownLine();
-    std::vector<std::string> numbers;
-    for (const std::string& line : processLines()) {
-        const bool selected = wrapper ? MVString::contains(line, *wrapper)
-                                      : MVString::contains(MVString::lowercased(line), "wine");
-        if (!selected) continue;
-        if (const auto number = stoppable(line, own)) numbers.push_back(*number);
-    }
-    return numbers;
+    return processesInListing(run("ps", {"ax"}), wrapper);
 }
 
 void removeLock(const std::string& wrapper) {
@@ -114,6 +101,19 @@ void removeLaunchRegistrations(const std::string& wrapper) {
 }
 
 }  // namespace
+
+std::vector<std::string> processesInListing(std::string_view listing,
+                                            const std::optional<std::string>& wrapper) {
+    const std::vector<std::string> own = processes::ownLine();
+    std::vector<std::string> numbers;
+    for (const std::string& line : MVString::split(listing, "\n")) {
+        const bool selected = wrapper ? MVString::contains(line, *wrapper)
+                                      : MVString::contains(MVString::lowercased(line), "wine");
+        if (!selected) continue;
+        if (const auto number = stoppable(line, own)) numbers.push_back(*number);
+    }
+    return numbers;
+}
 
 std::vector<int> runningProcessesOfWrapper(const std::string& wrapper) {
     std::vector<int> numbers;
@@ -148,7 +148,7 @@ void terminateAllCaskeryProcessesForWrapperNow(const std::optional<std::string>&
 
 std::vector<bool> whichWrappersRun(const std::vector<std::string>& wrappers) {
     const std::vector<std::string> own = processes::ownLine();
-    std::vector<std::string> lines = processLines();
+    std::vector<std::string> lines = MVString::split(run("ps", {"ax"}), "\n");
     std::erase_if(lines, [&](const std::string& line) { return !stoppable(line, own); });
     std::vector<bool> runs;
     for (const std::string& wrapper : wrappers) {

@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace morvane {
@@ -22,6 +23,10 @@ bool terminateAllCaskeryProcessesForWrapper(const std::optional<std::string>& wr
 /// The numbers of the processes that have the wrapper's path, its real one, in their `ps` line, as far as the
 /// two operations would stop them.
 [[nodiscard]] std::vector<int> runningProcessesOfWrapper(const std::string& wrapper);
+/// The numbers, as texts, of the processes of a `ps ax` listing that may be stopped: of the lines that hold the
+/// wrapper's path; without a wrapper, that say "wine".
+[[nodiscard]] std::vector<std::string> processesInListing(std::string_view listing,
+                                                          const std::optional<std::string>& wrapper);
 /// The same work on the calling thread.
 void terminateAllCaskeryProcessesForWrapperNow(const std::optional<std::string>& wrapper,
                                                RemovingWrapper removing);

@@ -90,6 +90,16 @@ TEST_F(Feedback, AMessageIsPostedAsTyped) {
     EXPECT_TRUE(comment.ends_with("available)<br>")) << comment << "\nof a system that tells nothing";
 }
 
+TEST_F(Feedback, TheEndOfABuildLogGoesAlong) {
+    tab.form = {.name = "Ann", .mail = "a@b", .subject = "Help", .description = "It does not work"};
+    tab.form.buildLog = "the first line\n" + std::string(30'000, 'x') + "\n<script> & \x1b[31m\nthe last\n";
+    ui.expect("");
+    onWorker([&] { EXPECT_TRUE(tab.sendMail()); });
+    EXPECT_EQ(posted("comment"),
+              "<br>It does not work<br><br><br><b>BUILD LOG:</b><br>"
+              "&lt;script&gt; &amp; \xEF\xBF\xBD[31m<br>the last<br>");
+}
+
 TEST_F(Feedback, AWindowSendsInTheBackground) {
     tab.form = {.name = "Ann", .mail = "a@b", .subject = "Help", .description = "It does not work at all"};
     std::vector<bool> ended;

@@ -1,5 +1,7 @@
 #include <sys/resource.h>
 
+#include <filesystem>
+
 #include <thread>
 
 #include "building/configured_wrapper.h"
@@ -79,7 +81,7 @@ TEST_F(Installation, FallsBackToTheDiscsAutorunFile) {
     expectChooser({chosen + "setup.exe"});
     EXPECT_EQ(install("setup.exe", "GOG"), chosen + "setup.exe");
     // The user's folders may be missing.
-    for (const std::string& gone : {home + "/Downloads", desktop, volumes}) ASSERT_TRUE(files::remove(gone));
+    for (const std::string& gone : {home + "/Downloads", desktop, volumes}) std::filesystem::remove_all(gone);
     for (const char* source : {"CD", "GOG"}) {
         expectChooser({chosen + "setup.exe"});
         EXPECT_EQ(install("setup.exe", source), chosen + "setup.exe");

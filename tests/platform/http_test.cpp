@@ -1,12 +1,21 @@
 #include "platform/http.h"
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 
+#include <array>
 #include <atomic>
+#include <cstring>
 #include <filesystem>
 #include <thread>
 
 #include "platform/cancellation.h"
+#include "platform/descriptor.h"
 #include "platform/main_queue.h"
 #include "support/loopback_site.h"
 
@@ -80,6 +89,142 @@ TEST(Fetch, Answers) {
         EXPECT_EQ(response.body, row.body) << row.url;
         EXPECT_EQ(response.error, row.error) << row.url;
     }
+}
+
+TEST(PublicAddress, IsOneOutsideOfEveryNetworkOfOurs) {
+    const struct {
+        const char* address;
+        bool expected;
+    } rows[] = {
+        {"8.8.8.8", true},
+        {"127.0.0.1", false},
+        {"127.255.0.9", false},
+        {"0.0.0.0", false},
+        {"10.1.2.3", false},
+        {"172.15.0.1", true},
+        {"172.16.0.1", false},
+        {"172.31.255.1", false},
+        {"172.32.0.1", true},
+        {"192.168.1.1", false},
+        {"192.169.1.1", true},
+        {"169.254.169.254", false},
+        {"100.64.0.1", false},
+        {"100.128.0.1", true},
+        {"224.0.0.1", false},
+        {"255.255.255.255", false},
+        {"2606:4700::1111", true},
+        {"::1", false},
+        {"::", false},
+        {"fe80::1", false},
+        {"fec0::1", false},
+        {"fd12::1", false},
+        {"ff02::1", false},
+        {"::ffff:10.0.0.1", false},
+        {"::ffff:8.8.8.8", true},
+        {"::127.0.0.1", false},
+        {"64:ff9b::7f00:1", false},
+        {"64:ff9b::808:808", true},
+        {"2002:7f00:1::", false},
+        {"2002:808:808::", true},
+    };
+    for (const auto& row : rows) {
+        sockaddr_storage address{};
+        auto& v4 = reinterpret_cast<sockaddr_in&>(address);
+        auto& v6 = reinterpret_cast<sockaddr_in6&>(address);
+        if (::inet_pton(AF_INET, row.address, &v4.sin_addr) == 1) {
+            address.ss_family = AF_INET;
+        } else {
+            ASSERT_EQ(::inet_pton(AF_INET6, row.address, &v6.sin6_addr), 1) << row.address;
+            address.ss_family = AF_INET6;
+        }
+        EXPECT_EQ(isPublicAddress(reinterpret_cast<const sockaddr&>(address)), row.expected) << row.address;
+    }
+}
+
+/// Gives the loopback device of the calling thread's network an address; false when this user may not.
+bool giveAddress(const char* name, const char* address) {
+    const Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    ifreq request{};
+    std::strncpy(request.ifr_name, name, IFNAMSIZ - 1);
+    auto& place = reinterpret_cast<sockaddr_in&>(request.ifr_addr);
+    place.sin_family = AF_INET;
+    ::inet_pton(AF_INET, address, &place.sin_addr);
+    if (::ioctl(socket.get(), SIOCSIFADDR, &request) != 0) return false;
+    request.ifr_flags = IFF_UP | IFF_LOOPBACK | IFF_RUNNING;
+    return ::ioctl(socket.get(), SIOCSIFFLAGS, &request) == 0;
+}
+
+/// Answers every connection, whatever it asks for.
+class PlainServer {
+  public:
+    explicit PlainServer(int port) : listener_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in place{};
+        place.sin_family = AF_INET;
+        place.sin_port = htons(static_cast<std::uint16_t>(port));
+        EXPECT_EQ(::bind(listener_.get(), reinterpret_cast<const sockaddr*>(&place), sizeof place), 0);
+        EXPECT_EQ(::listen(listener_.get(), 8), 0);
+    }
+    ~PlainServer() {
+        ::shutdown(listener_.get(), SHUT_RDWR);
+        thread_.join();
+    }
+    std::string answer = "HTTP/1.1 200 OK\r\nContent-Length: 6\r\nConnection: close\r\n\r\nsecret";
+    std::atomic<int> connections = 0;
+
+    void start() {
+        thread_ = std::thread([this] {
+            for (;;) {
+                const Descriptor client(::accept(listener_.get(), nullptr, nullptr));
+                if (!client.valid()) return;
+                ++connections;
+                std::array<char, 4096> head{};
+                static_cast<void>(!::read(client.get(), head.data(), head.size()));
+                static_cast<void>(!::write(client.get(), answer.data(), answer.size()));
+            }
+        });
+    }
+
+  private:
+    Descriptor listener_;
+    std::thread thread_;
+};
+
+TEST(Fetch, IsNotRedirectedFromOutsideIntoTheOwnNetwork) {
+    bool isAllowed = false;
+    // In a network of its own, in which a public address is this machine's.
+    std::thread([&] {
+        isAllowed = ::unshare(CLONE_NEWNET) == 0 && giveAddress("lo", "127.0.0.1") &&
+                    giveAddress("lo:1", "8.8.4.4") && giveAddress("lo:2", "10.0.0.1");
+        if (!isAllowed) return;
+        PlainServer inside(8002);
+        const struct {
+            const char *from, *to;
+            bool follows;
+        } rows[] = {
+            {"8.8.4.4", "127.0.0.1", false}, {"8.8.4.4", "10.0.0.1", false},  {"8.8.4.4", "localhost", false},
+            {"8.8.4.4", "8.8.4.4", true},    {"127.0.0.1", "10.0.0.1", true}, {"10.0.0.1", "127.0.0.1", true},
+        };
+        int expectedConnections = 0;
+        int port = 9000;
+        inside.start();
+        for (const auto& row : rows) {
+            // A server a row, since its answer is settled before it starts.
+            PlainServer first(++port);
+            first.answer =
+                "HTTP/1.1 302 Found\r\nContent-Length: 0\r\nConnection: close\r\nLocation: http://" +
+                std::string(row.to) + ":8002/\r\n\r\n";
+            first.start();
+            const HttpResponse response =
+                http::fetch({.url = "http://" + std::string(row.from) + ":" + std::to_string(port) + "/"});
+            expectedConnections += row.follows ? 1 : 0;
+            EXPECT_EQ(response.body, row.follows ? "secret" : "") << row.from << " to " << row.to;
+            EXPECT_EQ(response.error,
+                      row.follows ? "" : "The server redirects into a network that is not its own")
+                << row.from << " to " << row.to;
+        }
+        EXPECT_EQ(inside.connections, expectedConnections);
+    }).join();
+    if (!isAllowed) GTEST_SKIP() << "this user makes no networks";
 }
 
 TEST(Fetch, HasBoundsAndCanAskForTheHeadOnly) {

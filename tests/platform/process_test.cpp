@@ -161,6 +161,26 @@ TEST_F(Programs, WithoutTheWaitTheEndOfTheOutputIsEnough) {
     EXPECT_TRUE(ends(number));
 }
 
+TEST_F(Programs, TheEndOfStandardErrorIsKeptAndAllOfItPassedOn) {
+    // One that stays behind, and holds the stream, keeps nobody waiting.
+    ProcessRequest request = shell(
+        "yes first | head -n 20000 >&2; printf 'the end' >&2; sleep 60 >/dev/null & echo $! >&1; exit 3");
+    request.keptErrors = 32;
+    const std::string shown = folder.path + "/shown";
+    const Descriptor usual(::dup(STDERR_FILENO));
+    const Descriptor file(::open(shown.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    ::dup2(file.get(), STDERR_FILENO);
+    const auto result = processes::run(request);
+    ::dup2(usual.get(), STDERR_FILENO);
+    ASSERT_TRUE(result);
+    ::kill(std::stoi(result->output), SIGKILL);
+    EXPECT_EQ(result->ending.exitStatus, 3);
+    EXPECT_EQ(result->errors, "\nfirst\nfirst\nfirst\nfirst\nthe end");
+    EXPECT_EQ(files::size(shown), 20000U * 6 + 7);
+    // Without, it is inherited.
+    EXPECT_EQ(processes::run(shell("echo no >&2"))->errors, "");
+}
+
 TEST_F(Programs, CancellationStopsTheWholeGroup) {
     const std::string ready = signalPipe("ready");
     // Deaf to the polite request, with a child of its own and a daemon that has left the group with the

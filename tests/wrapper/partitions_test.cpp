@@ -29,6 +29,11 @@ const std::string namelessDisc =
     "/dev/disk3 (external, physical):\n" + headings +
     "   0:     Apple_partition_scheme                        *4.7 GB     disk3\n"
     "   1:        Apple_partition_map                         32.3 KB    disk3s1\n\n";
+/// What a damaged table may print: a line that ends where the identifier should be.
+const std::string unnumberedDisc =
+    "/dev/disk5 (external, physical):\n" + headings +
+    "   0:     Apple_partition_scheme                        *4.7 GB        \n"
+    "   1:        Apple_partition_map                         32.3 KB    disk5s1\n\n";
 const std::string plainDisc = "/dev/disk4 (external, physical):\n" + headings +
                               "   0:                            PLAIN                  *378.9 KB   disk4\n";
 
@@ -56,6 +61,7 @@ TEST_F(Partitions, AreListedFromRecordedOutput) {
         {"other discs only", systemDisk + plainDisc, {}},
         {"the next disc's names are its own", namelessDisc + plainDisc, {nameless}},
         {"in order, after others", systemDisk + namelessDisc + gameDisc + plainDisc, {nameless, game}},
+        {"a disc without an identifier", unnumberedDisc + gameDisc, {game}},
         {"without columns", "a\nb\nc Apple_partition_scheme\n" + gameDisc, {}},
     };
     for (const auto& row : rows) {
