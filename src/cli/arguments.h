@@ -29,6 +29,7 @@ struct Parsed {
     bool steam = false, origin = false, uplay = false, macDriver = false, full = false, wait = false,
          behindProxy = false, answersOnly = false, withoutInstaller = false;
     PortToPublish port;
+    CatalogueExport exported;
     bool disk = false;
     std::size_t from = 0, place = 0;
     std::int64_t votesPerHour = 0;
@@ -50,6 +51,8 @@ void addCkiCommands(CLI::App& app, Parsed& parsed);
 void addEngineCommands(CLI::App& app, Parsed& parsed);
 void addDiscCommands(CLI::App& app, Parsed& parsed);
 void addServeCommand(CLI::App& app, Parsed& parsed);
+/// What `serve` takes, for a program that does nothing else.
+void addServing(CLI::App& serve, Parsed& parsed);
 void addSettingsCommands(CLI::App& app, Parsed& parsed);
 void addFeedbackCommands(CLI::App& app, Parsed& parsed);
 

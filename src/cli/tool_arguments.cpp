@@ -38,6 +38,28 @@ void addPublishCommand(CLI::App& serve, Parsed& parsed) {
     });
 }
 
+void addPublishedCommands(CLI::App& serve, Parsed& parsed) {
+    CLI::App* remove =
+        serve.add_subcommand("remove", "withdraw ports; publishing them again brings them back");
+    remove->add_option("DIR", parsed.path, "the content folder")->required();
+    remove->add_option("ID", parsed.words, "the ports, by their IDs")->required();
+    remove->callback([&] {
+        parsed.command = [&](Session& session) { return withdraw(session, parsed.path, parsed.words); };
+    });
+    CLI::App* writing =
+        serve.add_subcommand("export", "write a catalogue as plain files that any web host can serve");
+    writing->add_option("DIR", parsed.path, "the content folder")->required();
+    writing->add_option("OUT", parsed.exported.folder, "a folder: empty, missing, or of an earlier export")
+        ->required();
+    writing->add_option("--live", parsed.exported.live,
+                        "address of the server that takes votes and messages, for the players' programs");
+    writing->callback([&] {
+        parsed.command = [&](Session& session) {
+            return cli::exportCatalogue(session, parsed.path, parsed.exported);
+        };
+    });
+}
+
 }  // namespace
 
 void addCkiCommands(CLI::App& app, Parsed& parsed) {
@@ -105,18 +127,22 @@ void addDiscCommands(CLI::App& app, Parsed& parsed) {
 }
 
 void addServeCommand(CLI::App& app, Parsed& parsed) {
-    CLI::App* serve = app.add_subcommand("serve", "run a catalogue, and serve files, over HTTP");
-    serve->require_subcommand(0, 1);
-    serve->add_option("--content", parsed.path, "the content folder, made when missing");
-    serve->add_option("--listen", parsed.name, "address and port; port 0 is a free one")
+    addServing(*app.add_subcommand("serve", "run a catalogue, and serve files, over HTTP"), parsed);
+}
+
+void addServing(CLI::App& serve, Parsed& parsed) {
+    serve.require_subcommand(0, 1);
+    serve.add_option("--content", parsed.path, "the content folder, made when missing");
+    serve.add_option("--listen", parsed.name, "address and port; port 0 is a free one")
         ->default_val("127.0.0.1:0");
-    serve->add_flag("--behind-proxy", parsed.behindProxy, "another server passes the requests on");
-    serve->add_option("--votes-per-hour", parsed.votesPerHour, "votes of one address that count")
+    serve.add_flag("--behind-proxy", parsed.behindProxy, "another server passes the requests on");
+    serve.add_option("--votes-per-hour", parsed.votesPerHour, "votes of one address that count")
         ->default_val(60)
         ->check(CLI::PositiveNumber);
-    addPublishCommand(*serve, parsed);
-    serve->callback([&parsed, serve] {
-        if (!serve->get_subcommands().empty()) return;
+    addPublishCommand(serve, parsed);
+    addPublishedCommands(serve, parsed);
+    serve.callback([&parsed, &serve] {
+        if (!serve.get_subcommands().empty()) return;
         if (parsed.path.empty()) throw CLI::RequiredError("--content");
         parsed.command = [&](Session& session) {
             return cli::serve(session, parsed.path, parsed.name,

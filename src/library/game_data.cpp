@@ -112,10 +112,9 @@ std::optional<std::string> sourceOf(const std::string& wrapper) {
 
 std::shared_ptr<NSGameData> NSGameData::initWithDictionary(const std::optional<CatalogueLine>& line) {
     if (!line) return nullptr;
-    return initWithDescription(
-        *line, NSUtilities::stringWithContentsOfURL(host().sites.catalogue +
-                                                    "ckis/portDescription.php?id=" + std::to_string(line->id))
-                   .value_or(""));
+    const auto answer = catalogue::answerOf(host().sites.catalogue +
+                                            "ckis/portDescription.php?id=" + std::to_string(line->id));
+    return initWithDescription(*line, answer && MVString::isValidUtf8(*answer) ? *answer : "");
 }
 
 std::shared_ptr<NSGameData> NSGameData::initWithDescription(const CatalogueLine& line,
