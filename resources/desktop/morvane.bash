@@ -31,7 +31,7 @@ _morvane_command() {
     'library remove') options='--disk' ;;
     'library order') first='name size none' ;;
     'library folders') subcommands='add remove' ;;
-    properties) options="--name= --version= --icon= --run= --description= --window= $on_off" ;;
+    properties) options="--name= --version= --icon= --run= --description= --window= --env= --unset= --before= $on_off" ;;
     run) options='--wait' ;;
     serve)
         subcommands='add'

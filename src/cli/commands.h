@@ -46,7 +46,9 @@ int tool(Session& session, const std::string& app, const std::string& name);
 /// What `properties` is asked to change; "on" and "off", "port", "full" and "windowed" as typed.
 struct PropertyChanges {
     std::optional<std::string> name, version, icon, run, description, window, tray, helvetica, highQuality,
-        functionKeys;
+        functionKeys, before;
+    std::vector<std::string> variables;  ///< "KEY=VALUE"
+    std::vector<std::string> unset;      ///< names of variables; they go before the others come
 };
 /// `properties APP`. Shows the properties of an item, after changing them where asked to.
 int properties(Session& session, const std::string& app, const PropertyChanges& changes);
@@ -115,7 +117,7 @@ int listLibrary(Session& session, const std::vector<std::string>& words);
 int scanLibrary(Session& session);
 /// `library add PATH...`.
 int addToLibrary(Session& session, const std::vector<std::string>& paths);
-/// `library remove PATH [--disk]`. From the disk only after a question.
+/// `library remove PATH [--disk [--permanently]]`. From the disk only after a question, into the trash.
 int removeFromLibrary(Session& session, const std::string& path, RemovedFrom from);
 /// `library order name|size|none`. The order is kept.
 int orderLibrary(Session& session, const std::string& order);
