@@ -19,8 +19,10 @@ _morvane_command() {
     'catalogue save') options='--source=' ;;
     cki) subcommands='show make' ;;
     disc) subcommands='list mount' ;;
-    engine) subcommands='list prepare convert add-system' ;;
+    engine) subcommands='list prepare convert add add-system remove change' ;;
     'engine prepare' | 'engine convert') first=engines ;;
+    'engine remove') first=engines options='--in-use' ;;
+    'engine add') options='--name=' ;;
     'engine add-system') options='--full' ;;
     exe) options='--output' ;;
     resources) options='--fix' ;;
@@ -28,7 +30,7 @@ _morvane_command() {
     install | mod) options='--to=' ;;
     plan) options='--to= --answers' ;;
     library) subcommands='list scan add remove order move folders' ;;
-    'library remove') options='--disk' ;;
+    'library remove') options='--disk --permanently' ;;
     'library order') first='name size none' ;;
     'library folders') subcommands='add remove' ;;
     properties) options="--name= --version= --icon= --run= --description= --window= --env= --unset= --before= $on_off" ;;

@@ -91,6 +91,13 @@ int listEngines(Session& session);
 int prepareEngine(Session& session, const std::string& name);
 /// `engine add-system [--full]`.
 int addSystemEngine(Session& session, EngineKind kind);
+/// `engine add PLACE [--name NAME]`. An engine of any build of Wine; prints its name.
+int addEngine(Session& session, const std::string& place, const std::optional<std::string>& name);
+/// `engine remove NAME [--in-use]`.
+enum class InUse { kept, removed };
+int removeEngine(Session& session, const std::string& name, InUse inUse);
+/// `engine change APP NAME`.
+int changeEngine(Session& session, const std::string& app, const std::string& name);
 enum class BehindProxy { no, yes };
 /// `serve --content DIR [--listen ADDRESS]`. Prints the address once it serves; ends when asked to.
 int serve(Session& session, const std::string& folder, const std::string& address, BehindProxy behindProxy,

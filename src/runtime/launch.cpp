@@ -76,7 +76,8 @@ Result<WineCall> callFor(const WrapperBundle& bundle, const std::string& program
     if (extension != "exe") return WineCall{joined({"start.exe", "/wait", "/unix", path}, arguments), folder};
     if (!beginsAsProgram(path)) return Failure{path + " is not a Windows program."};
     const Machine machine = machineOf(path);
-    if (!prefixRuns(bundle.wrapper.prefix(), machine)) return wrongMachine(path, machine);
+    if (!prefixRuns(bundle.wrapper.prefix(), machine) || !engineRuns(bundle.wrapper.engine(), machine))
+        return wrongMachine(path, machine);
     return WineCall{joined({isWindowsPath(program) ? program : path}, arguments), folder};
 }
 

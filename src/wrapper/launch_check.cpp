@@ -36,7 +36,8 @@ std::optional<std::string> programOfBatchFile(const std::string& batchFile, cons
 Result<> checkMachine(const std::string& program, const std::string& wrapper) {
     const std::string file = programOfBatchFile(program, wrapper).value_or(program);
     const Machine machine = machineOf(file);
-    if (prefixRuns(wrapper + layout::resources, machine)) return {};
+    if (prefixRuns(wrapper + layout::resources, machine) && engineRuns(wrapper + layout::engine, machine))
+        return {};
     return Failure{localized(refusalOf(machine), {file})};
 }
 
