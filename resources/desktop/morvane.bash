@@ -21,8 +21,10 @@ _morvane_command() {
     'cki sign') options='--key=' ;;
     'cki verify') options='--author=' ;;
     disc) subcommands='list mount' ;;
-    engine) subcommands='list prepare convert add-system' ;;
+    engine) subcommands='list prepare convert add add-system remove change' ;;
     'engine prepare' | 'engine convert') first=engines ;;
+    'engine remove') first=engines options='--in-use' ;;
+    'engine add') options='--name=' ;;
     'engine add-system') options='--full' ;;
     exe) options='--output' ;;
     resources) options='--fix' ;;
@@ -30,10 +32,10 @@ _morvane_command() {
     install | mod) options='--to=' ;;
     plan) options='--to= --answers' ;;
     library) subcommands='list scan add remove order move folders' ;;
-    'library remove') options='--disk' ;;
+    'library remove') options='--disk --permanently' ;;
     'library order') first='name size none' ;;
     'library folders') subcommands='add remove' ;;
-    properties) options="--name= --version= --icon= --run= --description= --window= $on_off" ;;
+    properties) options="--name= --version= --icon= --run= --description= --window= --env= --unset= --before= $on_off" ;;
     run) options='--wait' ;;
     serve)
         subcommands='add remove export'

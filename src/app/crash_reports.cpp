@@ -23,7 +23,7 @@ namespace {
 constexpr std::size_t mostReports = 10;
 
 std::string reportsFolder(const Folders& folders) {
-    return filled("%@/Library/Logs/DiagnosticReports/", {folders.home});
+    return filled("%@/Library/Logs/DiagnosticReports/", {folders.library});
 }
 
 /// The names of the reports, oldest first.

@@ -1,6 +1,6 @@
 // app/crash_reports.h: crash reports of earlier runs on their way to the catalogue. Any thread.
 //
-// The reports lie in "Library/Logs/DiagnosticReports" of the home folder, where some systems write them
+// The reports lie in "Library/Logs/DiagnosticReports" of the library folder, where some systems write them
 // themselves; elsewhere the program does.
 #pragma once
 

@@ -51,7 +51,7 @@ void append(StyledText& text, const StyledText& more) {
 /// The name that the system's own report has written down; of several, one with the screen's size.
 std::optional<std::string> writtenModel() {
     const auto settings = property_lists::read(
-        filled("%@/Library/Preferences/com.apple.SystemProfiler.plist", {host().folders.home}));
+        filled("%@/Library/Preferences/com.apple.SystemProfiler.plist", {host().folders.library}));
     const auto* root = settings ? settings->as<Dictionary>() : nullptr;
     const auto* names = root != nullptr ? root->get<Dictionary>("CPU Names") : nullptr;
     std::optional<std::string> last, withSize;
@@ -225,6 +225,8 @@ std::vector<NSHelpTab::Line> NSHelpTab::computerSpecifications() {
         {"Processor: ", filled("%@ %@", {hardware("Processor Name"), hardware("Processor Speed")})});
     lines.push_back({"Video Card: ", filled("%@ (%@)", {computer::graphicCardModel().value_or("?"),
                                                         computer::graphicCardMemorySize().value_or("?")})});
+    if (const auto vulkan = computer::vulkanRenderer()) lines.push_back({"Vulkan: ", *vulkan});
+    if (const auto openGl = computer::openGlRenderer()) lines.push_back({"OpenGL: ", *openGl});
     lines.push_back({"RAM Memory: ", hardware("Memory")});
     lines.push_back({"Disk Size: ", computer::diskSize()});
     if (const auto system = computer::systemName()) lines.push_back({"macOS Version: ", *system});

@@ -167,6 +167,8 @@ Result<> NSPropertiesWindow::setDataFromWrapperAtPath(const std::string& path) {
     shown_.functionKeys = {runsPrograms && setting(wrapper_keys::isFnToggleEnabled), runsPrograms};
     if (const auto description = descriptionFile(wrapperPath_ + layout::descriptionCkii))
         shown_.description = descriptionIn(*description);
+    shown_.launchEnabled = runsPrograms;
+    if (runsPrograms) shown_.launch = launchOptionsIn(itemStore().plist.value_or(Dictionary()));
     filled_ = shown_;
     return {};
 }
@@ -293,6 +295,33 @@ bool NSPropertiesWindow::switchFunctionKeys(bool on) {
     return change(shown_.functionKeys, on);
 }
 
+Result<> NSPropertiesWindow::launchCanChange() const {
+    if (shown_.launchEnabled && !isSaving_) return {};
+    return Failure{localized("%@ is not started by Wine: it has no launch options.", {shown_.name.text})};
+}
+
+Result<> NSPropertiesWindow::setVariable(const std::string& name, const std::optional<std::string>& value) {
+    auto can = launchCanChange();
+    if (can) can = checkVariable(name, value.value_or(""));
+    if (!can) return can;
+    if (value) {
+        shown_.launch.environment[name] = *value;
+    } else {
+        shown_.launch.environment.erase(name);
+    }
+    tellChanged();
+    return {};
+}
+
+Result<> NSPropertiesWindow::typeCommandBefore(const std::string& command) {
+    auto can = launchCanChange();
+    if (!can) return can;
+    if (const auto words = wordsOfCommand(command); !words) return words.error();
+    shown_.launch.before = command;
+    tellChanged();
+    return {};
+}
+
 bool NSPropertiesWindow::editDescription(StyledText text) {
     if (isSaving_) return false;
     shown_.description = std::move(text);
@@ -397,6 +426,7 @@ bool NSPropertiesWindow::saveDataToWrapper() {
         saved &= saveHelveticaNeueFontAtPort(main);
         saved &= saveHighQualityModeAtPort(main);
         saved &= saveTexts();
+        saved &= saveLaunchOptions();
     }
     if (shown_.description != filled_.description) saved &= saveDescription();
     return moveTo(*location) && saved;
@@ -501,6 +531,13 @@ bool NSPropertiesWindow::saveTexts() const {
     save(wrapper_keys::isFnToggleEnabled, shown_.functionKeys.on,
          shown_.functionKeys != filled_.functionKeys);
     return !isChanged || port.synchronizePlist();
+}
+
+bool NSPropertiesWindow::saveLaunchOptions() const {
+    if (shown_.launch == filled_.launch) return true;
+    NSPortManager port = itemStore();
+    if (port.plist) putLaunchOptions(shown_.launch, *port.plist);
+    return port.synchronizePlist();
 }
 
 bool NSPropertiesWindow::saveDescription() const {

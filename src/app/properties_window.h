@@ -18,6 +18,7 @@
 #include "library/apps_array.h"
 #include "platform/result.h"
 #include "platform/value.h"
+#include "wrapper/launch_options.h"
 #include "wrapper/port_manager.h"
 
 namespace morvane {
@@ -45,6 +46,8 @@ class NSPropertiesWindow {
         StyledText description;
         WindowType windowType = WindowType::ofPort;
         bool windowTypeEnabled = false;
+        LaunchOptions launch;  ///< the item's own, without those of the wrapper around a program
+        bool launchEnabled = false;
         CheckBox wineSystemTray, helveticaNeueFont, highQualityMode, functionKeys;
     };
 
@@ -92,6 +95,11 @@ class NSPropertiesWindow {
     bool switchHelveticaNeueFont(bool on);
     bool switchHighQualityMode(bool on);
     bool switchFunctionKeys(bool on);
+    /// Sets a variable of the program's environment; nothing removes it. A failure, and nothing changes, for a
+    /// name or a value that can't be, and where the above are false.
+    Result<> setVariable(const std::string& name, const std::optional<std::string>& value);
+    /// The command before the program; an empty one is none. A failure as above.
+    Result<> typeCommandBefore(const std::string& command);
     /// A picture dropped on the icon, or nothing when it is dragged away. False for what is no picture.
     bool changeIcon(std::optional<ImageData> picture);
     /// Asks for a program and puts its command into the run field.
@@ -137,6 +145,8 @@ class NSPropertiesWindow {
     /// nothing after a reported failure.
     [[nodiscard]] std::optional<std::string> writeBatchFile(const std::string& text) const;
     bool saveTexts() const;
+    bool saveLaunchOptions() const;
+    [[nodiscard]] Result<> launchCanChange() const;
     bool saveDescription() const;
     bool moveTo(const std::string& location);
     bool saveWineSystemTrayAtPort(const NSPortManager& port) const;

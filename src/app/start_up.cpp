@@ -66,6 +66,10 @@ std::optional<std::string> reasonForNoWebsite() {
 
 void AppDelegate::applicationDidFinishLaunching() {
     view_.setNotificationHandler([this](const std::string& info) { didActivateNotification(info); });
+    for (const std::string& note : host().notes) {
+        host().userInterface.notify(
+            {.title = "Morvane", .message = note, .info = "", .actionTitle = "", .image = {}});
+    }
     checkIfShouldAutomaticallyCheckForUpdates();
     checkIfFnToggleIsEnabled();
     verifyNeededFolders();
@@ -97,12 +101,12 @@ void AppDelegate::verifyFolder(const std::string& path) {
 }
 
 void AppDelegate::verifyNeededFolders() {
-    const std::string& home = host().folders.home;
-    const std::string caskery = filled("%@/Library/Application Support/Caskery", {home});
+    const std::string& library = host().folders.library;
+    const std::string caskery = filled("%@/Library/Application Support/Caskery", {library});
     const std::string support = layout::applicationSupportFolder();
     for (const std::string& folder :
          {filled("%@/Engines", {caskery}), filled("%@/Wrapper", {caskery}),
-          filled("%@/.cache/winetricks", {home}), support, filled("%@/IconCache", {support})}) {
+          host().folders.verbsCache, support, filled("%@/IconCache", {support})}) {
         verifyFolder(folder);
     }
     // Not every system has one; without it, new ports would go to the desktop.

@@ -32,14 +32,17 @@ constexpr std::string_view unwanted = "!#$%^*()+=|\\?><;:@";
 
 /// A fresh folder for a new wrapper; nothing where none can be had. The user's own may lie below a name that
 /// Wine cannot bear.
-std::optional<files::PrivateFolder> folderForPrefix() {
+std::optional<files::PrivateFolder> folderForPrefix(const std::string& destination) {
     const std::string& own = host().folders.temporary;
-    const bool isPlain = std::ranges::none_of(own, [](unsigned char character) {
-        return character < ' ' || character == '"' || character == '&' ||
-               unwanted.find(static_cast<char>(character)) != std::string_view::npos;
-    });
-    auto folder = isPlain ? files::PrivateFolder::make(own)
-                          : files::PrivateFolder::makeInShared(host().folders.sharedTemporary);
+    const auto isPlain = [](const std::string& path) {
+        return std::ranges::none_of(path, [](unsigned char character) {
+            return character < ' ' || character == '"' || character == '&' ||
+                   unwanted.find(static_cast<char>(character)) != std::string_view::npos;
+        });
+    };
+    auto folder = !isPlain(own)          ? files::PrivateFolder::makeInShared(host().folders.sharedTemporary)
+                  : isPlain(destination) ? files::PrivateFolder::makeFor(destination, own)
+                                         : files::PrivateFolder::make(own);
     if (!folder) return std::nullopt;
     return *std::move(folder);
 }
@@ -68,7 +71,7 @@ void keepOrRemove(Build& build, const std::string& place, const Wrapper& wrapper
 /// one.
 bool createPrefixOf(Build& build, const Wrapper& wrapper) {
     // A wrapper that was there before may hold a game's data, which have no business in a passing folder.
-    if (build.made.place == wrapper.path()) build.made.folder = folderForPrefix();
+    if (build.made.place == wrapper.path()) build.made.folder = folderForPrefix(files::parent(wrapper.path()));
     const std::string place = build.made.folder
                                   ? files::join(build.made.folder->path(), temporaryNameFor(wrapper.path()))
                                   : wrapper.path();

@@ -112,16 +112,26 @@ bool replaceEngine(const std::string& bundle, const Wrapper& wrapper) {
 
 }  // namespace
 
-bool building::storedEngineRuns(const std::string& engine, Machine machine) {
+bool building::lookIntoStoredEngine(const std::string& engine,
+                                    const std::function<void(const std::string& bundle)>& look) {
     const auto archive = building::storedEngineArchive(engine);
     // Outside the store, which another process may be using.
     const auto folder = files::PrivateFolder::make(host().folders.temporary);
-    if (!archive || !folder) return true;
+    if (!archive || !folder) return false;
     const std::string& place = folder->path();
     const bool isOfficial = *archive == localPathForOfficialEngine(engine);
     const auto bundle =
         isOfficial ? unpackedOfficialArchive(*archive, engine, place) : unpackedInLevels(*archive, place);
-    return !bundle || bundle->empty() || engineRuns(*bundle, machine);
+    if (!bundle || bundle->empty()) return false;
+    look(*bundle);
+    return true;
+}
+
+bool building::storedEngineRuns(const std::string& engine, Machine machine) {
+    bool runs = true;
+    building::lookIntoStoredEngine(engine,
+                                   [&](const std::string& bundle) { runs = engineRuns(bundle, machine); });
+    return runs;
 }
 
 std::string building::engineForWrapper(const std::string& engine, const Wrapper& wrapper) {

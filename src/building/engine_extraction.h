@@ -4,6 +4,7 @@
 // beside it, complete.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -28,6 +29,10 @@ namespace building {
 /// that holds one of the first two keeps it.
 [[nodiscard]] std::string engineForWrapper(const std::string& engine, const Wrapper& wrapper);
 
+/// Unpacks the engine's archive in a passing folder and hands its bundle on. False, without a call, for an
+/// engine that is not in the store or cannot be unpacked.
+bool lookIntoStoredEngine(const std::string& engine,
+                          const std::function<void(const std::string& bundle)>& look);
 /// Whether the engine runs programs of that machine: its archive is unpacked in a passing folder for that.
 /// Yes for an engine that is not in the store or cannot be unpacked, of which the build tells.
 [[nodiscard]] bool storedEngineRuns(const std::string& engine, Machine machine);

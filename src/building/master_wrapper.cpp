@@ -218,7 +218,7 @@ bool copyingMasterWrapperToPath(Build& build, const Wrapper& wrapper) {
     MVTask::ignoreEnding(
         MVTask::runProgram("chmod", "/", std::vector<std::string>{"+x", wrapper.settingsTool()}, Wait::yes));
     if (MVFileManager::fileExistsAtPath(wrapper.path())) return true;
-    if (wrapper.path().starts_with(host().folders.home + "/Desktop/")) {
+    if (wrapper.path().starts_with(host().folders.desktop + "/")) {
         MVAlert::showAlertErrorMessage(localized(
             "The master wrapper couldn't be copied to the specified destination! Probably your master "
             "wrapper is corrupted. Remove all the files from that folder and try again:\n%@",

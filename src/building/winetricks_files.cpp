@@ -166,7 +166,7 @@ verb_script::Visitor fetchingWith(Build& build) {
 }  // namespace
 
 std::string winetricks::cacheFolder() {
-    return files::join(host().folders.home, ".cache/winetricks");
+    return host().folders.verbsCache;
 }
 
 Result<std::string> winetricks::placeInCache(const std::string& folder, const std::string& file) {

@@ -30,7 +30,7 @@ struct Parsed {
          behindProxy = false, answersOnly = false, withoutInstaller = false;
     PortToPublish port;
     CatalogueExport exported;
-    bool disk = false;
+    bool disk = false, permanently = false;
     std::size_t from = 0, place = 0;
     std::int64_t votesPerHour = 0;
     std::int64_t id = 0;

@@ -47,7 +47,9 @@ int tool(Session& session, const std::string& app, const std::string& name);
 /// What `properties` is asked to change; "on" and "off", "port", "full" and "windowed" as typed.
 struct PropertyChanges {
     std::optional<std::string> name, version, icon, run, description, window, tray, helvetica, highQuality,
-        functionKeys;
+        functionKeys, before;
+    std::vector<std::string> variables;  ///< "KEY=VALUE"
+    std::vector<std::string> unset;      ///< names of variables; they go before the others come
 };
 /// `properties APP`. Shows the properties of an item, after changing them where asked to.
 int properties(Session& session, const std::string& app, const PropertyChanges& changes);
@@ -95,6 +97,13 @@ int listEngines(Session& session);
 int prepareEngine(Session& session, const std::string& name);
 /// `engine add-system [--full]`.
 int addSystemEngine(Session& session, EngineKind kind);
+/// `engine add PLACE [--name NAME]`. An engine of any build of Wine; prints its name.
+int addEngine(Session& session, const std::string& place, const std::optional<std::string>& name);
+/// `engine remove NAME [--in-use]`.
+enum class InUse { kept, removed };
+int removeEngine(Session& session, const std::string& name, InUse inUse);
+/// `engine change APP NAME`.
+int changeEngine(Session& session, const std::string& app, const std::string& name);
 enum class BehindProxy { no, yes };
 /// `serve --content DIR [--listen ADDRESS]`. Prints the address once it serves; ends when asked to.
 int serve(Session& session, const std::string& folder, const std::string& address, BehindProxy behindProxy,
@@ -125,7 +134,7 @@ int listLibrary(Session& session, const std::vector<std::string>& words);
 int scanLibrary(Session& session);
 /// `library add PATH...`.
 int addToLibrary(Session& session, const std::vector<std::string>& paths);
-/// `library remove PATH [--disk]`. From the disk only after a question.
+/// `library remove PATH [--disk [--permanently]]`. From the disk only after a question, into the trash.
 int removeFromLibrary(Session& session, const std::string& path, RemovedFrom from);
 /// `library order name|size|none`. The order is kept.
 int orderLibrary(Session& session, const std::string& order);

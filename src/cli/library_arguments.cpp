@@ -27,10 +27,14 @@ void addLibraryCommands(CLI::App& app, Parsed& parsed) {
         ->add_option("PATH", parsed.words, "their paths")
         ->required();
     CLI::App* remove = command("remove", "take one from the list", [&](Session& session) {
-        return removeFromLibrary(session, parsed.path, parsed.disk ? RemovedFrom::disk : RemovedFrom::list);
+        const auto from = parsed.permanently ? RemovedFrom::diskPermanently
+                          : parsed.disk      ? RemovedFrom::disk
+                                             : RemovedFrom::list;
+        return removeFromLibrary(session, parsed.path, from);
     });
     remove->add_option("PATH", parsed.path, "its path")->required();
-    remove->add_flag("--disk", parsed.disk, "and from the disk");
+    CLI::Option* disk = remove->add_flag("--disk", parsed.disk, "and from the disk, into the trash");
+    remove->add_flag("--permanently", parsed.permanently, "not into the trash")->needs(disk);
     command("order", "sort them, now and whenever one is added",
             [&](Session& session) { return orderLibrary(session, parsed.name); })
         ->add_option("ORDER", parsed.name, "by what")

@@ -5,6 +5,7 @@
 #include "app/app_delegate.h"
 #include "cli/commands.h"
 #include "cli/table.h"
+#include "foundation/formats.h"
 #include "foundation/localization.h"
 #include "foundation/settings.h"
 #include "foundation/text.h"
@@ -95,9 +96,15 @@ int removeFromLibrary(Session& session, const std::string& given, RemovedFrom fr
     bool removed = false;
     const int ended = onLibrary(session, [&](NSAppsArray& apps, int& result) {
         if (holds(apps, path)) {
-            NSAppsArray::removeFrom(from, path, [&apps, &removed, path] {
+            NSAppsArray::removeFrom(from, path, [&session, &apps, &removed, path](const Removal& removal) {
                 apps.removeLocalPort(path, {});
                 removed = !holds(apps, path);
+                if (removal.inTrash) {
+                    session.console().say(localized(
+                        "%@ lies in the trash now (%@).",
+                        {path, NSUtilities::humanReadableSizeForBytes(
+                                   static_cast<std::int64_t>(removal.bytes), DecimalMeasureSystem::yes)}));
+                }
             });
         } else {
             result = session.fail(path + " is not in the library.");

@@ -69,7 +69,8 @@ Window::WindowType windowTypeOf(const std::string& word) {
 
 Record shownBy(const Window& window) {
     const Window::Shown& shown = window.shown();
-    Array fixed;
+    Array fixed, variables;
+    for (const auto& [name, value] : shown.launch.environment) variables.emplace_back(name + "=" + value);
     const auto note = [&](const char* name, bool enabled) {
         if (!enabled) fixed.emplace_back(name);
     };
@@ -92,7 +93,23 @@ Record shownBy(const Window& window) {
             {{"helvetica", "Helvetica Neue"}, shown.helveticaNeueFont.on},
             {{"high-quality", "High quality"}, shown.highQualityMode.on},
             {{"fn", "Function keys"}, shown.functionKeys.on},
+            {{"env", "Environment"}, std::move(variables)},
+            {{"before", "Command before it"}, shown.launch.before.value_or("")},
             {{"fixed", "Can't be changed"}, std::move(fixed)}};
+}
+
+Result<> enterLaunchOptions(Window& window, const PropertyChanges& changes) {
+    Result<> entered;
+    for (const std::string& name : changes.unset) {
+        if (entered) entered = window.setVariable(name, std::nullopt);
+    }
+    for (const std::string& variable : changes.variables) {
+        const std::size_t equals = variable.find('=');
+        if (equals == std::string::npos) return Failure{"--env takes KEY=VALUE, not " + variable + "."};
+        if (entered) entered = window.setVariable(variable.substr(0, equals), variable.substr(equals + 1));
+    }
+    if (entered && changes.before) entered = window.typeCommandBefore(*changes.before);
+    return entered;
 }
 
 /// Does what the user of the window would do.
@@ -128,16 +145,16 @@ Result<> enter(Window& window, const PropertyChanges& changes) {
         if (control.word && !control.change())
             return Failure{std::string("--") + control.name + " can't be changed for this item."};
     }
-    return {};
+    return enterLaunchOptions(window, changes);
 }
 
 bool asksForAnything(const PropertyChanges& changes) {
     for (const auto* change :
          {&changes.name, &changes.version, &changes.icon, &changes.run, &changes.description, &changes.window,
-          &changes.tray, &changes.helvetica, &changes.highQuality, &changes.functionKeys}) {
+          &changes.tray, &changes.helvetica, &changes.highQuality, &changes.functionKeys, &changes.before}) {
         if (*change) return true;
     }
-    return false;
+    return !changes.variables.empty() || !changes.unset.empty();
 }
 
 }  // namespace
@@ -161,6 +178,10 @@ int properties(Session& session, const std::string& app, const PropertyChanges& 
         });
         if (ended != done) result = ended;
         if (ended == cancelled || ended == unanswered) return ended;
+    }
+    if (changes.before) {
+        const auto words = runnableCommand(*changes.before, host().searchPath);
+        if (!words) session.console().say(words.error().message());
     }
     printRecord(session.console(), shownBy(window));
     return result;

@@ -31,6 +31,7 @@ Session::Session(Output output, Answers answers)
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signal(SIGPIPE, SIG_IGN);
     host_ = std::make_unique<Host>(optionsOfProcess(), interface_);
+    for (const std::string& note : host_->notes) console_.say(note);
     EmbeddedSites::completeFromSettings();
     host_->workQueues.setExceptionHandler([this](const std::exception_ptr& exception) { keep(exception); });
     // A request that has an effect is the user's, unless the loop below makes it.

@@ -105,6 +105,30 @@ void addEngineCommands(CLI::App& app, Parsed& parsed) {
         [&] { parsed.command = [&](Session& session) { return convertEngine(session, parsed.name); }; });
     CLI::App* add = engine->add_subcommand("add-system", "pack this machine's Wine as an engine");
     add->add_flag("--full", parsed.full, "a self-contained copy");
+    CLI::App* bring = engine->add_subcommand("add", "make an engine of any build of Wine");
+    bring->add_option("PLACE", parsed.path, "its folder, or an archive of it")->required();
+    CLI::Option* name = bring->add_option("--name", parsed.name, "the end of its name, or the whole of it");
+    bring->callback([&, name] {
+        parsed.command = [&, isNamed = name->count() > 0](Session& session) {
+            return cli::addEngine(session, parsed.path, isNamed ? std::optional(parsed.name) : std::nullopt);
+        };
+    });
+    CLI::App* remove = engine->add_subcommand("remove", "remove an engine from this computer");
+    remove->add_option("NAME", parsed.name, "the engine's name")->required();
+    remove->add_flag("--in-use", parsed.full, "also when wrappers use it, which keep theirs");
+    remove->callback([&] {
+        parsed.command = [&](Session& session) {
+            return removeEngine(session, parsed.name, parsed.full ? InUse::removed : InUse::kept);
+        };
+    });
+    CLI::App* change = engine->add_subcommand("change", "give a wrapper another engine");
+    change->add_option("APP", parsed.app, "the wrapper")->required();
+    change->add_option("NAME", parsed.name, "the engine's name")->required();
+    change->callback([&] {
+        parsed.command = [&](Session& session) {
+            return cli::changeEngine(session, parsed.app, parsed.name);
+        };
+    });
     add->callback([&] {
         parsed.command = [&](Session& session) {
             return addSystemEngine(session, parsed.full ? EngineKind::full : EngineKind::thin);

@@ -125,6 +125,11 @@ void addPropertiesCommand(CLI::App& app, Parsed& parsed) {
     addSwitch("--helvetica", changes.helvetica, "Helvetica Neue in dialogs");
     addSwitch("--high-quality", changes.highQuality, "the mode for screens of high resolution");
     addSwitch("--fn", changes.functionKeys, "F1 to F12 act as function keys");
+    properties->add_option("--env", changes.variables, "KEY=VALUE: an environment variable of the program")
+        ->allow_extra_args(false);
+    properties->add_option("--unset", changes.unset, "a variable that goes again")->allow_extra_args(false);
+    properties->add_option("--before", changes.before,
+                           "a command that runs the program, as \"gamescope -f --\"; empty for none");
     properties->callback([&] {
         parsed.command = [&](Session& session) {
             return withInstalledApp(session, parsed.app, [&](const std::string& item) {

@@ -49,6 +49,22 @@ std::optional<std::string> typeOfModel(const std::optional<std::string>& model) 
     return type;
 }
 
+/// What a program prints that may be missing here; empty then.
+std::string reportOf(const std::string& program, const std::vector<std::string>& arguments) {
+    if (!MVTask::getPathOfProgram(program)) return "";
+    return MVTask::outputOf(MVTask::runProgram(program, "/", arguments, Wait::yes));
+}
+
+std::optional<std::string> described(const std::string& renderer, const std::vector<std::string>& driver,
+                                     const std::string& version) {
+    if (renderer.empty()) return std::nullopt;
+    std::string text = renderer;
+    for (const std::string& part : driver) {
+        if (!part.empty() && !MVString::contains(text, part)) text += ", " + part;
+    }
+    return version.empty() ? text : localized("%@, version %@", {text, version});
+}
+
 std::string readSystemVersion() {
     const auto properties =
         property_lists::read(host().folders.systemRoot + "/System/Library/CoreServices/SystemVersion.plist");
@@ -182,6 +198,34 @@ bool isSystemMacOsEqualOrSuperiorTo(std::string_view version) {
         if (our != want) return our > want;
     }
     return ours.size() >= wanted.size();
+}
+
+std::optional<std::string> vulkanRenderer() {
+    const std::string report = reportOf("vulkaninfo", {"--summary"});
+    // The first device is the one that games take unless they are told otherwise.
+    const auto device = report.find("GPU0:");
+    if (device == std::string::npos) return std::nullopt;
+    const auto value = [&, lines = MVString::split(report.substr(device), "\n")](const std::string& name) {
+        for (const std::string& line : lines) {
+            const std::string text = MVString::trimmed(line);
+            const auto equals = text.find('=');
+            if (equals != std::string::npos && MVString::trimmed(text.substr(0, equals)) == name)
+                return MVString::trimmed(text.substr(equals + 1));
+        }
+        return std::string();
+    };
+    std::string version = value("apiVersion");
+    // "4206830 (1.3.238)" of older ones.
+    if (const auto bracket = version.find('('); bracket != std::string::npos)
+        version = MVString::split(version.substr(bracket + 1), ")").front();
+    return described(value("deviceName"), {value("driverName"), value("driverInfo")}, version);
+}
+
+std::optional<std::string> openGlRenderer() {
+    const std::string report = reportOf("glxinfo", {"-B"});
+    return described(valueInReport("OpenGL renderer string", report),
+                     {valueInReport("OpenGL vendor string", report)},
+                     valueInReport("OpenGL version string", report));
 }
 
 std::string hardwareReport() {

@@ -31,6 +31,11 @@ namespace morvane::NSComputerInformation {
 /// neither is known.
 [[nodiscard]] std::optional<std::string> systemName();
 
+/// What draws for programs: "Mesa Intel(R) UHD 620, Mesa 22.3.6, version 1.3.230". Nothing where the program
+/// that tells (`vulkaninfo`, `glxinfo`) is not installed, or where there is none.
+[[nodiscard]] std::optional<std::string> vulkanRenderer();
+[[nodiscard]] std::optional<std::string> openGlRenderer();
+
 /// What `system_profiler SPHardwareDataType` prints; not kept.
 [[nodiscard]] std::string hardwareReport();
 /// The value behind "label: " in a report, up to the line break; empty when it has none.

@@ -4,6 +4,7 @@
 
 #include "foundation/settings.h"
 #include "platform/files.h"
+#include "platform/older_library.h"
 #include "runtime/system_engine.h"
 #include "server/catalogue_publish.h"
 #include "server/catalogue_server.h"
@@ -23,6 +24,7 @@ void complete(std::string& site, const settings::Key<std::string>& setting) {
 Host::Options optionsOfProcess() {
     Host::Options options;
     options.folders = Folders::fromEnvironment();
+    options.notes = settleLibrary(options.folders);
     options.sites = Sites::fromEnvironment();
     options.searchPath = environmentVariable("PATH");
     return options;

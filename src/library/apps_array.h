@@ -35,7 +35,13 @@ inline constexpr const char* gamesFolderName = "Games.localized/";
 
 enum class CustomEXE { no, yes };
 enum class SavingOrder { no, yes };
-enum class RemovedFrom { list, disk };
+/// From the disk means into the trash, where there is one.
+enum class RemovedFrom { list, disk, diskPermanently };
+/// What has become of a removed item on the disk.
+struct Removal {
+    bool inTrash = false;
+    std::uint64_t bytes = 0;  ///< that it took, where it has gone to the trash
+};
 
 class NSAppsArray {
   public:
@@ -103,14 +109,16 @@ class NSAppsArray {
     /// Nothing for an index that is not in the list as loaded.
     void moveLocalPortAtIndex(std::size_t from, std::size_t to);
 
-    /// Asks; the action runs on the main thread: for the list only at once, else when the background has
+    /// Asks; what goes from the disk goes to the trash; the action runs on the main thread: for the list only at once, else when the background has
     /// deleted what is to go. From the disk goes what lies at the path, a link itself, and the links in the
     /// apps folders that led into it. Only what ends in ".app" or ".boxer" is ever removed, and never the
     /// home folder, a folder above it or a path that is not plain: that is told, and the action runs all the
     /// same.
     static void shouldRemoveLocalPort(const std::string& path, std::function<void()> action);
-    /// The same once it is known from where; from the disk still asks whether that is meant.
-    static void removeFrom(RemovedFrom from, const std::string& path, std::function<void()> action);
+    /// The same once it is known from where; from the disk still asks whether that is meant, and says what goes
+    /// into the trash and how large it is. Where the trash can't take it, nothing goes without another question.
+    static void removeFrom(RemovedFrom from, const std::string& path,
+                           std::function<void(const Removal&)> action);
     /// The library's add action: the chooser, then each chosen application is added (the completion follows
     /// each) and each port description goes to `installCki`.
     void addByHand(const std::function<void(const std::string& cki)>& installCki,

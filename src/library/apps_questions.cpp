@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "foundation/alerts.h"
+#include "foundation/file_manager.h"
+#include "foundation/formats.h"
 #include "foundation/localization.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
@@ -11,6 +13,7 @@
 #include "library/moved_apps.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "platform/trash.h"
 
 namespace morvane {
 
@@ -46,6 +49,26 @@ bool deleteFromDisk(const std::string& path) {
     return true;
 }
 
+bool isMeantForEver(const std::string& whyNoTrash) {
+    const std::string question = localized(
+        "Are you sure that you want to remove that app permanently from the disk? That action "
+        "cannot be undone.");
+    return MVAlert::showBooleanAlertMessageWithIconNamed(
+        whyNoTrash.empty() ? question
+                           : localized("The trash can't take that app: %@", {whyNoTrash}) + "\n\n" + question,
+        "Warning", "Fatal", false);
+}
+
+bool isMeantForTrash(std::uint64_t bytes) {
+    return MVAlert::showBooleanAlertMessageWithIconNamed(
+        localized(
+            "Are you sure that you want to move that app (%@) to the trash? It takes its space there until "
+            "you empty it.",
+            {NSUtilities::humanReadableSizeForBytes(static_cast<std::int64_t>(bytes),
+                                                    DecimalMeasureSystem::yes)}),
+        "Warning", "Fatal", false);
+}
+
 bool isApplication(const std::string& path) {
     return path.ends_with(".app") || path.ends_with(".boxer");
 }
@@ -68,23 +91,30 @@ void NSAppsArray::shouldRemoveLocalPort(const std::string& path, std::function<v
     dialog.buttons = {localized("List Only"), localized("Remove from Disk"), localized("Cancel")};
     dialog.style = Dialog::Style::critical;
     const std::size_t button = MVAlert::showDialog(dialog).button;
-    if (button == listOnly) return removeFrom(RemovedFrom::list, path, std::move(action));
-    if (button == fromDisk) removeFrom(RemovedFrom::disk, path, std::move(action));
+    if (button != listOnly && button != fromDisk) return;
+    removeFrom(button == listOnly ? RemovedFrom::list : RemovedFrom::disk, path,
+               [action = std::move(action)](const Removal&) { action(); });
 }
 
-void NSAppsArray::removeFrom(RemovedFrom from, const std::string& path, std::function<void()> action) {
-    if (from == RemovedFrom::list) return action();
-    if (!MVAlert::showBooleanAlertMessageWithIconNamed(
-            localized("Are you sure that you want to remove that app permanently from the disk? That action "
-                      "cannot be undone."),
-            "Warning", "Fatal", false)) {
-        return;
-    }
+void NSAppsArray::removeFrom(RemovedFrom from, const std::string& path,
+                             std::function<void(const Removal&)> action) {
+    if (from == RemovedFrom::list) return action({});
+    // Of a link, only the link goes.
+    const bool toTrash =
+        from == RemovedFrom::disk && mayBeDeleted(path) && files::kindOf(path) == files::Kind::folder;
+    Removal removal;
+    if (toTrash) removal.bytes = MVFileManager::sizeOfDirectoryAtPath(path);
+    if (!(toTrash ? isMeantForTrash(removal.bytes) : isMeantForEver(""))) return;
     MVThread::dispatchQueueWithName("app.morvane.removeFromDisk", Priority::normal,
-                                    [path, action = std::move(action)] {
-                                        const bool wasApp = deleteFromDisk(path);
-                                        MVThread::dispatchBlockInMainQueue([path, action, wasApp] {
-                                            action();
+                                    [path, removal, toTrash, action = std::move(action)]() mutable {
+                                        if (toTrash) {
+                                            const auto taken = trash::take(path, host().folders);
+                                            removal.inTrash = taken.has_value();
+                                            if (!taken && !isMeantForEver(taken.error().message())) return;
+                                        }
+                                        const bool wasApp = removal.inTrash || deleteFromDisk(path);
+                                        MVThread::dispatchBlockInMainQueue([path, action, wasApp, removal] {
+                                            action(removal);
                                             // After the action: the library tells from where a link leads what it was.
                                             if (wasApp)
                                                 moved_apps::removeDeadLinksInto(path, validAppsFolders());

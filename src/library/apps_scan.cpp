@@ -8,6 +8,7 @@
 #include "foundation/file_manager.h"
 #include "foundation/text.h"
 #include "platform/files.h"
+#include "platform/private_folder.h"
 #include "wrapper/wrapper.h"
 
 namespace morvane {
@@ -64,6 +65,9 @@ class Scan {
         if (LibraryItem::isBoxerName(name))
             add(NSAppsArray::generateDictionaryForWrapper(path, CustomEXE::no));
         const files::Kind kind = files::kindOf(path);
+        if (kind == files::Kind::folder && files::PrivateFolder::isOne(name)) {
+            return;  // a wrapper that is being made
+        }
         if (kind == files::Kind::folder) {
             folders_.push_back(path);
         } else if (kind == files::Kind::link && MVFileManager::directoryExistsAtPath(path)) {

@@ -1,11 +1,11 @@
 #include "platform/folders.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+
+#include "platform/files.h"
+#include "platform/user_folders.h"
 
 namespace morvane {
 
@@ -27,16 +27,6 @@ std::string namedFolder(const std::string& name) {
     return withoutFinalSlash(std::filesystem::weakly_canonical(std::filesystem::absolute(name)).string());
 }
 
-std::string homeFolder() {
-    // Never the real home in place of a relative one: who names a folder wants to keep the two apart.
-    const std::string own = environmentVariable("MORVANE_HOME");
-    if (!own.empty()) return namedFolder(own);
-    std::string home = environmentVariable("HOME");
-    if (home.starts_with("/")) return withoutFinalSlash(std::move(home));
-    const passwd* user = getpwuid(getuid());
-    return user != nullptr ? withoutFinalSlash(user->pw_dir) : "/";
-}
-
 std::string resourcesFolder() {
     const std::string configured = environmentVariable("MORVANE_RESOURCES");
     if (!configured.empty()) return namedFolder(configured);
@@ -49,22 +39,33 @@ std::string resourcesFolder() {
 
 Folders Folders::fromEnvironment() {
     Folders folders;
-    folders.home = homeFolder();
-    // A home of its own is a world of its own: nothing of the machine's shared folders is touched then.
-    const bool ownWorld = !environmentVariable("MORVANE_HOME").empty();
-    folders.applications =
-        !ownWorld && isFolder("/Applications") ? "/Applications" : folders.home + "/Applications";
-    if (ownWorld && isFolder(folders.home + "/Volumes")) folders.volumes = folders.home + "/Volumes";
-    const std::string cache = environmentVariable("XDG_CACHE_HOME");
-    folders.temporary = ownWorld                 ? folders.home + "/Library/Caches/Morvane"
-                        : cache.starts_with("/") ? withoutFinalSlash(cache) + "/morvane"
-                                                 : folders.home + "/.cache/morvane";
-    folders.temporary += "/passing";
+    // A home of its own is a world of its own: nothing of the machine's shared folders is touched then, and
+    // never is it the real home in place of a relative one: who names a folder wants to keep the two apart.
+    const std::string own = environmentVariable("MORVANE_HOME");
+    if (!own.empty()) {
+        folders.home = folders.library = namedFolder(own);
+        folders.applications = folders.home + "/Applications";
+        if (isFolder(folders.home + "/Volumes")) folders.volumes = folders.home + "/Volumes";
+        folders.temporary = folders.home + "/Library/Caches/Morvane/passing";
+        folders.verbsCache = folders.home + "/.cache/winetricks";
+        folders.applicationData = folders.home + "/.local/share";
+        folders.desktop = folders.home + "/Desktop";
+        folders.downloads = folders.home + "/Downloads";
+    } else {
+        folders.home = user_folders::home();
+        folders.applications =
+            isFolder("/Applications") ? "/Applications" : files::join(folders.home, "Applications");
+        const std::string cache = user_folders::base("XDG_CACHE_HOME", folders.home, ".cache");
+        folders.temporary = cache + "/morvane/passing";
+        folders.verbsCache = cache + "/winetricks";
+        folders.applicationData = user_folders::base("XDG_DATA_HOME", folders.home, ".local/share");
+        folders.library = folders.applicationData + "/morvane";
+        folders.desktop = user_folders::named("DESKTOP", folders.home, "Desktop");
+        folders.downloads = user_folders::named("DOWNLOAD", folders.home, "Downloads");
+    }
     folders.sharedTemporary = "/tmp";
     folders.resources = resourcesFolder();
     folders.programs = folders.resources + "/programs";
-    folders.desktop = folders.home + "/Desktop";
-    folders.downloads = folders.home + "/Downloads";
     return folders;
 }
 

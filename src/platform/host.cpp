@@ -19,13 +19,15 @@ Host::Host(Options options, UserInterface& ui)
     : folders(std::move(options.folders)),
       sites(std::move(options.sites)),
       searchPath(options.searchPath + (options.searchPath.empty() ? "" : ":") + folders.programs),
+      notes(std::move(options.notes)),
       userInterface(ui),
-      defaults(folders.home + "/Library/Preferences/app.morvane.plist"),
-      log(folders.home + "/Library/Logs/Morvane/morvane.log"),
+      defaults(folders.library + "/Library/Preferences/app.morvane.plist"),
+      log(folders.library + "/Library/Logs/Morvane/morvane.log"),
       reachability_(std::move(options.reachability)),
       previous_(std::exchange(currentHost, this)) {
     pictures::settleOnMainThread();
-    for (const std::string& folder : {folders.temporary, folders.sharedTemporary})
+    for (const std::string& note : notes) log.write(Log::Level::warning, note);
+    for (const std::string& folder : {folders.temporary, folders.sharedTemporary, folders.applications})
         files::PrivateFolder::removeLeftovers(folder);
 }
 

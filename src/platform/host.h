@@ -49,6 +49,8 @@ class Host {
         Folders folders;
         Sites sites;
         std::string searchPath;  ///< `PATH`; the programs folder is added at its end
+        /// What the user is to be told first of all, line by line.
+        std::vector<std::string> notes;
         /// Stands in for `isHostReachable` where set.
         std::function<bool(const std::string& host)> reachability;
     };
@@ -61,6 +63,7 @@ class Host {
     const Folders folders;
     Sites sites;
     const std::string searchPath;
+    const std::vector<std::string> notes;  ///< of the options; a front end tells them when it can
     UserInterface& userInterface;
     MainQueue mainQueue;
     WorkQueues workQueues;

@@ -14,7 +14,8 @@ namespace morvane::files {
 
 namespace {
 
-constexpr std::string_view passing = "morvane-passing-", kept = "morvane-kept-";
+constexpr std::string_view passing = "morvane-passing-", hidden = ".morvane-passing-",
+                           kept = "morvane-kept-";
 
 Failure lastFailure(const std::string& path) {
     return {.what = path, .why = std::generic_category().message(errno)};
@@ -62,9 +63,24 @@ Result<PrivateFolder> PrivateFolder::make(const std::string& folder) {
     return makeInShared(folder);
 }
 
+Result<PrivateFolder> PrivateFolder::makeFor(const std::string& destination, const std::string& own) {
+    struct stat there {}, here {};
+    auto folder = make(own);
+    const bool isElsewhere = ::stat(destination.c_str(), &there) == 0 &&
+                             ::stat(own.c_str(), &here) == 0 && there.st_dev != here.st_dev;
+    if (!folder || !isElsewhere) return folder;
+    removeLeftovers(destination);
+    auto beside = makeIn(destination, hidden);
+    return beside ? std::move(beside) : std::move(folder);
+}
+
 Result<PrivateFolder> PrivateFolder::makeInShared(const std::string& folder) {
+    return makeIn(folder, passing);
+}
+
+Result<PrivateFolder> PrivateFolder::makeIn(const std::string& folder, std::string_view beginning) {
     for (;;) {
-        auto made = createTemporaryFolder(folder, std::string(passing));
+        auto made = createTemporaryFolder(folder, std::string(beginning));
         if (!made) return Failure{folder, made.error().why};
         auto path = *std::move(made);
         Descriptor lock = openOwn(path);
@@ -84,17 +100,21 @@ const std::string& PrivateFolder::path() const {
 
 Result<std::string> PrivateFolder::keep() {
     const std::string name = lastComponent(state_->path);
-    const std::string place = join(parent(state_->path), std::string(kept) + name.substr(passing.size()));
+    const std::string place = join(parent(state_->path), std::string(kept) + name.substr(name.rfind('-') + 1));
     if (const auto moved = move(state_->path, place); !moved) return Failure{place, moved.error().why};
     state_->path.clear();
     return place;
+}
+
+bool PrivateFolder::isOne(std::string_view name) {
+    return name.starts_with(passing) || name.starts_with(hidden);
 }
 
 void PrivateFolder::removeLeftovers(const std::string& folder) {
     const auto names = list(folder);
     if (!names) return;
     for (const std::string& name : *names) {
-        if (!name.starts_with(passing)) continue;
+        if (!isOne(name)) continue;
         const std::string path = join(folder, name);
         const Descriptor lock = openOwn(path);
         if (lock.valid() && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0) static_cast<void>(remove(path));

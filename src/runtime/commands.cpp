@@ -75,8 +75,7 @@ int installerCommand(const WrapperBundle& bundle, const Arguments& arguments, Ch
     const auto call =
         output == ChildOutput::log ? callFor(bundle, program, rest) : consoleCallFor(bundle, program, rest);
     if (!call) return report(call.error());
-    const auto& [wineArguments, folder] = *call;
-    const int status = session.wine(wineArguments, folder, Display::shown);
+    const int status = session.wine(call->arguments, call->runFolder, Display::shown);
     session.waitForInstaller(installerPatience());
     return session.stopped() != 0 ? session.stopped() : status;
 }
@@ -121,7 +120,8 @@ void beginLogs(const WrapperBundle& bundle, const WineCall& call) {
     if (version) engine = *version;
     std::string wine = "Wrapper: " + bundle.wrapper.path() +
                        "\nEngine: " + engine.substr(0, engine.find('\n')) + "\nCommand:";
-    for (const std::string& argument : call.arguments) wine += " [" + argument + "]";
+    for (const auto* words : {&call.before, &call.arguments})
+        for (const std::string& word : *words) wine += " [" + word + "]";
     std::string display = "DISPLAY=" + environmentVariable("DISPLAY") +
                           "\nWAYLAND_DISPLAY=" + environmentVariable("WAYLAND_DISPLAY") +
                           "\nXDG_SESSION_TYPE=" + environmentVariable("XDG_SESSION_TYPE") + "\n";
@@ -141,7 +141,8 @@ int playCommand(const WrapperBundle& bundle, bool debug) {
     const auto call = mainCall(bundle, launch);
     if (!call) return report(call.error());
     applyLimits(launch);
-    const WineCall placed = onDesktop(*call, bundle, launch.screen);
+    WineCall placed = onDesktop(*call, bundle, launch.screen);
+    if (auto added = addOptions(launch.options, session, placed); !added) return report(added);
     if (debug) beginLogs(bundle, placed);
     return play(session, placed);
 }
@@ -166,7 +167,9 @@ int openCommand(const WrapperBundle& bundle, const Arguments& arguments) {
         found.arguments = {"start.exe", "/wait", "/unix", path};
     }
     applyLimits(launch);
-    return play(session, onDesktop(found, bundle, launch.screen));
+    WineCall placed = onDesktop(found, bundle, launch.screen);
+    if (auto added = addOptions(launch.options, session, placed); !added) return report(added);
+    return play(session, placed);
 }
 
 struct Command {

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "platform/files.h"
+#include "platform/folders.h"
 #include "runtime/prefix.h"
 #include "runtime/screen.h"
 #include "runtime/windows_programs.h"
@@ -70,11 +71,13 @@ Result<WineCall> callFor(const WrapperBundle& bundle, const std::string& program
             return callFor(bundle, line->program, joined(splitArguments(line->arguments), arguments));
         }
     }
-    if (extension == "msi") return WineCall{joined({"msiexec.exe", "/i", path}, arguments), folder};
+    if (extension == "msi")
+        return WineCall{.arguments = joined({"msiexec.exe", "/i", path}, arguments), .runFolder = folder};
     if (extension != "exe") return WineCall{joined({"start.exe", "/wait", "/unix", path}, arguments), folder};
     if (!beginsAsProgram(path)) return Failure{path + " is not a Windows program."};
     const Machine machine = machineOf(path);
-    if (!prefixRuns(bundle.wrapper.prefix(), machine)) return wrongMachine(path, machine);
+    if (!prefixRuns(bundle.wrapper.prefix(), machine) || !engineRuns(bundle.wrapper.engine(), machine))
+        return wrongMachine(path, machine);
     return WineCall{joined({isWindowsPath(program) ? program : path}, arguments), folder};
 }
 
@@ -105,7 +108,7 @@ Result<WineCall> mainCall(const WrapperBundle& bundle, const LaunchSettings& set
     const auto path = hostPathOf(bundle.wrapper.prefix(), "C:" + settings.program);
     std::vector<std::string> arguments{"start.exe", "/wait", "/unix", path.value_or(settings.program)};
     arguments.insert(arguments.end(), call->arguments.begin() + 1, call->arguments.end());
-    return WineCall{std::move(arguments), call->runFolder};
+    return WineCall{.arguments = std::move(arguments), .runFolder = call->runFolder};
 }
 
 WineCall onDesktop(WineCall call, const WrapperBundle& bundle, const ScreenMode& screen) {
@@ -139,9 +142,25 @@ void applyLimits(const LaunchSettings& settings) {
     }
 }
 
+Result<> addOptions(const LaunchOptions& options, WineSession& session, WineCall& call) {
+    const auto own = options.environment.find("PATH");
+    const std::string path = own != options.environment.end() ? own->second : environmentVariable("PATH");
+    auto words = runnableCommand(options.before.value_or(""), path);
+    if (!words) return words.error();
+    call.before = *std::move(words);
+    session.addVariables(options.environment);
+    return {};
+}
+
 int play(WineSession& session, const WineCall& call) {
     const std::string stamp = updateStampOf(session.bundle());
-    const int status = session.wine(call.arguments, call.runFolder, Display::shown);
+    const auto run = [&] {
+        if (call.before.empty()) return session.wine(call.arguments, call.runFolder, Display::shown);
+        std::vector<std::string> words(call.before.begin() + 1, call.before.end());
+        words.push_back(session.bundle().wrapper.engineBin() + "/wine");
+        return session.program(call.before.front(), joined(std::move(words), call.arguments), call.runFolder);
+    };
+    const int status = run();
     session.waitForAll();
     // A newer Wine on this machine refreshed the drive at this start, debug information and all.
     if (!session.joined() && updateStampOf(session.bundle()) != stamp) slimPrefix(session.bundle());

@@ -14,6 +14,7 @@ namespace morvane::runtime {
 struct WineCall {
     std::vector<std::string> arguments;
     std::string runFolder;
+    std::vector<std::string> before = {};  ///< a command that runs Wine; empty: none
     bool operator==(const WineCall&) const = default;
 };
 
@@ -32,6 +33,10 @@ struct WineCall {
 
 /// "Disable CPUs" and "set max files", for this process and every program it starts.
 void applyLimits(const LaunchSettings& settings);
+
+/// Gives the session the user's variables, and the call the command before it. A failure, for the user, when
+/// that is not there.
+[[nodiscard]] Result<> addOptions(const LaunchOptions& options, WineSession& session, WineCall& call);
 
 /// Runs the call, waits until every program of the wrapper has ended, and gives the exit status of the call.
 int play(WineSession& session, const WineCall& call);

@@ -1,6 +1,5 @@
 #include "runtime/system_engine.h"
 
-#include <array>
 #include <optional>
 #include <string_view>
 
@@ -8,6 +7,7 @@
 #include "platform/host.h"
 #include "platform/process.h"
 #include "runtime/builtin_files.h"
+#include "runtime/engine_layout.h"
 
 namespace morvane::runtime {
 namespace {
@@ -16,10 +16,6 @@ constexpr const char* noWine =
     "There is no Wine on this computer. Install it (package wine, and wine32 for 32-bit programs), or bring "
     "an engine "
     "archive.";
-
-/// The tools that menu scripts, winetricks and users call by name; each is a program that Wine itself brings.
-constexpr std::array tools{"wineboot", "winecfg", "wineconsole", "winedbg", "winefile",
-                           "winepath", "msiexec", "notepad",     "regedit", "regsvr32"};
 
 /// The first program of that name on the search path. Links stay: the distribution may point them elsewhere
 /// later.
@@ -35,20 +31,6 @@ bool isElf(const std::string& path) {
     return bytes && bytes->starts_with(
                         "\x7f"
                         "ELF");
-}
-
-Result<> runProgram(const std::string& name, const std::string& runFolder, std::vector<std::string> arguments,
-                    Cancellation& cancellation) {
-    const auto program = programNamed(name);
-    if (!program) return Failure{"The program " + name + " is missing."};
-    ProcessRequest request;
-    request.program = *program;
-    request.arguments = std::move(arguments);
-    request.runFolder = runFolder;
-    request.cancellation = &cancellation;
-    const auto result = processes::run(request);
-    if (!result || !result->ending.succeeded()) return Failure{"The program " + name + " failed."};
-    return {};
 }
 
 /// Where this machine's Wine lies. Distributions wrap both programs in scripts, which look for the real ones
@@ -95,36 +77,16 @@ Result<SystemWine> findWine() {
     return SystemWine{*wine, *realLoader, *realServer, *libraries, *data};
 }
 
-/// Quoted for a shell script.
-std::string quoted(std::string_view text) {
-    std::string result = "'";
-    for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return result + "'";
-}
-
-/// `exec COMMAND "$@"`: a link to the loader would look for its libraries in the wrong place.
-Result<> writeScript(const std::string& path, const std::string& command) {
-    const std::string script = "#!/bin/sh\nexec " + command + " \"$@\"\n";
-    if (const auto done = files::write(path, script, files::Atomically::no); !done) return done;
-    return files::setPermissions(path, 0755);
-}
-
 /// The scripts of both kinds. `wine` is a command for the shell, `server` the destination of a link.
 Result<> writePrograms(const std::string& bin, const std::string& wine, const std::string& server) {
     // The real server under a name with the ending that stopping looks for. Without clients it ends at once
     // (-p0).
     if (const auto done = files::createSymbolicLink(bin + "/CaskeryWineserver", server); !done) return done;
-    const std::string here = "\"${0%/*}\"/";
-    if (auto written = writeScript(bin + "/wineserver", here + "CaskeryWineserver -p0"); !written)
-        return written;
+    if (auto written = writeServerScript(bin); !written) return written;
     for (const char* name : {"wine", "wine64", "CaskeryWine"}) {
         if (auto written = writeScript(bin + "/" + name, wine); !written) return written;
     }
-    for (const char* tool : tools) {
-        if (auto written = writeScript(bin + "/" + tool, here + "wine " + tool + ".exe"); !written)
-            return written;
-    }
-    return {};
+    return writeToolScripts(bin);
 }
 
 Result<> layOutThin(const std::string& bundle, const SystemWine& wine) {
@@ -159,18 +121,8 @@ Result<> layOutFull(const std::string& bundle, const SystemWine& wine, Cancellat
     cutDebugInformationBelow(librariesCopy);
     if (const auto done = files::createFolder(bundle + "/bin", true); !done) return done;
     const std::string up = "..";
-    return writePrograms(bundle + "/bin", "\"${0%/*}\"/" + quoted(up + loaderCopy.substr(bundle.size())),
+    return writePrograms(bundle + "/bin", scriptsFolder + quoted(up + loaderCopy.substr(bundle.size())),
                          up + serverCopy.substr(bundle.size()));
-}
-
-/// Packs the bundle in `work` into `<name>.tar.7z` there.
-Result<> pack(const std::string& work, const std::string& name, Cancellation& cancellation) {
-    const std::string tar = name + ".tar";
-    auto packed =
-        runProgram("tar", work, {"--owner=0", "--group=0", "--numeric-owner", "-cf", tar, "ckwine.bundle"},
-                   cancellation);
-    if (!packed) return packed;
-    return runProgram("7z", work, {"a", "-bd", "-bso0", "-mx=1", tar + ".7z", tar}, cancellation);
 }
 
 /// A folder that is removed at the end.
@@ -217,7 +169,7 @@ Result<std::string> packSystemEngine(const std::string& folder, SystemEngine kin
     if (!laidOut) return laidOut.error();
     if (const auto done = files::write(bundle + "/version", engine + "\n", files::Atomically::no); !done)
         return done.error();
-    if (const auto packed = pack(work.path, engine, cancellation); !packed) return packed.error();
+    if (const auto packed = packEngine(work.path, engine, cancellation); !packed) return packed.error();
 
     const std::string destination = files::join(folder, archive);
     static_cast<void>(files::remove(destination));

@@ -104,17 +104,22 @@ bool isNameable(const std::string& path) {
     return std::none_of(path.begin(), path.end(), isForbidden) && isUtf8(path);
 }
 
-std::string linkTo(const std::string& prefix, const std::string& name) {
-    const std::string runtime = environmentVariable("XDG_RUNTIME_DIR"), user = std::to_string(::getuid());
-    const std::string base = !runtime.empty() && isNameable(runtime) ? runtime : "/tmp";
-    const std::string folder = base + "/caskery-" + user, link = folder + "/" + name;
-    ::mkdir(folder.c_str(), 0700);
-    struct stat information {};
-    const bool ours = ::lstat(folder.c_str(), &information) == 0 && S_ISDIR(information.st_mode) &&
-                      information.st_uid == ::getuid() && (information.st_mode & 077) == 0;
-    if (!ours) return prefix;
-    if (files::kindOf(link) == files::Kind::link) return link;
-    return files::createSymbolicLink(link, prefix) ? link : prefix;
+/// The folder of our own in which such links lie as long as they are used, closed to everybody else; empty
+/// where there is none that a prefix could lie in.
+std::string folderOfLinks() {
+    const std::string runtime = environmentVariable("XDG_RUNTIME_DIR");
+    const std::string cache = files::parent(Folders::fromEnvironment().temporary);
+    for (const std::string& base : {runtime, cache}) {
+        if (!base.starts_with('/') || !isNameable(base)) continue;
+        const std::string folder = base + "/caskery-" + std::to_string(::getuid());
+        static_cast<void>(files::createFolder(base, true));
+        ::mkdir(folder.c_str(), 0700);
+        struct stat information {};
+        const bool ours = ::lstat(folder.c_str(), &information) == 0 && S_ISDIR(information.st_mode) &&
+                          information.st_uid == ::getuid() && (information.st_mode & 077) == 0;
+        if (ours) return folder;
+    }
+    return "";
 }
 
 /// The character set of a locale by its name; empty for one that this machine does not have.
@@ -170,12 +175,12 @@ std::vector<PrefixProcess> processesOf(const std::string& prefix) {
         const std::string program = files::lastComponent(*link);
         if (!program.starts_with("wine")) continue;
         const auto variables = splitAtNul(procFile(name, "environ"));
-        const bool ours = std::any_of(variables.begin(), variables.end(), [&](const std::string& one) {
+        const auto told = std::find_if(variables.begin(), variables.end(), [&](const std::string& one) {
             return one.starts_with(variable) && files::resolved(one.substr(variable.size())) == wanted;
         });
-        if (!ours) continue;
+        if (told == variables.end()) continue;
         PrefixProcess process{std::stoi(name), procFile(name, "comm"), procFile(name, "cmdline"),
-                              program.starts_with("wineserver")};
+                              program.starts_with("wineserver"), told->substr(variable.size())};
         while (process.name.ends_with('\n')) process.name.pop_back();
         std::replace(process.command.begin(), process.command.end(), '\0', ' ');
         processes.push_back(std::move(process));
@@ -185,8 +190,7 @@ std::vector<PrefixProcess> processesOf(const std::string& prefix) {
 
 WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output)
     : bundle_(std::move(bundle)), log_(std::move(log)), stopBy_(stopBy), output_(output) {
-    prefix_ = bundle_.wrapper.prefix();
-    if (!isNameable(prefix_)) prefix_ = linkTo(prefix_, bundle_.serverName());
+    prefix_ = nameOfPrefix();
     if (!usable()) return;
     // Signal 0 only asks whether there is one.
     joined_ = quietly(server(), {"-k0"}, serverPatience) == 0;
@@ -199,6 +203,32 @@ WineSession::~WineSession() {
         static_cast<void>(files::remove(link));
         ::rmdir(files::parent(link).c_str());
     }
+}
+
+std::string WineSession::linkTo(const std::string& target, const std::string& name) {
+    std::string folder = folderOfLinks();
+    if (folder.empty()) {
+        // Under a name that nobody can foresee: everybody may write there.
+        if (!linksInShared_) {
+            auto made = files::PrivateFolder::makeInShared(Folders::fromEnvironment().sharedTemporary);
+            if (!made) return target;
+            linksInShared_ = *std::move(made);
+        }
+        folder = linksInShared_->path();
+    }
+    const std::string link = files::join(folder, name);
+    if (files::kindOf(link) == files::Kind::link) return link;
+    return files::createSymbolicLink(link, target) ? link : target;
+}
+
+std::string WineSession::nameOfPrefix() {
+    const std::string prefix = bundle_.wrapper.prefix();
+    if (isNameable(prefix)) return prefix;
+    // As the programs that run there already know it.
+    const auto running = processesOf(prefix);
+    const auto named = std::find_if(running.begin(), running.end(),
+                                    [](const PrefixProcess& one) { return isNameable(one.prefix); });
+    return named != running.end() ? named->prefix : linkTo(prefix, bundle_.serverName());
 }
 
 std::string WineSession::nameablePath(const std::string& path) {
@@ -235,6 +265,7 @@ std::map<std::string, std::string> WineSession::environment(Display display) con
         if (equals != std::string_view::npos)
             variables.emplace(text.substr(0, equals), text.substr(equals + 1));
     }
+    for (const auto& [name, value] : variables_) variables[name] = value;
     // A Wine set up in the user's shell is another Wine.
     for (const char* name : {"WINELOADER", "WINESERVER", "WINEDLLPATH", "WINEARCH", "WINEPREFIX"})
         variables.erase(name);
@@ -247,7 +278,7 @@ std::map<std::string, std::string> WineSession::environment(Display display) con
     variables["WINESERVER"] = server();
     // For the winetricks script: our Wine, and the cache where the application has put its downloads.
     variables["WINE"] = bin + "/wine";
-    variables["W_CACHE"] = Folders::fromEnvironment().home + "/.cache/winetricks";
+    variables["W_CACHE"] = Folders::fromEnvironment().verbsCache;
 
     // No desktop entries, and no offer to fetch Mono or Gecko, unless the engine brings them along.
     std::string overrides = "winemenubuilder.exe=d";

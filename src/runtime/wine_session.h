@@ -4,9 +4,11 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/private_folder.h"
 #include "platform/result.h"
 #include "runtime/child_process.h"
 #include "runtime/wrapper_bundle.h"
@@ -21,6 +23,7 @@ struct PrefixProcess {
     std::string name;     ///< as Wine names it: "game.exe", at most 15 characters
     std::string command;  ///< the Windows command line
     bool isServer;        ///< the wineserver
+    std::string prefix;   ///< its WINEPREFIX, as it was told
 };
 /// Wine's processes whose WINEPREFIX is, or leads to, this folder; not the scripts around them, which have it
 /// too.
@@ -38,6 +41,9 @@ class WineSession {
     ~WineSession();
     WineSession(const WineSession&) = delete;
     WineSession& operator=(const WineSession&) = delete;
+
+    /// Variables for every program that is started from here on. What the session itself sets goes before.
+    void addVariables(const std::map<std::string, std::string>& variables) { variables_ = variables; }
 
     /// What is missing before anything can run, in words for the user.
     [[nodiscard]] Result<> usable() const;
@@ -77,6 +83,10 @@ class WineSession {
     int quietly(const std::string& path, const std::vector<std::string>& arguments,
                 std::optional<std::chrono::milliseconds> limit);
     void startServer();
+    /// The prefix, or a link to it that Wine can name.
+    [[nodiscard]] std::string nameOfPrefix();
+    /// The target itself where no link can be made.
+    [[nodiscard]] std::string linkTo(const std::string& target, const std::string& name);
     void stopAsAsked();
     [[nodiscard]] std::string server() const { return bundle_.wrapper.engineBin() + "/wineserver"; }
 
@@ -85,8 +95,10 @@ class WineSession {
     StopBy stopBy_;
     ChildOutput output_;
     StopSignals signals_;
-    std::string prefix_;              ///< as Wine is told
-    std::vector<std::string> links_;  ///< to folders of programs
+    std::map<std::string, std::string> variables_;       ///< the user's, added to our own environment
+    std::string prefix_;                                 ///< as Wine is told
+    std::vector<std::string> links_;                     ///< to folders of programs
+    std::optional<files::PrivateFolder> linksInShared_;  ///< where no folder of our own can hold them
     bool joined_ = false;
     int stopped_ = 0;
 };

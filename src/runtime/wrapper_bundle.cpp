@@ -116,6 +116,7 @@ Result<LaunchSettings> launchSettingsOf(const WrapperBundle& bundle) {
     launch.screen = screenModeOf(getSetting(settings, wrapper_keys::resolution));
     launch.singleCpu = getSetting(wrapperSettings, wrapper_keys::disableCPUs);
     launch.manyFiles = getSetting(wrapperSettings, wrapper_keys::setMaxFiles);
+    launch.options = launchOptionsOf(settings, custom ? &wrapperSettings : nullptr);
     launch.associations = wordsOf(getSetting(wrapperSettings, wrapper_keys::associations));
     return launch;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/result.h"
+#include "wrapper/launch_options.h"
 #include "wrapper/wrapper.h"
 
 namespace morvane::runtime {
@@ -53,6 +54,7 @@ struct LaunchSettings {
     bool singleCpu = false;
     bool manyFiles = false;
     ScreenMode screen;
+    LaunchOptions options;                  ///< the wrapper's as well
     std::vector<std::string> associations;  ///< extensions, lower case, without dots
 };
 /// From Info.plist, or Info.plist.cexe of a Custom EXE application; what only the wrapper has ("Disable

@@ -5,6 +5,8 @@
 #include "foundation/name_patterns.h"
 #include "foundation/text.h"
 #include "platform/files.h"
+#include "platform/host.h"
+#include "wrapper/launch_options.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/program_header.h"
@@ -34,7 +36,8 @@ std::optional<std::string> programOfBatchFile(const std::string& batchFile, cons
 Result<> checkMachine(const std::string& program, const std::string& wrapper) {
     const std::string file = programOfBatchFile(program, wrapper).value_or(program);
     const Machine machine = machineOf(file);
-    if (prefixRuns(wrapper + layout::resources, machine)) return {};
+    if (prefixRuns(wrapper + layout::resources, machine) && engineRuns(wrapper + layout::engine, machine))
+        return {};
     return Failure{localized(refusalOf(machine), {file})};
 }
 
@@ -58,7 +61,13 @@ Result<> checkLaunch(const std::string& application) {
     if (found.empty() || !MVFileManager::regularFileExistsAtPath(found.front())) {
         return Failure{localized("The main EXE of the port is missing!")};
     }
-    return checkMachine(found.front(), wrapper);
+    if (const auto checked = checkMachine(found.front(), wrapper); !checked) return checked;
+    const auto settings = NSPortManager::managerOfItem(item).plist.value_or(Dictionary());
+    const auto shared = NSPortManager::managerWithPath(wrapper).plist.value_or(Dictionary());
+    const LaunchOptions options = launchOptionsOf(settings, item.isCustomEXE() ? &shared : nullptr);
+    if (auto words = runnableCommand(options.before.value_or(""), host().searchPath); !words)
+        return words.error();
+    return {};
 }
 
 }  // namespace morvane

@@ -7,7 +7,7 @@ namespace morvane {
 namespace layout {
 
 std::string supportFolder() {
-    return host().folders.home + "/Library/Application Support/Caskery";
+    return host().folders.library + "/Library/Application Support/Caskery";
 }
 std::string masterFolder() {
     return supportFolder() + "/Wrapper";
@@ -16,7 +16,7 @@ std::string enginesFolder() {
     return supportFolder() + "/Engines";
 }
 std::string applicationSupportFolder() {
-    return host().folders.home + "/Library/Application Support/Morvane";
+    return host().folders.library + "/Library/Application Support/Morvane";
 }
 
 }  // namespace layout

@@ -29,7 +29,7 @@ inline constexpr const char* folderIcon = "/.icon.png";        ///< the user's, 
 inline constexpr const char* backupCki = "/mv_backup.cki";
 inline constexpr const char* descriptionCkii = "/mv_desc.ckii";
 
-// The shared support folder of the wrapper technology, in the home folder of `host()`.
+// The shared support folder of the wrapper technology, in the library folder of `host()`.
 [[nodiscard]] std::string supportFolder();             ///< `Library/Application Support/Caskery`
 [[nodiscard]] std::string masterFolder();              ///< its `Wrapper`
 [[nodiscard]] std::string enginesFolder();             ///< its `Engines`

@@ -60,6 +60,12 @@ inline constexpr Flag tryToUseGPUInfo{"Try To Use GPU Info", SettingsFile::info,
 /// Extensions of files, separated by single spaces.
 inline constexpr Text associations{"Associations"};
 
+// What the user adds to a start (wrapper/launch_options.h).
+/// A dictionary of texts: the environment variables by their names.
+inline constexpr const char* environmentName = "Morvane Environment";
+/// A command that runs the program's start, its words separated as in a shell.
+inline constexpr Text commandBefore{"Morvane Command Before"};
+
 // The bundle.
 inline constexpr Text bundleName{"CFBundleName"};
 inline constexpr Text bundleShortVersion{"CFBundleShortVersionString", SettingsFile::info, "1.0"};

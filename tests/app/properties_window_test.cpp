@@ -122,6 +122,29 @@ TEST_F(Properties, SavesTheTextsOfAWrapperInItsSettings) {
     EXPECT_TRUE(window.shown().functionKeys.on);
 }
 
+TEST_F(Properties, LaunchOptionsAreTheItemsOwn) {
+    const std::string launcher = makeLauncher("Editor");
+    open(wrapper);
+    EXPECT_TRUE(window.setVariable("DXVK_HUD", "fps"));
+    EXPECT_TRUE(window.setVariable("GONE", "x"));
+    EXPECT_TRUE(window.setVariable("GONE", std::nullopt));
+    EXPECT_TRUE(window.typeCommandBefore("gamescope -f --"));
+    for (const auto& refused : {window.setVariable("A=B", "x"), window.setVariable("WINEPREFIX", "/x"),
+                                window.typeCommandBefore("'unended")})
+        EXPECT_FALSE(refused);
+    EXPECT_TRUE(window.saveDataToWrapper());
+    EXPECT_EQ(setting("Morvane Environment"), Value(Dictionary{{"DXVK_HUD", "fps"}}));
+    EXPECT_EQ(setting("Morvane Command Before"), Value("gamescope -f --"));
+    EXPECT_EQ(setting("kept"), Value(Data{"unknown"}));
+
+    open(launcher);
+    EXPECT_EQ(window.shown().launch, LaunchOptions());
+    EXPECT_TRUE(window.typeCommandBefore(""));
+    EXPECT_TRUE(window.saveDataToWrapper());
+    EXPECT_EQ(setting(launcher + layout::customExePlist, "Morvane Command Before"), Value(""));
+    EXPECT_EQ(setting("Morvane Command Before"), Value("gamescope -f --"));
+}
+
 TEST_F(Properties, AWindowSavesInTheBackground) {
     open(wrapper);
     EXPECT_FALSE(window.isChanged());

@@ -55,6 +55,38 @@ TEST_F(Machine, TheAdapterOnTheFastestBusCounts) {
     EXPECT_EQ(get(programsFolder + "/system_profiler.log"), "SPDisplaysDataType\n") << "read once";
 }
 
+TEST_F(Machine, WhatDrawsIsToldByItsOwnPrograms) {
+    scriptProgram("vulkaninfo", "exit 1");
+    scriptProgram("glxinfo", "echo 'Error: unable to open display'; exit 255");
+    EXPECT_EQ(NSComputerInformation::vulkanRenderer(), std::nullopt);
+    EXPECT_EQ(NSComputerInformation::openGlRenderer(), std::nullopt);
+    scriptProgram("vulkaninfo", R"([ "$*" = --summary ] && cat <<'END'
+Vulkan Instance Version: 1.3.239
+Devices:
+========
+GPU0:
+	apiVersion         = 4206822 (1.3.230)
+	driverVersion      = 92286982 (0x5802c06)
+	deviceName         = AMD Radeon RX 580
+	driverName         = radv
+	driverInfo         = Mesa 22.3.6
+GPU1:
+	apiVersion         = 1.3.230
+	deviceName         = llvmpipe
+END)");
+    scriptProgram("glxinfo", R"([ "$*" = -B ] && cat <<'END'
+name of display: :0
+OpenGL vendor string: Mesa
+OpenGL renderer string: llvmpipe (LLVM 15.0.6)
+OpenGL core profile version string: 4.5 (Core Profile)
+OpenGL version string: 4.5 (Compatibility Profile) Mesa 22.3.6
+END)");
+    EXPECT_EQ(NSComputerInformation::vulkanRenderer(),
+              "AMD Radeon RX 580, radv, Mesa 22.3.6, version 1.3.230");
+    EXPECT_EQ(NSComputerInformation::openGlRenderer(),
+              "llvmpipe (LLVM 15.0.6), Mesa, version 4.5 (Compatibility Profile) Mesa 22.3.6");
+}
+
 TEST_F(Machine, TheFamilyFollowsTheModel) {
     displays("nothing here");
     EXPECT_EQ(NSComputerInformation::graphicCardType(), std::nullopt);

@@ -230,6 +230,41 @@ TEST_F(Library, RemovesFromTheDiskWhatIsAnAppOnly) {
     }
     EXPECT_EQ(get(outside + "/save"), "precious");
     EXPECT_EQ(files::kindOf(home + "/precious"), files::Kind::file);
+    EXPECT_EQ(files::kindOf(home + "/.local/share/Trash/files/real.app/out"), files::Kind::link);
+}
+
+TEST_F(Library, RemovesForEverOnlyWhatIsMeantSo) {
+    const std::string item = applications + "Game.app", data = home + "/.local";
+    const std::string forEver = "Are you sure that you want to remove that app permanently";
+    const struct {
+        const char* name;
+        RemovedFrom from;
+        bool hasTrash;
+        const char* sure;
+        bool stays, inTrash;
+    } rows[] = {{"for ever", RemovedFrom::diskPermanently, true, "Yes", false, false},
+                {"into the trash", RemovedFrom::disk, true, "", false, true},
+                {"no trash, refused", RemovedFrom::disk, false, "No", true, false},
+                {"no trash, meant", RemovedFrom::disk, false, "Yes", false, false}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::filesystem::remove_all(data);
+        if (!row.hasTrash) put(data + "/share/Trash", "a file in the way");
+        put(item + "/save", std::string(2000, 'x'));
+        std::optional<Removal> removal;
+        if (row.from == RemovedFrom::disk)
+            ui.expect("Are you sure that you want to move that app (").titleIs("Warning").answer("Yes");
+        if (*row.sure != 0)
+            ui.expect(row.hasTrash ? forEver : "The trash can't take that app").answer(row.sure);
+        NSAppsArray::removeFrom(row.from, item, [&](const Removal& made) { removal = made; });
+        onWorker([&] { machine->workQueues.joinAll(); });
+        EXPECT_EQ(files::kindOf(item) != files::Kind::none, row.stays);
+        EXPECT_EQ(removal.has_value(), !row.stays);
+        EXPECT_EQ(removal && removal->inTrash, row.inTrash);
+        if (row.inTrash) {
+            EXPECT_GE(removal->bytes, 2000U);
+        }
+    }
 }
 
 TEST_F(Library, AWrapperTakesAlongWhatLayInItAndTheLinksToThat) {
@@ -261,7 +296,7 @@ TEST_F(Library, AWrapperTakesAlongWhatLayInItAndTheLinksToThat) {
     EXPECT_EQ(stored().size(), all - 1);
     apps.addLocalPort(wrapper, {});
     ui.expect("Do you want to remove that app only").answer("Remove from Disk");
-    ui.expect("Are you sure that you want to remove that app permanently").answer("Yes");
+    ui.expect("Are you sure that you want to move that app (").answer("Yes");
     complete([&](auto done) {
         NSAppsArray::shouldRemoveLocalPort(wrapper, [&, done] { apps.removeLocalPort(wrapper, done); });
     });

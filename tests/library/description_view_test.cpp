@@ -269,7 +269,7 @@ TEST_F(DescriptionView, KeepsToTheGameThatWasClicked) {
                         {"remove", localBee, localAy, [&] { return item("Remove"); },
                          [&] {
                              ui.expect("Do you want to remove that app only").answer("Remove from Disk");
-                             ui.expect("Are you sure that you want to remove").answer("Yes");
+                             ui.expect("Are you sure that you want to move").answer("Yes");
                          },
                          [&] {
                              EXPECT_FALSE(exists(beePath));
@@ -455,7 +455,7 @@ TEST_F(DescriptionView, ShowsNothingThatIsGone) {
         show(NSGameData::initWithPath(path + row.shown));
         ui.expect("Do you want to remove that app only").answer(row.button);
         const bool deletes = std::string(row.button) == "Remove from Disk";
-        if (deletes) ui.expect("Are you sure that you want to remove").answer("Yes");
+        if (deletes) ui.expect("Are you sure that you want to move").answer("Yes");
         page->actions().removeGame(NSGameData::initWithPath(path));
         if (deletes) {
             EXPECT_TRUE(page->page().hasGame) << "until it is gone";

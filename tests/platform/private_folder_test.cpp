@@ -1,6 +1,7 @@
 #include "platform/private_folder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -35,6 +36,25 @@ TEST_F(PrivateFolders, AreThisUsersAloneAndGoAtTheEnd) {
         fs::create_directories(first.path() + "/a/b");
     }
     EXPECT_TRUE(fs::is_empty(own));
+}
+
+TEST_F(PrivateFolders, LieOnTheFileSystemOfWhatIsMadeThere) {
+    struct stat here {}, there {};
+    const std::string elsewhere = "/dev/shm";
+    if (::stat(elsewhere.c_str(), &there) != 0 || ::stat(folder.path.c_str(), &here) != 0 ||
+        there.st_dev == here.st_dev)
+        GTEST_SKIP() << "one file system only";
+    EXPECT_EQ(parent(made(PrivateFolder::makeFor(folder.path, own)).path()), own);
+    std::string path;
+    {
+        const PrivateFolder beside = made(PrivateFolder::makeFor(elsewhere, own));
+        path = beside.path();
+        EXPECT_EQ(parent(path), elsewhere);
+        EXPECT_TRUE(lastComponent(path).starts_with("."));
+        EXPECT_TRUE(PrivateFolder::isOne(lastComponent(path)));
+        EXPECT_EQ(modeOf(path), fs::perms(0700));
+    }
+    EXPECT_FALSE(fs::exists(path));
 }
 
 TEST_F(PrivateFolders, AreNotMadeInWhatIsNotOurs) {

@@ -188,6 +188,32 @@ TEST_F(Wine, TheMainProgramStartsInItsFolderWithItsFlags) {
     EXPECT_EQ(out(), "C:\\My Game|C:\\My Game\\game.exe|exit|t w o|-c:\\d\n");
 }
 
+TEST_F(Wine, TheUsersVariablesAndCommandComeBeforeTheProgram) {
+    static_cast<void>(files::copy(probe, driveC + "/Game/game.exe"));
+    const std::string before = room->path + "/be fore";
+    put(before,
+        "#!/bin/sh\necho \"$1|$2|$OVERLAY|$WINEPREFIX\" > '" + userHome + "/asked'\nshift 2\nexec \"$@\"\n");
+    ASSERT_TRUE(files::setPermissions(before, 0755));
+    const auto use = [&](const std::string& command) {
+        settings("/Contents/Info.plist",
+                 {{"Program Name and Path", "/Game/game.exe"},
+                  {"Program Flags", "exit \"t w o\""},
+                  {"Morvane Environment", Dictionary{{"OVERLAY", "a 'b'"}, {"WINEPREFIX", "/nowhere"}}},
+                  {"Morvane Command Before", command}});
+    };
+    use("'" + before + "' -f \"one two\"");
+    EXPECT_EQ(runAs("/Contents/MacOS/CaskeryLauncher", {}).status, 7);
+    EXPECT_TRUE(get(userHome + "/asked").starts_with("-f|one two|a 'b'|/")) << get(userHome + "/asked");
+    EXPECT_EQ(get(userHome + "/asked").find("/nowhere"), std::string::npos);
+    EXPECT_EQ(out(), "C:\\Game|C:\\Game\\game.exe|exit|t w o\n");
+
+    static_cast<void>(files::remove(driveC + "/out.txt"));
+    use("no-such-command");
+    EXPECT_EQ(runAs("/Contents/MacOS/CaskeryLauncher", {}).status, 1);
+    EXPECT_EQ(files::kindOf(driveC + "/out.txt"), files::Kind::none) << "not started";
+    use("");
+}
+
 TEST_F(Wine, ACustomExeStartsItsOwnProgram) {
     static_cast<void>(files::copy(probe, driveC + "/Game/editor.exe"));
     static_cast<void>(

@@ -179,7 +179,9 @@ TestMachine::TestMachine() : home(folder.path + "/home"), programsFolder(folder.
         fs::create_directories(folder.path + name);
     }
     Folders folders;
-    folders.home = home;
+    folders.home = folders.library = home;
+    folders.verbsCache = home + "/.cache/winetricks";
+    folders.applicationData = home + "/.local/share";
     folders.applications = home + "/Applications";
     folders.volumes = folder.path + "/Volumes";
     folders.temporary = folder.path + "/passing";

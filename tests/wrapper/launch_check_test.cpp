@@ -56,6 +56,15 @@ TEST_F(LaunchCheck, RefusesBeforeAnythingStarts) {
         EXPECT_EQ(problem.empty(), *row.problem == 0) << row.program << problem;
         EXPECT_NE(problem.find(row.problem), std::string::npos) << row.program << problem;
     }
+    EXPECT_TRUE(property_lists::write(
+        wrapper + layout::infoPlist,
+        Dictionary{{"Program Name and Path", "/Games/Run.exe"}, {"Morvane Command Before", "overlay -x"}}));
+    const auto checked = checkLaunch(wrapper);
+    ASSERT_FALSE(checked);
+    EXPECT_TRUE(
+        checked.error().message().starts_with("The command before the program, overlay, is not there."));
+    scriptProgram("overlay", "exec \"$@\"");
+    EXPECT_TRUE(checkLaunch(wrapper));
 }
 
 }  // namespace
