@@ -51,8 +51,12 @@ std::optional<std::string> typeOfModel(const std::optional<std::string>& model) 
 
 /// What a program prints that may be missing here; empty then.
 std::string reportOf(const std::string& program, const std::vector<std::string>& arguments) {
-    if (!MVTask::getPathOfProgram(program)) return "";
-    return MVTask::outputOf(MVTask::runProgram(program, "/", arguments, Wait::yes));
+    const auto path = MVTask::getPathOfProgram(program);
+    if (!path) return "";
+    // What they complain of, without a display for example, is nothing that the user has asked for.
+    std::vector<std::string> words{"-c", "exec \"$0\" \"$@\" 2>/dev/null", *path};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return MVTask::outputOf(MVTask::runProgram("/bin/sh", "/", words, Wait::yes));
 }
 
 std::optional<std::string> described(const std::string& renderer, const std::vector<std::string>& driver,

@@ -16,6 +16,7 @@ class Feedback : public testing::TestMachine {
     Feedback() {
         machine->sites.catalogue = site.baseAddress();
         site.answer(page, {.body = "<!-- Success -->ok"});
+        for (const char* name : {"vulkaninfo", "glxinfo"}) scriptProgram(name, "exit 1");
         scriptProgram("system_profiler", R"end(echo x >> "$0.log"
 case $1 in
 SPDisplaysDataType) printf '    Card:\n      Chipset Model: Big & Fast\n      VRAM (Total): 2 GB\n' ;;
@@ -155,7 +156,6 @@ TEST_F(Feedback, AnswersOfTheMailPage) {
 }
 
 TEST_F(Feedback, TheComputerIsDescribedInBoldAndPlain) {
-    for (const char* name : {"vulkaninfo", "glxinfo"}) scriptProgram(name, "exit 1");
     const StyledText text = tab.computerSpecificationsInHTML(InHTML::no);
     EXPECT_TRUE(text.text.starts_with("Morvane Version: ")) << text.text;
     ASSERT_EQ(text.runs.size(), 10U);

@@ -110,7 +110,12 @@ TEST_F(DriveC, EachKindOfFileHasItsCall) {
 
 TEST_F(DriveC, A32BitProgramNeedsTheEngines32BitPart) {
     EXPECT_NE(callOf("C:/My Game/old.exe").at(0).find("wine32"), std::string::npos);
+    // The drive has the libraries, and the engine none of its own: another one has made the drive.
     TestMachine::put(bundle.wrapper.driveC() + "/windows/syswow64/ntdll.dll", windowsFile(0x014c, false));
+    const std::string libraries = bundle.wrapper.engine() + "/lib/wine/";
+    TestMachine::put(libraries + "x86_64-windows/ntdll.dll", "");
+    EXPECT_NE(callOf("C:/My Game/old.exe").at(0).find("32-bit program"), std::string::npos);
+    TestMachine::put(libraries + "i386-windows/ntdll.dll", "");
     EXPECT_EQ(callOf("C:/My Game/old.exe"), (Texts{"C:/My Game/old.exe"}));
 }
 
