@@ -25,6 +25,7 @@ constexpr std::int64_t newFor = 30 * secondsPerDay;
 constexpr std::int64_t mailsPerHour = 10, mailsPerDay = 1000, votesPerDay = 1'000'000;
 constexpr int mostFound = 100;
 constexpr const char* databaseName = "/catalogue.db";
+// The column "developer" of a port: 0 for everybody, 1 for port developers, 2 for nobody any more (withdrawn).
 constexpr const char* iconName = "/Icon.png";
 constexpr mode_t ownerOnly = 0600;
 
@@ -257,7 +258,8 @@ std::vector<CatalogueEntry> CatalogueStore::list(bool developer, const std::stri
 
 bool CatalogueStore::hasPortsFor(const std::string& country) const {
     State::Reader database(*state_);
-    return database->query("SELECT 1 FROM ports WHERE country = ?1 LIMIT 1", country)->next();
+    return database->query("SELECT 1 FROM ports WHERE country = ?1 AND developer < 2 LIMIT 1", country)
+        ->next();
 }
 
 std::vector<CatalogueEntry> CatalogueStore::search(const std::string& text,
@@ -275,7 +277,7 @@ std::vector<CatalogueEntry> CatalogueStore::search(const std::string& text,
 
 std::optional<CatalogueEntry> CatalogueStore::entry(std::int64_t id) const {
     State::Reader database(*state_);
-    const auto row = database->query("SELECT * FROM ports WHERE id = ?1", id);
+    const auto row = database->query("SELECT * FROM ports WHERE id = ?1 AND developer < 2", id);
     return row->next() ? std::optional(entryOf(*row)) : std::nullopt;
 }
 
@@ -355,20 +357,21 @@ std::optional<std::int64_t> CatalogueStore::portAtFolder(const std::string& crea
     const char* end = folder.data() + folder.size();
     if (const auto read = std::from_chars(folder.data(), end, id);
         read.ec == std::errc() && read.ptr == end) {
-        if (const auto found = firstInteger(
-                *database->query("SELECT id FROM ports WHERE id = ?1 AND creator = ?2", id, creator)))
+        if (const auto found = firstInteger(*database->query(
+                "SELECT id FROM ports WHERE id = ?1 AND creator = ?2 AND developer < 2", id, creator)))
             return found;
     }
     // Rankings give the name without a country: the port for everybody comes first.
-    if (const auto found = firstInteger(*database->query(
-            "SELECT id FROM ports WHERE creator = ?1 AND name = ?2 ORDER BY country = '--' DESC, id LIMIT 1",
-            creator, folder)))
+    if (const auto found = firstInteger(
+            *database->query("SELECT id FROM ports WHERE creator = ?1 AND name = ?2 AND developer < 2 "
+                             "ORDER BY country = '--' DESC, id LIMIT 1",
+                             creator, folder)))
         return found;
     const auto parts = nameAndCountry(folder);
     if (!parts) return std::nullopt;
-    return firstInteger(
-        *database->query("SELECT id FROM ports WHERE creator = ?1 AND name = ?2 AND country = ?3", creator,
-                         parts->first, parts->second));
+    return firstInteger(*database->query(
+        "SELECT id FROM ports WHERE creator = ?1 AND name = ?2 AND country = ?3 AND developer < 2", creator,
+        parts->first, parts->second));
 }
 
 std::string CatalogueStore::portFolder(std::int64_t id) const {
@@ -376,6 +379,10 @@ std::string CatalogueStore::portFolder(std::int64_t id) const {
 }
 
 std::optional<std::string> CatalogueStore::ckiPath(std::int64_t id, const std::string& source) const {
+    return entry(id) ? storedCki(id, source) : std::nullopt;
+}
+
+std::optional<std::string> CatalogueStore::storedCki(std::int64_t id, const std::string& source) const {
     State::Reader database(*state_);
     const auto row =
         database->query("SELECT name FROM sources WHERE port = ?1 AND name = ?2 AND has_file", id, source);
@@ -399,7 +406,8 @@ CatalogueStore::Arrival CatalogueStore::vote(const std::string& voter, const std
     const MutexLock lock(state_->writing);
     Database& database = state_->votes;
     Transaction transaction(database);
-    if (!database.query("SELECT 1 FROM ports WHERE id = ?1", id)->next()) return Arrival::noSuchPort;
+    if (!database.query("SELECT 1 FROM ports WHERE id = ?1 AND developer < 2", id)->next())
+        return Arrival::noSuchPort;
     if (!noteArrival(database, "vote", networkOf(sender), mostPerHour, votesPerDay)) return Arrival::tooMany;
     database.run(
         "INSERT INTO votes(voter, port, family, stars, at) VALUES(?1, ?2, ?3, ?4, ?5) "
@@ -435,7 +443,7 @@ Result<> isComplete(Database& database, const Publication& port) {
     if (!idOf(database, port) && (!port.description || !port.icon))
         return Failure{localized("A new port needs a description and an icon.")};
     if (port.dependency.value_or(0) != 0 &&
-        !database.query("SELECT 1 FROM ports WHERE id = ?1", *port.dependency)->next())
+        !database.query("SELECT 1 FROM ports WHERE id = ?1 AND developer < 2", *port.dependency)->next())
         return Failure{localized("There is no port %@ to depend on.", {std::to_string(*port.dependency)})};
     return {};
 }
@@ -450,6 +458,8 @@ std::int64_t writePort(Database& database, const Publication& port) {
     const std::int64_t id = idOf(database, port).value();
     if (port.free) database.run("UPDATE ports SET free = ?2 WHERE id = ?1", id, *port.free);
     if (port.native) database.run("UPDATE ports SET native = ?2 WHERE id = ?1", id, *port.native);
+    // What was withdrawn is back, for everybody unless it says otherwise.
+    database.run("UPDATE ports SET developer = 0 WHERE id = ?1 AND developer = 2", id);
     if (port.developer) database.run("UPDATE ports SET developer = ?2 WHERE id = ?1", id, *port.developer);
     if (port.dependency) database.run("UPDATE ports SET dependency = ?2 WHERE id = ?1", id, *port.dependency);
     return id;
@@ -528,6 +538,29 @@ Result<std::int64_t> CatalogueStore::publish(const Publication& port) {
     }
 }
 
+Result<> CatalogueStore::withdraw(std::int64_t id) {
+    try {
+        const MutexLock lock(state_->writing);
+        Database& database = state_->votes;
+        Transaction transaction(database);
+        if (!database.query("SELECT 1 FROM ports WHERE id = ?1 AND developer < 2", id)->next())
+            return Failure{localized("There is no port %@ in the catalogue.", {std::to_string(id)})};
+        {
+            const auto addOn = database.query(
+                "SELECT id, name FROM ports WHERE dependency = ?1 AND developer < 2 ORDER BY id LIMIT 1", id);
+            if (addOn->next())
+                return Failure{localized("%@ (%@) adds to port %@: it has to be withdrawn first.",
+                                         {addOn->text(1), addOn->text(0), std::to_string(id)})};
+        }
+        database.run("UPDATE ports SET developer = 2 WHERE id = ?1", id);
+        database.run("UPDATE publications SET count = count + 1");
+        transaction.commit();
+        return {};
+    } catch (const DatabaseError& error) {
+        return Failure{localized("The catalogue cannot be written"), error.what()};
+    }
+}
+
 bool CatalogueStore::holds(const Publication& port) const {
     if (!port.cki) return false;
     std::optional<std::int64_t> id;
@@ -535,7 +568,7 @@ bool CatalogueStore::holds(const Publication& port) const {
         State::Reader database(*state_);
         id = idOf(*database, port);
     }
-    const auto path = id ? ckiPath(*id, port.cki->source) : std::nullopt;
+    const auto path = id ? storedCki(*id, port.cki->source) : std::nullopt;
     if (!path) return false;
     const auto stored = files::read(*path);
     return stored && *stored == port.cki->bytes;

@@ -127,7 +127,10 @@ class CatalogueStore {
     /// Publishes a port, or adds to the port of that creator, name and country: the ID. The texts are not
     /// looked at. A failure where something that a new port needs is missing.
     [[nodiscard]] Result<std::int64_t> publish(const Publication& publication);
-    /// Whether the port has this CKI file already.
+    /// Nobody is shown the port any more, nor given its files. They and its votes are kept: publishing it again
+    /// brings it back under its ID. A failure when there is no such port, or when another adds to it.
+    [[nodiscard]] Result<> withdraw(std::int64_t id);
+    /// Whether the port, withdrawn or not, has this CKI file already.
     [[nodiscard]] bool holds(const Publication& publication) const;
 
     [[nodiscard]] const std::string& folder() const { return folder_; }
@@ -136,6 +139,8 @@ class CatalogueStore {
     struct State;
     CatalogueStore(std::string folder, std::chrono::milliseconds patience);
     [[nodiscard]] std::string portFolder(std::int64_t id) const;
+    /// As `ckiPath`, of a withdrawn port as well.
+    [[nodiscard]] std::optional<std::string> storedCki(std::int64_t id, const std::string& source) const;
 
     const std::string folder_;
     std::unique_ptr<State> state_;

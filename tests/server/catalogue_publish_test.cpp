@@ -114,5 +114,38 @@ TEST_F(Publishing, TheSamplesArePublishedOnceAndAgainWhenTheyChange) {
     EXPECT_EQ(get(*store->ckiPath(2, "CD")), get(files + "/CDchanged.cki"));
 }
 
+TEST_F(Publishing, WhatIsWithdrawnIsFoundNowhereUntilItIsPublishedAgain) {
+    const PortToPublish game = port("Game");
+    idOf(publish(game));
+    PortToPublish addOn = port("Add-on");
+    addOn.dependency = 2;
+    idOf(publish(addOn));
+    const auto store = *CatalogueStore::open(content);
+    using Arrival = CatalogueStore::Arrival;
+    store->countDownload(2);
+    ASSERT_EQ(store->vote("voter", "::1", 2, CardFamily::nvidia, 5, 9), Arrival::stored);
+    EXPECT_FALSE(store->withdraw(2)) << "the add-on needs it";
+    EXPECT_TRUE(store->withdraw(3));
+    const auto before = store->publications();
+    ASSERT_TRUE(store->withdraw(2));
+    EXPECT_GT(store->publications(), before);
+    EXPECT_FALSE(store->withdraw(2));
+    EXPECT_FALSE(store->withdraw(99));
+
+    EXPECT_TRUE(store->list(true, everyCountry).empty());
+    EXPECT_TRUE(store->search("game", std::nullopt, true).empty());
+    EXPECT_FALSE(store->entry(2) || store->details(2) || store->ckiPath(2, "CD"));
+    EXPECT_FALSE(store->portAtFolder("Bob", "2") || store->portAtFolder("Bob", "Game"));
+    for (const RankingKind kind : {RankingKind::latest, RankingKind::popular, RankingKind::highrated})
+        EXPECT_TRUE(store->ranking(kind, 9, std::nullopt).empty());
+    EXPECT_EQ(store->vote("voter", "::1", 2, CardFamily::nvidia, 1, 9), Arrival::noSuchPort);
+    EXPECT_FALSE(publish(addOn)) << "what it adds to is not there";
+    EXPECT_TRUE(store->holds(*checkedPublication(game))) << "a list of samples does not bring it back";
+
+    EXPECT_EQ(idOf(publish(game)), 2);
+    EXPECT_TRUE(store->entry(2) && !store->entry(2)->developer && store->ckiPath(2, "CD"));
+    EXPECT_EQ(store->ratings(2).at(3), 5);
+}
+
 }  // namespace
 }  // namespace morvane
