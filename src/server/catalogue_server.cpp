@@ -13,6 +13,7 @@
 #include "platform/annotations.h"
 #include "platform/files.h"
 #include "platform/utf8.h"
+#include "server/catalogue_caching.h"
 #include "server/catalogue_store.h"
 #include "server/catalogue_texts.h"
 #include "server/database.h"
@@ -36,10 +37,17 @@ constexpr std::size_t mostLineBytes = 300;  // of a mail
 constexpr std::size_t mostInstructionBytes = 1U << 20;
 constexpr int rankingRows = 25, mostRankingRows = 100, frontPageRows = 10;
 constexpr int defaultStars = 4, mostStars = 5;
-constexpr std::size_t mostLists = 32;
+constexpr std::size_t mostLists = 32, mostChangeTimes = 20'000;
 constexpr unsigned connectionsPerAddress = 64;
 
-enum Status { badRequest = 400, forbidden = 403, notFound = 404, tooManyRequests = 429, unavailable = 503 };
+enum Status {
+    ok = 200,
+    badRequest = 400,
+    forbidden = 403,
+    notFound = 404,
+    tooManyRequests = 429,
+    unavailable = 503
+};
 
 struct Address {
     std::string host;
@@ -155,8 +163,9 @@ struct CatalogueServer::State {
 
     /// The text of a list, while it is of today and nothing is published.
     struct ListText {
-        std::int64_t publications, day;
-        std::shared_ptr<const std::string> text;
+        std::int64_t publications = 0, day = 0;
+        std::shared_ptr<const std::string> text = {};
+        std::string tag = {};
     };
 
     const Options options;
@@ -165,6 +174,7 @@ struct CatalogueServer::State {
     Address address;
     Mutex listsMutex;
     std::map<std::pair<bool, std::string>, ListText> lists MV_GUARDED_BY(listsMutex);
+    ChangeTimes changeTimes{mostChangeTimes};
     /// Last: its threads end before what they use.
     HttpListener listener;
 
@@ -186,7 +196,9 @@ struct CatalogueServer::State {
     [[nodiscard]] HttpAnswer news(const HttpQuery& query) const;
     [[nodiscard]] HttpAnswer forum(const HttpQuery& query) const;
 
-    [[nodiscard]] std::shared_ptr<const std::string> listText(bool developer, const std::string& country);
+    [[nodiscard]] ListText listText(bool developer, const std::string& country);
+    /// What caches may do with the answer, and when its text became what it is.
+    void tellCaches(const HttpQuery& query, HttpAnswer& answer);
     [[nodiscard]] std::optional<std::string> voterOf(const HttpQuery& query) const;
     [[nodiscard]] std::string senderOf(const HttpQuery& query) const;
     [[nodiscard]] std::optional<HttpAnswer> ownPage(const char* name) const;
@@ -196,13 +208,30 @@ struct CatalogueServer::State {
 
 HttpAnswer CatalogueServer::State::answerTo(const HttpQuery& query) {
     try {
-        return query.method == "POST" ? answerPost(query) : answerGet(query);
+        HttpAnswer answered = query.method == "POST" ? answerPost(query) : answerGet(query);
+        tellCaches(query, answered);
+        return answered;
     } catch (const DatabaseError& error) {
         if (options.complain) options.complain(error.what());
         HttpAnswer busy = pageAnswer(unavailable, "Busy", "The catalogue is busy. Please, try again later.");
         busy.headers["Retry-After"] = "5";
+        tellCaches(query, busy);
         return busy;
     }
+}
+
+void CatalogueServer::State::tellCaches(const HttpQuery& query, HttpAnswer& answer) {
+    const bool isRead = query.method != "POST";
+    const std::string kept = isRead ? cacheControlOf(query.path, answer.status) : keptByNobody;
+    answer.headers["Cache-Control"] = kept;
+    // Searches are without end, and few are made twice.
+    if (kept == keptByNobody || answer.status != ok || !answer.text || query.parameters.contains("search"))
+        return;
+    if (answer.validators.tag.empty()) answer.validators.tag = entityTagOf(*answer.text);
+    std::string asked = query.path;
+    for (const auto& [name, value] : query.parameters)
+        asked.append("&").append(name).append("=").append(value);
+    answer.validators.changed = changeTimes.of(asked, answer.validators.tag, std::time(nullptr));
 }
 
 HttpAnswer CatalogueServer::State::answerGet(const HttpQuery& query) {
@@ -257,11 +286,12 @@ HttpAnswer CatalogueServer::State::listPorts(const HttpQuery& query) {
         const auto wanted = country.empty() ? std::nullopt : std::optional(countryOf(country));
         return answer(catalogue_texts::list(store->search(query.parameter("search"), wanted, developer)));
     }
-    return {.contentType = plainText, .text = listText(developer, countryOf(country))};
+    const ListText list = listText(developer, countryOf(country));
+    return {.contentType = plainText, .text = list.text, .validators = {.tag = list.tag}};
 }
 
-std::shared_ptr<const std::string> CatalogueServer::State::listText(bool developer,
-                                                                    const std::string& country) {
+CatalogueServer::State::ListText CatalogueServer::State::listText(bool developer,
+                                                                  const std::string& country) {
     const std::int64_t publications = store->publications();
     // The mark of a new port goes away with time.
     const std::int64_t day =
@@ -272,14 +302,16 @@ std::shared_ptr<const std::string> CatalogueServer::State::listText(bool develop
         const MutexLock lock(listsMutex);
         const auto found = lists.find(key);
         if (found != lists.end() && found->second.publications == publications && found->second.day == day)
-            return found->second.text;
+            return found->second;
     }
-    auto text =
+    ListText made{publications, day};
+    made.text =
         std::make_shared<const std::string>(catalogue_texts::list(store->list(developer, key.second)));
+    made.tag = entityTagOf(*made.text);
     const MutexLock lock(listsMutex);
     if (lists.size() >= mostLists) lists.clear();
-    lists[key] = {publications, day, text};
-    return text;
+    lists[key] = made;
+    return made;
 }
 
 HttpAnswer CatalogueServer::State::portDescription(const HttpQuery& query) const {
@@ -383,7 +415,6 @@ HttpAnswer CatalogueServer::State::showVote(const HttpQuery& query) const {
     page.headers["Set-Cookie"] =
         filled("%@=%@.%@; Path=%@; Max-Age=%@; HttpOnly; SameSite=Lax",
                {voterCookie, *voter, signer.sign("voter", *voter), votePath, std::to_string(cookieSeconds)});
-    page.headers["Cache-Control"] = "no-store";
     page.headers["Content-Security-Policy"] =
         "default-src 'none'; style-src 'unsafe-inline'; form-action 'self'; frame-ancestors 'none'";
     return page;
@@ -408,7 +439,7 @@ HttpAnswer CatalogueServer::State::castVote(const HttpQuery& query, const Form& 
     if (arrival == Arrival::tooMany)
         return pageAnswer(tooManyRequests, "Not counted",
                           "Too many votes came from your address. Please, try again in an hour.");
-    return pageAnswer(200, "Thank you",
+    return pageAnswer(ok, "Thank you",
                       filled("Your vote counts: %@ of 5 for %@.",
                              {std::to_string(stars), cardFamilyNames.at(static_cast<std::size_t>(*family))}));
 }
@@ -444,12 +475,12 @@ HttpAnswer CatalogueServer::State::frontPage(const HttpQuery&) const {
 
 HttpAnswer CatalogueServer::State::news(const HttpQuery&) const {
     if (auto own = ownPage("news.html")) return *own;
-    return pageAnswer(200, "News", "There is no news yet.");
+    return pageAnswer(ok, "News", "There is no news yet.");
 }
 
 HttpAnswer CatalogueServer::State::forum(const HttpQuery&) const {
     if (auto own = ownPage("forum.html")) return *own;
-    return pageAnswer(200, "Forum", "This catalogue has no forum yet.");
+    return pageAnswer(ok, "Forum", "This catalogue has no forum yet.");
 }
 
 Result<std::unique_ptr<CatalogueServer>> CatalogueServer::start(const Options& options) {

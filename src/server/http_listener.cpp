@@ -34,13 +34,14 @@ using std::chrono::seconds;
 
 constexpr seconds toSendAHead{15}, toBegin{10}, betweenLooks{1};
 constexpr std::uint64_t slowestBytesPerSecond = 4096;
-constexpr unsigned mostConnections = 4096;
+constexpr unsigned mostConnections = 10000;
 constexpr std::size_t memoryOfConnection = 32768;
 constexpr int backlog = 1024;
 
 enum Status {
     ok = 200,
     partialContent = 206,
+    notModified = 304,
     badRequest = 400,
     notFound = 404,
     notAllowed = 405,
@@ -419,6 +420,8 @@ class HttpListener::Server {
         MHD_Response* response = nullptr;
         if (!answer.file.empty()) {
             response = fileResponse(exchange.query, answer, status, headers, size);
+        } else if (status == ok && isUnchanged(exchange.query, answer.validators, headers)) {
+            status = notModified;
         } else if (answer.text) {
             size = answer.text->size();
             response = MHD_create_response_from_buffer_with_free_callback_cls(
@@ -428,7 +431,7 @@ class HttpListener::Server {
         if (response == nullptr)
             response = MHD_create_response_from_buffer(0, nullptr, MHD_RESPMEM_PERSISTENT);
         if (response == nullptr) return MHD_NO;
-        headers["Content-Type"] = answer.contentType;
+        if (status != notModified) headers["Content-Type"] = answer.contentType;
         for (const auto& [name, value] : headers)
             MHD_add_response_header(response, name.c_str(), value.c_str());
         setDeadline(connection, deadlineOfAnswer(connection, size));
@@ -441,7 +444,15 @@ class HttpListener::Server {
         delete static_cast<std::shared_ptr<const std::string>*>(text);
     }
 
-    /// Null when it can't be read, with that status.
+    /// Tells the validators, and whether the client has this state already.
+    static bool isUnchanged(const HttpQuery& query, const Validators& validators,
+                            std::map<std::string, std::string>& headers) {
+        if (!validators.tag.empty()) headers["ETag"] = validators.tag;
+        if (validators.changed) headers["Last-Modified"] = httpDate(*validators.changed);
+        return isKept(query, validators);
+    }
+
+    /// Null when it can't be read or is the client's already, with that status.
     static MHD_Response* fileResponse(const HttpQuery& query, const HttpAnswer& answer, int& status,
                                       std::map<std::string, std::string>& headers, std::uint64_t& size) {
         Descriptor file(::open(answer.file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -453,9 +464,13 @@ class HttpListener::Server {
         const auto whole = static_cast<std::uint64_t>(state.st_size);
         ByteRange range{0, whole};
         headers["Accept-Ranges"] = "bytes";
-        // We give no mark by which a client could know that its part is of the same file.
-        const bool mayBePart = status == ok && query.method == "GET" && !query.headers.contains("if-range");
-        const Wanted wanted = mayBePart ? rangeOf(query.header("range"), whole, range) : Wanted::whole;
+        const Validators validators = validatorsOf(state, std::time(nullptr));
+        if (status == ok && isUnchanged(query, validators, headers)) {
+            status = notModified;
+            return nullptr;
+        }
+        const bool isPart = status == ok && query.method == "GET" && mayBePart(query, validators);
+        const Wanted wanted = isPart ? rangeOf(query.header("range"), whole, range) : Wanted::whole;
         if (wanted == Wanted::nothing) {
             status = badRange;
             headers["Content-Range"] = "bytes */" + std::to_string(whole);
@@ -532,7 +547,10 @@ class HttpListener::Server {
     HttpAnswer answerTo(const HttpQuery& query) const {
         std::string reason = "an unknown failure";
         try {
-            return handler_(query);
+            HttpAnswer answer = handler_(query);
+            if (answer.status == ok && answer.text && answer.validators.tag.empty() && query.method != "POST")
+                answer.validators.tag = entityTagOf(*answer.text);
+            return answer;
         } catch (const std::exception& error) {
             reason = error.what();
         } catch (...) {

@@ -7,7 +7,8 @@
 //     an idle connection is kept;
 //     a body: of POST only, with one length, at most `bodyLimit` bytes;
 //     a body and an answer: ten seconds, and one more for each 4,096 bytes that have come or been taken;
-//     connections: 4,096 in all.
+//     connections: 10,000 in all.
+// An answer of 200 to GET and HEAD has a tag, by its bytes or its file, and becomes 304 for who has that one.
 // Whatever else is a bad request. After one, and after a request with a length, the connection is closed:
 // nothing that followed it is read as a request of its own.
 #pragma once
@@ -18,6 +19,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+
+#include "server/http_caching.h"
 
 namespace morvane {
 
@@ -43,6 +46,7 @@ struct HttpAnswer {
     /// One of the two; neither is an empty answer. A text may be shared among answers.
     std::shared_ptr<const std::string> text = {};
     std::string file = {};  ///< read while it is sent; a status of 404 and no content when it can't be opened
+    Validators validators = {};  ///< of a text; a tag that is missing is made. A file has its own
 
     [[nodiscard]] static HttpAnswer of(std::string text, std::string contentType, int status = 200);
     [[nodiscard]] static HttpAnswer ofFile(std::string path,
