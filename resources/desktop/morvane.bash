@@ -34,13 +34,14 @@ _morvane_command() {
     properties) options="--name= --version= --icon= --run= --description= --window= $on_off" ;;
     run) options='--wait' ;;
     serve)
-        subcommands='add'
+        subcommands='add remove export'
         options='--content= --listen= --behind-proxy --votes-per-hour='
         ;;
     'serve add')
         options='--name= --creator= --country= --description= --icon= --trailer= --crossover= --genre= --source-link=
             --depends= --free --paid --native --windows --developer --released'
         ;;
+    'serve export') options='--live=' ;;
     settings) subcommands='list get set' ;;
     'settings get' | 'settings set') first=settings ;;
     stop) options='--all' ;;

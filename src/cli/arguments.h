@@ -29,6 +29,7 @@ struct Parsed {
     bool steam = false, origin = false, uplay = false, macDriver = false, full = false, wait = false,
          behindProxy = false, answersOnly = false, withoutInstaller = false;
     PortToPublish port;
+    CatalogueExport exported;
     bool disk = false;
     std::size_t from = 0, place = 0;
     std::int64_t votesPerHour = 0;

@@ -9,6 +9,7 @@
 #include "building/port_checks.h"
 #include "cli/session.h"
 #include "library/apps_array.h"
+#include "server/catalogue_export.h"
 #include "server/catalogue_publish.h"
 
 namespace morvane::cli {
@@ -95,6 +96,10 @@ int serve(Session& session, const std::string& folder, const std::string& addres
           std::int64_t votesPerHour);
 /// `serve add DIR FILE.cki ...`. Prints the port's ID.
 int publish(Session& session, const std::string& folder, const PortToPublish& port);
+/// `serve remove DIR ID...`.
+int withdraw(Session& session, const std::string& folder, const std::vector<std::string>& ids);
+/// `serve export DIR OUT [--live ADDRESS]`.
+int exportCatalogue(Session& session, const std::string& folder, const CatalogueExport& to);
 /// `engine convert NAME`. Repacks a stored engine of an old generation; done when it needs none.
 int convertEngine(Session& session, const std::string& name);
 /// `wrapper update APP`. Done when the wrapper has the current master wrapper's version afterwards.

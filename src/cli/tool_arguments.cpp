@@ -38,6 +38,28 @@ void addPublishCommand(CLI::App& serve, Parsed& parsed) {
     });
 }
 
+void addPublishedCommands(CLI::App& serve, Parsed& parsed) {
+    CLI::App* remove =
+        serve.add_subcommand("remove", "withdraw ports; publishing them again brings them back");
+    remove->add_option("DIR", parsed.path, "the content folder")->required();
+    remove->add_option("ID", parsed.words, "the ports, by their IDs")->required();
+    remove->callback([&] {
+        parsed.command = [&](Session& session) { return withdraw(session, parsed.path, parsed.words); };
+    });
+    CLI::App* writing =
+        serve.add_subcommand("export", "write a catalogue as plain files that any web host can serve");
+    writing->add_option("DIR", parsed.path, "the content folder")->required();
+    writing->add_option("OUT", parsed.exported.folder, "a folder: empty, missing, or of an earlier export")
+        ->required();
+    writing->add_option("--live", parsed.exported.live,
+                        "address of the server that takes votes and messages, for the players' programs");
+    writing->callback([&] {
+        parsed.command = [&](Session& session) {
+            return cli::exportCatalogue(session, parsed.path, parsed.exported);
+        };
+    });
+}
+
 }  // namespace
 
 void addCkiCommands(CLI::App& app, Parsed& parsed) {
@@ -103,6 +125,7 @@ void addServeCommand(CLI::App& app, Parsed& parsed) {
         ->default_val(60)
         ->check(CLI::PositiveNumber);
     addPublishCommand(*serve, parsed);
+    addPublishedCommands(*serve, parsed);
     serve->callback([&parsed, serve] {
         if (!serve->get_subcommands().empty()) return;
         if (parsed.path.empty()) throw CLI::RequiredError("--content");

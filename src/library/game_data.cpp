@@ -122,10 +122,9 @@ std::shared_ptr<NSGameData> NSGameData::initWithDictionary(const std::optional<C
         std::min<std::int64_t>(line->dependencyID.value_or(0), std::numeric_limits<std::int32_t>::max()));
     entry->isGameNative = line->isNative.value_or(false);
     entry->isGameFree = line->isFree;
-    entry->readDescription(
-        NSUtilities::stringWithContentsOfURL(host().sites.catalogue +
-                                             "ckis/portDescription.php?id=" + std::to_string(line->id))
-            .value_or(""));
+    const auto description = catalogue::answerOf(host().sites.catalogue +
+                                                 "ckis/portDescription.php?id=" + std::to_string(line->id));
+    entry->readDescription(description && MVString::isValidUtf8(*description) ? *description : "");
     return entry;
 }
 

@@ -333,7 +333,7 @@ void GameInstallation::downloadCkiFromSource(const GamePointer& game, const std:
         [self = page_.handle(), game, progress = page_.progress(), source, target] {
             const auto creation = building::cancellableCreation(progress);
             const auto cki = pathForDownloadedCkiOfSource(source);
-            const std::string address = catalogue::downloadAddress(game->gameID, source);
+            const std::string address = catalogue::downloadAddress(game->gameID, source, game->gamePath);
             if (!cki || !downloadCkiFile(*creation, address, cki->path)) return;
             if (!installCkiAtPath(cki->path, target, *game, *creation)) return;
             NSDescriptionView::onPage(self, [game, target](NSDescriptionView& page) {

@@ -4,6 +4,7 @@
 #include "foundation/localization.h"
 #include "foundation/network.h"
 #include "foundation/text.h"
+#include "library/catalogue_addresses.h"
 #include "platform/host.h"
 #include "platform/http.h"
 #include "platform/styled_text.h"
@@ -11,18 +12,30 @@
 namespace morvane::mail_form {
 namespace {
 
-std::string mailPage() {
-    return filled("%@en/send_form_email.php", {host().sites.catalogue});
+std::string mailPageOf(const std::string& site) {
+    return filled("%@en/send_form_email.php", {site});
+}
+
+/// The answer to the mail that `send` sends to a page. A host of plain files refuses it, and may name the server
+/// that takes it.
+template <class Send>
+std::optional<std::string> sent(const Send& send) {
+    const std::string site = catalogue::liveSite();
+    if (auto answer = send(mailPageOf(site))) return answer;
+    const std::string named = catalogue::liveSiteAskedFor();
+    return named == site ? std::nullopt : send(mailPageOf(named));
 }
 
 }  // namespace
 
 bool sendMailWithPostValues(const PostValues& values) {
-    return checkMailSendingOutput(NSUtilities::launchURLWithPostValues(mailPage(), values));
+    return checkMailSendingOutput(
+        sent([&](const std::string& page) { return NSUtilities::launchURLWithPostValues(page, values); }));
 }
 
 bool sendMailWithPostString(const std::string& body) {
-    return checkMailSendingOutput(NSUtilities::launchURL(mailPage(), body));
+    return checkMailSendingOutput(
+        sent([&](const std::string& page) { return NSUtilities::launchURL(page, body); }));
 }
 
 bool checkMailSendingOutput(const std::optional<std::string>& answer) {
@@ -41,7 +54,7 @@ bool checkMailSendingOutput(const std::optional<std::string>& answer) {
 }
 
 void postSilently(const PostValues& values) {
-    static_cast<void>(NSUtilities::launchURLWithPostValues(mailPage(), values));
+    static_cast<void>(NSUtilities::launchURLWithPostValues(mailPageOf(catalogue::liveSite()), values));
 }
 
 std::string noReplyAddress() {

@@ -75,6 +75,8 @@ class Host {
     Cache<HardwareValues> hardware;
     /// The catalogue's entries by ID, until its list is refreshed.
     Cache<std::map<std::int64_t, std::shared_ptr<NSGameData>>> serverAppsBuffer;
+    /// The indexes of catalogues that are plain files, by base address.
+    Cache<std::map<std::string, std::string>> staticCatalogues;
 
   private:
     std::function<bool(const std::string&)> reachability_;

@@ -256,6 +256,11 @@ std::vector<CatalogueEntry> CatalogueStore::list(bool developer, const std::stri
                          country, developer));
 }
 
+std::vector<CatalogueEntry> CatalogueStore::every() const {
+    State::Reader database(*state_);
+    return entriesOf(*database->query("SELECT * FROM ports WHERE developer < 2 ORDER BY folded, id"));
+}
+
 bool CatalogueStore::hasPortsFor(const std::string& country) const {
     State::Reader database(*state_);
     return database->query("SELECT 1 FROM ports WHERE country = ?1 AND developer < 2 LIMIT 1", country)

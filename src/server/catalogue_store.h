@@ -93,6 +93,8 @@ class CatalogueStore {
     [[nodiscard]] std::int64_t publications() const;
     /// The ports for everybody and those of the country, by name. Ports under development when asked for.
     [[nodiscard]] std::vector<CatalogueEntry> list(bool developer, const std::string& country) const;
+    /// All of them, of every country and under development, by name.
+    [[nodiscard]] std::vector<CatalogueEntry> every() const;
     /// Whether a port is meant for that country alone.
     [[nodiscard]] bool hasPortsFor(const std::string& country) const;
     /// The ports whose names hold the text, upper and lower case alike: the same name first, then those that
