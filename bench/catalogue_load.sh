@@ -9,7 +9,8 @@
 set -eu
 cd "$(dirname "$0")/.."
 ports=${1:-20000} seconds=${2:-60}
-morvane=${MORVANE:-build/release/bin/morvane}
+export MORVANE="${MORVANE:-build/release/bin/morvane}"
+morvane=$MORVANE
 work=$(mktemp -d)
 processes=
 
@@ -24,33 +25,7 @@ finish() {
 trap finish EXIT
 trap 'exit 130' INT TERM
 
-cat >"$work/port.plist" <<'END'
-<?xml version="1.0"?><plist version="1.0"><dict><key>CKI Version</key><string>1.6.1</string>
-<key>Source</key><string>CD</string></dict></plist>
-END
-echo '<p>A game about stars.</p>' >"$work/about.html"
-"$morvane" cki make "$work/port.plist" "$work/port.cki"
-"$morvane" serve add "$work/content" "$work/port.cki" --name 'Star Catcher' --creator bench \
-    --description "$work/about.html" --icon samples/star-catcher.png >/dev/null
-
-# The other ports, and a count of the votes that were written, whoever's they are.
-sqlite3 "$work/content/catalogue.db" >/dev/null <<END
-BEGIN;
-WITH RECURSIVE n(i) AS (VALUES(3) UNION ALL SELECT i + 1 FROM n WHERE i <= $ports)
-INSERT INTO ports(id, creator, name, folded, country, free, native, developer, dependency, published)
-SELECT i, 'bench', 'Game ' || (i * 7919 % 100003) || ' of the Stars', 'game ' || (i * 7919 % 100003) || ' of the stars',
-    '--', i % 2, 0, 0, 0, unixepoch() - i * 900 FROM n;
-INSERT INTO pages SELECT id, '<p>' || replace(hex(zeroblob(200)), '0', 'Star ') || '</p>', '', '', 'Arcade' FROM ports WHERE id > 2;
-INSERT INTO sources SELECT id, 'CD', '', 1 FROM ports WHERE id > 2;
-INSERT INTO ratings SELECT 3, id, 2, 4 + id % 7 FROM ports WHERE id > 2;
-INSERT INTO downloads SELECT id, id % 1000 FROM ports;
-CREATE TABLE bench(votes INTEGER);
-INSERT INTO bench VALUES(0);
-CREATE TRIGGER bench_added AFTER INSERT ON votes BEGIN UPDATE bench SET votes = votes + 1; END;
-CREATE TRIGGER bench_changed AFTER UPDATE ON votes BEGIN UPDATE bench SET votes = votes + 1; END;
-UPDATE publications SET count = count + 1;
-COMMIT;
-END
+bench/make_catalogue "$work/content" "$ports"
 mkdir -p "$work/content/files"
 head -c 1200 /dev/zero | tr '\0' x >"$work/content/files/small"
 

@@ -51,6 +51,8 @@ void addCkiCommands(CLI::App& app, Parsed& parsed);
 void addEngineCommands(CLI::App& app, Parsed& parsed);
 void addDiscCommands(CLI::App& app, Parsed& parsed);
 void addServeCommand(CLI::App& app, Parsed& parsed);
+/// What `serve` takes, for a program that does nothing else.
+void addServing(CLI::App& serve, Parsed& parsed);
 void addSettingsCommands(CLI::App& app, Parsed& parsed);
 void addFeedbackCommands(CLI::App& app, Parsed& parsed);
 

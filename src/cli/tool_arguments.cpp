@@ -115,19 +115,22 @@ void addDiscCommands(CLI::App& app, Parsed& parsed) {
 }
 
 void addServeCommand(CLI::App& app, Parsed& parsed) {
-    CLI::App* serve = app.add_subcommand("serve", "run a catalogue, and serve files, over HTTP");
-    serve->require_subcommand(0, 1);
-    serve->add_option("--content", parsed.path, "the content folder, made when missing");
-    serve->add_option("--listen", parsed.name, "address and port; port 0 is a free one")
+    addServing(*app.add_subcommand("serve", "run a catalogue, and serve files, over HTTP"), parsed);
+}
+
+void addServing(CLI::App& serve, Parsed& parsed) {
+    serve.require_subcommand(0, 1);
+    serve.add_option("--content", parsed.path, "the content folder, made when missing");
+    serve.add_option("--listen", parsed.name, "address and port; port 0 is a free one")
         ->default_val("127.0.0.1:0");
-    serve->add_flag("--behind-proxy", parsed.behindProxy, "another server passes the requests on");
-    serve->add_option("--votes-per-hour", parsed.votesPerHour, "votes of one address that count")
+    serve.add_flag("--behind-proxy", parsed.behindProxy, "another server passes the requests on");
+    serve.add_option("--votes-per-hour", parsed.votesPerHour, "votes of one address that count")
         ->default_val(60)
         ->check(CLI::PositiveNumber);
-    addPublishCommand(*serve, parsed);
-    addPublishedCommands(*serve, parsed);
-    serve->callback([&parsed, serve] {
-        if (!serve->get_subcommands().empty()) return;
+    addPublishCommand(serve, parsed);
+    addPublishedCommands(serve, parsed);
+    serve.callback([&parsed, &serve] {
+        if (!serve.get_subcommands().empty()) return;
         if (parsed.path.empty()) throw CLI::RequiredError("--content");
         parsed.command = [&](Session& session) {
             return cli::serve(session, parsed.path, parsed.name,
