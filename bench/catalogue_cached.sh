@@ -64,11 +64,17 @@ list="ckis/listPorts.php?developer=0&country=--" description="ckis/portDescripti
 
 # load NAME CLIENTS SECONDS ADDRESS [OPTIONS OF AB]
 load() {
-    name=$1 clients=$2 time=$3 address=$4
+    output=$work/$1.ab clients=$2 time=$3 address=$4
     shift 4
-    ab -q -l -k -s 60 -c "$clients" -t "$time" -n 100000000 "$@" "$address" >"$work/$name.ab" 2>&1
+    ab -q -l -k -s 60 -c "$clients" -t "$time" -n 100000000 "$@" "$address" >"$output" 2>&1
 }
-vote() { load "$1" "$2" "$3" "$4$page" -p "$work/vote" -T application/x-www-form-urlencoded -C "voter=$cookie"; }
+# Each run's votes are of an address of its own (which nginx replaces): those of one address within the hour are counted.
+runs=0
+vote() {
+    runs=$((runs + 1))
+    load "$1" "$2" "$3" "$4$page" -p "$work/vote" -T application/x-www-form-urlencoded -C "voter=$cookie" \
+        -H "X-Forwarded-For: 192.0.2.$runs"
+}
 value() { sed -n "s/^$2: *\([0-9.]*\).*/\1/p" "$work/$1.ab"; }
 percentile() { awk -v mark="$2%" '$1 == mark { print $2 }' "$work/$1.ab"; }
 report() {
