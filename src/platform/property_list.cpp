@@ -113,6 +113,8 @@ class XmlReader {
         handler.reference = [](void* self, const xmlChar*) { static_cast<XmlReader*>(self)->stop(); };
         handler.serror = [](void*, xmlErrorPtr) {};
 
+        // The library would set itself up at its first use, which two threads may come to at once.
+        [[maybe_unused]] static const bool isReady = (xmlInitParser(), true);
         // Faults of the encoding are told to this thread's handler, not to the parser's.
         xmlSetStructuredErrorFunc(nullptr, [](void*, xmlErrorPtr) {});
         parser_ = xmlCreateMemoryParserCtxt(bytes.data(), static_cast<int>(bytes.size()));
