@@ -33,6 +33,18 @@ Dictionary portOf(std::int64_t programs) {
                       {"Overrides", std::move(overrides)}};
 }
 
+/// The same with a picture of 3 MB for each program.
+Dictionary picturePortOf(std::int64_t pictures) {
+    constexpr std::size_t length = 3'000'000;
+    Array list;
+    for (std::int64_t i = 0; i < pictures; ++i)
+        list.push_back(
+            ImageData{std::string("II*\0", 4) + std::string(length, static_cast<char>(i)), 64, 64});
+    Dictionary port = portOf(pictures);
+    port.set("Pictures", std::move(list));
+    return port;
+}
+
 plist_t nodeOf(const Value& value) {
     if (const auto* text = value.as<std::string>()) return plist_new_string(text->c_str());
     if (const auto* integer = value.as<std::int64_t>())
@@ -72,6 +84,22 @@ void readArchive(benchmark::State& state) {
     count(state, bytes.size());
 }
 
+void readPictures(benchmark::State& state) {
+    const auto bytes = *typed_stream::archive(picturePortOf(state.range(0)));
+    for (auto round : state) benchmark::DoNotOptimize(typed_stream::unarchive(bytes));
+    count(state, bytes.size());
+}
+
+/// What reading pictures cannot be faster than.
+void copyPictures(benchmark::State& state) {
+    const auto bytes = *typed_stream::archive(picturePortOf(state.range(0)));
+    for (auto round : state) {
+        std::string copy = bytes;
+        benchmark::DoNotOptimize(copy);
+    }
+    count(state, bytes.size());
+}
+
 void readBinaryPlist(benchmark::State& state) {
     plist_t node = nodeOf(portOf(state.range(0)));
     const std::string bytes = binaryPlistOf(node);
@@ -103,9 +131,11 @@ void writeBinaryPlist(benchmark::State& state) {
     count(state, length);
 }
 
-BENCHMARK(readArchive)->Arg(10)->Arg(10'000);
+BENCHMARK(readArchive)->Arg(10)->Arg(240)->Arg(10'000)->Arg(36'000)->Arg(360'000);
+BENCHMARK(readPictures)->Arg(10);
+BENCHMARK(copyPictures)->Arg(10);
 BENCHMARK(readBinaryPlist)->Arg(10)->Arg(10'000);
-BENCHMARK(writeArchive)->Arg(10)->Arg(10'000);
+BENCHMARK(writeArchive)->Arg(10)->Arg(240)->Arg(10'000)->Arg(36'000);
 BENCHMARK(writeBinaryPlist)->Arg(10)->Arg(10'000);
 
 }  // namespace

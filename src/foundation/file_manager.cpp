@@ -8,6 +8,7 @@
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "platform/files.h"
+#include "platform/folder_size.h"
 #include "platform/host.h"
 
 namespace morvane::MVFileManager {
@@ -90,15 +91,7 @@ bool fileExistsAtPath(const std::string& path) {
 }
 
 std::uint64_t sizeOfDirectoryAtPath(const std::string& path) {
-    const auto items = files::listBelow(path);
-    if (!items) return 0;
-    std::uint64_t total = 0;
-    for (const std::string& item : *items) {
-        const std::string itemPath = files::join(path, item);
-        if (files::kindOf(itemPath) == files::Kind::link) continue;
-        total += files::size(itemPath).value_or(0);
-    }
-    return total;
+    return files::sizeBelow(path);
 }
 
 }  // namespace morvane::MVFileManager

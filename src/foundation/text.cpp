@@ -271,12 +271,7 @@ std::string trimmed(std::string_view text) {
 }
 
 bool isValidUtf8(std::string_view text) {
-    for (std::size_t at = 0; at < text.size();) {
-        const Character character = characterAt(text, at);
-        if (!character.valid) return false;
-        at += character.length;
-    }
-    return true;
+    return utf8::isValid(text);
 }
 
 }  // namespace morvane::MVString

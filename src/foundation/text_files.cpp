@@ -1,20 +1,19 @@
 #include "foundation/text_files.h"
 
-#include <algorithm>
 #include <utility>
 #include <variant>
 
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "foundation/text.h"
+#include "platform/utf8.h"
 
 namespace morvane::MVString {
 
 namespace {
 
 bool isAscii(std::string_view text) {
-    return std::all_of(text.begin(), text.end(),
-                       [](char character) { return static_cast<unsigned char>(character) < 0x80; });
+    return utf8::behindAscii(text, 0) == text.size();
 }
 
 /// Whether the bytes of that file are a text of the encoding.

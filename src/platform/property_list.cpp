@@ -342,9 +342,8 @@ class BinaryReader {
         if (!fits(position, count, 1) || !spend(count)) return std::nullopt;
         const std::string_view bytes = bytes_.substr(position, count);
         if (kind == 4) return Data{std::string(bytes)};
-        std::string result;
-        result.reserve(bytes.size());
-        for (std::size_t at = 0; at < bytes.size();) {
+        std::string result(bytes.substr(0, utf8::behindAscii(bytes, 0)));
+        for (std::size_t at = result.size(); at < bytes.size();) {
             // Kind 5 is meant to be ASCII; what is not, is taken for Latin-1, so that two keys that differ
             // stay two.
             utf8::append(result, kind == 5 ? static_cast<unsigned char>(bytes[at++]) : utf8::next(bytes, at));

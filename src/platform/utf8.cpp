@@ -1,6 +1,7 @@
 #include "platform/utf8.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace morvane::utf8 {
 
@@ -49,6 +50,25 @@ void append(std::string& text, char32_t character) {
         tail(6);
         tail(0);
     }
+}
+
+std::size_t behindAscii(std::string_view text, std::size_t position) {
+    constexpr std::uint64_t highBits = 0x8080808080808080;
+    for (std::uint64_t bytes = 0; text.size() - position >= sizeof bytes; position += sizeof bytes) {
+        std::memcpy(&bytes, text.data() + position, sizeof bytes);
+        if ((bytes & highBits) != 0) break;
+    }
+    while (position < text.size() && static_cast<unsigned char>(text[position]) < 0x80) ++position;
+    return position;
+}
+
+bool isValid(std::string_view text) {
+    for (std::size_t at = 0; (at = behindAscii(text, at)) < text.size();) {
+        const std::size_t start = at;
+        // U+FFFD itself takes three bytes.
+        if (next(text, at) == replacement && at - start == 1) return false;
+    }
+    return true;
 }
 
 std::size_t length(std::string_view text) {

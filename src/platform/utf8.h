@@ -16,6 +16,10 @@ inline constexpr char32_t replacement = 0xFFFD;
 /// Appends the character; a surrogate, or a number beyond U+10FFFF, appends U+FFFD.
 void append(std::string& text, char32_t character);
 
+[[nodiscard]] bool isValid(std::string_view text);
+/// Where the first character at or behind the position stands that is not ASCII; the text's length for none.
+[[nodiscard]] std::size_t behindAscii(std::string_view text, std::size_t position);
+
 /// Whether the byte is one behind a character's first.
 [[nodiscard]] constexpr bool continues(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;

@@ -18,7 +18,19 @@ Dictionary::Dictionary(std::initializer_list<Entry> entries) {
     for (const Entry& entry : entries) set(entry.key, entry.value);
 }
 
+namespace {
+
+// Entries that are looked for one by one, without an index: most dictionaries are small and read once, and an
+// index costs more than all of their look-ups.
+constexpr std::size_t mostWithoutIndex = 12;
+
+}  // namespace
+
 const Value* Dictionary::find(std::string_view key) const {
+    if (index_.empty()) {
+        const auto entry = std::ranges::find(entries_, key, &Entry::key);
+        return entry == entries_.end() ? nullptr : &entry->value;
+    }
     const auto found = index_.find(key);
     return found == index_.end() ? nullptr : &entries_[found->second].value;
 }
@@ -28,21 +40,25 @@ Value* Dictionary::find(std::string_view key) {
 }
 
 void Dictionary::set(std::string key, Value value) {
-    const auto [place, isNew] = index_.try_emplace(key, entries_.size());
-    if (isNew) {
-        entries_.push_back({std::move(key), std::move(value)});
-    } else {
-        entries_[place->second].value = std::move(value);
+    if (Value* const present = find(key)) {
+        *present = std::move(value);
+        return;
     }
+    if (entries_.empty()) entries_.reserve(4);
+    entries_.push_back({std::move(key), std::move(value)});
+    if (entries_.size() <= mostWithoutIndex) return;
+    for (std::size_t place = index_.size(); place < entries_.size(); ++place)
+        index_.emplace(entries_[place].key, place);
 }
 
 void Dictionary::erase(std::string_view key) {
-    const auto found = index_.find(key);
-    if (found == index_.end()) return;
-    const std::size_t position = found->second;
-    index_.erase(found);
-    entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(position));
-    for (std::size_t i = position; i < entries_.size(); ++i) index_.find(entries_[i].key)->second = i;
+    const auto entry = std::ranges::find(entries_, key, &Entry::key);
+    if (entry == entries_.end()) return;
+    // Before the entry goes: the given key may be its own.
+    const bool isIndexed = !index_.empty();
+    if (isIndexed) index_.erase(index_.find(key));
+    auto moved = entries_.erase(entry);
+    for (; isIndexed && moved != entries_.end(); ++moved) --index_.find(moved->key)->second;
 }
 
 std::size_t Dictionary::size() const {

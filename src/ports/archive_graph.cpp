@@ -97,6 +97,7 @@ class Reader {
     explicit Reader(std::string_view archive) : archive_(archive) {}
 
     Result<Graph> read() {
+        makeRoom();
         readHeader();
         while (good() && at_ < archive_.size()) readGroup(0);
         graph_.groups = finished(0);
@@ -115,6 +116,16 @@ class Reader {
         SlotKind kind;
         std::size_t index;
     };
+
+    /// For what an archive of that length usually holds, so that nothing of it moves while it grows. Room that
+    /// stays empty is never touched.
+    void makeRoom() {
+        constexpr std::size_t mostItems = std::size_t{1} << 22U;
+        const std::size_t items = std::min(archive_.size() / 4, mostItems);
+        graph_.items.reserve(items);
+        graph_.objects.reserve(items / 4);
+        slots_.reserve(items / 4);
+    }
 
     bool good() const { return soFar_.has_value(); }
     std::size_t left() const { return archive_.size() - at_; }

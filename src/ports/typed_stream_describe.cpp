@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <span>
 #include <unordered_set>
 #include <utility>
@@ -51,11 +52,13 @@ class Describer {
 
     Array groups(std::span<const Item> items) {
         Array result;
+        const auto isStart = [](const Item& item) { return std::holds_alternative<GroupStart>(item); };
+        result.reserve(static_cast<std::size_t>(std::ranges::count_if(items, isStart)));
         for (std::size_t i = 0; good_ && i < items.size();) {
             const auto& start = std::get<GroupStart>(items[i]);
             Value type = text(start.type);
             Array values;
-            for (++i; good_ && i < items.size() && !std::holds_alternative<GroupStart>(items[i]); ++i) {
+            for (++i; good_ && i < items.size() && !isStart(items[i]); ++i) {
                 values.push_back(value(items[i]));
             }
             result.push_back(dictionaryOf("type", std::move(type), "values", std::move(values)));

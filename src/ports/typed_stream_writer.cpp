@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -9,6 +10,7 @@
 #include <tuple>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "foundation/localization.h"
 #include "foundation/text.h"
@@ -76,6 +78,15 @@ class Writer {
     }
 
   private:
+    struct Slot {
+        std::string_view text;
+        std::size_t number;
+    };
+    static const Slot* find(const std::vector<Slot>& slots, std::string_view text) {
+        const auto found = std::ranges::find(slots, text, &Slot::text);
+        return found == slots.end() ? nullptr : &*found;
+    }
+
     void fail(std::string message) {
         if (soFar_) soFar_ = Failure{std::move(message)};
     }
@@ -120,20 +131,25 @@ class Writer {
 
     void reference(std::size_t index) { integer(static_cast<std::int64_t>(index) - 110); }
 
+    /// Types of one letter stand before every value, and are looked up without hashing.
     void sharedString(std::string_view text) {
-        if (const auto found = strings_.find(std::string(text)); found != strings_.end()) {
+        std::size_t* const letter =
+            text.size() == 1 ? &letters_[static_cast<unsigned char>(text[0])] : nullptr;
+        if (letter != nullptr && *letter != 0) return reference(*letter - 1);
+        const std::size_t index = sharedCount_;
+        if (letter != nullptr) {
+            *letter = index + 1;
+        } else if (const auto [found, isNew] = strings_.try_emplace(std::string(text), index); !isNew) {
             return reference(found->second);
         }
-        strings_.emplace(text, strings_.size());
+        ++sharedCount_;
         byte(0x84);
         unsharedString(text);
     }
 
     void cString(std::string_view text) {
-        if (const auto found = cStrings_.find(std::string(text)); found != cStrings_.end()) {
-            return reference(found->second);
-        }
-        cStrings_.emplace(text, slots_++);
+        if (const Slot* known = find(cStrings_, text)) return reference(known->number);
+        cStrings_.push_back({text, slots_++});
         byte(0x84);
         sharedString(text);
     }
@@ -147,11 +163,11 @@ class Writer {
 
     /// Writes the class, or the reference that ends the chain.
     bool knownClass(const ClassName& entry) {
-        if (const auto found = classes_.find(std::string(entry.name)); found != classes_.end()) {
-            reference(found->second);
+        if (const Slot* known = find(classes_, entry.name)) {
+            reference(known->number);
             return true;
         }
-        classes_.emplace(entry.name, slots_++);
+        classes_.push_back({entry.name, slots_++});
         byte(0x84);
         sharedString(entry.name);
         integer(entry.version);
@@ -381,7 +397,10 @@ class Writer {
     Result<> soFar_;
     int depth_ = 0;
     std::size_t slots_ = 0;  // numbers given to objects, classes and C strings
-    std::unordered_map<std::string, std::size_t> strings_, classes_, cStrings_;
+    std::size_t sharedCount_ = 0;
+    std::array<std::size_t, 256> letters_{};  // numbers of shared strings of one letter, plus one
+    std::unordered_map<std::string, std::size_t> strings_;  // the other shared strings
+    std::vector<Slot> classes_, cStrings_;                  // names and types of this file: a handful
 };
 
 }  // namespace

@@ -1,6 +1,8 @@
 // The icon operations of the settings store.
 
 #include <cstdint>
+#include <future>
+#include <string_view>
 
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -55,22 +57,49 @@ bool replaceIconFile(const IconPaths& paths) {
     return false;
 }
 
+std::string pngFile(const std::string& folder, int size, std::string_view suffix) {
+    const std::string edge = std::to_string(size);
+    return filled("%@/icon_%dx%d", {folder, edge, edge}) + std::string(suffix);
+}
+
+/// The picture at that width; nothing when it would be too high, or could not be encoded.
+std::string pngAt(const Picture& picture, int width) {
+    if (picture.width <= 0 || width <= 0) return {};
+    // The height follows the width: a strip of one pixel's width would need gigabytes.
+    const std::int64_t height = std::int64_t{picture.height} * width / picture.width;
+    if (height > pictures::longestEdge) return {};
+    return pictures::encodePng(pictures::scaledToWidth(picture, width));
+}
+
+// A failed write is not reported: the icon set simply lacks that size.
+void save(const std::string& png, const std::string& path, files::Atomically atomically) {
+    if (!png.empty()) static_cast<void>(files::write(path, png, atomically));
+}
+
+/// Each width is made once, though most stand in the set twice: as a size, and as the double of half of it.
+/// The set is thrown away after use.
+void saveWidth(const Picture& picture, int width, const std::string& folder) {
+    const std::string png = pngAt(picture, width);
+    if (width <= largestIcon) save(png, pngFile(folder, width, ".png"), files::Atomically::no);
+    if (width > smallestIcon) save(png, pngFile(folder, width / 2, "@2x.png"), files::Atomically::no);
+}
+
+/// The largest width costs about as much as all others together: it is made beside them.
+void saveIconSet(const Picture& picture, const std::string& folder) {
+    const auto largest = std::async(std::launch::async, [&] { saveWidth(picture, 2 * largestIcon, folder); });
+    for (int width = largestIcon; width >= smallestIcon; width /= 2) saveWidth(picture, width, folder);
+    largest.wait();
+}
+
 }  // namespace
 
 void NSPortManager::savePngImage(const Picture& picture, int size, const std::string& imagePath) const {
-    if (picture.width <= 0 || size <= 0) return;
-    // The height follows the width: a strip of one pixel's width would need gigabytes.
-    const std::int64_t height = std::int64_t{picture.height} * size / picture.width;
-    if (height > pictures::longestEdge) return;
-    // A failed write is not reported: the icon set simply lacks that size.
-    static_cast<void>(files::write(imagePath, pictures::encodePng(pictures::scaledToWidth(picture, size)),
-                                   files::Atomically::yes));
+    save(pngAt(picture, size), imagePath, files::Atomically::yes);
 }
 
 void NSPortManager::saveIconsetImage(const Picture& picture, int size, const std::string& folder) const {
-    const std::string edge = std::to_string(size);
-    savePngImage(picture, size, filled("%@/icon_%dx%d.png", {folder, edge, edge}));
-    savePngImage(picture, size * 2, filled("%@/icon_%dx%d@2x.png", {folder, edge, edge}));
+    savePngImage(picture, size, pngFile(folder, size, ".png"));
+    savePngImage(picture, size * 2, pngFile(folder, size, "@2x.png"));
 }
 
 bool NSPortManager::setIconWithImage(const std::optional<ImageData>& image) const {
@@ -86,7 +115,7 @@ bool NSPortManager::setIconWithImage(const std::optional<ImageData>& image) cons
     const auto& [icon, iconSet] = *paths;
     MVFileManager::removeItemAtPath(iconSet);  // left by a run that was killed
     MVFileManager::createDirectoryAtPath(iconSet, IntermediateFolders::no);
-    for (int size = smallestIcon; size <= largestIcon; size *= 2) saveIconsetImage(*picture, size, iconSet);
+    saveIconSet(*picture, iconSet);
     const bool replaced = replaceIconFile({icon, iconSet});
     MVFileManager::removeItemAtPath(iconSet);
     // A wrapper that comes from a Mac may carry the Finder's own icon for the folder, which would hide the

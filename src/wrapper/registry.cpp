@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 #include "foundation/file_manager.h"
 #include "foundation/formats.h"
@@ -13,6 +14,7 @@ namespace morvane::NSUtilities {
 namespace {
 
 constexpr std::string_view blockEnd = "\n\n";
+constexpr std::size_t roomForABlock = 4096;  // bytes: what is added to a text seldom moves it
 
 /// A header counts only at the start of a line: a value whose data holds the same text is no block, and
 /// taking it for one would cut that value in two.
@@ -34,20 +36,28 @@ std::string valueLines(std::string_view text, std::string_view header) {
 }
 
 /// No more than two line feeds in a row.
-std::string withShortGaps(std::string_view text) {
-    std::string result;
-    result.reserve(text.size());
-    std::size_t lineFeeds = 0;
-    for (const char character : text) {
-        lineFeeds = character == '\n' ? lineFeeds + 1 : 0;
-        if (lineFeeds <= 2) result += character;
+std::string withShortGaps(std::string text) {
+    constexpr std::string_view longGap = "\n\n\n";
+    std::size_t at = text.find(longGap);
+    if (at == std::string::npos) return text;
+    std::size_t kept = at += blockEnd.size();
+    while (at < text.size()) {
+        at = std::min(text.find_first_not_of('\n', at), text.size());
+        const std::size_t next = std::min(text.find(longGap, at), text.size());
+        const std::size_t end = next < text.size() ? next + blockEnd.size() : next;
+        std::copy(text.begin() + static_cast<std::ptrdiff_t>(at),
+                  text.begin() + static_cast<std::ptrdiff_t>(end),
+                  text.begin() + static_cast<std::ptrdiff_t>(kept));
+        kept += end - at;
+        at = end;
     }
-    return result;
+    text.resize(kept);
+    return text;
 }
 
 std::string withoutKey(std::string_view text, std::string_view header) {
     std::string kept;
-    kept.reserve(text.size());
+    kept.reserve(text.size() + roomForABlock);
     std::size_t from = 0;
     while (from < text.size()) {
         const std::size_t at = findHeader(text, header, from);
@@ -56,11 +66,11 @@ std::string withoutKey(std::string_view text, std::string_view header) {
         // The gap after the block stays; with the gap before it, it is made short again below.
         from = std::min(text.find(blockEnd, at), text.size());
     }
-    return withShortGaps(kept);
+    return withShortGaps(std::move(kept));
 }
 
-std::string withBlock(std::string_view text, std::string_view block) {
-    return std::string(text) + "\n\n\n" + std::string(block);
+std::string withBlock(std::string text, std::string_view block) {
+    return std::move(text.append("\n\n\n").append(block));
 }
 
 std::optional<std::string> readFile(const std::string& path) {

@@ -14,6 +14,8 @@ TEST(JsonText, WritesEveryKind) {
     } rows[] = {
         {Value(), "null"},
         {"a\"b\\\n\x01 é", R"("a\"b\\\n\u0001 é")"},
+        {"\b\f\n\r\t/\x1F\x7F 1234567 \xC3\xA9", "\"\\b\\f\\n\\r\\t/\\u001f\x7F 1234567 \u00e9\""},
+        {"12345678\xC3", "\"12345678\uFFFD\""},
         {"\xFFz", "\"\uFFFDz\""},
         {std::numeric_limits<double>::infinity(), "null"},
         {Date{86399.9}, "\"2001-01-01T23:59:59Z\""},
@@ -26,7 +28,18 @@ TEST(JsonText, WritesEveryKind) {
          R"({"text":"ab","runs":[{"length":2,"bold":true,"italic":false,"font":"Helvetica","fontSize":12.0}]})"},
     };
     for (const auto& row : rows) EXPECT_EQ(jsonText(row.value), row.json);
-    EXPECT_EQ(jsonText(Dictionary{{"a", Array{1}}}, JsonLayout::indented), "{\n  \"a\": [\n    1\n  ]\n}");
+    const Dictionary nested{{"a", Array{1, Array{}, Dictionary{}}}, {"b\"", StyledText{}}};
+    EXPECT_EQ(jsonText(nested, JsonLayout::indented), R"({
+  "a": [
+    1,
+    [],
+    {}
+  ],
+  "b\"": {
+    "text": "",
+    "runs": []
+  }
+})");
 }
 
 }  // namespace
