@@ -162,6 +162,7 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         host().creation.throwIfRequested();
         if (built && !existedBefore) finish();
         if (built) replaced.discard();
+        if (built) forgetParts();
         errorWithMessage(std::nullopt);
         return built ? 0 : -1;
     } catch (const Cancelled&) {
