@@ -441,6 +441,14 @@ class HttpListener::Server {
         delete static_cast<std::shared_ptr<const std::string>*>(text);
     }
 
+    /// By which a client knows that its part is of the same file: another one in its place, or a change of it,
+    /// has another.
+    static std::string markOf(const struct stat& state) {
+        const auto number = [](auto value) { return std::to_string(value) + "-"; };
+        return "\"" + number(state.st_ino) + number(state.st_size) + number(state.st_mtim.tv_sec) +
+               std::to_string(state.st_mtim.tv_nsec) + "\"";
+    }
+
     /// Null when it can't be read, with that status.
     static MHD_Response* fileResponse(const HttpQuery& query, const HttpAnswer& answer, int& status,
                                       std::map<std::string, std::string>& headers, std::uint64_t& size) {
@@ -453,8 +461,10 @@ class HttpListener::Server {
         const auto whole = static_cast<std::uint64_t>(state.st_size);
         ByteRange range{0, whole};
         headers["Accept-Ranges"] = "bytes";
-        // We give no mark by which a client could know that its part is of the same file.
-        const bool mayBePart = status == ok && query.method == "GET" && !query.headers.contains("if-range");
+        const std::string mark = markOf(state);
+        if (status == ok) headers["ETag"] = mark;
+        const bool isSame = !query.headers.contains("if-range") || query.header("if-range") == mark;
+        const bool mayBePart = status == ok && query.method == "GET" && isSame;
         const Wanted wanted = mayBePart ? rangeOf(query.header("range"), whole, range) : Wanted::whole;
         if (wanted == Wanted::nothing) {
             status = badRange;
