@@ -10,7 +10,7 @@
 namespace morvane {
 
 Build::Build(std::shared_ptr<NSProgressView> progress)
-    : Download(std::move(progress)),
+    : Download(std::move(progress), Keep::untilForgotten),
       newestCaskery(getNewestCaskeryVersion()),
       currentCaskery(masterWrapperOnDisk(newestCaskery)) {}
 
@@ -23,9 +23,10 @@ void Build::setSubtitle(const std::string& subtitle) const {
     progressWindow->setSubtitle(subtitle, CreatingPort::yes);
 }
 
-bool Build::downloadFileToPath(const std::string& url, const std::string& path, const std::string& type) {
+bool Build::downloadFileToPath(const std::string& url, const std::string& path, const std::string& type,
+                               const std::string& query) {
     setMessage(localized("Downloading %@...", {type}));
-    return downloadFile(url, path, Silence::no);
+    return downloadFile(url, path, Silence::no, query);
 }
 
 }  // namespace morvane

@@ -31,7 +31,8 @@ class Build : public Download {
     void setMessage(const std::string& message) const;
     void setSubtitle(const std::string& subtitle) const;
     /// With the progress line "Downloading %@...". As `downloadFile`.
-    bool downloadFileToPath(const std::string& url, const std::string& path, const std::string& type);
+    bool downloadFileToPath(const std::string& url, const std::string& path, const std::string& type,
+                            const std::string& query = "");
 
     /// The master wrapper's versions: what the site offers, and what is on disk.
     std::optional<std::string> newestCaskery, currentCaskery;

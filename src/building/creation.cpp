@@ -10,6 +10,7 @@
 #include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
 #include "building/estimated_progress.h"
+#include "building/finished_prefix.h"
 #include "building/master_wrapper.h"
 #include "building/program_check.h"
 #include "foundation/alerts.h"
@@ -70,8 +71,12 @@ void keepOrRemove(Build& build, const std::string& place, const Wrapper& wrapper
 /// The step of `createWrapperAt` that runs the wrapper's own tool, at the temporary path where there is
 /// one.
 bool createPrefixOf(Build& build, const Wrapper& wrapper) {
+    const building::FinishedPrefix finished(wrapper);
+    if (finished.copyInto(wrapper)) return true;
+    // What a game has left in a wrapper that was there before is nobody else's.
+    const bool isFresh = build.made.place == wrapper.path();
     // A wrapper that was there before may hold a game's data, which have no business in a passing folder.
-    if (build.made.place == wrapper.path()) build.made.folder = folderForPrefix(files::parent(wrapper.path()));
+    if (isFresh) build.made.folder = folderForPrefix(files::parent(wrapper.path()));
     const std::string place = build.made.folder
                                   ? files::join(build.made.folder->path(), temporaryNameFor(wrapper.path()))
                                   : wrapper.path();
@@ -86,9 +91,11 @@ bool createPrefixOf(Build& build, const Wrapper& wrapper) {
     makeRunnable("+x", tool);
     {
         building::EstimatedProgress estimate(build.progressWindow, settings::prefixCreationTime);
-        MVTask::ignoreEnding(
-            MVTask::runProgram(tool, "/", std::vector<std::string>{"CKS-wineprefixcreate"}, Wait::yes));
-        if (MVFileManager::fileExistsAtPath(Wrapper(place).systemRegistry())) estimate.finished();
+        const auto created =
+            MVTask::runProgram(tool, "/", std::vector<std::string>{"CKS-wineprefixcreate"}, Wait::yes);
+        const bool isThere = MVFileManager::fileExistsAtPath(Wrapper(place).systemRegistry());
+        if (isThere) estimate.finished();
+        if (isThere && isFresh && created && created->ending.succeeded()) finished.keep(Wrapper(place));
     }
     if (!build.made.folder) return true;
     const bool isBack = MVFileManager::moveItemAtPath(place, wrapper.path());

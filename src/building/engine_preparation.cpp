@@ -35,11 +35,13 @@ enum class Arrived { calledOff, failed, stored };
 
 /// Downloads an archive, and puts it into the store when it is whole; without one the user is told how that
 /// ends.
-Arrived download(Build& build, const std::string& link, std::string destination, const std::string& engine) {
+Arrived download(Build& build, const std::string& link, std::string destination, const std::string& engine,
+                 const std::string& query = "") {
     const archives::UnpackingFolder arriving(".arriving");
     if (arriving.path.empty()) return Arrived::calledOff;
     const std::string arrived = files::join(arriving.path, files::lastComponent(destination));
-    if (!build.downloadFileToPath(link, arrived, localized("engine %@", {engine}))) return Arrived::calledOff;
+    if (!build.downloadFileToPath(link, arrived, localized("engine %@", {engine}), query))
+        return Arrived::calledOff;
     if (!MVFileManager::regularFileExistsAtPath(arrived)) {
         reportUnavailableEngine();
         return Arrived::failed;
@@ -62,8 +64,8 @@ Arrived download(Build& build, const std::string& link, std::string destination,
 Arrived downloadOfficial(Build& build, const std::string& engine) {
     // The catalogue comes from outside as well, and the name becomes that of a file.
     if (!building::isOfficialEngine(engine) || !building::placeInStore(engine)) return Arrived::calledOff;
-    return download(build, building::officialLinkOf(engine) + building::cacheBuster(),
-                    localPathForOfficialEngine(engine), engine);
+    return download(build, building::officialLinkOf(engine), localPathForOfficialEngine(engine), engine,
+                    building::cacheBuster());
 }
 
 /// Copies the file that the user picks into the store. False when it is no archive, which the user is told;

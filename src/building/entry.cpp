@@ -168,6 +168,7 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         host().creation.throwIfRequested();
         if (built && !existedBefore) finish();
         if (built) replaced.discard();
+        if (built) forgetParts();
         if (built) ending = BuildLog::Ending::built;
         errorWithMessage(std::nullopt);
         return built ? 0 : -1;

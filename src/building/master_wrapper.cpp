@@ -175,7 +175,7 @@ bool updateCaskery(Build& build) {
                 if (!archives::archiveToolWorks("7z")) return failed(std::nullopt);
                 MVFileManager::removeItemAtPath(archive);
             }
-            build.downloadFile(source.place + building::cacheBuster(), archive, Silence::no);
+            build.downloadFile(source.place, archive, Silence::no, building::cacheBuster());
             // The old master wrapper stays until the new one has been unpacked: the archive may be broken,
             // and then the user would be left without any.
             if (MVFileManager::regularFileExistsAtPath(archive)) build.currentCaskery = build.newestCaskery;

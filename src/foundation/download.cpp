@@ -40,6 +40,10 @@ std::string askedLink() {
     return MVAlert::inputDialogWithMessage(localized("Inform the updated link:"), "").value_or("");
 }
 
+std::string partsFolder() {
+    return files::join(host().folders.temporary, "Downloads");
+}
+
 std::string readableSize(std::uint64_t bytes) {
     return NSUtilities::humanReadableSizeForBytes(static_cast<std::int64_t>(bytes), DecimalMeasureSystem::no);
 }
@@ -100,8 +104,10 @@ bool shouldCancelForInvalidLink(const std::string& path, Silence silence) {
 /// guards the hand-over, and is never held while something is posted to the main queue.
 class Download::Transfer : public std::enable_shared_from_this<Transfer> {
   public:
-    Transfer(const std::string& path, std::shared_ptr<NSProgressView> progressWindow, Silence silence)
-        : received(path), progressWindow_(std::move(progressWindow)), silent_(silence == Silence::yes) {}
+    Transfer(DownloadPart part, std::shared_ptr<NSProgressView> progressWindow, Silence silence)
+        : received(std::move(part)),
+          progressWindow_(std::move(progressWindow)),
+          silent_(silence == Silence::yes) {}
 
     /// Main thread.
     void start(const std::string& url);
@@ -133,7 +139,9 @@ class Download::Transfer : public std::enable_shared_from_this<Transfer> {
 
     void startChronometer();
     /// On the connection's thread.
-    Result<> take(std::string_view chunk, std::optional<std::uint64_t> announcedLength);
+    Result<> begin(const HttpHead& head);
+    Result<> take(std::string_view chunk);
+    void didReceiveResponse();
     void didReceiveData(std::uint64_t bytes);
     void didFailWithError(const std::string& description);
     void didFinishLoading();
@@ -154,6 +162,8 @@ class Download::Transfer : public std::enable_shared_from_this<Transfer> {
     Clock::time_point downloadStartMoment_;
     int errorTimer_ = 1;
     std::atomic<bool> hadEmptyChunk_ = false;
+    /// What the connection's thread has found out: what is there before the first byte, and the whole.
+    std::atomic<std::uint64_t> sizeBefore_ = 0, sizeOfWhole_ = 0;
 
     Mutex mutex_;
     Condition changed_;
@@ -182,13 +192,13 @@ void Download::Transfer::start(const std::string& url) {
 
     HttpRequest request;
     request.url = url;
+    request.headers = received.part.requestHeaders();
     http::TransferHandlers handlers;
     const auto self = shared_from_this();
-    handlers.response = [self](std::optional<std::uint64_t> announcedLength) {
-        if (!self->isEnding()) self->received.fullSize = announcedLength.value_or(0);
-    };
-    handlers.body = [self](std::string_view chunk, std::optional<std::uint64_t> announcedLength) -> Result<> {
-        return self->take(chunk, announcedLength);
+    handlers.head = [self](const HttpHead& head) { return self->begin(head); };
+    handlers.response = [self](std::optional<std::uint64_t>) { self->didReceiveResponse(); };
+    handlers.body = [self](std::string_view chunk, std::optional<std::uint64_t>) {
+        return self->take(chunk);
     };
     handlers.data = [self](std::uint64_t bytes) { self->guarded([&] { self->didReceiveData(bytes); }); };
     handlers.failed = [self](const std::string& description) {
@@ -210,7 +220,8 @@ void Download::Transfer::startChronometer() {
 void Download::Transfer::stop() {
     finish();
     connection_.reset();
-    received.size = received.file.size();
+    received.size = received.part.size();
+    received.arrived = received.size - std::min(received.size, sizeBefore_.load());
     std::optional<MainQueue::TimerId> monitor, releaser;
     {
         MutexLock lock(mutex_);
@@ -279,17 +290,31 @@ void Download::Transfer::guarded(const std::function<void()>& work) {
     }
 }
 
-Result<> Download::Transfer::take(std::string_view chunk, std::optional<std::uint64_t> announcedLength) {
+Result<> Download::Transfer::begin(const HttpHead& head) {
+    auto begun = received.part.begin(head);
+    sizeBefore_ = received.part.size();
+    sizeOfWhole_ = received.part.wholeSize().value_or(0);
+    return begun;
+}
+
+Result<> Download::Transfer::take(std::string_view chunk) {
     if (chunk.empty()) {
         hadEmptyChunk_ = true;
         return Failure{"", localized("An unknown error happened during the download.")};
     }
-    return received.file.append(chunk, announcedLength);
+    return received.part.append(chunk);
+}
+
+void Download::Transfer::didReceiveResponse() {
+    if (isEnding()) return;
+    received.size = sizeBefore_;
+    received.fullSize = sizeOfWhole_;
 }
 
 void Download::Transfer::didReceiveData(std::uint64_t bytes) {
     if (isEnding()) return;
     received.size += bytes;
+    received.arrived += bytes;
     if (silent_) return;
     downloadedAtSecond_ += bytes;
     if (received.fullSize == 0) return;
@@ -319,7 +344,7 @@ void Download::Transfer::tick() {
     if (silent_ || isEnding()) return;
     guarded([this] {
         updateUI();
-        errorTimer_ = received.size == 0 ? errorTimer_ + 1 : 1;
+        errorTimer_ = received.arrived == 0 ? errorTimer_ + 1 : 1;
         downloadedAtSecond_ = 0;
         if (errorTimer_ % ticksToAQuestion == 0) askForUpdatedLink();
     });
@@ -333,7 +358,8 @@ void Download::Transfer::updateUI() {
         subtitle = localized("%@ (%@/s)", {readableSize(done), speed});
     } else if (received.fullSize != done) {
         const double elapsed = std::chrono::duration<double>(Clock::now() - downloadStartMoment_).count();
-        const auto average = elapsed > 0 ? static_cast<std::int64_t>(static_cast<double>(done) / elapsed) : 0;
+        const auto average =
+            elapsed > 0 ? static_cast<std::int64_t>(static_cast<double>(received.arrived) / elapsed) : 0;
         const auto bytesLeft = static_cast<std::int64_t>(received.fullSize - done);
         subtitle =
             localized("%@ of %@ (%@/s) - %@", {readableSize(done), readableSize(received.fullSize), speed,
@@ -364,7 +390,8 @@ void Download::Transfer::askForUpdatedLink() {
     setAsking(false);
 }
 
-Download::Download(std::shared_ptr<NSProgressView> window) : progressWindow(std::move(window)) {}
+Download::Download(std::shared_ptr<NSProgressView> window, Keep keep)
+    : progressWindow(std::move(window)), keep_(keep) {}
 
 Download::~Download() = default;
 
@@ -372,8 +399,9 @@ bool Download::Received::isWhole() const {
     return size > 0 && !error && size >= fullSize;
 }
 
-bool Download::downloadFile(const std::string& url, const std::string& path, Silence silence) {
-    std::string link = url;
+bool Download::downloadFile(const std::string& url, const std::string& path, Silence silence,
+                            const std::string& query) {
+    std::string link = url, added = query;
     for (int retries = 0; silence == Silence::no || retries <= silentRetries; ++retries) {
         if (shouldCancelDownloadOfFile(link, path, silence)) return false;
         // Only a file that is to be used instead still lies there. The address can't be reached, or is none:
@@ -381,12 +409,14 @@ bool Download::downloadFile(const std::string& url, const std::string& path, Sil
         // replace what the user chose.
         if (MVFileManager::regularFileExistsAtPath(path)) return true;
         if (silence == Silence::no) progressWindow->setCurrentValue(0);
-        std::optional<Received> received = receive(link, path, silence);
+        std::optional<Received> received = receive(link, added, silence);
         if (!received) return false;
         // A stalled transfer with a new link is not saved: what the new link gives is the outcome.
-        const std::optional<std::string> next =
-            received->updatedLink ? received->updatedLink : saveDownloadedFile(*received, link, silence);
+        const std::optional<std::string> next = received->updatedLink
+                                                    ? received->updatedLink
+                                                    : saveDownloadedFile(*received, link, path, silence);
         if (!next) return true;
+        if (*next != link) added.clear();
         link = *next;
     }
     return true;
@@ -399,10 +429,21 @@ bool Download::shouldCancelDownloadOfFile(const std::string& url, const std::str
     return shouldCancelForExistingFile(path, silence);
 }
 
-std::optional<Download::Received> Download::receive(const std::string& url, const std::string& path,
+std::optional<Download::Received> Download::receive(const std::string& url, const std::string& query,
                                                     Silence silence) {
+    // Whoever wants a file a second time could not use the first one.
+    if (kept_.erase(url) > 0) download_parts::forget(partsFolder(), url);
+    for (;;) {
+        auto received = transferred(url + query, DownloadPart(partsFolder(), url), silence);
+        if (!received || !received->part.mustStartAnew()) return received;
+        received->part.startAnew();
+    }
+}
+
+std::optional<Download::Received> Download::transferred(const std::string& address, DownloadPart part,
+                                                        Silence silence) {
     host().creation.throwIfRequested();
-    const auto transfer = std::make_shared<Transfer>(path, progressWindow, silence);
+    const auto transfer = std::make_shared<Transfer>(std::move(part), progressWindow, silence);
     setCurrent(transfer);
     bool ended = false;
     {
@@ -410,7 +451,7 @@ std::optional<Download::Received> Download::receive(const std::string& url, cons
         if (host().creation.runsHere()) {
             interrupter.emplace(host().creation, [transfer] { transfer->release(); });
         }
-        ended = host().mainQueue.callAndWait([&] { transfer->start(url); }) && transfer->wait();
+        ended = host().mainQueue.callAndWait([&] { transfer->start(address); }) && transfer->wait();
     }
     if (!host().mainQueue.callAndWait([&] { transfer->stop(); })) transfer->stop();
     setCurrent(nullptr);
@@ -418,17 +459,17 @@ std::optional<Download::Received> Download::receive(const std::string& url, cons
     const Received& received = transfer->received;
     const bool whole = received.isWhole();
     const std::string failure = whole ? "" : received.error.value_or("not whole");
-    if (const auto build = BuildLog::current()) build->download(url, received.size, failure);
-    host().log.write(
-        whole ? Log::Level::info : Log::Level::warning,
-        "download: " + url + ": " + std::to_string(received.size) + " bytes" + (whole ? "" : ", " + failure));
+    if (const auto build = BuildLog::current()) build->download(address, received.size, failure);
+    host().log.write(whole ? Log::Level::info : Log::Level::warning,
+                     "download: " + address + ": " + std::to_string(received.size) + " bytes, " +
+                         std::to_string(received.arrived) + " of them now" + (whole ? "" : ", " + failure));
     if (received.thrown) std::rethrow_exception(received.thrown);
     if (!ended) return std::nullopt;
     return std::move(transfer->received);
 }
 
 std::optional<std::string> Download::saveDownloadedFile(Received& received, const std::string& url,
-                                                        Silence silence) {
+                                                        const std::string& path, Silence silence) {
     const auto reportUnwritten = [silence](const std::string& description) -> std::optional<std::string> {
         if (silence == Silence::no) {
             MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {description}));
@@ -436,8 +477,8 @@ std::optional<std::string> Download::saveDownloadedFile(Received& received, cons
         return std::nullopt;
     };
     // A full disk is no matter of the link's, or of another try.
-    if (const auto& written = received.file.soFar(); !written) return reportUnwritten(written.error().why);
-    if (received.size == 0) {
+    if (const auto& written = received.part.soFar(); !written) return reportUnwritten(written.error().why);
+    if (received.arrived == 0 && !received.isWhole()) {
         if (silence == Silence::yes) return std::nullopt;
         if (!asks("The informed file isn't available. Do you want to inform an updated link?", "Error",
                   true)) {
@@ -454,8 +495,13 @@ std::optional<std::string> Download::saveDownloadedFile(Received& received, cons
             return url;
         }
     }
-    const auto placed = received.file.putInPlace();
+    const auto placed = received.part.putAt(path, keep_);
+    if (placed && keep_ == Keep::untilForgotten) kept_.insert(url);
     return placed ? std::nullopt : reportUnwritten(placed.error().why);
+}
+
+void Download::forgetParts() {
+    for (const std::string& link : std::exchange(kept_, {})) download_parts::forget(partsFolder(), link);
 }
 
 void Download::finishDownload() {

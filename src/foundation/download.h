@@ -4,20 +4,23 @@
 // On the thread of the running creation, a cancellation throws `Cancelled`. One instance runs one transfer at
 // a time.
 //
-// What arrives is written beside the destination and renamed into place at the end, so that a kill at any
-// moment leaves the old file or the new one. No more is taken than the disk has room for. An error page (a
-// status of 400 and more) counts as nothing received.
+// What arrives is collected in the cache of parts (`platform/download_parts.h`) and put at the destination at the
+// end, so that a kill at any moment leaves the old file or the new one. A transfer goes on where an earlier one for
+// the same link has stopped, in whatever process that was. No more is taken than the disk has room for. An error page
+// (a status of 400 and more) counts as nothing received.
 #pragma once
 
 #include <cstdint>
 #include <exception>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 
 #include "foundation/progress_view.h"
 #include "platform/annotations.h"
-#include "platform/passing_file.h"
+#include "platform/download_parts.h"
 
 namespace morvane {
 
@@ -30,14 +33,21 @@ class Download {
     /// result is true.
     static constexpr int silentRetries = 3;
 
-    explicit Download(std::shared_ptr<NSProgressView> progressWindow);
+    using Keep = DownloadPart::Keep;
+    /// `keep`: whether whole files stay in the cache of parts until `forgetParts`, so that whoever comes for them
+    /// again has them at once if the server still has the same.
+    explicit Download(std::shared_ptr<NSProgressView> progressWindow, Keep keep = Keep::no);
     virtual ~Download();
     Download(const Download&) = delete;
     Download& operator=(const Download&) = delete;
 
     /// False when it was called off before any transfer (also by the end of the application); true does not
-    /// promise a file. A full disk is told, and leaves nothing.
-    bool downloadFile(const std::string& url, const std::string& path, Silence silence);
+    /// promise a file. A full disk is told, and leaves nothing. `query` is what the request adds to the address
+    /// only to get past caches on the way.
+    bool downloadFile(const std::string& url, const std::string& path, Silence silence,
+                      const std::string& query = "");
+    /// What this download has kept is not needed any more.
+    void forgetParts();
     /// Asks the user where it has to; true to call the download off.
     [[nodiscard]] bool shouldCancelDownloadOfFile(const std::string& url, const std::string& path,
                                                   Silence silence);
@@ -56,10 +66,11 @@ class Download {
     class Transfer;
     /// What a transfer left behind.
     struct Received {
-        explicit Received(const std::string& path) : file(path) {}
+        explicit Received(DownloadPart body) : part(std::move(body)) {}
 
-        files::PassingFile file;
-        std::uint64_t size = 0;  ///< of the body
+        DownloadPart part;
+        std::uint64_t size = 0;     ///< of the body, with what was there before
+        std::uint64_t arrived = 0;  ///< in this transfer
         std::optional<std::string> error;
         std::uint64_t fullSize = 0;
         std::optional<std::string> updatedLink;  ///< the user's answer to the question of a stalled transfer
@@ -70,13 +81,17 @@ class Download {
     };
 
     /// Blocks until the transfer has ended; nothing when the application ends first.
-    std::optional<Received> receive(const std::string& url, const std::string& path, Silence silence);
+    std::optional<Received> receive(const std::string& url, const std::string& query, Silence silence);
+    /// One transfer of what `receive` needs; the part is handed on.
+    std::optional<Received> transferred(const std::string& address, DownloadPart part, Silence silence);
     /// The address to start again with, or nothing when the download is done.
-    static std::optional<std::string> saveDownloadedFile(Received& received, const std::string& url,
-                                                         Silence silence);
+    std::optional<std::string> saveDownloadedFile(Received& received, const std::string& url,
+                                                  const std::string& path, Silence silence);
     void setCurrent(std::shared_ptr<Transfer> transfer);
     [[nodiscard]] std::shared_ptr<Transfer> current() const;
 
+    const Keep keep_;
+    std::set<std::string> kept_;  ///< the links of what is kept; the caller's thread
     mutable Mutex mutex_;
     std::shared_ptr<Transfer> transfer_ MV_GUARDED_BY(mutex_);
 };

@@ -62,7 +62,8 @@ std::string describe(CURLcode code) {
 
 /// What a connection hands on, on the thread that runs it.
 struct Events {
-    std::function<void(std::optional<std::uint64_t> announcedLength)> response;
+    /// False ends the connection.
+    std::function<bool(const HttpHead& head)> response;
     /// False ends the connection.
     std::function<bool(std::string_view bytes)> data;
 };
@@ -91,11 +92,12 @@ class Connection {
         set(CURLOPT_FAILONERROR, purpose == Purpose::file ? 1L : 0L);
         curl_multi_add_handle(multi_, easy_);
         CURLcode code = follow();
-        if (code == CURLE_PARTIAL_FILE && purpose == Purpose::file) code = CURLE_OK;
+        // Where no length was announced, nobody else could tell.
+        if (code == CURLE_PARTIAL_FILE && purpose == Purpose::file && head().length) code = CURLE_OK;
         curl_multi_remove_handle(multi_, easy_);
         if (stopped_) return {};
         if (code != CURLE_OK && leadsInside_) code = CURLE_ABORTED_BY_CALLBACK;
-        if (code == CURLE_OK) announce();
+        if (code == CURLE_OK || code == CURLE_HTTP_RETURNED_ERROR) announce();
         return code == CURLE_OK ? std::string() : describe(code);
     }
 
@@ -196,11 +198,31 @@ class Connection {
     }
 
     void announce() {
-        if (std::exchange(announced_, true)) return;
+        if (std::exchange(announced_, true) || !events_.response) return;
+        if (!events_.response(head())) stop();
+    }
+
+    [[nodiscard]] HttpHead head() const {
+        HttpHead head = head_;
+        head.status = status();
         curl_off_t length = -1;
         curl_easy_getinfo(easy_, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
-        if (!events_.response) return;
-        events_.response(length < 0 ? std::nullopt : std::optional(static_cast<std::uint64_t>(length)));
+        if (length >= 0) head.length = static_cast<std::uint64_t>(length);
+        return head;
+    }
+
+    /// Keeps what is told of the body; each answer on the way starts anew.
+    void noteHeader(const std::string& lowerCased, std::string_view line) {
+        const std::array<std::pair<std::string_view, std::string*>, 4> wanted{
+            {{"etag:", &head_.entityTag},
+             {"last-modified:", &head_.lastModified},
+             {"date:", &head_.date},
+             {"content-range:", &head_.contentRange}}};
+        for (const auto& [name, value] : wanted) {
+            if (!lowerCased.starts_with(name)) continue;
+            line.remove_prefix(std::min(line.find_first_not_of(" \t", name.size()), line.size()));
+            *value = line.substr(0, line.find_last_not_of(" \t\r\n") + 1);
+        }
     }
 
     /// Asked for each address, as the name server has given it: a name that leads elsewhere the second time gains
@@ -221,7 +243,11 @@ class Connection {
         connection.lastSign_ = Clock::now();
         std::string line(bytes, count);
         for (char& c : line) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        if (line.starts_with("http/")) connection.redirects_ = false;
+        if (line.starts_with("http/")) {
+            connection.redirects_ = false;
+            connection.head_ = HttpHead();
+        }
+        connection.noteHeader(line, {bytes, count});
         if (line.starts_with("location:")) connection.redirects_ = true;
         if (line == "\r\n" || line == "\n") {
             connection.allowRedirections();
@@ -235,7 +261,7 @@ class Connection {
     static std::size_t onData(char* bytes, std::size_t, std::size_t count, void* self) {
         auto& connection = *static_cast<Connection*>(self);
         connection.announce();
-        if (connection.stopped_ || !connection.events_.data({bytes, count})) connection.stop();
+        if (!connection.stopped_ && !connection.events_.data({bytes, count})) connection.stop();
         // Afterwards: while the receiver held this thread up, the server was not silent.
         connection.lastSign_ = Clock::now();
         return connection.stopped_ ? 0 : count;
@@ -254,6 +280,7 @@ class Connection {
     CURLM* const multi_ = curl_multi_init();
     curl_slist* headers_ = nullptr;
     std::atomic<bool> stopped_ = false;
+    HttpHead head_;               // what the headers of the last answer say
     Clock::time_point lastSign_;  // when anything last moved
     curl_off_t uploaded_ = 0;
     bool isFromOutside_ = false, leadsInside_ = false;  // of the addresses so far, of the last one
@@ -372,7 +399,10 @@ HttpResponse fetch(const HttpRequest& request, Cancellation* cancellation) {
         if (!tooLong) response.body += bytes;
         return !tooLong;
     };
-    const auto announced = [&](std::optional<std::uint64_t> length) { response.announcedLength = length; };
+    const auto announced = [&](const HttpHead& head) {
+        response.announcedLength = head.length;
+        return true;
+    };
     response.error = connection.run({.response = announced, .data = take}, Purpose::answer);
     if (tooLong) {
         response.body.clear();
@@ -414,11 +444,17 @@ struct Transfer::State {
     /// `self` keeps the handlers alive while one of them destroys the transfer.
     static void follow(const std::shared_ptr<State>& self) {
         Events events;
-        events.response = [&self](std::optional<std::uint64_t> length) {
-            self->announced = length;
-            self->queue.post([self, length] {
+        events.response = [&self](const HttpHead& head) {
+            const auto taken = self->handlers.head ? self->handlers.head(head) : Result<>();
+            if (!taken) {
+                self->refusal = taken.error().why;
+                return false;
+            }
+            self->announced = head.length;
+            self->queue.post([self, length = head.length] {
                 if (!self->over && self->handlers.response) self->handlers.response(length);
             });
+            return true;
         };
         events.data = [&self](std::string_view bytes) {
             const auto taken = self->handlers.body ? self->handlers.body(bytes, self->announced) : Result<>();

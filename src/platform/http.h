@@ -37,6 +37,13 @@ struct HttpResponse {
     std::optional<std::uint64_t> announcedLength;  ///< of the body, in bytes
 };
 
+/// What a server says of a body before it sends it; values as they stand, empty where there is none.
+struct HttpHead {
+    int status = 0;
+    std::optional<std::uint64_t> length;  ///< of the body that comes, in bytes
+    std::string entityTag, lastModified, date, contentRange;
+};
+
 struct UrlParts {
     std::string scheme, host, path;
 };
@@ -60,8 +67,11 @@ namespace http {
 [[nodiscard]] HttpResponse fetch(const HttpRequest& request, Cancellation* cancellation = nullptr);
 
 /// Where the body goes, and the events of a transfer. Exactly one of `failed` and `ended` comes, last. All but
-/// `body` are called on the main thread.
+/// `head` and `body` are called on the main thread.
 struct TransferHandlers {
+    /// On the transfer's own thread, before the first of the body, also when there is none; not without an
+    /// answer. A failure ends the transfer, as failed, with why.
+    std::function<Result<>(const HttpHead& head)> head;
     /// On the transfer's own thread, piece by piece; the network waits meanwhile. A failure ends the
     /// transfer, as failed, with why. Not called any more once the transfer is destroyed.
     std::function<Result<>(std::string_view bytes, std::optional<std::uint64_t> announcedLength)> body;

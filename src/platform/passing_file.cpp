@@ -3,29 +3,19 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
 #include "platform/descriptor.h"
+#include "platform/free_room.h"
 
 namespace morvane::files {
 
 namespace {
 
-/// Between two looks at the free space, so much is written.
-constexpr std::uint64_t stretch = std::uint64_t{8} << 20;
 constexpr std::size_t digits = 16;
-
-/// Bytes free for this user where the folder lies; nothing where the file system does not tell.
-std::optional<std::uint64_t> freeIn(int folder) {
-    struct statvfs status {};
-    if (::fstatvfs(folder, &status) != 0 || status.f_blocks == 0) return std::nullopt;
-    return static_cast<std::uint64_t>(status.f_bavail) * status.f_frsize;
-}
 
 /// What the files on their way to one name have in common. A digest: beside a name of the full length there is
 /// no room for the name itself.
@@ -63,8 +53,7 @@ struct PassingFile::State {
     Descriptor folder, file;
     std::string name;  ///< beside the place; empty when nothing lies there
     std::uint64_t size = 0;
-    std::uint64_t floor = 0;     ///< so much is to stay free
-    std::uint64_t nextLook = 0;  ///< the size at which the free space is looked at
+    std::optional<FreeRoom> room;
     Result<> soFar;
 
     [[nodiscard]] Failure failure(int number) const {
@@ -92,14 +81,11 @@ bool PassingFile::State::begin(std::optional<std::uint64_t> wholeLength) {
             if (isOne && isLeftover(folder.get(), entry)) ::unlinkat(folder.get(), entry.c_str(), 0);
         }
     }
-    if (const auto space = freeIn(folder.get())) {
-        if (wholeLength.value_or(0) > *space) {
-            errno = ENOSPC;
-            return false;
-        }
-        if (!wholeLength) floor = std::min(reserve, *space / 10);
+    room.emplace(folder.get(), wholeLength);
+    if (!room->fits()) {
+        errno = ENOSPC;
+        return false;
     }
-    nextLook = wholeLength ? UINT64_MAX : 0;
     struct stat old {};
     const bool replaces =
         ::fstatat(folder.get(), lastComponent(place).c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 &&
@@ -131,10 +117,7 @@ bool PassingFile::State::create(const std::string& prefix, mode_t mode) {
 }
 
 bool PassingFile::State::hasRoom() {
-    if (size < nextLook) return true;
-    nextLook = size + std::min(stretch, std::max<std::uint64_t>(floor / 2, 1));
-    const auto space = freeIn(folder.get());
-    if (!space || *space > floor) return true;
+    if (room->isLeft(folder.get(), size)) return true;
     errno = ENOSPC;
     return false;
 }

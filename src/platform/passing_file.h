@@ -16,16 +16,12 @@ namespace morvane::files {
 /// killed process has left beside the same place goes when the next file for it begins.
 class PassingFile {
   public:
-    /// A file of an unknown length leaves so many bytes of the disk free, or a tenth of what was free at its
-    /// beginning where that is less.
-    static constexpr std::uint64_t reserve = std::uint64_t{256} << 20;
-
     explicit PassingFile(std::string place);
     ~PassingFile();
     PassingFile(PassingFile&&) noexcept;
     PassingFile& operator=(PassingFile&&) noexcept;
 
-    /// Adds the bytes. `wholeLength` is what the file is going to have in the end, where that is known: more
+    /// Adds the bytes. Room is left as `FreeRoom` says. `wholeLength` is what the file is going to have in the end, where that is known: more
     /// than is free is refused before anything is written. After a failure nothing more is added.
     [[nodiscard]] Result<> append(std::string_view bytes, std::optional<std::uint64_t> wholeLength);
     /// The first failure of `append`.

@@ -47,12 +47,16 @@ class Downloads : public testing::TestMachine {
     }
     [[nodiscard]] bool requested() const { return !site.requests().empty(); }
     [[nodiscard]] bool fileExists() const { return std::filesystem::exists(path); }
-    /// What lies beside the file for the time of a download.
+    /// What lies in the cache of parts, and beside the file.
     [[nodiscard]] std::vector<std::string> passing() const {
         std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(home)) {
-            const std::string name = entry.path().filename();
-            if (name.starts_with(".morvane-part-")) names.push_back(name);
+        for (const std::string& place : {home, machine->folders.temporary + "/Downloads"}) {
+            std::error_code none;
+            for (const auto& entry : std::filesystem::directory_iterator(place, none)) {
+                const std::string name = entry.path().filename();
+                if (name.starts_with(".morvane-") || name.ends_with(".part") || name.ends_with(".note"))
+                    names.push_back(name);
+            }
         }
         return names;
     }
@@ -283,6 +287,80 @@ TEST_F(Downloads, WhatTheQuestionOfATickThrowsReachesTheCaller) {
         EXPECT_THROW(run(link("stalled")), std::runtime_error);
         EXPECT_FALSE(download.isDownloading());
     }
+}
+
+TEST_F(Downloads, GoOnWhereAnEarlierOneStopped) {
+    const std::string body = "0123456789", other = "abcdefghij";
+    struct Row {
+        const char* name;
+        SiteAnswer first, second;
+        std::string expected;
+        std::size_t sent;  // the second time
+    };
+    const std::vector<Row> rows{
+        {"rest",
+         {.body = body, .entityTag = "\"1\"", .cutAfter = 4},
+         {.body = body, .entityTag = "\"1\""},
+         body,
+         6},
+        {"other file",
+         {.body = body, .entityTag = "\"1\"", .cutAfter = 4},
+         {.body = other, .entityTag = "\"2\""},
+         other,
+         10},
+        {"weak mark",
+         {.body = body, .entityTag = "W/\"1\"", .cutAfter = 4},
+         {.body = body, .entityTag = "W/\"1\""},
+         body,
+         10},
+        {"no mark", {.body = "0123", .announcedLength = 10}, {.body = other}, other, 10},
+        {"one that was shortened",
+         {.body = body, .entityTag = "\"1\"", .cutAfter = 8},
+         {.status = 416, .body = "no such part"},
+         "",
+         0}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        site.answerInTurn("/file", {row.first, row.second});
+        // Given up after the first transfer: the retries of a silent one would go on by themselves.
+        onWorker([&] {
+            ASSERT_TRUE(machine->creation.begin());
+            ui.expect("").throws();
+            EXPECT_THROW(download.downloadFile(link("file"), path, Silence::no), std::runtime_error);
+            machine->creation.end();
+        });
+        EXPECT_FALSE(fileExists());
+        if (row.expected.empty()) ui.expect(notAvailable).answer("No");
+        Download another(panel);
+        onWorker([&] { EXPECT_TRUE(another.downloadFile(link("file"), path, Silence::no, "?1")); });
+        EXPECT_EQ(fileExists() ? get(path) : "", row.expected);
+        EXPECT_EQ(row.expected.empty() ? 0 : site.sentSizes().back(), row.sent);
+        EXPECT_EQ(passing(), std::vector<std::string>{});
+        std::filesystem::remove(path);
+    }
+}
+
+TEST_F(Downloads, WhatABuildNeedsAgainIsKeptUntilItIsForgotten) {
+    site.answer("/file", {.body = "0123456789", .entityTag = "\"1\""});
+    const auto fetch = [&](Download& with) {
+        std::filesystem::remove(path);
+        onWorker([&] { EXPECT_TRUE(with.downloadFile(link("file"), path, Silence::no)); });
+        EXPECT_EQ(get(path), "0123456789");
+        return site.sentSizes().back();
+    };
+    Download first(panel, Download::Keep::untilForgotten), second(panel, Download::Keep::untilForgotten),
+        third(panel, Download::Keep::untilForgotten), fourth(panel, Download::Keep::untilForgotten);
+    EXPECT_EQ(fetch(first), 10U);
+    EXPECT_EQ(fetch(first), 10U) << "the same build could not use it";
+    EXPECT_EQ(fetch(second), 0U);
+    // Somebody has written into the file, which has two names: it is not used again.
+    put(path, "changed!!!");
+    std::filesystem::last_write_time(path,
+                                     std::filesystem::file_time_type::clock::now() + std::chrono::seconds(9));
+    EXPECT_EQ(fetch(third), 10U);
+    EXPECT_EQ(fetch(fourth), 0U);
+    fourth.forgetParts();
+    EXPECT_EQ(passing(), std::vector<std::string>{});
 }
 
 TEST_F(Downloads, TheEndOfTheApplicationReleasesTheCaller) {

@@ -10,7 +10,12 @@
 
 #include <array>
 #include <filesystem>
+#include <map>
+#include <set>
+#include <sstream>
 
+#include "building/finished_prefix.h"
+#include "platform/digest.h"
 #include "platform/files.h"
 #include "platform/process.h"
 #include "platform/property_list.h"
@@ -63,6 +68,8 @@ class Wine : public TestMachine {
                       .status,
                   0);
         created = tool({"CKS-wineprefixcreate"});
+        untouched = room->path + "/untouched.app";
+        ASSERT_TRUE(files::copy(wrapper, untouched));
         // Made in one place and moved to another, as every wrapper is.
         const std::string moved = room->path + "/It's \"A\" Game? & Co.app";
         ASSERT_TRUE(files::move(wrapper, moved));
@@ -152,7 +159,7 @@ class Wine : public TestMachine {
     static std::string out() { return get(driveC + "/out.txt"); }
 
     static inline TemporaryFolder* room = nullptr;
-    static inline std::string wrapper, driveC, userHome, probe, engine;
+    static inline std::string wrapper, untouched, driveC, userHome, probe, engine;
     static inline Outcome created;
 };
 
@@ -173,6 +180,107 @@ TEST_F(Wine, APrefixIsMadeInsideTheWrapper) {
     EXPECT_LT(size, 250U << 20);
     EXPECT_TRUE(processesOf(files::resolved(prefix).value()).empty());
     EXPECT_TRUE(std::filesystem::is_empty(userHome + "/Desktop"));
+}
+
+/// Every path of a prefix with what it is; of the registry, which is compared by its keys, only that it is there.
+std::map<std::string, std::string> filesOf(const std::string& prefix) {
+    std::map<std::string, std::string> found;
+    for (const char* part : {"drive_c", "dosdevices"}) {
+        const auto paths = files::listBelow(prefix + "/" + part);
+        for (const std::string& below : *paths) {
+            const std::string path = std::string(part) + "/" + below, whole = prefix + "/" + path;
+            const files::Kind kind = files::kindOf(whole);
+            if (kind == files::Kind::link) found[path] = "link " + *files::destinationOfLink(whole);
+            if (kind == files::Kind::folder) found[path] = "folder";
+            if (kind == files::Kind::file) found[path] = *digest::sha256OfFile(whole);
+            if (kind == files::Kind::link) continue;
+            std::ostringstream mode;
+            mode << " " << std::oct << static_cast<unsigned>(std::filesystem::status(whole).permissions());
+            found[path] += mode.str();
+        }
+    }
+    found[".update-timestamp"] = TestMachine::get(prefix + "/.update-timestamp");
+    return found;
+}
+
+/// The values of all three files, "file|[key]|"name"" to the value; times of keys are left out.
+std::map<std::string, std::string> valuesOf(const std::string& prefix) {
+    std::map<std::string, std::string> values;
+    for (const char* name : {"system.reg", "user.reg", "userdef.reg"}) {
+        std::istringstream lines(TestMachine::get(prefix + "/" + name));
+        std::string key, value;
+        for (std::string line; std::getline(lines, line);) {
+            if (line.starts_with('[')) {
+                key = line.substr(0, line.rfind(']') + 1);
+                values[std::string(name) + "|" + key] = "key";
+            } else if (line.starts_with('"') || line.starts_with('@')) {
+                value = std::string(name) + "|" + key + "|" + line.substr(0, line.find('='));
+                values[value] = line;
+            } else if (!line.starts_with("#time=")) {
+                values[value] += line;
+            }
+        }
+    }
+    return values;
+}
+
+/// The names of the values that differ.
+std::set<std::string> differing(const std::map<std::string, std::string>& one,
+                                const std::map<std::string, std::string>& other) {
+    std::set<std::string> names;
+    for (const auto* side : {&one, &other}) {
+        for (const auto& [name, value] : *side) {
+            const auto first = one.find(name), second = other.find(name);
+            const bool same = first != one.end() && second != other.end() && first->second == second->second;
+            if (!same) names.insert(name.substr(name.rfind('|') + 1));
+        }
+    }
+    return names;
+}
+
+TEST_F(Wine, ACopiedPrefixIsAsGoodAsAFreshOne) {
+    const auto bare = [&](const char* name) {
+        const std::string path = folder.path + "/" + name + ".app";
+        EXPECT_TRUE(files::createFolder(path + "/Contents/Resources", true));
+        for (const char* part : {"/Contents/Frameworks", "/Contents/MacOS", "/Contents/Info.plist",
+                                 "/Caskery.app", "/Contents/Resources/CKX11Prefs.plist"}) {
+            EXPECT_TRUE(files::copy(wrapper + part, path + part)) << part;
+        }
+        return path;
+    };
+    const auto asked = [&](const std::string& path, std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(),
+                         {"-u", "DISPLAY", "HOME=" + userHome, path + "/Contents/Frameworks/bin/Caskery"});
+        return runProgram("/usr/bin/env", std::move(arguments)).status;
+    };
+    // The prefix is moved before it is kept, as in a build, and the copy lies elsewhere.
+    const std::string first = untouched, copied = bare("It's a & Copy"), fresh = bare("Fresh");
+    ASSERT_EQ(asked(fresh, {"CKS-wineprefixcreate"}), 0);
+    building::FinishedPrefix{Wrapper(first)}.keep(Wrapper(first));
+    ASSERT_TRUE(building::FinishedPrefix{Wrapper(copied)}.copyInto(Wrapper(copied)));
+
+    // Two fresh ones differ as much: the day of a driver is that of the creation.
+    const std::set<std::string> own{"\"MachineGuid\"", "\"VideoID\"", "\"DriverDateData\""};
+    const auto prefixOf = [](const std::string& path) { return path + "/Contents/Resources"; };
+    EXPECT_EQ(filesOf(prefixOf(copied)), filesOf(prefixOf(fresh)));
+    EXPECT_EQ(differing(valuesOf(prefixOf(copied)), valuesOf(prefixOf(fresh))), own);
+    EXPECT_EQ(differing(valuesOf(prefixOf(copied)), valuesOf(prefixOf(first))),
+              (std::set<std::string>{"\"MachineGuid\"", "\"VideoID\""}));
+    EXPECT_GT(valuesOf(prefixOf(copied)).size(), 10000U);
+
+    const std::string stamp = get(prefixOf(fresh) + "/.update-timestamp");
+    EXPECT_EQ(asked(copied, {probe, "exit"}), 7);
+    EXPECT_EQ(get(prefixOf(copied) + "/.update-timestamp"), stamp) << "nothing to update at the first start";
+    static_cast<void>(files::remove(prefixOf(copied) + "/drive_c/out.txt"));
+
+    // An update of Wine: each notices it by its own stamp.
+    for (const std::string& path : {copied, fresh}) {
+        put(prefixOf(path) + "/.update-timestamp", "1\n");
+        EXPECT_EQ(asked(path, {"CKS-wineboot"}), 0);
+        EXPECT_EQ(get(prefixOf(path) + "/.update-timestamp"), stamp);
+    }
+    EXPECT_EQ(filesOf(prefixOf(copied)), filesOf(prefixOf(fresh)));
+    EXPECT_EQ(differing(valuesOf(prefixOf(copied)), valuesOf(prefixOf(fresh))), own);
 }
 
 TEST_F(Wine, TheMainProgramStartsInItsFolderWithItsFlags) {

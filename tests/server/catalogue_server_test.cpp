@@ -169,6 +169,23 @@ TEST_F(Catalogue, AHeadIsNoDownloadAndNeitherIsARest) {
     EXPECT_EQ(request(port, "DELETE", "/").status, 405);
 }
 
+TEST_F(Catalogue, ARestIsGivenOfTheSameFileOnly) {
+    idOf(publish(port("Game")));
+    serve();
+    const std::string path = "/ckis/download.php?id=2&type=CD";
+    const auto restFor = [&](const std::string& mark) {
+        return request(portOf(base), "GET", path, "Range: bytes=5-\r\nIf-Range: " + mark + "\r\n").status;
+    };
+    const std::string mark = request(portOf(base), "GET", path).header("ETag");
+    EXPECT_TRUE(mark.starts_with('"')) << mark;
+    EXPECT_EQ(restFor(mark), 206);
+    EXPECT_EQ(restFor("\"another\""), 200);
+    PortToPublish changed = port("Game");
+    changed.cki = cki("CD", "newer");
+    EXPECT_EQ(idOf(publish(changed)), 2);
+    EXPECT_EQ(restFor(mark), 200);
+}
+
 TEST_F(Catalogue, WhatIsPublishedWhileItServesIsInTheNextList) {
     PortToPublish game = port("Game");
     idOf(publish(game));

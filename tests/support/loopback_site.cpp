@@ -26,6 +26,7 @@ struct LoopbackSite::State {
     std::vector<std::thread> connections;
     std::map<std::string, std::deque<SiteAnswer>> answers;
     std::vector<std::string> requests;
+    std::vector<std::size_t> sentSizes;
 
     /// False when the server stops before the socket is ready.
     bool waitReadable(int socket) const {
@@ -63,6 +64,34 @@ struct LoopbackSite::State {
         return request;
     }
 
+    /// The value of a header of the request; empty when it has none.
+    static std::string headerOf(const std::string& request, const std::string& name) {
+        const auto start = request.find("\r\n" + name + ": ");
+        if (start == std::string::npos) return "";
+        const auto value = start + name.size() + 4;
+        return request.substr(value, request.find("\r\n", value) - value);
+    }
+
+    /// Leaves of the answer what the request wants of the marked file; further lines of the head.
+    static std::string narrow(SiteAnswer& answer, const std::string& request) {
+        if (answer.entityTag.empty() || answer.status != 200) return "";
+        std::string lines = "ETag: " + answer.entityTag + "\r\n";
+        if (headerOf(request, "If-None-Match") == answer.entityTag) {
+            answer.status = 304;
+            answer.body.clear();
+        }
+        const std::string range = headerOf(request, "Range");
+        if (!range.empty() && headerOf(request, "If-Range") == answer.entityTag) {
+            const std::string whole = std::to_string(answer.body.size());
+            const std::size_t first = std::stoul(range.substr(6));
+            answer.status = 206;
+            lines += "Content-Range: bytes " + std::to_string(first) + "-" +
+                     std::to_string(answer.body.size() - 1) + "/" + whole + "\r\n";
+            answer.body.erase(0, first);
+        }
+        return lines;
+    }
+
     SiteAnswer answerFor(const std::string& method, const std::string& target, const std::string& body) {
         std::lock_guard lock(mutex);
         requests.push_back(method + " " + target + (method == "POST" ? "\n" + body : ""));
@@ -80,9 +109,9 @@ struct LoopbackSite::State {
             const auto targetStart = method.size() + 1;
             const std::string target =
                 request->substr(targetStart, request->find(' ', targetStart) - targetStart);
-            const SiteAnswer answer =
-                answerFor(method, target, request->substr(request->find("\r\n\r\n") + 4));
+            SiteAnswer answer = answerFor(method, target, request->substr(request->find("\r\n\r\n") + 4));
             if (!answer.drop) {
+                const std::string marks = narrow(answer, *request);
                 std::string head =
                     "HTTP/1.1 " + std::to_string(answer.status) + " Status\r\nConnection: close\r\n";
                 head += "Content-Type: " + answer.contentType + "\r\n";
@@ -91,7 +120,12 @@ struct LoopbackSite::State {
                                                                     : std::to_string(answer.body.size());
                     head += "Content-Length: " + length + "\r\n";
                 }
-                sendAll(socket, head + "\r\n" + answer.body);
+                if (answer.cutAfter >= 0) answer.body.resize(static_cast<std::size_t>(answer.cutAfter));
+                {
+                    std::lock_guard lock(mutex);
+                    sentSizes.push_back(answer.body.size());
+                }
+                sendAll(socket, head + marks + "\r\n" + answer.body);
                 if (answer.stall) {
                     // Until the server stops or the client hangs up.
                     (void)waitReadable(socket);
@@ -152,6 +186,11 @@ void LoopbackSite::answerInTurn(const std::string& path, std::vector<SiteAnswer>
 std::vector<std::string> LoopbackSite::requests() const {
     std::lock_guard lock(state_->mutex);
     return state_->requests;
+}
+
+std::vector<std::size_t> LoopbackSite::sentSizes() const {
+    std::lock_guard lock(state_->mutex);
+    return state_->sentSizes;
 }
 
 }  // namespace morvane::testing

@@ -21,6 +21,9 @@ struct SiteAnswer {
     bool withoutLength = false;  ///< no length announced
     bool stall = false;          ///< sends the head and the body, then nothing more until the server stops
     bool drop = false;           ///< closes the connection without any answer
+    /// Marks the file: requests for the rest of it, or only if it has changed, are answered as they want.
+    std::string entityTag = {};
+    long long cutAfter = -1;  ///< when not negative, so many bytes of the body are sent, of those announced
 };
 
 class LoopbackSite {
@@ -38,6 +41,8 @@ class LoopbackSite {
     void answerInTurn(const std::string& path, std::vector<SiteAnswer> answers);
     /// Every request so far: "GET /path?query", and "POST /path" followed by a line feed and the body.
     [[nodiscard]] std::vector<std::string> requests() const;
+    /// For each of them how much of a body was sent, in bytes.
+    [[nodiscard]] std::vector<std::size_t> sentSizes() const;
 
   private:
     struct State;
