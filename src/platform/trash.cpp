@@ -12,6 +12,7 @@
 
 #include "platform/descriptor.h"
 #include "platform/files.h"
+#include "platform/folder_handles.h"
 #include "platform/percent_coding.h"
 
 namespace morvane::trash {
@@ -98,6 +99,7 @@ Result<std::string> take(const std::string& path, const Folders& folders) {
     const std::string name = files::lastComponent(path);
     if (!parentFolder || name.empty()) return Failure{path, "no such place"};
     const std::string real = files::join(*parentFolder, name);
+    if (!files::mayBeRemoved(real)) return Failure{path, "it is not to be removed as a whole"};
     const auto place = placeFor(real, folders.applicationData);
     if (!place) return Failure{path, "there is no trash on its file system"};
     const std::string note = noteOn(real, *place);

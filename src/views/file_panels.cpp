@@ -94,8 +94,8 @@ FilePanel::FilePanel(const std::string& title, QWidget* parent)
     resize(panelSize);
     const std::string& home = host().folders.home;
     QList<QUrl> places;
-    for (const std::string& place :
-         {home, home + "/Desktop", home + "/Downloads", host().folders.applications, std::string("/")}) {
+    for (const std::string& place : {home, host().folders.desktop, host().folders.downloads,
+                                     host().folders.applications, std::string("/")}) {
         if (isFolder(place)) places.append(QUrl::fromLocalFile(toQt(place)));
     }
     setSidebarUrls(places);

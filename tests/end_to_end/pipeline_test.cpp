@@ -166,7 +166,8 @@ TEST_F(Pipeline, CancelledInTheMiddleNothingIsLeft) {
     EXPECT_EQ(ended.exitCode, 130) << ended.output;
     EXPECT_FALSE(fs::exists(app));
     const std::string passing = home + "/Library/Caches/Morvane/passing";
-    EXPECT_TRUE(fs::is_empty(passing));
+    // What was downloaded serves the next try.
+    for (const auto& entry : fs::directory_iterator(passing)) EXPECT_EQ(entry.path().filename(), "Downloads");
     EXPECT_EQ(processesBelow(passing), std::vector<std::string>());
 }
 
