@@ -7,10 +7,10 @@
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <QProgressBar>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 #include "views/labels.h"
+#include "views/primary_button.h"
 #include "views/qt_text.h"
 #include "views/theme.h"
 
@@ -26,7 +26,7 @@ ContactForm::ContactForm(NSHelpTab& tab, QWidget* parent)
     : QWidget(parent),
       tab_(tab),
       description_(new QPlainTextEdit),
-      send_(new QPushButton),
+      send_(new PrimaryButton),
       bar_(new QProgressBar) {
     auto* form = new QFormLayout;
     form->setRowWrapPolicy(QFormLayout::WrapAllRows);
@@ -48,8 +48,7 @@ ContactForm::ContactForm(NSHelpTab& tab, QWidget* parent)
     adds->setChecked(tab_.form.addsComputerDescription);
     connect(adds, &QCheckBox::toggled, this, [this](bool on) { tab_.form.addsComputerDescription = on; });
 
-    theme::makePrimary(*send_);
-    connect(send_, &QPushButton::clicked, this, &ContactForm::send);
+    connect(send_, &PrimaryButton::clicked, this, &ContactForm::send);
     bar_->setRange(0, 0);
     bar_->setTextVisible(false);
     bar_->setAccessibleName(shown("Sending…"));
@@ -87,8 +86,7 @@ void ContactForm::refresh() {
     const bool isSending = tab_.isSending();
     // Whoever pressed it stays where he is.
     const bool hadFocus = send_->hasFocus();
-    send_->setText(isSending ? shown("Sending…") : shown("Send"));
-    send_->setIcon(theme::icon("send"));
+    send_->setTitle(isSending ? shown("Sending…") : shown("Send"), "send");
     send_->setEnabled(!isSending);
     bar_->setVisible(isSending);
     if (hadFocus) description_->setFocus();

@@ -5,15 +5,13 @@
 
 #include "app/help_tab.h"
 
-class QCheckBox;
 class QLineEdit;
 class QPlainTextEdit;
 class QProgressBar;
-class QPushButton;
 
 namespace morvane::views {
 
-class HintLabel;
+class PrimaryButton;
 
 class ContactForm : public QWidget {
     Q_OBJECT
@@ -28,7 +26,7 @@ class ContactForm : public QWidget {
 
     NSHelpTab& tab_;
     QPlainTextEdit* description_;
-    QPushButton* send_;
+    PrimaryButton* send_;
     QProgressBar* bar_;
 };
 

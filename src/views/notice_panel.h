@@ -5,13 +5,13 @@
 #include <string_view>
 
 class QLabel;
-class QPushButton;
 
 namespace morvane::views {
 
 class BodyLabel;
 class HeadingLabel;
 class HintLabel;
+class PrimaryButton;
 
 class NoticePanel : public QWidget {
     Q_OBJECT
@@ -25,8 +25,6 @@ class NoticePanel : public QWidget {
         std::string_view ofButton;  ///< its symbol
     };
     void show(const Notice& notice);
-    [[nodiscard]] QString heading() const;
-    [[nodiscard]] QPushButton* button() const { return button_; }
 
   Q_SIGNALS:
     void pressed();
@@ -37,11 +35,11 @@ class NoticePanel : public QWidget {
   private:
     void draw();
 
-    std::string_view symbolName_, buttonSymbol_;
+    std::string_view symbolName_;
     QLabel* symbol_;
     HeadingLabel* heading_;
     HintLabel* text_;
-    QPushButton* button_;
+    PrimaryButton* button_;
 };
 
 }  // namespace morvane::views

@@ -5,7 +5,10 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QTextDocument>
+#include <QTimer>
+#include <chrono>
 #include <map>
+#include <utility>
 
 #include "views/labels.h"
 #include "views/page_writer.h"
@@ -54,6 +57,7 @@ PageView::PageView(QWidget* parent)
     : QTextBrowser(parent),
       follow_(openWebLink),
       fetcher_(new PictureFetcher(this)),
+      drawing_(new QTimer(this)),
       fontSize_(font().pointSizeF() * largerThanControls) {
     setOpenLinks(false);
     setOpenExternalLinks(false);
@@ -66,12 +70,14 @@ PageView::PageView(QWidget* parent)
     connect(this, &QTextBrowser::anchorClicked, this, &PageView::follow);
     connect(fetcher_, &PictureFetcher::came, this, [this](std::size_t number, const QImage& image) {
         sources_[number].image = image;
-        draw(number);
+        drawSoon(number);
     });
     connect(fetcher_, &PictureFetcher::missing, this, [this](std::size_t number) {
         sources_[number].isMissing = true;
-        draw(number);
+        drawSoon(number);
     });
+    drawing_->setSingleShot(true);
+    connect(drawing_, &QTimer::timeout, this, &PageView::drawChanged);
     connect(this, &PageView::pictureWanted, this,
             [this](const std::string& description, const std::shared_ptr<const std::string>& bytes) {
                 PictureWindow::show(description, bytes, this);
@@ -84,6 +90,7 @@ void PageView::showPage(HtmlPage page, const std::string& address) {
     page_ = std::move(page);
     address_ = address;
     sources_.clear();
+    changed_.clear();
     sourceOfPicture_.clear();
     std::map<std::string, std::size_t> known;
     std::vector<std::string> addresses;
@@ -91,8 +98,7 @@ void PageView::showPage(HtmlPage page, const std::string& address) {
         const std::string whole = resolvedLink(picture.address, address_);
         const auto [found, isNew] = known.try_emplace(whole, sources_.size());
         if (isNew) {
-            sources_.push_back(
-                {.address = whole, .description = picture.description, .isMissing = whole.empty()});
+            sources_.push_back({.address = whole, .isMissing = whole.empty()});
             addresses.push_back(whole);
         }
         sourceOfPicture_.push_back(found->second);
@@ -113,7 +119,8 @@ void PageView::write() {
     WrittenPage written = writePage(*document(), page_, address_);
     for (std::size_t picture = 0; picture < written.pictures.size(); ++picture) {
         if (!written.pictures[picture].isNull())
-            sources_[sourceOfPicture_[picture]].places.push_back(written.pictures[picture]);
+            sources_[sourceOfPicture_[picture]].places.push_back(
+                {written.pictures[picture], page_.pictures[picture].description});
     }
     if (written.isCut) {
         QTextCursor end(document());
@@ -122,28 +129,27 @@ void PageView::write() {
         end.insertText(shown("The page goes on in the browser."));
     }
     drawnWidth_ = columnWidth();
-    for (std::size_t number = 0; number < sources_.size(); ++number) draw(number);
+    for (std::size_t number = 0; number < sources_.size(); ++number) changed_.insert(number);
+    drawChanged();
+}
+
+void PageView::drawSoon(std::size_t number) {
+    constexpr std::chrono::milliseconds together{50};
+    changed_.insert(number);
+    if (!drawing_->isActive()) drawing_->start(together);
+}
+
+void PageView::drawChanged() {
+    QTextCursor edit(document());
+    edit.beginEditBlock();
+    for (const std::size_t number : std::exchange(changed_, {})) draw(number);
+    edit.endEditBlock();
 }
 
 void PageView::draw(std::size_t number) {
     Source& source = sources_[number];
     if (source.isMissing) {
-        const QString text = source.description.empty() ? shown("A picture that cannot be shown")
-                                                        : literalLine(source.description);
-        for (QTextCursor& place : source.places) {
-            QTextCharFormat format = place.charFormat();
-            QTextCharFormat plain;
-            plain.setFontItalic(true);
-            plain.setForeground(format.isAnchor() && !format.isImageFormat()
-                                    ? QGuiApplication::palette().color(QPalette::Link)
-                                    : theme::faintText());
-            const QString href = format.anchorHref();
-            if (!href.isEmpty() && !href.startsWith(pictureScheme)) {
-                plain.setAnchor(true);
-                plain.setAnchorHref(href);
-            }
-            place.insertText(text, plain);
-        }
+        for (Place& place : source.places) putDescription(place);
         source.places.clear();
         return;
     }
@@ -156,32 +162,47 @@ void PageView::draw(std::size_t number) {
         // Never larger than it is.
         if (size.width() > image.width()) size = image.size();
     }
-    const QString toolTip = source.description.empty() ? QString() : plainToolTip(source.description);
-    for (QTextCursor& place : source.places) putImage(number, place, size, toolTip);
+    for (Place& place : source.places) putImage(number, place, size);
 }
 
-void PageView::putImage(std::size_t number, QTextCursor& place, QSizeF size, const QString& toolTip) {
+void PageView::putDescription(Place& place) {
+    const QString href = place.cursor.charFormat().anchorHref();
+    const bool isLink = !href.isEmpty() && QUrl(href).scheme() != pictureScheme;
+    QTextCharFormat format;
+    format.setFontItalic(true);
+    format.setForeground(isLink ? QGuiApplication::palette().color(QPalette::Link) : theme::faintText());
+    if (isLink) {
+        format.setAnchor(true);
+        format.setAnchorHref(href);
+    }
+    place.cursor.insertText(
+        place.description.empty() ? shown("A picture that cannot be shown") : literalLine(place.description),
+        format);
+}
+
+void PageView::putImage(std::size_t number, Place& place, QSizeF size) {
+    const QTextCharFormat before = place.cursor.charFormat();
     QTextImageFormat format;
-    const QTextCharFormat before = place.charFormat();
     format.setName(nameOf(number));
     format.setWidth(size.width());
     format.setHeight(size.height());
-    format.setToolTip(toolTip);
+    if (!place.description.empty()) format.setToolTip(plainToolTip(place.description));
     // A picture without a link of its own leads to itself.
     format.setAnchor(true);
     format.setAnchorHref(before.isAnchor() ? before.anchorHref() : nameOf(number));
-    const int start = place.selectionStart();
-    place.insertImage(format);
-    place.setPosition(start);
-    place.setPosition(start + 1, QTextCursor::KeepAnchor);
+    const int start = place.cursor.selectionStart();
+    place.cursor.insertImage(format);
+    place.cursor.setPosition(start);
+    place.cursor.setPosition(start + 1, QTextCursor::KeepAnchor);
 }
 
 void PageView::follow(const QUrl& link) {
     if (link.scheme() == pictureScheme) {
         const auto number = static_cast<std::size_t>(link.path().toULongLong());
         if (number >= sources_.size()) return;
-        if (const auto bytes = fetcher_->bytes(number))
-            Q_EMIT pictureWanted(sources_[number].description, bytes);
+        const auto& places = sources_[number].places;
+        if (const auto bytes = fetcher_->bytes(number); bytes && !places.empty())
+            Q_EMIT pictureWanted(places.front().description, bytes);
         return;
     }
     // A copy: what follows may fill the view anew.
@@ -212,13 +233,16 @@ void PageView::resizeEvent(QResizeEvent* event) {
     if (columnWidth() == drawnWidth_) return;
     drawnWidth_ = columnWidth();
     for (std::size_t number = 0; number < sources_.size(); ++number) {
-        if (!sources_[number].image.isNull()) draw(number);
+        if (!sources_[number].image.isNull()) changed_.insert(number);
     }
+    drawChanged();
 }
 
 void PageView::changeEvent(QEvent* event) {
     QTextBrowser::changeEvent(event);
-    if (event->type() != QEvent::ApplicationPaletteChange) return;
+    if (event->type() != QEvent::PaletteChange && event->type() != QEvent::ApplicationPaletteChange) return;
+    // While it is made, there is nothing to draw anew.
+    if (page_.text.text.empty()) return;
     const int place = verticalScrollBar()->value();
     write();
     verticalScrollBar()->setValue(place);

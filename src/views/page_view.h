@@ -8,11 +8,14 @@
 #include <QTextBrowser>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "app/preferences_view.h"
 #include "platform/styled_text.h"
+
+class QTimer;
 
 namespace morvane::views {
 
@@ -48,16 +51,24 @@ class PageView : public QTextBrowser, public WebTextSize {
     void changeEvent(QEvent* event) override;
 
   private:
+    struct Place {
+        QTextCursor cursor;
+        std::string description;
+    };
     /// A picture, wherever the page shows it.
     struct Source {
-        std::string address, description;
-        std::vector<QTextCursor> places;
+        std::string address;
+        std::vector<Place> places;
         QImage image;  ///< null until it has come
         bool isMissing = false;
     };
     void write();
+    /// Soon, together with others: the text around each is laid out anew.
+    void drawSoon(std::size_t number);
+    void drawChanged();
     void draw(std::size_t number);
-    void putImage(std::size_t number, QTextCursor& place, QSizeF size, const QString& toolTip);
+    static void putDescription(Place& place);
+    static void putImage(std::size_t number, Place& place, QSizeF size);
     void follow(const QUrl& link);
     void keepColumn();
     [[nodiscard]] int columnWidth() const;
@@ -68,7 +79,9 @@ class PageView : public QTextBrowser, public WebTextSize {
     HtmlPage page_;
     std::string address_;
     std::vector<Source> sources_;
-    std::vector<std::size_t> sourceOfPicture_;
+    std::vector<std::size_t> sourceOfPicture_;  ///< by picture of the page
+    std::set<std::size_t> changed_;
+    QTimer* const drawing_;
     double fontSize_;  ///< points, of the standard text
     int drawnWidth_ = 0;
 };

@@ -19,10 +19,11 @@ namespace morvane::views {
 namespace {
 
 // What is laid out within a frame or two.
-constexpr qsizetype longestPage = 150'000, longestBlock = 4000;  // UTF-16 units
-constexpr std::size_t mostRuns = 8000;
-constexpr double lineHeight = 130;                                      // percent
-constexpr double paragraphGap = 7, headingGap = 16, bulletIndent = 16;  // points of the screen
+constexpr qsizetype longestPage = 120'000, longestBlock = 4000;  // UTF-16 units
+constexpr std::size_t mostRuns = 4000, mostBlocks = 2000;
+constexpr double lineHeight = 130;  // percent
+constexpr double betweenLines = 5, paragraphGap = 7, headingGap = 16,
+                 bulletIndent = 16;  // points of the screen
 constexpr char16_t bullet = u'\u2022';
 
 bool isOwnLink(std::string_view link) {
@@ -51,19 +52,21 @@ class Writer {
         cursor_.setBlockFormat(formatOfBlock());
         std::size_t runs = 0;
         for (const StyledRun& run : page_.text.runs) {
-            written_.isCut = place_ >= longestPage || ++runs > mostRuns;
-            if (written_.isCut) break;
+            if (++runs > mostRuns || isFull()) break;
             const auto left = static_cast<std::size_t>(text_.size() - place_);
             writeRun(run, place_ + static_cast<qsizetype>(std::min(run.length, left)));
         }
+        written_.isCut = place_ < text_.size();
         cursor_.endEditBlock();
         return std::move(written_);
     }
 
   private:
+    bool isFull() const { return place_ >= longestPage || blocks_ >= mostBlocks; }
+
     void writeRun(const StyledRun& run, qsizetype end) {
         const std::string link = resolvedLink(run.link, address_);
-        while (place_ < std::min(end, longestPage)) {
+        while (place_ < end && !isFull()) {
             skipHeadingsBehind();
             if (isPictureHere()) {
                 keepPlace(link);
@@ -115,6 +118,8 @@ class Writer {
         QTextCursor place(cursor_);
         place.setPosition(start);
         place.setPosition(start + 1, QTextCursor::KeepAnchor);
+        // What is written behind it is not part of it.
+        place.setKeepPositionOnInsert(true);
         written_.pictures[picture_++] = place;
         ++place_;
         ++inBlock_;
@@ -137,6 +142,7 @@ class Writer {
         skipHeadingsBehind();
         // Many empty lines are one.
         if (inBlock_ > 0) {
+            ++blocks_;
             cursor_.insertBlock(formatOfBlock(), QTextCharFormat());
         } else {
             cursor_.setBlockFormat(formatOfBlock());
@@ -145,7 +151,7 @@ class Writer {
     }
     QTextBlockFormat formatOfBlock() const {
         QTextBlockFormat format;
-        format.setLineHeight(lineHeight, QTextBlockFormat::ProportionalHeight);
+        format.setLineHeight(betweenLines, QTextBlockFormat::LineDistanceHeight);
         const int level = headingHere();
         format.setTopMargin(level > 0 && place_ > 0 ? headingGap : 0);
         format.setBottomMargin(paragraphGap);
@@ -180,7 +186,7 @@ class Writer {
     QTextCursor cursor_;
     WrittenPage written_;
     qsizetype place_ = 0, inBlock_ = 0, lineEnd_ = -1;
-    std::size_t picture_ = 0, heading_ = 0;
+    std::size_t picture_ = 0, heading_ = 0, blocks_ = 1;
 };
 
 }  // namespace

@@ -87,7 +87,7 @@ void PictureFetcher::start(std::size_t number) {
                         std::string_view piece, std::optional<std::uint64_t>) -> Result<> {
         const std::uint64_t ofAll = received->fetch_add(piece.size()) + piece.size();
         if (bytes->size() + piece.size() > longestPicture || ofAll > longestOfAll)
-            return Failure{localized("The picture is too large.")};
+            return Failure{.why = localized("The picture is too large.")};
         bytes->append(piece);
         return {};
     };

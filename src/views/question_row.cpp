@@ -7,6 +7,7 @@
 #include <QVBoxLayout>
 
 #include "views/labels.h"
+#include "views/qt_text.h"
 #include "views/styled_view.h"
 #include "views/theme.h"
 
@@ -17,19 +18,25 @@ QuestionRow::QuestionRow(const NSHelpTab::Question& question, QWidget* parent)
     title_->setText(literalTitle(question.question));
     title_->setAccessibleName(literalLine(question.question));
     title_->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    title_->setCheckable(true);
+    title_->setToolTip(shown("Show or hide the answer"));
     title_->setAutoRaise(true);
     title_->setFocusPolicy(Qt::StrongFocus);
-    connect(title_, &QToolButton::toggled, this, &QuestionRow::open);
+    // A long one gives way.
+    title_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    connect(title_, &QToolButton::clicked, this, [this] { open(answer_->isHidden()); });
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 
     answer_->setAccessibleName(title_->accessibleName());
     answer_->setFrameShape(QFrame::NoFrame);
     answer_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     answer_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    answer_->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     theme::makeFlush(*answer_);
     answer_->document()->setDocumentMargin(theme::gap);
     answer_->showText(question.answer);
     answer_->viewport()->installEventFilter(this);
+    connect(answer_->document()->documentLayout(), &QAbstractTextDocumentLayout::documentSizeChanged, this,
+            &QuestionRow::fitAnswer);
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
@@ -43,6 +50,10 @@ void QuestionRow::open(bool isOpen) {
     title_->setArrowType(isOpen                                 ? Qt::DownArrow
                          : layoutDirection() == Qt::RightToLeft ? Qt::LeftArrow
                                                                 : Qt::RightArrow);
+    QFont font = title_->font();
+    font.setBold(isOpen);
+    title_->setFont(font);
+    title_->setAccessibleDescription(isOpen ? shown("The answer is shown") : shown("The answer is hidden"));
     answer_->setVisible(isOpen);
     if (isOpen) fitAnswer();
 }
@@ -53,7 +64,6 @@ void QuestionRow::fitAnswer() {
 }
 
 bool QuestionRow::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::Resize) fitAnswer();
     // The wheel turns the page.
     if (event->type() == QEvent::Wheel) {
         event->ignore();

@@ -10,8 +10,10 @@
 #include "platform/styled_text.h"
 #include "views/background.h"
 #include "views/labels.h"
+#include "views/notice_panel.h"
 #include "views/page_view.h"
 #include "views/picture_fetcher.h"
+#include "views/primary_button.h"
 #include "views/qt_text.h"
 #include "views/still_picture.h"
 #include "views/styled_view.h"
@@ -21,7 +23,8 @@ namespace morvane::views {
 
 namespace {
 
-constexpr QSize largestStill{1600, 900};  // pixels
+constexpr QSize largestStill{1600, 900};      // pixels
+constexpr std::size_t longestSentence = 200;  // bytes
 
 }  // namespace
 
@@ -32,15 +35,17 @@ VideoWindow::VideoWindow(AppDelegate& app, QWidget* parent)
       still_(new StillPicture),
       page_(new PageView),
       address_(new ElidedLabel(Qt::ElideMiddle)),
-      play_(new QPushButton(theme::icon("website"), shown("Open in the browser"))),
+      notice_(new NoticePanel),
+      play_(new PrimaryButton),
       close_(new QPushButton(shown("Close"))),
       fetcher_(new PictureFetcher(this)) {
     page_->setLinkHandler([this](const std::string& link) { follow(link); });
     stack_->addWidget(still_);
     stack_->addWidget(page_);
-    theme::makePrimary(*play_);
+    stack_->addWidget(notice_);
+    play_->setTitle(shown("Open in the browser"), "website");
     connect(still_, &StillPicture::clicked, this, &VideoWindow::play);
-    connect(play_, &QPushButton::clicked, this, &VideoWindow::play);
+    connect(play_, &PrimaryButton::clicked, this, &VideoWindow::play);
     connect(close_, &QPushButton::clicked, this, &QDialog::reject);
     connect(fetcher_, &PictureFetcher::came, this,
             [this](std::size_t, const QImage& picture) { still_->setPicture(picture); });
@@ -68,7 +73,7 @@ void VideoWindow::fill(const NSDescriptionView::HtmlWindow& content) {
     address_->setWholeText(literalLine(link_));
     still_->setPicture({});
     play_->setVisible(!link_.empty());
-    (link_.empty() ? close_ : play_)->setDefault(true);
+    (link_.empty() ? close_ : static_cast<QPushButton*>(play_))->setDefault(true);
     fetcher_->stop();
     if (!link_.empty()) {
         const auto picture = NSGameData::stillPictureOfLink(link_);
@@ -83,8 +88,20 @@ void VideoWindow::fill(const NSDescriptionView::HtmlWindow& content) {
     inBackground(
         "app.morvane.readPage", this, [html = content.html] { return htmlPage(html); },
         [this, fill = fills_](HtmlPage page) {
-            if (fill == fills_) page_->showPage(std::move(page), {});
+            if (fill == fills_) showRead(std::move(page));
         });
+}
+
+void VideoWindow::showRead(HtmlPage page) {
+    // One sentence says why there is nothing to play.
+    const bool isSentence = page.pictures.empty() && page.text.text.size() <= longestSentence &&
+                            page.text.text.find('\n') == std::string::npos;
+    if (isSentence) {
+        notice_->show({.symbol = "trailer", .heading = literal(page.text.text)});
+        stack_->setCurrentWidget(notice_);
+    } else {
+        page_->showPage(std::move(page), {});
+    }
 }
 
 void VideoWindow::play() {

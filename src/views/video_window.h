@@ -10,6 +10,7 @@
 #include <string>
 
 #include "app/app_delegate.h"
+#include "platform/styled_text.h"
 
 class QPushButton;
 class QStackedWidget;
@@ -18,7 +19,9 @@ namespace morvane::views {
 
 class ElidedLabel;
 class PageView;
+class NoticePanel;
 class PictureFetcher;
+class PrimaryButton;
 class StillPicture;
 
 class VideoWindow : public QDialog {
@@ -35,6 +38,7 @@ class VideoWindow : public QDialog {
     void resizeEvent(QResizeEvent* event) override;
 
   private:
+    void showRead(HtmlPage page);
     void play();
     void follow(const std::string& link);
 
@@ -44,7 +48,9 @@ class VideoWindow : public QDialog {
     StillPicture* still_;
     PageView* page_;
     ElidedLabel* address_;
-    QPushButton *play_, *close_;
+    NoticePanel* notice_;
+    PrimaryButton* play_;
+    QPushButton* close_;
     PictureFetcher* fetcher_;
     unsigned fills_ = 0;
 };

@@ -123,7 +123,8 @@ void WebPage::fetchPage() {
     http::TransferHandlers handlers;
     handlers.body = [bytes = &loading_->bytes](std::string_view piece,
                                                std::optional<std::uint64_t>) -> Result<> {
-        if (bytes->size() + piece.size() > longestPage) return Failure{localized("The page is too long")};
+        if (bytes->size() + piece.size() > longestPage)
+            return Failure{.why = localized("The page is too long")};
         bytes->append(piece);
         return {};
     };
