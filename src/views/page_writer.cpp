@@ -21,7 +21,6 @@ namespace {
 // What is laid out within a frame or two.
 constexpr qsizetype longestPage = 120'000, longestBlock = 4000;  // UTF-16 units
 constexpr std::size_t mostRuns = 4000, mostBlocks = 2000;
-constexpr double lineHeight = 130;  // percent
 constexpr double betweenLines = 5, paragraphGap = 7, headingGap = 16,
                  bulletIndent = 16;  // points of the screen
 constexpr char16_t bullet = u'\u2022';
@@ -125,11 +124,11 @@ class Writer {
         ++inBlock_;
     }
 
+    static qsizetype endOf(const HtmlPage::Heading& heading) {
+        return static_cast<qsizetype>(heading.place) + static_cast<qsizetype>(heading.length);
+    }
     void skipHeadingsBehind() {
-        while (heading_ < page_.headings.size() &&
-               static_cast<qsizetype>(page_.headings[heading_].place + page_.headings[heading_].length) <=
-                   place_)
-            ++heading_;
+        while (heading_ < page_.headings.size() && endOf(page_.headings[heading_]) <= place_) ++heading_;
     }
     /// 0: none.
     int headingHere() const {

@@ -14,8 +14,8 @@ class QTextDocument;
 
 namespace morvane::views {
 
-/// Where a link or a picture of a page leads, as its author wrote it; empty for what no page may lead to. The
-/// page's address may be empty: then only whole addresses lead anywhere.
+/// The whole address of a link or a picture, as the page's author wrote it; empty for what no page may point to. The
+/// page's own address may be empty: then only whole addresses count.
 [[nodiscard]] std::string resolvedLink(const std::string& link, const std::string& page);
 
 struct WrittenPage {
