@@ -447,7 +447,7 @@ struct Transfer::State {
         events.response = [&self](const HttpHead& head) {
             const auto taken = self->handlers.head ? self->handlers.head(head) : Result<>();
             if (!taken) {
-                self->refusal = taken.error().why;
+                self->refusal = taken.error().reason();
                 return false;
             }
             self->announced = head.length;
@@ -459,7 +459,7 @@ struct Transfer::State {
         events.data = [&self](std::string_view bytes) {
             const auto taken = self->handlers.body ? self->handlers.body(bytes, self->announced) : Result<>();
             if (!taken) {
-                self->refusal = taken.error().why;
+                self->refusal = taken.error().reason();
                 return false;
             }
             self->tellData(self, bytes.size());

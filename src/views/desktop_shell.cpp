@@ -78,7 +78,7 @@ void DesktopShell::showHtml(WebView web, const std::string& html) {
 
 void DesktopShell::webViewZoomChanged() {
     onWindow([](MainWindow& window) {
-        for (const WebView web : {WebView::news, WebView::forum}) window.webPage(web).updateZoom();
+        for (const WebView web : {WebView::news, WebView::forum}) window.webPage(web).reloadTextZoom();
     });
 }
 

@@ -232,7 +232,7 @@ void DialogWindow::addPictureButtons(QBoxLayout& column) {
         auto* button =
             new PictureButton(pictureOfButton(dialog_.buttonPictures[number], devicePixelRatioF()));
         addButton(number, button);
-        button->setToolTip(literalLine(dialog_.buttons[number]));
+        button->setToolTip(plainToolTip(dialog_.buttons[number]));
         grid->addWidget(button, place / picturesInARow, place % picturesInARow);
         ++place;
     }

@@ -231,7 +231,7 @@ void GamePage::showSources() {
         auto* button = new QToolButton(sources_);
         button->setAutoRaise(true);
         button->setFocusPolicy(Qt::StrongFocus);
-        button->setToolTip(literalLine(source.source));
+        button->setToolTip(plainToolTip(source.source));
         button->setAccessibleName(literalLine(source.source));
         button->setIconSize({sourceEdge, sourceEdge});
         if (const auto image = imageOfFile(source.image, {96, 96})) {

@@ -17,6 +17,11 @@ QString literalLine(std::string_view text) {
     return literal(text).replace('\n', ' ').replace('\t', ' ');
 }
 
+QString plainToolTip(std::string_view text) {
+    constexpr qsizetype longest = 300;
+    return "<qt>" + literalLine(text).left(longest).toHtmlEscaped() + "</qt>";
+}
+
 QString literalTitle(std::string_view text) {
     return literalLine(text).replace("&", "&&");
 }
@@ -87,7 +92,7 @@ void ElidedLabel::changeEvent(QEvent* event) {
 void ElidedLabel::elide() {
     const QString fitting = fontMetrics().elidedText(whole_, mode_, width());
     setText(fitting);
-    setToolTip(fitting == whole_ ? QString() : whole_);
+    setToolTip(fitting == whole_ ? QString() : plainToolTip(fromQt(whole_)));
     setAccessibleName(whole_);
 }
 

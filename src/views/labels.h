@@ -15,6 +15,8 @@ namespace morvane::views {
 [[nodiscard]] QString literal(std::string_view text);
 /// The same in one line, for titles and rows.
 [[nodiscard]] QString literalLine(std::string_view text);
+/// The same as a tooltip, which the toolkit would take for markup where it looks like some; cut after 300 characters.
+[[nodiscard]] QString plainToolTip(std::string_view text);
 /// The same as a title of a button or a menu: no character of it is a shortcut.
 [[nodiscard]] QString literalTitle(std::string_view text);
 

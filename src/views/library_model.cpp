@@ -94,6 +94,7 @@ QVariant LibraryModel::data(const QModelIndex& index, int role) const {
         case Qt::AccessibleTextRole:
             return literalLine(row.title);
         case Qt::ToolTipRole:
+            return plainToolTip(fromQt(data(index, Qt::AccessibleDescriptionRole).toString()));
         case Qt::AccessibleDescriptionRole:
             return row.state.isMissing      ? shown("%@ is not in its place any more.", {row.title})
                    : row.state.isRunning    ? shown("%@ is running.", {row.title})

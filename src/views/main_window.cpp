@@ -26,9 +26,7 @@
 #include "views/rating_window.h"
 #include "views/resources_window.h"
 #include "views/sidebar.h"
-#include "views/styled_view.h"
 #include "views/theme.h"
-#include "views/video_window.h"
 #include "views/web_page.h"
 #include "wrapper/layout.h"
 
@@ -59,7 +57,8 @@ MainWindow::MainWindow(AppDelegate& app, std::shared_ptr<NSProgressView> progres
       rankings_(new RankingsPage(app, this)),
       news_(new WebPage(app, WebView::news, this)),
       forum_(new WebPage(app, WebView::forum, this)),
-      panel_(new ProgressPanel(this)) {
+      panel_(new ProgressPanel(this)),
+      videos_(app, this) {
     setWindowTitle("Morvane");
     setAcceptDrops(true);
     addPage(MorvaneTab::library, makeLibrary(), shown("Library"), "library");
@@ -181,14 +180,7 @@ void MainWindow::votingPanelClosed() {
 }
 
 void MainWindow::showVideo(const NSDescriptionView::HtmlWindow& video) {
-    if (!video_) {
-        video_ = new VideoWindow(this);
-        video_->setAttribute(Qt::WA_DeleteOnClose);
-        connect(video_, &VideoWindow::linkWanted, this, [this](const std::string& link) {
-            if (app_.shouldWebViewFollow(link)) openWebLink(link);
-        });
-    }
-    video_->show(video);
+    videos_.show(video);
 }
 
 void MainWindow::showResources() {

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "app/app_delegate.h"
+#include "views/video_window.h"
 
 class QSplitter;
 class QStackedWidget;
@@ -24,7 +25,6 @@ class RankingsPage;
 class RatingWindow;
 class ResourcesWindow;
 class Sidebar;
-class VideoWindow;
 class WebPage;
 
 class MainWindow : public QMainWindow {
@@ -99,7 +99,7 @@ class MainWindow : public QMainWindow {
     QPointer<PropertiesWindow> properties_;
     QPointer<RatingWindow> rating_;
     QPointer<ResourcesWindow> resources_;
-    QPointer<VideoWindow> video_;
+    VideoWindows videos_;
 };
 
 }  // namespace morvane::views

@@ -1,203 +1,267 @@
 #include "views/page_view.h"
 
-#include <QDialog>
-#include <QLabel>
-#include <QPointer>
-#include <QScrollArea>
-#include <QTextBlock>
-#include <QTextCursor>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QScrollBar>
 #include <QTextDocument>
-#include <QUrl>
-#include <QVBoxLayout>
-#include <algorithm>
-#include <atomic>
-#include <set>
+#include <QTimer>
+#include <chrono>
+#include <map>
 #include <utility>
 
-#include "foundation/threads.h"
-#include "platform/http.h"
 #include "views/labels.h"
-#include "views/pixmaps.h"
+#include "views/page_writer.h"
+#include "views/picture_fetcher.h"
+#include "views/picture_window.h"
 #include "views/qt_text.h"
+#include "views/styled_view.h"
 #include "views/theme.h"
 
 namespace morvane::views {
+
 namespace {
 
-constexpr auto pictureScheme = "morvane-picture:";
-constexpr QSize largestShown{560, 400}, largestKept{1600, 1600};
-constexpr std::uint64_t longestPicture = std::uint64_t{8} << 20;
+// Points of the screen.
+constexpr int widestColumn = 720, highestPicture = 480;
+constexpr QSize placeholderSize{240, 135};
+constexpr double largerThanControls = 1.1, zoomStep = 1.1;
+constexpr const char* pictureScheme = "picture";
 
-/// Font sizes of headings over the text's, by level.
-constexpr double headingFactors[]{1.6, 1.35, 1.2, 1.1, 1.0, 1.0};
-
-QTextImageFormat imageFormat(const QString& name, const QSize& size, const QString& description) {
-    QTextImageFormat format;
-    format.setName(name);
-    format.setAnchor(true);
-    format.setAnchorHref(name);
-    format.setToolTip(description);
-    if (!size.isEmpty()) {
-        const QSize fitting = size.boundedTo(size.scaled(largestShown, Qt::KeepAspectRatio));
-        format.setWidth(fitting.width());
-        format.setHeight(fitting.height());
-    }
-    return format;
+QString nameOf(std::size_t number) {
+    return QStringLiteral("%1:%2").arg(pictureScheme).arg(number);
 }
 
-/// The places at which a page's text changes its look, in order.
-std::set<std::size_t> seams(const HtmlPage& page) {
-    std::set<std::size_t> places;
-    std::size_t end = 0;
-    for (const StyledRun& run : page.text.runs) places.insert(end += run.length);
-    for (const HtmlPage::Heading& heading : page.headings) {
-        places.insert(heading.place);
-        places.insert(heading.place + heading.length);
-    }
-    for (const HtmlPage::Picture& picture : page.pictures) {
-        places.insert(picture.place);
-        places.insert(picture.place + 1);
-    }
-    return places;
-}
-
-QTextCharFormat headingFormat(QTextCharFormat format, int level, double points) {
-    format.setFontWeight(QFont::Bold);
-    format.setFontPointSize(points * headingFactors[std::clamp(level, 1, 6) - 1]);
-    return format;
+/// In the place of a picture that is on its way.
+QImage placeholder(double scale) {
+    QImage image((QSizeF(placeholderSize) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QGuiApplication::palette().color(QPalette::Button));
+    painter.drawRoundedRect(QRect(QPoint(), placeholderSize), theme::radius, theme::radius);
+    constexpr int symbolSize = 40;
+    const QPixmap symbol = theme::symbol("picture", symbolSize, theme::faintText(), scale);
+    painter.drawPixmap((placeholderSize.width() - symbolSize) / 2,
+                       (placeholderSize.height() - symbolSize) / 2, symbol);
+    painter.end();
+    image.setDevicePixelRatio(1);
+    return image;
 }
 
 }  // namespace
 
-std::string absoluteLink(const std::string& link, const std::string& page) {
-    const QUrl url = QUrl(toQt(page)).resolved(QUrl(toQt(link)));
-    const std::string whole = fromQt(url.toString(QUrl::FullyEncoded));
-    const bool isOurs = url.scheme() == "mvid" || url.scheme() == "morvane";
-    return isOurs || isWebLink(whole) ? whole : "";
-}
-
-PageView::PageView(QWidget* parent) : StyledView(parent), pages_(std::make_shared<std::atomic<unsigned>>(0)) {
+PageView::PageView(QWidget* parent)
+    : QTextBrowser(parent),
+      follow_(openWebLink),
+      fetcher_(new PictureFetcher(this)),
+      drawing_(new QTimer(this)),
+      fontSize_(font().pointSizeF() * largerThanControls) {
+    setOpenLinks(false);
+    setOpenExternalLinks(false);
     setFrameShape(QFrame::NoFrame);
-    setLinkHandler([this](const std::string& link) { follow(link); });
-}
-
-void PageView::setPageLinkHandler(std::function<void(const std::string& link)> handler) {
-    handler_ = std::move(handler);
-}
-
-void PageView::showPage(const HtmlPage& page, const std::string& address) {
-    ++*pages_;
-    address_ = address;
-    pictures_.clear();
-    fill(page);
-    moveCursor(QTextCursor::Start);
-    fetchPictures(page);
-}
-
-void PageView::fill(const HtmlPage& page) {
-    document()->clear();
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setTextInteractionFlags(Qt::TextBrowserInteraction | Qt::TextSelectableByKeyboard);
     document()->setDocumentMargin(theme::margin);
-    QTextCursor cursor(document());
-    cursor.beginEditBlock();
-    const QString text = toQt(page.text.text);
-    std::size_t run = 0, runEnd = page.text.runs.empty() ? 0 : page.text.runs.front().length;
-    auto heading = page.headings.begin();
-    auto picture = page.pictures.begin();
-    std::size_t place = 0;
-    auto places = seams(page);
-    places.insert(static_cast<std::size_t>(text.size()));
-    for (const std::size_t next : places) {
-        if (next <= place || next > static_cast<std::size_t>(text.size())) continue;
-        while (run < page.text.runs.size() && runEnd <= place) {
-            if (++run < page.text.runs.size()) runEnd += page.text.runs[run].length;
-        }
-        while (heading != page.headings.end() && heading->place + heading->length <= place) ++heading;
-        while (picture != page.pictures.end() && picture->place < place) ++picture;
-        if (picture != page.pictures.end() && picture->place == place) {
-            const QString name = pictureScheme + QString::number(picture - page.pictures.begin());
-            cursor.insertImage(imageFormat(name, {}, literalLine(picture->description)));
-        } else {
-            QTextCharFormat format =
-                run < page.text.runs.size() ? formatOf(page.text.runs[run]) : QTextCharFormat();
-            const bool isHeading = heading != page.headings.end() && heading->place <= place;
-            if (isHeading) format = headingFormat(format, heading->level, font().pointSizeF());
-            const auto length = static_cast<qsizetype>(next - place);
-            const QString piece = text.mid(static_cast<qsizetype>(place), length);
-            cursor.insertText(literal(fromQt(piece)), format);
-        }
-        place = next;
-    }
-    QTextBlockFormat block;
-    block.setBottomMargin(theme::gap);
-    cursor.select(QTextCursor::Document);
-    cursor.mergeBlockFormat(block);
-    cursor.endEditBlock();
+    theme::makeFlush(*this);
+    makeTextStandardSize();
+    connect(this, &QTextBrowser::anchorClicked, this, &PageView::follow);
+    connect(fetcher_, &PictureFetcher::came, this, [this](std::size_t number, const QImage& image) {
+        sources_[number].image = image;
+        drawSoon(number);
+    });
+    connect(fetcher_, &PictureFetcher::missing, this, [this](std::size_t number) {
+        sources_[number].isMissing = true;
+        drawSoon(number);
+    });
+    drawing_->setSingleShot(true);
+    connect(drawing_, &QTimer::timeout, this, &PageView::drawChanged);
+    connect(this, &PageView::pictureWanted, this,
+            [this](const std::string& description, const std::shared_ptr<const std::string>& bytes) {
+                PictureWindow::show(description, bytes, this);
+            });
 }
 
-void PageView::fetchPictures(const HtmlPage& page) {
+// ---- Pages
+
+void PageView::showPage(HtmlPage page, const std::string& address) {
+    page_ = std::move(page);
+    address_ = address;
+    sources_.clear();
+    changed_.clear();
+    sourceOfPicture_.clear();
+    std::map<std::string, std::size_t> known;
     std::vector<std::string> addresses;
-    for (const HtmlPage::Picture& picture : page.pictures) {
-        addresses.push_back(absoluteLink(picture.address, address_));
-    }
-    if (addresses.empty()) return;
-    MVThread::dispatchQueueWithName(
-        "app.morvane.pagePictures", Priority::low,
-        [self = QPointer<PageView>(this), pages = pages_, number = pages_->load(),
-         addresses = std::move(addresses)] {
-            for (std::size_t picture = 0; picture < addresses.size() && *pages == number; ++picture) {
-                if (!isWebLink(addresses[picture])) continue;
-                const HttpResponse answer =
-                    http::fetch({.url = addresses[picture], .longestBody = longestPicture});
-                auto image = decodedImage(answer.body, largestKept);
-                if (!image) continue;
-                MVThread::dispatchBlockInMainQueue([self, pages, number, picture, image = std::move(*image)] {
-                    if (self && *pages == number) self->take(pictureScheme + QString::number(picture), image);
-                });
-            }
-        });
-}
-
-void PageView::take(const QString& name, const QImage& picture) {
-    pictures_[name] = picture;
-    document()->addResource(QTextDocument::ImageResource, QUrl(name), picture);
-    // The format holds the size, so that the text makes room.
-    for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
-        for (auto part = block.begin(); !part.atEnd(); ++part) {
-            const QTextFragment fragment = part.fragment();
-            const QTextImageFormat old = fragment.charFormat().toImageFormat();
-            if (!old.isValid() || old.name() != name) continue;
-            QTextCursor cursor(document());
-            cursor.setPosition(fragment.position());
-            cursor.setPosition(fragment.position() + fragment.length(), QTextCursor::KeepAnchor);
-            cursor.setCharFormat(imageFormat(name, picture.size(), old.toolTip()));
-            return;
+    for (const HtmlPage::Picture& picture : page_.pictures) {
+        const std::string whole = resolvedLink(picture.address, address_);
+        const auto [found, isNew] = known.try_emplace(whole, sources_.size());
+        if (isNew) {
+            sources_.push_back({.address = whole, .isMissing = whole.empty()});
+            addresses.push_back(whole);
         }
+        sourceOfPicture_.push_back(found->second);
     }
+    write();
+    moveCursor(QTextCursor::Start);
+    verticalScrollBar()->setValue(0);
+    fetcher_->fetch(std::move(addresses),
+                    (QSizeF(widestColumn, highestPicture) * devicePixelRatioF()).toSize());
 }
 
-void PageView::follow(const std::string& link) {
-    if (link.starts_with(pictureScheme)) return enlarge(toQt(link));
-    const std::string whole = absoluteLink(link, address_);
-    if (!whole.empty() && handler_) handler_(whole);
+void PageView::clearPage() {
+    showPage({}, {});
 }
 
-void PageView::enlarge(const QString& name) {
-    const QImage picture = pictures_.value(name);
-    if (picture.isNull()) return;
-    auto* viewer = new QDialog(this);
-    viewer->setAttribute(Qt::WA_DeleteOnClose);
-    viewer->setWindowTitle(shown("Picture"));
-    auto* label = new QLabel;
-    label->setAccessibleName(viewer->windowTitle());
-    label->setPixmap(QPixmap::fromImage(picture));
-    auto* area = new QScrollArea;
-    area->setFrameShape(QFrame::NoFrame);
-    area->setWidget(label);
-    auto* layout = new QVBoxLayout(viewer);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(area);
-    viewer->resize(picture.size().boundedTo({1000, 700}) + QSize(4, 4));
-    viewer->open();
+void PageView::write() {
+    for (Source& source : sources_) source.places.clear();
+    WrittenPage written = writePage(*document(), page_, address_);
+    for (std::size_t picture = 0; picture < written.pictures.size(); ++picture) {
+        if (!written.pictures[picture].isNull())
+            sources_[sourceOfPicture_[picture]].places.push_back(
+                {written.pictures[picture], page_.pictures[picture].description});
+    }
+    if (written.isCut) {
+        QTextCursor end(document());
+        end.movePosition(QTextCursor::End);
+        end.insertBlock(QTextBlockFormat(), QTextCharFormat());
+        end.insertText(shown("The page goes on in the browser."));
+    }
+    drawnWidth_ = columnWidth();
+    for (std::size_t number = 0; number < sources_.size(); ++number) changed_.insert(number);
+    drawChanged();
+}
+
+void PageView::drawSoon(std::size_t number) {
+    constexpr std::chrono::milliseconds together{50};
+    changed_.insert(number);
+    if (!drawing_->isActive()) drawing_->start(together);
+}
+
+void PageView::drawChanged() {
+    QTextCursor edit(document());
+    edit.beginEditBlock();
+    for (const std::size_t number : std::exchange(changed_, {})) draw(number);
+    edit.endEditBlock();
+}
+
+void PageView::draw(std::size_t number) {
+    Source& source = sources_[number];
+    if (source.isMissing) {
+        for (Place& place : source.places) putDescription(place);
+        source.places.clear();
+        return;
+    }
+    const bool hasCome = !source.image.isNull();
+    const QImage image = hasCome ? source.image : placeholder(devicePixelRatioF());
+    document()->addResource(QTextDocument::ImageResource, QUrl(nameOf(number)), image);
+    QSizeF size = QSizeF(placeholderSize);
+    if (hasCome) {
+        size = QSizeF(image.size()).scaled(imageBound(), Qt::KeepAspectRatio);
+        // Never larger than it is.
+        if (size.width() > image.width()) size = image.size();
+    }
+    for (Place& place : source.places) putImage(number, place, size);
+}
+
+void PageView::putDescription(Place& place) {
+    const QString href = place.cursor.charFormat().anchorHref();
+    const bool isLink = !href.isEmpty() && QUrl(href).scheme() != pictureScheme;
+    QTextCharFormat format;
+    format.setFontItalic(true);
+    format.setForeground(isLink ? QGuiApplication::palette().color(QPalette::Link) : theme::faintText());
+    if (isLink) {
+        format.setAnchor(true);
+        format.setAnchorHref(href);
+    }
+    place.cursor.insertText(
+        place.description.empty() ? shown("A picture that cannot be shown") : literalLine(place.description),
+        format);
+}
+
+void PageView::putImage(std::size_t number, Place& place, QSizeF size) {
+    const QTextCharFormat before = place.cursor.charFormat();
+    QTextImageFormat format;
+    format.setName(nameOf(number));
+    format.setWidth(size.width());
+    format.setHeight(size.height());
+    if (!place.description.empty()) format.setToolTip(plainToolTip(place.description));
+    // A picture without a link of its own leads to itself.
+    format.setAnchor(true);
+    format.setAnchorHref(before.isAnchor() ? before.anchorHref() : nameOf(number));
+    const int start = place.cursor.selectionStart();
+    place.cursor.insertImage(format);
+    place.cursor.setPosition(start);
+    place.cursor.setPosition(start + 1, QTextCursor::KeepAnchor);
+}
+
+void PageView::follow(const QUrl& link) {
+    if (link.scheme() == pictureScheme) {
+        const auto number = static_cast<std::size_t>(link.path().toULongLong());
+        if (number >= sources_.size()) return;
+        const auto& places = sources_[number].places;
+        if (const auto bytes = fetcher_->bytes(number); bytes && !places.empty())
+            Q_EMIT pictureWanted(places.front().description, bytes);
+        return;
+    }
+    // A copy: what follows may fill the view anew.
+    const auto handler = follow_;
+    if (handler) handler(fromQt(link.toString(QUrl::FullyEncoded)));
+}
+
+// ---- Looks
+
+int PageView::columnWidth() const {
+    return viewport()->width() - 2 * theme::margin;
+}
+
+QSize PageView::imageBound() const {
+    return {std::max(columnWidth(), placeholderSize.width() / 2), highestPicture};
+}
+
+void PageView::keepColumn() {
+    // A line of a text is no longer than the eye follows.
+    const int room = contentsRect().width() - verticalScrollBar()->sizeHint().width();
+    const int side = std::max((room - widestColumn) / 2, 0);
+    setViewportMargins(side, 0, side, 0);
+}
+
+void PageView::resizeEvent(QResizeEvent* event) {
+    keepColumn();
+    QTextBrowser::resizeEvent(event);
+    if (columnWidth() == drawnWidth_) return;
+    drawnWidth_ = columnWidth();
+    for (std::size_t number = 0; number < sources_.size(); ++number) {
+        if (!sources_[number].image.isNull()) changed_.insert(number);
+    }
+    drawChanged();
+}
+
+void PageView::changeEvent(QEvent* event) {
+    QTextBrowser::changeEvent(event);
+    if (event->type() != QEvent::PaletteChange && event->type() != QEvent::ApplicationPaletteChange) return;
+    // While it is made, there is nothing to draw anew.
+    if (page_.text.text.empty()) return;
+    const int place = verticalScrollBar()->value();
+    write();
+    verticalScrollBar()->setValue(place);
+}
+
+void PageView::makeTextStandardSize() {
+    QFont font = document()->defaultFont();
+    font.setPointSizeF(fontSize_);
+    document()->setDefaultFont(font);
+}
+
+void PageView::makeTextLarger() {
+    QFont font = document()->defaultFont();
+    font.setPointSizeF(font.pointSizeF() * zoomStep);
+    document()->setDefaultFont(font);
+}
+
+QVariant PageView::loadResource(int, const QUrl&) {
+    return {};
 }
 
 }  // namespace morvane::views

@@ -243,7 +243,7 @@ void PreferencesWindow::showFolders() {
         folders_->addItems(rows);
         for (int row = 0; row < folders_->count(); ++row) {
             folders_->item(row)->setIcon(theme::icon("folder"));
-            folders_->item(row)->setToolTip(rows[row]);
+            folders_->item(row)->setToolTip(plainToolTip(list.rows()[static_cast<std::size_t>(row)]));
         }
     }
     std::vector<bool> isSelected(list.rows().size());

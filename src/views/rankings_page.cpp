@@ -95,7 +95,7 @@ void RankingsPage::refresh(NSRankingList::TableType type) {
         table.rows->clear();
         for (std::size_t row = 0; row < list.numberOfRows(); ++row) {
             auto* item = new QListWidgetItem(literalLine(list.valueAtRow(row)), table.rows);
-            item->setToolTip(item->text());
+            item->setToolTip(plainToolTip(list.valueAtRow(row)));
         }
         table.rows->setCurrentRow(current);
     }

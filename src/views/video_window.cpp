@@ -1,8 +1,8 @@
 #include "views/video_window.h"
 
-#include <QDialogButtonBox>
-#include <QPainter>
+#include <QHBoxLayout>
 #include <QPushButton>
+#include <QStackedWidget>
 #include <QVBoxLayout>
 
 #include "library/game_data.h"
@@ -10,97 +10,121 @@
 #include "platform/styled_text.h"
 #include "views/background.h"
 #include "views/labels.h"
-#include "views/pixmaps.h"
+#include "views/notice_panel.h"
+#include "views/page_view.h"
+#include "views/picture_fetcher.h"
+#include "views/primary_button.h"
 #include "views/qt_text.h"
+#include "views/still_picture.h"
+#include "views/styled_view.h"
 #include "views/theme.h"
 
 namespace morvane::views {
+
 namespace {
 
-constexpr QSize stillSize{480, 270};
-constexpr int playEdge = 72;
-constexpr std::uint64_t longestPicture = std::uint64_t{8} << 20;
-
-std::optional<QImage> fetchedStill(const std::string& link) {
-    const auto address = NSGameData::stillPictureOfLink(link);
-    if (!address || !isWebLink(*address)) return std::nullopt;
-    return decodedImage(http::fetch({.url = *address, .longestBody = longestPicture}).body, 4 * stillSize);
-}
+constexpr QSize largestStill{1600, 900};      // pixels
+constexpr std::size_t longestSentence = 200;  // bytes
 
 }  // namespace
 
-VideoWindow::VideoWindow(QWidget* parent)
+VideoWindow::VideoWindow(AppDelegate& app, QWidget* parent)
     : QDialog(parent),
-      still_(new QPushButton),
-      open_(new QPushButton(theme::icon("website"), shown("Watch in the Browser"))),
-      text_(new BodyLabel(QString())) {
-    still_->setFixedSize(stillSize);
-    still_->setIconSize(stillSize);
-    still_->setFlat(true);
-    still_->setAutoDefault(false);
-    still_->setAccessibleName(shown("Watch in the Browser"));
-    text_->setAlignment(Qt::AlignCenter);
-    text_->setMinimumWidth(stillSize.width());
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close);
-    buttons->button(QDialogButtonBox::Close)->setText(shown("Close"));
-    buttons->button(QDialogButtonBox::Close)->setAutoDefault(false);
-    buttons->addButton(open_, QDialogButtonBox::ActionRole);
-    open_->setDefault(true);
-    auto* column = new QVBoxLayout(this);
-    column->addWidget(still_, 0, Qt::AlignCenter);
-    column->addWidget(text_);
-    column->addWidget(buttons);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    for (QPushButton* button : {still_, open_}) {
-        connect(button, &QPushButton::clicked, this, [this] { Q_EMIT linkWanted(link_); });
-    }
+      app_(app),
+      stack_(new QStackedWidget),
+      still_(new StillPicture),
+      page_(new PageView),
+      address_(new ElidedLabel(Qt::ElideMiddle)),
+      notice_(new NoticePanel),
+      play_(new PrimaryButton),
+      close_(new QPushButton(shown("Close"))),
+      fetcher_(new PictureFetcher(this)) {
+    page_->setLinkHandler([this](const std::string& link) { follow(link); });
+    stack_->addWidget(still_);
+    stack_->addWidget(page_);
+    stack_->addWidget(notice_);
+    play_->setTitle(shown("Open in the browser"), "website");
+    connect(still_, &StillPicture::clicked, this, &VideoWindow::play);
+    connect(play_, &PrimaryButton::clicked, this, &VideoWindow::play);
+    connect(close_, &QPushButton::clicked, this, &QDialog::reject);
+    connect(fetcher_, &PictureFetcher::came, this,
+            [this](std::size_t, const QImage& picture) { still_->setPicture(picture); });
+    auto* foot = new QWidget;
+    auto* row = new QHBoxLayout(foot);
+    row->setContentsMargins(theme::margin, theme::gap, theme::margin, theme::gap);
+    row->setSpacing(theme::gap);
+    row->addWidget(address_, 1);
+    row->addWidget(close_);
+    row->addWidget(play_);
+    auto* all = new QVBoxLayout(this);
+    all->setContentsMargins(0, 0, 0, 0);
+    all->setSpacing(0);
+    all->addWidget(stack_, 1);
+    all->addWidget(foot);
 }
 
-void VideoWindow::show(const NSDescriptionView::HtmlWindow& window) {
-    setWindowTitle(literalLine(window.name));
-    // What is shown in the browser is a page of the web, or nothing.
-    link_ = isWebLink(window.link) ? window.link : "";
-    const bool hasLink = !link_.empty();
-    still_->setVisible(hasLink);
-    open_->setVisible(hasLink);
-    const QString text = literal(htmlPage(window.html).text.text).trimmed();
-    text_->setText(hasLink ? literal(link_) : text.isEmpty() ? shown("There is nothing to watch.") : text);
-    showStill({});
-    QDialog::show();
-    raise();
-    activateWindow();
-    if (!hasLink) return;
+void VideoWindow::fill(const NSDescriptionView::HtmlWindow& content) {
+    ++fills_;
+    link_ = isWebLink(content.link) ? content.link : std::string();
+    const QString name = literalLine(localized(content.name));
+    setWindowTitle(name);
+    still_->setAccessibleName(shown("%@: open in the browser", {fromQt(name)}));
+    page_->setAccessibleName(name);
+    address_->setWholeText(literalLine(link_));
+    still_->setPicture({});
+    play_->setVisible(!link_.empty());
+    (link_.empty() ? close_ : static_cast<QPushButton*>(play_))->setDefault(true);
+    fetcher_->stop();
+    if (!link_.empty()) {
+        const auto picture = NSGameData::stillPictureOfLink(link_);
+        still_->setHasMark(picture != link_);
+        stack_->setCurrentWidget(still_);
+        still_->setFocus();
+        if (picture) fetcher_->fetch({*picture}, largestStill);
+        return;
+    }
+    page_->clearPage();
+    stack_->setCurrentWidget(page_);
     inBackground(
-        "app.morvane.stillPicture", this, [link = link_] { return fetchedStill(link); },
-        [this, link = link_](const std::optional<QImage>& picture) {
-            if (picture && link == link_) showStill(*picture);
+        "app.morvane.readPage", this, [html = content.html] { return htmlPage(html); },
+        [this, fill = fills_](HtmlPage page) {
+            if (fill == fills_) showRead(std::move(page));
         });
 }
 
-void VideoWindow::showStill(const QImage& picture) {
-    const double scale = devicePixelRatioF();
-    QPixmap still(stillSize * scale);
-    still.setDevicePixelRatio(scale);
-    still.fill(Qt::black);
-    QPainter painter(&still);
-    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-    if (!picture.isNull()) {
-        const QPixmap fitting = fittingPixmap(picture, stillSize, scale);
-        const QSizeF size = fitting.deviceIndependentSize();
-        painter.drawPixmap(
-            QPointF((stillSize.width() - size.width()) / 2, (stillSize.height() - size.height()) / 2),
-            fitting);
+void VideoWindow::showRead(HtmlPage page) {
+    // One sentence says why there is nothing to play.
+    const bool isSentence = page.pictures.empty() && page.text.text.size() <= longestSentence &&
+                            page.text.text.find('\n') == std::string::npos;
+    if (isSentence) {
+        notice_->show({.symbol = "trailer", .heading = literal(page.text.text)});
+        stack_->setCurrentWidget(notice_);
+    } else {
+        page_->showPage(std::move(page), {});
     }
-    const QRect place(QPoint((stillSize.width() - playEdge) / 2, (stillSize.height() - playEdge) / 2),
-                      QSize(playEdge, playEdge));
-    painter.setPen(QPen(Qt::white, 3));
-    painter.setBrush(QColor(0, 0, 0, 150));
-    painter.drawEllipse(place);
-    const int edge = playEdge / 2;
-    painter.drawPixmap(place.center().x() - edge / 2 + 3, place.center().y() - edge / 2 + 1,
-                       theme::symbol("play", edge, Qt::white, scale));
-    painter.end();
-    still_->setIcon(QIcon(still));
+}
+
+void VideoWindow::play() {
+    follow(link_);
+}
+
+void VideoWindow::follow(const std::string& link) {
+    if (app_.shouldWebViewFollow(link)) openWebLink(link);
+}
+
+void VideoWindow::resizeEvent(QResizeEvent* event) {
+    QDialog::resizeEvent(event);
+    app_.gamePage().pages().setTrailerViewSize(stack_->width(), stack_->height());
+}
+
+VideoWindow* VideoWindows::show(const NSDescriptionView::HtmlWindow& content) {
+    QPointer<VideoWindow>& window = windows_[content.name];
+    if (!window) window = new VideoWindow(app_, parent_);
+    window->fill(content);
+    window->show();
+    window->raise();
+    window->activateWindow();
+    return window;
 }
 
 }  // namespace morvane::views

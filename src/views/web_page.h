@@ -1,50 +1,70 @@
-// views/web_page.h: draws the pages of the catalogue's site: the news, and the way to the forum (`WebView`). Main
-// thread.
+// views/web_page.h: draws the web views of the main window (`WebView` of `ShellView`): news and community. Main thread.
+//
+// News is fetched in the background, bounded in size and time, and read without scripts, styles and frames. A forum
+// needs a browser: its page says so, and opens it.
 #pragma once
 
 #include <QWidget>
+#include <chrono>
+#include <memory>
 #include <string>
 
 #include "app/app_delegate.h"
-#include "platform/styled_text.h"
+#include "platform/http.h"
 
-class QPushButton;
 class QStackedWidget;
+class QTimer;
 
 namespace morvane::views {
 
-class BodyLabel;
-class HeadingLabel;
+class ElidedLabel;
+class NoticePanel;
 class PageView;
 
-/// The news are read here. A forum wants a real browser: its page leads there.
 class WebPage : public QWidget {
     Q_OBJECT
   public:
     /// The application must outlive it.
-    WebPage(AppDelegate& app, WebView web, QWidget* parent = nullptr);
+    WebPage(AppDelegate& app, WebView web, QWidget* parent);
+    ~WebPage() override;
 
-    /// `ShellView::loadWebPage`: fetched in the background; `AppDelegate::webPageLoaded` in the end.
+    /// `ShellView::loadWebPage`. `AppDelegate::webPageLoaded` follows, from the main queue, whatever comes of it; not
+    /// for a page that another one takes the place of before it has come.
     void load(const std::string& address);
-    /// `ShellView::showHtml`: why there is no page.
+    /// `ShellView::showHtml`: why there is no page, with a way to try it again.
     void showHtml(const std::string& html);
-    /// The size of the text as the setting says.
-    void updateZoom();
+    /// `ShellView::webViewZoomChanged`.
+    void reloadTextZoom();
+
+    /// For the whole page, without its pictures.
+    void setPatience(std::chrono::milliseconds patience) { patience_ = patience; }
+    [[nodiscard]] PageView& view() { return *view_; }
 
   private:
-    void showMessage(const QString& title, const QString& text, bool canTryAgain);
-    void showPage(const HtmlPage& page, const std::string& address);
+    struct Loading;
+    void addBar();
+    void fetchPage();
+    void read(const std::string& bytes);
+    void showFailure(const QString& heading, const QString& text);
+    void showLoading();
+    void showForum();
+    void noticePressed();
+    void follow(const std::string& link);
+    void finish();
 
     AppDelegate& app_;
     const WebView web_;
-    QStackedWidget* stack_;
-    PageView* view_;
-    HeadingLabel* title_;
-    BodyLabel* text_;
-    QPushButton *again_, *open_;
+    QWidget* const bar_;
+    ElidedLabel* const site_;
+    QStackedWidget* const stack_;
+    PageView* const view_;
+    NoticePanel* const notice_;
+    QTimer* const deadline_;
+    std::chrono::milliseconds patience_;
     std::string address_;
-    int zoom_ = 0;
-    unsigned loads_ = 0;  ///< so far
+    enum class Button { tryAgain, openForum } button_ = Button::tryAgain;
+    std::unique_ptr<Loading> loading_;
+    unsigned loads_ = 0;  ///< so far: what comes of an earlier one is nobody's
 };
 
 }  // namespace morvane::views
