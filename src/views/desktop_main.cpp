@@ -34,6 +34,8 @@ using namespace morvane;
 
 /// The bus has started it, and brings what it is to do.
 constexpr std::string_view serviceOption = "--gapplication-service";
+/// "library", "catalogue" or "quit" follows.
+constexpr std::string_view actionOption = "--action";
 constexpr std::chrono::seconds longestWaitAsService{30};
 
 /// With what the session gave for it: without, many desktops only mark the window.
@@ -111,7 +113,14 @@ int main(int argc, char** argv) {
     std::vector<std::string> arguments(argv + 1, argv + argc);
     const bool service = std::erase(arguments, serviceOption) > 0;
     std::optional<views::StartRequest> request;
-    if (!service || !arguments.empty()) {
+    if (arguments.size() == 2 && arguments[0] == actionOption) {
+        request = views::requestOfAction(arguments[1]);
+        if (!request) {
+            std::fprintf(stderr, "morvane-desktop: there is no action \"%s\".\n", arguments[1].c_str());
+            return EXIT_FAILURE;
+        }
+        request->activationToken = token;
+    } else if (!service || !arguments.empty()) {
         request = views::requestOfArguments(arguments, std::filesystem::current_path().string());
         request->activationToken = token;
     }
