@@ -72,22 +72,6 @@ TEST_F(MainWindows, ShowTheGameThatIsChosenAndKeepItThroughAReload) {
     EXPECT_EQ(list->currentIndex().data().toString(), "Star Catcher");
 }
 
-TEST_F(MainWindows, EveryControlHasANameAndCanBeReached) {
-    list->setCurrentIndex(list->model()->index(0, 0));
-    runUntil([&] { return app->gamePage().page().hasGame; });
-    for (QWidget* widget : window->findChildren<QWidget*>()) {
-        const bool isControl = qobject_cast<QAbstractButton*>(widget) != nullptr ||
-                               qobject_cast<QLineEdit*>(widget) != nullptr ||
-                               qobject_cast<QAbstractItemView*>(widget) != nullptr;
-        if (!isControl || !widget->isVisible() || widget->objectName().startsWith("qt_")) continue;
-        const QString name = widget->accessibleName().isEmpty() ? widget->property("text").toString()
-                                                                : widget->accessibleName();
-        const bool isInside = qobject_cast<QLineEdit*>(widget->parentWidget()) != nullptr;
-        EXPECT_TRUE(!name.isEmpty() || isInside) << widget->metaObject()->className();
-        EXPECT_TRUE(widget->focusPolicy() != Qt::NoFocus || isInside) << name.toStdString();
-    }
-}
-
 TEST_F(MainWindows, ClosingAsksAboutARunningInstallation) {
     bool asked = false;
     progress->setCancelAction([&] { asked = true; });
