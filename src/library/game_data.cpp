@@ -1,5 +1,7 @@
 #include "library/game_data.h"
 
+#include <sys/stat.h>
+
 #include "library/game_data.h"
 
 #include <algorithm>
@@ -95,6 +97,20 @@ std::optional<std::string> descriptionFileOf(const std::string& path) {
         if (MVFileManager::fileExistsAtPath(path + name)) return path + name;
     }
     return std::nullopt;
+}
+
+/// What is another once the file is changed or replaced; empty for none.
+std::string stateOf(const std::string& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0) return "";
+    std::string state;
+    for (const auto part :
+         {static_cast<std::int64_t>(status.st_ino), static_cast<std::int64_t>(status.st_size),
+          static_cast<std::int64_t>(status.st_mtim.tv_sec),
+          static_cast<std::int64_t>(status.st_mtim.tv_nsec)}) {
+        state += std::to_string(part) + ' ';
+    }
+    return state;
 }
 
 std::optional<std::string> sourceOf(const std::string& wrapper) {
@@ -229,9 +245,21 @@ std::int64_t NSGameData::getIdentifierOfGameAtPath(const std::string& wrapper) {
     constexpr std::int64_t unknown = 1;
     const auto file = descriptionFileOf(wrapper);
     if (!file) return unknown;
+    // A library is looked through for a game whenever a button is titled.
+    const std::string state = stateOf(*file);
+    auto& known = host().gameIdentifiers;
+    {
+        const MutexLock guard(known.mutex);
+        const auto found = known.value.find(*file);
+        if (found != known.value.end() && found->second.first == state) return found->second.second;
+    }
     const auto loaded = NSUtilities::loadArchivedObjectFromFile(*file, "CKII");
-    if (!loaded) return unknown;
-    return integerReading(loaded->as<Dictionary>()->find("ID")).value_or(unknown);
+    const auto* dictionary = loaded ? loaded->as<Dictionary>() : nullptr;
+    const std::int64_t id =
+        dictionary != nullptr ? integerReading(dictionary->find("ID")).value_or(unknown) : unknown;
+    const MutexLock guard(known.mutex);
+    known.value[*file] = {state, id};
+    return id;
 }
 
 // ---- Description

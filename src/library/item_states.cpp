@@ -4,6 +4,7 @@
 
 #include "foundation/threads.h"
 #include "library/apps_array.h"
+#include "library/game_data.h"
 #include "platform/files.h"
 #include "wrapper/processes.h"
 #include "wrapper/wrapper.h"
@@ -66,6 +67,8 @@ void ItemStates::lookNow(std::vector<std::string> paths) {
                 state.isUnfinished =
                     wrapper.runsPrograms() && files::kindOf(wrapper.systemRegistry()) == files::Kind::none;
                 state.isRunning = running[item];
+                // Read here, it is known by the time that a button is titled.
+                static_cast<void>(NSGameData::getIdentifierOfGameAtPath(paths[item]));
             }
             MVThread::dispatchBlockInMainQueue([self, states, runningNow] {
                 if (*self != nullptr) (*self)->take(states, runningNow);

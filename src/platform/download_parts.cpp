@@ -26,8 +26,7 @@ namespace {
 constexpr std::string_view bodyEnding = ".part", noteEnding = ".note";
 /// So many transfers of one link may run at once with a part each; more of them keep none.
 constexpr int mostSlots = 8;
-constexpr int wholeAnswer = 200, partialAnswer = 206, unchangedAnswer = 304, firstFailing = 400,
-              badRange = 416;
+constexpr int partialAnswer = 206, unchangedAnswer = 304, firstFailing = 400, badRange = 416;
 /// A file that was changed in the second of the answer may change again in it.
 constexpr std::time_t surelyPast = 1;
 

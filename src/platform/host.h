@@ -80,6 +80,8 @@ class Host {
     Cache<std::shared_ptr<BuildLog>> buildLog;  ///< of the last creation
     /// The catalogue's entries by ID, until its list is refreshed.
     Cache<std::map<std::int64_t, std::shared_ptr<NSGameData>>> serverAppsBuffer;
+    /// By description file: the state in which it was read, and the ID in it.
+    Cache<std::map<std::string, std::pair<std::string, std::int64_t>>> gameIdentifiers;
     /// The indexes of catalogues that are plain files, by base address.
     Cache<std::map<std::string, std::string>> staticCatalogues;
 
