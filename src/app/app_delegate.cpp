@@ -29,16 +29,23 @@ AppDelegate::AppDelegate(ShellView& view, std::shared_ptr<NSProgressView> progre
       progress_(std::move(progress)),
       layout_(layoutFor(view)),
       functionKeys_(std::make_shared<FunctionKeys>()),
-      library_(apps_, {.reload = [this] { view_.libraryChanged(); },
-                       .rowChanged = [this](std::size_t row) { view_.libraryRowChanged(row); },
-                       .installCkiFile = [this](const std::string& cki) { installCkiFile(cki); },
-                       .removed = [this](const std::string& path) { itemRemoved(path); }}),
+      library_(apps_,
+               {.reload = [this] { view_.libraryChanged(); },
+                .rowChanged = [this](std::size_t row) { view_.libraryRowChanged(row); },
+                .installCkiFile = [this](const std::string& cki) { actions_.installCkiFile({.path = cki}); },
+                .removed = [this](const std::string& path) { itemRemoved(path); }}),
       gamePage_(layout_, progress_, gamePageCallbacks()),
       latest_(NSRankingList::TableType::latest, rankingCallbacks(NSRankingList::TableType::latest)),
       popular_(NSRankingList::TableType::popular, rankingCallbacks(NSRankingList::TableType::popular)),
       highrated_(NSRankingList::TableType::highrated, rankingCallbacks(NSRankingList::TableType::highrated)),
+      actions_({.apps = apps_,
+                .library = library_,
+                .gamePage = gamePage_,
+                .view = view_,
+                .progress = progress_,
+                .showLibrary = [this] { showMorvaneTab(MorvaneTab::library); }}),
       self_(std::make_shared<AppDelegate*>(this)) {
-    view_.setURLHandler([this](const std::string& link) { handleURLEvent(link); });
+    view_.setURLHandler([this](const std::string& link) { actions_.handleURLEvent(link); });
 }
 
 AppDelegate::~AppDelegate() {
@@ -150,7 +157,7 @@ void AppDelegate::activateRow(std::size_t row) {
     const LocalItem* item = library_.localItem(row);
     if (item == nullptr || NSAppsArray::isMissing(item->path)) return openRow(row);
     const std::string path = item->path;
-    if (!library_.isRunning(path)) shouldRunGameAtPath(path);
+    if (!library_.isRunning(path)) actions_.shouldRunGameAtPath(path);
 }
 
 std::vector<NSDescriptionView::MenuItem> AppDelegate::menuOfRow(std::size_t row) {
@@ -160,10 +167,6 @@ std::vector<NSDescriptionView::MenuItem> AppDelegate::menuOfRow(std::size_t row)
     const CatalogueLine* line = library_.catalogueLine(row);
     return line == nullptr ? std::vector<NSDescriptionView::MenuItem>()
                            : gamePage_.menuOf(NSGameData::bufferedEntry(line->id));
-}
-
-void AppDelegate::stopItem(const std::string& path) {
-    gamePage_.actions().forceCloseGame(NSGameData::initWithPath(path));
 }
 
 void AppDelegate::showProperties(const std::string& path) {

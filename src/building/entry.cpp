@@ -84,6 +84,13 @@ NSCustomPortView choicesOf(const Form& panel) {
     return view;
 }
 
+std::optional<BlankPort> askForBlankPort() {
+    Form panel = blankPortPanel();
+    const auto wrapper = askWhereToSave("", &panel);
+    if (!wrapper) return std::nullopt;
+    return BlankPort{.place = *wrapper, .view = choicesOf(panel)};
+}
+
 }  // namespace
 
 void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionHandler handler,
@@ -216,17 +223,22 @@ bool WrapperCreation::shouldInstallPortData(const std::optional<Result<NSPortDat
     return true;
 }
 
-void WrapperCreation::createBlankPortWithCompletionHandler(CompletionHandler handler) {
-    if (!doYouAgreeWithTheLicenseAgreement()) return;
-    Form panel = blankPortPanel();
-    const auto wrapper = askWhereToSave("", &panel);
-    if (!wrapper) return;
-    MVThread::dispatchQueueWithName(
-        "app.morvane.wrapperCreationInstallBlankWrapper", Priority::normal,
-        [this, wrapper = *wrapper, view = choicesOf(panel), handler = std::move(handler)] {
-            const bool failed = createBlankWrapperAtPath(wrapper, view) != 0;
-            if (handler) handler(failed, wrapper);
-        });
+void WrapperCreation::createBlankPortWithCompletionHandler(CompletionHandler handler,
+                                                           const std::optional<BlankPort>& blank) {
+    const bool goesOn = !blank || MVAlert::canBeAnswered([&]() -> std::vector<ForeseenQuestion> {
+        const auto port = portOfBlank(blank->place, blank->view);
+        if (!port) return {};
+        return questionsOfBlank(*this, *port, blank->place);
+    });
+    if (!goesOn || !doYouAgreeWithTheLicenseAgreement()) return;
+    const auto chosen = blank ? blank : askForBlankPort();
+    if (!chosen) return;
+    MVThread::dispatchQueueWithName("app.morvane.wrapperCreationInstallBlankWrapper", Priority::normal,
+                                    [this, blank = *chosen, handler = std::move(handler)] {
+                                        const bool failed =
+                                            createBlankWrapperAtPath(blank.place, blank.view) != 0;
+                                        if (handler) handler(failed, blank.place);
+                                    });
 }
 
 int WrapperCreation::createBlankWrapperAtPath(const std::string& wrapper, const NSCustomPortView& view) {

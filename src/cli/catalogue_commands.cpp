@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "building/agreement.h"
+#include "cli/application.h"
 #include "cli/commands.h"
 #include "cli/game_page.h"
 #include "cli/table.h"

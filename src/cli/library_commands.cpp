@@ -2,7 +2,8 @@
 #include <functional>
 #include <unordered_map>
 
-#include "app/app_delegate.h"
+#include "app/start_up.h"
+#include "cli/application.h"
 #include "cli/commands.h"
 #include "cli/table.h"
 #include "foundation/formats.h"
@@ -24,7 +25,7 @@ int onLibrary(Session& session, const std::function<void(NSAppsArray&, int& resu
     NSAppsArray apps;
     int result = done;
     const int ended = session.untilIdle([&] {
-        AppDelegate::verifyNeededFolders();
+        verifyNeededFolders();
         apps.loadLocalAppsBlock([&] { work(apps, result); });
         return int{done};
     });
@@ -94,23 +95,24 @@ int addToLibrary(Session& session, const std::vector<std::string>& paths) {
 int removeFromLibrary(Session& session, const std::string& given, RemovedFrom from) {
     const std::string path = expandedPath(given);
     bool removed = false;
-    const int ended = onLibrary(session, [&](NSAppsArray& apps, int& result) {
-        if (holds(apps, path)) {
-            NSAppsArray::removeFrom(from, path, [&session, &apps, &removed, path](const Removal& removal) {
-                apps.removeLocalPort(path, {});
-                removed = !holds(apps, path);
-                if (removal.inTrash) {
-                    session.console().say(localized(
-                        "%@ lies in the trash now (%@).",
-                        {path, NSUtilities::humanReadableSizeForBytes(
-                                   static_cast<std::int64_t>(removal.bytes), DecimalMeasureSystem::yes)}));
-                }
-            });
-        } else {
-            result = session.fail(path + " is not in the library.");
-        }
+    Application application(session);
+    const NSAppsArray& apps = application.delegate().apps();
+    const auto tell = [&](const Removal& removal) {
+        removed = !holds(apps, path);
+        if (!removal.inTrash) return;
+        session.console().say(
+            localized("%@ lies in the trash now (%@).",
+                      {path, NSUtilities::humanReadableSizeForBytes(static_cast<std::int64_t>(removal.bytes),
+                                                                    DecimalMeasureSystem::yes)}));
+    };
+    bool isListed = false;
+    const int ended = application.run([&](AppDelegate& app) {
+        isListed = holds(apps, path);
+        if (isListed) app.actions().removeItem(path, from, tell);
     });
-    return ended == done && !removed ? session.fail(path + " was not removed.") : ended;
+    if (ended != done) return ended;
+    if (!isListed) return session.fail(path + " is not in the library.");
+    return removed ? int{done} : session.fail(path + " was not removed.");
 }
 
 int orderLibrary(Session& session, const std::string& order) {

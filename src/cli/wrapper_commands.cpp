@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "cli/application.h"
 #include "cli/commands.h"
 #include "cli/table.h"
 #include "foundation/file_manager.h"
@@ -66,9 +67,10 @@ int debug(Session& session, const std::string& app) {
 int stop(Session& session, const std::string& app) {
     const auto wrapper = wrapperAt(session, app);
     if (!wrapper) return failed;
-    return session.onWorker([&] {
-        NSUtilities::terminateAllCaskeryProcessesForWrapperNow(*wrapper, RemovingWrapper::no);
-        return static_cast<int>(done);
+    Application application(session);
+    return session.untilIdle([&] {
+        application.delegate().actions().stopItem(*wrapper, Asking::no);
+        return int{done};
     });
 }
 

@@ -91,6 +91,7 @@ class NSDescriptionView {
     NSDescriptionView(const NSDescriptionView&) = delete;
     NSDescriptionView& operator=(const NSDescriptionView&) = delete;
 
+    [[nodiscard]] LibraryLayout layout() const { return layout_; }
     [[nodiscard]] const Page& page() const { return page_; }
     /// The shown game; null when there is none.
     [[nodiscard]] Game gameData() const { return gameData_; }

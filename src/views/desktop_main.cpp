@@ -48,7 +48,7 @@ void raise(views::MainWindow& window, const std::string& activationToken) {
 
 void open(AppDelegate& app, const views::DesktopShell& shell, const std::string& item) {
     if (item.starts_with('/')) {
-        app.openFile(item);
+        app.actions().openFile(item);
     } else {
         shell.openLink(item);
     }

@@ -87,7 +87,7 @@ GamePage::GamePage(AppDelegate& app, QWidget* parent)
     theme::makeFlush(*description_);
     theme::makeFlush(*description_->viewport());
     description_->setLinkHandler([this](const std::string& link) {
-        if (app_.shouldWebViewFollow(link)) openWebLink(link);
+        if (app_.actions().shouldWebViewFollow(link)) openWebLink(link);
     });
 
     auto* column = new QVBoxLayout(content_);

@@ -172,7 +172,7 @@ QWidget* LibraryPage::makeEmptyPage() {
     layout->addStretch();
     connect(browse_, &QPushButton::clicked, this, [this] { showTab(NSAppsArray::catalogueTab); });
     connect(again_, &QPushButton::clicked, this, [this] { app_.library().refreshList(); });
-    connect(openPort_, &QPushButton::clicked, this, [this] { app_.createWrapper(); });
+    connect(openPort_, &QPushButton::clicked, this, [this] { app_.actions().createWrapper(); });
     return page;
 }
 
@@ -281,7 +281,7 @@ void LibraryPage::activate(const QModelIndex& index) {
 void LibraryPage::clickAction(const QModelIndex& index) {
     const std::string path = pathOf(index);
     if (path.empty()) return;
-    if (app_.library().isRunning(path)) return app_.stopItem(path);
+    if (app_.library().isRunning(path)) return app_.actions().stopItem(path);
     activate(index);
 }
 

@@ -22,9 +22,10 @@ void MainWindow::makeMenus() {
 
 void MainWindow::makeFileMenu() {
     QMenu* menu = menuBar()->addMenu(shown("&File"));
-    menu->addAction(shown("&Open a Port…"), QKeySequence::Open, this, [this] { app_.createWrapper(); });
+    menu->addAction(shown("&Open a Port…"), QKeySequence::Open, this,
+                    [this] { app_.actions().createWrapper(); });
     menu->addAction(shown("&New Blank Wrapper…"), QKeySequence::New, this,
-                    [this] { app_.createBlankWrapper(); });
+                    [this] { app_.actions().createBlankWrapper(); });
     menu->addAction(shown("&Add a Game…"), this, [this] { app_.library().add(); });
     menu->addSeparator();
     menu->addAction(shown("&Preferences…"), QKeySequence(Qt::CTRL | Qt::Key_Comma), this,

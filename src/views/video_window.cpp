@@ -109,7 +109,7 @@ void VideoWindow::play() {
 }
 
 void VideoWindow::follow(const std::string& link) {
-    if (app_.shouldWebViewFollow(link)) openWebLink(link);
+    if (app_.actions().shouldWebViewFollow(link)) openWebLink(link);
 }
 
 void VideoWindow::resizeEvent(QResizeEvent* event) {

@@ -361,7 +361,7 @@ TEST_F(Shell, OpensFilesByTheirEnding) {
                 .defaultIs("OK")
                 .answer(row.answer);
         }
-        EXPECT_EQ(app->openFile(row.path), row.handled) << row.path;
+        EXPECT_EQ(app->actions().openFile(row.path), row.handled) << row.path;
         settle();
         for (const std::string& wrapper : {outer, inner}) {
             const bool isIt = wrapper == row.wrapper;
@@ -374,7 +374,7 @@ TEST_F(Shell, OpensFilesByTheirEnding) {
     EXPECT_EQ(box.width + box.height, 374);
     EXPECT_EQ(ran(applications + "C.app"), "");
 
-    EXPECT_TRUE(app->openFile(game));
+    EXPECT_TRUE(app->actions().openFile(game));
     settle();
     EXPECT_TRUE(played(game));
 }
@@ -383,7 +383,7 @@ TEST_F(Shell, WithoutAWrapperThereIsNoneToRunAProgramIn) {
     noGamesFolder();
     start();
     ui.expect("Inside which port do you want to run x.exe?").answer("OK");
-    EXPECT_FALSE(app->openFile(home + "/x.exe"));
+    EXPECT_FALSE(app->actions().openFile(home + "/x.exe"));
 }
 
 TEST_F(Shell, TheDockAndNotificationsRunGames) {
@@ -394,9 +394,9 @@ TEST_F(Shell, TheDockAndNotificationsRunGames) {
     makeWrapper(applications + "A.app", "Zoo");
     app->library().addPort(applications + "A.app");
     settle();
-    EXPECT_EQ(app->applicationDockMenu(), (Lines{"Game", "Zoo"}));
-    EXPECT_TRUE(app->launchLocalGameAction(0));
-    EXPECT_FALSE(app->launchLocalGameAction(2));
+    EXPECT_EQ(app->actions().applicationDockMenu(), (Lines{"Game", "Zoo"}));
+    EXPECT_TRUE(app->actions().launchLocalGameAction(0));
+    EXPECT_FALSE(app->actions().launchLocalGameAction(2));
     settle();
     EXPECT_TRUE(played(game));
     view.clickNotification(game);
@@ -445,11 +445,11 @@ TEST_F(Shell, LinksShowTheFirstPortAndInstallIt) {
     EXPECT_EQ(app->gamePage().gameData()->gameID, 7);
 
     // In a web view.
-    EXPECT_TRUE(app->shouldWebViewFollow("http://127.0.0.1/?mvid://1"));
-    EXPECT_FALSE(app->shouldWebViewFollow("com-codeweavers-crossover-crosstie:install?crosstie=1"));
+    EXPECT_TRUE(app->actions().shouldWebViewFollow("http://127.0.0.1/?mvid://1"));
+    EXPECT_FALSE(app->actions().shouldWebViewFollow("com-codeweavers-crossover-crosstie:install?crosstie=1"));
     EXPECT_EQ(ui.opened, Lines{"com-codeweavers-crossover-crosstie:install?crosstie=1"});
     ui.expect("Read the license agreement").answer("I Disagree");
-    EXPECT_FALSE(app->shouldWebViewFollow("mvid://7"));
+    EXPECT_FALSE(app->actions().shouldWebViewFollow("mvid://7"));
     settle();
 }
 
@@ -609,12 +609,12 @@ TEST_F(Shell, AnOpenedPortDescriptionIsBuiltAndKept) {
     start();
 
     ui.expectChoice("Select the CKI file", {});
-    app->createWrapper();
+    app->actions().createWrapper();
     ui.expectChoice("Select the CKI file", {cki});
     ui.expect("Read the license agreement").answer("I Agree");
     ui.expect("That port wasn't downloaded directly from our server").answer("Install it anyway");
     ui.expectSave("Create Port at...", wrapper);
-    app->createWrapper();
+    app->actions().createWrapper();
     settle();
     EXPECT_EQ(view.installed, wrapper);
     EXPECT_EQ(stored(), Lines{"Game=Game.app"});
@@ -626,7 +626,7 @@ TEST_F(Shell, AnOpenedPortDescriptionIsBuiltAndKept) {
     ui.expect("Read the license agreement").answer("I Agree");
     ui.expect("That port wasn't downloaded directly from our server").answer("Install it anyway");
     ui.expectSave("Create Port at...", wrapper);
-    EXPECT_TRUE(app->openFile(cki));
+    EXPECT_TRUE(app->actions().openFile(cki));
     settle();
     EXPECT_EQ(stored(), (Lines{"Game=Game.app", "Level=Game.app/Level.app"}));
     for (const char* bundle : {"", "/Level.app"}) {
@@ -640,7 +640,7 @@ TEST_F(Shell, AnOpenedPortDescriptionIsBuiltAndKept) {
     ui.expect("That port wasn't downloaded directly from our server").answer("Install it anyway");
     ui.expectSave("Create Port at...", applications + "Bad.app");
     ui.expectError("That CKI file is corrupted or the format is invalid!");
-    EXPECT_TRUE(app->openFile(cki));
+    EXPECT_TRUE(app->actions().openFile(cki));
     settle();
     EXPECT_EQ(view.installed, "");
 }
