@@ -12,6 +12,7 @@
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
+#include "library/apps_questions.h"
 #include "library/catalogue_addresses.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -231,12 +232,12 @@ void AppActions::stopItem(const std::string& path, Asking asking) {
 
 void AppActions::removeItem(const std::string& path, RemovedFrom from,
                             std::function<void(const Removal&)> completion) {
-    NSAppsArray::removeFrom(from, path,
-                            [self = self_, path, completion = std::move(completion)](const Removal& removal) {
-                                if (*self == nullptr) return;
-                                (*self)->in_.library.forget(path);
-                                completion(removal);
-                            });
+    apps_questions::removeFrom(
+        from, path, [self = self_, path, completion = std::move(completion)](const Removal& removal) {
+            if (*self == nullptr) return;
+            (*self)->in_.library.forget(path);
+            completion(removal);
+        });
 }
 
 }  // namespace morvane

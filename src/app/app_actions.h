@@ -17,6 +17,7 @@
 #include "building/port_checks.h"
 #include "foundation/progress_view.h"
 #include "library/apps_array.h"
+#include "library/apps_questions.h"
 #include "library/description_view.h"
 #include "library/library_view.h"
 

@@ -155,7 +155,7 @@ void AppDelegate::openRow(std::size_t row) {
 
 void AppDelegate::activateRow(std::size_t row) {
     const LocalItem* item = library_.localItem(row);
-    if (item == nullptr || NSAppsArray::isMissing(item->path)) return openRow(row);
+    if (item == nullptr || local_items::isMissing(item->path)) return openRow(row);
     const std::string path = item->path;
     if (!library_.isRunning(path)) actions_.shouldRunGameAtPath(path);
 }

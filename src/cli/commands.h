@@ -8,7 +8,7 @@
 
 #include "building/port_checks.h"
 #include "cli/session.h"
-#include "library/apps_array.h"
+#include "library/apps_questions.h"
 #include "server/catalogue_export.h"
 #include "server/catalogue_publish.h"
 

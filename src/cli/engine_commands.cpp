@@ -13,8 +13,8 @@
 #include "foundation/file_manager.h"
 #include "foundation/formats.h"
 #include "foundation/text.h"
-#include "library/apps_array.h"
 #include "library/apps_scan.h"
+#include "library/local_items.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "runtime/brought_engine.h"
@@ -29,8 +29,8 @@ namespace {
 /// Everything that may hold an engine: the library, and what lies in the apps folders.
 std::vector<std::string> knownWrappers() {
     std::set<std::string> paths;
-    for (const LocalItem& item : NSAppsArray::storedItems()) paths.insert(item.path);
-    for (const LocalItem& item : scanAppsFolders(NSAppsArray::validAppsFolders(), [] { return true; }))
+    for (const LocalItem& item : local_items::storedItems()) paths.insert(item.path);
+    for (const LocalItem& item : scanAppsFolders(local_items::validAppsFolders(), [] { return true; }))
         paths.insert(item.path);
     // A launcher and a link to a wrapper stand for the wrapper itself.
     std::set<std::string> wrappers;

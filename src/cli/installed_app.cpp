@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "cli/terminal_interface.h"
-#include "library/apps_array.h"
+#include "library/apps_questions.h"
 
 namespace morvane::cli {
 
@@ -12,9 +12,9 @@ int withInstalledApp(Session& session, const std::string& given,
                      const std::function<int(const std::string& app)>& command) {
     std::string path = expandedPath(given);
     while (path.size() > 1 && path.ends_with('/')) path.pop_back();
-    const auto items = NSAppsArray::storedItems();
+    const auto items = local_items::storedItems();
     const bool isListed = std::ranges::find(items, path, &LocalItem::path) != items.end();
-    if (!isListed || !NSAppsArray::isMissing(path)) return command(given);
+    if (!isListed || !local_items::isMissing(path)) return command(given);
 
     NSAppsArray apps;
     std::vector<std::string> located;
@@ -22,11 +22,12 @@ int withInstalledApp(Session& session, const std::string& given,
         const auto refuseCki = [&](const std::string& cki) {
             session.fail(cki + " is a port description, and no installed app.");
         };
-        apps.loadLocalAppsBlock([&] { located = apps.askAboutMissingApp(path, refuseCki, {}); });
+        apps.loadLocalAppsBlock(
+            [&] { located = apps_questions::askAboutMissingApp(apps, path, refuseCki, {}); });
         return int{done};
     });
     if (ended != done) return ended;
-    std::erase_if(located, NSAppsArray::isMissing);
+    std::erase_if(located, local_items::isMissing);
     if (!located.empty()) return command(located.front());
     return session.fail("There is nothing at " + path + ".");
 }

@@ -49,7 +49,7 @@ void printItems(Console& console, const NSAppsArray& apps, const std::vector<Loc
     }
     Table table{{{"place", "Place"}, {"name", "Name"}, {"path", "Path"}, {"missing", "Missing"}}, {}};
     for (const LocalItem& item : items) {
-        table.rows.push_back({places.at(item.path), item.name, item.path, NSAppsArray::isMissing(item.path)});
+        table.rows.push_back({places.at(item.path), item.name, item.path, local_items::isMissing(item.path)});
     }
     if (console.output() == Output::json) addIcons(table, items);
     printTable(console, table);
@@ -136,7 +136,7 @@ int moveInLibrary(Session& session, std::size_t from, std::size_t to) {
 
 int listAppsFolders(Session& session) {
     Table table{{{"folder", "Folder"}, {"exists", "Exists"}}, {}};
-    for (const std::string& folder : NSAppsArray::validAppsFolders()) {
+    for (const std::string& folder : local_items::validAppsFolders()) {
         table.rows.push_back({folder, files::kindBehind(folder) == files::Kind::folder});
     }
     printTable(session.console(), table);
@@ -147,7 +147,7 @@ int changeAppsFolders(Session& session, FolderChange change, const std::string& 
     const std::string folder = withFinalSlash(expandedPath(given));
     if (change == FolderChange::add && files::kindBehind(folder) != files::Kind::folder)
         return session.fail("There is no folder at " + folder + ".");
-    auto folders = NSAppsArray::validAppsFolders();
+    auto folders = local_items::validAppsFolders();
     const auto place = std::ranges::find(folders, folder);
     if (change == FolderChange::remove) {
         if (place == folders.end()) return session.fail(folder + " is no apps folder.");

@@ -5,7 +5,7 @@
 #include "cli/table.h"
 #include "foundation/file_manager.h"
 #include "foundation/tasks.h"
-#include "library/apps_array.h"
+#include "library/apps_questions.h"
 #include "platform/process.h"
 #include "wrapper/launch_check.h"
 #include "wrapper/layout.h"
@@ -77,7 +77,7 @@ int stop(Session& session, const std::string& app) {
 int stopAll(Session& session) {
     NSAppsArray apps;
     return session.untilIdle([&] {
-        apps.askToKillAllCaskeryProcessesFromLocalApps();
+        apps_questions::askToKillAllCaskeryProcessesFromLocalApps(apps);
         return int{done};
     });
 }

@@ -138,7 +138,7 @@ bool installCkiAtPath(const std::string& cki, const std::string& target, const N
     if (creation.installCKI(cki, target, Trust::yes, replacing) != 0) return false;
     if (!description) return true;
     storeDescription(*description, target);
-    for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(target)) {
+    for (const LocalItem& launcher : local_items::checkForCustomEXEsInWrapper(target)) {
         storeDescription(*description, launcher.path);
     }
     return true;
@@ -162,7 +162,7 @@ std::vector<std::string> sourcesOf(const NSGameData& game) {
 }
 
 std::string defaultGamesFolder() {
-    for (const std::string& folder : NSAppsArray::validAppsFolders()) {
+    for (const std::string& folder : local_items::validAppsFolders()) {
         if (files::isWritable(folder)) return folder.ends_with('/') ? folder : folder + "/";
     }
     return host().folders.desktop + "/";
@@ -173,10 +173,10 @@ std::optional<std::string> validPortWithGameID(std::int64_t id) {
     const auto holdsIt = [id](const std::string& path) {
         return Wrapper(path).exists() && NSGameData::getIdentifierOfGameAtPath(path) == id;
     };
-    for (const LocalItem& item : NSAppsArray::storedItems()) {
+    for (const LocalItem& item : local_items::storedItems()) {
         if (holdsIt(item.path)) return item.path;
     }
-    for (const std::string& folder : NSAppsArray::validAppsFolders()) {
+    for (const std::string& folder : local_items::validAppsFolders()) {
         const auto names = files::list(folder);
         if (!names) continue;
         for (const std::string& name : *names) {

@@ -1,4 +1,5 @@
 #include "library/library_view.h"
+#include "library/apps_questions.h"
 
 #include <algorithm>
 #include <cmath>
@@ -150,17 +151,17 @@ void LibraryView::drag(std::size_t from, std::size_t to) {
 }
 
 void LibraryView::add() {
-    apps_.addByHand(callbacks_.installCkiFile, reloading());
+    apps_questions::addByHand(apps_, callbacks_.installCkiFile, reloading());
 }
 
 void LibraryView::remove(const std::string& path) {
-    NSAppsArray::shouldRemoveLocalPort(path, [this, path, alive = std::weak_ptr(alive_)] {
+    apps_questions::shouldRemoveLocalPort(path, [this, path, alive = std::weak_ptr(alive_)] {
         if (!alive.expired()) forget(path);
     });
 }
 
 void LibraryView::missing(const std::string& path) {
-    apps_.askAboutMissingApp(path, callbacks_.installCkiFile, reloading());
+    apps_questions::askAboutMissingApp(apps_, path, callbacks_.installCkiFile, reloading());
     if (callbacks_.removed) callbacks_.removed(path);
 }
 

@@ -4,6 +4,7 @@
 #include <QMessageBox>
 
 #include "app/help_tab.h"
+#include "library/apps_questions.h"
 #include "platform/host.h"
 #include "views/library_page.h"
 #include "views/main_window.h"
@@ -84,7 +85,7 @@ void MainWindow::makeToolsMenu() {
     QMenu* menu = menuBar()->addMenu(shown("&Tools"));
     menu->addAction(shown("Needed &Resources…"), this, &MainWindow::showResources);
     menu->addAction(shown("Force All Games to &Close…"), this,
-                    [this] { app_.apps().askToKillAllCaskeryProcessesFromLocalApps(); });
+                    [this] { apps_questions::askToKillAllCaskeryProcessesFromLocalApps(app_.apps()); });
 }
 
 void MainWindow::makeHelpMenu() {
