@@ -30,7 +30,7 @@ AppDelegate::AppDelegate(ShellView& view, std::shared_ptr<NSProgressView> progre
       layout_(layoutFor(view)),
       functionKeys_(std::make_shared<FunctionKeys>()),
       library_(apps_,
-               {.reload = [this] { view_.libraryChanged(); },
+               {.reload = [this] { view_.changed(ShownPart::library); },
                 .rowChanged = [this](std::size_t row) { view_.libraryRowChanged(row); },
                 .installCkiFile = [this](const std::string& cki) { actions_.installCkiFile({.path = cki}); },
                 .removed = [this](const std::string& path) { itemRemoved(path); }}),
@@ -63,8 +63,8 @@ void AppDelegate::onDelegate(const std::shared_ptr<AppDelegate*>& self,
 }
 
 NSDescriptionView::Callbacks AppDelegate::gamePageCallbacks() {
-    return {.pageChanged = [this] { view_.gamePageChanged(); },
-            .actionTitleChanged = [this] { view_.actionTitleChanged(); },
+    return {.pageChanged = [this] { view_.changed(ShownPart::gamePage); },
+            .actionTitleChanged = [this] { view_.changed(ShownPart::actionTitle); },
             .selectPage = [this] { view_.showGamePage(); },
             .showWindow = [this](const NSDescriptionView::HtmlWindow& window) { view_.showWindow(window); },
             .showVotingPanel = [this](const auto& panel) { view_.showVotingPanel(panel); },
@@ -103,11 +103,11 @@ NSRankingList& AppDelegate::rankingList(NSRankingList::TableType type) {
 NSPreferencesView& AppDelegate::preferences() {
     if (!preferences_) {
         preferences_ = std::make_unique<NSPreferencesView>(NSPreferencesView::Callbacks{
-            .changed = [this] { view_.preferencesChanged(); },
+            .changed = [this] { view_.changed(ShownPart::preferences); },
             .automaticallyChecksForUpdates = [](bool) { update_check::lookForUpdate(); },
             .appearanceChanged = [this] { beginWithWindowAppearance(); },
-            .updateDockInGridView = [this] { view_.updateDockInGridView(); },
-            .webViewZoomChanged = [this] { view_.webViewZoomChanged(); }});
+            .updateDockInGridView = [this] { view_.changed(ShownPart::dock); },
+            .webViewZoomChanged = [this] { view_.changed(ShownPart::webViewZoom); }});
     }
     return *preferences_;
 }
@@ -115,7 +115,7 @@ NSPreferencesView& AppDelegate::preferences() {
 NSAppsFoldersList& AppDelegate::appsFolders() {
     if (!appsFolders_) {
         appsFolders_ = std::make_unique<NSAppsFoldersList>(
-            apps_, NSAppsFoldersList::Callbacks{.changed = [this] { view_.appsFoldersChanged(); },
+            apps_, NSAppsFoldersList::Callbacks{.changed = [this] { view_.changed(ShownPart::appsFolders); },
                                                 .beep = [this] { view_.beep(); },
                                                 .libraryLoaded = [this] { library_.reload(); }});
     }
@@ -166,7 +166,7 @@ std::vector<NSDescriptionView::MenuItem> AppDelegate::menuOfRow(std::size_t row)
     }
     const CatalogueLine* line = library_.catalogueLine(row);
     return line == nullptr ? std::vector<NSDescriptionView::MenuItem>()
-                           : gamePage_.menuOf(NSGameData::bufferedEntry(line->id));
+                           : gamePage_.menuOf(entry_buffer::entryOf(line->id));
 }
 
 void AppDelegate::showProperties(const std::string& path) {
@@ -181,7 +181,7 @@ void AppDelegate::showProperties(const std::string& path) {
                 // One that was closed may still be saving.
                 ifThere([&](AppDelegate& app) {
                     const bool isShown = app.properties_ && number == app.propertiesWindows_;
-                    if (isShown) app.view_.propertiesChanged();
+                    if (isShown) app.view_.changed(ShownPart::properties);
                 });
             },
         .refresh =

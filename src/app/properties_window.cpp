@@ -226,7 +226,7 @@ NSPropertiesWindow::WindowType NSPropertiesWindow::windowTypeOf(const NSPortMana
     return port.get(wrapper_keys::fullscreen) ? WindowType::fakeFullScreen : WindowType::fakeWindowed;
 }
 
-bool NSPropertiesWindow::isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine) {
+bool isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine) {
     constexpr std::size_t versionAt = 7;  // behind "CK9Wine"
     if (!engine || engine->size() <= versionAt) return true;
     const auto parts = MVString::split(std::string_view(*engine).substr(versionAt), ".");

@@ -205,7 +205,7 @@ void AppDelegate::webPageLoaded() {
 }
 
 void AppDelegate::loadLists() {
-    library_.showTab(NSAppsArray::localTab);
+    library_.showTab(localTab);
     apps_.loadServerAppsBlock({});
 }
 

@@ -59,9 +59,8 @@ int listCatalogue(Session& session, const std::vector<std::string>& words) {
     session.provideSite();
     NSAppsArray apps;
     const int ended = session.untilIdle([&] {
-        apps.loadServerAppsBlock([&] {
-            apps.loadToArrayAppsFromTab(NSAppsArray::catalogueTab, MVString::joined(words, " "), {});
-        });
+        apps.loadServerAppsBlock(
+            [&] { apps.loadToArrayAppsFromTab(catalogueTab, MVString::joined(words, " "), {}); });
         return int{done};
     });
     if (ended != done && ended != failed) return ended;

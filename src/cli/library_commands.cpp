@@ -63,7 +63,7 @@ bool holds(const NSAppsArray& apps, const std::string& path) {
 
 int listLibrary(Session& session, const std::vector<std::string>& words) {
     return onLibrary(session, [&](NSAppsArray& apps, int&) {
-        apps.loadToArrayAppsFromTab(NSAppsArray::localTab, MVString::joined(words, " "), {});
+        apps.loadToArrayAppsFromTab(localTab, MVString::joined(words, " "), {});
         printItems(session.console(), apps, std::get<std::vector<LocalItem>>(apps.array()));
     });
 }
@@ -118,8 +118,7 @@ int removeFromLibrary(Session& session, const std::string& given, RemovedFrom fr
 int orderLibrary(Session& session, const std::string& order) {
     return onLibrary(session, [&](NSAppsArray& apps, int&) {
         if (order == "none") return NSAppsArray::disableLocalAppsArrayAutoOrder();
-        apps.reorderLocalAppsArrayBy(order == "size" ? NSAppsArray::orderBySize : NSAppsArray::orderByName,
-                                     SavingOrder::yes, {});
+        apps.reorderLocalAppsArrayBy(order == "size" ? orderBySize : orderByName, SavingOrder::yes, {});
     });
 }
 

@@ -24,12 +24,14 @@
 
 namespace morvane {
 
+/// As the settings have them.
+inline constexpr std::int64_t orderByName = 0, orderBySize = 1;
+inline constexpr std::int64_t localTab = 0, catalogueTab = 1;
+
 enum class SavingOrder { no, yes };
 class NSAppsArray {
   public:
     using Completion = std::function<void()>;
-    static constexpr std::int64_t orderByName = 0, orderBySize = 1;
-    static constexpr std::int64_t localTab = 0, catalogueTab = 1;
     /// What is shown: items of the local library or lines of the catalogue.
     using Shown = std::variant<std::vector<LocalItem>, std::vector<CatalogueLine>>;
 

@@ -187,6 +187,15 @@ std::optional<std::string> validPortWithGameID(std::int64_t id) {
     return std::nullopt;
 }
 
+std::string actionButtonInstallStringForGameData(const NSGameData& game) {
+    return actionButtonInstallStringForGameWithID(game.gameID, game.gameDependencyID);
+}
+
+std::string actionButtonInstallStringForGameWithID(std::int64_t id, std::int32_t dependencyID) {
+    const bool plays = dependencyID == 0 && automaticFolderSave() && validPortWithGameID(id).has_value();
+    return plays ? localized("Play") : localized("Install");
+}
+
 void GameInstallation::installGame(const GamePointer& game) {
     if (!game) return;
     if (game->isGameNative) return openBuyingLinkForNativeGame(game);
@@ -208,6 +217,11 @@ void GameInstallation::openBuyingLinkForNativeGame(const GamePointer& game) {
     host().userInterface.openLink(*link);
 }
 
+void GameInstallation::openLinkForSourceButton(const GamePointer& game, const std::string& source) {
+    if (!game) return;
+    if (const auto link = linkOfSource(*game, source)) host().userInterface.openLink(*link);
+}
+
 void GameInstallation::runOrInstallGame(const GamePointer& game) {
     if (!game) return;
     if (const auto installed = validPortWithGameID(game->gameID))
@@ -223,7 +237,7 @@ void GameInstallation::chooseDownloadSource(const GamePointer& game,
     Dialog sheet;
     sheet.title = localized("Choose a source");
     sheet.text = localized("Select the game version you already own or want to buy.");
-    for (const NSDescriptionView::SourceIcon& icon : NSDescriptionView::setSourceIcons(sources)) {
+    for (const SourceIcon& icon : setSourceIcons(sources)) {
         sheet.buttons.push_back(icon.source);
         sheet.buttonPictures.push_back(icon.image);
     }

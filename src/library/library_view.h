@@ -43,26 +43,12 @@ class LibraryView {
         bool operator==(const Row&) const = default;
     };
 
-    /// The size of an item of the grid, in points.
-    struct ItemSize {
-        int width = 0, height = 0;
-        bool operator==(const ItemSize&) const = default;
-    };
-    /// What the setting "Collection View Icons Scale" makes of 191 by 240: reduced by it, and cut to whole
-    /// points. A setting that is missing or no positive number reduces by 1; one beyond what can be seen and
-    /// clicked, from a quarter to 8, counts as the nearest that can.
-    [[nodiscard]] static ItemSize gridItemSize();
-    /// The same for any number.
-    [[nodiscard]] static ItemSize gridItemSize(double scale);
-    /// Stores what `gridItemSize` reduces by.
-    static void reduceGridItems(double scale);
-
     /// Shows nothing before `showTab`. Both must outlive the view.
     LibraryView(NSAppsArray& apps, Callbacks callbacks);
     LibraryView(const LibraryView&) = delete;
     LibraryView& operator=(const LibraryView&) = delete;
 
-    /// Shows the tab (`NSAppsArray::localTab` or `catalogueTab`) as far as it is known, and again once its
+    /// Shows the tab (`localTab` or `catalogueTab`) as far as it is known, and again once its
     /// list is loaded.
     void showTab(std::int64_t tabType);
     void search(const std::string& keywords);
@@ -112,7 +98,7 @@ class LibraryView {
 
     NSAppsArray& apps_;
     Callbacks callbacks_;
-    std::int64_t tabType_ = NSAppsArray::localTab;
+    std::int64_t tabType_ = localTab;
     std::string keywords_;
     RowIcons icons_;
     ItemStates states_;

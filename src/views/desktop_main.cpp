@@ -69,7 +69,7 @@ void serve(const views::StartRequest& request, AppDelegate& app, const views::De
     raise(window, request.activationToken);
     for (const std::string& item : request.items) open(app, shell, item);
     if (request.action.empty()) return;
-    window.showLibrary(request.action == "catalogue" ? NSAppsArray::catalogueTab : NSAppsArray::localTab);
+    window.showLibrary(request.action == "catalogue" ? catalogueTab : localTab);
 }
 
 /// Somebody who started it from a menu reads no standard error.

@@ -32,7 +32,7 @@ class LibraryPage : public QWidget {
     void refresh();
     void refreshRow(std::size_t row);
     void focusSearch();
-    /// `NSAppsArray::localTab` or `catalogueTab`.
+    /// `localTab` or `catalogueTab`.
     void showTab(std::int64_t tab);
     void showAs(bool grid);
     [[nodiscard]] bool isGrid() const { return grid_; }
@@ -76,7 +76,7 @@ class LibraryPage : public QWidget {
     QLabel* emptyText_ = nullptr;
     QLabel* emptyHint_ = nullptr;
     QPushButton *browse_ = nullptr, *again_ = nullptr, *openPort_ = nullptr;
-    std::int64_t tab_ = NSAppsArray::localTab;
+    std::int64_t tab_ = localTab;
     bool grid_ = true;
 };
 

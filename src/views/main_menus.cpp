@@ -60,9 +60,9 @@ void MainWindow::makeViewMenu() {
     }
     menu->addSeparator();
     menu->addAction(shown("&My Games"), QKeySequence(Qt::CTRL | Qt::Key_M), this,
-                    [this] { showLibrary(NSAppsArray::localTab); });
+                    [this] { showLibrary(localTab); });
     menu->addAction(shown("Ca&talogue"), QKeySequence(Qt::CTRL | Qt::Key_T), this,
-                    [this] { showLibrary(NSAppsArray::catalogueTab); });
+                    [this] { showLibrary(catalogueTab); });
     menu->addSeparator();
     menu->addAction(shown("As a &Grid"), QKeySequence(Qt::CTRL | Qt::Key_G), this,
                     [this] { library_->showAs(true); });

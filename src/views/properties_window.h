@@ -25,7 +25,7 @@ class PropertiesWindow : public QDialog {
   public:
     PropertiesWindow(std::shared_ptr<NSPropertiesWindow> properties, QWidget* parent);
 
-    /// The properties show something else now (`ShellView::propertiesChanged`).
+    /// The properties show something else now (`ShownPart::properties`).
     void refresh();
     /// Asks about what is not saved.
     void reject() override;

@@ -45,7 +45,7 @@ class RecordingView : public ShellView {
     void showHtml(WebView, const std::string& html) override { page = html; }
     void showMorvaneTab(MorvaneTab tab) override { tabs.push_back(static_cast<int>(tab)); }
     void showGamePage() override { tabs.push_back(-1); }
-    void libraryChanged() override { ++reloads; }
+    void changed(ShownPart part) override { reloads += part == ShownPart::library ? 1 : 0; }
     void portInstalled(const std::string& wrapper) override { installed = wrapper; }
 
     std::function<void(const std::string&)> openLink, clickNotification;
@@ -457,9 +457,12 @@ TEST_F(Shell, LinksShowTheFirstPortAndInstallIt) {
 class AskingView : public RecordingView {
   public:
     explicit AskingView(std::unique_ptr<AppDelegate>& app) : app_(app) {}
-    void preferencesChanged() override { tell("preferences", app_ && &app_->preferences()); }
-    void appsFoldersChanged() override { tell("folders", app_ && &app_->appsFolders()); }
-    void gamePageChanged() override { tell("page", app_ && !app_->gamePage().page().name.empty()); }
+    void changed(ShownPart part) override {
+        if (part == ShownPart::preferences) tell("preferences", app_ && &app_->preferences());
+        if (part == ShownPart::appsFolders) tell("folders", app_ && &app_->appsFolders());
+        if (part == ShownPart::gamePage) tell("page", app_ && !app_->gamePage().page().name.empty());
+        if (part == ShownPart::properties) tell("properties", properties != nullptr);
+    }
     void showVotingPanel(const std::shared_ptr<NSVotingPanel>& shown) override {
         tell("panel", panel == nullptr);
         panel = shown;
@@ -469,7 +472,6 @@ class AskingView : public RecordingView {
         tell("properties of " + shown->shown().name.text, properties == nullptr);
         properties = shown;
     }
-    void propertiesChanged() override { tell("properties", properties != nullptr); }
     void propertiesClosed() override { tell("properties closed", std::exchange(properties, {}) != nullptr); }
 
     Lines told;
@@ -498,7 +500,7 @@ TEST_F(Shell, TellsOfWhatIsThereAndOfEachEnd) {
     };
     static_cast<void>(app->preferences());
     static_cast<void>(app->appsFolders());
-    app->library().showTab(NSAppsArray::localTab);
+    app->library().showTab(localTab);
     expectTold("what is made says nothing", {});
     app->preferences().changeFontSizeValue(14);
     app->appsFolders().addRow();

@@ -474,9 +474,8 @@ TEST(HighQualityMode, NeedsAnEngineThatKnowsIt) {
                         {"CK9WineCX19.0", false}, {"CK9WineCXG13.2.1", false}, {"CK9Wine", true},
                         {"CK9Wine3", true},       {"CK9Wine1.9.10rc1", true},  {"CK9Wine10.1", true}};
     for (const Row& row : rows)
-        EXPECT_EQ(NSPropertiesWindow::isHighQualityModeCompatibleWithEngine(row.engine), row.compatible)
-            << row.engine;
-    EXPECT_TRUE(NSPropertiesWindow::isHighQualityModeCompatibleWithEngine(std::nullopt));
+        EXPECT_EQ(isHighQualityModeCompatibleWithEngine(row.engine), row.compatible) << row.engine;
+    EXPECT_TRUE(isHighQualityModeCompatibleWithEngine(std::nullopt));
 }
 
 }  // namespace

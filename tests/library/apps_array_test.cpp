@@ -141,9 +141,7 @@ TEST_F(Library, TwoProcessesLoseNoEntry) {
     EXPECT_EQ(stored(), (Lines{"mine=mine.app", "a=a.app", "c=c.app", "theirs=theirs.app"}));
 
     // An order that was never stored does not bring back what the other has removed.
-    complete([&](auto done) {
-        apps.reorderLocalAppsArrayBy(NSAppsArray::orderByName, SavingOrder::no, std::move(done));
-    });
+    complete([&](auto done) { apps.reorderLocalAppsArrayBy(orderByName, SavingOrder::no, std::move(done)); });
     other.removeLocalPort(applications + "a.app", {});
     other.addLocalPort(applications + "d.app", {});
     apps.removeLocalPort(applications + "c.app", {});

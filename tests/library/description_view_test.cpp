@@ -148,13 +148,12 @@ TEST_F(DescriptionView, FillsThePageAtOnceAndItsDetailsLater) {
     EXPECT_EQ(units, page->page().description.text.size());
     EXPECT_EQ(page->page().stars, (std::array<double, 4>{4.5, 3, 0, 0}));
     EXPECT_EQ(events, (Names{"page", "page", "Trailer http://video/x.png"}));
-    EXPECT_EQ(page->page().sources,
-              (std::vector<NSDescriptionView::SourceIcon>{{"Other", resources + "/other.png"}}));
+    EXPECT_EQ(page->page().sources, (std::vector<SourceIcon>{{"Other", resources + "/other.png"}}));
 
     // The last click is what is shown, whatever takes longer.
     page->openCatalogueLine({.id = 14, .name = "Slow"});
     page->openLocalItem(path);
-    machine->mainQueue.runUntil([&] { return !machine->workQueues.busy() || NSGameData::bufferedEntry(14); });
+    machine->mainQueue.runUntil([&] { return !machine->workQueues.busy() || entry_buffer::entryOf(14); });
     machine->mainQueue.drain();
     EXPECT_EQ(page->selectedGamePath(), path);
     page->openLocalItem(games + "gone.app");
@@ -637,7 +636,7 @@ TEST_F(DescriptionView, BuysRatesAndOpensTheAlternative) {
     site.answer("/over", {.body = "<a class=\"app_view_button button_tie\" data-url=\"\">"});
     show(game);
     page->clickAction();
-    page->openLinkForSourceButton("GOG");
+    GameInstallation::openLinkForSourceButton(page->gameData(), "GOG");
     page->pages().showCrossOverAlternative(page->gameData());
     settle();
     show(entry({.id = 9, .isNative = true}, "Steam=>javascript:x;;"));

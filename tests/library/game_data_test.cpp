@@ -1,4 +1,5 @@
 #include "library/game_data.h"
+#include "library/trailer_pages.h"
 
 #include <filesystem>
 
@@ -24,8 +25,8 @@ class GameData : public testing::LibraryMachine {
         return NSGameData::initWithDictionary(line);
     }
     [[nodiscard]] static std::vector<double> ratingsOf(NSGameData& entry) {
-        return {entry.atiAmdRankingIndicator(), entry.nvidiaRankingIndicator(),
-                entry.intelIrisRankingIndicator(), entry.intelHdRankingIndicator()};
+        return {entry.ratings.atiAmdRankingIndicator(), entry.ratings.nvidiaRankingIndicator(),
+                entry.ratings.intelIrisRankingIndicator(), entry.ratings.intelHdRankingIndicator()};
     }
     [[nodiscard]] static std::string textOf(const NSGameData& entry) {
         return entry.gameDescription ? entry.gameDescription->text : "none";
@@ -103,12 +104,12 @@ TEST_F(GameData, BadAnswersGiveACorruptedOrAnEmptyEntry) {
     }
     const auto entry = entryFrom("");
     site.answerInTurn("/ckis/portRating.php", {{.drop = true}, {.body = "NVIDIA: 3.5x, Intel HD:2"}});
-    EXPECT_EQ(entry->nvidiaRankingIndicator(), 0);
-    EXPECT_EQ(entry->nvidiaRankingIndicator(), 3.5) << "what is not known is asked for again";
+    EXPECT_EQ(entry->ratings.nvidiaRankingIndicator(), 0);
+    EXPECT_EQ(entry->ratings.nvidiaRankingIndicator(), 3.5) << "what is not known is asked for again";
     EXPECT_EQ(site.requests().back(), "GET /ckis/portRating.php?game=12");
     entry->gameID = 0;
-    entry->loadRankingIndicatorValues();
-    EXPECT_EQ(entry->intelHdRankingIndicator(), 0);
+    entry->ratings.loadRankingIndicatorValues();
+    EXPECT_EQ(entry->ratings.intelHdRankingIndicator(), 0);
 }
 
 TEST_F(GameData, ALocalItemIsWhatLiesOnDisk) {
@@ -275,7 +276,7 @@ TEST_F(GameData, TrailersPlayInTheirPages) {
     reachable = [](const std::string&) { return false; };
     entry.trailer = "http://a/b.png";
     EXPECT_EQ(entry.trailerHTMLwithSize(1, 1), NSUtilities::errorHTMLWithMessage("NO INTERNET CONNECTION"));
-    EXPECT_EQ(NSGameData::videoPlayerPageFromLink(std::nullopt, 1, 1), none);
+    EXPECT_EQ(videoPlayerPageFromLink(std::nullopt, 1, 1), none);
 }
 
 TEST_F(GameData, VideosHaveStillPictures) {
@@ -293,7 +294,7 @@ TEST_F(GameData, VideosHaveStillPictures) {
         {"javascript:youtu.be/x", ""},
     };
     for (const auto& row : rows)
-        EXPECT_EQ(NSGameData::stillPictureOfLink(row.link).value_or(""), row.picture) << row.link;
+        EXPECT_EQ(stillPictureOfLink(row.link).value_or(""), row.picture) << row.link;
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ class DesktopStage : public ViewsMachine {
         shell.setMainWindow(window.get());
         window->show();
         list = window->findChild<views::LibraryList*>();
-        app->library().showTab(NSAppsArray::localTab);
+        app->library().showTab(localTab);
         const auto games = static_cast<int>(games_.size());
         runUntil([&] { return list->model()->rowCount() == games; });
     }

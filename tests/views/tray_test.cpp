@@ -19,7 +19,7 @@ class Trays : public testing::ViewsMachine {
         }
         settings::store(settings::appList, list);
         app = std::make_unique<AppDelegate>(shell, progress);
-        app->library().showTab(NSAppsArray::localTab);
+        app->library().showTab(localTab);
         runUntil([&] { return app->actions().applicationDockMenu().size() == names.size(); });
     }
     static QStringList titlesOf(QMenu& menu) {
