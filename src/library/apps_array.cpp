@@ -103,10 +103,9 @@ void NSAppsArray::loadLocalAppsBlock(Completion completion) {
     static_cast<void>(local_items::validAppsFolders());
     auto stored = local_items::storedList();
     if (!stored) return loadLocalAppsForTheFirstTimeBlock(std::move(completion));
-    if (!loaded_) {
-        local_ = stored_ = std::move(*stored);
-        loaded_ = true;
-    }
+    local_ = loaded_ ? merged(local_, stored_, stored) : *stored;
+    stored_ = std::move(*stored);
+    loaded_ = true;
     run(completion);
 }
 

@@ -48,7 +48,8 @@ class NSAppsArray {
     /// Whether the local library has been loaded or scanned.
     [[nodiscard]] bool isLoaded() const { return loaded_; }
 
-    /// With a stored list the completion runs at once; else after the first scan.
+    /// With a stored list the completion runs at once; else after the first scan. A list that is loaded takes over
+    /// what other processes have changed.
     void loadLocalAppsBlock(Completion completion);
     /// A scan that runs already is joined. Each real folder is walked once, bundles that end in ".app" are
     /// not entered; real folders go before links, so that an item is found where it lies. What was stored

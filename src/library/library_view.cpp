@@ -45,6 +45,11 @@ void LibraryView::makeRows() {
 }
 
 void LibraryView::lookAtItems() {
+    if (apps_.isLoaded()) {
+        const std::vector<LocalItem> before = apps_.localAppsArray();
+        apps_.loadLocalAppsBlock({});
+        if (apps_.localAppsArray() != before) reload();
+    }
     // Who draws no rows wants to hear of none.
     if (!callbacks_.rowChanged) return;
     std::vector<std::string> paths;

@@ -85,7 +85,8 @@ class LibraryView {
     /// Makes the rows again, after the list has changed.
     void reload();
 
-    /// Looks in the background what has become of the local items, and tells of the rows that have changed.
+    /// Takes over what other processes have made of the list, looks in the background what has become of the local
+    /// items, and tells of the rows that have changed.
     void lookAtItems();
     /// As `ItemStates::runs`.
     [[nodiscard]] std::shared_ptr<void> runs(const std::string& path) { return states_.runs(path); }

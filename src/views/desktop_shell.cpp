@@ -64,6 +64,7 @@ void DesktopShell::setThemeImage(ThemeImage image, const std::string& path) {
             onWindow([&](MainWindow& window) {
                 if (image == ThemeImage::window) window.libraryPage().setBackground(picture);
                 if (image == ThemeImage::actionButton) window.gamePage().setButtonPicture(picture);
+                if (image == ThemeImage::bottomButton) window.libraryPage().setButtonPicture(picture);
             });
         });
 }

@@ -1,5 +1,4 @@
 #include "views/library_page.h"
-#include "library/grid_size.h"
 
 #include <QButtonGroup>
 #include <QHBoxLayout>
@@ -15,6 +14,7 @@
 #include <QVBoxLayout>
 
 #include "foundation/settings.h"
+#include "library/grid_size.h"
 #include "views/background.h"
 #include "views/labels.h"
 #include "views/library_list.h"
@@ -30,7 +30,7 @@ namespace {
 /// What the slider goes over, in hundredths of a cover's own size.
 constexpr int smallest = 50, own = 100, largest = 200, sliderWidth = 110;
 constexpr std::chrono::milliseconds restOfSlider{300};
-constexpr QSize largestBackground{3840, 2160};
+constexpr QSize largestBackground{3840, 2160}, largestButtonPicture{256, 256};
 
 }  // namespace
 
@@ -250,11 +250,20 @@ void LibraryPage::takeScale() {
 }
 
 void LibraryPage::setBackground(const std::string& picture) {
-    if (picture.empty()) return list_->setBackground({});
+    setPicture(picture, largestBackground, &LibraryList::setBackground);
+}
+
+void LibraryPage::setButtonPicture(const std::string& picture) {
+    setPicture(picture, largestButtonPicture, &LibraryList::setButtonPicture);
+}
+
+void LibraryPage::setPicture(const std::string& picture, QSize largest,
+                             void (LibraryList::*set)(const QPixmap&)) {
+    if (picture.empty()) return (list_->*set)({});
     inBackground(
-        "app.morvane.background", this, [picture] { return imageOfFile(picture, largestBackground); },
-        [this](const std::optional<QImage>& image) {
-            list_->setBackground(image ? QPixmap::fromImage(*image) : QPixmap());
+        "app.morvane.themePicture", this, [picture, largest] { return imageOfFile(picture, largest); },
+        [this, set](const std::optional<QImage>& image) {
+            (list_->*set)(image ? QPixmap::fromImage(*image) : QPixmap());
         });
 }
 

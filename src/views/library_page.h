@@ -38,6 +38,8 @@ class LibraryPage : public QWidget {
     [[nodiscard]] bool isGrid() const { return grid_; }
     /// The user's picture behind the games; none for an empty path. Read in the background.
     void setBackground(const std::string& picture);
+    /// The user's picture of the button over a cover, as `setBackground`.
+    void setButtonPicture(const std::string& picture);
     /// The shelf as the setting says.
     void updateShelf();
 
@@ -62,6 +64,7 @@ class LibraryPage : public QWidget {
     void remove(const QModelIndex& index);
     void tellWhyEmpty();
     void takeScale();
+    void setPicture(const std::string& picture, QSize largest, void (LibraryList::*set)(const QPixmap&));
     [[nodiscard]] std::string pathOf(const QModelIndex& index) const;
 
     AppDelegate& app_;
