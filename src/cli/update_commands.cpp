@@ -1,10 +1,10 @@
 #include "building/build.h"
 #include "building/engine_store.h"
-#include "building/outdated_wrapper.h"
 #include "building/tools.h"
 #include "cli/commands.h"
 #include "engines/caskery_engine.h"
 #include "foundation/localization.h"
+#include "library/game_actions.h"
 #include "platform/files.h"
 #include "wrapper/wrapper.h"
 
@@ -46,7 +46,7 @@ int updateWrapper(Session& session, const std::string& app) {
         // The processes of a wrapper know its real path.
         const std::string wrapper = files::resolved(path).value_or(path);
         Build build(session.progress());
-        const auto update = building::updateOutdatedWrapper(Wrapper(wrapper), build);
+        const auto update = updateKeepingSavedGames(Wrapper(wrapper), build);
         if (update == building::WrapperUpdate::failed) return static_cast<int>(failed);
         session.console().print(update == building::WrapperUpdate::updated
                                     ? wrapper + " is at the version " + *build.currentCaskery + " now."

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "building/outdated_wrapper.h"
 #include "library/game_installation.h"
 
 namespace morvane {
@@ -51,6 +52,8 @@ struct ModPatch {
     std::string destination = {};
 };
 
+/// `building::updateOutdatedWrapper`, with a backup of the saved games before; without one, nothing is updated.
+building::WrapperUpdate updateKeepingSavedGames(const Wrapper& wrapper, Build& build);
 void runDebugModeOfWrapper(const std::string& wrapper);
 /// `runSelectedWrapperWithFlag:`.
 void runSelectedWrapperWithFlag(const GamePointer& game, const std::string& flag);

@@ -272,10 +272,6 @@ std::int64_t NSGameData::getIdentifierOfGameAtPath(const std::string& wrapper) {
     return id;
 }
 
-// ---- Description
-
-// ---- Ratings
-
 // ---- Icon
 
 std::optional<ImageData> NSGameData::gameImage() {
