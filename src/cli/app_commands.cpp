@@ -29,6 +29,8 @@ bool setInPreferences(const settings::Setting& setting, const Value& value) {
         view.atomaticallyCheckForUpdates(*number != 0);
     } else if (is(settings::hideDockInGridView)) {
         view.hideDockInGridViewAction(*number != 0);
+    } else if (is(settings::menuEntries)) {
+        view.showGamesInMenu(*number != 0);
     } else if (is(settings::descriptionFontSize)) {
         view.changeFontSizeValue(*number);
     } else if (is(settings::webViewIncreaseTextSize)) {

@@ -10,11 +10,12 @@
 namespace morvane::settings {
 namespace {
 
-constexpr std::array<const Setting*, 22> list{
+constexpr std::array<const Setting*, 23> list{
     &appList,
     &mainFolder,
     &autoOrderAppsList,
     &automaticFolderSave,
+    &menuEntries,
     &developerMode,
     &automaticallySendCrashLogs,
     &lastFoundCrashLog,

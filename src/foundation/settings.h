@@ -52,6 +52,8 @@ inline constexpr Key<std::int64_t> autoOrderAppsList{
     {"Auto-order Apps List", Kind::integer, "the order kept in the library: 0 by name, 1 by size"}};
 inline constexpr Key<bool> automaticFolderSave{
     {"Automatic Folder Save", Kind::flag, "new ports go to the first apps folder without a question"}};
+inline constexpr Key<bool> menuEntries{
+    {"Menu Entries", Kind::flag, "games stand in the desktop's menu", 1}};
 inline constexpr Key<bool> useOldLibrary{{.key = "Use old Library",
                                           .kind = Kind::boolean,
                                           .meaning = "the library as a list instead of a grid",

@@ -13,6 +13,7 @@
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/apps_scan.h"
+#include "library/menu_entries.h"
 #include "library/moved_apps.h"
 #include "library/name_order.h"
 #include "platform/files.h"
@@ -195,6 +196,7 @@ void NSAppsArray::change(const std::function<void(List&)>& edit) {
     if (isStored) {
         stored_ = local_;
         moved_apps::rememberIdentities(local_);
+        menu_entries::settleLater();
     } else {
         MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {host().defaults.path()}));
     }
