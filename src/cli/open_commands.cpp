@@ -4,6 +4,7 @@
 #include "app/app_delegate.h"
 #include "cli/commands.h"
 #include "foundation/file_manager.h"
+#include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/host.h"
 #include "platform/percent_coding.h"
@@ -44,7 +45,7 @@ int open(Session& session, const std::string& given) {
     AppDelegate app(shell, session.progress());
     const bool isLink = MVString::contains(what, "://"), isPort = what.ends_with(".cki");
     if (!isLink && !MVFileManager::fileExistsAtPath(expandedPath(what)))
-        return session.fail("There is nothing at " + expandedPath(what) + ".");
+        return session.fail(localized("There is nothing at %@.", {expandedPath(what)}));
     bool handled = false;
     const int ended = session.untilIdle([&] {
         AppDelegate::verifyNeededFolders();
@@ -60,10 +61,9 @@ int open(Session& session, const std::string& given) {
     if (isPort) handled = false;
     if (handled) return done;
     if (isPort) return session.endedWithoutResult();
-    return session.fail(
-        what +
-        " was not opened: it is no port (.cki, in small letters), no Windows program (.exe) and "
-        "no application (.app, in small letters).");
+    return session.fail(localized(
+        "%@ was not opened: it is no port (.cki, in small letters), no Windows program (.exe) and no application (.app, in small letters).",
+        {what}));
 }
 
 }  // namespace morvane::cli

@@ -169,7 +169,7 @@ void Session::runUntilNoWorkIsLeft() {
 int Session::outcome(int result) {
     if (interface_.unanswered()) {
         if (interface_.choiceRefused()) return failed;
-        console_.say("No answer to: " + *interface_.unanswered());
+        console_.say(localized("No answer to: %@", {*interface_.unanswered()}));
         return unanswered;
     }
     if (cancelled_ || console_.wasInterrupted()) {
