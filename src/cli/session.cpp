@@ -205,7 +205,7 @@ int Session::untilAskedToEnd(const std::function<int()>& begin) {
 
 int Session::ending(int result) {
     if (!console_.outputError()) return result;
-    console_.say(Emphasis::error, "Error",
+    console_.say(Emphasis::error, localized("Error"),
                  localized("The output could not be written: %@.", {*console_.outputError()}));
     return result == done ? int{failed} : result;
 }
@@ -218,7 +218,7 @@ int Session::endedWithoutResult() {
 
 int Session::fail(const std::string& message) {
     failureTold_ = true;
-    console_.say(Emphasis::error, "Error", message);
+    console_.say(Emphasis::error, localized("Error"), message);
     return failed;
 }
 
