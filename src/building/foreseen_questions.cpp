@@ -79,11 +79,12 @@ Dialog engineLinkInput() {
 
 Dialog engineFileDialog(const std::string& engine, SiteIs site) {
     return MVAlert::booleanDialog(
-        localized(site == SiteIs::reachable
-                      ? "Do you have the port engine (%@) in your computer?"
-                      : "Caskery website seems to be offline. Do you have the port engine (%@) in your "
-                        "computer?",
-                  {engine}),
+        localized(
+            site == SiteIs::reachable
+                ? marked("Do you have the port engine (%@) in your computer?")
+                : marked("Caskery website seems to be offline. Do you have the port engine (%@) in your "
+                         "computer?"),
+            {engine}),
         "Warning", true);
 }
 

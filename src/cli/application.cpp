@@ -3,6 +3,7 @@
 #include "app/start_up.h"
 #include "building/main_program.h"
 #include "foundation/build_log.h"
+#include "foundation/localization.h"
 #include "platform/files.h"
 #include "wrapper/port_manager.h"
 
@@ -34,18 +35,17 @@ int finished(Session& session, const std::string& wrapper) {
         session.console().emit(
             {{"event", "done"}, {"wrapper", wrapper}, {"missing", missing ? Value(*missing) : Value()}});
     } else {
-        session.console().print("The wrapper is " + wrapper);
+        session.console().print(localized("The wrapper is %@", {wrapper}));
     }
     if (missing) {
-        return session.fail("The game's program " + *missing +
-                            " is not in it. Run its installer again with\n    morvane exe " + quoted +
-                            " INSTALLER\nor say which program it is with\n    morvane properties " + quoted +
-                            " --run 'C:\\FOLDER\\PROGRAM.exe'\nor remove the wrapper with\n    morvane "
-                            "library remove " +
-                            quoted + " --disk" + (log ? "\nThe log of the build is " + log->path() : ""));
+        return session.fail(
+            localized(
+                "The game's program %@ is not in it. Run its installer again with\n    morvane exe %@ INSTALLER\nor say which program it is with\n    morvane properties %@ --run 'C:\\FOLDER\\PROGRAM.exe'\nor remove the wrapper with\n    morvane library remove %@ --disk",
+                {*missing, quoted, quoted, quoted}) +
+            (log ? "\n" + localized("The log of the build is %@", {log->path()}) : ""));
     }
     if (session.console().output() == Output::text) {
-        session.console().print("Start it with: morvane run " + quoted);
+        session.console().print(localized("Start it with: morvane run %@", {quoted}));
     }
     return done;
 }

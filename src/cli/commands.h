@@ -164,10 +164,6 @@ int play(Session& session, const std::string& app);
 /// `mod APP FILE... [--to FOLDER]`. Runs, unpacks or copies what a mod or patch consists of.
 int installMod(Session& session, const std::string& app, const std::vector<std::string>& paths,
                const std::string& to);
-enum class SavesAction { list, backUp, restore };
-/// `saves APP list|backup|restore [BACKUP]`. The backup is one of the list by its number, or a file; the newest when it
-/// is not named.
-int saves(Session& session, const std::string& app, SavesAction action, const std::string& backup);
 /// `drive APP`. Where the wrapper's drive C: is.
 int showDrive(Session& session, const std::string& app);
 /// `logs APP`. The logs of the last run.

@@ -1,6 +1,7 @@
 #include "app/app_actions.h"
 #include "cli/application.h"
 #include "cli/commands.h"
+#include "foundation/localization.h"
 #include "platform/files.h"
 
 namespace morvane::cli {
@@ -17,7 +18,7 @@ int install(Session& session, const std::string& file, const std::string& to) {
     PortFile port{.path = expandedPath(file)};
     // Before anybody reads a licence.
     if (files::kindBehind(port.path) != files::Kind::file)
-        return session.fail("There is no file at " + port.path + ".");
+        return session.fail(localized("There is no file at %@.", {port.path}));
     if (!to.empty()) port.place = withAppEnding(expandedPath(to));
     return Application(session).install([&](AppActions& actions) { actions.installCkiFile(port); });
 }

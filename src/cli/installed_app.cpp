@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli/terminal_interface.h"
+#include "foundation/localization.h"
 #include "library/apps_questions.h"
 
 namespace morvane::cli {
@@ -20,7 +21,7 @@ int withInstalledApp(Session& session, const std::string& given,
     std::vector<std::string> located;
     const int ended = session.untilIdle([&] {
         const auto refuseCki = [&](const std::string& cki) {
-            session.fail(cki + " is a port description, and no installed app.");
+            session.fail(localized("%@ is a port description, and no installed app.", {cki}));
         };
         apps.loadLocalAppsBlock(
             [&] { located = apps_questions::askAboutMissingApp(apps, path, refuseCki, {}); });
@@ -29,7 +30,7 @@ int withInstalledApp(Session& session, const std::string& given,
     if (ended != done) return ended;
     std::erase_if(located, local_items::isMissing);
     if (!located.empty()) return command(located.front());
-    return session.fail("There is nothing at " + path + ".");
+    return session.fail(localized("There is nothing at %@.", {path}));
 }
 
 }  // namespace morvane::cli

@@ -127,20 +127,6 @@ void addGameCommands(CLI::App& app, Parsed& parsed) {
     command("play", "play a game, and wait for its end", play);
     command("drive", "print where a wrapper's drive C: is", showDrive);
     command("logs", "print the logs of a wrapper's last run", listLogs);
-    CLI::App* saves = app.add_subcommand("saves", "back up and restore the saved games of a wrapper");
-    saves->add_option("APP", parsed.app, "the wrapper")->required();
-    saves->add_option("ACTION", parsed.name, "what to do")
-        ->required()
-        ->check(CLI::IsMember({"list", "backup", "restore"}));
-    saves->add_option("BACKUP", parsed.path, "of the list by its number, or a file; the newest otherwise");
-    saves->callback([&] {
-        parsed.command = [&](Session& session) {
-            const auto action = parsed.name == "list"     ? SavesAction::list
-                                : parsed.name == "backup" ? SavesAction::backUp
-                                                          : SavesAction::restore;
-            return cli::saves(session, parsed.app, action, parsed.path);
-        };
-    });
     CLI::App* mod = app.add_subcommand("mod", "install a mod or a patch");
     mod->add_option("APP", parsed.app, "the wrapper")->required();
     mod->add_option("FILE", parsed.words, "a program, an archive, or files and folders to copy");

@@ -34,7 +34,7 @@ int onLibrary(Session& session, const std::function<void(NSAppsArray&, int& resu
 
 /// For programs, which may draw them.
 void addIcons(Table& table, const std::vector<LocalItem>& items) {
-    table.columns.push_back({"icon", "Icon"});
+    table.columns.push_back({"icon", marked("Icon")});
     for (std::size_t row = 0; row < items.size(); ++row) {
         const auto path = icon_cache::localIconPath(items[row].path);
         const bool isThere = path && files::kindBehind(*path) == files::Kind::file;
@@ -47,7 +47,11 @@ void printItems(Console& console, const NSAppsArray& apps, const std::vector<Loc
     for (const LocalItem& item : apps.localAppsArray()) {
         places.emplace(item.path, static_cast<std::int64_t>(places.size()) + 1);
     }
-    Table table{{{"place", "Place"}, {"name", "Name"}, {"path", "Path"}, {"missing", "Missing"}}, {}};
+    Table table{{{"place", marked("Place")},
+                 {"name", marked("Name")},
+                 {"path", marked("Path")},
+                 {"missing", marked("Missing")}},
+                {}};
     for (const LocalItem& item : items) {
         table.rows.push_back({places.at(item.path), item.name, item.path, local_items::isMissing(item.path)});
     }
@@ -83,7 +87,7 @@ int addToLibrary(Session& session, const std::vector<std::string>& paths) {
                     session.fail(localized("Couldn't add %@ to the library. Incompatible application type.",
                                            {files::lastComponent(path)}));
             } else if (files::kindBehind(path) != files::Kind::folder) {
-                result = session.fail("There is no application at " + path + ".");
+                result = session.fail(localized("There is no application at %@.", {path}));
             } else {
                 apps.addLocalPort(path, {});
                 if (!holds(apps, path)) result = failed;
@@ -111,8 +115,8 @@ int removeFromLibrary(Session& session, const std::string& given, RemovedFrom fr
         if (isListed) app.actions().removeItem(path, from, tell);
     });
     if (ended != done) return ended;
-    if (!isListed) return session.fail(path + " is not in the library.");
-    return removed ? int{done} : session.fail(path + " was not removed.");
+    if (!isListed) return session.fail(localized("%@ is not in the library.", {path}));
+    return removed ? int{done} : session.fail(localized("%@ was not removed.", {path}));
 }
 
 int orderLibrary(Session& session, const std::string& order) {
@@ -126,7 +130,7 @@ int moveInLibrary(Session& session, std::size_t from, std::size_t to) {
     return onLibrary(session, [&](NSAppsArray& apps, int& result) {
         const std::size_t count = apps.localAppsArray().size();
         if (from < 1 || from > count || to < 1 || to > count) {
-            result = session.fail("The library has the places 1 to " + std::to_string(count) + ".");
+            result = session.fail(localized("The library has the places 1 to %@.", {std::to_string(count)}));
         } else {
             apps.moveLocalPortAtIndex(from - 1, to - 1);
         }
@@ -134,7 +138,7 @@ int moveInLibrary(Session& session, std::size_t from, std::size_t to) {
 }
 
 int listAppsFolders(Session& session) {
-    Table table{{{"folder", "Folder"}, {"exists", "Exists"}}, {}};
+    Table table{{{"folder", marked("Folder")}, {"exists", marked("Exists")}}, {}};
     for (const std::string& folder : local_items::validAppsFolders()) {
         table.rows.push_back({folder, files::kindBehind(folder) == files::Kind::folder});
     }
@@ -145,17 +149,17 @@ int listAppsFolders(Session& session) {
 int changeAppsFolders(Session& session, FolderChange change, const std::string& given) {
     const std::string folder = withFinalSlash(expandedPath(given));
     if (change == FolderChange::add && files::kindBehind(folder) != files::Kind::folder)
-        return session.fail("There is no folder at " + folder + ".");
+        return session.fail(localized("There is no folder at %@.", {folder}));
     auto folders = local_items::validAppsFolders();
     const auto place = std::ranges::find(folders, folder);
     if (change == FolderChange::remove) {
-        if (place == folders.end()) return session.fail(folder + " is no apps folder.");
+        if (place == folders.end()) return session.fail(localized("%@ is no apps folder.", {folder}));
         folders.erase(place);
     } else if (place == folders.end()) {
         folders.push_back(folder);
     }
     if (!settings::store(settings::mainFolder, Array(folders.begin(), folders.end())))
-        return session.fail(host().defaults.path() + " could not be written.");
+        return session.fail(localized("%@ could not be written.", {host().defaults.path()}));
     return done;
 }
 

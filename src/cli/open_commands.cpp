@@ -4,6 +4,7 @@
 #include "cli/application.h"
 #include "cli/commands.h"
 #include "foundation/file_manager.h"
+#include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/percent_coding.h"
 
@@ -25,7 +26,7 @@ int open(Session& session, const std::string& given) {
     const bool isLink = MVString::contains(what, "://"), isPort = what.ends_with(".cki");
     const std::string path = expandedPath(what);
     if (!isLink && !MVFileManager::fileExistsAtPath(path))
-        return session.fail("There is nothing at " + path + ".");
+        return session.fail(localized("There is nothing at %@.", {path}));
     Application application(session);
     if (isPort && !isLink) {
         return application.install([&](AppActions& actions) { actions.openFile(path); });
@@ -39,10 +40,9 @@ int open(Session& session, const std::string& given) {
     if (ended != done) return ended;
     if (isLink) handled = application.delegate().gamePage().gameData() != nullptr;
     if (handled) return done;
-    return session.fail(
-        what +
-        " was not opened: it is no port (.cki, in small letters), no Windows program (.exe) and "
-        "no application (.app, in small letters).");
+    return session.fail(localized(
+        "%@ was not opened: it is no port (.cki, in small letters), no Windows program (.exe) and no application (.app, in small letters).",
+        {what}));
 }
 
 }  // namespace morvane::cli

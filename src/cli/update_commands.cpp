@@ -1,10 +1,10 @@
 #include "building/build.h"
 #include "building/engine_store.h"
+#include "building/outdated_wrapper.h"
 #include "building/tools.h"
 #include "cli/commands.h"
 #include "engines/caskery_engine.h"
 #include "foundation/localization.h"
-#include "library/game_actions.h"
 #include "platform/files.h"
 #include "wrapper/wrapper.h"
 
@@ -26,14 +26,15 @@ int convertEngine(Session& session, const std::string& name) {
     return alone(session, [&] {
         NSCaskeryEngine engine(name);
         if (!engine.nameAfterConversion()) {
-            session.console().print("The engine " + name + " is of no old generation.");
+            session.console().print(localized("The engine %@ is of no old generation.", {name}));
             return static_cast<int>(done);
         }
         session.progress()->setMessage(localized("Preparing Engine..."), CreatingPort::no);
         engine.convertOldEngine();
         const auto archive = building::storedEngineArchive(engine.engine);
         if (engine.engine == name)
-            return session.fail("The engine " + name + (archive ? " was not converted." : " is not there."));
+            return session.fail(archive ? localized("The engine %@ was not converted.", {name})
+                                        : localized("The engine %@ is not there.", {name}));
         session.console().print(archive.value_or(engine.engine));
         return static_cast<int>(done);
     });
@@ -46,11 +47,12 @@ int updateWrapper(Session& session, const std::string& app) {
         // The processes of a wrapper know its real path.
         const std::string wrapper = files::resolved(path).value_or(path);
         Build build(session.progress());
-        const auto update = updateKeepingSavedGames(Wrapper(wrapper), build);
+        const auto update = building::updateOutdatedWrapper(Wrapper(wrapper), build);
         if (update == building::WrapperUpdate::failed) return static_cast<int>(failed);
-        session.console().print(update == building::WrapperUpdate::updated
-                                    ? wrapper + " is at the version " + *build.currentCaskery + " now."
-                                    : wrapper + " is up to date.");
+        session.console().print(
+            update == building::WrapperUpdate::updated
+                ? localized("%@ is at the version %@ now.", {wrapper, *build.currentCaskery})
+                : localized("%@ is up to date.", {wrapper}));
         return static_cast<int>(done);
     });
 }

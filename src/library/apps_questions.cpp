@@ -10,11 +10,9 @@
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/moved_apps.h"
-#include "library/saved_games.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/trash.h"
-#include "wrapper/wrapper.h"
 
 namespace morvane {
 
@@ -122,24 +120,22 @@ void removeFrom(RemovedFrom from, const std::string& path, std::function<void(co
     Removal removal;
     if (toTrash) removal.bytes = MVFileManager::sizeOfDirectoryAtPath(path);
     if (!(toTrash ? isMeantForTrash(removal.bytes) : isMeantForEver(""))) return;
-    MVThread::dispatchQueueWithName(
-        "app.morvane.removeFromDisk", Priority::normal,
-        [path, removal, toTrash, action = std::move(action)]() mutable {
-            // A link goes alone, and so does a launcher.
-            const bool isWrapper = files::kindOf(path) == files::Kind::folder && Wrapper(path).exists();
-            if (isWrapper && !saved_games::offerBackup(Wrapper(path), saved_games::Reason::removal)) return;
-            if (toTrash) {
-                const auto taken = trash::take(path, host().folders);
-                removal.inTrash = taken.has_value();
-                if (!taken && !isMeantForEver(taken.error().message())) return;
-            }
-            const bool wasApp = removal.inTrash || deleteFromDisk(path);
-            MVThread::dispatchBlockInMainQueue([path, action, wasApp, removal] {
-                action(removal);
-                // After the action: the library tells from where a link leads what it was.
-                if (wasApp) moved_apps::removeDeadLinksInto(path, local_items::validAppsFolders());
-            });
-        });
+    MVThread::dispatchQueueWithName("app.morvane.removeFromDisk", Priority::normal,
+                                    [path, removal, toTrash, action = std::move(action)]() mutable {
+                                        if (toTrash) {
+                                            const auto taken = trash::take(path, host().folders);
+                                            removal.inTrash = taken.has_value();
+                                            if (!taken && !isMeantForEver(taken.error().message())) return;
+                                        }
+                                        const bool wasApp = removal.inTrash || deleteFromDisk(path);
+                                        MVThread::dispatchBlockInMainQueue([path, action, wasApp, removal] {
+                                            action(removal);
+                                            // After the action: the library tells from where a link leads what it was.
+                                            if (wasApp)
+                                                moved_apps::removeDeadLinksInto(
+                                                    path, local_items::validAppsFolders());
+                                        });
+                                    });
 }
 
 void addByHand(NSAppsArray& apps, const InstallCki& installCki, const NSAppsArray::Completion& completion) {

@@ -22,7 +22,6 @@
 #include "foundation/threads.h"
 #include "library/catalogue_addresses.h"
 #include "library/description_view.h"
-#include "library/saved_games.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/http.h"
@@ -176,26 +175,13 @@ void GameActions::updateWrapper(const std::string& wrapper) {
                 "Outdated Wrapper", "Critical", true)) {
             Build build(progress);
             try {
-                updateKeepingSavedGames(Wrapper(wrapper), build);
+                building::updateOutdatedWrapper(Wrapper(wrapper), build);
             } catch (const Cancelled&) {
                 return;
             }
         }
         run();
     });
-}
-
-building::WrapperUpdate updateKeepingSavedGames(const Wrapper& wrapper, Build& build) {
-    // One that runs is refused there.
-    const bool changes = building::outdatedWrapper(wrapper) && !building::isWrapperInUse(wrapper);
-    if (changes && !saved_games::foldersOf(wrapper).empty()) {
-        const auto made = saved_games::backUp(wrapper, saved_games::Reason::update);
-        if (!made) {
-            MVAlert::showAlertErrorMessage(made.error().message());
-            return building::WrapperUpdate::failed;
-        }
-    }
-    return building::updateOutdatedWrapper(wrapper, build);
 }
 
 void GameActions::runWrapper(const std::string& wrapper, const std::string& binary) {

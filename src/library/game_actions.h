@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "building/outdated_wrapper.h"
 #include "library/game_installation.h"
 
 namespace morvane {
@@ -52,8 +51,6 @@ struct ModPatch {
     std::string destination = {};
 };
 
-/// `building::updateOutdatedWrapper`, with a backup of the saved games before; without one, nothing is updated.
-building::WrapperUpdate updateKeepingSavedGames(const Wrapper& wrapper, Build& build);
 void runDebugModeOfWrapper(const std::string& wrapper);
 /// `runSelectedWrapperWithFlag:`.
 void runSelectedWrapperWithFlag(const GamePointer& game, const std::string& flag);

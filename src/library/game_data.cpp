@@ -272,6 +272,10 @@ std::int64_t NSGameData::getIdentifierOfGameAtPath(const std::string& wrapper) {
     return id;
 }
 
+// ---- Description
+
+// ---- Ratings
+
 // ---- Icon
 
 std::optional<ImageData> NSGameData::gameImage() {

@@ -21,7 +21,6 @@
 #include "foundation/threads.h"
 #include "library/catalogue_addresses.h"
 #include "library/description_view.h"
-#include "library/saved_games.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "ports/port_data.h"
@@ -136,8 +135,6 @@ bool installCkiAtPath(const std::string& cki, const std::string& target, const N
     const std::optional<Dictionary> description = game.descriptionDictionary;
     // An add-on goes into the wrapper that is there.
     const Replacing replacing = game.gameDependencyID == 0 ? Replacing::yes : Replacing::no;
-    const bool goes = replacing == Replacing::yes && Wrapper(target).exists();
-    if (goes && !saved_games::offerBackup(Wrapper(target), saved_games::Reason::rebuild)) return false;
     if (creation.installCKI(cki, target, Trust::yes, replacing) != 0) return false;
     if (!description) return true;
     storeDescription(*description, target);

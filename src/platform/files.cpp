@@ -375,12 +375,6 @@ Result<> write(const std::string& path, std::string_view bytes, Atomically atomi
     return atomically == Atomically::yes ? writeAtomically(path, bytes) : writeInPlace(path, bytes);
 }
 
-Result<> flush(const std::string& path) {
-    const Descriptor file(usable(path) ? ::open(path.c_str(), O_RDONLY | O_CLOEXEC) : -1);
-    if (!file.valid() || ::fsync(file.get()) != 0) return lastFailure(path);
-    return {};
-}
-
 std::optional<std::string> resolved(const std::string& path) {
     if (!usable(path) || !path.starts_with('/')) return std::nullopt;
     std::deque<std::string> left;

@@ -63,8 +63,6 @@ enum class Atomically { no, yes };
 /// file's permissions kept; a link at the path is replaced by the file.
 [[nodiscard]] Result<> write(const std::string& path, std::string_view bytes, Atomically atomically);
 
-/// The file is on the disk when this returns.
-[[nodiscard]] Result<> flush(const std::string& path);
 /// The path with every link and ".." resolved, as far as it exists; nothing when a link cannot be read.
 [[nodiscard]] std::optional<std::string> resolved(const std::string& path);
 

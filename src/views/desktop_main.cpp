@@ -134,6 +134,7 @@ int main(int argc, char** argv) {
 
     views::DesktopInterface interface;
     Host host(optionsOfProcess(), interface);
+    if (host.texts.writesRightToLeft()) QApplication::setLayoutDirection(Qt::RightToLeft);
     if (const auto& trouble = instance.trouble()) {
         host.log.write(Log::Level::warning, "other starts are not heard: " + trouble->message());
     }
