@@ -19,6 +19,7 @@
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "wrapper/program_header.h"
+#include "wrapper/saved_games.h"
 #include "wrapper/wrapper.h"
 
 namespace morvane {
@@ -64,6 +65,13 @@ class Planner {
         draft_.begin(localized("Before anything is made"));
         if (port_.isSigned()) return;
         draft_.ask({.shown = building::unsignedPortDialog(), .answer = localized("Yes"), .othersEnd = true});
+    }
+    /// Of the wrapper that is to be replaced. Belongs to the stage that is open.
+    void addSavedGames() {
+        const Wrapper replaced(wrapper_);
+        draft_.ask({.shown = saved_games::offerDialog(replaced.name()),
+                    .answer = localized("Yes"),
+                    .isAsked = saved_games::hasAny(replaced)});
     }
     /// Belongs to the stage that is open.
     void addRequirements() {
@@ -285,10 +293,11 @@ std::vector<ForeseenQuestion> questionsOfBuild(const Build& build, const NSPortD
 }
 
 std::vector<ForeseenQuestion> questionsOfTrustedBuild(const Build& build, const NSPortData& port,
-                                                      const std::string& wrapper) {
+                                                      const std::string& wrapper, Replacing replacing) {
     Planner planner(build, port, wrapper, AskForSizes::no);
     planner.addSignature();
     planner.addRequirements();
+    if (replacing == Replacing::yes) planner.addSavedGames();
     return questionsOf(planner.finished());
 }
 

@@ -25,6 +25,7 @@
 #include "platform/host.h"
 #include "wrapper/layout.h"
 #include "wrapper/processes.h"
+#include "wrapper/saved_games.h"
 #include "wrapper/wrapper.h"
 
 namespace morvane {
@@ -111,7 +112,8 @@ int WrapperCreation::installCKI(const std::string& file, const std::string& wrap
                                 Replacing replacing) {
     const auto portData = [&]() -> std::optional<NSPortData> {
         auto port = NSPortData::initWithCkiAtPath(file);
-        if (!canAnswerFor(port, wrapper, trust) || !shouldInstallPortData(port, trust)) return std::nullopt;
+        if (!canAnswerFor(port, wrapper, trust, replacing) || !shouldInstallPortData(port, trust))
+            return std::nullopt;
         return *std::move(port);
     };
     const auto backUp = [&] { MVFileManager::copyItemAtPath(file, wrapper + layout::backupCki); };
@@ -119,10 +121,11 @@ int WrapperCreation::installCKI(const std::string& file, const std::string& wrap
 }
 
 bool WrapperCreation::canAnswerFor(const std::optional<Result<NSPortData>>& port, const std::string& wrapper,
-                                   Trust trust) {
+                                   Trust trust, Replacing replacing) {
     // A file that the user has opened was looked at before its first question.
     if (trust == Trust::no || !checkPort(port)) return true;
-    return MVAlert::canBeAnswered([&] { return questionsOfTrustedBuild(*this, **port, wrapper); }) ||
+    return MVAlert::canBeAnswered(
+               [&] { return questionsOfTrustedBuild(*this, **port, wrapper, replacing); }) ||
            errorWithMessage(std::nullopt);
 }
 
@@ -156,7 +159,8 @@ int WrapperCreation::runCreation(const std::string& wrapper,
             errorWithMessage(place.error().message());
             return -1;
         }
-        if (replacing == Replacing::yes && !replaced.stepAside()) {
+        const bool mayGo = replacing == Replacing::no || saved_games::offerBackup(Wrapper(wrapper));
+        if (!mayGo || (replacing == Replacing::yes && !replaced.stepAside())) {
             errorWithMessage(std::nullopt);
             return -1;
         }

@@ -14,6 +14,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/trash.h"
+#include "wrapper/saved_games.h"
 
 namespace morvane {
 
@@ -69,6 +70,13 @@ bool isMeantForTrash(std::uint64_t bytes) {
         "Warning", "Fatal", false);
 }
 
+/// Of a link, only the link goes, and no saved game with it.
+bool wantsBackup(const std::string& path) {
+    if (!mayBeDeleted(path) || files::kindOf(path) != files::Kind::folder) return false;
+    if (!LibraryItem(path).isWrapper() || !saved_games::hasAny(Wrapper(path))) return false;
+    return MVAlert::isAnsweredYes(saved_games::offerDialog(Wrapper(path).name()));
+}
+
 bool isApplication(const std::string& path) {
     return path.ends_with(".app") || path.ends_with(".boxer");
 }
@@ -105,21 +113,24 @@ void NSAppsArray::removeFrom(RemovedFrom from, const std::string& path,
     Removal removal;
     if (toTrash) removal.bytes = MVFileManager::sizeOfDirectoryAtPath(path);
     if (!(toTrash ? isMeantForTrash(removal.bytes) : isMeantForEver(""))) return;
-    MVThread::dispatchQueueWithName("app.morvane.removeFromDisk", Priority::normal,
-                                    [path, removal, toTrash, action = std::move(action)]() mutable {
-                                        if (toTrash) {
-                                            const auto taken = trash::take(path, host().folders);
-                                            removal.inTrash = taken.has_value();
-                                            if (!taken && !isMeantForEver(taken.error().message())) return;
-                                        }
-                                        const bool wasApp = removal.inTrash || deleteFromDisk(path);
-                                        MVThread::dispatchBlockInMainQueue([path, action, wasApp, removal] {
-                                            action(removal);
-                                            // After the action: the library tells from where a link leads what it was.
-                                            if (wasApp)
-                                                moved_apps::removeDeadLinksInto(path, validAppsFolders());
-                                        });
-                                    });
+    const bool keepsSaves = wantsBackup(path);
+    MVThread::dispatchQueueWithName(
+        "app.morvane.removeFromDisk", Priority::normal,
+        [path, removal, toTrash, keepsSaves, action = std::move(action)]() mutable {
+            const Wrapper wrapper(path);
+            if (keepsSaves && !saved_games::backUpOrTell(wrapper, saved_games::Occasion::asked)) return;
+            if (toTrash) {
+                const auto taken = trash::take(path, host().folders);
+                removal.inTrash = taken.has_value();
+                if (!taken && !isMeantForEver(taken.error().message())) return;
+            }
+            const bool wasApp = removal.inTrash || deleteFromDisk(path);
+            MVThread::dispatchBlockInMainQueue([path, action, wasApp, removal] {
+                action(removal);
+                // After the action: the library tells from where a link leads what it was.
+                if (wasApp) moved_apps::removeDeadLinksInto(path, validAppsFolders());
+            });
+        });
 }
 
 void NSAppsArray::addByHand(const std::function<void(const std::string& cki)>& installCki,
