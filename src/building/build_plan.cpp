@@ -47,7 +47,7 @@ class Planner {
         draft_.begin(localized("Before anything is made"));
         draft_.ask(
             {.shown = building::agreementDialog(""), .answer = localized("I Agree"), .othersEnd = true});
-        draft_.ask({.shown = building::foreignPortDialog(),
+        draft_.ask({.shown = building::foreignPortDialog(""),
                     .answer = localized("Install it anyway"),
                     .othersEnd = true});
         if (place == Place::proposed) {
@@ -66,7 +66,7 @@ class Planner {
         if (port_.isSigned()) return;
         draft_.ask({.shown = building::unsignedPortDialog(), .answer = localized("Yes"), .othersEnd = true});
     }
-    /// Of the wrapper that is to be replaced. Belongs to the stage that is open.
+    /// Of the wrapper that lies in the place. Belongs to the stage that is open.
     void addSavedGames() {
         const Wrapper replaced(wrapper_);
         draft_.ask({.shown = saved_games::offerDialog(replaced.name()),
@@ -273,6 +273,7 @@ BuildPlan planOfBuild(const Build& build, const std::optional<Result<NSPortData>
     Planner planner(build, **port, wrapper, AskForSizes::yes);
     planner.addOpening(place);
     planner.addRequirements();
+    planner.addSavedGames();
     return planner.finished();
 }
 
@@ -289,15 +290,16 @@ std::vector<ForeseenQuestion> questionsOfBuild(const Build& build, const NSPortD
     Planner planner(build, port, wrapper, AskForSizes::no);
     planner.addOpening(place);
     planner.addRequirements();
+    planner.addSavedGames();
     return questionsOf(planner.finished());
 }
 
 std::vector<ForeseenQuestion> questionsOfTrustedBuild(const Build& build, const NSPortData& port,
-                                                      const std::string& wrapper, Replacing replacing) {
+                                                      const std::string& wrapper) {
     Planner planner(build, port, wrapper, AskForSizes::no);
     planner.addSignature();
     planner.addRequirements();
-    if (replacing == Replacing::yes) planner.addSavedGames();
+    planner.addSavedGames();
     return questionsOf(planner.finished());
 }
 
@@ -305,6 +307,7 @@ std::vector<ForeseenQuestion> questionsOfBlank(const Build& build, const NSPortD
                                                const std::string& wrapper) {
     Planner planner(build, port, wrapper, AskForSizes::no);
     planner.addAgreement();
+    planner.addSavedGames();
     return questionsOf(planner.finished());
 }
 

@@ -10,7 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "building/archives.h"
 #include "building/port_checks.h"
 #include "platform/result.h"
 #include "platform/user_interface.h"
@@ -59,8 +58,7 @@ enum class Place { chosen, proposed };
 /// The same of a port of the catalogue, from the check of the port on.
 [[nodiscard]] std::vector<ForeseenQuestion> questionsOfTrustedBuild(const Build& build,
                                                                     const NSPortData& port,
-                                                                    const std::string& wrapper,
-                                                                    Replacing replacing);
+                                                                    const std::string& wrapper);
 /// The same of a blank wrapper, whose place is known.
 [[nodiscard]] std::vector<ForeseenQuestion> questionsOfBlank(const Build& build, const NSPortData& port,
                                                              const std::string& wrapper);

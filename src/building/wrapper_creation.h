@@ -57,8 +57,7 @@ class WrapperCreation : public Build {
     int runCreation(const std::string& wrapper, const std::function<std::optional<NSPortData>()>& portData,
                     const std::function<void()>& finish, Replacing replacing);
     /// False after it has ended the creation, because an answer will be missing.
-    bool canAnswerFor(const std::optional<Result<NSPortData>>& port, const std::string& wrapper, Trust trust,
-                      Replacing replacing);
+    bool canAnswerFor(const std::optional<Result<NSPortData>>& port, const std::string& wrapper, Trust trust);
     /// After a cancellation: stops what runs in the wrapper, and removes what this run has made of it.
     void stopAndRemove(const std::string& wrapper) const;
 };
