@@ -159,7 +159,7 @@ Result<> pack(const Wrapper& wrapper, const Saves& saves, const std::string& pat
 }
 
 void dropOldOnes(const Wrapper& wrapper, Occasion occasion) {
-    if (occasion == Occasion::asked) return;
+    if (occasion != Occasion::update) return;
     std::size_t kept = 0;
     for (const Backup& backup : backupsFor(wrapper)) {
         if (backup.occasion == occasion && ++kept > automaticKept)

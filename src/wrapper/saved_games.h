@@ -26,7 +26,8 @@ struct Saves {
 /// Whether there is anything to keep.
 [[nodiscard]] bool hasAny(const Wrapper& wrapper);
 
-/// Why an archive was made. Of those that nobody asked for, the last three of each kind are kept.
+/// Why an archive was made. Of those of updates, the last three are kept; one that a restoration has made may be all
+/// that is left of what it has replaced.
 enum class Occasion { asked, update, restore };
 struct Backup {
     std::string path;
