@@ -145,8 +145,10 @@ Result<> pack(const Wrapper& wrapper, const Saves& saves, const std::string& pat
     ProcessRequest request;
     request.program = *tar;
     request.runFolder = "/";
-    request.arguments = {"-C", wrapper.driveC(), "--no-recursion", "--null", "--verbatim-files-from", "-czf-",
-                         "-T", listPath};
+    // That format keeps parts of a second: what was not changed since is not newer.
+    request.arguments = {"-C",     wrapper.driveC(),        "--format=posix", "--no-recursion",
+                         "--null", "--verbatim-files-from", "-czf-",          "-T",
+                         listPath};
     request.keptErrors = 2000;
     request.printed = [&archive](std::string_view bytes) {
         static_cast<void>(archive.append(bytes, std::nullopt));

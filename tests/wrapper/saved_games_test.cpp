@@ -132,6 +132,7 @@ TEST_F(SavedGames, AreNotRestoredFromAnythingElse) {
     }
     put(archive, "no archive");
     EXPECT_FALSE(restored(game, archive));
+    EXPECT_TRUE(restored(game, backedUp())) << "what is as old is no question";
 }
 
 }  // namespace
