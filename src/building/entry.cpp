@@ -23,8 +23,11 @@
 #include "foundation/threads.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "ports/recipe_signature.h"
+#include "ports/typed_stream.h"
 #include "wrapper/layout.h"
 #include "wrapper/processes.h"
+#include "wrapper/saved_games.h"
 #include "wrapper/wrapper.h"
 
 namespace morvane {
@@ -37,9 +40,17 @@ std::optional<std::string> askWhereToSave(const std::string& proposedName, Form*
     return MVAlert::chooseSavePath(panel);
 }
 
-bool userTrustsForeignPort() {
+/// Empty for a file that is no port, which is told when it is to be installed.
+std::string signerOf(const std::string& file) {
+    const auto port = NSUtilities::loadArchivedObjectFromFile(file, "CKI");
+    const auto* description = port ? port->as<Dictionary>() : nullptr;
+    if (description == nullptr) return "";
+    return recipe_signature::sentenceOf(recipe_signature::signatureOf(*description));
+}
+
+bool userTrustsForeignPort(const std::string& file) {
     constexpr std::size_t install = 1;
-    return MVAlert::showDialog(building::foreignPortDialog()).button == install;
+    return MVAlert::showDialog(building::foreignPortDialog(signerOf(file))).button == install;
 }
 
 /// The blank-port panel. The fields keep their places; the choices are read from them by these.
@@ -104,7 +115,7 @@ void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionH
         return questionsOfBuild(*this, *port, files::join(folderForNewPorts(), name + ".app"),
                                 Place::proposed);
     });
-    if (!goesOn || !doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort()) return;
+    if (!goesOn || !doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort(file)) return;
     const auto wrapper = place ? place : askWhereToSave(name, nullptr);
     if (!wrapper) return;
     MVThread::dispatchQueueWithName("app.morvane.wrapperCreationInstallCki", Priority::normal,
@@ -163,7 +174,9 @@ int WrapperCreation::runCreation(const std::string& wrapper,
             errorWithMessage(place.error().message());
             return -1;
         }
-        if (replacing == Replacing::yes && !replaced.stepAside()) {
+        // Whether it is replaced or built over: neither spares what the programs have saved.
+        if (!saved_games::offerBackup(Wrapper(wrapper)) ||
+            (replacing == Replacing::yes && !replaced.stepAside())) {
             errorWithMessage(std::nullopt);
             return -1;
         }

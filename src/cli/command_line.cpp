@@ -103,6 +103,7 @@ int runCommandLine(int argc, char** argv) {
     addWrapperChanges(app, parsed);
     addCkiCommands(app, parsed);
     addEngineCommands(app, parsed);
+    addSavesCommand(app, parsed);
     addPropertiesCommand(app, parsed);
     addSettingsCommands(app, parsed);
     addFeedbackCommands(app, parsed);

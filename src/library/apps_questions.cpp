@@ -13,6 +13,7 @@
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/trash.h"
+#include "wrapper/saved_games.h"
 
 namespace morvane {
 
@@ -68,6 +69,13 @@ bool isMeantForTrash(std::uint64_t bytes) {
         "Warning", "Fatal", false);
 }
 
+/// Of a link, only the link goes, and no saved game with it.
+bool wantsBackup(const std::string& path) {
+    if (!mayBeDeleted(path) || files::kindOf(path) != files::Kind::folder) return false;
+    if (!LibraryItem(path).isWrapper() || !saved_games::hasAny(Wrapper(path))) return false;
+    return MVAlert::isAnsweredYes(saved_games::offerDialog(Wrapper(path).name()));
+}
+
 bool isApplication(const std::string& path) {
     return path.ends_with(".app") || path.ends_with(".boxer");
 }
@@ -120,22 +128,24 @@ void removeFrom(RemovedFrom from, const std::string& path, std::function<void(co
     Removal removal;
     if (toTrash) removal.bytes = MVFileManager::sizeOfDirectoryAtPath(path);
     if (!(toTrash ? isMeantForTrash(removal.bytes) : isMeantForEver(""))) return;
-    MVThread::dispatchQueueWithName("app.morvane.removeFromDisk", Priority::normal,
-                                    [path, removal, toTrash, action = std::move(action)]() mutable {
-                                        if (toTrash) {
-                                            const auto taken = trash::take(path, host().folders);
-                                            removal.inTrash = taken.has_value();
-                                            if (!taken && !isMeantForEver(taken.error().message())) return;
-                                        }
-                                        const bool wasApp = removal.inTrash || deleteFromDisk(path);
-                                        MVThread::dispatchBlockInMainQueue([path, action, wasApp, removal] {
-                                            action(removal);
-                                            // After the action: the library tells from where a link leads what it was.
-                                            if (wasApp)
-                                                moved_apps::removeDeadLinksInto(
-                                                    path, local_items::validAppsFolders());
-                                        });
-                                    });
+    const bool keepsSaves = wantsBackup(path);
+    MVThread::dispatchQueueWithName(
+        "app.morvane.removeFromDisk", Priority::normal,
+        [path, removal, toTrash, keepsSaves, action = std::move(action)]() mutable {
+            const Wrapper wrapper(path);
+            if (keepsSaves && !saved_games::backUpOrTell(wrapper, saved_games::Occasion::asked)) return;
+            if (toTrash) {
+                const auto taken = trash::take(path, host().folders);
+                removal.inTrash = taken.has_value();
+                if (!taken && !isMeantForEver(taken.error().message())) return;
+            }
+            const bool wasApp = removal.inTrash || deleteFromDisk(path);
+            MVThread::dispatchBlockInMainQueue([path, action, wasApp, removal] {
+                action(removal);
+                // After the action: the library tells from where a link leads what it was.
+                if (wasApp) moved_apps::removeDeadLinksInto(path, local_items::validAppsFolders());
+            });
+        });
 }
 
 void addByHand(NSAppsArray& apps, const InstallCki& installCki, const NSAppsArray::Completion& completion) {

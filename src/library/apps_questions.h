@@ -30,7 +30,7 @@ namespace apps_questions {
 /// is not plain: that is told, and the action runs all the same.
 void shouldRemoveLocalPort(const std::string& path, std::function<void()> action);
 /// The same once it is known from where; from the disk still asks whether that is meant, and says what goes
-/// into the trash and how large it is. Where the trash can't take it, nothing goes without another question.
+/// into the trash and how large it is; saved games in it are offered a backup, and it stays when that fails. Where the trash can't take it, nothing goes without another question.
 void removeFrom(RemovedFrom from, const std::string& path, std::function<void(const Removal&)> action);
 /// The library's add action: the chooser, then each chosen application is added (the completion follows
 /// each) and each port description goes to `installCki`.

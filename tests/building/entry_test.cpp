@@ -5,6 +5,7 @@
 #include "building/building_machine.h"
 #include "building/port_checks.h"
 #include "foundation/settings.h"
+#include "wrapper/saved_games.h"
 
 namespace morvane {
 namespace {
@@ -193,6 +194,30 @@ TEST_F(Entry, BuildsOneWrapperAtATime) {
     });
     EXPECT_TRUE(exists(wrapper + "/Contents/half"));
     EXPECT_EQ(namesIn(home + "/Applications"), Names{"Game.app"});
+}
+
+TEST_F(Entry, OffersABackupOfTheSavedGamesOfWhatLiesThere) {
+    publish();
+    const std::string file = game(), saved = "/Contents/Resources/drive_c/users/me/Documents/one.sav";
+    for (const char* answer : {"No", "Yes"}) {
+        put(wrapper + saved, "saved");
+        ui.expect("Game has saved games.").titleIs("Saved Games").defaultIs("Yes").answer(answer);
+        create([&](WrapperCreation& creation) {
+            EXPECT_EQ(creation.installCKI(file, wrapper, Trust::no, Replacing::yes), 0);
+        });
+        EXPECT_FALSE(exists(wrapper + saved));
+        EXPECT_EQ(saved_games::backupsFor(Wrapper(wrapper)).size(), *answer == 'Y' ? 1U : 0U);
+    }
+    // Where it can't be made, nothing goes.
+    put(wrapper + saved, "saved");
+    fs::remove_all(files::parent(saved_games::folderFor(Wrapper(wrapper))));
+    put(files::parent(saved_games::folderFor(Wrapper(wrapper))), "a file");
+    ui.expect("Game has saved games.").answer("Yes");
+    ui.expectError("The saved games of");
+    create([&](WrapperCreation& creation) {
+        EXPECT_EQ(creation.installCKI(file, wrapper, Trust::no, Replacing::yes), -1);
+    });
+    EXPECT_EQ(get(wrapper + saved), "saved");
 }
 
 TEST_F(Entry, NothingStepsAsideForAFileThatIsNoPort) {
@@ -398,6 +423,8 @@ TEST_F(Entry, AsksBeforeItInstallsAFileOfTheUser) {
     };
     begin("I Disagree", "", nullptr);
     begin("I Agree", "Cancel", nullptr);
+    const auto* signer = std::get_if<LongText>(&ui.dialogs.back().accessory);
+    EXPECT_TRUE(signer != nullptr && signer->text == "Nobody has signed it.");
     begin("I Agree", "Install it anyway", "");
     machine->workQueues.joinAll();
     EXPECT_EQ(calls, 0);
