@@ -127,11 +127,6 @@ TEST_F(EnginePreparation, AsksForAFile) {
     expectFileQuestions({home + "/Downloads/wine-3.0.tar.xz"});
     expectPrepared(true);
     EXPECT_EQ(get(engines + "/CK9Wine3.0.xz"), archive);
-    const OpenPanel& panel = ui.openPanels.at(0);
-    EXPECT_TRUE(panel.files && !panel.folders && !panel.multiple && panel.packagesAsFolders);
-    for (const char* type : {"7z", "zip", "xz", "rar", "gz", "bz2"}) {
-        EXPECT_EQ(std::count(panel.types.begin(), panel.types.end(), type), 1) << type;
-    }
     // The chooser is left: preparation goes on all the same, and the extraction finds nothing.
     fs::remove_all(engines);
     expectFileQuestions({});
@@ -278,12 +273,8 @@ TEST_F(EnginePreparation, KeepsTheOldEngineWhenTheArchiveIsBad) {
     const std::string otherTar = testing::packedTar7z(packing.path, "ckwine.bundle", "Other.tar");
     pack("mv ckwine.bundle elsewhere && ln -s elsewhere ckwine.bundle");
     const std::string link = testing::packedTar7z(packing.path, "ckwine.bundle", "CK9Wine3.0.tar");
-    std::string flipped = whole;
-    flipped[flipped.size() / 3] = static_cast<char>(flipped[flipped.size() / 3] ^ 0x55);
     const std::pair<const char*, std::string> rows[] = {
-        {"a page", "<html>Not found</html>"},
         {"short", whole.substr(0, whole.size() / 2)},
-        {"flipped bits", flipped},
         {"a tar file of another name", otherTar},
         {"a link for the bundle", link},
     };

@@ -206,6 +206,18 @@ TEST_F(Entry, NothingStepsAsideForAFileThatIsNoPort) {
     EXPECT_EQ(get(wrapper + save), "saved");
 }
 
+TEST_F(Entry, WhatStepsAsideDoesNotReplaceWhatDidBefore) {
+    publish();
+    put(wrapper + save, "saved");
+    put(wrapper + ".morvane-replaced/save.dat", "older");
+    ui.expectError(wrapper + ".morvane-replaced is what an earlier installation was to replace.");
+    const std::string file = game();
+    create([&](WrapperCreation& creation) {
+        EXPECT_EQ(creation.installCKI(file, wrapper, Trust::no, Replacing::yes), -1);
+    });
+    EXPECT_EQ(get(wrapper + save) + get(wrapper + ".morvane-replaced/save.dat"), "savedolder");
+}
+
 TEST_F(Entry, SaysThatTheSupportFolderCannotBeWrittenTo) {
     const std::string support = home + "/Library/Application Support/Caskery";
     fs::remove_all(support);
