@@ -520,59 +520,6 @@ TEST_F(Shell, TellsOfWhatIsThereAndOfEachEnd) {
     expectTold("the end", {"properties closed", "panel closed"});
 }
 
-TEST_F(Shell, ARowOfARankingListOpensTheWholeEntry) {
-    noGamesFolder();
-    scriptProgram("system_profiler", "");
-    start();
-    const std::string page = "/ckis/portDescription.php",
-                      line = "12 || Bob || Add-on || 0 || 0 || -- || 1 || 7",
-                      whole = " ||  ||  ||  ||  ||  || Good ||  ||  ||  ||  ||  || 0 || ";
-    site.answer("/ckis/rankingPorts.php", {.body = "12 || Bob || Add-on || 2016-03-05"});
-    app->showMorvaneTab(MorvaneTab::rankings);
-    settle();
-    const auto open = [&] {
-        app->rankingList(NSRankingList::TableType::latest).doubleClick(0);
-        settle();
-        return app->gamePage().gameData();
-    };
-    const auto asked = [&] {
-        Lines requests = site.requests();
-        std::erase_if(requests, [&](const auto& request) { return !request.starts_with("GET " + page); });
-        return requests.size();
-    };
-    struct Row {
-        const char* name;
-        std::vector<testing::SiteAnswer> answers;
-        std::size_t requests;
-        std::string text;
-    };
-    const Row rows[] = {
-        {"not in the catalogue", {{.body = ""}}, 1, ""},
-        {"without a description", {{.body = line}, {.body = "<html>"}}, 2, "The selected game seems to be"},
-        {"which is not kept", {{.body = line}, {.body = whole}}, 2, "Good"},
-        {"the whole one is", {{.body = "no more"}}, 0, "Good"}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        const std::size_t before = asked();
-        site.answerInTurn(page, row.answers);
-        if (row.text.empty()) ui.expectError("Port not found!");
-        const auto game = open();
-        EXPECT_EQ(asked() - before, row.requests);
-        if (row.text.empty()) continue;
-        ASSERT_NE(game, nullptr);
-        EXPECT_TRUE(game->gameDescription->text.starts_with(row.text)) << game->gameDescription->text;
-        EXPECT_EQ(game->gameDependencyID, 7);
-        EXPECT_EQ(game->gamePath, site.baseAddress() + "ckis/Bob/12/");
-    }
-    site.answer("/ckis/listPorts.php", {.body = line + "<br>"});
-    app->library().refreshList();
-    settle();
-    const std::size_t before = asked();
-    site.answer(page, {.body = whole});
-    EXPECT_EQ(open()->gameDependencyID, 7);
-    EXPECT_EQ(asked() - before, 1U) << "the line is known";
-}
-
 TEST_F(Shell, AnOpenedPortDescriptionIsBuiltAndKept) {
     noGamesFolder();
     putSharedVerbScript();

@@ -88,6 +88,7 @@ TEST_F(Feedback, AMessageIsPostedAsTyped) {
                             "<b>Video Card: </b>Big & Fast (2 GB)<br><b>RAM Memory: </b>8 GB<br>"))
         << comment;
     EXPECT_TRUE(comment.ends_with("available)<br>")) << comment << "\nof a system that tells nothing";
+    EXPECT_TRUE(tab.computerSpecificationsInHTML(InHTML::no).runs.front().bold);
 }
 
 TEST_F(Feedback, TheEndOfABuildLogGoesAlong) {

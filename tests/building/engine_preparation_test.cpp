@@ -85,9 +85,7 @@ TEST_F(EnginePreparation, DownloadsTheOfficialArchive) {
 TEST_F(EnginePreparation, StoresADownloadFromALinkUnderItsExtension) {
     const std::pair<std::string, Names> rows[] = {
         {"files/Engine.zip", {"CK9Wine3.0.zip"}},
-        {"files/wine-3.0.tar.xz", {"CK9Wine3.0.xz"}},
         {"files/Engine", {"CK9Wine3.0.7z"}},
-        {"download.php?id=5", {"CK9Wine3.0.7z"}},
         {"download?id=5&file=CK9Wine8.0.tar.7Z#top", {"CK9Wine3.0.7Z"}},
         {"files/Engine.7z?from=a.b/c.d#e.f", {"CK9Wine3.0.7z"}},
     };
@@ -224,9 +222,6 @@ TEST_F(EnginePreparation, InstallsFromEveryKindOfArchive) {
         {"CK9Wine3.0.7z", "7za a out.7z ckwine.bundle && mv out.7z out"},
         {"CK9Wine3.0.tar", "tar -cf out ckwine.bundle"},
         {"CK9Wine3.0.xz", xz},
-        {"CK9Wine3.0.tar.xz", xz},
-        {"CK9Wine3.0.gz", gz},
-        {"CK9Wine3.0.tar.gz", gz},
         {"CK9Wine3.0.tgz", gz},
         {"CK9Wine3.0.tar.bz2", "tar -cjf out ckwine.bundle"},
         {"CK9Wine3.0.zip",

@@ -64,9 +64,6 @@ GPU0:
 	deviceName         = AMD Radeon RX 580
 	driverName         = radv
 	driverInfo         = Mesa 22.3.6
-GPU1:
-	apiVersion         = 1.3.230
-	deviceName         = llvmpipe
 END)");
     scriptProgram("glxinfo", R"([ "$*" = -B ] && cat <<'END'
 name of display: :0

@@ -244,6 +244,13 @@ TEST_F(GameData, TrailersPlayInTheirPages) {
         entry.trailer = row.link;
         EXPECT_EQ(entry.trailerHTMLwithSize(64.9, -2.9), row.page) << row.link;
     }
+    for (const auto& [link, player] :
+         {std::pair{"https://vimeo.com/1", "https://player.vimeo.com/video/1\""},
+          {"http://yahoo.com/v.html", "http://yahoo.com/v.html?format=embed\""},
+          {"http://dailymotion.com/video/x1_title", "http://dailymotion.com/embed/video/x1\""},
+          {"http://vube.com/a/b?c", "https://vube.com/embed/video/b?"},
+          {"http://twitch.tv/x/c/1'a", "chapter_id=1&#39;a'"}})
+        EXPECT_NE(NSGameData::videoPlayerPageFromLink(link, 1, 1).find(player), std::string::npos) << link;
     reachable = [](const std::string&) { return false; };
     entry.trailer = "http://a/b.png";
     EXPECT_EQ(entry.trailerHTMLwithSize(1, 1), NSUtilities::errorHTMLWithMessage("NO INTERNET CONNECTION"));

@@ -6,7 +6,6 @@
 
 #include "library/apps_folders_list.h"
 #include "library/game_data.h"
-#include "library/icon_cache.h"
 #include "library/library_machine.h"
 #include "wrapper/wrapper.h"
 
@@ -216,32 +215,6 @@ TEST_F(LibraryViews, IconsComeOnceTheyAreAskedFor) {
     settle();
     EXPECT_FALSE(icons.isRunning(wrapper)) << "both have ended";
     EXPECT_EQ(told, (std::vector<std::size_t>{0, 3, 0, 0}));
-
-    const std::string list = "1 || Bob || A || 0 || 0 || --<br>2 || Bob || B || 0 || 0 || --";
-    site.answer("/ckis/listPorts.php", {.body = list});
-    site.answer("/ckis/Bob/1/Icon.png", {.body = png(7)});
-    site.answer("/ckis/Bob/2/Icon.png", {.body = "<html>"});
-    reachable = [](const std::string&) { return true; };
-    told.clear();
-    icons.showTab(NSAppsArray::catalogueTab);
-    settle();
-    for (int time = 0; time < 3; ++time) {
-        for (std::size_t row = 0; row < 2; ++row) static_cast<void>(width(row));
-        settle();
-    }
-    EXPECT_EQ(width(0), 7);
-    EXPECT_EQ(told, std::vector<std::size_t>{0});
-    const auto asked = [&](const char* what) {
-        return std::ranges::count(site.requests(), std::string(what));
-    };
-    EXPECT_EQ(asked("GET /ckis/Bob/1/Icon.png"), 1);
-    EXPECT_EQ(asked("GET /ckis/Bob/2/Icon.png"), icon_cache::attempts) << "and not again";
-    icons.refreshList();
-    settle();
-    site.answer("/ckis/Bob/2/Icon.png", {.body = png(8)});
-    static_cast<void>(width(1));
-    settle();
-    EXPECT_EQ(width(1), 8);
 }
 
 TEST_F(LibraryViews, TheFoldersPaneStoresEachChange) {

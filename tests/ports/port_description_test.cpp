@@ -95,7 +95,8 @@ TEST_F(PortDescription, ShowsACkiInBothByteOrders) {
         ASSERT_TRUE(shown);
         const std::string tiffBytes = std::to_string(pictures::encodeTiff(*pictures::decode(png)).size());
         for (const std::string& line : {std::string("Creator: me\\n\\x1b[31m\\x9b\n"), tiffBytes + " bytes",
-                                        std::string("    Engine: CK9Wine3.0\n"), std::string("- Steam\n")})
+                                        std::string("    Engine: CK9Wine3.0\n"), std::string("- Steam\n"),
+                                        std::string("Winetricks: none\n")})
             EXPECT_NE(shown->find(line), std::string::npos) << line << *shown;
     }
 }

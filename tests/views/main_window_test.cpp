@@ -1,18 +1,13 @@
 #include "views/main_window.h"
 
-#include <QAbstractButton>
-#include <QAbstractItemView>
-#include <QLabel>
-#include <QLineEdit>
 #include <QMimeData>
 #include <QPushButton>
-#include <QTest>
-#include <QTextBrowser>
 #include <QToolButton>
 #include <algorithm>
 #include <filesystem>
 
 #include "views/desktop_stage.h"
+#include "views/page_walk.h"
 
 namespace morvane {
 namespace {
@@ -31,11 +26,6 @@ class MainWindows : public testing::DesktopStage {
         for (int row = 0; row < list->model()->rowCount(); ++row)
             texts << list->model()->index(row, 0).data().toString();
         return texts;
-    }
-    [[nodiscard]] bool showsText(const QString& text) const {
-        const auto labels = window->findChildren<QLabel*>();
-        return std::ranges::any_of(
-            labels, [&](QLabel* label) { return label->isVisible() && label->text().contains(text); });
     }
     enum class Seen { no, yes };
     /// Of those that can be seen, if so.
@@ -128,8 +118,8 @@ TEST_F(MainWindows, ARowIsDraggedToAnotherPlace) {
 TEST_F(MainWindows, AServerIsSaidToBeGoneWhereItsGamesWouldBe) {
     reachable = [](const std::string&) { return false; };
     QTest::mouseClick(named<QToolButton>("Catalogue"), Qt::LeftButton);
-    EXPECT_TRUE(showsText("Loading the catalogue"));
-    runUntil([&] { return showsText("can't be reached"); });
+    EXPECT_TRUE(testing::shows(*window, "Loading the catalogue"));
+    runUntil([&] { return testing::shows(*window, "can't be reached"); });
     EXPECT_TRUE(ui.dialogs.empty());
     reachable = [](const std::string&) { return true; };
     site.answer("/ckis/listPorts.php", {.body = "7 || Ada || Back Again || 0 || 0 || --<br>"});
