@@ -578,5 +578,38 @@ TEST_F(Shell, AnOpenedPortDescriptionIsBuiltAndKept) {
     EXPECT_EQ(view.installed, "");
 }
 
+TEST_F(Shell, ARowOfARankingListOpensTheWholeEntry) {
+    noGamesFolder();
+    scriptProgram("system_profiler", "");
+    start();
+    const std::string page = "/ckis/portDescription.php",
+                      line = "12 || Bob || Add-on || 0 || 0 || -- || 1 || 7",
+                      whole = " ||  ||  ||  ||  ||  || Good ||  ||  ||  ||  ||  || 0 || ";
+    site.answer("/ckis/rankingPorts.php", {.body = "12 || Bob || Add-on || 2016-03-05"});
+    app->showMorvaneTab(MorvaneTab::rankings);
+    settle();
+    /// How often the entry is asked for when its row is opened.
+    const auto open = [&](const std::vector<testing::SiteAnswer>& answers) {
+        site.answerInTurn(page, answers);
+        const auto asked = [&] {
+            return std::ranges::count_if(
+                site.requests(), [&](const auto& request) { return request.starts_with("GET " + page); });
+        };
+        const auto before = asked();
+        app->rankingList(NSRankingList::TableType::latest).doubleClick(0);
+        settle();
+        return asked() - before;
+    };
+    ui.expectError("Port not found!");
+    EXPECT_EQ(open({{.body = ""}}), 1);
+    EXPECT_EQ(open({{.body = line}, {.body = whole}}), 2);
+    ASSERT_NE(app->gamePage().gameData(), nullptr);
+    EXPECT_EQ(app->gamePage().gameData()->gameDependencyID, 7);
+    site.answer("/ckis/listPorts.php", {.body = line + "<br>"});
+    app->library().refreshList();
+    settle();
+    EXPECT_EQ(open({{.body = whole}}), 1) << "the line is known";
+}
+
 }  // namespace
 }  // namespace morvane

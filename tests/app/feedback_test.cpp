@@ -4,6 +4,7 @@
 #include "foundation/text.h"
 #include "library/mail_form.h"
 #include "platform/files.h"
+#include "platform/property_list.h"
 #include "support/loopback_site.h"
 #include "support/test_machine.h"
 
@@ -88,7 +89,9 @@ TEST_F(Feedback, AMessageIsPostedAsTyped) {
                             "<b>Video Card: </b>Big & Fast (2 GB)<br><b>RAM Memory: </b>8 GB<br>"))
         << comment;
     EXPECT_TRUE(comment.ends_with("available)<br>")) << comment << "\nof a system that tells nothing";
-    EXPECT_TRUE(tab.computerSpecificationsInHTML(InHTML::no).runs.front().bold);
+    const StyledText plain = tab.computerSpecificationsInHTML(InHTML::no);
+    EXPECT_EQ(plain.runs.size(), 10U);
+    EXPECT_TRUE(plain.runs[2].bold && !plain.runs[3].bold && plain.text.starts_with("Morvane Version: "));
 }
 
 TEST_F(Feedback, TheEndOfABuildLogGoesAlong) {
@@ -222,6 +225,30 @@ TEST_F(Feedback, TheCrashedVersionIsTheReportsOrOurOwn) {
                         {"Version: 1.0", "1.0"}};
     for (const Row& row : rows)
         EXPECT_EQ(crash_reports::crashedVersion(row.report), row.version) << row.report;
+}
+
+TEST_F(Feedback, TheModelIsWrittenDownOrAskedFor) {
+    const std::string plist = home + "/Library/Preferences/com.apple.SystemProfiler.plist";
+    site.answer("/sp/product", {.body = "<root><configCode>Big Mac</configCode></root>"});
+    struct Row {
+        Dictionary names;
+        const char* serial;
+        std::optional<std::string> model;
+        bool serviceKnown = true;
+    };
+    const Row rows[] = {
+        {{{"a", "MacBook"}, {"b", "iMac (21-inch)"}, {"c", "Mac Pro"}}, "", "iMac (21-inch)"},
+        {{}, "C02ABCDEXYZ", "Big Mac"},
+        {{}, "C02ABCDE", std::nullopt},
+        {{}, "C02ABCDEXYZ", std::nullopt, false},
+    };
+    for (const Row& row : rows) {
+        put(plist, property_lists::xml(Dictionary{{"CPU Names", row.names}}));
+        put(programsFolder + "/system_profiler.serial", row.serial);
+        machine->sites.modelNames = row.serviceKnown ? site.baseAddress() : "";
+        EXPECT_EQ(NSHelpTab().determinateMacCompleteModel(), row.model) << row.serial;
+    }
+    EXPECT_EQ(site.requests(), std::vector<std::string>{"GET /sp/product?cc=XYZ"});
 }
 
 }  // namespace

@@ -108,5 +108,17 @@ TEST_F(Preferences, WordsBecomeValuesOfTheirSetting) {
     EXPECT_EQ(settings::reading(settings::automaticallySendCrashLogs), Value(true));
 }
 
+TEST_F(Preferences, WindowsAreAsTheDesktopUnlessTheUserChooses) {
+    callbacks.appearanceChanged = [this] { told.emplace_back("appearance"); };
+    NSPreferencesView view(callbacks);
+    EXPECT_EQ(view.shown().appearance, Appearance::system);
+    for (const Appearance chosen : {Appearance::dark, Appearance::light, Appearance::system}) {
+        view.chooseAppearance(chosen);
+        EXPECT_EQ(storedAppearance(), chosen);
+    }
+    EXPECT_FALSE(settings::stored(settings::useVibrantDarkStyle));
+    EXPECT_EQ(told.size(), 3U);
+}
+
 }  // namespace
 }  // namespace morvane

@@ -235,5 +235,18 @@ TEST(ShellQuoted, IsOneWord) {
     EXPECT_EQ(shellQuoted("Baldur's Gate.app"), "'Baldur'\\''s Gate.app'");
 }
 
+TEST(ProgressLine, ShowsBarAndLinesWithinTheWidth) {
+    ProgressState state;
+    state.status = "Downloading engine…";
+    state.subtitle = "1Mb of 2Mb";
+    state.indeterminate = false;
+    state.value = 500;
+    EXPECT_EQ(progressLine(state, 100), "[##########..........]  50% Downloading engine…  1Mb of 2Mb");
+    EXPECT_EQ(progressLine(state, 30), "[##########..........]  50% Do");
+    state.status = "two\nlines";
+    EXPECT_EQ(progressLine(state, 100).find('\n'), std::string::npos);
+    EXPECT_EQ(fitted("äöü", 2), "äö");
+}
+
 }  // namespace
 }  // namespace morvane::cli

@@ -74,5 +74,27 @@ TEST_F(Alerts, TheEndOfTheApplicationEndsACreationThatAsksAgainAndAgain) {
     EXPECT_EQ(state, unwound);
 }
 
+TEST_F(Alerts, TakeTheirIconByName) {
+    using Row = std::tuple<std::optional<std::string>, Dialog::Style, Dialog::Icon, std::string>;
+    using enum Dialog::Style;
+    using enum Dialog::Icon;
+    for (const auto& [name, style, icon, path] : std::vector<Row>{
+             {std::nullopt, informational, application, ""},
+             {"Critical", critical, application, ""},
+             {"Fatal", informational, stop, ""},
+             {"banner", informational, picture, machine->folders.resources + "/banner.png"},
+             {"/pictures/icon", informational, picture, "/pictures/icon"},
+         }) {
+        ui.expect("Go on?").answer("Yes");
+        EXPECT_TRUE(MVAlert::showBooleanAlertMessageWithIconNamed("Go on?", "Error", name, true));
+        const Dialog& shown = ui.dialogs.back();
+        EXPECT_EQ(Row(name, shown.style, shown.icon, shown.iconPath), Row(name, style, icon, path));
+    }
+    ui.expect("Like this?").answer("No");
+    EXPECT_FALSE(MVAlert::showBooleanAlertMessageWithImageNamed("Like this?", "Help", "sample", true));
+    EXPECT_EQ(std::get<ImageAccessory>(ui.dialogs.back().accessory).path,
+              machine->folders.resources + "/sample.png");
+}
+
 }  // namespace
 }  // namespace morvane

@@ -15,6 +15,12 @@ class Machine : public testing::TestMachine {
         MutexLock lock(machine->hardware.mutex);
         machine->hardware.value = {};
     }
+    void systemVersion(const std::string& version) {
+        forget();
+        put(folder.path + "/root/System/Library/CoreServices/SystemVersion.plist",
+            "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>ProductVersion</key><string>" +
+                version + "</string></dict></plist>");
+    }
     void displays(const std::string& report) {
         forget();
         scriptProgram(
@@ -143,6 +149,18 @@ TEST_F(Machine, OthersDoNotDisturbThePanelOfACreation) {
     EXPECT_EQ(ui.progress[3].height, 0);
     EXPECT_EQ(ui.progress[7].height, 111) << "a creation's panel stays open";
     EXPECT_EQ(ui.progress[7].status + "|" + ui.progress[7].subtitle, "Downloading|Mine");
+}
+
+TEST_F(Machine, SystemVersionsCompareAsNumbers) {
+    EXPECT_EQ(NSComputerInformation::macOsVersion(), "") << "missing";
+    const std::tuple<const char*, const char*, bool> rows[] = {
+        {"10.13.6", "10.11", true}, {"11.0", "10.10", true},     {"10.9", "10.10", false},
+        {"10.10", "10.10", true},   {"10.10", "10.10.1", false}, {"10.9.5", "10.10", false}};
+    for (const auto& [ours, wanted, enough] : rows) {
+        systemVersion(ours);
+        EXPECT_EQ(NSComputerInformation::isSystemMacOsEqualOrSuperiorTo(wanted), enough)
+            << ours << " " << wanted;
+    }
 }
 
 }  // namespace

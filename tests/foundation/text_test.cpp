@@ -100,5 +100,13 @@ TEST(BooleanValue, ReadsWhatUsersAndToolsWrite) {
         EXPECT_FALSE(NSUtilities::booleanValue(no)) << no;
 }
 
+TEST(ContainsAbbreviation, IsTheInitialsOfWordsInARow) {
+    EXPECT_TRUE(MVString::containsAbbreviation("The Elder Scrolls", "ES"));
+    for (const char* unfit : {"t", "ts", "the"}) {
+        EXPECT_FALSE(MVString::containsAbbreviation("The Elder Scrolls", unfit)) << unfit;
+    }
+    EXPECT_FALSE(MVString::containsAbbreviation("The  Elder", "te")) << "an empty word begins with nothing";
+}
+
 }  // namespace
 }  // namespace morvane
