@@ -1,20 +1,15 @@
 #include "views/main_window.h"
 
-#include <QAbstractButton>
-#include <QAbstractItemView>
-#include <QLabel>
-#include <QLineEdit>
 #include <QMimeData>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTabWidget>
-#include <QTest>
-#include <QTextBrowser>
 #include <QToolButton>
 #include <algorithm>
 #include <filesystem>
 
 #include "views/desktop_stage.h"
+#include "views/page_walk.h"
 #include "views/properties_window.h"
 #include "wrapper/launch_options.h"
 
@@ -35,11 +30,6 @@ class MainWindows : public testing::DesktopStage {
         for (int row = 0; row < list->model()->rowCount(); ++row)
             texts << list->model()->index(row, 0).data().toString();
         return texts;
-    }
-    [[nodiscard]] bool showsText(const QString& text) const {
-        const auto labels = window->findChildren<QLabel*>();
-        return std::ranges::any_of(
-            labels, [&](QLabel* label) { return label->isVisible() && label->text().contains(text); });
     }
     enum class Seen { no, yes };
     /// Of those that can be seen, if so.
@@ -132,8 +122,8 @@ TEST_F(MainWindows, ARowIsDraggedToAnotherPlace) {
 TEST_F(MainWindows, AServerIsSaidToBeGoneWhereItsGamesWouldBe) {
     reachable = [](const std::string&) { return false; };
     QTest::mouseClick(named<QToolButton>("Catalogue"), Qt::LeftButton);
-    EXPECT_TRUE(showsText("Loading the catalogue"));
-    runUntil([&] { return showsText("can't be reached"); });
+    EXPECT_TRUE(testing::shows(*window, "Loading the catalogue"));
+    runUntil([&] { return testing::shows(*window, "can't be reached"); });
     EXPECT_TRUE(ui.dialogs.empty());
     reachable = [](const std::string&) { return true; };
     site.answer("/ckis/listPorts.php", {.body = "7 || Ada || Back Again || 0 || 0 || --<br>"});
@@ -170,9 +160,9 @@ TEST_F(MainWindows, LaunchOptionsAreTyped) {
     auto* variables = properties->findChild<QPlainTextEdit*>();
     QTest::keyClicks(properties->findChild<QLineEdit*>("before"), "env -i");
     variables->setPlainText("A=b=c\nno variable");
-    EXPECT_TRUE(showsText("no NAME=VALUE"));
+    EXPECT_TRUE(testing::shows(*window, "no NAME=VALUE"));
     variables->setPlainText("A=b=c\n\n");
-    EXPECT_FALSE(showsText("no NAME=VALUE"));
+    EXPECT_FALSE(testing::shows(*window, "no NAME=VALUE"));
     properties->findChild<QPushButton*>("save")->click();
     runUntil([&] { return window->findChild<views::PropertiesWindow*>() == nullptr; });
     const auto plist = property_lists::read(Wrapper(pathOf("Tetris")).infoPlist());
