@@ -187,43 +187,6 @@ TEST_F(Shell, OffersTheGamesFolderOnceAndSendsACrashReport) {
     EXPECT_EQ(setting<std::int64_t>(settings::offeredGamesFolder), 1);
 }
 
-TEST_F(Shell, CountsTheDaysAndAsksOnTheFifth) {
-    noGamesFolder();
-    struct Row {
-        const char* name;
-        double daysAgo;
-        int counter, counted;
-        std::string answer;
-        bool reachable = true;
-    };
-    const Row rows[] = {{"the fourth day", 1, 3, 4, ""},
-                        {"the fifth", 1, 4, 5, "Send"},
-                        {"the fifth, with nothing to say", 400, 4, 5, "Cancel"},
-                        {"the sixth", 1, 5, 6, ""},
-                        {"again on the fourth", 0, 4, 4, ""},
-                        {"without the catalogue", 1, 4, 4, "", false}};
-    for (const Row& row : rows) {
-        ranDaysAgo(row.daysAgo, row.counter);
-        reachable = [&row](const std::string&) { return row.reachable; };
-        if (!row.answer.empty()) {
-            auto& question = ui.expect("Morvane Feedback").defaultIs("Send");
-            question.type("more & more").answer(row.answer);
-        }
-        const std::size_t before = site.requests().size();
-        start();
-        EXPECT_EQ(setting<std::int64_t>(settings::runningDaysCounter), row.counted) << row.name;
-        const auto requests = site.requests();
-        const auto posts =
-            std::count_if(requests.begin() + static_cast<std::ptrdiff_t>(before), requests.end(),
-                          [](const auto& request) { return request.starts_with("POST"); });
-        EXPECT_EQ(posts, row.answer == "Send" ? 1 : 0) << row.name;
-    }
-    Lines posts = site.requests();
-    std::erase_if(posts, [](const auto& request) { return !request.starts_with("POST"); });
-    EXPECT_EQ(posts, (Lines{"POST /en/send_form_email.php\nname=Anonymous%20User&email=no-reply@127.0.0.1&"
-                            "comment=more%20%26%20more&subject=User%20Feedback"}));
-}
-
 TEST_F(Shell, LooksForAnUpdateOnceADay) {
     noGamesFolder();
     const std::string link = "https://there/new";
@@ -295,21 +258,6 @@ TEST_F(Shell, WaitsForNoServer) {
     app->applicationWillTerminate();
     app.reset();
     EXPECT_FALSE(view.openLink || view.clickNotification);
-}
-
-TEST_F(Shell, SaysWhyThereIsNoNewsPage) {
-    noGamesFolder();
-    for (const auto& [publicHost, text] :
-         {std::pair{true, "Couldn't load 127.0.0.1 website."}, std::pair{false, "No internet connection"}}) {
-        reachable = [reached = publicHost](const std::string& name) {
-            return reached && name != "127.0.0.1";
-        };
-        view.tabs.clear();
-        start();
-        EXPECT_TRUE(MVString::contains(view.page, text)) << view.page;
-        EXPECT_EQ(view.tabs, std::vector<int>{2});
-    }
-    EXPECT_EQ(site.requests(), Lines{});
 }
 
 TEST_F(Shell, PutsTheKeyboardBackAtItsEnd) {

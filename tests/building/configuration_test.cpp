@@ -119,18 +119,5 @@ TEST_F(ConfigureWrapper, WritesEverySettingOfThePort) {
     }
 }
 
-TEST_F(ConfigureWrapper, StopsBetweenStagesWhenCancelled) {
-    const NSPortData port = portOf("C:/*/game.exe", "setup.exe");
-    put(home + "/Downloads/setup.exe", "MZ");
-    onWorker([&] {
-        ASSERT_TRUE(host().creation.begin());
-        host().creation.request();
-        EXPECT_THROW(configureWrapperAt(*build, Wrapper(wrapper), port), Cancelled);
-        host().creation.end();
-    });
-    EXPECT_EQ(asked(), "");
-    EXPECT_TRUE(ui.notifications.empty());
-}
-
 }  // namespace
 }  // namespace morvane

@@ -136,21 +136,6 @@ TEST_F(Winetricks, InstallsRequestsInOrder) {
     for (const std::string& list : lists) EXPECT_FALSE(exists(wrapper + list)) << list;
 }
 
-TEST_F(Winetricks, TheWindowsVersionNeedsNoScript) {
-    const std::string registry = wrapper + "/Contents/Resources/user.reg";
-    put(registry, "WINE REGISTRY Version 2\n\n[Software\\\\Wine] 5\n\"Version\"=\"win7\"\n\"Kept\"=\"x\"\n");
-    offline();
-    fs::remove(script);
-    install({"win2k3"});
-    EXPECT_EQ(NSUtilities::getRegistry(R"([Software\\Wine])", "user", wrapper),
-              "\"Version\"=\"win2003\"\n\"Kept\"=\"x\"");
-    EXPECT_FALSE(exists(runs));
-    // Where the script knows it, it is asked.
-    putScript("w_metadata win10 settings\n    w_set_winver win10\n");
-    install({"win10"});
-    EXPECT_TRUE(MVString::contains(get(runs), "CKS-winetricks win10"));
-}
-
 TEST_F(Winetricks, FetchesEverythingThatAComponentCalls) {
     putScript(
         "helper_shared()\n{\n    w_download_to fonts/deep @h/font.zip SUM\n}\n"

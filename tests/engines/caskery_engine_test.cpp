@@ -58,25 +58,6 @@ TEST(EngineNames, KnowTheirGenerationAndRuntime) {
     }
 }
 
-TEST(EngineNames, AreBroughtUpToDate) {
-    const struct {
-        const char *name, *portType, *updated;
-    } rows[] = {
-        {"CK8Wine1.7.50", "Caskery", "CK9Wine1.7.50"},
-        {"CK7Wine1.2.2ICE", "Caskery", "CK8Wine1.2.2ICE"},
-        {"Custom", "Caskery", "Custom"},
-        {"CK8WineCX11.0.1", "", "CK8WineCX11.0.1"},
-        {"CX13.0Games", "CXEx Games Old", "CK9WineCX13.0"},
-        {"CXG13.0", "CXEx  Old", "CK8WineCXG13.0"},
-        {"CX10.0CXEx-", "CXEx- Old", "CK8WineCX10.0"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(NSCaskeryEngine(row.name).updateToMostRecentVersionForPortType(row.portType).engine,
-                  row.updated)
-            << row.name;
-    }
-}
-
 class EngineCatalogue : public testing::TestMachine {
   protected:
     EngineCatalogue() { machine->sites.caskery = site.baseAddress(); }
@@ -92,17 +73,6 @@ class EngineCatalogue : public testing::TestMachine {
     testing::LoopbackSite site;
     const std::string list = "/Engines/EngineList.txt";
 };
-
-TEST_F(EngineCatalogue, IsDownloadedOnceInTheOrderOfTheFile) {
-    site.answer(list, {.body = "CK8Wine1.7\nCK9Wine2.0\n\n\n"});
-    EXPECT_EQ(online(), (Names{"CK8Wine1.7", "CK9Wine2.0"}));
-    std::vector<std::jthread> callers;
-    for (int caller = 0; caller < 4; ++caller)
-        callers.emplace_back([] { EXPECT_EQ(NSCaskeryEngine::getListOfAvailableEngines().size(), 2U); });
-    callers.clear();
-    ASSERT_EQ(site.requests().size(), 1U);
-    EXPECT_EQ(site.requests()[0].rfind("GET /Engines/EngineList.txt?", 0), 0U);
-}
 
 TEST_F(EngineCatalogue, IsAskedForAgainAfterAFailure) {
     site.answerInTurn(list, {{.body = "", .drop = true},

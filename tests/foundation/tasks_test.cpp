@@ -30,21 +30,6 @@ TEST_F(Tasks, PassEveryArgumentAsItIs) {
               "ONLY=this\n");
 }
 
-TEST_F(Tasks, OutputIsGivenBackWhateverTheStatus) {
-    scriptProgram("fails", "echo output; exit 3");
-    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("fails", std::nullopt, std::nullopt, Wait::yes)),
-              "output\n");
-    EXPECT_EQ(MVTask::runProgram("fails", std::nullopt, std::nullopt, Wait::yes)->ending.exitStatus, 3);
-    scriptProgram("binary", R"(printf '\377')");
-    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("binary", std::nullopt, std::nullopt, Wait::yes)), "");
-    put(programsFolder + "/broken", "#!/no/such/interpreter\n", true);
-    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("broken", std::nullopt, std::nullopt, Wait::yes)), "");
-    // Without the wait it is still awaited, but not given.
-    scriptProgram("late", "echo output; echo done > " + home + "/done");
-    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("late", std::nullopt, std::nullopt, Wait::no)), "");
-    EXPECT_EQ(get(home + "/done"), "done\n");
-}
-
 TEST_F(Tasks, ReportWhatCannotBeRun) {
     put(home + "/text", "no program");
     const std::pair<std::optional<std::string>, std::string> rows[] = {
@@ -59,16 +44,6 @@ TEST_F(Tasks, ReportWhatCannotBeRun) {
     }
     ui.expectError("Program couldn't be found.");
     EXPECT_EQ(MVTask::outputOf(MVTask::runTerminalCommand("", std::nullopt, Wait::yes)), "");
-}
-
-TEST_F(Tasks, TheLastProgramOnTheSearchPathWins) {
-    EXPECT_EQ(MVTask::getPathOfProgram("true-to-form"), std::nullopt);
-    scriptProgram("true-to-form", "");
-    EXPECT_EQ(MVTask::getPathOfProgram("true-to-form"), programsFolder + "/true-to-form");
-    scriptProgram("env", "");
-    EXPECT_EQ(MVTask::getPathOfProgram("env"), programsFolder + "/env");
-    fs::remove(programsFolder + "/env");
-    EXPECT_EQ(MVTask::getPathOfProgram("env"), programsFolder + "/env") << "kept once found";
 }
 
 TEST_F(Tasks, ACancellationStopsTheProgramOfTheCreation) {

@@ -18,32 +18,6 @@ class RankingList : public testing::LibraryMachine {
     }
 };
 
-TEST_F(RankingList, ShowsItsRows) {
-    struct Row {
-        Type type;
-        std::string answer;
-        Lines texts;
-    };
-    const Row rows[] = {{Type::latest,
-                         "<p>top</p><br>12 || Bob || Half Life || 2016-03-05<br>x<br>1 || a || b<br>13 || "
-                         "Bob || B || 2016-13-01",
-                         {"(05/Mar/2016) Half Life", "(2016-13-01) B"}},
-                        {Type::popular,
-                         "1 || a || A || 1234567<br>2 || b || \xff || 1<br>3 || c || C || none",
-                         {"(1,234,567 down.) A", "(0 down.) C"}},
-                        {Type::highrated,
-                         "1 || a || A || 4.25<br>2 || b || B || nan<br>3 || c || C || 1e70 || more",
-                         {"4.2 - A", "0.0 - B",
-                          "10000000000000000725314363815292351261583744096465219555182101554790400.0 - C"}},
-                        {Type::highrated, "", {}}};
-    for (const Row& row : rows) {
-        site.answer("/ckis/rankingPorts.php", {.body = row.answer});
-        NSRankingList list(row.type, {});
-        EXPECT_EQ(texts(list), row.texts);
-    }
-    EXPECT_EQ(site.requests().front(), "GET /ckis/rankingPorts.php?type=latest&num=25&card=ATi/AMD");
-}
-
 TEST_F(RankingList, LoadsOnceAndOpensARow) {
     site.answer("/ckis/rankingPorts.php", {.body = "12 || Bob || A & B || 3"});
     std::vector<std::int64_t> opened;

@@ -69,14 +69,6 @@ bool ends(pid_t number) {
     return ::poll(&event, 1, 20'000) == 1;
 }
 
-TEST_F(Programs, ExitStatus) {
-    EXPECT_TRUE(processes::run(shell("exit 0"))->ending.succeeded());
-    EXPECT_EQ(processes::run(shell("exit 7"))->ending, (ProgramEnding{.exitStatus = 7}));
-    const ProgramEnding killed = processes::run(shell("kill -9 $$"))->ending;
-    EXPECT_EQ(killed, (ProgramEnding{.signal = 9}));
-    EXPECT_EQ(killed.shellStatus(), 137);
-}
-
 TEST_F(Programs, CannotBeStarted) {
     ProcessRequest missing;
     missing.program = folder.path + "/missing";
@@ -192,16 +184,6 @@ TEST_F(Programs, CancellationStopsTheWholeGroup) {
     }
 }
 
-TEST_F(Programs, CancellationBeforeTheStart) {
-    Cancellation cancellation;
-    ASSERT_TRUE(cancellation.begin());
-    cancellation.request();
-    auto request = shell("touch \"$1\"", {folder.path + "/touched"});
-    request.cancellation = &cancellation;
-    EXPECT_THROW(static_cast<void>(processes::run(request)), Cancelled);
-    EXPECT_EQ(files::kindOf(folder.path + "/touched"), files::Kind::none);
-}
-
 TEST_F(Programs, LaunchedInASessionOfTheirOwn) {
     const std::string done = signalPipe("done");
     ASSERT_TRUE(processes::launch(
@@ -237,13 +219,6 @@ TEST_F(Programs, SearchFindsEveryCopyInOrder) {
     EXPECT_EQ(processes::search(root + "/a/tool", path), std::vector<std::string>{root + "/a/tool"});
     EXPECT_TRUE(processes::search("nothing", path).empty());
     EXPECT_TRUE(processes::search("", path).empty());
-}
-
-TEST(WaitForEnd, TellsTheLivingFromTheEnded) {
-    const auto ended = processes::run({.program = "/bin/sh", .arguments = {"-c", "echo $$"}});
-    ASSERT_TRUE(ended);
-    EXPECT_TRUE(processes::waitForEnd({std::stoi(ended->output)}, std::chrono::milliseconds(0)));
-    EXPECT_FALSE(processes::waitForEnd({getpid()}, std::chrono::milliseconds(0)));
 }
 
 }  // namespace

@@ -5,20 +5,6 @@
 namespace morvane {
 namespace {
 
-TEST(Dictionary, KeepsTheOrderOfFirstSettingThroughChangesAndRemovals) {
-    Dictionary dictionary{{"z", 1}, {"a", 2}, {"m", 3}, {"z", 4}};
-    dictionary.erase("a");
-    dictionary.erase("missing");
-    dictionary.set("b", 5);
-    dictionary.set("m", 6);
-    EXPECT_FALSE(dictionary.contains("a"));
-    dictionary.set("a", 7);
-    std::string order;
-    for (const auto& [key, value] : dictionary) order += key + std::to_string(*value.as<std::int64_t>());
-    EXPECT_EQ(order, "z4m6b5a7");
-    EXPECT_EQ(*dictionary.get<std::int64_t>("b"), 5) << "the index follows the places";
-}
-
 TEST(Dictionary, FindsEveryKeyWhileItGrowsAndShrinks) {
     Dictionary dictionary;
     const auto check = [&](int first, int end) {

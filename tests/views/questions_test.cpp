@@ -127,38 +127,6 @@ TEST_F(Questions, ShowWhatStrangersWroteLiterally) {
     EXPECT_EQ(ui.opened, std::vector<std::string>{"https://example.com/"});
 }
 
-TEST_F(Questions, WorkAndTimersGoOnMeanwhile) {
-    // The question is itself a piece of the queue's work, from another thread.
-    std::vector<std::string> happened;
-    int ticks = 0;
-    machine->mainQueue.every(std::chrono::milliseconds(10), [&] { ++ticks; });
-    bool isDone = false, isLater = false;
-    machine->mainQueue.post([&] {
-        machine->mainQueue.post([&] {
-            happened.emplace_back("work");
-            // A question over the question.
-            whenAsked<DialogWindow>([](DialogWindow& window) {
-                ASSERT_NE(qobject_cast<DialogWindow*>(window.parentWidget()), nullptr);
-                window.buttons()[0]->click();
-            });
-            static_cast<void>(desktop.showDialog({.title = "Second", .buttons = {"OK"}}));
-            happened.emplace_back("second");
-        });
-        const int before = ticks;
-        machine->mainQueue.every(std::chrono::milliseconds(10), [&, before] {
-            const bool isAlone = !happened.empty() && happened.back() == "second" && ticks > before;
-            if (!isAlone || std::exchange(isLater, true)) return;
-            happened.emplace_back("later");
-            QApplication::activeModalWidget()->close();
-        });
-        static_cast<void>(desktop.showDialog({.title = "First", .buttons = {"OK"}}));
-        happened.emplace_back("first");
-        isDone = true;
-    });
-    runUntil([&] { return isDone; });
-    EXPECT_EQ(happened, (std::vector<std::string>{"work", "second", "later", "first"}));
-}
-
 // ---- File panels
 
 class Panels : public Questions {

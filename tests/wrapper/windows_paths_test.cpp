@@ -45,18 +45,6 @@ TEST_F(WindowsPaths, LeadToHostPathsThroughTheDriveLinks) {
     EXPECT_EQ(getMacPathForWindowsPath("Q:/a", wrapper), std::nullopt);
 }
 
-TEST_F(WindowsPaths, ComeFromHostPathsWithoutAnyDialog) {
-    const std::pair<std::string, std::string> rows[] = {
-        {driveC + "/Games/a.exe", "C:/Games/a.exe"},
-        {folder.path + "/disc/a.exe", "D:/a.exe"},
-        {folder.path + "/discs/a.exe", "E:/discs/a.exe"},  // not inside D, whose name it begins with
-        {"/usr/a.exe", "Z:/usr/a.exe"},
-        {driveC, "E:/home/Applications/Game.app/Contents/Resources/drive_c"},
-    };
-    for (const auto& [path, windowsPath] : rows)
-        EXPECT_EQ(getWindowsPathForMacPath(path, wrapper), windowsPath);
-}
-
 TEST_F(WindowsPaths, ProgramFilesComesFromTheRegistry) {
     const std::string header =
         "WINE REGISTRY Version 2\n\n[Software\\\\Microsoft\\\\Windows\\\\CurrentVersion] 17\n";
