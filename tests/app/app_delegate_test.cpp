@@ -103,11 +103,6 @@ class Shell : public testing::LibraryMachine {
         EXPECT_NE(found, nullptr) << key.key;
         return found != nullptr ? *found : T{};
     }
-    void ranDaysAgo(double days, int counter) {
-        const double since1970 = static_cast<double>(time(nullptr));
-        settings::store(settings::lastRunningDay, Date{since1970 - 978307200.0 - days * 86400});
-        settings::store(settings::runningDaysCounter, counter);
-    }
     void noGamesFolder() { settings::store(settings::offeredGamesFolder, 1); }
 
     RecordingView view;
@@ -168,23 +163,6 @@ TEST_F(Shell, StartsInItsOrderOnAFreshHome) {
     EXPECT_TRUE(fs::exists(games + "/.localized/de.strings"));
     EXPECT_EQ(setting<Date>(settings::lastRunningDay), day);
     EXPECT_EQ(setting<std::int64_t>(settings::runningDaysCounter), 1);
-}
-
-TEST_F(Shell, OffersTheGamesFolderOnceAndSendsACrashReport) {
-    put(home + "/Library/Logs/DiagnosticReports/Morvane_1.crash", "Version: 1.2\n");
-    ui.expect("Do you want to create a games folder").answer("No");
-    ui.expect("Crash Log").answer("Cancel");
-    start();
-    EXPECT_TRUE(MVString::contains(MVString::joined(site.requests(), "\n"), "subject=Crash%20Log%201.2"));
-    EXPECT_FALSE(fs::exists(games));
-    start();
-    // One that is there is completed without a question, also by a broken 7-Zip.
-    settings::store(settings::offeredGamesFolder, std::nullopt);
-    fs::create_directories(games);
-    start();
-    EXPECT_TRUE(fs::exists(games + "/.localized/en.strings"));
-    EXPECT_FALSE(fs::exists(games + "/.icon.png"));
-    EXPECT_EQ(setting<std::int64_t>(settings::offeredGamesFolder), 1);
 }
 
 TEST_F(Shell, LooksForAnUpdateOnceADay) {

@@ -48,32 +48,6 @@ class EnginePreparation : public testing::BuildingMachine {
     const std::string archive = testing::packedEngine("CK9Wine3.0");
 };
 
-TEST_F(EnginePreparation, StoresADownloadFromALinkUnderItsExtension) {
-    const std::pair<std::string, Names> rows[] = {
-        {"files/Engine.zip", {"CK9Wine3.0.zip"}},
-        {"files/Engine", {"CK9Wine3.0.7z"}},
-        {"download?id=5&file=CK9Wine8.0.tar.7Z#top", {"CK9Wine3.0.7Z"}},
-        {"files/Engine.7z?from=a.b/c.d#e.f", {"CK9Wine3.0.7z"}},
-    };
-    for (const auto& [link, stored] : rows) {
-        fs::remove_all(engines);
-        site.answer("/" + link.substr(0, link.find('?')), {.body = archive});
-        expectPrepared(true, "CK9Wine3.0", site.baseAddress() + link);
-        EXPECT_EQ(namesIn(engines), stored);
-    }
-    // A link without text is no reason to ask, and none to download.
-    fs::remove_all(engines);
-    expectPrepared(true, "CK9Wine3.0", "");
-    EXPECT_EQ(namesIn(engines), Names{});
-    // A download that is called off.
-    ui.expectError("The website seems to be offline.");
-    ui.expectError(unavailable);
-    expectPrepared(false, "CK9Wine3.0", "http://offline.invalid/Engine.zip");
-    ui.expect("The informed file isn't available.").answer("No");
-    ui.expectError(unavailable);
-    expectPrepared(false, "CK9Wine3.0", site.baseAddress() + "missing.zip");
-}
-
 TEST_F(EnginePreparation, KeepsNoHalfOfAFileInTheStore) {
     put(packing.path + "/large", std::string(1 << 20, 'x'));
     pack("7za a -tzip -mx0 large.zip large");

@@ -1,7 +1,5 @@
 #include <sys/resource.h>
 
-#include <filesystem>
-
 #include <thread>
 
 #include "building/configured_wrapper.h"
@@ -94,25 +92,6 @@ TEST_F(DesktopCleanUp, RemovesNewShortcutsOnly) {
                  }),
                  Cancelled);
     EXPECT_FALSE(exists(desktop + "/Game.lnk")) << "also when the work throws";
-}
-
-TEST_F(Installation, ARunningInstallerIsKeptInFrontUntilItEnds) {
-    put(desktop + "/Old.desktop", "");
-    whenInstalling("cat \"$1\" > \"$wrapper/batch\"; : > '" + desktop + "/Steam.desktop'\n");
-    onWorker([&] { EXPECT_TRUE(runInstaller(driveC + "/SteamSetup.exe", "/S /NCRC", port)); });
-    EXPECT_EQ(get(wrapper + "/batch"), "start \"C:\\SteamSetup.exe\" /S /NCRC");
-    EXPECT_EQ(listing(desktop), Names{"Old.desktop"});
-    EXPECT_EQ(machine->mainQueue.drain(), std::nullopt) << "the timer has ended";
-
-    onWorker([&] {
-        ASSERT_TRUE(host().creation.begin());
-        host().creation.request();
-        EXPECT_THROW(runInstaller(driveC + "/SteamSetup.exe", "", port), Cancelled);
-        host().creation.end();
-    });
-    EXPECT_EQ(machine->mainQueue.drain(), std::nullopt) << "also after a cancellation";
-    keepWindowInFrontForAppOfTimer(Wrapper(wrapper));
-    EXPECT_EQ(ui.broughtToFront, Names{wrapper});
 }
 
 }  // namespace

@@ -200,29 +200,6 @@ TEST_F(Winetricks, OffersAWrongFileAgain) {
     }
 }
 
-TEST_F(Winetricks, HasTheUserFetchWhatOnlyHeCan) {
-    putScript("w_metadata one dlls\n    w_download_manual \"@page\" setup.exe SUM\n");
-    const std::string target = cache + "one/setup.exe";
-    // Gives up, after having thought better of it once.
-    ui.expect(savedQuestion).titleIs("Warning").defaultIs("Yes").answer("No");
-    ui.expect(sureQuestion).titleIs("Warning").defaultIs("No").answer("No");
-    ui.expect(savedQuestion).answer("No");
-    ui.expect(sureQuestion).answer("Yes");
-    install({"one"});
-    EXPECT_EQ(ui.opened, (Names{base + "page", cache + "one", base + "page", cache + "one"}));
-    for (int i = 0; i < winetricks::manualDownloadQuestions; ++i) ui.expect(savedQuestion).answer("Yes");
-    ui.expectError("\"setup.exe\" is still not in the opened folder.");
-    install({"one"});
-    put(target, "bad");
-    ui.expect(savedQuestion).answer("No");
-    ui.expect(sureQuestion).answer("Yes");
-    install({"one"});
-    EXPECT_FALSE(exists(target));
-    put(target, "right");
-    install({"one"});
-    EXPECT_TRUE(exists(target));
-}
-
 TEST_F(Winetricks, InstallsWithoutFetchingWhatLeadsAstray) {
     put(folder.path + "/secret", "secret");
     fs::create_directories(cache);

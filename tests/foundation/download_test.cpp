@@ -75,33 +75,6 @@ TEST_F(Downloads, AShortBodyIsSavedOnlyWhenTheUserSaysSo) {
     EXPECT_EQ(site.requests().size(), 2U);
 }
 
-TEST_F(Downloads, NothingReceivedAsksForAnotherLink) {
-    site.answer("/empty", {});
-    site.answer("/dropped", {.body = "", .drop = true});
-    site.answer("/error", {.status = 500, .body = "an error page"});
-    site.answer("/good", {.body = "good"});
-    ui.expect(notAvailable).titleIs("Error").defaultIs("Yes").answer("Yes");
-    ui.expectInput("Inform the updated link:").type(link("dropped"));
-    ui.expect(notAvailable).answer("Yes");
-    ui.expectInput("Inform the updated link:").type(link("error"));
-    ui.expect(notAvailable).answer("Yes");
-    ui.expectInput("Inform the updated link:").type(link("missing"));
-    ui.expect(notAvailable).answer("Yes");
-    ui.expectInput("Inform the updated link:").type(link("good"));
-    EXPECT_TRUE(run(link("empty")));
-    EXPECT_EQ(get(path), "good");
-
-    std::filesystem::remove(path);
-    ui.expect(notAvailable).answer("No");
-    EXPECT_TRUE(run(link("empty")));
-    EXPECT_FALSE(fileExists());
-
-    ui.expect(notAvailable).answer("Yes");
-    ui.expectInput("Inform the updated link:").type("nonsense").answer("Cancel");
-    ui.expectError("The download link seems to be invalid.");
-    EXPECT_FALSE(run(link("empty")));
-}
-
 TEST_F(Downloads, SilentOnesNeverAskAndGiveUp) {
     site.answer("/short", {.body = "half", .announcedLength = 8});
     site.answer("/empty", {});

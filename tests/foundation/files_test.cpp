@@ -23,28 +23,5 @@ TEST_F(FileActions, ALinkAddsNothingToASize) {
               7 + files::size(home + "/size/deep").value());
 }
 
-TEST_F(FileActions, TextFilesKeepToTheirEncoding) {
-    EXPECT_EQ(MVString::stringWithContentsOfFile(home + "/missing", Encoding::utf8), std::nullopt);
-    put(home + "/text", "caf\xC3\xA9\n");
-    put(home + "/bytes", std::string("\xFF\0", 2));
-    EXPECT_EQ(MVString::stringWithContentsOfFile(home + "/text", Encoding::utf8), "café\n");
-    EXPECT_EQ(MVString::stringWithContentsOfFile(home + "/bytes", Encoding::eightBit),
-              std::string("\xFF\0", 2));
-    for (const auto& [file, encoding] : {std::pair{"/bytes", Encoding::utf8}, {"/text", Encoding::ascii}}) {
-        ui.expectError("Error while reading file: ");
-        EXPECT_EQ(MVString::stringWithContentsOfFile(home + file, encoding), std::nullopt);
-    }
-    ui.expectError("Error while reading file: Is a directory");
-    EXPECT_EQ(MVString::stringWithContentsOfFile(home, Encoding::utf8), std::nullopt);
-
-    EXPECT_TRUE(MVString::writeToFile("plain", home + "/text", files::Atomically::yes, Encoding::ascii));
-    EXPECT_EQ(get(home + "/text"), "plain");
-    ui.expectError("Error while writting file: ");
-    EXPECT_FALSE(MVString::writeToFile("é", home + "/text", files::Atomically::no, Encoding::ascii));
-    EXPECT_EQ(get(home + "/text"), "plain");
-    ui.expectError("Error while writting file: No such file");
-    EXPECT_FALSE(MVString::writeToFile("x", home + "/no/text", files::Atomically::yes, Encoding::utf8));
-}
-
 }  // namespace
 }  // namespace morvane

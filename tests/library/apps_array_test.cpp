@@ -26,32 +26,6 @@ class Library : public testing::LibraryMachine {
     NSAppsArray apps;
 };
 
-TEST_F(Library, StopsTheProgramsOfEveryEntryOnceTheUserIsSure) {
-    for (const std::string name : {"killall", "kill", "ps", "launchctl"}) {
-        scriptProgram(name, "echo \"" + name + " $*\" >> \"" + folder.path + "/log\"");
-        // A real killall here would stop the wines of the machine.
-        ASSERT_EQ(MVTask::getPathOfProgram(name), programsFolder + "/" + name);
-    }
-    settings::store(settings::appList, Array{Dictionary{{"Name", "A"}, {"Path", applications + "A.app"}},
-                                             Dictionary{{"Name", "no path"}}, "no entry",
-                                             Dictionary{{"Name", "B"}, {"Path", applications + "B.app"}}});
-    const auto stop = [&](const char* answer) {
-        put(folder.path + "/log", "");
-        ui.expect("This will kill all Caskery related process")
-            .titleIs("Warning")
-            .defaultIs("No")
-            .answer(answer);
-        apps_questions::askToKillAllCaskeryProcessesFromLocalApps(apps);
-        machine->workQueues.joinAll();
-        return MVString::split(get(folder.path + "/log"), "\n");
-    };
-    EXPECT_EQ(stop("No"), Lines{""});
-    const Lines asked = stop("Yes");
-    EXPECT_EQ(std::ranges::count(asked, "ps ax"), 3)
-        << "for each entry that has a path, and for whatever is Wine";
-    EXPECT_EQ(std::ranges::count(asked, "launchctl list"), 2);
-}
-
 TEST_F(Library, TheFirstScanFindsEachThingOnceAtAnyDepth) {
     makeWrapper(applications + "Games.localized/b.app", "beta");
     put(applications + "Games.localized/b.app/Level Editor.app/Contents/MacOS/CustomEXE", "");

@@ -92,43 +92,6 @@ class DescriptionView : public testing::BuildingMachine {
     int changes = 0;
 };
 
-TEST_F(DescriptionView, FillsThePageAtOnceAndItsDetailsLater) {
-    EXPECT_EQ(page->page().stars, (std::array<double, 4>{5, 5, 5, 5}));
-    site.answer("/ckis/portRating.php", {.body = "x", .announcedLength = 9, .stall = true});
-    const std::string path = installed("Known", 7);
-    page->openLocalItem(path);
-    machine->mainQueue.drain();
-    EXPECT_EQ(events, Names{"page"}) << "with a server that hangs";
-    EXPECT_EQ(page->page().name, "Known");
-    EXPECT_EQ(page->page().appID, "App ID: 7");
-    EXPECT_EQ(page->page().description.text, "No description available.");
-
-    page = makePage(LibraryLayout::grid);
-    page->openCatalogueLine({.id = 12, .name = "Half Life"});
-    machine->mainQueue.runUntil([&] { return page->page().stars[1] == 3; });
-    EXPECT_EQ(page->page().name, "HALF LIFE (ID: 12)");
-    EXPECT_EQ(page->page().description.text, "Press \"Install\" now");
-    std::size_t units = 0;
-    for (const StyledRun& run : page->page().description.runs) units += run.length;
-    EXPECT_EQ(units, page->page().description.text.size());
-    EXPECT_EQ(page->page().stars, (std::array<double, 4>{4.5, 3, 0, 0}));
-    EXPECT_EQ(events, (Names{"page", "page", "Trailer http://video/x.png"}));
-    EXPECT_EQ(page->page().sources, (std::vector<SourceIcon>{{"Other", resources + "/other.png"}}));
-
-    // The last click is what is shown, whatever takes longer.
-    page->openCatalogueLine({.id = 14, .name = "Slow"});
-    page->openLocalItem(path);
-    machine->mainQueue.runUntil([&] { return !machine->workQueues.busy() || entry_buffer::entryOf(14); });
-    machine->mainQueue.drain();
-    EXPECT_EQ(page->selectedGamePath(), path);
-    page->openLocalItem(games + "gone.app");
-    EXPECT_EQ(events.back(), "missing " + games + "gone.app");
-    reachable = [](const std::string&) { return false; };
-    ui.expectError("An error occured while connecting to the database! Please, check");
-    page->openCatalogueLine({.id = 13, .name = "Other"});
-    machine->mainQueue.runUntil([&] { return ui.dialogs.size() == 1; });
-}
-
 TEST_F(DescriptionView, KeepsToTheGameThatWasClicked) {
     const auto inCatalogue = [&](std::int64_t id, const std::string& name) {
         return entry({.id = id, .name = name, .path = site.baseAddress() + "ckis/" + name + "/"},

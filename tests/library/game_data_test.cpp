@@ -1,8 +1,6 @@
 #include "library/game_data.h"
 #include "library/trailer_pages.h"
 
-#include <filesystem>
-
 #include "foundation/formats.h"
 #include "library/icon_cache.h"
 #include "library/library_machine.h"
@@ -77,66 +75,6 @@ TEST_F(GameData, ACatalogueEntryIsCompletedByItsDescription) {
                                                         {"Trailer", "http://video/1"},
                                                         {"CrossOverLink", "http://over/"}}));
     EXPECT_EQ(NSGameData::initWithDictionary(std::nullopt), nullptr);
-}
-
-TEST_F(GameData, ALocalItemIsWhatLiesOnDisk) {
-    const std::string wrapper = applications + "w.app", custom = wrapper + "/tool.app",
-                      native = applications + "n.app", boxer = applications + "Foo.boxer",
-                      built = applications + "built.app";
-    makeWrapper(wrapper, "Wrapped");
-    put(wrapper + "/mv_desc.ckii",
-        *typed_stream::archive(
-            Dictionary{{"ID", 34},
-                       {"Description", StyledText{"text", {{4, true, true, "Times", 40, "x:y"}}}},
-                       {"Trailer", "T"},
-                       {"CrossOverLink", "C"},
-                       {"Future", "kept"}}));
-    putArchive(wrapper + "/mv_backup.cki", {{"Source", "Steam"}, {"ID", 99}});
-    put(custom + "/Contents/MacOS/CustomEXE", "");
-    putArchive(custom + "/mv_desc.ckii", {{"ID", "text"}, {"Trailer", 7}});
-    put(native + "/Contents/MacOS/n", "");
-    put(native + "/mv_desc.ckii", "<html>404</html>");
-    put(boxer + "/Game Info.plist", property_lists::xml(Dictionary{{"CFBundleName", "Other"}}));
-    makeWrapper(built);
-    putArchive(built + "/mv_backup.cki", {{"ID", 55}, {"Source", 3}});
-    put(applications + "broken.app/mv_backup.cki", "\x04\x0bstreamtyped cut");
-
-    enum Kind { wrapped, launcher, boxed, other };
-    struct Row {
-        std::string path, name;
-        std::int64_t id;
-        Kind kind;
-        const char *source, *error;
-    } const rows[] = {
-        {wrapper, "Wrapped", 34, wrapped, "Steam", ""},
-        {custom, "tool", 1, launcher, "Steam", ""},
-        {native, "n", 1, other, "Local", "That CKII file isn't available in the database."},
-        {boxer, "Foo", 1, boxed, "Local", ""},
-        {built, "built", 55, wrapped, "Local", ""},
-        {applications + "broken.app", "broken", 1, other, "Local", "That CKII file is corrupted"}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.path);
-        if (*row.error != 0) ui.expectError(row.error);
-        const auto item = NSGameData::initWithPath(row.path);
-        ASSERT_NE(item, nullptr);
-        EXPECT_EQ(item->gameName, row.name);
-        EXPECT_EQ(item->gameID, row.id);
-        EXPECT_EQ(NSGameData::getIdentifierOfGameAtPath(row.path), row.id);
-        EXPECT_EQ(item->isGameNative, row.kind == other);
-        EXPECT_EQ(item->isCustomEXE, row.kind == launcher);
-        EXPECT_EQ(item->isBoxerGame, row.kind == boxed);
-        EXPECT_EQ(item->gameSourcesList, Lines{row.source});
-        EXPECT_EQ(textOf(*item), row.path == wrapper ? "text" : "none");
-        EXPECT_FALSE(item->isGameInTheServer);
-    }
-    const auto item = NSGameData::initWithPath(wrapper);
-    EXPECT_EQ(item->gameDescription->runs,
-              (std::vector<StyledRun>{{4, true, true, "Helvetica-BoldOblique", 0, "", true}}));
-    EXPECT_EQ(item->trailer, "T");
-    EXPECT_EQ(item->crossoverAlternative, "C");
-    EXPECT_NE(item->descriptionDictionary->find("Future"), nullptr);
-    EXPECT_EQ(NSGameData::initWithPath(applications + "gone.app"), nullptr);
-    EXPECT_EQ(NSGameData::getIdentifierOfGameAtPath(applications + "gone.app"), 1);
 }
 
 TEST_F(GameData, TrailersPlayInTheirPages) {

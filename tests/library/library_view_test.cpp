@@ -24,14 +24,6 @@ class LibraryViews : public testing::LibraryMachine {
         settings::store(settings::appList, list);
     }
     /// Serves the main queue until the rows were reloaded so many times.
-    void awaitReloads(int count) {
-        machine->mainQueue.runUntil([&] { return reloads >= count; });
-    }
-    [[nodiscard]] std::string titles() const {
-        std::string text;
-        for (const auto& row : view.rows()) text += row.title + (row.isNew ? "* " : " ");
-        return text;
-    }
 
     int reloads = 0;
     NSAppsArray apps;
@@ -60,50 +52,6 @@ TEST_F(LibraryViews, CatalogueLinesAreReadAsTheyShouldBe) {
     for (const Row& row : rows) {
         EXPECT_EQ(generateDictionaryForPortListLine(row.line), row.expected) << row.line;
     }
-}
-
-TEST_F(LibraryViews, TheCatalogueIsLoadedOnceAndRefreshed) {
-    settings::store(settings::developerMode, 1);
-    site.answer(
-        "/ckis/listPorts.php",
-        {.body = "<html> header<br>1 || Bob || zeta || 0 || 1 || --<br>\n2 || Bob || Hitman II || 0 || 0 || "
-                 "--<br>3 || cut<br>4 || Bob || alpha || 0 || 0 || --<br>"});
-    ui.expectError("Error while loading server apps list! Please, press the Refresh List button.");
-    view.showTab(catalogueTab);
-    EXPECT_EQ(reloads, 1) << "nothing waits for the server";
-    awaitReloads(2);
-    EXPECT_EQ(titles(), "alpha Hitman II zeta* ");
-    view.search("HITMAN 2");
-    EXPECT_EQ(titles(), "Hitman II ");
-    ASSERT_NE(view.catalogueLine(0), nullptr);
-    EXPECT_EQ(view.catalogueLine(0)->id, 2);
-    EXPECT_EQ(view.catalogueLine(1), nullptr);
-    EXPECT_EQ(view.localItem(0), nullptr);
-    view.showTab(catalogueTab);
-    awaitReloads(5);
-    const std::string request = site.requests().back();
-    EXPECT_TRUE(request.starts_with("GET /ckis/listPorts.php?developer=1&country=")) << request;
-    EXPECT_EQ(site.requests().size(), 1U);
-
-    const auto entry = std::make_shared<NSGameData>();
-    entry->descriptionDictionary.emplace();
-    entry_buffer::keep(2, entry);
-    site.answer("/ckis/listPorts.php", {.body = "no list \xFF || at || all"});
-    const auto menu = view.contextMenu();
-    ASSERT_EQ(menu.size(), 1U);
-    EXPECT_EQ(menu[0].title, "Refresh List");
-    menu[0].action();
-    EXPECT_EQ(apps.catalogueState(), NSAppsArray::CatalogueState::loading);
-    awaitReloads(7);
-    EXPECT_EQ(titles(), "");
-    EXPECT_EQ(entry_buffer::entryOf(2), nullptr);
-    EXPECT_EQ(apps.catalogueState(), NSAppsArray::CatalogueState::unreachable) << "that was no list";
-
-    reachable = [](const std::string&) { return false; };
-    view.refreshList();
-    awaitReloads(9);
-    EXPECT_EQ(apps.catalogueState(), NSAppsArray::CatalogueState::unreachable);
-    EXPECT_EQ(site.requests().size(), 2U) << "a server that is not there is not asked";
 }
 
 TEST_F(LibraryViews, TheGridIsReducedByTheScale) {

@@ -32,10 +32,6 @@ class OwnPrograms : public ::testing::Test {
         EXPECT_TRUE(files::setPermissions(at(name), mode));
         return at(name);
     }
-    [[nodiscard]] std::string get(const std::string& name) const {
-        const auto bytes = files::read(at(name));
-        return !bytes ? "(missing)" : *bytes;
-    }
     [[nodiscard]] std::string signalPipe(const std::string& name) const {
         EXPECT_EQ(::mkfifo(at(name).c_str(), 0600), 0);
         return at(name);

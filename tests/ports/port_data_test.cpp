@@ -169,33 +169,5 @@ class BlankPort : public TestMachine {
     }
 };
 
-TEST_F(BlankPort, IsMadeForTheClients) {
-    const std::tuple<unsigned, const char*, bool> rows[] = {
-        {0, "C:/nothing.exe", true},
-        {drm::origin, "C:/*/Origin/Origin.exe", false},
-        {drm::origin | drm::uplay, "C:/*/Ubisoft/Ubisoft Game Launcher/Uplay.exe", false},
-        {7, "C:/*/Steam/steam.exe", false},
-    };
-    for (const auto& [drms, path, installer] : rows) {
-        const auto port = blank("/a/My (steam) 1.5.app", drms);
-        ASSERT_TRUE(port && port->exes.size() == 1U);
-        const ExeEntry& exe = port->exes.front();
-        EXPECT_EQ(exe.path, path);
-        EXPECT_EQ(exe.name, "My (steam) 1.5");
-        EXPECT_TRUE(exe.isMain && exe.automatic == 1 && port->decorateWindows);
-        EXPECT_EQ(port->originalInstallerNeeded, installer);
-        EXPECT_EQ(port->isSteam, (drms & drm::steam) != 0);
-        EXPECT_EQ(port->isUplay, (drms & drm::uplay) != 0);
-        EXPECT_EQ(port->isOrigin, (drms & drm::origin) != 0);
-        EXPECT_FALSE(port->isGogGalaxy || port->useMacDriver);
-        EXPECT_EQ(port->ckiVersion.value() + port->portType.value(), "1.6.1Caskery");
-        EXPECT_TRUE(port->company->starts_with("Copyright © 20")) << *port->company;
-        EXPECT_TRUE(port->company->ends_with(" Morvane. All rights reserved.")) << *port->company;
-    }
-    EXPECT_FALSE(blank("/a/b.app", 0, MacDriver::yes)->decorateWindows);
-    EXPECT_FALSE(blank("/a/b.app", 0, MacDriver::no, ""));
-    for (const char* nameless : {"", "/a/.app"}) EXPECT_FALSE(blank(nameless)) << nameless;
-}
-
 }  // namespace
 }  // namespace morvane

@@ -45,25 +45,6 @@ TEST_F(WindowsPaths, LeadToHostPathsThroughTheDriveLinks) {
     EXPECT_EQ(getMacPathForWindowsPath("Q:/a", wrapper), std::nullopt);
 }
 
-TEST_F(WindowsPaths, ProgramFilesComesFromTheRegistry) {
-    const std::string header =
-        "WINE REGISTRY Version 2\n\n[Software\\\\Microsoft\\\\Windows\\\\CurrentVersion] 17\n";
-    const std::string both =
-        "\"ProgramFilesDir\"=\"C:\\\\PF\"\n\"ProgramFilesDir (x86)\"=\"C:\\\\PF (x86)\"\n";
-    struct Row {
-        std::string file;
-        const char *narrow, *wide;
-    };
-    const Row rows[] = {{header + both, "C:/PF (x86)", "C:/PF"},
-                        {header + "\"ProgramFilesDir\"=\"D:\\\\a\\\\b\"\n", "D:/a/b", "D:/a/b"},
-                        {header, "C:/Program Files", "C:/Program Files"}};
-    for (const Row& row : rows) {
-        put(wrapper + "/Contents/Resources/system.reg", row.file);
-        EXPECT_EQ(programFilesPathfromWrapper(wrapper, For64BitsApplication::no), row.narrow);
-        EXPECT_EQ(programFilesPathfromWrapper(wrapper, For64BitsApplication::yes), row.wide);
-    }
-}
-
 TEST(WindowsCommandLine, SplitsIntoProgramAndArguments) {
     struct Row {
         const char *line, *program, *flags;
