@@ -79,7 +79,7 @@ int listSettings(Session& session) {
         if (entries != nullptr)
             value = counted("%@ item", "%@ items", entries->size(), {std::to_string(entries->size())});
         table.rows.push_back({setting->key, std::move(value), settings::stored(*setting).has_value(),
-                              localized(settings::wordFor(setting->kind)), localized(setting->meaning)});
+                              settings::wordFor(setting->kind), localized(setting->meaning)});
     }
     printTable(session.console(), table);
     return done;

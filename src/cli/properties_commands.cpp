@@ -82,7 +82,7 @@ Record shownBy(const Window& window) {
     note("high-quality", shown.highQualityMode.enabled);
     note("fn", shown.functionKeys.enabled);
     return {{{"path", marked("Path")}, window.wrapperPath()},
-            {{"kind", marked("Kind")}, localized(wordFor(window.kind()))},
+            {{"kind", marked("Kind")}, wordFor(window.kind())},
             {{"name", marked("Name")}, shown.name.text},
             {{"version", marked("Version")}, shown.version.text},
             {{"run", marked("Run")}, shown.run.text},

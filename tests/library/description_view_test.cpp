@@ -528,12 +528,6 @@ TEST_F(DescriptionView, RunsAGame) {
         EXPECT_EQ(exists(log), std::string(row.name) != "galaxy");
         fs::remove(runs);
     }
-    fs::remove(games + "galaxy.app/Contents/Frameworks/bin/Caskery");
-    ui.expectError("Not a valid Caskery wrapper!");
-    page->actions().runWrapper(games + "galaxy.app", games + "galaxy.app/Contents/MacOS/CaskeryLauncher");
-    settle();
-    EXPECT_EQ(ran(), "fn on\nfn off\n");
-    fs::remove(runs);
     fs::remove(games + "plain.app/Contents/MacOS/CaskeryLauncher");
     ui.expectError("The App is corrupted! The executable is missing!");
     page->actions().updateAndRunWrapper(games + "plain.app");
@@ -542,10 +536,6 @@ TEST_F(DescriptionView, RunsAGame) {
     page->actions().updateAndRunWrapper(games + "gone.app");
     settle();
     EXPECT_EQ(ran(), "");
-    ui.expect("Do you want to see the debug logs?").titleIs("Debug").defaultIs("Yes").answer("Yes");
-    runDebugModeOfWrapper(games + "program.app");
-    settle();
-    EXPECT_EQ(ui.opened, Names{games + "program.app/Contents/Resources/Logs/LastRunWine.log"});
 }
 
 TEST_F(DescriptionView, OffersToUpdateAnOldWrapperAndRunsItAnyway) {

@@ -1,20 +1,16 @@
 #include "views/main_window.h"
 
-#include <QAbstractButton>
-#include <QAbstractItemView>
-#include <QLabel>
-#include <QLineEdit>
 #include <QMimeData>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTabWidget>
-#include <QTest>
-#include <QTextBrowser>
 #include <QToolButton>
 #include <algorithm>
 #include <filesystem>
 
+#include "platform/pictures.h"
 #include "views/desktop_stage.h"
+#include "views/page_walk.h"
 #include "views/properties_window.h"
 #include "wrapper/launch_options.h"
 
@@ -35,11 +31,6 @@ class MainWindows : public testing::DesktopStage {
         for (int row = 0; row < list->model()->rowCount(); ++row)
             texts << list->model()->index(row, 0).data().toString();
         return texts;
-    }
-    [[nodiscard]] bool showsText(const QString& text) const {
-        const auto labels = window->findChildren<QLabel*>();
-        return std::ranges::any_of(
-            labels, [&](QLabel* label) { return label->isVisible() && label->text().contains(text); });
     }
     enum class Seen { no, yes };
     /// Of those that can be seen, if so.
@@ -132,8 +123,8 @@ TEST_F(MainWindows, ARowIsDraggedToAnotherPlace) {
 TEST_F(MainWindows, AServerIsSaidToBeGoneWhereItsGamesWouldBe) {
     reachable = [](const std::string&) { return false; };
     QTest::mouseClick(named<QToolButton>("Catalogue"), Qt::LeftButton);
-    EXPECT_TRUE(showsText("Loading the catalogue"));
-    runUntil([&] { return showsText("can't be reached"); });
+    EXPECT_TRUE(testing::shows(*window, "Loading the catalogue"));
+    runUntil([&] { return testing::shows(*window, "can't be reached"); });
     EXPECT_TRUE(ui.dialogs.empty());
     reachable = [](const std::string&) { return true; };
     site.answer("/ckis/listPorts.php", {.body = "7 || Ada || Back Again || 0 || 0 || --<br>"});
@@ -170,9 +161,9 @@ TEST_F(MainWindows, LaunchOptionsAreTyped) {
     auto* variables = properties->findChild<QPlainTextEdit*>();
     QTest::keyClicks(properties->findChild<QLineEdit*>("before"), "env -i");
     variables->setPlainText("A=b=c\nno variable");
-    EXPECT_TRUE(showsText("no NAME=VALUE"));
+    EXPECT_TRUE(testing::shows(*window, "no NAME=VALUE"));
     variables->setPlainText("A=b=c\n\n");
-    EXPECT_FALSE(showsText("no NAME=VALUE"));
+    EXPECT_FALSE(testing::shows(*window, "no NAME=VALUE"));
     properties->findChild<QPushButton*>("save")->click();
     runUntil([&] { return window->findChild<views::PropertiesWindow*>() == nullptr; });
     const auto plist = property_lists::read(Wrapper(pathOf("Tetris")).infoPlist());
@@ -181,12 +172,31 @@ TEST_F(MainWindows, LaunchOptionsAreTyped) {
     EXPECT_EQ(options.environment, (std::map<std::string, std::string>{{"A", "b=c"}}));
 }
 
+TEST_F(MainWindows, ACatalogueThatHangsHoldsUpNothingAndAGameIsStartedOnce) {
+    site.answer("/ckis/listPorts.php", {.stall = true});
+    app->library().refreshList();
+    QTest::mouseClick(named<QToolButton>("Catalogue"), Qt::LeftButton);
+    EXPECT_TRUE(testing::shows(*window, "Loading the catalogue"));
+    QTest::mouseClick(named<QToolButton>("My Games"), Qt::LeftButton);
+    runUntil([&] { return list->model()->rowCount() == 3; });
+    // Enter twice: the first starts the game, the second finds it running.
+    const std::string launcher = Wrapper(pathOf("Half Life")).launcher();
+    put(launcher + ".runs", "");
+    list->setCurrentIndex(list->model()->index(0, 0));
+    for (int time = 0; time < 2; ++time) QTest::keyClick(list, Qt::Key_Return);
+    runUntil([&] { return std::filesystem::exists(launcher + ".log"); });
+    std::filesystem::remove(launcher + ".runs");
+    runUntil([&] { return !app->library().isRunning(pathOf("Half Life")); });
+    EXPECT_EQ(get(launcher + ".log"), "started\n");
+}
+
 TEST_F(MainWindows, HostileNamesAndPicturesAreShownAsWhatTheyAre) {
     const std::string name =
         "A\xE2\x80\xAE"
         "B " +
         std::string(200, 'x');
     addGame(name, "no picture at all");
+    addGame("Wide", pictures::encodePng({30'000, 1, std::vector<std::uint8_t>(120'000, 9)}));
     close();
     open();
     list->setCurrentIndex(list->model()->index(3, 0));
