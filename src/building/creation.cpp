@@ -7,6 +7,7 @@
 
 #include "building/build.h"
 #include "building/configuration.h"
+#include "building/early_links.h"
 #include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
 #include "building/estimated_progress.h"
@@ -122,10 +123,15 @@ bool buildPortAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
         if (!installer) MVAlert::showAlertErrorMessage(installer.error().message());
         return installer.has_value();
     };
-    return updateCaskery(build) && goOn() && prepareEngine(build, engine, port.engineCustomLink) && goOn() &&
-           installerCanRun() &&
-           createWrapperAt(build, wrapper, building::engineForWrapper(engine, wrapper)) && goOn() &&
-           configureWrapperAt(build, wrapper, port);
+    if (!updateCaskery(build) || !goOn() || !prepareEngine(build, engine, port.engineCustomLink) || !goOn() ||
+        !installerCanRun())
+        return false;
+    const auto early = build.fetchEarly(building::earlyLinksOf(port));
+    if (!createWrapperAt(build, wrapper, building::engineForWrapper(engine, wrapper)) || !goOn())
+        return false;
+    configureWrapperAt(build, wrapper, port);
+    early->forget();
+    return true;
 }
 
 bool createWrapperAt(Build& build, const Wrapper& wrapper, const std::string& engine) {
