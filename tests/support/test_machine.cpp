@@ -74,6 +74,7 @@ void ScriptedUserInterface::expectSave(const std::string& title, const std::stri
 
 std::unique_ptr<ScriptedUserInterface::Expectation> ScriptedUserInterface::next(Expectation::Kind kind,
                                                                                 const std::string& shown) {
+    if (script_.empty() && answerOfTheRest) return nullptr;
     if (script_.empty()) {
         ADD_FAILURE() << "unexpected: " << shown;
         return nullptr;
@@ -92,7 +93,13 @@ DialogAnswer ScriptedUserInterface::showDialog(const Dialog& dialog) {
     if (whileAsking) whileAsking();
     const bool isInput = std::holds_alternative<TextField>(dialog.accessory);
     const auto expectation = next(Expectation::Kind::dialog, isInput ? dialog.title : dialog.text);
-    if (!expectation) return {.button = dialog.defaultButton, .text = ""};
+    if (!expectation) {
+        const auto found = std::ranges::find(dialog.buttons, answerOfTheRest.value_or(""));
+        const bool isButton = found != dialog.buttons.end();
+        return {.button = isButton ? static_cast<std::size_t>(found - dialog.buttons.begin())
+                                   : dialog.defaultButton,
+                .text = ""};
+    }
     if (expectation->throwing) throw std::runtime_error("nobody answers");
     if (!expectation->expectedTitle.empty()) {
         EXPECT_EQ(dialog.title, expectation->expectedTitle);
