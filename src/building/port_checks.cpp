@@ -19,6 +19,26 @@ namespace {
 /// Older recipes are refused.
 constexpr std::string_view oldestCki = "1.5.4";
 
+/// Of each list. A game needs a few; each program is a launcher on the disk, each refused entry a dialog.
+constexpr std::size_t mostEntries = 1000;
+
+/// The key of a list that is longer than any game's; nothing where all are fine.
+std::optional<std::string> overlongList(const NSPortData& port) {
+    const auto sizeOf = [](const auto& list) { return list ? list->size() : 0; };
+    const std::pair<const char*, std::size_t> lists[] = {
+        {"EXEs", port.exes.size()},
+        {"Drives", sizeOf(port.drives)},
+        {"Extensions", sizeOf(port.supportedExtensions)},
+        {"WrapperMenu", sizeOf(port.portMenu)},
+        {"Winetricks", port.winetricks.size()},
+        {"Overrides", port.overrides.size()},
+        {"Before Extra Files", port.extraFilesBeforeInstaller.size()},
+        {"After Extra Files", port.extraFilesAfterInstaller.size()}};
+    const auto found =
+        std::ranges::find_if(lists, [](const auto& list) { return list.second > mostEntries; });
+    return found == std::end(lists) ? std::nullopt : std::optional<std::string>(found->first);
+}
+
 void addFilesToSupply(std::vector<std::string>& lines, const std::vector<ExtraFileEntry>& entries) {
     for (const ExtraFileEntry& entry : entries) {
         if (!entry.origin || entry.origin->starts_with("http") || entry.origin->starts_with("ftp")) continue;
@@ -42,6 +62,10 @@ Result<> checkPort(const std::optional<Result<NSPortData>>& port) {
     if (!*port) return port->error();
     if (!(*port)->ckiVersionIsAtLeast(oldestCki)) {
         return Failure{localized("That CKI file version is incompatible!")};
+    }
+    if (const auto key = overlongList(**port)) {
+        return Failure{localized("That CKI file lists more than %@ entries under \"%@\".",
+                                 {std::to_string(mostEntries), *key})};
     }
     return {};
 }

@@ -17,6 +17,7 @@
 #include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/files.h"
+#include "platform/host.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/registry.h"
@@ -218,8 +219,10 @@ bool saveDrives(const std::optional<std::vector<DriveEntry>>& drives, const Wrap
 bool saveExtensions(const std::optional<std::vector<ExtensionEntry>>& extensions, NSPortManager& port) {
     if (!extensions) return true;
     std::vector<std::string> associations;
-    for (const ExtensionEntry& entry : *extensions)
+    for (const ExtensionEntry& entry : *extensions) {
+        host().creation.throwIfRequested();
         if (saveExtension(entry, Wrapper(port.path))) associations.push_back(entry.app);
+    }
     port.set(wrapper_keys::associations, MVString::joined(associations, " "));
     port.synchronizePlist();
     return true;

@@ -62,6 +62,18 @@ std::optional<Value> stored(const Setting& setting) {
     return host().defaults.get(setting.key);
 }
 
+std::vector<std::string> storedFolders(const Setting& setting) {
+    const auto value = stored(setting);
+    if (!value) return {};
+    const auto* list = value->as<Array>();
+    std::vector<std::string> folders;
+    for (const Value& folder : list != nullptr ? *list : Array{*value}) {
+        const auto* text = folder.as<std::string>();
+        if (text != nullptr && text->starts_with('/')) folders.push_back(*text);
+    }
+    return folders;
+}
+
 bool store(const Setting& setting, const std::optional<Value>& value) {
     return host().defaults.set(setting.key, value);
 }

@@ -12,6 +12,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "foundation/localization.h"
 #include "platform/value.h"
@@ -121,6 +122,8 @@ inline constexpr Key<std::string> catalogueSite{
 
 /// As it is stored, whatever its type.
 [[nodiscard]] std::optional<Value> stored(const Setting& setting);
+/// The absolute paths among the texts of a `folders` setting; none when it is missing.
+[[nodiscard]] std::vector<std::string> storedFolders(const Setting& setting);
 /// Stores the value, or removes the key. False when the file could not be written.
 bool store(const Setting& setting, const std::optional<Value>& value);
 /// As `DefaultsStore::update`.

@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "foundation/settings.h"
 #include "platform/folders.h"
 
 namespace morvane::testing {
@@ -206,6 +207,7 @@ TestMachine::TestMachine(MessageCatalogue texts)
     options.sites = {.caskery = "http://offline.invalid/", .catalogue = "http://offline.invalid/"};
     options.searchPath = environmentVariable("PATH") + ":" MORVANE_SHARE_FOLDER "/programs";
     options.reachability = [this](const std::string& name) { return reachable(name); };
+    options.appsFolders = [] { return settings::storedFolders(settings::mainFolder); };
     machine = std::make_unique<Host>(std::move(options), ui);
 }
 
