@@ -46,7 +46,8 @@ class HostileMachine : public BuildingMachine {
                       home + "/Library/Application Support/Caskery/Prefixes",
                       home + "/Library/Application Support/Caskery/.creation.lock",
                       home + "/Library/Application Support/Morvane/Downloads"};
-        for (const std::string& name : alsoChanged) changed.push_back(home + "/" + name);
+        for (const std::string& name : alsoChanged)
+            changed.push_back(fs::path(home + "/" + name).lexically_normal());
         Tree tree;
         for (auto entry = fs::recursive_directory_iterator(folder.path); entry != fs::end(entry); ++entry) {
             const std::string path = entry->path().string();
