@@ -169,6 +169,10 @@ Result<> NSPropertiesWindow::setDataFromWrapperAtPath(const std::string& path) {
         shown_.description = descriptionIn(*description);
     shown_.launchEnabled = runsPrograms;
     if (runsPrograms) shown_.launch = launchOptionsIn(itemStore().plist.value_or(Dictionary()));
+    const auto shared = NSPortManager::managerWithPath(mainWrapperPath_).plist;
+    if (runsPrograms) shown_.sandbox = sandboxIn(shared.value_or(Dictionary()));
+    shown_.sandboxEnabled = item.isWrapper();
+    isSandboxChosen_ = false;
     filled_ = shown_;
     return {};
 }
@@ -246,7 +250,7 @@ void NSPropertiesWindow::tellChanged() const {
 }
 
 bool NSPropertiesWindow::isChanged() const {
-    return shown_ != filled_;
+    return shown_ != filled_ || isSandboxChosen_;
 }
 
 NSPropertiesWindow::Closing NSPropertiesWindow::closing() const {
@@ -334,6 +338,19 @@ bool NSPropertiesWindow::chooseWindowType(WindowType type) {
     shown_.windowType = type;
     tellChanged();
     return true;
+}
+
+bool NSPropertiesWindow::chooseSandbox(Sandbox mode) {
+    if (!shown_.sandboxEnabled || isSaving_) return false;
+    shown_.sandbox = mode;
+    isSandboxChosen_ = true;
+    tellChanged();
+    return true;
+}
+
+std::optional<std::string> NSPropertiesWindow::sandboxObstacle() {
+    const auto program = sandboxProgram(host().searchPath);
+    return program ? std::nullopt : std::optional(program.error().message());
 }
 
 bool NSPropertiesWindow::changeIcon(std::optional<ImageData> picture) {
@@ -427,6 +444,7 @@ bool NSPropertiesWindow::saveDataToWrapper() {
         saved &= saveHighQualityModeAtPort(main);
         saved &= saveTexts();
         saved &= saveLaunchOptions();
+        saved &= saveSandbox();
     }
     if (shown_.description != filled_.description) saved &= saveDescription();
     return moveTo(*location) && saved;
@@ -538,6 +556,15 @@ bool NSPropertiesWindow::saveLaunchOptions() const {
     NSPortManager port = itemStore();
     if (port.plist) putLaunchOptions(shown_.launch, *port.plist);
     return port.synchronizePlist();
+}
+
+bool NSPropertiesWindow::saveSandbox() {
+    if (!isSandboxChosen_) return true;
+    NSPortManager port = itemStore();
+    if (port.plist) putSandbox(shown_.sandbox, Wrapper(mainWrapperPath_), *port.plist);
+    const bool isSaved = port.synchronizePlist();
+    isSandboxChosen_ = !isSaved;
+    return isSaved;
 }
 
 bool NSPropertiesWindow::saveDescription() const {

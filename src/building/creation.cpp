@@ -1,3 +1,4 @@
+#include "building/new_sandbox.h"
 #include "building/creation.h"
 
 // The spine of the pipeline: a port is built in four stages, and a wrapper gets its engine and its prefix.
@@ -132,6 +133,8 @@ bool createWrapperAt(Build& build, const Wrapper& wrapper, const std::string& en
     build.setMessage(localized("Creating Wrapper %@...", {build.currentCaskery.value_or("")}));
     build.setSubtitle(localized("Please wait. It might take a minute or two."));
     if (!copyingMasterWrapperToPath(build, wrapper)) return false;
+    // Before any program of the port runs in it.
+    if (build.made.place == wrapper.path()) giveNewSandbox(wrapper);
     host().creation.throwIfRequested();
     switch (extractEngine(build, engine, wrapper)) {
         case ExtractedEngine::failure:

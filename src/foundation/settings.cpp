@@ -10,7 +10,7 @@
 namespace morvane::settings {
 namespace {
 
-constexpr std::array<const Setting*, 22> list{
+constexpr std::array<const Setting*, 25> list{
     &appList,
     &mainFolder,
     &autoOrderAppsList,
@@ -31,6 +31,9 @@ constexpr std::array<const Setting*, 22> list{
     &lastUpdateCheck,
     &webAutomaticSpellingCorrection,
     &prefixCreationTime,
+    &newWrapperSandbox,
+    &runWithoutSandbox,
+    &toldOfSandbox,
     &caskerySite,
     &catalogueSite,
 };

@@ -21,7 +21,7 @@ Host::Host(Options options, UserInterface& ui)
       searchPath(options.searchPath + (options.searchPath.empty() ? "" : ":") + folders.programs),
       notes(std::move(options.notes)),
       userInterface(ui),
-      defaults(folders.library + "/Library/Preferences/app.morvane.plist"),
+      defaults(defaultsFile(folders.library)),
       log(folders.library + "/Library/Logs/Morvane/morvane.log"),
       reachability_(std::move(options.reachability)),
       previous_(std::exchange(currentHost, this)) {

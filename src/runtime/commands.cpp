@@ -34,8 +34,11 @@ bool hasDisplay() {
     return !environmentVariable("DISPLAY").empty() || !environmentVariable("WAYLAND_DISPLAY").empty();
 }
 
-/// What every start of a program needs: an engine, a drive C, the user's folders.
-Result<> readiness(const WineSession& session) {
+/// A strict sandbox has no network, but what downloads components for the wrapper needs one.
+enum class Downloads { no, yes };
+
+/// What every start of a program needs: an engine, a drive C, the user's folders, and the sandbox.
+Result<> readiness(WineSession& session, Downloads downloads = Downloads::no) {
     if (auto checked = session.usable(); !checked) return checked;
     const WrapperBundle& bundle = session.bundle();
     if (files::kindBehind(bundle.wrapper.systemRegistry()) != files::Kind::file) {
@@ -44,13 +47,22 @@ Result<> readiness(const WineSession& session) {
     }
     if (!hasDisplay()) tell("There is no display (DISPLAY is not set): windows cannot be shown.");
     if (auto checked = keepDrives(bundle); !checked) return checked;
-    return makeUserFolders(bundle);
+    if (auto checked = makeUserFolders(bundle); !checked) return checked;
+    if (auto checked = session.useSandbox(); !checked) return checked;
+    if (downloads == Downloads::yes) {
+        session.sandbox().allowNetwork();
+        if (auto opened = session.sandbox().open(Folders::fromEnvironment().verbsCache); !opened)
+            return opened;
+    }
+    return session.joinSandbox();
 }
 
 int createCommand(const WrapperBundle& bundle, Result<> (*make)(WineSession&)) {
     WineSession session(bundle, "", StopBy::server);
     if (auto checked = session.usable(); !checked) return report(checked);
     if (session.joined()) return report(Failure{"Programs of this wrapper are running: end them first."});
+    if (auto checked = keepDrives(bundle); !checked) return report(checked);
+    if (auto checked = session.useSandbox(); !checked) return report(checked);
     return reportIn(session, make(session));
 }
 
@@ -75,6 +87,7 @@ int installerCommand(const WrapperBundle& bundle, const Arguments& arguments, Ch
     const auto call =
         output == ChildOutput::log ? callFor(bundle, program, rest) : consoleCallFor(bundle, program, rest);
     if (!call) return report(call.error());
+    if (auto shown = session.sandbox().show(call->file); !shown) return report(shown);
     const int status = session.wine(call->arguments, call->runFolder, Display::shown);
     session.waitForInstaller(installerPatience());
     return session.stopped() != 0 ? session.stopped() : status;
@@ -82,7 +95,7 @@ int installerCommand(const WrapperBundle& bundle, const Arguments& arguments, Ch
 
 int winetricksCommand(const WrapperBundle& bundle, const Arguments& verbs) {
     WineSession session(bundle, "", StopBy::server);
-    if (auto checked = readiness(session); !checked) return report(checked);
+    if (auto checked = readiness(session, Downloads::yes); !checked) return report(checked);
     if (files::kindBehind(bundle.wrapper.winetricks()) != files::Kind::file) {
         return report(Failure{"This wrapper has no winetricks script: " + bundle.wrapper.winetricks() +
                               " is missing."});
@@ -167,6 +180,7 @@ int openCommand(const WrapperBundle& bundle, const Arguments& arguments) {
         found.arguments = {"start.exe", "/wait", "/unix", path};
     }
     applyLimits(launch);
+    if (auto shown = session.sandbox().show(found.file); !shown) return report(shown);
     WineCall placed = onDesktop(found, bundle, launch.screen);
     if (auto added = addOptions(launch.options, session, placed); !added) return report(added);
     return play(session, placed);

@@ -11,6 +11,7 @@
 #include "platform/private_folder.h"
 #include "platform/result.h"
 #include "runtime/child_process.h"
+#include "runtime/sandbox_entry.h"
 #include "runtime/wrapper_bundle.h"
 
 namespace morvane::runtime {
@@ -47,6 +48,13 @@ class WineSession {
 
     /// What is missing before anything can run, in words for the user.
     [[nodiscard]] Result<> usable() const;
+    /// Puts everything that is started from here on into the wrapper's sandbox. A failure, for the user, where
+    /// that can't be.
+    [[nodiscard]] Result<> useSandbox();
+    /// Whether programs that run already are in such a sandbox; a failure, for the user, when not.
+    [[nodiscard]] Result<> joinSandbox();
+    /// Of which more can be asked.
+    [[nodiscard]] SandboxEntry& sandbox() { return sandbox_; }
     [[nodiscard]] const WrapperBundle& bundle() const { return bundle_; }
     /// True when programs of this wrapper were running already when the session began: they belong to another
     /// start, and nothing here waits for them or ends them.
@@ -57,7 +65,9 @@ class WineSession {
     [[nodiscard]] std::string nameablePath(const std::string& path);
     /// Runs Wine with the arguments and waits for its end. The exit status, 0 to 255; `stopped()` after a
     /// signal.
-    int wine(const std::vector<std::string>& arguments, const std::string& runFolder, Display display);
+    /// `before` is a command of the user's that runs it, itself outside of the sandbox; empty: none.
+    int wine(const std::vector<std::string>& arguments, const std::string& runFolder, Display display,
+             const std::vector<std::string>& before = {});
     /// Runs another program in Wine's environment (the winetricks script).
     int program(const std::string& path, const std::vector<std::string>& arguments,
                 const std::string& runFolder);
@@ -77,7 +87,9 @@ class WineSession {
   private:
     [[nodiscard]] std::map<std::string, std::string> environment(Display display) const;
     int run(const std::string& path, const std::vector<std::string>& arguments, const std::string& runFolder,
-            Display display);
+            Display display, const std::vector<std::string>& before = {});
+    /// In the sandbox, where there is one.
+    [[nodiscard]] ChildRequest inside(ChildRequest request) const;
     /// Ends with the child, or with everything after a signal. False after a signal.
     bool waitFor(Child& child);
     int quietly(const std::string& path, const std::vector<std::string>& arguments,
@@ -92,6 +104,7 @@ class WineSession {
 
     WrapperBundle bundle_;
     std::string log_;
+    SandboxEntry sandbox_;
     StopBy stopBy_;
     ChildOutput output_;
     StopSignals signals_;

@@ -1,0 +1,220 @@
+#include "runtime/sandbox.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <set>
+
+#include "platform/files.h"
+#include "platform/folders.h"
+#include "platform/private_folder.h"
+#include "runtime/wine_session.h"
+
+namespace morvane::runtime {
+namespace {
+
+using Words = std::vector<std::string>;
+using Environment = std::map<std::string, std::string>;
+
+/// Of everybody.
+constexpr std::array placesOfUsers{"/home", "/root", "/media", "/run/media"};
+/// Where discs and other media are mounted, one below it or below a user's name.
+constexpr std::array placesOfMedia{"/media", "/run/media"};
+
+/// Graphics, sound, game controllers, and the memory that they share.
+constexpr std::array devices{"/dev/dri",  "/dev/kfd", "/dev/snd",     "/dev/input",
+                             "/dev/uhid", "/dev/shm", "/dev/udmabuf", "/dev/ntsync"};
+/// Devices of these names have numbers.
+constexpr std::array numberedDevices{"nvidia", "hidraw", "js"};
+/// What programs read below /run: controllers' properties, the name servers, the driver of some systems.
+constexpr std::array readInRun{
+    "/run/udev",          "/run/systemd/resolve", "/run/NetworkManager/resolv.conf",
+    "/run/nscd",          "/run/resolvconf",      "/run/opengl-driver",
+    "/run/current-system"};
+/// In the folder of the user's session: sound.
+constexpr std::array sessionSockets{"pulse", "pipewire-0"};
+/// The ways to what runs in the user's session, outside.
+constexpr std::array sessionVariables{"DBUS_SESSION_BUS_ADDRESS", "SSH_AUTH_SOCK", "GPG_AGENT_INFO",
+                                      "SESSION_MANAGER"};
+/// Of the prefix, what our own programs read or write from outside: a link there could lead them anywhere.
+constexpr std::array ownInPrefix{"/dosdevices", "/Logs", "/CaskeryMenuScripts"};
+
+bool isAtOrBelow(const std::string& path, const std::string& folder) {
+    return path == folder || path.starts_with(folder + "/");
+}
+
+std::string valueOf(const Environment& environment, const char* name) {
+    const auto found = environment.find(name);
+    return found != environment.end() ? found->second : std::string();
+}
+
+void add(Words& words, std::initializer_list<std::string> more) {
+    words.insert(words.end(), more);
+}
+
+void bind(Words& words, const char* how, const std::string& path) {
+    add(words, {how, path, path});
+}
+
+void addDevices(Words& words) {
+    add(words, {"--dev", "/dev"});
+    for (const char* device : devices) bind(words, "--dev-bind-try", device);
+    const auto names = files::list("/dev");
+    if (!names) return;
+    for (const std::string& name : *names) {
+        const bool isOne =
+            std::ranges::any_of(numberedDevices, [&](auto* begin) { return name.starts_with(begin); });
+        if (isOne) bind(words, "--dev-bind-try", "/dev/" + name);
+    }
+}
+
+/// The display and the sound of the user's session, by which programs show and play something.
+void addSession(Words& words, const std::string& folder, const Environment& environment) {
+    bind(words, "--ro-bind-try", "/tmp/.X11-unix");
+    std::string authority = valueOf(environment, "XAUTHORITY");
+    if (authority.empty()) authority = valueOf(environment, "HOME") + "/.Xauthority";
+    if (authority.starts_with('/')) bind(words, "--ro-bind-try", authority);
+    if (std::string sound = valueOf(environment, "PULSE_SERVER"); sound.starts_with("unix:/"))
+        bind(words, "--ro-bind-try", sound.substr(std::string_view("unix:").size()));
+    if (folder.empty()) return;
+    for (const char* name : sessionSockets) bind(words, "--ro-bind-try", files::join(folder, name));
+    const std::string display = valueOf(environment, "WAYLAND_DISPLAY");
+    if (display.empty()) return;
+    bind(words, "--ro-bind-try", display.starts_with('/') ? display : files::join(folder, display));
+}
+
+/// The wrapper: its programs may change the prefix and nothing else of it, neither the launcher, which runs
+/// outside, nor its settings, which say what the sandbox is.
+void addWrapper(Words& words, const Wrapper& wrapper) {
+    bind(words, "--ro-bind", wrapper.path());
+    bind(words, "--bind", wrapper.prefix());
+    // A place of a mount can't be renamed, so that no link comes to lie where it is.
+    if (files::kindOf(wrapper.driveC()) == files::Kind::folder) bind(words, "--bind", wrapper.driveC());
+    for (const char* part : ownInPrefix) {
+        if (files::kindOf(wrapper.prefix() + part) == files::Kind::folder)
+            bind(words, "--ro-bind", wrapper.prefix() + part);
+    }
+}
+
+}  // namespace
+
+std::vector<std::string> hiddenFolders() {
+    std::set<std::string> folders(placesOfUsers.begin(), placesOfUsers.end());
+    folders.insert(Folders::fromEnvironment().home);
+    folders.insert(environmentVariable("HOME"));
+    if (const passwd* user = ::getpwuid(::getuid())) folders.insert(user->pw_dir);
+    std::set<std::string> found;
+    for (const std::string& folder : folders) {
+        const auto path = files::resolved(folder);
+        // A user of the system may have "/" for a home.
+        if (folder.starts_with('/') && path && *path != "/" && files::kindOf(*path) == files::Kind::folder)
+            found.insert(*path);
+    }
+    return {found.begin(), found.end()};
+}
+
+std::vector<std::string> writableFolders(const Wrapper& wrapper, const Dictionary& settings,
+                                         const std::vector<std::string>& hidden) {
+    std::set<std::string> folders;
+    const std::string prefix = files::resolved(wrapper.prefix()).value_or(wrapper.prefix());
+    const auto addFolder = [&](const std::string& path) {
+        const auto folder = files::resolved(path);
+        const bool holdsHidden = folder && std::ranges::any_of(hidden, [&](const std::string& one) {
+                                     return *folder == "/" || isAtOrBelow(one, *folder);
+                                 });
+        if (folder && !holdsHidden && files::kindOf(*folder) == files::Kind::folder) folders.insert(*folder);
+    };
+    const std::vector<std::string> shared = sharedFolders(settings);
+    for (const std::string& folder : shared) {
+        if (files::resolved(folder) == folder) addFolder(folder);
+    }
+    for (const DriveLink& link : linksOfDrive(wrapper)) {
+        if (std::ranges::find(shared, link.folder) != shared.end()) continue;
+        tell(link.link + " leads to " + link.folder +
+             ", which the sandbox keeps out of sight. Setting the sandbox again in the properties lets it "
+             "through.");
+    }
+    const auto drives = files::list(wrapper.dosdevices());
+    if (!drives) return {folders.begin(), folders.end()};
+    for (const std::string& drive : *drives) {
+        const auto place = files::destinationOfLink(files::join(wrapper.dosdevices(), drive));
+        // Those inside the wrapper are where programs of the sandbox could put a link.
+        if (!place || !place->starts_with('/') || isAtOrBelow(*place, wrapper.prefix()) ||
+            isAtOrBelow(*place, prefix)) {
+            continue;
+        }
+        const auto isBelow = [&](const std::string& folder) { return isAtOrBelow(*place, folder); };
+        if (std::ranges::none_of(folders, isBelow)) addFolder(*place);
+    }
+    return {folders.begin(), folders.end()};
+}
+
+std::string readableAround(const std::string& program, const std::vector<std::string>& hidden) {
+    const std::string path = files::resolved(program).value_or(program), folder = files::parent(path);
+    const bool isHome =
+        std::ranges::any_of(hidden, [&](const std::string& one) { return isAtOrBelow(one, folder); });
+    if (isHome) return path;
+    const bool isMedia =
+        std::ranges::any_of(placesOfMedia, [&](const char* place) { return isAtOrBelow(folder, place); });
+    if (!isMedia) return folder;
+    struct stat inside {
+    }, above{};
+    for (std::string disc = folder; disc != "/"; disc = files::parent(disc)) {
+        if (::stat(disc.c_str(), &inside) != 0 || ::stat(files::parent(disc).c_str(), &above) != 0) break;
+        const bool isPlace = std::ranges::find(placesOfMedia, disc) != placesOfMedia.end();
+        if (isPlace) break;
+        if (inside.st_dev != above.st_dev) return disc;
+    }
+    return folder;
+}
+
+Result<std::string> makeServerFolder(const std::string& prefix) {
+    struct stat information {};
+    if (::stat(prefix.c_str(), &information) != 0) return Failure{prefix + " is missing."};
+    const std::string ofUser = "/tmp/.wine-" + std::to_string(::getuid());
+    std::array<char, 64> name{};
+    std::snprintf(name.data(), name.size(), "server-%llx-%llx",
+                  static_cast<unsigned long long>(information.st_dev),
+                  static_cast<unsigned long long>(information.st_ino));
+    const std::string folder = files::join(ofUser, name.data());
+    for (const std::string& each : {ofUser, folder}) {
+        if (auto made = files::makePrivate(each); !made) return made.error();
+    }
+    return folder;
+}
+
+std::vector<std::string> sandboxArguments(const SandboxView& view,
+                                          const std::map<std::string, std::string>& environment) {
+    Words words{"--cap-drop", "ALL"};
+    if (view.mode == Sandbox::strict) add(words, {"--unshare-net"});
+    add(words, {"--ro-bind", "/", "/"});
+    for (const char* folder : emptied) {
+        if (files::kindOf(folder) == files::Kind::folder) add(words, {"--tmpfs", folder});
+    }
+    for (const std::string& folder : view.hidden) add(words, {"--tmpfs", folder});
+    addDevices(words);
+    for (const char* path : readInRun) bind(words, "--ro-bind-try", path);
+    if (!view.runtimeFolder.empty()) add(words, {"--perms", "0700", "--tmpfs", view.runtimeFolder});
+    addSession(words, view.runtimeFolder, environment);
+    add(words, {"--perms", "0700", "--dir", files::parent(view.serverFolder)});
+    bind(words, "--bind", view.serverFolder);
+
+    for (const std::string& path : view.readable) bind(words, "--ro-bind", path);
+    for (const std::string& path : view.writable) bind(words, "--bind", path);
+    // Behind the others: a drive that holds the wrapper does not open all of it.
+    addWrapper(words, view.wrapper);
+    for (const auto& [place, destination] : view.links) add(words, {"--symlink", destination, place});
+
+    // What is written there would be lost with the start: better that the program hears of it.
+    for (const std::string& folder : view.hidden) add(words, {"--remount-ro", folder});
+    for (const char* name : sessionVariables) add(words, {"--unsetenv", name});
+    // Shaders that a driver keeps are not compiled anew at each start.
+    add(words, {"--setenv", "XDG_CACHE_HOME", view.wrapper.prefix() + "/.cache"});
+    return words;
+}
+
+}  // namespace morvane::runtime
