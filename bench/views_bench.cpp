@@ -30,7 +30,7 @@ class Stage : public testing::DesktopStage {
         open();
         window->repaint();
         std::printf("first picture with %d games: %lld ms\n", games, static_cast<long long>(watch.elapsed()));
-        app->library().showTab(NSAppsArray::catalogueTab);
+        app->library().showTab(catalogueTab);
         runUntil([&] { return list->model()->rowCount() == ports; }, std::chrono::seconds(60));
         type("port 19");
         scroll();

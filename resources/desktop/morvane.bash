@@ -8,7 +8,7 @@ _morvane_command() {
     case $1 in
     '')
         subcommands='blank catalogue cki crash-report debug disc drive engine exe feedback icon install library logs menu mod
-            open plan play properties resources run serve settings show specs stop theme tool wrapper'
+            open plan play properties resources run saves serve settings show specs stop theme tool wrapper'
         options='--version'
         ;;
     blank) options='--engine= --steam --origin --uplay --mac-driver --no-installer' ;;
@@ -51,11 +51,12 @@ _morvane_command() {
     stop) options='--all' ;;
     theme) subcommands='apply reset' ;;
     'theme apply') options='--window= --action= --bottom=' ;;
+    saves) second='list backup restore' ;;
     tool) second='winecfg regedit taskmgr cmd' ;;
     wrapper) subcommands='update' ;;
     esac
     case $1 in
-    debug | drive | exe | icon | logs | menu | mod | play | properties | run | show | stop | tool | 'library remove' | \
+    debug | drive | exe | icon | logs | menu | mod | play | properties | run | saves | show | stop | tool | 'library remove' | \
         'wrapper update') first=installed ;;
     esac
     options+=' --answer= --choose= --defaults --json --verbose --help'

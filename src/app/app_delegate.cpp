@@ -29,16 +29,23 @@ AppDelegate::AppDelegate(ShellView& view, std::shared_ptr<NSProgressView> progre
       progress_(std::move(progress)),
       layout_(layoutFor(view)),
       functionKeys_(std::make_shared<FunctionKeys>()),
-      library_(apps_, {.reload = [this] { view_.libraryChanged(); },
-                       .rowChanged = [this](std::size_t row) { view_.libraryRowChanged(row); },
-                       .installCkiFile = [this](const std::string& cki) { installCkiFile(cki); },
-                       .removed = [this](const std::string& path) { itemRemoved(path); }}),
+      library_(apps_,
+               {.reload = [this] { view_.changed(ShownPart::library); },
+                .rowChanged = [this](std::size_t row) { view_.libraryRowChanged(row); },
+                .installCkiFile = [this](const std::string& cki) { actions_.installCkiFile({.path = cki}); },
+                .removed = [this](const std::string& path) { itemRemoved(path); }}),
       gamePage_(layout_, progress_, gamePageCallbacks()),
       latest_(NSRankingList::TableType::latest, rankingCallbacks(NSRankingList::TableType::latest)),
       popular_(NSRankingList::TableType::popular, rankingCallbacks(NSRankingList::TableType::popular)),
       highrated_(NSRankingList::TableType::highrated, rankingCallbacks(NSRankingList::TableType::highrated)),
+      actions_({.apps = apps_,
+                .library = library_,
+                .gamePage = gamePage_,
+                .view = view_,
+                .progress = progress_,
+                .showLibrary = [this] { showMorvaneTab(MorvaneTab::library); }}),
       self_(std::make_shared<AppDelegate*>(this)) {
-    view_.setURLHandler([this](const std::string& link) { handleURLEvent(link); });
+    view_.setURLHandler([this](const std::string& link) { actions_.handleURLEvent(link); });
 }
 
 AppDelegate::~AppDelegate() {
@@ -56,8 +63,8 @@ void AppDelegate::onDelegate(const std::shared_ptr<AppDelegate*>& self,
 }
 
 NSDescriptionView::Callbacks AppDelegate::gamePageCallbacks() {
-    return {.pageChanged = [this] { view_.gamePageChanged(); },
-            .actionTitleChanged = [this] { view_.actionTitleChanged(); },
+    return {.pageChanged = [this] { view_.changed(ShownPart::gamePage); },
+            .actionTitleChanged = [this] { view_.changed(ShownPart::actionTitle); },
             .selectPage = [this] { view_.showGamePage(); },
             .showWindow = [this](const NSDescriptionView::HtmlWindow& window) { view_.showWindow(window); },
             .showVotingPanel = [this](const auto& panel) { view_.showVotingPanel(panel); },
@@ -96,11 +103,11 @@ NSRankingList& AppDelegate::rankingList(NSRankingList::TableType type) {
 NSPreferencesView& AppDelegate::preferences() {
     if (!preferences_) {
         preferences_ = std::make_unique<NSPreferencesView>(NSPreferencesView::Callbacks{
-            .changed = [this] { view_.preferencesChanged(); },
+            .changed = [this] { view_.changed(ShownPart::preferences); },
             .automaticallyChecksForUpdates = [](bool) { update_check::lookForUpdate(); },
             .appearanceChanged = [this] { beginWithWindowAppearance(); },
-            .updateDockInGridView = [this] { view_.updateDockInGridView(); },
-            .webViewZoomChanged = [this] { view_.webViewZoomChanged(); }});
+            .updateDockInGridView = [this] { view_.changed(ShownPart::dock); },
+            .webViewZoomChanged = [this] { view_.changed(ShownPart::webViewZoom); }});
     }
     return *preferences_;
 }
@@ -108,7 +115,7 @@ NSPreferencesView& AppDelegate::preferences() {
 NSAppsFoldersList& AppDelegate::appsFolders() {
     if (!appsFolders_) {
         appsFolders_ = std::make_unique<NSAppsFoldersList>(
-            apps_, NSAppsFoldersList::Callbacks{.changed = [this] { view_.appsFoldersChanged(); },
+            apps_, NSAppsFoldersList::Callbacks{.changed = [this] { view_.changed(ShownPart::appsFolders); },
                                                 .beep = [this] { view_.beep(); },
                                                 .libraryLoaded = [this] { library_.reload(); }});
     }
@@ -148,9 +155,9 @@ void AppDelegate::openRow(std::size_t row) {
 
 void AppDelegate::activateRow(std::size_t row) {
     const LocalItem* item = library_.localItem(row);
-    if (item == nullptr || NSAppsArray::isMissing(item->path)) return openRow(row);
+    if (item == nullptr || local_items::isMissing(item->path)) return openRow(row);
     const std::string path = item->path;
-    if (!library_.isRunning(path)) shouldRunGameAtPath(path);
+    if (!library_.isRunning(path)) actions_.shouldRunGameAtPath(path);
 }
 
 std::vector<NSDescriptionView::MenuItem> AppDelegate::menuOfRow(std::size_t row) {
@@ -159,11 +166,7 @@ std::vector<NSDescriptionView::MenuItem> AppDelegate::menuOfRow(std::size_t row)
     }
     const CatalogueLine* line = library_.catalogueLine(row);
     return line == nullptr ? std::vector<NSDescriptionView::MenuItem>()
-                           : gamePage_.menuOf(NSGameData::bufferedEntry(line->id));
-}
-
-void AppDelegate::stopItem(const std::string& path) {
-    gamePage_.actions().forceCloseGame(NSGameData::initWithPath(path));
+                           : gamePage_.menuOf(entry_buffer::entryOf(line->id));
 }
 
 void AppDelegate::showProperties(const std::string& path) {
@@ -178,7 +181,7 @@ void AppDelegate::showProperties(const std::string& path) {
                 // One that was closed may still be saving.
                 ifThere([&](AppDelegate& app) {
                     const bool isShown = app.properties_ && number == app.propertiesWindows_;
-                    if (isShown) app.view_.propertiesChanged();
+                    if (isShown) app.view_.changed(ShownPart::properties);
                 });
             },
         .refresh =

@@ -34,6 +34,18 @@ struct Menulet {
     std::vector<std::string> titles;  ///< of its menu; titles without an action
 };
 
+/// What shows something else from now on. `dock`: the shelf of the grid.
+enum class ShownPart {
+    library,
+    gamePage,
+    actionTitle,
+    preferences,
+    appsFolders,
+    properties,
+    dock,
+    webViewZoom,
+};
+
 /// A front end overrides what it draws; nothing else happens without it.
 class ShellView {
   public:
@@ -60,17 +72,10 @@ class ShellView {
     virtual void showGamePage() {}
     virtual void bringMainWindowToFront() {}
 
-    // Something shows something else now.
-    virtual void libraryChanged() {}
+    virtual void changed(ShownPart) {}
     /// One row of the library alone: its icon, or what has become of it.
     virtual void libraryRowChanged(std::size_t) {}
-    virtual void gamePageChanged() {}
-    virtual void actionTitleChanged() {}
     virtual void rankingsChanged(NSRankingList::TableType) {}
-    virtual void preferencesChanged() {}
-    virtual void appsFoldersChanged() {}
-    virtual void updateDockInGridView() {}
-    virtual void webViewZoomChanged() {}
 
     virtual void showWindow(const NSDescriptionView::HtmlWindow&) {}
     /// To be kept by the front end for as long as it uses it; another panel first closes this one.
@@ -78,7 +83,6 @@ class ShellView {
     virtual void votingPanelClosed() {}
     /// The same.
     virtual void showProperties(const std::shared_ptr<NSPropertiesWindow>&) {}
-    virtual void propertiesChanged() {}
     virtual void propertiesClosed() {}
     virtual void beep() {}
     /// A port that was opened or made from the menu is finished and in the library.

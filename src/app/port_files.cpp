@@ -5,7 +5,7 @@
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
 #include "foundation/localization.h"
-#include "library/apps_array.h"
+#include "library/local_items.h"
 #include "platform/files.h"
 #include "ports/port_data.h"
 #include "ports/typed_stream.h"
@@ -26,7 +26,7 @@ void storeBackups(const Value& description, const std::string& wrapper) {
     const auto archive = typed_stream::archive(description);
     if (!archive) return MVAlert::showAlertErrorMessage(archive.error().message());
     storeBackup(*archive, wrapper);
-    for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(wrapper)) {
+    for (const LocalItem& launcher : local_items::checkForCustomEXEsInWrapper(wrapper)) {
         storeBackup(*archive, launcher.path);
     }
 }

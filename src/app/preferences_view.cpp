@@ -8,6 +8,7 @@
 #include "foundation/settings.h"
 #include "foundation/threads.h"
 #include "library/icon_cache.h"
+#include "library/menu_entries.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/pictures.h"
@@ -72,6 +73,7 @@ NSPreferencesView::NSPreferencesView(Callbacks callbacks) : callbacks_(std::move
     shown_.developerMode = settings::get(settings::developerMode);
     shown_.sendsCrashReports = settings::get(settings::automaticallySendCrashLogs);
     shown_.hidesDock = settings::get(settings::hideDockInGridView);
+    shown_.showsGamesInMenu = settings::get(settings::menuEntries);
     shown_.descriptionFontSize =
         stepper(settings::descriptionFontSize, settings::get(settings::descriptionFontSize));
     shown_.webViewZoom =
@@ -137,6 +139,12 @@ void NSPreferencesView::hideDockInGridViewAction(bool on) {
     shown_.hidesDock = on;
     store(settings::hideDockInGridView, on);
     if (callbacks_.updateDockInGridView) callbacks_.updateDockInGridView();
+}
+
+void NSPreferencesView::showGamesInMenu(bool on) {
+    shown_.showsGamesInMenu = on;
+    store(settings::menuEntries, on);
+    menu_entries::settleLater();
 }
 
 // ---- Themes

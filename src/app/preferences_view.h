@@ -47,7 +47,8 @@ class NSPreferencesView {
         std::int64_t least = 0, most = 0;
     };
     struct Shown {
-        bool checksForUpdates = false, developerMode = false, sendsCrashReports = false, hidesDock = false;
+        bool checksForUpdates = false, developerMode = false, sendsCrashReports = false, hidesDock = false,
+             showsGamesInMenu = false;
         Appearance appearance = Appearance::system;
         Stepper descriptionFontSize, webViewZoom;
         ThemeImages themeImages;
@@ -77,6 +78,8 @@ class NSPreferencesView {
     void changeWebViewZoom(std::int64_t value);
     void atomaticallyCheckForUpdates(bool on);
     void hideDockInGridViewAction(bool on);
+    /// Whether games stand in the desktop's menu; it follows in the background.
+    void showGamesInMenu(bool on);
 
     /// A picture dropped into a well. False, and the well is unchanged, for what is no picture.
     bool putThemeImage(ThemeImage well, const ImageData& picture);

@@ -230,7 +230,7 @@ NSPropertiesWindow::WindowType NSPropertiesWindow::windowTypeOf(const NSPortMana
     return port.get(wrapper_keys::fullscreen) ? WindowType::fakeFullScreen : WindowType::fakeWindowed;
 }
 
-bool NSPropertiesWindow::isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine) {
+bool isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine) {
     constexpr std::size_t versionAt = 7;  // behind "CK9Wine"
     if (!engine || engine->size() <= versionAt) return true;
     const auto parts = MVString::split(std::string_view(*engine).substr(versionAt), ".");
@@ -405,6 +405,7 @@ void NSPropertiesWindow::save(std::function<void(bool saved)> completion) {
     worker->mainWrapperPath_ = mainWrapperPath_;
     worker->shown_ = shown_;
     worker->filled_ = filled_;
+    worker->isSandboxChosen_ = isSandboxChosen_;
     MVThread::dispatchQueueWithName("app.morvane.saveProperties", Priority::normal,
                                     [self = self_, worker, completion = std::move(completion)] {
                                         const bool saved = worker->saveDataToWrapper();
@@ -416,6 +417,7 @@ void NSPropertiesWindow::save(std::function<void(bool saved)> completion) {
                                                 window.mainWrapperPath_ = worker->mainWrapperPath_;
                                                 window.shown_ = worker->shown_;
                                                 window.filled_ = worker->filled_;
+                                                window.isSandboxChosen_ = worker->isSandboxChosen_;
                                                 window.isSaveCancelled_ = worker->isSaveCancelled_;
                                                 window.isSaving_ = false;
                                                 window.tellChanged();

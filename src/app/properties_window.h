@@ -124,8 +124,6 @@ class NSPropertiesWindow {
     /// Whether the user has called off the last save.
     [[nodiscard]] bool isSaveCancelled() const { return isSaveCancelled_; }
 
-    [[nodiscard]] static bool isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine);
-
   private:
     [[nodiscard]] Callbacks callbacksOfWorker() const;
     [[nodiscard]] NSPortManager itemStore() const;
@@ -175,5 +173,8 @@ class NSPropertiesWindow {
     bool isSaving_ = false;
     const std::shared_ptr<NSPropertiesWindow*> self_;  ///< holds nothing once the window is gone
 };
+
+/// Also true for an engine that is not known. Any thread.
+[[nodiscard]] bool isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine);
 
 }  // namespace morvane

@@ -18,7 +18,7 @@ namespace morvane::settings {
 namespace {
 
 Failure unfit(const Setting& setting, const std::string& word) {
-    std::string expected(wordFor(setting.kind));
+    std::string expected = localized(wordFor(setting.kind));
     if (setting.kind == Kind::integer) {
         expected += " (" + std::to_string(setting.least) + " to " + std::to_string(setting.most) + ")";
     }
@@ -89,19 +89,19 @@ std::string_view wordFor(Kind kind) {
     switch (kind) {
         case Kind::boolean:
         case Kind::flag:
-            return "yes or no";
+            return marked("yes or no");
         case Kind::integer:
-            return "an integer";
+            return marked("an integer");
         case Kind::real:
-            return "a positive number";
+            return marked("a positive number");
         case Kind::text:
-            return "a text";
+            return marked("a text");
         case Kind::date:
-            return "a date";
+            return marked("a date");
         case Kind::folders:
-            return "folders";
+            return marked("folders");
         case Kind::library:
-            return "the library";
+            return marked("the library");
     }
     return "";
 }

@@ -62,7 +62,51 @@ std::optional<std::string> reasonForNoWebsite() {
     return localized("Couldn't load %s website.", {parts ? parts->host : catalogue});
 }
 
+/// With its parents; a folder that can't be created is not reported.
+void verifyFolder(const std::string& path) {
+    if (!MVFileManager::directoryExistsAtPath(path)) static_cast<void>(files::createFolder(path, true));
+}
+
+bool shouldEnableDarkMode() {
+    return settings::get(settings::useVibrantDarkStyle);
+}
+
+/// The user's picture of that name, or the default's copy; nothing without both.
+std::optional<std::string> destinationOfCopiedImage(const std::string& name) {
+    const std::string copy = filled("%@/%@", {layout::applicationSupportFolder(), name});
+    if (MVFileManager::fileExistsAtPath(copy)) return copy;
+    const std::string resource = files::join(host().folders.resources, name);
+    const auto bytes = files::read(resource);
+    if (!bytes) return std::nullopt;
+    return files::write(copy, *bytes, files::Atomically::yes) ? copy : resource;
+}
+
+/// Returns at once. On the fifth day the user is asked for feedback.
+void recordRunningDay() {
+    MVThread::dispatchQueueWithName("app.morvane.recordRunningDay", Priority::normal, [] {
+        if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) ||
+            !settings::isFirstOfDay(settings::lastRunningDay))
+            return;
+        const std::int64_t days = settings::get(settings::runningDaysCounter) + 1;
+        settings::set(settings::runningDaysCounter, days);
+        if (days == dayOfTheFeedbackQuestion) askForFeedback();
+    });
+}
+
 }  // namespace
+
+void verifyNeededFolders() {
+    const std::string& library = host().folders.library;
+    const std::string caskery = filled("%@/Library/Application Support/Caskery", {library});
+    const std::string support = layout::applicationSupportFolder();
+    for (const std::string& folder :
+         {filled("%@/Engines", {caskery}), filled("%@/Wrapper", {caskery}), host().folders.verbsCache,
+          support, filled("%@/IconCache", {support})}) {
+        verifyFolder(folder);
+    }
+    // Not every system has one; without it, new ports would go to the desktop.
+    verifyFolder(host().folders.applications);
+}
 
 void AppDelegate::applicationDidFinishLaunching() {
     view_.setNotificationHandler([this](const std::string& info) { didActivateNotification(info); });
@@ -96,27 +140,6 @@ void AppDelegate::checkIfFnToggleIsEnabled() {
     });
 }
 
-void AppDelegate::verifyFolder(const std::string& path) {
-    if (!MVFileManager::directoryExistsAtPath(path)) static_cast<void>(files::createFolder(path, true));
-}
-
-void AppDelegate::verifyNeededFolders() {
-    const std::string& library = host().folders.library;
-    const std::string caskery = filled("%@/Library/Application Support/Caskery", {library});
-    const std::string support = layout::applicationSupportFolder();
-    for (const std::string& folder :
-         {filled("%@/Engines", {caskery}), filled("%@/Wrapper", {caskery}),
-          host().folders.verbsCache, support, filled("%@/IconCache", {support})}) {
-        verifyFolder(folder);
-    }
-    // Not every system has one; without it, new ports would go to the desktop.
-    verifyFolder(host().folders.applications);
-}
-
-bool AppDelegate::shouldEnableDarkMode() {
-    return settings::get(settings::useVibrantDarkStyle);
-}
-
 void AppDelegate::beginWithWindowAppearance() {
     // Only old Macs have a single appearance; a machine that is no Mac tells no version.
     const bool hasAppearances = NSComputerInformation::macOsVersion().empty() ||
@@ -126,15 +149,6 @@ void AppDelegate::beginWithWindowAppearance() {
     view_.setWindowAppearance(followsSystem            ? WindowAppearance::system
                               : shouldEnableDarkMode() ? WindowAppearance::vibrantDark
                                                        : WindowAppearance::light);
-}
-
-std::optional<std::string> AppDelegate::destinationOfCopiedImage(const std::string& name) {
-    const std::string copy = filled("%@/%@", {layout::applicationSupportFolder(), name});
-    if (MVFileManager::fileExistsAtPath(copy)) return copy;
-    const std::string resource = files::join(host().folders.resources, name);
-    const auto bytes = files::read(resource);
-    if (!bytes) return std::nullopt;
-    return files::write(copy, *bytes, files::Atomically::yes) ? copy : resource;
 }
 
 void AppDelegate::loadAppTheme() {
@@ -190,19 +204,8 @@ void AppDelegate::webPageLoaded() {
     progress_->closeCreatingPort(CreatingPort::no);
 }
 
-void AppDelegate::recordRunningDay() {
-    MVThread::dispatchQueueWithName("app.morvane.recordRunningDay", Priority::normal, [] {
-        if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue) ||
-            !settings::isFirstOfDay(settings::lastRunningDay))
-            return;
-        const std::int64_t days = settings::get(settings::runningDaysCounter) + 1;
-        settings::set(settings::runningDaysCounter, days);
-        if (days == dayOfTheFeedbackQuestion) askForFeedback();
-    });
-}
-
 void AppDelegate::loadLists() {
-    library_.showTab(NSAppsArray::localTab);
+    library_.showTab(localTab);
     apps_.loadServerAppsBlock({});
 }
 
@@ -212,7 +215,7 @@ bool AppDelegate::applicationShouldHandleReopen() {
 }
 
 void AppDelegate::didActivateNotification(const std::string& info) {
-    shouldRunGameAtPath(info);
+    actions_.shouldRunGameAtPath(info);
 }
 
 void AppDelegate::applicationWillTerminate() const {

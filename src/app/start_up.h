@@ -1,4 +1,4 @@
-// app/start_up.h: what start-up leaves for the end of the application.
+// app/start_up.h: the folders that everything else needs, and what start-up leaves for the end of the application.
 #pragma once
 
 #include <optional>
@@ -7,6 +7,9 @@
 #include "platform/annotations.h"
 
 namespace morvane {
+
+/// Makes those that are missing. Any thread.
+void verifyNeededFolders();
 
 struct AppDelegate::FunctionKeys {
     Mutex mutex;

@@ -19,6 +19,7 @@
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "wrapper/program_header.h"
+#include "wrapper/saved_games.h"
 #include "wrapper/wrapper.h"
 
 namespace morvane {
@@ -46,7 +47,7 @@ class Planner {
         draft_.begin(localized("Before anything is made"));
         draft_.ask(
             {.shown = building::agreementDialog(""), .answer = localized("I Agree"), .othersEnd = true});
-        draft_.ask({.shown = building::foreignPortDialog(),
+        draft_.ask({.shown = building::foreignPortDialog(""),
                     .answer = localized("Install it anyway"),
                     .othersEnd = true});
         if (place == Place::proposed) {
@@ -64,6 +65,13 @@ class Planner {
         draft_.begin(localized("Before anything is made"));
         if (port_.isSigned()) return;
         draft_.ask({.shown = building::unsignedPortDialog(), .answer = localized("Yes"), .othersEnd = true});
+    }
+    /// Of the wrapper that lies in the place. Belongs to the stage that is open.
+    void addSavedGames() {
+        const Wrapper replaced(wrapper_);
+        draft_.ask({.shown = saved_games::offerDialog(replaced.name()),
+                    .answer = localized("Yes"),
+                    .isAsked = saved_games::hasAny(replaced)});
     }
     /// Belongs to the stage that is open.
     void addRequirements() {
@@ -265,6 +273,7 @@ BuildPlan planOfBuild(const Build& build, const std::optional<Result<NSPortData>
     Planner planner(build, **port, wrapper, AskForSizes::yes);
     planner.addOpening(place);
     planner.addRequirements();
+    planner.addSavedGames();
     return planner.finished();
 }
 
@@ -281,6 +290,7 @@ std::vector<ForeseenQuestion> questionsOfBuild(const Build& build, const NSPortD
     Planner planner(build, port, wrapper, AskForSizes::no);
     planner.addOpening(place);
     planner.addRequirements();
+    planner.addSavedGames();
     return questionsOf(planner.finished());
 }
 
@@ -289,6 +299,7 @@ std::vector<ForeseenQuestion> questionsOfTrustedBuild(const Build& build, const 
     Planner planner(build, port, wrapper, AskForSizes::no);
     planner.addSignature();
     planner.addRequirements();
+    planner.addSavedGames();
     return questionsOf(planner.finished());
 }
 
@@ -296,6 +307,7 @@ std::vector<ForeseenQuestion> questionsOfBlank(const Build& build, const NSPortD
                                                const std::string& wrapper) {
     Planner planner(build, port, wrapper, AskForSizes::no);
     planner.addAgreement();
+    planner.addSavedGames();
     return questionsOf(planner.finished());
 }
 

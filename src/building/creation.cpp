@@ -1,4 +1,3 @@
-#include "building/new_sandbox.h"
 #include "building/creation.h"
 
 // The spine of the pipeline: a port is built in four stages, and a wrapper gets its engine and its prefix.
@@ -13,6 +12,7 @@
 #include "building/estimated_progress.h"
 #include "building/finished_prefix.h"
 #include "building/master_wrapper.h"
+#include "building/new_sandbox.h"
 #include "building/program_check.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -123,18 +123,21 @@ bool buildPortAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
         if (!installer) MVAlert::showAlertErrorMessage(installer.error().message());
         return installer.has_value();
     };
+    // Before any program of the port runs in it; a wrapper that was there keeps what it has.
+    const auto sandboxed = [&] {
+        if (build.made.place == wrapper.path()) giveNewSandbox(wrapper);
+        return true;
+    };
     return updateCaskery(build) && goOn() && prepareEngine(build, engine, port.engineCustomLink) && goOn() &&
            installerCanRun() &&
            createWrapperAt(build, wrapper, building::engineForWrapper(engine, wrapper)) && goOn() &&
-           configureWrapperAt(build, wrapper, port);
+           sandboxed() && configureWrapperAt(build, wrapper, port);
 }
 
 bool createWrapperAt(Build& build, const Wrapper& wrapper, const std::string& engine) {
     build.setMessage(localized("Creating Wrapper %@...", {build.currentCaskery.value_or("")}));
     build.setSubtitle(localized("Please wait. It might take a minute or two."));
     if (!copyingMasterWrapperToPath(build, wrapper)) return false;
-    // Before any program of the port runs in it.
-    if (build.made.place == wrapper.path()) giveNewSandbox(wrapper);
     host().creation.throwIfRequested();
     switch (extractEngine(build, engine, wrapper)) {
         case ExtractedEngine::failure:

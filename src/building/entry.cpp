@@ -23,8 +23,11 @@
 #include "foundation/threads.h"
 #include "platform/files.h"
 #include "platform/host.h"
+#include "ports/recipe_signature.h"
+#include "ports/typed_stream.h"
 #include "wrapper/layout.h"
 #include "wrapper/processes.h"
+#include "wrapper/saved_games.h"
 #include "wrapper/wrapper.h"
 
 namespace morvane {
@@ -37,9 +40,17 @@ std::optional<std::string> askWhereToSave(const std::string& proposedName, Form*
     return MVAlert::chooseSavePath(panel);
 }
 
-bool userTrustsForeignPort() {
+/// Empty for a file that is no port, which is told when it is to be installed.
+std::string signerOf(const std::string& file) {
+    const auto port = NSUtilities::loadArchivedObjectFromFile(file, "CKI");
+    const auto* description = port ? port->as<Dictionary>() : nullptr;
+    if (description == nullptr) return "";
+    return recipe_signature::sentenceOf(recipe_signature::signatureOf(*description));
+}
+
+bool userTrustsForeignPort(const std::string& file) {
     constexpr std::size_t install = 1;
-    return MVAlert::showDialog(building::foreignPortDialog()).button == install;
+    return MVAlert::showDialog(building::foreignPortDialog(signerOf(file))).button == install;
 }
 
 /// The blank-port panel. The fields keep their places; the choices are read from them by these.
@@ -84,6 +95,13 @@ NSCustomPortView choicesOf(const Form& panel) {
     return view;
 }
 
+std::optional<BlankPort> askForBlankPort() {
+    Form panel = blankPortPanel();
+    const auto wrapper = askWhereToSave("", &panel);
+    if (!wrapper) return std::nullopt;
+    return BlankPort{.place = *wrapper, .view = choicesOf(panel)};
+}
+
 }  // namespace
 
 void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionHandler handler,
@@ -97,7 +115,7 @@ void WrapperCreation::createPortFromCKIFile(const std::string& file, CompletionH
         return questionsOfBuild(*this, *port, files::join(folderForNewPorts(), name + ".app"),
                                 Place::proposed);
     });
-    if (!goesOn || !doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort()) return;
+    if (!goesOn || !doYouAgreeWithTheLicenseAgreement() || !userTrustsForeignPort(file)) return;
     const auto wrapper = place ? place : askWhereToSave(name, nullptr);
     if (!wrapper) return;
     MVThread::dispatchQueueWithName("app.morvane.wrapperCreationInstallCki", Priority::normal,
@@ -156,7 +174,9 @@ int WrapperCreation::runCreation(const std::string& wrapper,
             errorWithMessage(place.error().message());
             return -1;
         }
-        if (replacing == Replacing::yes && !replaced.stepAside()) {
+        // Whether it is replaced or built over: neither spares what the programs have saved.
+        if (!saved_games::offerBackup(Wrapper(wrapper)) ||
+            (replacing == Replacing::yes && !replaced.stepAside())) {
             errorWithMessage(std::nullopt);
             return -1;
         }
@@ -216,17 +236,22 @@ bool WrapperCreation::shouldInstallPortData(const std::optional<Result<NSPortDat
     return true;
 }
 
-void WrapperCreation::createBlankPortWithCompletionHandler(CompletionHandler handler) {
-    if (!doYouAgreeWithTheLicenseAgreement()) return;
-    Form panel = blankPortPanel();
-    const auto wrapper = askWhereToSave("", &panel);
-    if (!wrapper) return;
-    MVThread::dispatchQueueWithName(
-        "app.morvane.wrapperCreationInstallBlankWrapper", Priority::normal,
-        [this, wrapper = *wrapper, view = choicesOf(panel), handler = std::move(handler)] {
-            const bool failed = createBlankWrapperAtPath(wrapper, view) != 0;
-            if (handler) handler(failed, wrapper);
-        });
+void WrapperCreation::createBlankPortWithCompletionHandler(CompletionHandler handler,
+                                                           const std::optional<BlankPort>& blank) {
+    const bool goesOn = !blank || MVAlert::canBeAnswered([&]() -> std::vector<ForeseenQuestion> {
+        const auto port = portOfBlank(blank->place, blank->view);
+        if (!port) return {};
+        return questionsOfBlank(*this, *port, blank->place);
+    });
+    if (!goesOn || !doYouAgreeWithTheLicenseAgreement()) return;
+    const auto chosen = blank ? blank : askForBlankPort();
+    if (!chosen) return;
+    MVThread::dispatchQueueWithName("app.morvane.wrapperCreationInstallBlankWrapper", Priority::normal,
+                                    [this, blank = *chosen, handler = std::move(handler)] {
+                                        const bool failed =
+                                            createBlankWrapperAtPath(blank.place, blank.view) != 0;
+                                        if (handler) handler(failed, blank.place);
+                                    });
 }
 
 int WrapperCreation::createBlankWrapperAtPath(const std::string& wrapper, const NSCustomPortView& view) {

@@ -1,5 +1,7 @@
 #include "building/foreseen_questions.h"
 
+#include <utility>
+
 #include "building/engine_archives.h"
 #include "building/port_checks.h"
 #include "building/tools.h"
@@ -28,7 +30,7 @@ Dialog agreementDialog(std::string agreement) {
     return dialog;
 }
 
-Dialog foreignPortDialog() {
+Dialog foreignPortDialog(std::string signer) {
     Dialog dialog;
     dialog.title = localized("Warning");
     dialog.text = localized(
@@ -37,6 +39,7 @@ Dialog foreignPortDialog() {
         "this port is going to work properly.");
     dialog.buttons = {localized("Cancel"), localized("Install it anyway")};
     dialog.style = Dialog::Style::critical;
+    if (!signer.empty()) dialog.accessory = LongText{std::move(signer)};
     return dialog;
 }
 
@@ -79,11 +82,12 @@ Dialog engineLinkInput() {
 
 Dialog engineFileDialog(const std::string& engine, SiteIs site) {
     return MVAlert::booleanDialog(
-        localized(site == SiteIs::reachable
-                      ? "Do you have the port engine (%@) in your computer?"
-                      : "Caskery website seems to be offline. Do you have the port engine (%@) in your "
-                        "computer?",
-                  {engine}),
+        localized(
+            site == SiteIs::reachable
+                ? marked("Do you have the port engine (%@) in your computer?")
+                : marked("Caskery website seems to be offline. Do you have the port engine (%@) in your "
+                         "computer?"),
+            {engine}),
         "Warning", true);
 }
 

@@ -11,8 +11,9 @@
 namespace morvane::building {
 
 [[nodiscard]] Dialog agreementDialog(std::string agreement);
-/// Whether to install a port that did not come from the catalogue; its second button does.
-[[nodiscard]] Dialog foreignPortDialog();
+/// Whether to install a port that did not come from the catalogue; its second button does. `signer` says below the
+/// question who has signed it.
+[[nodiscard]] Dialog foreignPortDialog(std::string signer);
 [[nodiscard]] SavePanel placePanel(const std::string& proposedName);
 /// A port of the catalogue that does not say who made it.
 [[nodiscard]] Dialog unsignedPortDialog();

@@ -17,6 +17,7 @@
 #include "platform/process.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
+#include "wrapper/saved_games.h"
 
 namespace morvane::building {
 
@@ -132,6 +133,7 @@ WrapperUpdate updateOutdatedWrapper(const Wrapper& place, Build& build) {
     if (!outdatedWrapper(wrapper) && !WrapperUpdater::needsRepair(wrapper.path()))
         return WrapperUpdate::upToDate;
     if (!updateCaskery(build) || !build.currentCaskery) return WrapperUpdate::failed;
+    if (!saved_games::backUpOrTell(wrapper, saved_games::Occasion::update)) return WrapperUpdate::failed;
     return updateTo(wrapper.path(), *build.currentCaskery, *build.progressWindow);
 }
 

@@ -27,7 +27,8 @@ struct OutdatedWrapper {
 
 enum class WrapperUpdate { updated, upToDate, failed };
 /// Brings the master wrapper up to date, and the wrapper to its version, with the progress panel of the
-/// creation; also one that an update has left in pieces. Nothing is changed in a wrapper whose programs run.
+/// creation; also one that an update has left in pieces. Its saved games are backed up
+/// before, and without that there is no update. Nothing is changed in a wrapper whose programs run.
 /// The user is told of each failure here. Blocks a worker, which is the creation's thread for that time: a
 /// cancellation throws `Cancelled`.
 WrapperUpdate updateOutdatedWrapper(const Wrapper& wrapper, Build& build);

@@ -24,6 +24,12 @@ struct NSCustomPortView {
     InstallerNow installer = InstallerNow::yes;
 };
 
+/// A blank wrapper about which nothing is left to ask.
+struct BlankPort {
+    std::string place;  ///< ends in ".app"
+    NSCustomPortView view;
+};
+
 /// Whether a wrapper can be built from what was loaded.
 [[nodiscard]] Result<> checkPort(const std::optional<Result<NSPortData>>& port);
 /// Whether one can be made at the place.

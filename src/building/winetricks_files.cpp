@@ -297,12 +297,13 @@ void compareSHA1Checksum(const std::string& expected, const std::string& file,
     MVFileManager::removeItemAtPath(file);
     if (promptingErrorDialog == WithoutAsking::yes) return completion(true);
     completion(MVAlert::showBooleanAlertMessage(
-        localized(isSha256
-                      ? "The SHA256 checksum of the downloaded file is %@ while the one specified in the "
-                        "winetricks.sh file is %@. Should it be downloaded again?"
-                      : "The SHA1 checksum of the downloaded file is %@ while the one specified in the "
-                        "winetricks.sh file is %@. Should it be downloaded again?",
-                  {computed, shown(expected)}),
+        localized(
+            isSha256
+                ? marked("The SHA256 checksum of the downloaded file is %@ while the one specified in the "
+                         "winetricks.sh file is %@. Should it be downloaded again?")
+                : marked("The SHA1 checksum of the downloaded file is %@ while the one specified in the "
+                         "winetricks.sh file is %@. Should it be downloaded again?"),
+            {computed, shown(expected)}),
         "Warning", true));
 }
 

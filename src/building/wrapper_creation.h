@@ -38,7 +38,9 @@ class WrapperCreation : public Build {
                    Replacing replacing = Replacing::no);
     [[nodiscard]] bool shouldInstallPortData(const std::optional<Result<NSPortData>>& port, Trust trust);
     /// As `createPortFromCKIFile`. Asks the site for the engines, so better not on the main thread.
-    void createBlankPortWithCompletionHandler(CompletionHandler handler);
+    /// Place and choices are asked for unless they are given.
+    void createBlankPortWithCompletionHandler(CompletionHandler handler,
+                                              const std::optional<BlankPort>& blank = {});
     int createBlankWrapperAtPath(const std::string& wrapper, const NSCustomPortView& view);
 
     /// Main thread: asks, then requests the cancellation. False when the user went on.

@@ -6,6 +6,7 @@
 
 #include "cli/terminal_interface.h"
 #include "foundation/alerts.h"
+#include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/files.h"
 
@@ -19,9 +20,23 @@ std::optional<std::pair<std::string, std::string>> splitAtEquals(const std::stri
     return std::pair(option.substr(0, equals), option.substr(equals + 1));
 }
 
+/// The place of a title, which may be given in English or as it is shown.
+template <class Places>
+auto named(Places& places, const std::string& title) {
+    for (const std::string& english : englishTexts(title)) {
+        if (const auto found = places.find(english); found != places.end()) return found;
+    }
+    return places.find(title);
+}
+
+/// The English text, which answers in every language.
+std::string forScripts(const std::string& shown) {
+    return englishTexts(shown).front();
+}
+
 template <class T>
 std::optional<T> takeFirst(std::map<std::string, std::deque<T>>& queues, const std::string& title) {
-    const auto found = queues.find(title);
+    const auto found = named(queues, title);
     if (found == queues.end() || found->second.empty()) return std::nullopt;
     T first = std::move(found->second.front());
     found->second.pop_front();
@@ -32,7 +47,7 @@ std::optional<T> takeFirst(std::map<std::string, std::deque<T>>& queues, const s
 
 Result<> Answers::addAnswer(const std::string& option) {
     const auto parts = splitAtEquals(option);
-    if (!parts) return Failure{"--answer wants TITLE=BUTTON, not \"" + option + "\""};
+    if (!parts) return Failure{localized("--answer wants TITLE=BUTTON, not \"%@\"", {option})};
     const auto& [title, answer] = *parts;
     const auto colon = answer.find(':');
     if (colon == std::string::npos) {
@@ -45,7 +60,7 @@ Result<> Answers::addAnswer(const std::string& option) {
 
 Result<> Answers::addChoice(const std::string& option) {
     const auto parts = splitAtEquals(option);
-    if (!parts) return Failure{"--choose wants TITLE=PATH, not \"" + option + "\""};
+    if (!parts) return Failure{localized("--choose wants TITLE=PATH, not \"%@\"", {option})};
     addChoice(parts->first, parts->second);
     return {};
 }
@@ -64,10 +79,10 @@ void Answers::addChoices(const std::string& title, std::vector<std::string> path
 
 std::optional<Answers::Numbered> Answers::take(const std::string& title,
                                                const std::vector<std::string>& buttons) {
-    const auto queue = answers_.find(title);
+    const auto queue = named(answers_, title);
     if (queue == answers_.end()) return std::nullopt;
     const auto fitting = std::ranges::find_if(queue->second, [&](const Numbered& each) {
-        return choiceFor(each.answer.button, buttons, 0).has_value();
+        return scriptedChoice(each.answer.button, buttons, 0).has_value();
     });
     if (fitting == queue->second.end()) return std::nullopt;
     Numbered taken = std::move(*fitting);
@@ -83,12 +98,14 @@ std::optional<Answers::Answer> Answers::takeAnswer(const std::string& title,
 }
 
 std::size_t Answers::answersFor(const std::string& title) const {
-    const auto queue = answers_.find(title);
+    const auto queue = named(answers_, title);
     return queue != answers_.end() ? queue->second.size() : 0;
 }
 
 void Answers::drop(const std::string& title, std::size_t number) {
-    std::erase_if(answers_[title], [=](const Numbered& each) { return each.number == number; });
+    const auto queue = named(answers_, title);
+    if (queue == answers_.end()) return;
+    std::erase_if(queue->second, [=](const Numbered& each) { return each.number == number; });
 }
 
 std::optional<std::vector<std::string>> Answers::takeChoices(const std::string& title) {
@@ -102,7 +119,7 @@ std::optional<std::string> Answers::takeChoice(const std::string& title) {
 }
 
 std::optional<std::string> Answers::nextChoice(const std::string& title) const {
-    const auto found = choices_.find(title);
+    const auto found = named(choices_, title);
     if (found == choices_.end() || found->second.empty()) return std::nullopt;
     const std::vector<std::string>& paths = found->second.front();
     return paths.empty() ? "" : paths.front();
@@ -114,8 +131,9 @@ const std::string& titleOf(const ForeseenQuestion& question) {
     return std::visit([](const auto& shown) -> const std::string& { return shown.title; }, question.shown);
 }
 
-std::string answerOption(const std::string& title, const std::string& button) {
-    return "--answer " + shellQuoted(title + "=" + button);
+/// `field` follows the button.
+std::string answerOption(const std::string& title, const std::string& button, const std::string& field) {
+    return "--answer " + shellQuoted(forScripts(title) + "=" + forScripts(button) + field);
 }
 
 /// What follows the button: nothing, or what is to be filled in.
@@ -125,7 +143,7 @@ std::string fieldOf(const Dialog& dialog) {
 }
 
 std::string chooseOption(const std::string& title, const std::string& file) {
-    return "--choose " + shellQuoted(title + "=" + file);
+    return "--choose " + shellQuoted(forScripts(title) + "=" + file);
 }
 
 std::string withOption(const std::string& question, const std::string& option) {
@@ -173,7 +191,7 @@ class Answers::Check {
         const auto answer = left_.takeAnswer(dialog.title, dialog.buttons);
         std::string button = question.answer;
         if (answer) {
-            button = dialog.buttons[choiceFor(answer->button, dialog.buttons, 0).value_or(0)];
+            button = dialog.buttons[scriptedChoice(answer->button, dialog.buttons, 0).value_or(0)];
         } else if (left_.defaults) {
             button = dialog.buttons[dialog.defaultButton];
         } else {
@@ -244,7 +262,7 @@ std::string shellQuoted(const std::string& text) {
 
 std::string optionOf(const ForeseenQuestion& question) {
     if (const auto* dialog = std::get_if<Dialog>(&question.shown)) {
-        return answerOption(dialog->title, question.answer + fieldOf(*dialog));
+        return answerOption(dialog->title, question.answer, fieldOf(*dialog));
     }
     if (std::holds_alternative<SavePanel>(question.shown)) return "--to " + shellQuoted(question.answer);
     return chooseOption(titleOf(question), "PATH OF " + question.answer);
@@ -267,7 +285,7 @@ std::string asked(const Dialog& dialog) {
     std::string options;
     for (const std::string& button : dialog.buttons) {
         question += " [" + button + "]";
-        options += (options.empty() ? "" : " or ") + answerOption(dialog.title, button + fieldOf(dialog));
+        options += (options.empty() ? "" : " or ") + answerOption(dialog.title, button, fieldOf(dialog));
     }
     return withOption(question, options);
 }

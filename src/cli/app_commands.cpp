@@ -5,6 +5,7 @@
 #include "cli/commands.h"
 #include "cli/table.h"
 #include "foundation/build_log.h"
+#include "foundation/localization.h"
 #include "foundation/settings.h"
 #include "foundation/text.h"
 #include "platform/files.h"
@@ -29,6 +30,8 @@ bool setInPreferences(const settings::Setting& setting, const Value& value) {
         view.atomaticallyCheckForUpdates(*number != 0);
     } else if (is(settings::hideDockInGridView)) {
         view.hideDockInGridViewAction(*number != 0);
+    } else if (is(settings::menuEntries)) {
+        view.showGamesInMenu(*number != 0);
     } else if (is(settings::descriptionFontSize)) {
         view.changeFontSizeValue(*number);
     } else if (is(settings::webViewIncreaseTextSize)) {
@@ -42,7 +45,7 @@ bool setInPreferences(const settings::Setting& setting, const Value& value) {
 /// Lines up to an empty one or the end of the input.
 std::string askedLines(Session& session, const std::string& prompt) {
     std::vector<std::string> lines;
-    session.console().say(prompt + " (an empty line ends it)");
+    session.console().say(localized("%@ (an empty line ends it)", {prompt}));
     for (;;) {
         const auto line = session.console().readLine("> ");
         if (!line || line->empty()) break;
@@ -63,16 +66,20 @@ std::string givenOrAsked(Session& session, const std::optional<std::string>& giv
 }  // namespace
 
 int listSettings(Session& session) {
-    Table table{
-        {{"key", "Key"}, {"value", "Value"}, {"stored", "Stored"}, {"kind", "Kind"}, {"meaning", "Meaning"}},
-        {}};
+    Table table{{{"key", marked("Key")},
+                 {"value", marked("Value")},
+                 {"stored", marked("Stored")},
+                 {"kind", marked("Kind")},
+                 {"meaning", marked("Meaning")}},
+                {}};
     for (const settings::Setting* setting : settings::all()) {
         Value value = settings::reading(*setting);
         // The library's entries are listed by a command of their own.
         const auto* entries = setting->kind == settings::Kind::library ? value.as<Array>() : nullptr;
-        if (entries != nullptr) value = std::to_string(entries->size()) + " items";
+        if (entries != nullptr)
+            value = counted("%@ item", "%@ items", entries->size(), {std::to_string(entries->size())});
         table.rows.push_back({setting->key, std::move(value), settings::stored(*setting).has_value(),
-                              settings::wordFor(setting->kind), setting->meaning});
+                              settings::wordFor(setting->kind), localized(setting->meaning)});
     }
     printTable(session.console(), table);
     return done;
@@ -81,7 +88,7 @@ int listSettings(Session& session) {
 int getSetting(Session& session, const std::string& key) {
     const auto* setting = settings::named(key);
     if (setting == nullptr)
-        return session.fail("There is no setting \"" + key + "\". See: morvane settings list");
+        return session.fail(localized("There is no setting \"%@\". See: morvane settings list", {key}));
     const Value value = settings::reading(*setting);
     session.console().print(session.console().output() == Output::json ? jsonText(value) : cellText(value));
     return done;
@@ -90,30 +97,30 @@ int getSetting(Session& session, const std::string& key) {
 int setSetting(Session& session, const std::string& key, const std::vector<std::string>& words) {
     const auto* setting = settings::named(key);
     if (setting == nullptr)
-        return session.fail("There is no setting \"" + key + "\". See: morvane settings list");
+        return session.fail(localized("There is no setting \"%@\". See: morvane settings list", {key}));
     const auto value = settings::valueFor(*setting, words);
     if (!value) return session.fail(value.error());
     const Value& wanted = *value;
     if (!setInPreferences(*setting, wanted)) settings::store(*setting, wanted);
     if (settings::stored(*setting) != wanted)
-        return session.fail(host().defaults.path() + " could not be written.");
+        return session.fail(localized("%@ could not be written.", {host().defaults.path()}));
     return done;
 }
 
 int feedback(Session& session, const FeedbackTexts& texts) {
     NSHelpTab tab;
-    tab.form.name = givenOrAsked(session, texts.name, "Your name");
-    tab.form.mail = givenOrAsked(session, texts.mail, "Your mail address");
+    tab.form.name = givenOrAsked(session, texts.name, localized("Your name"));
+    tab.form.mail = givenOrAsked(session, texts.mail, localized("Your mail address"));
     tab.form.subject = givenOrAsked(session, texts.subject, "Subject");
     if (texts.text) {
         tab.form.description = *texts.text;
     } else if (session.console().isInteractive()) {
-        tab.form.description = askedLines(session, "Your message");
+        tab.form.description = askedLines(session, localized("Your message"));
     }
     tab.form.addsComputerDescription = texts.describesComputer;
     if (texts.addsBuildLog) {
         const auto path = BuildLog::newestFile();
-        if (!path) return session.fail("There is no log of a build.");
+        if (!path) return session.fail(localized("There is no log of a build."));
         auto log = files::read(*path);
         if (!log) return session.fail(log.error());
         tab.form.buildLog = *std::move(log);
@@ -128,7 +135,7 @@ int crashReport(Session& session, const std::string& file) {
         auto bytes = files::read(expandedPath(file));
         if (!bytes) return session.fail(bytes.error());
         report = *std::move(bytes);
-        if (!MVString::isValidUtf8(report)) return session.fail(file + " is no text.");
+        if (!MVString::isValidUtf8(report)) return session.fail(localized("%@ is no text.", {file}));
     }
     session.provideSite();
     return session.onWorker([&] {
@@ -138,7 +145,8 @@ int crashReport(Session& session, const std::string& file) {
         }
         const auto found = crash_reports::newCrashLog();
         if (found) crash_reports::sendNewCrashLog(*found);
-        session.console().say(found ? "Sent " + *found : "There is no new crash report.");
+        session.console().say(found ? localized("Sent %@", {*found})
+                                    : localized("There is no new crash report."));
         return int{done};
     });
 }
@@ -167,16 +175,16 @@ int applyTheme(Session& session, const ThemePictures& pictures) {
         auto bytes = files::read(expandedPath(path));
         if (!bytes) return session.fail(bytes.error());
         if (!view.putThemeImage(well, {*std::move(bytes)}))
-            return session.fail(path + " is no picture that can be read.");
+            return session.fail(localized("%@ is no picture that can be read.", {path}));
         any = true;
     }
-    if (!any) return session.fail("Name a picture with --window, --action or --bottom.");
-    return view.applyNewTheme() ? int{done} : session.fail("Not every picture could be saved.");
+    if (!any) return session.fail(localized("Name a picture with --window, --action or --bottom."));
+    return view.applyNewTheme() ? int{done} : session.fail(localized("Not every picture could be saved."));
 }
 
 int resetTheme(Session& session) {
     NSPreferencesView view{{}};
-    return view.resetTheme() ? int{done} : session.fail("Not every picture could be put back.");
+    return view.resetTheme() ? int{done} : session.fail(localized("Not every picture could be put back."));
 }
 
 }  // namespace morvane::cli

@@ -42,6 +42,7 @@ struct Parsed {
 void addPortCommands(CLI::App& app, Parsed& parsed);
 void addWrapperCommands(CLI::App& app, Parsed& parsed);
 void addWrapperChanges(CLI::App& app, Parsed& parsed);
+void addSavesCommand(CLI::App& app, Parsed& parsed);
 void addPropertiesCommand(CLI::App& app, Parsed& parsed);
 void addIconCommand(CLI::App& app, Parsed& parsed);
 void addLibraryCommands(CLI::App& app, Parsed& parsed);

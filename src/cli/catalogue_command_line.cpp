@@ -3,6 +3,8 @@
 
 #include "cli/arguments.h"
 #include "cli/command_line.h"
+#include "cli/help_language.h"
+#include "platform/folders.h"
 #include "platform/utf8.h"
 
 namespace morvane::cli {
@@ -12,6 +14,7 @@ int runCatalogueCommandLine(int argc, char** argv) {
     CLI::App app("Runs a catalogue of ports for Morvane.", "morvane-catalogue");
     app.set_version_flag("--version", MORVANE_VERSION);
     addServing(app, parsed);
+    showInLanguage(app, MessageCatalogue::ofUser(Folders::fromEnvironment().resources));
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -1,10 +1,12 @@
 #include <algorithm>
 
 #include "building/agreement.h"
+#include "cli/application.h"
 #include "cli/commands.h"
 #include "cli/game_page.h"
 #include "cli/table.h"
 #include "foundation/computer_information.h"
+#include "foundation/localization.h"
 #include "foundation/text.h"
 #include "library/ranking_list.h"
 #include "platform/files.h"
@@ -18,20 +20,20 @@ namespace {
 bool isSourceOf(Session& session, const NSGameData& game, const std::string& source) {
     const std::vector<std::string> sources = sourcesOf(game);
     if (std::ranges::find(sources, source) != sources.end()) return true;
-    session.fail("The sources of " + cellText(game.gameName) +
-                 " are: " + cellText(MVString::joined(sources, ", ")));
+    session.fail(localized("The sources of %@ are: %@",
+                           {cellText(game.gameName), cellText(MVString::joined(sources, ", "))}));
     return false;
 }
 
 Table tableOf(const std::vector<CatalogueLine>& lines) {
-    Table table{{{"id", "ID"},
-                 {"name", "Name"},
-                 {"creator", "Creator"},
-                 {"free", "Free"},
-                 {"new", "New"},
-                 {"native", "Native"},
-                 {"country", "Country"},
-                 {"dependency", "Add-on of"}},
+    Table table{{{"id", marked("ID")},
+                 {"name", marked("Name")},
+                 {"creator", marked("Creator")},
+                 {"free", marked("Free")},
+                 {"new", marked("New")},
+                 {"native", marked("Native")},
+                 {"country", marked("Country")},
+                 {"dependency", marked("Add-on of")}},
                 {}};
     for (const CatalogueLine& line : lines) {
         table.rows.push_back({line.id, line.name, line.creator, line.isFree, line.isNew,
@@ -58,9 +60,8 @@ int listCatalogue(Session& session, const std::vector<std::string>& words) {
     session.provideSite();
     NSAppsArray apps;
     const int ended = session.untilIdle([&] {
-        apps.loadServerAppsBlock([&] {
-            apps.loadToArrayAppsFromTab(NSAppsArray::catalogueTab, MVString::joined(words, " "), {});
-        });
+        apps.loadServerAppsBlock(
+            [&] { apps.loadToArrayAppsFromTab(catalogueTab, MVString::joined(words, " "), {}); });
         return int{done};
     });
     if (ended != done && ended != failed) return ended;
@@ -87,8 +88,8 @@ int installFromCatalogue(Session& session, std::int64_t id, const std::string& s
         const auto game = view.gameData();
         if (game->isGameNative) {
             GameInstallation::openBuyingLinkForNativeGame(game);
-            return session.fail(cellText(game->gameName) +
-                                " is a native game: it is bought, and not installed here.");
+            return session.fail(localized("%@ is a native game: it is bought, and not installed here.",
+                                          {cellText(game->gameName)}));
         }
         if (!source.empty() && !isSourceOf(session, *game, source)) return int{failed};
         if (!doYouAgreeWithTheLicenseAgreement()) return int{failed};
@@ -120,7 +121,7 @@ int rateCatalogueEntry(Session& session, std::int64_t id, int stars) {
         view.pages().rateGame(view.gameData());
         return int{done};
     });
-    return ended == done && !canBeRated ? session.fail("That port can't be rated.") : ended;
+    return ended == done && !canBeRated ? session.fail(localized("That port can't be rated.")) : ended;
 }
 
 int listRankings(Session& session, const std::string& name) {
@@ -133,10 +134,14 @@ int listRankings(Session& session, const std::string& name) {
         return int{done};
     });
     if (ended == done && !list.hasAnswered()) return failWithoutCatalogue(session);
-    const char* heading = type == Type::latest ? "Date" : type == Type::popular ? "Downloads" : "Rate";
-    Table table{
-        {{"id", "ID"}, {MVString::lowercased(heading), heading}, {"name", "Name"}, {"creator", "Creator"}},
-        {}};
+    const char* heading = type == Type::latest    ? marked("Date")
+                          : type == Type::popular ? marked("Downloads")
+                                                  : marked("Rate");
+    Table table{{{"id", marked("ID")},
+                 {MVString::lowercased(heading), heading},
+                 {"name", marked("Name")},
+                 {"creator", marked("Creator")}},
+                {}};
     for (std::size_t index = 0; index < list.numberOfRows(); ++index) {
         const NSRankingList::Row& row = list.row(index);
         table.rows.push_back({row.id, valueOf(row, type), row.name, row.creator});
@@ -149,7 +154,8 @@ int savePortFile(Session& session, std::int64_t id, const std::string& source, c
     GamePage page(session, GamePage::Details::no);
     std::string path = expandedPath(file);
     if (!path.ends_with(".cki")) path += ".cki";
-    if (files::kindOf(path) != files::Kind::none) return session.fail(path + " exists already.");
+    if (files::kindOf(path) != files::Kind::none)
+        return session.fail(localized("%@ exists already.", {path}));
     const int ended = page.open(id, [&](NSDescriptionView& view) {
         const auto game = view.gameData();
         if (!isSourceOf(session, *game, source)) return int{failed};

@@ -12,7 +12,10 @@
 #include <vector>
 
 #include "cli/arguments.h"
+#include "cli/help_language.h"
+#include "foundation/localization.h"
 #include "platform/files.h"
+#include "platform/folders.h"
 #include "platform/utf8.h"
 
 namespace morvane::cli {
@@ -49,7 +52,8 @@ std::size_t distanceBetween(std::string_view a, std::string_view b) {
 }
 
 /// What to say of a first word that is no command; nothing when it is one.
-std::optional<std::string> unknownCommand(const CLI::App& app, int argc, char** argv) {
+std::optional<std::string> unknownCommand(const CLI::App& app, const MessageCatalogue& texts, int argc,
+                                          char** argv) {
     const std::string_view word = argc > 1 ? argv[1] : "";
     if (word.empty() || word.starts_with('-')) return std::nullopt;
     std::string nearest;
@@ -63,9 +67,9 @@ std::optional<std::string> unknownCommand(const CLI::App& app, int argc, char** 
             nearest = name;
         }
     }
-    std::string text = "There is no command \"" + std::string(word.substr(0, 100)) + "\".";
-    if (!nearest.empty()) text += " Did you mean \"" + nearest + "\"?";
-    return text + " \"morvane --help\" names them all.";
+    std::string text = filled(inLanguage(texts, "There is no command \"%@\"."), {word.substr(0, 100)});
+    if (!nearest.empty()) text += " " + filled(inLanguage(texts, "Did you mean \"%@\"?"), {nearest});
+    return text + " " + inLanguage(texts, "\"morvane --help\" names them all.");
 }
 
 /// The desktop takes this process's place. Comes back where there is no display, or no desktop beside us.
@@ -99,6 +103,7 @@ int runCommandLine(int argc, char** argv) {
     addWrapperChanges(app, parsed);
     addCkiCommands(app, parsed);
     addEngineCommands(app, parsed);
+    addSavesCommand(app, parsed);
     addPropertiesCommand(app, parsed);
     addSettingsCommands(app, parsed);
     addFeedbackCommands(app, parsed);
@@ -108,10 +113,12 @@ int runCommandLine(int argc, char** argv) {
     addServeCommand(app, parsed);
     addCatalogueCommands(app, parsed);
     addGameCommands(app, parsed);
+    const MessageCatalogue texts = MessageCatalogue::ofUser(Folders::fromEnvironment().resources);
+    showInLanguage(app, texts);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        if (const auto unknown = unknownCommand(app, argc, argv)) {
+        if (const auto unknown = unknownCommand(app, texts, argc, argv)) {
             std::cerr << harmless(*unknown) << "\n";
             return usage;
         }
@@ -121,8 +128,11 @@ int runCommandLine(int argc, char** argv) {
     }
     if (!parsed.command) {
         if (argc == 1) becomeDesktop();
-        std::cerr << app.help()
-                  << "\nThere is no display to start the desktop on; the commands above do everything.\n";
+        std::cerr << app.help() << "\n"
+                  << inLanguage(
+                         texts,
+                         "There is no display to start the desktop on; the commands above do everything.")
+                  << "\n";
         return usage;
     }
     Answers answers;
@@ -136,10 +146,10 @@ int runCommandLine(int argc, char** argv) {
         if (parsed.verbose) session.showLog();
         return session.ending(parsed.command(session));
     } catch (const Unanswered& question) {
-        std::cerr << "No answer to: " << harmless(question.what()) << "\n";
+        std::cerr << harmless(filled(inLanguage(texts, "No answer to: %@"), {question.what()})) << "\n";
         return unanswered;
     } catch (const std::exception& error) {
-        std::cerr << "Error: " << harmless(error.what()) << "\n";
+        std::cerr << harmless(inLanguage(texts, "Error")) << ": " << harmless(error.what()) << "\n";
         return failed;
     }
 }

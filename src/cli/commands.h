@@ -8,7 +8,7 @@
 
 #include "building/port_checks.h"
 #include "cli/session.h"
-#include "library/apps_array.h"
+#include "library/apps_questions.h"
 #include "server/catalogue_export.h"
 #include "server/catalogue_publish.h"
 
@@ -168,8 +168,5 @@ int installMod(Session& session, const std::string& app, const std::vector<std::
 int showDrive(Session& session, const std::string& app);
 /// `logs APP`. The logs of the last run.
 int listLogs(Session& session, const std::string& app);
-/// Says where the new wrapper is, and how to start it; a failure when there is none, and when its program is
-/// missing, with what to do then.
-int finished(Session& session, const std::string& wrapper);
 
 }  // namespace morvane::cli

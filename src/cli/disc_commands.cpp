@@ -1,4 +1,5 @@
 #include "cli/commands.h"
+#include "foundation/localization.h"
 #include "platform/files.h"
 #include "platform/json.h"
 #include "wrapper/partitions.h"
@@ -16,7 +17,7 @@ int listDiscs(Session& session) {
         if (session.console().output() == Output::json) {
             session.console().print(jsonText(Value(list)));
         } else if (lines.empty()) {
-            session.console().say("There is no disc with an Apple partition map.");
+            session.console().say(localized("There is no disc with an Apple partition map."));
         } else {
             session.console().print(lines);
         }
@@ -34,7 +35,8 @@ int mountDisc(Session& session, const std::string& identifier) {
         const std::string folder = NSPartitionMounter::mountPoint();
         const auto names = files::list(folder);
         const bool isMounted = names && !names->empty();
-        return isMounted ? static_cast<int>(done) : session.fail("Nothing is mounted at " + folder + ".");
+        return isMounted ? static_cast<int>(done)
+                         : session.fail(localized("Nothing is mounted at %@.", {folder}));
     });
 }
 

@@ -12,9 +12,10 @@
 #include "engines/caskery_engine.h"
 #include "foundation/file_manager.h"
 #include "foundation/formats.h"
+#include "foundation/localization.h"
 #include "foundation/text.h"
-#include "library/apps_array.h"
 #include "library/apps_scan.h"
+#include "library/local_items.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "runtime/brought_engine.h"
@@ -29,8 +30,8 @@ namespace {
 /// Everything that may hold an engine: the library, and what lies in the apps folders.
 std::vector<std::string> knownWrappers() {
     std::set<std::string> paths;
-    for (const LocalItem& item : NSAppsArray::storedItems()) paths.insert(item.path);
-    for (const LocalItem& item : scanAppsFolders(NSAppsArray::validAppsFolders(), [] { return true; }))
+    for (const LocalItem& item : local_items::storedItems()) paths.insert(item.path);
+    for (const LocalItem& item : scanAppsFolders(local_items::validAppsFolders(), [] { return true; }))
         paths.insert(item.path);
     // A launcher and a link to a wrapper stand for the wrapper itself.
     std::set<std::string> wrappers;
@@ -70,21 +71,21 @@ Array rowOf(const std::string& engine, const std::vector<std::string>& wrappers,
 int listEngines(Session& session) {
     session.provideSite();
     return session.onWorker([&] {
-        Table table{{{"name", "Name"},
-                     {"version", "Version"},
+        Table table{{{"name", marked("Name")},
+                     {"version", marked("Version")},
                      {"runs32", "32 bits"},
                      {"runs64", "64 bits"},
-                     {"kind", "Kind"},
-                     {"size", "Size"},
-                     {"wrappers", "Used by"},
-                     {"archive", "Archive"}},
+                     {"kind", marked("Kind")},
+                     {"size", marked("Size")},
+                     {"wrappers", marked("Used by")},
+                     {"archive", marked("Archive")}},
                     {}};
         const auto wrappers = knownWrappers();
         for (const std::string& name : NSCaskeryEngine::getListOfAvailableEngines())
             table.rows.push_back(rowOf(name, wrappers, session.console().output()));
         if (table.rows.empty() && session.console().output() != Output::json) {
             session.console().say(
-                "No engine is known. Add this machine's Wine with: morvane engine add-system");
+                localized("No engine is known. Add this machine's Wine with: morvane engine add-system"));
         }
         printTable(session.console(), table);
         return static_cast<int>(done);
@@ -109,13 +110,12 @@ int removeEngine(Session& session, const std::string& name, InUse inUse) {
         if (!change.granted()) return static_cast<int>(failed);
         if (!building::placeInStore(name)) return static_cast<int>(failed);
         if (building::storedArchivesOf(name).empty())
-            return session.fail("There is no engine " + name + " on this computer.");
+            return session.fail(localized("There is no engine %@ on this computer.", {name}));
         const auto users = building::wrappersWith(name, knownWrappers());
         if (!users.empty() && inUse == InUse::kept) {
-            return session.fail(
-                "The engine " + name + " is in use: " + MVString::joined(users, ", ") +
-                ". They keep theirs when it is removed with --in-use, but it can't be put into "
-                "them again.");
+            return session.fail(localized(
+                "The engine %@ is in use: %@. They keep theirs when it is removed with --in-use, but it can't be put into them again.",
+                {name, MVString::joined(users, ", ")}));
         }
         return building::removeFromStore(name) ? int{done} : int{failed};
     });
@@ -126,13 +126,13 @@ int changeEngine(Session& session, const std::string& app, const std::string& na
         const building::SoleChange change;
         if (!change.granted()) return static_cast<int>(failed);
         const Wrapper wrapper = LibraryItem(expandedPath(app)).wrapper();
-        if (!wrapper.runsPrograms()) return session.fail(app + " is no wrapper.");
+        if (!wrapper.runsPrograms()) return session.fail(localized("%@ is no wrapper.", {app}));
         if (getCaskeryWrapperEngineFromPath(wrapper) == name)
-            return session.fail("The wrapper has the engine " + name + " already.");
+            return session.fail(localized("The wrapper has the engine %@ already.", {name}));
         if (!prepareEngine(*creation, name, std::nullopt)) return int{failed};
         const std::string engine = building::engineForWrapper(name, Wrapper(""));
         if (!building::storedEngineArchive(engine))
-            return session.fail("The engine " + name + " is not available.");
+            return session.fail(localized("The engine %@ is not available.", {name}));
         const auto changed = building::changeEngine(*creation, wrapper, engine);
         if (!changed) return session.fail(changed.error());
         session.console().print(engine);
@@ -148,7 +148,7 @@ int prepareEngine(Session& session, const std::string& name) {
         const bool prepared = prepareEngine(*creation, name, std::nullopt);
         // It may have come, or been converted, under another name.
         const auto archive = building::storedEngineArchive(building::engineForWrapper(name, Wrapper("")));
-        if (!prepared || !archive) return session.fail("The engine " + name + " is not available.");
+        if (!prepared || !archive) return session.fail(localized("The engine %@ is not available.", {name}));
         session.console().print(*archive);
         return static_cast<int>(done);
     });

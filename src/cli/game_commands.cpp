@@ -8,6 +8,7 @@
 #include "cli/game_page.h"
 #include "cli/table.h"
 #include "foundation/file_manager.h"
+#include "foundation/localization.h"
 #include "platform/files.h"
 #include "wrapper/layout.h"
 #include "wrapper/wrapper.h"
@@ -24,7 +25,7 @@ std::string realPathOf(const std::string& app) {
 
 bool isWrapper(Session& session, const std::string& path) {
     if (Wrapper(path).runsPrograms()) return true;
-    session.fail(path + " is not a wrapper.");
+    session.fail(localized("%@ is not a wrapper.", {path}));
     return false;
 }
 
@@ -54,7 +55,7 @@ int installMod(Session& session, const std::string& app, const std::vector<std::
     if (!isWrapper(session, wrapper)) return failed;
     for (const std::string& path : paths) {
         if (!MVFileManager::fileExistsAtPath(expandedPath(path)))
-            return session.fail("There is nothing at " + expandedPath(path) + ".");
+            return session.fail(localized("There is nothing at %@.", {expandedPath(path)}));
     }
     ModPatch mod;
     for (const std::string& path : paths) mod.files.push_back(expandedPath(path));
@@ -65,17 +66,18 @@ int installMod(Session& session, const std::string& app, const std::vector<std::
             wrapper, [&](bool installed) { isInstalled = installed; }, mod);
         return int{done};
     });
-    return ended == done && !isInstalled ? session.fail("Nothing was installed.") : ended;
+    return ended == done && !isInstalled ? session.fail(localized("Nothing was installed.")) : ended;
 }
 
 int showDrive(Session& session, const std::string& app) {
     const std::string drive = expandedPath(app) + layout::dosdevices + "/c:/";
-    if (!MVFileManager::directoryExistsAtPath(drive)) return session.fail("drive_c folder not found.");
+    if (!MVFileManager::directoryExistsAtPath(drive))
+        return session.fail(localized("drive_c folder not found."));
     const bool isForProgram = session.console().output() == Output::text && isatty(STDOUT_FILENO) == 0;
     if (isForProgram) {
         session.console().print(drive);
     } else {
-        printRecord(session.console(), {{{"path", "Drive C"}, drive}});
+        printRecord(session.console(), {{{"path", marked("Drive C")}, drive}});
     }
     return done;
 }
@@ -83,7 +85,7 @@ int showDrive(Session& session, const std::string& app) {
 int listLogs(Session& session, const std::string& app) {
     const std::string wrapper = expandedPath(app);
     if (!isWrapper(session, wrapper)) return failed;
-    Table table{{{"log", "Log"}, {"bytes", "Bytes"}, {"path", "Path"}}, {}};
+    Table table{{{"log", marked("Log")}, {"bytes", marked("Bytes")}, {"path", marked("Path")}}, {}};
     for (const char* name : {"LastRunX11.log", "LastRunWine.log"}) {
         const std::string path = wrapper + layout::resources + "/Logs/" + name;
         const auto text = files::read(path);

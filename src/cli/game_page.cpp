@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cli/table.h"
+#include "foundation/localization.h"
 #include "foundation/network.h"
 #include "foundation/text.h"
 #include "library/catalogue_addresses.h"
@@ -16,7 +17,7 @@ namespace {
 
 std::string kindOf(const NSGameData& game) {
     if (game.isBoxerGame) return "boxer";
-    if (game.isCustomEXE) return "custom exe";
+    if (game.isCustomEXE) return localized("custom exe");
     return game.isGameNative ? "native" : "wrapper";
 }
 
@@ -46,7 +47,7 @@ NSDescriptionView::Callbacks GamePage::callbacks(Details details) {
     };
     callbacks.gameEnded = [this](int status) { gameStatus_ = status; };
     callbacks.missingApp = [this](const std::string& path) {
-        session_.fail("There is nothing at " + path + ".");
+        session_.fail(localized("There is nothing at %@.", {path}));
     };
     return callbacks;
 }
@@ -66,7 +67,8 @@ int GamePage::open(std::int64_t id, const std::function<int(NSDescriptionView&)>
         const auto answer = requestedLineOfID(id);
         if (!answer) return failWithoutCatalogue(session_);
         const auto& line = *answer;
-        if (!line) return session_.fail("The catalogue has no port of the ID " + std::to_string(id) + ".");
+        if (!line)
+            return session_.fail(localized("The catalogue has no port of the ID %@.", {std::to_string(id)}));
         view_.openCatalogueLine(*line);
         return int{done};
     });
@@ -87,7 +89,7 @@ bool canReachCatalogue(Session& session) {
 
 int failWithoutCatalogue(Session& session) {
     const int code = session.fail(catalogue::unreachable());
-    session.console().say("The catalogue's address is \"" + host().sites.catalogue + "\".");
+    session.console().say(localized("The catalogue's address is \"%@\".", {host().sites.catalogue}));
     return code;
 }
 
@@ -99,27 +101,27 @@ void printPage(Console& console, const NSDescriptionView& view, const std::strin
         for (const std::string& text : texts) array.emplace_back(text);
         return array;
     };
-    Record record{{{"id", "ID"}, game.gameID}, {{"name", "Name"}, game.gameName}};
+    Record record{{{"id", marked("ID")}, game.gameID}, {{"name", marked("Name")}, game.gameName}};
     if (game.isGameInTheServer) {
         const auto& stars = view.page().stars;
-        record.push_back({{"genres", "Genres"}, list(game.gameGenresList)});
-        record.push_back({{"free", "Free"}, game.isGameFree});
-        record.push_back({{"native", "Native"}, game.isGameNative});
-        record.push_back({{"dependency", "Add-on of"}, std::int64_t{game.gameDependencyID}});
-        record.push_back({{"atiAmd", "ATi/AMD"}, stars[0]});
-        record.push_back({{"nvidia", "NVIDIA"}, stars[1]});
-        record.push_back({{"intelIris", "Intel Iris"}, stars[2]});
-        record.push_back({{"intelHd", "Intel HD"}, stars[3]});
+        record.push_back({{"genres", marked("Genres")}, list(game.gameGenresList)});
+        record.push_back({{"free", marked("Free")}, game.isGameFree});
+        record.push_back({{"native", marked("Native")}, game.isGameNative});
+        record.push_back({{"dependency", marked("Add-on of")}, std::int64_t{game.gameDependencyID}});
+        record.push_back({{"atiAmd", marked("ATi/AMD")}, stars[0]});
+        record.push_back({{"nvidia", marked("NVIDIA")}, stars[1]});
+        record.push_back({{"intelIris", marked("Intel Iris")}, stars[2]});
+        record.push_back({{"intelHd", marked("Intel HD")}, stars[3]});
     } else {
-        record.push_back({{"path", "Path"}, path});
-        record.push_back({{"kind", "Kind"}, kindOf(game)});
+        record.push_back({{"path", marked("Path")}, path});
+        record.push_back({{"kind", marked("Kind")}, kindOf(game)});
     }
-    record.push_back({{"sources", "Sources"}, list(game.gameSourcesList)});
-    record.push_back({{"trailer", "Trailer"}, game.trailer.value_or("")});
-    record.push_back({{"action", "Action"}, view.page().actionTitle});
+    record.push_back({{"sources", marked("Sources")}, list(game.gameSourcesList)});
+    record.push_back({{"trailer", marked("Trailer")}, game.trailer.value_or("")});
+    record.push_back({{"action", marked("Action")}, view.page().actionTitle});
     const std::string& description = view.page().description.text;
     const bool isForAPerson = console.output() == Output::text && isatty(STDOUT_FILENO) == 1;
-    if (!isForAPerson) record.push_back({{"description", "Description"}, description});
+    if (!isForAPerson) record.push_back({{"description", marked("Description")}, description});
     printRecord(console, record);
     if (isForAPerson) printParagraphs(console, description);
 }

@@ -4,7 +4,8 @@
 #include <vector>
 
 #include "cli/terminal_interface.h"
-#include "library/apps_array.h"
+#include "foundation/localization.h"
+#include "library/apps_questions.h"
 
 namespace morvane::cli {
 
@@ -12,23 +13,24 @@ int withInstalledApp(Session& session, const std::string& given,
                      const std::function<int(const std::string& app)>& command) {
     std::string path = expandedPath(given);
     while (path.size() > 1 && path.ends_with('/')) path.pop_back();
-    const auto items = NSAppsArray::storedItems();
+    const auto items = local_items::storedItems();
     const bool isListed = std::ranges::find(items, path, &LocalItem::path) != items.end();
-    if (!isListed || !NSAppsArray::isMissing(path)) return command(given);
+    if (!isListed || !local_items::isMissing(path)) return command(given);
 
     NSAppsArray apps;
     std::vector<std::string> located;
     const int ended = session.untilIdle([&] {
         const auto refuseCki = [&](const std::string& cki) {
-            session.fail(cki + " is a port description, and no installed app.");
+            session.fail(localized("%@ is a port description, and no installed app.", {cki}));
         };
-        apps.loadLocalAppsBlock([&] { located = apps.askAboutMissingApp(path, refuseCki, {}); });
+        apps.loadLocalAppsBlock(
+            [&] { located = apps_questions::askAboutMissingApp(apps, path, refuseCki, {}); });
         return int{done};
     });
     if (ended != done) return ended;
-    std::erase_if(located, NSAppsArray::isMissing);
+    std::erase_if(located, local_items::isMissing);
     if (!located.empty()) return command(located.front());
-    return session.fail("There is nothing at " + path + ".");
+    return session.fail(localized("There is nothing at %@.", {path}));
 }
 
 }  // namespace morvane::cli

@@ -2,7 +2,8 @@
 #include <functional>
 #include <unordered_map>
 
-#include "app/app_delegate.h"
+#include "app/start_up.h"
+#include "cli/application.h"
 #include "cli/commands.h"
 #include "cli/table.h"
 #include "foundation/formats.h"
@@ -24,7 +25,7 @@ int onLibrary(Session& session, const std::function<void(NSAppsArray&, int& resu
     NSAppsArray apps;
     int result = done;
     const int ended = session.untilIdle([&] {
-        AppDelegate::verifyNeededFolders();
+        verifyNeededFolders();
         apps.loadLocalAppsBlock([&] { work(apps, result); });
         return int{done};
     });
@@ -33,7 +34,7 @@ int onLibrary(Session& session, const std::function<void(NSAppsArray&, int& resu
 
 /// For programs, which may draw them.
 void addIcons(Table& table, const std::vector<LocalItem>& items) {
-    table.columns.push_back({"icon", "Icon"});
+    table.columns.push_back({"icon", marked("Icon")});
     for (std::size_t row = 0; row < items.size(); ++row) {
         const auto path = icon_cache::localIconPath(items[row].path);
         const bool isThere = path && files::kindBehind(*path) == files::Kind::file;
@@ -46,9 +47,13 @@ void printItems(Console& console, const NSAppsArray& apps, const std::vector<Loc
     for (const LocalItem& item : apps.localAppsArray()) {
         places.emplace(item.path, static_cast<std::int64_t>(places.size()) + 1);
     }
-    Table table{{{"place", "Place"}, {"name", "Name"}, {"path", "Path"}, {"missing", "Missing"}}, {}};
+    Table table{{{"place", marked("Place")},
+                 {"name", marked("Name")},
+                 {"path", marked("Path")},
+                 {"missing", marked("Missing")}},
+                {}};
     for (const LocalItem& item : items) {
-        table.rows.push_back({places.at(item.path), item.name, item.path, NSAppsArray::isMissing(item.path)});
+        table.rows.push_back({places.at(item.path), item.name, item.path, local_items::isMissing(item.path)});
     }
     if (console.output() == Output::json) addIcons(table, items);
     printTable(console, table);
@@ -62,7 +67,7 @@ bool holds(const NSAppsArray& apps, const std::string& path) {
 
 int listLibrary(Session& session, const std::vector<std::string>& words) {
     return onLibrary(session, [&](NSAppsArray& apps, int&) {
-        apps.loadToArrayAppsFromTab(NSAppsArray::localTab, MVString::joined(words, " "), {});
+        apps.loadToArrayAppsFromTab(localTab, MVString::joined(words, " "), {});
         printItems(session.console(), apps, std::get<std::vector<LocalItem>>(apps.array()));
     });
 }
@@ -82,7 +87,7 @@ int addToLibrary(Session& session, const std::vector<std::string>& paths) {
                     session.fail(localized("Couldn't add %@ to the library. Incompatible application type.",
                                            {files::lastComponent(path)}));
             } else if (files::kindBehind(path) != files::Kind::folder) {
-                result = session.fail("There is no application at " + path + ".");
+                result = session.fail(localized("There is no application at %@.", {path}));
             } else {
                 apps.addLocalPort(path, {});
                 if (!holds(apps, path)) result = failed;
@@ -94,30 +99,30 @@ int addToLibrary(Session& session, const std::vector<std::string>& paths) {
 int removeFromLibrary(Session& session, const std::string& given, RemovedFrom from) {
     const std::string path = expandedPath(given);
     bool removed = false;
-    const int ended = onLibrary(session, [&](NSAppsArray& apps, int& result) {
-        if (holds(apps, path)) {
-            NSAppsArray::removeFrom(from, path, [&session, &apps, &removed, path](const Removal& removal) {
-                apps.removeLocalPort(path, {});
-                removed = !holds(apps, path);
-                if (removal.inTrash) {
-                    session.console().say(localized(
-                        "%@ lies in the trash now (%@).",
-                        {path, NSUtilities::humanReadableSizeForBytes(
-                                   static_cast<std::int64_t>(removal.bytes), DecimalMeasureSystem::yes)}));
-                }
-            });
-        } else {
-            result = session.fail(path + " is not in the library.");
-        }
+    Application application(session);
+    const NSAppsArray& apps = application.delegate().apps();
+    const auto tell = [&](const Removal& removal) {
+        removed = !holds(apps, path);
+        if (!removal.inTrash) return;
+        session.console().say(
+            localized("%@ lies in the trash now (%@).",
+                      {path, NSUtilities::humanReadableSizeForBytes(static_cast<std::int64_t>(removal.bytes),
+                                                                    DecimalMeasureSystem::yes)}));
+    };
+    bool isListed = false;
+    const int ended = application.run([&](AppDelegate& app) {
+        isListed = holds(apps, path);
+        if (isListed) app.actions().removeItem(path, from, tell);
     });
-    return ended == done && !removed ? session.fail(path + " was not removed.") : ended;
+    if (ended != done) return ended;
+    if (!isListed) return session.fail(localized("%@ is not in the library.", {path}));
+    return removed ? int{done} : session.fail(localized("%@ was not removed.", {path}));
 }
 
 int orderLibrary(Session& session, const std::string& order) {
     return onLibrary(session, [&](NSAppsArray& apps, int&) {
         if (order == "none") return NSAppsArray::disableLocalAppsArrayAutoOrder();
-        apps.reorderLocalAppsArrayBy(order == "size" ? NSAppsArray::orderBySize : NSAppsArray::orderByName,
-                                     SavingOrder::yes, {});
+        apps.reorderLocalAppsArrayBy(order == "size" ? orderBySize : orderByName, SavingOrder::yes, {});
     });
 }
 
@@ -125,7 +130,7 @@ int moveInLibrary(Session& session, std::size_t from, std::size_t to) {
     return onLibrary(session, [&](NSAppsArray& apps, int& result) {
         const std::size_t count = apps.localAppsArray().size();
         if (from < 1 || from > count || to < 1 || to > count) {
-            result = session.fail("The library has the places 1 to " + std::to_string(count) + ".");
+            result = session.fail(localized("The library has the places 1 to %@.", {std::to_string(count)}));
         } else {
             apps.moveLocalPortAtIndex(from - 1, to - 1);
         }
@@ -133,8 +138,8 @@ int moveInLibrary(Session& session, std::size_t from, std::size_t to) {
 }
 
 int listAppsFolders(Session& session) {
-    Table table{{{"folder", "Folder"}, {"exists", "Exists"}}, {}};
-    for (const std::string& folder : NSAppsArray::validAppsFolders()) {
+    Table table{{{"folder", marked("Folder")}, {"exists", marked("Exists")}}, {}};
+    for (const std::string& folder : local_items::validAppsFolders()) {
         table.rows.push_back({folder, files::kindBehind(folder) == files::Kind::folder});
     }
     printTable(session.console(), table);
@@ -144,17 +149,17 @@ int listAppsFolders(Session& session) {
 int changeAppsFolders(Session& session, FolderChange change, const std::string& given) {
     const std::string folder = withFinalSlash(expandedPath(given));
     if (change == FolderChange::add && files::kindBehind(folder) != files::Kind::folder)
-        return session.fail("There is no folder at " + folder + ".");
-    auto folders = NSAppsArray::validAppsFolders();
+        return session.fail(localized("There is no folder at %@.", {folder}));
+    auto folders = local_items::validAppsFolders();
     const auto place = std::ranges::find(folders, folder);
     if (change == FolderChange::remove) {
-        if (place == folders.end()) return session.fail(folder + " is no apps folder.");
+        if (place == folders.end()) return session.fail(localized("%@ is no apps folder.", {folder}));
         folders.erase(place);
     } else if (place == folders.end()) {
         folders.push_back(folder);
     }
     if (!settings::store(settings::mainFolder, Array(folders.begin(), folders.end())))
-        return session.fail(host().defaults.path() + " could not be written.");
+        return session.fail(localized("%@ could not be written.", {host().defaults.path()}));
     return done;
 }
 

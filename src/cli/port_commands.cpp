@@ -1,5 +1,6 @@
 #include "cli/commands.h"
 #include "cli/table.h"
+#include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -49,7 +50,8 @@ int signCki(Session& session, const std::string& file, const std::string& keyFil
     const auto key = isNew ? signatures::PrivateKey::make(place) : signatures::PrivateKey::read(place);
     if (!key) return session.fail(key.error());
     if (isNew)
-        session.console().say("Your key is " + place + ". Keep a copy of it, and keep it to yourself.");
+        session.console().say(
+            localized("Your key is %@. Keep a copy of it, and keep it to yourself.", {place}));
     const auto bytes = recipe_signature::signedArchive(*key, *port->as<Dictionary>());
     if (!bytes) return session.fail(bytes.error());
     if (const auto written = files::write(path, *bytes, files::Atomically::yes); !written)
@@ -63,13 +65,15 @@ int verifyCki(Session& session, const std::string& file, const std::string& auth
     if (!port) return session.fail(port.error());
     using recipe_signature::State;
     const auto signature = recipe_signature::signatureOf(*port->as<Dictionary>());
-    if (signature.state == State::none) return session.fail("Nobody has signed " + path + ".");
+    if (signature.state == State::none) return session.fail(localized("Nobody has signed %@.", {path}));
     if (signature.state == State::invalid)
-        return session.fail("The signature of " + path +
-                            " does not fit: the file was changed after it was signed, or by somebody else.");
+        return session.fail(localized(
+            "The signature of %@ does not fit: the file was changed after it was signed, or by somebody else.",
+            {path}));
     if (!author.empty() && MVString::lowercased(author) != signature.key)
-        return session.fail(path + " is signed by somebody else, with the key " + signature.key + ".");
-    printRecord(session.console(), {{{"author-key", "Signed with the key"}, signature.key}});
+        return session.fail(
+            localized("%@ is signed by somebody else, with the key %@.", {path, signature.key}));
+    printRecord(session.console(), {{{"author-key", marked("Signed with the key")}, signature.key}});
     return done;
 }
 

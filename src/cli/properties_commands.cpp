@@ -40,14 +40,14 @@ Window::Callbacks libraryCallbacks(NSAppsArray& apps) {
 const char* wordFor(Window::Kind kind) {
     switch (kind) {
         case Window::Kind::customEXE:
-            return "application of a wrapper";
+            return marked("application of a wrapper");
         case Window::Kind::boxerGame:
-            return "Boxer bundle";
+            return marked("Boxer bundle");
         case Window::Kind::wrapper:
         case Window::Kind::application:
             break;
     }
-    return "wrapper";
+    return marked("wrapper");
 }
 
 const char* wordFor(Window::WindowType type) {
@@ -82,22 +82,22 @@ Record shownBy(const Window& window) {
     note("high-quality", shown.highQualityMode.enabled);
     note("fn", shown.functionKeys.enabled);
     note("sandbox", shown.sandboxEnabled);
-    return {{{"path", "Path"}, window.wrapperPath()},
-            {{"kind", "Kind"}, wordFor(window.kind())},
-            {{"name", "Name"}, shown.name.text},
-            {{"version", "Version"}, shown.version.text},
-            {{"run", "Run"}, shown.run.text},
-            {{"description", "Description"}, shown.description.text},
-            {{"icon", "Has an icon"}, shown.icon.has_value()},
-            {{"window", "Screen mode"}, wordFor(shown.windowType)},
-            {{"tray", "System tray"}, shown.wineSystemTray.on},
-            {{"helvetica", "Helvetica Neue"}, shown.helveticaNeueFont.on},
-            {{"high-quality", "High quality"}, shown.highQualityMode.on},
-            {{"fn", "Function keys"}, shown.functionKeys.on},
-            {{"env", "Environment"}, std::move(variables)},
-            {{"before", "Command before it"}, shown.launch.before.value_or("")},
-            {{"sandbox", "Sandbox"}, wordFor(shown.sandbox)},
-            {{"fixed", "Can't be changed"}, std::move(fixed)}};
+    return {{{"path", marked("Path")}, window.wrapperPath()},
+            {{"kind", marked("Kind")}, wordFor(window.kind())},
+            {{"name", marked("Name")}, shown.name.text},
+            {{"version", marked("Version")}, shown.version.text},
+            {{"run", marked("Run")}, shown.run.text},
+            {{"description", marked("Description")}, shown.description.text},
+            {{"icon", marked("Has an icon")}, shown.icon.has_value()},
+            {{"window", marked("Screen mode")}, wordFor(shown.windowType)},
+            {{"tray", marked("System tray")}, shown.wineSystemTray.on},
+            {{"helvetica", marked("Helvetica Neue")}, shown.helveticaNeueFont.on},
+            {{"high-quality", marked("High quality")}, shown.highQualityMode.on},
+            {{"fn", marked("Function keys")}, shown.functionKeys.on},
+            {{"env", marked("Environment")}, std::move(variables)},
+            {{"before", marked("Command before it")}, shown.launch.before.value_or("")},
+            {{"sandbox", marked("Sandbox")}, wordFor(shown.sandbox)},
+            {{"fixed", marked("Can't be changed")}, std::move(fixed)}};
 }
 
 Result<> enterLaunchOptions(Window& window, const PropertyChanges& changes) {
@@ -107,7 +107,8 @@ Result<> enterLaunchOptions(Window& window, const PropertyChanges& changes) {
     }
     for (const std::string& variable : changes.variables) {
         const std::size_t equals = variable.find('=');
-        if (equals == std::string::npos) return Failure{"--env takes KEY=VALUE, not " + variable + "."};
+        if (equals == std::string::npos)
+            return Failure{localized("--env takes KEY=VALUE, not %@.", {variable})};
         if (entered) entered = window.setVariable(variable.substr(0, equals), variable.substr(equals + 1));
     }
     if (entered && changes.before) entered = window.typeCommandBefore(*changes.before);
@@ -117,13 +118,13 @@ Result<> enterLaunchOptions(Window& window, const PropertyChanges& changes) {
 /// Does what the user of the window would do.
 Result<> enter(Window& window, const PropertyChanges& changes) {
     for (const auto* text : {&changes.name, &changes.version, &changes.run, &changes.description}) {
-        if (*text && !MVString::isValidUtf8(**text)) return Failure{"A text is not UTF-8."};
+        if (*text && !MVString::isValidUtf8(**text)) return Failure{localized("A text is not UTF-8.")};
     }
     if (changes.icon) {
         auto bytes = files::read(expandedPath(*changes.icon));
         if (!bytes) return bytes.error();
         if (!window.changeIcon(ImageData{*std::move(bytes)}))
-            return Failure{*changes.icon + " is no picture that can be read."};
+            return Failure{localized("%@ is no picture that can be read.", {*changes.icon})};
     }
     if (changes.name) window.typeName(*changes.name);
     if (changes.description) window.editDescription(styledText(*changes.description));
@@ -146,7 +147,7 @@ Result<> enter(Window& window, const PropertyChanges& changes) {
     };
     for (const auto& control : controls) {
         if (control.word && !control.change())
-            return Failure{std::string("--") + control.name + " can't be changed for this item."};
+            return Failure{localized("--%@ can't be changed for this item.", {control.name})};
     }
     return enterLaunchOptions(window, changes);
 }
@@ -178,7 +179,7 @@ int properties(Session& session, const std::string& app, const PropertyChanges& 
                 session.console().say(localized("Cancelled."));
                 return int{cancelled};
             }
-            return session.fail("Not everything could be saved.");
+            return session.fail(localized("Not everything could be saved."));
         });
         if (ended != done) result = ended;
         if (ended == cancelled || ended == unanswered) return ended;

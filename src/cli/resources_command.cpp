@@ -1,6 +1,7 @@
 #include "building/needed_resources.h"
 #include "cli/commands.h"
 #include "cli/table.h"
+#include "foundation/localization.h"
 
 namespace morvane::cli {
 
@@ -12,7 +13,7 @@ int resources(Session& session, FixResources fix) {
         if (fix == FixResources::yes) {
             for (std::size_t row = 0; row < window.rows().size(); ++row) window.fixRow(row);
         }
-        Table table{{{"title", "What is needed"}, {"symbol", ""}, {"action", "Action"}}, {}};
+        Table table{{{"title", marked("What is needed")}, {"symbol", ""}, {"action", marked("Action")}}, {}};
         bool complete = true;
         for (const NSNeededResourcesWindow::Row& row : window.rows()) {
             const bool isMissing = row.status == NSNeededResourcesWindow::Status::missing;

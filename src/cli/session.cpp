@@ -169,7 +169,7 @@ void Session::runUntilNoWorkIsLeft() {
 int Session::outcome(int result) {
     if (interface_.unanswered()) {
         if (interface_.choiceRefused()) return failed;
-        console_.say("No answer to: " + *interface_.unanswered());
+        console_.say(localized("No answer to: %@", {*interface_.unanswered()}));
         return unanswered;
     }
     if (cancelled_ || console_.wasInterrupted()) {
@@ -205,7 +205,7 @@ int Session::untilAskedToEnd(const std::function<int()>& begin) {
 
 int Session::ending(int result) {
     if (!console_.outputError()) return result;
-    console_.say(Emphasis::error, "Error",
+    console_.say(Emphasis::error, localized("Error"),
                  localized("The output could not be written: %@.", {*console_.outputError()}));
     return result == done ? int{failed} : result;
 }
@@ -218,7 +218,7 @@ int Session::endedWithoutResult() {
 
 int Session::fail(const std::string& message) {
     failureTold_ = true;
-    console_.say(Emphasis::error, "Error", message);
+    console_.say(Emphasis::error, localized("Error"), message);
     return failed;
 }
 

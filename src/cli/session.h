@@ -36,8 +36,6 @@ class Session {
 
     [[nodiscard]] Console& console() { return console_; }
     [[nodiscard]] const std::shared_ptr<NSProgressView>& progress() const { return progress_; }
-    /// What is answered beforehand; a command adds what its own arguments say.
-    [[nodiscard]] Answers& answers() { return answers_; }
 
     /// From here on, what goes to the log is said as well.
     void showLog();

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "cli/console.h"
+#include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/json.h"
 
@@ -63,7 +64,7 @@ std::string alignedTable(const Table& table) {
     std::string text;
     std::vector<std::size_t> widths;
     for (std::size_t column = 0; column < table.columns.size(); ++column) {
-        std::size_t width = widthOf(table.columns[column].heading);
+        std::size_t width = widthOf(localized(table.columns[column].heading));
         for (const Array& row : table.rows) width = std::max(width, widthOf(cellText(cell(row, column))));
         widths.push_back(width);
     }
@@ -78,7 +79,7 @@ std::string alignedTable(const Table& table) {
     const auto holdsNumbers = [&](std::size_t column) {
         return !table.rows.empty() && isNumber(cell(table.rows.front(), column));
     };
-    addLine([&](std::size_t column) { return table.columns[column].heading; }, holdsNumbers);
+    addLine([&](std::size_t column) { return localized(table.columns[column].heading); }, holdsNumbers);
     for (const Array& row : table.rows) {
         addLine([&](std::size_t column) { return cellText(cell(row, column)); },
                 [&](std::size_t column) { return isNumber(cell(row, column)); });
@@ -125,7 +126,8 @@ std::string tableText(const Table& table, Reader reader) {
 
 std::string recordText(const Record& record, Reader reader) {
     std::size_t width = 0;
-    for (const Property& property : record) width = std::max(width, widthOf(property.name.heading) + 1);
+    for (const Property& property : record)
+        width = std::max(width, widthOf(localized(property.name.heading)) + 1);
     std::string text;
     for (const Property& property : record) {
         if (reader == Reader::program) {
@@ -133,7 +135,7 @@ std::string recordText(const Record& record, Reader reader) {
             continue;
         }
         std::string line;
-        appendPadded(line, property.name.heading + ":", width + 1, false);
+        appendPadded(line, localized(property.name.heading) + ":", width + 1, false);
         text += withoutBlanksAtTheEnd(line + cellText(property.value)) + "\n";
     }
     return text;

@@ -13,7 +13,7 @@ namespace morvane::cli {
 
 class Console;
 
-/// `key` names the column in JSON, `heading` on a terminal.
+/// `key` names the column in JSON, `heading`, an English text that is marked for translation, on a terminal.
 struct Column {
     std::string key, heading;
 };

@@ -8,6 +8,7 @@
 
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
+#include "foundation/localization.h"
 #include "foundation/text.h"
 #include "platform/files.h"
 #include "platform/host.h"
@@ -50,6 +51,18 @@ std::optional<std::size_t> choiceFor(const std::string& typed, const std::vector
     return several ? std::nullopt : found;
 }
 
+std::optional<std::size_t> scriptedChoice(const std::string& given, const std::vector<std::string>& names,
+                                          std::size_t defaultChoice) {
+    std::vector<std::string> english;
+    for (std::size_t at = 0; at < names.size(); ++at) {
+        const std::vector<std::string> texts = englishTexts(names[at]);
+        if (std::ranges::find(texts, given) != texts.end()) return at;
+        english.push_back(texts.front());
+    }
+    const auto choice = choiceFor(given, english, defaultChoice);
+    return choice ? choice : choiceFor(given, names, defaultChoice);
+}
+
 std::string expandedPath(const std::string& typed) {
     std::string path = typed;
     if (path.starts_with("~")) {
@@ -79,7 +92,8 @@ void TerminalInterface::showMessage(const Dialog& dialog) {
     }
     console_.say(isError ? Emphasis::error : Emphasis::heading, dialog.title, dialog.text);
     // The texts are made for windows.
-    if (MVString::contains(dialog.text, " button")) console_.say("(Here: give the same command again.)");
+    if (MVString::contains(englishTexts(dialog.text).front(), " button"))
+        console_.say(localized("(Here: give the same command again.)"));
 }
 
 std::optional<DialogAnswer> TerminalInterface::scriptedAnswer(const Dialog& dialog) {
@@ -90,12 +104,13 @@ std::optional<DialogAnswer> TerminalInterface::scriptedAnswer(const Dialog& dial
         return result;
     }
     if (!answer) return std::nullopt;
-    result.button = choiceFor(answer->button, dialog.buttons, dialog.defaultButton).value_or(result.button);
+    result.button =
+        scriptedChoice(answer->button, dialog.buttons, dialog.defaultButton).value_or(result.button);
     if (!answer->text) return result;
     result.text = *answer->text;
     if (const auto* box = std::get_if<ChoiceBox>(&dialog.accessory)) {
-        const auto chosen = choiceFor(*answer->text, box->options, box->chosen);
-        if (!chosen) giveUp(dialog.title + ": there is no choice \"" + *answer->text + "\"");
+        const auto chosen = scriptedChoice(*answer->text, box->options, box->chosen);
+        if (!chosen) giveUp(localized("%@: there is no choice \"%@\"", {dialog.title, *answer->text}));
         result.chosen = chosen.value_or(box->chosen);
     }
     return result;
@@ -106,7 +121,7 @@ std::optional<DialogAnswer> TerminalInterface::askForText(const Dialog& dialog) 
     const std::string hint = field->text.empty() ? "" : " [" + field->text + "]";
     if (!dialog.text.empty()) console_.say(dialog.text);
     console_.say(Emphasis::heading, dialog.title + hint);
-    const auto typed = console_.readLine("(end of input cancels) > ");
+    const auto typed = console_.readLine(localized("(end of input cancels) > "));
     if (!typed && console_.wasInterrupted()) return std::nullopt;
     if (!typed) return cancellation(dialog);
     return DialogAnswer{.button = dialog.defaultButton, .text = typed->empty() ? field->text : *typed};
@@ -119,13 +134,13 @@ std::optional<DialogAnswer> TerminalInterface::askForChoice(const Dialog& dialog
     for (std::size_t at = 0; at < box->options.size(); ++at)
         console_.say("  " + std::to_string(at + 1) + ") " + box->options[at]);
     for (;;) {
-        const auto typed = console_.readLine("Number or text [" + std::to_string(box->chosen + 1) +
-                                             "] (end of input cancels) > ");
+        const auto typed = console_.readLine(
+            localized("Number or text [%@] (end of input cancels) > ", {std::to_string(box->chosen + 1)}));
         if (!typed && console_.wasInterrupted()) return std::nullopt;
         if (!typed) return cancellation(dialog);
         if (const auto chosen = choiceFor(*typed, box->options, box->chosen))
             return DialogAnswer{.button = dialog.defaultButton, .text = "", .chosen = *chosen};
-        console_.say("Please type a number or the beginning of a choice.");
+        console_.say(localized("Please type a number or the beginning of a choice."));
     }
 }
 
@@ -133,7 +148,7 @@ std::optional<DialogAnswer> TerminalInterface::askForButton(const Dialog& dialog
     console_.say(Emphasis::heading, dialog.title);
     if (!dialog.text.empty()) console_.say(dialog.text);
     if (const auto* image = std::get_if<ImageAccessory>(&dialog.accessory))
-        console_.say("(picture: " + image->path + ")");
+        console_.say(localized("(picture: %@)", {image->path}));
     if (const auto* text = std::get_if<LongText>(&dialog.accessory)) console_.say("\n" + text->text);
     if (const auto* styled = std::get_if<StyledText>(&dialog.accessory)) console_.say("\n" + styled->text);
     std::string prompt;
@@ -147,7 +162,7 @@ std::optional<DialogAnswer> TerminalInterface::askForButton(const Dialog& dialog
         if (!typed) return std::nullopt;
         if (const auto button = choiceFor(*typed, dialog.buttons, dialog.defaultButton))
             return DialogAnswer{.button = *button, .text = ""};
-        console_.say("Please type a number or the beginning of an answer.");
+        console_.say(localized("Please type a number or the beginning of an answer."));
     }
 }
 
@@ -158,7 +173,7 @@ void TerminalInterface::noteDefault(const std::string& question) {
         for (auto& [other, times] : defaulted_) times = 0;
     }
     if (++known->second > mostTimes || ++defaults_ > mostDefaults)
-        giveUp(question + " (the default leads back to it)");
+        giveUp(localized("%@ (the default leads back to it)", {question}));
 }
 
 void TerminalInterface::giveUp(const std::string& question) {
@@ -202,7 +217,7 @@ bool TerminalInterface::accepts(const std::vector<ForeseenQuestion>& questions) 
         return false;
     }
     if (shortcoming.unanswered.empty()) return true;
-    unanswered_ = MVString::joined(shortcoming.unanswered, "\nNo answer to: ");
+    unanswered_ = MVString::joined(shortcoming.unanswered, "\n" + localized("No answer to: %@", {""}));
     return false;
 }
 
@@ -228,9 +243,9 @@ std::vector<std::string> TerminalInterface::chooseFiles(const OpenPanel& panel) 
         return {};
     }
     console_.say(Emphasis::heading, panel.title);
-    if (!panel.types.empty()) console_.say("(one of: " + MVString::joined(panel.types, ", ") + ")");
+    if (!panel.types.empty()) console_.say(localized("(one of: %@)", {MVString::joined(panel.types, ", ")}));
     for (;;) {
-        const auto typed = console_.readLine("Path (nothing to cancel) > ");
+        const auto typed = console_.readLine(localized("Path (nothing to cancel) > "));
         if (!typed && console_.wasInterrupted()) host().creation.request();
         if (!typed || typed->empty()) return {};
         const std::string path = expandedPath(*typed);
@@ -244,13 +259,13 @@ void TerminalInterface::fill(Form& form) {
     for (FormField& field : form.fields) {
         const bool isBox = field.kind == FormField::Kind::checkBox;
         const std::vector<std::string> options =
-            isBox ? std::vector<std::string>{"No", "Yes"} : field.options;
+            isBox ? std::vector<std::string>{localized("No"), localized("Yes")} : field.options;
         if (options.size() < 2) continue;
         auto chosen = std::optional(field.chosen);
         if (const auto answer = answers_.takeAnswer(field.label, options)) {
-            chosen = choiceFor(answer->button, options, field.chosen);
+            chosen = scriptedChoice(answer->button, options, field.chosen);
         } else if (answers_.answersFor(field.label) > 0) {
-            return giveUp(field.label + ": it is one of " + MVString::joined(options, ", "));
+            return giveUp(localized("%@: it is one of %@", {field.label, MVString::joined(options, ", ")}));
         } else if (console_.isInteractive() && !answers_.defaults) {
             const Dialog question{.title = field.label,
                                   .text = "",
@@ -292,12 +307,12 @@ std::optional<std::string> TerminalInterface::chooseSavePath(const SavePanel& pa
     }
     console_.say(Emphasis::heading, panel.title);
     for (;;) {
-        const auto typed = console_.readLine("Path [" + proposal + "] > ");
+        const auto typed = console_.readLine(localized("Path [%@] > ", {proposal}));
         if (!typed) return std::nullopt;
         const std::string path = typed->empty() ? proposal : withType(expandedPath(*typed));
         if (files::kindOf(path) == files::Kind::none) return path;
-        const auto sure =
-            console_.readLine(path + " exists already. Build into it? 1) No [Enter]  2) Yes > ");
+        const auto sure = console_.readLine(
+            localized("%@ exists already. Build into it? 1) No [Enter]  2) Yes > ", {path}));
         if (!sure) return std::nullopt;
         if (*sure == "2" || MVString::lowercased(*sure).starts_with("y")) return path;
     }
@@ -324,18 +339,18 @@ void TerminalInterface::openLink(const std::string& url) {
     if (console_.output() == Output::json) {
         console_.emit({{"event", "link"}, {"url", url}});
     } else {
-        console_.say("See " + url);
+        console_.say(localized("See %@", {url}));
     }
     workspace::openLink(url);
 }
 
 // A command does not open windows by itself: it says what to look at.
 void TerminalInterface::openPath(const std::string& path) {
-    console_.say("See " + path);
+    console_.say(localized("See %@", {path}));
 }
 
 void TerminalInterface::revealPath(const std::string& path) {
-    console_.say("See " + path);
+    console_.say(localized("See %@", {path}));
 }
 
 void TerminalInterface::launchBundle(const std::string& path) {

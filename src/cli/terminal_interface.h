@@ -80,6 +80,10 @@ class TerminalInterface : public UserInterface {
 [[nodiscard]] std::optional<std::size_t> choiceFor(const std::string& typed,
                                                    const std::vector<std::string>& names,
                                                    std::size_t defaultChoice);
+/// The same of an answer given beforehand, in English whatever the language; as it is shown serves as well.
+[[nodiscard]] std::optional<std::size_t> scriptedChoice(const std::string& given,
+                                                        const std::vector<std::string>& names,
+                                                        std::size_t defaultChoice);
 /// An absolute path: "~" and "~user" at the start are homes, anything else is relative to the working folder.
 [[nodiscard]] std::string expandedPath(const std::string& typed);
 

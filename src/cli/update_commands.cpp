@@ -26,14 +26,15 @@ int convertEngine(Session& session, const std::string& name) {
     return alone(session, [&] {
         NSCaskeryEngine engine(name);
         if (!engine.nameAfterConversion()) {
-            session.console().print("The engine " + name + " is of no old generation.");
+            session.console().print(localized("The engine %@ is of no old generation.", {name}));
             return static_cast<int>(done);
         }
         session.progress()->setMessage(localized("Preparing Engine..."), CreatingPort::no);
         engine.convertOldEngine();
         const auto archive = building::storedEngineArchive(engine.engine);
         if (engine.engine == name)
-            return session.fail("The engine " + name + (archive ? " was not converted." : " is not there."));
+            return session.fail(archive ? localized("The engine %@ was not converted.", {name})
+                                        : localized("The engine %@ is not there.", {name}));
         session.console().print(archive.value_or(engine.engine));
         return static_cast<int>(done);
     });
@@ -48,9 +49,10 @@ int updateWrapper(Session& session, const std::string& app) {
         Build build(session.progress());
         const auto update = building::updateOutdatedWrapper(Wrapper(wrapper), build);
         if (update == building::WrapperUpdate::failed) return static_cast<int>(failed);
-        session.console().print(update == building::WrapperUpdate::updated
-                                    ? wrapper + " is at the version " + *build.currentCaskery + " now."
-                                    : wrapper + " is up to date.");
+        session.console().print(
+            update == building::WrapperUpdate::updated
+                ? localized("%@ is at the version %@ now.", {wrapper, *build.currentCaskery})
+                : localized("%@ is up to date.", {wrapper}));
         return static_cast<int>(done);
     });
 }

@@ -2,6 +2,7 @@
 
 #include "cli/arguments.h"
 #include "cli/installed_app.h"
+#include "wrapper/sandbox.h"
 
 namespace morvane::cli {
 
@@ -131,7 +132,7 @@ void addPropertiesCommand(CLI::App& app, Parsed& parsed) {
     properties->add_option("--before", changes.before,
                            "a command that runs the program, as \"gamescope -f --\"; empty for none");
     properties->add_option("--sandbox", changes.sandbox, "what its programs may see of the machine")
-        ->check(CLI::IsMember(sandboxWords));
+        ->check(CLI::IsMember(std::vector<std::string>(sandboxWords.begin(), sandboxWords.end())));
     properties->callback([&] {
         parsed.command = [&](Session& session) {
             return withInstalledApp(session, parsed.app, [&](const std::string& item) {

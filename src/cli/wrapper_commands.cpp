@@ -1,10 +1,12 @@
 #include <algorithm>
 
+#include "cli/application.h"
 #include "cli/commands.h"
 #include "cli/table.h"
 #include "foundation/file_manager.h"
+#include "foundation/localization.h"
 #include "foundation/tasks.h"
-#include "library/apps_array.h"
+#include "library/apps_questions.h"
 #include "platform/process.h"
 #include "wrapper/launch_check.h"
 #include "wrapper/layout.h"
@@ -21,7 +23,7 @@ namespace {
 std::optional<std::string> wrapperAt(Session& session, const std::string& app) {
     const std::string path = expandedPath(app);
     if (Wrapper(path).runsPrograms()) return path;
-    session.fail(path + " is not a wrapper.");
+    session.fail(localized("%@ is not a wrapper.", {path}));
     return std::nullopt;
 }
 
@@ -36,7 +38,8 @@ int runToItsEnd(Session& session, const std::string& program, const std::vector<
     return session.onWorker([&] {
         const auto printed = [&session](std::string_view text) { session.console().passOn(text); };
         const auto ended = MVTask::runProgram(program, "~/", arguments, printed);
-        return ended ? ended->ending.shellStatus() : session.fail(program + " could not be started.");
+        return ended ? ended->ending.shellStatus()
+                     : session.fail(localized("%@ could not be started.", {program}));
     });
 }
 
@@ -51,7 +54,7 @@ int run(Session& session, const std::string& app, Waiting waiting) {
     // Nobody hears what it says once it has been left to itself.
     if (const auto checked = checkLaunch(expandedPath(app)); !checked) return session.fail(checked.error());
     const auto started = processes::launch(program);
-    return started ? static_cast<int>(done) : session.fail(program + " could not be started.");
+    return started ? static_cast<int>(done) : session.fail(localized("%@ could not be started.", {program}));
 }
 
 int debug(Session& session, const std::string& app) {
@@ -59,23 +62,24 @@ int debug(Session& session, const std::string& app) {
     if (!wrapper) return failed;
     const int result = runToItsEnd(session, executableOf(*wrapper), {"debug"});
     const std::string logs = *wrapper + layout::resources + "/Logs/";
-    session.console().print("The logs are " + logs + "LastRunWine.log and " + logs + "LastRunX11.log");
+    session.console().print(localized("The logs are %@LastRunWine.log and %@LastRunX11.log", {logs, logs}));
     return result;
 }
 
 int stop(Session& session, const std::string& app) {
     const auto wrapper = wrapperAt(session, app);
     if (!wrapper) return failed;
-    return session.onWorker([&] {
-        NSUtilities::terminateAllCaskeryProcessesForWrapperNow(*wrapper, RemovingWrapper::no);
-        return static_cast<int>(done);
+    Application application(session);
+    return session.untilIdle([&] {
+        application.delegate().actions().stopItem(*wrapper, Asking::no);
+        return int{done};
     });
 }
 
 int stopAll(Session& session) {
     NSAppsArray apps;
     return session.untilIdle([&] {
-        apps.askToKillAllCaskeryProcessesFromLocalApps();
+        apps_questions::askToKillAllCaskeryProcessesFromLocalApps(apps);
         return int{done};
     });
 }
@@ -86,9 +90,10 @@ int exe(Session& session, const std::string& app, const std::string& file,
     if (!wrapper) return failed;
     const std::string program = expandedPath(file);
     if (!MVFileManager::regularFileExistsAtPath(program))
-        return session.fail("There is no file at " + program + ".");
+        return session.fail(localized("There is no file at %@.", {program}));
     if (!hasProgramEnding(program)) {
-        return session.fail(program + " is no Windows program (.exe, .com, .bat, .cmd, .msi or .lnk).");
+        return session.fail(
+            localized("%@ is no Windows program (.exe, .com, .bat, .cmd, .msi or .lnk).", {program}));
     }
     std::vector<std::string> words{output == ProgramOutput::shown ? "CKS-console" : "CKS-installer", program};
     words.insert(words.end(), arguments.begin(), arguments.end());
@@ -106,14 +111,14 @@ int menu(Session& session, const std::string& app, const std::string& entry) {
     if (!wrapper) return failed;
     const auto entries = wrapperMenu(*wrapper);
     if (entry.empty()) {
-        Table table{{{"menu", "Menu"}, {"name", "Name"}}, {}};
+        Table table{{{"menu", marked("Menu")}, {"name", marked("Name")}}, {}};
         for (const MenuScript& script : entries) table.rows.push_back({script.menu, script.name});
         printTable(session.console(), table);
         return done;
     }
     const auto found = std::ranges::find(entries, entry, &MenuScript::name);
     if (found == entries.end()) {
-        return session.fail("The menu of " + *wrapper + " has no entry \"" + entry + "\".");
+        return session.fail(localized("The menu of %@ has no entry \"%@\".", {*wrapper, entry}));
     }
     // The "open" of its Help entries is a program of ours.
     return runToItsEnd(session, MVTask::getPathOfProgram("env").value_or("env"),

@@ -39,7 +39,8 @@ void styleByTitle(Dialog& dialog, std::string_view title) {
 }
 
 Dialog plainBooleanDialog(const std::string& message, const std::string& title, bool defaultAnswer) {
-    const auto buttons = defaultAnswer ? std::vector{"Yes", "No"} : std::vector{"No", "Yes"};
+    const auto buttons =
+        defaultAnswer ? std::vector{marked("Yes"), marked("No")} : std::vector{marked("No"), marked("Yes")};
     return dialogWith(localized(title), message, buttons);
 }
 
@@ -75,7 +76,7 @@ DialogAnswer showDialog(const Dialog& dialog) {
 }
 
 std::optional<std::size_t> cancelButton(const Dialog& dialog) {
-    for (const char* title : {"Cancel", "No", "I Disagree"}) {
+    for (const char* title : {marked("Cancel"), marked("No"), marked("I Disagree")}) {
         const auto found = std::ranges::find(dialog.buttons, localized(title));
         if (found != dialog.buttons.end()) return static_cast<std::size_t>(found - dialog.buttons.begin());
     }
@@ -134,13 +135,13 @@ std::optional<std::string> chooseSavePath(const SavePanel& panel) {
 }
 
 void showAlertMessage(const std::string& message, const std::string& title) {
-    Dialog dialog = dialogWith(localized(title), message, {"OK"});
+    Dialog dialog = dialogWith(localized(title), message, {marked("OK")});
     styleByTitle(dialog, title);
     (void)showDialog(dialog);
 }
 
 void showAlertErrorMessage(const std::string& message) {
-    showAlertMessage(message, "Error");
+    showAlertMessage(message, marked("Error"));
 }
 
 void showAlertMessageWithException(const std::string& name, const std::string& reason) {
@@ -193,7 +194,7 @@ std::optional<std::string> inputDialogWithMessage(const std::string& message,
 }
 
 Dialog inputDialog(const std::string& message, const std::string& defaultValue) {
-    Dialog dialog = dialogWith(message, "", {"OK", "Cancel"});
+    Dialog dialog = dialogWith(message, "", {marked("OK"), marked("Cancel")});
     dialog.accessory = TextField{.text = defaultValue};
     return dialog;
 }

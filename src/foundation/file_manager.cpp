@@ -62,7 +62,7 @@ bool removeItemAtPath(const std::string& path) {
 std::vector<std::string> contentsOfDirectoryAtPath(const std::string& path) {
     auto names = files::list(path);
     if (!names) {
-        report("Error while listing folder contents: %@", names.error().why);
+        report(marked("Error while listing folder contents: %@"), names.error().why);
         return {};
     }
     return *std::move(names);
@@ -71,7 +71,7 @@ std::vector<std::string> contentsOfDirectoryAtPath(const std::string& path) {
 std::optional<std::string> destinationOfSymbolicLinkAtPath(const std::string& path) {
     auto destination = files::destinationOfLink(path);
     if (!destination) {
-        report("Error while retrieving symbolic link destination: %@", destination.error().why);
+        report(marked("Error while retrieving symbolic link destination: %@"), destination.error().why);
         return std::nullopt;
     }
     return *std::move(destination);

@@ -10,11 +10,12 @@
 namespace morvane::settings {
 namespace {
 
-constexpr std::array<const Setting*, 25> list{
+constexpr std::array<const Setting*, 26> list{
     &appList,
     &mainFolder,
     &autoOrderAppsList,
     &automaticFolderSave,
+    &menuEntries,
     &developerMode,
     &automaticallySendCrashLogs,
     &lastFoundCrashLog,

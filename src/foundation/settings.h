@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/localization.h"
 #include "platform/value.h"
 
 namespace morvane::settings {
@@ -42,79 +43,89 @@ template <class T>
 struct Key : Setting {};
 
 // The library.
-inline constexpr Key<Value> appList{{"App List", Kind::library, "the library, in its order"}};
+inline constexpr Key<Value> appList{{"App List", Kind::library, marked("the library, in its order")}};
 /// By path, what an item of the library is known by after it was moved.
 inline constexpr Key<Value> appIdentities{{"App Identities", Kind::library, ""}};
 inline constexpr Key<Value> mainFolder{
-    {"Main Folder", Kind::folders, "the apps folders; the first that can be written to gets new ports"}};
+    {"Main Folder", Kind::folders,
+     marked("the apps folders; the first that can be written to gets new ports")}};
 /// Missing: the user's own order.
 inline constexpr Key<std::int64_t> autoOrderAppsList{
-    {"Auto-order Apps List", Kind::integer, "the order kept in the library: 0 by name, 1 by size"}};
+    {"Auto-order Apps List", Kind::integer, marked("the order kept in the library: 0 by name, 1 by size")}};
 inline constexpr Key<bool> automaticFolderSave{
-    {"Automatic Folder Save", Kind::flag, "new ports go to the first apps folder without a question"}};
+    {"Automatic Folder Save", Kind::flag,
+     marked("new ports go to the first apps folder without a question")}};
+inline constexpr Key<bool> menuEntries{
+    {"Menu Entries", Kind::flag, marked("games stand in the desktop's menu"), 1}};
 inline constexpr Key<bool> useOldLibrary{{.key = "Use old Library",
                                           .kind = Kind::boolean,
-                                          .meaning = "the library as a list instead of a grid",
+                                          .meaning = marked("the library as a list instead of a grid"),
                                           .isWrittenAtFirst = true}};
 inline constexpr Key<bool> hideDockInGridView{{.key = "Hide Dock in Grid View",
                                                .kind = Kind::flag,
-                                               .meaning = "no shelf under the grid",
+                                               .meaning = marked("no shelf under the grid"),
                                                .isWrittenAtFirst = true}};
 inline constexpr Key<double> collectionViewIconsScale{
-    {"Collection View Icons Scale", Kind::real, "by what the grid is reduced", 1}};
+    {"Collection View Icons Scale", Kind::real, marked("by what the grid is reduced"), 1}};
 
 // Texts and looks.
 inline constexpr Key<std::int64_t> descriptionFontSize{
-    {"Description Font Size", Kind::integer, "size of descriptions in points", 12, 1, 288, true}};
-inline constexpr Key<std::int64_t> webViewIncreaseTextSize{{"WebView increase text size", Kind::integer,
-                                                            "steps by which web pages show larger text", 0, 0,
-                                                            20, true}};
+    {"Description Font Size", Kind::integer, marked("size of descriptions in points"), 12, 1, 288, true}};
+inline constexpr Key<std::int64_t> webViewIncreaseTextSize{
+    {"WebView increase text size", Kind::integer, marked("steps by which web pages show larger text"), 0, 0,
+     20, true}};
 /// By the title of a file panel, the folder that was chosen in last.
 inline constexpr Key<Value> panelFolders{{"Panel Folders", Kind::library, ""}};
-inline constexpr Key<bool> useVibrantDarkStyle{{"Use Vibrant Dark Style", Kind::boolean, "dark windows"}};
+inline constexpr Key<bool> useVibrantDarkStyle{
+    {"Use Vibrant Dark Style", Kind::boolean, marked("dark windows")}};
 inline constexpr Key<bool> webAutomaticSpellingCorrection{
-    {"WebAutomaticSpellingCorrectionEnabled", Kind::boolean, "web pages correct the spelling by themselves"}};
+    {"WebAutomaticSpellingCorrectionEnabled", Kind::boolean,
+     marked("web pages correct the spelling by themselves")}};
 
 // Start-up, reports and updates.
-inline constexpr Key<bool> developerMode{{.key = "Developer Mode",
-                                          .kind = Kind::flag,
-                                          .meaning = "the catalogue lists what is meant for developers",
-                                          .isWrittenAtFirst = true}};
-inline constexpr Key<bool> automaticallySendCrashLogs{{"Automatically Send Crash Logs", Kind::flag,
-                                                       "look for crash reports at the start, and send them",
-                                                       1, 0, 1, true}};
+inline constexpr Key<bool> developerMode{
+    {.key = "Developer Mode",
+     .kind = Kind::flag,
+     .meaning = marked("the catalogue lists what is meant for developers"),
+     .isWrittenAtFirst = true}};
+inline constexpr Key<bool> automaticallySendCrashLogs{
+    {"Automatically Send Crash Logs", Kind::flag,
+     marked("look for crash reports at the start, and send them"), 1, 0, 1, true}};
 /// A file's name.
 inline constexpr Key<std::string> lastFoundCrashLog{
-    {"Last Found Crash Log", Kind::text, "the crash report that was sent last"}};
+    {"Last Found Crash Log", Kind::text, marked("the crash report that was sent last")}};
 inline constexpr Key<bool> offeredGamesFolder{
-    {"Offered Games folder", Kind::flag, "the games folder was offered"}};
+    {"Offered Games folder", Kind::flag, marked("the games folder was offered")}};
 inline constexpr Key<Date> lastRunningDay{
-    {"Last running day", Kind::date, "the last day on which the application ran"}};
-inline constexpr Key<std::int64_t> runningDaysCounter{
-    {"Running days counter", Kind::integer, "days on which the application ran", 0, 0, 1'000'000'000}};
-inline constexpr Key<bool> automaticUpdates{{"SUEnableAutomaticChecks", Kind::flag,
-                                             "look for a newer version of the application, once a day", 1, 0,
-                                             1, true}};
+    {"Last running day", Kind::date, marked("the last day on which the application ran")}};
+inline constexpr Key<std::int64_t> runningDaysCounter{{"Running days counter", Kind::integer,
+                                                       marked("days on which the application ran"), 0, 0,
+                                                       1'000'000'000}};
+inline constexpr Key<bool> automaticUpdates{
+    {"SUEnableAutomaticChecks", Kind::flag, marked("look for a newer version of the application, once a day"),
+     1, 0, 1, true}};
 inline constexpr Key<Date> lastUpdateCheck{
-    {"Last update check", Kind::date, "the last day on which a newer version was looked for"}};
+    {"Last update check", Kind::date, marked("the last day on which a newer version was looked for")}};
 inline constexpr Key<double> prefixCreationTime{
     {"Prefix Creation Time", Kind::real,
-     "seconds that making a prefix took last, for the bar of the next one"}};
+     marked("seconds that making a prefix took last, for the bar of the next one")}};
 
 // The sandboxes of wrappers (wrapper/sandbox.h).
 /// Missing: the machine decides.
 inline constexpr Key<std::string> newWrapperSandbox{
-    {"New Wrapper Sandbox", Kind::text, "the sandbox of new wrappers: off, home or strict; none: home where it works"}};
+    {"New Wrapper Sandbox", Kind::text,
+     marked("the sandbox of new wrappers: off, home or strict; none: home where it works")}};
 inline constexpr Key<bool> runWithoutSandbox{
-    {"Run Without Sandbox", Kind::flag, "where no sandbox can be made, wrappers that want one run without"}};
+    {"Run Without Sandbox", Kind::flag,
+     marked("where no sandbox can be made, wrappers that want one run without")}};
 inline constexpr Key<bool> toldOfSandbox{
-    {"Told of Sandbox", Kind::flag, "the sandbox of new wrappers was told"}};
+    {"Told of Sandbox", Kind::flag, marked("the sandbox of new wrappers was told")}};
 
 // Base addresses that replace the embedded site and catalogue; the environment goes before them.
 inline constexpr Key<std::string> caskerySite{
-    {"Caskery Site", Kind::text, "address of the engines and wrappers; none: the embedded site"}};
+    {"Caskery Site", Kind::text, marked("address of the engines and wrappers; none: the embedded site")}};
 inline constexpr Key<std::string> catalogueSite{
-    {"Catalogue Site", Kind::text, "address of the catalogue; none: the embedded one"}};
+    {"Catalogue Site", Kind::text, marked("address of the catalogue; none: the embedded one")}};
 
 /// Every setting that is shown, in the order in which they are listed.
 [[nodiscard]] std::span<const Setting* const> all();

@@ -25,6 +25,7 @@ Host::Options optionsOfProcess() {
     Host::Options options;
     options.folders = Folders::fromEnvironment();
     options.notes = settleLibrary(options.folders);
+    options.texts = MessageCatalogue::ofUser(options.folders.resources);
     options.sites = Sites::fromEnvironment();
     options.searchPath = environmentVariable("PATH");
     return options;

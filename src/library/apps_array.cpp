@@ -13,6 +13,7 @@
 #include "foundation/text.h"
 #include "foundation/threads.h"
 #include "library/apps_scan.h"
+#include "library/menu_entries.h"
 #include "library/moved_apps.h"
 #include "library/name_order.h"
 #include "platform/files.h"
@@ -26,29 +27,6 @@ namespace morvane {
 namespace {
 
 using List = std::vector<LocalItem>;
-
-std::string nameFromPath(const std::string& path) {
-    return files::withoutExtension(files::lastComponent(path));
-}
-
-/// The stored list; nothing when there is none. Entries without a path are none.
-std::optional<List> listOf(const std::optional<Value>& stored) {
-    const Array* entries = stored ? stored->as<Array>() : nullptr;
-    if (entries == nullptr) return std::nullopt;
-    List list;
-    for (const Value& entry : *entries) {
-        const auto* dictionary = entry.as<Dictionary>();
-        const auto* path = dictionary != nullptr ? dictionary->get<std::string>("Path") : nullptr;
-        if (path == nullptr) continue;
-        const auto* name = dictionary->get<std::string>("Name");
-        list.push_back({name != nullptr ? *name : nameFromPath(*path), *path});
-    }
-    return list;
-}
-
-std::optional<List> storedList() {
-    return listOf(settings::stored(settings::appList));
-}
 
 Value valueOf(const List& list) {
     Array entries;
@@ -112,35 +90,7 @@ NSAppsArray::~NSAppsArray() {
     *alive_ = false;
 }
 
-// ---- Items
-
-LocalItem NSAppsArray::generateDictionaryForWrapper(const std::string& path, CustomEXE isCustomEXE) {
-    if (isCustomEXE == CustomEXE::no && !LibraryItem::isBoxerName(path)) {
-        const auto name = bundleNameOf(path);
-        if (name && !name->empty()) return {*name, path};
-    }
-    return {nameFromPath(path), path};
-}
-
-List NSAppsArray::checkForCustomEXEsInWrapper(const std::string& wrapper) {
-    List launchers;
-    const auto names = files::list(wrapper);
-    if (!names) return launchers;
-    for (const std::string& name : *names) {
-        const std::string path = files::join(wrapper, name);
-        if (!LibraryItem(path).isCustomEXE()) continue;
-        launchers.push_back(generateDictionaryForWrapper(path, CustomEXE::yes));
-    }
-    return launchers;
-}
-
-bool NSAppsArray::isMissing(const std::string& path) {
-    return files::kindBehind(path) == files::Kind::none;
-}
-
-List NSAppsArray::storedItems() {
-    return storedList().value_or(List{});
-}
+// ---- Loading and storing
 
 List NSAppsArray::caskeryWrappersInLocalTab() const {
     List wrappers;
@@ -149,35 +99,14 @@ List NSAppsArray::caskeryWrappersInLocalTab() const {
     return wrappers;
 }
 
-// ---- Loading and storing
-
-std::vector<std::string> NSAppsArray::validAppsFolders() {
-    const std::string applications = host().folders.applications + "/";
-    const auto setting = settings::stored(settings::mainFolder);
-    if (const Array* stored = setting ? setting->as<Array>() : nullptr) {
-        std::vector<std::string> folders;
-        for (const Value& folder : *stored) {
-            const auto* text = folder.as<std::string>();
-            if (text != nullptr && text->starts_with('/')) folders.push_back(withFinalSlash(*text));
-        }
-        return folders;
-    }
-    std::vector<std::string> folders{applications};
-    const std::string games = applications + gamesFolderName;
-    if (MVFileManager::directoryExistsAtPath(games)) folders.insert(folders.begin(), games);
-    settings::store(settings::mainFolder, Array(folders.begin(), folders.end()));
-    return folders;
-}
-
 void NSAppsArray::loadLocalAppsBlock(Completion completion) {
     tellOfDamagedSettings();
-    static_cast<void>(validAppsFolders());
-    auto stored = storedList();
+    static_cast<void>(local_items::validAppsFolders());
+    auto stored = local_items::storedList();
     if (!stored) return loadLocalAppsForTheFirstTimeBlock(std::move(completion));
-    if (!loaded_) {
-        local_ = stored_ = std::move(*stored);
-        loaded_ = true;
-    }
+    local_ = loaded_ ? merged(local_, stored_, stored) : *stored;
+    stored_ = std::move(*stored);
+    loaded_ = true;
     run(completion);
 }
 
@@ -189,7 +118,7 @@ void NSAppsArray::loadLocalAppsForTheFirstTimeBlock(Completion completion) {
     loaded_ = false;
     MVThread::dispatchQueueWithName(
         "app.morvane.loadLocalAppsFirstTime", Priority::normal,
-        [this, alive = alive_, folders = validAppsFolders()] {
+        [this, alive = alive_, folders = local_items::validAppsFolders()] {
             List found = scanAppsFolders(folders, [&] { return alive->load(); });
             MVThread::dispatchBlockInMainQueue([this, alive, found = std::move(found)] {
                 if (*alive) takeScanned(found);
@@ -213,7 +142,7 @@ void NSAppsArray::scanAgain(Completion completion) {
     whenLoaded([this, completion = std::move(completion)] {
         MVThread::dispatchQueueWithName(
             "app.morvane.scanAppsAgain", Priority::normal,
-            [this, alive = alive_, folders = validAppsFolders(), completion] {
+            [this, alive = alive_, folders = local_items::validAppsFolders(), completion] {
                 List found = scanAppsFolders(folders, [&] { return alive->load(); });
                 sortByName(found);
                 MVThread::dispatchBlockInMainQueue([this, alive, found = std::move(found), completion] {
@@ -225,8 +154,8 @@ void NSAppsArray::scanAgain(Completion completion) {
 
 void NSAppsArray::takeScannedAgain(const List& found, Completion completion) {
     const auto identities = moved_apps::storedIdentities();
-    auto moves = moved_apps::movesOf(merged(local_, stored_, storedList()), found, identities);
-    const auto folders = validAppsFolders();
+    auto moves = moved_apps::movesOf(merged(local_, stored_, local_items::storedList()), found, identities);
+    const auto folders = local_items::validAppsFolders();
     for (const auto& [old, now] : moved_apps::Moves(moves)) {
         moves.merge(moved_apps::moveDeadLinks(old, now, folders));
     }
@@ -238,8 +167,8 @@ void NSAppsArray::takeScannedAgain(const List& found, Completion completion) {
                 now.push_back(std::move(item));
             } else if (const std::string& place = move->second; !holds(list, place) && !holds(now, place)) {
                 const bool isLauncher = LibraryItem(place).isCustomEXE();
-                now.push_back(
-                    generateDictionaryForWrapper(place, isLauncher ? CustomEXE::yes : CustomEXE::no));
+                now.push_back(local_items::generateDictionaryForWrapper(
+                    place, isLauncher ? CustomEXE::yes : CustomEXE::no));
             }
         }
         for (const LocalItem& item : found) {
@@ -258,7 +187,7 @@ void NSAppsArray::whenLoaded(const std::function<void()>& work) {
 void NSAppsArray::change(const std::function<void(List&)>& edit) {
     std::optional<List> changed;
     const bool isStored = settings::update(settings::appList, [&](const std::optional<Value>& stored) {
-        changed = merged(local_, stored_, listOf(stored));
+        changed = merged(local_, stored_, local_items::listOf(stored));
         edit(*changed);
         return valueOf(*changed);
     });
@@ -267,6 +196,7 @@ void NSAppsArray::change(const std::function<void(List&)>& edit) {
     if (isStored) {
         stored_ = local_;
         moved_apps::rememberIdentities(local_);
+        menu_entries::settleLater();
     } else {
         MVAlert::showAlertErrorMessage(localized("Error while writting file: %@", {host().defaults.path()}));
     }
@@ -337,8 +267,8 @@ void NSAppsArray::addLocalPort(const std::string& given, Completion completion) 
         return run(completion);
     }
     whenLoaded([this, path, completion = std::move(completion)]() mutable {
-        List items = checkForCustomEXEsInWrapper(path);
-        items.insert(items.begin(), generateDictionaryForWrapper(path, CustomEXE::no));
+        List items = local_items::checkForCustomEXEsInWrapper(path);
+        items.insert(items.begin(), local_items::generateDictionaryForWrapper(path, CustomEXE::no));
         change([&](List& list) {
             for (const LocalItem& item : items) {
                 if (isStorablePath(item.path) && !holds(list, item.path)) list.push_back(item);
@@ -359,14 +289,15 @@ void NSAppsArray::keepOrder(Completion completion) {
 
 void NSAppsArray::removeLocalPort(const std::string& path, Completion completion) {
     whenLoaded([this, path, completion = std::move(completion)] {
-        auto gone = moved_apps::deadLinksInto(path, validAppsFolders());
-        if (isMissing(path)) gone.push_back(path);
+        auto gone = moved_apps::deadLinksInto(path, local_items::validAppsFolders());
+        if (local_items::isMissing(path)) gone.push_back(path);
         change([&](List& list) {
             const auto item = std::ranges::find(list, path, &LocalItem::path);
             if (item == list.end()) return;
             list.erase(item);
             std::erase_if(list, [&](const LocalItem& other) {
-                return isMissing(other.path) && std::ranges::any_of(gone, [&](const std::string& place) {
+                return local_items::isMissing(other.path) &&
+                       std::ranges::any_of(gone, [&](const std::string& place) {
                            return other.path == place || other.path.starts_with(place + "/");
                        });
             });
@@ -393,7 +324,7 @@ void NSAppsArray::moveLocalPortAtIndex(std::size_t from, std::size_t to) {
 void NSAppsArray::refreshLocalPortAtPath(const std::string& path, CustomEXE isCustomEXE) {
     whenLoaded([this, path, isCustomEXE] {
         if (!holds(local_, path)) return;
-        const LocalItem fresh = generateDictionaryForWrapper(path, isCustomEXE);
+        const LocalItem fresh = local_items::generateDictionaryForWrapper(path, isCustomEXE);
         change([&](List& list) {
             const auto item = std::ranges::find(list, path, &LocalItem::path);
             if (item != list.end()) *item = fresh;
@@ -428,19 +359,13 @@ void NSAppsArray::loadToArrayAppsFromTab(std::int64_t tabType, std::string_view 
 
 // ---- Stopping
 
-void NSAppsArray::askToKillAllCaskeryProcessesFromLocalApps() {
-    const bool agreed = MVAlert::showBooleanAlertMessage(
-        localized("This will kill all Caskery related process from all the apps in your local tab. "
-                  "Do you really want to do it?"),
-        "Warning", false);
-    if (agreed) whenLoaded([this] { killAllCaskeryProcessesFromLocalAppsAfterLoading(); });
-}
-
-void NSAppsArray::killAllCaskeryProcessesFromLocalAppsAfterLoading() const {
-    for (const LocalItem& item : local_) {
-        NSUtilities::terminateAllCaskeryProcessesForWrapper(item.path, RemovingWrapper::no);
-    }
-    NSUtilities::terminateAllCaskeryProcessesForWrapper(std::nullopt, RemovingWrapper::no);
+void NSAppsArray::killAllCaskeryProcessesFromLocalApps() {
+    whenLoaded([this] {
+        for (const LocalItem& item : local_) {
+            NSUtilities::terminateAllCaskeryProcessesForWrapper(item.path, RemovingWrapper::no);
+        }
+        NSUtilities::terminateAllCaskeryProcessesForWrapper(std::nullopt, RemovingWrapper::no);
+    });
 }
 
 void tellOfDamagedSettings() {

@@ -20,34 +20,18 @@
 #include <vector>
 
 #include "library/catalogue_line.h"
-#include "platform/value.h"
+#include "library/local_items.h"
 
 namespace morvane {
 
-/// Something installed: a wrapper, a program's launcher inside one, a native application or a Boxer bundle.
-struct LocalItem {
-    std::string name, path;
-    bool operator==(const LocalItem&) const = default;
-};
+/// As the settings have them.
+inline constexpr std::int64_t orderByName = 0, orderBySize = 1;
+inline constexpr std::int64_t localTab = 0, catalogueTab = 1;
 
-/// The games folder in the applications folder.
-inline constexpr const char* gamesFolderName = "Games.localized/";
-
-enum class CustomEXE { no, yes };
 enum class SavingOrder { no, yes };
-/// From the disk means into the trash, where there is one.
-enum class RemovedFrom { list, disk, diskPermanently };
-/// What has become of a removed item on the disk.
-struct Removal {
-    bool inTrash = false;
-    std::uint64_t bytes = 0;  ///< that it took, where it has gone to the trash
-};
-
 class NSAppsArray {
   public:
     using Completion = std::function<void()>;
-    static constexpr std::int64_t orderByName = 0, orderBySize = 1;
-    static constexpr std::int64_t localTab = 0, catalogueTab = 1;
     /// What is shown: items of the local library or lines of the catalogue.
     using Shown = std::variant<std::vector<LocalItem>, std::vector<CatalogueLine>>;
 
@@ -55,11 +39,6 @@ class NSAppsArray {
     ~NSAppsArray();
     NSAppsArray(const NSAppsArray&) = delete;
     NSAppsArray& operator=(const NSAppsArray&) = delete;
-
-    [[nodiscard]] static LocalItem generateDictionaryForWrapper(const std::string& path,
-                                                                CustomEXE isCustomEXE);
-    /// By name.
-    [[nodiscard]] static std::vector<LocalItem> checkForCustomEXEsInWrapper(const std::string& wrapper);
 
     /// `array`, `localAppsArray`, `serverAppsArray`, `tabType` (1 for the catalogue, any other: local).
     [[nodiscard]] const Shown& array() const { return array_; }
@@ -69,15 +48,8 @@ class NSAppsArray {
     /// Whether the local library has been loaded or scanned.
     [[nodiscard]] bool isLoaded() const { return loaded_; }
 
-    /// Whether nothing lies at an item's path any more; also for a link that leads nowhere.
-    [[nodiscard]] static bool isMissing(const std::string& path);
-    /// The items of the list as it is stored; empty before the first scan.
-    [[nodiscard]] static std::vector<LocalItem> storedItems();
-    /// The apps folders as the setting has them, each ending in "/"; a missing or older form is replaced
-    /// first.
-    [[nodiscard]] static std::vector<std::string> validAppsFolders();
-
-    /// With a stored list the completion runs at once; else after the first scan.
+    /// With a stored list the completion runs at once; else after the first scan. A list that is loaded takes over
+    /// what other processes have changed.
     void loadLocalAppsBlock(Completion completion);
     /// A scan that runs already is joined. Each real folder is walked once, bundles that end in ".app" are
     /// not entered; real folders go before links, so that an item is found where it lies. What was stored
@@ -109,26 +81,6 @@ class NSAppsArray {
     /// Nothing for an index that is not in the list as loaded.
     void moveLocalPortAtIndex(std::size_t from, std::size_t to);
 
-    /// Asks; what goes from the disk goes to the trash; the action runs on the main thread: for the list only at once, else when the background has
-    /// deleted what is to go. From the disk goes what lies at the path, a link itself, and the links in the
-    /// apps folders that led into it. Only what ends in ".app" or ".boxer" is ever removed, and never the
-    /// home folder, a folder above it or a path that is not plain: that is told, and the action runs all the
-    /// same.
-    static void shouldRemoveLocalPort(const std::string& path, std::function<void()> action);
-    /// The same once it is known from where; from the disk still asks whether that is meant, and says what goes
-    /// into the trash and how large it is. Where the trash can't take it, nothing goes without another question.
-    static void removeFrom(RemovedFrom from, const std::string& path,
-                           std::function<void(const Removal&)> action);
-    /// The library's add action: the chooser, then each chosen application is added (the completion follows
-    /// each) and each port description goes to `installCki`.
-    void addByHand(const std::function<void(const std::string& cki)>& installCki,
-                   const Completion& completion);
-    /// The question for an item whose path is gone: removes it from the list, and adds what the user locates
-    /// as `addByHand` does. Links into it that are dead now go, or follow it. The completion comes after the
-    /// removal, and after each addition. Gives what was located.
-    std::vector<std::string> askAboutMissingApp(const std::string& path,
-                                                const std::function<void(const std::string& cki)>& installCki,
-                                                const Completion& completion);
     /// `caskeryWrappersInLocalTab`: the items that can run a Windows program.
     [[nodiscard]] std::vector<LocalItem> caskeryWrappersInLocalTab() const;
 
@@ -143,10 +95,9 @@ class NSAppsArray {
     [[nodiscard]] CatalogueState catalogueState() const { return catalogueState_; }
     void clearServerAppsArray() { server_.clear(); }
 
-    /// Asks first, and loads the library when it is not yet.
-    void askToKillAllCaskeryProcessesFromLocalApps();
-    /// Returns at once; the wrappers are stopped side by side, then whatever else says "wine".
-    void killAllCaskeryProcessesFromLocalAppsAfterLoading() const;
+    /// Loads the library when it is not yet. The wrappers are stopped side by side in the background, then whatever
+    /// else says "wine".
+    void killAllCaskeryProcessesFromLocalApps();
 
   private:
     using List = std::vector<LocalItem>;
@@ -159,9 +110,6 @@ class NSAppsArray {
     void reorder(const std::string& queue, const std::function<void(List&)>& sort, Completion completion);
     void takeScanned(List found);
     void takeScannedAgain(const List& found, Completion completion);
-    void addChosen(const std::vector<std::string>& chosen,
-                   const std::function<void(const std::string& cki)>& installCki,
-                   const Completion& completion);
     /// Brings the list into the order that is kept and stores it; without one the completion runs at once.
     void keepOrder(Completion completion);
 

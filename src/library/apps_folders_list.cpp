@@ -28,7 +28,7 @@ NSAppsFoldersList::NSAppsFoldersList(NSAppsArray& apps, Callbacks callbacks)
     : apps_(apps), callbacks_(std::move(callbacks)) {
     const auto setting = settings::stored(settings::mainFolder);
     if (!setting || setting->as<Array>() == nullptr) store({applicationsFolder()});
-    rows_ = NSAppsArray::validAppsFolders();
+    rows_ = local_items::validAppsFolders();
     const std::string games = applicationsFolder() + gamesFolderName;
     if (MVFileManager::directoryExistsAtPath(games) && std::ranges::find(rows_, games) == rows_.end()) {
         rows_.insert(rows_.begin(), games);

@@ -1,4 +1,4 @@
-// What is asked about items of the library: which to add, where to remove, what has become of a missing one.
+#include "library/apps_questions.h"
 
 #include <algorithm>
 #include <utility>
@@ -9,11 +9,11 @@
 #include "foundation/localization.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
-#include "library/apps_array.h"
 #include "library/moved_apps.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/trash.h"
+#include "wrapper/saved_games.h"
 
 namespace morvane {
 
@@ -69,6 +69,13 @@ bool isMeantForTrash(std::uint64_t bytes) {
         "Warning", "Fatal", false);
 }
 
+/// Of a link, only the link goes, and no saved game with it.
+bool wantsBackup(const std::string& path) {
+    if (!mayBeDeleted(path) || files::kindOf(path) != files::Kind::folder) return false;
+    if (!LibraryItem(path).isWrapper() || !saved_games::hasAny(Wrapper(path))) return false;
+    return MVAlert::isAnsweredYes(saved_games::offerDialog(Wrapper(path).name()));
+}
+
 bool isApplication(const std::string& path) {
     return path.ends_with(".app") || path.ends_with(".boxer");
 }
@@ -81,9 +88,26 @@ std::vector<std::string> chosenApplications() {
     return MVAlert::chooseFiles(panel, MVAlert::OtherTypes::passedOn);
 }
 
+void addChosen(NSAppsArray& apps, const std::vector<std::string>& chosen, const InstallCki& installCki,
+               const NSAppsArray::Completion& completion) {
+    for (const std::string& path : chosen) {
+        if (isApplication(path)) {
+            apps.addLocalPort(path, completion);
+        } else if (MVString::lowercased(path).ends_with(".cki")) {
+            if (installCki) installCki(path);
+        } else {
+            MVAlert::showAlertErrorMessage(
+                localized("Couldn't add %@ to the library. Incompatible application type.",
+                          {files::lastComponent(path)}));
+        }
+    }
+}
+
 }  // namespace
 
-void NSAppsArray::shouldRemoveLocalPort(const std::string& path, std::function<void()> action) {
+namespace apps_questions {
+
+void shouldRemoveLocalPort(const std::string& path, std::function<void()> action) {
     enum Button : std::size_t { listOnly, fromDisk };
     Dialog dialog;
     dialog.title = localized("Remove App");
@@ -96,8 +120,7 @@ void NSAppsArray::shouldRemoveLocalPort(const std::string& path, std::function<v
                [action = std::move(action)](const Removal&) { action(); });
 }
 
-void NSAppsArray::removeFrom(RemovedFrom from, const std::string& path,
-                             std::function<void(const Removal&)> action) {
+void removeFrom(RemovedFrom from, const std::string& path, std::function<void(const Removal&)> action) {
     if (from == RemovedFrom::list) return action({});
     // Of a link, only the link goes.
     const bool toTrash =
@@ -105,47 +128,33 @@ void NSAppsArray::removeFrom(RemovedFrom from, const std::string& path,
     Removal removal;
     if (toTrash) removal.bytes = MVFileManager::sizeOfDirectoryAtPath(path);
     if (!(toTrash ? isMeantForTrash(removal.bytes) : isMeantForEver(""))) return;
-    MVThread::dispatchQueueWithName("app.morvane.removeFromDisk", Priority::normal,
-                                    [path, removal, toTrash, action = std::move(action)]() mutable {
-                                        if (toTrash) {
-                                            const auto taken = trash::take(path, host().folders);
-                                            removal.inTrash = taken.has_value();
-                                            if (!taken && !isMeantForEver(taken.error().message())) return;
-                                        }
-                                        const bool wasApp = removal.inTrash || deleteFromDisk(path);
-                                        MVThread::dispatchBlockInMainQueue([path, action, wasApp, removal] {
-                                            action(removal);
-                                            // After the action: the library tells from where a link leads what it was.
-                                            if (wasApp)
-                                                moved_apps::removeDeadLinksInto(path, validAppsFolders());
-                                        });
-                                    });
+    const bool keepsSaves = wantsBackup(path);
+    MVThread::dispatchQueueWithName(
+        "app.morvane.removeFromDisk", Priority::normal,
+        [path, removal, toTrash, keepsSaves, action = std::move(action)]() mutable {
+            const Wrapper wrapper(path);
+            if (keepsSaves && !saved_games::backUpOrTell(wrapper, saved_games::Occasion::asked)) return;
+            if (toTrash) {
+                const auto taken = trash::take(path, host().folders);
+                removal.inTrash = taken.has_value();
+                if (!taken && !isMeantForEver(taken.error().message())) return;
+            }
+            const bool wasApp = removal.inTrash || deleteFromDisk(path);
+            MVThread::dispatchBlockInMainQueue([path, action, wasApp, removal] {
+                action(removal);
+                // After the action: the library tells from where a link leads what it was.
+                if (wasApp) moved_apps::removeDeadLinksInto(path, local_items::validAppsFolders());
+            });
+        });
 }
 
-void NSAppsArray::addByHand(const std::function<void(const std::string& cki)>& installCki,
-                            const Completion& completion) {
-    addChosen(chosenApplications(), installCki, completion);
+void addByHand(NSAppsArray& apps, const InstallCki& installCki, const NSAppsArray::Completion& completion) {
+    addChosen(apps, chosenApplications(), installCki, completion);
 }
 
-void NSAppsArray::addChosen(const std::vector<std::string>& chosen,
-                            const std::function<void(const std::string& cki)>& installCki,
-                            const Completion& completion) {
-    for (const std::string& path : chosen) {
-        if (isApplication(path)) {
-            addLocalPort(path, completion);
-        } else if (MVString::lowercased(path).ends_with(".cki")) {
-            if (installCki) installCki(path);
-        } else {
-            MVAlert::showAlertErrorMessage(
-                localized("Couldn't add %@ to the library. Incompatible application type.",
-                          {files::lastComponent(path)}));
-        }
-    }
-}
-
-std::vector<std::string> NSAppsArray::askAboutMissingApp(
-    const std::string& path, const std::function<void(const std::string& cki)>& installCki,
-    const Completion& completion) {
+std::vector<std::string> askAboutMissingApp(NSAppsArray& apps, const std::string& path,
+                                            const InstallCki& installCki,
+                                            const NSAppsArray::Completion& completion) {
     enum Button : std::size_t { locate };
     Dialog dialog;
     dialog.title = localized("App Missing");
@@ -157,12 +166,22 @@ std::vector<std::string> NSAppsArray::askAboutMissingApp(
     const std::size_t button = MVAlert::showDialog(dialog).button;
     // Before the removal: a command that has no answer to it ends here, with nothing lost.
     auto located = button == locate ? chosenApplications() : std::vector<std::string>{};
-    removeLocalPort(path, completion);
-    addChosen(located, installCki, completion);
+    apps.removeLocalPort(path, completion);
+    addChosen(apps, located, installCki, completion);
     std::erase_if(located, [](const std::string& chosen) { return !isApplication(chosen); });
-    if (button != locate) moved_apps::removeDeadLinksInto(path, validAppsFolders());
-    if (located.size() == 1) moved_apps::moveDeadLinks(path, located.front(), validAppsFolders());
+    if (button != locate) moved_apps::removeDeadLinksInto(path, local_items::validAppsFolders());
+    if (located.size() == 1)
+        moved_apps::moveDeadLinks(path, located.front(), local_items::validAppsFolders());
     return located;
 }
 
+void askToKillAllCaskeryProcessesFromLocalApps(NSAppsArray& apps) {
+    const bool agreed = MVAlert::showBooleanAlertMessage(
+        localized("This will kill all Caskery related process from all the apps in your local tab. "
+                  "Do you really want to do it?"),
+        "Warning", false);
+    if (agreed) apps.killAllCaskeryProcessesFromLocalApps();
+}
+
+}  // namespace apps_questions
 }  // namespace morvane

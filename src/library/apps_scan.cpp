@@ -56,14 +56,14 @@ class Scan {
     void look(const std::string& path, const std::string& name) {
         if (name.ends_with(".app")) {
             if (Wrapper(path).exists()) {
-                add(NSAppsArray::generateDictionaryForWrapper(path, CustomEXE::no));
-                for (LocalItem& item : NSAppsArray::checkForCustomEXEsInWrapper(path)) add(std::move(item));
+                add(local_items::generateDictionaryForWrapper(path, CustomEXE::no));
+                for (LocalItem& item : local_items::checkForCustomEXEsInWrapper(path)) add(std::move(item));
             }
             return;
         }
         // A Boxer bundle is looked into as well.
         if (LibraryItem::isBoxerName(name))
-            add(NSAppsArray::generateDictionaryForWrapper(path, CustomEXE::no));
+            add(local_items::generateDictionaryForWrapper(path, CustomEXE::no));
         const files::Kind kind = files::kindOf(path);
         if (kind == files::Kind::folder && files::PrivateFolder::isOne(name)) {
             return;  // a wrapper that is being made

@@ -63,18 +63,6 @@ double descriptionSize() {
     return size > 0 ? static_cast<double>(size) : settings::descriptionFontSize.fallback;
 }
 
-std::string imageOfSource(const std::string& source) {
-    const std::string name = MVString::lowercased(source);
-    const std::string& resources = host().folders.resources;
-    if (name.find('/') == std::string::npos) {
-        for (const char* ending : {"_a.png", ".png"}) {
-            const std::string path = files::join(resources, name + ending);
-            if (MVFileManager::regularFileExistsAtPath(path)) return path;
-        }
-    }
-    return source == "Local" ? "/" : files::join(resources, "other.png");
-}
-
 bool canBeRated(const NSGameData& game) {
     return game.isGameInTheServer || game.gameID >= firstKnownID;
 }
@@ -132,7 +120,7 @@ void NSDescriptionView::openEntry(std::int64_t id,
                 progress->closeCreatingPort(CreatingPort::no);
                 MVAlert::showAlertErrorMessage(error);
             };
-            auto entry = NSGameData::bufferedEntry(id);
+            auto entry = entry_buffer::entryOf(id);
             if (!entry) {
                 if (!NSUtilities::isWebsiteOfUrlAvailable(host().sites.catalogue)) {
                     return failWith(catalogue::unreachable());
@@ -142,7 +130,7 @@ void NSDescriptionView::openEntry(std::int64_t id,
                 const auto& line = *answer;
                 if (!line) return failWith(localized("Port not found!"));
                 entry = NSGameData::initWithDictionary(line);
-                NSGameData::bufferEntry(id, entry);
+                entry_buffer::keep(id, entry);
             }
             onPage(self, [entry, click](NSDescriptionView& page) {
                 // Who has clicked on something else meanwhile does not wait for this any more.
@@ -213,7 +201,7 @@ void NSDescriptionView::loadDetails(Game game) {
                 page.callbacks_.pageChanged();
             });
             if (!canBeRated(*game)) return;
-            later([stars = game->ratings()](NSDescriptionView& page) {
+            later([stars = game->ratings.all()](NSDescriptionView& page) {
                 page.page_.stars = stars;
                 page.callbacks_.pageChanged();
             });
@@ -299,29 +287,6 @@ void NSDescriptionView::titleActionButton() {
         title = actionButtonInstallStringForGameData(game);
     }
     titleActionButtonWith(title);
-}
-
-std::string NSDescriptionView::actionButtonInstallStringForGameData(const NSGameData& game) {
-    return actionButtonInstallStringForGameWithID(game.gameID, game.gameDependencyID);
-}
-
-std::string NSDescriptionView::actionButtonInstallStringForGameWithID(std::int64_t id,
-                                                                      std::int32_t dependencyID) {
-    const bool plays = dependencyID == 0 && settings::get(settings::automaticFolderSave) &&
-                       validPortWithGameID(id).has_value();
-    return plays ? localized("Play") : localized("Install");
-}
-
-std::vector<NSDescriptionView::SourceIcon> NSDescriptionView::setSourceIcons(
-    const std::vector<std::string>& sources) {
-    std::vector<SourceIcon> icons;
-    for (const std::string& source : sources) icons.push_back({source, imageOfSource(source)});
-    return icons;
-}
-
-void NSDescriptionView::openLinkForSourceButton(const std::string& source) const {
-    if (!gameData_) return;
-    if (const auto link = linkOfSource(*gameData_, source)) host().userInterface.openLink(*link);
 }
 
 std::vector<NSDescriptionView::MenuItem> NSDescriptionView::menuOf(const Game& shown) {

@@ -24,6 +24,7 @@
 #include "library/game_data.h"
 #include "library/game_installation.h"
 #include "library/game_pages.h"
+#include "library/source_icons.h"
 #include "library/voting_panel.h"
 
 namespace morvane {
@@ -38,12 +39,6 @@ class NSDescriptionView {
     /// A game as actions take it: theirs for as long as they need it, whatever the page shows.
     using Game = GamePointer;
 
-    /// A button for one source of the game.
-    struct SourceIcon {
-        std::string source;  ///< its tooltip
-        std::string image;   ///< a resource's path; "/" for the icon of the start-up disk
-        bool operator==(const SourceIcon&) const = default;
-    };
     struct MenuItem {
         std::string title;
         bool enabled = true;
@@ -91,6 +86,7 @@ class NSDescriptionView {
     NSDescriptionView(const NSDescriptionView&) = delete;
     NSDescriptionView& operator=(const NSDescriptionView&) = delete;
 
+    [[nodiscard]] LibraryLayout layout() const { return layout_; }
     [[nodiscard]] const Page& page() const { return page_; }
     /// The shown game; null when there is none.
     [[nodiscard]] Game gameData() const { return gameData_; }
@@ -111,11 +107,6 @@ class NSDescriptionView {
     void itemRemoved(const std::string& path);
     /// Re-titles the action button.
     void flagsChanged(Shift shift);
-    [[nodiscard]] static std::string actionButtonInstallStringForGameData(const NSGameData& game);
-    [[nodiscard]] static std::string actionButtonInstallStringForGameWithID(std::int64_t id,
-                                                                            std::int32_t dependencyID);
-    [[nodiscard]] static std::vector<SourceIcon> setSourceIcons(const std::vector<std::string>& sources);
-    void openLinkForSourceButton(const std::string& source) const;
     /// The "More" menu of a catalogue entry; the item's menu of a local one. Its actions are for the game
     /// that is shown now, and follow by the main queue.
     [[nodiscard]] std::vector<MenuItem> moreMenu() { return menuOf(gameData_); }

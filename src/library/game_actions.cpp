@@ -1,4 +1,5 @@
 #include "library/game_actions.h"
+#include "library/apps_questions.h"
 
 // What is done with an installed game: running, updating, debugging, tools, mods; and watching and rating any
 // game.
@@ -263,7 +264,7 @@ void GameActions::forceCloseGame(const GamePointer& game) {
 void GameActions::removeGame(const GamePointer& game) {
     const auto path = pathOf(game);
     if (!path || game->isGameInTheServer) return;
-    NSAppsArray::shouldRemoveLocalPort(*path, [self = page_.handle(), path = *path] {
+    apps_questions::shouldRemoveLocalPort(*path, [self = page_.handle(), path = *path] {
         if (*self == nullptr) return;
         if ((*self)->callbacks().removePort) (*self)->callbacks().removePort(path);
         (*self)->itemRemoved(path);

@@ -5,7 +5,6 @@
 #include "library/game_data.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -21,6 +20,7 @@
 #include "library/catalogue_addresses.h"
 #include "library/description_view.h"
 #include "library/icon_cache.h"
+#include "library/trailer_pages.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/styled_text.h"
@@ -64,15 +64,6 @@ std::string withoutLast(std::string text, int characters) {
 std::string withoutQuotes(std::string text) {
     std::erase(text, '"');
     return text;
-}
-
-/// The number at the start of the text; 0 for none, and for one that is not finite.
-double leadingNumber(std::string_view text) {
-    const std::size_t start = text.find_first_not_of(" +");
-    if (start == std::string_view::npos) return 0;
-    double number = 0;
-    std::from_chars(text.data() + start, text.data() + text.size(), number);
-    return std::isfinite(number) ? number : 0;
 }
 
 /// Links of a stranger's text that may be followed. Anything else could open files or run programs.
@@ -122,6 +113,28 @@ std::optional<std::string> sourceOf(const std::string& wrapper) {
     return source != nullptr ? std::optional(*source) : std::nullopt;
 }
 
+/// Bold and italic only, in Helvetica of the user's size; justified and white is how a page draws it.
+StyledText getRepairedDescription(const StyledText& description) {
+    StyledText repaired{.text = description.text, .runs = {}};
+    const double size = descriptionFontSize();
+    for (const StyledRun& run : description.runs) {
+        StyledRun plain{.length = run.length,
+                        .bold = run.bold,
+                        .italic = run.italic,
+                        .font = helvetica(run.bold, run.italic),
+                        .fontSize = size,
+                        .link = isSafeLink(run.link) ? run.link : "",
+                        .white = true};
+        StyledRun* const last = repaired.runs.empty() ? nullptr : &repaired.runs.back();
+        if (last != nullptr && last->font == plain.font && last->link == plain.link) {
+            last->length += plain.length;
+        } else {
+            repaired.runs.push_back(std::move(plain));
+        }
+    }
+    return repaired;
+}
+
 }  // namespace
 
 // ---- Catalogue entries
@@ -169,11 +182,8 @@ void NSGameData::readDescription(std::string_view answer) {
         descriptionDictionary->set(parts[0] + " Link", parts[1]);
     }
     if (gameSourcesList.empty()) gameSourcesList = {"Other"};
-    {
-        const MutexLock guard(mutex_);
-        ratings_ = {.atiAmd = 0, .nvidia = 0, .intelIris = 0, .intelHd = 0};
-    }
-    setRatingsWithString(withoutLast(fields[ratingsField], 2));
+    ratings.clear();
+    ratings.setRatingsWithString(withoutLast(fields[ratingsField], 2));
     isGameNative = NSUtilities::booleanValue(fields[nativeField]);
     crossoverAlternative = withoutQuotes(fields[crossOverField]);
     descriptionDictionary->set("ID", gameID);
@@ -182,21 +192,21 @@ void NSGameData::readDescription(std::string_view answer) {
     descriptionDictionary->set("CrossOverLink", crossoverAlternative);
 }
 
-std::shared_ptr<NSGameData> NSGameData::bufferedEntry(std::int64_t id) {
+std::shared_ptr<NSGameData> entry_buffer::entryOf(std::int64_t id) {
     auto& buffer = host().serverAppsBuffer;
     const MutexLock guard(buffer.mutex);
     const auto entry = buffer.value.find(id);
     return entry != buffer.value.end() ? entry->second : nullptr;
 }
 
-void NSGameData::bufferEntry(std::int64_t id, std::shared_ptr<NSGameData> entry) {
+void entry_buffer::keep(std::int64_t id, std::shared_ptr<NSGameData> entry) {
     if (!entry->descriptionDictionary) return;
     auto& buffer = host().serverAppsBuffer;
     const MutexLock guard(buffer.mutex);
     buffer.value[id] = std::move(entry);
 }
 
-void NSGameData::clearServerAppsBuffer() {
+void entry_buffer::clear() {
     auto& buffer = host().serverAppsBuffer;
     const MutexLock guard(buffer.mutex);
     buffer.value.clear();
@@ -264,90 +274,7 @@ std::int64_t NSGameData::getIdentifierOfGameAtPath(const std::string& wrapper) {
 
 // ---- Description
 
-StyledText NSGameData::getRepairedDescription(const StyledText& description) {
-    StyledText repaired{.text = description.text, .runs = {}};
-    const double size = descriptionFontSize();
-    for (const StyledRun& run : description.runs) {
-        StyledRun plain{.length = run.length,
-                        .bold = run.bold,
-                        .italic = run.italic,
-                        .font = helvetica(run.bold, run.italic),
-                        .fontSize = size,
-                        .link = isSafeLink(run.link) ? run.link : "",
-                        .white = true};
-        StyledRun* const last = repaired.runs.empty() ? nullptr : &repaired.runs.back();
-        if (last != nullptr && last->font == plain.font && last->link == plain.link) {
-            last->length += plain.length;
-        } else {
-            repaired.runs.push_back(std::move(plain));
-        }
-    }
-    return repaired;
-}
-
 // ---- Ratings
-
-double NSGameData::rating(std::optional<double> Ratings::*family) {
-    const auto known = [&] {
-        const MutexLock guard(mutex_);
-        return ratings_.*family;
-    };
-    if (const auto value = known()) return *value;
-    loadRankingIndicatorValues();
-    return known().value_or(0);
-}
-
-double NSGameData::atiAmdRankingIndicator() {
-    return rating(&Ratings::atiAmd);
-}
-double NSGameData::nvidiaRankingIndicator() {
-    return rating(&Ratings::nvidia);
-}
-double NSGameData::intelIrisRankingIndicator() {
-    return rating(&Ratings::intelIris);
-}
-double NSGameData::intelHdRankingIndicator() {
-    return rating(&Ratings::intelHd);
-}
-
-void NSGameData::loadRankingIndicatorValues() {
-    if (gameID == 0) {
-        const MutexLock guard(mutex_);
-        ratings_ = {.atiAmd = 0, .nvidia = 0, .intelIris = 0, .intelHd = 0};
-        return;
-    }
-    const auto answer =
-        catalogue::answerOf(host().sites.catalogue + "ckis/portRating.php?game=" + std::to_string(gameID));
-    setRatingsWithString(answer && MVString::isValidUtf8(*answer) ? *answer : "");
-}
-
-std::array<double, 4> NSGameData::ratings() {
-    const auto known = [this] {
-        const MutexLock guard(mutex_);
-        return std::array{ratings_.atiAmd, ratings_.nvidia, ratings_.intelIris, ratings_.intelHd};
-    };
-    auto values = known();
-    if (!std::ranges::all_of(values, [](const auto& value) { return value.has_value(); })) {
-        loadRankingIndicatorValues();
-        values = known();
-    }
-    std::array<double, 4> stars{};
-    std::ranges::transform(values, stars.begin(), [](const auto& value) { return value.value_or(0); });
-    return stars;
-}
-
-void NSGameData::setRatingsWithString(std::string_view ratings) {
-    const MutexLock guard(mutex_);
-    for (const std::string& piece : MVString::split(ratings, ", ")) {
-        const std::vector<std::string> parts = MVString::split(piece, ":");
-        if (parts.size() < 2) continue;
-        const double value = leadingNumber(parts[1]);
-        if (parts[0] == "ATi/AMD") ratings_.atiAmd = value;
-        if (parts[0] == "NVIDIA") ratings_.nvidia = value;
-        if (parts[0] == "Intel Iris") ratings_.intelIris = value;
-        if (parts[0] == "Intel HD") ratings_.intelHd = value;
-    }
-}
 
 // ---- Icon
 
@@ -369,6 +296,10 @@ std::optional<ImageData> NSGameData::loadImage() const {
     }
     auto icon = icon_cache::localIcon(gamePath);
     return isBoxerGame ? icon.value_or(ImageData{}) : icon;
+}
+
+std::string NSGameData::trailerHTMLwithSize(double width, double height) const {
+    return trailerPageFromLink(trailer.value_or(""), width, height);
 }
 
 }  // namespace morvane

@@ -8,7 +8,6 @@
 // these and of the schemes "mvid" and "morvane".
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "library/catalogue_line.h"
+#include "library/game_ratings.h"
 #include "platform/annotations.h"
 #include "platform/value.h"
 
@@ -34,12 +34,6 @@ class NSGameData {
     [[nodiscard]] static std::shared_ptr<NSGameData> initWithPath(const std::string& path);
     /// 1 when none is known.
     [[nodiscard]] static std::int64_t getIdentifierOfGameAtPath(const std::string& wrapper);
-
-    /// `serverAppsBuffer`: the entry kept for the catalogue ID, or null.
-    [[nodiscard]] static std::shared_ptr<NSGameData> bufferedEntry(std::int64_t id);
-    /// An entry whose description could not be loaded is not kept: the next click asks again.
-    static void bufferEntry(std::int64_t id, std::shared_ptr<NSGameData> entry);
-    static void clearServerAppsBuffer();
 
     std::string gamePath;  ///< on disk, or the port's folder on the server, ending in "/"
     std::optional<std::string> trailer;
@@ -60,48 +54,33 @@ class NSGameData {
     bool isCustomEXE = false;
     bool isBoxerGame = false;
 
-    /// The ratings, loaded on first use; 0 while they are not known.
-    [[nodiscard]] double atiAmdRankingIndicator();
-    [[nodiscard]] double nvidiaRankingIndicator();
-    [[nodiscard]] double intelIrisRankingIndicator();
-    [[nodiscard]] double intelHdRankingIndicator();
-    /// All four of them, in that order, with one request at most.
-    [[nodiscard]] std::array<double, 4> ratings();
-    void loadRankingIndicatorValues();
-    /// "ATi/AMD:4.5, NVIDIA:3": what it does not name stays.
-    void setRatingsWithString(std::string_view ratings);
+    GameRatings ratings{gameID};
 
     /// The icon, loaded on first use: an empty picture when the server has none, nothing when the bundle has
     /// none (the next use tries again).
     [[nodiscard]] std::optional<ImageData> gameImage();
 
-    /// Bold and italic only, in Helvetica of the user's size; justified and white is how a page draws it.
-    [[nodiscard]] static StyledText getRepairedDescription(const StyledText& description);
-
     /// Points.
     [[nodiscard]] std::string trailerHTMLwithSize(double width, double height) const;
-    /// The link stands in an attribute, with what would end it there escaped; a link that is not http or
-    /// https counts as none.
-    [[nodiscard]] static std::string videoPlayerPageFromLink(const std::optional<std::string>& link,
-                                                             double width, double height);
-    /// The address of a still picture of the video, where its service gives one without being asked, or of the
-    /// picture that the link is.
-    [[nodiscard]] static std::optional<std::string> stillPictureOfLink(const std::string& link);
-    [[nodiscard]] static std::string imageViewPageFromLink(const std::string& link, double width,
-                                                           double height);
 
   private:
-    struct Ratings {
-        std::optional<double> atiAmd, nvidia, intelIris, intelHd;
-    };
-    [[nodiscard]] double rating(std::optional<double> Ratings::*family);
     void readDescription(std::string_view answer);
     void readDescriptionFile();
     [[nodiscard]] std::optional<ImageData> loadImage() const;
 
     Mutex mutex_;
-    Ratings ratings_ MV_GUARDED_BY(mutex_);
     std::optional<ImageData> image_ MV_GUARDED_BY(mutex_);
 };
+
+/// `serverAppsBuffer`: the entries of the catalogue that have been read.
+namespace entry_buffer {
+
+/// The entry kept for the catalogue ID, or null.
+[[nodiscard]] std::shared_ptr<NSGameData> entryOf(std::int64_t id);
+/// An entry whose description could not be loaded is not kept: the next click asks again.
+void keep(std::int64_t id, std::shared_ptr<NSGameData> entry);
+void clear();
+
+}  // namespace entry_buffer
 
 }  // namespace morvane

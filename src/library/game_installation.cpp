@@ -138,7 +138,7 @@ bool installCkiAtPath(const std::string& cki, const std::string& target, const N
     if (creation.installCKI(cki, target, Trust::yes, replacing) != 0) return false;
     if (!description) return true;
     storeDescription(*description, target);
-    for (const LocalItem& launcher : NSAppsArray::checkForCustomEXEsInWrapper(target)) {
+    for (const LocalItem& launcher : local_items::checkForCustomEXEsInWrapper(target)) {
         storeDescription(*description, launcher.path);
     }
     return true;
@@ -162,7 +162,7 @@ std::vector<std::string> sourcesOf(const NSGameData& game) {
 }
 
 std::string defaultGamesFolder() {
-    for (const std::string& folder : NSAppsArray::validAppsFolders()) {
+    for (const std::string& folder : local_items::validAppsFolders()) {
         if (files::isWritable(folder)) return folder.ends_with('/') ? folder : folder + "/";
     }
     return host().folders.desktop + "/";
@@ -173,10 +173,10 @@ std::optional<std::string> validPortWithGameID(std::int64_t id) {
     const auto holdsIt = [id](const std::string& path) {
         return Wrapper(path).exists() && NSGameData::getIdentifierOfGameAtPath(path) == id;
     };
-    for (const LocalItem& item : NSAppsArray::storedItems()) {
+    for (const LocalItem& item : local_items::storedItems()) {
         if (holdsIt(item.path)) return item.path;
     }
-    for (const std::string& folder : NSAppsArray::validAppsFolders()) {
+    for (const std::string& folder : local_items::validAppsFolders()) {
         const auto names = files::list(folder);
         if (!names) continue;
         for (const std::string& name : *names) {
@@ -185,6 +185,15 @@ std::optional<std::string> validPortWithGameID(std::int64_t id) {
         }
     }
     return std::nullopt;
+}
+
+std::string actionButtonInstallStringForGameData(const NSGameData& game) {
+    return actionButtonInstallStringForGameWithID(game.gameID, game.gameDependencyID);
+}
+
+std::string actionButtonInstallStringForGameWithID(std::int64_t id, std::int32_t dependencyID) {
+    const bool plays = dependencyID == 0 && automaticFolderSave() && validPortWithGameID(id).has_value();
+    return plays ? localized("Play") : localized("Install");
 }
 
 void GameInstallation::installGame(const GamePointer& game) {
@@ -208,6 +217,11 @@ void GameInstallation::openBuyingLinkForNativeGame(const GamePointer& game) {
     host().userInterface.openLink(*link);
 }
 
+void GameInstallation::openLinkForSourceButton(const GamePointer& game, const std::string& source) {
+    if (!game) return;
+    if (const auto link = linkOfSource(*game, source)) host().userInterface.openLink(*link);
+}
+
 void GameInstallation::runOrInstallGame(const GamePointer& game) {
     if (!game) return;
     if (const auto installed = validPortWithGameID(game->gameID))
@@ -223,7 +237,7 @@ void GameInstallation::chooseDownloadSource(const GamePointer& game,
     Dialog sheet;
     sheet.title = localized("Choose a source");
     sheet.text = localized("Select the game version you already own or want to buy.");
-    for (const NSDescriptionView::SourceIcon& icon : NSDescriptionView::setSourceIcons(sources)) {
+    for (const SourceIcon& icon : setSourceIcons(sources)) {
         sheet.buttons.push_back(icon.source);
         sheet.buttonPictures.push_back(icon.image);
     }

@@ -31,6 +31,7 @@ class GameInstallation {
     void chooseDownloadSource(const GamePointer& game, const std::optional<std::string>& target = {});
     bool shouldInstallGameOrOpenLinkOfGame(const GamePointer& game, const std::string& source);
     static void openBuyingLinkForNativeGame(const GamePointer& game);
+    static void openLinkForSourceButton(const GamePointer& game, const std::string& source);
     /// Asks where to, and for the source.
     void downloadGameCKI(const GamePointer& game);
     /// The same to a place that is known.
@@ -56,6 +57,9 @@ struct DownloadedCki {
 [[nodiscard]] std::string defaultGamesFolder();
 /// A wrapper of the library or of the apps folders; none for IDs below 2.
 [[nodiscard]] std::optional<std::string> validPortWithGameID(std::int64_t id);
+/// The title of the action button of a catalogue entry: "Play" where it is known to be installed.
+[[nodiscard]] std::string actionButtonInstallStringForGameData(const NSGameData& game);
+[[nodiscard]] std::string actionButtonInstallStringForGameWithID(std::int64_t id, std::int32_t dependencyID);
 
 /// The "%@ Link" of a source in a description; "GOG" is found under "Gog Link" as well. Nothing when it is
 /// empty or missing, and when it is no http or https link.

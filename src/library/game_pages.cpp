@@ -12,6 +12,7 @@
 #include "foundation/threads.h"
 #include "library/catalogue_addresses.h"
 #include "library/description_view.h"
+#include "library/trailer_pages.h"
 #include "platform/host.h"
 #include "platform/http.h"
 #include "platform/workspace.h"
@@ -105,8 +106,7 @@ void GamePages::watchInstructionsForSource(const GamePointer& game, const std::s
                      };
                      std::string link = linkFor(source);
                      if (link.empty()) link = linkFor(free ? "Free" : "Other");
-                     const std::string page =
-                         NSGameData::videoPlayerPageFromLink(link, size.width, size.height);
+                     const std::string page = videoPlayerPageFromLink(link, size.width, size.height);
                      NSDescriptionView::onPage(self, [page, link](NSDescriptionView& view) {
                          view.pages().showWindow(localized("Instructions"), page, link);
                      });

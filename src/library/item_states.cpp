@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "foundation/threads.h"
-#include "library/apps_array.h"
 #include "library/game_data.h"
+#include "library/local_items.h"
 #include "platform/files.h"
 #include "wrapper/processes.h"
 #include "wrapper/wrapper.h"
@@ -63,7 +63,7 @@ void ItemStates::lookNow(std::vector<std::string> paths) {
             for (std::size_t item = 0; item < paths.size(); ++item) {
                 const Wrapper wrapper(paths[item]);
                 ItemState& state = states[paths[item]];
-                state.isMissing = NSAppsArray::isMissing(paths[item]);
+                state.isMissing = local_items::isMissing(paths[item]);
                 state.isUnfinished =
                     wrapper.runsPrograms() && files::kindOf(wrapper.systemRegistry()) == files::Kind::none;
                 state.isRunning = running[item];

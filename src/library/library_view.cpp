@@ -1,30 +1,16 @@
 #include "library/library_view.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "foundation/localization.h"
 #include "foundation/settings.h"
 #include "foundation/threads.h"
+#include "library/apps_questions.h"
 #include "library/game_data.h"
 #include "platform/host.h"
 
 namespace morvane {
-
-LibraryView::ItemSize LibraryView::gridItemSize() {
-    return gridItemSize(settings::get(settings::collectionViewIconsScale));
-}
-
-LibraryView::ItemSize LibraryView::gridItemSize(double scale) {
-    constexpr double width = 191, height = 240, least = 0.25, most = 8;
-    const double reduced = std::clamp(scale, least, most);
-    return {static_cast<int>(std::floor(width / reduced)), static_cast<int>(std::floor(height / reduced))};
-}
-
-void LibraryView::reduceGridItems(double scale) {
-    settings::set(settings::collectionViewIconsScale, scale);
-}
 
 LibraryView::LibraryView(NSAppsArray& apps, Callbacks callbacks)
     : apps_(apps),
@@ -35,7 +21,7 @@ LibraryView::LibraryView(NSAppsArray& apps, Callbacks callbacks)
 void LibraryView::showTab(std::int64_t tabType) {
     tabType_ = tabType;
     reload();
-    if (tabType == NSAppsArray::catalogueTab) {
+    if (tabType == catalogueTab) {
         apps_.loadServerAppsBlock(reloading());
     } else {
         apps_.loadLocalAppsBlock(reloading());
@@ -59,6 +45,11 @@ void LibraryView::makeRows() {
 }
 
 void LibraryView::lookAtItems() {
+    if (apps_.isLoaded()) {
+        const std::vector<LocalItem> before = apps_.localAppsArray();
+        apps_.loadLocalAppsBlock({});
+        if (apps_.localAppsArray() != before) reload();
+    }
     // Who draws no rows wants to hear of none.
     if (!callbacks_.rowChanged) return;
     std::vector<std::string> paths;
@@ -118,7 +109,7 @@ const CatalogueLine* LibraryView::catalogueLine(std::size_t row) const {
 }
 
 std::vector<LibraryMenuItem> LibraryView::contextMenu() {
-    if (tabType_ == NSAppsArray::catalogueTab) {
+    if (tabType_ == catalogueTab) {
         return {{.title = localized("Refresh List"), .action = [this] { refreshList(); }}};
     }
     const auto order = [this](const char* title, std::int64_t by, SavingOrder saving) {
@@ -130,17 +121,17 @@ std::vector<LibraryMenuItem> LibraryView::contextMenu() {
     const LibraryMenuItem nothing{.title = localized("Nothing"),
                                   .marked = !NSAppsArray::autoOrder(),
                                   .action = [] { NSAppsArray::disableLocalAppsArrayAutoOrder(); }};
-    return {{.title = localized("Organize by"),
-             .items = {order("Name", NSAppsArray::orderByName, SavingOrder::no),
-                       order("Size", NSAppsArray::orderBySize, SavingOrder::no)}},
-            {.title = localized("Auto-organize by"),
-             .items = {nothing, order("Name", NSAppsArray::orderByName, SavingOrder::yes),
-                       order("Size", NSAppsArray::orderBySize, SavingOrder::yes)}}};
+    return {
+        {.title = localized("Organize by"),
+         .items = {order("Name", orderByName, SavingOrder::no), order("Size", orderBySize, SavingOrder::no)}},
+        {.title = localized("Auto-organize by"),
+         .items = {nothing, order("Name", orderByName, SavingOrder::yes),
+                   order("Size", orderBySize, SavingOrder::yes)}}};
 }
 
 bool LibraryView::canDrag() const {
     // Rows of a search have other places than their items.
-    return tabType_ == NSAppsArray::localTab && keywords_.empty();
+    return tabType_ == localTab && keywords_.empty();
 }
 
 void LibraryView::drag(std::size_t from, std::size_t to) {
@@ -150,17 +141,17 @@ void LibraryView::drag(std::size_t from, std::size_t to) {
 }
 
 void LibraryView::add() {
-    apps_.addByHand(callbacks_.installCkiFile, reloading());
+    apps_questions::addByHand(apps_, callbacks_.installCkiFile, reloading());
 }
 
 void LibraryView::remove(const std::string& path) {
-    NSAppsArray::shouldRemoveLocalPort(path, [this, path, alive = std::weak_ptr(alive_)] {
+    apps_questions::shouldRemoveLocalPort(path, [this, path, alive = std::weak_ptr(alive_)] {
         if (!alive.expired()) forget(path);
     });
 }
 
 void LibraryView::missing(const std::string& path) {
-    apps_.askAboutMissingApp(path, callbacks_.installCkiFile, reloading());
+    apps_questions::askAboutMissingApp(apps_, path, callbacks_.installCkiFile, reloading());
     if (callbacks_.removed) callbacks_.removed(path);
 }
 
@@ -177,7 +168,7 @@ void LibraryView::addPort(const std::string& path) {
 
 void LibraryView::refreshList() {
     apps_.clearServerAppsArray();
-    NSGameData::clearServerAppsBuffer();
+    entry_buffer::clear();
     icons_.refreshCatalogue();
     apps_.loadServerAppsBlock(reloading());
     // Without rows, and "loading", until it has come.

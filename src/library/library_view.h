@@ -43,26 +43,12 @@ class LibraryView {
         bool operator==(const Row&) const = default;
     };
 
-    /// The size of an item of the grid, in points.
-    struct ItemSize {
-        int width = 0, height = 0;
-        bool operator==(const ItemSize&) const = default;
-    };
-    /// What the setting "Collection View Icons Scale" makes of 191 by 240: reduced by it, and cut to whole
-    /// points. A setting that is missing or no positive number reduces by 1; one beyond what can be seen and
-    /// clicked, from a quarter to 8, counts as the nearest that can.
-    [[nodiscard]] static ItemSize gridItemSize();
-    /// The same for any number.
-    [[nodiscard]] static ItemSize gridItemSize(double scale);
-    /// Stores what `gridItemSize` reduces by.
-    static void reduceGridItems(double scale);
-
     /// Shows nothing before `showTab`. Both must outlive the view.
     LibraryView(NSAppsArray& apps, Callbacks callbacks);
     LibraryView(const LibraryView&) = delete;
     LibraryView& operator=(const LibraryView&) = delete;
 
-    /// Shows the tab (`NSAppsArray::localTab` or `catalogueTab`) as far as it is known, and again once its
+    /// Shows the tab (`localTab` or `catalogueTab`) as far as it is known, and again once its
     /// list is loaded.
     void showTab(std::int64_t tabType);
     void search(const std::string& keywords);
@@ -99,7 +85,8 @@ class LibraryView {
     /// Makes the rows again, after the list has changed.
     void reload();
 
-    /// Looks in the background what has become of the local items, and tells of the rows that have changed.
+    /// Takes over what other processes have made of the list, looks in the background what has become of the local
+    /// items, and tells of the rows that have changed.
     void lookAtItems();
     /// As `ItemStates::runs`.
     [[nodiscard]] std::shared_ptr<void> runs(const std::string& path) { return states_.runs(path); }
@@ -112,7 +99,7 @@ class LibraryView {
 
     NSAppsArray& apps_;
     Callbacks callbacks_;
-    std::int64_t tabType_ = NSAppsArray::localTab;
+    std::int64_t tabType_ = localTab;
     std::string keywords_;
     RowIcons icons_;
     ItemStates states_;

@@ -81,7 +81,7 @@ void rememberIdentities(const List& items) {
         if (const auto identity = files::identityOf(item.path)) {
             now.emplace(item.path, *identity);
         } else if (const auto known = before.find(item.path);
-                   known != before.end() && NSAppsArray::isMissing(item.path)) {
+                   known != before.end() && local_items::isMissing(item.path)) {
             now.insert(*known);
         }
     }
@@ -95,7 +95,7 @@ void rememberIdentities(const List& items) {
 Moves movesOf(const List& list, const List& found, const Identities& identities) {
     List missing, fresh;
     std::ranges::copy_if(list, std::back_inserter(missing),
-                         [](const LocalItem& item) { return NSAppsArray::isMissing(item.path); });
+                         [](const LocalItem& item) { return local_items::isMissing(item.path); });
     std::ranges::copy_if(found, std::back_inserter(fresh), [&](const LocalItem& item) {
         return std::ranges::find(list, item.path, &LocalItem::path) == list.end();
     });

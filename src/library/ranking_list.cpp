@@ -140,8 +140,9 @@ std::vector<NSRankingList::Row> NSRankingList::rowsOfAnswer(std::string_view ans
 }
 
 std::string NSRankingList::dateToReadableDate(std::string_view date) {
-    static constexpr std::array months{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    static constexpr std::array months{marked("Jan"), marked("Feb"), marked("Mar"), marked("Apr"),
+                                       marked("May"), marked("Jun"), marked("Jul"), marked("Aug"),
+                                       marked("Sep"), marked("Oct"), marked("Nov"), marked("Dec")};
     const auto parts = MVString::split(MVString::trimmed(date), "-");
     if (parts.size() != 3 || !isDigits(parts[1]) || parts[1].size() > 2) return std::string(date);
     const std::int64_t month = MVString::initialIntValue(parts[1]);

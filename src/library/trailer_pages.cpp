@@ -1,4 +1,4 @@
-// The small pages in which a trailer plays or a picture shows.
+#include "library/trailer_pages.h"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,6 @@
 #include "foundation/localization.h"
 #include "foundation/network.h"
 #include "foundation/text.h"
-#include "library/game_data.h"
 
 namespace morvane {
 
@@ -164,15 +163,14 @@ constexpr const char* charactersOfIds = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklm
 
 }  // namespace
 
-std::string NSGameData::trailerHTMLwithSize(double width, double height) const {
-    const std::string link = trailer.value_or("");
+std::string trailerPageFromLink(const std::string& link, double width, double height) {
     if (!canBeEmbedded(link)) return errorPage("No trailer available");
     if (!NSUtilities::isWebsiteAvailable(wellKnownHost)) return errorPage("No internet connection");
     return isPicture(link) ? imageViewPageFromLink(link, width, height)
                            : videoPlayerPageFromLink(link, width, height);
 }
 
-std::optional<std::string> NSGameData::stillPictureOfLink(const std::string& link) {
+std::optional<std::string> stillPictureOfLink(const std::string& link) {
     if (!canBeEmbedded(link)) return std::nullopt;
     if (isPicture(link)) return link;
     for (const VideoService& service : videoServices) {
@@ -187,7 +185,7 @@ std::optional<std::string> NSGameData::stillPictureOfLink(const std::string& lin
     return std::nullopt;
 }
 
-std::string NSGameData::imageViewPageFromLink(const std::string& link, double width, double height) {
+std::string imageViewPageFromLink(const std::string& link, double width, double height) {
     if (!canBeEmbedded(link)) return errorPage("No trailer available");
     return std::string(pageStart) +
            filled(R"(<img width="%d" height="%d" src="%@">)",
@@ -195,8 +193,7 @@ std::string NSGameData::imageViewPageFromLink(const std::string& link, double wi
            std::string(pageEnd);
 }
 
-std::string NSGameData::videoPlayerPageFromLink(const std::optional<std::string>& link, double width,
-                                                double height) {
+std::string videoPlayerPageFromLink(const std::optional<std::string>& link, double width, double height) {
     if (!link || !canBeEmbedded(*link)) return errorPage("No trailer available");
     if (!NSUtilities::isWebsiteAvailable(wellKnownHost)) return errorPage("No internet connection");
     return std::string(pageStart) + playerFor(*link, wholeNumber(width), wholeNumber(height)) +

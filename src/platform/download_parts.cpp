@@ -269,7 +269,9 @@ Result<> DownloadPart::State::copyTo(const std::string& place) {
 
 /// The file itself under both names: nothing is copied.
 Result<> DownloadPart::State::shareWith(const std::string& place) {
-    const std::string passing = files::join(files::parent(place), ".morvane-" + randomDigits());
+    // A name that only this part has: what lies there already is what a killed process has left of it.
+    const std::string passing = files::join(files::parent(place), ".morvane-" + bodyName());
+    ::unlink(passing.c_str());
     if (::linkat(folder.get(), bodyName().c_str(), AT_FDCWD, passing.c_str(), 0) != 0) return failure();
     if (::rename(passing.c_str(), place.c_str()) == 0) return {};
     const Failure why = failure();

@@ -14,6 +14,7 @@
 #include <deque>
 
 #include "platform/descriptor.h"
+#include "platform/file_replacement.h"
 #include "platform/folder_handles.h"
 
 namespace morvane::files {
@@ -208,29 +209,10 @@ Result<> writeInPlace(const std::string& path, std::string_view bytes) {
     return {};
 }
 
-bool fillAndReplace(int folder, const std::string& passing, const std::string& name, std::string_view bytes) {
-    struct stat old {};
-    const bool keepsMode =
-        ::fstatat(folder, name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(old.st_mode);
-    Descriptor file(
-        ::openat(folder, passing.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, keepsMode ? 0600 : 0666));
-    if (!file.valid()) return false;
-    const bool done = writeAll(file.get(), bytes) &&
-                      (!keepsMode || ::fchmod(file.get(), old.st_mode & 07777u) == 0) &&
-                      ::fsync(file.get()) == 0 && ::close(file.release()) == 0 &&
-                      ::renameat(folder, passing.c_str(), folder, name.c_str()) == 0;
-    if (!done) {
-        const int number = errno;
-        ::unlinkat(folder, passing.c_str(), 0);
-        errno = number;
-    }
-    return done;
-}
-
 Result<> writeAtomically(const std::string& path, std::string_view bytes) {
     const std::string name = lastComponent(path);
     const Descriptor folder(::open(parent(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.valid() || !fillAndReplace(folder.get(), temporaryName(), name, bytes))
+    if (!folder.valid() || !replaceFile(folder.get(), name, bytes))
         return lastFailure(path);
     ::fsync(folder.get());  // the file is in place already; a file system that cannot do this loses nothing
     return {};

@@ -20,6 +20,7 @@ Host::Host(Options options, UserInterface& ui)
       sites(std::move(options.sites)),
       searchPath(options.searchPath + (options.searchPath.empty() ? "" : ":") + folders.programs),
       notes(std::move(options.notes)),
+      texts(std::move(options.texts)),
       userInterface(ui),
       defaults(defaultsFile(folders.library)),
       log(folders.library + "/Library/Logs/Morvane/morvane.log"),

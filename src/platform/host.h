@@ -18,6 +18,7 @@
 #include "platform/folders.h"
 #include "platform/log.h"
 #include "platform/main_queue.h"
+#include "platform/message_catalogue.h"
 #include "platform/sites.h"
 #include "platform/user_interface.h"
 #include "platform/value.h"
@@ -49,6 +50,7 @@ class Host {
         Folders folders;
         Sites sites;
         std::string searchPath;  ///< `PATH`; the programs folder is added at its end
+        MessageCatalogue texts;  ///< in the user's language
         /// What the user is to be told first of all, line by line.
         std::vector<std::string> notes;
         /// Stands in for `isHostReachable` where set.
@@ -64,6 +66,7 @@ class Host {
     Sites sites;
     const std::string searchPath;
     const std::vector<std::string> notes;  ///< of the options; a front end tells them when it can
+    const MessageCatalogue texts;
     UserInterface& userInterface;
     MainQueue mainQueue;
     WorkQueues workQueues;

@@ -86,19 +86,19 @@ constexpr std::array ckiKeys{
 std::string_view wordFor(Kind kind) {
     switch (kind) {
         case Kind::text:
-            return "a text";
+            return marked("a text");
         case Kind::boolean:
-            return "a boolean";
+            return marked("a boolean");
         case Kind::integer:
-            return "an integer";
+            return marked("an integer");
         case Kind::texts:
-            return "a list of texts";
+            return marked("a list of texts");
         case Kind::textOrTexts:
-            return "a text or a list of texts";
+            return marked("a text or a list of texts");
         case Kind::picture:
-            return "the path of a picture";
+            return marked("the path of a picture");
         case Kind::entries:
-            return "a list of dictionaries";
+            return marked("a list of dictionaries");
     }
     return "";
 }
@@ -263,7 +263,7 @@ class Report {
         if (const auto* text = shown.as<std::string>()) return oneLine(*text);
         if (const auto* integer = shown.as<std::int64_t>()) return std::to_string(*integer);
         if (const auto* real = shown.as<double>()) return numberText(*real);
-        if (const auto* flag = shown.as<bool>()) return localized(*flag ? "yes" : "no");
+        if (const auto* flag = shown.as<bool>()) return localized(*flag ? marked("yes") : marked("no"));
         if (const auto* date = shown.as<Date>()) return dateText(*date);
         if (const auto* data = shown.as<Data>()) {
             return localized("%@ bytes of data", {std::to_string(data->bytes.size())});

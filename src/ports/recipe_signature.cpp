@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "foundation/localization.h"
 #include "ports/typed_stream.h"
 
 namespace morvane::recipe_signature {
@@ -111,6 +112,22 @@ Signature signatureOf(const Dictionary& description) {
     if (key == nullptr || signature == nullptr) return {.state = State::invalid};
     const bool fits = signatures::fits(signature->bytes, key->bytes, messageOf(description));
     return {.state = fits ? State::valid : State::invalid, .key = signatures::hex(key->bytes)};
+}
+
+std::string sentenceOf(const Signature& signature) {
+    switch (signature.state) {
+        case State::valid:
+            return localized(
+                "It is signed with the key %@. Whoever has that key has made it, and nobody has "
+                "changed it since.",
+                {signature.key});
+        case State::invalid:
+            return localized(
+                "Its signature does not fit: it was changed after it was signed, or signed by somebody else "
+                "than it says.");
+        default:
+            return localized("Nobody has signed it.");
+    }
 }
 
 Result<std::string> signedArchive(const signatures::PrivateKey& key, const Dictionary& description) {

@@ -24,6 +24,8 @@ struct Signature {
 };
 
 [[nodiscard]] Signature signatureOf(const Dictionary& description);
+/// Who has signed it, or that nobody did, as a sentence for the user.
+[[nodiscard]] std::string sentenceOf(const Signature& signature);
 /// The archive of the description with the signature, in place of any that it had. Refused as by
 /// `typed_stream::archive`.
 [[nodiscard]] Result<std::string> signedArchive(const signatures::PrivateKey& key,

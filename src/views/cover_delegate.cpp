@@ -67,10 +67,18 @@ void paintSticker(QPainter& painter, const QRect& place) {
 }
 
 /// What a click does, in a round button: stop what runs, play what is under the pointer.
-void paintButton(QPainter& painter, const QRect& place, bool isRunning) {
+void paintButton(QPainter& painter, const QRect& place, bool isRunning, const QPixmap& picture) {
     painter.setPen(QPen(Qt::white, 2));
     painter.setBrush(theme::accent());
     painter.drawEllipse(place);
+    if (!picture.isNull()) {
+        painter.save();
+        QPainterPath shape;
+        shape.addEllipse(place);
+        painter.setClipPath(shape);
+        painter.drawPixmap(place, picture);
+        painter.restore();
+    }
     const int edge = place.height() / 2;
     const QPixmap symbol =
         theme::symbol(isRunning ? "stop" : "play", edge, Qt::white, painter.device()->devicePixelRatioF());
@@ -141,7 +149,9 @@ void CoverDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
     paintPicture(*painter, places.picture, index);
     if (index.data(LibraryModel::isNewRole).toBool()) paintSticker(*painter, places.field);
     const ItemState state = stateOf(index);
-    if (hasButton(option, index)) paintButton(*painter, places.button, state.isRunning);
+    if (hasButton(option, index)) {
+        paintButton(*painter, places.button, state.isRunning, cover_.isEmpty() ? QPixmap() : buttonPicture_);
+    }
     const QString name = option.fontMetrics.elidedText(index.data(Qt::DisplayRole).toString(), Qt::ElideRight,
                                                        places.text.width());
     const int alignment = cover_.isEmpty() ? Qt::AlignVCenter | Qt::AlignLeading : Qt::AlignCenter;

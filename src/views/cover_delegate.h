@@ -2,6 +2,7 @@
 // (`LibraryModel`). Main thread.
 #pragma once
 
+#include <QPixmap>
 #include <QStyledItemDelegate>
 
 namespace morvane::views {
@@ -17,6 +18,8 @@ class CoverDelegate : public QStyledItemDelegate {
     void setShelf(bool shows) { showsShelf_ = shows; }
     /// Names are read over a picture.
     void setOverPicture(bool isOver) { isOverPicture_ = isOver; }
+    /// The user's picture of the button over a cover of the grid; a null one for none.
+    void setButtonPicture(const QPixmap& picture) { buttonPicture_ = picture; }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
@@ -37,6 +40,7 @@ class CoverDelegate : public QStyledItemDelegate {
     [[nodiscard]] Places placesOf(const QStyleOptionViewItem& option) const;
 
     QSize cover_;
+    QPixmap buttonPicture_;
     bool showsShelf_ = false, isOverPicture_ = false;
 };
 

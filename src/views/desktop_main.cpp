@@ -48,7 +48,7 @@ void raise(views::MainWindow& window, const std::string& activationToken) {
 
 void open(AppDelegate& app, const views::DesktopShell& shell, const std::string& item) {
     if (item.starts_with('/')) {
-        app.openFile(item);
+        app.actions().openFile(item);
     } else {
         shell.openLink(item);
     }
@@ -69,7 +69,7 @@ void serve(const views::StartRequest& request, AppDelegate& app, const views::De
     raise(window, request.activationToken);
     for (const std::string& item : request.items) open(app, shell, item);
     if (request.action.empty()) return;
-    window.showLibrary(request.action == "catalogue" ? NSAppsArray::catalogueTab : NSAppsArray::localTab);
+    window.showLibrary(request.action == "catalogue" ? catalogueTab : localTab);
 }
 
 /// Somebody who started it from a menu reads no standard error.
@@ -134,6 +134,7 @@ int main(int argc, char** argv) {
 
     views::DesktopInterface interface;
     Host host(optionsOfProcess(), interface);
+    if (host.texts.writesRightToLeft()) QApplication::setLayoutDirection(Qt::RightToLeft);
     if (const auto& trouble = instance.trouble()) {
         host.log.write(Log::Level::warning, "other starts are not heard: " + trouble->message());
     }

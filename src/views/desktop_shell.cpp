@@ -29,7 +29,7 @@ void DesktopShell::createMenulet(const Menulet& menulet) {
                                    Tray::Actions{.open = [this] { bringMainWindowToFront(); },
                                                  .library =
                                                      [this] {
-                                                         window_->showLibrary(NSAppsArray::localTab);
+                                                         window_->showLibrary(localTab);
                                                          bringMainWindowToFront();
                                                      },
                                                  .quit = [this] { window_->quit(); }});
@@ -64,6 +64,7 @@ void DesktopShell::setThemeImage(ThemeImage image, const std::string& path) {
             onWindow([&](MainWindow& window) {
                 if (image == ThemeImage::window) window.libraryPage().setBackground(picture);
                 if (image == ThemeImage::actionButton) window.gamePage().setButtonPicture(picture);
+                if (image == ThemeImage::bottomButton) window.libraryPage().setButtonPicture(picture);
             });
         });
 }
@@ -74,12 +75,6 @@ void DesktopShell::loadWebPage(WebView web, const std::string& address) {
 
 void DesktopShell::showHtml(WebView web, const std::string& html) {
     onWindow([&](MainWindow& window) { window.webPage(web).showHtml(html); });
-}
-
-void DesktopShell::webViewZoomChanged() {
-    onWindow([](MainWindow& window) {
-        for (const WebView web : {WebView::news, WebView::forum}) window.webPage(web).reloadTextZoom();
-    });
 }
 
 void DesktopShell::showMorvaneTab(MorvaneTab tab) {
@@ -94,36 +89,34 @@ void DesktopShell::bringMainWindowToFront() {
     onWindow([](MainWindow& window) { window.bringToFront(); });
 }
 
-void DesktopShell::libraryChanged() {
-    onWindow([](MainWindow& window) { window.libraryPage().refresh(); });
+void DesktopShell::changed(ShownPart part) {
+    if (window_ == nullptr) return;
+    switch (part) {
+        case ShownPart::library:
+            return window_->libraryPage().refresh();
+        case ShownPart::gamePage:
+            return window_->gamePage().refresh();
+        case ShownPart::actionTitle:
+            return window_->gamePage().refreshActionTitle();
+        case ShownPart::preferences:
+        case ShownPart::appsFolders:
+            return window_->preferencesChanged();
+        case ShownPart::properties:
+            return window_->propertiesChanged();
+        case ShownPart::dock:
+            return window_->libraryPage().updateShelf();
+        case ShownPart::webViewZoom:
+            for (const WebView web : {WebView::news, WebView::forum}) window_->webPage(web).reloadTextZoom();
+            return;
+    }
 }
 
 void DesktopShell::libraryRowChanged(std::size_t row) {
     onWindow([row](MainWindow& window) { window.libraryRowChanged(row); });
 }
 
-void DesktopShell::gamePageChanged() {
-    onWindow([](MainWindow& window) { window.gamePage().refresh(); });
-}
-
-void DesktopShell::actionTitleChanged() {
-    onWindow([](MainWindow& window) { window.gamePage().refreshActionTitle(); });
-}
-
 void DesktopShell::rankingsChanged(NSRankingList::TableType type) {
     onWindow([type](MainWindow& window) { window.rankingsPage().refresh(type); });
-}
-
-void DesktopShell::preferencesChanged() {
-    onWindow([](MainWindow& window) { window.preferencesChanged(); });
-}
-
-void DesktopShell::appsFoldersChanged() {
-    preferencesChanged();
-}
-
-void DesktopShell::updateDockInGridView() {
-    onWindow([](MainWindow& window) { window.libraryPage().updateShelf(); });
 }
 
 void DesktopShell::showWindow(const NSDescriptionView::HtmlWindow& video) {
@@ -140,10 +133,6 @@ void DesktopShell::votingPanelClosed() {
 
 void DesktopShell::showProperties(const std::shared_ptr<NSPropertiesWindow>& properties) {
     onWindow([&](MainWindow& window) { window.showProperties(properties); });
-}
-
-void DesktopShell::propertiesChanged() {
-    onWindow([](MainWindow& window) { window.propertiesChanged(); });
 }
 
 void DesktopShell::propertiesClosed() {

@@ -29,26 +29,19 @@ class DesktopShell : public ShellView {
     void setThemeImage(ThemeImage image, const std::string& path) override;
     void loadWebPage(WebView web, const std::string& address) override;
     void showHtml(WebView web, const std::string& html) override;
-    void webViewZoomChanged() override;
     void createMenulet(const Menulet& menulet) override;
     void showMorvaneTab(MorvaneTab tab) override;
     void showGamePage() override;
     void bringMainWindowToFront() override;
 
-    void libraryChanged() override;
+    void changed(ShownPart part) override;
     void libraryRowChanged(std::size_t row) override;
-    void gamePageChanged() override;
-    void actionTitleChanged() override;
     void rankingsChanged(NSRankingList::TableType type) override;
-    void preferencesChanged() override;
-    void appsFoldersChanged() override;
-    void updateDockInGridView() override;
 
     void showWindow(const NSDescriptionView::HtmlWindow& window) override;
     void showVotingPanel(const std::shared_ptr<NSVotingPanel>& panel) override;
     void votingPanelClosed() override;
     void showProperties(const std::shared_ptr<NSPropertiesWindow>& properties) override;
-    void propertiesChanged() override;
     void propertiesClosed() override;
     void beep() override;
 

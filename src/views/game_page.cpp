@@ -87,7 +87,7 @@ GamePage::GamePage(AppDelegate& app, QWidget* parent)
     theme::makeFlush(*description_);
     theme::makeFlush(*description_->viewport());
     description_->setLinkHandler([this](const std::string& link) {
-        if (app_.shouldWebViewFollow(link)) openWebLink(link);
+        if (app_.actions().shouldWebViewFollow(link)) openWebLink(link);
     });
 
     auto* column = new QVBoxLayout(content_);
@@ -227,7 +227,7 @@ void GamePage::showSources() {
     while (QLayoutItem* item = layout->takeAt(0)) delete item;
     const auto& sources = app_.gamePage().page().sources;
     layout->addStretch();
-    for (const NSDescriptionView::SourceIcon& source : sources) {
+    for (const SourceIcon& source : sources) {
         auto* button = new QToolButton(sources_);
         button->setAutoRaise(true);
         button->setFocusPolicy(Qt::StrongFocus);
@@ -239,8 +239,9 @@ void GamePage::showSources() {
         } else {
             button->setIcon(theme::icon("drive"));
         }
-        connect(button, &QToolButton::clicked, this,
-                [this, name = source.source] { app_.gamePage().openLinkForSourceButton(name); });
+        connect(button, &QToolButton::clicked, this, [this, name = source.source] {
+            GameInstallation::openLinkForSourceButton(app_.gamePage().gameData(), name);
+        });
         layout->addWidget(button);
     }
     layout->addStretch();

@@ -52,6 +52,11 @@ void LibraryList::setBackground(const QPixmap& picture) {
     viewport()->update();
 }
 
+void LibraryList::setButtonPicture(const QPixmap& picture) {
+    delegate_->setButtonPicture(picture);
+    viewport()->update();
+}
+
 void LibraryList::setShelf(bool shows) {
     delegate_->setShelf(shows);
     viewport()->update();

@@ -17,6 +17,8 @@ class LibraryList : public QListView {
     void setCover(QSize cover);
     /// The user's picture behind the games; a null one for none.
     void setBackground(const QPixmap& picture);
+    /// The user's picture of the button over a cover; a null one for none.
+    void setButtonPicture(const QPixmap& picture);
     void setShelf(bool shows);
 
   Q_SIGNALS:

@@ -14,6 +14,7 @@
 #include <QVBoxLayout>
 
 #include "foundation/settings.h"
+#include "library/grid_size.h"
 #include "views/background.h"
 #include "views/labels.h"
 #include "views/library_list.h"
@@ -29,7 +30,7 @@ namespace {
 /// What the slider goes over, in hundredths of a cover's own size.
 constexpr int smallest = 50, own = 100, largest = 200, sliderWidth = 110;
 constexpr std::chrono::milliseconds restOfSlider{300};
-constexpr QSize largestBackground{3840, 2160};
+constexpr QSize largestBackground{3840, 2160}, largestButtonPicture{256, 256};
 
 }  // namespace
 
@@ -58,8 +59,7 @@ LibraryPage::LibraryPage(AppDelegate& app, QWidget* parent)
     connect(list_, &QListView::customContextMenuRequested, this, &LibraryPage::showMenuOfRow);
     storeScale_->setSingleShot(true);
     storeScale_->setInterval(restOfSlider);
-    connect(storeScale_, &QTimer::timeout, this,
-            [this] { LibraryView::reduceGridItems(double{own} / scale_->value()); });
+    connect(storeScale_, &QTimer::timeout, this, [this] { reduceGridItems(double{own} / scale_->value()); });
     updateShelf();
     showAs(true);
 }
@@ -102,8 +102,8 @@ void LibraryPage::makeTabs(QWidget* bar) {
         tabs->addButton(button);
     }
     mine_->setChecked(true);
-    connect(mine_, &QToolButton::clicked, this, [this] { showTab(NSAppsArray::localTab); });
-    connect(catalogue_, &QToolButton::clicked, this, [this] { showTab(NSAppsArray::catalogueTab); });
+    connect(mine_, &QToolButton::clicked, this, [this] { showTab(localTab); });
+    connect(catalogue_, &QToolButton::clicked, this, [this] { showTab(catalogueTab); });
 }
 
 void LibraryPage::makeSearch(QWidget* bar) {
@@ -170,9 +170,9 @@ QWidget* LibraryPage::makeEmptyPage() {
         layout->addWidget(button, 0, Qt::AlignCenter);
     }
     layout->addStretch();
-    connect(browse_, &QPushButton::clicked, this, [this] { showTab(NSAppsArray::catalogueTab); });
+    connect(browse_, &QPushButton::clicked, this, [this] { showTab(catalogueTab); });
     connect(again_, &QPushButton::clicked, this, [this] { app_.library().refreshList(); });
-    connect(openPort_, &QPushButton::clicked, this, [this] { app_.createWrapper(); });
+    connect(openPort_, &QPushButton::clicked, this, [this] { app_.actions().createWrapper(); });
     return page;
 }
 
@@ -186,7 +186,7 @@ void LibraryPage::refresh() {
         if (row >= 0) list_->setCurrentIndex(model_->index(row));
     }
     list_->viewport()->update();
-    order_->setToolTip(tab_ == NSAppsArray::localTab ? shown("Order") : shown("Refresh"));
+    order_->setToolTip(tab_ == localTab ? shown("Order") : shown("Refresh"));
     tellWhyEmpty();
 }
 
@@ -199,7 +199,7 @@ void LibraryPage::tellWhyEmpty() {
     const bool hadFocus = list_->hasFocus();
     stack_->setCurrentIndex(isEmpty ? 1 : 0);
     if (!isEmpty) return;
-    const bool isLocal = tab_ == NSAppsArray::localTab;
+    const bool isLocal = tab_ == localTab;
     const bool isSearch = !app_.library().keywords().empty();
     const auto state = app_.apps().catalogueState();
     using State = NSAppsArray::CatalogueState;
@@ -233,7 +233,7 @@ void LibraryPage::tellWhyEmpty() {
 
 void LibraryPage::showTab(std::int64_t tab) {
     tab_ = tab;
-    (tab == NSAppsArray::localTab ? mine_ : catalogue_)->setChecked(true);
+    (tab == localTab ? mine_ : catalogue_)->setChecked(true);
     app_.library().showTab(tab);
 }
 
@@ -245,16 +245,25 @@ void LibraryPage::showAs(bool grid) {
 }
 
 void LibraryPage::takeScale() {
-    const auto size = LibraryView::gridItemSize(double{own} / scale_->value());
+    const auto size = gridItemSize(double{own} / scale_->value());
     list_->setCover(grid_ ? QSize(size.width, size.height) : QSize());
 }
 
 void LibraryPage::setBackground(const std::string& picture) {
-    if (picture.empty()) return list_->setBackground({});
+    setPicture(picture, largestBackground, &LibraryList::setBackground);
+}
+
+void LibraryPage::setButtonPicture(const std::string& picture) {
+    setPicture(picture, largestButtonPicture, &LibraryList::setButtonPicture);
+}
+
+void LibraryPage::setPicture(const std::string& picture, QSize largest,
+                             void (LibraryList::*set)(const QPixmap&)) {
+    if (picture.empty()) return (list_->*set)({});
     inBackground(
-        "app.morvane.background", this, [picture] { return imageOfFile(picture, largestBackground); },
-        [this](const std::optional<QImage>& image) {
-            list_->setBackground(image ? QPixmap::fromImage(*image) : QPixmap());
+        "app.morvane.themePicture", this, [picture, largest] { return imageOfFile(picture, largest); },
+        [this, set](const std::optional<QImage>& image) {
+            (list_->*set)(image ? QPixmap::fromImage(*image) : QPixmap());
         });
 }
 
@@ -281,7 +290,7 @@ void LibraryPage::activate(const QModelIndex& index) {
 void LibraryPage::clickAction(const QModelIndex& index) {
     const std::string path = pathOf(index);
     if (path.empty()) return;
-    if (app_.library().isRunning(path)) return app_.stopItem(path);
+    if (app_.library().isRunning(path)) return app_.actions().stopItem(path);
     activate(index);
 }
 

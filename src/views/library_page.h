@@ -32,12 +32,14 @@ class LibraryPage : public QWidget {
     void refresh();
     void refreshRow(std::size_t row);
     void focusSearch();
-    /// `NSAppsArray::localTab` or `catalogueTab`.
+    /// `localTab` or `catalogueTab`.
     void showTab(std::int64_t tab);
     void showAs(bool grid);
     [[nodiscard]] bool isGrid() const { return grid_; }
     /// The user's picture behind the games; none for an empty path. Read in the background.
     void setBackground(const std::string& picture);
+    /// The user's picture of the button over a cover, as `setBackground`.
+    void setButtonPicture(const std::string& picture);
     /// The shelf as the setting says.
     void updateShelf();
 
@@ -62,6 +64,7 @@ class LibraryPage : public QWidget {
     void remove(const QModelIndex& index);
     void tellWhyEmpty();
     void takeScale();
+    void setPicture(const std::string& picture, QSize largest, void (LibraryList::*set)(const QPixmap&));
     [[nodiscard]] std::string pathOf(const QModelIndex& index) const;
 
     AppDelegate& app_;
@@ -76,7 +79,7 @@ class LibraryPage : public QWidget {
     QLabel* emptyText_ = nullptr;
     QLabel* emptyHint_ = nullptr;
     QPushButton *browse_ = nullptr, *again_ = nullptr, *openPort_ = nullptr;
-    std::int64_t tab_ = NSAppsArray::localTab;
+    std::int64_t tab_ = localTab;
     bool grid_ = true;
 };
 

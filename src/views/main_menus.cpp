@@ -4,6 +4,7 @@
 #include <QMessageBox>
 
 #include "app/help_tab.h"
+#include "library/apps_questions.h"
 #include "platform/host.h"
 #include "views/library_page.h"
 #include "views/main_window.h"
@@ -22,9 +23,10 @@ void MainWindow::makeMenus() {
 
 void MainWindow::makeFileMenu() {
     QMenu* menu = menuBar()->addMenu(shown("&File"));
-    menu->addAction(shown("&Open a Port…"), QKeySequence::Open, this, [this] { app_.createWrapper(); });
+    menu->addAction(shown("&Open a Port…"), QKeySequence::Open, this,
+                    [this] { app_.actions().createWrapper(); });
     menu->addAction(shown("&New Blank Wrapper…"), QKeySequence::New, this,
-                    [this] { app_.createBlankWrapper(); });
+                    [this] { app_.actions().createBlankWrapper(); });
     menu->addAction(shown("&Add a Game…"), this, [this] { app_.library().add(); });
     menu->addSeparator();
     menu->addAction(shown("&Preferences…"), QKeySequence(Qt::CTRL | Qt::Key_Comma), this,
@@ -58,9 +60,9 @@ void MainWindow::makeViewMenu() {
     }
     menu->addSeparator();
     menu->addAction(shown("&My Games"), QKeySequence(Qt::CTRL | Qt::Key_M), this,
-                    [this] { showLibrary(NSAppsArray::localTab); });
+                    [this] { showLibrary(localTab); });
     menu->addAction(shown("Ca&talogue"), QKeySequence(Qt::CTRL | Qt::Key_T), this,
-                    [this] { showLibrary(NSAppsArray::catalogueTab); });
+                    [this] { showLibrary(catalogueTab); });
     menu->addSeparator();
     menu->addAction(shown("As a &Grid"), QKeySequence(Qt::CTRL | Qt::Key_G), this,
                     [this] { library_->showAs(true); });
@@ -83,7 +85,7 @@ void MainWindow::makeToolsMenu() {
     QMenu* menu = menuBar()->addMenu(shown("&Tools"));
     menu->addAction(shown("Needed &Resources…"), this, &MainWindow::showResources);
     menu->addAction(shown("Force All Games to &Close…"), this,
-                    [this] { app_.apps().askToKillAllCaskeryProcessesFromLocalApps(); });
+                    [this] { apps_questions::askToKillAllCaskeryProcessesFromLocalApps(app_.apps()); });
 }
 
 void MainWindow::makeHelpMenu() {

@@ -280,7 +280,7 @@ void MainWindow::dropEvent(QDropEvent* event) {
     // The drag is over before anything is asked.
     host().mainQueue.post([window = QPointer(this), paths] {
         for (const std::string& path : paths) {
-            if (window) window->app_.openFile(path);
+            if (window) window->app_.actions().openFile(path);
         }
     });
 }

@@ -44,7 +44,7 @@ class MainWindow : public QMainWindow {
     void bringToFront();
     /// The application switches to the page.
     void showTab(MorvaneTab tab);
-    /// `NSAppsArray::localTab` or `catalogueTab`.
+    /// `localTab` or `catalogueTab`.
     void showLibrary(std::int64_t tab);
     /// Closes the window; the application ends when nobody objects.
     void quit();

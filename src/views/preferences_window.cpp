@@ -136,6 +136,8 @@ QWidget* PreferencesWindow::appearance() {
     layout->addLayout(form);
     shelf_ = checkBox(shown("No shelf under the grid"), &NSPreferencesView::hideDockInGridViewAction);
     layout->addWidget(shelf_);
+    menu_ = checkBox(shown("Games in the desktop's menu"), &NSPreferencesView::showGamesInMenu);
+    layout->addWidget(menu_);
     layout->addSpacing(theme::gap);
 
     layout->addWidget(new HeadingLabel(shown("Theme"), nullptr, 1.0));
@@ -220,6 +222,7 @@ void PreferencesWindow::refresh() {
     crashReports_->setChecked(now.sendsCrashReports);
     developer_->setChecked(now.developerMode);
     shelf_->setChecked(now.hidesDock);
+    menu_->setChecked(now.showsGamesInMenu);
     scheme_->setCurrentIndex(static_cast<int>(now.appearance));
     for (const auto& [box, stepper] :
          {std::pair(fontSize_, &now.descriptionFontSize), {webZoom_, &now.webViewZoom}}) {

@@ -44,7 +44,7 @@ class PreferencesWindow : public QDialog {
     AppDelegate& app_;
     QTabWidget* tabs_;
     QCheckBox *updates_ = nullptr, *crashReports_ = nullptr, *developer_ = nullptr, *shelf_ = nullptr,
-              *savesByItself_ = nullptr;
+              *menu_ = nullptr, *savesByItself_ = nullptr;
     QSpinBox *fontSize_ = nullptr, *webZoom_ = nullptr;
     QComboBox* scheme_ = nullptr;
     std::array<PictureWell*, themeFiles.size()> wells_{};

@@ -6,6 +6,7 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
@@ -14,6 +15,7 @@
 #include <QTextEdit>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <map>
 #include <utility>
 
 #include "foundation/alerts.h"
@@ -46,7 +48,9 @@ PropertiesWindow::PropertiesWindow(std::shared_ptr<NSPropertiesWindow> propertie
     tabs_->addTab(general(), shown("General"));
     tabs_->addTab(description(), shown("Description"));
     tabs_->addTab(options(), shown("Options"));
+    tabs_->addTab(launch(), shown("Launch"));
     save_ = new QPushButton(shown("Save"));
+    save_->setObjectName("save");
     save_->setDefault(true);
     close_ = new QPushButton(shown("Cancel"));
     connect(save_, &QPushButton::clicked, this, &PropertiesWindow::save);
@@ -194,7 +198,72 @@ QWidget* PropertiesWindow::options() {
     return page;
 }
 
+QWidget* PropertiesWindow::launch() {
+    auto* page = new QWidget;
+    auto* layout = pageLayout(page);
+    const auto label = [&](const QString& text, QWidget* field) {
+        auto* title = new QLabel(text);
+        title->setBuddy(field);
+        field->setAccessibleName(text);
+        layout->addWidget(title);
+        layout->addWidget(field);
+    };
+    before_ = new QLineEdit;
+    before_->setObjectName("before");
+    before_->setPlaceholderText(QStringLiteral("gamescope -f --"));
+    label(shown("Command before the program:"), before_);
+    connect(before_, &QLineEdit::textEdited, this, [this](const QString& text) {
+        const auto taken = properties_->typeCommandBefore(fromQt(text));
+        launchFailure_->setText(taken ? QString() : literal(taken.error().message()));
+    });
+    layout->addSpacing(theme::gap);
+    variables_ = new QPlainTextEdit;
+    variables_->setTabChangesFocus(true);
+    variables_->setPlaceholderText(QStringLiteral("DXVK_HUD=fps"));
+    label(shown("Environment variables, NAME=VALUE, one a line:"), variables_);
+    connect(variables_, &QPlainTextEdit::textChanged, this, [this] {
+        if (!isFilling_) takeVariables();
+    });
+    launchFailure_ = new HintLabel(QString());
+    layout->addWidget(launchFailure_);
+    return page;
+}
+
+void PropertiesWindow::takeVariables() {
+    std::map<std::string, std::string> wanted;
+    QString failure;
+    const auto lines = variables_->toPlainText().split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    for (const QString& line : lines) {
+        const auto sign = line.indexOf(QLatin1Char('='));
+        if (sign > 0) {
+            wanted[fromQt(line.left(sign).trimmed())] = fromQt(line.mid(sign + 1));
+        } else {
+            failure = shown("\"%@\" is no NAME=VALUE.", {fromQt(line)});
+        }
+    }
+    const auto set = [&](const std::string& name, const std::optional<std::string>& value) {
+        const auto done = properties_->setVariable(name, value);
+        if (!done) failure = literal(done.error().message());
+    };
+    const auto before = properties_->shown().launch.environment;
+    for (const auto& [name, value] : before) {
+        if (!wanted.contains(name)) set(name, std::nullopt);
+    }
+    for (const auto& [name, value] : wanted) {
+        const auto known = before.find(name);
+        if (known == before.end() || known->second != value) set(name, value);
+    }
+    launchFailure_->setText(failure);
+}
+
 // ---- What they show
+
+void PropertiesWindow::showVariables() {
+    QStringList lines;
+    for (const auto& [name, value] : properties_->shown().launch.environment)
+        lines << toQt(name) + QLatin1Char('=') + toQt(value);
+    variables_->setPlainText(lines.join(QLatin1Char('\n')));
+}
 
 void PropertiesWindow::showDescription() {
     const QScopedValueRollback filling(isFilling_, true);
@@ -218,6 +287,11 @@ void PropertiesWindow::refresh() {
     chooseRun_->setEnabled(now.run.enabled && !isSaving);
     if (styledTextOf(*description_->document()) != now.description) showDescription();
     description_->setEnabled(!isSaving);
+    if (fromQt(before_->text()) != now.launch.before.value_or("") && !before_->hasFocus())
+        before_->setText(toQt(now.launch.before.value_or("")));
+    if (!variables_->hasFocus()) showVariables();
+    for (QWidget* field : {static_cast<QWidget*>(before_), static_cast<QWidget*>(variables_)})
+        field->setEnabled(now.launchEnabled && !isSaving);
     screenMode_->setEnabled(now.windowTypeEnabled && !isSaving);
     windowTypes_[static_cast<std::size_t>(now.windowType)]->setChecked(true);
     for (const auto& [box, state] : {std::pair(systemTray_, &now.wineSystemTray),

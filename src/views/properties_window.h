@@ -11,6 +11,7 @@ class QAbstractButton;
 class QCheckBox;
 class QLabel;
 class QLineEdit;
+class QPlainTextEdit;
 class QPushButton;
 class QRadioButton;
 class QTabWidget;
@@ -25,7 +26,7 @@ class PropertiesWindow : public QDialog {
   public:
     PropertiesWindow(std::shared_ptr<NSPropertiesWindow> properties, QWidget* parent);
 
-    /// The properties show something else now (`ShellView::propertiesChanged`).
+    /// The properties show something else now (`ShownPart::properties`).
     void refresh();
     /// Asks about what is not saved.
     void reject() override;
@@ -40,10 +41,13 @@ class PropertiesWindow : public QDialog {
     [[nodiscard]] QWidget* general();
     [[nodiscard]] QWidget* description();
     [[nodiscard]] QWidget* options();
+    [[nodiscard]] QWidget* launch();
     [[nodiscard]] QLineEdit* field(const QString& name, bool (Properties::*type)(const std::string&));
     [[nodiscard]] QCheckBox* checkBox(const QString& title, bool (Properties::*change)(bool));
     [[nodiscard]] QAbstractButton* formatButton(const QString& title, const QString& name);
     void showDescription();
+    void showVariables();
+    void takeVariables();
     void save();
 
     const std::shared_ptr<Properties> properties_;
@@ -57,7 +61,9 @@ class PropertiesWindow : public QDialog {
     std::array<QRadioButton*, 3> windowTypes_{};  ///< by `WindowType`
     QCheckBox *systemTray_ = nullptr, *helvetica_ = nullptr, *highQuality_ = nullptr,
               *functionKeys_ = nullptr;
-    QLabel* saving_ = nullptr;
+    QLineEdit* before_ = nullptr;
+    QPlainTextEdit* variables_ = nullptr;
+    QLabel *launchFailure_ = nullptr, *saving_ = nullptr;
     bool isFilling_ = false;
 };
 

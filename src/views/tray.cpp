@@ -37,7 +37,7 @@ void Tray::fill() {
     menu_.clear();
     for (const std::string& title : menulet_.titles) menu_.addAction(literalTitle(title))->setEnabled(false);
     menu_.addSeparator();
-    const auto titles = app_.applicationDockMenu();
+    const auto titles = app_.actions().applicationDockMenu();
     constexpr int widest = 320;
     const QFontMetrics metrics(menu_.font());
     for (std::size_t tag = 0; tag < std::min(titles.size(), mostGames); ++tag) {
@@ -52,13 +52,13 @@ void Tray::fill() {
 }
 
 void Tray::launch(std::size_t tag, const std::string& title) {
-    const auto titles = app_.applicationDockMenu();
+    const auto titles = app_.actions().applicationDockMenu();
     if (tag >= titles.size() || titles[tag] != title) {
         const auto moved = std::ranges::find(titles, title);
         if (moved == titles.end()) return actions_.library();
         tag = static_cast<std::size_t>(moved - titles.begin());
     }
-    app_.launchLocalGameAction(tag);
+    app_.actions().launchLocalGameAction(tag);
 }
 
 }  // namespace morvane::views

@@ -6,6 +6,7 @@
 #include <QVBoxLayout>
 
 #include "library/game_data.h"
+#include "library/trailer_pages.h"
 #include "platform/http.h"
 #include "platform/styled_text.h"
 #include "views/background.h"
@@ -76,7 +77,7 @@ void VideoWindow::fill(const NSDescriptionView::HtmlWindow& content) {
     (link_.empty() ? close_ : static_cast<QPushButton*>(play_))->setDefault(true);
     fetcher_->stop();
     if (!link_.empty()) {
-        const auto picture = NSGameData::stillPictureOfLink(link_);
+        const auto picture = stillPictureOfLink(link_);
         still_->setHasMark(picture != link_);
         stack_->setCurrentWidget(still_);
         still_->setFocus();
@@ -109,7 +110,7 @@ void VideoWindow::play() {
 }
 
 void VideoWindow::follow(const std::string& link) {
-    if (app_.shouldWebViewFollow(link)) openWebLink(link);
+    if (app_.actions().shouldWebViewFollow(link)) openWebLink(link);
 }
 
 void VideoWindow::resizeEvent(QResizeEvent* event) {

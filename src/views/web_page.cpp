@@ -221,7 +221,7 @@ void WebPage::noticePressed() {
 }
 
 void WebPage::follow(const std::string& link) {
-    if (app_.shouldWebViewFollow(link)) openWebLink(link);
+    if (app_.actions().shouldWebViewFollow(link)) openWebLink(link);
 }
 
 }  // namespace morvane::views

@@ -33,7 +33,7 @@ class WebPage : public QWidget {
     void load(const std::string& address);
     /// `ShellView::showHtml`: why there is no page, with a way to try it again.
     void showHtml(const std::string& html);
-    /// `ShellView::webViewZoomChanged`.
+    /// `ShownPart::webViewZoom`.
     void reloadTextZoom();
 
     /// For the whole page, without its pictures.

@@ -9,6 +9,7 @@
 #include <set>
 #include <string_view>
 
+#include "foundation/localization.h"
 #include "platform/files.h"
 #include "platform/folders.h"
 #include "platform/process.h"
@@ -118,23 +119,27 @@ Machine machineOf(const std::string& path) {
 const char* refusalOf(Machine machine) {
     switch (machine) {
         case Machine::x86:
-            return "%@ is a 32-bit program, and this wrapper's engine runs 64-bit programs only. Install "
-                   "Wine's "
-                   "32-bit part (package wine32: dpkg --add-architecture i386, apt-get update, apt-get "
-                   "install "
-                   "wine32:i386), make the system's engine again, or use an engine that runs 32-bit "
-                   "programs, "
-                   "and create the wrapper anew.";
+            return marked(
+                "%@ is a 32-bit program, and this wrapper's engine runs 64-bit programs only. Install "
+                "Wine's "
+                "32-bit part (package wine32: dpkg --add-architecture i386, apt-get update, apt-get "
+                "install "
+                "wine32:i386), make the system's engine again, or use an engine that runs 32-bit "
+                "programs, "
+                "and create the wrapper anew.");
         case Machine::x64:
-            return "%@ is a 64-bit program, and this wrapper's drive was made for 32-bit programs only.";
+            return marked(
+                "%@ is a 64-bit program, and this wrapper's drive was made for 32-bit programs only.");
         case Machine::arm:
-            return "%@ is an ARM program, which this wrapper's engine cannot run. Use the edition for PCs "
-                   "(x64).";
+            return marked(
+                "%@ is an ARM program, which this wrapper's engine cannot run. Use the edition for PCs "
+                "(x64).");
         case Machine::arm64:
-            return "%@ is an ARM64 program, which this wrapper's engine cannot run. Use the edition for PCs "
-                   "(x64).";
+            return marked(
+                "%@ is an ARM64 program, which this wrapper's engine cannot run. Use the edition for PCs "
+                "(x64).");
         default:
-            return "%@ is a program for another processor, which this wrapper's engine cannot run.";
+            return marked("%@ is a program for another processor, which this wrapper's engine cannot run.");
     }
 }
 

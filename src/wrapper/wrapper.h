@@ -45,8 +45,9 @@ class Wrapper {
     [[nodiscard]] std::string settingsTool() const {
         return MVString::pathByAppendingCaskeryAppBinaryToPortPath(path_);
     }
-    [[nodiscard]] std::string settingsToolResources() const { return path_ + layout::settingsToolResources; }
-    [[nodiscard]] std::string winetricks() const { return settingsToolResources() + "/winetricks"; }
+    [[nodiscard]] std::string winetricks() const {
+        return path_ + layout::settingsToolResources + "/winetricks";
+    }
     [[nodiscard]] std::string customExeTemplate() const { return path_ + layout::customExeTemplate; }
 
     [[nodiscard]] std::string infoPlist() const { return path_ + layout::infoPlist; }

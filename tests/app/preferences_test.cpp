@@ -48,42 +48,6 @@ TEST_F(Preferences, MissingDefaultsAreWrittenAndStoredValuesShown) {
     EXPECT_EQ(zoom.steps, 3);
 }
 
-TEST_F(Preferences, EveryControlStoresAtOnce) {
-    NSPreferencesView view(callbacks);
-    ui.expect("Restart Morvane so the changes will take effect").titleIs("Warning");
-    view.selectedDeveloperMode(true);
-    view.selectedAutomaticCrashLog(false);
-    view.changeFontSizeValue(20);
-    view.changeWebViewZoom(2);
-    view.atomaticallyCheckForUpdates(false);
-    view.hideDockInGridViewAction(true);
-    EXPECT_EQ(settings::stored(settings::developerMode), Value(1));
-    EXPECT_EQ(settings::stored(settings::automaticallySendCrashLogs), Value(0));
-    EXPECT_EQ(settings::stored(settings::descriptionFontSize), Value(20));
-    EXPECT_EQ(settings::stored(settings::webViewIncreaseTextSize), Value(2));
-    EXPECT_EQ(settings::stored(settings::automaticUpdates), Value(0));
-    EXPECT_EQ(settings::stored(settings::hideDockInGridView), Value(1));
-    EXPECT_EQ(view.shown().webViewZoom.field, "2");
-    EXPECT_EQ(told, (std::vector<std::string>{"zoom", "no checks", "dock"}));
-    // No stepper goes beyond its bounds.
-    view.changeFontSizeValue(0);
-    view.changeWebViewZoom(1000);
-    EXPECT_EQ(settings::stored(settings::descriptionFontSize), Value(1));
-    EXPECT_EQ(view.shown().webViewZoom.field, "20");
-}
-
-TEST_F(Preferences, WindowsAreAsTheDesktopUnlessTheUserChooses) {
-    callbacks.appearanceChanged = [this] { told.emplace_back("appearance"); };
-    NSPreferencesView view(callbacks);
-    EXPECT_EQ(view.shown().appearance, Appearance::system);
-    for (const Appearance chosen : {Appearance::dark, Appearance::light, Appearance::system}) {
-        view.chooseAppearance(chosen);
-        EXPECT_EQ(storedAppearance(), chosen);
-    }
-    EXPECT_FALSE(settings::stored(settings::useVibrantDarkStyle));
-    EXPECT_EQ(told.size(), 3U);
-}
-
 TEST_F(Preferences, AThemeIsAppliedAndReset) {
     NSPreferencesView view(callbacks);
     EXPECT_FALSE(view.putThemeImage(ThemeImage::window, {"no picture"}));
@@ -142,6 +106,18 @@ TEST_F(Preferences, WordsBecomeValuesOfTheirSetting) {
     EXPECT_EQ(settings::named("no such"), nullptr);
     EXPECT_EQ(settings::reading(*settings::named(settings::collectionViewIconsScale.key)), Value(1.0));
     EXPECT_EQ(settings::reading(settings::automaticallySendCrashLogs), Value(true));
+}
+
+TEST_F(Preferences, WindowsAreAsTheDesktopUnlessTheUserChooses) {
+    callbacks.appearanceChanged = [this] { told.emplace_back("appearance"); };
+    NSPreferencesView view(callbacks);
+    EXPECT_EQ(view.shown().appearance, Appearance::system);
+    for (const Appearance chosen : {Appearance::dark, Appearance::light, Appearance::system}) {
+        view.chooseAppearance(chosen);
+        EXPECT_EQ(storedAppearance(), chosen);
+    }
+    EXPECT_FALSE(settings::stored(settings::useVibrantDarkStyle));
+    EXPECT_EQ(told.size(), 3U);
 }
 
 }  // namespace

@@ -132,18 +132,5 @@ TEST_F(ExtractFile, WhatIsUnpackedIsTamed) {
     EXPECT_EQ(get(folder.path + "/victim"), "unharmed");
 }
 
-TEST_F(ExtractFile, TheFolderDecidesWhetherAnythingIsUnpacked) {
-    const std::string fresh = store + "/a/b";
-    onWorker([&] {
-        const auto into = [](const std::string& archive, const std::optional<std::string>& place) {
-            return extractFileToFolder(archive, place);
-        };
-        EXPECT_EQ(into("/x/game.zip", std::nullopt), Names{});
-        EXPECT_EQ(into("/x/game.zip", ""), Names{"/x/game.zip"});
-        EXPECT_EQ(into("/x/game.exe", fresh), Names{"/x/game.exe"});
-    });
-    EXPECT_EQ(files::kindOf(fresh), files::Kind::folder);
-}
-
 }  // namespace
 }  // namespace morvane

@@ -4,7 +4,6 @@
 #include "building/configured_wrapper.h"
 #include "foundation/text.h"
 #include "platform/cancellation.h"
-#include "wrapper/banner.h"
 
 namespace morvane {
 namespace {
@@ -120,24 +119,6 @@ TEST_F(ConfigureWrapper, WritesEverySettingOfThePort) {
     }
 }
 
-TEST_F(ConfigureWrapper, NotifiesWhenTheMainProgramIsThere) {
-    const NSPortData port = portOf("C:/Program Files/Game/game.exe");
-    ui.expect("Game main EXE couldn't be found!").titleIs("Warning");
-    configure(port);
-    EXPECT_TRUE(ui.notifications.empty());
-
-    put(driveC + "/Program Files (x86)/Game/game.exe", "MZ");
-    configure(port);
-    ASSERT_EQ(ui.notifications.size(), 1u);
-    EXPECT_EQ(ui.notifications[0].title, "Game");
-    EXPECT_EQ(ui.notifications[0].message, "Installed successfully");
-    EXPECT_EQ(ui.notifications[0].info, wrapper);
-    ASSERT_TRUE(ui.notifications[0].image);
-    EXPECT_EQ(ui.notifications[0].image->bytes, "icns");
-    EXPECT_EQ(setting("Program Name and Path"), Value("/Program Files (x86)/Game/game.exe"));
-    EXPECT_EQ(setting("CFBundleName"), Value("Game")) << "the corrected path is written by the same store";
-}
-
 TEST_F(ConfigureWrapper, StopsBetweenStagesWhenCancelled) {
     const NSPortData port = portOf("C:/*/game.exe", "setup.exe");
     put(home + "/Downloads/setup.exe", "MZ");
@@ -149,18 +130,6 @@ TEST_F(ConfigureWrapper, StopsBetweenStagesWhenCancelled) {
     });
     EXPECT_EQ(asked(), "");
     EXPECT_TRUE(ui.notifications.empty());
-}
-
-TEST_F(ConfigureWrapper, PutsTheApplicationsBannerIntoTheWrapper) {
-    Host::Options options{.folders = machine->folders, .sites = {}, .searchPath = "", .reachability = {}};
-    options.folders.resources = folder.path + "/resources";
-    machine.reset();
-    machine = std::make_unique<Host>(std::move(options), ui);
-    for (const char* expected : {"jpg", "the application's"}) {  // its own while the application has none
-        onWorker([&] { EXPECT_TRUE(addHollinBannerAtFile(wrapper)); });
-        EXPECT_EQ(get(wrapper + "/Caskery.app/Contents/Resources/CaskeryBanner.jpg"), expected);
-        put(folder.path + "/resources/CaskeryBanner.jpg", "the application's");
-    }
 }
 
 }  // namespace

@@ -32,17 +32,6 @@ class Creation : public testing::BuildingMachine {
     const std::string newMaster = masters + "/Caskery-2.6.2.app";
 };
 
-TEST_F(Creation, TemporaryNameLosesWhatWineCannotBear) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"/Tom & Jerry: Round 2 (Demo).app", "Tom and Jerry Round 2 Demo.app"},
-        {"/!#$%^&*()+=|\\?><;:@.app", "and.app"},
-        {"/Plain - name_ö'[1]{2}~`,.\".app", "Plain - name_ö'[1]{2}~`,.\".app"},
-    };
-    for (const auto& [name, expected] : rows) {
-        EXPECT_EQ(temporaryNameFor(home + name), expected);
-    }
-}
-
 TEST_F(Creation, MakesTheEngineAndThePrefixAtTheTemporaryPath) {
     const std::string path = home + "/Applications/Tom & Jerry: Round 2 (Demo).app";
     prepare();
@@ -92,14 +81,6 @@ TEST_F(Creation, StaysInItsPlaceAsAnOldWrapperAndWithoutATemporaryFolder) {
     fs::remove_all(wrapper);
     expectCreated(true, wrapper);
     EXPECT_EQ(get(wrapper + where), wrapper + "\n");
-}
-
-TEST_F(Creation, EndsWithoutTheFramework) {
-    prepare();
-    fs::remove(newMaster + "/Contents/Frameworks/bin/Caskery");
-    ui.expectError("Wrapper creation failed! The Caskery framework couldn't be found!");
-    expectCreated(false, wrapper);
-    EXPECT_TRUE(exists(wrapper + "/Contents/Frameworks/ckwine.bundle"));
 }
 
 TEST_F(Creation, AsksForTheMasterWrapperWhenThereIsNoPrefix) {

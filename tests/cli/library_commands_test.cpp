@@ -17,8 +17,9 @@ TEST(LibraryCommands, KeepAndChangeTheList) {
         TestMachine::put(apps + name + "/Contents/Frameworks/bin/Caskery",
                          "#!/bin/sh\necho \"$@\" >> \"$0.log\"\n", true);
     }
-    TestMachine::put(apps + "Alpha.app/big", std::string(9999, 'x'));
+    TestMachine::put(apps + "Alpha.app/big", std::string(99999, 'x'));
     TestMachine::put(more + "/a b.exe", "");
+    TestMachine::put(apps + "Gamma.app/Contents/Resources/drive_c/users/me/Documents/one.sav", "saved");
     std::filesystem::create_directories(apps + "Native.app");
     const auto line = [&](int place, const std::string& name) {
         return std::to_string(place) + "\t" + name + "\t" + apps + name + ".app\tno\n";
@@ -42,7 +43,10 @@ TEST(LibraryCommands, KeepAndChangeTheList) {
         {{"remove", apps + "Native.app"}, 0},
         {{"remove", apps + "Native.app", "--disk"}, 1},
         {{"remove", apps + "Gamma.app", "--disk", "--answer", "Warning=No"}, 1},
-        {{"remove", apps + "Gamma.app", "--disk", "--answer", "Warning=Yes"}, 0},
+        // A saved game in it is not lost without a question of its own.
+        {{"remove", apps + "Gamma.app", "--disk", "--answer", "Warning=Yes"}, 4},
+        {{"remove", apps + "Gamma.app", "--disk", "--answer", "Warning=Yes", "--answer", "Saved Games=Yes"},
+         0},
         {{"scan"}, 0, line(1, "Alpha") + line(2, "Beta")},
         {{"folders", "add", more}, 0},
         {{"folders", "add", folder.path + "/none"}, 1},
@@ -67,6 +71,13 @@ TEST(LibraryCommands, KeepAndChangeTheList) {
     }
     EXPECT_TRUE(std::filesystem::exists(apps + "Native.app"));
     EXPECT_FALSE(std::filesystem::exists(apps + "Gamma.app"));
+    std::filesystem::create_directories(apps + "Gamma.app/Contents/Resources/drive_c/users/me");
+    TestMachine::put(apps + "Gamma.app/Contents/MacOS/CaskeryLauncher", "", true);
+    EXPECT_EQ(run({"morvane", "saves", apps + "Gamma.app", "backup"}), 1) << "there is nothing in it yet";
+    EXPECT_EQ(run({"morvane", "saves", apps + "Gamma.app", "restore"}), 0);
+    EXPECT_EQ(TestMachine::get(apps + "Gamma.app/Contents/Resources/drive_c/users/me/Documents/one.sav"),
+              "saved");
+    std::filesystem::remove_all(apps + "Gamma.app");
 
     // A file as a file manager names it, for a program of a wrapper.
     EXPECT_EQ(run({"morvane", "open", "file://" + more + "/a%20b.exe", "--answer", "Running EXE=OK:Beta"}),

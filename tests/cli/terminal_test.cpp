@@ -40,29 +40,6 @@ TEST(ChoiceFor, TakesNumbersNamesAndBeginnings) {
     for (const Row& row : rows) EXPECT_EQ(choiceFor(row.typed, names, 1), row.choice) << row.typed;
 }
 
-TEST(ProgressLine, ShowsBarAndLinesWithinTheWidth) {
-    ProgressState state;
-    state.status = "Downloading engine…";
-    state.subtitle = "1Mb of 2Mb";
-    state.indeterminate = false;
-    state.value = 500;
-    EXPECT_EQ(progressLine(state, 100), "[##########..........]  50% Downloading engine…  1Mb of 2Mb");
-    EXPECT_EQ(progressLine(state, 30), "[##########..........]  50% Do");
-    state.value = 1000;
-    EXPECT_EQ(progressLine(state, 28), "[####################] 100% ");
-    state.status = "two\nlines";
-    EXPECT_EQ(progressLine(state, 100).find('\n'), std::string::npos);
-    EXPECT_EQ(fitted("äöü", 2), "äö");
-}
-
-TEST(WordWrapped, BreaksAtBlanksOnly) {
-    EXPECT_EQ(wordWrapped("one two three", 8), "one two\nthree");
-    EXPECT_EQ(wordWrapped("äöü äöü", 7), "äöü äöü");
-    EXPECT_EQ(wordWrapped("/a/very/long/path is kept", 8), "/a/very/long/path\nis kept");
-    EXPECT_EQ(wordWrapped("kept\n\nas it is\n", 20), "kept\n\nas it is\n");
-    EXPECT_EQ(wordWrapped("", 5), "");
-}
-
 class Terminal : public morvane::testing::TestMachine {
   protected:
     // Standard input is no terminal in the tests: a question without an answer ends the command.
@@ -256,6 +233,19 @@ TEST_F(Foreseen, AnAnswerThatIsNotNeededThisTimeAnswersNothingElse) {
 
 TEST(ShellQuoted, IsOneWord) {
     EXPECT_EQ(shellQuoted("Baldur's Gate.app"), "'Baldur'\\''s Gate.app'");
+}
+
+TEST(ProgressLine, ShowsBarAndLinesWithinTheWidth) {
+    ProgressState state;
+    state.status = "Downloading engine…";
+    state.subtitle = "1Mb of 2Mb";
+    state.indeterminate = false;
+    state.value = 500;
+    EXPECT_EQ(progressLine(state, 100), "[##########..........]  50% Downloading engine…  1Mb of 2Mb");
+    EXPECT_EQ(progressLine(state, 30), "[##########..........]  50% Do");
+    state.status = "two\nlines";
+    EXPECT_EQ(progressLine(state, 100).find('\n'), std::string::npos);
+    EXPECT_EQ(fitted("äöü", 2), "äö");
 }
 
 }  // namespace

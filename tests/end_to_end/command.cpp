@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <stdexcept>
 
 namespace morvane::testing {
 
@@ -38,6 +39,9 @@ std::vector<std::string> mergedEnvironment(const std::vector<std::string>& chang
 
 Command::Ended Command::run(const std::vector<std::string>& arguments,
                             const std::function<void(const std::string&, pid_t)>& line) const {
+    const auto hasHome = [](const std::string& entry) { return entry.starts_with("MORVANE_HOME=/"); };
+    if (std::ranges::none_of(environment, hasHome))
+        throw std::logic_error("the user's own home is no test's");
     std::vector<std::string> words = {MORVANE_BUILD_FOLDER "/bin/morvane"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> variables = mergedEnvironment(environment);

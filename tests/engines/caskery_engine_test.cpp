@@ -118,13 +118,6 @@ TEST_F(EngineCatalogue, IsAskedForAgainAfterAFailure) {
     EXPECT_EQ(all(), (Names{"CK9Wine3.0", "CK9Wine2.0"}));
 }
 
-TEST_F(EngineCatalogue, IsNotAskedForWithoutTheSite) {
-    site.answer(list, {.body = "CK9Wine2.0"});
-    reachable = [](const std::string&) { return false; };
-    EXPECT_EQ(online(), Names{});
-    EXPECT_EQ(site.requests().size(), 0U);
-}
-
 TEST_F(EngineCatalogue, HoldsLocalEnginesOnce) {
     site.answer(list, {.body = "CK9Wine2.0\nCK9WineCX15.0"});
     EXPECT_EQ(all(), (Names{"CK9Wine2.0", "CK9WineCX15.0"})) << "no engine folder, no dialog";

@@ -9,25 +9,6 @@ namespace {
 
 class Alerts : public testing::TestMachine {};
 
-TEST_F(Alerts, LookLikeTheirTitle) {
-    ui.expect("a").titleIs("Warning");
-    MVAlert::showAlertMessage("a", "Warning");
-    ui.expect("b").titleIs("Error");
-    MVAlert::showAlertErrorMessage("b");
-    ui.expect("c").titleIs("News");
-    MVAlert::showAlertMessage("c", "News");
-    ui.expect("Range: too far").titleIs("Error");
-    MVAlert::showAlertMessageWithException("Range", "too far");
-    using enum Dialog::Style;
-    using enum Dialog::Icon;
-    const std::vector<std::pair<Dialog::Style, Dialog::Icon>> looks{
-        {critical, application}, {informational, stop}, {informational, application}, {informational, stop}};
-    ASSERT_EQ(ui.dialogs.size(), looks.size());
-    for (std::size_t index = 0; index < looks.size(); ++index) {
-        EXPECT_EQ(std::pair(ui.dialogs[index].style, ui.dialogs[index].icon), looks[index]) << index;
-    }
-}
-
 TEST_F(Alerts, TheDefaultAnswerIsTheFirstButton) {
     for (const bool defaultAnswer : {true, false}) {
         for (const bool pressed : {true, false}) {
@@ -37,28 +18,6 @@ TEST_F(Alerts, TheDefaultAnswerIsTheFirstButton) {
         EXPECT_EQ(MVAlert::showBooleanAlertMessage("Never shown", std::nullopt, defaultAnswer),
                   !defaultAnswer);
     }
-}
-
-TEST_F(Alerts, TakeTheirIconByName) {
-    using Row = std::tuple<std::optional<std::string>, Dialog::Style, Dialog::Icon, std::string>;
-    using enum Dialog::Style;
-    using enum Dialog::Icon;
-    for (const auto& [name, style, icon, path] : std::vector<Row>{
-             {std::nullopt, informational, application, ""},
-             {"Critical", critical, application, ""},
-             {"Fatal", informational, stop, ""},
-             {"banner", informational, picture, machine->folders.resources + "/banner.png"},
-             {"/pictures/icon", informational, picture, "/pictures/icon"},
-         }) {
-        ui.expect("Go on?").answer("Yes");
-        EXPECT_TRUE(MVAlert::showBooleanAlertMessageWithIconNamed("Go on?", "Error", name, true));
-        const Dialog& shown = ui.dialogs.back();
-        EXPECT_EQ(Row(name, shown.style, shown.icon, shown.iconPath), Row(name, style, icon, path));
-    }
-    ui.expect("Like this?").answer("No");
-    EXPECT_FALSE(MVAlert::showBooleanAlertMessageWithImageNamed("Like this?", "Help", "sample", true));
-    EXPECT_EQ(std::get<ImageAccessory>(ui.dialogs.back().accessory).path,
-              machine->folders.resources + "/sample.png");
 }
 
 TEST_F(Alerts, AnswerAWorkerFromTheMainThread) {
@@ -113,6 +72,28 @@ TEST_F(Alerts, TheEndOfTheApplicationEndsACreationThatAsksAgainAndAgain) {
     begun.acquire();
     machine.reset();
     EXPECT_EQ(state, unwound);
+}
+
+TEST_F(Alerts, TakeTheirIconByName) {
+    using Row = std::tuple<std::optional<std::string>, Dialog::Style, Dialog::Icon, std::string>;
+    using enum Dialog::Style;
+    using enum Dialog::Icon;
+    for (const auto& [name, style, icon, path] : std::vector<Row>{
+             {std::nullopt, informational, application, ""},
+             {"Critical", critical, application, ""},
+             {"Fatal", informational, stop, ""},
+             {"banner", informational, picture, machine->folders.resources + "/banner.png"},
+             {"/pictures/icon", informational, picture, "/pictures/icon"},
+         }) {
+        ui.expect("Go on?").answer("Yes");
+        EXPECT_TRUE(MVAlert::showBooleanAlertMessageWithIconNamed("Go on?", "Error", name, true));
+        const Dialog& shown = ui.dialogs.back();
+        EXPECT_EQ(Row(name, shown.style, shown.icon, shown.iconPath), Row(name, style, icon, path));
+    }
+    ui.expect("Like this?").answer("No");
+    EXPECT_FALSE(MVAlert::showBooleanAlertMessageWithImageNamed("Like this?", "Help", "sample", true));
+    EXPECT_EQ(std::get<ImageAccessory>(ui.dialogs.back().accessory).path,
+              machine->folders.resources + "/sample.png");
 }
 
 }  // namespace

@@ -70,9 +70,6 @@ GPU0:
 	deviceName         = AMD Radeon RX 580
 	driverName         = radv
 	driverInfo         = Mesa 22.3.6
-GPU1:
-	apiVersion         = 1.3.230
-	deviceName         = llvmpipe
 END)");
     scriptProgram("glxinfo", R"([ "$*" = -B ] && cat <<'END'
 name of display: :0
@@ -102,49 +99,6 @@ TEST_F(Machine, TheFamilyFollowsTheModel) {
         EXPECT_EQ(NSComputerInformation::graphicCardType(), family);
         EXPECT_EQ(NSComputerInformation::graphicCardMemorySize(), "1536 MB");
     }
-}
-
-TEST_F(Machine, SystemVersionsCompareAsNumbers) {
-    EXPECT_EQ(NSComputerInformation::macOsVersion(), "") << "missing";
-    const std::tuple<const char*, const char*, bool> rows[] = {
-        {"10.13.6", "10.11", true}, {"11.0", "10.10", true},     {"10.9", "10.10", false},
-        {"10.10", "10.10", true},   {"10.10", "10.10.1", false}, {"10.9.5", "10.10", false}};
-    for (const auto& [ours, wanted, enough] : rows) {
-        systemVersion(ours);
-        EXPECT_EQ(NSComputerInformation::isSystemMacOsEqualOrSuperiorTo(wanted), enough)
-            << ours << " " << wanted;
-    }
-}
-
-TEST_F(Machine, NotificationsAreForTheMainThread) {
-    systemVersion("10.8");
-    NSUtilities::showNotificationMessage("Installed successfully", "Game", "/Game.app",
-                                         ImageData{"png", 1, 1});
-    EXPECT_TRUE(ui.notifications.empty());
-    machine->mainQueue.drain();
-    ASSERT_EQ(ui.notifications.size(), 1U);
-    const Notification& shown = ui.notifications[0];
-    EXPECT_EQ(shown.title + "|" + shown.message + "|" + shown.info + "|" + shown.actionTitle,
-              "Game|Installed successfully|/Game.app|Play");
-    EXPECT_FALSE(shown.image);
-}
-
-TEST_F(Machine, FunctionKeysAndLibraryLayoutAreSettings) {
-    scriptProgram("defaults", "[ \"$*\" = 'read -g com.apple.keyboard.fnState -bool' ] && echo 1");
-    EXPECT_TRUE(NSUtilities::isUsingFnKeysFunctions());
-    for (const char* off : {"0", "-1", "01", "+yes"}) {
-        scriptProgram("defaults", std::string("echo ' ") + off + "'");
-        EXPECT_FALSE(NSUtilities::isUsingFnKeysFunctions()) << off;
-    }
-    EXPECT_FALSE(NSUtilities::isUsingClassicLibraryLayout());
-    machine->defaults.set("Use old Library", Value("YES"));
-    EXPECT_TRUE(NSUtilities::isUsingClassicLibraryLayout());
-}
-
-TEST_F(Machine, ChecksumsAreTheToolsOwn) {
-    put(home + "/a file", "abc");
-    EXPECT_EQ(NSUtilities::getFileSHA1CheckSum(home + "/a file"), "a9993e364706816aba3e25717850c26c9cd0d89d");
-    EXPECT_EQ(NSUtilities::getFileSHA1CheckSum(home + "/missing"), "");
 }
 
 TEST_F(Machine, FormsArePostedAndAnswered) {
@@ -195,6 +149,18 @@ TEST_F(Machine, OthersDoNotDisturbThePanelOfACreation) {
     EXPECT_EQ(ui.progress[3].height, 0);
     EXPECT_EQ(ui.progress[7].height, 111) << "a creation's panel stays open";
     EXPECT_EQ(ui.progress[7].status + "|" + ui.progress[7].subtitle, "Downloading|Mine");
+}
+
+TEST_F(Machine, SystemVersionsCompareAsNumbers) {
+    EXPECT_EQ(NSComputerInformation::macOsVersion(), "") << "missing";
+    const std::tuple<const char*, const char*, bool> rows[] = {
+        {"10.13.6", "10.11", true}, {"11.0", "10.10", true},     {"10.9", "10.10", false},
+        {"10.10", "10.10", true},   {"10.10", "10.10.1", false}, {"10.9.5", "10.10", false}};
+    for (const auto& [ours, wanted, enough] : rows) {
+        systemVersion(ours);
+        EXPECT_EQ(NSComputerInformation::isSystemMacOsEqualOrSuperiorTo(wanted), enough)
+            << ours << " " << wanted;
+    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "library/apps_array.h"
+#include "library/apps_questions.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -41,7 +41,7 @@ TEST_F(Library, StopsTheProgramsOfEveryEntryOnceTheUserIsSure) {
             .titleIs("Warning")
             .defaultIs("No")
             .answer(answer);
-        apps.askToKillAllCaskeryProcessesFromLocalApps();
+        apps_questions::askToKillAllCaskeryProcessesFromLocalApps(apps);
         machine->workQueues.joinAll();
         return MVString::split(get(folder.path + "/log"), "\n");
     };
@@ -91,7 +91,7 @@ TEST_F(Library, OldAndMissingAppsFoldersAreReplaced) {
         load(apps);
         EXPECT_EQ(settings::stored(settings::mainFolder), Value(after));
     }
-    EXPECT_EQ(NSAppsArray::validAppsFolders(), Lines{folder.path + "/kept/"});
+    EXPECT_EQ(local_items::validAppsFolders(), Lines{folder.path + "/kept/"});
 }
 
 TEST_F(Library, ItemsAreAddedRemovedMovedAndRefreshed) {
@@ -141,9 +141,7 @@ TEST_F(Library, TwoProcessesLoseNoEntry) {
     EXPECT_EQ(stored(), (Lines{"mine=mine.app", "a=a.app", "c=c.app", "theirs=theirs.app"}));
 
     // An order that was never stored does not bring back what the other has removed.
-    complete([&](auto done) {
-        apps.reorderLocalAppsArrayBy(NSAppsArray::orderByName, SavingOrder::no, std::move(done));
-    });
+    complete([&](auto done) { apps.reorderLocalAppsArrayBy(orderByName, SavingOrder::no, std::move(done)); });
     other.removeLocalPort(applications + "a.app", {});
     other.addLocalPort(applications + "d.app", {});
     apps.removeLocalPort(applications + "c.app", {});
@@ -223,7 +221,7 @@ TEST_F(Library, RemovesFromTheDiskWhatIsAnAppOnly) {
             ui.expect("Are you sure that you want to").titleIs("Warning").defaultIs("No").answer(row.sure);
         if (row.refused) ui.expectError("\"" + row.path);
         bool ran = false;
-        NSAppsArray::shouldRemoveLocalPort(row.path, [&] { ran = true; });
+        apps_questions::shouldRemoveLocalPort(row.path, [&] { ran = true; });
         onWorker([&] { machine->workQueues.joinAll(); });
         EXPECT_EQ(ran, row.runs);
         EXPECT_EQ(files::kindOf(row.path) != files::Kind::none, row.stays);
@@ -256,7 +254,7 @@ TEST_F(Library, RemovesForEverOnlyWhatIsMeantSo) {
             ui.expect("Are you sure that you want to move that app (").titleIs("Warning").answer("Yes");
         if (*row.sure != 0)
             ui.expect(row.hasTrash ? forEver : "The trash can't take that app").answer(row.sure);
-        NSAppsArray::removeFrom(row.from, item, [&](const Removal& made) { removal = made; });
+        apps_questions::removeFrom(row.from, item, [&](const Removal& made) { removal = made; });
         onWorker([&] { machine->workQueues.joinAll(); });
         EXPECT_EQ(files::kindOf(item) != files::Kind::none, row.stays);
         EXPECT_EQ(removal.has_value(), !row.stays);
@@ -298,7 +296,7 @@ TEST_F(Library, AWrapperTakesAlongWhatLayInItAndTheLinksToThat) {
     ui.expect("Do you want to remove that app only").answer("Remove from Disk");
     ui.expect("Are you sure that you want to move that app (").answer("Yes");
     complete([&](auto done) {
-        NSAppsArray::shouldRemoveLocalPort(wrapper, [&, done] { apps.removeLocalPort(wrapper, done); });
+        apps_questions::shouldRemoveLocalPort(wrapper, [&, done] { apps.removeLocalPort(wrapper, done); });
     });
     EXPECT_EQ(stored(), (Lines{"alive=alive.app", "dead=dead.app"}));
     Lines left;
@@ -334,7 +332,7 @@ TEST_F(Library, AScanFindsAgainWhatWasMoved) {
     std::filesystem::copy(copied, applications + "RPG/Copied.app", std::filesystem::copy_options::recursive);
     std::filesystem::remove_all(copied);
     makeWrapper(applications + "RPG/A new one.app");
-    EXPECT_TRUE(NSAppsArray::isMissing(old));
+    EXPECT_TRUE(local_items::isMissing(old));
     complete([&](auto done) { apps.scanAgain(std::move(done)); });
 
     Lines expected = before;
@@ -358,13 +356,26 @@ TEST_F(Library, AScanFindsAgainWhatWasMoved) {
     std::filesystem::rename(now, outside);
     ui.expect("Your app isn't").answer("Locate the App");
     ui.expectChoice("Select the new application", {outside});
-    EXPECT_EQ(apps.askAboutMissingApp(now, {}, {}), Lines{outside});
+    EXPECT_EQ(apps_questions::askAboutMissingApp(apps, now, {}, {}), Lines{outside});
     EXPECT_EQ(files::kindOf(applications + "RPG/Tool.app"), files::Kind::none);
     EXPECT_EQ(files::kindBehind(home + "/Tool.app"), files::Kind::folder);
     ASSERT_TRUE(files::createSymbolicLink(applications + "Tool.app", "gone.app/Tool.app"));
     ui.expect("Your app isn't").answer("Remove it");
-    apps.askAboutMissingApp(applications + "gone.app", {}, {});
+    apps_questions::askAboutMissingApp(apps, applications + "gone.app", {}, {});
     EXPECT_EQ(files::kindOf(applications + "Tool.app"), files::Kind::none);
+}
+
+TEST_F(Library, WhatWasAwayForAWhileIsKnownAgain) {
+    const std::string away = home + "/away.app", now = applications + "Other.app";
+    makeWrapper(applications + "Game.app", "Game");
+    load(apps);
+    std::filesystem::rename(applications + "Game.app", away);
+    complete([&](auto done) { apps.scanAgain(std::move(done)); });
+    apps.addLocalPort(applications + "D.boxer", {});
+    std::filesystem::rename(away, now);
+    setPlist(now, {{"CFBundleName", "Renamed"}});
+    complete([&](auto done) { apps.scanAgain(std::move(done)); });
+    EXPECT_EQ(stored(), (Lines{"Renamed=Other.app", "D=D.boxer"})) << "in its place";
 }
 
 TEST_F(Library, AddsByHandAndLocatesWhatIsMissing) {
@@ -383,18 +394,15 @@ TEST_F(Library, AddsByHandAndLocatesWhatIsMissing) {
     ui.expectError("Couldn't add setup.exe to the library. Incompatible application type.");
     Lines ports;
     int changes = 0;
-    apps.askAboutMissingApp(
-        applications + "gone.app", [&](const std::string& port) { ports.push_back(port); },
+    apps_questions::askAboutMissingApp(
+        apps, applications + "gone.app", [&](const std::string& port) { ports.push_back(port); },
         [&] { ++changes; });
     EXPECT_EQ(stored(), (Lines{"N=N.app", "D=D.boxer"}));
     EXPECT_EQ(ports, Lines{cki});
     EXPECT_EQ(changes, 3);
-    const OpenPanel& panel = ui.openPanels.back();
-    EXPECT_EQ(panel.types, (Lines{"cki", "app", "boxer"}));
-    EXPECT_TRUE(panel.files && panel.multiple && !panel.folders && !panel.packagesAsFolders);
 
     ui.expect("Your app isn't").answer("Remove it");
-    apps.askAboutMissingApp(applications + "N.app", {}, {});
+    apps_questions::askAboutMissingApp(apps, applications + "N.app", {}, {});
     EXPECT_EQ(stored(), Lines{"D=D.boxer"});
 }
 

@@ -148,13 +148,12 @@ TEST_F(DescriptionView, FillsThePageAtOnceAndItsDetailsLater) {
     EXPECT_EQ(units, page->page().description.text.size());
     EXPECT_EQ(page->page().stars, (std::array<double, 4>{4.5, 3, 0, 0}));
     EXPECT_EQ(events, (Names{"page", "page", "Trailer http://video/x.png"}));
-    EXPECT_EQ(page->page().sources,
-              (std::vector<NSDescriptionView::SourceIcon>{{"Other", resources + "/other.png"}}));
+    EXPECT_EQ(page->page().sources, (std::vector<SourceIcon>{{"Other", resources + "/other.png"}}));
 
     // The last click is what is shown, whatever takes longer.
     page->openCatalogueLine({.id = 14, .name = "Slow"});
     page->openLocalItem(path);
-    machine->mainQueue.runUntil([&] { return !machine->workQueues.busy() || NSGameData::bufferedEntry(14); });
+    machine->mainQueue.runUntil([&] { return !machine->workQueues.busy() || entry_buffer::entryOf(14); });
     machine->mainQueue.drain();
     EXPECT_EQ(page->selectedGamePath(), path);
     page->openLocalItem(games + "gone.app");
@@ -529,12 +528,6 @@ TEST_F(DescriptionView, RunsAGame) {
         EXPECT_EQ(exists(log), std::string(row.name) != "galaxy");
         fs::remove(runs);
     }
-    fs::remove(games + "galaxy.app/Contents/Frameworks/bin/Caskery");
-    ui.expectError("Not a valid Caskery wrapper!");
-    page->actions().runWrapper(games + "galaxy.app", games + "galaxy.app/Contents/MacOS/CaskeryLauncher");
-    settle();
-    EXPECT_EQ(ran(), "fn on\nfn off\n");
-    fs::remove(runs);
     fs::remove(games + "plain.app/Contents/MacOS/CaskeryLauncher");
     ui.expectError("The App is corrupted! The executable is missing!");
     page->actions().updateAndRunWrapper(games + "plain.app");
@@ -543,10 +536,6 @@ TEST_F(DescriptionView, RunsAGame) {
     page->actions().updateAndRunWrapper(games + "gone.app");
     settle();
     EXPECT_EQ(ran(), "");
-    ui.expect("Do you want to see the debug logs?").titleIs("Debug").defaultIs("Yes").answer("Yes");
-    runDebugModeOfWrapper(games + "program.app");
-    settle();
-    EXPECT_EQ(ui.opened, Names{games + "program.app/Contents/Resources/Logs/LastRunWine.log"});
 }
 
 TEST_F(DescriptionView, OffersToUpdateAnOldWrapperAndRunsItAnyway) {
@@ -637,7 +626,7 @@ TEST_F(DescriptionView, BuysRatesAndOpensTheAlternative) {
     site.answer("/over", {.body = "<a class=\"app_view_button button_tie\" data-url=\"\">"});
     show(game);
     page->clickAction();
-    page->openLinkForSourceButton("GOG");
+    GameInstallation::openLinkForSourceButton(page->gameData(), "GOG");
     page->pages().showCrossOverAlternative(page->gameData());
     settle();
     show(entry({.id = 9, .isNative = true}, "Steam=>javascript:x;;"));

@@ -140,45 +140,6 @@ TEST(Pictures, OfAContainerTheLargestReadableCounts) {
     }
 }
 
-TEST(Pictures, OldIconMembersAreUnpacked) {
-    const auto run = [](std::size_t length, int value) {
-        std::string packed;
-        for (; length >= 130; length -= 130) packed += "\xFF"s + static_cast<char>(value);
-        return length >= 3 ? packed + static_cast<char>(length + 125) + static_cast<char>(value) : packed;
-    };
-    const std::string mask(256, '\x40');
-    // The first packed byte is 0: one byte as it stands.
-    const std::string small = "\0\x0A"s + run(255, 10) + run(256, 20) + run(256, 30);
-    // 2,048 bytes of packed data, as long as a picture of half the depth would be.
-    std::string odd;
-    for (int i = 0; i < 978; ++i) odd += "\0\x0A"s;
-    odd += run(46, 10) + run(1024, 20) + run(1024, 30);
-    odd += std::string(2048 - odd.size(), '\0');
-    std::string plainPixels;
-    for (int i = 0; i < 256; ++i) plainPixels += "\0\x0A\x14\x1E"s;
-    const struct {
-        const char* name;
-        std::string bytes;
-        int edge, alpha;
-    } rows[] = {
-        {"packed, with a mask", icns({{"is32", small}, {"s8mk", mask}}), 16, 64},
-        {"without a mask", icns({{"is32", small}}), 16, 255},
-        {"2,048 bytes", icns({{"il32", odd}}), 32, 255},
-        {"not packed", icns({{"is32", plainPixels}}), 16, 255},
-        {"the larger one damaged",
-         icns({{"il32",
-                "\x7F"
-                "few"},
-               {"is32", small}}),
-         16, 255},
-    };
-    for (const auto& row : rows) {
-        const std::optional<Picture> picture = decode(row.bytes);
-        ASSERT_TRUE(picture && picture->width == row.edge) << row.name;
-        EXPECT_EQ(at(*picture, row.edge - 1, row.edge - 1), (Pixel{10, 20, 30, row.alpha})) << row.name;
-    }
-}
-
 TEST(Pictures, OfACameraComeUpright) {
     std::string jpeg = encodeJpeg(plain(16, 8, brown));
     const std::string turned = "Exif\0\0MM\0*\0\0\0\x08\0\1\1\x12\0\3\0\0\0\1\0\6\0\0\0\0\0\0"s;
@@ -214,51 +175,6 @@ TEST(Pictures, OtherBytesAreNone) {
     const Picture wrong{4, 4, {1, 2, 3, 4}};  // its size and bytes disagree
     EXPECT_EQ(encodePng(wrong) + encodeJpeg(wrong) + encodeTiff(wrong), "");
     EXPECT_EQ(scaledToWidth(wrong, 8).width, 0);
-}
-
-/// The expectations come from another program's Lanczos filter, in floating point.
-TEST(ScaledToWidth, AgreesWithAnotherFilter) {
-    const struct {
-        int width, height, scaledWidth;
-        std::vector<int> expected;
-    } rows[] = {
-        {7, 5, 3, {107, 140, 145, 127, 145, 135}},
-        {3, 2, 7, {0,   0,   0,   16, 37, 48,  54,  4,   10,  23,  46,  70,  82,  88,  41,  48,  62, 89,
-                   116, 130, 137, 78, 86, 102, 132, 162, 178, 186, 104, 113, 130, 162, 194, 211, 220}},
-        {16, 4, 4, {128, 138, 122, 128}},
-    };
-    for (const auto& row : rows) {
-        const Picture scaled = scaledToWidth(painted(row.width, row.height,
-                                                     [](int x, int y) {
-                                                         const int grey =
-                                                             (x * 37 + y * 91 + x * y * 13) % 256;
-                                                         return Pixel{grey, grey, grey, 255};
-                                                     }),
-                                             row.scaledWidth);
-        ASSERT_EQ(scaled.rgba.size(), row.expected.size() * 4);
-        for (std::size_t i = 0; i < row.expected.size(); ++i) {
-            EXPECT_NEAR(scaled.rgba[i * 4], row.expected[i], 1) << row.width << " pixel " << i;
-            EXPECT_EQ(scaled.rgba[i * 4 + 3], 255);
-        }
-    }
-}
-
-TEST(ScaledToWidth, EdgesOfTransparencyKeepTheirColour) {
-    // White on the left, on the right nothing, with black as its hidden colour.
-    const Picture scaled =
-        scaledToWidth(painted(64, 64,
-                              [](int x, int) {
-                                  return x < 30 ? Pixel{255, 255, 255, 255} : Pixel{0, 0, 0, 0};
-                              }),
-                      17);
-    for (int x = 0; x < 17; ++x) {
-        const Pixel pixel = at(scaled, x, 8);
-        EXPECT_TRUE(pixel[3] == 0 || pixel[0] == 255) << "a dark fringe at " << x;
-    }
-    EXPECT_EQ(at(scaled, 0, 8)[3], 255);
-    EXPECT_EQ(at(scaled, 16, 8)[3], 0);
-    EXPECT_TRUE(
-        isNear(at(scaledToWidth(plain(64, 64, {12, 200, 99, 128}), 16), 5, 9), {12, 200, 99, 128}, 1));
 }
 
 TEST(ScaledToWidth, KeepsTheRatioAndAtLeastOnePixel) {

@@ -69,24 +69,6 @@ bool ends(pid_t number) {
     return ::poll(&event, 1, 20'000) == 1;
 }
 
-TEST_F(Programs, ArgumentsReachTheProgramAsTheyAre) {
-    const auto result = processes::run(
-        shell(R"(for a in "$@"; do printf '[%s]' "$a"; done)", {"two words", "", "$HOME", "\"'\\", "-n"}));
-    ASSERT_TRUE(result);
-    EXPECT_EQ(result->output, "[two words][][$HOME][\"'\\][-n]");
-}
-
-TEST_F(Programs, EnvironmentAndFolder) {
-    auto request = shell("env | grep -v '^_=\\|^PWD=\\|^SHLVL=' | sort; pwd -P");
-    request.environment = {{"ONLY", "this one"}, {"EMPTY", ""}, {"PATH", "/usr/bin:/bin"}};
-    request.runFolder = "/usr";
-    const auto result = processes::run(request);
-    ASSERT_TRUE(result);
-    EXPECT_EQ(result->output, "EMPTY=\nONLY=this one\nPATH=/usr/bin:/bin\n/usr\n");
-    ::setenv("MORVANE_TEST_INHERITED", "yes", 1);
-    EXPECT_EQ(processes::run(shell("echo $MORVANE_TEST_INHERITED"))->output, "yes\n");
-}
-
 TEST_F(Programs, ExitStatus) {
     EXPECT_TRUE(processes::run(shell("exit 0"))->ending.succeeded());
     EXPECT_EQ(processes::run(shell("exit 7"))->ending, (ProgramEnding{.exitStatus = 7}));

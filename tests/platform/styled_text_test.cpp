@@ -65,29 +65,6 @@ TEST(StyledTextFromHtml, MarksBoldItalicAndLinks) {
     }
 }
 
-TEST(HtmlPage, KeepsHeadingsAndPictures) {
-    const HtmlPage page = htmlPage(
-        "<html><head><title>News &amp; more</title><style>h1{}</style></head><body><h1>One <i>a</i></h1>"
-        "<h3>Two<p>\U0001F600 text <img src='a.png' alt='A &lt;b&gt;'><img alt='none'></p>"
-        "<ul><li>x<li>y</ul><img src=\"javascript:alert(1)\"><script>document.write('no')</script>");
-    EXPECT_EQ(page.title, "News & more");
-    EXPECT_EQ(page.text.text, "One a\nTwo\n\U0001F600 text \uFFFC\n\u2022\u00a0x\n\u2022\u00a0y\n\uFFFC");
-    ASSERT_EQ(page.headings.size(), 2U);
-    EXPECT_EQ(std::tuple(page.headings[0].place, page.headings[0].length, page.headings[0].level),
-              std::tuple(0U, 5U, 1));
-    EXPECT_EQ(std::tuple(page.headings[1].place, page.headings[1].length, page.headings[1].level),
-              std::tuple(6U, 3U, 3));
-    ASSERT_EQ(page.pictures.size(), 2U);
-    EXPECT_EQ(page.pictures[0].place, 18U) << "in UTF-16 units";
-    EXPECT_EQ(page.pictures[0].address, "a.png");
-    EXPECT_EQ(page.pictures[0].description, "A <b>");
-
-    std::string many;
-    for (int picture = 0; picture < 1000; ++picture) many += "<img src=x>";
-    EXPECT_EQ(htmlPage(many).pictures.size(), HtmlPage::mostPictures);
-    EXPECT_EQ(htmlPage("<title>" + std::string(1U << 20U, 'x')).title.size(), 1000U);
-}
-
 TEST(StyledTextFromHtml, BearsHostilePages) {
     const auto repeated = [](std::string_view part, int times) {
         std::string text;

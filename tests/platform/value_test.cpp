@@ -43,14 +43,5 @@ TEST(Dictionary, FindsEveryKeyWhileItGrowsAndShrinks) {
     EXPECT_TRUE(copy.contains("key 99"));
 }
 
-TEST(Dictionary, IsEqualWhateverTheOrder) {
-    const Dictionary dictionary{{"a", 1}, {"b", 2}};
-    EXPECT_EQ(dictionary, (Dictionary{{"b", 2}, {"a", 1}}));
-    for (const Dictionary& other :
-         {Dictionary{{"a", 1}}, Dictionary{{"a", 1}, {"c", 2}}, Dictionary{{"a", 1}, {"b", 2.0}}}) {
-        EXPECT_NE(dictionary, other);
-    }
-}
-
 }  // namespace
 }  // namespace morvane

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/files.h"
-#include "platform/pictures.h"
 #include "ports/typed_stream.h"
 #include "support/test_machine.h"
 
@@ -251,14 +250,6 @@ TEST_F(BlankPort, IsMadeForTheClients) {
     EXPECT_FALSE(blank("/a/b.app", 0, MacDriver::yes)->decorateWindows);
     EXPECT_FALSE(blank("/a/b.app", 0, MacDriver::no, ""));
     for (const char* nameless : {"", "/a/.app"}) EXPECT_FALSE(blank(nameless)) << nameless;
-}
-
-TEST_F(BlankPort, CarriesTheApplicationsPicture) {
-    put(machine->folders.resources + "/create_wrapper.png",
-        pictures::encodePng({2, 3, std::vector<std::uint8_t>(24, 9)}));
-    const auto port = blank("/a/b.app");
-    ASSERT_TRUE(port && port->exes.front().icon);
-    EXPECT_EQ(port->exes.front().icon->height, 3);
 }
 
 }  // namespace

@@ -69,6 +69,8 @@ TEST_F(RecipeSignature, OutlivesTheArchiveAndTheOrderOfItsKeys) {
     const auto signature = signatureOf(description);
     EXPECT_EQ(signature.state, State::valid);
     EXPECT_EQ(signature.key.size(), 64U);
+    EXPECT_TRUE(
+        recipe_signature::sentenceOf(signature).starts_with("It is signed with the key " + signature.key));
     Dictionary turned;
     std::vector<Dictionary::Entry> entries(description.begin(), description.end());
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry)

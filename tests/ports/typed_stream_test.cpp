@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
+#include <cmath>
 
 #include "archive_bytes.h"
 #include "platform/pictures.h"
@@ -246,6 +246,7 @@ std::string nested(int levels) {
 TEST(Nesting, EndsAt256Levels) {
     EXPECT_FALSE(isRefused(nested(256)));
     EXPECT_TRUE(isRefused(nested(257)));
+    EXPECT_FALSE(describe(nested(257)));
     Value deep("deep");
     for (int i = 1; i < 256; ++i) deep = Array{std::move(deep)};
     EXPECT_EQ(unarchived(archived(deep)), deep);
@@ -348,44 +349,6 @@ TEST(CutArchives, AreRefusedAtEveryByte) {
     }
 }
 
-TEST(ChangedArchives, AreReadOrRefused) {
-    const std::string whole = archived(richValue());
-    std::mt19937 random(20240229);
-    int read = 0;
-    for (int round = 0; round < 2'000; ++round) {
-        std::string changed = whole;
-        for (std::uint32_t changes = 1 + random() % 3; changes > 0; --changes) {
-            char& byte = changed[random() % changed.size()];
-            byte = static_cast<char>(random() % 4 == 0 ? 0x80 + random() % 32 : random());
-        }
-        static_cast<void>(describe(changed));
-        const auto result = unarchive(changed);
-        if (!result) continue;
-        ++read;
-        // What can be read can be written again, but for pictures that only look like ones.
-        static_cast<void>(archive(*result));
-    }
-    EXPECT_GT(read, 100);
-}
-
-TEST(Describe, ShowsTheHeaderAndEveryGroup) {
-    const auto result = describe(arrayOfThree);
-    ASSERT_TRUE(result);
-    const auto& shown = *result->as<Dictionary>();
-    EXPECT_EQ(*shown.find("byteOrder"), Value("little"));
-    EXPECT_EQ(*shown.find("streamerVersion"), Value(4));
-    EXPECT_EQ(*shown.find("systemVersion"), Value(1000));
-    const auto& list =
-        *(*shown.get<Array>("groups")->front().as<Dictionary>()->get<Array>("values"))[0].as<Dictionary>();
-    const auto& fields = *list.get<Array>("fields");
-    ASSERT_EQ(fields.size(), 4U);
-    const Dictionary text{{"object", 9},
-                          {"class", Array{Dictionary{{"name", "NSString"}, {"version", 1}},
-                                          Dictionary{{"name", "NSObject"}, {"version", 0}}}},
-                          {"fields", Array{Dictionary{{"type", "+"}, {"values", Array{"b"}}}}}};
-    EXPECT_TRUE(fields.back() == Value(Dictionary{{"type", "@"}, {"values", Array{text}}}));
-}
-
 TEST(Describe, ShowsCirclesAsReferencesAndUnknownTypesAsTheyAre) {
     const std::string bytes = bigHeader + bytesOf(R"(84 01 '@' 84 84 84 05 'Thing' 81 01 00 85
         84 09 '@{p=fc}#!' 92  83 3f 00 00 00  ff  84 84 01 'X' 02 93
@@ -431,17 +394,6 @@ TEST(Archive, RefusesWhatItCannotHold) {
     const Value rows[] = {Array{"\xff"}, ImageData{"no picture", 1, 1},
                           StyledText{"abc", {{2, false, false, "", 0, ""}}}};
     for (const Value& root : rows) EXPECT_FALSE(archive(root));
-}
-
-TEST(Archive, NamesTheFaceOfAStyledRun) {
-    const StyledText written{
-        "abc",
-        {{1, true, true, "", 0, ""}, {1, true, false, "Georgia", 10, ""}, {1, false, false, "", 0, ""}}};
-    const StyledText expected{"abc",
-                              {{1, true, true, "Helvetica-BoldOblique", 12, ""},
-                               {1, true, false, "Georgia-Bold", 10, ""},
-                               {1, false, false, "", 0, ""}}};
-    EXPECT_TRUE(unarchived(archived(written)) == Value(expected));
 }
 
 }  // namespace

@@ -41,10 +41,8 @@ TEST(StartLineOf, OnlyABatchFileThatJustStartsAProgram) {
     } rows[] = {
         {R"(start "C:\My Game\a.exe" /S -x "y z")", StartLine{R"(C:\My Game\a.exe)", R"(/S -x "y z")"}},
         {R"(start "C:\a.exe" )", StartLine{R"(C:\a.exe)", ""}},
-        {"START \"D:/a.exe\"\r\n", StartLine{"D:/a.exe", ""}},
         {R"("D:/Setup/run.exe" -safe)", StartLine{"D:/Setup/run.exe", "-safe"}},
         {R"(start "A title" notepad)", std::nullopt},
-        {"start C:\\a.exe", std::nullopt},
         {"start \"C:\\a.exe\"\r\necho done", std::nullopt},
         {R"("C:\Might & Magic ^1 <x>\a|b.exe" "& y")",
          StartLine{R"(C:\Might & Magic ^1 <x>\a|b.exe)", R"("& y")"}},
@@ -52,7 +50,6 @@ TEST(StartLineOf, OnlyABatchFileThatJustStartsAProgram) {
         {R"("%ProgramFiles%\a.exe")", std::nullopt},
         {R"("C:\a.exe" %1)", std::nullopt},
         {R"("C:\a.exe" & del b)", std::nullopt},
-        {R"("C:\a.exe" > out.txt)", std::nullopt},
         {"\"C:\\a.exe", std::nullopt},
         {"", std::nullopt},
     };

@@ -172,7 +172,8 @@ TemporaryFolder::~TemporaryFolder() {
     fs::remove_all(path, ignored);
 }
 
-TestMachine::TestMachine() : home(folder.path + "/home"), programsFolder(folder.path + "/programs") {
+TestMachine::TestMachine(MessageCatalogue texts)
+    : home(folder.path + "/home"), programsFolder(folder.path + "/programs") {
     reachable = [](const std::string& name) { return name != "offline.invalid"; };
     for (const char* name : {"/home/Applications", "/home/Desktop", "/home/Downloads", "/home/Library",
                              "/Volumes", "/passing", "/tmp", "/programs", "/root"}) {
@@ -194,6 +195,7 @@ TestMachine::TestMachine() : home(folder.path + "/home"), programsFolder(folder.
     folders.systemRoot = folder.path + "/root";
     Host::Options options;
     options.folders = folders;
+    options.texts = std::move(texts);
     options.sites = {.caskery = "http://offline.invalid/", .catalogue = "http://offline.invalid/"};
     options.searchPath = environmentVariable("PATH") + ":" MORVANE_SHARE_FOLDER "/programs";
     options.reachability = [this](const std::string& name) { return reachable(name); };

@@ -99,7 +99,8 @@ class TemporaryFolder {
 
 class TestMachine : public ::testing::Test {
   public:
-    TestMachine();
+    /// In English, or in the language of the texts.
+    explicit TestMachine(MessageCatalogue texts = {});
     ~TestMachine() override;
 
     TemporaryFolder folder;            ///< holds everything below

@@ -62,7 +62,7 @@ TEST_F(Accessibility, OfTheMainWindowsPages) {
     window->showTab(MorvaneTab::library);
     window->progressPanel().showState({.status = "Copying", .height = 111, .cancellable = true});
     walk(window->progressPanel());
-    window->showLibrary(NSAppsArray::catalogueTab);
+    window->showLibrary(catalogueTab);
     runUntil([&] { return list->model()->rowCount() == 1; });
     walk(*window);
 }

@@ -25,7 +25,9 @@ class DesktopStage : public ViewsMachine {
     /// Gives the bytes of a picture for the game of that number and name; empty ones for no picture.
     using Painter = std::function<std::string(int number, const std::string& name)>;
 
-    DesktopStage() { machine->sites.catalogue = site.baseAddress(); }
+    explicit DesktopStage(MessageCatalogue texts = {}) : ViewsMachine(std::move(texts)) {
+        machine->sites.catalogue = site.baseAddress();
+    }
     ~DesktopStage() override { close(); }
 
     [[nodiscard]] std::string pathOf(const std::string& name) const {
@@ -65,7 +67,7 @@ class DesktopStage : public ViewsMachine {
         shell.setMainWindow(window.get());
         window->show();
         list = window->findChild<views::LibraryList*>();
-        app->library().showTab(NSAppsArray::localTab);
+        app->library().showTab(localTab);
         const auto games = static_cast<int>(games_.size());
         runUntil([&] { return list->model()->rowCount() == games; });
     }

@@ -1,18 +1,17 @@
 #include "views/main_window.h"
 
-#include <QAbstractButton>
-#include <QAbstractItemView>
-#include <QLabel>
-#include <QLineEdit>
 #include <QMimeData>
+#include <QPlainTextEdit>
 #include <QPushButton>
-#include <QTest>
-#include <QTextBrowser>
+#include <QTabWidget>
 #include <QToolButton>
 #include <algorithm>
 #include <filesystem>
 
 #include "views/desktop_stage.h"
+#include "views/page_walk.h"
+#include "views/properties_window.h"
+#include "wrapper/launch_options.h"
 
 namespace morvane {
 namespace {
@@ -31,11 +30,6 @@ class MainWindows : public testing::DesktopStage {
         for (int row = 0; row < list->model()->rowCount(); ++row)
             texts << list->model()->index(row, 0).data().toString();
         return texts;
-    }
-    [[nodiscard]] bool showsText(const QString& text) const {
-        const auto labels = window->findChildren<QLabel*>();
-        return std::ranges::any_of(
-            labels, [&](QLabel* label) { return label->isVisible() && label->text().contains(text); });
     }
     enum class Seen { no, yes };
     /// Of those that can be seen, if so.
@@ -128,13 +122,53 @@ TEST_F(MainWindows, ARowIsDraggedToAnotherPlace) {
 TEST_F(MainWindows, AServerIsSaidToBeGoneWhereItsGamesWouldBe) {
     reachable = [](const std::string&) { return false; };
     QTest::mouseClick(named<QToolButton>("Catalogue"), Qt::LeftButton);
-    EXPECT_TRUE(showsText("Loading the catalogue"));
-    runUntil([&] { return showsText("can't be reached"); });
+    EXPECT_TRUE(testing::shows(*window, "Loading the catalogue"));
+    runUntil([&] { return testing::shows(*window, "can't be reached"); });
     EXPECT_TRUE(ui.dialogs.empty());
     reachable = [](const std::string&) { return true; };
     site.answer("/ckis/listPorts.php", {.body = "7 || Ada || Back Again || 0 || 0 || --<br>"});
     QTest::mouseClick(named<QPushButton>("Try again", Seen::yes), Qt::LeftButton);
     runUntil([&] { return titles() == QStringList("Back Again"); });
+}
+
+TEST_F(MainWindows, WhatOthersDoMeanwhileIsSeen) {
+    app->showProperties(pathOf("Half Life"));
+    choose(0);
+    // Another process takes a game from the list, and a user a wrapper from the disk.
+    settings::store(settings::appList, Array{Dictionary{{"Name", "Half Life"}, {"Path", pathOf("Half Life")}},
+                                             Dictionary{{"Name", "Tetris"}, {"Path", pathOf("Tetris")}}});
+    std::filesystem::remove_all(pathOf("Half Life"));
+    app->library().lookAtItems();
+    runUntil([&] { return titles() == QStringList({"Half Life", "Tetris"}); });
+    runUntil([&] { return app->library().row(0).state.isMissing; });
+    // Saving what is gone says so, and makes nothing of it again.
+    auto* properties = window->findChild<views::PropertiesWindow*>();
+    auto* version = properties->findChildren<QLineEdit*>().at(1);
+    QTest::keyClicks(version, "2");
+    const std::size_t told = ui.dialogs.size();
+    ui.expect("").titleIs("App Missing").answer("Remove it");
+    QTest::mouseClick(properties->findChild<QPushButton*>("save"), Qt::LeftButton);
+    runUntil([&] { return ui.dialogs.size() > told; });
+    EXPECT_FALSE(std::filesystem::exists(pathOf("Half Life")));
+    app->closeProperties();
+}
+
+TEST_F(MainWindows, LaunchOptionsAreTyped) {
+    app->showProperties(pathOf("Tetris"));
+    auto* properties = window->findChild<views::PropertiesWindow*>();
+    properties->findChild<QTabWidget*>()->setCurrentIndex(3);
+    auto* variables = properties->findChild<QPlainTextEdit*>();
+    QTest::keyClicks(properties->findChild<QLineEdit*>("before"), "env -i");
+    variables->setPlainText("A=b=c\nno variable");
+    EXPECT_TRUE(testing::shows(*window, "no NAME=VALUE"));
+    variables->setPlainText("A=b=c\n\n");
+    EXPECT_FALSE(testing::shows(*window, "no NAME=VALUE"));
+    properties->findChild<QPushButton*>("save")->click();
+    runUntil([&] { return window->findChild<views::PropertiesWindow*>() == nullptr; });
+    const auto plist = property_lists::read(Wrapper(pathOf("Tetris")).infoPlist());
+    const LaunchOptions options = launchOptionsIn(*plist->as<Dictionary>());
+    EXPECT_EQ(options.before, "env -i");
+    EXPECT_EQ(options.environment, (std::map<std::string, std::string>{{"A", "b=c"}}));
 }
 
 TEST_F(MainWindows, HostileNamesAndPicturesAreShownAsWhatTheyAre) {

@@ -1,4 +1,5 @@
-// Draws every window of the desktop with games and ports in it: screenshots FOLDER light|dark
+// Draws every window of the desktop with games and ports in it: screenshots FOLDER light|dark [LANGUAGE]
+// LANGUAGE is one of po/, or "long" or "right-to-left": English, 40 % longer, the latter from right to left.
 #include <QApplication>
 #include <QBuffer>
 #include <QLinearGradient>
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "support/catalogue_file.h"
 #include "views/desktop_stage.h"
 #include "views/dialogs.h"
 #include "views/main_window.h"
@@ -93,8 +95,8 @@ constexpr const char* news =
 
 class Screenshots : public testing::DesktopStage {
   public:
-    Screenshots(QString pictures, QString scheme)
-        : pictures_(std::move(pictures)), scheme_(std::move(scheme)) {}
+    Screenshots(QString pictures, QString scheme, MessageCatalogue texts)
+        : DesktopStage(std::move(texts)), pictures_(std::move(pictures)), scheme_(std::move(scheme)) {}
 
     void takeEmpty() {
         open();
@@ -152,7 +154,7 @@ class Screenshots : public testing::DesktopStage {
             [&] { return app->gamePage().page().hasGame && app->gamePage().gameData()->isGameInTheServer; });
         settle();
         save(*window, "game-page-catalogue");
-        window->progressPanel().showState({.status = "Downloading CK9Wine8.0...",
+        window->progressPanel().showState({.status = localized("Downloading %@...", {"CK9Wine8.0"}),
                                            .subtitle = "31.2Mb of 43.1Mb, 2 seconds left",
                                            .indeterminate = false,
                                            .value = 724,
@@ -166,11 +168,13 @@ class Screenshots : public testing::DesktopStage {
     }
     void takeWindows() {
         views::DialogWindow question(
-            {.title = "Outdated Wrapper",
+            {.title = localized("Outdated Wrapper"),
              .text =
-                 "Your wrapper is at the version 1.0 while the most recent one is 1.1. It might only work in your "
-                 "computer if you are using the most recent version. Do you want to update it?",
-             .buttons = {"Yes", "No"},
+                 localized("Your wrapper is at the version %@ while the most recent one is %@. It might only "
+                           "work in your computer if you are using the most recent version. Do you want to "
+                           "update it?",
+                           {"1.0", "1.1"}),
+             .buttons = {localized("Yes"), localized("No")},
              .style = Dialog::Style::critical},
             window.get());
         question.show();
@@ -214,7 +218,8 @@ class Screenshots : public testing::DesktopStage {
     /// A button of the main window that can be seen.
     void press(const QString& text) {
         for (auto* button : window->findChildren<QAbstractButton*>()) {
-            if (button->isVisible() && button->text() == text) return button->click();
+            if (button->isVisible() && button->text() == views::shown(views::fromQt(text)))
+                return button->click();
         }
         std::fprintf(stderr, "There is no button %s.\n", qPrintable(text));
     }
@@ -238,12 +243,18 @@ class Screenshots : public testing::DesktopStage {
 int main(int argc, char** argv) {
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
-    if (arguments.size() != 3) {
-        std::fprintf(stderr, "usage: screenshots FOLDER light|dark\n");
+    if (arguments.size() < 3 || arguments.size() > 4) {
+        std::fprintf(stderr, "usage: screenshots FOLDER light|dark [LANGUAGE|long|right-to-left]\n");
         return 2;
     }
     using morvane::views::theme::Scheme;
-    morvane::Screenshots screenshots(arguments[1], arguments[2]);
+    const std::string language = arguments.value(3).toStdString();
+    const bool isLong = language == "long" || language == "right-to-left";
+    if (language == "right-to-left") QApplication::setLayoutDirection(Qt::RightToLeft);
+    morvane::Screenshots screenshots(
+        arguments[1], arguments[2],
+        isLong ? morvane::testing::longLanguage(MORVANE_SOURCE_FOLDER)
+               : morvane::MessageCatalogue::find(MORVANE_LOCALE_FOLDER, {language}));
     morvane::views::theme::apply(application, arguments[2] == "dark" ? Scheme::dark : Scheme::light);
     screenshots.takeEmpty();
     screenshots.takeAll();

@@ -19,8 +19,8 @@ class Trays : public testing::ViewsMachine {
         }
         settings::store(settings::appList, list);
         app = std::make_unique<AppDelegate>(shell, progress);
-        app->library().showTab(NSAppsArray::localTab);
-        runUntil([&] { return app->applicationDockMenu().size() == names.size(); });
+        app->library().showTab(localTab);
+        runUntil([&] { return app->actions().applicationDockMenu().size() == names.size(); });
     }
     static QStringList titlesOf(QMenu& menu) {
         emit menu.aboutToShow();

@@ -1,7 +1,5 @@
 #include "views/video_window.h"
 
-#include <QPushButton>
-
 #include "foundation/progress_view.h"
 #include "platform/pictures.h"
 #include "support/loopback_site.h"
@@ -12,7 +10,6 @@
 namespace morvane::views {
 namespace {
 
-using testing::named;
 using testing::shows;
 
 class VideoWindowTests : public testing::ViewsMachine, public ShellView {
@@ -29,21 +26,6 @@ class VideoWindowTests : public testing::ViewsMachine, public ShellView {
     std::unique_ptr<VideoWindows> windows;
     testing::LoopbackSite site;
 };
-
-TEST_F(VideoWindowTests, PlayInTheBrowser) {
-    const std::string link = site.baseAddress() + "watch/7";
-    VideoWindow* window = windows->show({.name = "Trailer", .html = "<iframe src=x>", .link = link});
-    EXPECT_EQ(window->windowTitle(), "Trailer");
-    EXPECT_TRUE(still(*window).hasMark());
-    testing::expectAccessible(*window);
-    QTest::mouseClick(&still(*window), Qt::LeftButton);
-    QTest::keyClick(&still(*window), Qt::Key_Return);
-    named<QPushButton>(*window, "Open in the browser")->click();
-    EXPECT_EQ(ui.opened, (std::vector<std::string>{link, link, link}));
-    EXPECT_TRUE(site.requests().empty()) << "a page that plays is no picture";
-    QTest::keyClick(window, Qt::Key_Escape);
-    EXPECT_FALSE(window->isVisible());
-}
 
 TEST_F(VideoWindowTests, ShowAPictureThatIsTheTrailer) {
     Picture plain{.width = 32, .height = 18, .rgba = std::vector<std::uint8_t>(32 * 18 * 4, 0x60)};

@@ -15,7 +15,7 @@ namespace morvane::testing {
 
 class ViewsMachine : public TestMachine {
   public:
-    ViewsMachine() {
+    explicit ViewsMachine(MessageCatalogue texts = {}) : TestMachine(std::move(texts)) {
         machine->mainQueue.setWaker([this] {
             QMetaObject::invokeMethod(
                 &loop_, [this] { drain(); }, Qt::QueuedConnection);

@@ -201,24 +201,6 @@ TEST_F(Pages, SayWhatHasGoneWrongAndTryAgain) {
     EXPECT_TRUE(ui.dialogs.empty());
 }
 
-TEST_F(Pages, SayThatThereIsNoNet) {
-    reachable = [](const std::string&) { return false; };
-    app->loadWebsiteAgain(WebView::news);
-    runUntil([&] { return shows(*page, "No internet connection"); });
-    EXPECT_TRUE(site.requests().empty());
-    reachable = [](const std::string&) { return true; };
-    site.answer("/blog/", {.body = "<p>Here"});
-    named<QPushButton>(*page, "Try again")->click();
-    EXPECT_TRUE(shows(*page, "Loading webpage..."));
-    runUntil([&] { return shows(*page, "Here"); });
-}
-
-TEST_F(Pages, ComeFromTheWebOnly) {
-    put(home + "/secret.html", "<p>secret");
-    page->load("file://" + home + "/secret.html");
-    runUntil([&] { return shows(*page, "The address is not one of a page."); });
-}
-
 TEST_F(Pages, GiveWayToALaterOne) {
     site.answer("/slow", {.body = "<p>Slow", .announcedLength = 100, .stall = true});
     site.answer("/fast", {.body = "<p>Fast"});
@@ -270,21 +252,6 @@ TEST_F(Pages, ShowWhatABadPictureWas) {
     testing::expectAccessible(*window);
     QTest::keyClick(window, Qt::Key_Escape);
     runUntil([&] { return view().findChild<PictureWindow*>() == nullptr; });
-}
-
-TEST_F(Pages, AreAsLargeAsTheSettingSays) {
-    showNews("<h2>Heading</h2><p>Text");
-    const auto height = [&](const char* word) {
-        return view().document()->find(word).block().layout()->boundingRect().height();
-    };
-    const double heading = height("Heading"), plain = height("Text");
-    app->preferences().changeWebViewZoom(5);
-    page->reloadTextZoom();
-    EXPECT_GT(height("Heading"), heading * 1.4);
-    EXPECT_GT(height("Text"), plain * 1.4);
-    app->preferences().changeWebViewZoom(0);
-    page->reloadTextZoom();
-    EXPECT_EQ(height("Text"), plain);
 }
 
 TEST_F(Pages, OpenTheForumInTheBrowser) {

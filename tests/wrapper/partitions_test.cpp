@@ -1,12 +1,7 @@
 #include "wrapper/partitions.h"
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <filesystem>
 
-#include "platform/process.h"
-#include "support/fake_wrapper.h"
 #include "support/test_machine.h"
 
 namespace morvane {
@@ -99,51 +94,6 @@ TEST_F(Partitions, AreMountedInPlaceOfTheOneBefore) {
     }
     EXPECT_FALSE(std::filesystem::exists(log));
     EXPECT_EQ(ui.opened.size(), 1U);
-}
-
-/// A disc image that the kernel shows as a disc, until the end of the test.
-class Loop {
-  public:
-    explicit Loop(const std::string& image) {
-        const auto attached = losetup({"-r", "-f", "--show", image});
-        if (attached && attached->output.starts_with("/dev/"))
-            name = attached->output.substr(5, attached->output.find('\n') - 5);
-    }
-    ~Loop() {
-        if (!name.empty()) static_cast<void>(losetup({"-d", "/dev/" + name}));
-    }
-    Loop(const Loop&) = delete;
-    Loop& operator=(const Loop&) = delete;
-
-    std::string name;  ///< empty where this machine or user has none
-
-  private:
-    static Result<ProcessResult> losetup(const std::vector<std::string>& arguments) {
-        if (::geteuid() != 0) return Failure{"only root may"};
-        return processes::run({.program = "/sbin/losetup", .arguments = arguments});
-    }
-};
-
-TEST_F(Partitions, OfARealHybridDiscShowTheWindowsFiles) {
-    put(folder.path + "/windows/setup.exe", "MZ");
-    testing::runTool(folder.path, {"/usr/bin/xorriso", "-as", "mkisofs", "-quiet", "-hfsplus", "-V", "SPIEL",
-                                   "-hide-hfsplus", "/setup.exe", "-o", "hybrid.iso", "windows"});
-    const Loop disc(folder.path + "/hybrid.iso");
-    const bool canMount = get("/proc/filesystems").find("\tiso9660\n") != std::string::npos ||
-                          std::filesystem::exists("/dev/fuse");
-    if (disc.name.empty() || !canMount) GTEST_SKIP() << "no loop devices, or no way to mount them";
-    if (!std::filesystem::exists("/sys/block")) GTEST_SKIP() << "the system does not list its disks";
-    onWorker([&] {
-        const std::vector<MountableDisk> disks = mountableDisksList();
-        const MountableDisk wanted{disc.name, "SPIEL (" + disc.name + ")"};
-        EXPECT_EQ(std::count(disks.begin(), disks.end(), wanted), 1);
-        for (int time = 0; time < 2; ++time)
-            mountAndOpenDiscWithID(disc.name);  // the second releases the first
-    });
-    EXPECT_EQ(get(discFolder + "/setup.exe"), "MZ");
-    EXPECT_NE(::access(discFolder.c_str(), W_OK), 0);
-    testing::runTool(folder.path, {MORVANE_BUILD_FOLDER "/share/morvane/programs/umount", discFolder});
-    EXPECT_TRUE(std::filesystem::is_empty(discFolder));
 }
 
 }  // namespace

@@ -1,10 +1,9 @@
-// Files, links and items of the Dock on their way to what they open.
+#include "app/app_actions.h"
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
-#include "app/app_delegate.h"
-#include "app/port_files.h"
 #include "building/cancellable_creation.h"
 #include "building/wrapper_creation.h"
 #include "foundation/alerts.h"
@@ -13,12 +12,12 @@
 #include "foundation/tasks.h"
 #include "foundation/text.h"
 #include "foundation/threads.h"
+#include "library/apps_questions.h"
 #include "library/catalogue_addresses.h"
 #include "platform/files.h"
 #include "platform/host.h"
 #include "platform/utf8.h"
-#include "ports/port_data.h"
-#include "ports/typed_stream.h"
+#include "wrapper/processes.h"
 #include "wrapper/wrapper.h"
 
 namespace morvane {
@@ -55,9 +54,22 @@ std::string textOf(const std::string& bytes) {
 
 }  // namespace
 
+AppActions::AppActions(Surroundings surroundings)
+    : in_(std::move(surroundings)), self_(std::make_shared<AppActions*>(this)) {}
+
+AppActions::~AppActions() {
+    *self_ = nullptr;
+}
+
+void AppActions::onActions(const Handle& self, std::function<void(AppActions&)> work) {
+    MVThread::dispatchBlockInMainQueue([self, work = std::move(work)] {
+        if (*self != nullptr) work(**self);
+    });
+}
+
 // ---- Files
 
-bool AppDelegate::openFile(const std::string& path) {
+bool AppActions::openFile(const std::string& path) {
     // Other systems' habit: of the three, only the Windows program may be written in any case.
     if (path.ends_with(".cki")) return shouldRunCkiFile(path);
     if (MVString::lowercased(path).ends_with(".exe")) return shouldRunExeFile(path);
@@ -65,18 +77,18 @@ bool AppDelegate::openFile(const std::string& path) {
     return false;
 }
 
-bool AppDelegate::shouldRunCkiFile(const std::string& path) {
-    installCkiFile(path);
+bool AppActions::shouldRunCkiFile(const std::string& path) {
+    installCkiFile({.path = path});
     return true;
 }
 
-bool AppDelegate::shouldRunExeFile(const std::string& path) {
+bool AppActions::shouldRunExeFile(const std::string& path) {
     if (const auto wrapper = wrapperAround(path)) {
         runExe("app.morvane.appDelegateRunExeFile", *wrapper, path);
         return true;
     }
     constexpr double width = 350, height = 24;
-    const auto wrappers = apps_.caskeryWrappersInLocalTab();
+    const auto wrappers = in_.apps.caskeryWrappersInLocalTab();
     ChoiceBox box{.options = {}, .chosen = 0, .width = width, .height = height};
     for (const LocalItem& wrapper : wrappers) box.options.push_back(wrapper.name);
     Dialog dialog;
@@ -92,34 +104,37 @@ bool AppDelegate::shouldRunExeFile(const std::string& path) {
     return true;
 }
 
-bool AppDelegate::shouldRunGameAtPath(const std::string& path) {
+bool AppActions::shouldRunGameAtPath(const std::string& path) {
     if (!MVFileManager::fileExistsAtPath(path)) return false;
-    gamePage_.actions().updateAndRunWrapper(path);
+    in_.gamePage.actions().updateAndRunWrapper(path);
     return true;
 }
 
 // ---- Ports
 
-void AppDelegate::withCreation(const char* label,
-                               const std::function<void(const std::shared_ptr<WrapperCreation>&)>& work) {
-    MVThread::dispatchQueueWithName(label, Priority::normal, [work, progress = progress_] {
+void AppActions::withCreation(const char* label,
+                              const std::function<void(const std::shared_ptr<WrapperCreation>&)>& work) {
+    MVThread::dispatchQueueWithName(label, Priority::normal, [work, progress = in_.progress] {
         work(building::cancellableCreation(progress));
     });
 }
 
-void AppDelegate::installCkiFile(const std::string& path) {
-    withCreation("app.morvane.installCkiFile", [self = self_, path](const auto& creation) {
-        installPortFile(creation, {.path = path}, [self](const std::optional<std::string>& made) {
-            if (!made) return;
-            onDelegate(self, [wrapper = *made](AppDelegate& app) {
-                app.library_.addPort(wrapper);
-                app.view_.portInstalled(wrapper);
-            });
+void AppActions::joinLibrary(const Handle& self, const std::string& wrapper) {
+    onActions(self, [wrapper](AppActions& actions) {
+        actions.in_.library.addPort(wrapper);
+        actions.in_.view.portInstalled(wrapper);
+    });
+}
+
+void AppActions::installCkiFile(const PortFile& port) {
+    withCreation("app.morvane.installCkiFile", [self = self_, port](const auto& creation) {
+        installPortFile(creation, port, [self](const std::optional<std::string>& made) {
+            if (made) joinLibrary(self, *made);
         });
     });
 }
 
-void AppDelegate::createWrapper() {
+void AppActions::createWrapper() {
     OpenPanel panel;
     panel.title = localized("Select the CKI file");
     panel.types = {"cki"};
@@ -127,29 +142,26 @@ void AppDelegate::createWrapper() {
     if (!chosen.empty()) shouldRunCkiFile(chosen.front());
 }
 
-void AppDelegate::createBlankWrapper() {
-    withCreation("app.morvane.createBlankWrapper", [self = self_](const auto& creation) {
+void AppActions::createBlankWrapper(const std::optional<BlankPort>& blank) {
+    withCreation("app.morvane.createBlankWrapper", [self = self_, blank](const auto& creation) {
         creation->createBlankPortWithCompletionHandler(
             [self, creation](bool failed, const std::string& wrapper) {
-                if (failed) return;
-                onDelegate(self, [wrapper](AppDelegate& app) {
-                    app.library_.addPort(wrapper);
-                    app.view_.portInstalled(wrapper);
-                });
-            });
+                if (!failed) joinLibrary(self, wrapper);
+            },
+            blank);
     });
 }
 
 // ---- The Dock
 
-std::vector<std::string> AppDelegate::applicationDockMenu() const {
+std::vector<std::string> AppActions::applicationDockMenu() const {
     std::vector<std::string> titles;
-    for (const LocalItem& item : apps_.localAppsArray()) titles.push_back(item.name);
+    for (const LocalItem& item : in_.apps.localAppsArray()) titles.push_back(item.name);
     return titles;
 }
 
-bool AppDelegate::launchLocalGameAction(std::size_t tag) {
-    const auto& items = apps_.localAppsArray();
+bool AppActions::launchLocalGameAction(std::size_t tag) {
+    const auto& items = in_.apps.localAppsArray();
     if (tag >= items.size()) return false;
     // A copy: while something is asked about the item, the list may change.
     const std::string path = items[tag].path;
@@ -158,7 +170,7 @@ bool AppDelegate::launchLocalGameAction(std::size_t tag) {
 
 // ---- Links
 
-void AppDelegate::handleURLEvent(const std::string& link) {
+void AppActions::handleURLEvent(const std::string& link) {
     const auto pieces = MVString::split(link, "://");
     if (pieces.size() < 2) return;
     if (link.size() > longestLink) return MVAlert::showAlertErrorMessage(localized("Port not found!"));
@@ -169,7 +181,7 @@ void AppDelegate::handleURLEvent(const std::string& link) {
                                                       : catalogue::searchAddress(parts[0], country));
 }
 
-bool AppDelegate::shouldWebViewFollow(const std::string& link) {
+bool AppActions::shouldWebViewFollow(const std::string& link) {
     if (link.starts_with("mvid://") || link.starts_with("morvane://")) {
         handleURLEvent(link);
         return false;
@@ -181,11 +193,11 @@ bool AppDelegate::shouldWebViewFollow(const std::string& link) {
     return true;
 }
 
-void AppDelegate::showDescriptionOfTheFirstGameListedInThatPage(const std::string& address) {
-    progress_->setMessage(localized("Loading app description..."), CreatingPort::no);
-    progress_->showCreatingPort(CreatingPort::no);
+void AppActions::showDescriptionOfTheFirstGameListedInThatPage(const std::string& address) {
+    in_.progress->setMessage(localized("Loading app description..."), CreatingPort::no);
+    in_.progress->showCreatingPort(CreatingPort::no);
     MVThread::dispatchQueueWithName(
-        "app.morvane.openCatalogueLink", Priority::normal, [self = self_, address, progress = progress_] {
+        "app.morvane.openCatalogueLink", Priority::normal, [self = self_, address, progress = in_.progress] {
             const auto finishWith = [&](const char* error) {
                 progress->closeCreatingPort(CreatingPort::no);
                 MVAlert::showAlertErrorMessage(localized(error));
@@ -198,14 +210,33 @@ void AppDelegate::showDescriptionOfTheFirstGameListedInThatPage(const std::strin
                 return finishWith("Error while loading server app information! Please, try again.");
             }
             const auto entry = NSGameData::initWithDictionary(line);
-            onDelegate(self, [entry](AppDelegate& app) {
-                app.gamePage_.setGameData(entry, [&app, entry] {
-                    app.progress_->closeCreatingPort(CreatingPort::no);
-                    if (app.layout_ == LibraryLayout::grid) app.view_.showGamePage();
-                    app.showMorvaneTab(MorvaneTab::library);
-                    app.gamePage_.installation().installGame(entry);
+            onActions(self, [entry](AppActions& actions) {
+                const Surroundings& in = actions.in_;
+                in.gamePage.setGameData(entry, [&in, entry] {
+                    in.progress->closeCreatingPort(CreatingPort::no);
+                    if (in.gamePage.layout() == LibraryLayout::grid) in.view.showGamePage();
+                    in.showLibrary();
+                    in.gamePage.installation().installGame(entry);
                 });
             });
+        });
+}
+
+// ---- Stopping and removing
+
+void AppActions::stopItem(const std::string& path, Asking asking) {
+    if (asking == Asking::yes) return in_.gamePage.actions().forceCloseGame(NSGameData::initWithPath(path));
+    NSUtilities::terminateAllCaskeryProcessesForWrapper(LibraryItem(path).wrapper().path(),
+                                                        RemovingWrapper::no);
+}
+
+void AppActions::removeItem(const std::string& path, RemovedFrom from,
+                            std::function<void(const Removal&)> completion) {
+    apps_questions::removeFrom(
+        from, path, [self = self_, path, completion = std::move(completion)](const Removal& removal) {
+            if (*self == nullptr) return;
+            (*self)->in_.library.forget(path);
+            completion(removal);
         });
 }
 
