@@ -8,8 +8,8 @@
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
 #include "foundation/localization.h"
-#include "platform/http.h"
 #include "platform/files.h"
+#include "platform/http.h"
 #include "wrapper/layout.h"
 #include "wrapper/wrapper.h"
 

@@ -2,6 +2,7 @@
 
 #include "cli/arguments.h"
 #include "cli/installed_app.h"
+#include "foundation/localization.h"
 
 namespace morvane::cli {
 
@@ -53,7 +54,8 @@ void addLibraryCommands(CLI::App& app, Parsed& parsed) {
     });
     for (const auto change : {FolderChange::add, FolderChange::remove}) {
         const bool adds = change == FolderChange::add;
-        CLI::App* sub = folders->add_subcommand(adds ? "add" : "remove", adds ? "add one" : "take one out");
+        CLI::App* sub = folders->add_subcommand(adds ? "add" : "remove",
+                                                adds ? marked("add one") : marked("take one out"));
         sub->add_option("PATH", parsed.path, "its path")->required();
         sub->callback([&, change] {
             parsed.command = [&, change](Session& session) {

@@ -159,9 +159,12 @@ void GameActions::updateWrapper(const std::string& wrapper) {
     const bool isOldSystem = !NSComputerInformation::macOsVersion().empty() &&
                              !NSComputerInformation::isSystemMacOsEqualOrSuperiorTo("10.11");
     const std::string program = Wrapper(wrapper).launcher();
-    const auto run = [self = page_.handle(), wrapper, program] {
-        NSDescriptionView::onPage(
-            self, [=](NSDescriptionView& page) { page.actions().runWrapper(wrapper, program); });
+    // From now on, not only once it has started: a second click meanwhile is not to start it again.
+    const auto starting = page_.callbacks().runs ? page_.callbacks().runs(wrapper) : nullptr;
+    const auto run = [self = page_.handle(), wrapper, program, starting] {
+        NSDescriptionView::onPage(self, [wrapper, program, starting](NSDescriptionView& page) {
+            page.actions().runWrapper(wrapper, program);
+        });
     };
     if (isOldSystem) return run();
     inBackground("app.morvane.descriptionViewUpdateOldWrapper", [wrapper, run, progress = page_.progress()] {

@@ -1,6 +1,6 @@
 // platform/desktop_menu.h: entries of our own in the desktop's menu of applications. Any thread; blocks.
 //
-// Source: the Desktop Entry Specification 1.5, the Icon Theme Specification 0.13 and the Shared MIME-info Database.
+// Source: freedesktop.org on desktop entries (1.5), icon themes (0.13) and shared MIME information.
 #pragma once
 
 #include <map>

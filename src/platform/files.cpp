@@ -212,8 +212,7 @@ Result<> writeInPlace(const std::string& path, std::string_view bytes) {
 Result<> writeAtomically(const std::string& path, std::string_view bytes) {
     const std::string name = lastComponent(path);
     const Descriptor folder(::open(parent(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder.valid() || !replaceFile(folder.get(), name, bytes))
-        return lastFailure(path);
+    if (!folder.valid() || !replaceFile(folder.get(), name, bytes)) return lastFailure(path);
     ::fsync(folder.get());  // the file is in place already; a file system that cannot do this loses nothing
     return {};
 }

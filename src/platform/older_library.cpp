@@ -19,8 +19,9 @@ constexpr std::string_view arriving = ".Library-arriving";
 
 /// What an older program has made in a `Library`. One of the first three tells that there was one.
 constexpr std::array<std::string_view, 6> pieces{
-    "Preferences/app.morvane.plist", "Application Support/Morvane",        "Application Support/Caskery",
-    "Logs/Morvane",                  "Preferences/app.morvane.plist.lock", "Logs/DiagnosticReports"};
+    "Preferences/app.morvane.plist",      "Application Support/Morvane",
+    "Application Support/Caskery",        "Logs/Morvane",
+    "Preferences/app.morvane.plist.lock", "Logs/DiagnosticReports"};
 constexpr std::array<std::string_view, 3> shelves{"Preferences", "Application Support", "Logs"};
 constexpr std::size_t tellingPieces = 3;
 
@@ -39,12 +40,12 @@ bool holdsOursOnly(const std::string& library) {
     if (files::kindOf(library) != files::Kind::folder) return false;
     const auto names = files::list(library);
     return names && std::ranges::all_of(*names, [&](const std::string& shelf) {
-        if (std::ranges::find(shelves, shelf) == shelves.end()) return false;
-        const auto held = files::list(files::join(library, shelf));
-        return held && std::ranges::all_of(*held, [&](const std::string& name) {
-            return std::ranges::find(pieces, files::join(shelf, name)) != pieces.end();
-        });
-    });
+               if (std::ranges::find(shelves, shelf) == shelves.end()) return false;
+               const auto held = files::list(files::join(library, shelf));
+               return held && std::ranges::all_of(*held, [&](const std::string& name) {
+                          return std::ranges::find(pieces, files::join(shelf, name)) != pieces.end();
+                      });
+           });
 }
 
 Result<> movePiece(const std::string& from, const std::string& to, std::string_view piece) {

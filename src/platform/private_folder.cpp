@@ -14,8 +14,7 @@ namespace morvane::files {
 
 namespace {
 
-constexpr std::string_view passing = "morvane-passing-", hidden = ".morvane-passing-",
-                           kept = "morvane-kept-";
+constexpr std::string_view passing = "morvane-passing-", hidden = ".morvane-passing-", kept = "morvane-kept-";
 
 Failure lastFailure(const std::string& path) {
     return {.what = path, .why = std::generic_category().message(errno)};
@@ -64,10 +63,11 @@ Result<PrivateFolder> PrivateFolder::make(const std::string& folder) {
 }
 
 Result<PrivateFolder> PrivateFolder::makeFor(const std::string& destination, const std::string& own) {
-    struct stat there {}, here {};
+    struct stat there {
+    }, here{};
     auto folder = make(own);
-    const bool isElsewhere = ::stat(destination.c_str(), &there) == 0 &&
-                             ::stat(own.c_str(), &here) == 0 && there.st_dev != here.st_dev;
+    const bool isElsewhere = ::stat(destination.c_str(), &there) == 0 && ::stat(own.c_str(), &here) == 0 &&
+                             there.st_dev != here.st_dev;
     if (!folder || !isElsewhere) return folder;
     removeLeftovers(destination);
     auto beside = makeIn(destination, hidden);
@@ -100,7 +100,8 @@ const std::string& PrivateFolder::path() const {
 
 Result<std::string> PrivateFolder::keep() {
     const std::string name = lastComponent(state_->path);
-    const std::string place = join(parent(state_->path), std::string(kept) + name.substr(name.rfind('-') + 1));
+    const std::string place =
+        join(parent(state_->path), std::string(kept) + name.substr(name.rfind('-') + 1));
     if (const auto moved = move(state_->path, place); !moved) return Failure{place, moved.error().why};
     state_->path.clear();
     return place;

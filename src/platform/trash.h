@@ -1,4 +1,4 @@
-// platform/trash.h: the trash of this user's desktop, by its common specification. Any thread.
+// platform/trash.h: the trash of this user's desktop, by the common rules of freedesktop.org. Any thread.
 #pragma once
 
 #include <string>

@@ -187,7 +187,10 @@ void GamePage::refreshActionTitle() {
     action_->setAccessibleName(literalLine(page.actionTitle));
     const auto game = app_.gamePage().gameData();
     const char* symbol = game && game->isGameInTheServer ? "install" : "play";
-    action_->setIcon(QIcon(theme::symbol(symbol, buttonSymbol, Qt::white, devicePixelRatioF())));
+    // As in `PrimaryButton`: from right to left the text would stand at the far end.
+    action_->setIcon(isRightToLeft()
+                         ? QIcon()
+                         : QIcon(theme::symbol(symbol, buttonSymbol, Qt::white, devicePixelRatioF())));
 }
 
 void GamePage::refreshState() {

@@ -4,6 +4,7 @@
 #include <QMessageBox>
 
 #include "app/help_tab.h"
+#include "foundation/localization.h"
 #include "library/apps_questions.h"
 #include "platform/host.h"
 #include "views/library_page.h"
@@ -48,11 +49,11 @@ void MainWindow::makeGameMenu() {
 
 void MainWindow::makeViewMenu() {
     QMenu* menu = menuBar()->addMenu(shown("&View"));
-    const std::pair<MorvaneTab, const char*> tabs[]{{MorvaneTab::library, "&Library"},
-                                                    {MorvaneTab::rankings, "&Rankings"},
-                                                    {MorvaneTab::news, "&News"},
-                                                    {MorvaneTab::forum, "&Community"},
-                                                    {MorvaneTab::help, "&Help"}};
+    const std::pair<MorvaneTab, const char*> tabs[]{{MorvaneTab::library, marked("&Library")},
+                                                    {MorvaneTab::rankings, marked("&Rankings")},
+                                                    {MorvaneTab::news, marked("&News")},
+                                                    {MorvaneTab::forum, marked("&Community")},
+                                                    {MorvaneTab::help, marked("&Help")}};
     int key = Qt::Key_1;
     for (const auto& [tab, title] : tabs) {
         menu->addAction(shown(title), QKeySequence(Qt::CTRL | static_cast<Qt::Key>(key++)), this,

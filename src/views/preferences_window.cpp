@@ -127,7 +127,7 @@ QWidget* PreferencesWindow::appearance() {
     auto* layout = pageLayout(page);
     scheme_ = new QComboBox;
     scheme_->addItems({shown("As the desktop"), shown("Light"), shown("Dark")});
-    scheme_->setAccessibleName(shown("Windows:"));
+    scheme_->setAccessibleName(shown("Colours of windows:"));
     connect(scheme_, &QComboBox::activated, this,
             [this](int index) { app_.preferences().chooseAppearance(static_cast<Appearance>(index)); });
     auto* form = new QFormLayout;

@@ -11,9 +11,11 @@ PrimaryButton::PrimaryButton(QWidget* parent) : QPushButton(parent) {
 void PrimaryButton::setTitle(const QString& title, std::string_view symbol) {
     constexpr int symbolSize = 16;
     setText(title);
-    setIcon(symbol.empty() ? QIcon()
-                           : QIcon(theme::symbol(symbol, symbolSize, palette().color(QPalette::ButtonText),
-                                                 devicePixelRatioF())));
+    // From right to left the style draws the text at the far end of a wide button with an icon.
+    setIcon(symbol.empty() || isRightToLeft()
+                ? QIcon()
+                : QIcon(theme::symbol(symbol, symbolSize, palette().color(QPalette::ButtonText),
+                                      devicePixelRatioF())));
 }
 
 }  // namespace morvane::views

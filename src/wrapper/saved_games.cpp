@@ -62,7 +62,7 @@ class Search {
         }
         std::ranges::sort(saves_.files);
         std::ranges::sort(saves_.behind);
-        saves_.behind.erase(std::ranges::unique(saves_.behind).begin(), saves_.behind.end());
+        saves_.behind.erase(std::unique(saves_.behind.begin(), saves_.behind.end()), saves_.behind.end());
         return std::move(saves_);
     }
 

@@ -20,14 +20,15 @@ const std::string russianRule =
     "n%10==1 && n%100!=11 ? 0 : n%10>=2 && n%10<=4 && (n%100<10 || n%100>=20) ? 1 : 2";
 
 MessageCatalogue someLanguage() {
-    return *MessageCatalogue::read(catalogueFile(
-        {{"Yes", "Ja"},
-         {"Order", "Reihenfolge"},
-         {std::string("verb\4Order"), "Ordnen"},
-         {"%@ of %@", "%2$@, davon %1$@"},
-         {"Do you have the engine (%@)?", "Ist die Engine (%@) da?"},
-         {std::string("%@ file\0%@ files", 16), std::string("%@ файл\0%@ файла\0%@ файлов", 45)}},
-        "Plural-Forms: nplurals=3; plural=(" + russianRule + ");\n"));
+    using namespace std::string_literals;
+    return *MessageCatalogue::read(
+        catalogueFile({{"Yes", "Ja"},
+                       {"Order", "Reihenfolge"},
+                       {std::string("verb\4Order"), "Ordnen"},
+                       {"%@ of %@", "%2$@, davon %1$@"},
+                       {"Do you have the engine (%@)?", "Ist die Engine (%@) da?"},
+                       {"%@ file\0%@ files"s, "%@ файл\0%@ файла\0%@ файлов"s}},
+                      "Plural-Forms: nplurals=3; plural=(" + russianRule + ");\n"));
 }
 
 class InALanguage : public TestMachine {

@@ -98,7 +98,8 @@ TEST(Folders, UserDirsFileGivesTheUsersOwnNames) {
         const char *text, *folder;
     } rows[] = {
         {"XDG_DESKTOP_DIR=\"$HOME/Schreibtisch\"\n", "/h/Schreibtisch"},
-        {"# XDG_DESKTOP_DIR=\"/no\"\n  XDG_DESKTOP_DIR = \"/mnt/My \\\"Desk\\\"/\"  # mine", "/mnt/My \"Desk\""},
+        {"# XDG_DESKTOP_DIR=\"/no\"\n  XDG_DESKTOP_DIR = \"/mnt/My \\\"Desk\\\"/\"  # mine",
+         "/mnt/My \"Desk\""},
         {"XDG_DESKTOP_DIR=\"$HOME/a\"\nXDG_DESKTOP_DIR=\"$HOME/b\"\n", "/h/b"},
         {"XDG_DESKTOP_DIR=\"$HOME/a\"\nXDG_DESKTOP_DIR=\"relative\"\n", "/h/a"},
         {"XDG_DESKTOP_DIR=\"$HOME/\"\n", "/h"},
@@ -122,8 +123,7 @@ TEST(Folders, UserDirsFileGivesTheUsersOwnNames) {
 class OlderLibrary : public ::testing::Test {
   protected:
     TemporaryFolder folder;
-    const std::string older = folder.path + "/home/Library",
-                      library = folder.path + "/data/morvane/Library",
+    const std::string older = folder.path + "/home/Library", library = folder.path + "/data/morvane/Library",
                       passing = folder.path + "/data/morvane/.Library-arriving";
     Folders folders;
 
@@ -146,8 +146,8 @@ class OlderLibrary : public ::testing::Test {
 
 TEST_F(OlderLibrary, IsTakenOverOnce) {
     putOlder();
-    EXPECT_EQ(settleLibrary(folders), std::vector<std::string>{"What Morvane kept in " + older + " lies in " +
-                                                               library + " now."});
+    EXPECT_EQ(settleLibrary(folders),
+              std::vector<std::string>{"What Morvane kept in " + older + " lies in " + library + " now."});
     expectTaken();
     EXPECT_FALSE(fs::exists(older));
     // One that comes later is somebody's own.

@@ -39,7 +39,8 @@ TEST_F(PrivateFolders, AreThisUsersAloneAndGoAtTheEnd) {
 }
 
 TEST_F(PrivateFolders, LieOnTheFileSystemOfWhatIsMadeThere) {
-    struct stat here {}, there {};
+    struct stat here {
+    }, there{};
     const std::string elsewhere = "/dev/shm";
     if (::stat(elsewhere.c_str(), &there) != 0 || ::stat(folder.path.c_str(), &here) != 0 ||
         there.st_dev == here.st_dev)

@@ -30,7 +30,9 @@ std::string catalogueFile(std::map<std::string, std::string> texts, const std::s
 MessageCatalogue longLanguage(const std::string& sourceFolder) {
     const auto made = processes::run(
         {.program = "/bin/sh",
-         .arguments = {"-c", "msgen \"$0\" | msgfmt -o - -", sourceFolder + "/po/morvane.pot"}});
+         .arguments = {
+             "-c", "msgen \"$0\" | sed 's/=INTEGER; plural=EXPRESSION/=2; plural=(n != 1)/' | msgfmt -o - -",
+             sourceFolder + "/po/morvane.pot"}});
     const auto english = MessageCatalogue::read(made ? made->output : "");
     std::map<std::string, std::string> texts;
     if (english) {
@@ -46,7 +48,8 @@ MessageCatalogue longLanguage(const std::string& sourceFolder) {
             texts[whole] = longer;
         }
     }
-    return MessageCatalogue::read(catalogueFile(texts)).value_or(MessageCatalogue());
+    return MessageCatalogue::read(catalogueFile(texts, "Plural-Forms: nplurals=2; plural=(n != 1);\n"))
+        .value_or(MessageCatalogue());
 }
 
 }  // namespace morvane::testing

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "platform/pictures.h"
 #include "views/desktop_stage.h"
 #include "views/page_walk.h"
 #include "views/properties_window.h"
@@ -171,12 +172,31 @@ TEST_F(MainWindows, LaunchOptionsAreTyped) {
     EXPECT_EQ(options.environment, (std::map<std::string, std::string>{{"A", "b=c"}}));
 }
 
+TEST_F(MainWindows, ACatalogueThatHangsHoldsUpNothingAndAGameIsStartedOnce) {
+    site.answer("/ckis/listPorts.php", {.stall = true});
+    app->library().refreshList();
+    QTest::mouseClick(named<QToolButton>("Catalogue"), Qt::LeftButton);
+    EXPECT_TRUE(testing::shows(*window, "Loading the catalogue"));
+    QTest::mouseClick(named<QToolButton>("My Games"), Qt::LeftButton);
+    runUntil([&] { return list->model()->rowCount() == 3; });
+    // Enter twice: the first starts the game, the second finds it running.
+    const std::string launcher = Wrapper(pathOf("Half Life")).launcher();
+    put(launcher + ".runs", "");
+    list->setCurrentIndex(list->model()->index(0, 0));
+    for (int time = 0; time < 2; ++time) QTest::keyClick(list, Qt::Key_Return);
+    runUntil([&] { return std::filesystem::exists(launcher + ".log"); });
+    std::filesystem::remove(launcher + ".runs");
+    runUntil([&] { return !app->library().isRunning(pathOf("Half Life")); });
+    EXPECT_EQ(get(launcher + ".log"), "started\n");
+}
+
 TEST_F(MainWindows, HostileNamesAndPicturesAreShownAsWhatTheyAre) {
     const std::string name =
         "A\xE2\x80\xAE"
         "B " +
         std::string(200, 'x');
     addGame(name, "no picture at all");
+    addGame("Wide", pictures::encodePng({30'000, 1, std::vector<std::uint8_t>(120'000, 9)}));
     close();
     open();
     list->setCurrentIndex(list->model()->index(3, 0));
