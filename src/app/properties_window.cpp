@@ -172,7 +172,6 @@ Result<> NSPropertiesWindow::setDataFromWrapperAtPath(const std::string& path) {
     const auto shared = NSPortManager::managerWithPath(mainWrapperPath_).plist;
     if (runsPrograms) shown_.sandbox = sandboxIn(shared.value_or(Dictionary()));
     shown_.sandboxEnabled = item.isWrapper();
-    isSandboxChosen_ = false;
     filled_ = shown_;
     return {};
 }
@@ -250,7 +249,7 @@ void NSPropertiesWindow::tellChanged() const {
 }
 
 bool NSPropertiesWindow::isChanged() const {
-    return shown_ != filled_ || isSandboxChosen_;
+    return shown_ != filled_;
 }
 
 NSPropertiesWindow::Closing NSPropertiesWindow::closing() const {
@@ -343,7 +342,6 @@ bool NSPropertiesWindow::chooseWindowType(WindowType type) {
 bool NSPropertiesWindow::chooseSandbox(Sandbox mode) {
     if (!shown_.sandboxEnabled || isSaving_) return false;
     shown_.sandbox = mode;
-    isSandboxChosen_ = true;
     tellChanged();
     return true;
 }
@@ -405,7 +403,6 @@ void NSPropertiesWindow::save(std::function<void(bool saved)> completion) {
     worker->mainWrapperPath_ = mainWrapperPath_;
     worker->shown_ = shown_;
     worker->filled_ = filled_;
-    worker->isSandboxChosen_ = isSandboxChosen_;
     MVThread::dispatchQueueWithName("app.morvane.saveProperties", Priority::normal,
                                     [self = self_, worker, completion = std::move(completion)] {
                                         const bool saved = worker->saveDataToWrapper();
@@ -417,7 +414,6 @@ void NSPropertiesWindow::save(std::function<void(bool saved)> completion) {
                                                 window.mainWrapperPath_ = worker->mainWrapperPath_;
                                                 window.shown_ = worker->shown_;
                                                 window.filled_ = worker->filled_;
-                                                window.isSandboxChosen_ = worker->isSandboxChosen_;
                                                 window.isSaveCancelled_ = worker->isSaveCancelled_;
                                                 window.isSaving_ = false;
                                                 window.tellChanged();
@@ -560,13 +556,11 @@ bool NSPropertiesWindow::saveLaunchOptions() const {
     return port.synchronizePlist();
 }
 
-bool NSPropertiesWindow::saveSandbox() {
-    if (!isSandboxChosen_) return true;
+bool NSPropertiesWindow::saveSandbox() const {
+    if (shown_.sandbox == filled_.sandbox) return true;
     NSPortManager port = itemStore();
     if (port.plist) putSandbox(shown_.sandbox, Wrapper(mainWrapperPath_), *port.plist);
-    const bool isSaved = port.synchronizePlist();
-    isSandboxChosen_ = !isSaved;
-    return isSaved;
+    return port.synchronizePlist();
 }
 
 bool NSPropertiesWindow::saveDescription() const {

@@ -98,7 +98,7 @@ class NSPropertiesWindow {
     bool switchHelveticaNeueFont(bool on);
     bool switchHighQualityMode(bool on);
     bool switchFunctionKeys(bool on);
-    /// Also the mode that is shown already: what links of drive C name now stays reachable once it is saved.
+    /// Programs that run already stay in the one that they are in, and no others can join them.
     bool chooseSandbox(Sandbox mode);
     /// Why this machine can't make a sandbox, in words for the user. Runs a program for some milliseconds.
     [[nodiscard]] static std::optional<std::string> sandboxObstacle();
@@ -151,7 +151,7 @@ class NSPropertiesWindow {
     [[nodiscard]] std::optional<std::string> writeBatchFile(const std::string& text) const;
     bool saveTexts() const;
     bool saveLaunchOptions() const;
-    bool saveSandbox();
+    bool saveSandbox() const;
     [[nodiscard]] Result<> launchCanChange() const;
     bool saveDescription() const;
     bool moveTo(const std::string& location);
@@ -168,7 +168,6 @@ class NSPropertiesWindow {
     std::optional<LibraryItem> item_;  ///< what the window shows; nothing before it is filled
     std::string wrapperPath_, mainWrapperPath_;
     Shown shown_, filled_;  ///< now, and as the item has it
-    bool isSandboxChosen_ = false;
     bool isSaveCancelled_ = false;
     bool isSaving_ = false;
     const std::shared_ptr<NSPropertiesWindow*> self_;  ///< holds nothing once the window is gone

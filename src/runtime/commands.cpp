@@ -34,11 +34,8 @@ bool hasDisplay() {
     return !environmentVariable("DISPLAY").empty() || !environmentVariable("WAYLAND_DISPLAY").empty();
 }
 
-/// A strict sandbox has no network, but what downloads components for the wrapper needs one.
-enum class Downloads { no, yes };
-
 /// What every start of a program needs: an engine, a drive C, the user's folders, and the sandbox.
-Result<> readiness(WineSession& session, Downloads downloads = Downloads::no) {
+Result<> readiness(const WineSession& session) {
     if (auto checked = session.usable(); !checked) return checked;
     const WrapperBundle& bundle = session.bundle();
     if (files::kindBehind(bundle.wrapper.systemRegistry()) != files::Kind::file) {
@@ -47,14 +44,7 @@ Result<> readiness(WineSession& session, Downloads downloads = Downloads::no) {
     }
     if (!hasDisplay()) tell("There is no display (DISPLAY is not set): windows cannot be shown.");
     if (auto checked = keepDrives(bundle); !checked) return checked;
-    if (auto checked = makeUserFolders(bundle); !checked) return checked;
-    if (auto checked = session.useSandbox(); !checked) return checked;
-    if (downloads == Downloads::yes) {
-        session.sandbox().allowNetwork();
-        if (auto opened = session.sandbox().open(Folders::fromEnvironment().verbsCache); !opened)
-            return opened;
-    }
-    return session.joinSandbox();
+    return makeUserFolders(bundle);
 }
 
 int createCommand(const WrapperBundle& bundle, Result<> (*make)(WineSession&)) {
@@ -62,7 +52,6 @@ int createCommand(const WrapperBundle& bundle, Result<> (*make)(WineSession&)) {
     if (auto checked = session.usable(); !checked) return report(checked);
     if (session.joined()) return report(Failure{"Programs of this wrapper are running: end them first."});
     if (auto checked = keepDrives(bundle); !checked) return report(checked);
-    if (auto checked = session.useSandbox(); !checked) return report(checked);
     return reportIn(session, make(session));
 }
 
@@ -94,8 +83,8 @@ int installerCommand(const WrapperBundle& bundle, const Arguments& arguments, Ch
 }
 
 int winetricksCommand(const WrapperBundle& bundle, const Arguments& verbs) {
-    WineSession session(bundle, "", StopBy::server);
-    if (auto checked = readiness(session, Downloads::yes); !checked) return report(checked);
+    WineSession session(bundle, "", StopBy::server, ChildOutput::log, Downloads::yes);
+    if (auto checked = readiness(session); !checked) return report(checked);
     if (files::kindBehind(bundle.wrapper.winetricks()) != files::Kind::file) {
         return report(Failure{"This wrapper has no winetricks script: " + bundle.wrapper.winetricks() +
                               " is missing."});

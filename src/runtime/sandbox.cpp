@@ -6,12 +6,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <set>
 
 #include "platform/files.h"
 #include "platform/folders.h"
-#include "platform/private_folder.h"
 #include "runtime/wine_session.h"
 
 namespace morvane::runtime {
@@ -40,6 +38,8 @@ constexpr std::array sessionSockets{"pulse", "pipewire-0"};
 /// The ways to what runs in the user's session, outside.
 constexpr std::array sessionVariables{"DBUS_SESSION_BUS_ADDRESS", "SSH_AUTH_SOCK", "GPG_AGENT_INFO",
                                       "SESSION_MANAGER"};
+/// Every start puts its wineserver where the others look for it.
+constexpr std::array temporaryVariables{"TMPDIR", "TMP", "TEMP"};
 /// Of the prefix, what our own programs read or write from outside: a link there could lead them anywhere.
 constexpr std::array ownInPrefix{"/dosdevices", "/Logs", "/CaskeryMenuScripts"};
 
@@ -56,48 +56,75 @@ void add(Words& words, std::initializer_list<std::string> more) {
     words.insert(words.end(), more);
 }
 
-void bind(Words& words, const char* how, const std::string& path) {
+void addBind(Words& words, const char* how, const std::string& path) {
     add(words, {how, path, path});
 }
 
 void addDevices(Words& words) {
     add(words, {"--dev", "/dev"});
-    for (const char* device : devices) bind(words, "--dev-bind-try", device);
+    for (const char* device : devices) addBind(words, "--dev-bind-try", device);
     const auto names = files::list("/dev");
     if (!names) return;
     for (const std::string& name : *names) {
         const bool isOne =
             std::ranges::any_of(numberedDevices, [&](auto* begin) { return name.starts_with(begin); });
-        if (isOne) bind(words, "--dev-bind-try", "/dev/" + name);
+        if (isOne) addBind(words, "--dev-bind-try", "/dev/" + name);
     }
 }
 
 /// The display and the sound of the user's session, by which programs show and play something.
 void addSession(Words& words, const std::string& folder, const Environment& environment) {
-    bind(words, "--ro-bind-try", "/tmp/.X11-unix");
+    addBind(words, "--ro-bind-try", "/tmp/.X11-unix");
     std::string authority = valueOf(environment, "XAUTHORITY");
     if (authority.empty()) authority = valueOf(environment, "HOME") + "/.Xauthority";
-    if (authority.starts_with('/')) bind(words, "--ro-bind-try", authority);
+    if (authority.starts_with('/')) addBind(words, "--ro-bind-try", authority);
     if (std::string sound = valueOf(environment, "PULSE_SERVER"); sound.starts_with("unix:/"))
-        bind(words, "--ro-bind-try", sound.substr(std::string_view("unix:").size()));
+        addBind(words, "--ro-bind-try", sound.substr(std::string_view("unix:").size()));
     if (folder.empty()) return;
-    for (const char* name : sessionSockets) bind(words, "--ro-bind-try", files::join(folder, name));
+    for (const char* name : sessionSockets) addBind(words, "--ro-bind-try", files::join(folder, name));
     const std::string display = valueOf(environment, "WAYLAND_DISPLAY");
     if (display.empty()) return;
-    bind(words, "--ro-bind-try", display.starts_with('/') ? display : files::join(folder, display));
+    addBind(words, "--ro-bind-try", display.starts_with('/') ? display : files::join(folder, display));
 }
 
 /// The wrapper: its programs may change the prefix and nothing else of it, neither the launcher, which runs
 /// outside, nor its settings, which say what the sandbox is.
 void addWrapper(Words& words, const Wrapper& wrapper) {
-    bind(words, "--ro-bind", wrapper.path());
-    bind(words, "--bind", wrapper.prefix());
+    addBind(words, "--ro-bind", wrapper.path());
+    addBind(words, "--bind", wrapper.prefix());
     // A place of a mount can't be renamed, so that no link comes to lie where it is.
-    if (files::kindOf(wrapper.driveC()) == files::Kind::folder) bind(words, "--bind", wrapper.driveC());
+    if (files::kindOf(wrapper.driveC()) == files::Kind::folder) addBind(words, "--bind", wrapper.driveC());
     for (const char* part : ownInPrefix) {
         if (files::kindOf(wrapper.prefix() + part) == files::Kind::folder)
-            bind(words, "--ro-bind", wrapper.prefix() + part);
+            addBind(words, "--ro-bind", wrapper.prefix() + part);
     }
+}
+
+/// Never one that holds what is hidden.
+bool isFolderToShow(const std::string& folder, const std::vector<std::string>& hidden) {
+    const auto isInIt = [&](const std::string& one) { return isAtOrBelow(one, folder); };
+    return folder != "/" && files::kindOf(folder) == files::Kind::folder &&
+           std::ranges::none_of(hidden, isInIt);
+}
+
+struct Drive {
+    std::string letter;  ///< "d:"
+    std::string place;   ///< as its link says
+};
+
+/// Those inside the wrapper are where programs of the sandbox could put a link.
+std::vector<Drive> drivesOutside(const Wrapper& wrapper) {
+    std::vector<Drive> drives;
+    const std::string prefix = files::resolved(wrapper.prefix()).value_or(wrapper.prefix());
+    const auto letters = files::list(wrapper.dosdevices());
+    if (!letters) return drives;
+    for (const std::string& letter : *letters) {
+        auto place = files::destinationOfLink(files::join(wrapper.dosdevices(), letter));
+        const bool isOutside = place && place->starts_with('/') && !isAtOrBelow(*place, wrapper.prefix()) &&
+                               !isAtOrBelow(*place, prefix);
+        if (isOutside) drives.push_back({letter, *std::move(place)});
+    }
+    return drives;
 }
 
 }  // namespace
@@ -119,36 +146,32 @@ std::vector<std::string> hiddenFolders() {
 
 std::vector<std::string> writableFolders(const Wrapper& wrapper, const Dictionary& settings,
                                          const std::vector<std::string>& hidden) {
-    std::set<std::string> folders;
-    const std::string prefix = files::resolved(wrapper.prefix()).value_or(wrapper.prefix());
-    const auto addFolder = [&](const std::string& path) {
-        const auto folder = files::resolved(path);
-        const bool holdsHidden = folder && std::ranges::any_of(hidden, [&](const std::string& one) {
-                                     return *folder == "/" || isAtOrBelow(one, *folder);
-                                 });
-        if (folder && !holdsHidden && files::kindOf(*folder) == files::Kind::folder) folders.insert(*folder);
-    };
     const std::vector<std::string> shared = sharedFolders(settings);
+    std::set<std::string> folders;
     for (const std::string& folder : shared) {
-        if (files::resolved(folder) == folder) addFolder(folder);
+        if (files::resolved(folder) == folder && isFolderToShow(folder, hidden)) folders.insert(folder);
     }
     for (const DriveLink& link : linksOfDrive(wrapper)) {
         if (std::ranges::find(shared, link.folder) != shared.end()) continue;
         tell(link.link + " leads to " + link.folder +
-             ", which the sandbox keeps out of sight. Setting the sandbox again in the properties lets it "
-             "through.");
+             ", which the sandbox keeps out of sight. A drive that leads there lets it through.");
     }
-    const auto drives = files::list(wrapper.dosdevices());
-    if (!drives) return {folders.begin(), folders.end()};
-    for (const std::string& drive : *drives) {
-        const auto place = files::destinationOfLink(files::join(wrapper.dosdevices(), drive));
-        // Those inside the wrapper are where programs of the sandbox could put a link.
-        if (!place || !place->starts_with('/') || isAtOrBelow(*place, wrapper.prefix()) ||
-            isAtOrBelow(*place, prefix)) {
-            continue;
+    const std::vector<Drive> drives = drivesOutside(wrapper);
+    for (const Drive& drive : drives) {
+        // What lies below another one is seen through that, and may be a link that a program has put there.
+        const auto isAround = [&](const std::string& folder) { return isAtOrBelow(drive.place, folder); };
+        const bool isInside =
+            std::ranges::any_of(shared, isAround) || std::ranges::any_of(drives, [&](const Drive& other) {
+                return other.place != drive.place && other.place != "/" && isAround(other.place);
+            });
+        const auto folder = files::resolved(drive.place);
+        if (isInside || !folder || files::kindOf(*folder) != files::Kind::folder) continue;
+        if (isFolderToShow(*folder, hidden)) {
+            folders.insert(*folder);
+        } else if (*folder != "/") {
+            tell("Drive " + drive.letter + " leads to " + *folder +
+                 ", where the folders of users lie: the sandbox keeps it out of sight.");
         }
-        const auto isBelow = [&](const std::string& folder) { return isAtOrBelow(*place, folder); };
-        if (std::ranges::none_of(folders, isBelow)) addFolder(*place);
     }
     return {folders.begin(), folders.end()};
 }
@@ -172,39 +195,23 @@ std::string readableAround(const std::string& program, const std::vector<std::st
     return folder;
 }
 
-Result<std::string> makeServerFolder(const std::string& prefix) {
-    struct stat information {};
-    if (::stat(prefix.c_str(), &information) != 0) return Failure{prefix + " is missing."};
-    const std::string ofUser = "/tmp/.wine-" + std::to_string(::getuid());
-    std::array<char, 64> name{};
-    std::snprintf(name.data(), name.size(), "server-%llx-%llx",
-                  static_cast<unsigned long long>(information.st_dev),
-                  static_cast<unsigned long long>(information.st_ino));
-    const std::string folder = files::join(ofUser, name.data());
-    for (const std::string& each : {ofUser, folder}) {
-        if (auto made = files::makePrivate(each); !made) return made.error();
-    }
-    return folder;
-}
-
 std::vector<std::string> sandboxArguments(const SandboxView& view,
                                           const std::map<std::string, std::string>& environment) {
     Words words{"--cap-drop", "ALL"};
     if (view.mode == Sandbox::strict) add(words, {"--unshare-net"});
     add(words, {"--ro-bind", "/", "/"});
+    add(words, {"--bind", view.temporary, "/tmp"});
     for (const char* folder : emptied) {
         if (files::kindOf(folder) == files::Kind::folder) add(words, {"--tmpfs", folder});
     }
     for (const std::string& folder : view.hidden) add(words, {"--tmpfs", folder});
     addDevices(words);
-    for (const char* path : readInRun) bind(words, "--ro-bind-try", path);
+    for (const char* path : readInRun) addBind(words, "--ro-bind-try", path);
     if (!view.runtimeFolder.empty()) add(words, {"--perms", "0700", "--tmpfs", view.runtimeFolder});
     addSession(words, view.runtimeFolder, environment);
-    add(words, {"--perms", "0700", "--dir", files::parent(view.serverFolder)});
-    bind(words, "--bind", view.serverFolder);
 
-    for (const std::string& path : view.readable) bind(words, "--ro-bind", path);
-    for (const std::string& path : view.writable) bind(words, "--bind", path);
+    for (const std::string& path : view.readable) addBind(words, "--ro-bind", path);
+    for (const std::string& path : view.writable) addBind(words, "--bind", path);
     // Behind the others: a drive that holds the wrapper does not open all of it.
     addWrapper(words, view.wrapper);
     for (const auto& [place, destination] : view.links) add(words, {"--symlink", destination, place});
@@ -212,6 +219,7 @@ std::vector<std::string> sandboxArguments(const SandboxView& view,
     // What is written there would be lost with the start: better that the program hears of it.
     for (const std::string& folder : view.hidden) add(words, {"--remount-ro", folder});
     for (const char* name : sessionVariables) add(words, {"--unsetenv", name});
+    for (const char* name : temporaryVariables) add(words, {"--unsetenv", name});
     // Shaders that a driver keeps are not compiled anew at each start.
     add(words, {"--setenv", "XDG_CACHE_HOME", view.wrapper.prefix() + "/.cache"});
     return words;

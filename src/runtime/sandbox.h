@@ -1,9 +1,8 @@
 // runtime/sandbox.h: the sandbox around what runs in a wrapper: bubblewrap and its arguments. Any thread.
 //
 // Each program gets a view of the files of its own (bubblewrap makes one for each start), but all of one wrapper
-// share what Wine's programs meet in: the folder of the wineserver, which has its usual place and so is the
-// same for every start, with or without a sandbox, and the wineserver's user namespace, without which it could
-// not read its clients' memory.
+// share what Wine's programs meet in: the folder for what passes, in which the wineserver has its own, and the
+// wineserver's user namespace, without which it could not read its clients' memory.
 #pragma once
 
 #include <array>
@@ -12,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/result.h"
 #include "runtime/wrapper_bundle.h"
 #include "wrapper/sandbox.h"
 
@@ -23,27 +21,25 @@ struct SandboxView {
     Sandbox mode = Sandbox::off;
     Wrapper wrapper{""};
     std::vector<std::string> hidden;    ///< folders of users, real paths; those above come first
-    std::string serverFolder;           ///< of this prefix
+    std::string temporary;              ///< what it sees as "/tmp"
     std::string runtimeFolder;          ///< `XDG_RUNTIME_DIR`; empty where there is none
     std::vector<std::string> readable;  ///< out of the hidden folders, for this start
     std::vector<std::string> writable;  ///< folders that drives name, and those that the user has noted
     std::map<std::string, std::string> links;  ///< by their places, to where they lead
 };
 
-/// The folders for what passes: each start has its own.
-inline constexpr std::array emptied{"/tmp", "/var/tmp", "/run"};
+/// What is not the machine's own; beside "/tmp" each start has these to itself.
+inline constexpr std::array emptied{"/var/tmp", "/run"};
 
 /// The user's own folders and those of others, as far as they are there.
 [[nodiscard]] std::vector<std::string> hiddenFolders();
 /// What the wrapper's drives and its noted folders make writable: never a folder that holds a hidden one. What
-/// a link of drive C names without having been noted is left out, and told.
+/// a link of drive C names without having been noted is left out. Both are told.
 [[nodiscard]] std::vector<std::string> writableFolders(const Wrapper& wrapper, const Dictionary& settings,
                                                        const std::vector<std::string>& hidden);
 /// What a program in that folder needs to read: the whole disc where it lies on one, only the program where its
 /// folder is a user's home.
 [[nodiscard]] std::string readableAround(const std::string& program, const std::vector<std::string>& hidden);
-/// Where Wine puts the wineserver of the prefix; made, and closed to others. Which Wine asks for.
-[[nodiscard]] Result<std::string> makeServerFolder(const std::string& prefix);
 
 /// The arguments of bubblewrap up to the program. Whatever is missing on this machine (a device, a socket) is
 /// left out. `environment` is the program's.

@@ -30,7 +30,8 @@ Result<SandboxEntry> SandboxEntry::of(const Wrapper& wrapper) {
     SandboxEntry entry;
     const auto plist = property_lists::read(wrapper.infoPlist());
     const auto* settings = plist ? plist->as<Dictionary>() : nullptr;
-    if (settings == nullptr) return entry;
+    // Which sandbox it is to be, nobody can say.
+    if (settings == nullptr) return Failure{wrapper.infoPlist() + " is no property list."};
     const Sandbox mode = sandboxIn(*settings);
     if (mode == Sandbox::off) return entry;
     auto program = sandboxProgram(environmentVariable("PATH"));
@@ -39,14 +40,15 @@ Result<SandboxEntry> SandboxEntry::of(const Wrapper& wrapper) {
         return entry;
     }
     if (!program) return sandboxRefusal(program.error());
-    auto server = makeServerFolder(wrapper.prefix());
-    if (!server) return server.error();
+    auto temporary = SandboxTemporary::of(wrapper);
+    if (!temporary) return temporary.error();
     static_cast<void>(files::createFolder(wrapper.logs(), true));
     entry.program_ = *std::move(program);
     entry.view_.mode = mode;
     entry.view_.wrapper = wrapper;
     entry.view_.hidden = hiddenFolders();
-    entry.view_.serverFolder = *std::move(server);
+    entry.view_.temporary = temporary->path();
+    entry.temporary_ = *std::move(temporary);
     const std::string runtime = environmentVariable("XDG_RUNTIME_DIR");
     if (runtime.starts_with('/')) entry.view_.runtimeFolder = files::resolved(runtime).value_or("");
     entry.view_.writable = writableFolders(wrapper, *settings, entry.view_.hidden);
@@ -60,6 +62,7 @@ void SandboxEntry::allowNetwork() {
 Result<> SandboxEntry::join(int server) {
     joined_ = server;
     Sandbox running = Sandbox::home;
+    if (namespaceOf(std::to_string(server), "mnt").empty()) return {};  // it has ended
     if (sharesWithUs(server, "mnt")) {
         running = Sandbox::off;
     } else if (!sharesWithUs(server, "net")) {
@@ -92,6 +95,7 @@ Result<> SandboxEntry::open(const std::string& folder) {
 
 void SandboxEntry::addLink(const std::string& place, const std::string& destination) {
     std::vector<std::string> empty = view_.hidden;
+    empty.emplace_back("/tmp");
     for (const char* folder : emptied) empty.emplace_back(folder);
     if (!view_.runtimeFolder.empty()) empty.push_back(view_.runtimeFolder);
     if (isBelowOne(place, empty)) view_.links.emplace(place, destination);

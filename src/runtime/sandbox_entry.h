@@ -8,6 +8,7 @@
 #include "platform/result.h"
 #include "runtime/child_process.h"
 #include "runtime/sandbox.h"
+#include "runtime/sandbox_temporary.h"
 #include "wrapper/wrapper.h"
 
 namespace morvane::runtime {
@@ -24,7 +25,7 @@ class SandboxEntry {
     /// For what downloads for the wrapper: a strict one has a network all the same.
     void allowNetwork();
     /// The wineserver that runs already; each program joins it, and sees what it sees. A failure, for the
-    /// user, when it runs in another sandbox than this start's.
+    /// user, when it runs in another sandbox than this start's, or in one at all where this start has none.
     [[nodiscard]] Result<> join(int server);
     /// What an installer needs, readable from now on. A failure when a server that was joined doesn't see it.
     [[nodiscard]] Result<> show(const std::string& program);
@@ -38,6 +39,7 @@ class SandboxEntry {
 
   private:
     SandboxView view_;
+    SandboxTemporary temporary_;
     std::string program_;  ///< bubblewrap
     int joined_ = 0;
 };

@@ -196,9 +196,12 @@ std::vector<PrefixProcess> processesOf(const std::string& prefix) {
     return processes;
 }
 
-WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output)
+WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output,
+                         Downloads downloads)
     : bundle_(std::move(bundle)), log_(std::move(log)), stopBy_(stopBy), output_(output) {
     prefix_ = nameOfPrefix();
+    sandboxed_ = enterSandbox(downloads);
+    joined_ = serverOf(bundle_.wrapper.prefix()) != 0;
     if (!usable()) return;
     // Signal 0 only asks whether there is one.
     joined_ = quietly(server(), {"-k0"}, serverPatience) == 0;
@@ -263,19 +266,23 @@ Result<> WineSession::usable() const {
         if (!files::isExecutable(path))
             return Failure{"The engine is incomplete: " + path + " cannot be run."};
     }
-    return {};
+    return sandboxed_;
 }
 
-Result<> WineSession::useSandbox() {
+Result<> WineSession::enterSandbox(Downloads downloads) {
     auto entry = SandboxEntry::of(bundle_.wrapper);
     if (!entry) return entry.error();
     sandbox_ = *std::move(entry);
+    if (downloads == Downloads::yes) {
+        sandbox_.allowNetwork();
+        if (auto opened = sandbox_.open(Folders::fromEnvironment().verbsCache); !opened) return opened;
+    }
     if (prefix_ != bundle_.wrapper.prefix()) sandbox_.addLink(prefix_, bundle_.wrapper.prefix());
-    return {};
+    return joinServer();
 }
 
-Result<> WineSession::joinSandbox() {
-    const int server = joined_ ? serverOf(bundle_.wrapper.prefix()) : 0;
+Result<> WineSession::joinServer() {
+    const int server = serverOf(bundle_.wrapper.prefix());
     return server != 0 ? sandbox_.join(server) : Result<>();
 }
 
@@ -330,8 +337,7 @@ std::map<std::string, std::string> WineSession::environment(Display display) con
 int WineSession::quietly(const std::string& path, const std::vector<std::string>& arguments,
                          std::optional<std::chrono::milliseconds> limit) {
     ChildRequest request{path, arguments, environment(Display::hidden), "/", ""};
-    // What only asks the server, or ends it, meets it outside as well.
-    auto child = Child::start(path == server() ? std::move(request) : inside(std::move(request)));
+    auto child = Child::start(inside(std::move(request)));
     if (!child) return 127;
     if (child->wait(nullptr, limit) == Ending::exited) return child->status();
     child->kill();
@@ -364,6 +370,11 @@ int WineSession::run(const std::string& path, const std::vector<std::string>& ar
                      const std::string& runFolder, Display display, const std::vector<std::string>& before) {
     if (stopped_ != 0) return stopped_;
     startServer();
+    // Another start may have been faster.
+    if (auto joined = joinServer(); !joined) {
+        tell(joined.error().message());
+        return 1;
+    }
     auto variables = environment(display);
     // As we name it, which may be by a link: Wine cannot name every folder to which one leads.
     variables["PWD"] = runFolder;
@@ -414,7 +425,7 @@ void WineSession::waitForAll() {
         const bool onlyServices = std::all_of(left.begin(), left.end(), isService);
         if (left.empty() || (onlyServices && now == before)) return stopNow();
         before = now;
-        auto child = Child::start({server(), {"-w"}, environment(Display::hidden), "/", ""});
+        auto child = Child::start(inside({server(), {"-w"}, environment(Display::hidden), "/", ""}));
         if (!child) return stopNow();
         const Ending ending = child->wait(&signals_, onlyServices ? servicesPatience : programsPatience);
         if (ending == Ending::exited) return;
@@ -436,7 +447,7 @@ void WineSession::waitForInstaller(std::chrono::milliseconds patience) {
         if (processesOf(bundle_.wrapper.prefix()).empty()) return;
         if (programs.empty()) return waitForAll();
         before = now;
-        auto child = Child::start({server(), {"-w"}, environment(Display::hidden), "/", ""});
+        auto child = Child::start(inside({server(), {"-w"}, environment(Display::hidden), "/", ""}));
         if (!child) return stopNow();
         const Ending ending = child->wait(&signals_, patience);
         if (ending == Ending::exited) return;

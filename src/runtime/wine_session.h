@@ -34,11 +34,14 @@ enum class Display { shown, hidden };
 /// How a stop ends the programs: the wineserver ends all of them at once and saves the registry, or the
 /// wrapper's quit script decides.
 enum class StopBy { server, quitScript };
+/// What downloads components for the wrapper has a network, also where its programs have none.
+enum class Downloads { no, yes };
 
 class WineSession {
   public:
     /// `log` receives what Wine prints; empty: nowhere. What programs print goes there too, or on.
-    WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output = ChildOutput::log);
+    WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output = ChildOutput::log,
+                Downloads downloads = Downloads::no);
     ~WineSession();
     WineSession(const WineSession&) = delete;
     WineSession& operator=(const WineSession&) = delete;
@@ -46,14 +49,10 @@ class WineSession {
     /// Variables for every program that is started from here on. What the session itself sets goes before.
     void addVariables(const std::map<std::string, std::string>& variables) { variables_ = variables; }
 
-    /// What is missing before anything can run, in words for the user.
+    /// What is missing before anything can run, in words for the user: of the engine, or the sandbox that the
+    /// wrapper is to run in. Programs that run in another one are in the way.
     [[nodiscard]] Result<> usable() const;
-    /// Puts everything that is started from here on into the wrapper's sandbox. A failure, for the user, where
-    /// that can't be.
-    [[nodiscard]] Result<> useSandbox();
-    /// Whether programs that run already are in such a sandbox; a failure, for the user, when not.
-    [[nodiscard]] Result<> joinSandbox();
-    /// Of which more can be asked.
+    /// Of which more can be asked, before anything is started.
     [[nodiscard]] SandboxEntry& sandbox() { return sandbox_; }
     [[nodiscard]] const WrapperBundle& bundle() const { return bundle_; }
     /// True when programs of this wrapper were running already when the session began: they belong to another
@@ -88,6 +87,10 @@ class WineSession {
     [[nodiscard]] std::map<std::string, std::string> environment(Display display) const;
     int run(const std::string& path, const std::vector<std::string>& arguments, const std::string& runFolder,
             Display display, const std::vector<std::string>& before = {});
+    /// The sandbox, also around what only asks the wineserver or ends it: outside there is another "/tmp".
+    [[nodiscard]] Result<> enterSandbox(Downloads downloads);
+    /// That of the wineserver that runs is this session's.
+    [[nodiscard]] Result<> joinServer();
     /// In the sandbox, where there is one.
     [[nodiscard]] ChildRequest inside(ChildRequest request) const;
     /// Ends with the child, or with everything after a signal. False after a signal.
@@ -105,6 +108,7 @@ class WineSession {
     WrapperBundle bundle_;
     std::string log_;
     SandboxEntry sandbox_;
+    Result<> sandboxed_;  ///< what was in the way
     StopBy stopBy_;
     ChildOutput output_;
     StopSignals signals_;

@@ -47,14 +47,13 @@ Sandbox sandboxIn(const Dictionary& settings) {
 }
 
 void putSandbox(Sandbox mode, const Wrapper& wrapper, Dictionary& settings) {
+    const Sandbox before = sandboxIn(settings);
     settings.set(wrapper_keys::sandbox.name, Value(wordFor(mode)));
+    if (mode == Sandbox::off) settings.erase(wrapper_keys::sandboxFoldersName);
+    if (mode == Sandbox::off || before != Sandbox::off) return;
     Array folders;
     for (const DriveLink& link : linksOfDrive(wrapper)) folders.emplace_back(link.folder);
-    if (folders.empty() || mode == Sandbox::off) {
-        settings.erase(wrapper_keys::sandboxFoldersName);
-    } else {
-        settings.set(wrapper_keys::sandboxFoldersName, Value(std::move(folders)));
-    }
+    if (!folders.empty()) settings.set(wrapper_keys::sandboxFoldersName, Value(std::move(folders)));
 }
 
 std::vector<std::string> sharedFolders(const Dictionary& settings) {

@@ -30,8 +30,8 @@ inline constexpr std::array sandboxWords{"off", "home", "strict"};  ///< by the 
 
 /// Of a wrapper's settings: `off` where there is none, the strictest for a word that nobody knows.
 [[nodiscard]] Sandbox sandboxIn(const Dictionary& settings);
-/// Puts it into the settings, with the folders that links of the wrapper's drive C name at this moment
-/// (`linksOfDrive`): they stay reachable. One that a program in the sandbox makes later never is.
+/// Puts it into the settings. Where there was none before, the folders that links of the wrapper's drive C name
+/// at this moment (`linksOfDrive`) are noted and stay reachable. One that a program in a sandbox makes never is.
 void putSandbox(Sandbox mode, const Wrapper& wrapper, Dictionary& settings);
 /// The folders that were noted then; they are real paths.
 [[nodiscard]] std::vector<std::string> sharedFolders(const Dictionary& settings);
