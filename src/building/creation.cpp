@@ -124,10 +124,7 @@ bool buildPortAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
         return installer.has_value();
     };
     // Before any program of the port runs in it; a wrapper that was there keeps what it has.
-    const auto sandboxed = [&] {
-        if (build.made.place == wrapper.path()) giveNewSandbox(wrapper);
-        return true;
-    };
+    const auto sandboxed = [&] { return build.made.place != wrapper.path() || giveNewSandbox(wrapper); };
     return updateCaskery(build) && goOn() && prepareEngine(build, engine, port.engineCustomLink) && goOn() &&
            installerCanRun() &&
            createWrapperAt(build, wrapper, building::engineForWrapper(engine, wrapper)) && goOn() &&

@@ -1,5 +1,6 @@
 #include "building/new_sandbox.h"
 
+#include "foundation/alerts.h"
 #include "foundation/localization.h"
 #include "foundation/settings.h"
 #include "platform/host.h"
@@ -12,11 +13,15 @@ Sandbox sandboxOfNewWrapper() {
     return sandboxProgram(host().searchPath) ? Sandbox::home : Sandbox::off;
 }
 
-void giveNewSandbox(const Wrapper& wrapper) {
+bool giveNewSandbox(const Wrapper& wrapper) {
     NSPortManager port = NSPortManager::managerWithPath(wrapper.path());
-    if (!port.plist) return;
-    putSandbox(sandboxOfNewWrapper(), wrapper, *port.plist);
-    static_cast<void>(port.synchronizePlist());
+    if (port.plist) {
+        if (port.plist->find(wrapper_keys::sandbox.name) != nullptr) return true;
+        putSandbox(sandboxOfNewWrapper(), wrapper, *port.plist);
+        if (port.synchronizePlist()) return true;
+    }
+    MVAlert::showAlertErrorMessage(localized("The sandbox of %@ could not be saved.", {wrapper.path()}));
+    return false;
 }
 
 std::optional<std::string> newsOfSandbox() {

@@ -110,19 +110,30 @@ bool isFolderToShow(const std::string& folder, const std::vector<std::string>& h
 struct Drive {
     std::string letter;  ///< "d:"
     std::string place;   ///< as its link says
+    std::string folder;  ///< its real path
+    bool isOpen;
+    /// Seen through that one, and maybe a link that a program has put there.
+    bool isInAnother = false;
 };
 
-/// Those inside the wrapper are where programs of the sandbox could put a link.
-std::vector<Drive> drivesOutside(const Wrapper& wrapper) {
+/// Those that lead to folders outside the wrapper; inside it programs of the sandbox could put links.
+std::vector<Drive> drivesOutside(const Wrapper& wrapper, const std::vector<std::string>& hidden) {
     std::vector<Drive> drives;
     const std::string prefix = files::resolved(wrapper.prefix()).value_or(wrapper.prefix());
     const auto letters = files::list(wrapper.dosdevices());
     if (!letters) return drives;
     for (const std::string& letter : *letters) {
-        auto place = files::destinationOfLink(files::join(wrapper.dosdevices(), letter));
+        const auto place = files::destinationOfLink(files::join(wrapper.dosdevices(), letter));
         const bool isOutside = place && place->starts_with('/') && !isAtOrBelow(*place, wrapper.prefix()) &&
                                !isAtOrBelow(*place, prefix);
-        if (isOutside) drives.push_back({letter, *std::move(place)});
+        const auto folder = isOutside ? files::resolved(*place) : std::nullopt;
+        if (!folder || files::kindOf(*folder) != files::Kind::folder) continue;
+        drives.push_back({letter, *place, *folder, isFolderToShow(*folder, hidden)});
+    }
+    for (Drive& drive : drives) {
+        drive.isInAnother = std::ranges::any_of(drives, [&](const Drive& other) {
+            return other.isOpen && other.place != drive.place && isAtOrBelow(drive.place, other.place);
+        });
     }
     return drives;
 }
@@ -156,24 +167,30 @@ std::vector<std::string> writableFolders(const Wrapper& wrapper, const Dictionar
         tell(link.link + " leads to " + link.folder +
              ", which the sandbox keeps out of sight. A drive that leads there lets it through.");
     }
-    const std::vector<Drive> drives = drivesOutside(wrapper);
-    for (const Drive& drive : drives) {
-        // What lies below another one is seen through that, and may be a link that a program has put there.
-        const auto isAround = [&](const std::string& folder) { return isAtOrBelow(drive.place, folder); };
-        const bool isInside =
-            std::ranges::any_of(shared, isAround) || std::ranges::any_of(drives, [&](const Drive& other) {
-                return other.place != drive.place && other.place != "/" && isAround(other.place);
-            });
-        const auto folder = files::resolved(drive.place);
-        if (isInside || !folder || files::kindOf(*folder) != files::Kind::folder) continue;
-        if (isFolderToShow(*folder, hidden)) {
-            folders.insert(*folder);
-        } else if (*folder != "/") {
-            tell("Drive " + drive.letter + " leads to " + *folder +
+    for (const Drive& drive : drivesOutside(wrapper, hidden)) {
+        if (drive.isInAnother || std::ranges::any_of(shared, [&](const std::string& one) {
+                return isAtOrBelow(drive.place, one);
+            })) {
+            continue;
+        }
+        if (drive.isOpen) {
+            folders.insert(drive.folder);
+        } else if (drive.folder != "/") {
+            tell("Drive " + drive.letter + " leads to " + drive.folder +
                  ", where the folders of users lie: the sandbox keeps it out of sight.");
         }
     }
     return {folders.begin(), folders.end()};
+}
+
+std::map<std::string, std::string> linksOfDrives(const Wrapper& wrapper,
+                                                 const std::vector<std::string>& hidden) {
+    std::map<std::string, std::string> links;
+    for (const Drive& drive : drivesOutside(wrapper, hidden)) {
+        if (drive.isOpen && !drive.isInAnother && drive.folder != drive.place)
+            links.emplace(drive.place, drive.folder);
+    }
+    return links;
 }
 
 std::string readableAround(const std::string& program, const std::vector<std::string>& hidden) {

@@ -37,6 +37,9 @@ inline constexpr std::array emptied{"/var/tmp", "/run"};
 /// a link of drive C names without having been noted is left out. Both are told.
 [[nodiscard]] std::vector<std::string> writableFolders(const Wrapper& wrapper, const Dictionary& settings,
                                                        const std::vector<std::string>& hidden);
+/// The places that drives name and that are, or lie behind, links; to the folders that those lead to.
+[[nodiscard]] std::map<std::string, std::string> linksOfDrives(const Wrapper& wrapper,
+                                                               const std::vector<std::string>& hidden);
 /// What a program in that folder needs to read: the whole disc where it lies on one, only the program where its
 /// folder is a user's home.
 [[nodiscard]] std::string readableAround(const std::string& program, const std::vector<std::string>& hidden);

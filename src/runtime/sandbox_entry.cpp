@@ -52,6 +52,8 @@ Result<SandboxEntry> SandboxEntry::of(const Wrapper& wrapper) {
     const std::string runtime = environmentVariable("XDG_RUNTIME_DIR");
     if (runtime.starts_with('/')) entry.view_.runtimeFolder = files::resolved(runtime).value_or("");
     entry.view_.writable = writableFolders(wrapper, *settings, entry.view_.hidden);
+    for (const auto& [place, folder] : linksOfDrives(wrapper, entry.view_.hidden))
+        entry.addLink(place, folder);
     return entry;
 }
 

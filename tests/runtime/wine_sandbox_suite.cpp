@@ -66,7 +66,9 @@ class WineSandbox : public Wine {
 
 TEST_F(WineSandbox, AProgramReachesWhatTheModeLetsThrough) {
     testing::LoopbackSite site;
-    ASSERT_TRUE(files::createSymbolicLink(wrapper + "/Contents/Resources/dosdevices/s:", shared()));
+    const std::string drive = wrapper + "/Contents/Resources/dosdevices/s:";
+    ASSERT_TRUE(files::createSymbolicLink(userHome + "/Link", shared()));
+    ASSERT_TRUE(files::createSymbolicLink(drive, userHome + "/Link"));
     const std::string diary = userHome + "/diary.txt";
     const std::vector<std::string> tasks{
         "r=Z:" + diary,
@@ -98,7 +100,7 @@ TEST_F(WineSandbox, AProgramReachesWhatTheModeLetsThrough) {
             EXPECT_TRUE(files::remove(path)) << path;
         EXPECT_EQ(servers(), 0);
     }
-    EXPECT_TRUE(files::remove(wrapper + "/Contents/Resources/dosdevices/s:"));
+    EXPECT_TRUE(files::remove(drive));
 }
 
 TEST_F(WineSandbox, StartsShareOneServerAndAStopSavesTheRegistry) {
