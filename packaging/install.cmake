@@ -6,6 +6,13 @@ set(here ${CMAKE_CURRENT_LIST_DIR})
 
 # The resources lie in the build folder as they lie in an installation, but for programs: those depend on the machine's kind.
 install(TARGETS morvane DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT application)
+foreach(package application catalogue)
+  set(owner morvane)
+  if(package STREQUAL catalogue)
+    set(owner morvane-catalogue)
+  endif()
+  install(TARGETS picture_formats DESTINATION lib/${owner} COMPONENT ${package})
+endforeach()
 install(DIRECTORY ${MORVANE_SHARE} DESTINATION ${CMAKE_INSTALL_DATADIR} USE_SOURCE_PERMISSIONS
         COMPONENT application PATTERN programs EXCLUDE)
 install(DIRECTORY ${MORVANE_SHARE}/programs DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/morvane

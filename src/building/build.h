@@ -7,8 +7,10 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "foundation/download.h"
+#include "foundation/early_downloads.h"
 #include "platform/private_folder.h"
 
 namespace morvane {
@@ -34,9 +36,18 @@ class Build : public Download {
     bool downloadFileToPath(const std::string& url, const std::string& path, const std::string& type,
                             const std::string& query = "");
 
+    /// Fetches what the links lead to while the build goes on; `downloadFileToPath` waits for a link that is on its
+    /// way, with one bar for all of them. Ends with the object that it gives.
+    [[nodiscard]] std::shared_ptr<EarlyDownloads> fetchEarly(const std::vector<std::string>& links);
+
     /// The master wrapper's versions: what the site offers, and what is on disk.
     std::optional<std::string> newestCaskery, currentCaskery;
     MadeWrapper made;
+
+  private:
+    void waitForEarly(const std::string& link);
+
+    std::weak_ptr<EarlyDownloads> early_;
 };
 
 }  // namespace morvane

@@ -221,7 +221,7 @@ std::string progressLineOf(ConfigurationStage stage) {
     return "";
 }
 
-bool configureWrapperAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
+void configureWrapperAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
     // One store for the whole configuration: every synchronise writes the file whole, so a second store would
     // undo what this one has written. The programs that run meanwhile inside the wrapper don't write its
     // settings.
@@ -235,7 +235,6 @@ bool configureWrapperAt(Build& build, const Wrapper& wrapper, const NSPortData& 
         if (const auto log = BuildLog::current(); log && line.empty()) log->stage(nameInLog(stage));
         runStage(build, stage, port, settings);
     }
-    return true;
 }
 
 }  // namespace morvane

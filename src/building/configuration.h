@@ -10,7 +10,7 @@ namespace morvane {
 class Build;
 class Wrapper;
 
-/// True.
-bool configureWrapperAt(Build& build, const Wrapper& wrapper, const NSPortData& port);
+/// Each stage tells of its own failures, and the next one follows whatever has failed.
+void configureWrapperAt(Build& build, const Wrapper& wrapper, const NSPortData& port);
 
 }  // namespace morvane

@@ -7,6 +7,7 @@
 
 #include "building/build.h"
 #include "building/configuration.h"
+#include "building/early_links.h"
 #include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
 #include "building/estimated_progress.h"
@@ -123,12 +124,17 @@ bool buildPortAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
         if (!installer) MVAlert::showAlertErrorMessage(installer.error().message());
         return installer.has_value();
     };
+    if (!updateCaskery(build) || !goOn() || !prepareEngine(build, engine, port.engineCustomLink) || !goOn() ||
+        !installerCanRun())
+        return false;
+    const auto early = build.fetchEarly(building::earlyLinksOf(port));
+    if (!createWrapperAt(build, wrapper, building::engineForWrapper(engine, wrapper)) || !goOn())
+        return false;
     // Before any program of the port runs in it; a wrapper that was there keeps what it has.
-    const auto sandboxed = [&] { return build.made.place != wrapper.path() || giveNewSandbox(wrapper); };
-    return updateCaskery(build) && goOn() && prepareEngine(build, engine, port.engineCustomLink) && goOn() &&
-           installerCanRun() &&
-           createWrapperAt(build, wrapper, building::engineForWrapper(engine, wrapper)) && goOn() &&
-           sandboxed() && configureWrapperAt(build, wrapper, port);
+    if (build.made.place == wrapper.path() && !giveNewSandbox(wrapper)) return false;
+    configureWrapperAt(build, wrapper, port);
+    early->forget();
+    return true;
 }
 
 bool createWrapperAt(Build& build, const Wrapper& wrapper, const std::string& engine) {

@@ -40,10 +40,6 @@ std::string askedLink() {
     return MVAlert::inputDialogWithMessage(localized("Inform the updated link:"), "").value_or("");
 }
 
-std::string partsFolder() {
-    return files::join(host().folders.temporary, "Downloads");
-}
-
 std::string readableSize(std::uint64_t bytes) {
     return NSUtilities::humanReadableSizeForBytes(static_cast<std::int64_t>(bytes), DecimalMeasureSystem::no);
 }
@@ -98,6 +94,18 @@ bool shouldCancelForInvalidLink(const std::string& path, Silence silence) {
 }
 
 }  // namespace
+
+std::string partsFolder() {
+    return files::join(host().folders.temporary, "Downloads");
+}
+
+std::string lineOfTransfer(std::uint64_t done, std::uint64_t whole, std::uint64_t lastSecond,
+                           std::uint64_t average) {
+    return localized("%@ of %@ (%@/s) - %@",
+                     {readableSize(done), readableSize(whole), readableSize(lastSecond),
+                      NSUtilities::timeNeededToDownload(static_cast<std::int64_t>(whole - done),
+                                                        static_cast<std::int64_t>(average))});
+}
 
 /// One transfer. Its events and ticks come on the main thread and alone touch what it has received, but for the
 /// file, which the connection's thread fills; from `stop` on all of it belongs to the waiting caller. The mutex
@@ -352,18 +360,14 @@ void Download::Transfer::tick() {
 
 void Download::Transfer::updateUI() {
     const std::uint64_t done = received.size;
-    const std::string speed = readableSize(downloadedAtSecond_);
     std::string subtitle;
     if (received.fullSize == 0) {
-        subtitle = localized("%@ (%@/s)", {readableSize(done), speed});
+        subtitle = localized("%@ (%@/s)", {readableSize(done), readableSize(downloadedAtSecond_)});
     } else if (received.fullSize != done) {
         const double elapsed = std::chrono::duration<double>(Clock::now() - downloadStartMoment_).count();
         const auto average =
-            elapsed > 0 ? static_cast<std::int64_t>(static_cast<double>(received.arrived) / elapsed) : 0;
-        const auto bytesLeft = static_cast<std::int64_t>(received.fullSize - done);
-        subtitle =
-            localized("%@ of %@ (%@/s) - %@", {readableSize(done), readableSize(received.fullSize), speed,
-                                               NSUtilities::timeNeededToDownload(bytesLeft, average)});
+            elapsed > 0 ? static_cast<std::uint64_t>(static_cast<double>(received.arrived) / elapsed) : 0;
+        subtitle = lineOfTransfer(done, received.fullSize, downloadedAtSecond_, average);
     } else {
         return;
     }

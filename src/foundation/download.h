@@ -26,6 +26,12 @@ namespace morvane {
 
 enum class Silence { no, yes };
 
+/// The folder of the cache of parts.
+[[nodiscard]] std::string partsFolder();
+/// What a running transfer shows below its bar: "2 MB of 10 MB (1 MB/s) - 8 seconds". Bytes, and bytes a second.
+[[nodiscard]] std::string lineOfTransfer(std::uint64_t done, std::uint64_t whole, std::uint64_t lastSecond,
+                                         std::uint64_t average);
+
 class Download {
   public:
     /// How often a silent download of a failed or short transfer starts again before it gives up: with a file

@@ -358,6 +358,10 @@ const Result<>& DownloadPart::soFar() const {
     return state_->soFar;
 }
 
+bool DownloadPart::isKnownAgain() const {
+    return state_->note.hasMark();
+}
+
 std::uint64_t DownloadPart::size() const {
     return state_->size;
 }

@@ -44,6 +44,8 @@ class DownloadPart {
     /// The first failure of `append`.
     [[nodiscard]] const Result<>& soFar() const;
 
+    /// Whether the server gives a mark by which the next transfer knows it again; without one it is not kept.
+    [[nodiscard]] bool isKnownAgain() const;
     [[nodiscard]] std::uint64_t size() const;                      ///< bytes that are there
     [[nodiscard]] std::optional<std::uint64_t> wholeSize() const;  ///< of the body, where the server told it
 

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "platform/http.h"
-#include "platform/pictures.h"
 #include "platform/private_folder.h"
 
 namespace morvane {
@@ -26,7 +25,6 @@ Host::Host(Options options, UserInterface& ui)
       log(folders.library + "/Library/Logs/Morvane/morvane.log"),
       reachability_(std::move(options.reachability)),
       previous_(std::exchange(currentHost, this)) {
-    pictures::settleOnMainThread();
     for (const std::string& note : notes) log.write(Log::Level::warning, note);
     for (const std::string& folder : {folders.temporary, folders.sharedTemporary, folders.applications})
         files::PrivateFolder::removeLeftovers(folder);

@@ -4,6 +4,7 @@
 // that builds it is the main thread.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -28,6 +29,7 @@ namespace morvane {
 
 class BuildLog;
 class NSGameData;
+struct PictureFormats;
 
 /// A cache with its lock. `mutex` is held while `value` is read, or filled.
 template <class T>
@@ -76,6 +78,7 @@ class Host {
 
     [[nodiscard]] bool isReachable(const std::string& hostName) const;
 
+    std::atomic<const PictureFormats*> pictureFormats = nullptr;  ///< once loaded
     Cache<std::map<std::string, std::string>> programPaths;
     Cache<std::vector<std::string>> engineCatalogue;
     Cache<std::optional<std::string>> newestMasterWrapper;

@@ -414,6 +414,22 @@ HttpResponse fetch(const HttpRequest& request, Cancellation* cancellation) {
     return response;
 }
 
+std::string receive(const HttpRequest& request, const std::function<Result<>(const HttpHead& head)>& head,
+                    const std::function<Result<>(std::string_view bytes)>& body, Cancellation& cancellation) {
+    Connection connection(request);
+    const Cancellation::Interrupter interrupter(cancellation, [&connection] { connection.stop(); });
+    std::string refusal;
+    const auto isTaken = [&refusal](const Result<>& taken) {
+        if (!taken) refusal = taken.error().reason();
+        return taken.has_value();
+    };
+    const std::string error =
+        connection.run({.response = [&](const HttpHead& answer) { return isTaken(head(answer)); },
+                        .data = [&](std::string_view bytes) { return isTaken(body(bytes)); }},
+                       Purpose::file);
+    return refusal.empty() ? error : refusal;
+}
+
 struct Transfer::State {
     State(MainQueue& mainQueue, const HttpRequest& request, TransferHandlers transferHandlers)
         : queue(mainQueue), handlers(std::move(transferHandlers)), connection(request) {}

@@ -59,12 +59,20 @@ struct UrlParts {
 
 namespace http {
 
-// Both follow redirections, a bounded number of them: from https to https only, never to a file of this machine,
-// and never from a public address to one of this machine or of its own network. Neither uses a cache.
+// All follow redirections, a bounded number of them: from https to https only, never to a file of this machine,
+// and never from a public address to one of this machine or of its own network. None uses a cache.
 
 /// Blocks until the whole response is there, of whatever status. With a cancellation, a request to it ends the
 /// transfer and throws `Cancelled`.
 [[nodiscard]] HttpResponse fetch(const HttpRequest& request, Cancellation* cancellation = nullptr);
+
+/// Blocks as `fetch` does, but hands head and body on as they come, as a `Transfer` does, on the calling thread. A
+/// status of 400 and more is a failure, without a body. The description of the failure; empty for none, and after a
+/// request to the cancellation, which ends it.
+[[nodiscard]] std::string receive(const HttpRequest& request,
+                                  const std::function<Result<>(const HttpHead& head)>& head,
+                                  const std::function<Result<>(std::string_view bytes)>& body,
+                                  Cancellation& cancellation);
 
 /// Where the body goes, and the events of a transfer. Exactly one of `failed` and `ended` comes, last. All but
 /// `head` and `body` are called on the main thread.

@@ -21,11 +21,6 @@ namespace pictures {
 inline constexpr int longestEdge = 16384;  ///< larger pictures are refused, whatever they claim to hold
 inline constexpr std::int64_t mostPixels = std::int64_t{1} << 26;  ///< so are pictures of more pixels
 
-/// Main thread, before any picture. The library behind this takes the first thread that uses it for the main
-/// one, and its objects touch that thread's data once more when the process ends: a worker's is freed by
-/// then.
-void settleOnMainThread();
-
 /// "PNG", "JPEG", "TIFF", "GIF", "BMP", "ICNS", "ICO" or "WebP" by the first bytes; empty for anything else.
 [[nodiscard]] std::string_view kindOf(std::string_view bytes);
 struct Size {

@@ -2,14 +2,35 @@
 
 #include <algorithm>
 #include <array>
+#include <unordered_map>
 #include <utility>
 
 namespace morvane {
 
+namespace {
+
+// Entries that are looked for one by one, without an index: most dictionaries are small and read once, and an
+// index costs more than all of their look-ups.
+constexpr std::size_t mostWithoutIndex = 12;
+
+struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+};
+
+}  // namespace
+
+struct Dictionary::Index {
+    std::unordered_map<std::string, std::size_t, Hash, std::equal_to<>> places;
+};
+
 Dictionary::Dictionary() = default;
-Dictionary::Dictionary(const Dictionary&) = default;
+Dictionary::Dictionary(const Dictionary& other)
+    : entries_(other.entries_), index_(other.index_ ? std::make_unique<Index>(*other.index_) : nullptr) {}
 Dictionary::Dictionary(Dictionary&&) noexcept = default;
-Dictionary& Dictionary::operator=(const Dictionary&) = default;
+Dictionary& Dictionary::operator=(const Dictionary& other) {
+    return *this = Dictionary(other);
+}
 Dictionary& Dictionary::operator=(Dictionary&&) noexcept = default;
 Dictionary::~Dictionary() = default;
 
@@ -18,21 +39,13 @@ Dictionary::Dictionary(std::initializer_list<Entry> entries) {
     for (const Entry& entry : entries) set(entry.key, entry.value);
 }
 
-namespace {
-
-// Entries that are looked for one by one, without an index: most dictionaries are small and read once, and an
-// index costs more than all of their look-ups.
-constexpr std::size_t mostWithoutIndex = 12;
-
-}  // namespace
-
 const Value* Dictionary::find(std::string_view key) const {
-    if (index_.empty()) {
+    if (!index_) {
         const auto entry = std::ranges::find(entries_, key, &Entry::key);
         return entry == entries_.end() ? nullptr : &entry->value;
     }
-    const auto found = index_.find(key);
-    return found == index_.end() ? nullptr : &entries_[found->second].value;
+    const auto found = index_->places.find(key);
+    return found == index_->places.end() ? nullptr : &entries_[found->second].value;
 }
 
 Value* Dictionary::find(std::string_view key) {
@@ -47,18 +60,22 @@ void Dictionary::set(std::string key, Value value) {
     if (entries_.empty()) entries_.reserve(4);
     entries_.push_back({std::move(key), std::move(value)});
     if (entries_.size() <= mostWithoutIndex) return;
-    for (std::size_t place = index_.size(); place < entries_.size(); ++place)
-        index_.emplace(entries_[place].key, place);
+    if (!index_) index_ = std::make_unique<Index>();
+    for (std::size_t place = index_->places.size(); place < entries_.size(); ++place)
+        index_->places.emplace(entries_[place].key, place);
 }
 
 void Dictionary::erase(std::string_view key) {
     const auto entry = std::ranges::find(entries_, key, &Entry::key);
     if (entry == entries_.end()) return;
     // Before the entry goes: the given key may be its own.
-    const bool isIndexed = !index_.empty();
-    if (isIndexed) index_.erase(index_.find(key));
+    if (index_) index_->places.erase(index_->places.find(key));
     auto moved = entries_.erase(entry);
-    for (; isIndexed && moved != entries_.end(); ++moved) --index_.find(moved->key)->second;
+    for (; index_ && moved != entries_.end(); ++moved) --index_->places.find(moved->key)->second;
+}
+
+void Dictionary::reserve(std::size_t size) {
+    entries_.reserve(size);
 }
 
 std::size_t Dictionary::size() const {

@@ -7,10 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <variant>
 #include <vector>
 
@@ -78,6 +78,8 @@ class Dictionary {
 
     /// Sets the key, keeping its place when it is there already.
     void set(std::string key, Value value);
+    /// Makes room for so many entries.
+    void reserve(std::size_t size);
     /// Removes the key when it is there; takes linear time.
     void erase(std::string_view key);
 
@@ -94,12 +96,10 @@ class Dictionary {
     [[nodiscard]] const T* get(std::string_view key) const;
 
   private:
-    struct Hash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
-    };
+    struct Index;
+
     std::vector<Entry> entries_;
-    std::unordered_map<std::string, std::size_t, Hash, std::equal_to<>> index_;
+    std::unique_ptr<Index> index_;  ///< places by key; none while there are few
 };
 
 class Value {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <deque>
+#include <memory>
 #include <string>
 
 #include "foundation/localization.h"
@@ -11,6 +11,8 @@
 namespace morvane::typed_stream {
 namespace {
 
+/// Up to two items for each byte are counted in 32 bits.
+constexpr std::size_t longestArchive = (std::size_t{1} << 31U) - 1;
 constexpr int deepestType = 16;  // arrays and structures within a type
 
 enum Tag : unsigned char {
@@ -94,9 +96,10 @@ std::optional<std::vector<Place>> compiledPlaces(std::string_view& rest, char cl
 /// Reads with a sticky failure: after the first one every read gives nothing, and loops end.
 class Reader {
   public:
-    explicit Reader(std::string_view archive) : archive_(archive) {}
+    explicit Reader(std::string_view archive) : archive_(archive) { graph_.archive = archive; }
 
     Result<Graph> read() {
+        if (archive_.size() > longestArchive) return Failure{localized("The archive is too large.")};
         makeRoom();
         readHeader();
         while (good() && at_ < archive_.size()) readGroup(0);
@@ -108,19 +111,19 @@ class Reader {
 
   private:
     struct SharedString {
-        std::string_view text;
-        std::optional<std::vector<Place>> places;  // once used as a type
+        Piece text;
+        std::unique_ptr<const std::vector<Place>> places;  // once used as a type; stays when the text moves
     };
-    enum class SlotKind { object, classes, text };
+    enum class SlotKind : std::uint8_t { object, classes, text };
     struct Slot {
         SlotKind kind;
-        std::size_t index;
+        std::uint32_t index;
     };
 
     /// For what an archive of that length usually holds, so that nothing of it moves while it grows. Room that
     /// stays empty is never touched.
     void makeRoom() {
-        constexpr std::size_t mostItems = std::size_t{1} << 22U;
+        constexpr std::size_t mostItems = std::size_t{1} << 25U;
         const std::size_t items = std::min(archive_.size() / 4, mostItems);
         graph_.items.reserve(items);
         graph_.objects.reserve(items / 4);
@@ -137,14 +140,16 @@ class Reader {
         at_ = archive_.size();
     }
 
+    /// After a failure nothing is left, and that is no other one.
     unsigned char peek() {
-        if (left() == 0) fail("it ends too early");
-        return good() ? static_cast<unsigned char>(archive_[at_]) : 0;
+        if (left() != 0) return static_cast<unsigned char>(archive_[at_]);
+        fail("it ends too early");
+        return 0;
     }
 
     unsigned char byte() {
         const unsigned char result = peek();
-        if (good()) ++at_;
+        if (left() != 0) ++at_;
         return result;
     }
 
@@ -213,65 +218,74 @@ class Reader {
         return static_cast<std::size_t>(stored - firstReference);
     }
 
-    /// The index into `strings_`; nothing for nil, and after a failure.
-    std::optional<std::size_t> sharedString() {
-        if (takes(Tag::nil)) return std::nullopt;
+    [[nodiscard]] Piece pieceOf(std::string_view bytes) const {
+        if (bytes.empty()) return {};
+        return {narrow(static_cast<std::size_t>(bytes.data() - archive_.data())), narrow(bytes.size())};
+    }
+    static std::uint32_t narrow(std::size_t number) { return static_cast<std::uint32_t>(number); }
+
+    /// An index that there is not. An optional would go through memory, byte by byte, at every value.
+    static constexpr std::size_t none = std::size_t(-1);
+
+    /// The index into `strings_`; none for nil, and after a failure.
+    std::size_t sharedString() {
+        if (takes(Tag::nil)) return none;
         if (takes(Tag::fresh)) {
             const auto text = unsharedString();
             if (!text) fail("a shared text is nil");
-            if (!good()) return std::nullopt;
-            strings_.push_back({*text, std::nullopt});
+            if (!good()) return none;
+            strings_.push_back({pieceOf(*text), nullptr});
             return strings_.size() - 1;
         }
         const std::size_t index = reference(strings_.size());
-        if (!good()) return std::nullopt;
-        return index;
+        return good() ? index : none;
     }
 
-    std::optional<std::size_t> referenceTo(SlotKind kind) {
+    /// None after a failure.
+    std::size_t referenceTo(SlotKind kind) {
         const std::size_t slot = reference(slots_.size());
         if (good() && slots_[slot].kind != kind) fail("a reference is of the wrong kind");
-        if (!good()) return std::nullopt;
-        return slots_[slot].index;
+        return good() ? slots_[slot].index : none;
     }
 
-    Item cString() {
-        if (takes(Tag::nil)) return {};
-        std::optional<std::size_t> index;
+    void addCString() {
+        if (takes(Tag::nil)) return add(std::monostate());
+        std::size_t index = none;
         if (takes(Tag::fresh)) {
             slots_.push_back({SlotKind::text, 0});
             const std::size_t slot = slots_.size() - 1;
             index = sharedString();
-            if (!index) fail("a C string is nil");
-            slots_[slot].index = index.value_or(0);
+            if (index == none) fail("a C string is nil");
+            slots_[slot].index = narrow(index);
         } else {
             index = referenceTo(SlotKind::text);
         }
-        if (!good()) return {};
-        return Text{strings_[*index].text};
+        if (good()) add(Text{strings_[index].text});
     }
 
-    /// A class with its chain: written out as far as it is new, derived class first.
-    std::optional<std::size_t> classChain() {
+    /// A class with its chain: written out as far as it is new, derived class first. None for nil, and after a
+    /// failure.
+    std::size_t classChain() {
         std::vector<std::size_t> written;
-        std::optional<std::size_t> ancestor;
+        std::size_t ancestor = none;
         for (;;) {
             if (takes(Tag::nil)) break;
             if (!takes(Tag::fresh)) {
                 ancestor = referenceTo(SlotKind::classes);
-                if (good() && graph_.classes[*ancestor].chainLength == 0) fail("a class is its own ancestor");
+                if (good() && graph_.classes[ancestor].chainLength == 0) fail("a class is its own ancestor");
                 break;
             }
             if (written.size() == longestChain) fail("a class has too many ancestors");
-            slots_.push_back({SlotKind::classes, graph_.classes.size()});
+            slots_.push_back({SlotKind::classes, narrow(graph_.classes.size())});
             written.push_back(graph_.classes.size());
             const auto name = sharedString();
-            if (!name) fail("a class has no name");
+            if (name == none) fail("a class has no name");
             const std::int64_t version = integer();
-            if (!good()) return std::nullopt;
-            graph_.classes.push_back({strings_[*name].text, version, std::nullopt, ClassKind::unknown, 0});
+            if (!good()) return none;
+            graph_.classes.push_back(
+                {graph_.in(strings_[name].text), version, std::nullopt, ClassKind::unknown, 0});
         }
-        if (!good()) return std::nullopt;
+        if (!good()) return none;
         for (; !written.empty(); written.pop_back()) {
             finishClass(graph_.classes[written.back()], ancestor);
             ancestor = written.back();
@@ -279,12 +293,12 @@ class Reader {
         return ancestor;
     }
 
-    void finishClass(Class& fresh, std::optional<std::size_t> superclass) {
-        fresh.superclass = superclass;
+    void finishClass(Class& fresh, std::size_t superclass) {
         fresh.chainLength = 1;
-        if (superclass) {
-            fresh.chainLength += graph_.classes[*superclass].chainLength;
-            fresh.kind = graph_.classes[*superclass].kind;
+        if (superclass != none) {
+            fresh.superclass = superclass;
+            fresh.chainLength += graph_.classes[superclass].chainLength;
+            fresh.kind = graph_.classes[superclass].kind;
         }
         if (fresh.chainLength > longestChain) fail("a class has too many ancestors");
         const auto* known = std::find_if(knownClasses.begin(), knownClasses.end(),
@@ -292,126 +306,130 @@ class Reader {
         if (known != knownClasses.end()) fresh.kind = known->kind;
     }
 
-    Item object(int depth) {
-        if (takes(Tag::nil)) return {};
-        if (!takes(Tag::fresh)) {
-            const auto index = referenceTo(SlotKind::object);
-            return index ? Item(ObjectIndex{*index}) : Item();
-        }
+    void addObject(int depth) {
+        if (takes(Tag::nil)) return add(std::monostate());
+        if (!takes(Tag::fresh)) return addIndex<ObjectIndex>(referenceTo(SlotKind::object));
         if (depth == deepestNesting) fail("it nests too deeply");
         const std::size_t index = graph_.objects.size();
-        graph_.objects.push_back({slots_.size(), 0, {}});
+        graph_.objects.push_back({narrow(slots_.size()), 0, {}});
         const std::size_t first = open_.size();
-        slots_.push_back({SlotKind::object, index});
-        const auto classIndex = classChain();
-        if (!classIndex) fail("an object has no class");
+        slots_.push_back({SlotKind::object, narrow(index)});
+        const std::size_t classIndex = classChain();
+        if (classIndex == none) fail("an object has no class");
         while (good() && !takes(Tag::end)) readGroup(depth + 1);
-        if (!good()) return {};
-        graph_.objects[index].classIndex = *classIndex;
+        if (!good()) return;
+        graph_.objects[index].classIndex = narrow(classIndex);
         graph_.objects[index].fields = finished(first);
-        return ObjectIndex{index};
+        add(ObjectIndex{narrow(index)});
     }
 
     const std::vector<Place>* placesOf(std::size_t string) {
         SharedString& type = strings_[string];
-        if (!type.places) {
-            std::string_view rest = type.text;
-            type.places = compiledPlaces(rest, 0, deepestType);
-            if (!type.places) {
-                fail("a type is unknown");
-                return nullptr;
-            }
+        if (type.places) return type.places.get();
+        std::string_view rest = graph_.in(type.text);
+        auto places = compiledPlaces(rest, 0, deepestType);
+        if (!places) {
+            fail("a type is unknown");
+            return nullptr;
         }
-        return &*type.places;
+        type.places = std::make_unique<const std::vector<Place>>(*std::move(places));
+        return type.places.get();
     }
 
     void readGroup(int depth) {
-        const auto type = sharedString();
-        if (!type) fail("a group has no type");
+        const std::size_t type = sharedString();
+        if (type == none) fail("a group has no type");
         if (!good()) return;
-        add(GroupStart{strings_[*type].text});
-        const std::vector<Place>* places = placesOf(*type);
-        for (std::size_t i = 0; good() && i < places->size(); ++i) add(value((*places)[i], depth));
+        add(GroupStart{strings_[type].text});
+        const std::vector<Place>* places = placesOf(type);
+        for (std::size_t i = 0; good() && i < places->size(); ++i) addValue((*places)[i], depth);
     }
 
     /// Empty arrays take no bytes and may stand in a type in any number: what they may become is bounded as
-    /// well.
-    void add(Item item) {
+    /// well. The item is made where it stays: to copy one that has just been written holds the processor up.
+    template <class T>
+    void add(const T& item) {
         if (++itemCount_ > 2 * archive_.size()) fail("it holds more values than bytes");
-        if (good()) open_.push_back(item);
+        if (good()) open_.emplace_back(item);
+    }
+    /// Nil for nothing.
+    template <class Index>
+    void addIndex(std::size_t index) {
+        if (index != none) return add(Index{narrow(index)});
+        add(std::monostate());
+    }
+    void addText(std::optional<std::string_view> text) {
+        if (text) return add(Text{pieceOf(*text)});
+        add(std::monostate());
     }
 
     /// Moves the open items from that place on to where they stay.
     ItemRange finished(std::size_t first) {
-        const ItemRange range{graph_.items.size(), open_.size() - first};
+        const ItemRange range{narrow(graph_.items.size()), narrow(open_.size() - first)};
         const auto begin = open_.begin() + static_cast<std::ptrdiff_t>(first);
         graph_.items.insert(graph_.items.end(), begin, open_.end());
         open_.erase(begin, open_.end());
         return range;
     }
 
-    Item value(const Place& place, int depth) {
+    void addValue(const Place& place, int depth) {
         switch (place.code) {
             case 'c':
-                return std::int64_t{static_cast<signed char>(byte())};
+                return add(std::int64_t{static_cast<signed char>(byte())});
             case 'C':
             case 'B':
-                return std::int64_t{byte()};
+                return add(std::int64_t{byte()});
             case 's':
-                return std::int64_t{static_cast<std::int16_t>(integer())};
+                return add(std::int64_t{static_cast<std::int16_t>(integer())});
             case 'S':
-                return std::int64_t{static_cast<std::uint16_t>(integer())};
+                return add(std::int64_t{static_cast<std::uint16_t>(integer())});
             case 'i':
-                return std::int64_t{static_cast<std::int32_t>(integer())};
+                return add(std::int64_t{static_cast<std::int32_t>(integer())});
             case 'I':
-                return std::int64_t{static_cast<std::uint32_t>(integer())};
+                return add(std::int64_t{static_cast<std::uint32_t>(integer())});
             case 'l':
             case 'q':
-                return integer();
+                return add(integer());
             case 'L':
             case 'Q': {
                 const std::int64_t number = integer();
-                if (number < 0) return static_cast<double>(static_cast<std::uint64_t>(number));
-                return number;
+                if (number < 0) return add(static_cast<double>(static_cast<std::uint64_t>(number)));
+                return add(number);
             }
             case 'f':
-                return floating(4);
+                return add(floating(4));
             case 'd':
-                return floating(8);
+                return add(floating(8));
             case '@':
-                return object(depth);
-            case '#': {
-                const auto index = classChain();
-                return index ? Item(ClassIndex{*index}) : Item();
-            }
+                return addObject(depth);
+            case '#':
+                return addIndex<ClassIndex>(classChain());
             case '*':
-                return cString();
-            case '+': {
-                const auto text = unsharedString();
-                return text ? Item(Text{*text}) : Item();
-            }
+                return addCString();
+            case '+':
+                return addText(unsharedString());
             case ':':
             case '%': {
                 const auto index = sharedString();
-                return index ? Item(Text{strings_[*index].text}) : Item();
+                return index != none ? add(Text{strings_[index].text}) : add(std::monostate());
             }
             default:
-                return aggregate(place, depth);
+                return addAggregate(place, depth);
         }
     }
 
-    Item aggregate(const Place& place, int depth) {
+    void addAggregate(const Place& place, int depth) {
         const bool isArray = place.code == '[';
         if (isArray && std::string_view("cCB").find(place.inner.front().code) != std::string_view::npos) {
-            return RawBytes{raw(place.count)};
+            return add(RawBytes{pieceOf(raw(place.count))});
         }
         const std::size_t count = isArray ? place.count : place.inner.size();
         if (isArray && count > left()) fail("a count is beyond its end");
         const std::size_t first = open_.size();
-        for (std::size_t i = 0; good() && i < count; ++i) add(value(place.inner[isArray ? 0 : i], depth));
-        if (!good()) return {};
+        for (std::size_t i = 0; good() && i < count; ++i) addValue(place.inner[isArray ? 0 : i], depth);
+        if (!good()) return;
         graph_.lists.push_back(finished(first));
-        return ListIndex{graph_.lists.size() - 1};
+        add(ListIndex{narrow(graph_.lists.size() - 1)});
     }
 
     void readHeader() {
@@ -429,7 +447,7 @@ class Reader {
     std::size_t at_ = 0;
     Result<> soFar_;
     std::size_t itemCount_ = 0;
-    std::deque<SharedString> strings_;  // entries stay where they are while nested values add more
+    std::vector<SharedString> strings_;
     std::vector<Slot> slots_;
     std::vector<Item> open_;  // of the objects and lists that are being read, outermost first
     Graph graph_;

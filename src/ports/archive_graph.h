@@ -45,19 +45,24 @@ struct Class {
     std::size_t chainLength = 0;  ///< 0 while the chain is being read
 };
 
+/// Bytes of the archive, which is never longer than this can say. Everything here is small: an archive has very many of
+/// them, and half of the time of reading it is the kernel's, which clears the memory for them.
+struct Piece {
+    std::uint32_t offset = 0, length = 0;
+};
 /// The beginning of a group of that type; the values up to the next one are the group's.
 struct GroupStart {
-    std::string_view type;
+    Piece type;
 };
 struct Text {
-    std::string_view bytes;
+    Piece bytes;
 };
 struct RawBytes {
-    std::string_view bytes;
+    Piece bytes;
 };
-enum class ObjectIndex : std::size_t {};
-enum class ClassIndex : std::size_t {};
-enum class ListIndex : std::size_t {};
+enum class ObjectIndex : std::uint32_t {};
+enum class ClassIndex : std::uint32_t {};
+enum class ListIndex : std::uint32_t {};
 
 /// `monostate` is nil; a list holds the values of an array or a structure.
 using Item = std::variant<std::monostate, std::int64_t, double, Text, RawBytes, ObjectIndex, ClassIndex,
@@ -65,16 +70,17 @@ using Item = std::variant<std::monostate, std::int64_t, double, Text, RawBytes, 
 
 /// A run of `Graph::items`.
 struct ItemRange {
-    std::size_t first = 0, count = 0;
+    std::uint32_t first = 0, count = 0;
 };
 
 struct Object {
-    std::size_t number = 0;  ///< by which references name it
-    std::size_t classIndex = 0;
+    std::uint32_t number = 0;  ///< by which references name it
+    std::uint32_t classIndex = 0;
     ItemRange fields;
 };
 
 struct Graph {
+    std::string_view archive;
     ByteOrder order = ByteOrder::little;
     std::vector<Class> classes;
     std::vector<Object> objects;
@@ -84,6 +90,9 @@ struct Graph {
 
     [[nodiscard]] std::span<const Item> in(ItemRange range) const {
         return std::span(items).subspan(range.first, range.count);
+    }
+    [[nodiscard]] std::string_view in(Piece piece) const {
+        return archive.substr(piece.offset, piece.length);
     }
     [[nodiscard]] const Object& at(ObjectIndex index) const {
         return objects[static_cast<std::size_t>(index)];

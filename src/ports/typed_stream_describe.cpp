@@ -56,7 +56,7 @@ class Describer {
         result.reserve(static_cast<std::size_t>(std::ranges::count_if(items, isStart)));
         for (std::size_t i = 0; good_ && i < items.size();) {
             const auto& start = std::get<GroupStart>(items[i]);
-            Value type = text(start.type);
+            Value type = text(graph_.in(start.type));
             Array values;
             for (++i; good_ && i < items.size() && !isStart(items[i]); ++i) {
                 values.push_back(value(items[i]));
@@ -89,9 +89,9 @@ class Describer {
         if (!spend(0)) return {};
         if (const auto* integer = std::get_if<std::int64_t>(&item)) return *integer;
         if (const auto* real = std::get_if<double>(&item)) return *real;
-        if (const auto* shown = std::get_if<Text>(&item)) return text(shown->bytes);
+        if (const auto* shown = std::get_if<Text>(&item)) return text(graph_.in(shown->bytes));
         if (const auto* raw = std::get_if<RawBytes>(&item)) {
-            return spend(raw->bytes.size()) ? Value(Data{std::string(raw->bytes)}) : Value();
+            return spend(raw->bytes.length) ? Value(Data{std::string(graph_.in(raw->bytes))}) : Value();
         }
         if (const auto* index = std::get_if<ObjectIndex>(&item)) return object(*index);
         if (const auto* index = std::get_if<ClassIndex>(&item)) {

@@ -225,9 +225,10 @@ class Converter {
         if (item != nullptr && std::holds_alternative<std::monostate>(*item)) return std::nullopt;
         const Text* text = item != nullptr ? std::get_if<Text>(item) : nullptr;
         if (text == nullptr) return misfit(object);
-        spendBytes(text->bytes.size());
-        if (!good() || !MVString::isValidUtf8(text->bytes)) return std::nullopt;
-        return std::string(text->bytes);
+        const std::string_view bytes = graph_.in(text->bytes);
+        spendBytes(bytes.size());
+        if (!good() || !MVString::isValidUtf8(bytes)) return std::nullopt;
+        return std::string(bytes);
     }
 
     std::optional<Value> text(const Object& object) {
@@ -264,6 +265,7 @@ class Converter {
         if (length) spendNodes(2 * *length);
         if (!good()) return std::nullopt;
         Dictionary result;
+        result.reserve(*length);
         bool hasTextKeys = true;
         for (std::size_t i = 0; good() && i < *length; ++i) {
             Value key = element(fields.next(), object, depth);
@@ -285,7 +287,8 @@ class Converter {
         if (const double* real = std::get_if<double>(item)) return Value(*real);
         const std::int64_t* integer = std::get_if<std::int64_t>(item);
         if (integer == nullptr) return std::nullopt;  // a point, a range or another structure
-        const bool isBoolean = type->bytes == "B" || (type->bytes == "c" && (*integer == 0 || *integer == 1));
+        const std::string_view code = graph_.in(type->bytes);
+        const bool isBoolean = code == "B" || (code == "c" && (*integer == 0 || *integer == 1));
         return isBoolean ? Value(*integer != 0) : Value(*integer);
     }
 
@@ -293,7 +296,7 @@ class Converter {
         Fields fields(fieldsOf(object));
         const std::int64_t* length = fields.next<std::int64_t>();
         const RawBytes* raw = fields.next<RawBytes>();
-        const std::string_view bytes = raw != nullptr ? raw->bytes : std::string_view();
+        const std::string_view bytes = raw != nullptr ? graph_.in(raw->bytes) : std::string_view();
         if (length == nullptr || *length != static_cast<std::int64_t>(bytes.size())) return misfit(object);
         spendBytes(bytes.size());
         if (!good()) return std::nullopt;
@@ -385,9 +388,9 @@ class Converter {
         const RawBytes* blob = fields.next<RawBytes>();
         const double* size = fields.next<double>();
         if (blob == nullptr || size == nullptr) return;
-        spendBytes(2 * blob->bytes.size());
+        spendBytes(2 * std::size_t{blob->bytes.length});
         if (!good()) return;
-        run.font = fontName(blob->bytes);
+        run.font = fontName(graph_.in(blob->bytes));
         run.fontSize = *size;
         run.bold = holdsOneOf(run.font, {"Bold", "Heavy", "Black"});
         run.italic = holdsOneOf(run.font, {"Italic", "Oblique"});
@@ -440,8 +443,9 @@ class Converter {
         if (!good() || reach == 0 || !seen.insert(&object).second) return {};
         for (const Item& item : fieldsOf(object)) {
             if (const auto* raw = std::get_if<RawBytes>(&item)) {
-                const std::string_view kind = pictures::kindOf(raw->bytes);
-                if (kind == "TIFF" || kind == "PNG" || kind == "JPEG" || kind == "ICNS") return raw->bytes;
+                const std::string_view bytes = graph_.in(raw->bytes);
+                const std::string_view kind = pictures::kindOf(bytes);
+                if (kind == "TIFF" || kind == "PNG" || kind == "JPEG" || kind == "ICNS") return bytes;
             } else if (const auto* inner = std::get_if<ObjectIndex>(&item)) {
                 const std::string_view found = pictureIn(graph_.at(*inner), reach - 1, seen);
                 if (!found.empty()) return found;

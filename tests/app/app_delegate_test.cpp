@@ -103,11 +103,6 @@ class Shell : public testing::LibraryMachine {
         EXPECT_NE(found, nullptr) << key.key;
         return found != nullptr ? *found : T{};
     }
-    void ranDaysAgo(double days, int counter) {
-        const double since1970 = static_cast<double>(time(nullptr));
-        settings::store(settings::lastRunningDay, Date{since1970 - 978307200.0 - days * 86400});
-        settings::store(settings::runningDaysCounter, counter);
-    }
     void noGamesFolder() { settings::store(settings::offeredGamesFolder, 1); }
 
     RecordingView view;
@@ -168,60 +163,6 @@ TEST_F(Shell, StartsInItsOrderOnAFreshHome) {
     EXPECT_TRUE(fs::exists(games + "/.localized/de.strings"));
     EXPECT_EQ(setting<Date>(settings::lastRunningDay), day);
     EXPECT_EQ(setting<std::int64_t>(settings::runningDaysCounter), 1);
-}
-
-TEST_F(Shell, OffersTheGamesFolderOnceAndSendsACrashReport) {
-    put(home + "/Library/Logs/DiagnosticReports/Morvane_1.crash", "Version: 1.2\n");
-    ui.expect("Do you want to create a games folder").answer("No");
-    ui.expect("Crash Log").answer("Cancel");
-    start();
-    EXPECT_TRUE(MVString::contains(MVString::joined(site.requests(), "\n"), "subject=Crash%20Log%201.2"));
-    EXPECT_FALSE(fs::exists(games));
-    start();
-    // One that is there is completed without a question, also by a broken 7-Zip.
-    settings::store(settings::offeredGamesFolder, std::nullopt);
-    fs::create_directories(games);
-    start();
-    EXPECT_TRUE(fs::exists(games + "/.localized/en.strings"));
-    EXPECT_FALSE(fs::exists(games + "/.icon.png"));
-    EXPECT_EQ(setting<std::int64_t>(settings::offeredGamesFolder), 1);
-}
-
-TEST_F(Shell, CountsTheDaysAndAsksOnTheFifth) {
-    noGamesFolder();
-    struct Row {
-        const char* name;
-        double daysAgo;
-        int counter, counted;
-        std::string answer;
-        bool reachable = true;
-    };
-    const Row rows[] = {{"the fourth day", 1, 3, 4, ""},
-                        {"the fifth", 1, 4, 5, "Send"},
-                        {"the fifth, with nothing to say", 400, 4, 5, "Cancel"},
-                        {"the sixth", 1, 5, 6, ""},
-                        {"again on the fourth", 0, 4, 4, ""},
-                        {"without the catalogue", 1, 4, 4, "", false}};
-    for (const Row& row : rows) {
-        ranDaysAgo(row.daysAgo, row.counter);
-        reachable = [&row](const std::string&) { return row.reachable; };
-        if (!row.answer.empty()) {
-            auto& question = ui.expect("Morvane Feedback").defaultIs("Send");
-            question.type("more & more").answer(row.answer);
-        }
-        const std::size_t before = site.requests().size();
-        start();
-        EXPECT_EQ(setting<std::int64_t>(settings::runningDaysCounter), row.counted) << row.name;
-        const auto requests = site.requests();
-        const auto posts =
-            std::count_if(requests.begin() + static_cast<std::ptrdiff_t>(before), requests.end(),
-                          [](const auto& request) { return request.starts_with("POST"); });
-        EXPECT_EQ(posts, row.answer == "Send" ? 1 : 0) << row.name;
-    }
-    Lines posts = site.requests();
-    std::erase_if(posts, [](const auto& request) { return !request.starts_with("POST"); });
-    EXPECT_EQ(posts, (Lines{"POST /en/send_form_email.php\nname=Anonymous%20User&email=no-reply@127.0.0.1&"
-                            "comment=more%20%26%20more&subject=User%20Feedback"}));
 }
 
 TEST_F(Shell, LooksForAnUpdateOnceADay) {
@@ -295,21 +236,6 @@ TEST_F(Shell, WaitsForNoServer) {
     app->applicationWillTerminate();
     app.reset();
     EXPECT_FALSE(view.openLink || view.clickNotification);
-}
-
-TEST_F(Shell, SaysWhyThereIsNoNewsPage) {
-    noGamesFolder();
-    for (const auto& [publicHost, text] :
-         {std::pair{true, "Couldn't load 127.0.0.1 website."}, std::pair{false, "No internet connection"}}) {
-        reachable = [reached = publicHost](const std::string& name) {
-            return reached && name != "127.0.0.1";
-        };
-        view.tabs.clear();
-        start();
-        EXPECT_TRUE(MVString::contains(view.page, text)) << view.page;
-        EXPECT_EQ(view.tabs, std::vector<int>{2});
-    }
-    EXPECT_EQ(site.requests(), Lines{});
 }
 
 TEST_F(Shell, PutsTheKeyboardBackAtItsEnd) {

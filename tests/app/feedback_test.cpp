@@ -104,32 +104,6 @@ TEST_F(Feedback, TheEndOfABuildLogGoesAlong) {
               "&lt;script&gt; &amp; \xEF\xBF\xBD[31m<br>the last<br>");
 }
 
-TEST_F(Feedback, AWindowSendsInTheBackground) {
-    tab.form = {.name = "Ann", .mail = "a@b", .subject = "Help", .description = "It does not work at all"};
-    std::vector<bool> ended;
-    ui.expect("Message sent with success!");
-    tab.send([&](bool taken) { ended.push_back(taken); });
-    EXPECT_TRUE(tab.isSending());
-    // What is typed meanwhile is of the next message; and a second click sends nothing.
-    tab.form.subject = "Another";
-    tab.send([&](bool taken) { ended.push_back(taken); });
-    machine->mainQueue.runUntil([&] { return !ended.empty(); });
-    EXPECT_EQ(ended, std::vector<bool>{true});
-    EXPECT_EQ(posted("subject"), "Help");
-    EXPECT_FALSE(tab.isSending());
-
-    std::vector<std::string> labels;
-    auto gone = std::make_unique<NSHelpTab>();
-    gone->describe([](const auto&) { FAIL() << "nobody is there any more"; });
-    gone.reset();
-    tab.describe([&](const auto& lines) {
-        for (const NSHelpTab::Line& line : lines) labels.push_back(line.label);
-    });
-    machine->mainQueue.runUntil([&] { return !labels.empty(); });
-    EXPECT_EQ(labels.front(), "Morvane Version: ");
-    onWorker([&] { machine->workQueues.joinAll(); });
-}
-
 TEST_F(Feedback, AnswersOfTheMailPage) {
     struct Row {
         testing::SiteAnswer answer;
@@ -145,33 +119,6 @@ TEST_F(Feedback, AnswersOfTheMailPage) {
         site.answer(page, row.answer);
         ui.expectError(row.message);
         EXPECT_FALSE(mail_form::sendMailWithPostString("name=x")) << row.message;
-    }
-}
-
-TEST_F(Feedback, AMachineThatIsNoMacSaysWhatItIs) {
-    struct Row {
-        const char *vendor, *product, *version, *release;
-        std::string model, system;  ///< empty: no line
-    };
-    const Row rows[] = {
-        {"LENOVO\n", "20XW\n", "ThinkPad X1\n", "ID=debian\nPRETTY_NAME=\"Debian \\\"12\\\"\"\n",
-         "LENOVO 20XW ThinkPad X1", "Debian \"12\""},
-        {"Acme", "Acme Book", "1", "NAME=Arch\n", "Acme Book 1", "Arch"},
-        {"\xff", "None", "", "\xff", "", ""}};
-    const std::string firmware = machine->folders.systemRoot + "/sys/class/dmi/id/";
-    for (const Row& row : rows) {
-        put(firmware + "sys_vendor", row.vendor);
-        put(firmware + "product_name", row.product);
-        put(firmware + "product_version", row.version);
-        put(machine->folders.systemRoot + "/etc/os-release", row.release);
-        std::string model, system;
-        for (const NSHelpTab::Line& line : NSHelpTab().computerSpecifications()) {
-            if (line.label == "Mac Model: ") model = line.value;
-            if (line.label == "macOS Version: ") system = line.value;
-            EXPECT_FALSE(line.value.empty()) << line.label;
-        }
-        EXPECT_EQ(model, row.model);
-        EXPECT_EQ(system, row.system);
     }
 }
 
@@ -210,21 +157,6 @@ TEST_F(Feedback, TheLastCrashReportIsSentOnce) {
     look();
     EXPECT_EQ(posted("comment"), "\nMorvane Version: " + applicationVersion() + "\n\n");
     EXPECT_EQ(settings::stored(settings::lastFoundCrashLog), Value("Morvane_2017-04-01.crash"));
-}
-
-TEST_F(Feedback, TheCrashedVersionIsTheReportsOrOurOwn) {
-    struct Row {
-        const char* report;
-        std::string version;
-    };
-    const Row rows[] = {{"Version: v3.0.12 (312) beta\n", "3.0.12 (312) "},
-                        {"Version: 0\n", applicationVersion()},
-                        {"Version: 0 0", applicationVersion()},
-                        {"Version: abc\n", applicationVersion()},
-                        {"", applicationVersion()},
-                        {"Version: 1.0", "1.0"}};
-    for (const Row& row : rows)
-        EXPECT_EQ(crash_reports::crashedVersion(row.report), row.version) << row.report;
 }
 
 TEST_F(Feedback, TheModelIsWrittenDownOrAskedFor) {

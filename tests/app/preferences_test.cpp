@@ -23,31 +23,6 @@ class Preferences : public testing::TestMachine {
         .webViewZoomChanged = [this] { told.push_back("zoom"); }};
 };
 
-TEST_F(Preferences, MissingDefaultsAreWrittenAndStoredValuesShown) {
-    settings::store(settings::webViewIncreaseTextSize, Value(" 3 steps"));
-    settings::store(settings::hideDockInGridView, Value("YES"));
-    const NSPreferencesView view(callbacks);
-    EXPECT_EQ(settings::stored(settings::descriptionFontSize), Value(12));
-    EXPECT_EQ(settings::stored(settings::developerMode), Value(0));
-    EXPECT_EQ(settings::stored(settings::useOldLibrary), Value(false));
-    EXPECT_EQ(settings::stored(settings::automaticUpdates), Value(1));
-    EXPECT_EQ(settings::stored(settings::automaticallySendCrashLogs), Value(1));
-    EXPECT_EQ(settings::stored(settings::webViewIncreaseTextSize), Value(" 3 steps"));
-    EXPECT_TRUE(view.shown().checksForUpdates && view.shown().sendsCrashReports && view.shown().hidesDock);
-    EXPECT_FALSE(view.shown().developerMode);
-    EXPECT_EQ(view.shown().descriptionFontSize.field, "12");
-    EXPECT_EQ(view.shown().webViewZoom.value, 3);
-    EXPECT_FALSE(view.shown().themeImages[0]);
-
-    struct Zoom : WebTextSize {
-        int steps = -1;
-        void makeTextStandardSize() override { steps = 0; }
-        void makeTextLarger() override { ++steps; }
-    } zoom;
-    reloadWebViewTextZoom(zoom);
-    EXPECT_EQ(zoom.steps, 3);
-}
-
 TEST_F(Preferences, AThemeIsAppliedAndReset) {
     NSPreferencesView view(callbacks);
     EXPECT_FALSE(view.putThemeImage(ThemeImage::window, {"no picture"}));

@@ -231,17 +231,6 @@ TEST_F(Properties, ABatchFileThatCannotBeWrittenLeavesTheProgram) {
     EXPECT_EQ(setting("Program Name and Path"), Value("/Games/Game.exe"));
 }
 
-TEST_F(Properties, APickedProgramBecomesTheRunCommand) {
-    const std::string program = wrapper + layout::driveC + "/Other/Go.exe";
-    put(program, "MZ");
-    open(wrapper);
-    ui.expectChoice("Select the new main EXE", {program});
-    window.searchNewRunPath();
-    EXPECT_EQ(window.shown().run.text.find("\"C:"), 0U) << window.shown().run.text;
-    EXPECT_TRUE(window.saveDataToWrapper());
-    EXPECT_EQ(setting("Program Name and Path"), Value("/Other/Go.exe"));
-}
-
 TEST_F(Properties, RegistryOptionsAreWrittenWhenTheyChange) {
     addKey(x11, "\"Decorated\"=\"Y\"\n\"ShowSystray\"=\"N\"", "user");
     addKey(drivers, "\"Graphics\"=\"mac\"", "user");
@@ -397,48 +386,6 @@ TEST_F(Properties, NamesThatCannotBeAreRefused) {
     ui.expectError("\"../x\" can't be used as the name");
     EXPECT_FALSE(window.saveDataToWrapper());
     EXPECT_FALSE(window.setDataFromWrapperAtPath(home + "/Applications/None.app"));
-}
-
-TEST_F(Properties, ABoxerBundleHasNameIconAndDescriptionOnly) {
-    const std::string bundle = home + "/Applications/Old.boxer", now = home + "/Applications/New.boxer";
-    put(bundle + "/Game Info.plist", property_lists::xml(Dictionary{{"CFBundleName", "no"}, {"kept", 1}}));
-    open(bundle);
-    EXPECT_EQ(window.shown().name.text, "Old");
-    EXPECT_FALSE(window.shown().wineSystemTray.on);
-    EXPECT_FALSE(window.switchWineSystemTray(true) || window.switchFunctionKeys(true) ||
-                 window.typeRunCommand("C:/a.exe") || window.chooseWindowType(Type::fakeWindowed) ||
-                 window.typeVersion("2"));
-    const std::string info = get(bundle + "/Game Info.plist");
-    window.typeName("New");
-    window.editDescription(text("dos"));
-    const ImageData picture{pictures::encodePng({1, 1, {255, 0, 0, 255}})};
-    EXPECT_FALSE(window.changeIcon(ImageData{"no picture"}));
-    EXPECT_TRUE(window.changeIcon(picture));
-    EXPECT_TRUE(window.saveDataToWrapper());
-    EXPECT_EQ(get(now + "/Game Info.plist"), info);
-    ASSERT_TRUE(window.shown().icon);
-    EXPECT_EQ(pictures::kindOf(window.shown().icon->bytes), "PNG");
-    EXPECT_EQ(window.shown().description.text, "dos");
-}
-
-TEST_F(Properties, ANewPictureBecomesTheIconFile) {
-    open(wrapper);
-    EXPECT_FALSE(window.shown().icon);
-    ASSERT_TRUE(window.changeIcon(ImageData{pictures::encodePng({1, 1, {255, 0, 0, 255}})}));
-    EXPECT_TRUE(window.saveDataToWrapper());
-    EXPECT_EQ(pictures::kindOf(get(wrapper + "/Contents/Resources/Caskery.icns")), "ICNS");
-    EXPECT_TRUE(window.shown().icon);
-    window.changeIcon(std::nullopt);
-    EXPECT_TRUE(window.saveDataToWrapper());
-    EXPECT_TRUE(window.shown().icon);
-}
-
-TEST_F(Properties, AnIconThatCannotBeSavedIsAFailure) {
-    open(wrapper);
-    ASSERT_TRUE(window.changeIcon(ImageData{pictures::encodePng({1, 1, {255, 0, 0, 255}})}));
-    set({{"CFBundleIconFile", ""}});
-    ui.expectError("The icon of " + wrapper + " couldn't be saved.");
-    EXPECT_FALSE(window.saveDataToWrapper());
 }
 
 TEST_F(Properties, ARunningWrapperIsStoppedBeforeItsRegistryIsWritten) {

@@ -51,23 +51,6 @@ TEST_F(ExtractFile, GivesTheEntriesThatWereNotThere) {
     EXPECT_EQ(get(store + "/data/level1"), "contents of data/level1");
 }
 
-TEST_F(ExtractFile, KnowsKindsByTheExtensionAloneAndTakesNoNameForMoreThanAName) {
-    pack("UPPER.7Z", {"seven"});
-    pack("packed.xz", {"single"});
-    pack("-o..outside.zip", {"evil"});
-    pack("@list.zip", {"listed"});
-    pack("*.zip", {"star"});
-    put(store + "/damaged.zip", "not a zip");
-    const std::pair<const char*, Names> rows[] = {
-        {"*.zip", {"star"}},           {"UPPER.7Z", {"seven"}},
-        {"packed.xz", {"packed"}},     {"game.tar.gz", {"game.tar.gz"}},
-        {"setup.exe", {"setup.exe"}},  {"damaged.zip", {}},
-        {"-o..outside.zip", {"evil"}}, {"@list.zip", {"listed"}},
-    };
-    for (const auto& [name, expected] : rows) EXPECT_EQ(extracted(name), expected) << name;
-    EXPECT_EQ(files::kindOf(folder.path + "/outside"), files::Kind::none);
-}
-
 TEST_F(ExtractFile, NothingLandsOutsideTheFolder) {
     const std::string outside = folder.path + "/outside";
     put(outside + "/victim", "unharmed");

@@ -61,20 +61,5 @@ TEST_F(BuildLogs, AFailureIsNamedInOneLine) {
     EXPECT_NE(get(path).find(" ended: failed, "), std::string::npos);
 }
 
-TEST_F(BuildLogs, TheLastTwentyAreKept) {
-    const std::string logs = files::parent(machine->log.path());
-    for (int number = 10; number < 35; ++number) {
-        put(logs + "/build-2001-01-01T0000" + std::to_string(number) + "Z-1.log", "old");
-    }
-    put(logs + "/build-notes.txt", "mine");
-    putEngine();
-    EXPECT_EQ(build(0), "");
-    const Names names = namesIn(logs);
-    EXPECT_EQ(std::ranges::count_if(names, [](const auto& name) { return name.ends_with("Z-1.log"); }), 19);
-    EXPECT_TRUE(exists(logs + "/build-2001-01-01T000034Z-1.log"));
-    EXPECT_TRUE(exists(logs + "/build-notes.txt"));
-    EXPECT_NE(newest().find("build of " + wrapper), std::string::npos);
-}
-
 }  // namespace
 }  // namespace morvane

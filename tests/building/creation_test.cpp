@@ -66,36 +66,6 @@ TEST_F(Creation, LeavesAFinishedWrapperAlone) {
     EXPECT_EQ(get(wrapper + save), "saved");
 }
 
-TEST_F(Creation, StaysInItsPlaceAsAnOldWrapperAndWithoutATemporaryFolder) {
-    prepare();
-    testing::makeFakeWrapperAt(wrapper, "CK9Wine2.0", {.onPrefixCreate = tellsWhere});
-    put(wrapper + save, "saved");
-    expectCreated(true, wrapper);
-    EXPECT_EQ(get(wrapper + where), wrapper + "\n");
-    EXPECT_EQ(get(wrapper + save), "saved");
-    EXPECT_EQ(getCaskeryWrapperEngineFromPath(Wrapper(wrapper)), "CK9Wine3.0");
-
-    // Nothing of ours: what somebody else has put there is not entered.
-    fs::remove(temporary);
-    fs::create_directory_symlink(home, temporary);
-    fs::remove_all(wrapper);
-    expectCreated(true, wrapper);
-    EXPECT_EQ(get(wrapper + where), wrapper + "\n");
-}
-
-TEST_F(Creation, AsksForTheMasterWrapperWhenThereIsNoPrefix) {
-    prepare({.onPrefixCreate = ":", .makesPrefix = false});
-    for (const char* answer : {"No", "Yes"}) {
-        ui.expect("The Wine Prefix Creation failed!").titleIs("Error").defaultIs("Yes").answer(answer);
-        const bool removed = answer == std::string("Yes");
-        if (removed) ui.expect("Master Wrapper removed!").titleIs("Warning");
-        expectCreated(false, wrapper);
-        EXPECT_EQ(exists(newMaster), !removed);
-        EXPECT_TRUE(exists(wrapper + "/Contents"));
-        EXPECT_EQ(namesIn(temporary), Names{});
-    }
-}
-
 TEST_F(Creation, KeepsAWrapperThatCannotGoBackOnlyWhenTheUserWantsIt) {
     for (const bool keeps : {false, true}) {
         // Something new lies in the wrapper's place when its prefix is ready.
@@ -220,13 +190,6 @@ TEST_F(FinishedPrefixes, AreKnownByAllThatTheyAreMadeOf) {
     ::unsetenv("LC_TIME");
     fs::remove_all(engine);
     EXPECT_EQ(mark(), "none");
-}
-
-TEST_F(FinishedPrefixes, WithoutRoomTheBuildGoesOn) {
-    prepare(master);
-    put(prefixes, "a file in the way");
-    EXPECT_FALSE(isCopied("First"));
-    EXPECT_FALSE(isCopied("Second"));
 }
 
 TEST_F(FinishedPrefixes, FewAreKept) {

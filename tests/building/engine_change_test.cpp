@@ -92,25 +92,5 @@ TEST_F(EngineChange, ACancellationPutsTheOldEngineBack) {
     expectEngine("CK9Wine2.0");
 }
 
-TEST_F(EngineChange, FactsAreKeptUntilTheArchiveChanges) {
-    const auto first = building::factsOf("CK9Wine3.0");
-    ASSERT_TRUE(first);
-    EXPECT_GT(first->bytes, 0U);
-    EXPECT_EQ(building::factsOf("CK9Wine4.0"), std::nullopt);
-    put(engines + "/CK9Wine3.0.tar.7z", "no archive any more");
-    EXPECT_EQ(building::factsOf("CK9Wine3.0"), std::nullopt);
-    EXPECT_TRUE(building::removeFromStore("CK9Wine3.0"));
-    EXPECT_FALSE(exists(engines + "/CK9Wine3.0.tar.7z"));
-}
-
-TEST_F(EngineChange, TwoFoldersExchangeTheirPlaces) {
-    put(home + "/one/file", "1");
-    put(home + "/other/file", "2");
-    ASSERT_TRUE(files::exchange(home + "/one", home + "/other"));
-    EXPECT_EQ(get(home + "/one/file") + get(home + "/other/file"), "21");
-    EXPECT_FALSE(files::exchange(home + "/one", home + "/none"));
-    EXPECT_EQ(get(home + "/one/file"), "2");
-}
-
 }  // namespace
 }  // namespace morvane

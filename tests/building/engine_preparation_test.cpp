@@ -48,99 +48,6 @@ class EnginePreparation : public testing::BuildingMachine {
     const std::string archive = testing::packedEngine("CK9Wine3.0");
 };
 
-TEST_F(EnginePreparation, TakesAnArchiveFromTheStoreWithoutTheNetwork) {
-    offline();
-    for (const char* ending : {"tar.7z", "zip", "xz", "tar", "tar.gz", "tar.bz2", "tgz", "tar.xz"}) {
-        fs::remove_all(engines);
-        put(engines + "/CK9Wine3.0." + ending, archive);
-        expectPrepared(true);
-    }
-    // Another engine's archive, and a file of no archive kind.
-    fs::remove_all(engines);
-    put(engines + "/CK9Wine3.0.1.tar.7z", "x");
-    put(engines + "/CK9Wine3.0.txt", archive);
-    ui.expect(offlineQuestion).titleIs("Warning").defaultIs("Yes").answer("No");
-    ui.expectError(unavailable);
-    expectPrepared(false);
-}
-
-TEST_F(EnginePreparation, DownloadsTheOfficialArchive) {
-    testing::publishEngines(site, {"CK9Wine3.0", "CK9Wine2.0"});
-    expectPrepared(true);
-    EXPECT_EQ(namesIn(engines), official);
-    EXPECT_EQ(ui.statusLines().back(), "Downloading engine CK9Wine3.0...");
-    // An older name of an engine that is there in the newest generation only.
-    expectPrepared(true, "CK8Wine2.0");
-    EXPECT_EQ(namesIn(engines), (Names{"CK9Wine2.0.tar.7z", "CK9Wine3.0.tar.7z"}));
-    EXPECT_EQ(building::engineForWrapper("CK8Wine2.0", Wrapper(wrapper)), "CK9Wine2.0");
-    EXPECT_EQ(building::engineForWrapper("CK9Wine3.0", Wrapper(wrapper)), "CK9Wine3.0");
-    // It is in the store now, and needs no network any more.
-    offline();
-    expectPrepared(true, "CK8Wine2.0");
-    testing::makeFakeWrapperAt(wrapper, "CK8Wine2.0");
-    EXPECT_EQ(building::engineForWrapper("CK8Wine2.0", Wrapper(wrapper)), "CK8Wine2.0")
-        << "an engine that is in use";
-}
-
-TEST_F(EnginePreparation, StoresADownloadFromALinkUnderItsExtension) {
-    const std::pair<std::string, Names> rows[] = {
-        {"files/Engine.zip", {"CK9Wine3.0.zip"}},
-        {"files/Engine", {"CK9Wine3.0.7z"}},
-        {"download?id=5&file=CK9Wine8.0.tar.7Z#top", {"CK9Wine3.0.7Z"}},
-        {"files/Engine.7z?from=a.b/c.d#e.f", {"CK9Wine3.0.7z"}},
-    };
-    for (const auto& [link, stored] : rows) {
-        fs::remove_all(engines);
-        site.answer("/" + link.substr(0, link.find('?')), {.body = archive});
-        expectPrepared(true, "CK9Wine3.0", site.baseAddress() + link);
-        EXPECT_EQ(namesIn(engines), stored);
-    }
-    // A link without text is no reason to ask, and none to download.
-    fs::remove_all(engines);
-    expectPrepared(true, "CK9Wine3.0", "");
-    EXPECT_EQ(namesIn(engines), Names{});
-    // A download that is called off.
-    ui.expectError("The website seems to be offline.");
-    ui.expectError(unavailable);
-    expectPrepared(false, "CK9Wine3.0", "http://offline.invalid/Engine.zip");
-    ui.expect("The informed file isn't available.").answer("No");
-    ui.expectError(unavailable);
-    expectPrepared(false, "CK9Wine3.0", site.baseAddress() + "missing.zip");
-}
-
-TEST_F(EnginePreparation, AsksForALinkUntilItIsOne) {
-    site.answer("/Engine.zip", {.body = archive});
-    for (const std::string& typed :
-         {std::string("my disk"), std::string(), site.baseAddress() + "Engine.zip"}) {
-        ui.expect(linkQuestion).titleIs("Warning").defaultIs("Yes").answer("Yes");
-        auto& input = ui.expectInput("Paste here the engine download link");
-        typed.empty() ? input.answer("Cancel") : input.type(typed);
-    }
-    expectPrepared(true);
-    EXPECT_EQ(get(engines + "/CK9Wine3.0.zip"), archive);
-}
-
-TEST_F(EnginePreparation, AsksForAFile) {
-    put(home + "/Downloads/wine-3.0.tar.xz", archive);
-    expectFileQuestions({home + "/Downloads/wine-3.0.tar.xz"});
-    expectPrepared(true);
-    EXPECT_EQ(get(engines + "/CK9Wine3.0.xz"), archive);
-    // The chooser is left: preparation goes on all the same, and the extraction finds nothing.
-    fs::remove_all(engines);
-    expectFileQuestions({});
-    expectPrepared(true);
-    offline();
-    ui.expect(offlineQuestion).answer("Yes");
-    ui.expectChoice("Select the engine CK9Wine3.0", {});
-    expectPrepared(true);
-    // Neither link nor file.
-    reachable = [](const std::string&) { return true; };
-    ui.expect(linkQuestion).answer("No");
-    ui.expect(fileQuestion).answer("No");
-    ui.expectError(unavailable);
-    expectPrepared(false);
-}
-
 TEST_F(EnginePreparation, KeepsNoHalfOfAFileInTheStore) {
     put(packing.path + "/large", std::string(1 << 20, 'x'));
     pack("7za a -tzip -mx0 large.zip large");
@@ -240,27 +147,6 @@ TEST_F(EnginePreparation, InstallsFromEveryKindOfArchive) {
     }
 }
 
-TEST_F(EnginePreparation, ReplacesTheEngineOfAWrapper) {
-    testing::makeFakeWrapperAt(wrapper, "CK9Wine2.0");
-    put(bundle + "/bin/old", "x");
-    putEngine();
-    // Left in the store by a tool that unpacks there.
-    put(engines + "/CK9Wine3.0.tar", "left");
-    put(engines + "/ckwine.bundle/version", "CK9Wine1.0\n");
-    expectExtracted(ExtractedEngine::installed, "CK9Wine3.0", official);
-    EXPECT_FALSE(exists(bundle + "/bin/old"));
-    EXPECT_EQ(namesIn(frameworks), (Names{"bin", "ckwine.bundle"}));
-
-    put(bundle + "/bin/mine", "x");
-    expectExtracted(ExtractedEngine::alreadyThere, "CK9Wine3.0", official);
-    EXPECT_TRUE(exists(bundle + "/bin/mine"));
-    // Where a killed replacement has stopped.
-    fs::rename(bundle, bundle + ".old");
-    put(bundle + ".new/version", "CK9Wine3.0\n");
-    expectExtracted(ExtractedEngine::installed, "CK9Wine3.0", official);
-    EXPECT_EQ(namesIn(frameworks), (Names{"bin", "ckwine.bundle"}));
-}
-
 /// Each row: what is in the store under the official name. The old engine stays in the wrapper.
 TEST_F(EnginePreparation, KeepsTheOldEngineWhenTheArchiveIsBad) {
     const std::string whole = testing::packedEngine("CK9Wine3.0");
@@ -282,32 +168,6 @@ TEST_F(EnginePreparation, KeepsTheOldEngineWhenTheArchiveIsBad) {
         expectExtracted(ExtractedEngine::failure, "CK9Wine2.0", official);
         EXPECT_EQ(ui.opened, body == link ? Names{} : Names{engines});
     }
-}
-
-TEST_F(EnginePreparation, ReportsAStoreThatHoldsNothingUsable) {
-    testing::makeFakeWrapperAt(wrapper, "CK9Wine2.0");
-    // Another engine's archive begins with the same name; it must not be taken.
-    putEngine("CK9Wine3.0.1");
-    put(engines + "/CK9Wine3.0.exe", "MZ");
-    ui.expectError(corrupted);
-    expectExtracted(ExtractedEngine::failure, "CK9Wine2.0", {"CK9Wine3.0.1.tar.7z", "CK9Wine3.0.exe"});
-    // An archive that unpacks to nothing of use; the one that the user brought beside it is taken.
-    testing::makeFakeEngine(packing.path, "CK9Wine3.0");
-    pack("tar -czf engine.tgz ckwine.bundle");
-    put(engines + "/CK9Wine3.0.cab", "no cabinet");
-    put(engines + "/CK9Wine3.0.tgz", get(packing.path + "/engine.tgz"));
-    expectExtracted(ExtractedEngine::installed, "CK9Wine3.0",
-                    {"CK9Wine3.0.1.tar.7z", "CK9Wine3.0.cab", "CK9Wine3.0.exe", "CK9Wine3.0.tgz"});
-}
-
-TEST_F(EnginePreparation, AnArchiveOfOddThingsEndsAsAnyOther) {
-    pack(
-        "mkfifo a.zip && mkdir b.zip && ln -s /dev/zero c.zip && ln -s a.zip d.tgz && "
-        "tar -cf out.tar a.zip b.zip c.zip d.tgz");
-    put(engines + "/CK9Wine3.0.tar", get(packing.path + "/out.tar"));
-    fs::create_directories(frameworks);
-    ui.expectError(corrupted);
-    expectExtracted(ExtractedEngine::failure, std::nullopt, {"CK9Wine3.0.tar"});
 }
 
 /// Each row: an outer archive with a link, and in it an archive that writes through the link.

@@ -117,31 +117,6 @@ TEST_F(Entry, ChecksThePortBeforeAnythingIsMade) {
     EXPECT_EQ(namesIn(masters), Names{});
 }
 
-TEST_F(Entry, ListsWhatAPortRequires) {
-    const auto& listFor = requirementsListForPortData;
-    put(engines + "/CK9Wine3.0.zip", "x");
-    NSPortData port;
-    port.engine = "CK9Wine3.0";
-    EXPECT_EQ(listFor(port), "");
-    port.source = "CD";
-    port.originalInstallerNeeded = true;
-    port.originalInstallerName = "autorun.inf";
-    EXPECT_EQ(listFor(port), "- The original application installer for Windows (INF setup file from CD)");
-    port.source = "GOG";
-    port.originalInstallerName = "setup.exe";
-    port.engine = "CK9Wine4.0";
-    port.extraFilesBeforeInstaller = {{.origin = "patch.exe", .destiny = {}, .autorun = true},
-                                      {.origin = "http://host/a.zip", .destiny = {}},
-                                      {.origin = {}, .destiny = {}}};
-    port.extraFilesAfterInstaller = {{.origin = "ftp://host/b.zip", .destiny = {}},
-                                     {.origin = "mod.zip", .destiny = {}}};
-    EXPECT_EQ(listFor(port),
-              "- The patch.exe file\n- The mod.zip file\n"
-              "- The original application installer for Windows (EXE setup file from GOG) (GOG games might "
-              "also have BIN files, which are required as well)\n"
-              "- Internet connection to download the port engine (CK9Wine4.0)");
-}
-
 TEST_F(Entry, RefusesPlacesBeforeAnythingIsDownloaded) {
     testing::publishMasterWrapper(site);
     put(engines + "/CK9Wine3.0.tar.7z", "x");
@@ -241,14 +216,6 @@ TEST_F(Entry, WhatStepsAsideDoesNotReplaceWhatDidBefore) {
         EXPECT_EQ(creation.installCKI(file, wrapper, Trust::no, Replacing::yes), -1);
     });
     EXPECT_EQ(get(wrapper + save) + get(wrapper + ".morvane-replaced/save.dat"), "savedolder");
-}
-
-TEST_F(Entry, SaysThatTheSupportFolderCannotBeWrittenTo) {
-    const std::string support = home + "/Library/Application Support/Caskery";
-    fs::remove_all(support);
-    put(support, "a file");
-    ui.expectError("Nothing can be written to the folder \"" + support + "\".");
-    expectInstalled(-1, game());
 }
 
 TEST_F(Entry, AFailedBuildFreesTheWayAndLeavesWhatItMade) {
@@ -366,46 +333,6 @@ TEST_F(Entry, TheCancelButtonAsksFirst) {
     expectInstalled(-1, file);
     machine->mainQueue.cancelTimer(timer);
     EXPECT_EQ(presses, 2);
-}
-
-TEST_F(Entry, AsksBeforeItInstallsAFileOfTheUser) {
-    publish();
-    fs::create_directories(home + "/Games");
-    const std::string file = game();
-    std::atomic<int> calls = 0;
-    std::unique_ptr<WrapperCreation> creation;
-    onWorker([&] { creation = std::make_unique<WrapperCreation>(progress); });
-    const auto begin = [&](const char* agreement, const char* risk, const char* place) {
-        ui.expect("Read the license agreement before installing:")
-            .titleIs("License Agreement")
-            .defaultIs("I Agree")
-            .answer(agreement);
-        if (*risk != '\0') ui.expect(foreign).titleIs("Warning").defaultIs("Cancel").answer(risk);
-        if (place != nullptr) ui.expectSave("Create Port at...", place);
-        creation->createPortFromCKIFile(file, [&](bool failed, const std::string& path) {
-            EXPECT_FALSE(failed);
-            EXPECT_EQ(path, wrapper);
-            ++calls;
-            machine->mainQueue.wake();
-        });
-    };
-    begin("I Disagree", "", nullptr);
-    begin("I Agree", "Cancel", nullptr);
-    const auto* signer = std::get_if<LongText>(&ui.dialogs.back().accessory);
-    EXPECT_TRUE(signer != nullptr && signer->text == "Nobody has signed it.");
-    begin("I Agree", "Install it anyway", "");
-    machine->workQueues.joinAll();
-    EXPECT_EQ(calls, 0);
-    EXPECT_EQ(std::get<LongText>(ui.dialogs.front().accessory).text, "Be fair.\n");
-    EXPECT_EQ(ui.savePanels.back().startFolder, home + "/Applications");
-
-    settings::store(settings::mainFolder, Array{home + "/Games/", "/Applications/"});
-    begin("I Agree", "Install it anyway", wrapper.c_str());
-    machine->mainQueue.runUntil([&] { return calls > 0; });
-    machine->workQueues.joinAll();
-    EXPECT_EQ(ui.savePanels.back().startFolder, home + "/Games/");
-    EXPECT_EQ(ui.savePanels.back().proposedName, "Game");
-    EXPECT_EQ(ui.savePanels.back().types, Names{"app"});
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include <sys/resource.h>
 
-#include <filesystem>
-
 #include <thread>
 
 #include "building/configured_wrapper.h"
@@ -68,41 +66,6 @@ TEST_F(Installation, FindsTheInstallerWhereItsSourceSays) {
     }
 }
 
-TEST_F(Installation, FallsBackToTheDiscsAutorunFile) {
-    put(volumes + "/A/autorun.inf", "[autorun]\r\nopen=missing.exe\r\n");
-    put(volumes + "/B/autorun.inf", "[autorun]\r\nopen=lower.exe\r\n");
-    put(volumes + "/B/AUTORUN.INF", "[autorun]\r\nOPEN=Upper.exe\r\n");
-    put(volumes + "/B/lower.exe", "MZ");
-    put(volumes + "/B/upper.exe", "MZ");
-    EXPECT_EQ(install("setup.exe", "CD"), volumes + "/B/upper.exe");
-    // Only discs have such files.
-    put(home + "/Downloads/autorun.inf", "open=lower.exe\r\n");
-    put(home + "/Downloads/lower.exe", "MZ");
-    expectChooser({chosen + "setup.exe"});
-    EXPECT_EQ(install("setup.exe", "GOG"), chosen + "setup.exe");
-    // The user's folders may be missing.
-    for (const std::string& gone : {home + "/Downloads", desktop, volumes}) std::filesystem::remove_all(gone);
-    for (const char* source : {"CD", "GOG"}) {
-        expectChooser({chosen + "setup.exe"});
-        EXPECT_EQ(install("setup.exe", source), chosen + "setup.exe");
-    }
-}
-
-TEST_F(Installation, AsksUntilAFileIsChosenOrTheUserGivesUp) {
-    put(home + "/Downloads/a.exe", "MZ");
-    expectChooser({});
-    ui.expect(withoutInstaller).titleIs("Warning").defaultIs("No").answer("No");
-    expectChooser({chosen + "setup_gog.exe"});
-    EXPECT_EQ(install("disc1/setup_*.exe", "GOG"), chosen + "setup_gog.exe");
-
-    expectChooser({});
-    ui.expect(withoutInstaller).answer("Yes");
-    EXPECT_EQ(install(std::nullopt, std::nullopt), "");
-    expectChooser({chosen + "any.exe"});
-    EXPECT_EQ(install("", std::nullopt), chosen + "any.exe")
-        << "an empty name does not run the first download";
-}
-
 TEST_F(Installation, AnEndingApplicationIsNotAskedForEver) {
     machine->mainQueue.close();
     std::thread worker([&] { EXPECT_TRUE(installApp(*build, std::nullopt, std::nullopt, port)); });
@@ -129,38 +92,6 @@ TEST_F(DesktopCleanUp, RemovesNewShortcutsOnly) {
                  }),
                  Cancelled);
     EXPECT_FALSE(exists(desktop + "/Game.lnk")) << "also when the work throws";
-}
-
-TEST_F(DesktopCleanUp, SparesEverythingWhenItCouldNotSeeWhatWasThere) {
-    put(desktop + "/Old.lnk", "");
-    rlimit before{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-    // No folder can be opened before the work, and every one after it.
-    const rlimit none{.rlim_cur = 0, .rlim_max = before.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-    bool worked = false;
-    removeUselessDesktopFilesCreatedOnBlock([&] { worked = ::setrlimit(RLIMIT_NOFILE, &before) == 0; });
-    EXPECT_TRUE(worked);
-    EXPECT_TRUE(exists(desktop + "/Old.lnk"));
-}
-
-TEST_F(Installation, ARunningInstallerIsKeptInFrontUntilItEnds) {
-    put(desktop + "/Old.desktop", "");
-    whenInstalling("cat \"$1\" > \"$wrapper/batch\"; : > '" + desktop + "/Steam.desktop'\n");
-    onWorker([&] { EXPECT_TRUE(runInstaller(driveC + "/SteamSetup.exe", "/S /NCRC", port)); });
-    EXPECT_EQ(get(wrapper + "/batch"), "start \"C:\\SteamSetup.exe\" /S /NCRC");
-    EXPECT_EQ(listing(desktop), Names{"Old.desktop"});
-    EXPECT_EQ(machine->mainQueue.drain(), std::nullopt) << "the timer has ended";
-
-    onWorker([&] {
-        ASSERT_TRUE(host().creation.begin());
-        host().creation.request();
-        EXPECT_THROW(runInstaller(driveC + "/SteamSetup.exe", "", port), Cancelled);
-        host().creation.end();
-    });
-    EXPECT_EQ(machine->mainQueue.drain(), std::nullopt) << "also after a cancellation";
-    keepWindowInFrontForAppOfTimer(Wrapper(wrapper));
-    EXPECT_EQ(ui.broughtToFront, Names{wrapper});
 }
 
 }  // namespace

@@ -48,16 +48,6 @@ TEST_F(LaunchTargets, ProgramAndFlagsByDrive) {
     EXPECT_EQ(get(driveC + "/execGame.bat"), "\"D:/Setup/Übung.exe\" -safe");
 }
 
-TEST_F(LaunchTargets, AnUnknownProgramIsChosen) {
-    put(driveC + "/Game/chosen.exe", "MZ");
-    ui.expectChoice("Select the EXE of Game", {driveC + "/Game/chosen.exe"});
-    save({program("Game", "C:/nothing.exe")});
-    EXPECT_EQ(setting("Program Name and Path"), Value("/Game/chosen.exe"));
-    ui.expectChoice("Select the EXE of Game", {});
-    save({program("Game", "C:/nothing.exe")});
-    EXPECT_EQ(setting("Program Name and Path"), Value("/nothing.exe"));
-}
-
 TEST_F(LaunchTargets, WindowsVersionOfTheProgram) {
     struct Row {
         const char *path, *compatibility, *key, *expected;
@@ -80,46 +70,6 @@ TEST_F(LaunchTargets, WindowsVersionOfTheProgram) {
         EXPECT_EQ(key(header, "user"), row.expected) << row.path;
         EXPECT_EQ(timesIn("user", header), 1) << row.path;
     }
-}
-
-TEST_F(LaunchTargets, ScreenOptions) {
-    struct Row {
-        ExeEntry exe;
-        int randr;
-        bool fullscreen;
-        const char* expected;
-    };
-    const auto exe = [](int automatic, bool full, int desktop, const char* resolution, const char* colours) {
-        return ExeEntry{"Game", true, "C:/game.exe", automatic, full, desktop, resolution, colours, "",
-                        {},     {}};
-    };
-    for (const Row& row : {
-             Row{exe(1, true, 1, "1024x768", "16 bits"), 1, false, "novdx15sleep0"},
-             Row{exe(0, true, 0, "1024x768", "256 colors"), 0, true, "novdx8sleep0"},
-             Row{exe(0, false, 1, "1024x768", "32 bits"), 0, false, "1024x768x24sleep0"},
-             Row{exe(0, true, 2, "640x480", ""), 0, true, "640x480x24sleep0"},
-         }) {
-        save({row.exe});
-        const Value fullscreen = setting("Fullscreen");
-        EXPECT_EQ(setting("Use RandR"), Value(row.randr)) << row.expected;
-        EXPECT_EQ(isFlagSet(&fullscreen), row.fullscreen) << row.expected;
-        EXPECT_EQ(setting("Resolution"), Value(row.expected));
-    }
-}
-
-TEST_F(LaunchTargets, EveryOtherProgramGetsALauncherBesideTheWrapper) {
-    ExeEntry editor = program("Editor", "\"C:/Game/editor.exe\" -e", false);
-    editor.version = "1.2";
-    save({program("", "C:/Game/game.exe"), editor});
-    EXPECT_EQ(setting("CFBundleName"), Value("Game")) << "without a name as the wrapper";
-    EXPECT_EQ(setting("CFBundleIdentifier"), Value("Game.Caskery.prefs"));
-    EXPECT_EQ(setting("Program Name and Path"), Value("/Game/game.exe"));
-    EXPECT_EQ(setting("Program Name and Path", "Editor.app"), Value("/Game/editor.exe"));
-    EXPECT_EQ(setting("Program Flags", "Editor.app"), Value("-e"));
-    EXPECT_EQ(setting("CFBundleShortVersionString", "Editor.app"), Value("1.2"));
-    EXPECT_TRUE(setting("CFBundleName", "Editor.app").isNull());
-    EXPECT_TRUE(exists(wrapper + "/Editor.app/Contents/MacOS/CustomEXE"));
-    EXPECT_EQ(destination(applications + "/Editor.app"), "Game.app/Editor.app");
 }
 
 TEST_F(LaunchTargets, TheLinkReplacesLinksIntoTheSameWrapperOnly) {

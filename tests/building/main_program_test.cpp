@@ -51,22 +51,5 @@ TEST_F(ConfirmMainExe, LooksForTheProgramWithOneLevelVariable) {
     }
 }
 
-TEST_F(ConfirmMainExe, CompletesToTheFirstMatchOnDriveC) {
-    put(driveC + "/Games/b/game.exe", "MZ");
-    put(driveC + "/Games/a/Game.exe", "MZ");
-    put(wrapper + "/Contents/Resources/secret.txt", "");
-    const std::pair<const char*, std::optional<std::string>> rows[] = {
-        {"C:/Games/*/game.exe", "C:/Games/a/Game.exe"},
-        {"C:\\games\\*\\GAME.EXE", "C:/Games/a/Game.exe"},
-        {"D:/Games/*/game.exe", "C:/Games/a/Game.exe"},
-        {"C:/*/none.exe", std::nullopt},
-        {"C:/../secret*", std::nullopt},
-        {"C:", std::nullopt},
-    };
-    for (const auto& [path, completed] : rows) {
-        EXPECT_EQ(completeWindowsPath(path, Wrapper(wrapper)), completed) << path;
-    }
-}
-
 }  // namespace
 }  // namespace morvane

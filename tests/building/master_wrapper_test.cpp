@@ -6,7 +6,6 @@ namespace {
 
 using testing::SiteAnswer;
 
-constexpr const char* newestPath = "/Wrapper/NewestVersion.txt";
 constexpr const char* archivePath = "/Wrapper/Caskery-2.6.2.app.tar.7z";
 constexpr const char* corruptedQuestion = "Your master wrapper is corrupted. Morvane needs to redownload it";
 
@@ -31,47 +30,6 @@ class MasterWrapper : public testing::BuildingMachine {
     const std::string applications = home + "/Applications";
 };
 
-TEST_F(MasterWrapper, NewestVersionIsWhatTheSiteSaysAndCanBeAFileName) {
-    const std::pair<std::string, std::optional<std::string>> rows[] = {
-        {"<html><body>Not found</body></html>", std::nullopt},
-        {"Caskery1\n", std::nullopt},
-        {"Caskara-2.6.2\n", std::nullopt},
-        {"Caskery/../../../x\n", std::nullopt},
-        {"Caskery-2\t6\n", std::nullopt},
-        {"Caskery" + std::string(260, '1') + "\n", std::nullopt},
-        {"Caskery-\r\n2.6.2\r\n\n", "Caskery-2.6.2"},
-    };
-    for (const auto& [answer, expected] : rows) {
-        site.answer(newestPath, {.body = answer});
-        onWorker([&, wanted = expected] { EXPECT_EQ(getNewestCaskeryVersion(), wanted); });
-    }
-    const int before = asked(newestPath);
-    offline();
-    onWorker([&] { EXPECT_EQ(getNewestCaskeryVersion(), "Caskery-2.6.2"); });
-    EXPECT_EQ(asked(newestPath), before) << "asked again for what is known";
-}
-
-TEST_F(MasterWrapper, CurrentVersionIsTheWrapperInTheFolder) {
-    struct Row {
-        Names folders, files;
-        std::optional<std::string> expected;
-    };
-    const Row rows[] = {
-        {{}, {".DS_Store", "Notes.txt"}, std::nullopt},
-        {{"Caskery-2.6.0.app"}, {".DS_Store", "Notes.txt"}, "Caskery-2.6.0"},
-        {{}, {"Caskery-2.6.2.tar.7z"}, "Caskery-2.6.2"},
-        {{"Caskery-2.6.0.app"}, {"Caskery-2.6.2.tar.7z"}, "Caskery-2.6.0"},
-        {{"Caskery-2.6.0.app", "Caskery-2.6.1.app"}, {}, "Caskery-2.6.1"},
-    };
-    EXPECT_EQ(getCurrentCaskeryVersion(), std::nullopt) << "without a folder";
-    for (const Row& row : rows) {
-        fs::remove_all(masters);
-        for (const auto& name : row.folders) fs::create_directories(masters + "/" + name);
-        for (const auto& name : row.files) put(masters + "/" + name, "x");
-        EXPECT_EQ(getCurrentCaskeryVersion(), row.expected);
-    }
-}
-
 TEST_F(MasterWrapper, IsDownloadedAndTheOldOneGoes) {
     keepOldMaster();
     put(masters + "/Caskery-2.5.tar.7z", "left");
@@ -89,35 +47,6 @@ TEST_F(MasterWrapper, IsDownloadedAndTheOldOneGoes) {
     // Nothing to do the second time.
     expectUpdate(true, "Caskery-2.6.2", left);
     EXPECT_EQ(asked("/Wrapper/Caskery"), 1);
-}
-
-TEST_F(MasterWrapper, EitherNameOfTheTarFileIsAccepted) {
-    const testing::TemporaryFolder packing;
-    testing::makeFakeMasterWrapper(packing.path);
-    testing::publishNewestVersion(site, "Caskery-2.6.2");
-    site.answer(archivePath,
-                {.body = testing::packedTar7z(packing.path, "Caskery-2.6.2.app", "Caskery-2.6.2.tar")});
-    expectUpdate(true, "Caskery-2.6.2", newMaster);
-}
-
-TEST_F(MasterWrapper, IsUsedAsItIsWhereTheSiteDoesNotHelp) {
-    keepOldMaster();
-    // The site answers with a page: the newest version is not known.
-    site.answer(newestPath, {.body = "<html></html>"});
-    expectUpdate(true, "Caskery-2.6.0", oldMaster);
-    testing::publishNewestVersion(site, "Caskery-2.6.2");
-    create([&](WrapperCreation& creation) {
-        EXPECT_EQ(creation.newestCaskery, "Caskery-2.6.2");
-        offline();
-        EXPECT_TRUE(updateCaskery(creation));
-        EXPECT_EQ(creation.currentCaskery, "Caskery-2.6.0");
-    });
-    // Without one there is nothing to use, but an archive that lies there.
-    fs::remove_all(masters);
-    ui.expectError("Caskery Master Wrapper download failed!");
-    expectUpdate(false, std::nullopt, {});
-    put(masters + "/Caskery-2.6.2.tar.7z", testing::packedMasterWrapper());
-    expectUpdate(true, "Caskery-2.6.2", newMaster);
 }
 
 /// As a cancelled unpacking leaves it, or a killed download.
@@ -191,21 +120,6 @@ TEST_F(MasterWrapper, GivesUpOnAnArchiveThatNeverYieldsIt) {
         expectUpdate(false, "Caskery-2.6.0", oldMaster);
         EXPECT_EQ(asked("/Wrapper/Caskery"), requests += 3);
     }
-}
-
-TEST_F(MasterWrapper, SaysWhatToInstallWithout7Zip) {
-    testing::publishMasterWrapper(site);
-    const std::string missing = "Archives can't be unpacked, because 7-Zip was not found (" + resources +
-                                "/7za). Install the package p7zip-full";
-    const auto expectFailure = [&] {
-        ui.expectError(missing);
-        create([](WrapperCreation& creation) { EXPECT_FALSE(updateCaskery(creation)); });
-    };
-    fs::remove(resources + "/7za");
-    expectFailure();
-    // A starter that finds no 7-Zip on the machine.
-    put(resources + "/7za", "#!/bin/sh\nexit 127\n", true);
-    expectFailure();
 }
 
 TEST_F(MasterWrapper, IsCopiedWholeOrNotAtAllAndToANewPathOnly) {

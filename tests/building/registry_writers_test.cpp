@@ -5,8 +5,6 @@
 namespace morvane {
 namespace {
 
-constexpr const char* direct3D = R"([Software\\Wine\\Direct3D])";
-
 class RegistryWriters : public testing::ConfiguredWrapper {
   protected:
     NSPortManager store() const { return NSPortManager::managerWithPath(wrapper); }
@@ -19,38 +17,6 @@ class RegistryWriters : public testing::ConfiguredWrapper {
         return result;
     }
 };
-
-TEST_F(RegistryWriters, KeepTheOtherValuesOfTheKey) {
-    addKey(std::string(direct3D) + " 12345\n\"renderer\"=\"gl\"\n\"CSMT\"=\"maybe\"");
-    saveDirect3DBoost(true, Wrapper(wrapper));
-    EXPECT_EQ(key(direct3D, "user"), "\"renderer\"=\"gl\"\n\"CSMT\"=\"enabled\"");
-    EXPECT_EQ(timesIn("user", direct3D), 1);
-    saveDecorateWindow(false, Wrapper(wrapper));
-    EXPECT_EQ(key(R"([Software\\Wine\\X11 Driver])", "user"), "\"Decorated\"=\"N\"\n\"Managed\"=\"N\"");
-}
-
-TEST_F(RegistryWriters, VideoMemoryIsWrittenInMegabytes) {
-    const std::pair<const char*, std::string> rows[] = {{"VRAM (Total): 1536 MB", "1536"},
-                                                        {"VRAM (Dynamic, Max): 2 GB", "2048"},
-                                                        {"VRAM (Total): 512 KB", ""},
-                                                        {"Vendor: none", ""}};
-    for (const auto& [memory, written] : rows) {
-        SCOPED_TRACE(memory);
-        scriptProgram("system_profiler",
-                      "printf '    Card:\\n      Chipset Model: X\\n      " + std::string(memory) + "\\n'");
-        {
-            MutexLock lock(machine->hardware.mutex);
-            machine->hardware.value = {};
-        }
-        NSUtilities::deleteRegistry(direct3D, "user", wrapper);
-        addKey(std::string(direct3D) + "\n\"CSMT\"=\"enabled\"");
-        onWorker(
-            [&, known = !written.empty()] { EXPECT_EQ(settingVideoCardMemorySizeAtPort(store()), known); });
-        const std::string lines = key(direct3D, "user");
-        EXPECT_EQ(NSUtilities::getStringValueForKey("VideoMemorySize", lines), written);
-        EXPECT_EQ(NSUtilities::getStringValueForKey("CSMT", lines), "enabled");
-    }
-}
 
 TEST_F(RegistryWriters, OverridesReplaceWholeKeysAndFragmentsWithoutOneAreRefused) {
     NSPortData data;
@@ -70,26 +36,6 @@ TEST_F(RegistryWriters, OverridesReplaceWholeKeysAndFragmentsWithoutOneAreRefuse
 }
 
 using SaveDrives = RegistryWriters;
-
-TEST_F(SaveDrives, MakesLinksFolderAndType) {
-    // Without drives, and where the entries name no C and Z, the wrapper can start.
-    save({});
-    EXPECT_EQ(listing(dosdevices), (Names{"c:", "z:"}));
-    link("/gone", dosdevices + "/e:");  // dangling
-    link("elsewhere", wrapper + "/drive_d");
-    addKey("[Software\\\\Wine\\\\Drives] 1\n\"e:\"=\"hd\"\n", "system");
-    save({{"D", "../drive_d", "cdrom"}, {"m", "/media/disc", "auto"}});
-    EXPECT_EQ(listing(dosdevices), (Names{"c:", "d:", "m:", "z:"}));
-    const std::pair<std::string, const char*> links[] = {
-        {dosdevices + "/c:", "../drive_c"},    {dosdevices + "/d:", "../drive_d"},
-        {dosdevices + "/m:", "/media/disc"},   {dosdevices + "/z:", "/"},
-        {wrapper + "/drive_m", "/media/disc"}, {wrapper + "/drive_d", "Contents/Resources/drive_d"},
-    };
-    for (const auto& [path, expected] : links) EXPECT_EQ(destination(path), expected) << path;
-    EXPECT_EQ(files::kindOf(wrapper + "/Contents/Resources/drive_d"), files::Kind::folder);
-    EXPECT_EQ(key(R"([Software\\Wine\\Drives])", "system"), "\"d:\"=\"cdrom\"");
-    EXPECT_FALSE(exists("/media/disc"));
-}
 
 TEST_F(SaveDrives, NeverReplacesARealFolderNorReachesThroughALinkedOne) {
     const std::string elsewhere = home + "/elsewhere";
@@ -145,29 +91,6 @@ TEST_F(SaveDrives, RefusesHostileEntriesAndGoesOn) {
 }
 
 using SaveExtensions = RegistryWriters;
-
-TEST_F(SaveExtensions, WritesBothKeysAndTheAssociations) {
-    onWorker([&] {
-        NSPortManager port = store();
-        saveExtensions(std::nullopt, port);
-        EXPECT_TRUE(setting("Associations").isNull());
-        EXPECT_TRUE(saveExtensions(
-
-            std::vector<ExtensionEntry>{{"sav", R"(C:/Game/game.exe "%1")"}, {"txt", "C:/Jeux/Château.exe"}},
-            port));
-        EXPECT_EQ(setting("Associations"), Value("sav txt"));
-        saveExtensions(std::vector<ExtensionEntry>{}, port);
-        EXPECT_EQ(setting("Associations"), Value(""));
-    });
-    for (const char* once : {
-             "[Software\\\\Classes\\\\.sav]\n@=\"savfile\"\n\n",
-             "[Software\\\\Classes\\\\savfile\\\\shell\\\\open\\\\command]\n"
-             "@=\"C:\\\\Game\\\\game.exe \\\"%1\\\"\"\n\n",
-             "[Software\\\\Classes\\\\.txt]",    // the key that was there is replaced
-             R"(@="C:\\Jeux\\Ch\xe2teau.exe")",  // the file stays ASCII
-         })
-        EXPECT_EQ(timesIn("system", once), 1) << once;
-}
 
 TEST_F(SaveExtensions, RefusesTextsThatWouldAddKeys) {
     const std::vector<ExtensionEntry> extensions{

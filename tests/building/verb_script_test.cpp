@@ -66,22 +66,6 @@ TEST_F(VerbScript, ReadsEveryShapeOfADownloadLine) {
               (Names{"a/b|x|http://a/x|aaaa", "c|y|http://a/y|bbbb"}));
 }
 
-TEST_F(VerbScript, VisitsWhatIsCalledBeforeTheCaller) {
-    const std::string script =
-        "#!/bin/sh\nhelper_inner()\n{\n}\nhelper_outer()\n{\n\thelper_inner 1\n    helper_missing\n}\n"
-        "helper_loop() { true\n    helper_loop\n}\n"
-        "w_metadata top_too dlls\nload_top_too() { w_call wrong; }\nwinetricks_stats_save()\n w_call wrong\n"
-        "w_metadata top dlls \\\n    title=\"Top\"\nload_top()\n{\n    w_call first second\n    w_call $1\n"
-        "    w_call \"quoted\"\n    echo \"w_call spoken\n    w_call msxml3\n    w_call undefined\n"
-        "    helper_outer x\n    helper_loop\n    w_call last\n}\n"
-        "w_metadata first fonts\n    w_call top\nw_metadata wrong dlls\nw_metadata second dlls\nw_metadata "
-        "spoken dlls\nw_metadata quoted dlls\n"
-        "w_metadata last dlls\n    helper_inner\nwinetricks_stats_save()\n{ w_call wrong\n";
-    EXPECT_EQ(visited(script, "top"), (Names{"first", "msxml3=msxml3.msi", "helper_inner()", "last",
-                                             "helper_outer()", "helper_loop()", "top"}));
-    EXPECT_EQ(visited(script, "to"), Names{}) << "the beginning of a name is another name";
-}
-
 // With one look at the whole script for each name, or a call inside a call, this would not end.
 TEST_F(VerbScript, EndsForLongChainsAndLongLines) {
     constexpr int length = 50'000;

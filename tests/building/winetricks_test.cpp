@@ -136,21 +136,6 @@ TEST_F(Winetricks, InstallsRequestsInOrder) {
     for (const std::string& list : lists) EXPECT_FALSE(exists(wrapper + list)) << list;
 }
 
-TEST_F(Winetricks, TheWindowsVersionNeedsNoScript) {
-    const std::string registry = wrapper + "/Contents/Resources/user.reg";
-    put(registry, "WINE REGISTRY Version 2\n\n[Software\\\\Wine] 5\n\"Version\"=\"win7\"\n\"Kept\"=\"x\"\n");
-    offline();
-    fs::remove(script);
-    install({"win2k3"});
-    EXPECT_EQ(NSUtilities::getRegistry(R"([Software\\Wine])", "user", wrapper),
-              "\"Version\"=\"win2003\"\n\"Kept\"=\"x\"");
-    EXPECT_FALSE(exists(runs));
-    // Where the script knows it, it is asked.
-    putScript("w_metadata win10 settings\n    w_set_winver win10\n");
-    install({"win10"});
-    EXPECT_TRUE(MVString::contains(get(runs), "CKS-winetricks win10"));
-}
-
 TEST_F(Winetricks, FetchesEverythingThatAComponentCalls) {
     putScript(
         "helper_shared()\n{\n    w_download_to fonts/deep @h/font.zip SUM\n}\n"
@@ -213,29 +198,6 @@ TEST_F(Winetricks, OffersAWrongFileAgain) {
         EXPECT_EQ(fetched(), expected) << row.name;
         EXPECT_EQ(exists(cache + "one/f"), row.kept) << row.name;
     }
-}
-
-TEST_F(Winetricks, HasTheUserFetchWhatOnlyHeCan) {
-    putScript("w_metadata one dlls\n    w_download_manual \"@page\" setup.exe SUM\n");
-    const std::string target = cache + "one/setup.exe";
-    // Gives up, after having thought better of it once.
-    ui.expect(savedQuestion).titleIs("Warning").defaultIs("Yes").answer("No");
-    ui.expect(sureQuestion).titleIs("Warning").defaultIs("No").answer("No");
-    ui.expect(savedQuestion).answer("No");
-    ui.expect(sureQuestion).answer("Yes");
-    install({"one"});
-    EXPECT_EQ(ui.opened, (Names{base + "page", cache + "one", base + "page", cache + "one"}));
-    for (int i = 0; i < winetricks::manualDownloadQuestions; ++i) ui.expect(savedQuestion).answer("Yes");
-    ui.expectError("\"setup.exe\" is still not in the opened folder.");
-    install({"one"});
-    put(target, "bad");
-    ui.expect(savedQuestion).answer("No");
-    ui.expect(sureQuestion).answer("Yes");
-    install({"one"});
-    EXPECT_FALSE(exists(target));
-    put(target, "right");
-    install({"one"});
-    EXPECT_TRUE(exists(target));
 }
 
 TEST_F(Winetricks, InstallsWithoutFetchingWhatLeadsAstray) {

@@ -29,33 +29,6 @@ class WrapperMenu : public testing::ConfiguredWrapper {
     }
 };
 
-TEST_F(WrapperMenu, OwnEntriesFollowThePortsAndAreNumberedByMenu) {
-    machine->sites = {.caskery = "https://wrappers.example/", .catalogue = "http://ports.example:8080/"};
-    put(scripts + "/AppEntry7--Old", "old");
-    put(scripts + "/HelpEntry1--Old", "old");
-    NSPortData port;
-    port.portMenu = {{"Task Manager", "App", "echo mine"},
-                     {"Options", "App", "wine options.exe"},
-                     {"Manual", "Help", "open manual.pdf"},
-                     {"Ignored", "Other", "x"}};
-    const std::pair<std::string, std::string> expected[] = {
-        {"AppEntry1--Options", "wine options.exe"},
-        {"AppEntry2--Task Manager", R"(wine start "C:\windows\system32\taskmgr.exe")"},
-        {"AppEntry3--Forceful Quit", "wineserver -k"},
-        {"HelpEntry1--Manual", "open manual.pdf"},
-        {"HelpEntry3--Caskery FAQ", "open \"https://wrappers.example/tiki-index.php?page=FAQ\""},
-        {"HelpEntry6--Morvane Forum", R"(open "http://ports.example:8080/smf/")"},
-    };
-    EXPECT_EQ(save(port).size(), 9U);
-    for (const auto& [script, line] : expected) EXPECT_EQ(command(script), line);
-    put(scripts + "/AppEntry10--Tenth", "");
-    put(scripts + "/AppEntryX--none", "");
-    Names titles;
-    for (const MenuScript& entry : wrapperMenu(wrapper)) titles.push_back(entry.name);
-    titles.resize(5);
-    EXPECT_EQ(titles, (Names{"Options", "Task Manager", "Forceful Quit", "Tenth", "Manual"}));
-}
-
 TEST_F(WrapperMenu, NoEntryHasAnAddressThatLeadsNowhereOrLeavesItsQuotes) {
     for (const char* site : {"http://127.0.0.1:43210/", "http://localhost:1/",
                              "http://a.example/\"; rm -rf ~; \"/", "http://a.example/$(id)/", "nonsense"}) {

@@ -1,8 +1,5 @@
 #include "engines/caskery_engine.h"
 
-#include <filesystem>
-#include <thread>
-
 #include "foundation/text.h"
 #include "support/loopback_site.h"
 #include "support/test_machine.h"
@@ -58,25 +55,6 @@ TEST(EngineNames, KnowTheirGenerationAndRuntime) {
     }
 }
 
-TEST(EngineNames, AreBroughtUpToDate) {
-    const struct {
-        const char *name, *portType, *updated;
-    } rows[] = {
-        {"CK8Wine1.7.50", "Caskery", "CK9Wine1.7.50"},
-        {"CK7Wine1.2.2ICE", "Caskery", "CK8Wine1.2.2ICE"},
-        {"Custom", "Caskery", "Custom"},
-        {"CK8WineCX11.0.1", "", "CK8WineCX11.0.1"},
-        {"CX13.0Games", "CXEx Games Old", "CK9WineCX13.0"},
-        {"CXG13.0", "CXEx  Old", "CK8WineCXG13.0"},
-        {"CX10.0CXEx-", "CXEx- Old", "CK8WineCX10.0"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(NSCaskeryEngine(row.name).updateToMostRecentVersionForPortType(row.portType).engine,
-                  row.updated)
-            << row.name;
-    }
-}
-
 class EngineCatalogue : public testing::TestMachine {
   protected:
     EngineCatalogue() { machine->sites.caskery = site.baseAddress(); }
@@ -92,63 +70,6 @@ class EngineCatalogue : public testing::TestMachine {
     testing::LoopbackSite site;
     const std::string list = "/Engines/EngineList.txt";
 };
-
-TEST_F(EngineCatalogue, IsDownloadedOnceInTheOrderOfTheFile) {
-    site.answer(list, {.body = "CK8Wine1.7\nCK9Wine2.0\n\n\n"});
-    EXPECT_EQ(online(), (Names{"CK8Wine1.7", "CK9Wine2.0"}));
-    std::vector<std::jthread> callers;
-    for (int caller = 0; caller < 4; ++caller)
-        callers.emplace_back([] { EXPECT_EQ(NSCaskeryEngine::getListOfAvailableEngines().size(), 2U); });
-    callers.clear();
-    ASSERT_EQ(site.requests().size(), 1U);
-    EXPECT_EQ(site.requests()[0].rfind("GET /Engines/EngineList.txt?", 0), 0U);
-}
-
-TEST_F(EngineCatalogue, IsAskedForAgainAfterAFailure) {
-    site.answerInTurn(list, {{.body = "", .drop = true},
-                             {.status = 404, .body = "<html>404</html>\n"},
-                             {.body = "\r\n <!DOCTYPE html>\nCK9Wine1.0"},
-                             {.body = ""},
-                             {.body = "CK9\xFFWine"},
-                             {.body = "CK9Wine2.0"}});
-    archive("CK9Wine3.0.tar.7z");
-    for (int failure = 0; failure < 5; ++failure) {
-        EXPECT_EQ(all(), Names{"CK9Wine3.0"}) << "local names are no catalogue, time " << failure;
-    }
-    EXPECT_EQ(all(), (Names{"CK9Wine3.0", "CK9Wine2.0"}));
-}
-
-TEST_F(EngineCatalogue, HoldsLocalEnginesOnce) {
-    site.answer(list, {.body = "CK9Wine2.0\nCK9WineCX15.0"});
-    EXPECT_EQ(all(), (Names{"CK9Wine2.0", "CK9WineCX15.0"})) << "no engine folder, no dialog";
-    for (const char* name : {"CK9Wine2.0.tar.7z", "CK9Wine3.0.tar.7z", "CK8WineOwn.tar.gz", "CK9Wine.tar.7z",
-                             "CK.7z", "Other.tar.7z", ".hidden", "CK9Wone3.0.tar.7z"}) {
-        archive(name);
-    }
-    const Names expected{"CK9Wine3.0", "CK9Wine2.0", "CK9WineCX15.0", "CK8WineOwn"};
-    EXPECT_EQ(all(), expected);
-    EXPECT_EQ(all(), expected);
-    EXPECT_EQ(online().size(), 4U) << "local names join the list";
-}
-
-TEST_F(EngineCatalogue, FindsLocalArchivesByExtension) {
-    const std::string folderPath = layout::enginesFolder();
-    EXPECT_EQ(NSCaskeryEngine::localPathForEngine("CK9Wine1.0"), std::nullopt);
-    archive("CK9Wine1.0.tar.7z");
-    EXPECT_EQ(NSCaskeryEngine::localPathForEngine("CK9Wine1.0"), folderPath + "/CK9Wine1.0.tar.7z");
-    archive("CK9Wine1.0.zip");
-    archive("CK9Wine1.0.tar.gz");
-    EXPECT_EQ(NSCaskeryEngine::localPathForEngine("CK9Wine1.0"), folderPath + "/CK9Wine1.0.zip");
-
-    put(home + "/elsewhere.7z", "7z");
-    std::filesystem::create_symlink(home + "/elsewhere.7z", folderPath + "/CK9Wine4.0.7z");
-    EXPECT_EQ(NSCaskeryEngine::localPathForEngine("CK9Wine4.0"), folderPath + "/CK9Wine4.0.7z");
-
-    put(layout::supportFolder() + "/secret.zip", "");
-    for (const char* name : {"../secret", "", "..", "a/../../secret", "CK9Wine1.0\n"}) {
-        EXPECT_EQ(NSCaskeryEngine::localPathForEngine(name), std::nullopt) << name;
-    }
-}
 
 }  // namespace
 }  // namespace morvane

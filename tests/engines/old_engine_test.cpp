@@ -31,21 +31,6 @@ class OldEngine : public testing::BuildingMachine {
     const std::string oldArchive = engines + "/CK7Wine1.2.5.tar.7z";
 };
 
-TEST_F(OldEngine, IsOfferedToBeConverted) {
-    const std::pair<const char*, bool> rows[] = {
-        {"CK7Wine1.2.5", true},  {"CK5Wine1.3.1", true},     {"CK6Wine1.3", true},   {"CK7WineXX9", true},
-        {"CK7Wine1.2.4", false}, {"CK7Wine1.2.2ICE", false}, {"CK7Wine1.2.", false}, {"CK7", false},
-        {"CK8Wine1.3.1", false}, {"CK7Wine1.10.5", false},   {"Wine1.3.1.5", false}};
-    for (const auto& [name, offered] : rows) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(converted(name), name) << "nothing to convert is there";
-        put(engines + "/" + name + ".tar.7z", "x");
-        if (offered) ui.expect(question).titleIs("Convert Old Engine").defaultIs("Yes").answer("No");
-        EXPECT_EQ(converted(name), name);
-        EXPECT_EQ(get(engines + "/" + name + ".tar.7z"), "x");
-    }
-}
-
 TEST_F(OldEngine, BecomesTheEngineOfAWrapper) {
     // It also holds files that would overwrite those in the store, and links in the way of the new bundle.
     put(oldArchive, packedOld("echo evil > CK9Wine3.0.tar.7z; ln -s /tmp ckwine.bundle"));

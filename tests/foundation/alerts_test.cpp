@@ -9,34 +9,6 @@ namespace {
 
 class Alerts : public testing::TestMachine {};
 
-TEST_F(Alerts, TheDefaultAnswerIsTheFirstButton) {
-    for (const bool defaultAnswer : {true, false}) {
-        for (const bool pressed : {true, false}) {
-            ui.expect("Sure? %@").defaultIs(defaultAnswer ? "Yes" : "No").answer(pressed ? "Yes" : "No");
-            EXPECT_EQ(MVAlert::showBooleanAlertMessage("Sure? %@", "Warning", defaultAnswer), pressed);
-        }
-        EXPECT_EQ(MVAlert::showBooleanAlertMessage("Never shown", std::nullopt, defaultAnswer),
-                  !defaultAnswer);
-    }
-}
-
-TEST_F(Alerts, AnswerAWorkerFromTheMainThread) {
-    onWorker([&] {
-        ui.expectInput("Link:").type("http://a").defaultIs("OK");
-        EXPECT_EQ(MVAlert::inputDialogWithMessage("Link:", "before"), "http://a");
-        ui.expectInput("Link:").type("typed").answer("Cancel");
-        EXPECT_EQ(MVAlert::inputDialogWithMessage("Link:", ""), std::nullopt);
-        put(home + "/a", "");
-        put(home + "/b", "");
-        ui.expectChoice("Select", {home + "/a", home + "/b"});
-        OpenPanel panel;
-        panel.title = "Select";
-        EXPECT_EQ(MVAlert::chooseFiles(panel), (std::vector<std::string>{home + "/a", home + "/b"}));
-    });
-    EXPECT_EQ(std::get<TextField>(ui.dialogs.front().accessory).text, "before");
-    EXPECT_TRUE(ui.dialogs.front().text.empty());
-}
-
 TEST_F(Alerts, ACancellationThrowsAfterTheAnswer) {
     onWorker([&] {
         ASSERT_TRUE(machine->creation.begin());

@@ -65,19 +65,6 @@ class Downloads : public testing::TestMachine {
     std::atomic<bool> over = false;
 };
 
-TEST_F(Downloads, SaveWhatArrivesWithoutAnError) {
-    site.answer("/plain", {.body = std::string(300000, 'p')});
-    site.answer("/without-length", {.body = "no length", .withoutLength = true});
-    EXPECT_TRUE(run(link("plain")));
-    EXPECT_EQ(get(path), std::string(300000, 'p'));
-    EXPECT_EQ(ui.progress.front().value, 0);
-    EXPECT_EQ(ui.progress.back().value, 1000);
-    EXPECT_TRUE(ui.progress.back().indeterminate) << "after the end";
-    std::filesystem::remove(path);
-    EXPECT_TRUE(run(link("without-length")));
-    EXPECT_EQ(get(path), "no length");
-}
-
 TEST_F(Downloads, AShortBodyIsSavedOnlyWhenTheUserSaysSo) {
     site.answer("/short", {.body = "half", .announcedLength = 8});
     ui.expect("").titleIs("Error").defaultIs("Yes").answer("Yes");
@@ -86,33 +73,6 @@ TEST_F(Downloads, AShortBodyIsSavedOnlyWhenTheUserSaysSo) {
     EXPECT_TRUE(ui.dialogs[0].text.ends_with(". Do you want to try again?")) << ui.dialogs[0].text;
     EXPECT_EQ(get(path), "half");
     EXPECT_EQ(site.requests().size(), 2U);
-}
-
-TEST_F(Downloads, NothingReceivedAsksForAnotherLink) {
-    site.answer("/empty", {});
-    site.answer("/dropped", {.body = "", .drop = true});
-    site.answer("/error", {.status = 500, .body = "an error page"});
-    site.answer("/good", {.body = "good"});
-    ui.expect(notAvailable).titleIs("Error").defaultIs("Yes").answer("Yes");
-    ui.expectInput("Inform the updated link:").type(link("dropped"));
-    ui.expect(notAvailable).answer("Yes");
-    ui.expectInput("Inform the updated link:").type(link("error"));
-    ui.expect(notAvailable).answer("Yes");
-    ui.expectInput("Inform the updated link:").type(link("missing"));
-    ui.expect(notAvailable).answer("Yes");
-    ui.expectInput("Inform the updated link:").type(link("good"));
-    EXPECT_TRUE(run(link("empty")));
-    EXPECT_EQ(get(path), "good");
-
-    std::filesystem::remove(path);
-    ui.expect(notAvailable).answer("No");
-    EXPECT_TRUE(run(link("empty")));
-    EXPECT_FALSE(fileExists());
-
-    ui.expect(notAvailable).answer("Yes");
-    ui.expectInput("Inform the updated link:").type("nonsense").answer("Cancel");
-    ui.expectError("The download link seems to be invalid.");
-    EXPECT_FALSE(run(link("empty")));
 }
 
 TEST_F(Downloads, SilentOnesNeverAskAndGiveUp) {
@@ -220,26 +180,6 @@ TEST_F(Downloads, AFileThatIsUsedInsteadIsNotReplaced) {
     EXPECT_TRUE(run(link("good")));
     EXPECT_EQ(get(path), "old");
     EXPECT_FALSE(requested());
-}
-
-TEST_F(Downloads, ShowHowFarTheyAre) {
-    site.answer("/slow", {.body = std::string(1536, 'x'), .announcedLength = 3072, .stall = true});
-    once([&] { return !ui.progress.empty() && ui.progress.back().value == 500; },
-         [&] {
-             EXPECT_TRUE(download.isDownloading());
-             // Once a byte has arrived, the question never comes.
-             for (int tick = 0; tick < 32; ++tick) download.timerFireMethod();
-             download.finishDownload();
-         });
-    ui.expect(shortBody).answer("No");
-    EXPECT_TRUE(run(link("slow")));
-    EXPECT_EQ(get(path), std::string(1536, 'x'));
-    std::string subtitles;
-    for (const ProgressState& state : ui.progress)
-        subtitles += state.subtitle.substr(0, state.subtitle.find(" -"));
-    EXPECT_TRUE(subtitles.starts_with("1.5Kb of 3Kb (1.5Kb/s)1.5Kb of 3Kb (0b/s)")) << subtitles;
-    EXPECT_TRUE(ui.progress.back().subtitle.empty());
-    EXPECT_FALSE(download.isDownloading());
 }
 
 TEST_F(Downloads, AStalledTransferIsReplacedByTheLinkThatTheUserGives) {

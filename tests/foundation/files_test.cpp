@@ -12,37 +12,6 @@ namespace fs = std::filesystem;
 
 class FileActions : public testing::TestMachine {};
 
-TEST_F(FileActions, ReportFailuresAndGoOn) {
-    put(home + "/file", "old");
-    put(home + "/other", "new");
-    ui.expectError("Error while creating symbolic link: File exists");
-    EXPECT_FALSE(MVFileManager::createSymbolicLinkAtPath(home + "/file", "x"));
-    ui.expectError("Error while creating folder: File exists");
-    EXPECT_FALSE(MVFileManager::createDirectoryAtPath(home + "/Desktop", IntermediateFolders::no));
-    ui.expectError("Error while moving file: ");
-    EXPECT_FALSE(MVFileManager::moveItemAtPath(home + "/other", home + "/file"));
-    ui.expectError("Error while copying file: ");
-    EXPECT_FALSE(MVFileManager::copyItemAtPath(home + "/other", home + "/file"));
-    EXPECT_EQ(get(home + "/file"), "old");
-    ui.expectError("Error while listing folder contents: No such file");
-    EXPECT_TRUE(MVFileManager::contentsOfDirectoryAtPath(home + "/missing").empty());
-    ui.expectError("Error while retrieving symbolic link destination: ");
-    EXPECT_EQ(MVFileManager::destinationOfSymbolicLinkAtPath(home + "/file"), std::nullopt);
-}
-
-TEST_F(FileActions, RemovingNothingIsASuccess) {
-    EXPECT_TRUE(MVFileManager::removeItemAtPath(home + "/missing"));
-    fs::create_symlink("nowhere", home + "/dangling");
-    EXPECT_TRUE(MVFileManager::removeItemAtPath(home + "/dangling"));
-    EXPECT_TRUE(fs::is_symlink(home + "/dangling"));
-    put(home + "/real/file", "");
-    fs::create_symlink("real", home + "/link");
-    EXPECT_TRUE(MVFileManager::directoryExistsAtPath(home + "/link"));
-    EXPECT_FALSE(MVFileManager::regularFileExistsAtPath(home + "/link"));
-    EXPECT_TRUE(MVFileManager::removeItemAtPath(home + "/link"));
-    EXPECT_TRUE(MVFileManager::fileExistsAtPath(home + "/real/file"));
-}
-
 TEST_F(FileActions, ALinkAddsNothingToASize) {
     EXPECT_EQ(MVFileManager::sizeOfDirectoryAtPath(home + "/missing"), 0U);
     put(home + "/big", std::string(5000, 'x'));
@@ -52,39 +21,6 @@ TEST_F(FileActions, ALinkAddsNothingToASize) {
     put(home + "/size/deep/file", "1234567");
     EXPECT_EQ(MVFileManager::sizeOfDirectoryAtPath(home + "/size"),
               7 + files::size(home + "/size/deep").value());
-}
-
-TEST_F(FileActions, ACancelledCopyIsNotReported) {
-    put(home + "/a/file", "x");
-    onWorker([&] {
-        ASSERT_TRUE(machine->creation.begin());
-        machine->creation.request();
-        EXPECT_THROW(MVFileManager::copyItemAtPath(home + "/a", home + "/b"), Cancelled);
-        machine->creation.end();
-    });
-}
-
-TEST_F(FileActions, TextFilesKeepToTheirEncoding) {
-    EXPECT_EQ(MVString::stringWithContentsOfFile(home + "/missing", Encoding::utf8), std::nullopt);
-    put(home + "/text", "caf\xC3\xA9\n");
-    put(home + "/bytes", std::string("\xFF\0", 2));
-    EXPECT_EQ(MVString::stringWithContentsOfFile(home + "/text", Encoding::utf8), "café\n");
-    EXPECT_EQ(MVString::stringWithContentsOfFile(home + "/bytes", Encoding::eightBit),
-              std::string("\xFF\0", 2));
-    for (const auto& [file, encoding] : {std::pair{"/bytes", Encoding::utf8}, {"/text", Encoding::ascii}}) {
-        ui.expectError("Error while reading file: ");
-        EXPECT_EQ(MVString::stringWithContentsOfFile(home + file, encoding), std::nullopt);
-    }
-    ui.expectError("Error while reading file: Is a directory");
-    EXPECT_EQ(MVString::stringWithContentsOfFile(home, Encoding::utf8), std::nullopt);
-
-    EXPECT_TRUE(MVString::writeToFile("plain", home + "/text", files::Atomically::yes, Encoding::ascii));
-    EXPECT_EQ(get(home + "/text"), "plain");
-    ui.expectError("Error while writting file: ");
-    EXPECT_FALSE(MVString::writeToFile("é", home + "/text", files::Atomically::no, Encoding::ascii));
-    EXPECT_EQ(get(home + "/text"), "plain");
-    ui.expectError("Error while writting file: No such file");
-    EXPECT_FALSE(MVString::writeToFile("x", home + "/no/text", files::Atomically::yes, Encoding::utf8));
 }
 
 }  // namespace

@@ -83,29 +83,6 @@ TEST(MessageCatalogueReading, ADamagedFileIsNone) {
     EXPECT_FALSE(pluralForm(deep, 1));
 }
 
-TEST_F(TestMachine, TheLanguageIsTheUsers) {
-    struct Row {
-        const char *all, *messages, *lang, *language;
-        std::vector<std::string> expected;
-    };
-    const std::vector<Row> rows{
-        {"", "", "de_AT.UTF-8", "", {"de_AT", "de"}}, {"", "fr_FR", "de_DE", "", {"fr_FR", "fr"}},
-        {"C.UTF-8", "fr_FR", "de_DE", "es", {}},      {"", "", "de_DE", "pt_BR:en:it", {"pt_BR", "pt"}},
-        {"", "", "../x", "../../etc:ru", {"ru"}},     {"", "", "", "de", {}},
-        {"", "", "en_US.UTF-8", "ru", {"ru"}}};
-    for (const Row& row : rows) {
-        ::setenv("LC_ALL", row.all, 1);
-        ::setenv("LC_MESSAGES", row.messages, 1);
-        ::setenv("LANG", row.lang, 1);
-        ::setenv("LANGUAGE", row.language, 1);
-        EXPECT_EQ(languagesOfUser(), row.expected) << row.lang << " " << row.language;
-    }
-    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG", "LANGUAGE"}) ::unsetenv(name);
-    put(home + "/locale/de/LC_MESSAGES/morvane.mo", "damaged");
-    put(home + "/locale/fr/LC_MESSAGES/morvane.mo", catalogueFile({{"Yes", "Oui"}}));
-    EXPECT_EQ(MessageCatalogue::find(home + "/locale", {"de", "fr"}).text("", "Yes"), "Oui");
-}
-
 std::vector<std::string> placesOf(const std::string& text) {
     static const std::regex place(R"(%(\d\$)?@|%(lld|ld|lu|d|s))");
     std::vector<std::string> places;

@@ -100,17 +100,6 @@ TEST(NamePattern, TakesTheFirstFitForGood) {
         EXPECT_FALSE(NSValidInstallerDelegate::isPath(name, pattern)) << name << " | " << pattern;
 }
 
-TEST_F(PathInside, InstallersAreChosenByNameAndKind) {
-    put(home + "/Setup_1.EXE", "");
-    put(home + "/setup_1.zip", "");
-    const NSValidInstallerDelegate panel("setup*");
-    EXPECT_TRUE(panel.shouldEnable(home + "/Setup_1.EXE"));
-    EXPECT_FALSE(panel.shouldEnable(home + "/setup_1.zip"));
-    EXPECT_FALSE(panel.shouldEnable(home + "/other.msi"));
-    EXPECT_TRUE(panel.shouldEnable(home));
-    EXPECT_TRUE(NSValidInstallerDelegate("").validate(home + "/any.bat"));
-}
-
 TEST_F(PathInside, PatternsAreSearchedLevelByLevel) {
     const std::string disc = folder.path + "/Volumes/Disc";
     put(disc + "/Disk1/Install.exe", "");

@@ -1,6 +1,5 @@
 #include "foundation/tasks.h"
 
-#include <atomic>
 #include <filesystem>
 
 #include "foundation/threads.h"
@@ -30,47 +29,6 @@ TEST_F(Tasks, PassEveryArgumentAsItIs) {
               "ONLY=this\n");
 }
 
-TEST_F(Tasks, OutputIsGivenBackWhateverTheStatus) {
-    scriptProgram("fails", "echo output; exit 3");
-    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("fails", std::nullopt, std::nullopt, Wait::yes)),
-              "output\n");
-    EXPECT_EQ(MVTask::runProgram("fails", std::nullopt, std::nullopt, Wait::yes)->ending.exitStatus, 3);
-    scriptProgram("binary", R"(printf '\377')");
-    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("binary", std::nullopt, std::nullopt, Wait::yes)), "");
-    put(programsFolder + "/broken", "#!/no/such/interpreter\n", true);
-    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("broken", std::nullopt, std::nullopt, Wait::yes)), "");
-    // Without the wait it is still awaited, but not given.
-    scriptProgram("late", "echo output; echo done > " + home + "/done");
-    EXPECT_EQ(MVTask::outputOf(MVTask::runProgram("late", std::nullopt, std::nullopt, Wait::no)), "");
-    EXPECT_EQ(get(home + "/done"), "done\n");
-}
-
-TEST_F(Tasks, ReportWhatCannotBeRun) {
-    put(home + "/text", "no program");
-    const std::pair<std::optional<std::string>, std::string> rows[] = {
-        {std::nullopt, "Program couldn't be found."},
-        {"no-such-program", "Program couldn't be found."},
-        {home + "/missing", "File " + home + "/missing not found."},
-        {home + "/text", "File " + home + "/text not runnable."},
-        {home, "File " + home + " not runnable."}};
-    for (const auto& [program, error] : rows) {
-        ui.expectError(error);
-        EXPECT_FALSE(MVTask::runProgram(program, std::nullopt, std::nullopt, Wait::yes));
-    }
-    ui.expectError("Program couldn't be found.");
-    EXPECT_EQ(MVTask::outputOf(MVTask::runTerminalCommand("", std::nullopt, Wait::yes)), "");
-}
-
-TEST_F(Tasks, TheLastProgramOnTheSearchPathWins) {
-    EXPECT_EQ(MVTask::getPathOfProgram("true-to-form"), std::nullopt);
-    scriptProgram("true-to-form", "");
-    EXPECT_EQ(MVTask::getPathOfProgram("true-to-form"), programsFolder + "/true-to-form");
-    scriptProgram("env", "");
-    EXPECT_EQ(MVTask::getPathOfProgram("env"), programsFolder + "/env");
-    fs::remove(programsFolder + "/env");
-    EXPECT_EQ(MVTask::getPathOfProgram("env"), programsFolder + "/env") << "kept once found";
-}
-
 TEST_F(Tasks, ACancellationStopsTheProgramOfTheCreation) {
     onWorker([&] {
         ASSERT_TRUE(machine->creation.begin());
@@ -87,25 +45,6 @@ TEST_F(Tasks, ACancellationStopsTheProgramOfTheCreation) {
         machine->creation.end();
     });
     EXPECT_FALSE(fs::exists("/proc/" + get(home + "/started").substr(0, get(home + "/started").find('\n'))));
-}
-
-TEST_F(Tasks, QueuesRunBesideEachOtherAndTheMainQueueInOrder) {
-    std::atomic<int> arrived = 0;
-    std::string order;
-    for (int index = 0; index < 2; ++index) {
-        // Both must be running at once for either to end.
-        MVThread::dispatchQueueWithName("app.morvane.same", Priority::normal, [&] {
-            ++arrived;
-            arrived.notify_all();
-            for (int seen = arrived; seen < 2; seen = arrived) arrived.wait(seen);
-        });
-    }
-    machine->workQueues.joinAll();
-    MVThread::dispatchBlockInMainQueue([&] { order += 'a'; });
-    MVThread::dispatchBlockInMainQueue([&] { order += 'b'; });
-    EXPECT_EQ(order, "");
-    machine->mainQueue.drain();
-    EXPECT_EQ(order, "ab");
 }
 
 }  // namespace

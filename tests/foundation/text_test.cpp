@@ -43,56 +43,6 @@ TEST(Lowercased, IsUnicodeAndKeepsWhatIsNoText) {
     EXPECT_EQ(MVString::uppercased("straße é\xFF"), "STRASSE É\xFF");
 }
 
-TEST(Fragment, LiesBetweenTheMarkers) {
-    struct Row {
-        const char *text, *start, *end, *fragment;
-    };
-    for (const Row& row : std::initializer_list<Row>{{"a[b]c[d]", "[", "]", "b"},
-                                                     {"key=value", "=", "\n", "value"},
-                                                     {"key=", "=", "\n", ""},
-                                                     {"first\nsecond", nullptr, "\n", "first"},
-                                                     {"abc", "x", "c", ""},
-                                                     {"abc", "a", nullptr, "bc"},
-                                                     {"aXbXc", "X", "X", "b"}}) {
-        const auto marker = [](const char* text) {
-            return text != nullptr ? std::optional<std::string_view>(text) : std::nullopt;
-        };
-        EXPECT_EQ(NSUtilities::getFragmentAfter(marker(row.start), marker(row.end), row.text), row.fragment)
-            << row.text;
-    }
-    EXPECT_EQ(MVString::rangeAfterString("abc", "x", std::nullopt), std::nullopt);
-    EXPECT_EQ(MVString::rangeAfterString("abc", "c", std::nullopt), (TextRange{3, 0}));
-}
-
-TEST(InitialIntValue, ReadsLeadingDigitsOnly) {
-    const std::pair<const char*, std::int64_t> rows[] = {{"012abc", 12},
-                                                         {"abc", 0},
-                                                         {" 7", 0},
-                                                         {"-7", 0},
-                                                         {"9223372036854775807", INT64_MAX},
-                                                         {"99999999999999999999999", INT64_MAX}};
-    for (const auto& [text, number] : rows) EXPECT_EQ(MVString::initialIntValue(text), number) << text;
-}
-
-TEST(WebStructure, EscapesWhatWouldBreakAnAddress) {
-    EXPECT_EQ(MVString::stringToWebStructure("a b&c?d"), "a%20b%26c%3Fd");
-    EXPECT_EQ(MVString::stringToWebStructure("http://x/y:z=1+2;$,@!"), "http://x/y:z=1+2;$,@!");
-    EXPECT_EQ(MVString::stringToWebStructure("\"100%\" é#[\n"), "%22100%25%22%20%C3%A9%23%5B%0A");
-}
-
-TEST(SmallOperations, KeepEveryByte) {
-    using namespace std::string_literals;
-    EXPECT_EQ(MVString::stringWithHexString("00 10\n41"), "\0\x10"s + "A");
-    EXPECT_EQ(MVString::stringByRemovingEvenCharsFromString("C\0:\0\xE9\0"s), "C:\xE9");
-    EXPECT_EQ(MVString::stringByRemovingEvenCharsFromString("abcde"), "ace");
-    EXPECT_EQ(MVString::split("a  b ", " "), (std::vector<std::string>{"a", "", "b", ""}));
-    EXPECT_EQ(MVString::replacedAll("////", "//", "/"), "//");
-    EXPECT_EQ(MVString::trimmed(" \r\n a b\t"), "a b");
-    EXPECT_TRUE(MVString::isValidUtf8("é\uFFFD"));
-    EXPECT_FALSE(MVString::isValidUtf8("\xC3"));
-    EXPECT_FALSE(MVString::isValidUtf8("\xED\xA0\x80"));
-}
-
 TEST(BooleanValue, ReadsWhatUsersAndToolsWrite) {
     for (const char* yes : {"YES", "true", " \n-007", "+1", "0Y", "9"})
         EXPECT_TRUE(NSUtilities::booleanValue(yes)) << yes;

@@ -26,32 +26,6 @@ class Library : public testing::LibraryMachine {
     NSAppsArray apps;
 };
 
-TEST_F(Library, StopsTheProgramsOfEveryEntryOnceTheUserIsSure) {
-    for (const std::string name : {"killall", "kill", "ps", "launchctl"}) {
-        scriptProgram(name, "echo \"" + name + " $*\" >> \"" + folder.path + "/log\"");
-        // A real killall here would stop the wines of the machine.
-        ASSERT_EQ(MVTask::getPathOfProgram(name), programsFolder + "/" + name);
-    }
-    settings::store(settings::appList, Array{Dictionary{{"Name", "A"}, {"Path", applications + "A.app"}},
-                                             Dictionary{{"Name", "no path"}}, "no entry",
-                                             Dictionary{{"Name", "B"}, {"Path", applications + "B.app"}}});
-    const auto stop = [&](const char* answer) {
-        put(folder.path + "/log", "");
-        ui.expect("This will kill all Caskery related process")
-            .titleIs("Warning")
-            .defaultIs("No")
-            .answer(answer);
-        apps_questions::askToKillAllCaskeryProcessesFromLocalApps(apps);
-        machine->workQueues.joinAll();
-        return MVString::split(get(folder.path + "/log"), "\n");
-    };
-    EXPECT_EQ(stop("No"), Lines{""});
-    const Lines asked = stop("Yes");
-    EXPECT_EQ(std::ranges::count(asked, "ps ax"), 3)
-        << "for each entry that has a path, and for whatever is Wine";
-    EXPECT_EQ(std::ranges::count(asked, "launchctl list"), 2);
-}
-
 TEST_F(Library, TheFirstScanFindsEachThingOnceAtAnyDepth) {
     makeWrapper(applications + "Games.localized/b.app", "beta");
     put(applications + "Games.localized/b.app/Level Editor.app/Contents/MacOS/CustomEXE", "");
@@ -78,20 +52,6 @@ TEST_F(Library, TheFirstScanFindsEachThingOnceAtAnyDepth) {
                          "Gamma=DOS.boxer/Gamma.app", "Level Editor=Games.localized/b.app/Level Editor.app"};
     EXPECT_EQ(shown(apps.localAppsArray()), expected);
     EXPECT_EQ(stored(), expected);
-}
-
-TEST_F(Library, OldAndMissingAppsFoldersAreReplaced) {
-    store({});
-    const std::pair<std::optional<Value>, Array> rows[] = {
-        {std::nullopt, {applications}},
-        {"/Old Games/", {applications}},
-        {Array{folder.path + "/kept/", 7, "relative"}, {folder.path + "/kept/", 7, "relative"}}};
-    for (const auto& [before, after] : rows) {
-        settings::store(settings::mainFolder, before);
-        load(apps);
-        EXPECT_EQ(settings::stored(settings::mainFolder), Value(after));
-    }
-    EXPECT_EQ(local_items::validAppsFolders(), Lines{folder.path + "/kept/"});
 }
 
 TEST_F(Library, ItemsAreAddedRemovedMovedAndRefreshed) {
@@ -160,31 +120,6 @@ TEST_F(Library, TwoProcessesLoseNoEntry) {
         store({"z"});
     });
     EXPECT_EQ(stored(), (Lines{"found=found.app", "z=z.app"}));
-}
-
-TEST_F(Library, OrdersByNameAndSize) {
-    store({"B", "a", "C"});
-    load(apps);
-    put(applications + "a.app/data", "12");
-    put(applications + "C.app/data", "1234");
-    bool called = false;
-    apps.reorderLocalAppsArrayBy(2, SavingOrder::no, [&] { called = true; });
-    machine->workQueues.joinAll();
-    machine->mainQueue.drain();
-    EXPECT_FALSE(called);
-    struct Row {
-        std::int64_t order;
-        SavingOrder saving;
-        Lines shown, stored;
-    } const rows[] = {
-        {0, SavingOrder::no, {"a=a.app", "B=B.app", "C=C.app"}, {"B=B.app", "a=a.app", "C=C.app"}},
-        {1, SavingOrder::yes, {"C=C.app", "a=a.app", "B=B.app"}, {"C=C.app", "a=a.app", "B=B.app"}}};
-    for (const Row& row : rows) {
-        complete([&](auto done) { apps.reorderLocalAppsArrayBy(row.order, row.saving, std::move(done)); });
-        EXPECT_EQ(shown(apps.localAppsArray()), row.shown);
-        EXPECT_EQ(stored(), row.stored);
-    }
-    EXPECT_EQ(settings::stored(settings::autoOrderAppsList), Value(1));
 }
 
 TEST_F(Library, RemovesFromTheDiskWhatIsAnAppOnly) {
@@ -376,34 +311,6 @@ TEST_F(Library, WhatWasAwayForAWhileIsKnownAgain) {
     setPlist(now, {{"CFBundleName", "Renamed"}});
     complete([&](auto done) { apps.scanAgain(std::move(done)); });
     EXPECT_EQ(stored(), (Lines{"Renamed=Other.app", "D=D.boxer"})) << "in its place";
-}
-
-TEST_F(Library, AddsByHandAndLocatesWhatIsMissing) {
-    store({"gone"});
-    load(apps);
-    ui.expect("Your app isn't in the specified place.")
-        .titleIs("App Missing")
-        .defaultIs("Locate the App")
-        .answer("Locate the App");
-    const std::string cki = home + "/game.cki", setup = home + "/setup.exe";
-    put(cki, "");
-    put(setup, "");
-    for (const char* app : {"N.app", "D.boxer"}) put(applications + app + "/Contents/Info.plist", "");
-    ui.expectChoice("Select the new application",
-                    {applications + "N.app", applications + "D.boxer", cki, setup});
-    ui.expectError("Couldn't add setup.exe to the library. Incompatible application type.");
-    Lines ports;
-    int changes = 0;
-    apps_questions::askAboutMissingApp(
-        apps, applications + "gone.app", [&](const std::string& port) { ports.push_back(port); },
-        [&] { ++changes; });
-    EXPECT_EQ(stored(), (Lines{"N=N.app", "D=D.boxer"}));
-    EXPECT_EQ(ports, Lines{cki});
-    EXPECT_EQ(changes, 3);
-
-    ui.expect("Your app isn't").answer("Remove it");
-    apps_questions::askAboutMissingApp(apps, applications + "N.app", {}, {});
-    EXPECT_EQ(stored(), Lines{"D=D.boxer"});
 }
 
 TEST_F(Library, AMessedUpSettingsFileIsToldOnceAndScannedAnew) {

@@ -92,122 +92,6 @@ class DescriptionView : public testing::BuildingMachine {
     int changes = 0;
 };
 
-TEST_F(DescriptionView, TitlesTheActionButton) {
-    installed("Installed", 7);
-    enum Kind { catalogue, native, addOn, local };
-    struct Row {
-        const char* name;
-        Kind kind;
-        std::int64_t id;
-        bool automatic;
-        const char *filled, *up, *held;
-    };
-    const Row rows[] = {{"not installed", catalogue, 9, true, "INSTALL", "INSTALL", "DOWNLOAD CKI"},
-                        {"installed", catalogue, 7, true, "PLAY", "PLAY", "DEBUG"},
-                        {"installed, places are asked for", catalogue, 7, false, "INSTALL", "PLAY", "DEBUG"},
-                        {"no known ID", catalogue, 1, true, "INSTALL", "INSTALL", "DOWNLOAD CKI"},
-                        {"native", native, 9, true, "BUY", "BUY", "BUY"},
-                        {"add-on", addOn, 7, true, "INSTALL", "PLAY", "DEBUG"},
-                        {"local", local, 9, true, "PLAY", "PLAY", "DEBUG"},
-                        {"local, unknown", local, 1, true, "PLAY", "PLAY", "PLAY"}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        settings::store(settings::automaticFolderSave, row.automatic);
-        CatalogueLine line{.id = row.id};
-        line.isNative = row.kind == native;
-        if (row.kind == addOn) line.dependencyID = 3;
-        show(row.kind == local ? NSGameData::initWithPath(installed("Local", row.id)) : entry(line));
-        fs::remove_all(games + "Local.app");
-        EXPECT_EQ(page->page().actionTitle, row.filled);
-        page->flagsChanged(Shift::held);
-        EXPECT_EQ(page->page().actionTitle, row.held);
-        page->flagsChanged(Shift::up);
-        EXPECT_EQ(page->page().actionTitle, row.up);
-        EXPECT_EQ(page->page().canBeRated, row.kind != local || row.id > 1);
-    }
-}
-
-TEST_F(DescriptionView, FillsThePageAtOnceAndItsDetailsLater) {
-    EXPECT_EQ(page->page().stars, (std::array<double, 4>{5, 5, 5, 5}));
-    site.answer("/ckis/portRating.php", {.body = "x", .announcedLength = 9, .stall = true});
-    const std::string path = installed("Known", 7);
-    page->openLocalItem(path);
-    machine->mainQueue.drain();
-    EXPECT_EQ(events, Names{"page"}) << "with a server that hangs";
-    EXPECT_EQ(page->page().name, "Known");
-    EXPECT_EQ(page->page().appID, "App ID: 7");
-    EXPECT_EQ(page->page().description.text, "No description available.");
-
-    page = makePage(LibraryLayout::grid);
-    page->openCatalogueLine({.id = 12, .name = "Half Life"});
-    machine->mainQueue.runUntil([&] { return page->page().stars[1] == 3; });
-    EXPECT_EQ(page->page().name, "HALF LIFE (ID: 12)");
-    EXPECT_EQ(page->page().description.text, "Press \"Install\" now");
-    std::size_t units = 0;
-    for (const StyledRun& run : page->page().description.runs) units += run.length;
-    EXPECT_EQ(units, page->page().description.text.size());
-    EXPECT_EQ(page->page().stars, (std::array<double, 4>{4.5, 3, 0, 0}));
-    EXPECT_EQ(events, (Names{"page", "page", "Trailer http://video/x.png"}));
-    EXPECT_EQ(page->page().sources, (std::vector<SourceIcon>{{"Other", resources + "/other.png"}}));
-
-    // The last click is what is shown, whatever takes longer.
-    page->openCatalogueLine({.id = 14, .name = "Slow"});
-    page->openLocalItem(path);
-    machine->mainQueue.runUntil([&] { return !machine->workQueues.busy() || entry_buffer::entryOf(14); });
-    machine->mainQueue.drain();
-    EXPECT_EQ(page->selectedGamePath(), path);
-    page->openLocalItem(games + "gone.app");
-    EXPECT_EQ(events.back(), "missing " + games + "gone.app");
-    reachable = [](const std::string&) { return false; };
-    ui.expectError("An error occured while connecting to the database! Please, check");
-    page->openCatalogueLine({.id = 13, .name = "Other"});
-    machine->mainQueue.runUntil([&] { return ui.dialogs.size() == 1; });
-}
-
-TEST_F(DescriptionView, AsksBeforeItInstalls) {
-    for (const char* name : {"steam.png", "steam_a.png"}) put(resources + "/" + name, "png");
-    site.answer("/ckis/instructions.php", {.body = " http://video/how \n"});
-    struct Row {
-        const char* source;
-        bool free, addOn;
-        const char *sources, *kind, *advice;
-        std::string button;  ///< between the first and the instructions
-        const char* press;
-        bool result;
-    };
-    const Row rows[] = {
-        {"Steam", false, false, "Steam=>http://shop/;;", "a game from Steam", "buy it", "Buy", "Buy", false},
-        {"GOG", true, true, "Gog=>https://gog/;;", "an add-on from GOG", "visit the page", "Visit Page",
-         "Visit Page", true},
-        {"CD", false, false, "CD=>http://disc/;;", "a game from CD", "insert the disc", "Buy", "Install Now",
-         true},
-        {"Other", false, false, "Other=>file:///x;;", "a game with the Morvane", "then install", "",
-         "Instructions", false},
-        {"Other", false, false, "", "a game with the Morvane", "then install", "", "Cancel", false}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.advice);
-        CatalogueLine line{.id = 9, .isFree = row.free};
-        if (row.addOn) line.dependencyID = 3;
-        const auto game = entry(line, row.sources);
-        show(game);
-        ui.expect(std::string("If you never installed ") + row.kind + " before, ")
-            .titleIs("Install App")
-            .defaultIs("Install Now")
-            .answer(row.press);
-        EXPECT_EQ(page->installation().shouldInstallGameOrOpenLinkOfGame(game, row.source), row.result);
-        const Dialog& shown = ui.dialogs.back();
-        EXPECT_NE(shown.text.find(std::string("how to do it, ") + row.advice), std::string::npos)
-            << shown.text;
-        Names buttons{"Install Now", row.button, "Instructions", "Cancel"};
-        std::erase(buttons, "");
-        EXPECT_EQ(shown.buttons, buttons);
-        EXPECT_EQ(shown.iconPath, std::string(row.source) == "Steam" ? resources + "/steam.png" : "");
-        settle();
-    }
-    EXPECT_EQ(ui.opened, (Names{"http://shop/", "https://gog/"}));
-    EXPECT_EQ(events, Names{"Instructions http://video/how"});
-}
-
 TEST_F(DescriptionView, KeepsToTheGameThatWasClicked) {
     const auto inCatalogue = [&](std::int64_t id, const std::string& name) {
         return entry({.id = id, .name = name, .path = site.baseAddress() + "ckis/" + name + "/"},
@@ -486,18 +370,6 @@ TEST_F(DescriptionView, IsGoneBeforeAnInstallationEnds) {
     EXPECT_EQ(added, "");
 }
 
-TEST_F(DescriptionView, SavesAPortFile) {
-    site.answer("/ckis/Bob/9/A%20Shop.cki", {.body = "port"});
-    show(entry({.id = 9, .name = "A/B: C", .path = site.baseAddress() + "ckis/Bob/9/"},
-               "Steam=>;;A Shop=>;;"));
-    page->flagsChanged(Shift::held);
-    ui.expectSave("Save CKI at...", home + "/mine.cki", [](Form& form) { form.fields.front().chosen = 1; });
-    page->clickAction();
-    settle();
-    EXPECT_EQ(get(home + "/mine.cki"), "port");
-    EXPECT_EQ(ui.savePanels.back().proposedName, "A-B - C");
-}
-
 TEST_F(DescriptionView, RunsAGame) {
     put(resources + "/fntoggle", "#!/bin/sh\necho \"fn $1\" >> '" + runs + "'\n", true);
     testing::publishNewestVersion(site, "Caskery-2.6.2");
@@ -617,38 +489,6 @@ TEST_F(DescriptionView, AModThatCannotBeCopiedLeavesTheOldFile) {
     EXPECT_FALSE(copyFiles({mod}, drive));
     EXPECT_EQ(get(drive + "a.txt"), "old");
     EXPECT_EQ(namesIn(drive), Names{"a.txt"});
-}
-
-TEST_F(DescriptionView, BuysRatesAndOpensTheAlternative) {
-    scriptProgram("system_profiler", "printf '    Card:\\n      Chipset Model: NVIDIA GeForce\\n'");
-    auto game = entry({.id = 9, .isNative = true}, "Steam=>http://shop/;;");
-    game->crossoverAlternative = site.baseAddress() + "over";
-    site.answer("/over", {.body = "<a class=\"app_view_button button_tie\" data-url=\"\">"});
-    show(game);
-    page->clickAction();
-    GameInstallation::openLinkForSourceButton(page->gameData(), "GOG");
-    page->pages().showCrossOverAlternative(page->gameData());
-    settle();
-    show(entry({.id = 9, .isNative = true}, "Steam=>javascript:x;;"));
-    ui.expectError("There is no buying link for that game! Inform us throw the Contact Us tab!");
-    page->clickAction();
-    page->pages().rateGame(page->gameData());
-    settle();
-    page->pages().rateGame(page->gameData());
-    settle();
-    const std::string rating = "Rating \"Half Life\" on NVIDIA";
-    EXPECT_EQ(events, (Names{rating, "closed", rating}));
-    votingPanel->clickStar(2);
-    votingPanel->applyVote();
-    settle();
-    EXPECT_EQ(events.back(), "closed");
-    page->pages().rateGame(page->gameData());
-    settle();
-    page.reset();
-    EXPECT_EQ(events, (Names{rating, "closed", rating, "closed", rating, "closed"}));
-    EXPECT_EQ(ui.opened,
-              (Names{"http://shop/", game->crossoverAlternative,
-                     site.baseAddress() + "ckis/facebook/ratePort.php?card=NVIDIA&rate=2&game=9"}));
 }
 
 }  // namespace

@@ -24,14 +24,6 @@ class LibraryViews : public testing::LibraryMachine {
         settings::store(settings::appList, list);
     }
     /// Serves the main queue until the rows were reloaded so many times.
-    void awaitReloads(int count) {
-        machine->mainQueue.runUntil([&] { return reloads >= count; });
-    }
-    [[nodiscard]] std::string titles() const {
-        std::string text;
-        for (const auto& row : view.rows()) text += row.title + (row.isNew ? "* " : " ");
-        return text;
-    }
 
     int reloads = 0;
     NSAppsArray apps;
@@ -60,86 +52,6 @@ TEST_F(LibraryViews, CatalogueLinesAreReadAsTheyShouldBe) {
     for (const Row& row : rows) {
         EXPECT_EQ(generateDictionaryForPortListLine(row.line), row.expected) << row.line;
     }
-}
-
-TEST_F(LibraryViews, TheCatalogueIsLoadedOnceAndRefreshed) {
-    settings::store(settings::developerMode, 1);
-    site.answer(
-        "/ckis/listPorts.php",
-        {.body = "<html> header<br>1 || Bob || zeta || 0 || 1 || --<br>\n2 || Bob || Hitman II || 0 || 0 || "
-                 "--<br>3 || cut<br>4 || Bob || alpha || 0 || 0 || --<br>"});
-    ui.expectError("Error while loading server apps list! Please, press the Refresh List button.");
-    view.showTab(catalogueTab);
-    EXPECT_EQ(reloads, 1) << "nothing waits for the server";
-    awaitReloads(2);
-    EXPECT_EQ(titles(), "alpha Hitman II zeta* ");
-    view.search("HITMAN 2");
-    EXPECT_EQ(titles(), "Hitman II ");
-    ASSERT_NE(view.catalogueLine(0), nullptr);
-    EXPECT_EQ(view.catalogueLine(0)->id, 2);
-    EXPECT_EQ(view.catalogueLine(1), nullptr);
-    EXPECT_EQ(view.localItem(0), nullptr);
-    view.showTab(catalogueTab);
-    awaitReloads(5);
-    const std::string request = site.requests().back();
-    EXPECT_TRUE(request.starts_with("GET /ckis/listPorts.php?developer=1&country=")) << request;
-    EXPECT_EQ(site.requests().size(), 1U);
-
-    const auto entry = std::make_shared<NSGameData>();
-    entry->descriptionDictionary.emplace();
-    entry_buffer::keep(2, entry);
-    site.answer("/ckis/listPorts.php", {.body = "no list \xFF || at || all"});
-    const auto menu = view.contextMenu();
-    ASSERT_EQ(menu.size(), 1U);
-    EXPECT_EQ(menu[0].title, "Refresh List");
-    menu[0].action();
-    EXPECT_EQ(apps.catalogueState(), NSAppsArray::CatalogueState::loading);
-    awaitReloads(7);
-    EXPECT_EQ(titles(), "");
-    EXPECT_EQ(entry_buffer::entryOf(2), nullptr);
-    EXPECT_EQ(apps.catalogueState(), NSAppsArray::CatalogueState::unreachable) << "that was no list";
-
-    reachable = [](const std::string&) { return false; };
-    view.refreshList();
-    awaitReloads(9);
-    EXPECT_EQ(apps.catalogueState(), NSAppsArray::CatalogueState::unreachable);
-    EXPECT_EQ(site.requests().size(), 2U) << "a server that is not there is not asked";
-}
-
-TEST_F(LibraryViews, TheMenuOrdersAndMarksAndADragEndsTheOrder) {
-    store({"b", "c", "a"});
-    view.showTab(localTab);
-    EXPECT_EQ(titles(), "b c a ");
-    const auto marks = [&] {
-        std::string text;
-        for (const auto& menu : view.contextMenu()) {
-            text += menu.title + ":";
-            for (const auto& item : menu.items) text += " " + item.title + (item.marked ? "*" : "");
-            text += "; ";
-        }
-        return text;
-    };
-    EXPECT_EQ(marks(), "Organize by: Name Size; Auto-organize by: Nothing* Name Size; ");
-    view.contextMenu()[1].items[1].action();
-    awaitReloads(3);
-    EXPECT_EQ(titles(), "a b c ");
-    EXPECT_EQ(marks(), "Organize by: Name Size; Auto-organize by: Nothing Name* Size; ");
-    view.search("b");
-    view.drag(0, 1);
-    EXPECT_EQ(marks(), "Organize by: Name Size; Auto-organize by: Nothing Name* Size; ");
-    view.search("");
-    view.drag(0, 2);
-    EXPECT_EQ(titles(), "b c a ");
-    EXPECT_EQ(marks(), "Organize by: Name Size; Auto-organize by: Nothing* Name Size; ");
-
-    const int before = reloads;
-    view.addPort(applications + "d.app");
-    awaitReloads(before + 1);
-    EXPECT_EQ(titles(), "b c a d ");
-    ui.expect("Do you want to remove that app only from the list").answer("List Only");
-    view.remove(applications + "c.app");
-    EXPECT_EQ(titles(), "b a d ");
-    EXPECT_EQ(stored(), (Lines{"b=b.app", "a=a.app", "d=d.app"}));
 }
 
 TEST_F(LibraryViews, TheGridIsReducedByTheScale) {
@@ -243,52 +155,6 @@ TEST_F(LibraryViews, IconsComeOnceTheyAreAskedFor) {
     static_cast<void>(width(1));
     settle();
     EXPECT_EQ(width(1), 8);
-}
-
-TEST_F(LibraryViews, TheFoldersPaneStoresEachChange) {
-    put(applications + "Games.localized/file", "");
-    settings::store(settings::mainFolder, "/Old/");
-    int beeps = 0;
-    bool reset = false;
-    NSAppsFoldersList pane(apps,
-                           {.changed = {}, .beep = [&] { ++beeps; }, .libraryLoaded = [&] { reset = true; }});
-    const std::string games = applications + "Games.localized/";
-    const auto kept = [&] { return *settings::stored(settings::mainFolder); };
-    EXPECT_EQ(pane.rows(), (Lines{games, applications}));
-    EXPECT_EQ(kept(), Value(Array{games, applications}));
-    EXPECT_EQ(settings::stored(settings::automaticFolderSave), Value(1));
-    pane.setSavesAutomatically(false);
-    EXPECT_FALSE(NSAppsFoldersList::savesAutomatically());
-
-    const KeyPress deleteKey{.character = 127}, plus{.keyCode = 24, .command = true},
-        minus{.keyCode = 27, .command = true};
-    EXPECT_TRUE(pane.keyDown(deleteKey, false));
-    EXPECT_EQ(beeps, 1);
-    pane.select({1, 0, 1, 9});
-    EXPECT_FALSE(pane.keyDown(deleteKey, true));
-    EXPECT_TRUE(pane.keyDown(plus, false));
-    EXPECT_EQ(kept(), Value(Array{applications, games, applications}));
-    pane.select({1, 2});
-    EXPECT_TRUE(pane.keyDown(minus, false));
-    EXPECT_EQ(kept(), Value(Array{applications}));
-
-    ui.expectChoice("Select the Apps Folder", {});
-    pane.editRow(0);
-    EXPECT_EQ(kept(), Value(Array{applications}));
-    put(folder.path + "/apps/readme.txt", "");
-    ui.expectChoice("Select the Apps Folder", {folder.path + "/apps"});
-    pane.editRow(0);
-    EXPECT_EQ(kept(), Value(Array{folder.path + "/apps/"}));
-
-    store({"old"});
-    makeWrapper(folder.path + "/apps/new.app");
-    ui.expect("Do you want to reset your Local apps list?").titleIs("Warning").defaultIs("No").answer("No");
-    pane.resetLocalApps();
-    EXPECT_EQ(stored(), Lines{"old=old.app"});
-    ui.expect("Do you want to reset your Local apps list?").answer("Yes");
-    pane.resetLocalApps();
-    machine->mainQueue.runUntil([&] { return reset; });
-    EXPECT_EQ(stored(), Lines{"new=" + folder.path + "/apps/new.app"});
 }
 
 }  // namespace

@@ -17,19 +17,6 @@ class DefaultsStoreTest : public ::testing::Test {
     const std::string path = folder.path + "/Library/Preferences/settings.plist";
 };
 
-TEST_F(DefaultsStoreTest, EveryChangeIsOnDisk) {
-    DefaultsStore store(path);
-    EXPECT_FALSE(store.get("Name"));
-    EXPECT_TRUE(store.set("Name", "value"));
-    EXPECT_TRUE(store.set("Gone", 1));
-    EXPECT_EQ(property_lists::read(path), Value(Dictionary{{"Name", "value"}, {"Gone", 1}}));
-    EXPECT_TRUE(store.set("Gone", std::nullopt));
-    EXPECT_EQ(property_lists::read(path), Value(Dictionary{{"Name", "value"}}));
-    EXPECT_EQ(DefaultsStore(path).get("Name"), Value("value"));
-    EXPECT_TRUE(files::remove(path));
-    EXPECT_FALSE(store.get("Name")) << "a file that was removed is an empty store";
-}
-
 TEST_F(DefaultsStoreTest, StoresOfSeveralProcessesLoseNothing) {
     DefaultsStore first(path);
     DefaultsStore second(path);
@@ -94,20 +81,6 @@ TEST_F(DefaultsStoreTest, WhatCannotBeReadOrWrittenIsLeftAsItIs) {
     DefaultsStore nowhere(folder.path + "/file/settings.plist");
     EXPECT_FALSE(nowhere.set("a", 1));
     EXPECT_FALSE(nowhere.get("a"));
-}
-
-TEST_F(DefaultsStoreTest, ReadsBooleansAsThePlatformDoes) {
-    DefaultsStore store(path);
-    const std::pair<Value, bool> rows[] = {{true, true},    {-3, true},     {0, false},    {0.5, true},
-                                           {0.0, false},    {"true", true}, {" t", true},  {"-007x", true},
-                                           {"+0", false},   {"on", false},  {"00", false}, {"x1", false},
-                                           {Array{}, false}};
-    for (const auto& [value, expected] : rows) {
-        ASSERT_TRUE(store.set("key", value));
-        EXPECT_EQ(store.getBool("key", !expected), expected) << property_lists::xml(value);
-    }
-    EXPECT_TRUE(store.getBool("absent", true));
-    EXPECT_FALSE(store.getBool("absent", false));
 }
 
 }  // namespace

@@ -263,17 +263,6 @@ TEST_F(Files, AtomicWriteReplacesALink) {
     EXPECT_EQ(get("target"), std::string("a\0b", 3));
 }
 
-TEST_F(Files, ListsByCharacterCodeWithoutFollowing) {
-    for (const char* name : {"f/b", "f/B", "f/.h", "f/\xc3\xa9", "f/sub/z", "f/sub-/y"}) put(name, "");
-    ASSERT_TRUE(files::createSymbolicLink(at("f/loop"), "."));
-    EXPECT_EQ(*files::list(at("f")),
-              (std::vector<std::string>{".h", "B", "b", "loop", "sub", "sub-", "\xc3\xa9"}));
-    EXPECT_EQ(below("f"), (std::vector<std::string>{".h", "B", "b", "loop", "sub", "sub/z", "sub-", "sub-/y",
-                                                    "\xc3\xa9"}));
-    EXPECT_EQ(files::list(at("missing")).error().why, "No such file or directory");
-    EXPECT_EQ(files::listBelow(at("f/b")).error().why, "Not a directory");
-}
-
 TEST_F(Files, Resolved) {
     put("real/inner/file", "");
     ASSERT_TRUE(files::createSymbolicLink(at("link"), "real/./inner"));
@@ -301,29 +290,6 @@ TEST_F(Files, OneHolderOfALock) {
     first.reset();
     EXPECT_FALSE(files::Lock::tryLock(at("lock")));
     EXPECT_TRUE(files::Lock::tryLock(at("other")));
-}
-
-TEST(PathTexts, Parts) {
-    const struct {
-        const char *path, *last, *parent, *extension, *without;
-    } rows[] = {
-        {"/a/b.app/", "b.app", "/a", "app", "/a/b"},
-        {"/a/b.tar.7z", "b.tar.7z", "/a", "7z", "/a/b.tar"},
-        {"/a.b/c", "c", "/a.b", "", "/a.b/c"},
-        {"/.x", ".x", "/", "", "/.x"},
-        {"/", "", "/", "", "/"},
-        {"name.exe", "name.exe", "", "exe", "name"},
-        {"", "", "", "", ""},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(files::lastComponent(row.path), row.last) << row.path;
-        EXPECT_EQ(files::parent(row.path), row.parent) << row.path;
-        EXPECT_EQ(files::extension(row.path), row.extension) << row.path;
-        EXPECT_EQ(files::withoutExtension(row.path), row.without) << row.path;
-    }
-    EXPECT_EQ(files::join("/a/", "/b"), "/a/b");
-    EXPECT_EQ(files::join("/", "b"), "/b");
-    EXPECT_EQ(files::join("/a", ""), "/a");
 }
 
 }  // namespace

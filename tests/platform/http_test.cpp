@@ -232,18 +232,6 @@ TEST(Fetch, HasBoundsAndCanAskForTheHeadOnly) {
     EXPECT_EQ(head.announcedLength, big.size());
 }
 
-TEST(Fetch, PostsTheBodyAsItIs) {
-    LoopbackSite site;
-    site.answer("/form", {.body = "thanks"});
-    for (const std::string& body : {std::string("a=1&b=%26"), std::string(), std::string(2 << 20, 'x')}) {
-        const auto response = http::fetch({.url = site.baseAddress() + "form?q=1",
-                                           .body = body,
-                                           .headers = {"Content-Length: " + std::to_string(body.size())}});
-        EXPECT_EQ(response.body, "thanks");
-        EXPECT_EQ(site.requests().back() == "POST /form?q=1\n" + body, true) << body.size();
-    }
-}
-
 TEST(Fetch, Cancellation) {
     const Site site;
     const HttpRequest request{.url = site.baseAddress() + "stall"};

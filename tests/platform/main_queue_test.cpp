@@ -16,20 +16,6 @@ namespace {
 using std::chrono::hours;
 using std::chrono::milliseconds;
 
-TEST(MainQueueCalls, BringResultsAndExceptionsBack) {
-    MainQueue queue;
-    bool ended = false;
-    std::thread worker([&] {
-        int value = 0;
-        EXPECT_TRUE(queue.callAndWait([&] { value = queue.isMainThread() ? 1 : 2; }));
-        EXPECT_EQ(value, 1);
-        EXPECT_THROW((void)queue.callAndWait([] { throw std::runtime_error("told"); }), std::runtime_error);
-        queue.post([&] { ended = true; });
-    });
-    queue.runUntil([&] { return ended; });
-    worker.join();
-}
-
 TEST(MainQueueCalls, OfAClosedQueueReturnUnlessTheirWorkRuns) {
     MainQueue queue;
     std::binary_semaphore inside(0), closed(0), waits(0);

@@ -59,31 +59,5 @@ TEST_F(Notifications, AClickBringsWhatTheNotificationCarries) {
               128);
 }
 
-TEST_F(Notifications, NobodyWaitsForAClickThatNobodyHandles) {
-    scriptService("exec sleep 600");
-    std::string activated;
-    auto service = std::make_unique<NotificationService>([&](const std::string& info) { activated = info; });
-    service->show(notification);
-    service.reset();
-    onWorker([this] { machine->workQueues.joinAll(); });
-    EXPECT_EQ(activated, "");
-    // A command only hands it on, and is free to end.
-    std::filesystem::remove(log);
-    const std::string fifo = folder.path + "/fifo";
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    scriptService("echo sent > '" + fifo + "'");
-    NotificationService().show(notification);
-    EXPECT_FALSE(machine->workQueues.busy());
-    EXPECT_EQ(get(fifo), "sent\n");
-    EXPECT_EQ(shown().find("--action"), std::string::npos);
-    // And without a bus there is nobody to hand it to.
-    std::filesystem::remove(log);
-    unsetenv("DBUS_SESSION_BUS_ADDRESS");
-    NotificationService service2([](const std::string&) {});
-    service2.show(notification);
-    EXPECT_FALSE(machine->workQueues.busy());
-    EXPECT_FALSE(std::filesystem::exists(log));
-}
-
 }  // namespace
 }  // namespace morvane

@@ -38,11 +38,6 @@ Pixel at(const Picture& picture, int x, int y) {
     return pixel;
 }
 
-bool isNear(Pixel a, Pixel b, int tolerance) {
-    return std::equal(a.begin(), a.end(), b.begin(),
-                      [&](int x, int y) { return std::abs(x - y) <= tolerance; });
-}
-
 std::string bigEndian(std::size_t number) {
     std::string bytes;
     for (const unsigned shift : {24U, 16U, 8U, 0U}) bytes += static_cast<char>((number >> shift) & 0xFFU);
@@ -88,33 +83,6 @@ std::vector<std::pair<std::string_view, std::string>> samples() {
     };
 }
 
-TEST(Pictures, AreDecodedWithoutAnApplicationObjectOnAnyThread) {
-    std::thread worker([] {
-        for (const auto& [kind, bytes] : samples()) {
-            EXPECT_EQ(kindOf(bytes), kind);
-            const std::optional<Size> size = sizeOf(bytes);
-            EXPECT_TRUE(size && size->width == 2 && size->height == 1) << kind;
-            const std::optional<Picture> picture = decode(bytes);
-            ASSERT_TRUE(picture && picture->width == 2 && picture->rgba.size() == 8) << kind;
-            EXPECT_TRUE(isNear(at(*picture, 1, 0), brown, 3)) << kind;
-        }
-    });
-    worker.join();
-}
-
-TEST(Pictures, KeepTransparencyThroughPngAndTiff) {
-    const Picture picture = painted(3, 2, [](int x, int y) {
-        return Pixel{x * 100, y * 200, 77, 255 - 64 * x};
-    });
-    for (const std::string& bytes : {encodePng(picture), encodeTiff(picture)}) {
-        const std::optional<Picture> back = decode(bytes);
-        ASSERT_TRUE(back && back->width == 3 && back->height == 2);
-        for (int x = 0; x < 3; ++x) EXPECT_TRUE(isNear(at(*back, x, 1), at(picture, x, 1), 2)) << x;
-    }
-    const std::optional<Picture> jpeg = decode(encodeJpeg(plain(8, 8, {0, 0, 0, 0}), 100));
-    EXPECT_TRUE(jpeg && isNear(at(*jpeg, 4, 4), {255, 255, 255, 255}, 2)) << "transparent is white";
-}
-
 TEST(Pictures, OfAContainerTheLargestReadableCounts) {
     const auto png = [](int edge) { return encodePng(plain(edge, edge, {edge, 0, 0, 255})); };
     const std::string jpeg2000 = "\0\0\0\x0CjP  \r\n\x87\n"s;
@@ -138,15 +106,6 @@ TEST(Pictures, OfAContainerTheLargestReadableCounts) {
         ASSERT_TRUE(picture && picture->width == row.decoded) << row.name;
         EXPECT_EQ(at(*picture, 1, 1), (Pixel{row.decoded, 0, 0, 255})) << row.name;
     }
-}
-
-TEST(Pictures, OfACameraComeUpright) {
-    std::string jpeg = encodeJpeg(plain(16, 8, brown));
-    const std::string turned = "Exif\0\0MM\0*\0\0\0\x08\0\1\1\x12\0\3\0\0\0\1\0\6\0\0\0\0\0\0"s;
-    jpeg.insert(2, "\xFF\xE1\0"s + static_cast<char>(turned.size() + 2) + turned);
-    const std::optional<Picture> picture = decode(jpeg);
-    EXPECT_TRUE(picture && picture->width == 8 && picture->height == 16);
-    EXPECT_EQ(sizeOf(jpeg)->width, 8);
 }
 
 TEST(Pictures, OtherBytesAreNone) {

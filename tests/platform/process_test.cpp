@@ -69,33 +69,6 @@ bool ends(pid_t number) {
     return ::poll(&event, 1, 20'000) == 1;
 }
 
-TEST_F(Programs, ExitStatus) {
-    EXPECT_TRUE(processes::run(shell("exit 0"))->ending.succeeded());
-    EXPECT_EQ(processes::run(shell("exit 7"))->ending, (ProgramEnding{.exitStatus = 7}));
-    const ProgramEnding killed = processes::run(shell("kill -9 $$"))->ending;
-    EXPECT_EQ(killed, (ProgramEnding{.signal = 9}));
-    EXPECT_EQ(killed.shellStatus(), 137);
-}
-
-TEST_F(Programs, CannotBeStarted) {
-    ProcessRequest missing;
-    missing.program = folder.path + "/missing";
-    EXPECT_FALSE(processes::run(missing));
-    missing.waitForExit = false;
-    EXPECT_FALSE(processes::run(missing));
-    EXPECT_FALSE(processes::launch(missing.program));
-    auto nowhere = shell("true");
-    nowhere.runFolder = folder.path + "/missing";
-    EXPECT_FALSE(processes::run(nowhere));
-
-    using namespace std::string_literals;
-    auto cutShort = shell("true");
-    cutShort.arguments.push_back("meant\0 for more"s);
-    EXPECT_FALSE(processes::run(cutShort));
-    EXPECT_FALSE(processes::run({.program = "/bin/true\0/else"s}));
-    EXPECT_FALSE(processes::run({.program = "/bin/true", .environment = {{{"A", "b\0c"s}}}}));
-}
-
 TEST_F(Programs, MuchOutputWithNulBytes) {
     const auto result = processes::run(shell("head -c 3000000 /dev/zero; printf end"));
     ASSERT_TRUE(result);
@@ -143,26 +116,6 @@ TEST_F(Programs, WithoutTheWaitTheEndOfTheOutputIsEnough) {
     EXPECT_TRUE(ends(number));
 }
 
-TEST_F(Programs, TheEndOfStandardErrorIsKeptAndAllOfItPassedOn) {
-    // One that stays behind, and holds the stream, keeps nobody waiting.
-    ProcessRequest request = shell(
-        "yes first | head -n 20000 >&2; printf 'the end' >&2; sleep 60 >/dev/null & echo $! >&1; exit 3");
-    request.keptErrors = 32;
-    const std::string shown = folder.path + "/shown";
-    const Descriptor usual(::dup(STDERR_FILENO));
-    const Descriptor file(::open(shown.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
-    ::dup2(file.get(), STDERR_FILENO);
-    const auto result = processes::run(request);
-    ::dup2(usual.get(), STDERR_FILENO);
-    ASSERT_TRUE(result);
-    ::kill(std::stoi(result->output), SIGKILL);
-    EXPECT_EQ(result->ending.exitStatus, 3);
-    EXPECT_EQ(result->errors, "\nfirst\nfirst\nfirst\nfirst\nthe end");
-    EXPECT_EQ(files::size(shown), 20000U * 6 + 7);
-    // Without, it is inherited.
-    EXPECT_EQ(processes::run(shell("echo no >&2"))->errors, "");
-}
-
 TEST_F(Programs, CancellationStopsTheWholeGroup) {
     const std::string ready = signalPipe("ready");
     // Deaf to the polite request, with a child of its own and a daemon that has left the group with the
@@ -192,16 +145,6 @@ TEST_F(Programs, CancellationStopsTheWholeGroup) {
     }
 }
 
-TEST_F(Programs, CancellationBeforeTheStart) {
-    Cancellation cancellation;
-    ASSERT_TRUE(cancellation.begin());
-    cancellation.request();
-    auto request = shell("touch \"$1\"", {folder.path + "/touched"});
-    request.cancellation = &cancellation;
-    EXPECT_THROW(static_cast<void>(processes::run(request)), Cancelled);
-    EXPECT_EQ(files::kindOf(folder.path + "/touched"), files::Kind::none);
-}
-
 TEST_F(Programs, LaunchedInASessionOfTheirOwn) {
     const std::string done = signalPipe("done");
     ASSERT_TRUE(processes::launch(
@@ -216,34 +159,6 @@ TEST_F(Programs, LaunchedInASessionOfTheirOwn) {
     EXPECT_EQ(input, "/dev/null");
     EXPECT_EQ(output, "/dev/null");
     EXPECT_TRUE(ends(number));
-}
-
-TEST_F(Programs, SearchFindsEveryCopyInOrder) {
-    const auto put = [&](const std::string& name, unsigned mode) {
-        const std::string path = folder.path + "/" + name;
-        ASSERT_TRUE(files::createFolder(files::parent(path), true));
-        ASSERT_TRUE(files::write(path, "", files::Atomically::no));
-        ASSERT_TRUE(files::setPermissions(path, mode));
-    };
-    put("a/tool", 0755);
-    put("b/tool", 0644);        // not executable
-    put("c/tool/inner", 0755);  // a folder
-    put("d/tool", 0755);
-    const std::string& root = folder.path;
-    const std::string path =
-        root + "/d::" + root + "/b:" + root + "/c:" + root + "/missing:relative:" + root + "/a/";
-    EXPECT_EQ(processes::search("tool", path),
-              (std::vector<std::string>{root + "/d/tool", root + "/a/tool"}));
-    EXPECT_EQ(processes::search(root + "/a/tool", path), std::vector<std::string>{root + "/a/tool"});
-    EXPECT_TRUE(processes::search("nothing", path).empty());
-    EXPECT_TRUE(processes::search("", path).empty());
-}
-
-TEST(WaitForEnd, TellsTheLivingFromTheEnded) {
-    const auto ended = processes::run({.program = "/bin/sh", .arguments = {"-c", "echo $$"}});
-    ASSERT_TRUE(ended);
-    EXPECT_TRUE(processes::waitForEnd({std::stoi(ended->output)}, std::chrono::milliseconds(0)));
-    EXPECT_FALSE(processes::waitForEnd({getpid()}, std::chrono::milliseconds(0)));
 }
 
 }  // namespace

@@ -32,10 +32,6 @@ class OwnPrograms : public ::testing::Test {
         EXPECT_TRUE(files::setPermissions(at(name), mode));
         return at(name);
     }
-    [[nodiscard]] std::string get(const std::string& name) const {
-        const auto bytes = files::read(at(name));
-        return !bytes ? "(missing)" : *bytes;
-    }
     [[nodiscard]] std::string signalPipe(const std::string& name) const {
         EXPECT_EQ(::mkfifo(at(name).c_str(), 0600), 0);
         return at(name);
@@ -132,89 +128,6 @@ TEST_F(OwnPrograms, PsAddsTheWrapper) {
     EXPECT_EQ(listing.find(ownPrograms + "/ps"), std::string::npos);
 }
 
-TEST_F(OwnPrograms, SystemProfilerListsAdapters) {
-    const auto device = [this](const std::string& address, const std::string& properties) {
-        std::istringstream fields(properties);
-        for (std::string field; std::getline(fields, field, ';');) {
-            const std::size_t space = field.find(' ');
-            static_cast<void>(put("system/sys/bus/pci/devices/" + address + "/" + field.substr(0, space),
-                                  field.substr(space + 1) + "\n"));
-        }
-    };
-    const std::string graphics = "class 0x030000;vendor ";
-    const std::string window = ";resource 0x00000000e0000000 0x00000000efffffff 0x000000000014220c\n";
-    device("0000:00:02.0", graphics + "0x8086;device 0x5916" + window);
-    device("0000:01:00.0",
-           graphics + "0x1002;device 0x67df;max_link_width 16;mem_info_vram_total 8589934592");
-    device("0000:02:00.0", "class 0x030200;vendor 0x10de;device 0x2bb1;max_link_width 8" + window +
-                               "0x4000000000 0x47ffffffff 0x14220c\n");
-    device("0000:04:00.0", "class 0x020000;vendor 0x8086;device 0x1111");
-    static_cast<void>(put("bin/lspci", R"(#!/bin/sh
-case "$*" in
-*-s\ 0000:00:02.0) echo '0000:00:02.0 "VGA compatible controller" "Intel Corporation" "HD Graphics 620" -r02 "Dell" "Device 075b"' ;;
-*-s\ 0000:01:00.0) echo '0000:01:00.0 "VGA compatible controller" "Advanced Micro Devices, Inc. [AMD/ATI]" "Ellesmere [Radeon RX 480]" -re7 "" ""' ;;
-*-s\ 0000:02:00.0) echo '0000:02:00.0 "3D controller" "NVIDIA Corporation" "GB202GL [RTX PRO 6000 Workstation Edition]" "" ""' ;;
-esac
-)",
-                          0755));
-    // The lines of an adapter, each six spaces in, as one.
-    const std::string report = run(ownPrograms + "/system_profiler", {"SPDisplaysDataType"}).output;
-    EXPECT_EQ(std::regex_replace(report, std::regex("\n      "), "; "), R"(Graphics/Displays:
-
-    Intel HD Graphics 620:
-; Chipset Model: Intel HD Graphics 620; Type: GPU; Bus: Built-In; Vendor ID: 0x8086; Device ID: 0x5916
-
-    AMD Radeon RX 480:
-; Chipset Model: AMD Radeon RX 480; Type: GPU; Bus: PCIe; VRAM (Total): 8192 MB; Vendor ID: 0x1002; Device ID: 0x67df
-
-    NVIDIA RTX PRO 6000 Edition:
-; Chipset Model: NVIDIA RTX PRO 6000 Edition; Type: GPU; Bus: PCIe; VRAM (Total): 32768 MB; Vendor ID: 0x10de; Device ID: 0x2bb1
-
-)");
-}
-
-TEST_F(OwnPrograms, OpenChoosesWhoOpens) {
-    const std::string told = signalPipe("told");
-    const std::string tells =
-        "#!/bin/sh\n(printf '%s' \"${0##*/}\"; printf '|%s' \"$@\"; echo) > '" + told + "'\n";
-    static_cast<void>(put("bin/xdg-open", tells, 0755));
-    static_cast<void>(put("bin/viewer", tells, 0755));
-    static_cast<void>(put("evil", tells, 0755));
-    const std::string log = put("a log.txt", "");
-    const auto bundle = [&](const std::string& name, const std::string& executable) {
-        static_cast<void>(put(name + "/Contents/Info.plist",
-                              "<plist version=\"1.0\"><dict><key>CFBundleExecutable</key><string>" +
-                                  executable + "</string></dict></plist>"));
-        static_cast<void>(put(name + "/Contents/MacOS/Start", tells, 0755));
-        return at(name);
-    };
-    const std::string good = bundle("Good.app", "Start");
-    const struct {
-        std::vector<std::string> arguments;
-        std::string told;
-    } rows[] = {
-        {{log}, "xdg-open|" + log},
-        {{"http://example.org/?a=b c"}, "xdg-open|http://example.org/?a=b c"},
-        {{"-R", log}, "xdg-open|" + folder.path},
-        {{good, "--args", "-x", "y z"}, "Start|-x|y z"},
-        {{"-a", "viewer", log}, "viewer|" + log},
-    };
-    for (const auto& row : rows) {
-        ASSERT_EQ(run(ownPrograms + "/open", row.arguments).ending.exitStatus, 0) << row.told;
-        EXPECT_EQ(firstLine(told), row.told);
-    }
-    const std::vector<std::vector<std::string>> refused{
-        {},
-        {at("missing")},
-        {"-R", at("missing")},
-        {"-a", "no such application", log},
-        {bundle("Escape.app", "../../../evil")},
-        {bundle("Absent.app", "Absent")},
-    };
-    for (const auto& arguments : refused)
-        EXPECT_EQ(run(ownPrograms + "/open", arguments).ending.exitStatus, 1);
-}
-
 /// The list of the disc images below the system folder, without sizes.
 class DiscPrograms : public OwnPrograms {
   public:
@@ -285,39 +198,6 @@ TEST_F(DiscPrograms, DiskutilSurvivesAHostileMap) {
     EXPECT_TRUE(found[3].starts_with("   1:Apple_HFS and far more than a /dev/sr9\u00E9\u00E9")) << found[3];
     EXPECT_TRUE(found[3].ends_with("sr0p1")) << found[3];
     EXPECT_TRUE(found[4].starts_with("   2:                  Apple_HFS fallback ")) << found[4];
-}
-
-TEST_F(DiscPrograms, MountFindsAnotherWayWhereTheMachineRefuses) {
-    const std::string folderOfDisc = at("MV_WIN_DISC"), place = at("media");
-    const std::vector<std::string> mount{"-t", "cd9660", "-r", "/dev/nosuchdisc", folderOfDisc};
-    ASSERT_TRUE(files::createFolder(folderOfDisc, false));
-    ASSERT_TRUE(files::createFolder(place, false));
-    const std::string tells = "#!/bin/sh\necho \"${0##*/} $*\" >> '" + at("log") + "'\n";
-    const auto tool = [&](const std::string& name, const std::string& then) {
-        static_cast<void>(put("bin/" + name, tells + then, 0755));
-    };
-    for (const char* name : {"fuseiso", "udisksctl", "findmnt"}) tool(name, "exit 1");
-    EXPECT_NE(run(ownPrograms + "/mount", mount).ending.exitStatus, 0);
-    EXPECT_EQ(files::kindOf(folderOfDisc), files::Kind::folder);
-
-    tool("findmnt", "case $* in *TARGET*) echo '" + place + "' ;; *) echo /dev/nosuchdisc ;; esac");
-    static_cast<void>(put("log", ""));
-    EXPECT_EQ(run(ownPrograms + "/mount", mount).ending.exitStatus, 0);
-    EXPECT_EQ(get("log"),
-              "fuseiso -n /dev/nosuchdisc " + folderOfDisc +
-                  " -o ro\nudisksctl mount --no-user-interaction -b /dev/nosuchdisc -t iso9660 -o ro\n"
-                  "findmnt -n -l -o TARGET -t iso9660 -S /dev/nosuchdisc\n");
-    EXPECT_EQ(files::resolved(folderOfDisc), place);
-    EXPECT_EQ(run(ownPrograms + "/umount", {folderOfDisc}).ending.exitStatus, 0);
-    EXPECT_EQ(files::kindOf(folderOfDisc), files::Kind::folder);
-    EXPECT_TRUE(get("log").ends_with("udisksctl unmount --no-user-interaction -b /dev/nosuchdisc\n"))
-        << get("log");
-
-    tool("fuseiso", "exit 0");
-    EXPECT_EQ(run(ownPrograms + "/mount", mount).ending.exitStatus, 0);
-    EXPECT_EQ(files::kindOf(folderOfDisc), files::Kind::folder);
-    for (const std::string program : {"mount", "umount"})
-        EXPECT_EQ(run(ownPrograms + "/" + program, {"-V"}).output, run("/usr/bin/" + program, {"-V"}).output);
 }
 
 }  // namespace

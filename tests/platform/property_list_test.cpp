@@ -56,38 +56,6 @@ TEST(PropertyListXml, ComesBackAsItWasWritten) {
     EXPECT_EQ(xml(*read), xml(everything)) << "the order of the keys";
 }
 
-TEST(PropertyListXml, IsWrittenInTheFormThatOthersRead) {
-    const Value value =
-        Dictionary{{"Name", "A&B"}, {"Flag", true}, {"Items", Array{2.5, Date{1}, Data{"hi"}}}};
-    EXPECT_EQ(xml(value), R"(<?xml version="1.0" encoding="UTF-8"?>
-<!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
-<plist version="1.0">
-<dict>
-	<key>Name</key>
-	<string>A&amp;B</string>
-	<key>Flag</key>
-	<true/>
-	<key>Items</key>
-	<array>
-		<real>2.5</real>
-		<date>2001-01-01T00:00:01Z</date>
-		<data>aGk=</data>
-	</array>
-</dict>
-</plist>
-)");
-}
-
-TEST(PropertyListXml, LeavesOutWhatItCannotHold) {
-    const Value value = Dictionary{{"null", Value()},
-                                   {"picture", ImageData{}},
-                                   {"styled", StyledText{}},
-                                   {"list", Array{Value(), 1, ImageData{}}},
-                                   {"text", "a\0b\x01\xFF\xEF\xBF\xBF"s}};
-    EXPECT_EQ(parse(xml(value)),
-              Value(Dictionary{{"list", Array{1}}, {"text", "a\uFFFDb\uFFFD\uFFFD\uFFFD"}}));
-}
-
 TEST(PropertyListXml, ReadsWhatOthersWrite) {
     const struct {
         std::string xml;
@@ -205,17 +173,6 @@ TEST(PropertyList, DamagedBytesNeitherCrashNorGrow) {
     for (std::size_t length = 0; length + 12 < written.size(); ++length) {
         EXPECT_FALSE(parse(std::string(written.data(), length))) << length;
     }
-}
-
-TEST(PropertyListFile, IsReplacedAndReadBack) {
-    const testing::TemporaryFolder folder;
-    const std::string path = folder.path + "/Info.plist";
-    EXPECT_FALSE(property_lists::read(path));
-    EXPECT_TRUE(property_lists::write(path, Dictionary{{"old", 1}}));
-    EXPECT_TRUE(property_lists::write(path, everything));
-    EXPECT_EQ(property_lists::read(path), everything);
-    EXPECT_EQ(why(property_lists::write(folder.path + "/none/Info.plist", everything)),
-              "No such file or directory");
 }
 
 }  // namespace

@@ -34,37 +34,6 @@ TEST(StyledTextFromHtml, GivesTheTextOfAPage) {
     for (const auto& [html, text] : rows) EXPECT_EQ(textOf(html), text) << html;
 }
 
-/// The runs as "3 1b 2bi 5(http://x/)": lengths, each with what the run shows.
-std::string runsOf(const StyledText& styled) {
-    std::string text;
-    for (const StyledRun& run : styled.runs) {
-        text += (text.empty() ? "" : " ") + std::to_string(run.length);
-        text += std::string(run.bold ? "b" : "") + (run.italic ? "i" : "");
-        if (!run.link.empty()) text += "(" + run.link + ")";
-    }
-    return text;
-}
-
-TEST(StyledTextFromHtml, MarksBoldItalicAndLinks) {
-    const struct {
-        std::string_view html, text, runs;
-    } rows[] = {
-        {"a<b>b<i>c</b>d</i>e", "abcde", "1 1b 1bi 1i 1"},
-        {"<h2>Title</h2>text", "Title\ntext", "5b 5"},
-        {"<span style=\"FONT-WEIGHT : Bold\">a<span>b</span></span>c", "abc", "2b 1"},
-        {"<p style='font-style:italic'>a<p>b", "a\nb", "1i 2"},
-        {"</b>a<b></b></b>b", "ab", "2"},
-        {"<b>a<hr style='font-weight:bold'></b>b", "a\nb", "1b 2"},
-        {"<b>😀</b>é", "😀é", "2b 1"},
-        {"go <a href='http://x/?a=1&amp;b=2'>there</a>.", "go there.", "3 5(http://x/?a=1&b=2) 1"},
-    };
-    for (const auto& row : rows) {
-        const StyledText styled = styledTextFromHtml(row.html);
-        EXPECT_EQ(styled.text, row.text) << row.html;
-        EXPECT_EQ(runsOf(styled), row.runs) << row.html;
-    }
-}
-
 TEST(StyledTextFromHtml, BearsHostilePages) {
     const auto repeated = [](std::string_view part, int times) {
         std::string text;

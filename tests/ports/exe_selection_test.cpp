@@ -41,12 +41,6 @@ TEST(ShortcutPath, IsFoundInEachReading) {
         EXPECT_EQ(getLNKPathFromFileContents(row.contents, ".EXE"), row.expected) << row.name;
 }
 
-TEST(ShortcutDrive, IsTheLetterBeforeTheFirstFittingColon) {
-    const std::pair<std::string, const char*> rows[] = {
-        {"nothing", "C"}, {"aD:\\x", "D"}, {"\0:\\E:\\"s, "E"}, {":\\E:\\", "C"}, {"\0:\\\0"s, "C"}};
-    for (const auto& [contents, drive] : rows) EXPECT_EQ(getLNKDriveFromString(contents), drive);
-}
-
 TEST(ShortcutFlags, FollowTheFolderOrTheRareLayout) {
     const std::string path = "C:/Games/Foo/foo.exe";
     const std::string key = "\\Games\\Foo";
@@ -85,27 +79,6 @@ class Selection : public testing::TestMachine {
     const std::string wrapper, drive;
     const std::string steam = "\"C:\\Program Files (x86)\\Steam\\steam.exe\" ";
 };
-
-TEST_F(Selection, MakesRunPathsByTheEnding) {
-    const std::vector<TextRow> rows{
-        {"a.LNK", "C:\\Games\\Foo\\foo.exe\0\\Games\\Foo\x10-w|\0"s, "\"C:\\Games\\Foo\\foo.exe\" -w"},
-        {"b.lnk", "C:\\J\xe4ger\\foo.exe", "\"C:\\J\xc3\xa4ger\\foo.exe\" "},
-        {"c.url", "URL=steam://rungameid/12345\r\nx", steam + "-applaunch 12345"},
-        {"d.url", "URL=http://x/12345\n", steam},
-        {"no number.url", "URL=steam://rungameid/\nx", steam},
-        {"e.desktop", "Exec=x wine C:\\\\a.exe\nURL=steam://rungameid/8\n", steam + "-applaunch 8"},
-        {"f.desktop",
-         "[Desktop Entry]\nExec=env WINEPREFIX=\"/w\" wine C:\\\\\\\\Program\\\\ "
-         "Files\\\\\\\\Game\\\\\\\\game.exe  \nType=x",
-         "\"C:\\Program Files\\Game\\game.exe\" "},
-        {"g.desktop", "", "\"\" "},
-    };
-    for (const TextRow& row : rows) {
-        put(home + "/" + row.name, row.contents);
-        EXPECT_EQ(selectAsMainExe(home + "/" + row.name, wrapper), row.expected) << row.name;
-    }
-    EXPECT_EQ(selectAsMainExe(drive + "/Games/game.exe", wrapper), "\"C:\\Games\\game.exe\" ");
-}
 
 TEST_F(Selection, FollowsADesktopEntryToItsShortcut) {
     put(drive + "/users/Public/Desktop/My Game.lnk", "C:\\Games\\game.exe\0\\Games\x10-f|\0"s);

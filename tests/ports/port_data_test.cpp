@@ -160,61 +160,6 @@ TEST(PortData, GatesExtraFilesByVersion) {
     }
 }
 
-TEST(PortData, BringsTheEngineUpToDateForAPortTypeOnly) {
-    EXPECT_EQ(portOf(Dictionary{{"Engine", "CK8Wine3.0"}}).engine, "CK8Wine3.0");
-    EXPECT_EQ(portOf(Dictionary{{"Engine", "CK8Wine3.0"}, {"Port Type", "Caskery"}}).engine, "CK9Wine3.0");
-    EXPECT_EQ(portOf(Dictionary{{"Port Type", "Caskery"}}).engine, std::nullopt);
-}
-
-TEST(PortData, BuildsOverridesFromOlderKeys) {
-    const Dictionary older{{"Direct3DOverrides", "c"},
-                           {"DLLsOverrides", "a"},
-                           {"OpenGLOverrides", "b"},
-                           {"ExesDLLsOverrides", Array{"[x]"}}};
-    EXPECT_EQ(NSPortData::overridesFromCKI(older),
-              (Array{"[x]", "[Software\\\\Wine\\\\DllOverrides]\na", "[Software\\\\Wine\\\\Opengl]\nb",
-                     "[Software\\\\Wine\\\\Direct3D]\nc"}));
-    Dictionary newer = older;
-    newer.set("Overrides", Array{});
-    EXPECT_EQ(NSPortData::overridesFromCKI(newer), Array{});
-    const Value text("vcrun2008\n\nd3dx9\n");
-    EXPECT_EQ(NSPortData::winetricksWithObject(&text), (std::vector<std::string>{"vcrun2008", "d3dx9"}));
-    EXPECT_TRUE(NSPortData::winetricksWithObject(nullptr).empty());
-}
-
-TEST(PortData, FindsClientsByKeyOrFileName) {
-    const char *steam = "Steam", *galaxy = "GOG Galaxy";
-    const std::tuple<Dictionary, std::optional<std::string>, const char*, bool> rows[] = {
-        {{}, "/Some Game (Steam).cki", steam, true},
-        {{}, "/game_steambuild.cki", steam, true},
-        {{}, "/x (gog galaxy).cki", galaxy, true},
-        {{}, "/x_GOGGalaxyBuild.cki", galaxy, true},
-        {{}, "/x gog galaxybuild.cki", galaxy, false},
-        {{}, "/Steam.cki", steam, false},
-        {{}, std::nullopt, steam, false},
-        {{{"Is Steam", false}}, "/Some Game (Steam).cki", steam, false},
-        {{{"Is Steam", "no"}}, "/Some Game (Steam).cki", steam, false},
-        {{{"Is Steam", 1}}, std::nullopt, steam, true},
-    };
-    for (const auto& [cki, path, drm, expected] : rows)
-        EXPECT_EQ(NSPortData::checkIfCKI(cki, path, drm), expected) << path.value_or("") << drm;
-}
-
-TEST(CkiVersion, ComparesComponentsAsNumbers) {
-    struct Row {
-        std::optional<std::string> version;
-        const char* least;
-        bool expected;
-    };
-    const std::vector<Row> rows{
-        {"1.6", "1.5.8", true},    {"1.5.8", "1.5.8.0", true}, {"1.5.10", "1.5.8", true},
-        {"1.5.7", "1.5.8", false}, {"1.5.8b", "1.5.8", true},  {"x", "0.0", true},
-        {"", "0.1", false},        {std::nullopt, "0", true},  {std::nullopt, "1.5.4", false},
-        {"2", "1.9.9", true},
-    };
-    for (const Row& row : rows) EXPECT_EQ(ckiVersion(row.version, row.least), row.expected) << row.least;
-}
-
 class BlankPort : public TestMachine {
   protected:
     static std::optional<NSPortData> blank(const std::string& path, unsigned drms = 0,
@@ -223,34 +168,6 @@ class BlankPort : public TestMachine {
         return NSPortData::customPortAtPath(path, engine, drms, driver);
     }
 };
-
-TEST_F(BlankPort, IsMadeForTheClients) {
-    const std::tuple<unsigned, const char*, bool> rows[] = {
-        {0, "C:/nothing.exe", true},
-        {drm::origin, "C:/*/Origin/Origin.exe", false},
-        {drm::origin | drm::uplay, "C:/*/Ubisoft/Ubisoft Game Launcher/Uplay.exe", false},
-        {7, "C:/*/Steam/steam.exe", false},
-    };
-    for (const auto& [drms, path, installer] : rows) {
-        const auto port = blank("/a/My (steam) 1.5.app", drms);
-        ASSERT_TRUE(port && port->exes.size() == 1U);
-        const ExeEntry& exe = port->exes.front();
-        EXPECT_EQ(exe.path, path);
-        EXPECT_EQ(exe.name, "My (steam) 1.5");
-        EXPECT_TRUE(exe.isMain && exe.automatic == 1 && port->decorateWindows);
-        EXPECT_EQ(port->originalInstallerNeeded, installer);
-        EXPECT_EQ(port->isSteam, (drms & drm::steam) != 0);
-        EXPECT_EQ(port->isUplay, (drms & drm::uplay) != 0);
-        EXPECT_EQ(port->isOrigin, (drms & drm::origin) != 0);
-        EXPECT_FALSE(port->isGogGalaxy || port->useMacDriver);
-        EXPECT_EQ(port->ckiVersion.value() + port->portType.value(), "1.6.1Caskery");
-        EXPECT_TRUE(port->company->starts_with("Copyright © 20")) << *port->company;
-        EXPECT_TRUE(port->company->ends_with(" Morvane. All rights reserved.")) << *port->company;
-    }
-    EXPECT_FALSE(blank("/a/b.app", 0, MacDriver::yes)->decorateWindows);
-    EXPECT_FALSE(blank("/a/b.app", 0, MacDriver::no, ""));
-    for (const char* nameless : {"", "/a/.app"}) EXPECT_FALSE(blank(nameless)) << nameless;
-}
 
 }  // namespace
 }  // namespace morvane

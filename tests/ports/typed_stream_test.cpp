@@ -89,19 +89,6 @@ TEST(Archive, ReadsWhatItWroteInBothOrders) {
     EXPECT_TRUE(std::signbit(*(*unarchived(archived(Array{-0.0})).as<Array>())[0].as<double>()));
 }
 
-TEST(Archive, ShortensIntegersAndReals) {
-    const auto tail = [](const Value& value) {
-        const std::string bytes = archived(value);
-        return bytes.substr(bytes.rfind("\x84\x01*") + 3);
-    };
-    EXPECT_EQ(tail(-110), bytesOf("84 84 01 'q' 97 92 86"));
-    EXPECT_EQ(tail(-111), bytesOf("84 84 01 'q' 97 81 91 ff 86"));
-    EXPECT_EQ(tail(200), bytesOf("84 84 01 'q' 97 81 c8 00 86"));
-    EXPECT_EQ(tail(2.0), bytesOf("84 84 01 'd' 97 02 86"));
-    EXPECT_EQ(tail(0.5), bytesOf("84 84 01 'd' 97 83 00 00 00 00 00 00 e0 3f 86"));
-    EXPECT_EQ(tail(true), bytesOf("84 84 01 'c' 97 01 86"));
-}
-
 const std::string zero(1, '\0');
 
 std::string number(std::string_view type, std::string_view value) {

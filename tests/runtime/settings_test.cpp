@@ -31,18 +31,6 @@ TEST(ScreenModeOf, EveryForm) {
     for (const auto& row : rows) EXPECT_EQ(screenModeOf(row.text), row.mode) << row.text;
 }
 
-TEST(ScreenSizeFrom, PrimaryElseFirstThatShowsSomething) {
-    EXPECT_EQ(
-        screenSizeFrom("Screen 0: minimum 8 x 8, current 3840 x 1080\n"
-                       "HDMI-1 connected 1920x1080+1920+0 (normal left inverted) 510mm x 290mm\n"
-                       "DP-1 connected primary 2560x1440+0+0 (normal) 600mm x 340mm\n   2560x1440 59.95*+\n"),
-        (ScreenSize{2560, 1440}));
-    EXPECT_EQ(screenSizeFrom("VGA-1 disconnected (normal)\nLVDS-1 connected (normal)\n"
-                             "HDMI-1 connected 1280x1024+0+0 (normal)\n"),
-              (ScreenSize{1280, 1024}));
-    EXPECT_EQ(screenSizeFrom("Can't open display\n"), std::nullopt);
-}
-
 class Bundle : public ::testing::Test {
   protected:
     Bundle() : wrapper(folder.path + "/My \"Game\" & Co.app") {
@@ -104,22 +92,6 @@ TEST_F(Bundle, ACustomExeHasItsOwnProgramAndTheWrappersLimits) {
     EXPECT_TRUE(launch.manyFiles);
     EXPECT_EQ(launch.screen, (ScreenMode{Desktop::fixed, 640, 480}));
     EXPECT_EQ(launch.associations, (std::vector<std::string>{"sav", "map"}));
-}
-
-TEST_F(Bundle, UnreadableSettingsAreNamed) {
-    TestMachine::put(wrapper + "/Contents/Info.plist", "not a list");
-    const auto result = launchSettingsOf(around("/Contents/MacOS/CaskeryLauncher"));
-    ASSERT_FALSE(result);
-    EXPECT_NE(result.error().message().find(wrapper + "/Contents/Info.plist"), std::string::npos);
-}
-
-TEST_F(Bundle, TheDesktopOfAWrapperHasAPlainName) {
-    const WrapperBundle bundle = around("/Contents/MacOS/CaskeryLauncher");
-    const WineCall call{{"C:/a.exe", "-x"}, "/"};
-    EXPECT_EQ(onDesktop(call, bundle, {Desktop::none, 0, 0}), call);
-    EXPECT_EQ(
-        onDesktop(call, bundle, {Desktop::fixed, 800, 600}).arguments,
-        (std::vector<std::string>{"explorer.exe", "/desktop=CaskeryMyGameCo,800x600", "C:/a.exe", "-x"}));
 }
 
 TEST_F(Bundle, TwoWrappersNameTheirServersDifferently) {

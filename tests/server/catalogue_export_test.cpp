@@ -112,35 +112,6 @@ TEST_F(Exporting, WritesIntoNoFolderOfOthersAndRemovesNothingOutsideItsOwn) {
     EXPECT_EQ(files::list(folder.path + "/elsewhere")->size(), 1U);
 }
 
-TEST_F(Exporting, ASearchFindsWhatTheServerFinds) {
-    ASSERT_TRUE(write());
-    for (const char* text : {"half", "HALF", "half life", "a", "li", "x", "", "||", "bob"}) {
-        for (const char* country : {"", "--", "BR", "DE"}) {
-            const std::string request = std::string("ckis/listPorts.php?search=") +
-                                        MVString::stringToWebStructure(text) + "&country=" + country;
-            const auto answering = static_catalogue::filesAnswering(request);
-            const auto file = std::ranges::find_if(answering, [&](const std::string& name) {
-                return files::kindOf(out + "/" + name) == files::Kind::file;
-            });
-            ASSERT_NE(file, answering.end()) << request;
-            const auto wanted = *country == '\0' ? std::nullopt : std::optional<std::string>(country);
-            EXPECT_EQ(static_catalogue::found(*static_catalogue::searchIn(request), get(out + "/" + *file)),
-                      catalogue_texts::list(store->search(text, wanted, false)))
-                << request;
-        }
-    }
-}
-
-TEST(StaticCatalogue, AnIndexIsOneAndNamesAWebAddressOrNone) {
-    using static_catalogue::indexIn;
-    const std::string begin = static_catalogue::textOf({});
-    EXPECT_EQ(indexIn(static_catalogue::textOf({"https://votes.example/"}))->live, "https://votes.example/");
-    EXPECT_EQ(indexIn(begin + "later: 1\nlive https://votes.example\r\n")->live, "https://votes.example/");
-    EXPECT_EQ(indexIn(begin + "live file:///etc/passwd\n")->live, "");
-    for (const std::string& other : {std::string(), std::string("<html>"), "x" + begin, begin.substr(1)})
-        EXPECT_FALSE(indexIn(other));
-}
-
 /// The command, a process of its own, with its home and the catalogue.
 class PlainFiles : public Exporting {
   protected:

@@ -72,48 +72,6 @@ TEST_F(Publishing, RefusesWhatWouldBreakTheAnswersAndSaysWhy) {
     EXPECT_EQ(idOf(publish(port("New"))), 3);  // no refusal used a number up
 }
 
-TEST_F(Publishing, IconsBecomePngOfABoundedSize) {
-    put(files + "/wide.jpg",
-        pictures::encodeJpeg({1024, 256, std::vector<std::uint8_t>(std::size_t{1024} * 256 * 4, 90)}));
-    PortToPublish wide = port("Wide");
-    wide.icon = files + "/wide.jpg";
-    const std::int64_t id = idOf(publish(wide));
-    const std::string icon = get((*CatalogueStore::open(content))->iconPath(id));
-    EXPECT_EQ(pictures::kindOf(icon), "PNG");
-    EXPECT_EQ(pictures::sizeOf(icon)->width, 512);
-    EXPECT_EQ(pictures::sizeOf(icon)->height, 128);
-}
-
-TEST_F(Publishing, TheSamplesArePublishedOnceAndAgainWhenTheyChange) {
-    cki("CD");
-    cki("GOG");
-    const std::string list = files + "/catalogue.plist";
-    Dictionary sample{{"Name", "Sample"},
-                      {"Creator", "morvane"},
-                      {"CKIs", Array{"CD.cki", "GOG.cki"}},
-                      {"Description", "about.html"},
-                      {"Icon", "icon.png"},
-                      {"Genres", Array{"Arcade"}},
-                      {"Source Links", Array{"GOG=https://g.example/"}},
-                      {"Free", true}};
-    ASSERT_TRUE(property_lists::write(list, Value(Array{Value(sample)})));
-    const std::string made = home + "/Support/Catalogue";
-    ASSERT_TRUE(prepareSampleCatalogue(list, made));
-    const auto store = *CatalogueStore::open(made);
-    EXPECT_EQ(store->publications(), 2);
-    const auto details = store->details(2);
-    ASSERT_TRUE(details);
-    EXPECT_TRUE(details->entry.free);
-    ASSERT_EQ(details->sources.size(), 2U);
-    EXPECT_EQ(details->sources[1].link, "https://g.example/");
-    ASSERT_TRUE(prepareSampleCatalogue(list, made));
-    EXPECT_EQ(store->publications(), 2);
-    put(files + "/CD.cki", get(cki("CD", "changed")));
-    ASSERT_TRUE(prepareSampleCatalogue(list, made));
-    EXPECT_EQ(store->publications(), 3);
-    EXPECT_EQ(get(*store->ckiPath(2, "CD")), get(files + "/CDchanged.cki"));
-}
-
 TEST_F(Publishing, WhatIsWithdrawnIsFoundNowhereUntilItIsPublishedAgain) {
     const PortToPublish game = port("Game");
     idOf(publish(game));

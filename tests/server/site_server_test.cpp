@@ -66,19 +66,6 @@ TEST_F(Site, NothingElseIsFound) {
     EXPECT_EQ(packed, 1);  // the listed one that fails
 }
 
-TEST_F(Site, ClientsAtOnceAreServedAndEachServerHasAPortOfItsOwn) {
-    const SiteServer server(content), other(content);
-    EXPECT_NE(server.baseAddress(), other.baseAddress());
-    std::atomic<int> whole = 0;
-    std::vector<std::thread> clients;
-    for (int client = 0; client < 8; ++client) {
-        clients.emplace_back(
-            [&] { whole += get(server, "Wrapper/Caskery-1.0.app.tar.7z").body == big ? 1 : 0; });
-    }
-    for (std::thread& client : clients) client.join();
-    EXPECT_EQ(whole, 8);
-}
-
 TEST_F(Site, StopsInTheMiddleOfATransferAndWithoutAnyRequest) {
     { const SiteServer unused(content); }
     auto server = std::make_unique<SiteServer>(content);

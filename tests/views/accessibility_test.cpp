@@ -82,19 +82,5 @@ TEST_F(Accessibility, OfTheOtherWindows) {
     walk(resources);
 }
 
-TEST_F(Accessibility, OfQuestionsOfEveryKind) {
-    const auto ask = [&](Dialog dialog) {
-        dialog.title = "Question";
-        dialog.buttons = {"Yes", "No"};
-        views::DialogWindow question(dialog, window.get());
-        question.show();
-        walk(question);
-    };
-    ask({.text = "A text"});
-    ask({.accessory = TextField{.text = "", .placeholder = "Here", .width = 300, .height = 24}});
-    ask({.accessory = TextField{.text = "", .placeholder = "Here", .width = 300, .height = 90}});
-    ask({.accessory = ChoiceBox{.options = {"One", "Two"}, .chosen = 0, .width = 300, .height = 24}});
-}
-
 }  // namespace
 }  // namespace morvane

@@ -52,23 +52,6 @@ class HelpPages : public testing::ViewsMachine, public ShellView {
     std::unique_ptr<HelpPage> page;
 };
 
-TEST_F(HelpPages, AnswerCommonQuestions) {
-    const auto questions = NSHelpTab::commonQuestions();
-    ASSERT_GT(questions.size(), 3U);
-    auto* title = named<QToolButton>(*page, questions[1].question);
-    const std::string start = questions[1].answer.text.substr(0, 20);
-    EXPECT_FALSE(shows(*page, start));
-    QTest::keyClick(title, Qt::Key_Space);
-    EXPECT_TRUE(shows(*page, start));
-    // The whole answer is seen.
-    auto* answer = named<QTextBrowser>(*page, questions[1].question);
-    QCoreApplication::processEvents();
-    EXPECT_GE(answer->height(), answer->document()->size().height());
-    testing::expectAccessible(*page);
-    QTest::keyClick(title, Qt::Key_Space);
-    EXPECT_FALSE(shows(*page, start));
-}
-
 TEST_F(HelpPages, SendWhatWasTypedAndKeepIt) {
     // What is missing is told in order, and nothing is sent.
     ui.expectError("We gonna contact you by mail");

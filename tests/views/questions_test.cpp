@@ -127,38 +127,6 @@ TEST_F(Questions, ShowWhatStrangersWroteLiterally) {
     EXPECT_EQ(ui.opened, std::vector<std::string>{"https://example.com/"});
 }
 
-TEST_F(Questions, WorkAndTimersGoOnMeanwhile) {
-    // The question is itself a piece of the queue's work, from another thread.
-    std::vector<std::string> happened;
-    int ticks = 0;
-    machine->mainQueue.every(std::chrono::milliseconds(10), [&] { ++ticks; });
-    bool isDone = false, isLater = false;
-    machine->mainQueue.post([&] {
-        machine->mainQueue.post([&] {
-            happened.emplace_back("work");
-            // A question over the question.
-            whenAsked<DialogWindow>([](DialogWindow& window) {
-                ASSERT_NE(qobject_cast<DialogWindow*>(window.parentWidget()), nullptr);
-                window.buttons()[0]->click();
-            });
-            static_cast<void>(desktop.showDialog({.title = "Second", .buttons = {"OK"}}));
-            happened.emplace_back("second");
-        });
-        const int before = ticks;
-        machine->mainQueue.every(std::chrono::milliseconds(10), [&, before] {
-            const bool isAlone = !happened.empty() && happened.back() == "second" && ticks > before;
-            if (!isAlone || std::exchange(isLater, true)) return;
-            happened.emplace_back("later");
-            QApplication::activeModalWidget()->close();
-        });
-        static_cast<void>(desktop.showDialog({.title = "First", .buttons = {"OK"}}));
-        happened.emplace_back("first");
-        isDone = true;
-    });
-    runUntil([&] { return isDone; });
-    EXPECT_EQ(happened, (std::vector<std::string>{"work", "second", "later", "first"}));
-}
-
 // ---- File panels
 
 class Panels : public Questions {
@@ -255,38 +223,6 @@ TEST_F(Panels, OfferWhatCanBeChosen) {
     });
 }
 
-TEST_F(Panels, SaveWhereTheUserSays) {
-    const SavePanel panel{.title = "S", .startFolder = place, .proposedName = "Doom", .types = {"app"}};
-    EXPECT_EQ(saved(panel, [](SaveFilePanel& window) { window.accept(); }), place + "/Doom.app");
-    EXPECT_EQ(saved(panel, [](SaveFilePanel& window) { type(window, "Quake.APP"); }), place + "/Quake.APP");
-    EXPECT_EQ(saved(panel, [](SaveFilePanel& window) { window.reject(); }), std::nullopt);
-    EXPECT_EQ(saved(panel,
-                    [&](SaveFilePanel& window) {
-                        type(window, place + "/Nowhere/Doom");
-                        EXPECT_TRUE(window.isVisible());
-                        type(window, "..");
-                        EXPECT_TRUE(window.isVisible());
-                        type(window, place + "/Doom");
-                    }),
-              place + "/Doom.app");
-    // What is there is asked about: no, then yes.
-    const auto answerWith = [this](std::size_t button) {
-        whenAsked<DialogWindow>([button](DialogWindow& window) {
-            EXPECT_TRUE(window.accessibleDescription().contains("Half-Life.app"));
-            window.buttons()[button]->click();
-        });
-    };
-    EXPECT_EQ(saved(panel,
-                    [&](SaveFilePanel& window) {
-                        answerWith(0);
-                        type(window, "Half-Life");
-                        EXPECT_TRUE(window.isVisible());
-                        answerWith(1);
-                        type(window, "Half-Life");
-                    }),
-              place + "/Half-Life.app");
-}
-
 TEST_F(Panels, FormsTakeChoicesAndMayChangeThemselves) {
     Form form{.fields = {{.label = "Engine", .options = {"A", "B"}},
                          {.kind = FormField::Kind::checkBox, .label = "Steam"}}};
@@ -306,39 +242,6 @@ TEST_F(Panels, FormsTakeChoicesAndMayChangeThemselves) {
 }
 
 // ---- Progress
-
-TEST_F(Questions, ProgressSlidesInAndOut) {
-    QWidget window;
-    ProgressPanel panel(&window);
-    window.show();
-    desktop.showProgress({.status = "Early", .height = 111});
-    desktop.setMainWindow(&window, &panel);
-    EXPECT_FALSE(panel.isVisible()) << "what is over at once is not shown";
-    runUntil([&] { return panel.isVisible(); });
-    auto* bar = panel.findChild<QProgressBar*>();
-    auto* cancel = panel.findChild<QAbstractButton*>();
-    EXPECT_EQ(bar->maximum(), 0);
-    EXPECT_FALSE(cancel->isVisible());
-
-    int cancelled = 0;
-    QObject::connect(&panel, &ProgressPanel::cancelPressed, [&] { ++cancelled; });
-    desktop.showProgress({.status = "Down\nloading",
-                          .subtitle = std::string(300, 'x'),
-                          .indeterminate = false,
-                          .value = 420,
-                          .height = 111,
-                          .cancellable = true});
-    EXPECT_EQ(std::pair(bar->value(), bar->maximum()), std::pair(420, 1000));
-    // Long texts give way.
-    EXPECT_LT(panel.minimumSizeHint().width(), 600);
-    cancel->click();
-    EXPECT_EQ(cancelled, 1);
-    // Out while it is still on its way in.
-    desktop.showProgress({.height = 0});
-    runUntil([&] { return !panel.isVisible(); });
-    desktop.setMainWindow(nullptr, nullptr);
-    desktop.showProgress({.height = 111});
-}
 
 TEST_F(Questions, SourcesArePictures) {
     const std::string picture = host().folders.resources + "/steam.png";

@@ -35,20 +35,6 @@ TEST(StartRequests, CountPathsFromTheFolderOfTheirOwnStart) {
     EXPECT_EQ(requestOfArguments({}, "/home").kind, Kind::activate);
 }
 
-TEST(StartRequests, ArriveAsTheyWereSent) {
-    for (const StartRequest& request : std::vector<StartRequest>{
-             {.kind = Kind::activate, .activationToken = "a token=1"},
-             {.kind = Kind::open, .items = {"/a b\n/c%20", "/\xff\xfe latin.exe", "mvid://a b", "/=x"}},
-             {.kind = Kind::action, .action = "quit", .activationToken = "t"},
-         }) {
-        auto line = messageOf(request);
-        ASSERT_TRUE(line);
-        ASSERT_EQ(line->find('\n'), line->size() - 1);
-        line->pop_back();
-        EXPECT_EQ(requestOfMessage(*line), request) << *line;
-    }
-}
-
 TEST(StartRequests, AreRefusedWhenTheyAreTooMuchForOne) {
     EXPECT_TRUE(messageOf({.kind = Kind::open, .items = std::vector<std::string>(1000, "/a")}));
     EXPECT_FALSE(messageOf({.kind = Kind::open, .items = std::vector<std::string>(1001, "/a")}));

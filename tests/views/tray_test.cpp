@@ -58,18 +58,5 @@ TEST_F(Trays, OfferTheGamesAsTheyAreWhenTheMenuOpens) {
     EXPECT_EQ(clicked, "open quit ");
 }
 
-TEST_F(Trays, FitOnAScreen) {
-    std::vector<std::string> names;
-    for (int number = 100; number < 131; ++number) names.push_back("Game " + std::to_string(number));
-    showGames(names);
-    Tray tray(*app, menulet, actions);
-    const QStringList titles = titlesOf(tray.menu());
-    EXPECT_EQ(titles.size(), 1 + 30 + 1 + 2);
-    EXPECT_TRUE(titles.contains("Game 129"));
-    EXPECT_FALSE(titles.contains("Game 130"));
-    click(tray.menu(), "All games…");
-    EXPECT_EQ(clicked, "library ");
-}
-
 }  // namespace
 }  // namespace morvane::views

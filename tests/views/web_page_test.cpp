@@ -217,57 +217,5 @@ TEST_F(Pages, GiveWayToALaterOne) {
     EXPECT_LT(watch.elapsed(), 1000);
 }
 
-TEST_F(Pages, ShowWhatABadPictureWas) {
-    site.answer("/blog/gone.png", {.status = 404});
-    site.answer("/blog/garbage.png", {.body = "no picture"});
-    // 8,000 by 5,000 points of one bit each.
-    std::string giant("BM\0\0\0\0\0\0\0\0\x3e\0\0\0\x28\0\0\0\x40\x1f\0\0\x88\x13\0\0\1\0\1", 29);
-    giant.resize(62 + 8000 / 8 * 5000);
-    ASSERT_EQ(pictures::sizeOf(giant).value().width, 8000);
-    site.answer("/blog/giant.png", {.body = giant});
-    site.answer("/blog/long.png", {.body = picture(4, 4) + std::string(9 << 20, 'x')});
-    site.answer("/blog/slow.png", {.announcedLength = 100, .stall = true});
-    site.answer("/blog/good.png", {.body = picture(40, 30)});
-    view().fetcher().setPatience(std::chrono::seconds(3));
-    showNews(
-        "<p><img src='gone.png' alt='The gone'>, <img src='garbage.png' alt='The garbage'>,"
-        "<img src='giant.png' alt='The giant'>, <img src='long.png' alt='The long'>,"
-        "<img src='slow.png' alt='The slow'>, <img src='file:///x.png' alt='The stored'>,"
-        "<a href='https://example.com/'><img src='gone.png' alt='The linked'></a>,"
-        "<img src='gone.png'>, <img src='good.png' alt='<b>The good</b>'></p>");
-    for (const char* description : {"The gone", "The garbage", "The giant", "The long", "The slow",
-                                    "The stored", "The linked", "A picture that cannot be shown"})
-        runUntil([&] { return shows(*page, description); });
-    clickWord(view(), "The linked");
-    EXPECT_EQ(ui.opened, std::vector<std::string>{"https://example.com/"});
-
-    // The good one opens larger.
-    runUntil([&] { return view().document()->find("\uFFFC").charFormat().toImageFormat().width() == 40; });
-    testing::clickAt(view(), view().document()->find("\uFFFC"));
-    auto* window = view().findChild<PictureWindow*>();
-    ASSERT_NE(window, nullptr);
-    runUntil([&] { return !window->image().isNull(); });
-    EXPECT_EQ(window->image().size(), QSize(40, 30));
-    EXPECT_TRUE(shows(*window, "<b>The good</b>"));
-    testing::expectAccessible(*window);
-    QTest::keyClick(window, Qt::Key_Escape);
-    runUntil([&] { return view().findChild<PictureWindow*>() == nullptr; });
-}
-
-TEST_F(Pages, OpenTheForumInTheBrowser) {
-    open(WebView::forum);
-    EXPECT_TRUE(shows(*page, "Loading webpage..."));
-    app->showMorvaneTab(MorvaneTab::forum);
-    runUntil([&] { return shows(*page, "The forum of the catalogue"); });
-    runUntil([&] { return !isProgressOpen(); });
-    QTest::keyClick(named<QPushButton>(*page, "Open the forum"), Qt::Key_Space);
-    ASSERT_EQ(ui.opened.size(), 1U);
-    EXPECT_TRUE(ui.opened[0].starts_with(site.baseAddress() + "smf/")) << ui.opened[0];
-    testing::expectAccessible(*page);
-    const auto asked = site.requests();
-    EXPECT_TRUE(std::ranges::none_of(
-        asked, [](const std::string& line) { return line.find("smf") != std::string::npos; }));
-}
-
 }  // namespace
 }  // namespace morvane::views

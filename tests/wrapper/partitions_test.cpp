@@ -43,28 +43,6 @@ class Partitions : public testing::TestMachine {
     const std::string discFolder = folder.path + "/Volumes/MV_WIN_DISC";
 };
 
-TEST_F(Partitions, AreListedFromRecordedOutput) {
-    const MountableDisk game{"disk2", "Th\u00E9 game of 23 letters (disk2)"};
-    const MountableDisk nameless{"disk3", "No name (disk3)"};
-    const struct {
-        const char* name;
-        std::string listing;
-        std::vector<MountableDisk> disks;
-    } rows[] = {
-        {"nothing", "", {}},
-        {"two lines", "/dev/disk2\n" + headings, {}},
-        {"other discs only", systemDisk + plainDisc, {}},
-        {"the next disc's names are its own", namelessDisc + plainDisc, {nameless}},
-        {"in order, after others", systemDisk + namelessDisc + gameDisc + plainDisc, {nameless, game}},
-        {"a disc without an identifier", unnumberedDisc + gameDisc, {game}},
-        {"without columns", "a\nb\nc Apple_partition_scheme\n" + gameDisc, {}},
-    };
-    for (const auto& row : rows) {
-        insert(row.listing);
-        onWorker([&] { EXPECT_EQ(mountableDisksList(), row.disks) << row.name; });
-    }
-}
-
 TEST_F(Partitions, AreMountedInPlaceOfTheOneBefore) {
     for (const std::string name : {"mount", "umount"})
         scriptProgram(name, "echo \"" + name + " $*\" >> '" + folder.path + "/log'; exit 1");

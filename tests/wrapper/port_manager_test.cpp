@@ -67,33 +67,6 @@ TEST_F(PortManager, WithoutAReadableFileNothingIsWritten) {
     EXPECT_FALSE(MVFileManager::fileExistsAtPath(home + "/None.app"));
 }
 
-TEST_F(PortManager, ACustomExeHasItsOwnFile) {
-    const std::string application = wrapper + "/Editor.app";
-    save(application + layout::customExePlist, {{"Program Flags", "a"}});
-    save(application + layout::infoPlist, {{"Program Flags", "untouched"}});
-    save(application + layout::x11Plist, {{"option_sends_alt", true}});
-    NSPortManager manager = NSPortManager::managerWithCustomExePath(application);
-    EXPECT_FALSE(manager.x11Plist);
-    manager.set(wrapper_keys::programFlags, "b");
-    EXPECT_TRUE(manager.synchronizePlist());
-    EXPECT_EQ(NSPortManager::managerWithCustomExePath(application).get(wrapper_keys::programFlags), "b");
-    EXPECT_EQ(NSPortManager::managerWithPath(application).get(wrapper_keys::programFlags), "untouched");
-}
-
-TEST_F(PortManager, ReadsFlagsInEitherFormAndNothingElse) {
-    const struct {
-        Value value;
-        bool isSet;
-    } rows[] = {{true, true}, {false, false}, {1, true}, {-2, true}, {0, false}, {"1", false}, {1.0, false}};
-    for (const auto& row : rows) {
-        save(info, {{"Fullscreen", row.value}, {"Program Flags", row.value}});
-        const NSPortManager manager = NSPortManager::managerWithPath(wrapper);
-        EXPECT_EQ(manager.get(wrapper_keys::fullscreen), row.isSet) << row.value.kind();
-        EXPECT_EQ(manager.find(wrapper_keys::programFlags).has_value(),
-                  row.value.as<std::string>() != nullptr);
-    }
-}
-
 TEST_F(PortManager, ItemsAreToldApartByWhatTheyHold) {
     using Kind = LibraryItem::Kind;
     put(Wrapper(wrapper).launcher(), "");
@@ -192,25 +165,6 @@ class Icon : public testing::TestMachine {
     // Keeps the icon set for the test to look at, and writes the icon beside it.
     const std::string writer = "cp -r \"$3\" \"$0.set\"; echo \"$1 $2 $3\" > \"${3%.iconset}.icns\"";
 };
-
-TEST_F(Icon, IsBuiltFromEverySize) {
-    scriptProgram("iconutil", writer);
-    put(resources + "/game.icns", "old");
-    setIcon("game", picture(64, 16));
-    EXPECT_EQ(get(resources + "/game.icns"), "-c icns " + resources + "/game.iconset\n");
-    EXPECT_EQ(left(), std::vector<std::string>{"game.icns"});
-
-    const std::string set = programsFolder + "/iconutil.set";
-    for (int size = 16; size <= 1024; size *= 2) {
-        for (const int factor : {1, 2}) {
-            const std::string edge = std::to_string(size);
-            const auto found = pictures::sizeOf(
-                get(set + "/icon_" + edge + "x" + edge + (factor == 2 ? "@2x.png" : ".png")));
-            EXPECT_TRUE(found && found->width == size * factor && found->height == size * factor / 4) << size;
-        }
-    }
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(set), {}), 14);
-}
 
 /// Both the scaling and the icon file, as another program's filter and another reader see them.
 TEST_F(Icon, IsTheOneThatOtherProgramsMakeAndRead) {

@@ -107,11 +107,5 @@ TEST_F(Termination, ALinkInThePlaceOfTheLockIsNotFollowed) {
     EXPECT_EQ(get(home + "/foreign/lockfile"), "kept");
 }
 
-TEST_F(Termination, ReturnsBeforeTheWork) {
-    EXPECT_TRUE(terminateAllCaskeryProcessesForWrapper(wrapper, RemovingWrapper::no));
-    machine->workQueues.joinAll();
-    EXPECT_EQ(get(log), names + "ps ax\nlaunchctl list\n");
-}
-
 }  // namespace
 }  // namespace morvane

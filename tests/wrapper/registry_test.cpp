@@ -145,22 +145,6 @@ TEST_F(Registry, OverridesReplaceTheirKeys) {
     EXPECT_EQ(get(user), "\n\n[B] 18\n\"b\"=\"2\"\n\n[A]\n\"a\"=\"new\"\n\n\n\n[C]\n\"c\"=\"3\"");
 }
 
-TEST(RegistryLines, ReadOneValue) {
-    const std::string lines = "\"RetinaMode\"=\"Y\"\n\"Dir\"=\"C:\\\\Games\"\n\"Pixels\"=dword:00000060";
-    struct Row {
-        const char *name, *data, *text;
-    };
-    const Row rows[] = {{"RetinaMode", "\"Y\"", "Y"},
-                        {"Mode", "", ""},
-                        {"Dir", "\"C:\\\\Games\"", "C:\\\\Games"},
-                        {"Pixels", "dword:00000060", ""},
-                        {"pixels", "", ""}};
-    for (const Row& row : rows) {
-        EXPECT_EQ(getValueForKey(row.name, lines), row.data) << row.name;
-        EXPECT_EQ(getStringValueForKey(row.name, lines), row.text) << row.name;
-    }
-}
-
 TEST(RegistryLines, SetOneValue) {
     struct Row {
         const char *name, *before;

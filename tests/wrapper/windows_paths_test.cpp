@@ -45,37 +45,6 @@ TEST_F(WindowsPaths, LeadToHostPathsThroughTheDriveLinks) {
     EXPECT_EQ(getMacPathForWindowsPath("Q:/a", wrapper), std::nullopt);
 }
 
-TEST_F(WindowsPaths, ComeFromHostPathsWithoutAnyDialog) {
-    const std::pair<std::string, std::string> rows[] = {
-        {driveC + "/Games/a.exe", "C:/Games/a.exe"},
-        {folder.path + "/disc/a.exe", "D:/a.exe"},
-        {folder.path + "/discs/a.exe", "E:/discs/a.exe"},  // not inside D, whose name it begins with
-        {"/usr/a.exe", "Z:/usr/a.exe"},
-        {driveC, "E:/home/Applications/Game.app/Contents/Resources/drive_c"},
-    };
-    for (const auto& [path, windowsPath] : rows)
-        EXPECT_EQ(getWindowsPathForMacPath(path, wrapper), windowsPath);
-}
-
-TEST_F(WindowsPaths, ProgramFilesComesFromTheRegistry) {
-    const std::string header =
-        "WINE REGISTRY Version 2\n\n[Software\\\\Microsoft\\\\Windows\\\\CurrentVersion] 17\n";
-    const std::string both =
-        "\"ProgramFilesDir\"=\"C:\\\\PF\"\n\"ProgramFilesDir (x86)\"=\"C:\\\\PF (x86)\"\n";
-    struct Row {
-        std::string file;
-        const char *narrow, *wide;
-    };
-    const Row rows[] = {{header + both, "C:/PF (x86)", "C:/PF"},
-                        {header + "\"ProgramFilesDir\"=\"D:\\\\a\\\\b\"\n", "D:/a/b", "D:/a/b"},
-                        {header, "C:/Program Files", "C:/Program Files"}};
-    for (const Row& row : rows) {
-        put(wrapper + "/Contents/Resources/system.reg", row.file);
-        EXPECT_EQ(programFilesPathfromWrapper(wrapper, For64BitsApplication::no), row.narrow);
-        EXPECT_EQ(programFilesPathfromWrapper(wrapper, For64BitsApplication::yes), row.wide);
-    }
-}
-
 TEST(WindowsCommandLine, SplitsIntoProgramAndArguments) {
     struct Row {
         const char *line, *program, *flags;
