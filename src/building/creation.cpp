@@ -130,8 +130,8 @@ bool buildPortAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
     const auto early = build.fetchEarly(building::earlyLinksOf(port));
     if (!createWrapperAt(build, wrapper, building::engineForWrapper(engine, wrapper)) || !goOn())
         return false;
-    // Before any program of the port runs in it; a wrapper that was there keeps what it has.
-    if (build.made.place == wrapper.path() && !giveNewSandbox(wrapper)) return false;
+    // Before any program of the port runs in it; also into one that a build left before it came to this.
+    if (!giveNewSandbox(wrapper)) return false;
     configureWrapperAt(build, wrapper, port);
     early->forget();
     return true;

@@ -10,7 +10,7 @@ namespace morvane {
 
 /// As the user's setting says; without one `home`, where this machine can make it.
 [[nodiscard]] Sandbox sandboxOfNewWrapper();
-/// Writes it into the settings of a wrapper that was just made, unless it has one. Without it nothing of the port
+/// Writes it into the settings of a wrapper, unless a choice stands there already. Without it nothing of a port
 /// may run there: false, and the user has been told.
 [[nodiscard]] bool giveNewSandbox(const Wrapper& wrapper);
 /// Once for each user: what new wrappers run in, or why they can't; nothing when it has been told.

@@ -71,9 +71,9 @@ TEST_F(LaunchCheck, RefusesBeforeAnythingStarts) {
         wrapper + layout::infoPlist,
         Dictionary{{"Program Name and Path", "/Games/Run.exe"}, {"Morvane Sandbox", "home"}}));
     scriptProgram("bwrap", "exit 1");
+    Host::Options options{.folders = machine->folders, .searchPath = programsFolder};
     machine.reset();
-    machine = std::make_unique<Host>(
-        Host::Options{.folders = Folders::fromEnvironment(), .searchPath = programsFolder}, ui);
+    machine = std::make_unique<Host>(std::move(options), ui);
     ASSERT_FALSE(checkLaunch(wrapper));
     EXPECT_NE(checkLaunch(wrapper).error().message().find("This system forbids sandboxes"),
               std::string::npos);
