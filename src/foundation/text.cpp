@@ -28,16 +28,6 @@ Character characterAt(std::string_view text, std::size_t at) {
     return {code, next - at, code != utf8::replacement || next - at > 1};
 }
 
-std::vector<std::string_view> charactersOf(std::string_view text) {
-    std::vector<std::string_view> characters;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t length = characterAt(text, at).length;
-        characters.push_back(text.substr(at, length));
-        at += length;
-    }
-    return characters;
-}
-
 std::string_view firstCharacter(std::string_view text) {
     return text.empty() ? text : text.substr(0, characterAt(text, 0).length);
 }
@@ -81,11 +71,31 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 21> synonyms
     {"xvii", "17"}, {"xviii", "18"},  {"xix", "19"},
 }};
 
-bool matchesTerm(std::string_view name, std::string_view lowerName, std::string_view term) {
-    if (contains(lowerName, term) || containsAbbreviation(name, term)) return true;
-    for (const auto& [first, second] : synonyms) {
-        if (term != first && term != second) continue;
-        if (containsOneOfSynonyms(lowerName, {std::string(first), std::string(second)})) return true;
+/// The first characters of the words between single blanks, one behind the other. An empty word begins with nothing
+/// that a text can hold.
+std::string initialsOf(std::string_view lowerText) {
+    std::string initials;
+    for (std::size_t start = 0; start <= lowerText.size();) {
+        const std::size_t end = std::min(lowerText.find(' ', start), lowerText.size());
+        const std::string_view word = lowerText.substr(start, end - start);
+        word.empty() ? initials.append(1, '\xFF') : initials.append(firstCharacter(word));
+        start = end + 1;
+    }
+    return initials;
+}
+
+bool holdsInitials(std::string_view initials, std::string_view lowerAbbreviation) {
+    const bool isOneLetter = firstCharacter(lowerAbbreviation).size() == lowerAbbreviation.size();
+    return !isOneLetter && contains(initials, lowerAbbreviation);
+}
+
+/// Whether the word stands between separators.
+bool holdsWord(std::string_view lowerText, std::string_view word) {
+    const auto isEdge = [&](std::size_t at) {
+        return at >= lowerText.size() || wordSeparators.find(lowerText[at]) != std::string_view::npos;
+    };
+    for (std::size_t at = 0; (at = lowerText.find(word, at)) != std::string_view::npos; ++at) {
+        if ((at == 0 || isEdge(at - 1)) && isEdge(at + word.size())) return true;
     }
     return false;
 }
@@ -101,9 +111,7 @@ bool contains(std::string_view text, std::string_view part) {
 }
 
 bool containsWord(std::string_view text, std::string_view word) {
-    const std::string lower = lowercased(text);
-    const auto pieces = splitAtAny(lower, wordSeparators);
-    return std::find(pieces.begin(), pieces.end(), word) != pieces.end();
+    return holdsWord(lowercased(text), word);
 }
 
 bool containsOneOfSynonyms(std::string_view text, const std::vector<std::string>& words) {
@@ -112,33 +120,40 @@ bool containsOneOfSynonyms(std::string_view text, const std::vector<std::string>
 }
 
 bool containsAbbreviation(std::string_view text, std::string_view abbreviation) {
-    const std::string lowerAbbreviation = lowercased(abbreviation);
-    const auto letters = charactersOf(lowerAbbreviation);
-    const std::vector<std::string> words = split(lowercased(text), " ");
-    if (letters.size() < 2 || words.size() < letters.size()) return false;
-    for (std::size_t start = 0; start + letters.size() <= words.size(); ++start) {
-        if (std::equal(letters.begin(), letters.end(), words.begin() + static_cast<std::ptrdiff_t>(start),
-                       [](std::string_view letter, std::string_view word) {
-                           return firstCharacter(word) == letter;
-                       })) {
-            return true;
+    return holdsInitials(initialsOf(lowercased(text)), lowercased(abbreviation));
+}
+
+SearchedName::SearchedName(std::string_view ofName) : name(ofName) {
+    std::string plain;
+    std::copy_if(name.begin(), name.end(), std::back_inserter(plain),
+                 [](char character) { return character != '\'' && character != '.'; });
+    lower_ = lowercased(plain);
+    initials_ = initialsOf(lower_);
+}
+
+NameSearch::NameSearch(std::string_view searchText) {
+    const std::string lower = lowercased(searchText);
+    for (const std::string_view piece : splitAtAny(lower, searchSeparators)) {
+        if (piece.empty() || std::ranges::find(ignoredSearchWords, piece) != ignoredSearchWords.end())
+            continue;
+        Term term{std::string(piece), {}};
+        for (const auto& [first, second] : synonyms) {
+            if (piece == first || piece == second) term.synonyms.insert(term.synonyms.end(), {first, second});
         }
+        terms_.push_back(std::move(term));
     }
-    return false;
+}
+
+bool NameSearch::matches(const SearchedName& name) const {
+    return std::ranges::all_of(terms_, [&name](const Term& term) {
+        return contains(name.lower_, term.text) || holdsInitials(name.initials_, term.text) ||
+               std::ranges::any_of(term.synonyms,
+                                   [&name](std::string_view word) { return holdsWord(name.lower_, word); });
+    });
 }
 
 bool matchesWithSearchTerms(std::string_view name, std::string_view searchText) {
-    std::string plainName;
-    std::copy_if(name.begin(), name.end(), std::back_inserter(plainName),
-                 [](char character) { return character != '\'' && character != '.'; });
-    const std::string lowerName = lowercased(plainName);
-    const std::string lowerSearch = lowercased(searchText);
-    const auto pieces = splitAtAny(lowerSearch, searchSeparators);
-    return std::all_of(pieces.begin(), pieces.end(), [&](std::string_view piece) {
-        const bool ignored = piece.empty() || std::find(ignoredSearchWords.begin(), ignoredSearchWords.end(),
-                                                        piece) != ignoredSearchWords.end();
-        return ignored || matchesTerm(plainName, lowerName, piece);
-    });
+    return NameSearch(searchText).matches(SearchedName(name));
 }
 
 std::optional<TextRange> rangeAfterString(std::string_view text, const std::optional<std::string_view>& start,

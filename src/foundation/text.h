@@ -30,6 +30,34 @@ namespace MVString {
 [[nodiscard]] bool containsAbbreviation(std::string_view text, std::string_view abbreviation);
 /// Whether every term of the search text matches the name.
 [[nodiscard]] bool matchesWithSearchTerms(std::string_view name, std::string_view searchText);
+
+/// A name as the search sees it, to be made once for a name that is searched at each key.
+class SearchedName {
+  public:
+    SearchedName() = default;
+    explicit SearchedName(std::string_view ofName);
+
+    std::string name;
+
+  private:
+    friend class NameSearch;
+    std::string lower_, initials_;
+};
+
+/// `matchesWithSearchTerms` for very many names.
+class NameSearch {
+  public:
+    explicit NameSearch(std::string_view searchText);
+    [[nodiscard]] bool matches(const SearchedName& name) const;
+
+  private:
+    struct Term {
+        std::string text;
+        std::vector<std::string_view> synonyms;  ///< itself among them
+    };
+    std::vector<Term> terms_;
+};
+
 /// Nothing when the start marker does not occur.
 [[nodiscard]] std::optional<TextRange> rangeAfterString(std::string_view text,
                                                         const std::optional<std::string_view>& start,

@@ -337,13 +337,16 @@ void NSAppsArray::refreshLocalPortAtPath(const std::string& path, CustomEXE isCu
 void NSAppsArray::loadToArrayAppsFromTab(std::int64_t tabType, std::string_view keywords,
                                          Completion completion) {
     tabType_ = tabType;
-    const std::string terms = MVString::lowercased(keywords);
+    const MVString::NameSearch search(keywords);
     const auto filtered = [&](const auto& source) {
-        if (terms.empty()) return source;
+        if (keywords.empty()) return source;
         std::remove_cvref_t<decltype(source)> found;
-        std::ranges::copy_if(source, std::back_inserter(found), [&](const auto& item) {
-            return MVString::matchesWithSearchTerms(item.name, terms);
-        });
+        searched_.resize(source.size());
+        for (std::size_t place = 0; place < source.size(); ++place) {
+            MVString::SearchedName& name = searched_[place];
+            if (name.name != source[place].name) name = MVString::SearchedName(source[place].name);
+            if (search.matches(name)) found.push_back(source[place]);
+        }
         return found;
     };
     if (tabType == catalogueTab) {

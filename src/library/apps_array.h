@@ -19,6 +19,7 @@
 #include <variant>
 #include <vector>
 
+#include "foundation/text.h"
 #include "library/catalogue_line.h"
 #include "library/local_items.h"
 
@@ -117,6 +118,7 @@ class NSAppsArray {
     List local_;
     List stored_;  ///< the list as it was last read from or written to the settings
     std::vector<CatalogueLine> server_;
+    std::vector<MVString::SearchedName> searched_;  ///< the names that were searched last, by their places
     std::int64_t tabType_ = localTab;
     bool loaded_ = false;
     bool scanning_ = false;

@@ -385,7 +385,10 @@ class BinaryReader {
 
     std::optional<Value> dictionary(std::size_t position, std::uint64_t count, std::size_t depth) {
         if (!fits(position, count, 2 * referenceSize_) || depth == deepestNesting) return std::nullopt;
+        // No more: a small file may name one large dictionary very often.
+        constexpr std::uint64_t mostRoom = 64;
         Dictionary result;
+        result.reserve(std::min(count, mostRoom));
         for (std::uint64_t i = 0; i < count; ++i) {
             auto key = object(reference(position, i), depth + 1);
             if (!key || key->as<std::string>() == nullptr) return std::nullopt;
@@ -411,9 +414,17 @@ class BinaryReader {
 
 // --- Writing XML
 
+bool isPlain(char character) {
+    return character >= ' ' && character <= '~' && character != '&' && character != '<' && character != '>';
+}
+
 /// Characters that XML cannot hold become U+FFFD: a file with them in it could never be read again.
 void appendEscaped(std::string& xml, std::string_view text) {
     for (std::size_t position = 0; position < text.size();) {
+        const std::size_t start = position;
+        while (position < text.size() && isPlain(text[position])) ++position;
+        xml.append(text, start, position - start);
+        if (position == text.size()) return;
         const char32_t character = utf8::next(text, position);
         const bool isBlank = character == '\t' || character == '\n';
         if (character == '&') {

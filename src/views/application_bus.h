@@ -37,7 +37,7 @@ class ApplicationBus : public QObject {
     [[nodiscard]] static Delivery sendTo(const std::string& busAddress, const StartRequest& request,
                                          std::chrono::milliseconds limit);
 
-  public slots:
+  public slots:  // NOLINT(readability-redundant-access-specifiers): for the toolkit
     // What the interface names; the bus spells it with capitals.
     // NOLINTBEGIN(readability-identifier-naming)
     void Activate(const QVariantMap& platformData);

@@ -200,7 +200,7 @@ void OpenFilePanel::choose(const std::vector<std::string>& paths) {
     }
     chosen_ = paths;
     remember(files::parent(paths.front()));
-    QDialog::accept();
+    QDialog::accept();  // NOLINT(bugprone-parent-virtual-call): not what a file dialog would do
 }
 
 // ---- A place for something new
@@ -251,7 +251,7 @@ void SaveFilePanel::accept() {
     }
     chosen_ = path;
     remember(files::parent(path));
-    QDialog::accept();
+    QDialog::accept();  // NOLINT(bugprone-parent-virtual-call): not what a file dialog would do
 }
 
 void SaveFilePanel::addForm() {

@@ -139,7 +139,7 @@ void InstanceSocket::take(QLocalSocket* socket) {
     if (!isOfThisUser(static_cast<int>(socket->socketDescriptor())) ||
         connections > static_cast<qsizetype>(mostConnections))
         return socket->abort();
-    socket->setReadBufferSize(static_cast<qint64>(longestMessage + 1));
+    socket->setReadBufferSize(static_cast<qint64>(longestMessage) + 1);
     QObject::connect(socket, &QLocalSocket::readyRead, &server_, [this, socket] { read(socket); });
     QTimer::singleShot(longestSending, socket, [socket] { socket->abort(); });
     read(socket);

@@ -257,11 +257,12 @@ void LibraryPage::setButtonPicture(const std::string& picture) {
     setPicture(picture, largestButtonPicture, &LibraryList::setButtonPicture);
 }
 
-void LibraryPage::setPicture(const std::string& picture, QSize largest,
+void LibraryPage::setPicture(const std::string& picture, QSize largestSize,
                              void (LibraryList::*set)(const QPixmap&)) {
     if (picture.empty()) return (list_->*set)({});
     inBackground(
-        "app.morvane.themePicture", this, [picture, largest] { return imageOfFile(picture, largest); },
+        "app.morvane.themePicture", this,
+        [picture, largestSize] { return imageOfFile(picture, largestSize); },
         [this, set](const std::optional<QImage>& image) {
             (list_->*set)(image ? QPixmap::fromImage(*image) : QPixmap());
         });

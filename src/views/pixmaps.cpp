@@ -8,7 +8,7 @@ namespace morvane::views {
 std::optional<QImage> decodedImage(std::string_view bytes, QSize bound) {
     const auto picture = pictures::decode(bytes);
     if (!picture) return std::nullopt;
-    const QImage seen(picture->rgba.data(), picture->width, picture->height, picture->width * 4,
+    const QImage seen(picture->rgba.data(), picture->width, picture->height, qsizetype{4} * picture->width,
                       QImage::Format_RGBA8888);
     const bool fits = seen.width() <= bound.width() && seen.height() <= bound.height();
     return fits ? seen.copy() : seen.scaled(bound, Qt::KeepAspectRatio, Qt::SmoothTransformation);
