@@ -20,8 +20,6 @@ using Environment = std::map<std::string, std::string>;
 
 /// Of everybody.
 constexpr std::array placesOfUsers{"/home", "/root", "/media", "/run/media"};
-/// Where discs and other media are mounted, one below it or below a user's name.
-constexpr std::array placesOfMedia{"/media", "/run/media"};
 
 /// Graphics, sound, game controllers, and the memory that they share.
 constexpr std::array devices{"/dev/dri",  "/dev/kfd", "/dev/snd",     "/dev/input",
@@ -193,23 +191,14 @@ std::map<std::string, std::string> linksOfDrives(const Wrapper& wrapper,
     return links;
 }
 
-std::string readableAround(const std::string& program, const std::vector<std::string>& hidden) {
+std::string readableAround(const std::string& program, const std::vector<std::string>& hidden,
+                           const std::vector<std::string>& discs) {
     const std::string path = files::resolved(program).value_or(program), folder = files::parent(path);
-    const bool isHome =
-        std::ranges::any_of(hidden, [&](const std::string& one) { return isAtOrBelow(one, folder); });
-    if (isHome) return path;
-    const bool isMedia =
-        std::ranges::any_of(placesOfMedia, [&](const char* place) { return isAtOrBelow(folder, place); });
-    if (!isMedia) return folder;
-    struct stat inside {
-    }, above{};
-    for (std::string disc = folder; disc != "/"; disc = files::parent(disc)) {
-        if (::stat(disc.c_str(), &inside) != 0 || ::stat(files::parent(disc).c_str(), &above) != 0) break;
-        const bool isPlace = std::ranges::find(placesOfMedia, disc) != placesOfMedia.end();
-        if (isPlace) break;
-        if (inside.st_dev != above.st_dev) return disc;
-    }
-    return folder;
+    if (!isFolderToShow(folder, hidden)) return path;
+    const auto disc = std::ranges::find_if(discs, [&](const std::string& one) {
+        return isAtOrBelow(folder, one) && isFolderToShow(one, hidden);
+    });
+    return disc != discs.end() ? *disc : folder;
 }
 
 std::vector<std::string> sandboxArguments(const SandboxView& view,

@@ -40,9 +40,10 @@ inline constexpr std::array emptied{"/var/tmp", "/run"};
 /// The places that drives name and that are, or lie behind, links; to the folders that those lead to.
 [[nodiscard]] std::map<std::string, std::string> linksOfDrives(const Wrapper& wrapper,
                                                                const std::vector<std::string>& hidden);
-/// What a program in that folder needs to read: the whole disc where it lies on one, only the program where its
-/// folder is a user's home.
-[[nodiscard]] std::string readableAround(const std::string& program, const std::vector<std::string>& hidden);
+/// What a program needs to read: its folder, the whole disc where it lies on one, only the program itself where
+/// users' folders lie beside it.
+[[nodiscard]] std::string readableAround(const std::string& program, const std::vector<std::string>& hidden,
+                                         const std::vector<std::string>& discs);
 
 /// The arguments of bubblewrap up to the program. Whatever is missing on this machine (a device, a socket) is
 /// left out. `environment` is the program's.

@@ -6,6 +6,7 @@
 #include "platform/files.h"
 #include "platform/folders.h"
 #include "platform/property_list.h"
+#include "platform/volumes.h"
 #include "runtime/wine_session.h"
 
 namespace morvane::runtime {
@@ -77,7 +78,8 @@ Result<> SandboxEntry::join(int server) {
 
 Result<> SandboxEntry::show(const std::string& program) {
     if (view_.mode == Sandbox::off || program.starts_with(view_.wrapper.prefix() + "/")) return {};
-    const std::string path = readableAround(program, view_.hidden);
+    const std::string path =
+        readableAround(program, view_.hidden, volumes::mounted(Folders::fromEnvironment()));
     if (joined_ != 0 &&
         files::kindOf("/proc/" + std::to_string(joined_) + "/root" + path) == files::Kind::none) {
         return Failure{path +

@@ -61,11 +61,19 @@ TEST_F(SandboxFolders, OfTheLinksOnDriveCOnlyNotedFoldersAreOpen) {
     EXPECT_EQ(writable(), std::vector<std::string>{});
 }
 
-TEST_F(SandboxFolders, AnInstallersFolderIsShownUnlessItHoldsTheHome) {
-    put(home + "/Downloads/Setup/setup.exe", "");
-    put(home + "/setup.exe", "");
-    EXPECT_EQ(readableAround(home + "/Downloads/Setup/setup.exe", {home}), home + "/Downloads/Setup");
-    EXPECT_EQ(readableAround(home + "/setup.exe", {home}), home + "/setup.exe");
+TEST_F(SandboxFolders, AnInstallersFolderOrDiscIsShownUnlessItHoldsTheHome) {
+    const std::string disc = folder.path + "/disc";
+    const std::pair<std::string, std::string> rows[] = {
+        {home + "/Downloads/Setup/setup.exe", home + "/Downloads/Setup"},
+        {home + "/setup.exe", home + "/setup.exe"},
+        {folder.path + "/setup.exe", folder.path + "/setup.exe"},
+        {disc + "/Install/setup.exe", disc},
+        {disc + "/setup.exe", disc},
+    };
+    for (const auto& [program, shown] : rows) {
+        put(program, "");
+        EXPECT_EQ(readableAround(program, {home}, {folder.path, disc}), shown) << program;
+    }
 }
 
 /// What comes later in the view hides what came before.
