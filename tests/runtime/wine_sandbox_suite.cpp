@@ -160,6 +160,21 @@ TEST_F(WineSandbox, AnInstallerSeesItsFolderAndWinetricksTheNetwork) {
     EXPECT_TRUE(out().ends_with("tried yes\n")) << out();
 }
 
+TEST_F(WineSandbox, TheCommandBeforeTheProgramRunsOutsideAndTheProgramInside) {
+    const std::string before = room->path + "/before";
+    put(before, "#!/bin/sh\necho $# > '" + userHome + "/asked'\nexec \"$@\"\n");
+    ASSERT_TRUE(files::setPermissions(before, 0755));
+    static_cast<void>(files::copy(probe, driveC + "/Game/game.exe"));
+    settings("/Contents/Info.plist", {{"Program Name and Path", "/Game/game.exe"},
+                                      {"Program Flags", "try \"r=Z:" + userHome + "/diary.txt\""},
+                                      {"Morvane Command Before", before}});
+    use(Sandbox::home);
+    EXPECT_EQ(runAs("/Contents/MacOS/CaskeryLauncher", {}).status, 0);
+    settings("/Contents/Info.plist", {{"Morvane Command Before", ""}});
+    EXPECT_TRUE(out().ends_with("tried no\n")) << out();
+    EXPECT_EQ(files::kindOf(userHome + "/asked"), files::Kind::file);
+}
+
 TEST_F(WineSandbox, WithoutBubblewrapOnlyWhatTheUserAllowsRuns) {
     use(Sandbox::home);
     const std::string bin = room->path + "/bin", own = folder.path + "/own";
