@@ -10,6 +10,7 @@
 #include "foundation/localization.h"
 #include "foundation/settings.h"
 #include "foundation/text.h"
+#include "platform/digest.h"
 #include "platform/files.h"
 #include "platform/host.h"
 
@@ -94,6 +95,12 @@ std::string requirementsListForPortData(const NSPortData& port) {
 
 std::optional<NSPortData> portOfBlank(const std::string& wrapper, const NSCustomPortView& view) {
     auto port = NSPortData::customPortAtPath(wrapper, view.engine, view.DRMs, view.macDriver);
+    if (port) {
+        const char* driver = view.macDriver == MacDriver::yes ? "mac" : "x11";
+        const char* installer = view.installer == InstallerNow::yes ? "with" : "without";
+        port->recipe = digest::sha256("blank\n" + view.engine + "\n" + std::to_string(view.DRMs) + "\n" +
+                                      driver + "\n" + installer);
+    }
     if (!port || view.installer == InstallerNow::yes) return port;
     port->originalInstallerNeeded = false;
     for (ExeEntry& exe : port->exes) {

@@ -10,8 +10,11 @@ void addPortCommands(CLI::App& app, Parsed& parsed) {
     CLI::App* install = app.add_subcommand("install", "build a port from a CKI file");
     install->add_option("FILE.cki", parsed.file, "the port description")->required();
     install->add_option("--to", parsed.to, "where the wrapper is made (PATH.app)");
+    install->add_option("--locked", parsed.lock, "build from the files of this lock only (see lock)");
     install->callback([&] {
-        parsed.command = [&](Session& session) { return cli::install(session, parsed.file, parsed.to); };
+        parsed.command = [&](Session& session) {
+            return cli::install(session, parsed.file, parsed.to, parsed.lock);
+        };
     });
 
     CLI::App* plan = app.add_subcommand("plan", "tell what an installation would do, without doing it");

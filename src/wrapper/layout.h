@@ -29,6 +29,8 @@ inline constexpr const char* customExeMark = "/Contents/MacOS/CustomEXE";
 inline constexpr const char* boxerPlist = "/Game Info.plist";  ///< below a Boxer bundle
 inline constexpr const char* folderIcon = "/.icon.png";        ///< the user's, of a Boxer bundle
 inline constexpr const char* backupCki = "/mv_backup.cki";
+inline constexpr const char* buildRecord = "/mv_build.plist";     ///< what it was made of
+inline constexpr const char* buildSnapshot = "/mv_build.before";  ///< of an unfinished one
 inline constexpr const char* descriptionCkii = "/mv_desc.ckii";
 
 // The shared support folder of the wrapper technology, in the library folder of `host()`.
