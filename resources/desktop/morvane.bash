@@ -36,7 +36,7 @@ _morvane_command() {
     'library remove') options='--disk --permanently' ;;
     'library order') first='name size none' ;;
     'library folders') subcommands='add remove' ;;
-    properties) options="--name= --version= --icon= --run= --description= --window= --env= --unset= --before= $on_off" ;;
+    properties) options="--name= --version= --icon= --run= --description= --window= --env= --unset= --before= --sandbox= $on_off" ;;
     run) options='--wait' ;;
     serve)
         subcommands='add remove export'
@@ -69,6 +69,7 @@ _morvane_values() {
     --engine) printf 'engines' ;;
     --tray | --helvetica | --high-quality | --fn) printf 'on off' ;;
     --window) [ "$1" != properties ] || printf 'port full windowed' ;;
+    --sandbox) printf 'off home strict' ;;
     --source) printf 'CD Download GOG Steam Origin Uplay' ;;
     esac
 }

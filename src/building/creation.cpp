@@ -15,6 +15,7 @@
 #include "building/estimated_progress.h"
 #include "building/finished_prefix.h"
 #include "building/master_wrapper.h"
+#include "building/new_sandbox.h"
 #include "building/program_check.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -148,6 +149,8 @@ bool buildPortAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
     const auto early = build.fetchEarly(links);
     if (!createWrapperAt(build, wrapper, building::engineForWrapper(engine, wrapper)) || !goOn())
         return false;
+    // Before any program of the port runs in it; also into one that a build left before it came to this.
+    if (!giveNewSandbox(wrapper)) return false;
     build.journal = std::make_unique<BuildJournal>(wrapper, build.record);
     configureWrapperAt(build, wrapper, port);
     build.journal->finish();

@@ -47,7 +47,7 @@ int tool(Session& session, const std::string& app, const std::string& name);
 /// What `properties` is asked to change; "on" and "off", "port", "full" and "windowed" as typed.
 struct PropertyChanges {
     std::optional<std::string> name, version, icon, run, description, window, tray, helvetica, highQuality,
-        functionKeys, before;
+        functionKeys, before, sandbox;
     std::vector<std::string> variables;  ///< "KEY=VALUE"
     std::vector<std::string> unset;      ///< names of variables; they go before the others come
 };

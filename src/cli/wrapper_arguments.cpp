@@ -2,6 +2,7 @@
 
 #include "cli/arguments.h"
 #include "cli/installed_app.h"
+#include "wrapper/sandbox.h"
 
 namespace morvane::cli {
 
@@ -133,6 +134,8 @@ void addPropertiesCommand(CLI::App& app, Parsed& parsed) {
     properties->add_option("--unset", changes.unset, "a variable that goes again")->allow_extra_args(false);
     properties->add_option("--before", changes.before,
                            "a command that runs the program, as \"gamescope -f --\"; empty for none");
+    properties->add_option("--sandbox", changes.sandbox, "what its programs may see of the machine")
+        ->check(CLI::IsMember(std::vector<std::string>(sandboxWords.begin(), sandboxWords.end())));
     properties->callback([&] {
         parsed.command = [&](Session& session) {
             return withInstalledApp(session, parsed.app, [&](const std::string& item) {

@@ -10,7 +10,7 @@
 namespace morvane::settings {
 namespace {
 
-constexpr std::array<const Setting*, 23> list{
+constexpr std::array<const Setting*, 26> list{
     &appList,
     &mainFolder,
     &autoOrderAppsList,
@@ -32,6 +32,9 @@ constexpr std::array<const Setting*, 23> list{
     &lastUpdateCheck,
     &webAutomaticSpellingCorrection,
     &prefixCreationTime,
+    &newWrapperSandbox,
+    &runWithoutSandbox,
+    &toldOfSandbox,
     &caskerySite,
     &catalogueSite,
 };

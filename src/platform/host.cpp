@@ -21,7 +21,7 @@ Host::Host(Options options, UserInterface& ui)
       notes(std::move(options.notes)),
       texts(std::move(options.texts)),
       userInterface(ui),
-      defaults(folders.library + "/Library/Preferences/app.morvane.plist"),
+      defaults(defaultsFile(folders.library)),
       log(folders.library + "/Library/Logs/Morvane/morvane.log"),
       reachability_(std::move(options.reachability)),
       appsFolders_(std::move(options.appsFolders)),

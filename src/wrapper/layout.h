@@ -16,6 +16,8 @@ inline constexpr const char* resources = "/Contents/Resources";
 inline constexpr const char* driveC = "/Contents/Resources/drive_c";
 inline constexpr const char* dosdevices = "/Contents/Resources/dosdevices";
 inline constexpr const char* menuScripts = "/Contents/Resources/CaskeryMenuScripts";
+/// What a sandbox shows as "/tmp"; of this user only, and out of the reach of what runs in it under this name.
+inline constexpr const char* sandboxTemporary = "/Contents/SandboxTemporary";
 inline constexpr const char* quitScript = "/Contents/Resources/CaskeryMenuScripts/CaskeryQuitScript";
 inline constexpr const char* infoStrings = "/Contents/Resources/English.lproj/InfoPlist.strings";
 inline constexpr const char* engine = "/Contents/Frameworks/ckwine.bundle";
