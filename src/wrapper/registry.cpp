@@ -17,20 +17,12 @@ constexpr std::string_view blockEnd = "\n\n";
 constexpr std::size_t roomForABlock = 4096;  // bytes: what is added to a text seldom moves it
 
 /// A header counts only at the start of a line: a value whose data holds the same text is no block, and
-/// taking it for one would cut that value in two. Windows knows a key by its letters, whatever their case.
+/// taking it for one would cut that value in two.
 std::size_t findHeader(std::string_view text, std::string_view header, std::size_t from) {
     if (header.empty()) return std::string_view::npos;
-    const auto lower = [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    };
-    while (from <= text.size() && text.size() - from >= header.size()) {
-        const bool isLineStart = from == 0 || text[from - 1] == '\n';
-        if (isLineStart && std::ranges::equal(text.substr(from, header.size()), header, {}, lower, lower))
-            return from;
-        from = text.find('\n', from);
-        if (from != std::string_view::npos) ++from;
-    }
-    return std::string_view::npos;
+    std::size_t at = text.find(header, from);
+    while (at != std::string_view::npos && at > 0 && text[at - 1] != '\n') at = text.find(header, at + 1);
+    return at;
 }
 
 std::string valueLines(std::string_view text, std::string_view header) {
