@@ -44,8 +44,8 @@ TEST_F(Pipeline, InstallerFromDownloads) {
     EXPECT_TRUE(icon->starts_with("icns"));
     EXPECT_TRUE(fs::is_empty(home + "/Desktop"));
     const auto library = morvane.run({"library", "list"});
-    EXPECT_EQ(library.output, "1\tStar Catcher\t" + app + "\tno\n2\tStar Catcher Scores\t" + app +
-                                  "/Star Catcher Scores.app\tno\n");
+    EXPECT_EQ(library.output, "1\tStar Catcher\t" + app + "\tno\tno\n2\tStar Catcher Scores\t" + app +
+                                  "/Star Catcher Scores.app\tno\tno\n");
 
     // Moved elsewhere it still starts, and what the game saves lies inside it.
     const std::string moved = folder.path + "/Else where.app";
