@@ -28,33 +28,6 @@ TEST(EngineOrder, PutsNewerEnginesFirst) {
     EXPECT_EQ(NSCaskeryEngine::engineOrder("CK9Wine1.7.5", "CK8Wine1.7.5"), 0);
 }
 
-TEST(EngineNames, KnowTheirGenerationAndRuntime) {
-    struct Kind {
-        int generation;
-        bool runtime;
-        std::vector<const char*> names;
-    };
-    const Kind kinds[] = {{8,
-                           false,
-                           {"CK8Wine1.5.1", "CK8Wine1.5", "CK8Wine1.3.9", "CK8Wine1.4", "CK8Wine1.4rc1",
-                            "CK8WineCX11.1.0", "CK8WineCX7.0", "CK9WineCXG14.0", "Wine1.2.3", "1.2.3"}},
-                          {9,
-                           false,
-                           {"CK9Wine1.7.39", "CK9Wine1.7", "CK8Wine1.5.15", "CK8Wine1.4NK", "CK8Wine1.4.1",
-                            "CK9WineCX11.2.0", "", "CK"}},
-                          {9,
-                           true,
-                           {"CK9Wine1.7.40", "CK9Wine1.7.40-x", "CK9Wine1.8-rc1", "CK9Wine1.7-9.50",
-                            "CK9Wine2.0", "CK8Wine1.44N", "CK9WineCX14.1.2", "CK9WineCX14", "CK9Wine3"}}};
-    for (const Kind& kind : kinds) {
-        for (const char* name : kind.names) {
-            EXPECT_EQ(NSCaskeryEngine(name).getCaskeryMostRecentGenerationOfEngine(), kind.generation)
-                << name;
-            EXPECT_EQ(NSCaskeryEngine::isEngineVcrun2012Compatible(name), kind.runtime) << name;
-        }
-    }
-}
-
 class EngineCatalogue : public testing::TestMachine {
   protected:
     EngineCatalogue() { machine->sites.caskery = site.baseAddress(); }
