@@ -1,9 +1,8 @@
 #include "engines/caskery_engine.h"
 
+#include <gtest/gtest.h>
+
 #include "foundation/text.h"
-#include "support/loopback_site.h"
-#include "support/test_machine.h"
-#include "wrapper/layout.h"
 
 namespace morvane {
 namespace {
@@ -27,22 +26,6 @@ TEST(EngineOrder, PutsNewerEnginesFirst) {
     }
     EXPECT_EQ(NSCaskeryEngine::engineOrder("CK9Wine1.7.5", "CK8Wine1.7.5"), 0);
 }
-
-class EngineCatalogue : public testing::TestMachine {
-  protected:
-    EngineCatalogue() { machine->sites.caskery = site.baseAddress(); }
-    Names onWorkerThread(Names (*ask)()) {
-        Names names;
-        onWorker([&] { names = ask(); });
-        return names;
-    }
-    Names online() { return onWorkerThread(&NSCaskeryEngine::getListOfAvailableEnginesOnline); }
-    Names all() { return onWorkerThread(&NSCaskeryEngine::getListOfAvailableEngines); }
-    void archive(const std::string& name) const { put(layout::enginesFolder() + "/" + name, "7z"); }
-
-    testing::LoopbackSite site;
-    const std::string list = "/Engines/EngineList.txt";
-};
 
 }  // namespace
 }  // namespace morvane
