@@ -346,7 +346,7 @@ bool NSPropertiesWindow::chooseSandbox(Sandbox mode) {
     return true;
 }
 
-std::optional<std::string> NSPropertiesWindow::sandboxObstacle() {
+std::optional<std::string> sandboxObstacle() {
     const auto program = sandboxProgram(host().searchPath);
     return program ? std::nullopt : std::optional(program.error().message());
 }

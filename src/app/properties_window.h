@@ -100,8 +100,6 @@ class NSPropertiesWindow {
     bool switchFunctionKeys(bool on);
     /// Programs that run already stay in the one that they are in, and no others can join them.
     bool chooseSandbox(Sandbox mode);
-    /// Why this machine can't make a sandbox, in words for the user. Runs a program for some milliseconds.
-    [[nodiscard]] static std::optional<std::string> sandboxObstacle();
     /// Sets a variable of the program's environment; nothing removes it. A failure, and nothing changes, for a
     /// name or a value that can't be, and where the above are false.
     Result<> setVariable(const std::string& name, const std::optional<std::string>& value);
@@ -175,5 +173,8 @@ class NSPropertiesWindow {
 
 /// Also true for an engine that is not known. Any thread.
 [[nodiscard]] bool isHighQualityModeCompatibleWithEngine(const std::optional<std::string>& engine);
+
+/// Why this machine can't make a sandbox, in words for the user. Runs a program for some milliseconds.
+[[nodiscard]] std::optional<std::string> sandboxObstacle();
 
 }  // namespace morvane

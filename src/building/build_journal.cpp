@@ -51,6 +51,10 @@ void forEachBelow(const std::string& folder, const std::function<bool(const std:
     }
 }
 
+std::string snapshotOf(const Wrapper& wrapper) {
+    return wrapper.path() + layout::buildSnapshot;
+}
+
 void log(const std::string& text) {
     host().log.write(Log::Level::info, "build: " + text);
 }
@@ -101,7 +105,7 @@ const char* nameOf(ConfigurationStage stage) {
 BuildJournal::BuildJournal(Wrapper wrapper, BuildRecord& record)
     : wrapper_(std::move(wrapper)), record_(record) {
     record_.isFinished = false;
-    if (record_.stages.empty()) static_cast<void>(files::remove(wrapper_.buildSnapshot()));
+    if (record_.stages.empty()) static_cast<void>(files::remove(snapshotOf(wrapper_)));
     write();
 }
 
@@ -111,7 +115,7 @@ bool BuildJournal::isDone(ConfigurationStage stage) const {
 
 void BuildJournal::begin(ConfigurationStage stage) {
     if (runsPrograms(stage)) {
-        const auto before = files::read(files::join(wrapper_.buildSnapshot(), stageName));
+        const auto before = files::read(files::join(snapshotOf(wrapper_), stageName));
         before&&* before == nameOf(stage) ? cleanUp() : remember(stage);
     }
     write();
@@ -125,7 +129,7 @@ void BuildJournal::end(ConfigurationStage stage) {
 void BuildJournal::finish() {
     record_.isFinished = true;
     write();
-    static_cast<void>(files::remove(wrapper_.buildSnapshot()));
+    static_cast<void>(files::remove(snapshotOf(wrapper_)));
 }
 
 void BuildJournal::write() const {
@@ -134,7 +138,7 @@ void BuildJournal::write() const {
 
 /// Under a passing name first: one that is there is whole.
 void BuildJournal::remember(ConfigurationStage stage) const {
-    const std::string place = wrapper_.buildSnapshot(), passing = place + ".new";
+    const std::string place = snapshotOf(wrapper_), passing = place + ".new";
     static_cast<void>(files::remove(place));
     static_cast<void>(files::remove(passing));
     std::string list;
@@ -158,7 +162,7 @@ void BuildJournal::remember(ConfigurationStage stage) const {
 }
 
 void BuildJournal::cleanUp() const {
-    const std::string snapshot = wrapper_.buildSnapshot();
+    const std::string snapshot = snapshotOf(wrapper_);
     const auto list = files::read(files::join(snapshot, listName));
     if (!list) return;
     std::unordered_set<std::string_view> before;

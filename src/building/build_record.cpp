@@ -79,7 +79,7 @@ std::optional<UsedFile> UsedFile::at(const std::string& path, const std::string&
 }
 
 std::optional<BuildRecord> BuildRecord::of(const Wrapper& wrapper) {
-    return recordAt(wrapper.buildRecord());
+    return recordAt(wrapper.path() + layout::buildRecord);
 }
 
 Result<BuildRecord> BuildRecord::readLock(const std::string& path) {
@@ -112,7 +112,7 @@ std::string BuildRecord::xml() const {
 }
 
 Result<> BuildRecord::writeTo(const Wrapper& wrapper) const {
-    return files::write(wrapper.buildRecord(), xml(), files::Atomically::yes);
+    return files::write(wrapper.path() + layout::buildRecord, xml(), files::Atomically::yes);
 }
 
 void BuildRecord::add(const UsedFile& file) {

@@ -189,7 +189,7 @@ int properties(Session& session, const std::string& app, const PropertyChanges& 
         if (!words) session.console().say(words.error().message());
     }
     if (changes.sandbox && window.shown().sandbox != Sandbox::off) {
-        if (const auto obstacle = Window::sandboxObstacle()) session.console().say(*obstacle);
+        if (const auto obstacle = sandboxObstacle()) session.console().say(*obstacle);
     }
     printRecord(session.console(), shownBy(window));
     return result;

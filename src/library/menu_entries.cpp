@@ -98,8 +98,7 @@ void tellDesktop(desktop_menu::Changed changed) {
 
 void settle() {
     // Two at once would each undo what the other has made of a list that has changed between them.
-    static Mutex one;
-    const MutexLock lock(one);
+    const MutexLock lock(host().menu);
     std::vector<MenuEntry> entries;
     if (settings::get(settings::menuEntries)) {
         for (const LocalItem& item : local_items::storedItems())

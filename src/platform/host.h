@@ -84,6 +84,7 @@ class Host {
     [[nodiscard]] std::vector<std::string> appsFolders() const;
 
     std::atomic<const PictureFormats*> pictureFormats = nullptr;  ///< once loaded
+    Mutex menu;  ///< held while the desktop's menu is written
     Cache<std::map<std::string, std::string>> programPaths;
     Cache<std::vector<std::string>> engineCatalogue;
     Cache<std::optional<std::string>> newestMasterWrapper;
