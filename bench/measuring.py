@@ -1,5 +1,6 @@
 """What bench/compare and bench/build_cost share: running commands and knowing what they cost, and ports to build."""
 import collections
+import contextlib
 import ctypes
 import os
 import plistlib
@@ -23,8 +24,9 @@ def adopt_orphans():
 def children():
     found = set()
     for task in os.listdir("/proc/self/task"):
-        with open(f"/proc/self/task/{task}/children") as file:
-            found |= {int(pid) for pid in file.read().split()}
+        with contextlib.suppress(FileNotFoundError):  # a thread that has just ended
+            with open(f"/proc/self/task/{task}/children") as file:
+                found |= {int(pid) for pid in file.read().split()}
     return found - servants
 
 
@@ -100,6 +102,11 @@ def port_to_build(programs, files, folder="C:/Game"):
         "Engine": "CK9Wine8.0", "Port Type": "Caskery", "Creator": "Bench", "Creator Mail": "bench@morvane.example",
         "Original Installer Needed": False, "MacDriver": False, "Winetricks": [],
         "Before Extra Files": [{"origin": link, "destiny": folder, "autorun": False} for link in files]}
+
+
+def install(morvane, cki, made):
+    return [morvane, "install", cki, "--to", made, "--answer", "License Agreement=I Agree",
+            "--answer", "Warning=Install it anyway", "--answer", "Warning=Yes"]
 
 
 def windows_program(source, target):
