@@ -7,7 +7,7 @@ _morvane_command() {
     local on_off='--tray= --helvetica= --high-quality= --fn='
     case $1 in
     '')
-        subcommands='blank catalogue cki crash-report debug disc drive engine exe feedback icon install library logs menu mod
+        subcommands='blank catalogue cki crash-report debug disc drive engine exe feedback icon install library lock logs menu mod
             open plan play properties resources run saves serve settings show specs stop theme tool wrapper'
         options='--version'
         ;;
@@ -29,13 +29,14 @@ _morvane_command() {
     exe) options='--output' ;;
     resources) options='--fix' ;;
     feedback) options='--name= --mail= --subject= --text= --with-computer --build-log' ;;
-    install | mod) options='--to=' ;;
+    install) options='--to= --locked=' ;;
+    mod) options='--to=' ;;
     plan) options='--to= --answers' ;;
     library) subcommands='list scan add remove order move folders' ;;
     'library remove') options='--disk --permanently' ;;
     'library order') first='name size none' ;;
     'library folders') subcommands='add remove' ;;
-    properties) options="--name= --version= --icon= --run= --description= --window= --env= --unset= --before= $on_off" ;;
+    properties) options="--name= --version= --icon= --run= --description= --window= --env= --unset= --before= --sandbox= $on_off" ;;
     run) options='--wait' ;;
     serve)
         subcommands='add remove export'
@@ -56,7 +57,7 @@ _morvane_command() {
     wrapper) subcommands='update' ;;
     esac
     case $1 in
-    debug | drive | exe | icon | logs | menu | mod | play | properties | run | saves | show | stop | tool | 'library remove' | \
+    debug | drive | exe | icon | lock | logs | menu | mod | play | properties | run | saves | show | stop | tool | 'library remove' | \
         'wrapper update') first=installed ;;
     esac
     options+=' --answer= --choose= --defaults --json --verbose --help'
@@ -68,6 +69,7 @@ _morvane_values() {
     --engine) printf 'engines' ;;
     --tray | --helvetica | --high-quality | --fn) printf 'on off' ;;
     --window) [ "$1" != properties ] || printf 'port full windowed' ;;
+    --sandbox) printf 'off home strict' ;;
     --source) printf 'CD Download GOG Steam Origin Uplay' ;;
     esac
 }

@@ -36,6 +36,7 @@ void storeBackups(const Value& description, const std::string& wrapper) {
 void installPortFile(const std::shared_ptr<WrapperCreation>& creation, const PortFile& file,
                      std::function<void(const std::optional<std::string>& wrapper)> completion) {
     auto description = NSUtilities::loadArchivedObjectFromFile(file.path, "CKI");
+    creation->locked = file.lock;
     // The handler keeps the creation for as long as it builds.
     creation->createPortFromCKIFile(
         file.path,

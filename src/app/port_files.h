@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "building/build_record.h"
+
 namespace morvane {
 
 class WrapperCreation;
@@ -15,6 +17,7 @@ struct PortFile {
     std::string path;
     /// Where the wrapper is made, ending in ".app"; asked for when it is not given.
     std::optional<std::string> place = {};
+    std::optional<BuildRecord> lock = {};  ///< of what the wrapper is to be made
 };
 
 /// Any thread; asks, then builds in the background. The finished wrapper, and each launcher in it, gets the port's

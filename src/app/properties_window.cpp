@@ -169,6 +169,9 @@ Result<> NSPropertiesWindow::setDataFromWrapperAtPath(const std::string& path) {
         shown_.description = descriptionIn(*description);
     shown_.launchEnabled = runsPrograms;
     if (runsPrograms) shown_.launch = launchOptionsIn(itemStore().plist.value_or(Dictionary()));
+    const auto shared = NSPortManager::managerWithPath(mainWrapperPath_).plist;
+    if (runsPrograms) shown_.sandbox = sandboxIn(shared.value_or(Dictionary()));
+    shown_.sandboxEnabled = item.isWrapper();
     filled_ = shown_;
     return {};
 }
@@ -336,6 +339,18 @@ bool NSPropertiesWindow::chooseWindowType(WindowType type) {
     return true;
 }
 
+bool NSPropertiesWindow::chooseSandbox(Sandbox mode) {
+    if (!shown_.sandboxEnabled || isSaving_) return false;
+    shown_.sandbox = mode;
+    tellChanged();
+    return true;
+}
+
+std::optional<std::string> NSPropertiesWindow::sandboxObstacle() {
+    const auto program = sandboxProgram(host().searchPath);
+    return program ? std::nullopt : std::optional(program.error().message());
+}
+
 bool NSPropertiesWindow::changeIcon(std::optional<ImageData> picture) {
     if (isSaving_) return false;
     const bool isPicture = picture.has_value();
@@ -427,6 +442,7 @@ bool NSPropertiesWindow::saveDataToWrapper() {
         saved &= saveHighQualityModeAtPort(main);
         saved &= saveTexts();
         saved &= saveLaunchOptions();
+        saved &= saveSandbox();
     }
     if (shown_.description != filled_.description) saved &= saveDescription();
     return moveTo(*location) && saved;
@@ -537,6 +553,13 @@ bool NSPropertiesWindow::saveLaunchOptions() const {
     if (shown_.launch == filled_.launch) return true;
     NSPortManager port = itemStore();
     if (port.plist) putLaunchOptions(shown_.launch, *port.plist);
+    return port.synchronizePlist();
+}
+
+bool NSPropertiesWindow::saveSandbox() const {
+    if (shown_.sandbox == filled_.sandbox) return true;
+    NSPortManager port = itemStore();
+    if (port.plist) putSandbox(shown_.sandbox, Wrapper(mainWrapperPath_), *port.plist);
     return port.synchronizePlist();
 }
 

@@ -20,6 +20,7 @@
 #include "platform/value.h"
 #include "wrapper/launch_options.h"
 #include "wrapper/port_manager.h"
+#include "wrapper/sandbox.h"
 
 namespace morvane {
 
@@ -48,6 +49,8 @@ class NSPropertiesWindow {
         bool windowTypeEnabled = false;
         LaunchOptions launch;  ///< the item's own, without those of the wrapper around a program
         bool launchEnabled = false;
+        Sandbox sandbox = Sandbox::off;  ///< of a program: that of the wrapper around it, and fixed
+        bool sandboxEnabled = false;
         CheckBox wineSystemTray, helveticaNeueFont, highQualityMode, functionKeys;
     };
 
@@ -95,6 +98,10 @@ class NSPropertiesWindow {
     bool switchHelveticaNeueFont(bool on);
     bool switchHighQualityMode(bool on);
     bool switchFunctionKeys(bool on);
+    /// Programs that run already stay in the one that they are in, and no others can join them.
+    bool chooseSandbox(Sandbox mode);
+    /// Why this machine can't make a sandbox, in words for the user. Runs a program for some milliseconds.
+    [[nodiscard]] static std::optional<std::string> sandboxObstacle();
     /// Sets a variable of the program's environment; nothing removes it. A failure, and nothing changes, for a
     /// name or a value that can't be, and where the above are false.
     Result<> setVariable(const std::string& name, const std::optional<std::string>& value);
@@ -144,6 +151,7 @@ class NSPropertiesWindow {
     [[nodiscard]] std::optional<std::string> writeBatchFile(const std::string& text) const;
     bool saveTexts() const;
     bool saveLaunchOptions() const;
+    bool saveSandbox() const;
     [[nodiscard]] Result<> launchCanChange() const;
     bool saveDescription() const;
     bool moveTo(const std::string& location);

@@ -7,6 +7,7 @@
 #include "app/games_folder.h"
 #include "app/settings_by_name.h"
 #include "app/update_check.h"
+#include "building/new_sandbox.h"
 #include "foundation/alerts.h"
 #include "foundation/computer_information.h"
 #include "foundation/file_manager.h"
@@ -93,6 +94,19 @@ void recordRunningDay() {
     });
 }
 
+void tell(const std::string& note) {
+    host().userInterface.notify(
+        {.title = "Morvane", .message = note, .info = "", .actionTitle = "", .image = {}});
+}
+
+/// Which tries this machine out.
+void tellOfSandbox() {
+    MVThread::dispatchQueueWithName("app.morvane.tellOfSandbox", Priority::low, [] {
+        const auto news = newsOfSandbox();
+        if (news) MVThread::dispatchBlockInMainQueue([note = *news] { tell(note); });
+    });
+}
+
 }  // namespace
 
 void verifyNeededFolders() {
@@ -110,10 +124,8 @@ void verifyNeededFolders() {
 
 void AppDelegate::applicationDidFinishLaunching() {
     view_.setNotificationHandler([this](const std::string& info) { didActivateNotification(info); });
-    for (const std::string& note : host().notes) {
-        host().userInterface.notify(
-            {.title = "Morvane", .message = note, .info = "", .actionTitle = "", .image = {}});
-    }
+    for (const std::string& note : host().notes) tell(note);
+    tellOfSandbox();
     checkIfShouldAutomaticallyCheckForUpdates();
     checkIfFnToggleIsEnabled();
     verifyNeededFolders();

@@ -28,7 +28,17 @@ bool Build::downloadFileToPath(const std::string& url, const std::string& path, 
                                const std::string& query) {
     setMessage(localized("Downloading %@...", {type}));
     waitForEarly(url);
-    return downloadFile(url, path, Silence::no, query);
+    if (!downloadFile(url, path, Silence::no, query)) return false;
+    useFile(path, url);
+    return true;
+}
+
+void Build::useFile(const std::string& path, const std::string& link) {
+    const auto file = UsedFile::at(path, link);
+    if (!file) return;
+    if (const auto allowed = locked ? locked->allows(*file) : Result<>(); !allowed)
+        throw BuildRefused(allowed.error());
+    record.add(*file);
 }
 
 std::shared_ptr<EarlyDownloads> Build::fetchEarly(const std::vector<std::string>& links) {

@@ -4,14 +4,18 @@
 // failures themselves; a false result stops the pipeline. A cancellation unwinds them as `Cancelled`.
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "building/build_journal.h"
+#include "building/build_record.h"
 #include "foundation/download.h"
 #include "foundation/early_downloads.h"
 #include "platform/private_folder.h"
+#include "platform/result.h"
 
 namespace morvane {
 
@@ -22,6 +26,13 @@ struct MadeWrapper {
     /// Where it lay while its prefix was created, from the moment at which it was moved there.
     std::optional<std::string> passingPath;
     std::optional<files::PrivateFolder> folder;  ///< holds that place
+};
+
+/// Ends a build: a file is not the one that was wanted. Only the entry operations catch it.
+class BuildRefused : public std::exception {
+  public:
+    explicit BuildRefused(Failure refusal) : failure(std::move(refusal)) {}
+    const Failure failure;
 };
 
 class Build : public Download {
@@ -43,6 +54,14 @@ class Build : public Download {
     /// The master wrapper's versions: what the site offers, and what is on disk.
     std::optional<std::string> newestCaskery, currentCaskery;
     MadeWrapper made;
+
+    /// Of what the wrapper is made; what it must be made of, where that is settled.
+    BuildRecord record;
+    std::optional<BuildRecord> locked;
+    std::unique_ptr<BuildJournal> journal;  ///< once there is a wrapper with a prefix
+    /// Before it is used. The link is empty for one that was not downloaded. Throws `BuildRefused` for one that the
+    /// lock does not allow.
+    void useFile(const std::string& path, const std::string& link);
 
   private:
     void waitForEarly(const std::string& link);

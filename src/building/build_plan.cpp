@@ -1,6 +1,7 @@
 #include "building/build_plan.h"
 
 #include "building/build.h"
+#include "building/build_record.h"
 #include "building/configuration_stages.h"
 #include "building/engine_extraction.h"
 #include "building/extra_files.h"
@@ -69,6 +70,12 @@ class Planner {
     /// Of the wrapper that lies in the place. Belongs to the stage that is open.
     void addSavedGames() {
         const Wrapper replaced(wrapper_);
+        const auto there = BuildRecord::of(replaced);
+        const bool goesOn =
+            there && !there->isFinished && there->port == port_.recipe && !port_.recipe.empty();
+        draft_.ask({.shown = building::unfinishedDialog(replaced.name()),
+                    .answer = localized("Yes"),
+                    .isAsked = goesOn});
         draft_.ask({.shown = saved_games::offerDialog(replaced.name()),
                     .answer = localized("Yes"),
                     .isAsked = saved_games::hasAny(replaced)});

@@ -230,10 +230,13 @@ void configureWrapperAt(Build& build, const Wrapper& wrapper, const NSPortData& 
     build.progressWindow->showCreatingPort(CreatingPort::yes);
     for (const ConfigurationStage stage : configurationStages(port)) {
         host().creation.throwIfRequested();
+        if (build.journal && build.journal->isDone(stage)) continue;
         const std::string line = progressLineOf(stage);
         if (!line.empty()) build.setMessage(line);
         if (const auto log = BuildLog::current(); log && line.empty()) log->stage(nameInLog(stage));
+        if (build.journal) build.journal->begin(stage);
         runStage(build, stage, port, settings);
+        if (build.journal) build.journal->end(stage);
     }
 }
 

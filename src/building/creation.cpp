@@ -3,6 +3,7 @@
 // The spine of the pipeline: a port is built in four stages, and a wrapper gets its engine and its prefix.
 
 #include <algorithm>
+#include <memory>
 #include <string_view>
 
 #include "building/build.h"
@@ -10,9 +11,11 @@
 #include "building/early_links.h"
 #include "building/engine_extraction.h"
 #include "building/engine_preparation.h"
+#include "building/engine_store.h"
 #include "building/estimated_progress.h"
 #include "building/finished_prefix.h"
 #include "building/master_wrapper.h"
+#include "building/new_sandbox.h"
 #include "building/program_check.h"
 #include "foundation/alerts.h"
 #include "foundation/file_manager.h"
@@ -109,6 +112,17 @@ bool createPrefixOf(Build& build, const Wrapper& wrapper) {
     return isBack;
 }
 
+/// Engine and master wrapper are what the lock says, and part of the record. One that goes on keeps what it began with.
+void noteFoundation(Build& build, const std::string& engine) {
+    if (build.record.engine.empty()) build.record.engine = engine;
+    if (build.record.master.empty()) build.record.master = build.currentCaskery.value_or("");
+    if (build.locked && build.locked->master != build.record.master) {
+        throw BuildRefused({localized("The lock is of a wrapper that was made of %@, and %@ is here.",
+                                      {build.locked->master, build.record.master})});
+    }
+    if (const auto archive = building::storedEngineArchive(engine)) build.useFile(*archive, "");
+}
+
 }  // namespace
 
 bool buildPortAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
@@ -126,10 +140,20 @@ bool buildPortAt(Build& build, const Wrapper& wrapper, const NSPortData& port) {
     if (!updateCaskery(build) || !goOn() || !prepareEngine(build, engine, port.engineCustomLink) || !goOn() ||
         !installerCanRun())
         return false;
-    const auto early = build.fetchEarly(building::earlyLinksOf(port));
+    noteFoundation(build, engine);
+    auto links = building::earlyLinksOf(port);
+    // What a build that goes on has used already.
+    std::erase_if(links, [&build](const std::string& link) {
+        return std::ranges::find(build.record.files, link, &UsedFile::link) != build.record.files.end();
+    });
+    const auto early = build.fetchEarly(links);
     if (!createWrapperAt(build, wrapper, building::engineForWrapper(engine, wrapper)) || !goOn())
         return false;
+    // Before any program of the port runs in it; also into one that a build left before it came to this.
+    if (!giveNewSandbox(wrapper)) return false;
+    build.journal = std::make_unique<BuildJournal>(wrapper, build.record);
     configureWrapperAt(build, wrapper, port);
+    build.journal->finish();
     early->forget();
     return true;
 }
@@ -138,6 +162,8 @@ bool createWrapperAt(Build& build, const Wrapper& wrapper, const std::string& en
     build.setMessage(localized("Creating Wrapper %@...", {build.currentCaskery.value_or("")}));
     build.setSubtitle(localized("Please wait. It might take a minute or two."));
     if (!copyingMasterWrapperToPath(build, wrapper)) return false;
+    // From here on there is something that is not finished.
+    if (build.made.place == wrapper.path()) static_cast<void>(build.record.writeTo(wrapper));
     host().creation.throwIfRequested();
     switch (extractEngine(build, engine, wrapper)) {
         case ExtractedEngine::failure:

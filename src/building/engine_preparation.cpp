@@ -40,8 +40,9 @@ Arrived download(Build& build, const std::string& link, std::string destination,
     const archives::UnpackingFolder arriving(".arriving");
     if (arriving.path.empty()) return Arrived::calledOff;
     const std::string arrived = files::join(arriving.path, files::lastComponent(destination));
-    if (!build.downloadFileToPath(link, arrived, localized("engine %@", {engine}), query))
-        return Arrived::calledOff;
+    // What is used of it is the archive in the store, wherever that came from.
+    build.setMessage(localized("Downloading %@...", {localized("engine %@", {engine})}));
+    if (!build.downloadFile(link, arrived, Silence::no, query)) return Arrived::calledOff;
     if (!MVFileManager::regularFileExistsAtPath(arrived)) {
         reportUnavailableEngine();
         return Arrived::failed;

@@ -132,7 +132,10 @@ int WrapperCreation::installCKI(const std::string& file, const std::string& wrap
         if (!canAnswerFor(port, wrapper, trust) || !shouldInstallPortData(port, trust)) return std::nullopt;
         return *std::move(port);
     };
-    const auto backUp = [&] { MVFileManager::copyItemAtPath(file, wrapper + layout::backupCki); };
+    const auto backUp = [&] {
+        const std::string backup = Wrapper(wrapper).backup();
+        if (!MVFileManager::fileExistsAtPath(backup)) MVFileManager::copyItemAtPath(file, backup);
+    };
     return runCreation(wrapper, portData, backUp, replacing);
 }
 
@@ -160,6 +163,7 @@ int WrapperCreation::runCreation(const std::string& wrapper,
     }
     made.place.reset();
     made.passingPath.reset();
+    journal.reset();
     auto ending = BuildLog::Ending::failed;
     // With the last entry when everything that is told has been.
     const auto endOfLog = [&ending](BuildLog* log) { log->ended(ending); };
@@ -170,17 +174,23 @@ int WrapperCreation::runCreation(const std::string& wrapper,
     try {
         const auto port = portData();
         if (!port) return -1;
+        if (locked && locked->port != port->recipe) {
+            errorWithMessage(localized("The lock is of another port."));
+            return -1;
+        }
         if (const auto place = checkPlace(wrapper); !place) {
             errorWithMessage(place.error().message());
             return -1;
         }
+        const auto kept = whatIsKept(Wrapper(wrapper), *port, replacing);
         // Whether it is replaced or built over: neither spares what the programs have saved.
-        if (!saved_games::offerBackup(Wrapper(wrapper)) ||
-            (replacing == Replacing::yes && !replaced.stepAside())) {
+        if (!saved_games::offerBackup(Wrapper(wrapper)) || (kept == Kept::nothing && !replaced.stepAside())) {
             errorWithMessage(std::nullopt);
             return -1;
         }
-        const bool existedBefore = files::kindOf(wrapper) != files::Kind::none;
+        const bool existedBefore =
+            kept == Kept::progress ? record.isBuiltOver : files::kindOf(wrapper) != files::Kind::none;
+        if (kept != Kept::progress) record.isBuiltOver = existedBefore;
         progressWindow->setIsCreatingWrapper(true);
         setMessage(localized("Checking Caskery..."));
         progressWindow->showCreatingPort(CreatingPort::yes);
@@ -192,6 +202,10 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         if (built) ending = BuildLog::Ending::built;
         errorWithMessage(std::nullopt);
         return built ? 0 : -1;
+    } catch (const BuildRefused& refused) {
+        made.folder.reset();
+        errorWithMessage(refused.failure.message());
+        return -1;
     } catch (const Cancelled&) {
         ending = BuildLog::Ending::cancelled;
         // First: the report and the clean-up are not to be cancelled as well.
@@ -205,6 +219,24 @@ int WrapperCreation::runCreation(const std::string& wrapper,
         errorWithMessage(std::nullopt);
         throw;
     }
+}
+
+WrapperCreation::Kept WrapperCreation::whatIsKept(const Wrapper& wrapper, const NSPortData& port,
+                                                  Replacing replacing) {
+    const Kept otherwise = replacing == Replacing::yes ? Kept::nothing : Kept::wrapper;
+    const auto there = BuildRecord::of(wrapper);
+    record = BuildRecord{.port = port.recipe};
+    if (there && there->isFinished && otherwise == Kept::wrapper) {
+        // An add-on: what the wrapper was made of before belongs to it.
+        record.components = there->components;
+        record.files = there->files;
+    }
+    if (!there || there->isFinished || there->port != port.recipe || port.recipe.empty()) return otherwise;
+    if (MVAlert::isAnsweredYes(building::unfinishedDialog(wrapper.name()))) {
+        record = *there;
+        return Kept::progress;
+    }
+    return there->isBuiltOver ? otherwise : Kept::nothing;
 }
 
 void WrapperCreation::stopAndRemove(const std::string& wrapper) const {

@@ -60,6 +60,15 @@ Dialog unsignedPortDialog() {
         "Error", false);
 }
 
+Dialog unfinishedDialog(const std::string& name) {
+    return MVAlert::booleanDialog(
+        localized(
+            "The installation of %@ was stopped before its end. Do you want to go on with it? What its last step "
+            "had begun is removed first. Otherwise it begins anew.",
+            {name}),
+        "Unfinished Installation", true);
+}
+
 Dialog requirementsDialog(const std::string& requirements) {
     return MVAlert::booleanDialog(
         localized("That port has some requirements that must be met in order to install that application "

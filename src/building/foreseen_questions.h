@@ -17,6 +17,8 @@ namespace morvane::building {
 [[nodiscard]] SavePanel placePanel(const std::string& proposedName);
 /// A port of the catalogue that does not say who made it.
 [[nodiscard]] Dialog unsignedPortDialog();
+/// A build of the same port was stopped in that wrapper: whether it goes on.
+[[nodiscard]] Dialog unfinishedDialog(const std::string& name);
 [[nodiscard]] Dialog requirementsDialog(const std::string& requirements);
 
 /// The first question about an engine that nobody has: for a link where the site can be reached, else for a

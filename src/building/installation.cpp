@@ -119,6 +119,7 @@ bool installApp(Build& build, const std::optional<std::string>& installerName,
                 const std::optional<std::string>& source, const NSPortManager& port) {
     const auto installer = findInstaller(installerName, source, Wrapper(port.path));
     if (!installer) return true;
+    build.useFile(*installer, "");
     build.setMessage(localized("Running %@...", {*installer}));
     const std::string note = localized("IMPORTANT NOTE: Don’t launch the app after the installation.");
     if (source == "GOG") {

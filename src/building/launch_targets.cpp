@@ -14,6 +14,7 @@
 #include "foundation/text.h"
 #include "foundation/text_files.h"
 #include "platform/files.h"
+#include "platform/host.h"
 #include "wrapper/archive_tools.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
@@ -147,6 +148,7 @@ bool isProgramToChoose(const ExeEntry& exe) {
 bool saveEXEs(const std::vector<ExeEntry>& exes, NSPortManager& port) {
     const Wrapper wrapper(port.path);
     for (const ExeEntry& exe : exes) {
+        host().creation.throwIfRequested();
         if (!isUsable(exe)) continue;
         if (exe.isMain) {
             port.set(wrapper_keys::bundleShortVersion, exe.version);

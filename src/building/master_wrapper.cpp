@@ -57,6 +57,17 @@ void removeMasterWrappersExcept(const std::string& version) {
     }
 }
 
+/// What an update that was killed at its end has left: the old one by its usual name, and no wrapper of the user's.
+void removeLeftovers(const std::string& newest) {
+    for (const std::string& name : MVFileManager::contentsOfDirectoryAtPath(layout::masterFolder())) {
+        const std::string path = files::join(layout::masterFolder(), name);
+        const bool isMaster = name.starts_with(std::string(technology) + "-") && name.ends_with(".app");
+        if (isMaster && name != newest + ".app" &&
+            !MVFileManager::fileExistsAtPath(Wrapper(path).systemRegistry()))
+            MVFileManager::removeItemAtPath(path);
+    }
+}
+
 enum class UnpackedMasterWrapper { failed, broken, done };
 /// One unpacking of the archive in the master folder; broken when the user wants it downloaded again.
 UnpackedMasterWrapper unpackMasterWrapper(Build& build, const std::string& version) {
@@ -165,7 +176,11 @@ bool updateCaskery(Build& build) {
             return failed(localized("Caskery Master Wrapper extraction failed!"));
 
         const MasterWrapperSource source = masterWrapperSource(build);
-        if (source.kind == MasterWrapperSource::Kind::onDisk) return true;
+        if (source.kind == MasterWrapperSource::Kind::onDisk) {
+            if (build.newestCaskery && source.place == masterWrapper(*build.newestCaskery))
+                removeLeftovers(*build.newestCaskery);
+            return true;
+        }
         if (source.kind == MasterWrapperSource::Kind::download) {
             build.setMessage(localized("Updating Caskery Master Wrapper..."));
             const std::string archive = masterArchive(*build.newestCaskery);

@@ -10,6 +10,7 @@
 #include "foundation/localization.h"
 #include "foundation/settings.h"
 #include "foundation/text.h"
+#include "platform/digest.h"
 #include "platform/files.h"
 #include "platform/host.h"
 
@@ -18,6 +19,26 @@ namespace {
 
 /// Older recipes are refused.
 constexpr std::string_view oldestCki = "1.5.4";
+
+/// Of each list. A game needs a few; each program is a launcher on the disk, each refused entry a dialog.
+constexpr std::size_t mostEntries = 1000;
+
+/// The key of a list that is longer than any game's; nothing where all are fine.
+std::optional<std::string> overlongList(const NSPortData& port) {
+    const auto sizeOf = [](const auto& list) { return list ? list->size() : 0; };
+    const std::pair<const char*, std::size_t> lists[] = {
+        {"EXEs", port.exes.size()},
+        {"Drives", sizeOf(port.drives)},
+        {"Extensions", sizeOf(port.supportedExtensions)},
+        {"WrapperMenu", sizeOf(port.portMenu)},
+        {"Winetricks", port.winetricks.size()},
+        {"Overrides", port.overrides.size()},
+        {"Before Extra Files", port.extraFilesBeforeInstaller.size()},
+        {"After Extra Files", port.extraFilesAfterInstaller.size()}};
+    const auto found =
+        std::ranges::find_if(lists, [](const auto& list) { return list.second > mostEntries; });
+    return found == std::end(lists) ? std::nullopt : std::optional<std::string>(found->first);
+}
 
 void addFilesToSupply(std::vector<std::string>& lines, const std::vector<ExtraFileEntry>& entries) {
     for (const ExtraFileEntry& entry : entries) {
@@ -42,6 +63,10 @@ Result<> checkPort(const std::optional<Result<NSPortData>>& port) {
     if (!*port) return port->error();
     if (!(*port)->ckiVersionIsAtLeast(oldestCki)) {
         return Failure{localized("That CKI file version is incompatible!")};
+    }
+    if (const auto key = overlongList(**port)) {
+        return Failure{localized("That CKI file lists more than %@ entries under \"%@\".",
+                                 {std::to_string(mostEntries), *key})};
     }
     return {};
 }
@@ -94,6 +119,12 @@ std::string requirementsListForPortData(const NSPortData& port) {
 
 std::optional<NSPortData> portOfBlank(const std::string& wrapper, const NSCustomPortView& view) {
     auto port = NSPortData::customPortAtPath(wrapper, view.engine, view.DRMs, view.macDriver);
+    if (port) {
+        const char* driver = view.macDriver == MacDriver::yes ? "mac" : "x11";
+        const char* installer = view.installer == InstallerNow::yes ? "with" : "without";
+        port->recipe = digest::sha256("blank\n" + view.engine + "\n" + std::to_string(view.DRMs) + "\n" +
+                                      driver + "\n" + installer);
+    }
     if (!port || view.installer == InstallerNow::yes) return port;
     port->originalInstallerNeeded = false;
     for (ExeEntry& exe : port->exes) {

@@ -16,7 +16,9 @@
 #include "foundation/formats.h"
 #include "foundation/localization.h"
 #include "foundation/text.h"
+#include "foundation/text_files.h"
 #include "platform/files.h"
+#include "platform/host.h"
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/registry.h"
@@ -150,6 +152,18 @@ bool namesItsKey(std::string_view fragment) {
            !port_texts::hasControlCharacters(fragment.substr(open, close - open));
 }
 
+/// The key's header as it stands in the user's registry: Windows reads any case, so a port may write any.
+std::set<std::string> spellingsOf(std::string_view header, const Wrapper& wrapper) {
+    std::set<std::string> spellings{std::string(header)};
+    const auto text = MVString::stringWithContentsOfFile(
+        NSUtilities::getPathForRegistryFile("user", wrapper.path()), Encoding::ascii);
+    for (const std::string& line : MVString::split(text.value_or(""), "\n")) {
+        std::string start = line.substr(0, header.size());
+        if (MVString::lowercased(start) == MVString::lowercased(header)) spellings.insert(std::move(start));
+    }
+    return spellings;
+}
+
 /// The graphics memory in megabytes, from a text such as "1536 MB" or "2 GB".
 std::optional<std::int64_t> megabytes(std::string_view memory) {
     static constexpr std::int64_t largest = INT64_MAX / 1024;
@@ -218,8 +232,10 @@ bool saveDrives(const std::optional<std::vector<DriveEntry>>& drives, const Wrap
 bool saveExtensions(const std::optional<std::vector<ExtensionEntry>>& extensions, NSPortManager& port) {
     if (!extensions) return true;
     std::vector<std::string> associations;
-    for (const ExtensionEntry& entry : *extensions)
+    for (const ExtensionEntry& entry : *extensions) {
+        host().creation.throwIfRequested();
         if (saveExtension(entry, Wrapper(port.path))) associations.push_back(entry.app);
+    }
     port.set(wrapper_keys::associations, MVString::joined(associations, " "));
     port.synchronizePlist();
     return true;
@@ -259,7 +275,8 @@ bool settingVideoCardMemorySizeAtPort(const NSPortManager& port) {
 }
 
 bool removeFromRegistryAppsThatRunAutomaticallyOnWrapperStartupAtFile(const Wrapper& wrapper) {
-    NSUtilities::deleteRegistry(autoRunKey, "user", wrapper.path());
+    for (const std::string& header : spellingsOf(autoRunKey, wrapper))
+        NSUtilities::deleteRegistry(header, "user", wrapper.path());
     NSUtilities::addRegistry(std::string(autoRunKey) + "\n", "user", wrapper.path());
     return true;
 }

@@ -133,6 +133,7 @@ bool installWinetricks(Build& build, const std::vector<std::string>& requests, c
             winetricks::fetchFilesOf(build, request.name, Wrapper(port.path), visited);
             build.setMessage(localized("Installing %@...", {localized("winetrick %@", {request.name})}));
             installComponent(request.name, port);
+            build.record.addComponent(request.name);
         }
     }
     build.setSubtitle("");

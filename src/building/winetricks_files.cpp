@@ -93,9 +93,13 @@ bool isWrong(const VerbDownload& download, const std::string& target, WithoutAsk
 bool fetchOnce(Build& build, const VerbDownload& download) {
     const auto target = targetOf(download);
     if (!target || !canBeFollowed(download)) return true;
-    if (!MVFileManager::fileExistsAtPath(*target))
+    if (!MVFileManager::fileExistsAtPath(*target)) {
         build.downloadFileToPath(download.link, *target, labelOf(download.folder));
-    if (!isWrong(download, *target, WithoutAsking::no)) return true;
+    }
+    if (!isWrong(download, *target, WithoutAsking::no)) {
+        build.useFile(*target, download.link);
+        return true;
+    }
     if (!isKnown(host().sites.webArchive)) return true;
     build.downloadFileToPath(winetricks::archiveAddressOf(download.link), *target, labelOf(download.folder));
     return !isWrong(download, *target, WithoutAsking::yes);

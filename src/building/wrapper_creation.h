@@ -18,6 +18,8 @@
 
 namespace morvane {
 
+class Wrapper;
+
 class WrapperCreation : public Build {
   public:
     /// Called on the creation's thread: whether it failed, and the wrapper's path.
@@ -58,6 +60,10 @@ class WrapperCreation : public Build {
     /// error; `finish` runs after a successful build of a wrapper that was not there before.
     int runCreation(const std::string& wrapper, const std::function<std::optional<NSPortData>()>& portData,
                     const std::function<void()>& finish, Replacing replacing);
+    /// What a build leaves of what lies in its place: of an unfinished wrapper of the same recipe, which the user is
+    /// asked about, its progress. The record begins with it.
+    enum class Kept { nothing, wrapper, progress };
+    Kept whatIsKept(const Wrapper& wrapper, const NSPortData& port, Replacing replacing);
     /// False after it has ended the creation, because an answer will be missing.
     bool canAnswerFor(const std::optional<Result<NSPortData>>& port, const std::string& wrapper, Trust trust);
     /// After a cancellation: stops what runs in the wrapper, and removes what this run has made of it.

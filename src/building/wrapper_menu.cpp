@@ -119,6 +119,7 @@ bool saveCaskeryWrapperMenuForPort(const NSPortData& data, const Wrapper& wrappe
     removeOldScripts(folder);
     int appEntries = 0, helpEntries = 0;
     for (const MenuEntry& entry : menu) {
+        host().creation.throwIfRequested();
         if (entry.type == "App" && writeScript(entry, "AppEntry", appEntries + 1, folder)) ++appEntries;
         if (entry.type == "Help" && writeScript(entry, "HelpEntry", helpEntries + 1, folder)) ++helpEntries;
     }

@@ -2,6 +2,7 @@
 
 #include "app/start_up.h"
 #include "building/main_program.h"
+#include "building/new_sandbox.h"
 #include "foundation/build_log.h"
 #include "foundation/localization.h"
 #include "platform/files.h"
@@ -67,6 +68,7 @@ int Application::run(const std::function<void(AppDelegate&)>& action) {
 
 int Application::install(const std::function<void(AppActions&)>& action) {
     session_.provideSite();
+    if (const auto news = newsOfSandbox()) session_.console().say(*news);
     const int ended = run([&](AppDelegate& app) { action(app.actions()); });
     // An error after which the installation went on is no failure of it.
     const bool isOver = ended == done || (ended == failed && !shell_.installed.empty());

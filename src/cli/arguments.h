@@ -21,7 +21,7 @@ using Command = std::function<int(Session&)>;
 struct Parsed {
     std::vector<std::string> answers, choices;
     bool defaults = false, json = false, verbose = false;
-    std::string file, app, path, name, entry, out, to, source;
+    std::string file, app, path, name, entry, out, to, source, lock;
     PropertyChanges properties;
     FeedbackTexts feedback;
     ThemePictures theme;
@@ -43,6 +43,7 @@ void addPortCommands(CLI::App& app, Parsed& parsed);
 void addWrapperCommands(CLI::App& app, Parsed& parsed);
 void addWrapperChanges(CLI::App& app, Parsed& parsed);
 void addSavesCommand(CLI::App& app, Parsed& parsed);
+void addLockCommand(CLI::App& app, Parsed& parsed);
 void addPropertiesCommand(CLI::App& app, Parsed& parsed);
 void addIconCommand(CLI::App& app, Parsed& parsed);
 void addLibraryCommands(CLI::App& app, Parsed& parsed);

@@ -104,6 +104,7 @@ int runCommandLine(int argc, char** argv) {
     addCkiCommands(app, parsed);
     addEngineCommands(app, parsed);
     addSavesCommand(app, parsed);
+    addLockCommand(app, parsed);
     addPropertiesCommand(app, parsed);
     addSettingsCommands(app, parsed);
     addFeedbackCommands(app, parsed);

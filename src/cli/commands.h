@@ -17,8 +17,8 @@ namespace morvane::cli {
 enum class Waiting { no, yes };
 enum class EngineKind { thin, full };
 
-/// `install FILE.cki --to PATH.app`.
-int install(Session& session, const std::string& file, const std::string& to);
+/// `install FILE.cki [--to PATH.app] [--locked LOCK]`. Empty texts for what is not given.
+int install(Session& session, const std::string& file, const std::string& to, const std::string& lock);
 /// `blank PATH.app --engine NAME`.
 int blank(Session& session, const std::string& path, const NSCustomPortView& view);
 /// `plan FILE.cki [--to PATH.app] [--answers] [--json]`. What `install` would do, or the command line that
@@ -47,7 +47,7 @@ int tool(Session& session, const std::string& app, const std::string& name);
 /// What `properties` is asked to change; "on" and "off", "port", "full" and "windowed" as typed.
 struct PropertyChanges {
     std::optional<std::string> name, version, icon, run, description, window, tray, helvetica, highQuality,
-        functionKeys, before;
+        functionKeys, before, sandbox;
     std::vector<std::string> variables;  ///< "KEY=VALUE"
     std::vector<std::string> unset;      ///< names of variables; they go before the others come
 };

@@ -14,11 +14,16 @@ std::string withAppEnding(const std::string& path) {
 
 }  // namespace
 
-int install(Session& session, const std::string& file, const std::string& to) {
+int install(Session& session, const std::string& file, const std::string& to, const std::string& lock) {
     PortFile port{.path = expandedPath(file)};
     // Before anybody reads a licence.
     if (files::kindBehind(port.path) != files::Kind::file)
         return session.fail(localized("There is no file at %@.", {port.path}));
+    if (!lock.empty()) {
+        auto read = BuildRecord::readLock(expandedPath(lock));
+        if (!read) return session.fail(read.error());
+        port.lock = *std::move(read);
+    }
     if (!to.empty()) port.place = withAppEnding(expandedPath(to));
     return Application(session).install([&](AppActions& actions) { actions.installCkiFile(port); });
 }

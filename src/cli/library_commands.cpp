@@ -3,6 +3,7 @@
 #include <unordered_map>
 
 #include "app/start_up.h"
+#include "building/build_record.h"
 #include "cli/application.h"
 #include "cli/commands.h"
 #include "cli/table.h"
@@ -50,10 +51,12 @@ void printItems(Console& console, const NSAppsArray& apps, const std::vector<Loc
     Table table{{{"place", marked("Place")},
                  {"name", marked("Name")},
                  {"path", marked("Path")},
-                 {"missing", marked("Missing")}},
+                 {"missing", marked("Missing")},
+                 {"unfinished", marked("Unfinished")}},
                 {}};
     for (const LocalItem& item : items) {
-        table.rows.push_back({places.at(item.path), item.name, item.path, local_items::isMissing(item.path)});
+        table.rows.push_back({places.at(item.path), item.name, item.path, local_items::isMissing(item.path),
+                              isUnfinished(Wrapper(item.path))});
     }
     if (console.output() == Output::json) addIcons(table, items);
     printTable(console, table);

@@ -81,6 +81,7 @@ Record shownBy(const Window& window) {
     note("helvetica", shown.helveticaNeueFont.enabled);
     note("high-quality", shown.highQualityMode.enabled);
     note("fn", shown.functionKeys.enabled);
+    note("sandbox", shown.sandboxEnabled);
     return {{{"path", marked("Path")}, window.wrapperPath()},
             {{"kind", marked("Kind")}, wordFor(window.kind())},
             {{"name", marked("Name")}, shown.name.text},
@@ -95,6 +96,7 @@ Record shownBy(const Window& window) {
             {{"fn", marked("Function keys")}, shown.functionKeys.on},
             {{"env", marked("Environment")}, std::move(variables)},
             {{"before", marked("Command before it")}, shown.launch.before.value_or("")},
+            {{"sandbox", marked("Sandbox")}, wordFor(shown.sandbox)},
             {{"fixed", marked("Can't be changed")}, std::move(fixed)}};
 }
 
@@ -141,6 +143,7 @@ Result<> enter(Window& window, const PropertyChanges& changes) {
         {"high-quality", changes.highQuality,
          [&] { return window.switchHighQualityMode(isOn(changes.highQuality)); }},
         {"fn", changes.functionKeys, [&] { return window.switchFunctionKeys(isOn(changes.functionKeys)); }},
+        {"sandbox", changes.sandbox, [&] { return window.chooseSandbox(*sandboxOf(*changes.sandbox)); }},
     };
     for (const auto& control : controls) {
         if (control.word && !control.change())
@@ -152,7 +155,8 @@ Result<> enter(Window& window, const PropertyChanges& changes) {
 bool asksForAnything(const PropertyChanges& changes) {
     for (const auto* change :
          {&changes.name, &changes.version, &changes.icon, &changes.run, &changes.description, &changes.window,
-          &changes.tray, &changes.helvetica, &changes.highQuality, &changes.functionKeys, &changes.before}) {
+          &changes.tray, &changes.helvetica, &changes.highQuality, &changes.functionKeys, &changes.before,
+          &changes.sandbox}) {
         if (*change) return true;
     }
     return !changes.variables.empty() || !changes.unset.empty();
@@ -183,6 +187,9 @@ int properties(Session& session, const std::string& app, const PropertyChanges& 
     if (changes.before) {
         const auto words = runnableCommand(*changes.before, host().searchPath);
         if (!words) session.console().say(words.error().message());
+    }
+    if (changes.sandbox && window.shown().sandbox != Sandbox::off) {
+        if (const auto obstacle = Window::sandboxObstacle()) session.console().say(*obstacle);
     }
     printRecord(session.console(), shownBy(window));
     return result;

@@ -2,6 +2,7 @@
 
 #include "cli/arguments.h"
 #include "cli/installed_app.h"
+#include "wrapper/sandbox.h"
 
 namespace morvane::cli {
 
@@ -9,8 +10,11 @@ void addPortCommands(CLI::App& app, Parsed& parsed) {
     CLI::App* install = app.add_subcommand("install", "build a port from a CKI file");
     install->add_option("FILE.cki", parsed.file, "the port description")->required();
     install->add_option("--to", parsed.to, "where the wrapper is made (PATH.app)");
+    install->add_option("--locked", parsed.lock, "build from the files of this lock only (see lock)");
     install->callback([&] {
-        parsed.command = [&](Session& session) { return cli::install(session, parsed.file, parsed.to); };
+        parsed.command = [&](Session& session) {
+            return cli::install(session, parsed.file, parsed.to, parsed.lock);
+        };
     });
 
     CLI::App* plan = app.add_subcommand("plan", "tell what an installation would do, without doing it");
@@ -130,6 +134,8 @@ void addPropertiesCommand(CLI::App& app, Parsed& parsed) {
     properties->add_option("--unset", changes.unset, "a variable that goes again")->allow_extra_args(false);
     properties->add_option("--before", changes.before,
                            "a command that runs the program, as \"gamescope -f --\"; empty for none");
+    properties->add_option("--sandbox", changes.sandbox, "what its programs may see of the machine")
+        ->check(CLI::IsMember(std::vector<std::string>(sandboxWords.begin(), sandboxWords.end())));
     properties->callback([&] {
         parsed.command = [&](Session& session) {
             return withInstalledApp(session, parsed.app, [&](const std::string& item) {

@@ -10,7 +10,7 @@
 namespace morvane::settings {
 namespace {
 
-constexpr std::array<const Setting*, 23> list{
+constexpr std::array<const Setting*, 26> list{
     &appList,
     &mainFolder,
     &autoOrderAppsList,
@@ -32,6 +32,9 @@ constexpr std::array<const Setting*, 23> list{
     &lastUpdateCheck,
     &webAutomaticSpellingCorrection,
     &prefixCreationTime,
+    &newWrapperSandbox,
+    &runWithoutSandbox,
+    &toldOfSandbox,
     &caskerySite,
     &catalogueSite,
 };
@@ -60,6 +63,18 @@ std::span<const Setting* const> all() {
 
 std::optional<Value> stored(const Setting& setting) {
     return host().defaults.get(setting.key);
+}
+
+std::vector<std::string> storedFolders(const Setting& setting) {
+    const auto value = stored(setting);
+    if (!value) return {};
+    const auto* list = value->as<Array>();
+    std::vector<std::string> folders;
+    for (const Value& folder : list != nullptr ? *list : Array{*value}) {
+        const auto* text = folder.as<std::string>();
+        if (text != nullptr && text->starts_with('/')) folders.push_back(*text);
+    }
+    return folders;
 }
 
 bool store(const Setting& setting, const std::optional<Value>& value) {

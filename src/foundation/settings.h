@@ -12,6 +12,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "foundation/localization.h"
 #include "platform/value.h"
@@ -110,6 +111,17 @@ inline constexpr Key<double> prefixCreationTime{
     {"Prefix Creation Time", Kind::real,
      marked("seconds that making a prefix took last, for the bar of the next one")}};
 
+// The sandboxes of wrappers (wrapper/sandbox.h).
+/// Missing: the machine decides.
+inline constexpr Key<std::string> newWrapperSandbox{
+    {"New Wrapper Sandbox", Kind::text,
+     marked("the sandbox of new wrappers: off, home or strict; none: home where it works")}};
+inline constexpr Key<bool> runWithoutSandbox{
+    {"Run Without Sandbox", Kind::flag,
+     marked("where no sandbox can be made, wrappers that want one run without")}};
+inline constexpr Key<bool> toldOfSandbox{
+    {"Told of Sandbox", Kind::flag, marked("the sandbox of new wrappers was told")}};
+
 // Base addresses that replace the embedded site and catalogue; the environment goes before them.
 inline constexpr Key<std::string> caskerySite{
     {"Caskery Site", Kind::text, marked("address of the engines and wrappers; none: the embedded site")}};
@@ -121,6 +133,8 @@ inline constexpr Key<std::string> catalogueSite{
 
 /// As it is stored, whatever its type.
 [[nodiscard]] std::optional<Value> stored(const Setting& setting);
+/// The absolute paths among the texts of a `folders` setting; none when it is missing.
+[[nodiscard]] std::vector<std::string> storedFolders(const Setting& setting);
 /// Stores the value, or removes the key. False when the file could not be written.
 bool store(const Setting& setting, const std::optional<Value>& value);
 /// As `DefaultsStore::update`.

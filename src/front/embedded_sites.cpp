@@ -23,6 +23,7 @@ void complete(std::string& site, const settings::Key<std::string>& setting) {
 
 Host::Options optionsOfProcess() {
     Host::Options options;
+    options.appsFolders = [] { return settings::storedFolders(settings::mainFolder); };
     options.folders = Folders::fromEnvironment();
     options.notes = settleLibrary(options.folders);
     options.texts = MessageCatalogue::ofUser(options.folders.resources);

@@ -15,7 +15,7 @@ constexpr std::size_t longest = std::numeric_limits<int>::max() / 2;
 }  // namespace
 
 std::string encode(std::string_view bytes) {
-    constexpr std::size_t group = 3 * 4096;
+    constexpr std::size_t group = std::size_t{3} * 4096;
     std::string text;
     text.reserve((bytes.size() + 2) / 3 * 4);
     unsigned char digits[group / 3 * 4 + 1];

@@ -61,6 +61,10 @@ bool isTrue(std::string_view text) {
 
 }  // namespace
 
+std::string defaultsFile(const std::string& library) {
+    return library + "/Library/Preferences/app.morvane.plist";
+}
+
 DefaultsStore::DefaultsStore(std::string path) : path_(std::move(path)) {
     const MutexLock guard(mutex_);
     reload();

@@ -12,6 +12,9 @@
 
 namespace morvane {
 
+/// Where the application's store lies, by `Folders::library`.
+[[nodiscard]] std::string defaultsFile(const std::string& library);
+
 /// Every change is on disk when the call returns. Several processes may hold the same store: a change takes
 /// the store's lock (`<file>.lock`), reads the file again, changes one key and replaces the file; a reading
 /// sees what others have changed.

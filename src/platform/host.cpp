@@ -21,9 +21,10 @@ Host::Host(Options options, UserInterface& ui)
       notes(std::move(options.notes)),
       texts(std::move(options.texts)),
       userInterface(ui),
-      defaults(folders.library + "/Library/Preferences/app.morvane.plist"),
+      defaults(defaultsFile(folders.library)),
       log(folders.library + "/Library/Logs/Morvane/morvane.log"),
       reachability_(std::move(options.reachability)),
+      appsFolders_(std::move(options.appsFolders)),
       previous_(std::exchange(currentHost, this)) {
     for (const std::string& note : notes) log.write(Log::Level::warning, note);
     for (const std::string& folder : {folders.temporary, folders.sharedTemporary, folders.applications})
@@ -42,6 +43,10 @@ Host::~Host() {
 
 bool Host::isReachable(const std::string& hostName) const {
     return reachability_ ? reachability_(hostName) : isHostReachable(hostName);
+}
+
+std::vector<std::string> Host::appsFolders() const {
+    return appsFolders_ ? appsFolders_() : std::vector<std::string>();
 }
 
 bool hasHost() {

@@ -57,6 +57,9 @@ class Host {
         std::vector<std::string> notes;
         /// Stands in for `isHostReachable` where set.
         std::function<bool(const std::string& host)> reachability;
+        /// Where set, folders of the user's that are never removed, beside those of `Folders`; asked for anew by
+        /// each removal, on its thread.
+        std::function<std::vector<std::string>()> appsFolders;
     };
 
     Host(Options options, UserInterface& userInterface);
@@ -77,6 +80,8 @@ class Host {
     Log log;
 
     [[nodiscard]] bool isReachable(const std::string& hostName) const;
+    /// The apps folders of the user's settings; none where nobody knows them.
+    [[nodiscard]] std::vector<std::string> appsFolders() const;
 
     std::atomic<const PictureFormats*> pictureFormats = nullptr;  ///< once loaded
     Cache<std::map<std::string, std::string>> programPaths;
@@ -93,6 +98,7 @@ class Host {
 
   private:
     std::function<bool(const std::string&)> reachability_;
+    std::function<std::vector<std::string>()> appsFolders_;
     Host* previous_;
 };
 

@@ -39,6 +39,8 @@ std::vector<std::string> protectedFolders() {
                                     volumes::parent(folders)};
     if (const passwd* user = getpwuid(getuid()); user != nullptr) places.emplace_back(user->pw_dir);
     for (std::string& volume : volumes::mounted(folders)) places.push_back(std::move(volume));
+    if (!hasHost()) return places;
+    for (std::string& folder : host().appsFolders()) places.push_back(std::move(folder));
     return places;
 }
 

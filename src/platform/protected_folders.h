@@ -9,7 +9,7 @@
 namespace morvane::files {
 
 /// The root, the home folder (the user's own as well, when `MORVANE_HOME` names another), Desktop, Downloads, the
-/// applications folder, volumes and the folders that hold them.
+/// applications folder, the apps folders of the settings, volumes and the folders that hold them.
 [[nodiscard]] std::vector<std::string> protectedFolders();
 
 /// Whether it is one of those or holds one of them, at any depth. Decided by what it is and not by its name, so

@@ -9,6 +9,7 @@
 #include "foundation/formats.h"
 #include "foundation/localization.h"
 #include "foundation/text.h"
+#include "platform/digest.h"
 #include "platform/files.h"
 #include "platform/folders.h"
 #include "platform/host.h"
@@ -122,7 +123,9 @@ std::string blankPortProgram(unsigned drms) {
 Result<NSPortData> NSPortData::initWithCkiAtPath(const std::string& path) {
     auto loaded = NSUtilities::loadArchivedObjectFromFile(path, "CKI");
     if (!loaded) return loaded.error();
-    return initWithDictionary(*loaded->as<Dictionary>(), path);
+    NSPortData port = initWithDictionary(*loaded->as<Dictionary>(), path);
+    port.recipe = digest::sha256OfFile(files::resolved(path).value_or(path)).value_or("");
+    return port;
 }
 
 NSPortData NSPortData::initWithDictionary(const Dictionary& cki, const std::optional<std::string>& path) {

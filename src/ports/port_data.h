@@ -76,6 +76,7 @@ class NSPortData {
     /// Whether it says who made it.
     [[nodiscard]] bool isSigned() const { return creator && creatorMail; }
 
+    std::string recipe;  ///< SHA-256 of the file that it was read from, or of the choices; may be empty
     std::optional<std::string> ckiVersion, creator, creatorMail, source, portType, engine, engineCustomLink,
         company;
     std::optional<std::vector<MenuEntry>> portMenu;

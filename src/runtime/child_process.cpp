@@ -74,13 +74,14 @@ std::optional<Child> Child::start(const ChildRequest& request) {
                     .error = output.get(),
                     .ownSession = true});
     if (!number) return std::nullopt;
-    return Child(*number, ::pidfd_open(*number, 0), passed.release());
+    return Child(*number, ::pidfd_open(*number, 0), passed.release(), request.endsGroup);
 }
 
 Child::Child(Child&& other) noexcept
     : number_(std::exchange(other.number_, 0)),
       descriptor_(std::exchange(other.descriptor_, -1)),
       output_(std::exchange(other.output_, -1)),
+      endsGroup_(other.endsGroup_),
       status_(other.status_) {}
 
 Child::~Child() {
@@ -130,7 +131,7 @@ Ending Child::wait(const StopSignals* signals, std::optional<std::chrono::millis
 
 void Child::kill() {
     if (number_ <= 0) return;
-    ::kill(number_, SIGKILL);
+    ::kill(endsGroup_ ? -number_ : number_, SIGKILL);
     waitForChild(std::exchange(number_, 0));
 }
 

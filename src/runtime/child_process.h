@@ -29,6 +29,7 @@ struct ChildRequest {
     std::string runFolder;  ///< empty: inherited
     std::string log;        ///< output and errors are added to this file; empty: nowhere
     ChildOutput output = ChildOutput::log;
+    bool endsGroup = false;  ///< `kill` ends what the program has started in its process group as well
 };
 
 enum class Ending { exited, askedToStop, timeOut };
@@ -64,13 +65,14 @@ class Child {
     void kill();
 
   private:
-    Child(pid_t number, int descriptor, int output)
-        : number_(number), descriptor_(descriptor), output_(output) {}
+    Child(pid_t number, int descriptor, int output, bool endsGroup)
+        : number_(number), descriptor_(descriptor), output_(output), endsGroup_(endsGroup) {}
     void passOutputOn();
 
     pid_t number_;
     int descriptor_;
     int output_;  ///< of the pipe; -1 without
+    bool endsGroup_;
     int status_ = 0;
 };
 

@@ -34,7 +34,7 @@ bool hasDisplay() {
     return !environmentVariable("DISPLAY").empty() || !environmentVariable("WAYLAND_DISPLAY").empty();
 }
 
-/// What every start of a program needs: an engine, a drive C, the user's folders.
+/// What every start of a program needs: an engine, a drive C, the user's folders, and the sandbox.
 Result<> readiness(const WineSession& session) {
     if (auto checked = session.usable(); !checked) return checked;
     const WrapperBundle& bundle = session.bundle();
@@ -51,6 +51,7 @@ int createCommand(const WrapperBundle& bundle, Result<> (*make)(WineSession&)) {
     WineSession session(bundle, "", StopBy::server);
     if (auto checked = session.usable(); !checked) return report(checked);
     if (session.joined()) return report(Failure{"Programs of this wrapper are running: end them first."});
+    if (auto checked = keepDrives(bundle); !checked) return report(checked);
     return reportIn(session, make(session));
 }
 
@@ -75,13 +76,14 @@ int installerCommand(const WrapperBundle& bundle, const Arguments& arguments, Ch
     const auto call =
         output == ChildOutput::log ? callFor(bundle, program, rest) : consoleCallFor(bundle, program, rest);
     if (!call) return report(call.error());
+    if (auto shown = session.sandbox().show(call->file); !shown) return report(shown);
     const int status = session.wine(call->arguments, call->runFolder, Display::shown);
     session.waitForInstaller(installerPatience());
     return session.stopped() != 0 ? session.stopped() : status;
 }
 
 int winetricksCommand(const WrapperBundle& bundle, const Arguments& verbs) {
-    WineSession session(bundle, "", StopBy::server);
+    WineSession session(bundle, "", StopBy::server, ChildOutput::log, Downloads::yes);
     if (auto checked = readiness(session); !checked) return report(checked);
     if (files::kindBehind(bundle.wrapper.winetricks()) != files::Kind::file) {
         return report(Failure{"This wrapper has no winetricks script: " + bundle.wrapper.winetricks() +
@@ -167,6 +169,7 @@ int openCommand(const WrapperBundle& bundle, const Arguments& arguments) {
         found.arguments = {"start.exe", "/wait", "/unix", path};
     }
     applyLimits(launch);
+    if (auto shown = session.sandbox().show(found.file); !shown) return report(shown);
     WineCall placed = onDesktop(found, bundle, launch.screen);
     if (auto added = addOptions(launch.options, session, placed); !added) return report(added);
     return play(session, placed);

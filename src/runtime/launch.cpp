@@ -72,13 +72,15 @@ Result<WineCall> callFor(const WrapperBundle& bundle, const std::string& program
         }
     }
     if (extension == "msi")
-        return WineCall{.arguments = joined({"msiexec.exe", "/i", path}, arguments), .runFolder = folder};
-    if (extension != "exe") return WineCall{joined({"start.exe", "/wait", "/unix", path}, arguments), folder};
+        return WineCall{
+            .arguments = joined({"msiexec.exe", "/i", path}, arguments), .runFolder = folder, .file = path};
+    if (extension != "exe")
+        return WineCall{joined({"start.exe", "/wait", "/unix", path}, arguments), folder, {}, path};
     if (!beginsAsProgram(path)) return Failure{path + " is not a Windows program."};
     const Machine machine = machineOf(path);
     if (!prefixRuns(bundle.wrapper.prefix(), machine) || !engineRuns(bundle.wrapper.engine(), machine))
         return wrongMachine(path, machine);
-    return WineCall{joined({isWindowsPath(program) ? program : path}, arguments), folder};
+    return WineCall{joined({isWindowsPath(program) ? program : path}, arguments), folder, {}, path};
 }
 
 Result<WineCall> consoleCallFor(const WrapperBundle& bundle, const std::string& program,
@@ -154,13 +156,7 @@ Result<> addOptions(const LaunchOptions& options, WineSession& session, WineCall
 
 int play(WineSession& session, const WineCall& call) {
     const std::string stamp = updateStampOf(session.bundle());
-    const auto run = [&] {
-        if (call.before.empty()) return session.wine(call.arguments, call.runFolder, Display::shown);
-        std::vector<std::string> words(call.before.begin() + 1, call.before.end());
-        words.push_back(session.bundle().wrapper.engineBin() + "/wine");
-        return session.program(call.before.front(), joined(std::move(words), call.arguments), call.runFolder);
-    };
-    const int status = run();
+    const int status = session.wine(call.arguments, call.runFolder, Display::shown, call.before);
     session.waitForAll();
     // A newer Wine on this machine refreshed the drive at this start, debug information and all.
     if (!session.joined() && updateStampOf(session.bundle()) != stamp) slimPrefix(session.bundle());

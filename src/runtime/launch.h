@@ -15,6 +15,7 @@ struct WineCall {
     std::vector<std::string> arguments;
     std::string runFolder;
     std::vector<std::string> before = {};  ///< a command that runs Wine; empty: none
+    std::string file = {};                 ///< the program's, or the document's; empty for Wine's own
     bool operator==(const WineCall&) const = default;
 };
 

@@ -150,6 +150,14 @@ void useUtf8(std::map<std::string, std::string>& variables) {
     variables["LC_CTYPE"] = hasSame ? sameLanguage : "C.UTF-8";
 }
 
+/// The number of the prefix's wineserver; 0 without one.
+int serverOf(const std::string& prefix) {
+    for (const PrefixProcess& process : processesOf(prefix)) {
+        if (process.isServer) return process.number;
+    }
+    return 0;
+}
+
 std::set<int> numbersOf(const std::vector<PrefixProcess>& processes) {
     std::set<int> numbers;
     for (const PrefixProcess& process : processes) numbers.insert(process.number);
@@ -188,9 +196,12 @@ std::vector<PrefixProcess> processesOf(const std::string& prefix) {
     return processes;
 }
 
-WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output)
+WineSession::WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output,
+                         Downloads downloads)
     : bundle_(std::move(bundle)), log_(std::move(log)), stopBy_(stopBy), output_(output) {
     prefix_ = nameOfPrefix();
+    sandboxed_ = enterSandbox(downloads);
+    joined_ = serverOf(bundle_.wrapper.prefix()) != 0;
     if (!usable()) return;
     // Signal 0 only asks whether there is one.
     joined_ = quietly(server(), {"-k0"}, serverPatience) == 0;
@@ -242,6 +253,7 @@ std::string WineSession::nameablePath(const std::string& path) {
     const std::string link = linkTo(folder, name);
     if (link == folder) return path;
     links_.push_back(link);
+    sandbox_.addLink(link, folder);
     return files::join(link, files::lastComponent(absolute));
 }
 
@@ -254,7 +266,29 @@ Result<> WineSession::usable() const {
         if (!files::isExecutable(path))
             return Failure{"The engine is incomplete: " + path + " cannot be run."};
     }
-    return {};
+    return sandboxed_;
+}
+
+Result<> WineSession::enterSandbox(Downloads downloads) {
+    auto entry = SandboxEntry::of(bundle_.wrapper);
+    if (!entry) return entry.error();
+    sandbox_ = *std::move(entry);
+    if (downloads == Downloads::yes) {
+        sandbox_.allowNetwork();
+        if (auto opened = sandbox_.open(Folders::fromEnvironment().verbsCache); !opened) return opened;
+    }
+    if (prefix_ != bundle_.wrapper.prefix()) sandbox_.addLink(prefix_, bundle_.wrapper.prefix());
+    return joinServer();
+}
+
+Result<> WineSession::joinServer() {
+    const int server = serverOf(bundle_.wrapper.prefix());
+    return server != 0 ? sandbox_.join(server) : Result<>();
+}
+
+ChildRequest WineSession::inside(ChildRequest request) const {
+    if (sandbox_.mode() == Sandbox::off) return request;
+    return sandbox_.around(std::move(request), serverOf(bundle_.wrapper.prefix()));
 }
 
 std::map<std::string, std::string> WineSession::environment(Display display) const {
@@ -302,7 +336,8 @@ std::map<std::string, std::string> WineSession::environment(Display display) con
 
 int WineSession::quietly(const std::string& path, const std::vector<std::string>& arguments,
                          std::optional<std::chrono::milliseconds> limit) {
-    auto child = Child::start({path, arguments, environment(Display::hidden), "/", ""});
+    ChildRequest request{path, arguments, environment(Display::hidden), "/", ""};
+    auto child = Child::start(inside(std::move(request)));
     if (!child) return 127;
     if (child->wait(nullptr, limit) == Ending::exited) return child->status();
     child->kill();
@@ -332,15 +367,26 @@ void WineSession::startServer() {
 }
 
 int WineSession::run(const std::string& path, const std::vector<std::string>& arguments,
-                     const std::string& runFolder, Display display) {
+                     const std::string& runFolder, Display display, const std::vector<std::string>& before) {
     if (stopped_ != 0) return stopped_;
     startServer();
+    // Another start may have been faster.
+    if (auto joined = joinServer(); !joined) {
+        tell(joined.error().message());
+        return 1;
+    }
     auto variables = environment(display);
     // As we name it, which may be by a link: Wine cannot name every folder to which one leads.
     variables["PWD"] = runFolder;
-    auto child = Child::start({path, arguments, std::move(variables), runFolder, log_, output_});
+    ChildRequest request = inside({path, arguments, std::move(variables), runFolder, log_, output_});
+    if (!before.empty()) {
+        request.arguments.insert(request.arguments.begin(), request.program);
+        request.arguments.insert(request.arguments.begin(), before.begin() + 1, before.end());
+        request.program = before.front();
+    }
+    auto child = Child::start(request);
     if (!child) {
-        tell(path + " could not be started.");
+        tell(request.program + " could not be started.");
         stopNow();
         return 127;
     }
@@ -348,8 +394,8 @@ int WineSession::run(const std::string& path, const std::vector<std::string>& ar
 }
 
 int WineSession::wine(const std::vector<std::string>& arguments, const std::string& runFolder,
-                      Display display) {
-    return run(bundle_.wrapper.engineBin() + "/wine", arguments, runFolder, display);
+                      Display display, const std::vector<std::string>& before) {
+    return run(bundle_.wrapper.engineBin() + "/wine", arguments, runFolder, display, before);
 }
 
 int WineSession::program(const std::string& path, const std::vector<std::string>& arguments,
@@ -379,7 +425,7 @@ void WineSession::waitForAll() {
         const bool onlyServices = std::all_of(left.begin(), left.end(), isService);
         if (left.empty() || (onlyServices && now == before)) return stopNow();
         before = now;
-        auto child = Child::start({server(), {"-w"}, environment(Display::hidden), "/", ""});
+        auto child = Child::start(inside({server(), {"-w"}, environment(Display::hidden), "/", ""}));
         if (!child) return stopNow();
         const Ending ending = child->wait(&signals_, onlyServices ? servicesPatience : programsPatience);
         if (ending == Ending::exited) return;
@@ -401,7 +447,7 @@ void WineSession::waitForInstaller(std::chrono::milliseconds patience) {
         if (processesOf(bundle_.wrapper.prefix()).empty()) return;
         if (programs.empty()) return waitForAll();
         before = now;
-        auto child = Child::start({server(), {"-w"}, environment(Display::hidden), "/", ""});
+        auto child = Child::start(inside({server(), {"-w"}, environment(Display::hidden), "/", ""}));
         if (!child) return stopNow();
         const Ending ending = child->wait(&signals_, patience);
         if (ending == Ending::exited) return;
@@ -423,8 +469,8 @@ void WineSession::stopNow() {
 void WineSession::stopAsAsked() {
     if (stopBy_ == StopBy::quitScript &&
         files::kindBehind(bundle_.wrapper.quitScript()) == files::Kind::file) {
-        auto script =
-            Child::start({"/bin/bash", {bundle_.wrapper.quitScript()}, environment(Display::shown), "/", ""});
+        auto script = Child::start(
+            inside({"/bin/bash", {bundle_.wrapper.quitScript()}, environment(Display::shown), "/", ""}));
         // A second signal means now.
         if (script && script->wait(&signals_, std::nullopt) == Ending::askedToStop) script->kill();
     }

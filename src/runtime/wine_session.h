@@ -11,6 +11,7 @@
 #include "platform/private_folder.h"
 #include "platform/result.h"
 #include "runtime/child_process.h"
+#include "runtime/sandbox_entry.h"
 #include "runtime/wrapper_bundle.h"
 
 namespace morvane::runtime {
@@ -33,11 +34,14 @@ enum class Display { shown, hidden };
 /// How a stop ends the programs: the wineserver ends all of them at once and saves the registry, or the
 /// wrapper's quit script decides.
 enum class StopBy { server, quitScript };
+/// What downloads components for the wrapper has a network, also where its programs have none.
+enum class Downloads { no, yes };
 
 class WineSession {
   public:
     /// `log` receives what Wine prints; empty: nowhere. What programs print goes there too, or on.
-    WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output = ChildOutput::log);
+    WineSession(WrapperBundle bundle, std::string log, StopBy stopBy, ChildOutput output = ChildOutput::log,
+                Downloads downloads = Downloads::no);
     ~WineSession();
     WineSession(const WineSession&) = delete;
     WineSession& operator=(const WineSession&) = delete;
@@ -45,8 +49,11 @@ class WineSession {
     /// Variables for every program that is started from here on. What the session itself sets goes before.
     void addVariables(const std::map<std::string, std::string>& variables) { variables_ = variables; }
 
-    /// What is missing before anything can run, in words for the user.
+    /// What is missing before anything can run, in words for the user: of the engine, or the sandbox that the
+    /// wrapper is to run in. Programs that run in another one are in the way.
     [[nodiscard]] Result<> usable() const;
+    /// Of which more can be asked, before anything is started.
+    [[nodiscard]] SandboxEntry& sandbox() { return sandbox_; }
     [[nodiscard]] const WrapperBundle& bundle() const { return bundle_; }
     /// True when programs of this wrapper were running already when the session began: they belong to another
     /// start, and nothing here waits for them or ends them.
@@ -57,7 +64,9 @@ class WineSession {
     [[nodiscard]] std::string nameablePath(const std::string& path);
     /// Runs Wine with the arguments and waits for its end. The exit status, 0 to 255; `stopped()` after a
     /// signal.
-    int wine(const std::vector<std::string>& arguments, const std::string& runFolder, Display display);
+    /// `before` is a command of the user's that runs it, itself outside of the sandbox; empty: none.
+    int wine(const std::vector<std::string>& arguments, const std::string& runFolder, Display display,
+             const std::vector<std::string>& before = {});
     /// Runs another program in Wine's environment (the winetricks script).
     int program(const std::string& path, const std::vector<std::string>& arguments,
                 const std::string& runFolder);
@@ -77,7 +86,13 @@ class WineSession {
   private:
     [[nodiscard]] std::map<std::string, std::string> environment(Display display) const;
     int run(const std::string& path, const std::vector<std::string>& arguments, const std::string& runFolder,
-            Display display);
+            Display display, const std::vector<std::string>& before = {});
+    /// The sandbox, also around what only asks the wineserver or ends it: outside there is another "/tmp".
+    [[nodiscard]] Result<> enterSandbox(Downloads downloads);
+    /// That of the wineserver that runs is this session's.
+    [[nodiscard]] Result<> joinServer();
+    /// In the sandbox, where there is one.
+    [[nodiscard]] ChildRequest inside(ChildRequest request) const;
     /// Ends with the child, or with everything after a signal. False after a signal.
     bool waitFor(Child& child);
     int quietly(const std::string& path, const std::vector<std::string>& arguments,
@@ -92,6 +107,8 @@ class WineSession {
 
     WrapperBundle bundle_;
     std::string log_;
+    SandboxEntry sandbox_;
+    Result<> sandboxed_;  ///< what was in the way
     StopBy stopBy_;
     ChildOutput output_;
     StopSignals signals_;

@@ -2,6 +2,7 @@
 
 #include <QButtonGroup>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -226,6 +227,15 @@ QWidget* PropertiesWindow::launch() {
     });
     launchFailure_ = new HintLabel(QString());
     layout->addWidget(launchFailure_);
+    sandbox_ = new QComboBox;
+    sandbox_->setObjectName("sandbox");
+    // In the order of the modes.
+    sandbox_->addItems({shown("None: its programs may read all your files"),
+                        shown("They see none of your files but their own"),
+                        shown("The same, and no network")});
+    label(shown("Sandbox:"), sandbox_);
+    connect(sandbox_, &QComboBox::activated, this,
+            [this](int mode) { properties_->chooseSandbox(static_cast<Sandbox>(mode)); });
     return page;
 }
 
@@ -292,6 +302,8 @@ void PropertiesWindow::refresh() {
     if (!variables_->hasFocus()) showVariables();
     for (QWidget* field : {static_cast<QWidget*>(before_), static_cast<QWidget*>(variables_)})
         field->setEnabled(now.launchEnabled && !isSaving);
+    sandbox_->setCurrentIndex(static_cast<int>(now.sandbox));
+    sandbox_->setEnabled(now.sandboxEnabled && !isSaving);
     screenMode_->setEnabled(now.windowTypeEnabled && !isSaving);
     windowTypes_[static_cast<std::size_t>(now.windowType)]->setChecked(true);
     for (const auto& [box, state] : {std::pair(systemTray_, &now.wineSystemTray),

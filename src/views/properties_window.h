@@ -9,6 +9,7 @@
 
 class QAbstractButton;
 class QCheckBox;
+class QComboBox;
 class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
@@ -63,6 +64,7 @@ class PropertiesWindow : public QDialog {
               *functionKeys_ = nullptr;
     QLineEdit* before_ = nullptr;
     QPlainTextEdit* variables_ = nullptr;
+    QComboBox* sandbox_ = nullptr;
     QLabel *launchFailure_ = nullptr, *saving_ = nullptr;
     bool isFilling_ = false;
 };

@@ -10,6 +10,7 @@
 #include "wrapper/layout.h"
 #include "wrapper/port_manager.h"
 #include "wrapper/program_header.h"
+#include "wrapper/sandbox.h"
 #include "wrapper/windows_paths.h"
 
 namespace morvane {
@@ -67,7 +68,9 @@ Result<> checkLaunch(const std::string& application) {
     const LaunchOptions options = launchOptionsOf(settings, item.isCustomEXE() ? &shared : nullptr);
     if (auto words = runnableCommand(options.before.value_or(""), host().searchPath); !words)
         return words.error();
-    return {};
+    if (sandboxIn(shared) == Sandbox::off || mayRunWithoutSandbox(host().folders)) return {};
+    const auto sandbox = sandboxProgram(host().searchPath);
+    return sandbox ? Result<>() : sandboxRefusal(sandbox.error());
 }
 
 }  // namespace morvane

@@ -14,7 +14,8 @@ namespace morvane {
 [[nodiscard]] Result<> checkMachine(const std::string& program, const std::string& wrapper);
 
 /// Why the item's own program cannot start: no engine, no drive C, no program set or none there, one for
-/// another machine, or no command of those that the user has put before it. As the launcher sees it: letters of drive C's names are found without regard to case.
+/// another machine, no command of those that the user has put before it, or no way to make the sandbox that it
+/// is to run in. As the launcher sees it: letters of drive C's names are found without regard to case.
 [[nodiscard]] Result<> checkLaunch(const std::string& application);
 
 }  // namespace morvane

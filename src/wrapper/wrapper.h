@@ -67,6 +67,9 @@ class Wrapper {
 
     /// The port that it was made from.
     [[nodiscard]] std::string backup() const { return path_ + layout::backupCki; }
+    /// What it was made of, and, while it is being made, what was there before the step that runs.
+    [[nodiscard]] std::string buildRecord() const { return path_ + layout::buildRecord; }
+    [[nodiscard]] std::string buildSnapshot() const { return path_ + layout::buildSnapshot; }
     /// What its page shows.
     [[nodiscard]] std::string description() const { return path_ + layout::descriptionCkii; }
 

@@ -66,6 +66,12 @@ inline constexpr const char* environmentName = "Morvane Environment";
 /// A command that runs the program's start, its words separated as in a shell.
 inline constexpr Text commandBefore{"Morvane Command Before"};
 
+// What the wrapper's programs may see of the machine (wrapper/sandbox.h). Only the wrapper's own count.
+/// "off", "home" or "strict"; a missing one is "off".
+inline constexpr Text sandbox{"Morvane Sandbox"};
+/// A list of folders outside the wrapper that stay reachable.
+inline constexpr const char* sandboxFoldersName = "Morvane Sandbox Folders";
+
 // The bundle.
 inline constexpr Text bundleName{"CFBundleName"};
 inline constexpr Text bundleShortVersion{"CFBundleShortVersionString", SettingsFile::info, "1.0"};

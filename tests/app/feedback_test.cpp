@@ -94,16 +94,6 @@ TEST_F(Feedback, AMessageIsPostedAsTyped) {
     EXPECT_TRUE(plain.runs[2].bold && !plain.runs[3].bold && plain.text.starts_with("Morvane Version: "));
 }
 
-TEST_F(Feedback, TheEndOfABuildLogGoesAlong) {
-    tab.form = {.name = "Ann", .mail = "a@b", .subject = "Help", .description = "It does not work"};
-    tab.form.buildLog = "the first line\n" + std::string(30'000, 'x') + "\n<script> & \x1b[31m\nthe last\n";
-    ui.expect("");
-    onWorker([&] { EXPECT_TRUE(tab.sendMail()); });
-    EXPECT_EQ(posted("comment"),
-              "<br>It does not work<br><br><br><b>BUILD LOG:</b><br>"
-              "&lt;script&gt; &amp; \xEF\xBF\xBD[31m<br>the last<br>");
-}
-
 TEST_F(Feedback, AnswersOfTheMailPage) {
     struct Row {
         testing::SiteAnswer answer;

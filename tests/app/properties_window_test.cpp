@@ -132,6 +132,23 @@ TEST_F(Properties, LaunchOptionsAreTheItemsOwn) {
     EXPECT_EQ(setting("Morvane Command Before"), Value("gamescope -f --"));
 }
 
+TEST_F(Properties, TheSandboxIsTheWrappers) {
+    const std::string launcher = makeLauncher("Editor");
+    open(wrapper);
+    EXPECT_EQ(window.shown().sandbox, Sandbox::off);
+    EXPECT_TRUE(window.chooseSandbox(Sandbox::strict));
+    EXPECT_TRUE(window.isChanged());
+    EXPECT_TRUE(window.saveDataToWrapper());
+    EXPECT_EQ(setting("Morvane Sandbox"), Value("strict"));
+    EXPECT_EQ(setting("kept"), Value(Data{"unknown"}));
+
+    open(launcher);
+    EXPECT_EQ(window.shown().sandbox, Sandbox::strict);
+    EXPECT_FALSE(window.chooseSandbox(Sandbox::off));
+    EXPECT_TRUE(window.saveDataToWrapper());
+    EXPECT_EQ(setting("Morvane Sandbox"), Value("strict"));
+}
+
 TEST_F(Properties, AWindowSavesInTheBackground) {
     open(wrapper);
     EXPECT_FALSE(window.isChanged());

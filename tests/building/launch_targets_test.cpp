@@ -98,26 +98,5 @@ TEST_F(LaunchTargets, TheLinkReplacesLinksIntoTheSameWrapperOnly) {
     EXPECT_EQ(files::kindOf(wrapper), files::Kind::folder);
 }
 
-TEST_F(LaunchTargets, HostileEntriesAreRefusedAndTheRestGoesOn) {
-    std::vector<ExeEntry> exes{
-        program("Up", "C:/../../Evil.exe", false),
-        program("Down", "C:\\a\\..\\..\\Evil.exe", false),
-        program("Line", "C:/a.exe\x1b[Software]", false),
-        program("../../Batch", "D:/run.exe", true),
-    };
-    for (const std::string& name :
-         {std::string(), std::string("../Evil"), std::string("Contents/Resources/Evil"),
-          std::string("Caskery"), std::string("Ev\nil"), std::string("Ev\0il", 5)})
-        exes.push_back(program(name, "C:/game.exe", false));
-    for (std::size_t entry = 0; entry < exes.size(); ++entry) ui.expectError("\"");
-    exes.push_back(program("Editor", "C:/editor.exe", false));
-    save(exes);
-    EXPECT_EQ(listing(applications), (Names{"Editor.app", "Game.app"}));
-    EXPECT_EQ(listing(wrapper), (Names{"Caskery.app", "Contents", "Editor.app"}));
-    EXPECT_EQ(setting("Program Name and Path"), Value("/nothing.exe"));
-    EXPECT_EQ(listing(driveC), Names{"windows"});
-    EXPECT_EQ(timesIn("user", "[Software]"), 0);
-}
-
 }  // namespace
 }  // namespace morvane

@@ -30,25 +30,6 @@ class MasterWrapper : public testing::BuildingMachine {
     const std::string applications = home + "/Applications";
 };
 
-TEST_F(MasterWrapper, IsDownloadedAndTheOldOneGoes) {
-    keepOldMaster();
-    put(masters + "/Caskery-2.5.tar.7z", "left");
-    put(masters + "/My notes.txt", "mine");
-    put(masters + "/Backup.zip", "mine");
-    fs::create_directories(masters + "/My Game.app/Contents");
-    testing::publishMasterWrapper(site);
-    const Names left{"Backup.zip", "Caskery-2.6.2.app", "My Game.app", "My notes.txt"};
-    expectUpdate(true, "Caskery-2.6.2", left);
-    EXPECT_TRUE(exists(masters + "/Caskery-2.6.2.app/Contents/Frameworks/bin/Caskery"));
-    Names lines = ui.statusLines();
-    std::erase(lines, "");
-    EXPECT_EQ(lines, (Names{"Updating Caskery Master Wrapper...", "Extracting Wrapper Caskery-2.6.2...",
-                            "Creating Wrapper Caskery-2.6.2..."}));
-    // Nothing to do the second time.
-    expectUpdate(true, "Caskery-2.6.2", left);
-    EXPECT_EQ(asked("/Wrapper/Caskery"), 1);
-}
-
 /// As a cancelled unpacking leaves it, or a killed download.
 TEST_F(MasterWrapper, AnArchiveThatIsThereIsTakenWhenItIsWhole) {
     const std::string whole = testing::packedMasterWrapper(), left = masters + "/Caskery-2.6.2.tar.7z";
@@ -103,23 +84,6 @@ TEST_F(MasterWrapper, KeepsTheOldOneWhateverTheDownloadBrings) {
     const int before = asked("/Wrapper/Caskery");
     expectUpdate(true, "Caskery-2.6.2", newMaster);
     EXPECT_EQ(asked("/Wrapper/Caskery"), before + 2) << "downloaded again after the Yes";
-}
-
-TEST_F(MasterWrapper, GivesUpOnAnArchiveThatNeverYieldsIt) {
-    const testing::TemporaryFolder packing;
-    testing::makeFakeMasterWrapper(packing.path, {.version = "Another"});
-    const std::string another = testing::packedTar7z(packing.path, "Another.app", "Caskery-2.6.2.tar");
-    fs::create_directory_symlink(packing.path + "/Another.app", packing.path + "/Caskery-2.6.2.app");
-    const std::string link = testing::packedTar7z(packing.path, "Caskery-2.6.2.app", "Caskery-2.6.2.tar");
-    testing::publishNewestVersion(site, "Caskery-2.6.2");
-    keepOldMaster();
-    int requests = 0;
-    for (const std::string& body : {another, link}) {
-        site.answer(archivePath, {.body = body});
-        ui.expectError("Caskery Master Wrapper extraction failed!");
-        expectUpdate(false, "Caskery-2.6.0", oldMaster);
-        EXPECT_EQ(asked("/Wrapper/Caskery"), requests += 3);
-    }
 }
 
 TEST_F(MasterWrapper, IsCopiedWholeOrNotAtAllAndToANewPathOnly) {

@@ -92,23 +92,5 @@ TEST_F(SaveDrives, RefusesHostileEntriesAndGoesOn) {
 
 using SaveExtensions = RegistryWriters;
 
-TEST_F(SaveExtensions, RefusesTextsThatWouldAddKeys) {
-    const std::vector<ExtensionEntry> extensions{
-        {"", "x.exe"},           {"a]\n[Software\\\\B", "x.exe"}, {"a b", "x.exe"}, {"..", "x.exe"},
-        {"a\\\\shell", "x.exe"}, {"sav", "x.exe\"\n[Software]"},  {"ok", "x.exe"}};
-    for (int refused = 0; refused < 5; ++refused) ui.expectError("\"");
-    ui.expectError("\"x.exe\"?[Software]\" can't be used as the command of a file extension");
-    const std::string before = get(wrapper + layout::systemRegistry);
-    onWorker([&] {
-        NSPortManager port = store();
-        saveExtensions(extensions, port);
-    });
-    EXPECT_EQ(setting("Associations"), Value("ok"));
-    EXPECT_EQ(get(wrapper + layout::systemRegistry),
-              before +
-                  "\n\n\n[Software\\\\Classes\\\\.ok]\n@=\"okfile\"\n\n"
-                  "[Software\\\\Classes\\\\okfile\\\\shell\\\\open\\\\command]\n@=\"x.exe\"\n\n");
-}
-
 }  // namespace
 }  // namespace morvane

@@ -22,7 +22,7 @@ TEST(LibraryCommands, KeepAndChangeTheList) {
     TestMachine::put(apps + "Gamma.app/Contents/Resources/drive_c/users/me/Documents/one.sav", "saved");
     std::filesystem::create_directories(apps + "Native.app");
     const auto line = [&](int place, const std::string& name) {
-        return std::to_string(place) + "\t" + name + "\t" + apps + name + ".app\tno\n";
+        return std::to_string(place) + "\t" + name + "\t" + apps + name + ".app\tno\tno\n";
     };
     struct Row {
         std::vector<std::string> arguments;
@@ -54,7 +54,7 @@ TEST(LibraryCommands, KeepAndChangeTheList) {
         {{"folders"}, 0, more + "/\tyes\n"},
         {{"--json", "list", "beta"},
          0,
-         R"([{"place":2,"name":"Beta","path":")" + apps + "Beta.app\",\"missing\":false,\"icon\":\"\"}]\n"},
+         R"([{"place":2,"name":"Beta","path":")" + apps + "Beta.app\",\"missing\":false,\"unfinished\":false,\"icon\":\"\"}]\n"},
     };
     const auto run = [](const std::vector<std::string>& words) {
         std::vector<std::string> copy = words;
@@ -89,14 +89,14 @@ TEST(LibraryCommands, KeepAndChangeTheList) {
     std::filesystem::rename(apps + "Beta.app", more + "/Beta.app");
     const std::string title = "App Missing";
     const Row missing[] = {
-        {{"library", "list", "beta"}, 0, "2\tBeta\t" + apps + "Beta.app\tyes\n"},
+        {{"library", "list", "beta"}, 0, "2\tBeta\t" + apps + "Beta.app\tyes\tno\n"},
         {{"show", apps + "Beta.app"}, 4},
         {{"show", apps + "Beta.app", "--answer", title + "=Locate the App"}, 4},
-        {{"library", "list", "beta"}, 0, "2\tBeta\t" + apps + "Beta.app\tyes\n"},
+        {{"library", "list", "beta"}, 0, "2\tBeta\t" + apps + "Beta.app\tyes\tno\n"},
         {{"run", apps + "Beta.app/", "--wait", "--answer", title + "=Locate the App", "--choose",
           "Select the new application=" + more + "/Beta.app"},
          0},
-        {{"library", "list", "beta"}, 0, "2\tBeta\t" + more + "/Beta.app\tno\n"},
+        {{"library", "list", "beta"}, 0, "2\tBeta\t" + more + "/Beta.app\tno\tno\n"},
         {{"properties", apps + "Beta.app"}, 1},
     };
     for (const Row& row : missing) {

@@ -7,6 +7,7 @@
 #include "platform/property_list.h"
 #include "support/fake_wrapper.h"
 #include "support/loopback_site.h"
+#include "wrapper/sandbox.h"
 
 namespace morvane::testing {
 namespace {
@@ -22,6 +23,8 @@ TEST_F(Pipeline, InstallerFromDownloads) {
     EXPECT_EQ(*plist.find("CFBundleName"), Value("Star Catcher"));
     EXPECT_EQ(*plist.find("Associations"), Value("score"));
     EXPECT_EQ(*plist.find("Resolution"), Value("novdx24sleep0"));
+    const char* sandbox = sandboxProgram(::getenv("PATH")) ? "home" : "off";
+    EXPECT_EQ(*plist.find("Morvane Sandbox"), Value(sandbox));
     const Dictionary custom = settings(app + "/Star Catcher Scores.app/Contents/Info.plist.cexe");
     EXPECT_EQ(*custom.find("Resolution"), Value("640x480x24sleep0"));
     EXPECT_EQ(fs::read_symlink(home + "/Applications/Star Catcher Scores.app"),
@@ -41,8 +44,8 @@ TEST_F(Pipeline, InstallerFromDownloads) {
     EXPECT_TRUE(icon->starts_with("icns"));
     EXPECT_TRUE(fs::is_empty(home + "/Desktop"));
     const auto library = morvane.run({"library", "list"});
-    EXPECT_EQ(library.output, "1\tStar Catcher\t" + app + "\tno\n2\tStar Catcher Scores\t" + app +
-                                  "/Star Catcher Scores.app\tno\n");
+    EXPECT_EQ(library.output, "1\tStar Catcher\t" + app + "\tno\tno\n2\tStar Catcher Scores\t" + app +
+                                  "/Star Catcher Scores.app\tno\tno\n");
 
     // Moved elsewhere it still starts, and what the game saves lies inside it.
     const std::string moved = folder.path + "/Else where.app";

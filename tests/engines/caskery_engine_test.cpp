@@ -1,9 +1,8 @@
 #include "engines/caskery_engine.h"
 
+#include <gtest/gtest.h>
+
 #include "foundation/text.h"
-#include "support/loopback_site.h"
-#include "support/test_machine.h"
-#include "wrapper/layout.h"
 
 namespace morvane {
 namespace {
@@ -27,49 +26,6 @@ TEST(EngineOrder, PutsNewerEnginesFirst) {
     }
     EXPECT_EQ(NSCaskeryEngine::engineOrder("CK9Wine1.7.5", "CK8Wine1.7.5"), 0);
 }
-
-TEST(EngineNames, KnowTheirGenerationAndRuntime) {
-    struct Kind {
-        int generation;
-        bool runtime;
-        std::vector<const char*> names;
-    };
-    const Kind kinds[] = {{8,
-                           false,
-                           {"CK8Wine1.5.1", "CK8Wine1.5", "CK8Wine1.3.9", "CK8Wine1.4", "CK8Wine1.4rc1",
-                            "CK8WineCX11.1.0", "CK8WineCX7.0", "CK9WineCXG14.0", "Wine1.2.3", "1.2.3"}},
-                          {9,
-                           false,
-                           {"CK9Wine1.7.39", "CK9Wine1.7", "CK8Wine1.5.15", "CK8Wine1.4NK", "CK8Wine1.4.1",
-                            "CK9WineCX11.2.0", "", "CK"}},
-                          {9,
-                           true,
-                           {"CK9Wine1.7.40", "CK9Wine1.7.40-x", "CK9Wine1.8-rc1", "CK9Wine1.7-9.50",
-                            "CK9Wine2.0", "CK8Wine1.44N", "CK9WineCX14.1.2", "CK9WineCX14", "CK9Wine3"}}};
-    for (const Kind& kind : kinds) {
-        for (const char* name : kind.names) {
-            EXPECT_EQ(NSCaskeryEngine(name).getCaskeryMostRecentGenerationOfEngine(), kind.generation)
-                << name;
-            EXPECT_EQ(NSCaskeryEngine::isEngineVcrun2012Compatible(name), kind.runtime) << name;
-        }
-    }
-}
-
-class EngineCatalogue : public testing::TestMachine {
-  protected:
-    EngineCatalogue() { machine->sites.caskery = site.baseAddress(); }
-    Names onWorkerThread(Names (*ask)()) {
-        Names names;
-        onWorker([&] { names = ask(); });
-        return names;
-    }
-    Names online() { return onWorkerThread(&NSCaskeryEngine::getListOfAvailableEnginesOnline); }
-    Names all() { return onWorkerThread(&NSCaskeryEngine::getListOfAvailableEngines); }
-    void archive(const std::string& name) const { put(layout::enginesFolder() + "/" + name, "7z"); }
-
-    testing::LoopbackSite site;
-    const std::string list = "/Engines/EngineList.txt";
-};
 
 }  // namespace
 }  // namespace morvane

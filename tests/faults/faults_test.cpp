@@ -63,6 +63,16 @@ class Faults : public testing::TestMachine, public ::testing::WithParamInterface
         put(start + "/build/bin/wineserver", "#!/bin/sh\necho 'Wine 9.1' >&2\n", true);
         put(start + "/build/lib/wine/x86_64-windows/ntdll.dll", "x");
         put(start + "/build/share/wine/wine.inf", "x");
+        const std::string support = start + "/Library/Application Support/Caskery/";
+        // An engine of an old layout, and a master wrapper that is not the newest any more.
+        const testing::TemporaryFolder packing;
+        put(packing.path + "/all/CaskeryEngine.bundle/Wine/bin/wine", "#!/bin/sh\n", true);
+        put(packing.path + "/all/CaskeryEngine.bundle/Wine/lib/libwine.so", "elf");
+        put(packing.path + "/all/CaskeryEngine.bundle/Wine/share/wine.inf", "[version]");
+        put(packing.path + "/all/CaskeryEngine.bundle/X11/bin/X", "x");
+        put(support + "Engines/CK7Wine1.2.5.tar.7z",
+            testing::packedTar7z(packing.path + "/all", ".", "../CK7Wine1.2.5.tar"));
+        testing::makeFakeMasterWrapper(support + "Wrapper");
         put(start + "/port.plist",
             property_lists::xml(Dictionary{{"CKI Version", "1.6.1"}, {"Company", "Ada"}}));
         put(start + "/old.cki", "old");
@@ -225,6 +235,9 @@ INSTANTIATE_TEST_SUITE_P(
                  .again = 1},
         Scenario{.name = "Engine", .command = {"engine", "add", "HOME/build"}, .again = 1},
         Scenario{.name = "EngineDownload", .command = {"engine", "prepare", "CK9Wine9.0"}},
+        Scenario{.name = "EngineConversion",
+                 .command = {"--defaults", "engine", "convert", "CK7Wine1.2.5"},
+                 .again = 1},
         Scenario{.name = "Recipe", .command = {"cki", "make", "HOME/port.plist", "HOME/old.cki"}},
         Scenario{.name = "Publishing",
                  .making = {"content"},
@@ -235,6 +248,7 @@ INSTANTIATE_TEST_SUITE_P(
                  .command = {"--defaults", "--answer", "License Agreement=I Agree", "--answer",
                              "Warning=Install it anyway", "install", "HOME/port.cki", "--to",
                              "HOME/Applications/New.app"}},
+        // The master wrapper first.
         Scenario{.name = "WrapperUpdate",
                  .making = {"Applications/Game.app"},
                  .command = {"--defaults", "wrapper", "update", game}}),

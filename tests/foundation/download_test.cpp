@@ -170,18 +170,6 @@ TEST_F(Downloads, AreDecidedBeforeAnyByteIsFetched) {
     EXPECT_FALSE(requested());
 }
 
-TEST_F(Downloads, AFileThatIsUsedInsteadIsNotReplaced) {
-    // The host's name cannot be resolved here, but a transfer would reach it.
-    reachable = [](const std::string&) { return false; };
-    site.answer("/good", {.body = "good"});
-    put(path, "old");
-    EXPECT_TRUE(run(link("good"), Silence::yes));
-    ui.expect("You aren't connected to the internet, but there is already a file").answer("Yes");
-    EXPECT_TRUE(run(link("good")));
-    EXPECT_EQ(get(path), "old");
-    EXPECT_FALSE(requested());
-}
-
 TEST_F(Downloads, AStalledTransferIsReplacedByTheLinkThatTheUserGives) {
     site.answer("/stalled", {.body = "", .announcedLength = 100, .stall = true});
     site.answer("/good", {.body = "good"});

@@ -9,6 +9,7 @@
 #include <random>
 #include <thread>
 
+#include "foundation/settings.h"
 #include "platform/files.h"
 #include "platform/folders.h"
 #include "support/results.h"
@@ -179,6 +180,23 @@ TEST_F(ProtectedFolders, AreNeverRemoved) {
     EXPECT_TRUE(files::remove(machine->folders.applications + "/Game.app"));
 }
 
+TEST_F(ProtectedFolders, AppsFoldersOfTheUserAreAmongThem) {
+    const std::string games = folder.path + "/disk/My Games", single = folder.path + "/older/Games";
+    for (const std::string& place : {games, single}) put(place + "/Game.app/save", "precious");
+    const auto before = snapshot(folder.path + "/disk"), beforeSingle = snapshot(folder.path + "/older");
+    const auto busy = "Device or resource busy";
+    ASSERT_TRUE(settings::store(settings::mainFolder, Array{home + "/Applications/", games + "/"}));
+    for (const std::string& place : {games, games + "/", files::parent(games)})
+        EXPECT_EQ(why(files::remove(place)), busy) << place;
+    EXPECT_EQ(snapshot(folder.path + "/disk"), before);
+    // The older form of the setting.
+    ASSERT_TRUE(settings::store(settings::mainFolder, single));
+    for (const std::string& place : {single, files::parent(single)})
+        EXPECT_EQ(why(files::remove(place)), busy) << place;
+    EXPECT_EQ(snapshot(folder.path + "/older"), beforeSingle);
+    EXPECT_TRUE(files::remove(single + "/Game.app"));
+    EXPECT_TRUE(files::remove(games)) << "no apps folder any more";
+}
 TEST_F(ProtectedFolders, AFolderWithAMountLosesNothing) {
     const std::string place = home + "/tree/with blank";
     put(home + "/tree/a game", "game");

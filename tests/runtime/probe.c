@@ -1,5 +1,6 @@
 /* The Windows program of the tests: writes "folder|program|argument|..." as a line into C:\out.txt, then does what its
  * first argument says. */
+#include <winsock2.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -30,11 +31,46 @@ static void note(int count, char** arguments) {
     fclose(file);
 }
 
+static int connects(const char* port) {
+    WSADATA data;
+    struct sockaddr_in address = {.sin_family = AF_INET, .sin_port = htons((unsigned short)atoi(port))};
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    WSAStartup(MAKEWORD(2, 2), &data);
+    SOCKET end = socket(AF_INET, SOCK_STREAM, 0);
+    return end != INVALID_SOCKET && connect(end, (struct sockaddr*)&address, sizeof address) == 0;
+}
+
+static int writes(const char* path) {
+    FILE* file = fopen(path, "ab");
+    return file != NULL && fputs("written\n", file) >= 0 && fclose(file) == 0;
+}
+
+static int reads(const char* path) {
+    FILE* file = fopen(path, "rb");
+    return file != NULL && fgetc(file) != EOF;
+}
+
+/* "r=PATH", "w=PATH" and "c=PORT" become "yes" or "no" in a line more. */
+static void try(int count, char** tasks) {
+    char line[256] = "tried";
+    for (int index = 0; index < count; ++index) {
+        const char* what = tasks[index] + 2;
+        const int done = tasks[index][0] == 'r'   ? reads(what)
+                         : tasks[index][0] == 'w' ? writes(what)
+                                                  : connects(what);
+        strcat(line, done ? " yes" : " no");
+    }
+    FILE* file = fopen("C:\\out.txt", "ab");
+    fprintf(file, "%s\n", line);
+    fclose(file);
+}
+
 int main(int count, char** arguments) {
     const char* command = count > 1 ? arguments[1] : "";
     if (!strcmp(command, "set")) setValue(arguments[2]);
     note(count, arguments);
     if (!strcmp(command, "exit")) return 7;
+    if (!strcmp(command, "try")) try(count - 2, arguments + 2);
     if (!strcmp(command, "wait") || (!strcmp(command, "set") && count > 3)) Sleep(INFINITE);
     /* An installer that writes the registry and starts the game at its end. */
     if (!strcmp(command, "install")) {

@@ -13,24 +13,6 @@ using testing::TemporaryFolder;
 using testing::TestMachine;
 using Desktop = ScreenMode::Desktop;
 
-TEST(ScreenModeOf, EveryForm) {
-    const struct {
-        const char* text;
-        ScreenMode mode;
-    } rows[] = {
-        {"novdx24sleep0", {Desktop::none, 0, 0}},
-        {"800x600x24sleep0", {Desktop::fixed, 800, 600}},
-        {"Current Resolutionx24sleep0", {Desktop::current, 0, 0}},
-        {"", {}},
-        {"800x600", {}},
-        {"0x600x24sleep0", {}},
-        {"-800x600x24sleep0", {}},
-        {"99999999999x600x24sleep0", {}},
-        {"x24sleep0", {}},
-    };
-    for (const auto& row : rows) EXPECT_EQ(screenModeOf(row.text), row.mode) << row.text;
-}
-
 class Bundle : public ::testing::Test {
   protected:
     Bundle() : wrapper(folder.path + "/My \"Game\" & Co.app") {

@@ -344,33 +344,6 @@ TEST_F(Catalogue, NoRequestHidesInAnother) {
     EXPECT_NE(client.receive(300).find("no news"), std::string::npos);
 }
 
-TEST_F(Catalogue, EndsWhileRequestsArrive) {
-    constexpr int enough = 30;
-    for (int round = 0; round < 10; ++round) {
-        serve();
-        const int port = portOf(base);
-        std::atomic<bool> ended = false;
-        std::atomic<int> answered = 0;
-        std::vector<std::thread> threads;
-        for (int client = 0; client < 8; ++client) {
-            threads.emplace_back([&] {
-                const RawClient many(port);
-                const std::string one = "GET /ckis/listPorts.php?search=a HTTP/1.1\r\nHost: a\r\n\r\n";
-                while (!ended && many.send(one + one + one + one) && !many.receive(1).empty()) {
-                    ++answered;
-                    answered.notify_all();
-                }
-                answered = enough;  // also when it could not go on
-                answered.notify_all();
-            });
-        }
-        for (int seen = 0; seen < enough; seen = answered) answered.wait(seen);
-        server.reset();
-        ended = true;
-        for (std::thread& thread : threads) thread.join();
-    }
-}
-
 TEST_F(Catalogue, VotersThatWaitLeaveThreadsToReaders) {
     idOf(publish(port("Game")));
     serve();

@@ -52,28 +52,5 @@ class CachedCatalogue : public CatalogueMachine {
     std::unique_ptr<CatalogueServer> server;
 };
 
-TEST_F(CachedCatalogue, WhatChangesHasAnotherTag) {
-    PortToPublish game = port("Game");
-    idOf(publish(game));
-    serve();
-    const std::vector<std::string> paths = {"/ckis/listPorts.php?developer=0&country=--",
-                                            "/ckis/portDescription.php?id=2", "/ckis/Bob/2/CD.cki"};
-    std::map<std::string, std::string> tags;
-    for (const std::string& path : paths) tags[path] = ask(path).header("ETag");
-    game.cki = cki("CD", "newer");
-    game.free = true;
-    idOf(publish(game));
-    for (const std::string& path : paths) {
-        const RawAnswer answer = ask(path, "If-None-Match: " + tags[path] + "\r\n");
-        EXPECT_EQ(answer.status, 200) << path;
-        EXPECT_NE(answer.header("ETag"), tags[path]) << path;
-    }
-    const std::string rating = "/ckis/portRating.php?game=2", tag = ask(rating).header("ETag");
-    Browser browser(server->baseAddress());
-    ASSERT_TRUE(browser.open(2));
-    EXPECT_EQ(browser.vote(2, "NVIDIA", "5"), 200);
-    EXPECT_EQ(ask(rating, "If-None-Match: " + tag + "\r\n").status, 200);
-}
-
 }  // namespace
 }  // namespace morvane

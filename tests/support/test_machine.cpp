@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "foundation/settings.h"
 #include "platform/folders.h"
 
 namespace morvane::testing {
@@ -74,6 +75,7 @@ void ScriptedUserInterface::expectSave(const std::string& title, const std::stri
 
 std::unique_ptr<ScriptedUserInterface::Expectation> ScriptedUserInterface::next(Expectation::Kind kind,
                                                                                 const std::string& shown) {
+    if (script_.empty() && answerOfTheRest) return nullptr;
     if (script_.empty()) {
         ADD_FAILURE() << "unexpected: " << shown;
         return nullptr;
@@ -92,7 +94,13 @@ DialogAnswer ScriptedUserInterface::showDialog(const Dialog& dialog) {
     if (whileAsking) whileAsking();
     const bool isInput = std::holds_alternative<TextField>(dialog.accessory);
     const auto expectation = next(Expectation::Kind::dialog, isInput ? dialog.title : dialog.text);
-    if (!expectation) return {.button = dialog.defaultButton, .text = ""};
+    if (!expectation) {
+        const auto found = std::ranges::find(dialog.buttons, answerOfTheRest.value_or(""));
+        const bool isButton = found != dialog.buttons.end();
+        return {.button = isButton ? static_cast<std::size_t>(found - dialog.buttons.begin())
+                                   : dialog.defaultButton,
+                .text = ""};
+    }
     if (expectation->throwing) throw std::runtime_error("nobody answers");
     if (!expectation->expectedTitle.empty()) {
         EXPECT_EQ(dialog.title, expectation->expectedTitle);
@@ -199,6 +207,7 @@ TestMachine::TestMachine(MessageCatalogue texts)
     options.sites = {.caskery = "http://offline.invalid/", .catalogue = "http://offline.invalid/"};
     options.searchPath = environmentVariable("PATH") + ":" MORVANE_SHARE_FOLDER "/programs";
     options.reachability = [this](const std::string& name) { return reachable(name); };
+    options.appsFolders = [] { return settings::storedFolders(settings::mainFolder); };
     machine = std::make_unique<Host>(std::move(options), ui);
 }
 

@@ -71,6 +71,9 @@ class ScriptedUserInterface : public UserInterface {
     void launchBundle(const std::string& path) override { opened.push_back(path); }
     void bringToFront(const std::string& pathPrefix) override { broughtToFront.push_back(pathPrefix); }
 
+    /// Where set, what nobody expected fails nothing: this button is pressed where there is one, else the default; a
+    /// file panel is cancelled.
+    std::optional<std::string> answerOfTheRest;
     /// What happens while a question is open, on the main thread.
     std::function<void()> whileAsking;
     std::vector<Dialog> dialogs;        ///< every dialog shown

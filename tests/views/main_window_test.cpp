@@ -1,5 +1,6 @@
 #include "views/main_window.h"
 
+#include <QComboBox>
 #include <QMimeData>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -13,6 +14,7 @@
 #include "views/page_walk.h"
 #include "views/properties_window.h"
 #include "wrapper/launch_options.h"
+#include "wrapper/sandbox.h"
 
 namespace morvane {
 namespace {
@@ -164,11 +166,13 @@ TEST_F(MainWindows, LaunchOptionsAreTyped) {
     EXPECT_TRUE(testing::shows(*window, "no NAME=VALUE"));
     variables->setPlainText("A=b=c\n\n");
     EXPECT_FALSE(testing::shows(*window, "no NAME=VALUE"));
+    QTest::keyClick(properties->findChild<QComboBox*>("sandbox"), Qt::Key_End);
     properties->findChild<QPushButton*>("save")->click();
     runUntil([&] { return window->findChild<views::PropertiesWindow*>() == nullptr; });
     const auto plist = property_lists::read(Wrapper(pathOf("Tetris")).infoPlist());
     const LaunchOptions options = launchOptionsIn(*plist->as<Dictionary>());
     EXPECT_EQ(options.before, "env -i");
+    EXPECT_EQ(sandboxIn(*plist->as<Dictionary>()), Sandbox::strict);
     EXPECT_EQ(options.environment, (std::map<std::string, std::string>{{"A", "b=c"}}));
 }
 

@@ -109,18 +109,6 @@ TEST_P(OneProcess, HasItsOwnRequestServedFirstAndThoseThatCameBeforeItWasReady) 
     EXPECT_EQ(received, (std::vector{own, other}));
 }
 
-TEST_P(OneProcess, DoesNotKeepTheOtherWaitingWhileItAsks) {
-    const auto instance = first(options());
-    bool asking = false, asked = false;
-    instance->setHandler([&](const StartRequest&) {
-        if (std::exchange(asking, true)) return;
-        EXPECT_EQ(start(options(), StartRequest{}).value(), Role::second);
-        asked = true;
-    });
-    EXPECT_EQ(start(options(), StartRequest{}).value(), Role::second);
-    runUntil([&] { return asked; });
-}
-
 TEST_P(OneProcess, ThatHangsIsWaitedForNoLongerThanTheLimit) {
     const auto instance = first(options());
     auto impatient = options();

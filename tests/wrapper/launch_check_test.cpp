@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "foundation/settings.h"
 #include "platform/property_list.h"
 #include "support/test_machine.h"
 #include "support/windows_file.h"
@@ -64,6 +65,19 @@ TEST_F(LaunchCheck, RefusesBeforeAnythingStarts) {
     EXPECT_TRUE(
         checked.error().message().starts_with("The command before the program, overlay, is not there."));
     scriptProgram("overlay", "exec \"$@\"");
+    EXPECT_TRUE(checkLaunch(wrapper));
+
+    EXPECT_TRUE(property_lists::write(
+        wrapper + layout::infoPlist,
+        Dictionary{{"Program Name and Path", "/Games/Run.exe"}, {"Morvane Sandbox", "home"}}));
+    scriptProgram("bwrap", "exit 1");
+    Host::Options options{.folders = machine->folders, .searchPath = programsFolder};
+    machine.reset();
+    machine = std::make_unique<Host>(std::move(options), ui);
+    ASSERT_FALSE(checkLaunch(wrapper));
+    EXPECT_NE(checkLaunch(wrapper).error().message().find("This system forbids sandboxes"),
+              std::string::npos);
+    settings::set(settings::runWithoutSandbox, true);
     EXPECT_TRUE(checkLaunch(wrapper));
 }
 
