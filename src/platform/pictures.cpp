@@ -162,6 +162,7 @@ std::string encodeTiff(const Picture& picture) {
 
 Picture scaledToWidth(const Picture& picture, int width) {
     if (!isWhole(picture)) return {};
+    if (picture.width == width && width <= longestEdge && picture.height <= longestEdge) return picture;
     Picture result;
     result.width = std::clamp(width, 1, longestEdge);
     const double height = std::round(static_cast<double>(picture.height) * result.width / picture.width);

@@ -80,14 +80,15 @@ void save(const std::string& png, const std::string& path, files::Atomically ato
 /// The set is thrown away after use.
 void saveWidth(const Picture& picture, int width, const std::string& folder) {
     const std::string png = pngAt(picture, width);
-    if (width <= largestIcon) save(png, pngFile(folder, width, ".png"), files::Atomically::no);
+    save(png, pngFile(folder, width, ".png"), files::Atomically::no);
     if (width > smallestIcon) save(png, pngFile(folder, width / 2, "@2x.png"), files::Atomically::no);
 }
 
-/// The largest width costs about as much as all others together: it is made beside them.
+/// The largest width costs more than all others together: it is made beside them. The double of it would cost
+/// four times as much, and an icon file has no place for it.
 void saveIconSet(const Picture& picture, const std::string& folder) {
-    const auto largest = std::async(std::launch::async, [&] { saveWidth(picture, 2 * largestIcon, folder); });
-    for (int width = largestIcon; width >= smallestIcon; width /= 2) saveWidth(picture, width, folder);
+    const auto largest = std::async(std::launch::async, [&] { saveWidth(picture, largestIcon, folder); });
+    for (int width = largestIcon / 2; width >= smallestIcon; width /= 2) saveWidth(picture, width, folder);
     largest.wait();
 }
 

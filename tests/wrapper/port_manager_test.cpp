@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 
 #include "foundation/file_manager.h"
 #include "platform/property_list.h"
@@ -201,6 +202,20 @@ TEST_F(Icon, IsTheOneThatOtherProgramsMakeAndRead) {
             worst = std::max(worst, std::abs(found->rgba[i] - expected->rgba[i]));
     }
     EXPECT_LE(worst, 2);
+}
+
+TEST_F(Icon, SetHoldsEverySizeAndItsDoubleUpToTheLargestThatIsStored) {
+    scriptProgram("iconutil", writer);
+    setIcon("game", picture(1024, 1024));
+    std::map<std::string, int> widths, expected{{"icon_1024x1024.png", 1024}};
+    for (const int edge : {16, 32, 64, 128, 256, 512}) {
+        const std::string name = "icon_" + std::to_string(edge) + "x" + std::to_string(edge);
+        expected[name + ".png"] = edge;
+        expected[name + "@2x.png"] = 2 * edge;
+    }
+    for (const auto& file : std::filesystem::directory_iterator(programsFolder + "/iconutil.set"))
+        widths[file.path().filename()] = pictures::sizeOf(get(file.path()))->width;
+    EXPECT_EQ(widths, expected);
 }
 
 TEST_F(Icon, StaysWhenNoNewOneComesOut) {
