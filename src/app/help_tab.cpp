@@ -133,7 +133,11 @@ void NSHelpTab::describe(std::function<void(const std::vector<Line>&)> completio
 }
 
 std::vector<NSHelpTab::Question> NSHelpTab::commonQuestions() {
-    const auto page = files::read(files::join(host().folders.resources, "questions.html"));
+    // Each language has a page of its own.
+    const std::string& resources = host().folders.resources;
+    auto page = files::read(
+        files::join(resources, localizedIn("the file of the common questions", "questions.html")));
+    if (!page) page = files::read(files::join(resources, "questions.html"));
     std::vector<Question> questions;
     // "<h2>question</h2> answer", again and again.
     auto parts = MVString::split(page.value_or(""), "<h2>");
@@ -219,24 +223,26 @@ std::vector<NSHelpTab::Line> NSHelpTab::computerSpecifications() {
     namespace computer = NSComputerInformation;
     const auto hardware = [&](const char* label) { return computer::valueInReport(label, hardwareReport()); };
     std::vector<Line> lines;
-    lines.push_back({filled("%@ Version: ", {"Morvane"}), applicationVersion()});
-    if (const auto& model = determinateMacCompleteModel()) lines.push_back({"Mac Model: ", *model});
+    lines.push_back({marked("Morvane Version: "), applicationVersion()});
+    if (const auto& model = determinateMacCompleteModel()) lines.push_back({marked("Mac Model: "), *model});
     lines.push_back(
-        {"Processor: ", filled("%@ %@", {hardware("Processor Name"), hardware("Processor Speed")})});
-    lines.push_back({"Video Card: ", filled("%@ (%@)", {computer::graphicCardModel().value_or("?"),
-                                                        computer::graphicCardMemorySize().value_or("?")})});
+        {marked("Processor: "), filled("%@ %@", {hardware("Processor Name"), hardware("Processor Speed")})});
+    lines.push_back(
+        {marked("Video Card: "), filled("%@ (%@)", {computer::graphicCardModel().value_or("?"),
+                                                    computer::graphicCardMemorySize().value_or("?")})});
     if (const auto vulkan = computer::vulkanRenderer()) lines.push_back({"Vulkan: ", *vulkan});
     if (const auto openGl = computer::openGlRenderer()) lines.push_back({"OpenGL: ", *openGl});
-    lines.push_back({"RAM Memory: ", hardware("Memory")});
-    lines.push_back({"Disk Size: ", computer::diskSize()});
-    if (const auto system = computer::systemName()) lines.push_back({"macOS Version: ", *system});
+    lines.push_back({marked("RAM Memory: "), hardware("Memory")});
+    lines.push_back({marked("Disk Size: "), computer::diskSize()});
+    if (const auto system = computer::systemName()) lines.push_back({marked("macOS Version: "), *system});
     return lines;
 }
 
 StyledText NSHelpTab::computerSpecificationsInHTML(InHTML html) {
     StyledText text;
     for (const Line& line : computerSpecifications()) {
-        append(text, boldString(line.label, html));
+        // The makers read what is sent to them.
+        append(text, boldString(html == InHTML::yes ? line.label : localized(line.label), html));
         append(text, normalString(line.value + "\n", html));
     }
     return text;

@@ -157,7 +157,8 @@ int describeComputer(Session& session) {
         for (const NSHelpTab::Line& line : NSHelpTab().computerSpecifications()) {
             const std::string name = line.label.substr(0, line.label.rfind(':'));
             const std::string key = MVString::replacedAll(MVString::lowercased(name), " ", "-");
-            record.push_back({{key, name}, line.value});
+            const std::string shown = localized(line.label);
+            record.push_back({{key, shown.substr(0, shown.rfind(':'))}, line.value});
         }
         printRecord(session.console(), record);
         return int{done};

@@ -116,7 +116,7 @@ void HelpPage::describe() {
 
 void HelpPage::take(const std::vector<NSHelpTab::Line>& lines) {
     QStringList texts;
-    for (const NSHelpTab::Line& line : lines) texts << literalLine(line.label + line.value);
+    for (const NSHelpTab::Line& line : lines) texts << literalLine(localized(line.label) + line.value);
     description_->setText(texts.join('\n'));
     copy_->setEnabled(!lines.empty());
 }

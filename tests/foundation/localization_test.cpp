@@ -120,6 +120,8 @@ TEST(Translations, AreCompleteAndKeepThePlaces) {
             << language;
         const auto catalogue = MessageCatalogue::read(said("msgfmt -c -o - " + po + language + ".po"));
         ASSERT_TRUE(catalogue) << language;
+        EXPECT_EQ(files::kindOf(MORVANE_SOURCE_FOLDER "/resources/questions." + language + ".html"),
+                  files::Kind::file);
         for (const auto& [key, entry] : catalogue->entries()) {
             for (const std::string& form : entry.forms) {
                 EXPECT_EQ(placesOf(form), placesOf(entry.english.back())) << language << ": " << form;
