@@ -69,12 +69,12 @@ std::vector<std::string> storedFolders(const Setting& setting) {
     const auto value = stored(setting);
     if (!value) return {};
     const auto* list = value->as<Array>();
-    std::vector<std::string> folders;
+    std::vector<std::string> paths;
     for (const Value& folder : list != nullptr ? *list : Array{*value}) {
         const auto* text = folder.as<std::string>();
-        if (text != nullptr && text->starts_with('/')) folders.push_back(*text);
+        if (text != nullptr && text->starts_with('/')) paths.push_back(*text);
     }
-    return folders;
+    return paths;
 }
 
 bool store(const Setting& setting, const std::optional<Value>& value) {
