@@ -68,9 +68,9 @@ std::optional<Value> stored(const Setting& setting) {
 std::vector<std::string> storedFolders(const Setting& setting) {
     const auto value = stored(setting);
     if (!value) return {};
-    const auto* list = value->as<Array>();
+    const auto* several = value->as<Array>();
     std::vector<std::string> paths;
-    for (const Value& folder : list != nullptr ? *list : Array{*value}) {
+    for (const Value& folder : several != nullptr ? *several : Array{*value}) {
         const auto* text = folder.as<std::string>();
         if (text != nullptr && text->starts_with('/')) paths.push_back(*text);
     }
