@@ -298,25 +298,6 @@ TEST_F(Shell, OpensFilesByTheirEnding) {
     EXPECT_TRUE(played(game));
 }
 
-TEST_F(Shell, TheDockAndNotificationsRunGames) {
-    noGamesFolder();
-    const std::string game = makeNative(applications + "Game.app");
-    start();
-    app->library().addPort(game);
-    makeWrapper(applications + "A.app", "Zoo");
-    app->library().addPort(applications + "A.app");
-    settle();
-    EXPECT_EQ(app->actions().applicationDockMenu(), (Lines{"Game", "Zoo"}));
-    EXPECT_TRUE(app->actions().launchLocalGameAction(0));
-    EXPECT_FALSE(app->actions().launchLocalGameAction(2));
-    settle();
-    EXPECT_TRUE(played(game));
-    view.clickNotification(game);
-    view.clickNotification(home + "/gone.app");
-    settle();
-    EXPECT_TRUE(played(game));
-}
-
 TEST_F(Shell, LinksShowTheFirstPortAndInstallIt) {
     noGamesFolder();
     start();

@@ -41,16 +41,6 @@ class EngineChange : public testing::BuildingMachine {
     }
 };
 
-TEST_F(EngineChange, PutsTheEngineInAndUpdatesTheDrive) {
-    updating("exit 0\n");
-    EXPECT_EQ(changed(), "");
-    expectEngine("CK9Wine3.0");
-    EXPECT_EQ(get(folder.path + "/asked"), "CKS-wineboot\n");
-    EXPECT_EQ(building::wrappersWith("CK9Wine3.0", {path, home + "/none.app"}),
-              std::vector<std::string>{path});
-    EXPECT_TRUE(building::wrappersWith("CK9Wine2.0", {path}).empty());
-}
-
 TEST_F(EngineChange, AFailureLeavesTheOldEngineAndTheRegistry) {
     const std::string registry = get(drive + "/system.reg");
     updating("echo spoilt > '" + drive + "/system.reg'\nexit 1\n");

@@ -91,35 +91,6 @@ TEST_F(StoreClients, AreInstalledSilentlyOnceAfterTheirComponents) {
     EXPECT_EQ(timesIn("system", originKey) + timesIn("user", uplayKey), 2);
 }
 
-TEST_F(StoreClients, TheUserDecidesWhatFollowsAFailedInstallation) {
-    const std::string link = "/client/installer/SteamSetup.exe";
-    const auto untouched = get(wrapper + layout::systemRegistry);
-    site.answer(link, {.body = "MZ"});
-    expectAnswers("Steam", "No", "Yes");
-    EXPECT_FALSE(install(&installSteamAtPort));
-    EXPECT_NE(key(runKey, "user"), "");
-    // Once more with what lies there, which is not run; then downloaded again; then a chosen installer.
-    whenInstalling("case \"$1\" in */Chosen.exe) mkdir -p '" + driveC + "/Programs/Steam'; : > '" + driveC +
-                   "/Programs/Steam/steam.exe';; esac\n");
-    ui.expect("There is already a file called \"SteamSetup.exe\"").answer("Yes");
-    expectAnswers("Steam", "No", "No");
-    ui.expect("There is already a file called \"SteamSetup.exe\"").answer("No");
-    ui.expect("Do you want to override it?").answer("Yes");
-    expectAnswers("Steam", "Yes", nullptr);
-    put(home + "/Chosen.exe", "MZ");
-    ui.expectChoice("Select the installer", {home + "/Chosen.exe"});
-    EXPECT_TRUE(install(&installSteamAtPort));
-    EXPECT_EQ(site.requests(), (Names{"GET " + link, "GET " + link}));
-    EXPECT_FALSE(exists(driveC + "/SteamSetup.exe"));
-    // Without an address there is nothing to download.
-    machine->sites.origin.clear();
-    ui.expectError("This version of Morvane knows no address of Origin's installer.");
-    expectAnswers("Origin", "No", "Yes");
-    EXPECT_FALSE(install(&installOriginAtPort));
-    EXPECT_EQ(get(wrapper + layout::systemRegistry), untouched) << "no client, no settings of it";
-    EXPECT_EQ(site.requests().size(), 2U);
-}
-
 TEST_F(StoreClients, GalaxysVersionIsNothingThatCannotBeOne) {
     const std::string prefix = site.baseAddress() + "open/galaxy/client/setup_galaxy_";
     for (const char* text : {"../../../evil", "1\" /x \"", "1%2f..%2fevil"}) {

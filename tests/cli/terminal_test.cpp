@@ -29,17 +29,6 @@ TEST(Answers, AreUsedInTheOrderOfTheirTitles) {
     EXPECT_FALSE(answers.takeChoice("Select the installer"));
 }
 
-TEST(ChoiceFor, TakesNumbersNamesAndBeginnings) {
-    const std::vector<std::string> names = {"I Agree", "I Disagree", "Game", "Game (sr1)"};
-    struct Row {
-        const char* typed;
-        std::optional<std::size_t> choice;
-    };
-    const Row rows[] = {{"", 1},   {"2", 1},  {"i agree", 0},      {"I D", 1},  {"Game (sr1)", 3},
-                        {"i", {}}, {"5", {}}, {" I Disagree ", 1}, {"yes", {}}, {"game", 2}};
-    for (const Row& row : rows) EXPECT_EQ(choiceFor(row.typed, names, 1), row.choice) << row.typed;
-}
-
 class Terminal : public morvane::testing::TestMachine {
   protected:
     // Standard input is no terminal in the tests: a question without an answer ends the command.

@@ -117,15 +117,6 @@ class RunEXE : public testing::TestMachine {
     const std::string log = wrapper + "/Contents/Frameworks/bin/Caskery.log";
 };
 
-TEST_F(RunEXE, StartsTheProgramThroughABatchFile) {
-    const std::string batch = driveC + "/My game.bat";
-    EXPECT_EQ(run(driveC + "/Games/My game.exe", "-w \"a b\""),
-              "CKS-installer|" + batch + "|start \"C:\\Games\\My game.exe\" -w \"a b\"");
-    EXPECT_FALSE(MVFileManager::fileExistsAtPath(batch));
-    EXPECT_EQ(run("/media/cd/100% & café.exe", ""),
-              "CKS-installer|" + driveC + "/100% & café.bat|start \"Z:\\media\\cd\\100% & café.exe\" ");
-}
-
 TEST_F(RunEXE, KeepsAFileThatHasTheBatchFilesName) {
     put(driveC + "/setup.bat", "the game's own");
     EXPECT_EQ(run(driveC + "/setup.bat", ""),
