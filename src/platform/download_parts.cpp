@@ -212,12 +212,14 @@ void DownloadPart::State::drop() {
 }
 
 bool DownloadPart::State::create() {
-    if (!folder.valid()) folder = madeFolder(path);
-    bool isMade = folder.valid() && createFile();
-    // The last one of others' parts has gone, and the folder with it.
-    if (!isMade && folder.valid() && errno == ENOENT) {
-        folder = madeFolder(path);
+    // The folder goes with the last part in it, also while others begin theirs.
+    constexpr int mostTries = 20;
+    bool isMade = false;
+    for (int tries = 0; !isMade && tries < mostTries; ++tries) {
+        if (!folder.valid()) folder = madeFolder(path);
         isMade = folder.valid() && createFile();
+        if (isMade || errno != ENOENT) break;
+        folder.reset();
     }
     if (!isMade) {
         stem.clear();
