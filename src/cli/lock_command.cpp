@@ -26,7 +26,8 @@ void addLockCommand(CLI::App& app, Parsed& parsed) {
     CLI::App* command =
         app.add_subcommand("lock", "what a wrapper was made of, to build it again from the same");
     command->add_option("APP", parsed.app, "the wrapper")->required();
-    command->callback([&] { parsed.command = [&](Session& session) { return printLock(session, parsed.app); }; });
+    command->callback(
+        [&] { parsed.command = [&](Session& session) { return printLock(session, parsed.app); }; });
 }
 
 }  // namespace morvane::cli

@@ -54,7 +54,8 @@ TEST(LibraryCommands, KeepAndChangeTheList) {
         {{"folders"}, 0, more + "/\tyes\n"},
         {{"--json", "list", "beta"},
          0,
-         R"([{"place":2,"name":"Beta","path":")" + apps + "Beta.app\",\"missing\":false,\"unfinished\":false,\"icon\":\"\"}]\n"},
+         R"([{"place":2,"name":"Beta","path":")" + apps +
+             "Beta.app\",\"missing\":false,\"unfinished\":false,\"icon\":\"\"}]\n"},
     };
     const auto run = [](const std::vector<std::string>& words) {
         std::vector<std::string> copy = words;

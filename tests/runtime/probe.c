@@ -1,10 +1,10 @@
 /* The Windows program of the tests: writes "folder|program|argument|..." as a line into C:\out.txt, then does what its
  * first argument says. */
-#include <winsock2.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <windows.h>
+#include <winsock2.h>
 
 static void startCopy(const char* path, const char* argument) {
     char line[MAX_PATH * 2];
