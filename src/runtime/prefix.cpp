@@ -59,7 +59,7 @@ Result<> bootPrefix(WineSession& session, const std::string& option) {
     if (auto checked = makeUserFolders(bundle); !checked) return checked;
     // Without a display Wine can't ask for anything. It returns before the registry is written.
     const int status = session.wine({"wineboot.exe", option}, bundle.wrapper.prefix(), Display::hidden);
-    session.waitForAll();
+    session.waitUntilIdle();
     if (session.stopped() != 0) return Failure{"Stopped."};
     slimPrefix(bundle);
     for (const char* name : {"system.reg", "user.reg", "dosdevices/c:", "drive_c/windows/system32"}) {

@@ -10,6 +10,8 @@
 #include <array>
 #include <cstdio>
 #include <set>
+#include <sstream>
+#include <utility>
 
 #include "platform/files.h"
 #include "platform/folders.h"
@@ -25,8 +27,13 @@ using namespace std::chrono_literals;
 constexpr auto serverPatience = 15s;
 /// Services end within a few seconds once no program is left.
 constexpr std::chrono::milliseconds servicesPatience = 10s;
+/// What has used no processor for so long, in which it is looked at so often, has nothing more to do.
+constexpr auto idleTime = 1s;
+constexpr std::chrono::milliseconds idleStep = 200ms;
 /// How often a game that runs is looked after.
 constexpr std::chrono::milliseconds programsPatience = 1min;
+/// A large registry on a slow disk takes long to save.
+constexpr auto savingPatience = 1min;
 /// Programs that are asked to end may put a question to the user.
 constexpr auto askPatience = 20s;
 constexpr std::chrono::milliseconds longestGrace = 30s;
@@ -156,6 +163,25 @@ int serverOf(const std::string& prefix) {
         if (process.isServer) return process.number;
     }
     return 0;
+}
+
+/// What shows that the process is at work when it changes: the processor time that it has used, in ticks of the
+/// system. Nothing while it waits for a disk.
+std::optional<std::string> progressOf(int number) {
+    const std::string status = procFile(std::to_string(number), "stat");
+    // The name, in brackets, may hold anything. Behind it stand the state, and the times as 12th and 13th.
+    std::istringstream fields(status.substr(std::min(status.rfind(')') + 1, status.size())));
+    std::array<std::string, 13> field;
+    for (std::string& each : field) fields >> each;
+    if (field[0] == "D") return std::nullopt;
+    return field[11] + " " + field[12];
+}
+
+/// What Wine leaves running for a while when its last program has ended.
+bool isLeftBehind(const PrefixProcess& process) {
+    return process.isServer || isService(process) ||
+           (process.name == "explorer.exe" &&
+            utf8::trimmed(process.command).ends_with("explorer.exe /desktop"));
 }
 
 std::set<int> numbersOf(const std::vector<PrefixProcess>& processes) {
@@ -437,6 +463,28 @@ void WineSession::waitForAll() {
     }
 }
 
+void WineSession::waitUntilIdle() {
+    if (joined_ || stopped_ != 0) return;
+    std::map<int, std::optional<std::string>> before;
+    for (auto idleSince = std::chrono::steady_clock::now();;) {
+        const auto processes = processesOf(bundle_.wrapper.prefix());
+        std::map<int, std::optional<std::string>> now;
+        for (const PrefixProcess& one : processes)
+            now.emplace(one.number, isLeftBehind(one) ? progressOf(one.number) : std::nullopt);
+        const bool isBusy = std::any_of(now.begin(), now.end(), [](const auto& one) { return !one.second; });
+        if (std::exchange(before, now) != now || isBusy) idleSince = std::chrono::steady_clock::now();
+        if (std::chrono::steady_clock::now() - idleSince >= idleTime) return stopNow();
+        auto child = Child::start(inside({server(), {"-w"}, environment(Display::hidden), "/", ""}));
+        if (!child) return stopNow();
+        const Ending ending = child->wait(&signals_, idleStep);
+        if (ending == Ending::exited) return;
+        child->kill();
+        if (ending != Ending::askedToStop) continue;
+        stopped_ = 128 + signals_.take();
+        return stopAsAsked();
+    }
+}
+
 void WineSession::waitForInstaller(std::chrono::milliseconds patience) {
     if (joined_ || stopped_ != 0) return;
     for (std::set<int> before;;) {
@@ -463,7 +511,9 @@ void WineSession::waitForInstaller(std::chrono::milliseconds patience) {
 }
 
 void WineSession::stopNow() {
-    quietly(server(), {"-k"}, serverPatience);
+    // Without a number the server is killed after two seconds, also while it is still saving the registry.
+    quietly(server(), {"-k2"}, serverPatience);
+    if (quietly(server(), {"-w"}, savingPatience) != 0) quietly(server(), {"-k"}, serverPatience);
 }
 
 void WineSession::stopAsAsked() {

@@ -73,7 +73,10 @@ class WineSession {
     /// Waits until every program of the prefix has ended and the registry is on disk. Nothing to do for a
     /// joined session.
     void waitForAll();
-    /// The same after an installer, which may have left a program running (a launcher, the game itself) that
+    /// The same where nobody has opened anything: once what Wine leaves running has nothing more to do, it is ended,
+    /// seconds before it would end by itself.
+    void waitUntilIdle();
+    /// As `waitForAll` after an installer, which may have left a program running (a launcher, the game itself) that
     /// would never end by itself. As long as something in the prefix is still installing, it waits; once a
     /// whole `patience` has passed in which only programs of drive C ran and none came or went, they are
     /// asked to end, and are ended after `grace`.
