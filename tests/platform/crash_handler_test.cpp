@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -33,7 +34,12 @@ TEST(CrashHandler, WritesAReportAndThenLetsTheProgramDie) {
         std::vector<std::string> lines;
     };
     const Row rows[] = {
-        {"a bad pointer", [] { *reinterpret_cast<volatile int*>(16) = 1; }, {"Signal: SIGSEGV at 0x10\n"}},
+        {"a bad pointer",
+         [] {
+             volatile std::uintptr_t nowhere = 16;  // which the compiler is not to know
+             *reinterpret_cast<volatile int*>(nowhere) = 1;
+         },
+         {"Signal: SIGSEGV at 0x10\n"}},
         {"a sent signal", [] { kill(getpid(), SIGSEGV); }, {"Signal: SIGSEGV, raised by itself\n"}},
         {"an exception on a worker",
          [] { std::thread([] { throw std::runtime_error("no\nroom"); }).join(); },
