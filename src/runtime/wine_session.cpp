@@ -3,6 +3,7 @@
 #include <langinfo.h>
 #include <locale.h>
 #include <pwd.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -440,6 +441,21 @@ bool WineSession::waitFor(Child& child) {
     return false;
 }
 
+bool WineSession::isOverWithin(std::chrono::milliseconds patience) {
+    auto child = Child::start(inside({server(), {"-w"}, environment(Display::hidden), "/", ""}));
+    if (!child) {
+        stopNow();
+        return true;
+    }
+    const Ending ending = child->wait(&signals_, patience);
+    if (ending == Ending::exited) return true;
+    child->kill();
+    if (ending == Ending::timeOut) return false;
+    stopped_ = 128 + signals_.take();
+    stopAsAsked();
+    return true;
+}
+
 void WineSession::waitForAll() {
     if (joined_ || stopped_ != 0) return;
     for (std::set<int> before;;) {
@@ -451,15 +467,7 @@ void WineSession::waitForAll() {
         const bool onlyServices = std::all_of(left.begin(), left.end(), isService);
         if (left.empty() || (onlyServices && now == before)) return stopNow();
         before = now;
-        auto child = Child::start(inside({server(), {"-w"}, environment(Display::hidden), "/", ""}));
-        if (!child) return stopNow();
-        const Ending ending = child->wait(&signals_, onlyServices ? servicesPatience : programsPatience);
-        if (ending == Ending::exited) return;
-        child->kill();
-        if (ending == Ending::askedToStop) {
-            stopped_ = 128 + signals_.take();
-            return stopAsAsked();
-        }
+        if (isOverWithin(onlyServices ? servicesPatience : programsPatience)) return;
     }
 }
 
@@ -474,14 +482,7 @@ void WineSession::waitUntilIdle() {
         const bool isBusy = std::any_of(now.begin(), now.end(), [](const auto& one) { return !one.second; });
         if (std::exchange(before, now) != now || isBusy) idleSince = std::chrono::steady_clock::now();
         if (std::chrono::steady_clock::now() - idleSince >= idleTime) return stopNow();
-        auto child = Child::start(inside({server(), {"-w"}, environment(Display::hidden), "/", ""}));
-        if (!child) return stopNow();
-        const Ending ending = child->wait(&signals_, idleStep);
-        if (ending == Ending::exited) return;
-        child->kill();
-        if (ending != Ending::askedToStop) continue;
-        stopped_ = 128 + signals_.take();
-        return stopAsAsked();
+        if (isOverWithin(idleStep)) return;
     }
 }
 
@@ -495,15 +496,7 @@ void WineSession::waitForInstaller(std::chrono::milliseconds patience) {
         if (processesOf(bundle_.wrapper.prefix()).empty()) return;
         if (programs.empty()) return waitForAll();
         before = now;
-        auto child = Child::start(inside({server(), {"-w"}, environment(Display::hidden), "/", ""}));
-        if (!child) return stopNow();
-        const Ending ending = child->wait(&signals_, patience);
-        if (ending == Ending::exited) return;
-        child->kill();
-        if (ending == Ending::askedToStop) {
-            stopped_ = 128 + signals_.take();
-            return stopAsAsked();
-        }
+        if (isOverWithin(patience)) return;
     }
     tell("The installer has ended but left a program running. It is asked to end.");
     quietly(bundle_.wrapper.engineBin() + "/wine", {"wineboot.exe", "--end-session"}, askPatience);
@@ -511,9 +504,17 @@ void WineSession::waitForInstaller(std::chrono::milliseconds patience) {
 }
 
 void WineSession::stopNow() {
-    // Without a number the server is killed after two seconds, also while it is still saving the registry.
-    quietly(server(), {"-k2"}, serverPatience);
-    if (quietly(server(), {"-w"}, savingPatience) != 0) quietly(server(), {"-k"}, serverPatience);
+    // A plain "-k" is an interrupt, a signal to go on for a server that somebody holds up, and after ten seconds its
+    // death, also when it is still saving the registry.
+    for (const int signal : {SIGINT, SIGCONT})
+        quietly(server(), {"-k" + std::to_string(signal)}, serverPatience);
+    auto saving = Child::start(inside({server(), {"-w"}, environment(Display::hidden), "/", ""}));
+    // A second signal means now.
+    if (saving && saving->wait(stopped_ != 0 ? &signals_ : nullptr, savingPatience) == Ending::exited &&
+        saving->status() == 0)
+        return;
+    if (saving) saving->kill();
+    quietly(server(), {"-k"}, serverPatience);
 }
 
 void WineSession::stopAsAsked() {

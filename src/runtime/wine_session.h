@@ -81,7 +81,8 @@ class WineSession {
     /// whole `patience` has passed in which only programs of drive C ran and none came or went, they are
     /// asked to end, and are ended after `grace`.
     void waitForInstaller(std::chrono::milliseconds patience);
-    /// Ends every program of the prefix now; the registry is saved.
+    /// Ends every program of the prefix now and waits until the registry is saved, a minute at most; after a signal
+    /// that ended the session, until the next one.
     void stopNow();
     /// 128 plus the number of the signal that ended the session; 0 when none did.
     [[nodiscard]] int stopped() const { return stopped_; }
@@ -100,6 +101,9 @@ class WineSession {
     bool waitFor(Child& child);
     int quietly(const std::string& path, const std::vector<std::string>& arguments,
                 std::optional<std::chrono::milliseconds> limit);
+    /// Whether nothing is left to wait for: the wineserver has ended within the time, or everything was ended after a
+    /// signal or because it cannot be waited for.
+    bool isOverWithin(std::chrono::milliseconds patience);
     void startServer();
     /// The prefix, or a link to it that Wine can name.
     [[nodiscard]] std::string nameOfPrefix();
